@@ -1,0 +1,41 @@
+# How every target of the project is compiled: language level, warnings, sanitizers and the
+# options that a builder may set.
+
+option(ORVANE_WERROR "Treat compiler warnings as errors (CI does)" OFF)
+option(ORVANE_SANITIZE "Instrument with the address and undefined-behaviour sanitizers" OFF)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+
+# Log lines carry the source file; readers want its place in the tree, not on the build machine.
+add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
+# Everything that the options above and below say reaches a target through this one.
+add_library(orvane-build INTERFACE)
+target_include_directories(orvane-build INTERFACE "${PROJECT_SOURCE_DIR}/src")
+target_compile_options(orvane-build INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<BOOL:${ORVANE_WERROR}>:-Werror>)
+target_compile_definitions(orvane-build INTERFACE
+    # Release builds would otherwise drop file, line and function from log lines.
+    QT_MESSAGELOGCONTEXT
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_FOREACH
+    QT_NO_SIGNALS_SLOTS_KEYWORDS)
+
+if(ORVANE_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
+                        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()

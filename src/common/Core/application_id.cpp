@@ -1,0 +1,187 @@
+#include "common/Core/application_id.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <limits>
+
+namespace Core {
+
+namespace {
+
+// The marks into an id are 16-bit numbers; nothing of that length is a real id.
+constexpr int longestId = std::numeric_limits<qint16>::max();
+
+// Length of the organisation when the text is an application id; 0 when it is none.
+qint16 organisationLengthOf(const QString &text)
+{
+    if (text.size() > longestId)
+        return 0;
+    // Not "$", which would also match before a trailing line break: ids end up in file names.
+    static const QRegularExpression pattern(
+        QStringLiteral("^([0-9a-z._-]+)\\.([A-Za-z_-][A-Z0-9a-z_.-]*)\\z"));
+    const QRegularExpressionMatch match = pattern.match(text);
+    if (!match.hasMatch())
+        return 0;
+    if (match.capturedLength(1) < 1 || match.capturedLength(2) < 1)
+        return -1;
+    return static_cast<qint16>(match.capturedLength(1));
+}
+
+qint16 markOf(int length)
+{
+    return static_cast<qint16>(qMin(length, longestId));
+}
+
+QString taskPrefix()
+{
+    return QStringLiteral("task_");
+}
+
+QString instancePrefix()
+{
+    return QStringLiteral("instance_");
+}
+
+bool isDecimalDigit(QChar character)
+{
+    return character.category() == QChar::Number_DecimalDigit;
+}
+
+// One character of a file name as it stands in an id. Names made this way are stored in settings
+// and unit files, so the code stays what it always was: the Latin-1 value as a signed byte.
+QString encoded(QChar character)
+{
+    const ushort code = character.unicode();
+    const bool asciiLetter = (code >= 'A' && code <= 'Z') || (code >= 'a' && code <= 'z');
+    if (asciiLetter || isDecimalDigit(character))
+        return character;
+    const int value = static_cast<signed char>(character.toLatin1());
+    // QString::number() prints no minus sign in base 16.
+    return (value < 0 ? QStringLiteral("_-") : QStringLiteral("_"))
+        + QString::number(qAbs(value), 16);
+}
+
+} // namespace
+
+ApplicationId::ApplicationId(const QString &text)
+    : m_text(text)
+    , m_organisationLength(organisationLengthOf(text))
+    , m_length(markOf(text.size()))
+{
+}
+
+ApplicationId::ApplicationId(const QString &organisation, const QString &name)
+    : m_text(organisation + QLatin1Char('.') + name)
+    , m_organisationLength(m_text.size() > longestId ? qint16(0) : markOf(organisation.size()))
+    , m_length(markOf(m_text.size()))
+{
+}
+
+ApplicationId ApplicationId::fromDesktopFileName(const QString &fileName)
+{
+    const QString suffix = QStringLiteral(".desktop");
+    if (!fileName.endsWith(suffix))
+        return ApplicationId(QString());
+    const int start = fileName.lastIndexOf(QLatin1Char('/')) + 1;
+    const QStringRef baseName = fileName.midRef(start, fileName.size() - suffix.size() - start);
+    if (baseName.isEmpty())
+        return ApplicationId(QString());
+    QString name;
+    for (const QChar character : baseName)
+        name += encoded(character);
+    return {QStringLiteral("org.zarn"), name};
+}
+
+QStringRef ApplicationId::organisation() const
+{
+    return m_organisationLength > 0 ? m_text.leftRef(m_organisationLength) : QStringRef(&m_text, 0, 0);
+}
+
+QStringRef ApplicationId::name() const
+{
+    const int length = m_length - m_organisationLength - 1;
+    if (m_organisationLength < 1 || length < 1)
+        return {};
+    return m_text.midRef(m_organisationLength + 1, length);
+}
+
+ApplicationTaskId::ApplicationTaskId(const QString &text)
+    : m_text(text)
+    , m_applicationIdLength(markOf(text.size()))
+{
+    const int dot = text.lastIndexOf(QLatin1Char('.'));
+    const int nameStart = dot + 1 + taskPrefix().size();
+    if (dot < 1 || !text.midRef(dot + 1).startsWith(taskPrefix()) || text.size() <= nameStart)
+        return;
+    m_organisationLength = organisationLengthOf(text.left(dot));
+    if (m_organisationLength > 0)
+        m_applicationIdLength = markOf(dot);
+}
+
+ApplicationTaskId::ApplicationTaskId(const ApplicationId &application, const QString &taskName)
+    : m_text(application.toString() + QLatin1Char('.') + taskPrefix() + taskName)
+    , m_organisationLength(taskName.isEmpty() ? qint16(-1) : application.m_organisationLength)
+    , m_applicationIdLength(application.m_length)
+{
+}
+
+ApplicationId ApplicationTaskId::applicationId() const
+{
+    return ApplicationId(m_applicationIdLength < 1 ? m_text : m_text.left(m_applicationIdLength));
+}
+
+QStringRef ApplicationTaskId::taskName() const
+{
+    if (!isValid())
+        return {};
+    return m_text.midRef(m_applicationIdLength + 1).mid(taskPrefix().size());
+}
+
+ApplicationInstanceId::ApplicationInstanceId(const QString &text)
+    : m_text(text)
+    , m_applicationIdLength(markOf(text.size()))
+{
+    const int dot = text.lastIndexOf(QLatin1Char('.'));
+    if (dot < 1)
+        return;
+    const QStringRef suffix = text.midRef(dot + 1);
+    const QStringRef number = suffix.mid(instancePrefix().size());
+    const bool instance = suffix.startsWith(instancePrefix())
+        && std::all_of(number.begin(), number.end(), isDecimalDigit);
+    const int length = instance ? dot : text.size();
+    m_organisationLength = organisationLengthOf(text.left(length));
+    if (m_organisationLength > 0)
+        m_applicationIdLength = markOf(length);
+}
+
+ApplicationInstanceId::ApplicationInstanceId(const ApplicationId &application, int number)
+    : m_text(application.toString())
+    , m_organisationLength(application.m_organisationLength)
+    , m_applicationIdLength(application.m_length)
+{
+    if (number != 0)
+        m_text += QStringLiteral(".%1%2").arg(instancePrefix()).arg(number);
+}
+
+ApplicationInstanceId ApplicationInstanceId::fromTaskOrInstance(const QString &text)
+{
+    const int dot = text.lastIndexOf(QLatin1Char('.'));
+    if (dot < 1)
+        return {};
+    if (!text.midRef(dot + 1).startsWith(taskPrefix()))
+        return ApplicationInstanceId(text);
+    const ApplicationTaskId task(text);
+    ApplicationInstanceId id;
+    id.m_text = text;
+    id.m_organisationLength = task.m_organisationLength;
+    id.m_applicationIdLength = task.m_applicationIdLength;
+    return id;
+}
+
+ApplicationId ApplicationInstanceId::applicationId() const
+{
+    return ApplicationId(m_applicationIdLength < 1 ? m_text : m_text.left(m_applicationIdLength));
+}
+
+} // namespace Core

@@ -1,0 +1,252 @@
+#include "common/Core/application_info.h"
+
+#include "common/Core/manifest.h"
+#include "common/root_path.h"
+
+#include <QDebug>
+#include <QFileInfo>
+#include <QSettings>
+
+#include <mdesktopentry.h>
+
+#include <algorithm>
+
+namespace Core {
+
+namespace {
+
+/// The reader, as this program's own class.
+class MyDesktopEntry : public MDesktopEntry
+{
+public:
+    using MDesktopEntry::MDesktopEntry;
+    ~MyDesktopEntry() override = default;
+};
+
+// The first of the groups that speak of the sandbox in which the key says something.
+QString sandboxValue(const MDesktopEntry &entry, const QString &key)
+{
+    static const QStringList groups {QStringLiteral("X-Application"), QStringLiteral("X-Sailjail"),
+                                     QStringLiteral("Sailjail")};
+    for (const QString &group : groups) {
+        const QString value = entry.value(group, key);
+        if (!value.isEmpty())
+            return value;
+    }
+    return {};
+}
+
+// The task's name when the group declares a task: what follows the prefix. Empty otherwise.
+QString taskNameOfGroup(const QString &group)
+{
+    for (const QLatin1String prefix : {QLatin1String("X-Task "), QLatin1String("X-Service ")}) {
+        if (group.startsWith(prefix))
+            return group.mid(prefix.size());
+    }
+    return {};
+}
+
+bool isValidTaskName(const QString &name)
+{
+    constexpr int longestName = 64;
+    const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
+    const auto isLetter = [](QChar c) {
+        return (c >= QLatin1Char('a') && c <= QLatin1Char('z'))
+            || (c >= QLatin1Char('A') && c <= QLatin1Char('Z'));
+    };
+    return name.size() <= longestName && !isDigit(name.at(0))
+        && std::all_of(name.begin(), name.end(),
+                       [&](QChar c) { return isDigit(c) || isLetter(c); });
+}
+
+} // namespace
+
+class ApplicationInfoPrivate
+{
+public:
+    void parse(const QString &path);
+    void parseIntents(const QString &text);
+    void parseTasks(const MDesktopEntry &entry);
+    void parseLaunch(const MDesktopEntry &entry);
+    void readCertificate();
+
+    QString desktopFilePath;
+    ApplicationId applicationId;
+    QMap<QString, ApplicationInfo::IntentInfo> intents;
+    QMap<QString, ApplicationInfo::TaskInfo> tasks;
+    ApplicationInfo::LaunchInfo launch;
+    QString name;
+    QString icon;
+    QStringList mimeTypes;
+    bool supportsMimeParents = false;
+    Manifest manifest;
+    QString certificateId;
+    bool valid = false;
+};
+
+void ApplicationInfoPrivate::parse(const QString &path)
+{
+    desktopFilePath = path;
+    const MyDesktopEntry entry(path);
+    if (!entry.isValid())
+        return;
+    applicationId = ApplicationId(entry.appOrgname(), entry.appName());
+    if (!applicationId.isValid())
+        applicationId = ApplicationId::fromDesktopFileName(path);
+    if (!applicationId.isValid()) {
+        qWarning() << "Invalid app ID in" << path;
+        return;
+    }
+    parseIntents(sandboxValue(entry, QStringLiteral("Intents")));
+    parseTasks(entry);
+    parseLaunch(entry);
+    name = entry.name();
+    icon = entry.icon();
+    mimeTypes = entry.mimeType();
+    supportsMimeParents = entry.supportMimeParents();
+    manifest = Manifest(applicationId);
+    readCertificate();
+    valid = true;
+}
+
+void ApplicationInfoPrivate::parseIntents(const QString &text)
+{
+    const QStringList parts = text.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    for (const QString &part : parts) {
+        const QStringList sides = part.split(QLatin1Char(':'));
+        const QStringList nameAndQualifier = sides.constFirst().split(QLatin1Char('/'));
+        intents.insert(nameAndQualifier.constFirst(),
+                       {nameAndQualifier.value(1),
+                        sides.value(1).split(QLatin1Char('|'), Qt::SkipEmptyParts)});
+    }
+}
+
+void ApplicationInfoPrivate::parseTasks(const MDesktopEntry &entry)
+{
+    const QStringList groups = entry.groups();
+    for (const QString &group : groups) {
+        const QString taskName = taskNameOfGroup(group);
+        if (taskName.isEmpty())
+            continue;
+        if (!isValidTaskName(taskName)) {
+            qWarning() << "Invalid task name:" << taskName;
+            continue;
+        }
+        const QString exec = entry.value(group, QStringLiteral("Exec"));
+        tasks.insert(taskName,
+                     {ApplicationTaskId(applicationId, taskName),
+                      entry.value(group, QStringLiteral("Type")),
+                      exec.isEmpty() ? entry.exec() : exec,
+                      entry.stringListValue(group, QStringLiteral("Permissions")),
+                      entry.stringListValue(group, QStringLiteral("Conditions"))});
+    }
+}
+
+void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)
+{
+    launch.exec = entry.exec();
+    launch.execDBus = sandboxValue(entry, QStringLiteral("ExecDBus"));
+    launch.service = entry.xMaemoService();
+    launch.objectPath = entry.value(QStringLiteral("X-Maemo-Object-Path"));
+    if (!launch.service.isEmpty() && launch.objectPath.isEmpty())
+        launch.objectPath = QStringLiteral("/");
+    launch.method = entry.value(QStringLiteral("X-Maemo-Method"));
+    launch.fixedArgs = entry.value(QStringLiteral("X-Maemo-Fixed-Args"));
+    launch.dataDirectory = sandboxValue(entry, QStringLiteral("DataDirectory"));
+    launch.sandboxed
+        = sandboxValue(entry, QStringLiteral("Sandboxing")) != QLatin1String("Disabled");
+    launch.singleInstance
+        = entry.value(QStringLiteral("X-Nemo-Single-Instance")) != QLatin1String("no");
+    launch.singleCover
+        = entry.value(QStringLiteral("X-Halcyn-Single-Cover")) == QLatin1String("yes");
+    const QString mode = entry.value(QStringLiteral("Mode"));
+    launch.customMode = !mode.isEmpty() && mode != QLatin1String("Normal");
+}
+
+void ApplicationInfoPrivate::readCertificate()
+{
+    const QString path = QStringLiteral("%1/opt/app/%2/current/halcyn.pkg")
+                             .arg(rootPrefix(), applicationId.toString());
+    if (QFileInfo::exists(path))
+        certificateId = QSettings(path, QSettings::IniFormat)
+                            .value(QStringLiteral("certificate/id"))
+                            .toString();
+}
+
+ApplicationInfo::ApplicationInfo()
+    : d(QSharedPointer<ApplicationInfoPrivate>::create())
+{
+}
+
+ApplicationInfo::ApplicationInfo(const QString &desktopFilePath)
+{
+    const auto record = QSharedPointer<ApplicationInfoPrivate>::create();
+    record->parse(desktopFilePath);
+    d = record;
+}
+
+ApplicationInfo::~ApplicationInfo() = default;
+ApplicationInfo::ApplicationInfo(const ApplicationInfo &) = default;
+ApplicationInfo &ApplicationInfo::operator=(const ApplicationInfo &) = default;
+
+bool ApplicationInfo::isValid() const
+{
+    return d->valid;
+}
+
+const QString &ApplicationInfo::desktopFilePath() const
+{
+    return d->desktopFilePath;
+}
+
+const ApplicationId &ApplicationInfo::applicationId() const
+{
+    return d->applicationId;
+}
+
+const QMap<QString, ApplicationInfo::IntentInfo> &ApplicationInfo::intents() const
+{
+    return d->intents;
+}
+
+const QMap<QString, ApplicationInfo::TaskInfo> &ApplicationInfo::tasks() const
+{
+    return d->tasks;
+}
+
+const ApplicationInfo::LaunchInfo &ApplicationInfo::launchInfo() const
+{
+    return d->launch;
+}
+
+const QString &ApplicationInfo::name() const
+{
+    return d->name;
+}
+
+const QString &ApplicationInfo::icon() const
+{
+    return d->icon;
+}
+
+const QStringList &ApplicationInfo::mimeTypes() const
+{
+    return d->mimeTypes;
+}
+
+bool ApplicationInfo::supportsMimeParents() const
+{
+    return d->supportsMimeParents;
+}
+
+const Manifest &ApplicationInfo::manifest() const
+{
+    return d->manifest;
+}
+
+const QString &ApplicationInfo::certificateId() const
+{
+    return d->certificateId;
+}
+
+} // namespace Core

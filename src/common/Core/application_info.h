@@ -1,0 +1,86 @@
+#pragma once
+
+#include "common/Core/application_id.h"
+
+#include <QMap>
+#include <QSharedPointer>
+#include <QString>
+#include <QStringList>
+
+namespace Core {
+
+class ApplicationInfoPrivate;
+class Manifest;
+
+/// Everything that one installed application declares, read once from its desktop entry and its
+/// package. A handle to a shared, immutable record: copies are cheap, and what the accessors
+/// return lives as long as any handle to the record.
+class ApplicationInfo
+{
+public:
+    /// One background task that the application declares.
+    struct TaskInfo
+    {
+        ApplicationTaskId taskId;
+        QString type;
+        /// The command line, before any splitting.
+        QString exec;
+        QStringList permissions;
+        QStringList conditions;
+    };
+
+    /// One intent that the application declares.
+    struct IntentInfo
+    {
+        QString qualifier;
+        QStringList items;
+    };
+
+    /// How the application is launched.
+    struct LaunchInfo
+    {
+        QString exec;
+        QString execDBus;
+        QString service;
+        QString objectPath;
+        QString method;
+        QString fixedArgs;
+        QString dataDirectory;
+        bool sandboxed = true;
+        bool singleInstance = true;
+        bool singleCover = false;
+        bool customMode = false;
+    };
+
+    /// An empty record; not valid.
+    ApplicationInfo();
+    /// Reads the desktop entry at `desktopFilePath`. An unusable file gives a record that is not
+    /// valid and, where the file's owner could mend it, a log line.
+    explicit ApplicationInfo(const QString &desktopFilePath);
+    ~ApplicationInfo();
+    ApplicationInfo(const ApplicationInfo &);
+    ApplicationInfo &operator=(const ApplicationInfo &);
+
+    /// True when the whole entry was read.
+    [[nodiscard]] bool isValid() const;
+    [[nodiscard]] const QString &desktopFilePath() const;
+    [[nodiscard]] const ApplicationId &applicationId() const;
+    /// By intent name.
+    [[nodiscard]] const QMap<QString, IntentInfo> &intents() const;
+    /// By task name.
+    [[nodiscard]] const QMap<QString, TaskInfo> &tasks() const;
+    [[nodiscard]] const LaunchInfo &launchInfo() const;
+    [[nodiscard]] const QString &name() const;
+    [[nodiscard]] const QString &icon() const;
+    [[nodiscard]] const QStringList &mimeTypes() const;
+    /// Whether the application also handles what is a kind of its MIME types.
+    [[nodiscard]] bool supportsMimeParents() const;
+    [[nodiscard]] const Manifest &manifest() const;
+    /// Identifier of the certificate that signed the package; empty when there is none.
+    [[nodiscard]] const QString &certificateId() const;
+
+private:
+    QSharedPointer<const ApplicationInfoPrivate> d;
+};
+
+} // namespace Core

@@ -1,0 +1,120 @@
+#include "common/Core/application_registry.h"
+#include "common/Core/application_registry_p.h"
+
+#include "common/Core/manifest.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QVersionNumber>
+
+namespace Core {
+
+ApplicationRegistryPrivate::ApplicationRegistryPrivate(ApplicationRegistry *registry)
+    : q(registry)
+{
+    scanSoon.setSingleShot(true);
+    scanSoon.setInterval(0);
+}
+
+void ApplicationRegistryPrivate::scan()
+{
+    fileToApplication.clear();
+    applications.clear();
+    const QStringList directories
+        = QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
+    for (const QString &directory : directories) {
+        if (QFileInfo(directory).isDir())
+            scanDirectory(directory);
+    }
+    Q_EMIT q->manifestsChanged();
+}
+
+void ApplicationRegistryPrivate::scanDirectory(const QString &directory)
+{
+    watcher.addPath(directory);
+    // By name, so that two entries of the same application do not depend on the disk's order.
+    const QFileInfoList files = QDir(directory).entryInfoList({QStringLiteral("*.desktop")},
+                                                              QDir::Files, QDir::Name);
+    for (const QFileInfo &file : files) {
+        watcher.addPath(file.filePath());
+        const ApplicationInfo info(file.filePath());
+        if (!info.isValid())
+            continue;
+        const QString id = info.applicationId().toString();
+        // The user's data home comes first in the list and goes before the system's.
+        if (!fileToApplication.contains(file.fileName()))
+            fileToApplication.insert(file.fileName(), id);
+        if (!applications.contains(id))
+            applications.insert(id, info);
+    }
+}
+
+ApplicationRegistry::ApplicationRegistry(QObject *parent)
+    : QObject(parent)
+    , d(std::make_unique<ApplicationRegistryPrivate>(this))
+{
+    d->scan();
+    const auto scanSoon = [this] { d->scanSoon.start(); };
+    connect(&d->watcher, &QFileSystemWatcher::fileChanged, this, scanSoon);
+    connect(&d->watcher, &QFileSystemWatcher::directoryChanged, this, scanSoon);
+    connect(&d->scanSoon, &QTimer::timeout, this, [this] { d->scan(); });
+}
+
+ApplicationRegistry::~ApplicationRegistry() = default;
+
+ApplicationRegistry *ApplicationRegistry::instance()
+{
+    static auto *registry = new ApplicationRegistry;
+    return registry;
+}
+
+ApplicationInfo ApplicationRegistry::application(const ApplicationId &id) const
+{
+    return d->applications.value(id.toString());
+}
+
+const ApplicationRegistry::TaskInfo &ApplicationRegistry::task(const ApplicationTaskId &id) const
+{
+    static const TaskInfo none;
+    const auto application = d->applications.constFind(id.applicationId().toString());
+    if (application == d->applications.constEnd())
+        return none;
+    const auto task = application->tasks().constFind(id.taskName().toString());
+    return task == application->tasks().constEnd() ? none : *task;
+}
+
+QList<ApplicationRegistry::TaskInfo>
+ApplicationRegistry::tasksOfApplication(const ApplicationId &id) const
+{
+    return application(id).tasks().values();
+}
+
+QList<ApplicationRegistry::TaskInfo> ApplicationRegistry::tasksOfType(const QString &type) const
+{
+    QList<TaskInfo> tasks;
+    for (const ApplicationInfo &application : qAsConst(d->applications)) {
+        for (const TaskInfo &task : application.tasks()) {
+            if (task.type == type)
+                tasks.append(task);
+        }
+    }
+    return tasks;
+}
+
+int ApplicationRegistry::compatibilityLevel(const ApplicationId &id) const
+{
+    const ApplicationInfo info = application(id);
+    const bool hasManifest = info.manifest().isValid();
+    QVersionNumber target = hasManifest ? QVersionNumber(5, 2, 0) : QVersionNumber(4, 0, 0);
+    const QString override = d->versionOverrides.versionFor(id);
+    if (!override.isEmpty())
+        target = QVersionNumber::fromString(override);
+    if (target < QVersionNumber(4, 2, 0))
+        return 0;
+    if (target < QVersionNumber(5, 2, 0))
+        return 1;
+    return hasManifest && info.manifest().keepMediaActiveInBackground() ? 1 : 2;
+}
+
+} // namespace Core

@@ -1,0 +1,255 @@
+// How JSON travels over the bus.
+
+#include "common/DBus/types.h"
+
+#include <QDBusVariant>
+#include <QDebug>
+
+#include <algorithm>
+
+namespace {
+
+// The bus has no null and the library drops a whole message that holds an invalid variant, so a
+// null travels as the emptiest value that there is.
+QVariant nullOnTheBus()
+{
+    return QVariantList();
+}
+
+// What a mixed array holds: every value in a variant of its own, at any depth.
+QVariant plainValue(const QJsonValue &value)
+{
+    switch (value.type()) {
+    case QJsonValue::Bool:
+        return value.toBool();
+    case QJsonValue::Double:
+        return value.toDouble();
+    case QJsonValue::String:
+        return value.toString();
+    case QJsonValue::Array: {
+        QVariantList list;
+        const QJsonArray array = value.toArray();
+        for (const QJsonValue &element : array)
+            list.append(plainValue(element));
+        return list;
+    }
+    case QJsonValue::Object: {
+        QVariantMap map;
+        const QJsonObject object = value.toObject();
+        for (auto member = object.constBegin(); member != object.constEnd(); ++member)
+            map.insert(member.key(), plainValue(member.value()));
+        return map;
+    }
+    case QJsonValue::Null:
+    case QJsonValue::Undefined:
+        break;
+    }
+    return nullOnTheBus();
+}
+
+void writeMixedArray(QDBusArgument &argument, const QJsonArray &array)
+{
+    argument.beginArray(qMetaTypeId<QDBusVariant>());
+    for (const QJsonValue &element : array)
+        argument << QDBusVariant(plainValue(element));
+    argument.endArray();
+}
+
+bool isMixed(const QJsonArray &array)
+{
+    return std::any_of(array.constBegin(), array.constEnd(), [&array](const QJsonValue &element) {
+        return element.type() != array.first().type();
+    });
+}
+
+template<typename Element>
+void writeArrayOf(QDBusArgument &argument, const QJsonArray &array, int elementType,
+                  const Element &elementOf)
+{
+    argument.beginArray(elementType);
+    for (const QJsonValue &element : array)
+        argument << elementOf(element);
+    argument.endArray();
+}
+
+QJsonValue fromWire(const QVariant &value)
+{
+    switch (static_cast<QMetaType::Type>(value.userType())) {
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return value.toDouble();
+    case QMetaType::QByteArray: {
+        QJsonArray bytes;
+        const QByteArray array = value.toByteArray();
+        for (const char byte : array)
+            bytes.append(static_cast<uchar>(byte));
+        return bytes;
+    }
+    default:
+        break;
+    }
+    if (value.userType() == qMetaTypeId<QDBusObjectPath>())
+        return value.value<QDBusObjectPath>().path();
+    if (value.userType() == qMetaTypeId<QDBusSignature>())
+        return value.value<QDBusSignature>().signature();
+    return QJsonValue::fromVariant(value);
+}
+
+// What a variant held: still marshalled when it is structured, possibly a variant again.
+void readUnwrapped(const QVariant &content, QJsonValue &value)
+{
+    if (content.userType() == qMetaTypeId<QDBusVariant>())
+        readUnwrapped(content.value<QDBusVariant>().variant(), value);
+    else if (content.userType() == qMetaTypeId<QDBusArgument>())
+        content.value<QDBusArgument>() >> value;
+    else
+        value = fromWire(content);
+}
+
+} // namespace
+
+QDBusArgument &operator<<(QDBusArgument &argument, const QJsonValue &value)
+{
+    switch (value.type()) {
+    case QJsonValue::Null:
+        argument << QDBusVariant(nullOnTheBus());
+        break;
+    case QJsonValue::Bool:
+        argument << value.toBool();
+        break;
+    case QJsonValue::Double:
+        argument << value.toDouble();
+        break;
+    case QJsonValue::String:
+        argument << value.toString();
+        break;
+    case QJsonValue::Array:
+        argument << value.toArray();
+        break;
+    case QJsonValue::Object:
+        argument << value.toObject();
+        break;
+    default:
+        qWarning() << "Unknown JSON value type";
+        break;
+    }
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const QJsonArray &array)
+{
+    if (array.isEmpty() || isMixed(array)) {
+        writeMixedArray(argument, array);
+        return argument;
+    }
+    switch (array.first().type()) {
+    case QJsonValue::Bool:
+        writeArrayOf(argument, array, QMetaType::Bool, [](const auto &e) { return e.toBool(); });
+        break;
+    case QJsonValue::Double:
+        writeArrayOf(argument, array, QMetaType::Double,
+                     [](const auto &e) { return e.toDouble(); });
+        break;
+    case QJsonValue::String:
+        writeArrayOf(argument, array, QMetaType::QString,
+                     [](const auto &e) { return e.toString(); });
+        break;
+    case QJsonValue::Object:
+        writeArrayOf(argument, array, qMetaTypeId<QVariantMap>(),
+                     [](const auto &e) { return e.toObject(); });
+        break;
+    case QJsonValue::Array:
+        qWarning() << "JSON array of arrays are not supported";
+        break;
+    default:
+        qWarning() << "Unknown JSON value type";
+        break;
+    }
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const QJsonObject &object)
+{
+    argument.beginMap(QMetaType::QString, qMetaTypeId<QDBusVariant>());
+    for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
+        QDBusArgument content;
+        if (member.value().isNull())
+            content << nullOnTheBus().toList();
+        else
+            content << member.value();
+        // What could not be written, and was logged, is left out: a variant cannot be empty.
+        if (content.currentSignature().isEmpty())
+            continue;
+        argument.beginMapEntry();
+        argument << member.key() << QDBusVariant(QVariant::fromValue(content));
+        argument.endMapEntry();
+    }
+    argument.endMap();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonValue &value)
+{
+    switch (argument.currentType()) {
+    case QDBusArgument::BasicType:
+        value = fromWire(argument.asVariant());
+        break;
+    case QDBusArgument::VariantType:
+        readUnwrapped(argument.asVariant(), value);
+        break;
+    case QDBusArgument::ArrayType: {
+        QJsonArray array;
+        argument >> array;
+        value = array;
+        break;
+    }
+    case QDBusArgument::MapType: {
+        QJsonObject object;
+        argument >> object;
+        value = object;
+        break;
+    }
+    case QDBusArgument::StructureType:
+        qWarning() << "Unsupported type: " << argument.currentSignature();
+        // Steps over it, so that what follows is still read.
+        argument.beginStructure();
+        argument.endStructure();
+        break;
+    default:
+        qWarning() << "Unsupported type: " << argument.currentSignature();
+        break;
+    }
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonArray &array)
+{
+    argument.beginArray();
+    while (!argument.atEnd()) {
+        QJsonValue element;
+        argument >> element;
+        array.append(element);
+    }
+    argument.endArray();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonObject &object)
+{
+    argument.beginMap();
+    while (!argument.atEnd()) {
+        QJsonValue value;
+        argument.beginMapEntry();
+        const QString key = argument.asVariant().toString();
+        argument >> value;
+        argument.endMapEntry();
+        object.insert(key, value);
+    }
+    argument.endMap();
+    return argument;
+}

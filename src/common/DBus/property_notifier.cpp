@@ -1,0 +1,130 @@
+#include "common/DBus/property_notifier.h"
+#include "common/DBus/property_notifier_p.h"
+
+#include "common/names.h"
+
+#include <QDBusMessage>
+#include <QDebug>
+#include <QMetaClassInfo>
+#include <QMetaMethod>
+#include <QMetaProperty>
+
+namespace DBus {
+
+PropertyNotifierPrivate::PropertyNotifierPrivate(const QDBusConnection &bus,
+                                                 const QString &objectPath, QObject *watched)
+    : connection(bus)
+    , path(objectPath)
+    , object(watched)
+{
+}
+
+void PropertyNotifierPrivate::lookUpInterface()
+{
+    const QMetaObject *meta = object->metaObject();
+    const int index = meta->indexOfClassInfo("D-Bus Interface");
+    if (index < 0) {
+        qWarning() << "Missing D_Bus interface tag on class";
+        return;
+    }
+    interfaceName = QString::fromUtf8(meta->classInfo(index).value());
+}
+
+void PropertyNotifierPrivate::connectProperties()
+{
+    const int slot = metaObject()->indexOfSlot("onChanged()");
+    if (slot < 0) {
+        qWarning() << "Slot onChanged() not found!";
+        return;
+    }
+    const QMetaMethod onChangedSlot = metaObject()->method(slot);
+    const QMetaObject *meta = object->metaObject();
+    for (int index = meta->propertyOffset(); index < meta->propertyCount(); ++index) {
+        const QMetaProperty property = meta->property(index);
+        if (!property.hasNotifySignal())
+            continue;
+        QObject::connect(object, property.notifySignal(), this, onChangedSlot);
+        signalProperties.insert(property.notifySignalIndex(), index);
+    }
+}
+
+void PropertyNotifierPrivate::onChanged()
+{
+    const int signal = senderSignalIndex();
+    if (signal < 0) {
+        qWarning() << "onChanged() invoked without a signal?";
+        return;
+    }
+    const auto property = signalProperties.constFind(signal);
+    if (property == signalProperties.constEnd()) {
+        qWarning() << "Cannot find property for signal";
+        return;
+    }
+    if (pending.contains(*property))
+        return;
+    const QMetaProperty changed = object->metaObject()->property(*property);
+    if (changed.read(object) == lastValues.value(QString::fromUtf8(changed.name())))
+        return;
+    if (pending.isEmpty())
+        QMetaObject::invokeMethod(this, "deliverNotifySignal", Qt::QueuedConnection);
+    pending.append(*property);
+}
+
+void PropertyNotifierPrivate::deliverNotifySignal()
+{
+    QVariantMap changed;
+    for (const int property : qAsConst(pending))
+        collect(property, changed);
+    pending.clear();
+    send(changed);
+}
+
+void PropertyNotifierPrivate::collect(int propertyIndex, QVariantMap &changed)
+{
+    const QMetaProperty property = object->metaObject()->property(propertyIndex);
+    const QString name = QString::fromUtf8(property.name());
+    const QVariant value = property.read(object);
+    const auto last = lastValues.constFind(name);
+    if (last != lastValues.constEnd() && *last == value)
+        return;
+    changed.insert(name, value);
+    lastValues.insert(name, value);
+}
+
+void PropertyNotifierPrivate::send(const QVariantMap &changed)
+{
+    // Changed and changed back: there is nothing to tell.
+    if (changed.isEmpty())
+        return;
+    QDBusMessage signal = QDBusMessage::createSignal(path, Names::propertiesInterface(),
+                                                     Names::propertiesChanged());
+    signal << interfaceName << changed << QStringList();
+    connection.send(signal);
+}
+
+PropertyNotifier::PropertyNotifier(const QDBusConnection &connection, const QString &path,
+                                   QObject *object)
+    : QObject(object)
+    , d(new PropertyNotifierPrivate(connection, path, object))
+{
+    d->lookUpInterface();
+    d->connectProperties();
+}
+
+PropertyNotifier::~PropertyNotifier()
+{
+    delete d;
+}
+
+void PropertyNotifier::notify(const QStringList &properties)
+{
+    QVariantMap changed;
+    const QMetaObject *meta = d->object->metaObject();
+    for (int index = meta->propertyOffset(); index < meta->propertyCount(); ++index) {
+        if (properties.contains(QString::fromUtf8(meta->property(index).name())))
+            d->collect(index, changed);
+    }
+    d->send(changed);
+}
+
+} // namespace DBus

@@ -1,0 +1,186 @@
+#include "mdesktopentry.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <glib.h>
+
+namespace {
+
+// Desktop entries have some kilobytes; anything near this is something else.
+constexpr qint64 largestFile = 1024 * 1024;
+
+QString mainGroup()
+{
+    return QStringLiteral(G_KEY_FILE_DESKTOP_GROUP);
+}
+
+// Takes over a string of GLib's; null gives an empty one.
+QString taken(char *text)
+{
+    const QString result = QString::fromUtf8(text);
+    g_free(text);
+    return result;
+}
+
+QStringList taken(char **texts)
+{
+    QStringList result;
+    for (char **text = texts; text != nullptr && *text != nullptr; ++text)
+        result.append(QString::fromUtf8(*text));
+    g_strfreev(texts);
+    return result;
+}
+
+} // namespace
+
+class MDesktopEntryPrivate
+{
+public:
+    MDesktopEntryPrivate()
+        : file(g_key_file_new())
+    {
+    }
+    ~MDesktopEntryPrivate() { g_key_file_unref(file); }
+    MDesktopEntryPrivate(const MDesktopEntryPrivate &) = delete;
+    MDesktopEntryPrivate &operator=(const MDesktopEntryPrivate &) = delete;
+
+    bool load(const QString &fileName);
+    QString applicationKey(const QString &key) const;
+    QString string(const QString &group, const QString &key) const;
+
+    GKeyFile *file;
+};
+
+bool MDesktopEntryPrivate::load(const QString &fileName)
+{
+    // A pipe or a device would block the reader.
+    const QFileInfo info(fileName);
+    if (!info.isFile() || info.size() > largestFile)
+        return false;
+    return g_key_file_load_from_file(file, QFile::encodeName(fileName).constData(),
+                                     G_KEY_FILE_NONE, nullptr)
+        != FALSE;
+}
+
+QString MDesktopEntryPrivate::string(const QString &group, const QString &key) const
+{
+    const QByteArray groupName = group.toUtf8();
+    const QByteArray keyName = key.toUtf8();
+    GError *error = nullptr;
+    char *value
+        = g_key_file_get_string(file, groupName.constData(), keyName.constData(), &error);
+    if (error == nullptr)
+        return taken(value);
+    // An escape that the format does not know: the text as it stands is nearest to what was meant.
+    const bool badEscape = error->code == G_KEY_FILE_ERROR_INVALID_VALUE;
+    g_error_free(error);
+    g_free(value);
+    if (!badEscape)
+        return {};
+    return taken(
+        g_key_file_get_value(file, groupName.constData(), keyName.constData(), nullptr));
+}
+
+QString MDesktopEntryPrivate::applicationKey(const QString &key) const
+{
+    for (const char *group : {"X-Application", "X-Sailjail", "Sailjail"}) {
+        const QString value = string(QString::fromLatin1(group), key);
+        if (!value.isEmpty())
+            return value;
+    }
+    return {};
+}
+
+MDesktopEntry::MDesktopEntry(const QString &fileName)
+    : d(std::make_unique<MDesktopEntryPrivate>())
+{
+    if (!d->load(fileName)) {
+        // A parse that stopped half-way must not show what it read.
+        g_key_file_unref(d->file);
+        d->file = g_key_file_new();
+    }
+}
+
+MDesktopEntry::~MDesktopEntry() = default;
+
+bool MDesktopEntry::isValid() const
+{
+    static const QStringList knownTypes {QStringLiteral("Application"), QStringLiteral("Link"),
+                                         QStringLiteral("Directory")};
+    return knownTypes.contains(type()) && !name().isEmpty();
+}
+
+QString MDesktopEntry::type() const
+{
+    return value(QStringLiteral("Type"));
+}
+
+QString MDesktopEntry::url() const
+{
+    return value(QStringLiteral("URL"));
+}
+
+QString MDesktopEntry::name() const
+{
+    return taken(g_key_file_get_locale_string(d->file, G_KEY_FILE_DESKTOP_GROUP,
+                                              G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
+}
+
+QString MDesktopEntry::icon() const
+{
+    return value(QStringLiteral("Icon"));
+}
+
+QString MDesktopEntry::exec() const
+{
+    return value(QStringLiteral("Exec"));
+}
+
+QString MDesktopEntry::xMaemoService() const
+{
+    return value(QStringLiteral("X-Maemo-Service"));
+}
+
+QStringList MDesktopEntry::mimeType() const
+{
+    return stringListValue(mainGroup(), QStringLiteral("MimeType"));
+}
+
+bool MDesktopEntry::supportMimeParents() const
+{
+    return g_key_file_get_boolean(d->file, G_KEY_FILE_DESKTOP_GROUP,
+                                  "X-Halcyn-Support-Mime-Parents", nullptr)
+        != FALSE;
+}
+
+QString MDesktopEntry::appOrgname() const
+{
+    return d->applicationKey(QStringLiteral("OrganizationName"));
+}
+
+QString MDesktopEntry::appName() const
+{
+    return d->applicationKey(QStringLiteral("ApplicationName"));
+}
+
+QStringList MDesktopEntry::groups() const
+{
+    return taken(g_key_file_get_groups(d->file, nullptr));
+}
+
+QString MDesktopEntry::value(const QString &key) const
+{
+    return value(mainGroup(), key);
+}
+
+QString MDesktopEntry::value(const QString &group, const QString &key) const
+{
+    return d->string(group, key);
+}
+
+QStringList MDesktopEntry::stringListValue(const QString &group, const QString &key) const
+{
+    return taken(g_key_file_get_string_list(d->file, group.toUtf8().constData(),
+                                            key.toUtf8().constData(), nullptr, nullptr));
+}

@@ -1,0 +1,16 @@
+// Stand-in for the platform's access control library: the one function that this project uses.
+#pragma once
+
+#include <sys/types.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Whether a user belongs to a group, as his primary group or as a member, as the system's user
+/// database says. False for an unknown user or group.
+bool sailfish_access_control_hasgroup(uid_t uid, const char *group);
+
+#ifdef __cplusplus
+}
+#endif

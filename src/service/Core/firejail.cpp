@@ -1,0 +1,305 @@
+#include "service/Core/firejail.h"
+#include "service/Core/firejail_p.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+
+namespace Core {
+
+namespace {
+
+// The launcher expands ${HOME}, the home of the user that the program runs as.
+const char *const homeCache = "${HOME}/.cache/";
+const char *const homeConfig = "${HOME}/.config/";
+const char *const homeData = "${HOME}/.local/share/";
+const char *const systemCommon = "/usr/share/common/";
+const char *const shared = "/srv/shared/";
+
+QStringList permissionDirectories()
+{
+    return {QStringLiteral("/etc/sailjail/permissions/"),
+            QStringLiteral("/var/lib/sailjail/permissions/")};
+}
+
+enum class Directory { Existing, Create };
+
+void appendWhitelist(QByteArrayList &argv, const QByteArray &path,
+                     Directory directory = Directory::Existing)
+{
+    if (directory == Directory::Create)
+        argv << "--mkdir=" + path;
+    argv << "--whitelist=" + path;
+}
+
+void appendBind(QByteArrayList &argv, const QByteArray &source, const QByteArray &target,
+                Directory directory = Directory::Existing)
+{
+    if (directory == Directory::Create)
+        argv << "--mkdir=" + source << "--mkdir=" + target << "--whitelist=" + source;
+    argv << "--bind=" + source + "," + target;
+}
+
+// An empty directory that is first whitelisted and then blacklisted closes the tree that it lies
+// in when nothing else of it was opened.
+void appendClosedSharedTrees(QByteArrayList &argv)
+{
+    for (const char *tree : {shared, systemCommon}) {
+        const QByteArray empty = QByteArray(tree) + "empty";
+        argv << "--whitelist=" + empty << "--blacklist=" + empty;
+    }
+}
+
+QByteArray fileNameOf(const QByteArray &path) { return path.mid(path.lastIndexOf('/') + 1); }
+
+QByteArrayList programNames(const QByteArray &program, const QByteArray &secondary)
+{
+    QByteArrayList names {fileNameOf(program)};
+    if (!secondary.isEmpty() && !names.contains(fileNameOf(secondary)))
+        names << fileNameOf(secondary);
+    return names;
+}
+
+QByteArray joinNumbers(const QVector<qint32> &numbers)
+{
+    QByteArrayList texts;
+    for (const qint32 number : numbers)
+        texts << QByteArray::number(number);
+    return texts.join(',');
+}
+
+bool liesDirectlyIn(const QByteArray &directory, const QByteArray &path)
+{
+    return path.startsWith(directory) && path.indexOf('/', directory.size()) < 0;
+}
+
+// Only of a plain file: opening a pipe would wait for somebody to write to it.
+bool isElf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && file.read(4) == "\x7f" "ELF";
+}
+
+bool isExecutableFile(const QString &path)
+{
+    return QFileInfo(path).isFile()
+        && QFile::permissions(path).testFlag(QFileDevice::ExeUser);
+}
+
+Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
+
+} // namespace
+
+QString permissionPath(const QString &name, const QStringList &directories)
+{
+    for (const QString &directory : directories) {
+        const QString path = directory + name + QLatin1String(".permission");
+        if (QFile::exists(path))
+            return path;
+    }
+    return {};
+}
+
+QByteArrayList permissionOptions(const QStringList &permissions, const QStringList &directories)
+{
+    QByteArrayList options;
+    for (const QString &permission : permissions) {
+        const QString path = permissionPath(permission, directories);
+        if (path.isEmpty())
+            qWarning() << "Unknown permission" << permission;
+        else
+            options << "--profile=" + path.toUtf8();
+    }
+    return options;
+}
+
+QString FirejailPrivate::profilePath(const QString &name) const
+{
+    const QString path = rootDirectory + QLatin1String("/etc/sailjail/permissions/") + name
+        + QLatin1String(".profile");
+    return QFile::exists(path) ? path : QString();
+}
+
+Error FirejailPrivate::checkExecutable(const QByteArray &program) const
+{
+    const QString name = QString::fromUtf8(program);
+    if (!program.startsWith('/'))
+        return invalid(name + QLatin1String(" is not an absolute path"));
+    // Component tests name programs that the machine they run on need not have.
+    if (qEnvironmentVariableIsSet("ORVANE_COMPONENT_TESTS"))
+        return {};
+    if (legacy && !liesDirectlyIn("/usr/bin/", program))
+        return invalid(QStringLiteral("Legacy apps must be in: /usr/bin"));
+    const QString path = rootDirectory + name;
+    if (!isExecutableFile(path))
+        return invalid(name + QLatin1String(" is not executable"));
+    if (!isElf(path))
+        return invalid(name + QLatin1String(" is not an ELF binary"));
+    return {};
+}
+
+void FirejailPrivate::appendLauncher(QByteArrayList &argv, const QByteArray &program) const
+{
+    argv << rootDirectory.toUtf8() + "/usr/bin/firejail";
+    argv << (debug ? "--debug" : "--quiet");
+    const QByteArrayList names = programNames(program, secondaryExecutable);
+    for (const QByteArray &name : names)
+        argv << "--private-bin=" + name;
+    for (const QString &option : extraOptions)
+        argv << option.toUtf8();
+}
+
+void FirejailPrivate::appendIdentity(QByteArrayList &argv) const
+{
+    if (!organizationName.isEmpty())
+        argv << "--template=OrganizationName:" + organizationName;
+    if (!applicationName.isEmpty())
+        argv << "--template=ApplicationName:" + applicationName;
+    if (!keepFds.isEmpty())
+        argv << "--keep-fd=" + joinNumbers(keepFds);
+}
+
+void FirejailPrivate::appendReadableData(QByteArrayList &argv) const
+{
+    if (!dataName.isEmpty())
+        appendWhitelist(argv, "/usr/share/" + dataName);
+    if (!desktopFile.isEmpty() && !desktopFile.startsWith(QLatin1String("/etc/")))
+        appendWhitelist(argv, desktopFile.toUtf8());
+}
+
+void FirejailPrivate::appendLegacyHome(QByteArrayList &argv) const
+{
+    const QByteArray base = QFileInfo(desktopFile).completeBaseName().toUtf8();
+    if (base.isEmpty() || homeless)
+        return;
+    const Directory directory = legacy ? Directory::Create : Directory::Existing;
+    for (const char *prefix : {homeData, homeConfig, homeCache})
+        appendWhitelist(argv, prefix + base, directory);
+}
+
+void FirejailPrivate::appendApplication(QByteArrayList &argv) const
+{
+    const QByteArray directory = organizationName + "/" + applicationName;
+    const QByteArray busNames = organizationName + "." + applicationName + ".*";
+    if (!homeless) {
+        // Not the order of the legacy directories: the launcher sees what it always saw.
+        for (const char *prefix : {homeCache, homeData, homeConfig})
+            appendWhitelist(argv, prefix + directory, Directory::Create);
+    }
+    argv << (noUserBus ? QByteArrayLiteral("--dbus-user=none") : "--dbus-user.own=" + busNames);
+    appendWhitelist(argv, shared + directory);
+    argv << "--dbus-system.talk=" + busNames;
+}
+
+void FirejailPrivate::appendSharingGroup(QByteArrayList &argv) const
+{
+    const QByteArray group = organizationName + "/" + sharingName;
+    const QByteArray groupCommon = group + "/common";
+    const QByteArray common = organizationName + "/common";
+    if (!homeless) {
+        for (const char *prefix : {homeCache, homeConfig, homeData})
+            appendBind(argv, prefix + groupCommon, prefix + common, Directory::Create);
+    }
+    appendBind(argv, systemCommon + group, systemCommon + organizationName);
+    appendBind(argv, shared + groupCommon, shared + common);
+    appendWhitelist(argv, systemCommon + group);
+    appendWhitelist(argv, shared + groupCommon);
+    appendWhitelist(argv, shared + common);
+}
+
+void FirejailPrivate::appendOrganization(QByteArrayList &argv) const
+{
+    const QByteArray common = organizationName + "/common";
+    if (!homeless) {
+        for (const char *prefix : {homeCache, homeConfig, homeData})
+            appendWhitelist(argv, prefix + common, Directory::Create);
+    }
+    appendWhitelist(argv, systemCommon + organizationName);
+    appendWhitelist(argv, shared + common);
+}
+
+Error FirejailPrivate::appendProfiles(QByteArrayList &argv) const
+{
+    for (const QString &profile : profiles) {
+        const QString path = profile.startsWith(QLatin1Char('/')) ? profile : profilePath(profile);
+        if (path.isEmpty())
+            return invalid(QLatin1String("Unknown profile ") + profile);
+        argv << "--profile=" + path.toUtf8();
+    }
+    return {};
+}
+
+QPair<QByteArrayList, Error> FirejailPrivate::computeArgv(const QByteArrayList &arguments,
+                                                          const QStringList &permissions) const
+{
+    if (arguments.isEmpty())
+        return {{}, invalid(QStringLiteral("Empty argument list"))};
+    if (const Error error = checkExecutable(arguments.first()))
+        return {{}, error};
+    QByteArrayList argv;
+    appendLauncher(argv, arguments.first());
+    appendIdentity(argv);
+    appendReadableData(argv);
+    appendLegacyHome(argv);
+    if (!organizationName.isEmpty() && !applicationName.isEmpty())
+        appendApplication(argv);
+    if (!organizationName.isEmpty() && !sharingName.isEmpty())
+        appendSharingGroup(argv);
+    else if (!organizationName.isEmpty())
+        appendOrganization(argv);
+    appendClosedSharedTrees(argv);
+    if (!ownedUserBusName.isEmpty())
+        argv << "--dbus-user.own=" + ownedUserBusName;
+    if (const Error error = appendProfiles(argv))
+        return {{}, error};
+    argv << permissionOptions(permissions, permissionDirectories()) << "--" << arguments;
+    return {argv, {}};
+}
+
+Firejail::Firejail()
+    : d(new FirejailPrivate)
+{
+}
+
+Firejail::~Firejail() = default;
+
+void Firejail::setRootDirectory(const QString &directory) { d->rootDirectory = directory; }
+
+void Firejail::setProfiles(const QStringList &profiles) { d->profiles = profiles; }
+
+void Firejail::setOrganizationName(const QString &name) { d->organizationName = name.toUtf8(); }
+
+void Firejail::setApplicationName(const QString &name) { d->applicationName = name.toUtf8(); }
+
+void Firejail::setSharingName(const QString &name) { d->sharingName = name.toUtf8(); }
+
+void Firejail::setSecondaryExecutable(const QString &program)
+{
+    d->secondaryExecutable = program.toUtf8();
+}
+
+void Firejail::setDesktopFile(const QString &path) { d->desktopFile = path; }
+
+void Firejail::setExtraOptions(const QStringList &options) { d->extraOptions = options; }
+
+void Firejail::setKeepFds(const QVector<qint32> &fds) { d->keepFds = fds; }
+
+void Firejail::setDataName(const QString &name) { d->dataName = name.toUtf8(); }
+
+void Firejail::setOwnedUserBusName(const QString &name) { d->ownedUserBusName = name.toUtf8(); }
+
+void Firejail::setNoUserBus(bool noUserBus) { d->noUserBus = noUserBus; }
+
+void Firejail::setLegacy(bool legacy) { d->legacy = legacy; }
+
+void Firejail::setDebug(bool debug) { d->debug = debug; }
+
+void Firejail::setHomeless(bool homeless) { d->homeless = homeless; }
+
+QPair<QByteArrayList, Error> Firejail::computeArgv(const QByteArrayList &arguments,
+                                                   const QStringList &permissions) const
+{
+    return d->computeArgv(arguments, permissions);
+}
+
+} // namespace Core

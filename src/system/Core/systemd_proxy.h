@@ -1,0 +1,108 @@
+#pragma once
+
+#include "common/Core/error.h"
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+#include <QVector>
+
+#include <functional>
+
+class QDBusArgument;
+
+namespace Core {
+
+class SystemdProxyPrivate;
+
+/// The names that systemd's manager uses and that the task manager reads.
+namespace Systemd {
+inline QString service() { return QStringLiteral("org.freedesktop.systemd1"); }
+inline QString managerPath() { return QStringLiteral("/org/freedesktop/systemd1"); }
+inline QString mainPid() { return QStringLiteral("MainPID"); }
+inline QString activeState() { return QStringLiteral("ActiveState"); }
+inline QString subState() { return QStringLiteral("SubState"); }
+inline QString active() { return QStringLiteral("active"); }
+inline QString running() { return QStringLiteral("running"); }
+inline QString enabled() { return QStringLiteral("enabled"); }
+inline QString replace() { return QStringLiteral("replace"); }
+} // namespace Systemd
+
+/// The daemon's only client of systemd: the manager's operations, all asynchronous, and one signal
+/// for the property changes of the units that are watched. Nothing here blocks or logs; callbacks
+/// run later from the event loop, never inside the call that they complete. Calls reach systemd in
+/// the order in which they were made. Event-loop thread only.
+class SystemdProxy : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// One entry of the unit listing. On the bus: (ssssssouso)
+    struct Unit
+    {
+        QString name;
+        QString description;
+        QString activeState;
+        QString subState;
+        /// The unit's object path.
+        QString path;
+        quint32 jobId = 0;
+    };
+
+    /// One entry of the unit file listing. On the bus: (ss)
+    struct UnitFileStatus
+    {
+        QString path;
+        /// Enablement state, for example "enabled".
+        QString state;
+    };
+
+    using UnitsCallback = std::function<void(const QVector<Unit> &)>;
+    using UnitFilesCallback = std::function<void(const QVector<UnitFileStatus> &)>;
+    /// Job path, empty on failure, and the outcome.
+    using JobCallback = std::function<void(const QString &, const Error &)>;
+
+    /// Subscribes to systemd's unit signals.
+    explicit SystemdProxy(QObject *parent = nullptr);
+    ~SystemdProxy() override;
+
+    /// A failed listing gives an empty vector.
+    void listUnitsByPatterns(const QStringList &states, const QStringList &patterns,
+                             UnitsCallback callback);
+    /// A failed listing gives an empty vector.
+    void listUnitFilesByPatterns(const QStringList &states, const QStringList &patterns,
+                                 UnitFilesCallback callback);
+    void enableUnitFiles(const QStringList &files, bool runtime, bool force);
+    void disableUnitFiles(const QStringList &files, bool runtime);
+    void reload();
+    /// Watches the unit, then asks for the job. Success says that the job was accepted, not that
+    /// the unit runs.
+    void startUnit(const QString &name, const QString &mode, JobCallback callback);
+    /// The same for the stop job.
+    void stopUnit(const QString &name, const QString &mode, JobCallback callback);
+    /// Has the unit's property changes reported. Watching twice is watching once; for ever.
+    void watchUnit(const QString &name);
+
+    /// The unit's object path as this process derives it. Differs from systemd's own rule for
+    /// leading digits and non-ASCII bytes, neither of which a task unit's name has.
+    [[nodiscard]] static QString unitObjectPath(const QString &name);
+
+Q_SIGNALS:
+    /// Properties of a watched unit changed; only changed values, any interface.
+    void unitPropertiesChanged(const QString &unitName, const QVariantMap &properties);
+
+private:
+    SystemdProxyPrivate *const d;
+};
+
+QDBusArgument &operator<<(QDBusArgument &argument, const SystemdProxy::Unit &unit);
+const QDBusArgument &operator>>(const QDBusArgument &argument, SystemdProxy::Unit &unit);
+QDBusArgument &operator<<(QDBusArgument &argument, const SystemdProxy::UnitFileStatus &status);
+const QDBusArgument &operator>>(const QDBusArgument &argument,
+                                SystemdProxy::UnitFileStatus &status);
+
+} // namespace Core
+
+Q_DECLARE_METATYPE(Core::SystemdProxy::Unit)
+Q_DECLARE_METATYPE(Core::SystemdProxy::UnitFileStatus)

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "common/Core/application_id.h"
+#include "common/Core/error.h"
+#include "system/Core/task_records.h"
+
+#include <QList>
+#include <QObject>
+#include <QVariantMap>
+
+#include <functional>
+
+namespace Core {
+
+class TaskManagerPrivate;
+
+/// Owns the running background tasks: turns a declared task into a unit, has systemd start and
+/// stop it, follows its state, cleans up. Event-loop thread only; at most one at a time.
+class TaskManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Called exactly once with the outcome.
+    using Callback = std::function<void(const Error &)>;
+
+    /// Starts loading what systemd already knows of the tasks.
+    explicit TaskManager(QObject *parent = nullptr);
+    ~TaskManager() override;
+    /// The manager that the process shares; made by the first call unless one exists.
+    static TaskManager *instance();
+
+    /// Writes the task's files and asks systemd to start its unit. Success says that systemd
+    /// accepted the job. What was written stays when a later step fails.
+    /// @param startParameters what the caller says of this start ("Environment").
+    /// @param taskSettings how the task is to run ("User", "CGroups", "DBusService", ...).
+    void start(const ApplicationTaskId &id, const QVariantMap &startParameters,
+               const QVariantMap &taskSettings, const Callback &callback);
+    void start(const QString &id, const QVariantMap &startParameters,
+               const QVariantMap &taskSettings, const Callback &callback);
+    /// Asks systemd to stop and disable the task's unit and deletes its files.
+    void stop(const ApplicationTaskId &id, const Callback &callback);
+    void stop(const QString &id, const Callback &callback);
+    /// All records, in task id order.
+    [[nodiscard]] QList<TaskRecord> tasks() const;
+    /// Runs the callback once systemd's initial listings have arrived: at once if they have.
+    void runWhenReady(const std::function<void()> &callback);
+    /// Stops every task of a removed application; failures are logged when they arrive.
+    /// @return true; does not wait for the stops.
+    bool cleanupUninstalledApplication(const QString &application);
+
+Q_SIGNALS:
+    /// The set or the state of tasks may have changed. One for all changes of an event-loop pass.
+    void systemTasksChanged();
+
+private Q_SLOTS:
+    void emitSystemTasksChanged();
+
+private:
+    friend class TaskManagerPrivate;
+    TaskManagerPrivate *const d;
+};
+
+} // namespace Core

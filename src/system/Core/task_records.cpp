@@ -1,0 +1,51 @@
+#include "system/Core/task_records.h"
+
+#include "system/Core/systemd_proxy.h"
+#include "system/Core/unit_files.h"
+
+#include <utility>
+
+namespace Core {
+
+TaskRecords::TaskRecords(TypeLookup typeOf)
+    : m_typeOf(std::move(typeOf))
+{
+}
+
+TaskRecord *TaskRecords::findOrCreate(const QString &unitName)
+{
+    const QString taskId = taskIdOfUnit(unitName);
+    if (taskId.isEmpty())
+        return nullptr;
+    TaskRecord &record = m_records[taskId];
+    if (record.taskId.isEmpty()) {
+        record.taskId = taskId;
+        record.taskType = m_typeOf(taskId);
+    }
+    return &record;
+}
+
+bool TaskRecords::applyProperties(const QString &unitName, const QVariantMap &properties)
+{
+    const auto record = m_records.find(taskIdOfUnit(unitName));
+    if (record == m_records.end())
+        return false;
+    const auto mainPid = properties.constFind(Systemd::mainPid());
+    if (mainPid != properties.constEnd())
+        record->mainPid = mainPid->toInt();
+    // systemd reports both states together, so a sub-state that comes alone says nothing new.
+    const auto activeState = properties.constFind(Systemd::activeState());
+    if (activeState != properties.constEnd())
+        record->state =
+            stateOf(activeState->toString(), properties.value(Systemd::subState()).toString());
+    return true;
+}
+
+TaskRecord::State TaskRecords::stateOf(const QString &activeState, const QString &subState)
+{
+    return activeState == Systemd::active() && subState == Systemd::running()
+        ? TaskRecord::Running
+        : TaskRecord::NotRunning;
+}
+
+} // namespace Core

@@ -1,0 +1,88 @@
+#include "system/DBus/task_invoker_session.h"
+#include "system/DBus/task_invoker_session_p.h"
+
+#include "common/Core/application_registry.h"
+#include "common/DBus/delayed_reply.h"
+#include "common/DBus/property_notifier.h"
+#include "common/names.h"
+#include "system/Core/task_manager.h"
+
+namespace DBus {
+
+TaskInvokerSessionPrivate::TaskInvokerSessionPrivate(const QString &type,
+                                                     TaskInvokerSession *session)
+    : connection(QDBusConnection::systemBus())
+    , taskType(type)
+    , q(session)
+{
+    registerTypes();
+}
+
+void TaskInvokerSessionPrivate::rebuildActiveTasks()
+{
+    activeTasks.clear();
+    const QList<Core::TaskRecord> records = Core::TaskManager::instance()->tasks();
+    for (const Core::TaskRecord &record : records) {
+        if (record.taskType == taskType && record.state == Core::TaskRecord::Running)
+            activeTasks.append({record.taskId, record.mainPid, {}});
+    }
+    Q_EMIT q->activeTasksChanged();
+}
+
+TaskInvokerSession::TaskInvokerSession(const QString &taskType, QObject *parent)
+    : QObject(parent)
+    , d(std::make_unique<TaskInvokerSessionPrivate>(taskType, this))
+{
+    d->rebuildActiveTasks();
+    connect(Core::TaskManager::instance(), &Core::TaskManager::systemTasksChanged, d.get(),
+            &TaskInvokerSessionPrivate::rebuildActiveTasks);
+    connect(Core::ApplicationRegistry::instance(), &Core::ApplicationRegistry::manifestsChanged,
+            this, &TaskInvokerSession::availableTasksChanged);
+    new PropertyNotifier(d->connection, pathFor(taskType), this);
+}
+
+TaskInvokerSession::~TaskInvokerSession() = default;
+
+const QString &TaskInvokerSession::taskType() const { return d->taskType; }
+
+QString TaskInvokerSession::pathFor(const QString &taskType)
+{
+    return Names::taskInvokerSessionsPath() + taskType;
+}
+
+QVector<Orvane::AvailableTask> TaskInvokerSession::availableTasks() const
+{
+    QVector<Orvane::AvailableTask> available;
+    const auto tasks = Core::ApplicationRegistry::instance()->tasksOfType(d->taskType);
+    for (const Core::ApplicationRegistry::TaskInfo &task : tasks) {
+        available.append({task.taskId.toString(),
+                          {{QStringLiteral("Permissions"), task.permissions},
+                           {QStringLiteral("Conditions"), task.conditions}}});
+    }
+    return available;
+}
+
+QVector<Orvane::ActiveTask> TaskInvokerSession::activeTasks() const { return d->activeTasks; }
+
+int TaskInvokerSession::Start(const QString &fullTaskId, const QVariantMap &startupInfo,
+                              const QVariantMap &hints)
+{
+    setDelayedReply(true);
+    Core::TaskManager::instance()->start(fullTaskId, startupInfo, hints,
+                                         [reply = DelayedReply(message(), connection())](
+                                             const Core::Error &error) { reply.finish(error); });
+    return 0;
+}
+
+void TaskInvokerSession::Stop(const QString &fullTaskId)
+{
+    setDelayedReply(true);
+    Core::TaskManager::instance()->stop(
+        fullTaskId, [reply = DelayedReply(message(), connection())](const Core::Error &error) {
+            reply.finish(error);
+        });
+}
+
+void TaskInvokerSession::CloseSession() { Q_EMIT sessionClosed(); }
+
+} // namespace DBus

@@ -1,0 +1,241 @@
+#include "common/atomic_file.h"
+
+#include <QDir>
+#include <QFile>
+#include <QScopeGuard>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
+}
+
+void fill(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(text), qint64(text.size()));
+}
+
+mode_t modeOf(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
+
+QStringList namesIn(const QString &directory)
+{
+    return QDir(directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::System
+                                     | QDir::NoDotAndDotDot);
+}
+
+// Makes every file of this process end at `bytes` for as long as it lives, as a full disk would.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+        : m_handler(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit {bytes, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_handler);
+    }
+    Q_DISABLE_COPY(FileSizeLimit)
+
+private:
+    using Handler = void (*)(int);
+    Handler m_handler;
+    rlimit m_before = {};
+};
+
+} // namespace
+
+class TestAtomicFile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void writesANewFile_data();
+    void writesANewFile();
+    void replacesAnOldFile();
+    void isReadableByEverybodyWhateverTheUmaskIs();
+    void opensAnOldFileUpToEverybody();
+    void leavesReadersOfTheOldFileWithTheOldText();
+    void keepsALinkAndReplacesWhatItPointsTo();
+    void cannotOpenInAMissingDirectory();
+    void cannotOpenADirectory();
+    void keepsTheOldTextWhenTheDiskIsFull();
+    void leavesNothingBehindWhenTheDiskIsFull();
+    void writesIntoAPipeInsteadOfReplacingIt();
+    void doesNotWaitForTheReaderOfAPipe();
+    void saysWhenADeviceDoesNotTakeTheText();
+
+private:
+    QString file() const { return m_directory->filePath(QStringLiteral("file")); }
+
+    QScopedPointer<QTemporaryDir> m_directory;
+};
+
+void TestAtomicFile::init()
+{
+    m_directory.reset(new QTemporaryDir);
+    QVERIFY(m_directory->isValid());
+}
+
+void TestAtomicFile::cleanup() { m_directory.reset(); }
+
+void TestAtomicFile::writesANewFile_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("one line") << QByteArray("one line\n");
+    QTest::newRow("nothing") << QByteArray("");
+    QTest::newRow("zero bytes") << QByteArray("a\0b", 3);
+    QTest::newRow("a megabyte") << QByteArray(1 << 20, 'x');
+}
+
+void TestAtomicFile::writesANewFile()
+{
+    QFETCH(QByteArray, text);
+    QCOMPARE(writeFileAtomically(file(), text), FileWrite::Written);
+    QCOMPARE(contentOf(file()), text);
+    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+}
+
+void TestAtomicFile::replacesAnOldFile()
+{
+    fill(file(), "a text longer than the new one\n");
+    QCOMPARE(writeFileAtomically(file(), "new\n"), FileWrite::Written);
+    QCOMPARE(contentOf(file()), QByteArray("new\n"));
+    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+}
+
+void TestAtomicFile::isReadableByEverybodyWhateverTheUmaskIs()
+{
+    const mode_t before = ::umask(0077);
+    const auto restore = qScopeGuard([before] { ::umask(before); });
+    QCOMPARE(writeFileAtomically(file(), "text"), FileWrite::Written);
+    QCOMPARE(modeOf(file()), mode_t(0644));
+}
+
+void TestAtomicFile::opensAnOldFileUpToEverybody()
+{
+    fill(file(), "old");
+    QCOMPARE(::chmod(QFile::encodeName(file()).constData(), 0600), 0);
+    QCOMPARE(writeFileAtomically(file(), "text"), FileWrite::Written);
+    QCOMPARE(modeOf(file()), mode_t(0644));
+}
+
+void TestAtomicFile::leavesReadersOfTheOldFileWithTheOldText()
+{
+    fill(file(), "old text");
+    QFile reader(file());
+    QVERIFY(reader.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
+    QCOMPARE(writeFileAtomically(file(), "new text"), FileWrite::Written);
+    QCOMPARE(reader.readAll(), QByteArray("old text"));
+    QCOMPARE(contentOf(file()), QByteArray("new text"));
+}
+
+void TestAtomicFile::keepsALinkAndReplacesWhatItPointsTo()
+{
+    const QString target = m_directory->filePath(QStringLiteral("target"));
+    fill(target, "old");
+    QVERIFY(QFile::link(target, file()));
+    QCOMPARE(writeFileAtomically(file(), "new"), FileWrite::Written);
+    QCOMPARE(QFile::symLinkTarget(file()), target);
+    QCOMPARE(contentOf(target), QByteArray("new"));
+}
+
+void TestAtomicFile::cannotOpenInAMissingDirectory()
+{
+    const QString path = m_directory->filePath(QStringLiteral("missing/file"));
+    QCOMPARE(writeFileAtomically(path, "text"), FileWrite::CannotOpen);
+    QVERIFY(namesIn(m_directory->path()).isEmpty());
+}
+
+void TestAtomicFile::cannotOpenADirectory()
+{
+    QVERIFY(QDir().mkdir(file()));
+    QCOMPARE(writeFileAtomically(file(), "text"), FileWrite::CannotOpen);
+    QVERIFY(QFileInfo(file()).isDir());
+    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+}
+
+void TestAtomicFile::keepsTheOldTextWhenTheDiskIsFull()
+{
+    fill(file(), "old");
+    FileWrite result = FileWrite::Written;
+    {
+        const FileSizeLimit limit(4);
+        result = writeFileAtomically(file(), "more than four bytes");
+    }
+    QCOMPARE(result, FileWrite::Incomplete);
+    QCOMPARE(contentOf(file()), QByteArray("old"));
+}
+
+void TestAtomicFile::leavesNothingBehindWhenTheDiskIsFull()
+{
+    FileWrite result = FileWrite::Written;
+    {
+        const FileSizeLimit limit(4);
+        // Larger than any buffer, so that the write itself fails and not the end of it.
+        result = writeFileAtomically(file(), QByteArray(1 << 20, 'x'));
+    }
+    QCOMPARE(result, FileWrite::Incomplete);
+    QCOMPARE(namesIn(m_directory->path()), QStringList());
+}
+
+void TestAtomicFile::writesIntoAPipeInsteadOfReplacingIt()
+{
+    const QString pipe = m_directory->filePath(QStringLiteral("pipe"));
+    const QByteArray pipeName = QFile::encodeName(pipe);
+    QCOMPARE(::mkfifo(pipeName.constData(), 0600), 0);
+    QVERIFY(QFile::link(pipe, file()));
+    const int reader = ::open(pipeName.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    QVERIFY(reader >= 0);
+    const auto closeReader = qScopeGuard([reader] { ::close(reader); });
+
+    QCOMPARE(writeFileAtomically(file(), "text"), FileWrite::Written);
+    QByteArray received(16, '\0');
+    QCOMPARE(::read(reader, received.data(), 16), ssize_t(4));
+    QCOMPARE(received.left(4), QByteArray("text"));
+    QCOMPARE(namesIn(m_directory->path()), QStringList({QStringLiteral("file"),
+                                                        QStringLiteral("pipe")}));
+}
+
+void TestAtomicFile::doesNotWaitForTheReaderOfAPipe()
+{
+    QCOMPARE(::mkfifo(QFile::encodeName(file()).constData(), 0600), 0);
+    QCOMPARE(writeFileAtomically(file(), "text"), FileWrite::CannotOpen);
+    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+}
+
+void TestAtomicFile::saysWhenADeviceDoesNotTakeTheText()
+{
+    const int device = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    if (device < 0)
+        QSKIP("needs /dev/full");
+    const auto closeDevice = qScopeGuard([device] { ::close(device); });
+    // By way of the descriptor, so that nothing beside the device can be touched.
+    const QString path = QStringLiteral("/proc/self/fd/%1").arg(device);
+    QCOMPARE(writeFileAtomically(path, "text"), FileWrite::Incomplete);
+}
+
+QTEST_GUILESS_MAIN(TestAtomicFile)
+#include "tst_atomic_file.moc"

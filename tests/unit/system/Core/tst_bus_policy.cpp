@@ -1,0 +1,207 @@
+#include "system/Core/task_manager_p.h"
+#include "system/Core/unit_files.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
+#include <QtTest>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using Core::ApplicationId;
+using Core::ApplicationTaskId;
+using Core::TaskManagerPrivate;
+
+namespace {
+
+const QString busName = QStringLiteral("com.example.Notes.Sync");
+const QString user = QStringLiteral("nobody");
+
+ApplicationTaskId task()
+{
+    return {ApplicationId(QStringLiteral("com.example"), QStringLiteral("Notes")),
+            QStringLiteral("sync")};
+}
+
+QByteArray typicalText()
+{
+    return "<!DOCTYPE busconfig PUBLIC \n"
+           "  \"-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN\"\n"
+           "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+           "\n"
+           "  <busconfig>\n"
+           "  <policy user=\"nobody\">\n"
+           "    <allow own=\"com.example.Notes.Sync\"/>\n"
+           "  </policy>\n"
+           "\n"
+           "  <policy context=\"default\">\n"
+           "    <allow send_destination=\"com.example.Notes.Sync\"/>\n"
+           "  </policy>\n"
+           "</busconfig>\n";
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
+}
+
+// What an XML reader finds: every attribute of every element, in order.
+QStringList attributesOf(const QByteArray &text)
+{
+    QStringList found;
+    QXmlStreamReader reader(text);
+    while (!reader.atEnd()) {
+        reader.readNext();
+        for (const QXmlStreamAttribute &attribute : reader.attributes())
+            found << attribute.name() + QLatin1Char('=') + attribute.value();
+    }
+    if (reader.hasError())
+        found << reader.errorString();
+    return found;
+}
+
+} // namespace
+
+class TestBusPolicy : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void makesTheTextByteForByte();
+    void putsTheSameValuesBackOutOfXml_data();
+    void putsTheSameValuesBackOutOfXml();
+    void addsNoRuleThatAValueSpells();
+    void writesThePolicyAndItsDirectories();
+    void writesAPolicyThatTheBusCanRead();
+    void replacesAnOldPolicy();
+    void warnsWhenTheDirectoryCannotBeMade();
+    void warnsWhenTheFileCannotBeOpened();
+    void failsOnAShortWrite();
+
+private:
+    void expectWarning() const;
+
+    QScopedPointer<QTemporaryDir> m_root;
+};
+
+void TestBusPolicy::init()
+{
+    m_root.reset(new QTemporaryDir);
+    QVERIFY(m_root->isValid());
+    qputenv("ORVANE_ROOTFS", m_root->path().toUtf8());
+}
+
+void TestBusPolicy::cleanup()
+{
+    qunsetenv("ORVANE_ROOTFS");
+    m_root.reset();
+}
+
+void TestBusPolicy::expectWarning() const
+{
+    const QString text = QStringLiteral("Could not create file: \"%1/etc/dbus-1/system.d/"
+                                        "com.example.Notes.task_sync.conf\"")
+                             .arg(m_root->path());
+    QTest::ignoreMessage(QtWarningMsg, text.toUtf8().constData());
+}
+
+void TestBusPolicy::makesTheTextByteForByte()
+{
+    QCOMPARE(Core::policyText(busName, user), typicalText());
+}
+
+void TestBusPolicy::putsTheSameValuesBackOutOfXml_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("owner");
+    QTest::newRow("plain") << busName << user;
+    QTest::newRow("signs of XML") << QStringLiteral("a<b>&\"c") << QStringLiteral("<&amp;\">");
+    QTest::newRow("beyond ASCII") << QStringLiteral("ü.ö") << QStringLiteral("jürgen");
+    QTest::newRow("a placeholder in the user") << busName << QStringLiteral("%1%2");
+}
+
+void TestBusPolicy::putsTheSameValuesBackOutOfXml()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, owner);
+    QCOMPARE(attributesOf(Core::policyText(name, owner)),
+             (QStringList {QStringLiteral("user=") + owner, QStringLiteral("own=") + name,
+                           QStringLiteral("context=default"),
+                           QStringLiteral("send_destination=") + name}));
+}
+
+void TestBusPolicy::addsNoRuleThatAValueSpells()
+{
+    const QString rule = QStringLiteral("x\"/><allow own=\"org.freedesktop.systemd1");
+    const QByteArray text = Core::policyText(rule, user);
+    QCOMPARE(text.count("<allow"), 2);
+    QCOMPARE(text.count("own=\"x&quot;/&gt;&lt;allow own=&quot;org.freedesktop.systemd1\"/>"), 1);
+}
+
+void TestBusPolicy::writesThePolicyAndItsDirectories()
+{
+    QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
+    const QString path = m_root->filePath(
+        QStringLiteral("etc/dbus-1/system.d/com.example.Notes.task_sync.conf"));
+    QCOMPARE(contentOf(path), typicalText());
+}
+
+void TestBusPolicy::writesAPolicyThatTheBusCanRead()
+{
+    const mode_t before = ::umask(0077);
+    const bool written = TaskManagerPrivate::writeDBusPolicy(task(), busName, user);
+    ::umask(before);
+    QVERIFY(written);
+    const QFileDevice::Permissions permissions
+        = QFile::permissions(Core::policyFilePath(task().toString()));
+    QVERIFY(permissions.testFlag(QFileDevice::ReadOther));
+    QVERIFY(!permissions.testFlag(QFileDevice::WriteOther));
+}
+
+void TestBusPolicy::replacesAnOldPolicy()
+{
+    QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), QStringLiteral("a.much.longer.bus.name"),
+                                                QStringLiteral("another-user")));
+    QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
+    QCOMPARE(contentOf(Core::policyFilePath(task().toString())), typicalText());
+}
+
+void TestBusPolicy::warnsWhenTheDirectoryCannotBeMade()
+{
+    QFile blocker(m_root->filePath(QStringLiteral("etc")));
+    QVERIFY(blocker.open(QIODevice::WriteOnly));
+    expectWarning();
+    QVERIFY(!TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
+}
+
+void TestBusPolicy::warnsWhenTheFileCannotBeOpened()
+{
+    QVERIFY(QDir().mkpath(Core::policyFilePath(task().toString())));
+    expectWarning();
+    QVERIFY(!TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
+}
+
+void TestBusPolicy::failsOnAShortWrite()
+{
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before = {};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit limit {8, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const bool written = TaskManagerPrivate::writeDBusPolicy(task(), busName, user);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+
+    QVERIFY(!written);
+    QVERIFY(!QFile::exists(Core::policyFilePath(task().toString())));
+}
+
+QTEST_GUILESS_MAIN(TestBusPolicy)
+#include "tst_bus_policy.moc"
