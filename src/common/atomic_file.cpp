@@ -10,9 +10,8 @@
 namespace {
 
 // The bus daemon reads its policies as another user, whatever the umask of this process.
-constexpr QFileDevice::Permissions everybodyReads
-    = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup
-    | QFileDevice::ReadOther;
+constexpr QFileDevice::Permissions everybodyReads = QFileDevice::ReadOwner | QFileDevice::WriteOwner
+    | QFileDevice::ReadGroup | QFileDevice::ReadOther;
 
 // The rename survives a crash only once the directory is on the disk too. Not every file system
 // can do that, and the text is in place already: a failure changes nothing.
@@ -34,7 +33,8 @@ FileWrite writeInPlace(const QString &path, const QByteArray &text)
     if (fd < 0)
         return FileWrite::CannotOpen;
     QFile file;
-    if (!file.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+    if (!file.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered,
+                   QFileDevice::AutoCloseHandle)) {
         ::close(fd);
         return FileWrite::CannotOpen;
     }
@@ -44,7 +44,8 @@ FileWrite writeInPlace(const QString &path, const QByteArray &text)
 FileWrite replaceFile(const QString &path, const QByteArray &text)
 {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
+    // A buffer that reaches a full disk only in part would not be noticed by commit().
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return FileWrite::CannotOpen;
     const bool written = file.write(text) == text.size() && file.setPermissions(everybodyReads);
     if (!written)

@@ -66,7 +66,4 @@ void writeLine(QtMsgType type, const QMessageLogContext &context, const QString 
 
 } // namespace
 
-void installLogHandler()
-{
-    qInstallMessageHandler(writeLine);
-}
+void installLogHandler() { qInstallMessageHandler(writeLine); }

@@ -2,7 +2,4 @@
 
 #include <cstdlib>
 
-QString rootPrefix()
-{
-    return QString::fromUtf8(std::getenv("ORVANE_ROOTFS"));
-}
+QString rootPrefix() { return QString::fromUtf8(std::getenv("ORVANE_ROOTFS")); }

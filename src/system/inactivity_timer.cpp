@@ -39,10 +39,7 @@ InactivityTimer::InactivityTimer(int timeoutMs, QObject *parent)
     });
 }
 
-InactivityTimer::~InactivityTimer()
-{
-    delete d;
-}
+InactivityTimer::~InactivityTimer() { delete d; }
 
 void InactivityTimer::watch(QObject *object)
 {

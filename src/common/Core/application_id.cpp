@@ -28,25 +28,13 @@ qint16 organisationLengthOf(const QString &text)
     return static_cast<qint16>(match.capturedLength(1));
 }
 
-qint16 markOf(int length)
-{
-    return static_cast<qint16>(qMin(length, longestId));
-}
+qint16 markOf(int length) { return static_cast<qint16>(qMin(length, longestId)); }
 
-QString taskPrefix()
-{
-    return QStringLiteral("task_");
-}
+QString taskPrefix() { return QStringLiteral("task_"); }
 
-QString instancePrefix()
-{
-    return QStringLiteral("instance_");
-}
+QString instancePrefix() { return QStringLiteral("instance_"); }
 
-bool isDecimalDigit(QChar character)
-{
-    return character.category() == QChar::Number_DecimalDigit;
-}
+bool isDecimalDigit(QChar character) { return character.category() == QChar::Number_DecimalDigit; }
 
 // One character of a file name as it stands in an id. Names made this way are stored in settings
 // and unit files, so the code stays what it always was: the Latin-1 value as a signed byte.
@@ -95,7 +83,8 @@ ApplicationId ApplicationId::fromDesktopFileName(const QString &fileName)
 
 QStringRef ApplicationId::organisation() const
 {
-    return m_organisationLength > 0 ? m_text.leftRef(m_organisationLength) : QStringRef(&m_text, 0, 0);
+    return m_organisationLength > 0 ? m_text.leftRef(m_organisationLength)
+                                    : QStringRef(&m_text, 0, 0);
 }
 
 QStringRef ApplicationId::name() const

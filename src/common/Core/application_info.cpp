@@ -26,8 +26,8 @@ public:
 // The first of the groups that speak of the sandbox in which the key says something.
 QString sandboxValue(const MDesktopEntry &entry, const QString &key)
 {
-    static const QStringList groups {QStringLiteral("X-Application"), QStringLiteral("X-Sailjail"),
-                                     QStringLiteral("Sailjail")};
+    static const QStringList groups{QStringLiteral("X-Application"), QStringLiteral("X-Sailjail"),
+                                    QStringLiteral("Sailjail")};
     for (const QString &group : groups) {
         const QString value = entry.value(group, key);
         if (!value.isEmpty())
@@ -153,12 +153,12 @@ void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)
     launch.method = entry.value(QStringLiteral("X-Maemo-Method"));
     launch.fixedArgs = entry.value(QStringLiteral("X-Maemo-Fixed-Args"));
     launch.dataDirectory = sandboxValue(entry, QStringLiteral("DataDirectory"));
-    launch.sandboxed
-        = sandboxValue(entry, QStringLiteral("Sandboxing")) != QLatin1String("Disabled");
-    launch.singleInstance
-        = entry.value(QStringLiteral("X-Nemo-Single-Instance")) != QLatin1String("no");
-    launch.singleCover
-        = entry.value(QStringLiteral("X-Halcyn-Single-Cover")) == QLatin1String("yes");
+    launch.sandboxed =
+        sandboxValue(entry, QStringLiteral("Sandboxing")) != QLatin1String("Disabled");
+    launch.singleInstance =
+        entry.value(QStringLiteral("X-Nemo-Single-Instance")) != QLatin1String("no");
+    launch.singleCover =
+        entry.value(QStringLiteral("X-Halcyn-Single-Cover")) == QLatin1String("yes");
     const QString mode = entry.value(QStringLiteral("Mode"));
     launch.customMode = !mode.isEmpty() && mode != QLatin1String("Normal");
 }
@@ -189,64 +189,31 @@ ApplicationInfo::~ApplicationInfo() = default;
 ApplicationInfo::ApplicationInfo(const ApplicationInfo &) = default;
 ApplicationInfo &ApplicationInfo::operator=(const ApplicationInfo &) = default;
 
-bool ApplicationInfo::isValid() const
-{
-    return d->valid;
-}
+bool ApplicationInfo::isValid() const { return d->valid; }
 
-const QString &ApplicationInfo::desktopFilePath() const
-{
-    return d->desktopFilePath;
-}
+const QString &ApplicationInfo::desktopFilePath() const { return d->desktopFilePath; }
 
-const ApplicationId &ApplicationInfo::applicationId() const
-{
-    return d->applicationId;
-}
+const ApplicationId &ApplicationInfo::applicationId() const { return d->applicationId; }
 
 const QMap<QString, ApplicationInfo::IntentInfo> &ApplicationInfo::intents() const
 {
     return d->intents;
 }
 
-const QMap<QString, ApplicationInfo::TaskInfo> &ApplicationInfo::tasks() const
-{
-    return d->tasks;
-}
+const QMap<QString, ApplicationInfo::TaskInfo> &ApplicationInfo::tasks() const { return d->tasks; }
 
-const ApplicationInfo::LaunchInfo &ApplicationInfo::launchInfo() const
-{
-    return d->launch;
-}
+const ApplicationInfo::LaunchInfo &ApplicationInfo::launchInfo() const { return d->launch; }
 
-const QString &ApplicationInfo::name() const
-{
-    return d->name;
-}
+const QString &ApplicationInfo::name() const { return d->name; }
 
-const QString &ApplicationInfo::icon() const
-{
-    return d->icon;
-}
+const QString &ApplicationInfo::icon() const { return d->icon; }
 
-const QStringList &ApplicationInfo::mimeTypes() const
-{
-    return d->mimeTypes;
-}
+const QStringList &ApplicationInfo::mimeTypes() const { return d->mimeTypes; }
 
-bool ApplicationInfo::supportsMimeParents() const
-{
-    return d->supportsMimeParents;
-}
+bool ApplicationInfo::supportsMimeParents() const { return d->supportsMimeParents; }
 
-const Manifest &ApplicationInfo::manifest() const
-{
-    return d->manifest;
-}
+const Manifest &ApplicationInfo::manifest() const { return d->manifest; }
 
-const QString &ApplicationInfo::certificateId() const
-{
-    return d->certificateId;
-}
+const QString &ApplicationInfo::certificateId() const { return d->certificateId; }
 
 } // namespace Core

@@ -21,8 +21,8 @@ void ApplicationRegistryPrivate::scan()
 {
     fileToApplication.clear();
     applications.clear();
-    const QStringList directories
-        = QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
+    const QStringList directories =
+        QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
     for (const QString &directory : directories) {
         if (QFileInfo(directory).isDir())
             scanDirectory(directory);
@@ -34,8 +34,8 @@ void ApplicationRegistryPrivate::scanDirectory(const QString &directory)
 {
     watcher.addPath(directory);
     // By name, so that two entries of the same application do not depend on the disk's order.
-    const QFileInfoList files = QDir(directory).entryInfoList({QStringLiteral("*.desktop")},
-                                                              QDir::Files, QDir::Name);
+    const QFileInfoList files =
+        QDir(directory).entryInfoList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
     for (const QFileInfo &file : files) {
         watcher.addPath(file.filePath());
         const ApplicationInfo info(file.filePath());

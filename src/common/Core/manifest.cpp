@@ -65,10 +65,7 @@ Manifest &Manifest::operator=(const Manifest &other)
     return *this;
 }
 
-bool Manifest::isValid() const
-{
-    return d->valid;
-}
+bool Manifest::isValid() const { return d->valid; }
 
 bool Manifest::keepMediaActiveInBackground() const
 {

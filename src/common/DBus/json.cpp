@@ -11,10 +11,7 @@ namespace {
 
 // The bus has no null and the library drops a whole message that holds an invalid variant, so a
 // null travels as the emptiest value that there is.
-QVariant nullOnTheBus()
-{
-    return QVariantList();
-}
+QVariant nullOnTheBus() { return QVariantList(); }
 
 // What a mixed array holds: every value in a variant of its own, at any depth.
 QVariant plainValue(const QJsonValue &value)
@@ -62,7 +59,7 @@ bool isMixed(const QJsonArray &array)
     });
 }
 
-template<typename Element>
+template <typename Element>
 void writeArrayOf(QDBusArgument &argument, const QJsonArray &array, int elementType,
                   const Element &elementOf)
 {

@@ -96,8 +96,8 @@ void PropertyNotifierPrivate::send(const QVariantMap &changed)
     // Changed and changed back: there is nothing to tell.
     if (changed.isEmpty())
         return;
-    QDBusMessage signal = QDBusMessage::createSignal(path, Names::propertiesInterface(),
-                                                     Names::propertiesChanged());
+    QDBusMessage signal =
+        QDBusMessage::createSignal(path, Names::propertiesInterface(), Names::propertiesChanged());
     signal << interfaceName << changed << QStringList();
     connection.send(signal);
 }
@@ -111,10 +111,7 @@ PropertyNotifier::PropertyNotifier(const QDBusConnection &connection, const QStr
     d->connectProperties();
 }
 
-PropertyNotifier::~PropertyNotifier()
-{
-    delete d;
-}
+PropertyNotifier::~PropertyNotifier() { delete d; }
 
 void PropertyNotifier::notify(const QStringList &properties)
 {

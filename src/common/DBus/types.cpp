@@ -6,7 +6,7 @@ namespace DBus {
 
 namespace {
 
-template<typename Record>
+template <typename Record>
 void registerRecord(const char *name, const char *vectorName)
 {
     qRegisterMetaType<Record>(name);
@@ -24,8 +24,7 @@ void registerTypes()
     registerRecord<Orvane::AvailableTask>("AvailableTask", "QVector<AvailableTask>");
     registerRecord<Orvane::ActiveTask>("ActiveTask", "QVector<ActiveTask>");
     registerRecord<Orvane::TaskState>("TaskState", "QVector<TaskState>");
-    registerRecord<Orvane::RunningApplication>("RunningApplication",
-                                               "QVector<RunningApplication>");
+    registerRecord<Orvane::RunningApplication>("RunningApplication", "QVector<RunningApplication>");
     registerRecord<Orvane::RunningService>("RunningService", "QVector<RunningService>");
     qRegisterMetaType<Orvane::ApplicationState>("ApplicationState");
     qRegisterMetaType<Orvane::ApplicationState>();

@@ -10,10 +10,7 @@ namespace {
 // Desktop entries have some kilobytes; anything near this is something else.
 constexpr qint64 largestFile = 1024 * 1024;
 
-QString mainGroup()
-{
-    return QStringLiteral(G_KEY_FILE_DESKTOP_GROUP);
-}
+QString mainGroup() { return QStringLiteral(G_KEY_FILE_DESKTOP_GROUP); }
 
 // Takes over a string of GLib's; null gives an empty one.
 QString taken(char *text)
@@ -58,8 +55,8 @@ bool MDesktopEntryPrivate::load(const QString &fileName)
     const QFileInfo info(fileName);
     if (!info.isFile() || info.size() > largestFile)
         return false;
-    return g_key_file_load_from_file(file, QFile::encodeName(fileName).constData(),
-                                     G_KEY_FILE_NONE, nullptr)
+    return g_key_file_load_from_file(file, QFile::encodeName(fileName).constData(), G_KEY_FILE_NONE,
+                                     nullptr)
         != FALSE;
 }
 
@@ -68,8 +65,7 @@ QString MDesktopEntryPrivate::string(const QString &group, const QString &key) c
     const QByteArray groupName = group.toUtf8();
     const QByteArray keyName = key.toUtf8();
     GError *error = nullptr;
-    char *value
-        = g_key_file_get_string(file, groupName.constData(), keyName.constData(), &error);
+    char *value = g_key_file_get_string(file, groupName.constData(), keyName.constData(), &error);
     if (error == nullptr)
         return taken(value);
     // An escape that the format does not know: the text as it stands is nearest to what was meant.
@@ -78,8 +74,7 @@ QString MDesktopEntryPrivate::string(const QString &group, const QString &key) c
     g_free(value);
     if (!badEscape)
         return {};
-    return taken(
-        g_key_file_get_value(file, groupName.constData(), keyName.constData(), nullptr));
+    return taken(g_key_file_get_value(file, groupName.constData(), keyName.constData(), nullptr));
 }
 
 QString MDesktopEntryPrivate::applicationKey(const QString &key) const
@@ -106,20 +101,14 @@ MDesktopEntry::~MDesktopEntry() = default;
 
 bool MDesktopEntry::isValid() const
 {
-    static const QStringList knownTypes {QStringLiteral("Application"), QStringLiteral("Link"),
-                                         QStringLiteral("Directory")};
+    static const QStringList knownTypes{QStringLiteral("Application"), QStringLiteral("Link"),
+                                        QStringLiteral("Directory")};
     return knownTypes.contains(type()) && !name().isEmpty();
 }
 
-QString MDesktopEntry::type() const
-{
-    return value(QStringLiteral("Type"));
-}
+QString MDesktopEntry::type() const { return value(QStringLiteral("Type")); }
 
-QString MDesktopEntry::url() const
-{
-    return value(QStringLiteral("URL"));
-}
+QString MDesktopEntry::url() const { return value(QStringLiteral("URL")); }
 
 QString MDesktopEntry::name() const
 {
@@ -127,20 +116,11 @@ QString MDesktopEntry::name() const
                                               G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
 }
 
-QString MDesktopEntry::icon() const
-{
-    return value(QStringLiteral("Icon"));
-}
+QString MDesktopEntry::icon() const { return value(QStringLiteral("Icon")); }
 
-QString MDesktopEntry::exec() const
-{
-    return value(QStringLiteral("Exec"));
-}
+QString MDesktopEntry::exec() const { return value(QStringLiteral("Exec")); }
 
-QString MDesktopEntry::xMaemoService() const
-{
-    return value(QStringLiteral("X-Maemo-Service"));
-}
+QString MDesktopEntry::xMaemoService() const { return value(QStringLiteral("X-Maemo-Service")); }
 
 QStringList MDesktopEntry::mimeType() const
 {
@@ -164,15 +144,9 @@ QString MDesktopEntry::appName() const
     return d->applicationKey(QStringLiteral("ApplicationName"));
 }
 
-QStringList MDesktopEntry::groups() const
-{
-    return taken(g_key_file_get_groups(d->file, nullptr));
-}
+QStringList MDesktopEntry::groups() const { return taken(g_key_file_get_groups(d->file, nullptr)); }
 
-QString MDesktopEntry::value(const QString &key) const
-{
-    return value(mainGroup(), key);
-}
+QString MDesktopEntry::value(const QString &key) const { return value(mainGroup(), key); }
 
 QString MDesktopEntry::value(const QString &group, const QString &key) const
 {

@@ -18,7 +18,7 @@ struct User
 };
 
 // Asks a reentrant look-up function of the user database, with as much room as the answer needs.
-template<typename Entry, typename LookUp>
+template <typename Entry, typename LookUp>
 bool lookUp(Entry &entry, std::vector<char> &buffer, const LookUp &function)
 {
     buffer.resize(1024);
@@ -40,7 +40,7 @@ std::optional<User> userOf(uid_t uid)
     };
     if (!lookUp(entry, buffer, byId))
         return {};
-    return User {entry.pw_name, entry.pw_gid};
+    return User{entry.pw_name, entry.pw_gid};
 }
 
 std::optional<gid_t> groupOf(const char *name)

@@ -54,7 +54,7 @@ QByteArray fileNameOf(const QByteArray &path) { return path.mid(path.lastIndexOf
 
 QByteArrayList programNames(const QByteArray &program, const QByteArray &secondary)
 {
-    QByteArrayList names {fileNameOf(program)};
+    QByteArrayList names{fileNameOf(program)};
     if (!secondary.isEmpty() && !names.contains(fileNameOf(secondary)))
         names << fileNameOf(secondary);
     return names;
@@ -77,13 +77,12 @@ bool liesDirectlyIn(const QByteArray &directory, const QByteArray &path)
 bool isElf(const QString &path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && file.read(4) == "\x7f" "ELF";
+    return file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && file.read(4) == "\177ELF";
 }
 
 bool isExecutableFile(const QString &path)
 {
-    return QFileInfo(path).isFile()
-        && QFile::permissions(path).testFlag(QFileDevice::ExeUser);
+    return QFileInfo(path).isFile() && QFile::permissions(path).testFlag(QFileDevice::ExeUser);
 }
 
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }

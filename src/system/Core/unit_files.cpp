@@ -68,20 +68,20 @@ QByteArray unitFileText(const QString &taskId, const QVariantMap &properties)
 
 QByteArray policyText(const QString &busName, const QString &user)
 {
-    const QString text = QStringLiteral(
-        "<!DOCTYPE busconfig PUBLIC \n"
-        "  \"-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN\"\n"
-        "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-        "\n"
-        "  <busconfig>\n"
-        "  <policy user=\"%2\">\n"
-        "    <allow own=\"%1\"/>\n"
-        "  </policy>\n"
-        "\n"
-        "  <policy context=\"default\">\n"
-        "    <allow send_destination=\"%1\"/>\n"
-        "  </policy>\n"
-        "</busconfig>\n");
+    const QString text =
+        QStringLiteral("<!DOCTYPE busconfig PUBLIC \n"
+                       "  \"-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN\"\n"
+                       "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                       "\n"
+                       "  <busconfig>\n"
+                       "  <policy user=\"%2\">\n"
+                       "    <allow own=\"%1\"/>\n"
+                       "  </policy>\n"
+                       "\n"
+                       "  <policy context=\"default\">\n"
+                       "    <allow send_destination=\"%1\"/>\n"
+                       "  </policy>\n"
+                       "</busconfig>\n");
     return text.arg(busName.toHtmlEscaped()).arg(user.toHtmlEscaped()).toUtf8();
 }
 

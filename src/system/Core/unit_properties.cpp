@@ -26,8 +26,7 @@ QStringList stringListOf(const QVariant &value)
 
 void insertControlGroups(QVariantMap &properties, const QVariantMap &taskSettings)
 {
-    const QVariantMap groups
-        = DBus::toVariantMap(taskSettings.value(QStringLiteral("CGroups")));
+    const QVariantMap groups = DBus::toVariantMap(taskSettings.value(QStringLiteral("CGroups")));
     for (auto it = groups.cbegin(); it != groups.cend(); ++it)
         properties.insert(it.key(), it.value());
 }

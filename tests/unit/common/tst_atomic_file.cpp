@@ -47,7 +47,7 @@ public:
         : m_handler(std::signal(SIGXFSZ, SIG_IGN))
     {
         ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit {bytes, m_before.rlim_max};
+        const rlimit limit{bytes, m_before.rlim_max};
         ::setrlimit(RLIMIT_FSIZE, &limit);
     }
     ~FileSizeLimit()
@@ -215,8 +215,8 @@ void TestAtomicFile::writesIntoAPipeInsteadOfReplacingIt()
     QByteArray received(16, '\0');
     QCOMPARE(::read(reader, received.data(), 16), ssize_t(4));
     QCOMPARE(received.left(4), QByteArray("text"));
-    QCOMPARE(namesIn(m_directory->path()), QStringList({QStringLiteral("file"),
-                                                        QStringLiteral("pipe")}));
+    QCOMPARE(namesIn(m_directory->path()),
+             QStringList({QStringLiteral("file"), QStringLiteral("pipe")}));
 }
 
 void TestAtomicFile::doesNotWaitForTheReaderOfAPipe()

@@ -13,7 +13,7 @@ QByteArrayList argvOf(const Firejail &sandbox, const QByteArrayList &arguments =
                       const QStringList &permissions = {})
 {
     const auto result = sandbox.computeArgv(arguments, permissions);
-    return result.second ? QByteArrayList {result.second.message().toUtf8()} : result.first;
+    return result.second ? QByteArrayList{result.second.message().toUtf8()} : result.first;
 }
 
 void name(Firejail &sandbox, const char *organization, const char *application)
@@ -22,36 +22,35 @@ void name(Firejail &sandbox, const char *organization, const char *application)
     sandbox.setApplicationName(QString::fromUtf8(application));
 }
 
-const QByteArrayList launcher {"/usr/bin/firejail", "--quiet", "--private-bin=true"};
+const QByteArrayList launcher{"/usr/bin/firejail", "--quiet", "--private-bin=true"};
 
-const QByteArrayList closedTrees {"--whitelist=/srv/shared/empty",
-                                  "--blacklist=/srv/shared/empty",
-                                  "--whitelist=/usr/share/common/empty",
-                                  "--blacklist=/usr/share/common/empty"};
+const QByteArrayList closedTrees{"--whitelist=/srv/shared/empty", "--blacklist=/srv/shared/empty",
+                                 "--whitelist=/usr/share/common/empty",
+                                 "--blacklist=/usr/share/common/empty"};
 
-const QByteArrayList command {"--", "/bin/true"};
+const QByteArrayList command{"--", "/bin/true"};
 
-const QByteArrayList identity {"--template=OrganizationName:com.example",
-                               "--template=ApplicationName:Notes"};
+const QByteArrayList identity{"--template=OrganizationName:com.example",
+                              "--template=ApplicationName:Notes"};
 
-const QByteArrayList applicationHome {"--mkdir=${HOME}/.cache/com.example/Notes",
-                                      "--whitelist=${HOME}/.cache/com.example/Notes",
-                                      "--mkdir=${HOME}/.local/share/com.example/Notes",
-                                      "--whitelist=${HOME}/.local/share/com.example/Notes",
-                                      "--mkdir=${HOME}/.config/com.example/Notes",
-                                      "--whitelist=${HOME}/.config/com.example/Notes"};
+const QByteArrayList applicationHome{"--mkdir=${HOME}/.cache/com.example/Notes",
+                                     "--whitelist=${HOME}/.cache/com.example/Notes",
+                                     "--mkdir=${HOME}/.local/share/com.example/Notes",
+                                     "--whitelist=${HOME}/.local/share/com.example/Notes",
+                                     "--mkdir=${HOME}/.config/com.example/Notes",
+                                     "--whitelist=${HOME}/.config/com.example/Notes"};
 
-const QByteArrayList organizationHome {"--mkdir=${HOME}/.cache/com.example/common",
-                                       "--whitelist=${HOME}/.cache/com.example/common",
-                                       "--mkdir=${HOME}/.config/com.example/common",
-                                       "--whitelist=${HOME}/.config/com.example/common",
-                                       "--mkdir=${HOME}/.local/share/com.example/common",
-                                       "--whitelist=${HOME}/.local/share/com.example/common"};
+const QByteArrayList organizationHome{"--mkdir=${HOME}/.cache/com.example/common",
+                                      "--whitelist=${HOME}/.cache/com.example/common",
+                                      "--mkdir=${HOME}/.config/com.example/common",
+                                      "--whitelist=${HOME}/.config/com.example/common",
+                                      "--mkdir=${HOME}/.local/share/com.example/common",
+                                      "--whitelist=${HOME}/.local/share/com.example/common"};
 
-const QByteArrayList organizationShared {"--whitelist=/usr/share/common/com.example",
-                                         "--whitelist=/srv/shared/com.example/common"};
+const QByteArrayList organizationShared{"--whitelist=/usr/share/common/com.example",
+                                        "--whitelist=/srv/shared/com.example/common"};
 
-const QByteArrayList groupHome {
+const QByteArrayList groupHome{
     "--mkdir=${HOME}/.cache/com.example/team/common",
     "--mkdir=${HOME}/.cache/com.example/common",
     "--whitelist=${HOME}/.cache/com.example/team/common",
@@ -66,7 +65,7 @@ const QByteArrayList groupHome {
     "--bind=${HOME}/.local/share/com.example/team/common,"
     "${HOME}/.local/share/com.example/common"};
 
-const QByteArrayList groupShared {
+const QByteArrayList groupShared{
     "--bind=/usr/share/common/com.example/team,/usr/share/common/com.example",
     "--bind=/srv/shared/com.example/team/common,/srv/shared/com.example/common",
     "--whitelist=/usr/share/common/com.example/team",
@@ -111,11 +110,11 @@ void TestFirejail::confinesATaskToItsOwnDirectories()
     name(sandbox, "com.example", "Notes");
     sandbox.setDataName(QStringLiteral("com.example.Notes"));
     sandbox.setNoUserBus(true);
-    const QByteArrayList application {"--dbus-user=none",
-                                      "--whitelist=/srv/shared/com.example/Notes",
-                                      "--dbus-system.talk=com.example.Notes.*"};
+    const QByteArrayList application{"--dbus-user=none",
+                                     "--whitelist=/srv/shared/com.example/Notes",
+                                     "--dbus-system.talk=com.example.Notes.*"};
     QCOMPARE(argvOf(sandbox),
-             launcher + identity + QByteArrayList {"--whitelist=/usr/share/com.example.Notes"}
+             launcher + identity + QByteArrayList{"--whitelist=/usr/share/com.example.Notes"}
                  + applicationHome + application + organizationHome + organizationShared
                  + closedTrees + command);
 }
@@ -127,9 +126,9 @@ void TestFirejail::givesAHomelessTaskNoHome()
     sandbox.setNoUserBus(true);
     sandbox.setHomeless(true);
     sandbox.setDesktopFile(QStringLiteral("/usr/share/applications/notes.desktop"));
-    const QByteArrayList opened {"--whitelist=/usr/share/applications/notes.desktop",
-                                 "--dbus-user=none", "--whitelist=/srv/shared/com.example/Notes",
-                                 "--dbus-system.talk=com.example.Notes.*"};
+    const QByteArrayList opened{"--whitelist=/usr/share/applications/notes.desktop",
+                                "--dbus-user=none", "--whitelist=/srv/shared/com.example/Notes",
+                                "--dbus-system.talk=com.example.Notes.*"};
     QCOMPARE(argvOf(sandbox),
              launcher + identity + opened + organizationShared + closedTrees + command);
 }
@@ -139,13 +138,13 @@ void TestFirejail::letsAProgramOwnItsNamesOnTheUserBus()
     Firejail sandbox;
     name(sandbox, "com.example", "Notes");
     sandbox.setOwnedUserBusName(QStringLiteral("com.example.Other"));
-    const QByteArrayList application {"--dbus-user.own=com.example.Notes.*",
-                                      "--whitelist=/srv/shared/com.example/Notes",
-                                      "--dbus-system.talk=com.example.Notes.*"};
+    const QByteArrayList application{"--dbus-user.own=com.example.Notes.*",
+                                     "--whitelist=/srv/shared/com.example/Notes",
+                                     "--dbus-system.talk=com.example.Notes.*"};
     QCOMPARE(argvOf(sandbox),
              launcher + identity + applicationHome + application + organizationHome
                  + organizationShared + closedTrees
-                 + QByteArrayList {"--dbus-user.own=com.example.Other"} + command);
+                 + QByteArrayList{"--dbus-user.own=com.example.Other"} + command);
 }
 
 void TestFirejail::opensOnlyTheOrganizationWithoutAnApplication()
@@ -154,8 +153,8 @@ void TestFirejail::opensOnlyTheOrganizationWithoutAnApplication()
     name(sandbox, "com.example", "");
     sandbox.setNoUserBus(true);
     QCOMPARE(argvOf(sandbox),
-             launcher + QByteArrayList {"--template=OrganizationName:com.example"}
-                 + organizationHome + organizationShared + closedTrees + command);
+             launcher + QByteArrayList{"--template=OrganizationName:com.example"} + organizationHome
+                 + organizationShared + closedTrees + command);
 }
 
 void TestFirejail::opensNothingOfAnApplicationWithoutAnOrganization()
@@ -163,8 +162,7 @@ void TestFirejail::opensNothingOfAnApplicationWithoutAnOrganization()
     Firejail sandbox;
     name(sandbox, "", "Notes");
     QCOMPARE(argvOf(sandbox),
-             launcher + QByteArrayList {"--template=ApplicationName:Notes"} + closedTrees
-                 + command);
+             launcher + QByteArrayList{"--template=ApplicationName:Notes"} + closedTrees + command);
 }
 
 void TestFirejail::bindsASharingGroup()
@@ -173,9 +171,9 @@ void TestFirejail::bindsASharingGroup()
     name(sandbox, "com.example", "Notes");
     sandbox.setSharingName(QStringLiteral("team"));
     sandbox.setNoUserBus(true);
-    const QByteArrayList application {"--dbus-user=none",
-                                      "--whitelist=/srv/shared/com.example/Notes",
-                                      "--dbus-system.talk=com.example.Notes.*"};
+    const QByteArrayList application{"--dbus-user=none",
+                                     "--whitelist=/srv/shared/com.example/Notes",
+                                     "--dbus-system.talk=com.example.Notes.*"};
     QCOMPARE(argvOf(sandbox),
              launcher + identity + applicationHome + application + groupHome + groupShared
                  + closedTrees + command);
@@ -188,7 +186,7 @@ void TestFirejail::bindsASharingGroupOfAHomelessProgramOutsideTheHome()
     sandbox.setSharingName(QStringLiteral("team"));
     sandbox.setHomeless(true);
     QCOMPARE(argvOf(sandbox),
-             launcher + QByteArrayList {"--template=OrganizationName:com.example"} + groupShared
+             launcher + QByteArrayList{"--template=OrganizationName:com.example"} + groupShared
                  + closedTrees + command);
 }
 
@@ -198,7 +196,7 @@ void TestFirejail::bindsASharingGroupWithoutAnApplication()
     name(sandbox, "com.example", "");
     sandbox.setSharingName(QStringLiteral("team"));
     QCOMPARE(argvOf(sandbox),
-             launcher + QByteArrayList {"--template=OrganizationName:com.example"} + groupHome
+             launcher + QByteArrayList{"--template=OrganizationName:com.example"} + groupHome
                  + groupShared + closedTrees + command);
 }
 
@@ -215,24 +213,24 @@ void TestFirejail::opensTheDirectoriesNamedByADesktopFile_data()
     QTest::addColumn<bool>("homeless");
     QTest::addColumn<QByteArrayList>("options");
 
-    const QByteArrayList directories {"--whitelist=${HOME}/.local/share/notes",
-                                      "--whitelist=${HOME}/.config/notes",
-                                      "--whitelist=${HOME}/.cache/notes"};
+    const QByteArrayList directories{"--whitelist=${HOME}/.local/share/notes",
+                                     "--whitelist=${HOME}/.config/notes",
+                                     "--whitelist=${HOME}/.cache/notes"};
     QTest::newRow("installed")
         << QStringLiteral("/usr/share/applications/notes.desktop") << false
-        << QByteArrayList {"--whitelist=/usr/share/applications/notes.desktop"} + directories;
+        << QByteArrayList{"--whitelist=/usr/share/applications/notes.desktop"} + directories;
     QTest::newRow("below /etc, where everything can be read")
         << QStringLiteral("/etc/xdg/notes.desktop") << false << directories;
-    QTest::newRow("beside /etc")
-        << QStringLiteral("/etcetera/notes.desktop") << false
-        << QByteArrayList {"--whitelist=/etcetera/notes.desktop"} + directories;
+    QTest::newRow("beside /etc") << QStringLiteral("/etcetera/notes.desktop") << false
+                                 << QByteArrayList{"--whitelist=/etcetera/notes.desktop"}
+            + directories;
     QTest::newRow("only the last extension is dropped")
         << QStringLiteral("/etc/org.example.notes.desktop") << false
-        << QByteArrayList {"--whitelist=${HOME}/.local/share/org.example.notes",
-                           "--whitelist=${HOME}/.config/org.example.notes",
-                           "--whitelist=${HOME}/.cache/org.example.notes"};
+        << QByteArrayList{"--whitelist=${HOME}/.local/share/org.example.notes",
+                          "--whitelist=${HOME}/.config/org.example.notes",
+                          "--whitelist=${HOME}/.cache/org.example.notes"};
     QTest::newRow("homeless") << QStringLiteral("/usr/share/applications/notes.desktop") << true
-                              << QByteArrayList {
+                              << QByteArrayList{
                                      "--whitelist=/usr/share/applications/notes.desktop"};
     QTest::newRow("no base name") << QStringLiteral("/etc/.desktop") << false << QByteArrayList();
     QTest::newRow("none") << QString() << false << QByteArrayList();
@@ -264,21 +262,26 @@ void TestFirejail::ordersADescriptionOfEverything()
     sandbox.setLegacy(true);
     sandbox.setDebug(true);
 
-    const QByteArrayList head {"/usr/bin/firejail", "--debug", "--private-bin=true",
-                               "--private-bin=helper", "--seccomp", "--env=A=ü b"};
-    const QByteArrayList files {"--keep-fd=3,4,12", "--whitelist=/usr/share/notes-data",
-                                "--whitelist=/usr/share/applications/notes.desktop",
-                                "--mkdir=${HOME}/.local/share/notes",
-                                "--whitelist=${HOME}/.local/share/notes",
-                                "--mkdir=${HOME}/.config/notes",
-                                "--whitelist=${HOME}/.config/notes",
-                                "--mkdir=${HOME}/.cache/notes",
-                                "--whitelist=${HOME}/.cache/notes"};
-    const QByteArrayList application {"--dbus-user.own=com.example.Notes.*",
-                                      "--whitelist=/srv/shared/com.example/Notes",
-                                      "--dbus-system.talk=com.example.Notes.*"};
-    const QByteArrayList tail {"--dbus-user.own=com.example.Own", "--profile=/one.profile",
-                               "--profile=/two.profile", "--", "/usr/bin/true", "-x"};
+    const QByteArrayList head{"/usr/bin/firejail",    "--debug",   "--private-bin=true",
+                              "--private-bin=helper", "--seccomp", "--env=A=ü b"};
+    const QByteArrayList files{"--keep-fd=3,4,12",
+                               "--whitelist=/usr/share/notes-data",
+                               "--whitelist=/usr/share/applications/notes.desktop",
+                               "--mkdir=${HOME}/.local/share/notes",
+                               "--whitelist=${HOME}/.local/share/notes",
+                               "--mkdir=${HOME}/.config/notes",
+                               "--whitelist=${HOME}/.config/notes",
+                               "--mkdir=${HOME}/.cache/notes",
+                               "--whitelist=${HOME}/.cache/notes"};
+    const QByteArrayList application{"--dbus-user.own=com.example.Notes.*",
+                                     "--whitelist=/srv/shared/com.example/Notes",
+                                     "--dbus-system.talk=com.example.Notes.*"};
+    const QByteArrayList tail{"--dbus-user.own=com.example.Own",
+                              "--profile=/one.profile",
+                              "--profile=/two.profile",
+                              "--",
+                              "/usr/bin/true",
+                              "-x"};
     QCOMPARE(argvOf(sandbox, {"/usr/bin/true", "-x"}),
              head + identity + files + applicationHome + application + groupHome + groupShared
                  + closedTrees + tail);
@@ -289,14 +292,14 @@ void TestFirejail::listsEveryProgramOnce_data()
     QTest::addColumn<QString>("secondary");
     QTest::addColumn<QByteArrayList>("options");
     const QByteArray first = "--private-bin=true";
-    QTest::newRow("no other program") << QString() << QByteArrayList {first};
-    QTest::newRow("the same path") << QStringLiteral("/bin/true") << QByteArrayList {first};
+    QTest::newRow("no other program") << QString() << QByteArrayList{first};
+    QTest::newRow("the same path") << QStringLiteral("/bin/true") << QByteArrayList{first};
     QTest::newRow("the same name elsewhere")
-        << QStringLiteral("/usr/libexec/x/true") << QByteArrayList {first};
+        << QStringLiteral("/usr/libexec/x/true") << QByteArrayList{first};
     QTest::newRow("another name") << QStringLiteral("/bin/worker")
-                                  << QByteArrayList {first, "--private-bin=worker"};
+                                  << QByteArrayList{first, "--private-bin=worker"};
     QTest::newRow("without a directory")
-        << QStringLiteral("worker") << QByteArrayList {first, "--private-bin=worker"};
+        << QStringLiteral("worker") << QByteArrayList{first, "--private-bin=worker"};
 }
 
 void TestFirejail::listsEveryProgramOnce()
@@ -306,7 +309,7 @@ void TestFirejail::listsEveryProgramOnce()
     Firejail sandbox;
     sandbox.setSecondaryExecutable(secondary);
     QCOMPARE(argvOf(sandbox),
-             (QByteArrayList {"/usr/bin/firejail", "--quiet"}) + options + closedTrees + command);
+             (QByteArrayList{"/usr/bin/firejail", "--quiet"}) + options + closedTrees + command);
 }
 
 void TestFirejail::passesArgumentsAndNamesOnAsTheyStand()
@@ -314,24 +317,22 @@ void TestFirejail::passesArgumentsAndNamesOnAsTheyStand()
     Firejail sandbox;
     name(sandbox, "com.exämple", "Nötes");
     sandbox.setHomeless(true);
-    const QByteArrayList arguments {"/bin/true", "", "two words", "\xff\xfe", "--quiet", "--"};
-    const QByteArrayList options {"--template=OrganizationName:com.exämple",
-                                  "--template=ApplicationName:Nötes",
-                                  "--dbus-user.own=com.exämple.Nötes.*",
-                                  "--whitelist=/srv/shared/com.exämple/Nötes",
-                                  "--dbus-system.talk=com.exämple.Nötes.*",
-                                  "--whitelist=/usr/share/common/com.exämple",
-                                  "--whitelist=/srv/shared/com.exämple/common"};
+    const QByteArrayList arguments{"/bin/true", "", "two words", "\xff\xfe", "--quiet", "--"};
+    const QByteArrayList options{
+        "--template=OrganizationName:com.exämple",   "--template=ApplicationName:Nötes",
+        "--dbus-user.own=com.exämple.Nötes.*",       "--whitelist=/srv/shared/com.exämple/Nötes",
+        "--dbus-system.talk=com.exämple.Nötes.*",    "--whitelist=/usr/share/common/com.exämple",
+        "--whitelist=/srv/shared/com.exämple/common"};
     QCOMPARE(argvOf(sandbox, arguments),
-             launcher + options + closedTrees + QByteArrayList {"--"} + arguments);
+             launcher + options + closedTrees + QByteArrayList{"--"} + arguments);
 }
 
 void TestFirejail::keepsNothingBetweenCalls()
 {
     Firejail sandbox;
     sandbox.setKeepFds({-1});
-    const QByteArrayList expected
-        = launcher + QByteArrayList {"--keep-fd=-1"} + closedTrees + command;
+    const QByteArrayList expected =
+        launcher + QByteArrayList{"--keep-fd=-1"} + closedTrees + command;
     QCOMPARE(argvOf(sandbox), expected);
     QVERIFY(sandbox.computeArgv({}, {}).second);
     QCOMPARE(argvOf(sandbox), expected);

@@ -84,11 +84,11 @@ Error TestFirejailLookups::errorOf(const Firejail &sandbox, const QString &progr
     return result.second;
 }
 
-#define COMPARE_INVALID(error, text)                                                             \
-    do {                                                                                          \
-        const Error actual = (error);                                                             \
-        QCOMPARE(actual.message(), (text));                                                       \
-        QCOMPARE(actual.code(), qint32(Error::InvalidArgs));                                      \
+#define COMPARE_INVALID(error, text)                                                               \
+    do {                                                                                           \
+        const Error actual = (error);                                                              \
+        QCOMPARE(actual.message(), (text));                                                        \
+        QCOMPARE(actual.code(), qint32(Error::InvalidArgs));                                       \
     } while (false)
 
 void TestFirejailLookups::refusesAnEmptyArgumentList()
@@ -185,7 +185,7 @@ void TestFirejailLookups::wantsAnExecutableFile_data()
 void TestFirejailLookups::wantsAnExecutableFile()
 {
     QFETCH(QString, name);
-    makeFile(path("plain"), "\x7f" "ELF and so on");
+    makeFile(path("plain"), "\177ELF and so on");
     QVERIFY(QDir(m_root->path()).mkdir(QStringLiteral("directory")));
     QCOMPARE(::mkfifo(QFile::encodeName(path("pipe")).constData(), 0777), 0);
     QVERIFY(QFile::link(path("nowhere"), path("dangling")));
@@ -199,11 +199,11 @@ void TestFirejailLookups::wantsAnElfBinary_data()
     QTest::addColumn<bool>("isElf");
     QTest::newRow("a script") << QByteArray("#!/bin/sh\nexit 0\n") << false;
     QTest::newRow("an empty file") << QByteArray() << false;
-    QTest::newRow("three bytes of four") << QByteArray("\x7f" "EL") << false;
+    QTest::newRow("three bytes of four") << QByteArray("\177EL") << false;
     QTest::newRow("without the first byte") << QByteArray("ELF ELF") << false;
-    QTest::newRow("in small letters") << QByteArray("\x7f" "elf") << false;
-    QTest::newRow("the four bytes") << QByteArray("\x7f" "ELF") << true;
-    QTest::newRow("the four bytes and more") << QByteArray("\x7f" "ELF\x02\x01") << true;
+    QTest::newRow("in small letters") << QByteArray("\177elf") << false;
+    QTest::newRow("the four bytes") << QByteArray("\177ELF") << true;
+    QTest::newRow("the four bytes and more") << QByteArray("\177ELF\x02\x01") << true;
 }
 
 void TestFirejailLookups::wantsAnElfBinary()
@@ -225,15 +225,14 @@ void TestFirejailLookups::findsTheProgramBelowTheRootDirectory()
     COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/bin/true")),
                     QStringLiteral("/bin/true is not executable"));
 
-    makeFile(path("opt/worker"), "\x7f" "ELF", true);
+    makeFile(path("opt/worker"), "\177ELF", true);
     const auto result = sandbox.computeArgv({"/opt/worker", "-v"}, {});
     QCOMPARE(result.second.message(), QString());
     QCOMPARE(result.first,
-             (QByteArrayList {m_root->path().toUtf8() + "/usr/bin/firejail", "--quiet",
-                              "--private-bin=worker", "--whitelist=/srv/shared/empty",
-                              "--blacklist=/srv/shared/empty",
-                              "--whitelist=/usr/share/common/empty",
-                              "--blacklist=/usr/share/common/empty", "--", "/opt/worker", "-v"}));
+             (QByteArrayList{m_root->path().toUtf8() + "/usr/bin/firejail", "--quiet",
+                             "--private-bin=worker", "--whitelist=/srv/shared/empty",
+                             "--blacklist=/srv/shared/empty", "--whitelist=/usr/share/common/empty",
+                             "--blacklist=/usr/share/common/empty", "--", "/opt/worker", "-v"}));
 }
 
 void TestFirejailLookups::findsAProfileBelowTheRootDirectory()
@@ -248,18 +247,18 @@ void TestFirejailLookups::findsAProfileBelowTheRootDirectory()
 
 void TestFirejailLookups::keepsProfilesInOrder()
 {
-    makeFile(path("bin/true"), "\x7f" "ELF", true);
+    makeFile(path("bin/true"), "\177ELF", true);
     makeFile(path("etc/sailjail/permissions/B.profile"), "");
     makeFile(path("etc/sailjail/permissions/A.profile"), "");
     Firejail sandbox;
     sandbox.setRootDirectory(m_root->path());
-    sandbox.setProfiles({QStringLiteral("B"), QStringLiteral("/not/looked/at"),
-                         QStringLiteral("A"), QStringLiteral("B")});
+    sandbox.setProfiles({QStringLiteral("B"), QStringLiteral("/not/looked/at"), QStringLiteral("A"),
+                         QStringLiteral("B")});
     const QByteArray directory = m_root->path().toUtf8() + "/etc/sailjail/permissions/";
     QCOMPARE(sandbox.computeArgv({"/bin/true"}, {}).first.mid(7),
-             (QByteArrayList {"--profile=" + directory + "B.profile", "--profile=/not/looked/at",
-                              "--profile=" + directory + "A.profile",
-                              "--profile=" + directory + "B.profile", "--", "/bin/true"}));
+             (QByteArrayList{"--profile=" + directory + "B.profile", "--profile=/not/looked/at",
+                             "--profile=" + directory + "A.profile",
+                             "--profile=" + directory + "B.profile", "--", "/bin/true"}));
 }
 
 void TestFirejailLookups::refusesAnUnknownProfile()
@@ -274,11 +273,11 @@ void TestFirejailLookups::leavesOutAnUnknownPermission()
 {
     QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"no-such-permission\"");
     QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"\"");
-    const auto result = Firejail().computeArgv(
-        {"/bin/true"}, {QStringLiteral("no-such-permission"), QString()});
+    const auto result =
+        Firejail().computeArgv({"/bin/true"}, {QStringLiteral("no-such-permission"), QString()});
     QCOMPARE(result.second.message(), QString());
     QCOMPARE(result.first.mid(6),
-             (QByteArrayList {"--blacklist=/usr/share/common/empty", "--", "/bin/true"}));
+             (QByteArrayList{"--blacklist=/usr/share/common/empty", "--", "/bin/true"}));
 }
 
 void TestFirejailLookups::keepsKnownPermissionsInOrder()
@@ -286,13 +285,13 @@ void TestFirejailLookups::keepsKnownPermissionsInOrder()
     makeFile(path("Camera.permission"), "");
     makeFile(path("Audio.permission"), "");
     QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"Missing\"");
-    const QStringList asked {QStringLiteral("Camera"), QStringLiteral("Missing"),
-                             QStringLiteral("Audio"), QStringLiteral("Camera")};
+    const QStringList asked{QStringLiteral("Camera"), QStringLiteral("Missing"),
+                            QStringLiteral("Audio"), QStringLiteral("Camera")};
     const QByteArray directory = m_root->path().toUtf8();
     QCOMPARE(Core::permissionOptions(asked, {m_root->path() + QLatin1Char('/')}),
-             (QByteArrayList {"--profile=" + directory + "/Camera.permission",
-                              "--profile=" + directory + "/Audio.permission",
-                              "--profile=" + directory + "/Camera.permission"}));
+             (QByteArrayList{"--profile=" + directory + "/Camera.permission",
+                             "--profile=" + directory + "/Audio.permission",
+                             "--profile=" + directory + "/Camera.permission"}));
 }
 
 void TestFirejailLookups::prefersTheFirstPermissionDirectory()

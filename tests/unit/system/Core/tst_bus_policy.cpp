@@ -132,9 +132,9 @@ void TestBusPolicy::putsTheSameValuesBackOutOfXml()
     QFETCH(QString, name);
     QFETCH(QString, owner);
     QCOMPARE(attributesOf(Core::policyText(name, owner)),
-             (QStringList {QStringLiteral("user=") + owner, QStringLiteral("own=") + name,
-                           QStringLiteral("context=default"),
-                           QStringLiteral("send_destination=") + name}));
+             (QStringList{QStringLiteral("user=") + owner, QStringLiteral("own=") + name,
+                          QStringLiteral("context=default"),
+                          QStringLiteral("send_destination=") + name}));
 }
 
 void TestBusPolicy::addsNoRuleThatAValueSpells()
@@ -148,8 +148,8 @@ void TestBusPolicy::addsNoRuleThatAValueSpells()
 void TestBusPolicy::writesThePolicyAndItsDirectories()
 {
     QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
-    const QString path = m_root->filePath(
-        QStringLiteral("etc/dbus-1/system.d/com.example.Notes.task_sync.conf"));
+    const QString path =
+        m_root->filePath(QStringLiteral("etc/dbus-1/system.d/com.example.Notes.task_sync.conf"));
     QCOMPARE(contentOf(path), typicalText());
 }
 
@@ -159,8 +159,8 @@ void TestBusPolicy::writesAPolicyThatTheBusCanRead()
     const bool written = TaskManagerPrivate::writeDBusPolicy(task(), busName, user);
     ::umask(before);
     QVERIFY(written);
-    const QFileDevice::Permissions permissions
-        = QFile::permissions(Core::policyFilePath(task().toString()));
+    const QFileDevice::Permissions permissions =
+        QFile::permissions(Core::policyFilePath(task().toString()));
     QVERIFY(permissions.testFlag(QFileDevice::ReadOther));
     QVERIFY(!permissions.testFlag(QFileDevice::WriteOther));
 }
@@ -193,7 +193,7 @@ void TestBusPolicy::failsOnAShortWrite()
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit before = {};
     QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    const rlimit limit {8, before.rlim_max};
+    const rlimit limit{8, before.rlim_max};
     ::setrlimit(RLIMIT_FSIZE, &limit);
     const bool written = TaskManagerPrivate::writeDBusPolicy(task(), busName, user);
     ::setrlimit(RLIMIT_FSIZE, &before);

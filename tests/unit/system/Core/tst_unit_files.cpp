@@ -19,7 +19,7 @@ QVariantMap typicalProperties()
             {QStringLiteral("User"), QStringLiteral("nobody")},
             {QStringLiteral("ExecStart"), QStringLiteral("/usr/bin/firejail -- /bin/true")},
             {QStringLiteral("Environment"),
-             QStringList {QStringLiteral("A=1"), QStringLiteral("B=two words")}}};
+             QStringList{QStringLiteral("A=1"), QStringLiteral("B=two words")}}};
 }
 
 QByteArray typicalText()
@@ -94,7 +94,8 @@ void TestUnitFiles::makeUnitDirectory() const
 
 void TestUnitFiles::namesTheUnitOfATask()
 {
-    QCOMPARE(Core::unitNameOf(taskId), QStringLiteral("ov_task.com.example.Notes.task_sync.service"));
+    QCOMPARE(Core::unitNameOf(taskId),
+             QStringLiteral("ov_task.com.example.Notes.task_sync.service"));
     QCOMPARE(Core::taskIdOfUnit(Core::unitNameOf(taskId)), taskId);
     QVERIFY(Core::unitNameOf(taskId).startsWith(Core::taskUnitPrefix()));
 }
@@ -103,8 +104,8 @@ void TestUnitFiles::findsTheTaskOfAUnit_data()
 {
     QTest::addColumn<QString>("unitName");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("a task's unit") << QStringLiteral("ov_task.a.b.task_c.service")
-                                   << QStringLiteral("a.b.task_c");
+    QTest::newRow("a task's unit")
+        << QStringLiteral("ov_task.a.b.task_c.service") << QStringLiteral("a.b.task_c");
     QTest::newRow("the suffix twice") << QStringLiteral("ov_task.a.b.task_c.service.service")
                                       << QStringLiteral("a.b.task_c.service");
     QTest::newRow("a timer") << QStringLiteral("ov_task.a.b.task_c.timer") << QString();
@@ -130,8 +131,9 @@ void TestUnitFiles::findsTheTaskOfAUnit()
 void TestUnitFiles::keepsItsFilesBelowTheRootPrefix()
 {
     QCOMPARE(Core::unitFilePath(taskId),
-             m_root->path() + QStringLiteral("/etc/systemd/system/"
-                                             "ov_task.com.example.Notes.task_sync.service"));
+             m_root->path()
+                 + QStringLiteral("/etc/systemd/system/"
+                                  "ov_task.com.example.Notes.task_sync.service"));
     QCOMPARE(Core::policyFilePath(taskId),
              m_root->path()
                  + QStringLiteral("/etc/dbus-1/system.d/com.example.Notes.task_sync.conf"));
@@ -205,7 +207,7 @@ void TestUnitFiles::convertsValues_data()
     QTest::newRow("beyond ASCII") << QVariant(QStringLiteral("ü")) << QByteArray("\xc3\xbc");
     QTest::newRow("empty string") << QVariant(QString()) << QByteArray();
     QTest::newRow("list of strings")
-        << QVariant(QStringList {QStringLiteral("a"), QString(), QStringLiteral("b")})
+        << QVariant(QStringList{QStringLiteral("a"), QString(), QStringLiteral("b")})
         << QByteArray("a  b");
     QTest::newRow("empty list") << QVariant(QStringList()) << QByteArray();
 }
@@ -255,7 +257,7 @@ void TestUnitFiles::onlyLogsAnIncompleteWrite()
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit before = {};
     QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    const rlimit limit {8, before.rlim_max};
+    const rlimit limit{8, before.rlim_max};
     QTest::ignoreMessage(
         QtWarningMsg,
         QStringLiteral("Could not write file: \"%1\"").arg(path).toUtf8().constData());

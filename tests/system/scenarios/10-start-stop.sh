@@ -1,0 +1,70 @@
+# shellcheck shell=bash
+# A declared task starts confined, is published, stops, and leaves nothing.
+
+task=com.example.Notes.task_sync
+
+scenario() {
+    start_daemon
+    expect_match "registering" "$(register)" \
+        'oa{sv} "/org/zarn/Orvane/TaskInvokerSessions/Sync" 2 "ActiveTasks" a(sia{sv}) 0 "AvailableTasks" a(sa{sv}) 2 "com.example.Notes.task_index"*"com.example.Notes.task_sync"*'
+    expect_equal "the answer to Start" "$(start_task $task User s appuser)" "i 0"
+    wait_for 20 "the task to be listed" is_listed $task
+    wait_for 20 "the worker to work" worker_works
+
+    expect_equal "the task's user" "$(unit_property $task User)" appuser
+    expect_equal "the listed process" \
+        "$(active_tasks)" "a(sia{sv}) 1 \"$task\" $(unit_property $task MainPID) 0"
+    expect_confined
+    expect_unit_file
+    expect_no_file "$(policy_file $task)"
+
+    expect_equal "the answer to Stop" "$(stop_task $task)" "i 0"
+    wait_for 20 "the task to end" is_not_listed $task
+    expect_no_file "$(unit_file $task)"
+    expect_equal "processes of the worker" "$(in_container pgrep -c -x worker || true)" 0
+}
+
+task_log() { in_container journalctl --no-pager -o cat -u "$(unit_of $task)"; }
+worker_works() { task_log | grep -qx working; }
+
+expect_confined() {
+    local worker
+    worker=$(in_container pgrep -u appuser -x worker | head -n 1 || true)
+    [ -n "$worker" ] || fail "no worker runs as appuser"
+    local outside inside
+    outside=$(in_container readlink /proc/1/ns/mnt)
+    inside=$(in_container readlink "/proc/$worker/ns/mnt")
+    [ "$outside" != "$inside" ] || fail "the worker shares the system's mounts"
+    task_log | grep -qx "uid 100000, application com.example.Notes, task sync" \
+        || fail "the worker saw another identity: $(task_log)"
+    task_log | grep -qx "/usr/bin/systemctl is out of reach" \
+        || fail "the worker could reach programs of the system"
+}
+
+expect_unit_file() {
+    local home='${HOME}' argv
+    argv="/usr/bin/firejail --quiet --private-bin=worker --template=OrganizationName:com.example"
+    argv+=" --template=ApplicationName:Notes --whitelist=/usr/share/com.example.Notes"
+    argv+=" --mkdir=$home/.cache/com.example/Notes --whitelist=$home/.cache/com.example/Notes"
+    argv+=" --mkdir=$home/.local/share/com.example/Notes --whitelist=$home/.local/share/com.example/Notes"
+    argv+=" --mkdir=$home/.config/com.example/Notes --whitelist=$home/.config/com.example/Notes"
+    argv+=" --dbus-user=none --whitelist=/srv/shared/com.example/Notes --dbus-system.talk=com.example.Notes.*"
+    argv+=" --mkdir=$home/.cache/com.example/common --whitelist=$home/.cache/com.example/common"
+    argv+=" --mkdir=$home/.config/com.example/common --whitelist=$home/.config/com.example/common"
+    argv+=" --mkdir=$home/.local/share/com.example/common --whitelist=$home/.local/share/com.example/common"
+    argv+=" --whitelist=/usr/share/common/com.example --whitelist=/srv/shared/com.example/common"
+    argv+=" --whitelist=/srv/shared/empty --blacklist=/srv/shared/empty"
+    argv+=" --whitelist=/usr/share/common/empty --blacklist=/usr/share/common/empty"
+    argv+=" --profile=/etc/sailjail/permissions/BaseTask.permission -- /usr/libexec/notes/worker sync"
+    expect_equal "the unit file" "$(in_container cat "$(unit_file $task)")" "[Unit]
+Description=Background task for $task
+After=sailjail-prepare-binds.service
+
+[Service]
+Environment=HALCYN_APP_ID=com.example.Notes HALCYN_PACKAGE_NAME=com.example.Notes HALCYN_TASK_ID=sync QT_QPA_PLATFORM=minimal
+ExecStart=$argv
+User=appuser
+
+[Install]
+WantedBy=multi-user.target"
+}

@@ -1,0 +1,20 @@
+# shellcheck shell=bash
+# Somebody kills the task: the daemon notices and says so.
+
+task=com.example.Notes.task_sync
+
+scenario() {
+    start_daemon
+    register >/dev/null
+    in_container orvane-watch Sync >"$container_dir/watch.log" 2>&1 &
+    start_task $task User s appuser >/dev/null
+    wait_for 20 "the task to be announced" grep -qE "ActiveTasks: $task \(process [0-9]+\)" \
+        "$container_dir/watch.log"
+    in_container systemctl kill --signal=KILL "$(unit_of $task)"
+    wait_for 20 "the end to be announced" ends_with_none
+    wait_for 20 "the task not to be listed" is_not_listed $task
+    # Its files stay: it was not asked to stop.
+    expect_file "$(unit_file $task)"
+}
+
+ends_with_none() { [ "$(tail -n 1 "$container_dir/watch.log")" = "ActiveTasks: none" ]; }

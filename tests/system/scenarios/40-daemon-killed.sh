@@ -1,0 +1,24 @@
+# shellcheck shell=bash
+# The daemon is killed while a task runs: the task runs on, and the next daemon finds it.
+
+task=com.example.Notes.task_sync
+
+scenario() {
+    start_daemon
+    register >/dev/null
+    start_task $task User s appuser >/dev/null
+    wait_for 20 "the task to be listed" is_listed $task
+    local process
+    process=$(unit_property $task MainPID)
+
+    in_container systemctl kill --signal=KILL orvane.service
+    wait_for 20 "the daemon to be gone" bus_name_is_free org.zarn.Orvane
+    in_container systemctl reset-failed orvane.service
+    expect_equal "the task's process" "$(unit_property $task MainPID)" "$process"
+
+    in_container systemctl start orvane.service
+    expect_match "what a client of the next daemon is told" "$(register)" \
+        "*\"ActiveTasks\" a(sia{sv}) 1 \"$task\"*"
+    expect_equal "the answer to Stop" "$(stop_task $task)" "i 0"
+    wait_for 20 "the task to end" is_not_listed $task
+}

@@ -1,0 +1,27 @@
+# shellcheck shell=bash
+# The daemon leaves by itself when nobody needs it, and not before; tasks run on.
+
+task=com.example.Notes.task_sync
+
+scenario() {
+    start_daemon ORVANE_DAEMON_TIMEOUT=1000
+    in_container orvane-watch Sync >"$container_dir/watch.log" 2>&1 &
+    wait_for 20 "the client to be registered" grep -q ^session "$container_dir/watch.log"
+    start_task $task User s appuser >/dev/null
+    wait_for 20 "the task to be listed" is_listed $task
+
+    # Three idle times pass with a client on the bus.
+    local until=$((SECONDS + 4))
+    while [ "$SECONDS" -lt "$until" ]; do
+        bus_name_is_owned org.zarn.Orvane || fail "the daemon left its client"
+    done
+
+    in_container pkill -x orvane-watch
+    wait_for 20 "the daemon to leave" unit_has_left
+    expect_equal "the daemon's exit status" \
+        "$(in_container systemctl show --value -p ExecMainStatus orvane.service)" 0
+    expect_equal "the result" "$(in_container systemctl show --value -p Result orvane.service)" success
+    expect_equal "the task" "$(unit_property $task ActiveState)" active
+}
+
+unit_has_left() { [ "$(in_container systemctl is-active orvane.service)" = inactive ]; }

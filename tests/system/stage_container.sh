@@ -1,0 +1,25 @@
+# shellcheck shell=bash
+# The demo's stage: the container. To be sourced after container.sh.
+
+stage_open() {
+    container_create
+    container_boot
+}
+
+stage_close() { container_remove; }
+
+# Starts the daemon with an idle time in milliseconds and waits for its bus name.
+stage_start_daemon() {
+    in_container systemctl set-environment ORVANE_DAEMON_TIMEOUT="$1"
+    in_container systemctl start orvane.service
+}
+
+stage_run() { in_container "$@"; }
+# Paths of the story are the container's own.
+stage_path() { echo "$1"; }
+stage_daemon_runs() { [ "$(in_container systemctl is-active orvane.service)" = active ]; }
+stage_daemon_status() { in_container systemctl show --value -p ExecMainStatus orvane.service; }
+stage_daemon_log() { in_container journalctl --no-pager -o cat -t orvane; }
+stage_show_unit() { in_container systemctl --no-pager -n 6 status "$1"; }
+stage_task_log() { in_container journalctl --no-pager -o cat -u "$1"; }
+stage_user() { echo appuser; }

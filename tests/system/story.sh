@@ -1,0 +1,162 @@
+# shellcheck shell=bash
+# The demo's story, told on a stage: to be sourced after one of stage_*.sh.
+
+story_task=com.example.Notes.task_sync
+story_named_task=com.example.Notes.task_index
+story_unit=ov_task.$story_task.service
+story_invoker=/org/zarn/Orvane/TaskInvoker1
+story_session=/org/zarn/Orvane/TaskInvokerSessions/Sync
+story_failures=0
+story_chapter=0
+
+chapter() {
+    story_chapter=$((story_chapter + 1))
+    printf '\n\033[1m%d. %s\033[0m\n' "$story_chapter" "$1"
+}
+
+# Prints a command as a person would type it, then runs it.
+show() {
+    printf '$ %s\n' "$*"
+    stage_run "$@" 2>&1
+}
+
+holds() { # holds WHAT CMD...: says whether a check held
+    local what=$1
+    shift
+    if "$@"; then
+        printf '  \033[32m✓\033[0m %s\n' "$what"
+    else
+        printf '  \033[31m✗ %s\033[0m\n' "$what"
+        story_failures=$((story_failures + 1))
+    fi
+}
+
+is() { [ "$1" = "$2" ]; }
+contains() { grep -qF -- "$2" <<<"$1"; }
+
+session_call() {
+    show busctl call org.zarn.Orvane "$story_session" org.zarn.Orvane.TaskInvokerSession1 "$@"
+}
+
+announced() { grep -qE "$1" "$story_watch_log"; }
+last_announced() { [ "$(tail -n 1 "$story_watch_log")" = "$1" ]; }
+file_exists() { stage_run test -f "$(stage_path "$1")"; }
+file_is_gone() { ! file_exists "$1"; }
+worker_works() { stage_task_log "$story_unit" | grep -qx working; }
+daemon_has_left() { ! stage_daemon_runs; }
+
+tell() {
+    story_watch_log=$(mktemp)
+    tell_declaration
+    tell_registration
+    tell_start
+    tell_files
+    tell_process
+    tell_announcement
+    tell_stop
+    tell_log
+    tell_idle_exit
+    rm -f "$story_watch_log"
+    if [ "$story_failures" -eq 0 ]; then
+        printf '\nEverything held: %d chapters.\n' "$story_chapter"
+    else
+        printf '\n%d things did not hold.\n' "$story_failures"
+        return 1
+    fi
+}
+
+tell_declaration() {
+    chapter "An application declares background tasks"
+    show grep -v '^#' "$(stage_path /usr/share/applications/com.example.Notes.desktop)"
+}
+
+tell_registration() {
+    chapter "A client registers for the task type and stays"
+    stage_start_daemon 4000
+    stage_run orvane-watch Sync >"$story_watch_log" 2>&1 &
+    story_watcher=$!
+    wait_for 20 "the client to be registered" announced '^session '
+    local answer
+    answer=$(show busctl call org.zarn.Orvane "$story_invoker" org.zarn.Orvane.TaskInvoker1 \
+        RegisterInvoker s Sync)
+    echo "$answer"
+    holds "the session's path came back" contains "$answer" "\"$story_session\""
+    holds "both tasks are available" contains "$answer" "\"$story_named_task\""
+}
+
+tell_start() {
+    chapter "It starts one task, and one that owns a bus name"
+    local answer
+    answer=$(session_call Start 'sa{sv}a{sv}' $story_task 0 3 User s "$(stage_user)" \
+        Weight i 100 CGroups 'a{sv}' 1 MemoryMax s 200M)
+    echo "$answer"
+    holds "systemd accepted the start" contains "$answer" "i 0"
+    answer=$(session_call Start 'sa{sv}a{sv}' $story_named_task 0 2 User s "$(stage_user)" \
+        DBusService s com.example.Notes.Index)
+    echo "$answer"
+    holds "and the other" contains "$answer" "i 0"
+}
+
+tell_files() {
+    chapter "What the daemon wrote"
+    show cat "$(stage_path "/etc/systemd/system/$story_unit")"
+    echo
+    show cat "$(stage_path "/etc/dbus-1/system.d/$story_named_task.conf")"
+    holds "the hint MemoryMax is in the unit" \
+        contains "$(stage_run cat "$(stage_path "/etc/systemd/system/$story_unit")")" MemoryMax=200M
+    holds "a task without a bus name has no policy" \
+        file_is_gone "/etc/dbus-1/system.d/$story_task.conf"
+}
+
+tell_process() {
+    chapter "The task runs"
+    wait_for 30 "the worker to work" worker_works || true
+    stage_show_unit "$story_unit" || true
+    holds "the worker does its work" worker_works
+    wait_for 20 "the bus name" name_is_owned || true
+    holds "the other task owns com.example.Notes.Index" name_is_owned
+}
+
+name_is_owned() { stage_run busctl status com.example.Notes.Index >/dev/null 2>&1; }
+
+tell_announcement() {
+    chapter "The client was told"
+    wait_for 20 "the announcement" announced "ActiveTasks:.* $story_task \(process [0-9]+\)" || true
+    cat "$story_watch_log"
+    holds "PropertiesChanged listed the task and its process" \
+        announced "ActiveTasks:.* $story_task \(process [0-9]+\)"
+}
+
+tell_stop() {
+    chapter "It stops them, and nothing is left"
+    local task answer
+    for task in $story_task $story_named_task; do
+        answer=$(session_call Stop s $task)
+        echo "$answer"
+        holds "$task stopped" contains "$answer" "i 0"
+        holds "its unit is gone" file_is_gone "/etc/systemd/system/ov_task.$task.service"
+        holds "its policy is gone" file_is_gone "/etc/dbus-1/system.d/$task.conf"
+    done
+    wait_for 20 "the end to be announced" last_announced "ActiveTasks: none" || true
+    holds "the client was told that nothing runs" last_announced "ActiveTasks: none"
+}
+
+tell_log() {
+    chapter "The daemon's own log"
+    stage_daemon_log
+    holds "each line names file, line and function" log_is_well_formed
+}
+
+log_is_well_formed() {
+    [ -n "$(stage_daemon_log)" ] && ! stage_daemon_log | grep -vqE '^src/[^:]+:[0-9]+: .*\(.*\).*: '
+}
+
+tell_idle_exit() {
+    chapter "The client leaves, and so does the daemon"
+    kill "$story_watcher" 2>/dev/null || true
+    stage_run pkill -x orvane-watch 2>/dev/null || true
+    wait "$story_watcher" 2>/dev/null || true
+    wait_for 30 "the daemon to leave" daemon_has_left || true
+    holds "the daemon left by itself" daemon_has_left
+    holds "with status 0" is "$(stage_daemon_status)" 0
+}

@@ -1,0 +1,610 @@
+#include "service/Core/firejail_p.h"
+#include "system/Core/task_manager_p.h"
+#include "system/Core/unit_files.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusServer>
+#include <QtTest>
+
+using Core::ApplicationId;
+using Core::ApplicationTaskId;
+using Core::Error;
+using Core::TaskManagerPrivate;
+using TaskInfo = Core::ApplicationRegistry::TaskInfo;
+
+namespace {
+
+TaskInfo taskWithExec(const QString &exec)
+{
+    TaskInfo task;
+    task.taskId =
+        ApplicationTaskId(ApplicationId(QStringLiteral("com.example"), QStringLiteral("Notes")),
+                          QStringLiteral("sync"));
+    task.exec = exec;
+    return task;
+}
+
+TaskInfo typicalTask() { return taskWithExec(QStringLiteral("/bin/true -v")); }
+
+QVariantMap withUser(QVariantMap settings = {})
+{
+    settings.insert(QStringLiteral("User"), QStringLiteral("nobody"));
+    return settings;
+}
+
+// The option that a permission gives on this machine. One that the machine does not know is
+// expected to be logged.
+QString permissionOption(const char *name)
+{
+    const QString path = Core::permissionPath(QLatin1String(name),
+                                              {QStringLiteral("/etc/sailjail/permissions/"),
+                                               QStringLiteral("/var/lib/sailjail/permissions/")});
+    if (!path.isEmpty())
+        return QStringLiteral(" --profile=") + path;
+    const QByteArray warning = QByteArray("Unknown permission \"") + name + "\"";
+    QTest::ignoreMessage(QtWarningMsg, warning.constData());
+    return {};
+}
+
+QString sandboxOfTheTask()
+{
+    return QStringLiteral("/usr/bin/firejail --quiet --private-bin=true "
+                          "--template=OrganizationName:com.example "
+                          "--template=ApplicationName:Notes "
+                          "--whitelist=/usr/share/com.example.Notes "
+                          "--mkdir=${HOME}/.cache/com.example/Notes "
+                          "--whitelist=${HOME}/.cache/com.example/Notes "
+                          "--mkdir=${HOME}/.local/share/com.example/Notes "
+                          "--whitelist=${HOME}/.local/share/com.example/Notes "
+                          "--mkdir=${HOME}/.config/com.example/Notes "
+                          "--whitelist=${HOME}/.config/com.example/Notes "
+                          "--dbus-user=none "
+                          "--whitelist=/srv/shared/com.example/Notes "
+                          "--dbus-system.talk=com.example.Notes.* "
+                          "--mkdir=${HOME}/.cache/com.example/common "
+                          "--whitelist=${HOME}/.cache/com.example/common "
+                          "--mkdir=${HOME}/.config/com.example/common "
+                          "--whitelist=${HOME}/.config/com.example/common "
+                          "--mkdir=${HOME}/.local/share/com.example/common "
+                          "--whitelist=${HOME}/.local/share/com.example/common "
+                          "--whitelist=/usr/share/common/com.example "
+                          "--whitelist=/srv/shared/com.example/common "
+                          "--whitelist=/srv/shared/empty --blacklist=/srv/shared/empty "
+                          "--whitelist=/usr/share/common/empty "
+                          "--blacklist=/usr/share/common/empty");
+}
+
+QString sandboxOfTheHomelessTask()
+{
+    return QStringLiteral("/usr/bin/firejail --quiet --private-bin=true "
+                          "--template=OrganizationName:com.example "
+                          "--template=ApplicationName:Notes "
+                          "--whitelist=/usr/share/com.example.Notes "
+                          "--dbus-user=none "
+                          "--whitelist=/srv/shared/com.example/Notes "
+                          "--dbus-system.talk=com.example.Notes.* "
+                          "--whitelist=/usr/share/common/com.example "
+                          "--whitelist=/srv/shared/com.example/common "
+                          "--whitelist=/srv/shared/empty --blacklist=/srv/shared/empty "
+                          "--whitelist=/usr/share/common/empty "
+                          "--blacklist=/usr/share/common/empty");
+}
+
+QStringList ownEnvironment()
+{
+    return {QStringLiteral("HALCYN_APP_ID=com.example.Notes"),
+            QStringLiteral("HALCYN_PACKAGE_NAME=com.example.Notes"),
+            QStringLiteral("HALCYN_TASK_ID=sync"), QStringLiteral("QT_QPA_PLATFORM=minimal")};
+}
+
+QVariantMap build(const QVariantMap &settings, const TaskInfo &task = typicalTask(),
+                  const QVariantMap &startParameters = {})
+{
+    QVariantMap properties;
+    const Error error =
+        TaskManagerPrivate::buildUnitProperties(properties, task, startParameters, settings);
+    if (error)
+        properties = {{QStringLiteral("error"), error.message()}};
+    return properties;
+}
+
+QString commandOf(const QVariantMap &properties)
+{
+    const QString line = properties.value(QStringLiteral("ExecStart")).toString();
+    return line.mid(line.indexOf(QLatin1String(" -- ")));
+}
+
+// The far end of a connection: keeps the map that it is sent, as a client's hints arrive.
+class Receiver : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.example.Receiver")
+
+public:
+    QVariantMap received;
+    bool called = false;
+
+public Q_SLOTS:
+    void take(const QVariantMap &map)
+    {
+        received = map;
+        called = true;
+    }
+};
+
+// Sends maps through a real connection, without a bus.
+class Wire
+{
+public:
+    Wire()
+        : m_server(QStringLiteral("unix:tmpdir=/tmp"))
+        , m_client(QDBusConnection::connectToPeer(m_server.address(), QStringLiteral("client")))
+    {
+        QObject::connect(&m_server, &QDBusServer::newConnection, &m_receiver,
+                         [this](QDBusConnection connection) {
+                             connection.registerObject(QStringLiteral("/"), &m_receiver,
+                                                       QDBusConnection::ExportAllSlots);
+                             m_connected.reset(new QDBusConnection(connection));
+                         });
+    }
+    ~Wire()
+    {
+        QDBusConnection::disconnectFromPeer(QStringLiteral("client"));
+        if (m_connected)
+            QDBusConnection::disconnectFromPeer(m_connected->name());
+    }
+    Q_DISABLE_COPY(Wire)
+
+    QVariantMap carry(const QVariantMap &map)
+    {
+        if (!QTest::qWaitFor([this] { return !m_connected.isNull(); }))
+            return {};
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            QString(), QStringLiteral("/"), QStringLiteral("org.example.Receiver"),
+            QStringLiteral("take"));
+        message << map;
+        m_client.send(message);
+        return QTest::qWaitFor([this] { return m_receiver.called; }) ? m_receiver.received
+                                                                     : QVariantMap();
+    }
+
+private:
+    Receiver m_receiver;
+    QDBusServer m_server;
+    QDBusConnection m_client;
+    QScopedPointer<QDBusConnection> m_connected;
+};
+
+} // namespace
+
+class TestUnitProperties : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { qunsetenv("ORVANE_COMPONENT_TESTS"); }
+    void describesATypicalTask();
+    void writesATypicalUnitByteForByte();
+    void describesAHomelessTask();
+    void keepsWhatPropertiesHeldBefore();
+    void takesControlGroupSettingsAsTheyStand();
+    void letsControlGroupSettingsReplaceTheTarget();
+    void replacesControlGroupSettingsWithItsOwn();
+    void ignoresControlGroupSettingsThatAreNoMap();
+    void readsNumbers_data();
+    void readsNumbers();
+    void needsAUser_data();
+    void needsAUser();
+    void acceptsEveryOtherUser_data();
+    void acceptsEveryOtherUser();
+    void putsTheCallersEnvironmentFirst();
+    void asksForPermissionsInOrder();
+    void asksForTheHomelessPermissionLast();
+    void splitsTheCommandLineAtEveryBlank();
+    void appendsParameters();
+    void endsTheCommandLineAtAZeroByte();
+    void returnsWhatTheSandboxRefuses();
+    void refusesACommandLineThatLeavesItsLine_data();
+    void refusesACommandLineThatLeavesItsLine();
+    void refusesAnIdThatLeavesItsLine();
+    void complainsOfTheUserBeforeTheCommandLine();
+    void acceptsHarmlessSigns_data();
+    void acceptsHarmlessSigns();
+    void acceptsHintsFromTheWire();
+    void acceptsControlGroupSettingsFromTheWire();
+};
+
+void TestUnitProperties::describesATypicalTask()
+{
+    const QString permission = permissionOption("BaseTask");
+    const QVariantMap expected{
+        {QStringLiteral("Environment"), ownEnvironment()},
+        {QStringLiteral("ExecStart"),
+         sandboxOfTheTask() + permission + QStringLiteral(" -- /bin/true -v")},
+        {QStringLiteral("User"), QStringLiteral("nobody")},
+        {QStringLiteral("WantedBy"), QStringLiteral("multi-user.target")}};
+    QCOMPARE(build(withUser()), expected);
+}
+
+void TestUnitProperties::writesATypicalUnitByteForByte()
+{
+    const QString permission = permissionOption("BaseTask");
+    const QVariantMap groups{{QStringLiteral("MemoryMax"), QStringLiteral("64M")}};
+    const QVariantMap properties = build(withUser({{QStringLiteral("CGroups"), groups},
+                                                   {QStringLiteral("Weight"), 500},
+                                                   {QStringLiteral("CPULimit"), 30}}));
+    const QString expected = QStringLiteral("[Unit]\n"
+                                            "Description=Background task for "
+                                            "com.example.Notes.task_sync\n"
+                                            "After=sailjail-prepare-binds.service\n"
+                                            "\n"
+                                            "[Service]\n"
+                                            "Environment=HALCYN_APP_ID=com.example.Notes "
+                                            "HALCYN_PACKAGE_NAME=com.example.Notes "
+                                            "HALCYN_TASK_ID=sync QT_QPA_PLATFORM=minimal\n"
+                                            "ExecStart=")
+        + sandboxOfTheTask() + permission
+        + QStringLiteral(" -- /bin/true -v\n"
+                         "LimitCPU=30\n"
+                         "MemoryMax=64M\n"
+                         "OOMScoreAdjust=500\n"
+                         "User=nobody\n"
+                         "\n"
+                         "[Install]\n"
+                         "WantedBy=multi-user.target\n");
+    QCOMPARE(QString::fromUtf8(
+                 Core::unitFileText(QStringLiteral("com.example.Notes.task_sync"), properties)),
+             expected);
+}
+
+void TestUnitProperties::describesAHomelessTask()
+{
+    const QString permission = permissionOption("HomelessTask");
+    const QVariantMap properties = build(withUser({{QStringLiteral("Homeless"), true}}));
+    QCOMPARE(properties.value(QStringLiteral("ExecStart")).toString(),
+             sandboxOfTheHomelessTask() + permission + QStringLiteral(" -- /bin/true -v"));
+}
+
+void TestUnitProperties::keepsWhatPropertiesHeldBefore()
+{
+    permissionOption("BaseTask");
+    QVariantMap properties{{QStringLiteral("Nice"), 5},
+                           {QStringLiteral("User"), QStringLiteral("before")}};
+    QCOMPARE(TaskManagerPrivate::buildUnitProperties(properties, typicalTask(), {}, withUser())
+                 .message(),
+             QString());
+    QCOMPARE(properties.value(QStringLiteral("Nice")), QVariant(5));
+    QCOMPARE(properties.value(QStringLiteral("User")), QVariant(QStringLiteral("nobody")));
+}
+
+void TestUnitProperties::takesControlGroupSettingsAsTheyStand()
+{
+    permissionOption("BaseTask");
+    const QVariantMap groups{{QStringLiteral("MemoryMax"), QStringLiteral("64M")},
+                             {QStringLiteral("TasksMax"), 12},
+                             {QStringLiteral("Nice"), -5}};
+    const QVariantMap properties = build(withUser({{QStringLiteral("CGroups"), groups}}));
+    for (auto it = groups.cbegin(); it != groups.cend(); ++it)
+        QCOMPARE(properties.value(it.key()), it.value());
+    QCOMPARE(properties.size(), 7);
+}
+
+void TestUnitProperties::letsControlGroupSettingsReplaceTheTarget()
+{
+    permissionOption("BaseTask");
+    const QString target = QStringLiteral("graphical.target");
+    const QVariantMap groups{{QStringLiteral("WantedBy"), target}};
+    const QVariantMap properties = build(withUser({{QStringLiteral("CGroups"), groups}}));
+    QCOMPARE(properties.value(QStringLiteral("WantedBy")), QVariant(target));
+    QVERIFY(Core::unitFileText(QStringLiteral("a"), properties)
+                .endsWith("\n\n[Install]\nWantedBy=graphical.target\n"));
+}
+
+void TestUnitProperties::replacesControlGroupSettingsWithItsOwn()
+{
+    permissionOption("BaseTask");
+    const QVariantMap groups{{QStringLiteral("User"), QStringLiteral("root")},
+                             {QStringLiteral("ExecStart"), QStringLiteral("/bin/sh")},
+                             {QStringLiteral("Environment"), QStringLiteral("A=1")},
+                             {QStringLiteral("OOMScoreAdjust"), 1},
+                             {QStringLiteral("LimitCPU"), 2}};
+    const QVariantMap properties =
+        build(withUser({{QStringLiteral("CGroups"), groups}, {QStringLiteral("Weight"), 7}}));
+    QCOMPARE(properties.value(QStringLiteral("User")), QVariant(QStringLiteral("nobody")));
+    QVERIFY(properties.value(QStringLiteral("ExecStart"))
+                .toString()
+                .startsWith(QLatin1String("/usr/bin/firejail ")));
+    QCOMPARE(properties.value(QStringLiteral("Environment")), QVariant(ownEnvironment()));
+    QCOMPARE(properties.value(QStringLiteral("OOMScoreAdjust")), QVariant(7));
+    // No limit of its own: what was set stays.
+    QCOMPARE(properties.value(QStringLiteral("LimitCPU")), QVariant(2));
+}
+
+void TestUnitProperties::ignoresControlGroupSettingsThatAreNoMap()
+{
+    permissionOption("BaseTask");
+    const QVariantMap properties =
+        build(withUser({{QStringLiteral("CGroups"), QStringLiteral("MemoryMax=64M")}}));
+    QCOMPARE(QStringList(properties.keys()),
+             (QStringList{QStringLiteral("Environment"), QStringLiteral("ExecStart"),
+                          QStringLiteral("User"), QStringLiteral("WantedBy")}));
+}
+
+void TestUnitProperties::readsNumbers_data()
+{
+    QTest::addColumn<QString>("setting");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("expected");
+    const struct
+    {
+        QString setting;
+        QString key;
+    } numbers[] = {{QStringLiteral("Weight"), QStringLiteral("OOMScoreAdjust")},
+                   {QStringLiteral("CPULimit"), QStringLiteral("LimitCPU")}};
+    for (const auto &number : numbers) {
+        const auto row = [&number](const char *what, const QVariant &value,
+                                   const QVariant &expected) {
+            QTest::addRow("%s: %s", qPrintable(number.setting), what)
+                << number.setting << value << number.key << expected;
+        };
+        row("positive", 250, 250);
+        row("negative", -250, -250);
+        row("zero", 0, QVariant());
+        row("a number in text", QStringLiteral("42"), 42);
+        row("other text", QStringLiteral("much"), QVariant());
+        row("missing", QVariant(), QVariant());
+    }
+}
+
+void TestUnitProperties::readsNumbers()
+{
+    QFETCH(QString, setting);
+    QFETCH(QVariant, value);
+    QFETCH(QString, key);
+    QFETCH(QVariant, expected);
+    permissionOption("BaseTask");
+    const QVariantMap properties = build(withUser({{setting, value}}));
+    QCOMPARE(properties.contains(key), expected.isValid());
+    QCOMPARE(properties.value(key), expected);
+    QCOMPARE(properties.size(), expected.isValid() ? 5 : 4);
+}
+
+void TestUnitProperties::needsAUser_data()
+{
+    QTest::addColumn<QVariantMap>("settings");
+    QTest::addColumn<QString>("message");
+    const QString key = QStringLiteral("User");
+    const QString missing = QStringLiteral("Missing required User key");
+    QTest::newRow("missing") << QVariantMap() << missing;
+    QTest::newRow("empty") << QVariantMap{{key, QString()}} << missing;
+    QTest::newRow("no text") << QVariantMap{{key, QVariantMap()}} << missing;
+    QTest::newRow("root") << QVariantMap{{key, QStringLiteral("root")}}
+                          << QStringLiteral("User cannot be root");
+}
+
+void TestUnitProperties::needsAUser()
+{
+    QFETCH(QVariantMap, settings);
+    QFETCH(QString, message);
+    QVariantMap properties;
+    const Error error =
+        TaskManagerPrivate::buildUnitProperties(properties, typicalTask(), {}, settings);
+    QCOMPARE(error.message(), message);
+    QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+    QVERIFY(!properties.contains(QStringLiteral("ExecStart")));
+}
+
+void TestUnitProperties::acceptsEveryOtherUser_data()
+{
+    QTest::addColumn<QString>("user");
+    QTest::newRow("root with a capital") << QStringLiteral("Root");
+    QTest::newRow("an ordinary one") << QStringLiteral("defaultuser");
+    QTest::newRow("a number") << QStringLiteral("100000");
+}
+
+void TestUnitProperties::acceptsEveryOtherUser()
+{
+    QFETCH(QString, user);
+    permissionOption("BaseTask");
+    QCOMPARE(build({{QStringLiteral("User"), user}}).value(QStringLiteral("User")), QVariant(user));
+}
+
+void TestUnitProperties::putsTheCallersEnvironmentFirst()
+{
+    permissionOption("BaseTask");
+    const QStringList given{QStringLiteral("A=1"), QStringLiteral("B=two words")};
+    const QVariantMap properties =
+        build(withUser(), typicalTask(), {{QStringLiteral("Environment"), given}});
+    QCOMPARE(properties.value(QStringLiteral("Environment")), QVariant(given + ownEnvironment()));
+}
+
+void TestUnitProperties::asksForPermissionsInOrder()
+{
+    // Told by the order of the complaints about names that no machine knows.
+    QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"no-such-b\"");
+    QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"no-such-a\"");
+    const QString last = permissionOption("BaseTask");
+    const QStringList asked{QStringLiteral("no-such-b"), QStringLiteral("no-such-a")};
+    const QVariantMap properties = build(withUser({{QStringLiteral("Permissions"), asked}}));
+    QCOMPARE(properties.value(QStringLiteral("ExecStart")).toString(),
+             sandboxOfTheTask() + last + QStringLiteral(" -- /bin/true -v"));
+}
+
+void TestUnitProperties::asksForTheHomelessPermissionLast()
+{
+    QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"no-such\"");
+    const QString last = permissionOption("HomelessTask");
+    const QVariantMap properties =
+        build(withUser({{QStringLiteral("Permissions"), QStringList{QStringLiteral("no-such")}},
+                        {QStringLiteral("Homeless"), true}}));
+    QCOMPARE(properties.value(QStringLiteral("ExecStart")).toString(),
+             sandboxOfTheHomelessTask() + last + QStringLiteral(" -- /bin/true -v"));
+}
+
+void TestUnitProperties::splitsTheCommandLineAtEveryBlank()
+{
+    permissionOption("BaseTask");
+    // Two blanks hold an empty argument, so that both are there again once it is joined.
+    const QVariantMap properties =
+        build(withUser(), taskWithExec(QStringLiteral("/bin/true  \"a b\" ")));
+    QCOMPARE(commandOf(properties), QStringLiteral(" -- /bin/true  \"a b\" "));
+
+    // The first argument is the program, whatever it is.
+    QTest::ignoreMessage(QtWarningMsg,
+                         "Failed to build firejail argv: \" is not an absolute path\"");
+    QCOMPARE(build(withUser(), taskWithExec(QStringLiteral(" /bin/true"))),
+             (QVariantMap{{QStringLiteral("error"), QStringLiteral(" is not an absolute path")}}));
+}
+
+void TestUnitProperties::appendsParameters()
+{
+    permissionOption("BaseTask");
+    const QStringList params{QStringLiteral("--fast"), QStringLiteral("two words"), QString(),
+                             QStringLiteral("ü")};
+    const QVariantMap properties = build(withUser({{QStringLiteral("Params"), params}}));
+    QCOMPARE(commandOf(properties), QStringLiteral(" -- /bin/true -v --fast two words  ü"));
+}
+
+void TestUnitProperties::endsTheCommandLineAtAZeroByte()
+{
+    permissionOption("BaseTask");
+    const QString param = QStringLiteral("before") + QChar(0) + QStringLiteral("after");
+    const QVariantMap properties =
+        build(withUser({{QStringLiteral("Params"), QStringList{param}}}));
+    QCOMPARE(commandOf(properties), QStringLiteral(" -- /bin/true -v before"));
+}
+
+void TestUnitProperties::returnsWhatTheSandboxRefuses()
+{
+    QTest::ignoreMessage(QtWarningMsg,
+                         "Failed to build firejail argv: \"sleep is not an absolute path\"");
+    QVariantMap properties;
+    const Error error = TaskManagerPrivate::buildUnitProperties(
+        properties, taskWithExec(QStringLiteral("sleep 5")), {}, withUser());
+    QCOMPARE(error.message(), QStringLiteral("sleep is not an absolute path"));
+    QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+    QVERIFY(!properties.contains(QStringLiteral("ExecStart")));
+}
+
+void TestUnitProperties::refusesACommandLineThatLeavesItsLine_data()
+{
+    QTest::addColumn<QString>("exec");
+    QTest::addColumn<QString>("message");
+    const QString control = QStringLiteral("Exec must not hold control characters");
+    const auto controlRow = [&control](const char *what, ushort character) {
+        QTest::newRow(what) << QStringLiteral("/bin/true a") + QChar(character)
+                + QStringLiteral("User=root")
+                            << control;
+    };
+    controlRow("line feed", '\n');
+    controlRow("carriage return", '\r');
+    controlRow("tab", '\t');
+    controlRow("vertical tab", '\v');
+    controlRow("zero", 0);
+    controlRow("escape", 0x1b);
+    controlRow("delete", 0x7f);
+    controlRow("next line", 0x85);
+    controlRow("last of the high control characters", 0x9f);
+    controlRow("line separator", 0x2028);
+    controlRow("paragraph separator", 0x2029);
+    QTest::newRow("line feed at the end") << QStringLiteral("/bin/true\n") << control;
+    QTest::newRow("only a line feed") << QStringLiteral("\n") << control;
+
+    const QString backslash = QStringLiteral("Exec must not end with a backslash");
+    QTest::newRow("backslash at the end") << QStringLiteral("/bin/true a\\") << backslash;
+    QTest::newRow("backslash as the last word") << QStringLiteral("/bin/true \\") << backslash;
+    QTest::newRow("two backslashes") << QStringLiteral("/bin/true \\\\") << backslash;
+    QTest::newRow("backslash before blanks") << QStringLiteral("/bin/true \\  ") << backslash;
+
+    const QString semicolon = QStringLiteral("Exec must not hold a separate semicolon");
+    QTest::newRow("semicolon between words")
+        << QStringLiteral("/bin/true ; /bin/sh -c evil") << semicolon;
+    QTest::newRow("semicolon as the last word") << QStringLiteral("/bin/true ;") << semicolon;
+    QTest::newRow("semicolon as the first word") << QStringLiteral("; /bin/true") << semicolon;
+    QTest::newRow("semicolon among blanks") << QStringLiteral("/bin/true  ;  x") << semicolon;
+}
+
+void TestUnitProperties::refusesACommandLineThatLeavesItsLine()
+{
+    QFETCH(QString, exec);
+    QFETCH(QString, message);
+    QVariantMap properties;
+    const Error error =
+        TaskManagerPrivate::buildUnitProperties(properties, taskWithExec(exec), {}, withUser());
+    QCOMPARE(error.message(), message);
+    QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+    QVERIFY(!properties.contains(QStringLiteral("ExecStart")));
+}
+
+void TestUnitProperties::refusesAnIdThatLeavesItsLine()
+{
+    TaskInfo task = typicalTask();
+    task.taskId = ApplicationTaskId(
+        ApplicationId(QStringLiteral("com.example"), QStringLiteral("Notes\nUser=root")),
+        QStringLiteral("sync"));
+    QVariantMap properties;
+    const Error error = TaskManagerPrivate::buildUnitProperties(properties, task, {}, withUser());
+    QCOMPARE(error.message(), QStringLiteral("Task id must not hold control characters"));
+    QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+}
+
+void TestUnitProperties::complainsOfTheUserBeforeTheCommandLine()
+{
+    const TaskInfo task = taskWithExec(QStringLiteral("/bin/true\n"));
+    const QString key = QStringLiteral("error");
+    QCOMPARE(build({}, task).value(key).toString(), QStringLiteral("Missing required User key"));
+    QCOMPARE(build({{QStringLiteral("User"), QStringLiteral("root")}}, task).value(key).toString(),
+             QStringLiteral("User cannot be root"));
+}
+
+void TestUnitProperties::acceptsHarmlessSigns_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::newRow("backslash inside") << QStringLiteral("a\\b \\ c");
+    QTest::newRow("semicolon at a word") << QStringLiteral("a; ;b a;b ;;");
+    QTest::newRow("signs of a shell") << QStringLiteral("$A %i | > 'x' \"y\" # =");
+    QTest::newRow("beyond ASCII") << QStringLiteral("ü €");
+}
+
+void TestUnitProperties::acceptsHarmlessSigns()
+{
+    QFETCH(QString, arguments);
+    permissionOption("BaseTask");
+    const QVariantMap properties =
+        build(withUser(), taskWithExec(QStringLiteral("/bin/true ") + arguments));
+    QCOMPARE(commandOf(properties), QStringLiteral(" -- /bin/true ") + arguments);
+}
+
+void TestUnitProperties::acceptsHintsFromTheWire()
+{
+    QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"no-such\"");
+    permissionOption("BaseTask");
+    const QVariantList words{QStringLiteral("one"), QStringLiteral("two")};
+    const QVariantMap hints = Wire().carry(
+        withUser({{QStringLiteral("Params"), words},
+                  {QStringLiteral("Environment"), QStringList{QStringLiteral("A=1")}},
+                  {QStringLiteral("Permissions"), QVariantList{QStringLiteral("no-such")}}}));
+    QCOMPARE(hints.value(QStringLiteral("Params")).userType(), qMetaTypeId<QDBusArgument>());
+    const QVariantMap properties = build(hints, typicalTask(), hints);
+    QCOMPARE(commandOf(properties), QStringLiteral(" -- /bin/true -v one two"));
+    QCOMPARE(properties.value(QStringLiteral("Environment")).toStringList(),
+             QStringList{QStringLiteral("A=1")} + ownEnvironment());
+}
+
+void TestUnitProperties::acceptsControlGroupSettingsFromTheWire()
+{
+    permissionOption("BaseTask");
+    const QVariantMap groups{{QStringLiteral("MemoryMax"), QStringLiteral("64M")},
+                             {QStringLiteral("Nice"), -5}};
+    const QVariantMap hints = Wire().carry(withUser({{QStringLiteral("CGroups"), groups}}));
+    QCOMPARE(hints.value(QStringLiteral("CGroups")).userType(), qMetaTypeId<QDBusArgument>());
+    const QVariantMap properties = build(hints);
+    QCOMPARE(properties.value(QStringLiteral("MemoryMax")), QVariant(QStringLiteral("64M")));
+    QCOMPARE(properties.value(QStringLiteral("Nice")), QVariant(-5));
+}
+
+QTEST_GUILESS_MAIN(TestUnitProperties)
+#include "tst_unit_properties.moc"
