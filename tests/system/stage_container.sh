@@ -23,3 +23,9 @@ stage_daemon_log() { in_container journalctl --no-pager -o cat -t orvane; }
 stage_show_unit() { in_container systemctl --no-pager -n 6 status "$1"; }
 stage_task_log() { in_container journalctl --no-pager -o cat -u "$1"; }
 stage_user() { echo appuser; }
+
+# Ends the client that story.sh started in the background.
+stage_end_watcher() {
+    in_container pkill -x orvane-watch
+    wait "$1" 2>/dev/null || true
+}

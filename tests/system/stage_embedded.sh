@@ -9,7 +9,7 @@ embedded_status=
 
 stage_open() {
     embedded_dir=$(mktemp -d -t orvane-demo.XXXXXX)
-    local data=$embedded_dir/usr/share notes=examples/notes
+    local data=$embedded_dir/usr/share notes=$container_source/examples/notes
     mkdir -p "$embedded_dir"/etc/systemd/system "$data"/applications "$data"/orvane/task-types \
         "$embedded_dir/opt/app/com.example.Notes/current"
     # The worker lies elsewhere here; the rest of the entry is the example's own.
@@ -35,7 +35,7 @@ CONF
     export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$embedded_dir/bus
     export ORVANE_ROOTFS=$embedded_dir XDG_DATA_DIRS=$data XDG_DATA_HOME=$embedded_dir/home
     wait_for 20 "the private bus" stage_run busctl status org.freedesktop.DBus >/dev/null 2>&1
-    "$ORVANE_BIN/fake-systemd" --run-units >"$embedded_dir/units.log" 2>&1 &
+    "$ORVANE_BIN/fake-systemd" >"$embedded_dir/units.log" 2>&1 &
     embedded_pids+=($!)
     wait_for 20 "the stand-in for systemd" embedded_manager_is_up
 }
@@ -82,6 +82,11 @@ stage_daemon_runs() {
 
 stage_daemon_status() { echo "$embedded_status"; }
 stage_daemon_log() { cat "$embedded_dir/daemon.log"; }
-stage_show_unit() { ps --no-headers -o pid,user,args -C notes-worker; }
+stage_show_unit() { ps --no-headers -o pid,user,args --ppid "${embedded_pids[1]}"; }
 stage_task_log() { cat "$embedded_dir/units.log"; }
 stage_user() { echo nobody; }
+
+stage_end_watcher() {
+    pkill -P "$1" 2>/dev/null || kill "$1" 2>/dev/null || true
+    wait "$1" 2>/dev/null || true
+}

@@ -153,9 +153,7 @@ log_is_well_formed() {
 
 tell_idle_exit() {
     chapter "The client leaves, and so does the daemon"
-    kill "$story_watcher" 2>/dev/null || true
-    stage_run pkill -x orvane-watch 2>/dev/null || true
-    wait "$story_watcher" 2>/dev/null || true
+    stage_end_watcher "$story_watcher"
     wait_for 30 "the daemon to leave" daemon_has_left || true
     holds "the daemon left by itself" daemon_has_left
     holds "with status 0" is "$(stage_daemon_status)" 0

@@ -11,6 +11,19 @@
 
 namespace DBus {
 
+namespace {
+
+// The framework compares values of a type that it has no comparison for by their bytes: lists of
+// records are then equal or not by where they lie in memory. Such a value counts as changed.
+bool isUnchanged(const QVariant &value, const QVariant &last)
+{
+    const bool comparable =
+        value.userType() < QMetaType::User || QMetaType::hasRegisteredComparators(value.userType());
+    return comparable && value == last;
+}
+
+} // namespace
+
 PropertyNotifierPrivate::PropertyNotifierPrivate(const QDBusConnection &bus,
                                                  const QString &objectPath, QObject *watched)
     : connection(bus)
@@ -63,7 +76,7 @@ void PropertyNotifierPrivate::onChanged()
     if (pending.contains(*property))
         return;
     const QMetaProperty changed = object->metaObject()->property(*property);
-    if (changed.read(object) == lastValues.value(QString::fromUtf8(changed.name())))
+    if (isUnchanged(changed.read(object), lastValues.value(QString::fromUtf8(changed.name()))))
         return;
     if (pending.isEmpty())
         QMetaObject::invokeMethod(this, "deliverNotifySignal", Qt::QueuedConnection);
@@ -85,7 +98,7 @@ void PropertyNotifierPrivate::collect(int propertyIndex, QVariantMap &changed)
     const QString name = QString::fromUtf8(property.name());
     const QVariant value = property.read(object);
     const auto last = lastValues.constFind(name);
-    if (last != lastValues.constEnd() && *last == value)
+    if (last != lastValues.constEnd() && isUnchanged(value, *last))
         return;
     changed.insert(name, value);
     lastValues.insert(name, value);

@@ -21,9 +21,10 @@ scenario() {
     expect_equal "the answer to Stop" "$(stop_task $task)" "i 0"
     wait_for 20 "the task to end" is_not_listed $task
     expect_no_file "$(unit_file $task)"
-    expect_equal "processes of the worker" "$(in_container pgrep -c -x worker || true)" 0
+    wait_for 20 "the worker's process to end" no_worker_runs
 }
 
+no_worker_runs() { ! in_container pgrep -x worker >/dev/null; }
 task_log() { in_container journalctl --no-pager -o cat -u "$(unit_of $task)"; }
 worker_works() { task_log | grep -qx working; }
 

@@ -10,7 +10,7 @@ scenario() {
     start_task $task User s appuser >/dev/null
     wait_for 20 "the task to be announced" grep -qE "ActiveTasks: $task \(process [0-9]+\)" \
         "$container_dir/watch.log"
-    in_container systemctl kill --signal=KILL "$(unit_of $task)"
+    in_container systemctl kill --kill-who=main --signal=KILL "$(unit_of $task)"
     wait_for 20 "the end to be announced" ends_with_none
     wait_for 20 "the task not to be listed" is_not_listed $task
     # Its files stay: it was not asked to stop.

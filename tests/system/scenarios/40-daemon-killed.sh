@@ -11,7 +11,7 @@ scenario() {
     local process
     process=$(unit_property $task MainPID)
 
-    in_container systemctl kill --signal=KILL orvane.service
+    in_container systemctl kill --kill-who=main --signal=KILL orvane.service
     wait_for 20 "the daemon to be gone" bus_name_is_free org.zarn.Orvane
     in_container systemctl reset-failed orvane.service
     expect_equal "the task's process" "$(unit_property $task MainPID)" "$process"

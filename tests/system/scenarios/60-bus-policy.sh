@@ -19,7 +19,7 @@ scenario() {
     in_container setpriv --reuid=nobody --clear-groups \
         busctl call $name / org.freedesktop.DBus.Peer Ping >/dev/null || fail "nobody cannot talk to $name"
 
-    in_container systemctl kill "$(unit_of $task)"
+    in_container systemctl stop "$(unit_of $task)"
     wait_for 20 "the name to be free" bus_name_is_free $name
     expect_refused nobody "while the policy is in force"
     expect_allowed appuser

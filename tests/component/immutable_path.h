@@ -1,0 +1,40 @@
+// A file or directory that nothing can change.
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+/// Makes a file or directory refuse every change, also by root, for as long as this lives.
+class ImmutablePath
+{
+public:
+    explicit ImmutablePath(const QString &path)
+        : m_path(path)
+        , m_set(chattr(QStringLiteral("+i")))
+    {
+    }
+    ~ImmutablePath()
+    {
+        if (m_set)
+            chattr(QStringLiteral("-i"));
+    }
+    Q_DISABLE_COPY(ImmutablePath)
+
+    /// False where the file system or the user cannot do that.
+    [[nodiscard]] bool isSet() const { return m_set; }
+
+private:
+    bool chattr(const QString &change) const
+    {
+        return QProcess::execute(QStringLiteral("chattr"), {change, m_path}) == 0;
+    }
+
+    const QString m_path;
+    const bool m_set;
+};
+
+#define MAKE_IMMUTABLE(path)                                                                       \
+    const ImmutablePath immutable(path);                                                           \
+    if (!immutable.isSet())                                                                        \
+    QSKIP("needs a file system and a user that can make files immutable")

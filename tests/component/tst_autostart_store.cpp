@@ -1,0 +1,215 @@
+// What the start of the daemon makes of settings whose users are gone.
+
+#include "component/autostart_bus.h"
+#include "component/immutable_path.h"
+
+#include <csignal>
+
+class TestAutostartStore : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void removesTheSettingsOfUsersThatAreGone();
+    void deletesNothingWithoutAGoodAnswer_data();
+    void deletesNothingWithoutAGoodAnswer();
+    void followsNoLinkOutOfTheStore();
+    void asksOnce();
+    void namesASettingThatCannotBeRemoved();
+    void namesADirectoryThatCannotBeRemoved();
+    void endsInOrderWhenToldToWhileTheUserManagerIsSilent();
+
+private:
+    bool startUserManager(const QStringList &arguments);
+    bool startDaemon();
+    bool writeSetting(const QString &relative) const
+    {
+        return m_root->write(QStringLiteral("var/lib/am/apps/") + relative,
+                             "[a.b]\nautostart=true\n");
+    }
+    bool exists(const QString &relative) const
+    {
+        return QFileInfo(m_root->runtime(relative)).isSymLink()
+            || QFileInfo::exists(m_root->runtime(relative));
+    }
+
+    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<TestRoot> m_root;
+    std::unique_ptr<Program> m_userManager;
+    std::unique_ptr<Program> m_daemon;
+};
+
+namespace {
+
+const QString client = QStringLiteral("client");
+
+const QByteArray cleanupFunction = "void Autostart::Manager::cleanupRemovedUsers(): ";
+
+} // namespace
+
+void TestAutostartStore::init()
+{
+    m_bus = std::make_unique<OwnBus>();
+    m_root = std::make_unique<TestRoot>(m_bus->address());
+    QVERIFY(m_bus->connect(client).isConnected());
+}
+
+void TestAutostartStore::cleanup()
+{
+    m_daemon.reset();
+    m_userManager.reset();
+    QDBusConnection::disconnectFromBus(client);
+    m_root.reset();
+    m_bus.reset();
+}
+
+bool TestAutostartStore::startUserManager(const QStringList &arguments)
+{
+    m_userManager =
+        std::make_unique<Program>(*m_root, QStringLiteral(FAKE_USER_MANAGER), arguments);
+    return waitForName(m_bus->connect(client), QStringLiteral("org.sailfishos.usermanager"));
+}
+
+bool TestAutostartStore::startDaemon()
+{
+    m_daemon = std::make_unique<Program>(*m_root, QStringLiteral(ORVANE_BINARY));
+    return waitForName(m_bus->connect(client), QStringLiteral("org.zarn.Orvane"));
+}
+
+void TestAutostartStore::removesTheSettingsOfUsersThatAreGone()
+{
+    for (const char *file :
+         {"a.b/100000.conf", "a.b/100002.conf", "a.b/all-users.conf", "c.d/100002.conf",
+          "e.f/100002.conf", "e.f/notes.txt", "g.h/deeper/100002.conf", "i.j/nonsense.conf",
+          "i.j/0100000.conf", ".k.l/100002.conf", "m.n/100001.conf"})
+        QVERIFY(writeSetting(QString::fromLatin1(file)));
+    QVERIFY(m_root->write(QStringLiteral("etc/am/conf.d/100002.conf"),
+                          "[a.b%7C100002]\nautostart=true\n"));
+    QVERIFY(QDir().mkpath(m_root->runtime(QStringLiteral("empty"))));
+    QVERIFY(startUserManager(
+        {QStringLiteral("list"), QStringLiteral("100000"), QStringLiteral("100001")}));
+    QVERIFY(startDaemon());
+
+    for (const char *kept : {"a.b/100000.conf", "a.b/all-users.conf", "e.f/notes.txt", "g.h",
+                             "m.n/100001.conf", "empty"})
+        QVERIFY2(exists(QString::fromLatin1(kept)), kept);
+    for (const char *gone :
+         {"a.b/100002.conf", "c.d", "e.f/100002.conf", "g.h/deeper", "i.j", ".k.l"})
+        QVERIFY2(!exists(QString::fromLatin1(gone)), gone);
+    QVERIFY(QFileInfo::exists(m_root->path(QStringLiteral("etc/am/conf.d/100002.conf"))));
+    QVERIFY2(!m_daemon->log().contains("cleanupRemovedUsers"), m_daemon->log());
+}
+
+void TestAutostartStore::deletesNothingWithoutAGoodAnswer_data()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<QByteArray>("error");
+
+    QTest::newRow("nobody answers")
+        << QString() << QByteArray("org.freedesktop.DBus.Error.ServiceUnknown");
+    QTest::newRow("an error") << QStringLiteral("error")
+                              << QByteArray("QDBusError(\"org.freedesktop.DBus.Error.Failed\", "
+                                            "\"No users today\")");
+    QTest::newRow("no user at all")
+        << QStringLiteral("empty") << QByteArray("org.freedesktop.DBus.Error.Failed");
+    QTest::newRow("another type") << QStringLiteral("malformed")
+                                  << QByteArray("org.freedesktop.DBus.Error.InvalidSignature");
+}
+
+void TestAutostartStore::deletesNothingWithoutAGoodAnswer()
+{
+    QFETCH(QString, mode);
+    QFETCH(QByteArray, error);
+
+    QVERIFY(writeSetting(QStringLiteral("a.b/100002.conf")));
+    if (!mode.isEmpty())
+        QVERIFY(startUserManager({mode}));
+    QVERIFY(startDaemon());
+    QVERIFY(exists(QStringLiteral("a.b/100002.conf")));
+    QTRY_VERIFY(m_daemon->log().contains(cleanupFunction + "couldn't get available users list: "));
+    QTRY_VERIFY2(m_daemon->log().contains(error), m_daemon->log());
+}
+
+void TestAutostartStore::followsNoLinkOutOfTheStore()
+{
+    QVERIFY(m_root->write(QStringLiteral("outside/100002.conf"), "kept"));
+    QVERIFY(writeSetting(QStringLiteral("a.b/100002.conf")));
+    QVERIFY(QFile::link(m_root->path(QStringLiteral("outside")),
+                        m_root->runtime(QStringLiteral("c.d"))));
+    QVERIFY(QFile::link(m_root->path(QStringLiteral("outside/100002.conf")),
+                        m_root->runtime(QStringLiteral("a.b/100003.conf"))));
+    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(startDaemon());
+
+    QCOMPARE(m_root->read(QStringLiteral("outside/100002.conf")), QByteArray("kept"));
+    QVERIFY(exists(QStringLiteral("c.d")));
+    QVERIFY(!exists(QStringLiteral("a.b")));
+}
+
+void TestAutostartStore::asksOnce()
+{
+    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(startDaemon());
+    for (int i = 0; i < 3; ++i) {
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            QStringLiteral("org.zarn.Orvane"), QStringLiteral("/org/zarn/am"),
+            QStringLiteral("org.zarn.am.Autostart"), QStringLiteral("GetEnabled"));
+        call << 5;
+        QCOMPARE(m_bus->connect(client).call(call).type(), QDBusMessage::ReplyMessage);
+    }
+    m_userManager->process.terminate();
+    QVERIFY(m_userManager->ended());
+    QCOMPARE(m_userManager->process.readAllStandardOutput(), QByteArray("ready\nusers\n"));
+}
+
+void TestAutostartStore::namesASettingThatCannotBeRemoved()
+{
+    QVERIFY(writeSetting(QStringLiteral("a.b/100002.conf")));
+    QVERIFY(writeSetting(QStringLiteral("c.d/100002.conf")));
+    MAKE_IMMUTABLE(m_root->runtime(QStringLiteral("a.b/100002.conf")));
+    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(startDaemon());
+
+    QTRY_VERIFY2(m_daemon->log().contains(
+                     cleanupFunction + "couldn't remove user config: \""
+                     + m_root->runtime(QStringLiteral("a.b/100002.conf")).toUtf8() + "\"\n"),
+                 m_daemon->log());
+    QVERIFY(!exists(QStringLiteral("c.d")));
+}
+
+void TestAutostartStore::namesADirectoryThatCannotBeRemoved()
+{
+    QVERIFY(writeSetting(QStringLiteral("a.b/100002.conf")));
+    MAKE_IMMUTABLE(m_root->runtime(QStringLiteral(".")));
+    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(startDaemon());
+
+    QTRY_VERIFY2(m_daemon->log().contains(cleanupFunction + "coudln't cleanup empty directory \""
+                                          + m_root->runtime(QStringLiteral("a.b")).toUtf8()
+                                          + "\"\n"),
+                 m_daemon->log());
+    QVERIFY(!exists(QStringLiteral("a.b/100002.conf")));
+}
+
+void TestAutostartStore::endsInOrderWhenToldToWhileTheUserManagerIsSilent()
+{
+    QVERIFY(startUserManager({QStringLiteral("hang")}));
+    m_daemon = std::make_unique<Program>(*m_root, QStringLiteral(ORVANE_BINARY));
+    QByteArray said;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        (said += m_userManager->process.readAllStandardOutput()).contains("users"), 20000);
+    ::kill(static_cast<pid_t>(m_daemon->process.processId()), SIGTERM);
+    // The question is still open: it is not the signal that ends it.
+    QVERIFY(!m_daemon->process.waitForFinished(200));
+    m_userManager.reset();
+
+    QVERIFY(m_daemon->ended());
+    QCOMPARE(m_daemon->process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_daemon->process.exitCode(), 0);
+}
+
+QTEST_GUILESS_MAIN(TestAutostartStore)
+#include "tst_autostart_store.moc"

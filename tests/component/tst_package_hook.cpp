@@ -1,0 +1,249 @@
+// The package manager's call when it removes an application.
+
+#include "component/autostart_bus.h"
+#include "component/immutable_path.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusPendingReply>
+#include <QDBusVirtualObject>
+
+/// systemd's listing record. (ssssssouso)
+struct ListedUnit
+{
+    QString name;
+};
+Q_DECLARE_METATYPE(ListedUnit)
+
+QDBusArgument &operator<<(QDBusArgument &argument, const ListedUnit &unit)
+{
+    argument.beginStructure();
+    argument << unit.name << unit.name << QStringLiteral("loaded") << QStringLiteral("active")
+             << QStringLiteral("running") << QString()
+             << QDBusObjectPath(QStringLiteral("/org/freedesktop/systemd1/unit/x")) << 0U
+             << QString() << QDBusObjectPath(QStringLiteral("/"));
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, ListedUnit &unit)
+{
+    argument.beginStructure();
+    argument >> unit.name;
+    argument.endStructure();
+    return argument;
+}
+
+/// systemd's manager with some running units; keeps what is asked of them.
+class Systemd : public QDBusVirtualObject
+{
+    Q_OBJECT
+
+public:
+    explicit Systemd(const QStringList &names)
+    {
+        qDBusRegisterMetaType<ListedUnit>();
+        qDBusRegisterMetaType<QList<ListedUnit>>();
+        for (const QString &name : names)
+            m_units.append({name});
+    }
+    QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &bus) override
+    {
+        const QString method = message.member();
+        if (method == QLatin1String("ListUnitsByPatterns"))
+            return bus.send(message.createReply(QVariant::fromValue(m_units)));
+        if (method == QLatin1String("StopUnit"))
+            stopped.append(message.arguments().constFirst().toString());
+        if (method == QLatin1String("DisableUnitFiles"))
+            disabled.append(message.arguments().constFirst().toStringList());
+        if (method == QLatin1String("StopUnit"))
+            return bus.send(message.createReply(
+                QVariant::fromValue(QDBusObjectPath(QStringLiteral("/job/1")))));
+        return bus.send(message.createReply());
+    }
+
+    QStringList stopped;
+    QStringList disabled;
+
+private:
+    QList<ListedUnit> m_units;
+};
+
+class TestPackageHook : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void forgetsTheApplicationAndNoOther();
+    void handsStrangeNamesOn_data();
+    void handsStrangeNamesOn();
+    void followsNoLinkOutOfTheStore();
+    void reportsWhatCouldNotBeForgottenAndStopsTheTasks();
+    void aCallStartsTheIdleTimeAnew();
+
+private:
+    bool startDaemon();
+    QDBusMessage onRemove(const QString &application) const;
+
+    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<TestRoot> m_root;
+    std::unique_ptr<Systemd> m_systemd;
+    std::unique_ptr<Program> m_daemon;
+};
+
+namespace {
+
+const QString client = QStringLiteral("client");
+const QString units = QStringLiteral("etc/systemd/system/");
+const QString notes = QStringLiteral("ov_task.a.b.task_sync.service");
+const QString longer = QStringLiteral("ov_task.a.bc.task_sync.service");
+const QString other = QStringLiteral("ov_task.c.d.task_sync.service");
+
+} // namespace
+
+void TestPackageHook::init()
+{
+    m_bus = std::make_unique<OwnBus>();
+    m_root = std::make_unique<TestRoot>(m_bus->address());
+    m_systemd = std::make_unique<Systemd>(QStringList({notes, longer, other}));
+    QDBusConnection bus = m_bus->connect(client);
+    QVERIFY(
+        bus.registerVirtualObject(QStringLiteral("/org/freedesktop/systemd1"), m_systemd.get()));
+    QVERIFY(bus.registerService(QStringLiteral("org.freedesktop.systemd1")));
+    for (const QString &unit : {notes, longer, other})
+        QVERIFY(m_root->write(units + unit, "[Service]\n"));
+    for (const char *application : {"a.b", "a.bc", "c.d"})
+        QVERIFY(m_root->write(
+            QStringLiteral("var/lib/am/apps/%1/5.conf").arg(QLatin1String(application)),
+            QByteArray("[") + application + "%7C5]\nautostart=true\n"));
+}
+
+void TestPackageHook::cleanup()
+{
+    m_daemon.reset();
+    QDBusConnection::disconnectFromBus(client);
+    m_systemd.reset();
+    m_root.reset();
+    m_bus.reset();
+}
+
+bool TestPackageHook::startDaemon()
+{
+    m_daemon = std::make_unique<Program>(*m_root, QStringLiteral(ORVANE_BINARY));
+    return waitForName(m_bus->connect(client), QStringLiteral("org.zarn.Orvane"));
+}
+
+QDBusMessage TestPackageHook::onRemove(const QString &application) const
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.zarn.Orvane"), QStringLiteral("/org/zarn/Teller/Hooks"),
+        QStringLiteral("org.zarn.Teller.Hooks"), QStringLiteral("OnRemove"));
+    call << application;
+    const QDBusPendingCall reply = m_bus->connect(client).asyncCall(call);
+    // Not blocking: systemd lives in this process.
+    return QTest::qWaitFor([&] { return reply.isFinished(); }, 20000) ? reply.reply()
+                                                                      : QDBusMessage();
+}
+
+void TestPackageHook::forgetsTheApplicationAndNoOther()
+{
+    QVERIFY(startDaemon());
+    const QDBusMessage reply = onRemove(QStringLiteral("a.b"));
+    QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(reply.signature(), QString());
+
+    QTRY_VERIFY(!QFileInfo::exists(m_root->path(units + notes)));
+    QTRY_COMPARE(m_systemd->stopped, QStringList{notes});
+    QTRY_COMPARE(m_systemd->disabled, QStringList{notes});
+    QVERIFY(!QFileInfo::exists(m_root->runtime(QStringLiteral("a.b"))));
+    for (const QString &unit : {longer, other})
+        QVERIFY(QFileInfo::exists(m_root->path(units + unit)));
+    for (const char *application : {"a.bc/5.conf", "c.d/5.conf"})
+        QVERIFY(QFileInfo::exists(m_root->runtime(QLatin1String(application))));
+}
+
+void TestPackageHook::handsStrangeNamesOn_data()
+{
+    QTest::addColumn<QString>("application");
+    QTest::addColumn<QString>("gone");
+    QTest::addColumn<QString>("left");
+
+    QTest::newRow("unknown") << QStringLiteral("x.y") << QStringLiteral("var/lib/am/apps/x.y")
+                             << QStringLiteral("var/lib/am/apps/a.b/5.conf");
+    QTest::newRow("empty") << QString() << QStringLiteral("var/lib/am/apps")
+                           << QStringLiteral("var/lib/am");
+    QTest::newRow("up") << QStringLiteral("..") << QStringLiteral("var/lib/am")
+                        << QStringLiteral("var/lib");
+}
+
+void TestPackageHook::handsStrangeNamesOn()
+{
+    QFETCH(QString, application);
+    QFETCH(QString, gone);
+    QFETCH(QString, left);
+
+    QVERIFY(startDaemon());
+    QCOMPARE(onRemove(application).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(!QFileInfo::exists(m_root->path(gone)));
+    QVERIFY(QFileInfo::exists(m_root->path(left)));
+    QCOMPARE(m_systemd->stopped, QStringList());
+}
+
+void TestPackageHook::followsNoLinkOutOfTheStore()
+{
+    QVERIFY(m_root->write(QStringLiteral("outside/sub/x"), "kept"));
+    QVERIFY(QFile::link(m_root->path(QStringLiteral("outside")),
+                        m_root->runtime(QStringLiteral("link"))));
+    QVERIFY(startDaemon());
+
+    QCOMPARE(onRemove(QStringLiteral("link/sub")).errorName(),
+             QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(onRemove(QStringLiteral("link")).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(!QFileInfo(m_root->runtime(QStringLiteral("link"))).isSymLink());
+    QCOMPARE(m_root->read(QStringLiteral("outside/sub/x")), QByteArray("kept"));
+}
+
+void TestPackageHook::reportsWhatCouldNotBeForgottenAndStopsTheTasks()
+{
+    const QString setting = m_root->runtime(QStringLiteral("a.b/5.conf"));
+    MAKE_IMMUTABLE(setting);
+    QVERIFY(startDaemon());
+    const QDBusMessage reply = onRemove(QStringLiteral("a.b"));
+
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to remove application a.b"));
+    QTRY_COMPARE(m_systemd->stopped, QStringList{notes});
+    QTRY_VERIFY(m_daemon->log().contains("from autostart\n"));
+    const QByteArray log = m_daemon->log();
+    QVERIFY2(log.contains("bool Autostart::Manager::cleanupUninstalledApplication(const QString&): "
+                          "couldn't remove uninstalled application directory:  \""
+                          + m_root->runtime(QStringLiteral("a.b")).toUtf8() + "\"\n"),
+             log);
+    QVERIFY2(log.contains("void TellerHooks::DBusInterface::OnRemove(const QString&): "
+                          "Failed to remove application \"a.b\" from autostart\n"),
+             log);
+    QVERIFY2(!log.contains("from task manager"), log);
+}
+
+void TestPackageHook::aCallStartsTheIdleTimeAnew()
+{
+    m_root->environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), QStringLiteral("2000"));
+    QVERIFY(startDaemon());
+    QElapsedTimer calling;
+    calling.start();
+    while (calling.elapsed() < 3500) {
+        QCOMPARE(onRemove(QStringLiteral("x.y")).type(), QDBusMessage::ReplyMessage);
+        QVERIFY(!m_daemon->process.waitForFinished(100));
+    }
+    QVERIFY(m_daemon->ended());
+    QCOMPARE(m_daemon->process.exitCode(), 0);
+}
+
+QTEST_GUILESS_MAIN(TestPackageHook)
+#include "tst_package_hook.moc"

@@ -1,0 +1,470 @@
+#include "support/stage.h"
+
+#include <QTest>
+
+namespace {
+
+QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
+
+QString unit() { return QStringLiteral("ov_task.com.example.Notes.task_sync.service"); }
+
+QVariantMap user() { return {{QStringLiteral("User"), QStringLiteral("appuser")}}; }
+
+QVariantMap userAnd(const QString &key, const QVariant &value)
+{
+    QVariantMap hints = user();
+    hints.insert(key, value);
+    return hints;
+}
+
+QVariantMap owningName()
+{
+    return userAnd(QStringLiteral("DBusService"), QStringLiteral("com.example.Notes.Sync"));
+}
+
+QByteArray expectedExecStart()
+{
+    return "/usr/bin/firejail --quiet --private-bin=worker --template=OrganizationName:com.example "
+           "--template=ApplicationName:Notes --whitelist=/usr/share/com.example.Notes "
+           "--mkdir=${HOME}/.cache/com.example/Notes --whitelist=${HOME}/.cache/com.example/Notes "
+           "--mkdir=${HOME}/.local/share/com.example/Notes "
+           "--whitelist=${HOME}/.local/share/com.example/Notes "
+           "--mkdir=${HOME}/.config/com.example/Notes "
+           "--whitelist=${HOME}/.config/com.example/Notes --dbus-user=none "
+           "--whitelist=/srv/shared/com.example/Notes --dbus-system.talk=com.example.Notes.* "
+           "--mkdir=${HOME}/.cache/com.example/common "
+           "--whitelist=${HOME}/.cache/com.example/common "
+           "--mkdir=${HOME}/.config/com.example/common "
+           "--whitelist=${HOME}/.config/com.example/common "
+           "--mkdir=${HOME}/.local/share/com.example/common "
+           "--whitelist=${HOME}/.local/share/com.example/common "
+           "--whitelist=/usr/share/common/com.example --whitelist=/srv/shared/com.example/common "
+           "--whitelist=/srv/shared/empty --blacklist=/srv/shared/empty "
+           "--whitelist=/usr/share/common/empty --blacklist=/usr/share/common/empty "
+           "-- /opt/notes/worker --deep";
+}
+
+} // namespace
+
+class TestStartStop : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void reloadsThenStarts();
+    void enablesTheUnitForAutostartTwoOnly_data();
+    void enablesTheUnitForAutostartTwoOnly();
+    void answersWhenTheJobIsAccepted();
+    void writesTheUnit();
+    void writesThePolicyBeforeSystemdReloads();
+    void takesAMapOfUnitPropertiesFromTheBus();
+    void refusesBadHints_data();
+    void refusesBadHints();
+    void refusesATaskThatNobodyDeclares_data();
+    void refusesATaskThatNobodyDeclares();
+    void refusesACommandLineThatLeavesItsLine_data();
+    void refusesACommandLineThatLeavesItsLine();
+    void saysThatTheUnitCannotBeWritten();
+    void saysThatThePolicyCannotBeWritten();
+    void passesOnWhatSystemdRefuses_data();
+    void passesOnWhatSystemdRefuses();
+    void keepsItsFilesWhenTheStartFails();
+    void stopsAndForgetsTheFiles();
+    void removesTheFilesWithoutWaiting();
+    void stopsWhatItDoesNotKnow();
+    void leavesFilesOfOthersAlone_data();
+    void leavesFilesOfOthersAlone();
+    void keepsTheOrderOfStartAndStop();
+    void answersEachOfManyCallsOnce();
+    void startsWithoutAReplyWanted();
+
+private:
+    [[nodiscard]] QStringList newCalls() const { return membersOf(stage->systemd->calls).mid(3); }
+    static QString method(const char *name) { return QString::fromLatin1(name); }
+
+    std::unique_ptr<Stage> stage;
+};
+
+void TestStartStop::init()
+{
+    stage = std::make_unique<Stage>();
+    stage->root.serveType(QStringLiteral("Sync"));
+    stage->root.writeApplication(QStringLiteral("Notes"),
+                                 "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker --deep\n"
+                                 "[X-Task lines]\nType=Sync\nExec=/opt/w\\nExecStartPre=/bin/sh\n"
+                                 "[X-Task tab]\nType=Sync\nExec=/opt/w\\t-x\n"
+                                 "[X-Task escape]\nType=Sync\nExec=/opt/w \x1b[2J\n"
+                                 "[X-Task joins]\nType=Sync\nExec=/opt/w \\\\\n"
+                                 "[X-Task second]\nType=Sync\nExec=/opt/w ; +/bin/sh\n"
+                                 "[X-Task relative]\nType=Sync\nExec=sleep 5\n");
+    QVERIFY(stage->start());
+    QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+}
+
+void TestStartStop::cleanup() { stage.reset(); }
+
+void TestStartStop::reloadsThenStarts()
+{
+    const QDBusMessage reply = stage->start(task(), user());
+    QCOMPARE(reply.signature(), QStringLiteral("i"));
+    QCOMPARE(reply.arguments(), QVariantList{0});
+    QCOMPARE(newCalls(), QStringList({method("Reload"), method("StartUnit")}));
+    QCOMPARE(stage->systemd->calls.constLast().arguments(),
+             QVariantList({unit(), QStringLiteral("replace")}));
+}
+
+void TestStartStop::enablesTheUnitForAutostartTwoOnly_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("enables");
+    QTest::newRow("0") << QVariant(0) << false;
+    QTest::newRow("1") << QVariant(1) << false;
+    QTest::newRow("2") << QVariant(2) << true;
+    QTest::newRow("unsigned 2") << QVariant(2u) << true;
+    QTest::newRow("3") << QVariant(3) << false;
+    QTest::newRow("true") << QVariant(true) << false;
+}
+
+void TestStartStop::enablesTheUnitForAutostartTwoOnly()
+{
+    QFETCH(QVariant, value);
+    QFETCH(bool, enables);
+    (void)stage->start(task(), userAnd(QStringLiteral("Autostart"), value));
+    (void)stage->stop(task());
+    const QStringList between = newCalls().mid(2, newCalls().indexOf(method("StopUnit")) - 2);
+    QCOMPARE(between, enables ? QStringList{method("EnableUnitFiles")} : QStringList());
+    if (enables)
+        QCOMPARE(stage->systemd->calls.at(5).arguments(),
+                 QVariantList({QStringList{unit()}, false, true}));
+}
+
+void TestStartStop::answersWhenTheJobIsAccepted()
+{
+    stage->systemd->hold(method("StartUnit"));
+    const QDBusPendingCall started = stage->client.asyncCall(Stage::startCall(task(), user()));
+    QVERIFY(stage->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
+    // Other calls are answered meanwhile.
+    QCOMPARE(stage->stop(QStringLiteral("com.example.Notes.task_other")).type(),
+             QDBusMessage::ReplyMessage);
+    QVERIFY(!started.isFinished());
+    stage->systemd->release(method("StartUnit"));
+    QVERIFY(stage->waitUntil([&] { return started.isFinished(); }));
+    QVERIFY(!started.isError());
+}
+
+void TestStartStop::writesTheUnit()
+{
+    const QVariantMap hints{
+        {QStringLiteral("User"), QStringLiteral("appuser")},
+        {QStringLiteral("Weight"), -17},
+        {QStringLiteral("CPULimit"), 30},
+        {QStringLiteral("Params"), QStringList({QStringLiteral("--fast"), QStringLiteral("x y")})}};
+    const QVariantMap info{{QStringLiteral("Environment"), QStringList{QStringLiteral("LANG=C")}}};
+    QCOMPARE(stage->start(task(), hints, info).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(stage->root.read(stage->root.unitFile(task())),
+             "[Unit]\n"
+             "Description=Background task for com.example.Notes.task_sync\n"
+             "After=sailjail-prepare-binds.service\n"
+             "\n"
+             "[Service]\n"
+             "Environment=LANG=C HALCYN_APP_ID=com.example.Notes "
+             "HALCYN_PACKAGE_NAME=com.example.Notes HALCYN_TASK_ID=sync QT_QPA_PLATFORM=minimal\n"
+             "ExecStart="
+                 + expectedExecStart()
+                 + " --fast x y\n"
+                   "LimitCPU=30\n"
+                   "OOMScoreAdjust=-17\n"
+                   "User=appuser\n"
+                   "\n"
+                   "[Install]\n"
+                   "WantedBy=multi-user.target\n");
+    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
+    QVERIFY(stage->daemonLogs("Unknown permission \"BaseTask\"\n"));
+}
+
+void TestStartStop::writesThePolicyBeforeSystemdReloads()
+{
+    QStringList existed;
+    stage->systemd->onCall = [&](const QDBusMessage &call) {
+        if (stage->root.exists(stage->root.policyFile(task()))
+            && stage->root.exists(stage->root.unitFile(task())))
+            existed.append(call.member());
+    };
+    QCOMPARE(stage->start(task(), owningName()).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(existed, QStringList({method("Reload"), method("StartUnit")}));
+    QCOMPARE(newCalls(), existed);
+    QCOMPARE(stage->root.read(stage->root.policyFile(task())),
+             QByteArray("<!DOCTYPE busconfig PUBLIC \n"
+                        "  \"-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN\"\n"
+                        "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                        "\n"
+                        "  <busconfig>\n"
+                        "  <policy user=\"appuser\">\n"
+                        "    <allow own=\"com.example.Notes.Sync\"/>\n"
+                        "  </policy>\n"
+                        "\n"
+                        "  <policy context=\"default\">\n"
+                        "    <allow send_destination=\"com.example.Notes.Sync\"/>\n"
+                        "  </policy>\n"
+                        "</busconfig>\n"));
+}
+
+void TestStartStop::takesAMapOfUnitPropertiesFromTheBus()
+{
+    const QVariantMap groups{{QStringLiteral("MemoryMax"), QStringLiteral("64M")},
+                             {QStringLiteral("CPUWeight"), 20u},
+                             {QStringLiteral("WantedBy"), QStringLiteral("graphical.target")},
+                             {QStringLiteral("User"), QStringLiteral("root")}};
+    QCOMPARE(stage->start(task(), userAnd(QStringLiteral("CGroups"), groups)).type(),
+             QDBusMessage::ReplyMessage);
+    const QByteArray text = stage->root.read(stage->root.unitFile(task()));
+    QVERIFY2(text.contains("\n[Service]\nCPUWeight=20\nEnvironment="), text.constData());
+    QVERIFY2(text.endsWith(expectedExecStart()
+                           + "\nMemoryMax=64M\nUser=appuser\n\n[Install]\n"
+                             "WantedBy=graphical.target\n"),
+             text.constData());
+}
+
+void TestStartStop::refusesBadHints_data()
+{
+    QTest::addColumn<QVariantMap>("hints");
+    QTest::addColumn<QString>("message");
+    const QString missing = QStringLiteral("Missing required User key");
+    QTest::newRow("no user") << QVariantMap() << missing;
+    QTest::newRow("empty user") << QVariantMap{{QStringLiteral("User"), QString()}} << missing;
+    QTest::newRow("root") << QVariantMap{{QStringLiteral("User"), QStringLiteral("root")}}
+                          << QStringLiteral("User cannot be root");
+}
+
+void TestStartStop::refusesBadHints()
+{
+    QFETCH(QVariantMap, hints);
+    QFETCH(QString, message);
+    const QDBusMessage reply = stage->start(task(), hints);
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QCOMPARE(reply.errorMessage(), message);
+    QVERIFY(!stage->root.exists(stage->root.unitFile(task())));
+    QCOMPARE(newCalls(), QStringList());
+}
+
+void TestStartStop::refusesATaskThatNobodyDeclares_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::newRow("unknown task") << QStringLiteral("com.example.Notes.task_none");
+    QTest::newRow("unknown application") << QStringLiteral("com.example.None.task_sync");
+    QTest::newRow("no task id") << QStringLiteral("com.example.Notes");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("a path") << QStringLiteral("../../x");
+    QTest::newRow("trailing line break") << QStringLiteral("com.example.Notes.task_sync\n");
+}
+
+void TestStartStop::refusesATaskThatNobodyDeclares()
+{
+    QFETCH(QString, id);
+    const QDBusMessage reply = stage->start(id, user());
+    QCOMPARE(reply.errorName(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
+    QCOMPARE(reply.errorMessage(), QStringLiteral("Task not found: ") + id);
+    QCOMPARE(newCalls(), QStringList());
+}
+
+void TestStartStop::refusesACommandLineThatLeavesItsLine_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name : {"lines", "tab", "escape", "joins", "second", "relative"})
+        QTest::newRow(name) << QString::fromLatin1(name);
+}
+
+void TestStartStop::refusesACommandLineThatLeavesItsLine()
+{
+    QFETCH(QString, name);
+    const QString id = QStringLiteral("com.example.Notes.task_") + name;
+    const QDBusMessage reply = stage->start(id, user());
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    if (name == QLatin1String("relative"))
+        QCOMPARE(reply.errorMessage(), QStringLiteral("sleep is not an absolute path"));
+    else
+        QVERIFY(reply.errorMessage().startsWith(QStringLiteral("Exec must not")));
+    QVERIFY(!stage->root.exists(stage->root.unitFile(id)));
+    QCOMPARE(newCalls(), QStringList());
+}
+
+void TestStartStop::saysThatTheUnitCannotBeWritten()
+{
+    stage->root.write(stage->root.unitFile(task()) + QStringLiteral("/in-the-way"), "x");
+    const QDBusMessage reply = stage->start(task(), owningName());
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + task());
+    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
+    QCOMPARE(newCalls(), QStringList());
+}
+
+void TestStartStop::saysThatThePolicyCannotBeWritten()
+{
+    stage->root.write(stage->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
+    const QDBusMessage reply = stage->start(task(), owningName());
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(reply.errorMessage(),
+             QStringLiteral("Failed to write DBus policy file for ") + task());
+    QVERIFY(stage->daemonLogs("Could not create file: \""
+                              + stage->root.path(stage->root.policyFile(task())).toUtf8()
+                              + "\"\n"));
+    // What was written by then stays.
+    QVERIFY(stage->root.exists(stage->root.unitFile(task())));
+    QCOMPARE(newCalls(), QStringList());
+}
+
+void TestStartStop::passesOnWhatSystemdRefuses_data()
+{
+    QTest::addColumn<QString>("refusal");
+    QTest::addColumn<QString>("answer");
+    const QString prefix = QStringLiteral("org.freedesktop.DBus.Error.");
+    QTest::newRow("access denied")
+        << prefix + QStringLiteral("AccessDenied") << prefix + QStringLiteral("AccessDenied");
+    QTest::newRow("invalid arguments")
+        << prefix + QStringLiteral("InvalidArgs") << prefix + QStringLiteral("InvalidArgs");
+    QTest::newRow("unknown unit") << QStringLiteral("org.freedesktop.systemd1.NoSuchUnit")
+                                  << prefix + QStringLiteral("Failed");
+}
+
+void TestStartStop::passesOnWhatSystemdRefuses()
+{
+    QFETCH(QString, refusal);
+    QFETCH(QString, answer);
+    const QString message = QStringLiteral("for a reason of its own");
+    stage->systemd->refuse(method("StartUnit"), refusal, message);
+    stage->systemd->refuse(method("StopUnit"), refusal, message);
+    const QDBusMessage started = stage->start(task(), user());
+    QCOMPARE(started.errorName(), answer);
+    QCOMPARE(started.errorMessage(), message);
+    const QDBusMessage stopped = stage->stop(task());
+    QCOMPARE(stopped.errorName(), answer);
+    QCOMPARE(stopped.errorMessage(), message);
+}
+
+void TestStartStop::keepsItsFilesWhenTheStartFails()
+{
+    stage->systemd->refuse(method("StartUnit"), QStringLiteral("org.example.No"), QString());
+    (void)stage->start(task(), owningName());
+    QVERIFY(stage->root.exists(stage->root.unitFile(task())));
+    QVERIFY(stage->root.exists(stage->root.policyFile(task())));
+}
+
+void TestStartStop::stopsAndForgetsTheFiles()
+{
+    (void)stage->start(task(), owningName());
+    const QDBusMessage reply = stage->stop(task());
+    // Not announced by the method's signature, but sent.
+    QCOMPARE(reply.signature(), QStringLiteral("i"));
+    QCOMPARE(reply.arguments(), QVariantList{0});
+    QVERIFY(stage->waitUntil([&] { return newCalls().size() == 4; }));
+    QCOMPARE(newCalls().mid(2), QStringList({method("StopUnit"), method("DisableUnitFiles")}));
+    QCOMPARE(stage->systemd->calls.at(5).arguments(),
+             QVariantList({unit(), QStringLiteral("replace")}));
+    QCOMPARE(stage->systemd->calls.at(6).arguments(), QVariantList({QStringList{unit()}, false}));
+    QVERIFY(!stage->root.exists(stage->root.unitFile(task())));
+    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
+}
+
+void TestStartStop::removesTheFilesWithoutWaiting()
+{
+    (void)stage->start(task(), owningName());
+    stage->systemd->hold(method("StopUnit"));
+    const QDBusPendingCall stopped =
+        stage->client.asyncCall(Stage::sessionCall(method("Stop"), {task()}));
+    QVERIFY(stage->waitUntil([&] { return newCalls().contains(method("DisableUnitFiles")); }));
+    QVERIFY(stage->waitUntil([&] { return !stage->root.exists(stage->root.policyFile(task())); }));
+    QVERIFY(!stage->root.exists(stage->root.unitFile(task())));
+    QVERIFY(!stopped.isFinished());
+    stage->systemd->release(method("StopUnit"));
+    QVERIFY(stage->waitUntil([&] { return stopped.isFinished(); }));
+}
+
+void TestStartStop::stopsWhatItDoesNotKnow()
+{
+    QCOMPARE(stage->stop(QStringLiteral("no id at all")).arguments(), QVariantList{0});
+    QCOMPARE(stage->systemd->calls.at(3).arguments().constFirst().toString(),
+             QStringLiteral("ov_task.no id at all.service"));
+}
+
+void TestStartStop::leavesFilesOfOthersAlone_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<QString>("file");
+    QTest::newRow("another policy")
+        << QStringLiteral("org.freedesktop.Other")
+        << QStringLiteral("/etc/dbus-1/system.d/org.freedesktop.Other.conf");
+    QTest::newRow("a path") << QStringLiteral("../../../etc/other")
+                            << QStringLiteral("/etc/other.conf");
+    QTest::newRow("a path to a task")
+        << QStringLiteral("../a.b.task_c") << QStringLiteral("/etc/dbus-1/a.b.task_c.conf");
+}
+
+void TestStartStop::leavesFilesOfOthersAlone()
+{
+    QFETCH(QString, id);
+    QFETCH(QString, file);
+    stage->root.write(file, "x");
+    stage->root.write(QStringLiteral("/etc/dbus-1/system.d/keep.conf"), "x");
+    QCOMPARE(stage->stop(id).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(stage->root.exists(file));
+}
+
+void TestStartStop::keepsTheOrderOfStartAndStop()
+{
+    // A start with a policy waits for the bus; what is asked of the task meanwhile must not pass
+    // it.
+    QVector<QDBusPendingCall> calls;
+    for (int round = 0; round < 5; ++round) {
+        calls.append(stage->client.asyncCall(Stage::startCall(task(), owningName())));
+        calls.append(stage->client.asyncCall(Stage::sessionCall(method("Stop"), {task()})));
+    }
+    calls.append(stage->client.asyncCall(Stage::startCall(task(), owningName())));
+    QVERIFY(stage->waitUntil([&] { return calls.constLast().isFinished(); }));
+    QStringList jobs = newCalls();
+    jobs.removeAll(method("Reload"));
+    jobs.removeAll(method("DisableUnitFiles"));
+    for (int index = 0; index < jobs.size(); ++index)
+        QCOMPARE(jobs.at(index), index % 2 == 0 ? method("StartUnit") : method("StopUnit"));
+    QCOMPARE(jobs.size(), 11);
+    QVERIFY(stage->root.exists(stage->root.unitFile(task())));
+    QVERIFY(stage->root.exists(stage->root.policyFile(task())));
+}
+
+void TestStartStop::answersEachOfManyCallsOnce()
+{
+    // More than the 128 answers that the bus lets the daemon wait for. A client may not have more
+    // outstanding either, so there are several.
+    constexpr int clients = 5;
+    constexpr int callsOfEach = 60;
+    stage->systemd->hold(method("StartUnit"));
+    QVector<QDBusConnection> connections;
+    QVector<QDBusPendingCall> calls;
+    for (int number = 0; number < clients; ++number) {
+        connections.append(stage->connect());
+        for (int round = 0; round < callsOfEach; ++round)
+            calls.append(connections.constLast().asyncCall(Stage::startCall(task(), user()),
+                                                           Stage::patienceMs));
+    }
+    QVERIFY(stage->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
+    stage->systemd->release(method("StartUnit"));
+    for (const QDBusPendingCall &call : qAsConst(calls)) {
+        QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
+        QVERIFY2(!call.isError(), qPrintable(call.error().message()));
+        QCOMPARE(call.reply().arguments(), QVariantList{0});
+    }
+    QCOMPARE(newCalls().count(method("StartUnit")), clients * callsOfEach);
+    QCOMPARE(newCalls().count(method("Reload")), clients * callsOfEach);
+}
+
+void TestStartStop::startsWithoutAReplyWanted()
+{
+    QVERIFY(stage->client.send(Stage::startCall(task(), user())));
+    QVERIFY(stage->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
+    QCOMPARE(stage->stop(task()).type(), QDBusMessage::ReplyMessage);
+}
+
+QTEST_GUILESS_MAIN(TestStartStop)
+#include "tst_start_stop.moc"

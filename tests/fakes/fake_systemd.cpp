@@ -1,0 +1,177 @@
+#include "fakes/fake_systemd.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+
+#include <utility>
+
+namespace {
+
+/// On the bus: (ssssssouso)
+struct ListedUnit
+{
+    FakeSystemd::Unit unit;
+};
+
+/// On the bus: (ss)
+struct ListedFile
+{
+    QString path;
+    QString state;
+};
+
+/// On the bus: (sss)
+struct FileChange
+{
+    QString type;
+    QString name;
+    QString destination;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(ListedUnit)
+Q_DECLARE_METATYPE(ListedFile)
+Q_DECLARE_METATYPE(FileChange)
+
+static QDBusArgument &operator<<(QDBusArgument &argument, const ListedUnit &listed)
+{
+    argument.beginStructure();
+    argument << listed.unit.name << QStringLiteral("A unit") << QStringLiteral("loaded")
+             << listed.unit.activeState << listed.unit.subState << QString()
+             << QDBusObjectPath("/some/unit") << 0u << QString() << QDBusObjectPath("/");
+    argument.endStructure();
+    return argument;
+}
+
+// Nothing reads these; the type system wants both directions.
+static const QDBusArgument &operator>>(const QDBusArgument &argument, ListedUnit &)
+{
+    return argument;
+}
+
+static QDBusArgument &operator<<(QDBusArgument &argument, const ListedFile &file)
+{
+    argument.beginStructure();
+    argument << file.path << file.state;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument &operator>>(const QDBusArgument &argument, ListedFile &)
+{
+    return argument;
+}
+
+static QDBusArgument &operator<<(QDBusArgument &argument, const FileChange &change)
+{
+    argument.beginStructure();
+    argument << change.type << change.name << change.destination;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument &operator>>(const QDBusArgument &argument, FileChange &)
+{
+    return argument;
+}
+
+FakeSystemd::FakeSystemd(const QDBusConnection &bus, QObject *parent)
+    : QDBusVirtualObject(parent)
+    , m_bus(bus)
+{
+    qDBusRegisterMetaType<ListedUnit>();
+    qDBusRegisterMetaType<QVector<ListedUnit>>();
+    qDBusRegisterMetaType<ListedFile>();
+    qDBusRegisterMetaType<QVector<ListedFile>>();
+    qDBusRegisterMetaType<FileChange>();
+    qDBusRegisterMetaType<QVector<FileChange>>();
+    m_bus.registerVirtualObject(QStringLiteral("/org/freedesktop/systemd1"), this);
+    m_bus.registerService(QStringLiteral("org.freedesktop.systemd1"));
+}
+
+FakeSystemd::~FakeSystemd() { m_bus.unregisterService(QStringLiteral("org.freedesktop.systemd1")); }
+
+void FakeSystemd::hold(const QString &method) { m_held.insert(method); }
+
+void FakeSystemd::release(const QString &method)
+{
+    m_held.remove(method);
+    const auto waiting = std::exchange(m_waiting, {});
+    for (const QDBusMessage &call : waiting) {
+        if (call.member() == method)
+            answer(call);
+        else
+            m_waiting.append(call);
+    }
+}
+
+void FakeSystemd::refuse(const QString &method, const QString &errorName, const QString &message)
+{
+    if (errorName.isEmpty())
+        m_refusals.remove(method);
+    else
+        m_refusals.insert(method, {errorName, message});
+}
+
+void FakeSystemd::emitChange(const QString &unitPath, const QVariantMap &changed,
+                             const QString &interface)
+{
+    QDBusMessage signal =
+        QDBusMessage::createSignal(unitPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+                                   QStringLiteral("PropertiesChanged"));
+    signal << interface << changed << QStringList();
+    m_bus.send(signal);
+}
+
+QString FakeSystemd::introspect(const QString &) const { return {}; }
+
+bool FakeSystemd::handleMessage(const QDBusMessage &message, const QDBusConnection &)
+{
+    if (message.interface() != QLatin1String("org.freedesktop.systemd1.Manager"))
+        return false;
+    calls.append(message);
+    if (onCall)
+        onCall(message);
+    if (m_held.contains(message.member()))
+        m_waiting.append(message);
+    else
+        answer(message);
+    return true;
+}
+
+void FakeSystemd::answer(const QDBusMessage &call)
+{
+    if (!call.isReplyRequired())
+        return;
+    const auto refusal = m_refusals.constFind(call.member());
+    m_bus.send(refusal == m_refusals.constEnd()
+                   ? replyTo(call)
+                   : call.createErrorReply(refusal->first, refusal->second));
+}
+
+QDBusMessage FakeSystemd::replyTo(const QDBusMessage &call) const
+{
+    const QString method = call.member();
+    if (method == QLatin1String("ListUnitsByPatterns")) {
+        QVector<ListedUnit> listed;
+        for (const Unit &unit : units)
+            listed.append({unit});
+        return call.createReply(QVariant::fromValue(listed));
+    }
+    if (method == QLatin1String("ListUnitFilesByPatterns")) {
+        QVector<ListedFile> listed;
+        for (const auto &file : unitFiles)
+            listed.append({file.first, file.second});
+        return call.createReply(QVariant::fromValue(listed));
+    }
+    if (method == QLatin1String("StartUnit") || method == QLatin1String("StopUnit"))
+        return call.createReply(
+            QVariant::fromValue(QDBusObjectPath("/org/freedesktop/systemd1/job/1")));
+    if (method == QLatin1String("EnableUnitFiles"))
+        return call.createReply({true, QVariant::fromValue(QVector<FileChange>())});
+    if (method == QLatin1String("DisableUnitFiles"))
+        return call.createReply(QVariant::fromValue(QVector<FileChange>()));
+    return call.createReply();
+}

@@ -1,0 +1,111 @@
+// The stand-in for systemd as a program: really runs what units say, unconfined, as its own user.
+//
+//     fake-systemd
+//
+// Units are read from below ORVANE_ROOTFS. Of a unit's command line only the program behind the
+// sandbox's "--" is run, with the unit's environment; its output goes to this program's.
+
+#include "fakes/fake_systemd.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QHash>
+#include <QProcess>
+
+#include <cctype>
+
+namespace {
+
+QString unitPathOf(const QString &name)
+{
+    QString path = QStringLiteral("/org/freedesktop/systemd1/unit/");
+    const QByteArray bytes = name.toUtf8();
+    for (const char byte : bytes) {
+        if (isalnum(static_cast<unsigned char>(byte)) != 0)
+            path += QLatin1Char(byte);
+        else
+            path += QStringLiteral("_%1").arg(static_cast<uchar>(byte), 2, 16, QLatin1Char('0'));
+    }
+    return path;
+}
+
+// The value of a key of a unit file; empty when it has none.
+QString unitValue(const QString &unit, const QString &key)
+{
+    QFile file(qEnvironmentVariable("ORVANE_ROOTFS") + QStringLiteral("/etc/systemd/system/")
+               + unit);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        if (line.startsWith(key + QLatin1Char('=')))
+            return line.mid(key.size() + 1);
+    }
+    return {};
+}
+
+class UnitRunner : public QObject
+{
+public:
+    explicit UnitRunner(FakeSystemd *systemd)
+        : m_systemd(systemd)
+    {
+        systemd->onCall = [this](const QDBusMessage &call) {
+            const QString unit = call.arguments().value(0).toString();
+            if (call.member() == QLatin1String("StartUnit"))
+                start(unit);
+            else if (call.member() == QLatin1String("StopUnit"))
+                stop(unit);
+        };
+    }
+
+private:
+    void start(const QString &unit)
+    {
+        QStringList words = unitValue(unit, QStringLiteral("ExecStart")).split(QLatin1Char(' '));
+        words = words.mid(words.indexOf(QStringLiteral("--")) + 1);
+        auto *process = new QProcess(this);
+        process->setProcessChannelMode(QProcess::ForwardedChannels);
+        process->setEnvironment(
+            QProcess::systemEnvironment()
+            + unitValue(unit, QStringLiteral("Environment")).split(QLatin1Char(' ')));
+        const QString path = unitPathOf(unit);
+        connect(process, &QProcess::started, this, [this, process, path] {
+            announce(path, QStringLiteral("active"), QStringLiteral("running"),
+                     static_cast<uint>(process->processId()));
+        });
+        connect(process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
+                [this, path] {
+                    announce(path, QStringLiteral("inactive"), QStringLiteral("dead"), 0);
+                });
+        m_processes.insert(unit, process);
+        process->start(words.takeFirst(), words);
+    }
+
+    void stop(const QString &unit)
+    {
+        if (QProcess *process = m_processes.take(unit))
+            process->terminate();
+    }
+
+    void announce(const QString &path, const QString &active, const QString &sub, uint pid)
+    {
+        m_systemd->emitChange(path, {{QStringLiteral("MainPID"), pid}},
+                              QStringLiteral("org.freedesktop.systemd1.Service"));
+        m_systemd->emitChange(
+            path, {{QStringLiteral("ActiveState"), active}, {QStringLiteral("SubState"), sub}});
+    }
+
+    FakeSystemd *const m_systemd;
+    QHash<QString, QProcess *> m_processes;
+};
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    FakeSystemd systemd(QDBusConnection::systemBus());
+    const UnitRunner runner(&systemd);
+    return QCoreApplication::exec();
+}

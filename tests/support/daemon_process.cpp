@@ -1,0 +1,37 @@
+#include "support/daemon_process.h"
+
+#include <signal.h>
+
+DaemonProcess::DaemonProcess() { m_process.setProcessChannelMode(QProcess::MergedChannels); }
+
+DaemonProcess::~DaemonProcess()
+{
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+void DaemonProcess::start(const QStringList &environment, const QStringList &arguments)
+{
+    m_process.setEnvironment(QProcess::systemEnvironment() + environment);
+    m_process.start(qEnvironmentVariable("ORVANE_BINARY", QStringLiteral(ORVANE_BINARY)),
+                    arguments);
+    if (!m_process.waitForStarted())
+        qFatal("the daemon does not start: %s", qPrintable(m_process.errorString()));
+}
+
+void DaemonProcess::sendSignal(int number)
+{
+    ::kill(static_cast<pid_t>(m_process.processId()), number);
+}
+
+int DaemonProcess::exitStatus() const
+{
+    return !isRunning() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode()
+                                                                          : -1;
+}
+
+QByteArray DaemonProcess::log()
+{
+    m_log += m_process.readAll();
+    return m_log;
+}

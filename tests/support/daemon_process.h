@@ -1,0 +1,28 @@
+#pragma once
+
+#include "support/death_bound_process.h"
+
+#include <QByteArray>
+#include <QStringList>
+
+/// The built daemon as a process of its own. Killed with the object.
+class DaemonProcess
+{
+public:
+    DaemonProcess();
+    ~DaemonProcess();
+    Q_DISABLE_COPY(DaemonProcess)
+
+    /// @param environment NAME=VALUE; everything else comes from the test's own environment.
+    void start(const QStringList &environment, const QStringList &arguments = {});
+    void sendSignal(int number);
+    [[nodiscard]] bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
+    /// Exit status; -1 while it runs or when it crashed.
+    [[nodiscard]] int exitStatus() const;
+    /// What it has logged so far.
+    [[nodiscard]] QByteArray log();
+
+private:
+    DeathBoundProcess m_process;
+    QByteArray m_log;
+};

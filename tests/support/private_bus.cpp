@@ -1,0 +1,52 @@
+#include "support/private_bus.h"
+
+#include <QFile>
+
+namespace {
+
+// Without a word on limits the bus has those of a system bus: 128 outstanding replies and 512 match
+// rules for a connection.
+const char configuration[] =
+    R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <listen>unix:path=%1</listen>
+  <policy context="default">
+    <allow user="*"/>
+    <allow own="*"/>
+    <allow send_destination="*"/>
+    <allow receive_sender="*"/>
+  </policy>
+</busconfig>
+)";
+
+} // namespace
+
+PrivateBus::PrivateBus() = default;
+
+PrivateBus::~PrivateBus()
+{
+    m_daemon.kill();
+    m_daemon.waitForFinished();
+}
+
+bool PrivateBus::start()
+{
+    QFile file(m_directory.filePath(QStringLiteral("bus.conf")));
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    file.write(QString::fromLatin1(configuration)
+                   .arg(m_directory.filePath(QStringLiteral("socket")))
+                   .toUtf8());
+    file.close();
+    m_daemon.start(QStringLiteral("dbus-daemon"),
+                   {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
+                    QStringLiteral("--config-file=") + file.fileName()});
+    // It says its address when it listens.
+    return m_daemon.waitForReadyRead(30000);
+}
+
+QString PrivateBus::address() const
+{
+    return QStringLiteral("unix:path=") + m_directory.filePath(QStringLiteral("socket"));
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "support/death_bound_process.h"
+
+#include <QString>
+#include <QTemporaryDir>
+
+/// A dbus-daemon of the test's own, with the limits of a system bus and no restrictions. Ends with
+/// the object.
+class PrivateBus
+{
+public:
+    PrivateBus();
+    ~PrivateBus();
+    Q_DISABLE_COPY(PrivateBus)
+
+    /// @return whether the bus accepts connections.
+    [[nodiscard]] bool start();
+    [[nodiscard]] QString address() const;
+
+private:
+    QTemporaryDir m_directory;
+    DeathBoundProcess m_daemon;
+};

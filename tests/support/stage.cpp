@@ -1,0 +1,143 @@
+#include "support/stage.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
+#include <QTest>
+
+namespace {
+
+QDBusConnection newConnection(const QString &address)
+{
+    static int number = 0;
+    return QDBusConnection::connectToBus(address, QStringLiteral("test-%1").arg(++number));
+}
+
+QDBusConnection startedBus(PrivateBus &bus)
+{
+    if (!bus.start())
+        qFatal("the private bus does not start");
+    return newConnection(bus.address());
+}
+
+} // namespace
+
+Stage::Stage()
+    : client(startedBus(bus))
+    , systemd(std::make_unique<FakeSystemd>(connect()))
+{
+}
+
+Stage::~Stage()
+{
+    if (QTest::currentTestFailed())
+        qWarning().noquote() << "The daemon's log:\n" << daemon.log();
+}
+
+void Stage::launch(const QStringList &environment, const QStringList &arguments)
+{
+    daemon.start(root.environment()
+                     + QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + bus.address(),
+                                   QStringLiteral("ORVANE_COMPONENT_TESTS=1"),
+                                   QStringLiteral("ORVANE_DAEMON_TIMEOUT=600000")}
+                     + environment,
+                 arguments);
+}
+
+bool Stage::start(const QStringList &environment)
+{
+    launch(environment);
+    return waitUntil([this] { return nameIsOwned() || !daemon.isRunning(); }) && nameIsOwned();
+}
+
+QDBusConnection Stage::connect() { return newConnection(bus.address()); }
+
+void Stage::drop(QDBusConnection &connection)
+{
+    QDBusConnection::disconnectFromBus(connection.name());
+    // The library closes the socket with the last handle.
+    connection = QDBusConnection(QString());
+}
+
+bool Stage::daemonLogs(const QByteArray &text)
+{
+    return waitUntil([&] { return daemon.log().contains(text); });
+}
+
+bool Stage::nameIsOwned(const QString &name)
+{
+    return client.interface()->isServiceRegistered(name);
+}
+
+bool Stage::waitUntil(const std::function<bool()> &condition)
+{
+    return QTest::qWaitFor(condition, patienceMs);
+}
+
+QDBusMessage Stage::call(const QDBusMessage &message, const QDBusConnection &from) const
+{
+    const QDBusPendingCall pending = from.asyncCall(message, patienceMs);
+    (void)waitUntil([&pending] { return pending.isFinished(); });
+    return pending.reply();
+}
+
+QDBusMessage Stage::registerInvoker(const QString &type) const { return call(registerCall(type)); }
+
+QDBusMessage Stage::start(const QString &taskId, const QVariantMap &hints,
+                          const QVariantMap &info) const
+{
+    return call(startCall(taskId, hints, info));
+}
+
+QDBusMessage Stage::stop(const QString &taskId) const
+{
+    return call(sessionCall(QStringLiteral("Stop"), {taskId}));
+}
+
+QDBusMessage Stage::methodCall(const QString &path, const QString &interface, const QString &method,
+                               const QVariantList &arguments)
+{
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(QStringLiteral("org.zarn.Orvane"), path, interface, method);
+    message.setArguments(arguments);
+    return message;
+}
+
+QDBusMessage Stage::startCall(const QString &taskId, const QVariantMap &hints,
+                              const QVariantMap &info)
+{
+    return sessionCall(QStringLiteral("Start"), {taskId, info, hints});
+}
+
+QDBusMessage Stage::sessionCall(const QString &method, const QVariantList &arguments)
+{
+    return methodCall(sessionPath(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), method,
+                      arguments);
+}
+
+QDBusMessage Stage::registerCall(const QString &type)
+{
+    return methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
+                      QStringLiteral("org.zarn.Orvane.TaskInvoker1"),
+                      QStringLiteral("RegisterInvoker"), {type});
+}
+
+QString Stage::sessionPath(const QString &type)
+{
+    return QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/") + type;
+}
+
+QString Stage::unitPath(const QString &taskId)
+{
+    QString path = QStringLiteral("/org/freedesktop/systemd1/unit/ov_5ftask_2e");
+    for (const QChar character : taskId + QStringLiteral(".service"))
+        path += character.isLetterOrNumber()
+            ? QString(character)
+            : QStringLiteral("_%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+    return path;
+}
+
+SignalRecorder::SignalRecorder(QDBusConnection connection, const QString &sender,
+                               const QString &path, const QString &interface, const QString &name)
+{
+    connection.connect(sender, path, interface, name, this, SLOT(onSignal(QDBusMessage)));
+}

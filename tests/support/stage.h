@@ -1,0 +1,81 @@
+#pragma once
+
+#include "fakes/fake_systemd.h"
+#include "fakes/fake_user_service.h"
+#include "support/daemon_process.h"
+#include "support/private_bus.h"
+#include "support/temp_root.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+
+#include <memory>
+
+/// Everything that one component test needs: a bus, a root directory, systemd's stand-in, and the
+/// daemon. A test makes one, lays out files, starts the daemon.
+class Stage
+{
+public:
+    /// How long a condition may take to come true, in milliseconds. Long: a test on a loaded
+    /// machine must not fail, and one that passes does not wait for it.
+    static constexpr int patienceMs = 60000;
+
+    Stage();
+    ~Stage();
+    Q_DISABLE_COPY(Stage)
+
+    /// Starts the daemon with an idle time that no test reaches, and further variables.
+    void launch(const QStringList &environment = {}, const QStringList &arguments = {});
+    /// Launches it and waits for its name.
+    [[nodiscard]] bool start(const QStringList &environment = {});
+    /// A new connection to the bus; it stays until drop().
+    [[nodiscard]] QDBusConnection connect();
+    /// Leaves the bus; the connection is no longer usable.
+    static void drop(QDBusConnection &connection);
+    /// Waits until the daemon's log holds a text.
+    [[nodiscard]] bool daemonLogs(const QByteArray &text);
+    [[nodiscard]] bool nameIsOwned(const QString &name = QStringLiteral("org.zarn.Orvane"));
+    /// Fails and shows the daemon's log when the condition does not come true.
+    [[nodiscard]] static bool waitUntil(const std::function<bool()> &condition);
+
+    /// Calls the daemon and waits for the answer while the fakes go on working.
+    QDBusMessage call(const QDBusMessage &message, const QDBusConnection &from) const;
+    QDBusMessage call(const QDBusMessage &message) const { return call(message, client); }
+    QDBusMessage registerInvoker(const QString &type) const;
+    QDBusMessage start(const QString &taskId, const QVariantMap &hints,
+                       const QVariantMap &info = {}) const;
+    QDBusMessage stop(const QString &taskId) const;
+
+    static QDBusMessage methodCall(const QString &path, const QString &interface,
+                                   const QString &method, const QVariantList &arguments = {});
+    static QDBusMessage startCall(const QString &taskId, const QVariantMap &hints,
+                                  const QVariantMap &info = {});
+    static QDBusMessage sessionCall(const QString &method, const QVariantList &arguments = {});
+    static QDBusMessage registerCall(const QString &type);
+    static QString sessionPath(const QString &type = QStringLiteral("Sync"));
+    /// The object path of a task's unit.
+    static QString unitPath(const QString &taskId);
+
+    PrivateBus bus;
+    TempRoot root;
+    DaemonProcess daemon;
+    QDBusConnection client;
+    std::unique_ptr<FakeSystemd> systemd;
+};
+
+/// Receives a signal and keeps what came, one list of arguments each.
+class SignalRecorder : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// @param sender bus name whose signals are meant.
+    SignalRecorder(QDBusConnection connection, const QString &sender, const QString &path,
+                   const QString &interface, const QString &name);
+
+    QVector<QVariantList> received;
+
+public Q_SLOTS:
+    void onSignal(const QDBusMessage &message) { received.append(message.arguments()); }
+};

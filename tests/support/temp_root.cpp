@@ -1,0 +1,65 @@
+#include "support/temp_root.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+TempRoot::TempRoot()
+{
+    for (const char *directory : {"/etc/systemd/system", "/usr/share/applications",
+                                  "/usr/share/orvane/task-types", "/home"})
+        QDir().mkpath(path(QString::fromLatin1(directory)));
+}
+
+QString TempRoot::path(const QString &below) const { return m_directory.path() + below; }
+
+void TempRoot::write(const QString &below, const QByteArray &text) const
+{
+    QDir().mkpath(QFileInfo(path(below)).path());
+    QFile file(path(below));
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+        qFatal("cannot write %s", qPrintable(file.fileName()));
+}
+
+QByteArray TempRoot::read(const QString &below) const
+{
+    QFile file(path(below));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool TempRoot::exists(const QString &below) const { return QFileInfo::exists(path(below)); }
+
+void TempRoot::remove(const QString &below) const { QFile::remove(path(below)); }
+
+void TempRoot::writeApplication(const QString &application, const QByteArray &groups) const
+{
+    write(QStringLiteral("/usr/share/applications/%1.desktop").arg(application),
+          "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n"
+          "[X-Application]\nOrganizationName=com.example\nApplicationName="
+              + application.toUtf8() + "\n" + groups);
+}
+
+void TempRoot::serveType(const QString &type) const
+{
+    write(QStringLiteral("/usr/share/orvane/task-types/%1.conf").arg(type),
+          "[TaskType]\nWorksInSession=false\n");
+}
+
+QString TempRoot::unitFile(const QString &taskId) const
+{
+    return QStringLiteral("/etc/systemd/system/ov_task.%1.service").arg(taskId);
+}
+
+QString TempRoot::policyFile(const QString &taskId) const
+{
+    return QStringLiteral("/etc/dbus-1/system.d/%1.conf").arg(taskId);
+}
+
+QStringList TempRoot::environment() const
+{
+    return {QStringLiteral("ORVANE_ROOTFS=") + path(),
+            QStringLiteral("HOME=") + path(QStringLiteral("/home")),
+            QStringLiteral("XDG_DATA_HOME=") + path(QStringLiteral("/home/data")),
+            QStringLiteral("XDG_CONFIG_HOME=") + path(QStringLiteral("/home/config")),
+            QStringLiteral("XDG_DATA_DIRS=") + path(QStringLiteral("/usr/share"))};
+}

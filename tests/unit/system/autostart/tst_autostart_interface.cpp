@@ -1,0 +1,82 @@
+#include "system/autostart/interface.h"
+#include "system/autostart/manager.h"
+
+#include "component/autostart_bus.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QRegularExpression>
+
+class TestAutostartInterface : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void everyCallPulsesTheIdleState_data();
+    void everyCallPulsesTheIdleState();
+    void isIdleFromTheStart();
+
+private:
+    std::unique_ptr<OwnBus> m_bus;
+    QTemporaryDir m_root;
+};
+
+void TestAutostartInterface::initTestCase()
+{
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    qputenv("ORVANE_ROOTFS", m_root.path().toUtf8());
+    m_bus = std::make_unique<OwnBus>();
+    QVERIFY(m_bus->connect(QStringLiteral("daemon")).isConnected());
+    QVERIFY(m_bus->connect(QStringLiteral("client")).isConnected());
+}
+
+void TestAutostartInterface::everyCallPulsesTheIdleState_data()
+{
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QVariantList>("arguments");
+    QTest::addColumn<QString>("error");
+
+    QTest::newRow("reading") << QStringLiteral("GetEnabled") << QVariantList{5} << QString();
+    QTest::newRow("reading all users") << QStringLiteral("GetEnabled") << QVariantList{-1}
+                                       << QStringLiteral("org.freedesktop.DBus.Error.NotSupported");
+    QTest::newRow("a refused switch")
+        << QStringLiteral("SetEnabled") << QVariantList{5, QStringLiteral("a.b"), true}
+        << QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
+}
+
+void TestAutostartInterface::everyCallPulsesTheIdleState()
+{
+    QFETCH(QString, method);
+    QFETCH(QVariantList, arguments);
+    QFETCH(QString, error);
+
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("^couldn't get available users")));
+    Autostart::Manager manager;
+    Autostart::DBusInterface interface(&manager);
+    QDBusConnection daemon = m_bus->connect(QStringLiteral("daemon"));
+    QVERIFY(
+        daemon.registerObject(QStringLiteral("/am"), &interface, QDBusConnection::ExportAllSlots));
+    QList<bool> states;
+    connect(&interface, &Autostart::DBusInterface::isIdleChanged, this,
+            [&] { states.append(interface.property("isIdle").toBool()); });
+
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(daemon.baseService(), QStringLiteral("/am"),
+                                       QStringLiteral("org.zarn.am.Autostart"), method);
+    call.setArguments(arguments);
+    const QDBusPendingCall reply = m_bus->connect(QStringLiteral("client")).asyncCall(call);
+    QTRY_VERIFY(reply.isFinished());
+    QCOMPARE(reply.error().name(), error);
+    QCOMPARE(states, QList<bool>({false, true}));
+}
+
+void TestAutostartInterface::isIdleFromTheStart()
+{
+    const Autostart::DBusInterface interface(nullptr);
+    QVERIFY(interface.isIdle());
+}
+
+QTEST_GUILESS_MAIN(TestAutostartInterface)
+#include "tst_autostart_interface.moc"

@@ -1,0 +1,336 @@
+#include "system/autostart/manager.h"
+
+#include "component/immutable_path.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <algorithm>
+
+using Autostart::Manager;
+
+class TestManager : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void startsWithoutAUserManagerAndKeepsEverything();
+    void writesASettingBelowTheRoot();
+    void refusesWhatIsNoApplicationId_data();
+    void refusesWhatIsNoApplicationId();
+    void takesThePseudoApplication();
+    void keepsTheSettingsOfIdsThatStartWithADot();
+    void aUsersSettingLeavesOthersAlone();
+    void aSettingForAllUsersReplacesEveryUsersOwn();
+    void aSettingForAllUsersLeavesOtherFilesAlone();
+    void overlaysTheLayers_data();
+    void overlaysTheLayers();
+    void aSystemSettingOfAnotherUserSaysNothing();
+    void namesUsersWhoseSettingCannotBeRemoved();
+    void namesEverySettingInAReadOnlyDirectory();
+    void removesUserSettingsAlsoWhenAllUsersCannotBeWritten();
+    void removesNoUserSettingBehindALinkOutOfTheStore();
+    void forgetsAnUninstalledApplication();
+    void hasNothingToForgetOfAnUnknownApplication();
+    void reportsAnApplicationThatCannotBeForgotten();
+
+private:
+    QString path(const QString &relative) const { return m_root->filePath(relative); }
+    QString runtime(const QString &relative) const
+    {
+        return path(QStringLiteral("var/lib/am/apps/") + relative);
+    }
+    QStringList runtimeFiles(const QString &application) const
+    {
+        return QDir(runtime(application)).entryList(QDir::Files, QDir::Name);
+    }
+    QStringList enabled(int uid) const
+    {
+        QStringList ids = m_manager->enabledApplications(uid);
+        std::sort(ids.begin(), ids.end());
+        return ids;
+    }
+
+    std::unique_ptr<QTemporaryDir> m_root;
+    std::unique_ptr<Manager> m_manager;
+};
+
+namespace {
+
+const QString app = QStringLiteral("a.b");
+
+bool write(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly)
+        && file.write(text) == text.size();
+}
+
+QByteArray read(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
+}
+
+void expectWarning(const QString &text)
+{
+    QTest::ignoreMessage(QtWarningMsg, text.toUtf8().constData());
+}
+
+} // namespace
+
+void TestManager::initTestCase()
+{
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+}
+
+void TestManager::init()
+{
+    m_root = std::make_unique<QTemporaryDir>();
+    qputenv("ORVANE_ROOTFS", m_root->path().toUtf8());
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QRegularExpression(QStringLiteral("^couldn't get available users list: QDBusError\\(")));
+    m_manager = std::make_unique<Manager>();
+}
+
+void TestManager::cleanup()
+{
+    m_manager.reset();
+    qunsetenv("ORVANE_ROOTFS");
+}
+
+void TestManager::startsWithoutAUserManagerAndKeepsEverything()
+{
+    QVERIFY(write(runtime(QStringLiteral("a.b/100002.conf")), "[a.b%7C100002]\nautostart=true\n"));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QRegularExpression(QStringLiteral("^couldn't get available users list: QDBusError\\(")));
+    m_manager->cleanupRemovedUsers();
+    QCOMPARE(enabled(100002), QStringList{app});
+}
+
+void TestManager::writesASettingBelowTheRoot()
+{
+    QVERIFY(m_manager->setEnabled(100000, app, false));
+    QCOMPARE(read(runtime(QStringLiteral("a.b/100000.conf"))),
+             QByteArray("[a.b%7C100000]\nautostart=false\n"));
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
+    QCOMPARE(read(runtime(QStringLiteral("a.b/all-users.conf"))),
+             QByteArray("[a.b]\nautostart=true\n"));
+}
+
+void TestManager::refusesWhatIsNoApplicationId_data()
+{
+    QTest::addColumn<QString>("id");
+
+    QTest::newRow("empty") << QString();
+    QTest::newRow("no dot") << QStringLiteral("Notes");
+    QTest::newRow("a blank") << QStringLiteral("a.b c");
+    QTest::newRow("a slash") << QStringLiteral("a.b/c");
+    QTest::newRow("up") << QStringLiteral("..");
+    QTest::newRow("further up") << QStringLiteral("../../a.b");
+    QTest::newRow("a line break") << QStringLiteral("a.b\n");
+    QTest::newRow("a separator") << QStringLiteral("a.b|5");
+    QTest::newRow("the pseudo application in other letters") << QStringLiteral("EnabledMode");
+}
+
+void TestManager::refusesWhatIsNoApplicationId()
+{
+    QFETCH(QString, id);
+
+    for (const int uid : {5, Manager::allUsers}) {
+        QString quoted;
+        QDebug(&quoted).nospace() << id;
+        expectWarning(QStringLiteral("Invalid application ID: ") + quoted);
+        QVERIFY(!m_manager->setEnabled(uid, id, true));
+    }
+    QVERIFY(QDir(m_root->path()).isEmpty());
+}
+
+void TestManager::takesThePseudoApplication()
+{
+    QVERIFY(m_manager->setEnabled(5, QStringLiteral("enabledMode"), true));
+    QCOMPARE(enabled(5), QStringList{QStringLiteral("enabledMode")});
+    QCOMPARE(enabled(6), QStringList());
+}
+
+void TestManager::keepsTheSettingsOfIdsThatStartWithADot()
+{
+    QVERIFY(m_manager->setEnabled(5, QStringLiteral(".a.b"), true));
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, QStringLiteral(".c.d"), true));
+    QCOMPARE(enabled(5), QStringList({QStringLiteral(".a.b"), QStringLiteral(".c.d")}));
+}
+
+void TestManager::aUsersSettingLeavesOthersAlone()
+{
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
+    QVERIFY(m_manager->setEnabled(100001, app, true));
+    QVERIFY(m_manager->setEnabled(100000, app, false));
+    QCOMPARE(runtimeFiles(app),
+             QStringList({QStringLiteral("100000.conf"), QStringLiteral("100001.conf"),
+                          QStringLiteral("all-users.conf")}));
+    QCOMPARE(enabled(100000), QStringList());
+    QCOMPARE(enabled(100001), QStringList{app});
+    QCOMPARE(enabled(100002), QStringList{app});
+}
+
+void TestManager::aSettingForAllUsersReplacesEveryUsersOwn()
+{
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, app, false));
+    QVERIFY(m_manager->setEnabled(100000, app, false));
+    QVERIFY(m_manager->setEnabled(100001, app, true));
+    QVERIFY(m_manager->setEnabled(100001, QStringLiteral("c.d"), true));
+
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
+    QCOMPARE(runtimeFiles(app), QStringList{QStringLiteral("all-users.conf")});
+    QCOMPARE(enabled(100000), QStringList{app});
+    QCOMPARE(enabled(100001), QStringList({app, QStringLiteral("c.d")}));
+}
+
+void TestManager::aSettingForAllUsersLeavesOtherFilesAlone()
+{
+    QVERIFY(write(runtime(QStringLiteral("a.b/notes.txt")), "kept"));
+    QVERIFY(write(runtime(QStringLiteral("a.b/deeper/5.conf")), "[a.b%7C5]\nautostart=true\n"));
+
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, app, false));
+    QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/notes.txt"))));
+    QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/deeper/5.conf"))));
+}
+
+void TestManager::overlaysTheLayers_data()
+{
+    QTest::addColumn<QString>("system");
+    QTest::addColumn<QString>("allUsers");
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<bool>("starts");
+
+    const QString none;
+    const QString on = QStringLiteral("true");
+    const QString off = QStringLiteral("false");
+    QTest::newRow("nothing") << none << none << none << false;
+    QTest::newRow("system on") << on << none << none << true;
+    QTest::newRow("system off") << off << none << none << false;
+    QTest::newRow("all users over system, on") << off << on << none << true;
+    QTest::newRow("all users over system, off") << on << off << none << false;
+    QTest::newRow("user over all users, on") << none << off << on << true;
+    QTest::newRow("user over all users, off") << on << on << off << false;
+    QTest::newRow("user over system, on") << off << none << on << true;
+    QTest::newRow("user over system, off") << on << none << off << false;
+}
+
+void TestManager::overlaysTheLayers()
+{
+    QFETCH(QString, system);
+    QFETCH(QString, allUsers);
+    QFETCH(QString, user);
+    QFETCH(bool, starts);
+
+    if (!system.isEmpty())
+        QVERIFY(write(path(QStringLiteral("etc/am/conf.d/deep/x.conf")),
+                      "[a.b]\nautostart=" + system.toLatin1() + '\n'));
+    if (!allUsers.isEmpty())
+        QVERIFY(m_manager->setEnabled(Manager::allUsers, app, allUsers == QLatin1String("true")));
+    if (!user.isEmpty())
+        QVERIFY(m_manager->setEnabled(5, app, user == QLatin1String("true")));
+    QCOMPARE(enabled(5).contains(app), starts);
+}
+
+void TestManager::aSystemSettingOfAnotherUserSaysNothing()
+{
+    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/x.conf")),
+                  "[a.b%7C100001]\nautostart=true\n[c.d]\nautostart=true\n"
+                  "[c.d%7C100001]\nautostart=false\n"));
+    QCOMPARE(enabled(100000), QStringList{QStringLiteral("c.d")});
+    QCOMPARE(enabled(100001), QStringList{app});
+}
+
+void TestManager::namesUsersWhoseSettingCannotBeRemoved()
+{
+    QVERIFY(m_manager->setEnabled(100000, app, false));
+    QVERIFY(m_manager->setEnabled(100001, app, false));
+    MAKE_IMMUTABLE(runtime(QStringLiteral("a.b/100000.conf")));
+
+    expectWarning(QStringLiteral("couldn't disable autostart of \"a.b\" for \"100000\" uid"));
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
+    QCOMPARE(runtimeFiles(app),
+             QStringList({QStringLiteral("100000.conf"), QStringLiteral("all-users.conf")}));
+}
+
+void TestManager::namesEverySettingInAReadOnlyDirectory()
+{
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
+    QVERIFY(m_manager->setEnabled(100000, app, false));
+    MAKE_IMMUTABLE(runtime(app));
+
+    expectWarning(QStringLiteral("couldn't remove old runtime config: \"%1\"")
+                      .arg(runtime(QStringLiteral("a.b/all-users.conf"))));
+    expectWarning(QStringLiteral("couldn't disable autostart of \"a.b\" for \"100000\" uid"));
+    expectWarning(QStringLiteral("couldn't disable autostart of \"a.b\" for \"all-users\" uid"));
+    QVERIFY(!m_manager->setEnabled(Manager::allUsers, app, false));
+    QCOMPARE(read(runtime(QStringLiteral("a.b/all-users.conf"))),
+             QByteArray("[a.b]\nautostart=true\n"));
+    QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/100000.conf"))));
+}
+
+void TestManager::removesUserSettingsAlsoWhenAllUsersCannotBeWritten()
+{
+    QVERIFY(m_manager->setEnabled(100000, app, false));
+    QVERIFY(QDir().mkpath(runtime(QStringLiteral("a.b/all-users.conf"))));
+
+    expectWarning(QStringLiteral("couldn't remove old runtime config: \"%1\"")
+                      .arg(runtime(QStringLiteral("a.b/all-users.conf"))));
+    QVERIFY(!m_manager->setEnabled(Manager::allUsers, app, true));
+    QCOMPARE(runtimeFiles(app), QStringList());
+}
+
+void TestManager::removesNoUserSettingBehindALinkOutOfTheStore()
+{
+    const QString outside = path(QStringLiteral("outside/100000.conf"));
+    QVERIFY(write(outside, "kept"));
+    QVERIFY(QDir().mkpath(runtime(QString())));
+    QVERIFY(QFile::link(path(QStringLiteral("outside")), runtime(app)));
+
+    expectWarning(QStringLiteral("couldn't disable autostart of \"a.b\" for \"100000\" uid"));
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
+    QCOMPARE(read(outside), QByteArray("kept"));
+}
+
+void TestManager::forgetsAnUninstalledApplication()
+{
+    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/x.conf")), "[a.b]\nautostart=true\n"));
+    QVERIFY(m_manager->setEnabled(5, app, false));
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, QStringLiteral("c.d"), true));
+
+    QVERIFY(m_manager->cleanupUninstalledApplication(app));
+    QVERIFY(!QFileInfo::exists(runtime(app)));
+    QCOMPARE(enabled(5), QStringList({app, QStringLiteral("c.d")}));
+}
+
+void TestManager::hasNothingToForgetOfAnUnknownApplication()
+{
+    QVERIFY(m_manager->cleanupUninstalledApplication(QStringLiteral("x.y")));
+    QVERIFY(m_manager->cleanupUninstalledApplication(QString()));
+    QVERIFY(m_manager->cleanupUninstalledApplication(QStringLiteral("..")));
+    QVERIFY(m_root->isValid() && QFileInfo::exists(m_root->path()));
+}
+
+void TestManager::reportsAnApplicationThatCannotBeForgotten()
+{
+    QVERIFY(m_manager->setEnabled(5, app, true));
+    MAKE_IMMUTABLE(runtime(QStringLiteral("a.b/5.conf")));
+
+    expectWarning(QStringLiteral("couldn't remove uninstalled application directory:  \"%1\"")
+                      .arg(runtime(app)));
+    QVERIFY(!m_manager->cleanupUninstalledApplication(app));
+}
+
+QTEST_GUILESS_MAIN(TestManager)
+#include "tst_manager.moc"

@@ -1,0 +1,151 @@
+#include "system/teller-hooks/interface.h"
+
+#include "component/autostart_bus.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingReply>
+#include <QSignalSpy>
+
+using TellerHooks::DBusInterface;
+
+class TestTellerHooksInterface : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void answersAndLogsByOutcome_data();
+    void answersAndLogsByOutcome();
+    void asksInOrderAndHandsTheNameOnAsItIs();
+    void pulsesItsIdleStateBeforeTheWork();
+
+private:
+    QDBusPendingReply<> onRemove(const QString &application) const;
+
+    std::unique_ptr<OwnBus> m_bus;
+};
+
+void TestTellerHooksInterface::initTestCase()
+{
+    m_bus = std::make_unique<OwnBus>();
+    QVERIFY(m_bus->connect(QStringLiteral("daemon")).isConnected());
+    QVERIFY(m_bus->connect(QStringLiteral("client")).isConnected());
+}
+
+void TestTellerHooksInterface::cleanup()
+{
+    m_bus->connect(QStringLiteral("daemon")).unregisterObject(QStringLiteral("/hooks"));
+}
+
+QDBusPendingReply<> TestTellerHooksInterface::onRemove(const QString &application) const
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        m_bus->connect(QStringLiteral("daemon")).baseService(), QStringLiteral("/hooks"),
+        QStringLiteral("org.zarn.Teller.Hooks"), QStringLiteral("OnRemove"));
+    call << application;
+    return m_bus->connect(QStringLiteral("client")).asyncCall(call);
+}
+
+void TestTellerHooksInterface::answersAndLogsByOutcome_data()
+{
+    QTest::addColumn<bool>("autostart");
+    QTest::addColumn<bool>("tasks");
+    QTest::addColumn<QStringList>("log");
+
+    const QString first = QStringLiteral("Failed to remove application \"a.b\" from autostart");
+    const QString second = QStringLiteral("Failed to remove application \"a.b\" from task manager");
+    QTest::newRow("both forget") << true << true << QStringList();
+    QTest::newRow("autostart fails") << false << true << QStringList{first};
+    QTest::newRow("tasks fail") << true << false << QStringList{second};
+    QTest::newRow("both fail") << false << false << QStringList({first, second});
+}
+
+namespace {
+
+QStringList &collectedLog()
+{
+    static QStringList log;
+    return log;
+}
+
+} // namespace
+
+void TestTellerHooksInterface::answersAndLogsByOutcome()
+{
+    QFETCH(bool, autostart);
+    QFETCH(bool, tasks);
+    QFETCH(QStringList, log);
+
+    DBusInterface hooks([&](const QString &) { return autostart; },
+                        [&](const QString &) { return tasks; });
+    QVERIFY(m_bus->connect(QStringLiteral("daemon"))
+                .registerObject(QStringLiteral("/hooks"), &hooks, QDBusConnection::ExportAllSlots));
+    // Not ignoreMessage(): the order counts, and that nothing else is said.
+    collectedLog().clear();
+    const auto printed =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+            collectedLog().append(text);
+        });
+    const QDBusPendingReply<> reply = onRemove(QStringLiteral("a.b"));
+    const bool answered = QTest::qWaitFor([&] { return reply.isFinished(); });
+    qInstallMessageHandler(printed);
+
+    QVERIFY(answered);
+    QCOMPARE(collectedLog(), log);
+    QCOMPARE(reply.isError(), !log.isEmpty());
+    if (log.isEmpty()) {
+        QCOMPARE(reply.reply().signature(), QString());
+        return;
+    }
+    QCOMPARE(reply.error().name(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(reply.error().message(), QStringLiteral("Failed to remove application a.b"));
+}
+
+void TestTellerHooksInterface::asksInOrderAndHandsTheNameOnAsItIs()
+{
+    QStringList asked;
+    DBusInterface hooks(
+        [&](const QString &application) {
+            asked.append(QStringLiteral("autostart ") + application);
+            return false;
+        },
+        [&](const QString &application) {
+            asked.append(QStringLiteral("tasks ") + application);
+            return true;
+        });
+    QVERIFY(m_bus->connect(QStringLiteral("daemon"))
+                .registerObject(QStringLiteral("/hooks"), &hooks, QDBusConnection::ExportAllSlots));
+    QTest::ignoreMessage(QtWarningMsg, "Failed to remove application \"../%1 x\" from autostart");
+
+    const QDBusPendingReply<> reply = onRemove(QStringLiteral("../%1 x"));
+    QTRY_VERIFY(reply.isFinished());
+    QCOMPARE(asked,
+             QStringList({QStringLiteral("autostart ../%1 x"), QStringLiteral("tasks ../%1 x")}));
+    QCOMPARE(reply.error().message(), QStringLiteral("Failed to remove application ../%1 x"));
+}
+
+void TestTellerHooksInterface::pulsesItsIdleStateBeforeTheWork()
+{
+    QList<bool> states;
+    int pulsesBeforeWork = 0;
+    DBusInterface hooks(
+        [&](const QString &) {
+            pulsesBeforeWork = states.size();
+            return true;
+        },
+        [](const QString &) { return true; });
+    connect(&hooks, &DBusInterface::isIdleChanged, this,
+            [&] { states.append(hooks.property("isIdle").toBool()); });
+    QVERIFY(hooks.isIdle());
+
+    // Also without a bus: it is needed for an error only.
+    hooks.OnRemove(QStringLiteral("a.b"));
+    QCOMPARE(states, QList<bool>({false, true}));
+    QCOMPARE(pulsesBeforeWork, 2);
+    QVERIFY(hooks.isIdle());
+}
+
+QTEST_GUILESS_MAIN(TestTellerHooksInterface)
+#include "tst_teller_hooks_interface.moc"
