@@ -13,9 +13,6 @@ namespace {
 
 // All that a signal handler can reach.
 int s_wakeUp = -1;
-struct sigaction s_oldTerm;
-struct sigaction s_oldInt;
-
 void onSignal(int number)
 {
     if (number != SIGTERM && number != SIGINT)
@@ -25,6 +22,15 @@ void onSignal(int number)
     // Fails only when the counter is full, and then the loop wakes up anyway.
     [[maybe_unused]] const ssize_t written = write(s_wakeUp, &one, sizeof one);
     errno = error;
+}
+
+void handleWith(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
 }
 
 } // namespace
@@ -39,17 +45,14 @@ SignalQuit::SignalQuit(QObject *parent)
         [[maybe_unused]] const ssize_t got = read(s_wakeUp, &count, sizeof count);
         QCoreApplication::quit();
     });
-    struct sigaction action = {};
-    action.sa_handler = onSignal;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGTERM, &action, &s_oldTerm);
-    sigaction(SIGINT, &action, &s_oldInt);
+    handleWith(onSignal);
 }
 
 SignalQuit::~SignalQuit()
 {
-    sigaction(SIGTERM, &s_oldTerm, nullptr);
-    sigaction(SIGINT, &s_oldInt, nullptr);
+    // The process is on its way out. The service manager may still signal it, for the bus name that
+    // goes first, and must not turn a clean end into a kill.
+    handleWith(SIG_IGN);
     close(s_wakeUp);
     s_wakeUp = -1;
 }

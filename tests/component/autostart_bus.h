@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -27,9 +29,10 @@ public:
     {
         QFile config(m_directory.filePath(QStringLiteral("bus.conf")));
         const bool written = config.open(QIODevice::WriteOnly)
-            && config.write("<busconfig><type>system</type><listen>unix:tmpdir=/tmp</listen>"
+            && config.write("<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
                             "<policy context=\"default\"><allow user=\"*\"/><allow own=\"*\"/>"
-                            "<allow send_type=\"method_call\"/></policy></busconfig>")
+                            "<allow send_destination=\"*\" eavesdrop=\"true\"/>"
+                            "<allow eavesdrop=\"true\"/></policy></busconfig>")
                 > 0;
         config.close();
         if (!written)

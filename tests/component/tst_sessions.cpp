@@ -35,6 +35,8 @@ struct Active
 QVector<Active> activeTasksIn(const QVariant &value)
 {
     QVector<Active> tasks;
+    if (!value.isValid())
+        return tasks;
     const auto argument = value.value<QDBusArgument>();
     argument.beginArray();
     while (!argument.atEnd()) {
@@ -203,14 +205,9 @@ void TestSessions::isThereAgainRightBehindAClose()
     QVERIFY(stage.start());
     (void)stage.registerInvoker(syncType());
     for (int round = 0; round < 20; ++round) {
-        // All three are on the way before the first is handled.
+        // Both are on the way before the first is handled.
         stage.client.asyncCall(Stage::sessionCall(QStringLiteral("CloseSession")));
-        const QDBusPendingCall registered = stage.client.asyncCall(Stage::registerCall(syncType()));
-        const QDBusPendingCall stopped =
-            stage.client.asyncCall(Stage::sessionCall(QStringLiteral("Stop"), {syncTask()}));
-        QVERIFY(stage.waitUntil([&] { return registered.isFinished() && stopped.isFinished(); }));
-        QCOMPARE(registered.reply().type(), QDBusMessage::ReplyMessage);
-        QCOMPARE(stopped.reply().type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
         QCOMPARE(stage.stop(syncTask()).type(), QDBusMessage::ReplyMessage);
     }
 }
@@ -242,8 +239,13 @@ void TestSessions::announcesRunningTasks()
     stage.systemd->emitChange(Stage::unitPath(syncTask()), {{QStringLiteral("MainPID"), 4711u}},
                               QStringLiteral("org.freedesktop.systemd1.Service"));
     stage.systemd->emitChange(Stage::unitPath(syncTask()), runningUnit());
-    QVERIFY(stage.waitUntil([&] { return activeTasks(stage).size() == 1; }));
-    QVERIFY(stage.waitUntil([&] { return !changes.received.isEmpty(); }));
+    const auto announced = [&changes] {
+        const QVariantList arguments =
+            changes.received.isEmpty() ? QVariantList() : changes.received.constLast();
+        return qdbus_cast<QVariantMap>(arguments.value(1)).value(QStringLiteral("ActiveTasks"));
+    };
+    // The process id comes in an announcement of its own.
+    QVERIFY(stage.waitUntil([&] { return !activeTasksIn(announced()).isEmpty(); }));
 
     const QVariantList last = changes.received.constLast();
     QCOMPARE(last.at(0).toString(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"));

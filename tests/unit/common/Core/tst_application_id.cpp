@@ -1,0 +1,247 @@
+#include "common/Core/application_id.h"
+
+#include <QTest>
+
+using Core::ApplicationId;
+using Core::ApplicationInstanceId;
+using Core::ApplicationTaskId;
+
+class TestApplicationId : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void parsesApplications_data();
+    void parsesApplications();
+    void joinsApplicationsWithoutChecking();
+    void parsesTasks_data();
+    void parsesTasks();
+    void joinsTasks();
+    void parsesInstances_data();
+    void parsesInstances();
+    void joinsInstances();
+    void acceptsTasksAndInstances_data();
+    void acceptsTasksAndInstances();
+    void encodesDesktopFileNames_data();
+    void encodesDesktopFileNames();
+    void comparesByText();
+    void refusesTextsThatAreTooLong();
+};
+
+void TestApplicationId::parsesApplications_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("organisation");
+    QTest::addColumn<QString>("name");
+    const auto row = [](const char *text, const char *organisation, const char *name) {
+        QTest::newRow(text) << QString::fromUtf8(text) << QString::fromUtf8(organisation)
+                            << QString::fromUtf8(name);
+    };
+    row("com.example.Notes", "com.example", "Notes");
+    row("org.example.2notes", "org", "example.2notes");
+    row("com.Example.Notes", "com", "Example.Notes");
+    row("com.example.", "com", "example.");
+    row("a.b", "a", "b");
+    row("a-b_9.c-d_E.f", "a-b_9.c-d_E", "f");
+    row("Notes", "", "");
+    row(".Notes", "", "");
+    row("Com.example", "", "");
+    row("com.example Notes", "", "");
+    row("com.example.Notes\n", "", "");
+    row("com.9", "", "");
+    row("", "", "");
+}
+
+void TestApplicationId::parsesApplications()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, organisation);
+    QFETCH(QString, name);
+    if (text == QLatin1String("a-b_9.c-d_E.f")) {
+        // Upper case ends the organisation earlier.
+        organisation = QStringLiteral("a-b_9");
+        name = QStringLiteral("c-d_E.f");
+    }
+    const ApplicationId id(text);
+    QCOMPARE(id.isValid(), !organisation.isEmpty());
+    QCOMPARE(id.organisation().toString(), organisation);
+    QCOMPARE(id.name().toString(), name);
+    QCOMPARE(id.name().isNull(), organisation.isEmpty());
+    QCOMPARE(id.toString(), text);
+}
+
+void TestApplicationId::joinsApplicationsWithoutChecking()
+{
+    const ApplicationId id(QStringLiteral("Com"), QStringLiteral("9 x"));
+    QVERIFY(id.isValid());
+    QCOMPARE(id.toString(), QStringLiteral("Com.9 x"));
+    QCOMPARE(id.organisation().toString(), QStringLiteral("Com"));
+    QCOMPARE(id.name().toString(), QStringLiteral("9 x"));
+
+    QVERIFY(!ApplicationId(QString(), QStringLiteral("Notes")).isValid());
+    const ApplicationId nameless(QStringLiteral("com"), QString());
+    QVERIFY(nameless.isValid());
+    QVERIFY(nameless.name().isNull());
+}
+
+void TestApplicationId::parsesTasks_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("application");
+    QTest::addColumn<QString>("task");
+    const auto row = [](const char *text, const char *application, const char *task) {
+        QTest::newRow(text) << QString::fromUtf8(text) << QString::fromUtf8(application)
+                            << QString::fromUtf8(task);
+    };
+    row("com.example.Notes.task_sync", "com.example.Notes", "sync");
+    row("a.b.task_c", "a.b", "c");
+    row("com.example.Notes.task_", "", "");
+    row("com.example.Notes.Task_sync", "", "");
+    row("com.example.Notes", "", "");
+    row("Com.example.task_sync", "", "");
+    row("com.example.Notes\n.task_sync", "", "");
+    row(".task_sync", "", "");
+    row("task_sync", "", "");
+    row("", "", "");
+}
+
+void TestApplicationId::parsesTasks()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, application);
+    QFETCH(QString, task);
+    const ApplicationTaskId id(text);
+    QCOMPARE(id.isValid(), !task.isEmpty());
+    QCOMPARE(id.taskName().toString(), task);
+    QCOMPARE(id.applicationId().toString(), application.isEmpty() ? text : application);
+    QCOMPARE(id.toString(), text);
+}
+
+void TestApplicationId::joinsTasks()
+{
+    const ApplicationId application(QStringLiteral("com.example"), QStringLiteral("Notes"));
+    const ApplicationTaskId id(application, QStringLiteral("sync"));
+    QVERIFY(id.isValid());
+    QCOMPARE(id.toString(), QStringLiteral("com.example.Notes.task_sync"));
+    QCOMPARE(id.applicationId().toString(), application.toString());
+    QCOMPARE(id.taskName().toString(), QStringLiteral("sync"));
+    QVERIFY(!ApplicationTaskId(application, QString()).isValid());
+    QVERIFY(!ApplicationTaskId(ApplicationId(), QStringLiteral("sync")).isValid());
+}
+
+void TestApplicationId::parsesInstances_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("valid");
+    QTest::addColumn<QString>("application");
+    const auto row = [](const char *text, bool valid, const char *application) {
+        QTest::newRow(text) << QString::fromUtf8(text) << valid << QString::fromUtf8(application);
+    };
+    row("com.example.Notes", true, "com.example.Notes");
+    row("com.example.Notes.instance_12", true, "com.example.Notes");
+    row("com.example.Notes.instance_1a", true, "com.example.Notes.instance_1a");
+    row("a.b.instance_", true, "a.b");
+    row("a.b.instance_\u0663", true, "a.b");
+    row("Notes", false, "Notes");
+    row("Com.b.instance_1", false, "Com.b.instance_1");
+    row(".x", false, ".x");
+}
+
+void TestApplicationId::parsesInstances()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, valid);
+    QFETCH(QString, application);
+    const ApplicationInstanceId id(text);
+    QCOMPARE(id.isValid(), valid);
+    QCOMPARE(id.applicationId().toString(), application);
+    if (text.endsWith(QLatin1String("1a"))) {
+        QCOMPARE(id.applicationId().organisation().toString(), QStringLiteral("com.example"));
+        QCOMPARE(id.applicationId().name().toString(), QStringLiteral("Notes.instance_1a"));
+    }
+}
+
+void TestApplicationId::joinsInstances()
+{
+    const ApplicationId application(QStringLiteral("a.b"));
+    QCOMPARE(ApplicationInstanceId(application, 0).toString(), QStringLiteral("a.b"));
+    QCOMPARE(ApplicationInstanceId(application, 3).toString(), QStringLiteral("a.b.instance_3"));
+    QCOMPARE(ApplicationInstanceId(application, 3).applicationId(), application);
+}
+
+void TestApplicationId::acceptsTasksAndInstances_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("valid");
+    QTest::addColumn<QString>("application");
+    QTest::newRow("a task") << QStringLiteral("a.b.task_c") << true << QStringLiteral("a.b");
+    QTest::newRow("an instance") << QStringLiteral("a.b.instance_2") << true
+                                 << QStringLiteral("a.b");
+    QTest::newRow("an application") << QStringLiteral("a.b") << true << QStringLiteral("a.b");
+    QTest::newRow("a task without a name")
+        << QStringLiteral("a.b.task_") << false << QStringLiteral("a.b.task_");
+    QTest::newRow("no dot") << QStringLiteral("ab") << false << QString();
+    QTest::newRow("dot first") << QStringLiteral(".ab") << false << QString();
+}
+
+void TestApplicationId::acceptsTasksAndInstances()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, valid);
+    QFETCH(QString, application);
+    const auto id = ApplicationInstanceId::fromTaskOrInstance(text);
+    QCOMPARE(id.isValid(), valid);
+    QCOMPARE(id.applicationId().toString(), application);
+}
+
+void TestApplicationId::encodesDesktopFileNames_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("id");
+    const auto row = [](const char *file, const char *id) {
+        QTest::newRow(file) << QString::fromUtf8(file) << QString::fromUtf8(id);
+    };
+    row("/usr/share/applications/x.desktop", "org.zarn.x");
+    row("my-app.desktop", "org.zarn.my_2dapp");
+    row("a.b_c.desktop", "org.zarn.a_2eb_5fc");
+    row("Caf\u00e9.desktop", "org.zarn.Caf_-17");
+    row("\u20ac.desktop", "org.zarn._0");
+    row("\u0663.desktop", "org.zarn.\u0663");
+    row("a\tb.desktop", "org.zarn.a_9b");
+    row("\u0080.desktop", "org.zarn._-80");
+    row(".desktop", "");
+    row("/x/.desktop", "");
+    row("foo.txt", "");
+    row("x.Desktop", "");
+}
+
+void TestApplicationId::encodesDesktopFileNames()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, id);
+    const ApplicationId made = ApplicationId::fromDesktopFileName(file);
+    QCOMPARE(made.toString(), id);
+    QCOMPARE(made.isValid(), !id.isEmpty());
+}
+
+void TestApplicationId::comparesByText()
+{
+    const ApplicationId a(QStringLiteral("a.a"));
+    const ApplicationId b(QStringLiteral("a.b"));
+    QVERIFY(a < b && a != b && a == ApplicationId(QStringLiteral("a"), QStringLiteral("a")));
+    QVERIFY(ApplicationTaskId(a, QStringLiteral("x")) < ApplicationTaskId(b, QStringLiteral("x")));
+    QVERIFY(ApplicationInstanceId(a, 1) != ApplicationInstanceId(a, 2));
+}
+
+void TestApplicationId::refusesTextsThatAreTooLong()
+{
+    // The marks into the text are 16-bit numbers.
+    const QString text = QStringLiteral("a.b") + QString(40000, QLatin1Char('c'));
+    QVERIFY(!ApplicationId(text).isValid());
+    QVERIFY(!ApplicationId(QStringLiteral("a"), text).isValid());
+    QVERIFY(!ApplicationTaskId(text + QStringLiteral(".task_x")).isValid());
+    QVERIFY(!ApplicationInstanceId(text + QStringLiteral(".instance_1")).isValid());
+}
+
+QTEST_GUILESS_MAIN(TestApplicationId)
+#include "tst_application_id.moc"

@@ -1,0 +1,292 @@
+#include "common/Core/application_info.h"
+#include "common/Core/manifest.h"
+#include "support/temp_root.h"
+
+#include <QRegularExpression>
+#include <QTest>
+
+using Core::ApplicationInfo;
+
+class TestApplicationInfo : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { qunsetenv("ORVANE_ROOTFS"); }
+
+    void isInvalidForAnUnusableFile_data();
+    void isInvalidForAnUnusableFile();
+    void takesTheIdFromTheEntry();
+    void takesTheIdFromTheFileName();
+    void complainsWithoutAnyId();
+    void readsTheLaunchDescription();
+    void comparesSwitchesExactly_data();
+    void comparesSwitchesExactly();
+    void takesSandboxKeysFromTheFirstGroupThatHasThem();
+    void takesTheRootForAServiceWithoutAnObjectPath();
+    void readsIntents();
+    void readsTasks();
+    void letsTheLaterOfTwoTasksWin();
+    void refusesBadTaskNames_data();
+    void refusesBadTaskNames();
+    void readsManifestAndCertificate();
+    void sharesItsRecord();
+
+private:
+    ApplicationInfo read(const QByteArray &main, const QByteArray &groups = {},
+                         const QString &file = QStringLiteral("/app.desktop"))
+    {
+        root->write(file,
+                    "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n" + main + "\n"
+                        + groups);
+        return ApplicationInfo(root->path(file));
+    }
+
+    std::unique_ptr<TempRoot> root;
+};
+
+namespace {
+
+const char identity[] = "[X-Application]\nOrganizationName=com.example\nApplicationName=Notes\n";
+
+} // namespace
+
+void TestApplicationInfo::init()
+{
+    root = std::make_unique<TempRoot>();
+    qputenv("ORVANE_ROOTFS", root->path().toUtf8());
+}
+
+void TestApplicationInfo::isInvalidForAnUnusableFile_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("no main group") << QByteArray("[X-Application]\nName=x\n");
+    QTest::newRow("no name") << QByteArray("[Desktop Entry]\nType=Application\n");
+    QTest::newRow("no type") << QByteArray("[Desktop Entry]\nName=x\n");
+    QTest::newRow("unknown type") << QByteArray("[Desktop Entry]\nType=Other\nName=x\n");
+    QTest::newRow("text") << QByteArray("just text\n");
+    QTest::newRow("binary") << QByteArray("\x7f"
+                                          "ELF\0\0\xff\xfe",
+                                          8);
+    QTest::newRow("broken below the main group")
+        << QByteArray("[Desktop Entry]\nType=Application\nName=x\n[X-Task a]\nno key\n");
+}
+
+void TestApplicationInfo::isInvalidForAnUnusableFile()
+{
+    QFETCH(QByteArray, text);
+    root->write(QStringLiteral("/app.desktop"), text);
+    QVERIFY(!ApplicationInfo(root->path(QStringLiteral("/app.desktop"))).isValid());
+    QVERIFY(!ApplicationInfo(root->path(QStringLiteral("/none.desktop"))).isValid());
+    QVERIFY(!ApplicationInfo(root->path()).isValid());
+    QVERIFY(!ApplicationInfo().isValid());
+}
+
+void TestApplicationInfo::takesTheIdFromTheEntry()
+{
+    const ApplicationInfo info = read("Icon=notes\nMimeType=text/plain;text/html;\n"
+                                      "X-Halcyn-Support-Mime-Parents=true",
+                                      identity);
+    QVERIFY(info.isValid());
+    QCOMPARE(info.applicationId().toString(), QStringLiteral("com.example.Notes"));
+    QCOMPARE(info.name(), QStringLiteral("App"));
+    QCOMPARE(info.icon(), QStringLiteral("notes"));
+    QCOMPARE(info.mimeTypes(),
+             QStringList({QStringLiteral("text/plain"), QStringLiteral("text/html")}));
+    QVERIFY(info.supportsMimeParents());
+    QCOMPARE(info.desktopFilePath(), root->path(QStringLiteral("/app.desktop")));
+}
+
+void TestApplicationInfo::takesTheIdFromTheFileName()
+{
+    const QByteArray nameOnly = "[X-Application]\nApplicationName=Notes\n";
+    const ApplicationInfo info = read({}, nameOnly, QStringLiteral("/my-app.desktop"));
+    QVERIFY(info.isValid());
+    QCOMPARE(info.applicationId().toString(), QStringLiteral("org.zarn.my_2dapp"));
+    QVERIFY(!info.supportsMimeParents());
+}
+
+void TestApplicationInfo::complainsWithoutAnyId()
+{
+    const QString path = root->path(QStringLiteral("/app.txt"));
+    QTest::ignoreMessage(QtWarningMsg,
+                         qPrintable(QStringLiteral("Invalid app ID in \"%1\"").arg(path)));
+    QVERIFY(!read({}, {}, QStringLiteral("/app.txt")).isValid());
+}
+
+void TestApplicationInfo::readsTheLaunchDescription()
+{
+    const auto launch = read("X-Maemo-Service=com.example.notes\nX-Maemo-Object-Path=/notes\n"
+                             "X-Maemo-Method=com.example.Notes.open\nX-Maemo-Fixed-Args=a b",
+                             QByteArray(identity)
+                                 + "ExecDBus=/usr/bin/app --bus\n"
+                                   "DataDirectory=notes\n")
+                            .launchInfo();
+    QCOMPARE(launch.exec, QStringLiteral("/usr/bin/app"));
+    QCOMPARE(launch.execDBus, QStringLiteral("/usr/bin/app --bus"));
+    QCOMPARE(launch.service, QStringLiteral("com.example.notes"));
+    QCOMPARE(launch.objectPath, QStringLiteral("/notes"));
+    QCOMPARE(launch.method, QStringLiteral("com.example.Notes.open"));
+    QCOMPARE(launch.fixedArgs, QStringLiteral("a b"));
+    QCOMPARE(launch.dataDirectory, QStringLiteral("notes"));
+    QVERIFY(launch.sandboxed && launch.singleInstance);
+    QVERIFY(!launch.singleCover && !launch.customMode);
+}
+
+void TestApplicationInfo::comparesSwitchesExactly_data()
+{
+    QTest::addColumn<QByteArray>("main");
+    QTest::addColumn<QByteArray>("sandbox");
+    // Sandboxed, single instance, single cover, custom mode.
+    QTest::addColumn<QString>("flags");
+    QTest::newRow("nothing") << QByteArray() << QByteArray() << QStringLiteral("11--");
+    QTest::newRow("Disabled") << QByteArray() << QByteArray("Sandboxing=Disabled\n")
+                              << QStringLiteral("-1--");
+    QTest::newRow("disabled") << QByteArray() << QByteArray("Sandboxing=disabled\n")
+                              << QStringLiteral("11--");
+    QTest::newRow("no") << QByteArray("X-Nemo-Single-Instance=no") << QByteArray()
+                        << QStringLiteral("1---");
+    QTest::newRow("No") << QByteArray("X-Nemo-Single-Instance=No") << QByteArray()
+                        << QStringLiteral("11--");
+    QTest::newRow("cover yes") << QByteArray("X-Halcyn-Single-Cover=yes") << QByteArray()
+                               << QStringLiteral("111-");
+    QTest::newRow("cover Yes") << QByteArray("X-Halcyn-Single-Cover=Yes") << QByteArray()
+                               << QStringLiteral("11--");
+    QTest::newRow("mode Normal") << QByteArray("Mode=Normal") << QByteArray()
+                                 << QStringLiteral("11--");
+    QTest::newRow("mode normal") << QByteArray("Mode=normal") << QByteArray()
+                                 << QStringLiteral("11-1");
+}
+
+void TestApplicationInfo::comparesSwitchesExactly()
+{
+    QFETCH(QByteArray, main);
+    QFETCH(QByteArray, sandbox);
+    QFETCH(QString, flags);
+    const auto launch = read(main, identity + sandbox).launchInfo();
+    QString actual;
+    for (const bool flag :
+         {launch.sandboxed, launch.singleInstance, launch.singleCover, launch.customMode})
+        actual += QLatin1Char(flag ? '1' : '-');
+    QCOMPARE(actual, flags);
+}
+
+void TestApplicationInfo::takesSandboxKeysFromTheFirstGroupThatHasThem()
+{
+    const ApplicationInfo info =
+        read({},
+             "[Sailjail]\nOrganizationName=third\nExecDBus=third\nDataDirectory=third\n"
+             "[X-Sailjail]\nOrganizationName=second\nApplicationName=App\nExecDBus=second\n"
+             "[X-Application]\nOrganizationName=first\nExecDBus=\n");
+    QCOMPARE(info.applicationId().toString(), QStringLiteral("first.App"));
+    QCOMPARE(info.launchInfo().execDBus, QStringLiteral("second"));
+    QCOMPARE(info.launchInfo().dataDirectory, QStringLiteral("third"));
+}
+
+void TestApplicationInfo::takesTheRootForAServiceWithoutAnObjectPath()
+{
+    QCOMPARE(read("X-Maemo-Service=a.b").launchInfo().objectPath, QStringLiteral("/"));
+    QCOMPARE(read("X-Maemo-Method=a.b").launchInfo().objectPath, QString());
+}
+
+void TestApplicationInfo::readsIntents()
+{
+    const auto intents =
+        read({},
+             QByteArray(identity) + "Intents=Share/image:a|b||c;;Print;Send/a/b:x:y;Print/again\n")
+            .intents();
+    QCOMPARE(
+        intents.keys(),
+        QStringList({QStringLiteral("Print"), QStringLiteral("Send"), QStringLiteral("Share")}));
+    const auto share = intents.value(QStringLiteral("Share"));
+    QCOMPARE(share.qualifier, QStringLiteral("image"));
+    QCOMPARE(share.items,
+             QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")}));
+    QCOMPARE(intents.value(QStringLiteral("Print")).qualifier, QStringLiteral("again"));
+    QCOMPARE(intents.value(QStringLiteral("Print")).items, QStringList());
+    QCOMPARE(intents.value(QStringLiteral("Send")).qualifier, QStringLiteral("a"));
+    QCOMPARE(intents.value(QStringLiteral("Send")).items, QStringList{QStringLiteral("x")});
+}
+
+void TestApplicationInfo::readsTasks()
+{
+    const auto tasks = read({},
+                            QByteArray(identity)
+                                + "[X-Task sync]\nType=Sync\nExec=/opt/worker  -x\n"
+                                  "Permissions=Internet;Documents\nConditions=Charging;\n"
+                                  "[X-Service index]\nType=Index\n"
+                                  "[X-Task ]\nType=None\n[x-task lower]\nType=None\n")
+                           .tasks();
+    QCOMPARE(tasks.keys(), QStringList({QStringLiteral("index"), QStringLiteral("sync")}));
+    const auto sync = tasks.value(QStringLiteral("sync"));
+    QCOMPARE(sync.taskId.toString(), QStringLiteral("com.example.Notes.task_sync"));
+    QCOMPARE(sync.type, QStringLiteral("Sync"));
+    QCOMPARE(sync.exec, QStringLiteral("/opt/worker  -x"));
+    QCOMPARE(sync.permissions,
+             QStringList({QStringLiteral("Internet"), QStringLiteral("Documents")}));
+    QCOMPARE(sync.conditions, QStringList{QStringLiteral("Charging")});
+    // Without a command line of its own, the application's.
+    QCOMPARE(tasks.value(QStringLiteral("index")).exec, QStringLiteral("/usr/bin/app"));
+}
+
+void TestApplicationInfo::letsTheLaterOfTwoTasksWin()
+{
+    const auto tasks =
+        read({}, "[X-Task sync]\nType=First\n[X-Service sync]\nType=Second\n").tasks();
+    QCOMPARE(tasks.size(), 1);
+    QCOMPARE(tasks.first().type, QStringLiteral("Second"));
+}
+
+void TestApplicationInfo::refusesBadTaskNames_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("valid");
+    QTest::newRow("digit first") << QStringLiteral("1sync") << false;
+    QTest::newRow("hyphen") << QStringLiteral("my-sync") << false;
+    QTest::newRow("underscore") << QStringLiteral("my_sync") << false;
+    QTest::newRow("letter of another script") << QStringLiteral("s\u00ffnc") << false;
+    QTest::newRow("digit of another script") << QStringLiteral("s\u0663") << false;
+    QTest::newRow("65 characters") << QString(65, QLatin1Char('a')) << false;
+    QTest::newRow("64 characters") << QString(64, QLatin1Char('a')) << true;
+    QTest::newRow("digits later") << QStringLiteral("sync2") << true;
+}
+
+void TestApplicationInfo::refusesBadTaskNames()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, valid);
+    if (!valid)
+        QTest::ignoreMessage(
+            QtWarningMsg,
+            QRegularExpression(QStringLiteral("^Invalid task name: \"%1\"$").arg(name)));
+    const ApplicationInfo info = read({}, "[X-Task " + name.toUtf8() + "]\nType=Sync\n");
+    QVERIFY(info.isValid());
+    QCOMPARE(info.tasks().contains(name), valid);
+}
+
+void TestApplicationInfo::readsManifestAndCertificate()
+{
+    QCOMPARE(read({}, identity).certificateId(), QString());
+    QVERIFY(!read({}, identity).manifest().isValid());
+    const QString package = QStringLiteral("/opt/app/com.example.Notes/current/");
+    root->write(package + QStringLiteral("halcyn.pkg"),
+                "[other]\nid=no\n[certificate]\nid=abc123\n");
+    root->write(package + QStringLiteral("manifest.json"), "{}");
+    QCOMPARE(read({}, identity).certificateId(), QStringLiteral("abc123"));
+    QVERIFY(read({}, identity).manifest().isValid());
+}
+
+void TestApplicationInfo::sharesItsRecord()
+{
+    const ApplicationInfo *original = new ApplicationInfo(read({}, identity));
+    const ApplicationInfo copy = *original;
+    const QString &name = copy.name();
+    QCOMPARE(&original->name(), &name);
+    delete original;
+    QCOMPARE(name, QStringLiteral("App"));
+}
+
+QTEST_GUILESS_MAIN(TestApplicationInfo)
+#include "tst_application_info.moc"

@@ -1,0 +1,210 @@
+#include "common/Core/application_registry.h"
+#include "support/temp_root.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTest>
+
+using Core::ApplicationId;
+using Core::ApplicationRegistry;
+using Core::ApplicationTaskId;
+
+class TestApplicationRegistry : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { registry.reset(); }
+
+    void knowsWhatIsInstalled();
+    void givesTasksInOrder();
+    void answersEmptyForTheUnknown();
+    void skipsInvalidEntries();
+    void noticesANewEntry();
+    void noticesARemovedEntryOnce();
+    void noticesAReplacedEntryEachTime();
+    void prefersTheEarlierDirectory();
+    void prefersTheFirstFileByName();
+    void computesTheCompatibilityLevel_data();
+    void computesTheCompatibilityLevel();
+
+private:
+    void load() { registry = std::make_unique<ApplicationRegistry>(); }
+    [[nodiscard]] bool knows(const char *id) const
+    {
+        return registry->application(ApplicationId(QString::fromLatin1(id))).isValid();
+    }
+    static ApplicationTaskId task(const char *id)
+    {
+        return ApplicationTaskId(QString::fromLatin1(id));
+    }
+
+    std::unique_ptr<TempRoot> root;
+    std::unique_ptr<ApplicationRegistry> registry;
+};
+
+void TestApplicationRegistry::init()
+{
+    root = std::make_unique<TempRoot>();
+    qputenv("ORVANE_ROOTFS", root->path().toUtf8());
+    qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
+    qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
+}
+
+void TestApplicationRegistry::knowsWhatIsInstalled()
+{
+    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
+    load();
+    QVERIFY(knows("com.example.Notes"));
+    QCOMPARE(registry->task(task("com.example.Notes.task_sync")).type, QStringLiteral("Sync"));
+}
+
+void TestApplicationRegistry::givesTasksInOrder()
+{
+    const QByteArray tasks =
+        "[X-Task b]\nType=Sync\n[X-Task a]\nType=Sync\n[X-Task c]\nType=sync\n";
+    root->writeApplication(QStringLiteral("Zoo"), tasks);
+    root->writeApplication(QStringLiteral("Ant"), tasks);
+    load();
+    QStringList ids;
+    const auto ofType = registry->tasksOfType(QStringLiteral("Sync"));
+    for (const auto &info : ofType)
+        ids.append(info.taskId.toString());
+    QCOMPARE(ids,
+             QStringList({QStringLiteral("com.example.Ant.task_a"),
+                          QStringLiteral("com.example.Ant.task_b"),
+                          QStringLiteral("com.example.Zoo.task_a"),
+                          QStringLiteral("com.example.Zoo.task_b")}));
+    ids.clear();
+    const auto ofAnt =
+        registry->tasksOfApplication(ApplicationId(QStringLiteral("com.example.Ant")));
+    for (const auto &info : ofAnt)
+        ids.append(info.taskId.taskName().toString());
+    QCOMPARE(ids, QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")}));
+}
+
+void TestApplicationRegistry::answersEmptyForTheUnknown()
+{
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    const auto &noTask = registry->task(task("com.example.Notes.task_none"));
+    const auto &noApplication = registry->task(task("com.example.None.task_sync"));
+    QVERIFY(!noTask.taskId.isValid());
+    QCOMPARE(&noTask, &noApplication);
+    QVERIFY(!registry->application(ApplicationId(QStringLiteral("a.b"))).isValid());
+    QVERIFY(registry->tasksOfApplication(ApplicationId(QStringLiteral("a.b"))).isEmpty());
+    QVERIFY(registry->tasksOfType(QStringLiteral("Sync")).isEmpty());
+}
+
+void TestApplicationRegistry::skipsInvalidEntries()
+{
+    root->write(QStringLiteral("/usr/share/applications/a.desktop"), "nothing");
+    root->write(QStringLiteral("/usr/share/applications/sub/below.desktop"),
+                "[Desktop Entry]\nType=Application\nName=Below\n");
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    QVERIFY(knows("com.example.Notes"));
+    QVERIFY(!knows("org.zarn.below"));
+}
+
+void TestApplicationRegistry::noticesANewEntry()
+{
+    load();
+    QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
+    root->writeApplication(QStringLiteral("Notes"), {});
+    QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
+    QVERIFY(!changed.isEmpty());
+}
+
+void TestApplicationRegistry::noticesARemovedEntryOnce()
+{
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
+    root->remove(QStringLiteral("/usr/share/applications/Notes.desktop"));
+    QTRY_VERIFY_WITH_TIMEOUT(!knows("com.example.Notes"), 30000);
+    // Whatever the watcher has left to say is said by the next change.
+    root->writeApplication(QStringLiteral("Other"), {});
+    QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
+    QVERIFY2(changed.size() <= 3, "a removal is one change, a new file at most two");
+}
+
+void TestApplicationRegistry::noticesAReplacedEntryEachTime()
+{
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    // As a package manager does: a new file takes the name.
+    const QString path = root->path(QStringLiteral("/usr/share/applications/Notes.desktop"));
+    for (const char *type : {"First", "Second", "Third"}) {
+        QFile::rename(path, path + QStringLiteral(".tmp"));
+        root->writeApplication(QStringLiteral("Notes"),
+                               QByteArray("[X-Task sync]\nType=") + type + "\n");
+        QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type,
+                                  QString::fromLatin1(type), 30000);
+    }
+}
+
+void TestApplicationRegistry::prefersTheEarlierDirectory()
+{
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=%\n"
+                             "[X-Application]\nOrganizationName=com.example\nApplicationName=App\n";
+    root->write(QStringLiteral("/home/data/applications/z.desktop"),
+                QByteArray(entry).replace('%', "User"));
+    root->write(QStringLiteral("/usr/share/applications/a.desktop"),
+                QByteArray(entry).replace('%', "System"));
+    load();
+    QCOMPARE(registry->application(ApplicationId(QStringLiteral("com.example.App"))).name(),
+             QStringLiteral("User"));
+}
+
+void TestApplicationRegistry::prefersTheFirstFileByName()
+{
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=%\n"
+                             "[X-Application]\nOrganizationName=com.example\nApplicationName=App\n";
+    for (const char *name : {"m", "z", "a", "k"})
+        root->write(
+            QStringLiteral("/usr/share/applications/%1.desktop").arg(QString::fromLatin1(name)),
+            QByteArray(entry).replace("%", name));
+    load();
+    QCOMPARE(registry->application(ApplicationId(QStringLiteral("com.example.App"))).name(),
+             QStringLiteral("a"));
+}
+
+void TestApplicationRegistry::computesTheCompatibilityLevel_data()
+{
+    QTest::addColumn<QByteArray>("manifest");
+    QTest::addColumn<QByteArray>("version");
+    QTest::addColumn<int>("level");
+    const QByteArray keeps = R"({"keepMediaActiveInBackground": true})";
+    QTest::newRow("no manifest") << QByteArray() << QByteArray() << 0;
+    QTest::newRow("manifest") << QByteArray("{}") << QByteArray() << 2;
+    QTest::newRow("manifest that keeps media") << keeps << QByteArray() << 1;
+    QTest::newRow("override") << QByteArray() << QByteArray("4.3") << 1;
+    QTest::newRow("override below") << QByteArray("{}") << QByteArray("4.1.9") << 0;
+    QTest::newRow("shorter is lower") << QByteArray() << QByteArray("4.2") << 0;
+    QTest::newRow("exactly") << QByteArray() << QByteArray("4.2.0") << 1;
+    QTest::newRow("shorter again") << QByteArray() << QByteArray("5.2") << 1;
+    QTest::newRow("newest") << QByteArray() << QByteArray("5.2.0") << 2;
+    QTest::newRow("newest that keeps media") << keeps << QByteArray("6") << 1;
+    QTest::newRow("no version") << QByteArray("{}") << QByteArray("soon") << 0;
+}
+
+void TestApplicationRegistry::computesTheCompatibilityLevel()
+{
+    QFETCH(QByteArray, manifest);
+    QFETCH(QByteArray, version);
+    QFETCH(int, level);
+    root->writeApplication(QStringLiteral("Notes"), {});
+    if (!manifest.isEmpty())
+        root->write(QStringLiteral("/opt/app/com.example.Notes/current/manifest.json"), manifest);
+    if (!version.isEmpty())
+        root->write(QStringLiteral("/etc/orvane/os-version-support.cfg"),
+                    "[Applications]\ncom.example.*=" + version + "\n");
+    load();
+    QCOMPARE(registry->compatibilityLevel(ApplicationId(QStringLiteral("com.example.Notes"))),
+             level);
+}
+
+QTEST_GUILESS_MAIN(TestApplicationRegistry)
+#include "tst_application_registry.moc"

@@ -1,0 +1,115 @@
+#include "common/Core/application_id.h"
+#include "common/Core/manifest.h"
+#include "support/temp_root.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QTest>
+
+class TestManifest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { qputenv("ORVANE_ROOTFS", root.path().toUtf8()); }
+    void cleanup();
+
+    void isInvalidWithoutAFile();
+    void isInvalidForAnInvalidApplication();
+    void readsTheObject_data();
+    void readsTheObject();
+    void saysWhereItCannotParse();
+    void saysWhyItCannotOpen();
+    void takesNoArray();
+    void copiesItsRecord();
+
+private:
+    static Core::ApplicationId notes()
+    {
+        return Core::ApplicationId(QStringLiteral("com.example.Notes"));
+    }
+    static QString path()
+    {
+        return QStringLiteral("/opt/app/com.example.Notes/current/manifest.json");
+    }
+
+    TempRoot root;
+};
+
+void TestManifest::cleanup()
+{
+    root.remove(path());
+    qunsetenv("ORVANE_ROOTFS");
+}
+
+void TestManifest::isInvalidWithoutAFile()
+{
+    QVERIFY(!Core::Manifest().isValid());
+    QVERIFY(!Core::Manifest(notes()).isValid());
+    QVERIFY(!Core::Manifest(notes()).keepMediaActiveInBackground());
+}
+
+void TestManifest::isInvalidForAnInvalidApplication()
+{
+    root.write(QStringLiteral("/opt/app/Notes/current/manifest.json"), "{}");
+    QVERIFY(!Core::Manifest(Core::ApplicationId(QStringLiteral("Notes"))).isValid());
+}
+
+void TestManifest::readsTheObject_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<bool>("keeps");
+    QTest::newRow("true") << QByteArray(R"({"keepMediaActiveInBackground": true})") << true;
+    QTest::newRow("false") << QByteArray(R"({"keepMediaActiveInBackground": false})") << false;
+    QTest::newRow("no boolean") << QByteArray(R"({"keepMediaActiveInBackground": "true"})")
+                                << false;
+    QTest::newRow("not there") << QByteArray("{}") << false;
+}
+
+void TestManifest::readsTheObject()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(bool, keeps);
+    root.write(path(), text);
+    const Core::Manifest manifest(notes());
+    QVERIFY(manifest.isValid());
+    QCOMPARE(manifest.keepMediaActiveInBackground(), keeps);
+}
+
+void TestManifest::saysWhereItCannotParse()
+{
+    root.write(path(), "{\"a\": ");
+    QTest::ignoreMessage(QtWarningMsg, "Could not parse manifest.json");
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("^Parse error at  \\d+ : \".+\"$")));
+    QVERIFY(!Core::Manifest(notes()).isValid());
+}
+
+void TestManifest::saysWhyItCannotOpen()
+{
+    root.write(path() + QStringLiteral("/a-directory"), "");
+    const QString pattern = QStringLiteral("^Failed to open file: \"%1\" reason: \".+\"$")
+                                .arg(QRegularExpression::escape(root.path(path())));
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(pattern));
+    QVERIFY(!Core::Manifest(notes()).isValid());
+    root.remove(path() + QStringLiteral("/a-directory"));
+    QDir().rmdir(root.path(path()));
+}
+
+void TestManifest::takesNoArray()
+{
+    root.write(path(), "[1, 2]");
+    QVERIFY(!Core::Manifest(notes()).isValid());
+}
+
+void TestManifest::copiesItsRecord()
+{
+    root.write(path(), R"({"keepMediaActiveInBackground": true})");
+    Core::Manifest copy;
+    copy = Core::Manifest(notes());
+    const Core::Manifest another(copy);
+    QVERIFY(another.isValid() && another.keepMediaActiveInBackground());
+}
+
+QTEST_GUILESS_MAIN(TestManifest)
+#include "tst_manifest.moc"

@@ -1,0 +1,102 @@
+#include "common/Core/application_id.h"
+#include "common/Core/version_overrides.h"
+#include "support/temp_root.h"
+
+#include <QTest>
+
+class TestVersionOverrides : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { qunsetenv("ORVANE_ROOTFS"); }
+
+    void overridesNothingWithoutAFile();
+    void prefersTheMostSpecificKey_data();
+    void prefersTheMostSpecificKey();
+    void refusesOtherWildcards();
+    void trimsAndTakesTheLast();
+    void readsOneGroupOnly();
+    void reloads();
+
+private:
+    void write(const QByteArray &text)
+    {
+        root->write(QStringLiteral("/etc/orvane/os-version-support.cfg"), text);
+    }
+    static QString versionOf(const Core::VersionOverrides &overrides, const char *id)
+    {
+        return overrides.versionFor(Core::ApplicationId(QString::fromLatin1(id)));
+    }
+
+    std::unique_ptr<TempRoot> root;
+};
+
+void TestVersionOverrides::init()
+{
+    root = std::make_unique<TempRoot>();
+    qputenv("ORVANE_ROOTFS", root->path().toUtf8());
+}
+
+void TestVersionOverrides::overridesNothingWithoutAFile()
+{
+    QCOMPARE(versionOf(Core::VersionOverrides(), "com.example.Notes"), QString());
+}
+
+void TestVersionOverrides::prefersTheMostSpecificKey_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<QString>("version");
+    QTest::newRow("exact") << QStringLiteral("com.example.Notes") << QStringLiteral("1");
+    QTest::newRow("organisation") << QStringLiteral("com.example.Other") << QStringLiteral("2");
+    QTest::newRow("deeper") << QStringLiteral("com.example.x.y.Z") << QStringLiteral("2");
+    QTest::newRow("shorter wildcard") << QStringLiteral("com.other.App") << QStringLiteral("3");
+    QTest::newRow("global") << QStringLiteral("org.App") << QStringLiteral("4");
+    QTest::newRow("no dot") << QStringLiteral("App") << QStringLiteral("4");
+    QTest::newRow("empty") << QString() << QString();
+}
+
+void TestVersionOverrides::prefersTheMostSpecificKey()
+{
+    QFETCH(QString, id);
+    QFETCH(QString, version);
+    write("[Applications]\ncom.example.Notes=1\ncom.example.*=2\ncom.*=3\n*=4\n");
+    QCOMPARE(Core::VersionOverrides().versionFor(Core::ApplicationId(id)), version);
+}
+
+void TestVersionOverrides::refusesOtherWildcards()
+{
+    write("[Applications]\na.*b=1\ncom*=2\n*.example=3\na.**=4\n");
+    for (const char *key : {"a.*b", "com*", "*.example", "a.**"})
+        QTest::ignoreMessage(QtWarningMsg, QByteArray("Invalid version override: \"") + key + "\"");
+    const Core::VersionOverrides overrides;
+    QCOMPARE(versionOf(overrides, "com.example"), QString());
+    QCOMPARE(versionOf(overrides, "a.b"), QString());
+}
+
+void TestVersionOverrides::trimsAndTakesTheLast()
+{
+    write("[Applications]\na.b=1\na.c=\" 4.3 \"\na.b=2\n");
+    const Core::VersionOverrides overrides;
+    QCOMPARE(versionOf(overrides, "a.b"), QStringLiteral("2"));
+    QCOMPARE(versionOf(overrides, "a.c"), QStringLiteral("4.3"));
+}
+
+void TestVersionOverrides::readsOneGroupOnly()
+{
+    write("a.b=1\n[Other]\na.b=2\n");
+    QCOMPARE(versionOf(Core::VersionOverrides(), "a.b"), QString());
+}
+
+void TestVersionOverrides::reloads()
+{
+    Core::VersionOverrides overrides;
+    write("[Applications]\na.b=1\n");
+    QCOMPARE(versionOf(overrides, "a.b"), QString());
+    overrides.reload();
+    QCOMPARE(versionOf(overrides, "a.b"), QStringLiteral("1"));
+}
+
+QTEST_GUILESS_MAIN(TestVersionOverrides)
+#include "tst_version_overrides.moc"

@@ -1,0 +1,268 @@
+#include "common/DBus/property_notifier.h"
+#include "common/DBus/property_notifier_p.h"
+#include "support/private_bus.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QTest>
+
+class Base : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(int inherited READ inherited NOTIFY inheritedChanged)
+
+public:
+    int inherited() const { return 1; }
+
+Q_SIGNALS:
+    void inheritedChanged();
+};
+
+/// A value without a comparison, like the records that clients get.
+struct Opaque
+{
+    int value = 0;
+};
+Q_DECLARE_METATYPE(Opaque)
+
+static QDBusArgument &operator<<(QDBusArgument &argument, const Opaque &opaque)
+{
+    argument.beginStructure();
+    argument << opaque.value;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument &operator>>(const QDBusArgument &argument, Opaque &opaque)
+{
+    argument.beginStructure();
+    argument >> opaque.value;
+    argument.endStructure();
+    return argument;
+}
+
+class Watched : public Base
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.example.Watched")
+    Q_PROPERTY(int a MEMBER a NOTIFY aChanged)
+    Q_PROPERTY(QString b MEMBER b NOTIFY bChanged)
+    Q_PROPERTY(int quiet MEMBER quiet)
+    Q_PROPERTY(QVector<Opaque> list READ readList NOTIFY listChanged)
+
+public:
+    int a = 0;
+    QString b;
+    int quiet = 0;
+    QVector<Opaque> list;
+    QVector<Opaque> readList() const { return list; }
+
+Q_SIGNALS:
+    void aChanged();
+    void bChanged();
+    void listChanged();
+};
+
+class Unnamed : public QObject
+{
+    Q_OBJECT
+};
+
+class Recorder : public QObject
+{
+    Q_OBJECT
+
+public:
+    QVector<QVariantList> received;
+
+public Q_SLOTS:
+    void onSignal(const QDBusMessage &message) { received.append(message.arguments()); }
+};
+
+class TestPropertyNotifier : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void sendsTheChangesOfOnePassTogether();
+    void sendsTheLatestValueOnce();
+    void sendsNothingForAChangeTakenBack();
+    void sendsNothingWithoutAChange();
+    void sendsValuesWithoutAComparisonEachTime();
+    void leavesInheritedPropertiesOut();
+    void notifiesAtOnceByName();
+    void complainsWithoutAnInterface();
+    void complainsWhenCalledDirectly();
+    void hasTwoSlots();
+
+private:
+    /// Everything that was sent up to now has arrived when this returns.
+    void settle();
+    [[nodiscard]] QVariantMap change(int index) const
+    {
+        return qdbus_cast<QVariantMap>(recorder->received.at(index).at(1));
+    }
+
+    PrivateBus bus;
+    QDBusConnection sender{QString()};
+    QDBusConnection receiver{QString()};
+    std::unique_ptr<Recorder> recorder;
+    std::unique_ptr<Watched> object;
+    DBus::PropertyNotifier *notifier = nullptr;
+    int markers = 0;
+};
+
+void TestPropertyNotifier::initTestCase()
+{
+    qRegisterMetaType<QVector<Opaque>>();
+    qDBusRegisterMetaType<Opaque>();
+    qDBusRegisterMetaType<QVector<Opaque>>();
+    QVERIFY(bus.start());
+    sender = QDBusConnection::connectToBus(bus.address(), QStringLiteral("sender"));
+    receiver = QDBusConnection::connectToBus(bus.address(), QStringLiteral("receiver"));
+}
+
+void TestPropertyNotifier::init()
+{
+    recorder = std::make_unique<Recorder>();
+    object = std::make_unique<Watched>();
+    notifier = new DBus::PropertyNotifier(sender, QStringLiteral("/x"), object.get());
+    QVERIFY(receiver.connect(
+        sender.baseService(), QString(), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("PropertiesChanged"), recorder.get(), SLOT(onSignal(QDBusMessage))));
+}
+
+void TestPropertyNotifier::cleanup()
+{
+    object.reset();
+    recorder.reset();
+}
+
+void TestPropertyNotifier::settle()
+{
+    // Deliver what is queued, then send a marker behind it and wait for that.
+    QCoreApplication::processEvents();
+    QDBusMessage marker = QDBusMessage::createSignal(
+        QStringLiteral("/marker"), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("PropertiesChanged"));
+    marker << QStringLiteral("marker") << ++markers;
+    sender.send(marker);
+    const auto arrived = [this] {
+        return !recorder->received.isEmpty()
+            && recorder->received.constLast() == QVariantList({QStringLiteral("marker"), markers});
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(arrived(), 30000);
+    recorder->received.removeLast();
+}
+
+void TestPropertyNotifier::sendsTheChangesOfOnePassTogether()
+{
+    object->b = QStringLiteral("text");
+    Q_EMIT object->bChanged();
+    object->a = 5;
+    Q_EMIT object->aChanged();
+    settle();
+    QCOMPARE(recorder->received.size(), 1);
+    const QVariantList arguments = recorder->received.constFirst();
+    QCOMPARE(arguments.at(0).toString(), QStringLiteral("org.example.Watched"));
+    QCOMPARE(
+        change(0),
+        QVariantMap({{QStringLiteral("a"), 5}, {QStringLiteral("b"), QStringLiteral("text")}}));
+    QCOMPARE(arguments.at(2).toStringList(), QStringList());
+}
+
+void TestPropertyNotifier::sendsTheLatestValueOnce()
+{
+    object->a = 1;
+    Q_EMIT object->aChanged();
+    object->a = 2;
+    Q_EMIT object->aChanged();
+    settle();
+    QCOMPARE(recorder->received.size(), 1);
+    QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 2}}));
+}
+
+void TestPropertyNotifier::sendsNothingForAChangeTakenBack()
+{
+    object->a = 1;
+    Q_EMIT object->aChanged();
+    settle();
+    object->a = 2;
+    Q_EMIT object->aChanged();
+    object->a = 1;
+    settle();
+    QCOMPARE(recorder->received.size(), 1);
+}
+
+void TestPropertyNotifier::sendsNothingWithoutAChange()
+{
+    object->a = 1;
+    Q_EMIT object->aChanged();
+    settle();
+    Q_EMIT object->aChanged();
+    settle();
+    QCOMPARE(recorder->received.size(), 1);
+}
+
+void TestPropertyNotifier::sendsValuesWithoutAComparisonEachTime()
+{
+    for (int round = 1; round <= 3; ++round) {
+        Q_EMIT object->listChanged();
+        settle();
+        QCOMPARE(recorder->received.size(), round);
+    }
+}
+
+void TestPropertyNotifier::leavesInheritedPropertiesOut()
+{
+    Q_EMIT object->inheritedChanged();
+    notifier->notify({QStringLiteral("inherited")});
+    settle();
+    QCOMPARE(recorder->received.size(), 0);
+}
+
+void TestPropertyNotifier::notifiesAtOnceByName()
+{
+    object->a = 1;
+    object->quiet = 2;
+    notifier->notify({QStringLiteral("quiet"), QStringLiteral("a"), QStringLiteral("B")});
+    notifier->notify({QStringLiteral("a")});
+    settle();
+    QCOMPARE(recorder->received.size(), 1);
+    QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 1}, {QStringLiteral("quiet"), 2}}));
+}
+
+void TestPropertyNotifier::complainsWithoutAnInterface()
+{
+    Unnamed unnamed;
+    QTest::ignoreMessage(QtWarningMsg, "Missing D_Bus interface tag on class");
+    new DBus::PropertyNotifier(sender, QStringLiteral("/y"), &unnamed);
+}
+
+void TestPropertyNotifier::complainsWhenCalledDirectly()
+{
+    DBus::PropertyNotifierPrivate notifierPrivate(sender, QStringLiteral("/y"), object.get());
+    QTest::ignoreMessage(QtWarningMsg, "onChanged() invoked without a signal?");
+    notifierPrivate.onChanged();
+    QObject::connect(object.get(), &Watched::aChanged, &notifierPrivate,
+                     &DBus::PropertyNotifierPrivate::onChanged);
+    QTest::ignoreMessage(QtWarningMsg, "Cannot find property for signal");
+    Q_EMIT object->aChanged();
+}
+
+void TestPropertyNotifier::hasTwoSlots()
+{
+    const QMetaObject &meta = DBus::PropertyNotifierPrivate::staticMetaObject;
+    QCOMPARE(meta.methodCount() - meta.methodOffset(), 2);
+    QVERIFY(meta.indexOfSlot("onChanged()") >= 0);
+    QVERIFY(meta.indexOfSlot("deliverNotifySignal()") >= 0);
+}
+
+QTEST_GUILESS_MAIN(TestPropertyNotifier)
+#include "tst_property_notifier.moc"

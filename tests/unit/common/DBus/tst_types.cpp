@@ -1,0 +1,321 @@
+#include "common/DBus/types.h"
+#include "support/private_bus.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCall>
+#include <QDBusVariant>
+#include <QJsonDocument>
+#include <QTest>
+
+/// Receives calls and keeps the last one's arguments.
+class Receiver : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.example.Receiver")
+
+public:
+    QDBusMessage last;
+
+public Q_SLOTS:
+    void Take(const QDBusMessage &message) { last = message; }
+};
+
+/// What JSON cannot hold. On the bus: (ii)
+struct Pair
+{
+    int first;
+    int second;
+};
+Q_DECLARE_METATYPE(Pair)
+
+static QDBusArgument &operator<<(QDBusArgument &argument, const Pair &pair)
+{
+    argument.beginStructure();
+    argument << pair.first << pair.second;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument &operator>>(const QDBusArgument &argument, Pair &pair)
+{
+    argument.beginStructure();
+    argument >> pair.first >> pair.second;
+    argument.endStructure();
+    return argument;
+}
+
+class TestTypes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void registersEveryRecord_data();
+    void registersEveryRecord();
+    void sendsRecords();
+    void writesJson_data();
+    void writesJson();
+    void writesNothingForArraysOfArrays();
+    void writesNothingForUnknownTypes();
+    void leavesOutWhatCannotBeWritten();
+    void keepsMessagesWithNullsWhole_data();
+    void keepsMessagesWithNullsWhole();
+    void readsJson_data();
+    void readsJson();
+    void skipsStructures();
+    void readsMapsOfVariants();
+
+private:
+    /// Sends one argument over the bus and gives what arrives.
+    QVariant roundTrip(const QVariant &value);
+    QJsonValue readBack(const QVariant &value);
+    static QVariant json(const QJsonValue &value);
+    static QJsonValue parsed(const QByteArray &text)
+    {
+        return QJsonDocument::fromJson("[" + text + "]").array().at(0);
+    }
+
+    PrivateBus bus;
+    QDBusConnection sender{QString()};
+    QDBusConnection target{QString()};
+    Receiver receiver;
+};
+
+void TestTypes::initTestCase()
+{
+    DBus::registerTypes();
+    DBus::registerTypes();
+    qDBusRegisterMetaType<Pair>();
+    QVERIFY(bus.start());
+    sender = QDBusConnection::connectToBus(bus.address(), QStringLiteral("sender"));
+    target = QDBusConnection::connectToBus(bus.address(), QStringLiteral("target"));
+    QVERIFY(target.registerObject(QStringLiteral("/"), &receiver, QDBusConnection::ExportAllSlots));
+}
+
+QVariant TestTypes::roundTrip(const QVariant &value)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(target.baseService(), QStringLiteral("/"),
+                                                       QStringLiteral("org.example.Receiver"),
+                                                       QStringLiteral("Take"));
+    call << value;
+    receiver.last = QDBusMessage();
+    const QDBusPendingCall pending = sender.asyncCall(call);
+    [&] { QTRY_VERIFY_WITH_TIMEOUT(pending.isFinished(), 30000); }();
+    return receiver.last.arguments().value(0);
+}
+
+QVariant TestTypes::json(const QJsonValue &value)
+{
+    QDBusArgument argument;
+    argument << value;
+    return QVariant::fromValue(argument);
+}
+
+void TestTypes::registersEveryRecord_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("signature");
+    QTest::newRow("available task") << QByteArray("AvailableTask") << QByteArray("(sa{sv})");
+    QTest::newRow("active task") << QByteArray("ActiveTask") << QByteArray("(sia{sv})");
+    QTest::newRow("task state") << QByteArray("TaskState") << QByteArray("(sua{sv})");
+    QTest::newRow("running application")
+        << QByteArray("RunningApplication") << QByteArray("(siuua{sv})");
+    QTest::newRow("running service") << QByteArray("RunningService") << QByteArray("(ssiua{sv})");
+}
+
+void TestTypes::registersEveryRecord()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(QByteArray, signature);
+    QCOMPARE(QByteArray(QDBusMetaType::typeToSignature(QMetaType::type("Orvane::" + name))),
+             signature);
+    QCOMPARE(QByteArray(QDBusMetaType::typeToSignature(QMetaType::type("QVector<" + name + ">"))),
+             "a" + signature);
+    QCOMPARE(QMetaType::type("QVector<Orvane::" + name + ">"),
+             QMetaType::type("QVector<" + name + ">"));
+    QVERIFY(QMetaType::type("Orvane::ApplicationState") != QMetaType::UnknownType);
+}
+
+void TestTypes::sendsRecords()
+{
+    const QVariantMap map{{QStringLiteral("k"), 5}};
+    const auto active = qdbus_cast<QVector<Orvane::ActiveTask>>(roundTrip(
+        QVariant::fromValue(QVector<Orvane::ActiveTask>{{QStringLiteral("id"), 42, map}})));
+    QCOMPARE(active.size(), 1);
+    QCOMPARE(active.at(0).id, QStringLiteral("id"));
+    QCOMPARE(active.at(0).pid, 42);
+    QCOMPARE(active.at(0).properties, map);
+    const auto available = qdbus_cast<Orvane::AvailableTask>(
+        roundTrip(QVariant::fromValue(Orvane::AvailableTask{QStringLiteral("a"), map})));
+    QCOMPARE(available.id, QStringLiteral("a"));
+    QCOMPARE(available.properties, map);
+    const auto state = qdbus_cast<Orvane::TaskState>(
+        roundTrip(QVariant::fromValue(Orvane::TaskState{QStringLiteral("s"), 7, map})));
+    QCOMPARE(state.state, 7u);
+    const auto application = qdbus_cast<Orvane::RunningApplication>(roundTrip(
+        QVariant::fromValue(Orvane::RunningApplication{QStringLiteral("r"), -1, 2, 3, map})));
+    QCOMPARE(application.flags, 3u);
+    const auto service = qdbus_cast<Orvane::RunningService>(roundTrip(QVariant::fromValue(
+        Orvane::RunningService{QStringLiteral("x"), QStringLiteral("y"), 4, 5, map})));
+    QCOMPARE(service.name, QStringLiteral("y"));
+    QCOMPARE(service.properties, map);
+}
+
+void TestTypes::writesJson_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("signature");
+    const auto row = [](const char *text, const char *signature) {
+        QTest::newRow(text) << QByteArray(text) << QString::fromLatin1(signature);
+    };
+    row("true", "b");
+    row("1", "d");
+    row("\"a\"", "s");
+    row("null", "v");
+    row("[]", "av");
+    row("[true, false]", "ab");
+    row("[1, 2.5]", "ad");
+    row("[\"a\"]", "as");
+    row("[{}, {\"k\": 1}]", "aa{sv}");
+    row("[1, \"a\"]", "av");
+    row("[[1], \"x\"]", "av");
+    row("[null, 1]", "av");
+    row("{}", "a{sv}");
+    row("{\"a\": [1], \"b\": {\"c\": null}}", "a{sv}");
+}
+
+void TestTypes::writesJson()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, signature);
+    const QVariant arrived = roundTrip(json(parsed(text)));
+    QCOMPARE(receiver.last.signature(), signature);
+    if (text == "[1, \"a\"]") {
+        const auto list = qdbus_cast<QVariantList>(arrived);
+        QCOMPARE(list, QVariantList({1.0, QStringLiteral("a")}));
+        QCOMPARE(list.at(0).userType(), int(QMetaType::Double));
+    }
+}
+
+void TestTypes::writesNothingForArraysOfArrays()
+{
+    for (const char *text : {"[[1], [2]]", "[[]]"}) {
+        QTest::ignoreMessage(QtWarningMsg, "JSON array of arrays are not supported");
+        QCOMPARE(json(parsed(text)).value<QDBusArgument>().currentSignature(), QString());
+    }
+}
+
+void TestTypes::writesNothingForUnknownTypes()
+{
+    QTest::ignoreMessage(QtWarningMsg, "Unknown JSON value type");
+    QCOMPARE(json(QJsonValue(QJsonValue::Undefined)).value<QDBusArgument>().currentSignature(),
+             QString());
+    QTest::ignoreMessage(QtWarningMsg, "Unknown JSON value type");
+    QCOMPARE(json(parsed("[null, null]")).value<QDBusArgument>().currentSignature(), QString());
+}
+
+void TestTypes::leavesOutWhatCannotBeWritten()
+{
+    QTest::ignoreMessage(QtWarningMsg, "JSON array of arrays are not supported");
+    const auto map =
+        qdbus_cast<QVariantMap>(roundTrip(json(parsed(R"({"a": [[1]], "b": "kept"})"))));
+    QCOMPARE(map, QVariantMap({{QStringLiteral("b"), QStringLiteral("kept")}}));
+}
+
+void TestTypes::keepsMessagesWithNullsWhole_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("in an object") << QByteArray(R"({"a": null, "b": 1})");
+    QTest::newRow("in a mixed array") << QByteArray(R"([{"a": null, "b": 1}, 2])");
+    QTest::newRow("alone") << QByteArray("null");
+}
+
+void TestTypes::keepsMessagesWithNullsWhole()
+{
+    QFETCH(QByteArray, text);
+    const QVariant arrived = roundTrip(json(parsed(text)));
+    QVERIFY(arrived.isValid());
+    if (!text.startsWith('{'))
+        return;
+    const auto map = qdbus_cast<QVariantMap>(arrived);
+    QCOMPARE(map.value(QStringLiteral("b")), QVariant(1.0));
+    QVERIFY(map.contains(QStringLiteral("a")));
+    QVERIFY(qdbus_cast<QVariantList>(map.value(QStringLiteral("a"))).isEmpty());
+}
+
+QJsonValue TestTypes::readBack(const QVariant &value)
+{
+    // Inside a variant, so that plain values can be asked for as arguments too.
+    const QVariant arrived = roundTrip(QVariantList{value});
+    QJsonArray array;
+    arrived.value<QDBusArgument>() >> array;
+    return array.at(0);
+}
+
+void TestTypes::readsJson_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("bool") << QVariant(true) << QByteArray("true");
+    QTest::newRow("byte") << QVariant::fromValue(uchar(7)) << QByteArray("7");
+    QTest::newRow("int16") << QVariant::fromValue(short(-7)) << QByteArray("-7");
+    QTest::newRow("uint16") << QVariant::fromValue(ushort(7)) << QByteArray("7");
+    QTest::newRow("int32") << QVariant(-7) << QByteArray("-7");
+    QTest::newRow("uint32") << QVariant(7u) << QByteArray("7");
+    QTest::newRow("int64") << QVariant::fromValue(qint64(-7)) << QByteArray("-7");
+    QTest::newRow("uint64") << QVariant::fromValue(quint64(7)) << QByteArray("7");
+    QTest::newRow("double") << QVariant(2.5) << QByteArray("2.5");
+    QTest::newRow("string") << QVariant(QStringLiteral("a")) << QByteArray("\"a\"");
+    QTest::newRow("object path") << QVariant::fromValue(QDBusObjectPath("/a"))
+                                 << QByteArray("\"/a\"");
+    QTest::newRow("strings") << QVariant(QStringList{QStringLiteral("a")}) << QByteArray("[\"a\"]");
+    QTest::newRow("bytes") << QVariant(QByteArray("\x01\xff")) << QByteArray("[1, 255]");
+    QTest::newRow("variants") << QVariant(QVariantList{1, QStringLiteral("a"), QVariantMap()})
+                              << QByteArray("[1, \"a\", {}]");
+    QTest::newRow("map") << QVariant(QVariantMap{
+        {QStringLiteral("a"), 1}, {QStringLiteral("b"), QVariantMap{{QStringLiteral("c"), true}}}})
+                         << QByteArray(R"({"a": 1, "b": {"c": true}})");
+    QTest::newRow("variant in a variant")
+        << QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(5))))
+        << QByteArray("5");
+}
+
+void TestTypes::readsJson()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QByteArray, text);
+    QCOMPARE(readBack(value), parsed(text));
+}
+
+void TestTypes::skipsStructures()
+{
+    QTest::ignoreMessage(QtWarningMsg, "Unsupported type:  \"(ii)\"");
+    const QJsonValue read =
+        readBack(QVariantMap{{QStringLiteral("a"), QVariant::fromValue(Pair{1, 2})},
+                             {QStringLiteral("b"), QStringLiteral("kept")}});
+    QVERIFY(read.toObject().contains(QStringLiteral("a")));
+    QVERIFY(read.toObject().value(QStringLiteral("a")).isNull());
+    QCOMPARE(read.toObject().value(QStringLiteral("b")).toString(), QStringLiteral("kept"));
+}
+
+void TestTypes::readsMapsOfVariants()
+{
+    const QVariantMap map{{QStringLiteral("MemoryMax"), QStringLiteral("5M")}};
+    bool isMap = false;
+    QCOMPARE(DBus::toVariantMap(map, &isMap), map);
+    QVERIFY(isMap);
+    const QVariant marshalled = roundTrip(map);
+    QCOMPARE(marshalled.userType(), qMetaTypeId<QDBusArgument>());
+    QCOMPARE(DBus::toVariantMap(marshalled, &isMap), map);
+    QVERIFY(isMap);
+    for (const QVariant &other : {QVariant(), QVariant(5), roundTrip(QVariantList{1})}) {
+        QCOMPARE(DBus::toVariantMap(other, &isMap), QVariantMap());
+        QVERIFY(!isMap);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestTypes)
+#include "tst_types.moc"

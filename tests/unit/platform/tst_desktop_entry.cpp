@@ -1,0 +1,126 @@
+#include "support/temp_root.h"
+
+#include <QTest>
+
+#include <mdesktopentry.h>
+
+#include <sys/stat.h>
+
+class TestDesktopEntry : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsTheMainGroup();
+    void readsALink();
+    void givesGroupsInFileOrder();
+    void undoesEscapes();
+    void keepsAValueWithAnUnknownEscape();
+    void splitsLists();
+    void prefersTheLanguageOfTheProcess();
+    void survivesWhatIsNoEntry();
+
+private:
+    QString write(const QByteArray &text)
+    {
+        root.write(QStringLiteral("/x.desktop"), text);
+        return root.path(QStringLiteral("/x.desktop"));
+    }
+
+    TempRoot root;
+};
+
+void TestDesktopEntry::readsTheMainGroup()
+{
+    const MDesktopEntry entry(
+        write("# a comment\n\n[Desktop Entry]\nType = Application\nName=App\nIcon=icon\n"
+              "Exec=/bin/app %U\nX-Maemo-Service=a.b\nX-Halcyn-Support-Mime-Parents=true\n"
+              "[Other]\nType=Link\n[Sailjail]\nOrganizationName=third\nApplicationName=app\n"));
+    QVERIFY(entry.isValid());
+    QCOMPARE(entry.type(), QStringLiteral("Application"));
+    QCOMPARE(entry.name(), QStringLiteral("App"));
+    QCOMPARE(entry.icon(), QStringLiteral("icon"));
+    QCOMPARE(entry.exec(), QStringLiteral("/bin/app %U"));
+    QCOMPARE(entry.xMaemoService(), QStringLiteral("a.b"));
+    QCOMPARE(entry.value(QStringLiteral("Type")), QStringLiteral("Application"));
+    QCOMPARE(entry.value(QStringLiteral("Other"), QStringLiteral("Type")), QStringLiteral("Link"));
+    QCOMPARE(entry.value(QStringLiteral("Other"), QStringLiteral("None")), QString());
+    QCOMPARE(entry.value(QStringLiteral("None"), QStringLiteral("Type")), QString());
+    QCOMPARE(entry.appOrgname(), QStringLiteral("third"));
+    QCOMPARE(entry.appName(), QStringLiteral("app"));
+    QVERIFY(entry.supportMimeParents());
+}
+
+void TestDesktopEntry::readsALink()
+{
+    const MDesktopEntry entry(
+        write("[Desktop Entry]\nType=Link\nName=Page\nURL=https://example.com/?a=b;c d\n"));
+    QVERIFY(entry.isValid());
+    QCOMPARE(entry.type(), QStringLiteral("Link"));
+    QCOMPARE(entry.url(), QStringLiteral("https://example.com/?a=b;c d"));
+    QVERIFY(!entry.supportMimeParents());
+}
+
+void TestDesktopEntry::givesGroupsInFileOrder()
+{
+    const MDesktopEntry entry(write("[Desktop Entry]\n[Z]\n[A]\n[X-Task m]\n"));
+    QCOMPARE(entry.groups(),
+             QStringList({QStringLiteral("Desktop Entry"), QStringLiteral("Z"), QStringLiteral("A"),
+                          QStringLiteral("X-Task m")}));
+}
+
+void TestDesktopEntry::undoesEscapes()
+{
+    const MDesktopEntry entry(write("[Desktop Entry]\nExec=a\\sb\\nc\\td\\\\e\n"));
+    QCOMPARE(entry.exec(), QStringLiteral("a b\nc\td\\e"));
+}
+
+void TestDesktopEntry::keepsAValueWithAnUnknownEscape()
+{
+    const MDesktopEntry entry(write("[Desktop Entry]\nExec=a \\\"b\n"));
+    QCOMPARE(entry.exec(), QStringLiteral("a \\\"b"));
+}
+
+void TestDesktopEntry::splitsLists()
+{
+    const MDesktopEntry entry(
+        write("[Desktop Entry]\nMimeType=text/plain;text/html;\n[G]\nList=a;b\\;c;d\n"));
+    QCOMPARE(entry.mimeType(),
+             QStringList({QStringLiteral("text/plain"), QStringLiteral("text/html")}));
+    QCOMPARE(entry.stringListValue(QStringLiteral("G"), QStringLiteral("List")),
+             QStringList({QStringLiteral("a"), QStringLiteral("b;c"), QStringLiteral("d")}));
+    QCOMPARE(entry.stringListValue(QStringLiteral("G"), QStringLiteral("None")), QStringList());
+}
+
+void TestDesktopEntry::prefersTheLanguageOfTheProcess()
+{
+    const QByteArray before = qgetenv("LANGUAGE");
+    qputenv("LANGUAGE", "de");
+    const MDesktopEntry entry(
+        write("[Desktop Entry]\nType=Application\nName=Notes\nName[de]=Notizen\n"));
+    const QString name = entry.name();
+    qputenv("LANGUAGE", before);
+    QVERIFY(entry.isValid());
+    // Without any locale the C library answers in English whatever the language list says.
+    QVERIFY(name == QLatin1String("Notizen") || name == QLatin1String("Notes"));
+}
+
+void TestDesktopEntry::survivesWhatIsNoEntry()
+{
+    QVERIFY(!MDesktopEntry(root.path(QStringLiteral("/none"))).isValid());
+    QVERIFY(!MDesktopEntry(QString()).isValid());
+    QVERIFY(!MDesktopEntry(root.path()).isValid());
+    QVERIFY(!MDesktopEntry(write(QByteArray(2 * 1024 * 1024, 'x'))).isValid());
+    QVERIFY(!MDesktopEntry(write(QByteArray("\0\xff[Desktop", 10))).isValid());
+    // Nobody writes to it: opening it would wait for ever.
+    const QString pipe = root.path(QStringLiteral("/pipe"));
+    QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
+    QVERIFY(!MDesktopEntry(pipe).isValid());
+    // What was read before a parse error is not shown.
+    const MDesktopEntry half(write("[Desktop Entry]\nType=Application\nName=x\nno key\n"));
+    QVERIFY(!half.isValid());
+    QCOMPARE(half.groups(), QStringList());
+}
+
+QTEST_GUILESS_MAIN(TestDesktopEntry)
+#include "tst_desktop_entry.moc"

@@ -1,0 +1,158 @@
+#include "system/Core/systemd_proxy.h"
+#include "system/Core/task_records.h"
+
+#include <QTest>
+
+using Core::TaskRecord;
+using Core::TaskRecords;
+
+class TestTaskRecords : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void makesARecordOnFirstSight();
+    void keepsRecordsInOrder();
+    void takesNoOtherUnits_data();
+    void takesNoOtherUnits();
+    void followsTheState_data();
+    void followsTheState();
+    void keepsTheStateWithoutAnActiveState();
+    void followsTheProcess();
+    void ignoresUnitsWithoutARecord();
+    void escapesUnitNames_data();
+    void escapesUnitNames();
+
+private:
+    static QString typeOf(const QString &taskId)
+    {
+        return taskId == QLatin1String("a.b.task_c") ? QStringLiteral("Sync") : QString();
+    }
+    static QString unit() { return QStringLiteral("ov_task.a.b.task_c.service"); }
+};
+
+void TestTaskRecords::makesARecordOnFirstSight()
+{
+    TaskRecords records(typeOf);
+    TaskRecord *record = records.findOrCreate(unit());
+    QCOMPARE(record->taskId, QStringLiteral("a.b.task_c"));
+    QCOMPARE(record->taskType, QStringLiteral("Sync"));
+    QCOMPARE(record->enabled, false);
+    QCOMPARE(record->state, 0);
+    QCOMPARE(record->mainPid, -1);
+    record->state = TaskRecord::Running;
+    QCOMPARE(records.findOrCreate(unit())->state, 2);
+    QCOMPARE(records.findOrCreate(QStringLiteral("ov_task.x.service"))->taskType, QString());
+}
+
+void TestTaskRecords::keepsRecordsInOrder()
+{
+    TaskRecords records(typeOf);
+    for (const char *name : {"ov_task.c.service", "ov_task.a.service", "ov_task.b.service"})
+        records.findOrCreate(QString::fromLatin1(name));
+    QCOMPARE(records.all().keys(),
+             QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")}));
+}
+
+void TestTaskRecords::takesNoOtherUnits_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("timer") << QStringLiteral("ov_task.a.b.task_c.timer");
+    QTest::newRow("no suffix") << QStringLiteral("ov_task.a.b.task_c");
+    QTest::newRow("empty") << QString();
+}
+
+void TestTaskRecords::takesNoOtherUnits()
+{
+    QFETCH(QString, name);
+    TaskRecords records(typeOf);
+    QVERIFY(records.findOrCreate(name) == nullptr);
+    QVERIFY(!records.applyProperties(name, {}));
+}
+
+void TestTaskRecords::followsTheState_data()
+{
+    QTest::addColumn<QString>("active");
+    QTest::addColumn<QString>("sub");
+    QTest::addColumn<int>("state");
+    const auto row = [](const char *active, const char *sub, int state) {
+        QTest::addRow("%s %s", active, sub)
+            << QString::fromLatin1(active) << QString::fromLatin1(sub) << state;
+    };
+    row("active", "running", 2);
+    row("active", "exited", 1);
+    row("active", "", 1);
+    row("deactivating", "running", 1);
+    row("failed", "failed", 1);
+    row("inactive", "dead", 1);
+    row("Active", "running", 1);
+}
+
+void TestTaskRecords::followsTheState()
+{
+    QFETCH(QString, active);
+    QFETCH(QString, sub);
+    QFETCH(int, state);
+    TaskRecords records(typeOf);
+    records.findOrCreate(unit());
+    QVariantMap properties{{QStringLiteral("ActiveState"), active}};
+    if (!sub.isEmpty())
+        properties.insert(QStringLiteral("SubState"), sub);
+    QVERIFY(records.applyProperties(unit(), properties));
+    QCOMPARE(records.all().first().state, state);
+}
+
+void TestTaskRecords::keepsTheStateWithoutAnActiveState()
+{
+    TaskRecords records(typeOf);
+    records.findOrCreate(unit());
+    QVERIFY(
+        records.applyProperties(unit(), {{QStringLiteral("SubState"), QStringLiteral("running")}}));
+    QCOMPARE(records.all().first().state, 0);
+    // Even a change of nothing counts as a change.
+    QVERIFY(records.applyProperties(unit(), {}));
+}
+
+void TestTaskRecords::followsTheProcess()
+{
+    TaskRecords records(typeOf);
+    records.findOrCreate(unit());
+    QVERIFY(records.applyProperties(unit(), {{QStringLiteral("MainPID"), 4711u}}));
+    QCOMPARE(records.all().first().mainPid, 4711);
+    QVERIFY(records.applyProperties(unit(), {{QStringLiteral("MainPID"), 0u}}));
+    QCOMPARE(records.all().first().mainPid, 0);
+}
+
+void TestTaskRecords::ignoresUnitsWithoutARecord()
+{
+    TaskRecords records(typeOf);
+    QVERIFY(!records.applyProperties(unit(),
+                                     {{QStringLiteral("ActiveState"), QStringLiteral("active")}}));
+    QVERIFY(records.all().isEmpty());
+}
+
+void TestTaskRecords::escapesUnitNames_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("escaped");
+    const auto row = [](const char *name, const char *escaped) {
+        QTest::newRow(name) << QString::fromUtf8(name) << QString::fromLatin1(escaped);
+    };
+    row("ov_task.foo.service", "ov_5ftask_2efoo_2eservice");
+    row("web-1.service", "web_2d1_2eservice");
+    row("1st.service", "1st_2eservice");
+    row("a\tb", "a_09b");
+    row("\u00c3", "_ffffffc3_ffffff83");
+    row("", "");
+}
+
+void TestTaskRecords::escapesUnitNames()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, escaped);
+    QCOMPARE(Core::SystemdProxy::unitObjectPath(name),
+             QStringLiteral("/org/freedesktop/systemd1/unit/") + escaped);
+}
+
+QTEST_GUILESS_MAIN(TestTaskRecords)
+#include "tst_task_records.moc"
