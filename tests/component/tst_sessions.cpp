@@ -122,6 +122,7 @@ void TestSessions::givesThePathAndBothLists()
     available >> id >> details;
     available.endStructure();
     QVERIFY(available.atEnd());
+    available.endArray();
     QCOMPARE(id, syncTask());
     QCOMPARE(
         details,
@@ -155,6 +156,7 @@ void TestSessions::servesATypeWithoutTasks()
     QCOMPARE(list.currentSignature(), QStringLiteral("a(sa{sv})"));
     list.beginArray();
     QVERIFY(list.atEnd());
+    list.endArray();
 }
 
 void TestSessions::sharesOneSessionAmongItsClients()
@@ -296,6 +298,7 @@ void TestSessions::announcesAvailableTasks()
             list.beginStructure();
             list.endStructure();
         }
+        list.endArray();
         return length;
     };
     QVERIFY(stage.waitUntil([&] { return announcedLength() == 1; }));
