@@ -24,6 +24,9 @@ inline QString taskInvokerSessionInterface()
 inline QString systemControlPath() { return QStringLiteral("/org/zarn/Orvane/SystemControl1"); }
 inline QString controlPath() { return QStringLiteral("/org/zarn/Orvane/Control1"); }
 
+inline QString autostartPath() { return QStringLiteral("/org/zarn/am"); }
+inline QString tellerHooksPath() { return QStringLiteral("/org/zarn/Teller/Hooks"); }
+
 inline QString propertiesInterface() { return QStringLiteral("org.freedesktop.DBus.Properties"); }
 inline QString propertiesChanged() { return QStringLiteral("PropertiesChanged"); }
 

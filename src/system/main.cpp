@@ -2,10 +2,15 @@
 
 #include "common/logging.h"
 #include "common/names.h"
+#include "system/Core/task_manager.h"
 #include "system/DBus/session_proxy.h"
 #include "system/DBus/task_invoker.h"
+#include "system/autostart/interface.h"
+#include "system/autostart/launcher.h"
+#include "system/autostart/manager.h"
 #include "system/inactivity_timer.h"
 #include "system/signal_quit.h"
+#include "system/teller-hooks/interface.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -34,6 +39,27 @@ int runDaemon()
     Orvane::InactivityTimer inactivity(idleTimeMs());
     QObject::connect(&inactivity, &Orvane::InactivityTimer::timeout, qApp, &QCoreApplication::quit);
     QDBusConnection bus = QDBusConnection::systemBus();
+
+    Autostart::DBusInterface autostart(Autostart::Manager::instance());
+    if (!bus.registerObject(Names::autostartPath(), &autostart, QDBusConnection::ExportAllSlots)) {
+        qWarning() << "Couldn't register autostart object";
+        return EXIT_FAILURE;
+    }
+    inactivity.watch(&autostart);
+
+    TellerHooks::DBusInterface tellerHooks(
+        [](const QString &application) {
+            return Autostart::Manager::instance()->cleanupUninstalledApplication(application);
+        },
+        [](const QString &application) {
+            return Core::TaskManager::instance()->cleanupUninstalledApplication(application);
+        });
+    if (!bus.registerObject(Names::tellerHooksPath(), &tellerHooks,
+                            QDBusConnection::ExportAllSlots)) {
+        qWarning() << "Couldn't register tellerHooks object";
+        return EXIT_FAILURE;
+    }
+    inactivity.watch(&tellerHooks);
 
     DBus::SessionProxy systemControl(Names::systemControlPath());
     if (!exportProxy(bus, systemControl)) {
@@ -72,7 +98,12 @@ int runDaemon()
 int main(int argc, char *argv[])
 {
     installLogHandler();
-    QCoreApplication application(argc, argv);
+    const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orvane"));
+    if (QCoreApplication::arguments().value(1) == QLatin1String("--launcher")) {
+        // Its outcome is in the log; the session goes on either way.
+        Autostart::Launcher::launchApplications();
+        return EXIT_SUCCESS;
+    }
     return runDaemon();
 }

@@ -24,6 +24,8 @@ QDBusConnection startedBus(PrivateBus &bus)
 Stage::Stage()
     : client(startedBus(bus))
     , systemd(std::make_unique<FakeSystemd>(connect()))
+    , userManager(std::make_unique<FakeUserManager>(connect(), QStringLiteral("list"),
+                                                    QStringList{QStringLiteral("100000")}))
 {
 }
 

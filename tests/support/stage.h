@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fakes/fake_systemd.h"
+#include "fakes/fake_user_manager.h"
 #include "fakes/fake_user_service.h"
 #include "support/daemon_process.h"
 #include "support/private_bus.h"
@@ -62,6 +63,7 @@ public:
     DaemonProcess daemon;
     QDBusConnection client;
     std::unique_ptr<FakeSystemd> systemd;
+    std::unique_ptr<FakeUserManager> userManager;
 };
 
 /// Receives a signal and keeps what came, one list of arguments each.

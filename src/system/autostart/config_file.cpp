@@ -1,0 +1,108 @@
+#include "system/autostart/config_file.h"
+
+#include "common/atomic_file.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QSettings>
+
+namespace Autostart {
+
+namespace {
+
+// Settings files are some hundred bytes; anything near this is something else.
+constexpr qint64 largestFile = 1024 * 1024;
+
+void readConfigFile(const QString &path, int uid, EnabledMap &enabled)
+{
+    QSettings settings(path, QSettings::IniFormat);
+    const QStringList groups = settings.childGroups();
+    for (const QString &group : groups) {
+        const QStringList parts = group.split(QLatin1Char('|'));
+        if (parts.size() > 1 && parts.at(1).toInt() != uid)
+            continue;
+        settings.beginGroup(group);
+        enabled.insert(parts.constFirst(), settings.value(QStringLiteral("autostart")).toBool());
+        settings.endGroup();
+    }
+}
+
+// What QSettings would write. Not left to it, because it rewrites a file where it stands and
+// does not tell a full disk from success.
+QByteArray settingText(const QString &appId, int uid, bool enabled)
+{
+    QByteArray group = appId.toUtf8();
+    if (uid != -1)
+        group += "%7C" + QByteArray::number(uid);
+    return '[' + group + "]\nautostart=" + (enabled ? "true" : "false") + '\n';
+}
+
+// What no setting is kept in. It goes first: writing would end up at the other end of it.
+bool isLinkOrSpecial(const QFileInfo &file)
+{
+    return file.isSymLink() || (file.exists() && !file.isFile() && !file.isDir());
+}
+
+} // namespace
+
+QStringList configFilesBelow(const QString &directory, const QStringList &nameFilters)
+{
+    QStringList paths;
+    // Hidden ones too: an application id may start with a dot.
+    QDirIterator files(directory, nameFilters, QDir::Files | QDir::Hidden,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        files.next();
+        // A link to a pipe or a device would block the reader.
+        if (files.fileInfo().isFile())
+            paths.append(files.filePath());
+    }
+    // Two files may speak of the same application: the answer must not hang on the disk's order.
+    paths.sort();
+    return paths;
+}
+
+void readConfigFiles(const QString &directory, const QStringList &nameFilters, int uid,
+                     EnabledMap &enabled)
+{
+    const QStringList paths = configFilesBelow(directory, nameFilters);
+    for (const QString &path : paths) {
+        if (QFileInfo(path).size() <= largestFile)
+            readConfigFile(path, uid, enabled);
+    }
+}
+
+bool canBeRemoved(const QString &filePath)
+{
+    const QFileInfo file(filePath);
+    const bool mayChange = file.isSymLink() || (!file.isDir() && file.isWritable());
+    return mayChange && QFileInfo(file.absolutePath()).isWritable();
+}
+
+bool writeRuntimeConfig(const QString &filePath, const QString &appId, int uid, bool enabled)
+{
+    const QFileInfo old(filePath);
+    if (old.isDir() || isLinkOrSpecial(old)) {
+        if (!QFile::remove(filePath)) {
+            qWarning() << "couldn't remove old runtime config:" << filePath;
+            return false;
+        }
+    }
+    if (!QDir().mkpath(old.absolutePath())) {
+        qWarning() << "couldn't create base directory" << old.absolutePath() << "for" << filePath;
+        return false;
+    }
+    // The new setting takes the old one's place in one step, so that a crash or a full disk leaves
+    // one or the other.
+    if (writeFileAtomically(filePath, settingText(appId, uid, enabled)) == FileWrite::Written)
+        return true;
+    if (QFileInfo::exists(filePath) && !canBeRemoved(filePath))
+        qWarning() << "couldn't remove old runtime config:" << filePath;
+    else
+        qWarning() << "couldn't open configuration file for writing:" << filePath;
+    return false;
+}
+
+} // namespace Autostart

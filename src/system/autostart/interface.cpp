@@ -1,0 +1,68 @@
+#include "system/autostart/interface.h"
+
+#include "system/DBus/caller_authorization.h"
+#include "system/autostart/manager.h"
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
+
+namespace Autostart {
+
+DBusInterface::DBusInterface(Manager *manager, QObject *parent)
+    : QObject(parent)
+    , m_manager(manager)
+{
+}
+
+void DBusInterface::SetEnabled(int uid, const QString &application, bool value)
+{
+    pulseIdle();
+    if (!DBus::isCallerAuthorized(message(), connection(), {QStringLiteral("privileged")})) {
+        sendErrorReply(QDBusError::AccessDenied, QString());
+        return;
+    }
+    if (uid < Manager::allUsers) {
+        sendErrorReply(QDBusError::InvalidArgs, QStringLiteral("UID cannot be less than -1"));
+        return;
+    }
+    if (!m_manager->setEnabled(uid, application, value)) {
+        const QString whose = uid == Manager::allUsers
+            ? QStringLiteral("all users")
+            : QStringLiteral("user with UID %1").arg(uid);
+        sendErrorReply(QDBusError::InternalError,
+                       QStringLiteral("Failed to set autostart value for ") + whose);
+    }
+}
+
+QStringList DBusInterface::GetEnabled(int uid)
+{
+    pulseIdle();
+    if (uid == Manager::allUsers) {
+        sendErrorReply(QDBusError::NotSupported,
+                       QStringLiteral("GetEnabled() method does not support UID -1 (all users)"));
+        return {};
+    }
+    if (uid < 0) {
+        sendErrorReply(QDBusError::InvalidArgs, QStringLiteral("UID cannot be less than 0"));
+        return {};
+    }
+    return m_manager->enabledApplications(uid);
+}
+
+void DBusInterface::pulseIdle()
+{
+    // Idle between calls; each call starts the idle time anew.
+    setIdle(false);
+    setIdle(true);
+}
+
+void DBusInterface::setIdle(bool idle)
+{
+    if (m_isIdle == idle)
+        return;
+    m_isIdle = idle;
+    Q_EMIT isIdleChanged();
+}
+
+} // namespace Autostart

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QDBusContext>
+#include <QObject>
+#include <QStringList>
+
+namespace Autostart {
+
+class Manager;
+
+/// The bus face of the autostart store: anybody may read, privileged callers may switch. Each call
+/// counts as activity. Event-loop thread only; SetEnabled blocks for a question to the bus.
+class DBusInterface : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.zarn.am.Autostart")
+    Q_PROPERTY(bool isIdle READ isIdle NOTIFY isIdleChanged)
+
+public:
+    /// @param manager the store; not owned.
+    explicit DBusInterface(Manager *manager, QObject *parent = nullptr);
+
+    [[nodiscard]] bool isIdle() const { return m_isIdle; }
+
+Q_SIGNALS:
+    void isIdleChanged();
+
+public Q_SLOTS:
+    /// Switches autostart of an application for a user; uid -1 stands for all users.
+    void SetEnabled(int uid, const QString &application, bool value);
+    /// The ids of the applications that start for a user.
+    QStringList GetEnabled(int uid);
+
+private:
+    void pulseIdle();
+    void setIdle(bool idle);
+
+    bool m_isIdle = true;
+    Manager *const m_manager;
+};
+
+} // namespace Autostart

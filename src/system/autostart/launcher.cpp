@@ -1,0 +1,43 @@
+#include "system/autostart/launcher.h"
+
+#include "system/autostart/manager.h"
+
+#include <QDebug>
+#include <QProcess>
+#include <QStandardPaths>
+
+#include <mdesktopentry.h>
+#include <orvanecontrol.h>
+
+#include <unistd.h>
+
+namespace Autostart {
+
+bool Launcher::launchApplications()
+{
+    bool allStarted = true;
+    const QStringList applications =
+        Manager::instance()->enabledApplications(static_cast<int>(getuid()));
+    for (const QString &application : applications) {
+        const MDesktopEntry entry(QStandardPaths::locate(
+            QStandardPaths::ApplicationsLocation, QStringLiteral("%1.desktop").arg(application)));
+        if (entry.type() == QLatin1String("Link")) {
+            // As an argument of its own: no character of the URL can become a second one.
+            if (!QProcess::startDetached(QStringLiteral("xdg-open"), {entry.url()})) {
+                qWarning() << "Failed to launch browser link: " << entry.url();
+                allStarted = false;
+            }
+            continue;
+        }
+        const QString startId =
+            entry.isValid() ? entry.appOrgname() + QLatin1Char('.') + entry.appName() : QString();
+        if (Orvane::Control::instance().start(startId)) {
+            qWarning() << "couldn't autostart:" << application
+                       << " with the app ID of: " << startId;
+            allStarted = false;
+        }
+    }
+    return allStarted;
+}
+
+} // namespace Autostart

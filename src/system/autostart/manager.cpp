@@ -1,0 +1,123 @@
+#include "system/autostart/manager.h"
+
+#include "common/Core/application_id.h"
+#include "common/root_path.h"
+#include "system/autostart/config_file.h"
+#include "system/autostart/removal.h"
+#include "system/autostart/users.h"
+
+#include <QDBusError>
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+
+namespace Autostart {
+
+namespace {
+
+QString allUsersFile() { return QStringLiteral("all-users.conf"); }
+
+QString userFile(qint64 uid) { return QString::number(uid) + QStringLiteral(".conf"); }
+
+QStringList anyConfigFile() { return {QStringLiteral("*.conf")}; }
+
+// Removes what single users had set for an application. Returns the base names of the files that
+// are still there.
+QStringList removeOverrides(const QString &runtimeDirectory, const QDir &directory)
+{
+    QStringList kept;
+    const bool reached = liesBelow(runtimeDirectory, directory.path());
+    const QFileInfoList files =
+        directory.entryInfoList(anyConfigFile(), QDir::Files | QDir::Hidden);
+    for (const QFileInfo &file : files) {
+        // The setting for all users has been replaced, unless it could not be.
+        const bool gone = file.fileName() == allUsersFile()
+            ? canBeRemoved(file.filePath())
+            : reached && QFile::remove(file.filePath());
+        if (!gone)
+            kept.append(file.baseName());
+    }
+    return kept;
+}
+
+} // namespace
+
+Manager::Manager()
+    : m_systemDirectory(QDir(rootPrefix() + QStringLiteral("/etc/am/conf.d")).absolutePath())
+    , m_runtimeDirectory(QDir(rootPrefix() + QStringLiteral("/var/lib/am/apps")).absolutePath())
+{
+    cleanupRemovedUsers();
+}
+
+Manager *Manager::instance()
+{
+    static auto *manager = new Manager;
+    return manager;
+}
+
+bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
+{
+    if (!Core::ApplicationId(appId).isValid() && appId != QLatin1String("enabledMode")) {
+        qWarning() << "Invalid application ID:" << appId;
+        return false;
+    }
+    const QDir directory(QDir(m_runtimeDirectory).absoluteFilePath(appId));
+    if (uid != allUsers)
+        return writeRuntimeConfig(directory.filePath(userFile(uid)), appId, uid, enabled);
+
+    // The new setting first: after a crash in between, a user has what he had before or what is
+    // new. What single users had set goes also when the write failed.
+    const bool written =
+        writeRuntimeConfig(directory.filePath(allUsersFile()), appId, uid, enabled);
+    const QStringList kept = removeOverrides(m_runtimeDirectory, directory);
+    for (const QString &user : kept)
+        qWarning() << "couldn't disable autostart of" << appId << "for" << user << "uid";
+    return written;
+}
+
+QStringList Manager::enabledApplications(int uid) const
+{
+    EnabledMap enabled;
+    readConfigFiles(m_systemDirectory, anyConfigFile(), uid, enabled);
+    readConfigFiles(m_runtimeDirectory, {allUsersFile()}, uid, enabled);
+    readConfigFiles(m_runtimeDirectory, {userFile(uid)}, uid, enabled);
+    return enabled.keys(true);
+}
+
+bool Manager::cleanupUninstalledApplication(const QString &appId)
+{
+    const bool removed = removeBelow(m_runtimeDirectory, appId);
+    if (!removed)
+        qWarning() << "couldn't remove uninstalled application directory: "
+                   << m_runtimeDirectory + QLatin1Char('/') + appId;
+    return removed;
+}
+
+void Manager::cleanupRemovedUsers()
+{
+    QSet<quint32> users;
+    const QDBusError error = existingUsers(users);
+    if (error.isValid()) {
+        qWarning() << "couldn't get available users list:" << error;
+        return;
+    }
+    QSet<QString> keep{allUsersFile()};
+    for (const quint32 user : qAsConst(users))
+        keep.insert(userFile(user));
+
+    const QStringList paths = configFilesBelow(m_runtimeDirectory, anyConfigFile());
+    for (const QString &path : paths) {
+        const QFileInfo file(path);
+        if (keep.contains(file.fileName()))
+            continue;
+        if (!QFile::remove(path))
+            qWarning() << "couldn't remove user config:" << file.absoluteFilePath();
+        QDir directory = file.absoluteDir();
+        const bool empty = directory.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System
+                                             | QDir::NoDotAndDotDot);
+        if (empty && !directory.removeRecursively())
+            qWarning() << "coudln't cleanup empty directory" << directory.path();
+    }
+}
+
+} // namespace Autostart

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusVirtualObject>
+#include <QStringList>
+
+#include <functional>
+
+/// The user manager: answers "users" as its mode says.
+///   list       the given users
+///   empty      no user
+///   error      an error reply
+///   malformed  a reply of another type
+///   hang       no reply
+class FakeUserManager : public QDBusVirtualObject
+{
+    Q_OBJECT
+
+public:
+    /// Claims the service's name on the connection.
+    /// @param uids numeric ids, for the mode "list".
+    FakeUserManager(const QDBusConnection &bus, const QString &mode, const QStringList &uids);
+
+    /// Whether the name could be claimed.
+    [[nodiscard]] bool isUp() const { return m_isUp; }
+    /// Runs at each call.
+    std::function<void()> onCall;
+
+    QString introspect(const QString &path) const override;
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &bus) override;
+
+private:
+    [[nodiscard]] QDBusMessage answerTo(const QDBusMessage &message) const;
+
+    const QString m_mode;
+    const QStringList m_uids;
+    bool m_isUp = false;
+};

@@ -1,0 +1,174 @@
+#include "fakes/fake_systemd.h"
+#include "support/private_bus.h"
+#include "support/temp_root.h"
+#include "system/Core/task_manager.h"
+
+#include <QDBusConnection>
+#include <QSignalSpy>
+#include <QTest>
+
+using Core::TaskManager;
+
+class TestTaskManager : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void isOneForTheProcess();
+    void runsReadyCallbacksInOrder();
+    void knowsWhatSystemdKnows();
+    void announcesManyChangesOnce();
+    void stopsTheTasksOfARemovedApplicationOnly();
+    void logsATaskThatCannotBeStopped();
+
+private:
+    static constexpr int patienceMs = 30000;
+    static QString unit(const char *task)
+    {
+        return QStringLiteral("ov_task.%1.service").arg(QString::fromLatin1(task));
+    }
+    void makeReady();
+
+    PrivateBus bus;
+    TempRoot root;
+    QDBusConnection systemdBus{QString()};
+    std::unique_ptr<FakeSystemd> systemd;
+    std::unique_ptr<TaskManager> manager;
+};
+
+void TestTaskManager::initTestCase()
+{
+    QVERIFY(bus.start());
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
+    qputenv("ORVANE_ROOTFS", root.path().toUtf8());
+    qputenv("XDG_DATA_HOME", root.path(QStringLiteral("/home/data")).toUtf8());
+    qputenv("XDG_DATA_DIRS", root.path(QStringLiteral("/usr/share")).toUtf8());
+    systemdBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("systemd"));
+}
+
+void TestTaskManager::init()
+{
+    systemd = std::make_unique<FakeSystemd>(systemdBus);
+    systemd->units = {{unit("a.b.task_x"), QStringLiteral("active"), QStringLiteral("running")},
+                      {unit("a.b.task_y"), QStringLiteral("inactive"), QStringLiteral("dead")},
+                      {unit("a.bc.task_x"), QStringLiteral("active"), QStringLiteral("running")}};
+    systemd->unitFiles = {
+        {QStringLiteral("/etc/systemd/system/") + unit("a.b.task_y"), QStringLiteral("enabled")},
+        {QStringLiteral("/etc/systemd/system/") + unit("a.b.task_z"), QStringLiteral("disabled")}};
+    manager = std::make_unique<TaskManager>();
+}
+
+void TestTaskManager::cleanup()
+{
+    manager.reset();
+    systemd.reset();
+}
+
+void TestTaskManager::makeReady()
+{
+    bool ready = false;
+    manager->runWhenReady([&ready] { ready = true; });
+    QTRY_VERIFY_WITH_TIMEOUT(ready, patienceMs);
+    // The load's own announcement is out before a test listens.
+    QCoreApplication::processEvents();
+}
+
+void TestTaskManager::isOneForTheProcess() { QCOMPARE(TaskManager::instance(), manager.get()); }
+
+void TestTaskManager::runsReadyCallbacksInOrder()
+{
+    QStringList ran;
+    systemd->hold(QStringLiteral("ListUnitFilesByPatterns"));
+    manager->runWhenReady([&ran] { ran.append(QStringLiteral("first")); });
+    manager->runWhenReady([&ran] { ran.append(QStringLiteral("second")); });
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, patienceMs);
+    QVERIFY(ran.isEmpty());
+    systemd->release(QStringLiteral("ListUnitFilesByPatterns"));
+    QTRY_COMPARE_WITH_TIMEOUT(ran, QStringList({QStringLiteral("first"), QStringLiteral("second")}),
+                              patienceMs);
+    manager->runWhenReady([&ran] { ran.append(QStringLiteral("at once")); });
+    QCOMPARE(ran.size(), 3);
+}
+
+void TestTaskManager::knowsWhatSystemdKnows()
+{
+    makeReady();
+    QStringList seen;
+    const auto tasks = manager->tasks();
+    for (const Core::TaskRecord &task : tasks)
+        seen.append(QStringLiteral("%1 %2 %3 %4")
+                        .arg(task.taskId)
+                        .arg(task.state)
+                        .arg(task.enabled)
+                        .arg(task.mainPid));
+    QCOMPARE(
+        seen,
+        QStringList({QStringLiteral("a.b.task_x 2 0 -1"), QStringLiteral("a.b.task_y 1 1 -1"),
+                     QStringLiteral("a.b.task_z 0 0 -1"), QStringLiteral("a.bc.task_x 2 0 -1")}));
+}
+
+void TestTaskManager::announcesManyChangesOnce()
+{
+    makeReady();
+    QSignalSpy changed(manager.get(), &TaskManager::systemTasksChanged);
+    const QString prefix =
+        QStringLiteral("/org/freedesktop/systemd1/unit/ov_5ftask_2ea_2eb_2etask_5f");
+    systemd->emitChange(prefix + QStringLiteral("x_2eservice"), {});
+    systemd->emitChange(prefix + QStringLiteral("y_2eservice"), {});
+    systemd->emitChange(prefix + QStringLiteral("unknown_2eservice"), {});
+    // Both are here before the loop turns: what arrives meanwhile waits for it.
+    QVERIFY(changed.wait(patienceMs));
+    QCoreApplication::processEvents();
+    QVERIFY(changed.size() <= 2);
+
+    // Two requests in one pass, for certain.
+    changed.clear();
+    QMetaObject::invokeMethod(manager.get(), "emitSystemTasksChanged", Qt::QueuedConnection);
+    QVERIFY(changed.wait(patienceMs));
+    QCOMPARE(changed.size(), 1);
+}
+
+void TestTaskManager::stopsTheTasksOfARemovedApplicationOnly()
+{
+    makeReady();
+    root.write(root.unitFile(QStringLiteral("a.b.task_x")), "x");
+    root.write(root.policyFile(QStringLiteral("a.b.task_x")), "x");
+    root.write(root.unitFile(QStringLiteral("a.bc.task_x")), "x");
+    QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.b")));
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3 + 6, patienceMs);
+    QStringList stopped;
+    for (const QDBusMessage &call : qAsConst(systemd->calls)) {
+        if (call.member() == QLatin1String("StopUnit"))
+            stopped.append(call.arguments().constFirst().toString());
+    }
+    QCOMPARE(stopped, QStringList({unit("a.b.task_x"), unit("a.b.task_y"), unit("a.b.task_z")}));
+    QVERIFY(!root.exists(root.unitFile(QStringLiteral("a.b.task_x"))));
+    QVERIFY(!root.exists(root.policyFile(QStringLiteral("a.b.task_x"))));
+    QVERIFY(root.exists(root.unitFile(QStringLiteral("a.bc.task_x"))));
+    QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a")));
+    QVERIFY(manager->cleanupUninstalledApplication(QString()));
+    QCOMPARE(manager->tasks().size(), 4);
+}
+
+void TestTaskManager::logsATaskThatCannotBeStopped()
+{
+    makeReady();
+    systemd->refuse(QStringLiteral("StopUnit"),
+                    QStringLiteral("org.freedesktop.DBus.Error.AccessDenied"),
+                    QStringLiteral("no"));
+    QTest::ignoreMessage(QtWarningMsg, "Failed to stop task Error(6, \"no\")");
+    QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 5, patienceMs);
+    bool answered = false;
+    manager->stop(QStringLiteral("a.bc.task_x"), [&answered](const Core::Error &error) {
+        answered = error.code() == Core::Error::AccessDenied;
+    });
+    QTRY_VERIFY_WITH_TIMEOUT(answered, patienceMs);
+}
+
+QTEST_GUILESS_MAIN(TestTaskManager)
+#include "tst_task_manager.moc"
