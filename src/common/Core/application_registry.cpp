@@ -3,9 +3,12 @@
 
 #include "common/Core/manifest.h"
 
+#include <QDebug>
 #include <QDir>
 #include <QFileInfo>
+#include <QSet>
 #include <QStandardPaths>
+#include <QUrl>
 #include <QVersionNumber>
 
 namespace Core {
@@ -21,12 +24,15 @@ void ApplicationRegistryPrivate::scan()
 {
     fileToApplication.clear();
     applications.clear();
+    const MimeappsEntries chosen = readMimeappsList();
     const QStringList directories =
         QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
     for (const QString &directory : directories) {
         if (QFileInfo(directory).isDir())
             scanDirectory(directory);
     }
+    registerHandlers();
+    uriHandlers.takeDefaults(chosen, fileToApplication);
     Q_EMIT q->manifestsChanged();
 }
 
@@ -48,6 +54,26 @@ void ApplicationRegistryPrivate::scanDirectory(const QString &directory)
         if (!applications.contains(id))
             applications.insert(id, info);
     }
+}
+
+void ApplicationRegistryPrivate::registerHandlers()
+{
+    uriHandlers = UriHandlers();
+    for (auto info = applications.constBegin(); info != applications.constEnd(); ++info) {
+        for (const QString &mimeType : info->mimeTypes())
+            uriHandlers.registerType(mimeType, info.key());
+    }
+}
+
+void ApplicationRegistryPrivate::writeDefaults() const
+{
+    QMap<QString, QString> files;
+    const QMap<QString, QString> &defaults = uriHandlers.defaults();
+    for (auto entry = defaults.constBegin(); entry != defaults.constEnd(); ++entry) {
+        const QString path = applications.value(entry.value()).desktopFilePath();
+        files.insert(entry.key(), QFileInfo(path).fileName());
+    }
+    writeMimeappsList(files);
 }
 
 ApplicationRegistry::ApplicationRegistry(QObject *parent)
@@ -115,6 +141,30 @@ int ApplicationRegistry::compatibilityLevel(const ApplicationId &id) const
     if (target < QVersionNumber(5, 2, 0))
         return 1;
     return hasManifest && info.manifest().keepMediaActiveInBackground() ? 1 : 2;
+}
+
+QStringList ApplicationRegistry::handlersForUri(const QUrl &uri,
+                                                const HandlerFilters &filters) const
+{
+    QSet<QString> forParents;
+    for (auto info = d->applications.constBegin(); info != d->applications.constEnd(); ++info) {
+        if (info->supportsMimeParents())
+            forParents.insert(info.key());
+    }
+    return d->uriHandlers.handlersFor(uri, filters, forParents);
+}
+
+void ApplicationRegistry::setDefaultHandlerForUri(const QUrl &uri, const ApplicationId &application)
+{
+    if (!d->applications.contains(application.toString())) {
+        qWarning() << "Failed to set" << application.toString() << "as default handler for"
+                   << "uri (application doesn't exists in the application registry)";
+        return;
+    }
+    // Another program may have written to the file since the last scan.
+    d->uriHandlers.takeDefaults(readMimeappsList(), d->fileToApplication);
+    d->uriHandlers.setDefault(uri, application.toString());
+    d->writeDefaults();
 }
 
 } // namespace Core

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/Core/application_info.h"
+#include "common/Core/uri_handlers.h"
 
 #include <QList>
 #include <QObject>
@@ -37,6 +38,11 @@ public:
     [[nodiscard]] QList<TaskInfo> tasksOfType(const QString &type) const;
     /// Which platform generation the application is written for: 0, 1 or 2.
     [[nodiscard]] int compatibilityLevel(const ApplicationId &id) const;
+    /// Ids of the applications that can open a URI, best first.
+    [[nodiscard]] QStringList handlersForUri(const QUrl &uri, const HandlerFilters &filters) const;
+    /// Makes an application the user's choice for the type of a URI, for good. An application that
+    /// is not installed is logged and changes nothing.
+    void setDefaultHandlerForUri(const QUrl &uri, const ApplicationId &application);
 
 Q_SIGNALS:
     /// The catalogue was read anew. Emitted at the end of every scan.

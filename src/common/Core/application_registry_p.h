@@ -17,6 +17,8 @@ public:
 
     void scan();
     void scanDirectory(const QString &directory);
+    void registerHandlers();
+    void writeDefaults() const;
 
     /// Desktop file name to application id.
     QMap<QString, QString> fileToApplication;
@@ -24,6 +26,7 @@ public:
     QMap<QString, ApplicationInfo> applications;
     QFileSystemWatcher watcher;
     VersionOverrides versionOverrides;
+    UriHandlers uriHandlers;
     /// One scan for all that the watcher reports in a pass of the event loop: a file that goes is
     /// reported as itself and by its directory.
     QTimer scanSoon;

@@ -1,0 +1,292 @@
+#include "common/Core/application_registry.h"
+#include "support/temp_root.h"
+
+#include <QFile>
+#include <QMimeDatabase>
+#include <QTest>
+#include <QUrl>
+
+using Core::ApplicationId;
+using Core::ApplicationRegistry;
+using Core::HandlerFilters;
+
+class TestUriHandlers : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { registry.reset(); }
+
+    void hasTheSharedMimeDatabase();
+    void findsBySchemeThenAddressThenType();
+    void asksForAddressesInOrder();
+    void skipsExcludedStages_data();
+    void skipsExcludedStages();
+    void asksForTypesOnlyWithALocalFile();
+    void expandsWildcards();
+    void asksParentsOfThoseThatWantThem();
+    void putsTheUsersChoiceFirst();
+    void keepsTheChoiceForTheNextStart();
+    void writesOneGroupOnly();
+    void mergesEveryGroupOfTheFile();
+    void refusesAnUnknownApplication();
+    void saysThatTheFileCannotBeRead();
+    void saysThatTheFileCannotBeWritten();
+    void saysThatTheDirectoryCannotBeMade();
+
+private:
+    static QString file() { return QStringLiteral("/home/config/mimeapps.list"); }
+    void add(const char *name, const char *mimeTypes, const char *more = "") const
+    {
+        root->write(
+            QStringLiteral("/usr/share/applications/%1.desktop").arg(QString::fromLatin1(name)),
+            QByteArray("[Desktop Entry]\nType=Application\nName=x\nMimeType=") + mimeTypes + "\n"
+                + more + "\n[X-Application]\nOrganizationName=com.x\nApplicationName=" + name
+                + "\n");
+    }
+    void load() { registry = std::make_unique<ApplicationRegistry>(); }
+    /// Names of the applications, without the organisation, joined by blanks.
+    [[nodiscard]] QString ask(const char *uri, const HandlerFilters &filters = {}) const
+    {
+        const QStringList ids = registry->handlersForUri(QUrl(QString::fromLatin1(uri)), filters);
+        QStringList names;
+        for (const QString &id : ids)
+            names.append(id.mid(6));
+        return names.join(QLatin1Char(' '));
+    }
+    void choose(const char *uri, const char *name) const
+    {
+        registry->setDefaultHandlerForUri(
+            QUrl(QString::fromLatin1(uri)),
+            ApplicationId(QStringLiteral("com.x"), QString::fromLatin1(name)));
+    }
+
+    std::unique_ptr<TempRoot> root;
+    std::unique_ptr<ApplicationRegistry> registry;
+};
+
+void TestUriHandlers::init()
+{
+    root = std::make_unique<TempRoot>();
+    qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
+    qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
+    // The MIME database is the system's own.
+    QVERIFY(QFile::link(QStringLiteral("/usr/share/mime"),
+                        root->path(QStringLiteral("/usr/share/mime"))));
+    qputenv("XDG_CONFIG_HOME", root->path(QStringLiteral("/home/config")).toUtf8());
+}
+
+void TestUriHandlers::hasTheSharedMimeDatabase()
+{
+    QVERIFY(QMimeDatabase().mimeTypeForName(QStringLiteral("image/png")).isValid());
+}
+
+void TestUriHandlers::findsBySchemeThenAddressThenType()
+{
+    add("Type", "image/png;");
+    add("Host", "x-url-handler/example.com/a.png;");
+    add("Scheme", "x-scheme-handler/ftp;image/png;");
+    load();
+    QCOMPARE(ask("ftp://example.com/a.png"), QStringLiteral("Scheme Host Type"));
+    QCOMPARE(ask("sftp://example.com/a.png"), QStringLiteral("Host Scheme Type"));
+    QCOMPARE(ask("mailto:a@b"), QString());
+}
+
+void TestUriHandlers::asksForAddressesInOrder()
+{
+    add("D", "x-url-handler/h:8080/*;");
+    add("C", "x-url-handler/h:8080/a/*;");
+    add("B", "x-url-handler/h:8080/a/b;");
+    add("A", "x-url-handler/h/*;x-url-handler/h:8080/a;x-url-handler/h;");
+    load();
+    QCOMPARE(ask("http://h:8080/a/b"), QStringLiteral("D C B"));
+    QCOMPARE(ask("http://h:8080//a//b/"), QStringLiteral("D C B"));
+    QCOMPARE(ask("http://h:8080/a"), QStringLiteral("D A"));
+    QCOMPARE(ask("http://h/"), QStringLiteral("A"));
+    QCOMPARE(ask("http://h"), QStringLiteral("A"));
+    QCOMPARE(ask("http://h/x"), QStringLiteral("A"));
+}
+
+void TestUriHandlers::skipsExcludedStages_data()
+{
+    QTest::addColumn<QStringList>("hosts");
+    QTest::addColumn<QStringList>("schemes");
+    QTest::addColumn<QString>("expected");
+    const QStringList none;
+    const QStringList all{QStringLiteral("all")};
+    QTest::newRow("none") << none << none << QStringLiteral("Scheme Host Type");
+    QTest::newRow("this host") << QStringList{QStringLiteral("x"), QStringLiteral("example.com")}
+                               << none << QStringLiteral("Scheme Type");
+    QTest::newRow("all hosts") << all << none << QStringLiteral("Scheme Type");
+    QTest::newRow("this scheme") << none << QStringList{QStringLiteral("ftp")}
+                                 << QStringLiteral("Host Type");
+    QTest::newRow("all schemes") << none << all << QStringLiteral("Host Type");
+    QTest::newRow("everything") << all << all << QStringLiteral("Type");
+    QTest::newRow("others") << QStringList{QStringLiteral("ftp")}
+                            << QStringList{QStringLiteral("example.com")}
+                            << QStringLiteral("Scheme Host Type");
+}
+
+void TestUriHandlers::skipsExcludedStages()
+{
+    QFETCH(QStringList, hosts);
+    QFETCH(QStringList, schemes);
+    QFETCH(QString, expected);
+    add("Type", "image/png;");
+    add("Host", "x-url-handler/example.com/*;");
+    add("Scheme", "x-scheme-handler/ftp;");
+    load();
+    QCOMPARE(ask("ftp://example.com/a.png", {hosts, schemes}), expected);
+}
+
+void TestUriHandlers::asksForTypesOnlyWithALocalFile()
+{
+    add("Type", "image/png;");
+    add("Scheme", "x-scheme-handler/file;x-url-handler/localhost/*;");
+    load();
+    QCOMPARE(ask("file:///tmp/none.png"), QStringLiteral("Type"));
+}
+
+void TestUriHandlers::expandsWildcards()
+{
+    add("Images", "image/*;");
+    add("Odd", "a/*b*;*b*;");
+    load();
+    QMimeDatabase database;
+    int images = 0;
+    const auto types = database.allMimeTypes();
+    for (const QMimeType &type : types) {
+        if (!type.name().startsWith(QLatin1String("image/")) || type.suffixes().isEmpty())
+            continue;
+        const QString uri = QStringLiteral("file:///none.") + type.preferredSuffix();
+        if (database.mimeTypeForUrl(QUrl(uri)).name() != type.name())
+            continue;
+        QCOMPARE(ask(qPrintable(uri)), QStringLiteral("Images"));
+        ++images;
+    }
+    QVERIFY(images > 10);
+    QCOMPARE(ask("file:///none.txt"), QString());
+}
+
+void TestUriHandlers::asksParentsOfThoseThatWantThem()
+{
+    // C++ source is C source is plain text.
+    add("Wants", "text/plain;", "X-Halcyn-Support-Mime-Parents=true");
+    add("Not", "text/plain;text/x-csrc;");
+    add("Nearer", "text/x-csrc;", "X-Halcyn-Support-Mime-Parents=true");
+    add("Own", "text/x-c++src;");
+    load();
+    QCOMPARE(ask("file:///none.cpp"), QStringLiteral("Own Nearer Wants"));
+}
+
+void TestUriHandlers::putsTheUsersChoiceFirst()
+{
+    add("A", "image/png;");
+    add("B", "image/png;");
+    add("C", "text/plain;");
+    load();
+    QCOMPARE(ask("file:///none.png"), QStringLiteral("A B"));
+    choose("file:///other.png", "B");
+    QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
+    // Also one that does not declare the type.
+    choose("file:///other.png", "C");
+    QCOMPARE(ask("file:///none.png"), QStringLiteral("C A B"));
+    QCOMPARE(ask("file:///none.txt"), QStringLiteral("C"));
+}
+
+void TestUriHandlers::keepsTheChoiceForTheNextStart()
+{
+    add("A", "image/png;");
+    add("B", "image/png;");
+    load();
+    choose("file:///x.png", "B");
+    load();
+    QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
+    // One choice more keeps the first.
+    choose("file:///x.txt", "A");
+    QCOMPARE(root->read(file()),
+             QByteArray("[Default Applications]\nimage/png=B.desktop\ntext/plain=A.desktop\n"));
+    // And what another program has written since.
+    root->write(file(), "[Default Applications]\nimage/gif=B.desktop\n");
+    choose("file:///x.txt", "B");
+    QVERIFY(root->read(file()).contains("image/gif=B.desktop\n"));
+}
+
+void TestUriHandlers::writesOneGroupOnly()
+{
+    add("A", "image/png;");
+    root->write(file(),
+                "# mine\n[Added Associations]\nimage/gif=A.desktop;gone.desktop;\n[Other]\nx\n");
+    load();
+    choose("file:///x.png", "A");
+    QCOMPARE(root->read(file()),
+             QByteArray("[Default Applications]\nimage/gif=A.desktop\nimage/png=A.desktop\n"));
+}
+
+void TestUriHandlers::mergesEveryGroupOfTheFile()
+{
+    add("A", "image/png;");
+    add("B", "image/png;");
+    add("S", "x-scheme-handler/https;");
+    add("T", "x-scheme-handler/https;");
+    root->write(file(),
+                "\n# c=d\n[One]\nimage/png = gone.desktop;B.desktop;;A.desktop;B.desktop\r\n"
+                "no separator\n[Two]\nimage/png=A.desktop;\n"
+                "x-scheme-handler/https=T.desktop\nimage/gif=gone.desktop");
+    load();
+    QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
+    QCOMPARE(ask("https://example.com"), QStringLiteral("T S"));
+    QCOMPARE(ask("file:///none.gif"), QString());
+}
+
+void TestUriHandlers::refusesAnUnknownApplication()
+{
+    root->write(file(), "[Other]\n");
+    load();
+    QTest::ignoreMessage(QtWarningMsg,
+                         "Failed to set \"com.x.None\" as default handler for uri (application "
+                         "doesn't exists in the application registry)");
+    choose("file:///x.png", "None");
+    QCOMPARE(root->read(file()), QByteArray("[Other]\n"));
+}
+
+void TestUriHandlers::saysThatTheFileCannotBeRead()
+{
+    root->write(file() + QStringLiteral("/a-directory"), "");
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        qPrintable(QStringLiteral("Failed to open file \"%1\"").arg(root->path(file()))));
+    load();
+}
+
+void TestUriHandlers::saysThatTheFileCannotBeWritten()
+{
+    add("A", "image/png;");
+    load();
+    root->write(file() + QStringLiteral("/a-directory"), "");
+    const QByteArray message =
+        QStringLiteral("Failed to open file \"%1\"").arg(root->path(file())).toUtf8();
+    // Once for reading what is there, once for writing.
+    QTest::ignoreMessage(QtWarningMsg, message);
+    QTest::ignoreMessage(QtWarningMsg, message);
+    choose("file:///x.png", "A");
+    QCOMPARE(ask("file:///none.png"), QStringLiteral("A"));
+}
+
+void TestUriHandlers::saysThatTheDirectoryCannotBeMade()
+{
+    add("A", "image/png;");
+    root->write(QStringLiteral("/home/config"), "a file");
+    load();
+    QTest::ignoreMessage(QtWarningMsg,
+                         qPrintable(QStringLiteral("Failed to create directory \"%1\"")
+                                        .arg(root->path(QStringLiteral("/home/config")))));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        qPrintable(QStringLiteral("Failed to open file \"%1\"").arg(root->path(file()))));
+    choose("file:///x.png", "A");
+}
+
+QTEST_GUILESS_MAIN(TestUriHandlers)
+#include "tst_uri_handlers.moc"
