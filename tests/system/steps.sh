@@ -87,3 +87,24 @@ expect_no_file() {
 expect_file() {
     in_container test -f "$1" || fail "$1 is missing"
 }
+
+# call_as USER METHOD SIGNATURE ARGUMENT...: a call on the autostart object as a user of the system.
+call_as() {
+    local user=$1
+    shift
+    in_container setpriv --reuid="$user" --regid="$(in_container id -g "$user")" --init-groups \
+        busctl call org.zarn.Orvane /org/zarn/am org.zarn.am.Autostart "$@"
+}
+
+set_enabled() { call_as root SetEnabled isb "$@" >/dev/null; }
+
+# start_peer PROGRAM ARGUMENT...: runs one of the tests' stand-ins for a peer on the container's bus.
+start_peer() {
+    local program=$1 name=$2
+    shift 2
+    container_install "$ORVANE_BIN/$program" "/usr/local/bin/$program" 755
+    in_container systemd-run --quiet --unit="$program" "/usr/local/bin/$program" "$@"
+    wait_for 20 "$name" bus_name_is_owned "$name"
+}
+
+autostart_file() { echo "/var/lib/am/apps/$1/$2.conf"; }

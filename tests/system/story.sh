@@ -54,6 +54,8 @@ tell() {
     tell_process
     tell_announcement
     tell_stop
+    tell_autostart
+    tell_removal
     tell_log
     tell_idle_exit
     rm -f "$story_watch_log"
@@ -140,6 +142,38 @@ tell_stop() {
     wait_for 20 "the end to be announced" last_announced "ActiveTasks: none" || true
     holds "the client was told that nothing runs" last_announced "ActiveTasks: none"
 }
+
+autostart_call() {
+    show busctl call org.zarn.Orvane /org/zarn/am org.zarn.am.Autostart "$@"
+}
+
+tell_autostart() {
+    chapter "The owner has the application start with the session"
+    autostart_call SetEnabled isb 100000 com.example.Notes true
+    local answer
+    answer=$(autostart_call GetEnabled i 100000)
+    echo "$answer"
+    holds "it is switched on for this user" contains "$answer" 'as 1 "com.example.Notes"'
+    show cat "$(stage_path /var/lib/am/apps/com.example.Notes/100000.conf)"
+    answer=$(autostart_call GetEnabled i 100001)
+    holds "and for nobody else" contains "$answer" "as 0"
+}
+
+tell_removal() {
+    chapter "The package is removed while its task runs"
+    session_call Start 'sa{sv}a{sv}' $story_task 0 2 User s "$(stage_user)" Autostart i 2 >/dev/null
+    wait_for 20 "the task to run" last_announced_running || true
+    holds "the task runs again" last_announced_running
+    show busctl call org.zarn.Orvane /org/zarn/Teller/Hooks org.zarn.Teller.Hooks \
+        OnRemove s com.example.Notes
+    wait_for 20 "the end to be announced" last_announced "ActiveTasks: none" || true
+    holds "its task has ended" last_announced "ActiveTasks: none"
+    holds "its unit is gone" file_is_gone "/etc/systemd/system/$story_unit"
+    holds "its autostart setting is gone" \
+        file_is_gone /var/lib/am/apps/com.example.Notes/100000.conf
+}
+
+last_announced_running() { tail -n 1 "$story_watch_log" | grep -q "^ActiveTasks: $story_task"; }
 
 tell_log() {
     chapter "The daemon's own log"
