@@ -44,7 +44,8 @@ QString encoded(QChar character)
     const bool asciiLetter = (code >= 'A' && code <= 'Z') || (code >= 'a' && code <= 'z');
     if (asciiLetter || isDecimalDigit(character))
         return character;
-    const int value = static_cast<signed char>(character.toLatin1());
+    // The sign is meant. NOLINTNEXTLINE(bugprone-signed-char-misuse)
+    const int value = qint8(character.toLatin1());
     // QString::number() prints no minus sign in base 16.
     return (value < 0 ? QStringLiteral("_-") : QStringLiteral("_"))
         + QString::number(qAbs(value), 16);

@@ -2,13 +2,11 @@
 
 #include "common/DBus/error.h"
 
-#include <utility>
-
 namespace DBus {
 
-DelayedReply::DelayedReply(QDBusMessage request, QDBusConnection connection)
-    : m_request(std::move(request))
-    , m_connection(std::move(connection))
+DelayedReply::DelayedReply(const QDBusMessage &request, const QDBusConnection &connection)
+    : m_request(request)
+    , m_connection(connection)
 {
 }
 

@@ -15,7 +15,7 @@ class DelayedReply
 {
 public:
     /// @param request the incoming call, already marked for a delayed reply.
-    DelayedReply(QDBusMessage request, QDBusConnection connection);
+    DelayedReply(const QDBusMessage &request, const QDBusConnection &connection);
 
     /// Answers with the int32 0 on success, else with the error's D-Bus name and message.
     void finish(const Core::Error &result) const;

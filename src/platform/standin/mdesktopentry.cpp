@@ -8,7 +8,7 @@
 namespace {
 
 // Desktop entries have some kilobytes; anything near this is something else.
-constexpr qint64 largestFile = 1024 * 1024;
+constexpr qint64 largestFile = 1 << 20;
 
 QString mainGroup() { return QStringLiteral(G_KEY_FILE_DESKTOP_GROUP); }
 

@@ -135,12 +135,12 @@ void SystemdProxy::disableUnitFiles(const QStringList &files, bool runtime)
 
 void SystemdProxy::reload() { d->calls.send(d->managerCall(QStringLiteral("Reload"))); }
 
-void SystemdProxy::startUnit(const QString &name, const QString &mode, JobCallback callback)
+void SystemdProxy::startUnit(const QString &name, const QString &mode, const JobCallback &callback)
 {
     d->callForJob(QStringLiteral("StartUnit"), name, mode, callback);
 }
 
-void SystemdProxy::stopUnit(const QString &name, const QString &mode, JobCallback callback)
+void SystemdProxy::stopUnit(const QString &name, const QString &mode, const JobCallback &callback)
 {
     d->callForJob(QStringLiteral("StopUnit"), name, mode, callback);
 }
@@ -155,7 +155,7 @@ QString SystemdProxy::unitObjectPath(const QString &name)
         const bool plain = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z')
             || (byte >= '0' && byte <= '9');
         // A byte with the high bit set widens as a signed number: eight digits.
-        const auto code = static_cast<quint32>(static_cast<signed char>(byte));
+        const auto code = static_cast<quint32>(qint32(qint8(byte)));
         path += plain ? QString(QLatin1Char(byte))
                       : QStringLiteral("_%1").arg(code, 2, 16, QLatin1Char('0'));
     }

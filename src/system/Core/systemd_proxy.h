@@ -78,9 +78,9 @@ public:
     void reload();
     /// Watches the unit, then asks for the job. Success says that the job was accepted, not that
     /// the unit runs.
-    void startUnit(const QString &name, const QString &mode, JobCallback callback);
+    void startUnit(const QString &name, const QString &mode, const JobCallback &callback);
     /// The same for the stop job.
-    void stopUnit(const QString &name, const QString &mode, JobCallback callback);
+    void stopUnit(const QString &name, const QString &mode, const JobCallback &callback);
     /// Has the unit's property changes reported. Watching twice is watching once; for ever.
     void watchUnit(const QString &name);
 

@@ -22,7 +22,7 @@ constexpr int startAtBoot = 2;
 // other text could name somebody else's policy, or with a slash any file.
 void removeFilesOf(const ApplicationTaskId &id)
 {
-    const QString taskId = id.toString();
+    const QString &taskId = id.toString();
     if (!taskId.contains(QLatin1Char('/')))
         QFile::remove(unitFilePath(taskId));
     if (id.isValid())
@@ -153,7 +153,7 @@ TaskManager *TaskManager::instance()
 void TaskManager::start(const ApplicationTaskId &id, const QVariantMap &startParameters,
                         const QVariantMap &taskSettings, const Callback &callback)
 {
-    const QString taskId = id.toString();
+    const QString &taskId = id.toString();
     if (d->deferUntilStarted(taskId, [=] { start(id, startParameters, taskSettings, callback); }))
         return;
     const ApplicationRegistry::TaskInfo &task = ApplicationRegistry::instance()->task(id);
@@ -197,7 +197,7 @@ void TaskManager::start(const QString &id, const QVariantMap &startParameters,
 
 void TaskManager::stop(const ApplicationTaskId &id, const Callback &callback)
 {
-    const QString taskId = id.toString();
+    const QString &taskId = id.toString();
     if (d->deferUntilStarted(taskId, [=] { stop(id, callback); }))
         return;
     const QString unitName = unitNameOf(taskId);

@@ -13,7 +13,7 @@ namespace Autostart {
 namespace {
 
 // Settings files are some hundred bytes; anything near this is something else.
-constexpr qint64 largestFile = 1024 * 1024;
+constexpr qint64 largestFile = 1 << 20;
 
 void readConfigFile(const QString &path, int uid, EnabledMap &enabled)
 {
