@@ -167,7 +167,8 @@ void ApplicationInfoPrivate::readCertificate()
 {
     const QString path = QStringLiteral("%1/opt/app/%2/current/halcyn.pkg")
                              .arg(rootPrefix(), applicationId.toString());
-    if (QFileInfo::exists(path))
+    // Whatever else a package put there, a pipe for one, would block the reader.
+    if (QFileInfo(path).isFile())
         certificateId = QSettings(path, QSettings::IniFormat)
                             .value(QStringLiteral("certificate/id"))
                             .toString();

@@ -5,6 +5,7 @@
 
 #include <QDebug>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -24,6 +25,13 @@ void ManifestPrivate::parse(const QString &path)
     QFile file(path);
     if (!file.exists())
         return;
+    // Opening a pipe would wait for somebody to write to it.
+    const QFileInfo info(path);
+    if (!info.isFile() && !info.isDir()) {
+        qDebug() << "Failed to open file:" << path << "reason:"
+                 << QStringLiteral("It is not a regular file");
+        return;
+    }
     if (!file.open(QIODevice::ReadOnly)) {
         qDebug() << "Failed to open file:" << path << "reason:" << file.errorString();
         return;

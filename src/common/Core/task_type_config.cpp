@@ -1,5 +1,6 @@
 #include "common/Core/task_type_config.h"
 
+#include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -15,13 +16,20 @@ bool saysYes(const QVariant &value)
         || text == QLatin1String("on") || text.toLongLong() != 0;
 }
 
+// The type comes from a client and may lead anywhere: nobody makes this process read what no
+// configuration file is as large as.
+QString locate(const QString &relativePath)
+{
+    constexpr qint64 largestFile = 1 << 20;
+    const QString path = QStandardPaths::locate(QStandardPaths::AppDataLocation, relativePath);
+    return QFileInfo(path).size() <= largestFile ? path : QString();
+}
+
 } // namespace
 
 TaskTypeConfig::TaskTypeConfig(const QString &taskType)
     : m_settings(std::make_unique<QSettings>(
-        QStandardPaths::locate(QStandardPaths::AppDataLocation,
-                               QStringLiteral("task-types/%1.conf").arg(taskType)),
-        QSettings::IniFormat))
+        locate(QStringLiteral("task-types/%1.conf").arg(taskType)), QSettings::IniFormat))
 {
     m_settings->beginGroup(QStringLiteral("TaskType"));
 }

@@ -5,6 +5,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using Core::ApplicationInfo;
 
 class TestApplicationInfo : public QObject
@@ -275,6 +277,10 @@ void TestApplicationInfo::readsManifestAndCertificate()
                 "[other]\nid=no\n[certificate]\nid=abc123\n");
     root->write(package + QStringLiteral("manifest.json"), "{}");
     QCOMPARE(read({}, identity).certificateId(), QStringLiteral("abc123"));
+    // A pipe in its place is not waited for.
+    root->remove(package + QStringLiteral("halcyn.pkg"));
+    QCOMPARE(mkfifo(qPrintable(root->path(package + QStringLiteral("halcyn.pkg"))), 0600), 0);
+    QCOMPARE(read({}, identity).certificateId(), QString());
     QVERIFY(read({}, identity).manifest().isValid());
 }
 

@@ -6,6 +6,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <sys/stat.h>
+
 class TestManifest : public QObject
 {
     Q_OBJECT
@@ -20,6 +22,7 @@ private Q_SLOTS:
     void readsTheObject();
     void saysWhereItCannotParse();
     void saysWhyItCannotOpen();
+    void doesNotWaitForAPipe();
     void takesNoArray();
     void copiesItsRecord();
 
@@ -94,6 +97,15 @@ void TestManifest::saysWhyItCannotOpen()
     QVERIFY(!Core::Manifest(notes()).isValid());
     root.remove(path() + QStringLiteral("/a-directory"));
     QDir().rmdir(root.path(path()));
+}
+
+void TestManifest::doesNotWaitForAPipe()
+{
+    root.write(path(), "");
+    root.remove(path());
+    QCOMPARE(mkfifo(qPrintable(root.path(path())), 0600), 0);
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^Failed to open file: ")));
+    QVERIFY(!Core::Manifest(notes()).isValid());
 }
 
 void TestManifest::takesNoArray()

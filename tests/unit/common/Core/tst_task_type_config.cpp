@@ -47,6 +47,8 @@ void TestTaskTypeConfig::saysWhetherItWorksInSession_data()
     QTest::newRow("a list") << QByteArray("[TaskType]\nWorksInSession=true, true\n") << false;
     QTest::newRow("another group") << QByteArray("[Other]\nWorksInSession=false\n") << true;
     QTest::newRow("no group") << QByteArray("WorksInSession=false\n") << true;
+    QTest::newRow("far too large")
+        << QByteArray("[TaskType]\nWorksInSession=false\n") + QByteArray(2 << 20, ';') << true;
     QTest::newRow("binary") << QByteArray("\0\x1\x2[\xff", 5) << true;
 }
 
