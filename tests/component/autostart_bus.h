@@ -1,6 +1,8 @@
 // A private bus and the processes on it, for the tests of autostart and of the package hook.
 #pragma once
 
+#include "support/death_bound_process.h"
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
@@ -10,18 +12,10 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <csignal>
 #include <memory>
-#include <sys/prctl.h>
 
-/// A process that ends with its test, whatever becomes of that.
-class ChildProcess : public QProcess
-{
-protected:
-    void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGKILL); }
-};
-
-/// A dbus-daemon of its own that lets every user connect, own and call everything.
+/// A dbus-daemon of its own that lets every user connect, own and call everything: its socket lies
+/// where other users can reach it, as some of these tests call as such.
 class OwnBus
 {
 public:
@@ -59,7 +53,7 @@ public:
 
 private:
     QTemporaryDir m_directory;
-    ChildProcess m_process;
+    DeathBoundProcess m_process;
     QString m_address;
 };
 
@@ -140,7 +134,7 @@ public:
         return process.state() == QProcess::NotRunning || process.waitForFinished(30000);
     }
 
-    ChildProcess process;
+    DeathBoundProcess process;
 
 private:
     QByteArray m_log;

@@ -2,6 +2,9 @@
 # A throw-away Debian 12 system with systemd, dbus and firejail of its own: to be sourced. The image
 # stays as it is; all that happens is written to an overlay in memory that goes with the container.
 #
+#   container_enter SCRIPT ARGUMENT...
+#                        goes on as root, in a mount namespace that goes with the script; returns at once
+#                        where that cannot be
 #   container_obstacle   why no container can be booted here; says nothing when one can
 #   container_create     an overlay over the image, with the daemon and the example application in it
 #   container_boot       boots it and waits until it is up; again after container_stop
@@ -13,22 +16,55 @@
 
 container_source=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 container_dir=
+container_name=
+container_cgroups=()
 container_pid=
+container_nspawn=
 container_leader=
 
+container_enter() {
+    local become=() keep
+    [ -z "${ORVANE_CONTAINER_ENTERED:-}" ] || return 0
+    # Never asks for a password: tests have nobody to answer.
+    [ "$(id -u)" -eq 0 ] || become=(sudo -n)
+    "${become[@]}" unshare --mount true 2>/dev/null || return 0
+    keep=(ORVANE_BIN="$ORVANE_BIN" ORVANE_IMAGE_CACHE="${ORVANE_IMAGE_CACHE:-}"
+        ORVANE_REQUIRE_SYSTEM_TESTS="${ORVANE_REQUIRE_SYSTEM_TESTS:-0}")
+    exec "${become[@]}" env "${keep[@]}" ORVANE_CONTAINER_ENTERED=1 unshare --mount "$@"
+}
+
 container_obstacle() {
-    local tool
+    local tool cgroup
     [ "$(id -u)" -eq 0 ] || { echo "root is needed to boot a container"; return; }
     for tool in mmdebstrap systemd-nspawn nsenter; do
         command -v "$tool" >/dev/null || { echo "$tool is not installed (scripts/setup)"; return; }
     done
     unshare --mount --pid --net --uts --ipc --fork true 2>/dev/null \
-        || echo "this machine grants no namespaces"
+        || { echo "this machine grants no namespaces"; return; }
+    container_cgroup_parents | while read -r cgroup; do
+        [ -w "$cgroup" ] || { echo "the control groups of this machine cannot be written to"; break; }
+    done
+}
+
+# Where this process stands in the hierarchies that systemd keeps its units in: the unified one, and
+# on machines with the older layout the one named after it.
+container_cgroup_parents() {
+    local controllers path root
+    while IFS=: read -r _ controllers path; do
+        case "$controllers" in
+            "") root=$(findmnt -n -o TARGET -t cgroup2 | head -n 1) ;;
+            name=systemd) root=$(findmnt -n -o TARGET -t cgroup -O name=systemd | head -n 1) ;;
+            *) continue ;;
+        esac
+        [ -z "$root" ] || echo "$root${path%/}"
+    done </proc/self/cgroup
 }
 
 container_create() {
     local image
     image=$("$container_source/tests/system/image/build")
+    container_name=orvane-$$-$RANDOM
+    mapfile -t container_cgroups < <(container_cgroup_parents | sed "s#\$#/$container_name#")
     container_dir=$(mktemp -d -t orvane-container.XXXXXX)
     mount -t tmpfs -o mode=755 orvane-container "$container_dir"
     mkdir "$container_dir"/{upper,work,root}
@@ -55,18 +91,37 @@ container_install_example() {
 }
 
 container_boot() {
-    local name=orvane-$$-$RANDOM
-    # No registration: there need not be a system manager outside to register with.
-    systemd-nspawn --quiet --register=no --keep-unit --private-network --console=pipe \
-        --link-journal=no --resolv-conf=off --timezone=off --machine="$name" --boot \
-        --directory="$container_dir/root" </dev/null >"$container_dir/console.log" 2>&1 &
+    container_run_nspawn </dev/null >"$container_dir/console.log" 2>&1 &
     container_pid=$!
-    wait_for 60 "the container to boot" container_is_up
+    if ! wait_for 60 "the container to boot" container_has_settled || container_gone; then
+        echo "the container did not boot:" >&2
+        cat "$container_dir/console.log" >&2
+        return 1
+    fi
 }
 
+# Becomes nspawn, in a process namespace that ends with this script, however it ends: the container
+# would outlive an nspawn that is killed.
+container_run_nspawn() {
+    local cgroup
+    # A control group of its own: nspawn would put all containers that are started from one place into the
+    # same, and each would take the others' processes for its own.
+    for cgroup in "${container_cgroups[@]}"; do
+        mkdir -p "$cgroup"
+        echo "$BASHPID" >"$cgroup/cgroup.procs"
+    done
+    # No registration: there need not be a system manager outside to register with.
+    exec setpriv --pdeathsig KILL unshare --pid --fork --kill-child --mount-proc \
+        systemd-nspawn --quiet --register=no --keep-unit --private-network --console=pipe \
+        --link-journal=no --resolv-conf=off --timezone=off --machine="$container_name" --boot \
+        --directory="$container_dir/root"
+}
+
+container_has_settled() { container_gone || container_is_up; }
+
 container_is_up() {
-    kill -0 "$container_pid" 2>/dev/null || { cat "$container_dir/console.log" >&2; return 2; }
-    container_leader=$(pgrep -P "$container_pid" | head -n 1)
+    container_nspawn=$(pgrep -P "$container_pid") || return 1
+    container_leader=$(pgrep -P "$container_nspawn" | head -n 1)
     [ -n "$container_leader" ] || return 1
     case "$(in_container systemctl is-system-running 2>/dev/null)" in
         running | degraded) return 0 ;;
@@ -87,26 +142,39 @@ container_gone() {
 container_stop() {
     [ -n "$container_pid" ] || return 0
     if ! container_gone; then
-        in_container systemctl --no-block poweroff 2>/dev/null || kill -TERM "$container_pid"
+        in_container systemctl --no-block poweroff 2>/dev/null || kill -TERM "$container_nspawn"
         wait_for 30 "the container to stop" container_gone || kill -KILL "$container_pid"
     fi
+    container_forget
+}
+
+container_forget() {
     wait "$container_pid" 2>/dev/null || true
     container_pid=
+    container_leader=
 }
 
 container_remove() {
-    # Nothing of it is wanted any more: no orderly end.
+    local cgroup
     if [ -n "$container_pid" ]; then
-        kill -KILL "$container_pid" ${container_leader:+"$container_leader"} 2>/dev/null || true
-        wait "$container_pid" 2>/dev/null || true
-        container_pid=
+        # Nothing of it is wanted any more: no orderly end. Without its first process it is gone, and
+        # nspawn clears away what it had set up.
+        container_gone || kill -KILL "${container_leader:-$container_pid}" 2>/dev/null || true
+        wait_for 10 "nspawn to end" container_gone || kill -KILL "$container_pid"
+        container_forget
     fi
-    if [ -n "$container_dir" ]; then
-        wait_for 10 "the overlay to be free" umount -q "$container_dir/root" || umount -l "$container_dir/root"
-        umount -l "$container_dir"
-        rmdir "$container_dir"
-        container_dir=
-    fi
+    [ -n "$container_dir" ] || return 0
+    for cgroup in "${container_cgroups[@]}"; do
+        wait_for 10 "the control group to be empty" container_cgroup_is_removed "$cgroup" || true
+    done
+    wait_for 10 "the overlay to be free" umount -q "$container_dir/root" || umount -l "$container_dir/root"
+    umount -l "$container_dir"
+    rmdir "$container_dir"
+    container_dir=
+}
+
+container_cgroup_is_removed() {
+    [ ! -d "$1" ] || find "$1" -depth -type d -exec rmdir {} + 2>/dev/null
 }
 
 # wait_for SECONDS WHAT CMD...: until CMD succeeds; fails, and says what it waited for, after SECONDS.

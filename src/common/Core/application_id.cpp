@@ -102,7 +102,8 @@ ApplicationTaskId::ApplicationTaskId(const QString &text)
 {
     const int dot = text.lastIndexOf(QLatin1Char('.'));
     const int nameStart = dot + 1 + taskPrefix().size();
-    if (dot < 1 || !text.midRef(dot + 1).startsWith(taskPrefix()) || text.size() <= nameStart)
+    if (text.size() > longestId || dot < 1 || !text.midRef(dot + 1).startsWith(taskPrefix())
+        || text.size() <= nameStart)
         return;
     m_organisationLength = organisationLengthOf(text.left(dot));
     if (m_organisationLength > 0)
@@ -111,7 +112,9 @@ ApplicationTaskId::ApplicationTaskId(const QString &text)
 
 ApplicationTaskId::ApplicationTaskId(const ApplicationId &application, const QString &taskName)
     : m_text(application.toString() + QLatin1Char('.') + taskPrefix() + taskName)
-    , m_organisationLength(taskName.isEmpty() ? qint16(-1) : application.m_organisationLength)
+    , m_organisationLength(taskName.isEmpty() || m_text.size() > longestId
+                               ? qint16(-1)
+                               : application.m_organisationLength)
     , m_applicationIdLength(application.m_length)
 {
 }
@@ -133,7 +136,7 @@ ApplicationInstanceId::ApplicationInstanceId(const QString &text)
     , m_applicationIdLength(markOf(text.size()))
 {
     const int dot = text.lastIndexOf(QLatin1Char('.'));
-    if (dot < 1)
+    if (text.size() > longestId || dot < 1)
         return;
     const QStringRef suffix = text.midRef(dot + 1);
     const QStringRef number = suffix.mid(instancePrefix().size());
@@ -152,6 +155,8 @@ ApplicationInstanceId::ApplicationInstanceId(const ApplicationId &application, i
 {
     if (number != 0)
         m_text += QStringLiteral(".%1%2").arg(instancePrefix()).arg(number);
+    if (m_text.size() > longestId)
+        m_organisationLength = -1;
 }
 
 ApplicationInstanceId ApplicationInstanceId::fromTaskOrInstance(const QString &text)

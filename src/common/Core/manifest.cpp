@@ -28,8 +28,8 @@ void ManifestPrivate::parse(const QString &path)
     // Opening a pipe would wait for somebody to write to it.
     const QFileInfo info(path);
     if (!info.isFile() && !info.isDir()) {
-        qDebug() << "Failed to open file:" << path << "reason:"
-                 << QStringLiteral("It is not a regular file");
+        qDebug() << "Failed to open file:" << path
+                 << "reason:" << QStringLiteral("It is not a regular file");
         return;
     }
     if (!file.open(QIODevice::ReadOnly)) {

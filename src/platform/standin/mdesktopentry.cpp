@@ -29,6 +29,35 @@ QStringList taken(char **texts)
     return result;
 }
 
+// Whether a look-up failed because of an escape that the format does not know. The text as it
+// stands is then nearest to what was meant. Frees the error.
+bool isUnknownEscape(GError *error)
+{
+    const bool unknown = error->code == G_KEY_FILE_ERROR_INVALID_VALUE;
+    g_error_free(error);
+    return unknown;
+}
+
+// A list as it stands in the file, cut at the separators that no backslash precedes.
+QStringList splitAsItStands(const QString &text)
+{
+    QStringList parts;
+    QString part;
+    bool escaped = false;
+    for (const QChar character : text) {
+        if (character == QLatin1Char(';') && !escaped) {
+            parts.append(part);
+            part.clear();
+        } else {
+            part += character;
+        }
+        escaped = !escaped && character == QLatin1Char('\\');
+    }
+    if (!part.isEmpty())
+        parts.append(part);
+    return parts;
+}
+
 } // namespace
 
 class MDesktopEntryPrivate
@@ -45,6 +74,8 @@ public:
     bool load(const QString &fileName);
     QString applicationKey(const QString &key) const;
     QString string(const QString &group, const QString &key) const;
+    QStringList list(const QString &group, const QString &key) const;
+    QString textAsItStands(const QString &group, const QString &key) const;
 
     GKeyFile *file;
 };
@@ -62,19 +93,30 @@ bool MDesktopEntryPrivate::load(const QString &fileName)
 
 QString MDesktopEntryPrivate::string(const QString &group, const QString &key) const
 {
-    const QByteArray groupName = group.toUtf8();
-    const QByteArray keyName = key.toUtf8();
     GError *error = nullptr;
-    char *value = g_key_file_get_string(file, groupName.constData(), keyName.constData(), &error);
+    char *value =
+        g_key_file_get_string(file, group.toUtf8().constData(), key.toUtf8().constData(), &error);
     if (error == nullptr)
         return taken(value);
-    // An escape that the format does not know: the text as it stands is nearest to what was meant.
-    const bool badEscape = error->code == G_KEY_FILE_ERROR_INVALID_VALUE;
-    g_error_free(error);
     g_free(value);
-    if (!badEscape)
-        return {};
-    return taken(g_key_file_get_value(file, groupName.constData(), keyName.constData(), nullptr));
+    return isUnknownEscape(error) ? textAsItStands(group, key) : QString();
+}
+
+QStringList MDesktopEntryPrivate::list(const QString &group, const QString &key) const
+{
+    GError *error = nullptr;
+    char **values = g_key_file_get_string_list(file, group.toUtf8().constData(),
+                                               key.toUtf8().constData(), nullptr, &error);
+    if (error == nullptr)
+        return taken(values);
+    g_strfreev(values);
+    return isUnknownEscape(error) ? splitAsItStands(textAsItStands(group, key)) : QStringList();
+}
+
+QString MDesktopEntryPrivate::textAsItStands(const QString &group, const QString &key) const
+{
+    return taken(
+        g_key_file_get_value(file, group.toUtf8().constData(), key.toUtf8().constData(), nullptr));
 }
 
 QString MDesktopEntryPrivate::applicationKey(const QString &key) const
@@ -155,6 +197,5 @@ QString MDesktopEntry::value(const QString &group, const QString &key) const
 
 QStringList MDesktopEntry::stringListValue(const QString &group, const QString &key) const
 {
-    return taken(g_key_file_get_string_list(d->file, group.toUtf8().constData(),
-                                            key.toUtf8().constData(), nullptr, nullptr));
+    return d->list(group, key);
 }

@@ -26,6 +26,7 @@ private Q_SLOTS:
     void encodesDesktopFileNames();
     void comparesByText();
     void refusesTextsThatAreTooLong();
+    void acceptsTheLongestText();
 };
 
 void TestApplicationId::parsesApplications_data()
@@ -241,6 +242,29 @@ void TestApplicationId::refusesTextsThatAreTooLong()
     QVERIFY(!ApplicationId(QStringLiteral("a"), text).isValid());
     QVERIFY(!ApplicationTaskId(text + QStringLiteral(".task_x")).isValid());
     QVERIFY(!ApplicationInstanceId(text + QStringLiteral(".instance_1")).isValid());
+
+    // Nor may the suffix alone make it so.
+    const ApplicationId application(QStringLiteral("a.b"));
+    const QString name(40000, QLatin1Char('c'));
+    const QString number(40000, QLatin1Char('1'));
+    QVERIFY(!ApplicationTaskId(application, name).isValid());
+    QVERIFY(!ApplicationTaskId(QStringLiteral("a.b.task_") + name).isValid());
+    QVERIFY(!ApplicationInstanceId(QStringLiteral("a.b.instance_") + number).isValid());
+}
+
+void TestApplicationId::acceptsTheLongestText()
+{
+    const int longest = 32767;
+    const ApplicationId id(QStringLiteral("a.") + QString(longest - 2, QLatin1Char('c')));
+    QVERIFY(id.isValid());
+    QCOMPARE(id.name().size(), longest - 2);
+    QVERIFY(!ApplicationId(id.toString() + QLatin1Char('c')).isValid());
+    QVERIFY(!ApplicationInstanceId(id, 1).isValid());
+    QVERIFY(ApplicationInstanceId(id, 0).isValid());
+    const ApplicationTaskId task(QStringLiteral("a.b.task_")
+                                 + QString(longest - 9, QLatin1Char('c')));
+    QVERIFY(task.isValid());
+    QCOMPARE(task.taskName().size(), longest - 9);
 }
 
 QTEST_GUILESS_MAIN(TestApplicationId)

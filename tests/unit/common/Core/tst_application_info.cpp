@@ -1,6 +1,7 @@
 #include "common/Core/application_info.h"
 #include "common/Core/manifest.h"
 #include "support/temp_root.h"
+#include "unit/common/Core/log_lines.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -29,6 +30,7 @@ private Q_SLOTS:
     void takesTheRootForAServiceWithoutAnObjectPath();
     void readsIntents();
     void readsTasks();
+    void skipsATaskWithoutANameSilently();
     void letsTheLaterOfTwoTasksWin();
     void refusesBadTaskNames_data();
     void refusesBadTaskNames();
@@ -80,10 +82,12 @@ void TestApplicationInfo::isInvalidForAnUnusableFile()
 {
     QFETCH(QByteArray, text);
     root->write(QStringLiteral("/app.desktop"), text);
+    const LogLines log;
     QVERIFY(!ApplicationInfo(root->path(QStringLiteral("/app.desktop"))).isValid());
     QVERIFY(!ApplicationInfo(root->path(QStringLiteral("/none.desktop"))).isValid());
     QVERIFY(!ApplicationInfo(root->path()).isValid());
     QVERIFY(!ApplicationInfo().isValid());
+    QCOMPARE(log.taken(), QStringList());
 }
 
 void TestApplicationInfo::takesTheIdFromTheEntry()
@@ -231,6 +235,15 @@ void TestApplicationInfo::readsTasks()
     QCOMPARE(sync.conditions, QStringList{QStringLiteral("Charging")});
     // Without a command line of its own, the application's.
     QCOMPARE(tasks.value(QStringLiteral("index")).exec, QStringLiteral("/usr/bin/app"));
+}
+
+void TestApplicationInfo::skipsATaskWithoutANameSilently()
+{
+    const LogLines log;
+    const ApplicationInfo info = read({}, "[X-Task ]\nType=None\n[X-Service ]\nType=None\n");
+    QVERIFY(info.isValid());
+    QVERIFY(info.tasks().isEmpty());
+    QCOMPARE(log.taken(), QStringList());
 }
 
 void TestApplicationInfo::letsTheLaterOfTwoTasksWin()

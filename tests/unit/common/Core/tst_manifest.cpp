@@ -1,6 +1,7 @@
 #include "common/Core/application_id.h"
 #include "common/Core/manifest.h"
 #include "support/temp_root.h"
+#include "unit/common/Core/log_lines.h"
 
 #include <QDir>
 #include <QRegularExpression>
@@ -47,9 +48,11 @@ void TestManifest::cleanup()
 
 void TestManifest::isInvalidWithoutAFile()
 {
+    const LogLines log;
     QVERIFY(!Core::Manifest().isValid());
     QVERIFY(!Core::Manifest(notes()).isValid());
     QVERIFY(!Core::Manifest(notes()).keepMediaActiveInBackground());
+    QCOMPARE(log.taken(), QStringList());
 }
 
 void TestManifest::isInvalidForAnInvalidApplication()
@@ -111,7 +114,9 @@ void TestManifest::doesNotWaitForAPipe()
 void TestManifest::takesNoArray()
 {
     root.write(path(), "[1, 2]");
+    const LogLines log;
     QVERIFY(!Core::Manifest(notes()).isValid());
+    QCOMPARE(log.taken(), QStringList());
 }
 
 void TestManifest::copiesItsRecord()

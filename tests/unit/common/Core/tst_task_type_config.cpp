@@ -43,6 +43,12 @@ void TestTaskTypeConfig::saysWhetherItWorksInSession_data()
     QTest::newRow("empty") << QByteArray("[TaskType]\nWorksInSession=\n") << false;
     QTest::newRow("true") << QByteArray("[TaskType]\nWorksInSession=true\n") << true;
     QTest::newRow("1") << QByteArray("[TaskType]\nWorksInSession=1\n") << true;
+    QTest::newRow("TRUE") << QByteArray("[TaskType]\nWorksInSession=TRUE\n") << true;
+    QTest::newRow("yes") << QByteArray("[TaskType]\nWorksInSession=Yes\n") << true;
+    QTest::newRow("no") << QByteArray("[TaskType]\nWorksInSession=no\n") << false;
+    QTest::newRow("on") << QByteArray("[TaskType]\nWorksInSession=ON\n") << true;
+    QTest::newRow("off") << QByteArray("[TaskType]\nWorksInSession=off\n") << false;
+    QTest::newRow("another number") << QByteArray("[TaskType]\nWorksInSession=-2\n") << true;
     QTest::newRow("no boolean") << QByteArray("[TaskType]\nWorksInSession=perhaps\n") << false;
     QTest::newRow("a list") << QByteArray("[TaskType]\nWorksInSession=true, true\n") << false;
     QTest::newRow("another group") << QByteArray("[Other]\nWorksInSession=false\n") << true;
