@@ -56,8 +56,9 @@ void writeLine(QtMsgType type, const QMessageLogContext &context, const QString 
         line += ": ";
     }
     line += message.toUtf8();
-    // A name taken from an application must not forge a second line.
-    line.replace('\n', ' ');
+    // A name taken from an application must not forge a second line; to the journal a zero byte
+    // ends a line too.
+    line.replace('\n', ' ').replace('\0', ' ');
     line += '\n';
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr);
     if (type == QtFatalMsg)

@@ -13,6 +13,7 @@ namespace {
 
 // All that a signal handler can reach.
 int s_wakeUp = -1;
+
 void onSignal(int number)
 {
     if (number != SIGTERM && number != SIGINT)

@@ -3,7 +3,9 @@
 
 #include "common/names.h"
 
+#include <QDBusArgument>
 #include <QDBusMessage>
+#include <QDBusVariant>
 #include <QDebug>
 #include <QMetaClassInfo>
 #include <QMetaMethod>
@@ -20,6 +22,20 @@ bool isUnchanged(const QVariant &value, const QVariant &last)
     const bool comparable =
         value.userType() < QMetaType::User || QMetaType::hasRegisteredComparators(value.userType());
     return comparable && value == last;
+}
+
+// A map of variants as it is on the bus: the framework's own would sort it by name.
+QDBusArgument inOrder(const PropertyNotifierPrivate::Changes &changed)
+{
+    QDBusArgument map;
+    map.beginMap(QMetaType::QString, qMetaTypeId<QDBusVariant>());
+    for (const auto &[name, value] : changed) {
+        map.beginMapEntry();
+        map << name << QDBusVariant(value);
+        map.endMapEntry();
+    }
+    map.endMap();
+    return map;
 }
 
 } // namespace
@@ -85,14 +101,14 @@ void PropertyNotifierPrivate::onChanged()
 
 void PropertyNotifierPrivate::deliverNotifySignal()
 {
-    QVariantMap changed;
+    Changes changed;
     for (const int property : qAsConst(pending))
         collect(property, changed);
     pending.clear();
     send(changed);
 }
 
-void PropertyNotifierPrivate::collect(int propertyIndex, QVariantMap &changed)
+void PropertyNotifierPrivate::collect(int propertyIndex, Changes &changed)
 {
     const QMetaProperty property = object->metaObject()->property(propertyIndex);
     const QString name = QString::fromUtf8(property.name());
@@ -100,18 +116,18 @@ void PropertyNotifierPrivate::collect(int propertyIndex, QVariantMap &changed)
     const auto last = lastValues.constFind(name);
     if (last != lastValues.constEnd() && isUnchanged(value, *last))
         return;
-    changed.insert(name, value);
+    changed.append({name, value});
     lastValues.insert(name, value);
 }
 
-void PropertyNotifierPrivate::send(const QVariantMap &changed)
+void PropertyNotifierPrivate::send(const Changes &changed)
 {
     // Changed and changed back: there is nothing to tell.
     if (changed.isEmpty())
         return;
     QDBusMessage signal =
         QDBusMessage::createSignal(path, Names::propertiesInterface(), Names::propertiesChanged());
-    signal << interfaceName << changed << QStringList();
+    signal << interfaceName << QVariant::fromValue(inOrder(changed)) << QStringList();
     connection.send(signal);
 }
 
@@ -128,7 +144,7 @@ PropertyNotifier::~PropertyNotifier() { delete d; }
 
 void PropertyNotifier::notify(const QStringList &properties)
 {
-    QVariantMap changed;
+    PropertyNotifierPrivate::Changes changed;
     const QMetaObject *meta = d->object->metaObject();
     for (int index = meta->propertyOffset(); index < meta->propertyCount(); ++index) {
         if (properties.contains(QString::fromUtf8(meta->property(index).name())))

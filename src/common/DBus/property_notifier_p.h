@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QMap>
 #include <QObject>
+#include <QPair>
 #include <QString>
 #include <QVariant>
 #include <QVector>
@@ -20,9 +21,11 @@ public:
 
     void lookUpInterface();
     void connectProperties();
+    /// Names and values in the order in which they are to be announced.
+    using Changes = QVector<QPair<QString, QVariant>>;
     /// Adds a property to `changed` if its value is not the last one announced.
-    void collect(int propertyIndex, QVariantMap &changed);
-    void send(const QVariantMap &changed);
+    void collect(int propertyIndex, Changes &changed);
+    void send(const Changes &changed);
 
     QDBusConnection connection;
     QString path;

@@ -38,12 +38,12 @@ scenario() {
         "Start"$'\n'"Start com.example.Notes"
 }
 
-# Runs the launcher in the session of appuser; prints what it logs, but for the user manager that the
+# Runs the launcher in the session of appuser, as a unit whose end does not end what it started; prints what it logs, but for the user manager that the
 # container has none of.
 launch() {
     in_container setpriv --reuid=appuser --regid=appuser --init-groups \
         env HOME=/home/appuser XDG_RUNTIME_DIR=/run/user/100000 \
-        systemd-run --user --quiet --wait --pipe /usr/libexec/orvane --launcher 2>&1 \
+        systemd-run --user --quiet --wait --pipe -p KillMode=process /usr/libexec/orvane --launcher 2>&1 \
         | grep -v "couldn't get available users list:"
     [ "${PIPESTATUS[0]}" -eq 0 ] || fail "the launcher's status is not 0"
 }

@@ -1,6 +1,7 @@
 #include "system/signal_quit.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QTest>
 #include <QTimer>
 
@@ -17,6 +18,8 @@ private Q_SLOTS:
     void keepsASignalThatCameBeforeTheLoop();
     void installsAPlainHandler();
     void leavesErrnoAlone();
+    void leavesOtherSignalsAlone();
+    void closesWhatItOpened();
     void ignoresWhatComesAfterItsEnd();
 };
 
@@ -62,6 +65,31 @@ void TestSignalQuit::leavesErrnoAlone()
     std::raise(SIGTERM);
     QCOMPARE(errno, 4711);
     QCOMPARE(QCoreApplication::exec(), 0);
+}
+
+void TestSignalQuit::leavesOtherSignalsAlone()
+{
+    const SignalQuit quit;
+    struct sigaction action = {};
+    sigaction(SIGTERM, nullptr, &action);
+    action.sa_handler(SIGUSR1);
+    // The loop looks at its descriptors in a pass that ends before the later timer does.
+    QTimer::singleShot(100, this, [] { QCoreApplication::exit(3); });
+    QCOMPARE(QCoreApplication::exec(), 3);
+}
+
+void TestSignalQuit::closesWhatItOpened()
+{
+    const QDir descriptors(QStringLiteral("/proc/self/fd"));
+    const auto count = [&descriptors] {
+        return descriptors.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+    };
+    const int before = count();
+    {
+        const SignalQuit quit;
+        QVERIFY(count() > before);
+    }
+    QCOMPARE(count(), before);
 }
 
 void TestSignalQuit::ignoresWhatComesAfterItsEnd()

@@ -68,6 +68,13 @@ Q_SIGNALS:
 class Unnamed : public QObject
 {
     Q_OBJECT
+    Q_PROPERTY(int a MEMBER a NOTIFY aChanged)
+
+public:
+    int a = 0;
+
+Q_SIGNALS:
+    void aChanged();
 };
 
 class Recorder : public QObject
@@ -92,12 +99,13 @@ private Q_SLOTS:
 
     void sendsTheChangesOfOnePassTogether();
     void sendsTheLatestValueOnce();
+    void sendsTheFirstValueEvenWhenEmpty();
     void sendsNothingForAChangeTakenBack();
     void sendsNothingWithoutAChange();
     void sendsValuesWithoutAComparisonEachTime();
     void leavesInheritedPropertiesOut();
     void notifiesAtOnceByName();
-    void complainsWithoutAnInterface();
+    void sendsWithoutAnInterfaceButComplains();
     void complainsWhenCalledDirectly();
     void hasTwoSlots();
 
@@ -108,6 +116,8 @@ private:
     {
         return qdbus_cast<QVariantMap>(recorder->received.at(index).at(1));
     }
+    /// The names of the properties in a signal, in their order on the bus.
+    [[nodiscard]] QStringList order(int index) const;
 
     PrivateBus bus;
     QDBusConnection sender{QString()};
@@ -161,6 +171,20 @@ void TestPropertyNotifier::settle()
     recorder->received.removeLast();
 }
 
+QStringList TestPropertyNotifier::order(int index) const
+{
+    QStringList names;
+    const auto changed = recorder->received.at(index).at(1).value<QDBusArgument>();
+    changed.beginMap();
+    while (!changed.atEnd()) {
+        changed.beginMapEntry();
+        names.append(changed.asVariant().toString());
+        changed.endMapEntry();
+    }
+    changed.endMap();
+    return names;
+}
+
 void TestPropertyNotifier::sendsTheChangesOfOnePassTogether()
 {
     object->b = QStringLiteral("text");
@@ -174,6 +198,8 @@ void TestPropertyNotifier::sendsTheChangesOfOnePassTogether()
     QCOMPARE(
         change(0),
         QVariantMap({{QStringLiteral("a"), 5}, {QStringLiteral("b"), QStringLiteral("text")}}));
+    QCOMPARE(order(0), QStringList({QStringLiteral("b"), QStringLiteral("a")}));
+    QCOMPARE(arguments.at(2).userType(), int(QMetaType::QStringList));
     QCOMPARE(arguments.at(2).toStringList(), QStringList());
 }
 
@@ -186,6 +212,15 @@ void TestPropertyNotifier::sendsTheLatestValueOnce()
     settle();
     QCOMPARE(recorder->received.size(), 1);
     QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 2}}));
+}
+
+void TestPropertyNotifier::sendsTheFirstValueEvenWhenEmpty()
+{
+    Q_EMIT object->bChanged();
+    Q_EMIT object->aChanged();
+    settle();
+    QCOMPARE(recorder->received.size(), 1);
+    QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 0}, {QStringLiteral("b"), QString()}}));
 }
 
 void TestPropertyNotifier::sendsNothingForAChangeTakenBack()
@@ -238,11 +273,16 @@ void TestPropertyNotifier::notifiesAtOnceByName()
     QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 1}, {QStringLiteral("quiet"), 2}}));
 }
 
-void TestPropertyNotifier::complainsWithoutAnInterface()
+void TestPropertyNotifier::sendsWithoutAnInterfaceButComplains()
 {
     Unnamed unnamed;
     QTest::ignoreMessage(QtWarningMsg, "Missing D_Bus interface tag on class");
     new DBus::PropertyNotifier(sender, QStringLiteral("/y"), &unnamed);
+    Q_EMIT unnamed.aChanged();
+    settle();
+    QCOMPARE(recorder->received.size(), 1);
+    QCOMPARE(recorder->received.constFirst().at(0).toString(), QString());
+    QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 0}}));
 }
 
 void TestPropertyNotifier::complainsWhenCalledDirectly()

@@ -1,0 +1,117 @@
+#include "common/Core/error.h"
+#include "common/DBus/delayed_reply.h"
+#include "support/private_bus.h"
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QPointer>
+#include <QTest>
+
+#include <memory>
+
+/// Takes a call and dies of it, leaving the answer to whoever holds the reply.
+class Worker : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.example.Worker")
+
+public:
+    explicit Worker(std::unique_ptr<DBus::DelayedReply> &reply)
+        : m_reply(reply)
+    {
+    }
+
+public Q_SLOTS:
+    int Work()
+    {
+        setDelayedReply(true);
+        m_reply = std::make_unique<DBus::DelayedReply>(message(), connection());
+        deleteLater();
+        return 5;
+    }
+
+private:
+    std::unique_ptr<DBus::DelayedReply> &m_reply;
+};
+
+class TestDelayedReply : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void answersWithZeroOnSuccess();
+    void answersWithNameAndMessageOnFailure();
+    void keepsSilentWhenNoReplyIsWanted();
+
+private:
+    [[nodiscard]] QDBusMessage work() const
+    {
+        return QDBusMessage::createMethodCall(server.baseService(), QStringLiteral("/"),
+                                              QStringLiteral("org.example.Worker"),
+                                              QStringLiteral("Work"));
+    }
+
+    PrivateBus bus;
+    QDBusConnection client{QString()};
+    QDBusConnection server{QString()};
+    std::unique_ptr<DBus::DelayedReply> reply;
+    QPointer<Worker> worker;
+};
+
+static constexpr int patienceMs = 30000;
+
+void TestDelayedReply::initTestCase()
+{
+    QVERIFY(bus.start());
+    client = QDBusConnection::connectToBus(bus.address(), QStringLiteral("client"));
+    server = QDBusConnection::connectToBus(bus.address(), QStringLiteral("server"));
+}
+
+void TestDelayedReply::init()
+{
+    reply.reset();
+    worker = new Worker(reply);
+    QVERIFY(server.registerObject(QStringLiteral("/"), worker, QDBusConnection::ExportAllSlots));
+}
+
+void TestDelayedReply::answersWithZeroOnSuccess()
+{
+    const QDBusPendingCall call = client.asyncCall(work());
+    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, patienceMs);
+    QVERIFY(!call.isFinished());
+    reply->finish({});
+    QTRY_VERIFY_WITH_TIMEOUT(call.isFinished(), patienceMs);
+    QCOMPARE(call.reply().type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(call.reply().signature(), QStringLiteral("i"));
+    QCOMPARE(call.reply().arguments(), QVariantList{0});
+}
+
+void TestDelayedReply::answersWithNameAndMessageOnFailure()
+{
+    const QDBusPendingCall call = client.asyncCall(work());
+    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, patienceMs);
+    reply->finish({Core::Error::TaskNotFound, QStringLiteral("Task not found: x")});
+    QTRY_VERIFY_WITH_TIMEOUT(call.isFinished(), patienceMs);
+    QCOMPARE(call.reply().type(), QDBusMessage::ErrorMessage);
+    QCOMPARE(call.error().name(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
+    QCOMPARE(call.error().message(), QStringLiteral("Task not found: x"));
+}
+
+void TestDelayedReply::keepsSilentWhenNoReplyIsWanted()
+{
+    QVERIFY(client.send(work()));
+    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, patienceMs);
+    reply->finish({});
+    // The connection has lived through it: the next caller is answered.
+    worker = new Worker(reply);
+    QVERIFY(server.registerObject(QStringLiteral("/"), worker, QDBusConnection::ExportAllSlots));
+    answersWithZeroOnSuccess();
+}
+
+QTEST_GUILESS_MAIN(TestDelayedReply)
+#include "tst_delayed_reply.moc"
