@@ -35,7 +35,7 @@ container_enter() {
 
 container_obstacle() {
     local tool cgroup
-    [ "$(id -u)" -eq 0 ] || { echo "root is needed to boot a container"; return; }
+    [ "$(id -u)" -eq 0 ] || { echo "booting a container takes root, or sudo without a password"; return; }
     for tool in mmdebstrap systemd-nspawn nsenter; do
         command -v "$tool" >/dev/null || { echo "$tool is not installed (scripts/setup)"; return; }
     done
@@ -170,6 +170,8 @@ container_remove() {
     wait_for 10 "the overlay to be free" umount -q "$container_dir/root" || umount -l "$container_dir/root"
     umount -l "$container_dir"
     rmdir "$container_dir"
+    # nspawn itself leaves this where /run is on a disk.
+    rmdir "/run/systemd/nspawn/propagate/$container_name" 2>/dev/null || true
     container_dir=
 }
 

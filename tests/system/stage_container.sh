@@ -23,6 +23,16 @@ stage_daemon_log() { in_container journalctl --no-pager -o cat -t orvane; }
 stage_show_unit() { in_container systemctl --no-pager -n 6 status "$1"; }
 stage_task_log() { in_container journalctl --no-pager -o cat -u "$1"; }
 stage_user() { echo appuser; }
+# The processes of the example's tasks.
+stage_workers() { in_container pgrep -x worker || true; }
+
+# Says whether a unit's task is confined.
+stage_confinement() {
+    local log
+    log=$(stage_task_log "$1")
+    holds "as the user that the client asked for" contains "$log" "uid 100000,"
+    holds "and it cannot reach the system's programs" contains "$log" "/usr/bin/systemctl is out of reach"
+}
 
 # Ends the client that story.sh started in the background.
 stage_end_watcher() {

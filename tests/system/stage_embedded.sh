@@ -87,6 +87,8 @@ stage_daemon_log() { cat "$embedded_dir/daemon.log"; }
 stage_show_unit() { ps --no-headers -o pid,user,args --ppid "${embedded_pids[1]}"; }
 stage_task_log() { cat "$embedded_dir/units.log"; }
 stage_user() { echo nobody; }
+stage_workers() { pgrep -P "${embedded_pids[1]}" || true; }
+stage_confinement() { echo "  (the stand-in for systemd confines nothing)"; }
 
 stage_end_watcher() {
     pkill -P "$1" 2>/dev/null || kill "$1" 2>/dev/null || true

@@ -69,7 +69,10 @@ tell() {
 
 tell_declaration() {
     chapter "An application declares background tasks"
-    show grep -v '^#' "$(stage_path /usr/share/applications/com.example.Notes.desktop)"
+    local entry
+    entry=$(show grep -v '^#' "$(stage_path /usr/share/applications/com.example.Notes.desktop)")
+    echo "$entry"
+    holds "it declares two tasks" is "$(grep -c '^\[X-Task ' <<<"$entry")" 2
 }
 
 tell_registration() {
@@ -115,6 +118,7 @@ tell_process() {
     wait_for 30 "the worker to work" worker_works || true
     stage_show_unit "$story_unit" || true
     holds "the worker does its work" worker_works
+    stage_confinement "$story_unit"
     wait_for 20 "the bus name" name_is_owned || true
     holds "the other task owns com.example.Notes.Index" name_is_owned
 }
@@ -141,7 +145,11 @@ tell_stop() {
     done
     wait_for 20 "the end to be announced" last_announced "ActiveTasks: none" || true
     holds "the client was told that nothing runs" last_announced "ActiveTasks: none"
+    wait_for 20 "the processes to end" no_worker_runs || true
+    holds "no process is left" no_worker_runs
 }
+
+no_worker_runs() { [ -z "$(stage_workers)" ]; }
 
 autostart_call() {
     show busctl call org.zarn.Orvane /org/zarn/am org.zarn.am.Autostart "$@"

@@ -20,17 +20,19 @@ prepare() {
 scenario() {
     start_daemon
     register >/dev/null
-    local first number
+    local first number callers=()
     for ((first = 1; first <= count; first += batch)); do
         for ((number = first; number < first + batch; number++)); do
             start_task "com.example.Claims.task_t$number" User s appuser \
                 DBusService s "com.example.Claims.T$number" >>"$container_dir/answers" &
+            callers+=($!)
         done
         for ((number = first; number < first + batch; number++)); do
             wait_for 60 "task $number to claim its name or fail" claimed_or_failed $number
             bus_name_is_owned "com.example.Claims.T$number" || fail "task $number could not claim its name"
         done
     done
+    wait "${callers[@]}"
     expect_equal "answers to Start" "$(grep -cx 'i 0' "$container_dir/answers")" $count
     echo "claimed at once: $count of $count"
 }
