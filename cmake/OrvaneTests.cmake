@@ -2,6 +2,8 @@
 
 find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
 
+option(ORVANE_FORBID_SKIPS "A test that skips any of its cases fails (CI does)" OFF)
+
 # orvane_add_test(NAME LABEL LIBRARY... ) builds NAME.cpp of the current folder into a test
 # program and registers it under LABEL (unit, component or system).
 function(orvane_add_test name label)
@@ -11,4 +13,7 @@ function(orvane_add_test name label)
     target_link_libraries(${name} PRIVATE ${ARGN} Qt5::Test)
     add_test(NAME ${label}/${name} COMMAND ${name})
     set_tests_properties(${label}/${name} PROPERTIES LABELS ${label} TIMEOUT 120)
+    if(ORVANE_FORBID_SKIPS)
+        set_tests_properties(${label}/${name} PROPERTIES FAIL_REGULAR_EXPRESSION "SKIP   : ")
+    endif()
 endfunction()
