@@ -40,4 +40,15 @@ bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connect
     });
 }
 
+bool mayRunTasks(const QDBusMessage &call, const QDBusConnection &connection)
+{
+    const char *const variable = "ORVANE_TASK_GROUPS";
+    if (!qEnvironmentVariableIsSet(variable))
+        return true;
+    QStringList groups = qEnvironmentVariable(variable).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (QString &group : groups)
+        group = group.trimmed();
+    return isCallerAuthorized(call, connection, groups);
+}
+
 } // namespace DBus

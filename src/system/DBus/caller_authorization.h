@@ -14,4 +14,10 @@ namespace DBus {
 [[nodiscard]] bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connection,
                                       const QStringList &groups);
 
+/// Whether the sender of a call may run this daemon's own tasks. Everybody may unless
+/// ORVANE_TASK_GROUPS is set: then isCallerAuthorized() decides with its groups, separated by
+/// commas. An empty list leaves it to root. Blocks when it has to ask.
+/// @param connection the connection that the call came in on.
+[[nodiscard]] bool mayRunTasks(const QDBusMessage &call, const QDBusConnection &connection);
+
 } // namespace DBus

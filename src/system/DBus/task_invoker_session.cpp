@@ -6,6 +6,7 @@
 #include "common/DBus/property_notifier.h"
 #include "common/names.h"
 #include "system/Core/task_manager.h"
+#include "system/DBus/caller_authorization.h"
 
 namespace DBus {
 
@@ -64,9 +65,23 @@ QVector<Orvane::AvailableTask> TaskInvokerSession::availableTasks() const
 
 QVector<Orvane::ActiveTask> TaskInvokerSession::activeTasks() const { return d->activeTasks; }
 
+bool TaskInvokerSession::isRefused()
+{
+    if (mayRunTasks(message(), connection()))
+        return false;
+    setDelayedReply(true);
+    DelayedReply(message(), connection())
+        .finish({Core::Error::AccessDenied,
+                 QStringLiteral("%1 is for the groups that may run background tasks")
+                     .arg(message().member())});
+    return true;
+}
+
 int TaskInvokerSession::Start(const QString &fullTaskId, const QVariantMap &startupInfo,
                               const QVariantMap &hints)
 {
+    if (isRefused())
+        return 0;
     setDelayedReply(true);
     Core::TaskManager::instance()->start(fullTaskId, startupInfo, hints,
                                          [reply = DelayedReply(message(), connection())](
@@ -76,6 +91,8 @@ int TaskInvokerSession::Start(const QString &fullTaskId, const QVariantMap &star
 
 void TaskInvokerSession::Stop(const QString &fullTaskId)
 {
+    if (isRefused())
+        return;
     setDelayedReply(true);
     Core::TaskManager::instance()->stop(
         fullTaskId, [reply = DelayedReply(message(), connection())](const Core::Error &error) {
@@ -83,6 +100,10 @@ void TaskInvokerSession::Stop(const QString &fullTaskId)
         });
 }
 
-void TaskInvokerSession::CloseSession() { Q_EMIT sessionClosed(); }
+void TaskInvokerSession::CloseSession()
+{
+    if (!isRefused())
+        Q_EMIT sessionClosed();
+}
 
 } // namespace DBus

@@ -46,6 +46,8 @@ Q_SIGNALS:
     /// A client closed the session.
     void sessionClosed();
 
+    // What the three below have in common: ORVANE_TASK_GROUPS decides who may call them, and a
+    // caller that may not is answered with AccessDenied before anything else is looked at.
 public Q_SLOTS:
     /// Starts a task. Answers later: 0 when systemd accepted the start, else an error.
     int Start(const QString &fullTaskId, const QVariantMap &startupInfo, const QVariantMap &hints);
@@ -55,6 +57,9 @@ public Q_SLOTS:
     void CloseSession();
 
 private:
+    /// Answers the current call when its sender may not run tasks.
+    [[nodiscard]] bool isRefused();
+
     std::unique_ptr<TaskInvokerSessionPrivate> const d;
 };
 

@@ -1,0 +1,152 @@
+// Who may run tasks on the daemon's own sessions. The caller is this process; below the root prefix
+// it can be anybody's.
+
+#include "support/stage.h"
+
+#include <QCoreApplication>
+#include <QDBusObjectPath>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <grp.h>
+#include <unistd.h>
+
+namespace {
+
+const QString accessDenied = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
+const QString task = QStringLiteral("com.example.Notes.task_sync");
+constexpr unsigned nobody = 65534;
+
+gid_t groupId(const char *name)
+{
+    const group *entry = ::getgrnam(name);
+    return entry != nullptr ? entry->gr_gid : nobody;
+}
+
+} // namespace
+
+class TestTaskGroups : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void decidesByTheGroupsNamed_data();
+    void decidesByTheGroupsNamed();
+    void refusesBeforeLookingAtTheArguments();
+    void leavesReadingAndRegisteringToEverybody();
+    void leavesForwardedSessionsToTheUserService();
+
+private:
+    static bool ownCaller(const Stage &stage, uid_t uid, gid_t gid)
+    {
+        const QString process =
+            stage.root.path(QStringLiteral("/proc/%1").arg(QCoreApplication::applicationPid()));
+        return QDir().mkpath(process)
+            && ::chown(QFile::encodeName(process).constData(), uid, gid) == 0;
+    }
+    static bool startFor(Stage &stage, const QStringList &environment)
+    {
+        stage.root.serveType(QStringLiteral("Sync"));
+        stage.root.writeApplication(QStringLiteral("Notes"),
+                                    "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+        return stage.start(environment)
+            && stage.registerInvoker(QStringLiteral("Sync")).type() == QDBusMessage::ReplyMessage;
+    }
+};
+
+void TestTaskGroups::decidesByTheGroupsNamed_data()
+{
+    QTest::addColumn<QStringList>("environment");
+    QTest::addColumn<uint>("uid");
+    QTest::addColumn<uint>("gid");
+    QTest::addColumn<bool>("admitted");
+
+    const auto groups = [](const char *list) {
+        return QStringList{QStringLiteral("ORVANE_TASK_GROUPS=") + QString::fromLatin1(list)};
+    };
+    const uint games = groupId("games");
+    QTest::newRow("unset") << QStringList() << nobody << nobody << true;
+    QTest::newRow("in the group") << groups("games") << nobody << games << true;
+    QTest::newRow("in the second") << groups("man,games") << nobody << games << true;
+    QTest::newRow("blanks and empty words") << groups(" , games ,,") << nobody << games << true;
+    QTest::newRow("in another") << groups("man") << nobody << games << false;
+    QTest::newRow("part of a name") << groups("game") << nobody << games << false;
+    QTest::newRow("set, but empty") << groups("") << nobody << games << false;
+    QTest::newRow("root") << groups("man") << 0U << nobody << true;
+    QTest::newRow("root and no group") << groups("") << 0U << nobody << true;
+    QTest::newRow("without authentication")
+        << (groups("man") << QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")) << nobody << games
+        << true;
+}
+
+void TestTaskGroups::decidesByTheGroupsNamed()
+{
+    QFETCH(QStringList, environment);
+    QFETCH(uint, uid);
+    QFETCH(uint, gid);
+    QFETCH(bool, admitted);
+
+    Stage stage;
+    if (!ownCaller(stage, uid, gid))
+        QSKIP("only root can give files away");
+    QVERIFY(startFor(stage, environment));
+    const QString refused = admitted ? QString() : accessDenied;
+    QCOMPARE(stage.start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).errorName(),
+             refused);
+    QCOMPARE(stage.stop(task).errorName(), refused);
+    const QStringList asked = membersOf(stage.systemd->calls);
+    QCOMPARE(asked.count(QStringLiteral("StartUnit")), admitted ? 1 : 0);
+    QCOMPARE(asked.count(QStringLiteral("StopUnit")), admitted ? 1 : 0);
+    const QDBusMessage closing = Stage::sessionCall(QStringLiteral("CloseSession"));
+    QCOMPARE(stage.call(closing).errorName(), refused);
+    // The session is gone only if the caller was let in.
+    QCOMPARE(stage.call(closing).errorName(),
+             admitted ? QStringLiteral("org.freedesktop.DBus.Error.UnknownObject") : accessDenied);
+}
+
+void TestTaskGroups::refusesBeforeLookingAtTheArguments()
+{
+    Stage stage;
+    if (!ownCaller(stage, nobody, nobody))
+        QSKIP("only root can give files away");
+    QVERIFY(startFor(stage, {QStringLiteral("ORVANE_TASK_GROUPS=man")}));
+    const QDBusMessage reply = stage.start(QStringLiteral("no such task"), {});
+    QCOMPARE(reply.errorName(), accessDenied);
+    QCOMPARE(reply.errorMessage(),
+             QStringLiteral("Start is for the groups that may run background tasks"));
+    QCOMPARE(stage.stop(QStringLiteral("no such task")).errorMessage(),
+             QStringLiteral("Stop is for the groups that may run background tasks"));
+}
+
+void TestTaskGroups::leavesReadingAndRegisteringToEverybody()
+{
+    Stage stage;
+    if (!ownCaller(stage, nobody, nobody))
+        QSKIP("only root can give files away");
+    QVERIFY(startFor(stage, {QStringLiteral("ORVANE_TASK_GROUPS=man")}));
+    const QDBusMessage reply = stage.call(Stage::methodCall(
+        Stage::sessionPath(), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("GetAll"), {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1")}));
+    QCOMPARE(reply.signature(), QStringLiteral("a{sv}"));
+}
+
+void TestTaskGroups::leavesForwardedSessionsToTheUserService()
+{
+    Stage stage;
+    if (!ownCaller(stage, nobody, nobody))
+        QSKIP("only root can give files away");
+    FakeUserService user(stage.connect());
+    QVERIFY(stage.start({QStringLiteral("ORVANE_TASK_GROUPS=man")}));
+    user.answer = [](const QDBusMessage &call) {
+        return call.member() == QLatin1String("RegisterInvoker")
+            ? call.createReply(
+                {QVariant::fromValue(QDBusObjectPath(Stage::sessionPath())), QVariantMap()})
+            : call.createReply(QStringLiteral("let in"));
+    };
+    QCOMPARE(stage.registerInvoker(QStringLiteral("UserType")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(stage.stop(task).arguments(), QVariantList{QStringLiteral("let in")});
+}
+
+QTEST_GUILESS_MAIN(TestTaskGroups)
+#include "tst_task_groups.moc"
