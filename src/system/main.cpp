@@ -3,11 +3,13 @@
 #include "common/logging.h"
 #include "common/names.h"
 #include "system/Core/task_manager.h"
+#include "system/DBus/registrations.h"
 #include "system/DBus/session_proxy.h"
 #include "system/DBus/task_invoker.h"
 #include "system/autostart/interface.h"
 #include "system/autostart/launcher.h"
 #include "system/autostart/manager.h"
+#include "system/departure.h"
 #include "system/inactivity_timer.h"
 #include "system/signal_quit.h"
 #include "system/teller-hooks/interface.h"
@@ -17,6 +19,7 @@
 #include <QDebug>
 
 #include <cstdlib>
+#include <optional>
 
 namespace {
 
@@ -35,9 +38,13 @@ bool exportProxy(QDBusConnection &bus, DBus::SessionProxy &proxy)
 
 int runDaemon()
 {
-    const SignalQuit quitOnSignal;
+    std::optional<SignalQuit> quitOnSignal(std::in_place);
     Orvane::InactivityTimer inactivity(idleTimeMs());
-    QObject::connect(&inactivity, &Orvane::InactivityTimer::timeout, qApp, &QCoreApplication::quit);
+    Departure departure = Departure::Told;
+    QObject::connect(&inactivity, &Orvane::InactivityTimer::timeout, qApp, [&departure] {
+        departure = Departure::Idle;
+        QCoreApplication::quit();
+    });
     QDBusConnection bus = QDBusConnection::systemBus();
 
     Autostart::DBusInterface autostart(Autostart::Manager::instance());
@@ -84,13 +91,19 @@ int runDaemon()
             return;
         }
         inactivity.watch(&taskInvoker);
+        taskInvoker.restore(DBus::takeKeptRegistrations(bus));
         // Last: a client that sees the name finds every object in place.
         if (!bus.registerService(Names::service())) {
             qWarning() << "couldn't register service";
             QCoreApplication::exit(EXIT_FAILURE);
         }
     });
-    return QCoreApplication::exec();
+    const int status = QCoreApplication::exec();
+    // Nothing can call it off any more, and the service manager signals a process whose name is
+    // gone.
+    quitOnSignal.reset();
+    leaveBus(bus, taskInvoker, departure);
+    return status;
 }
 
 } // namespace

@@ -10,11 +10,15 @@ DaemonProcess::~DaemonProcess()
     m_process.waitForFinished();
 }
 
+QString DaemonProcess::program()
+{
+    return qEnvironmentVariable("ORVANE_BINARY", QStringLiteral(ORVANE_BINARY));
+}
+
 void DaemonProcess::start(const QStringList &environment, const QStringList &arguments)
 {
     m_process.setEnvironment(QProcess::systemEnvironment() + environment);
-    m_process.start(qEnvironmentVariable("ORVANE_BINARY", QStringLiteral(ORVANE_BINARY)),
-                    arguments);
+    m_process.start(program(), arguments);
     if (!m_process.waitForStarted())
         qFatal("the daemon does not start: %s", qPrintable(m_process.errorString()));
 }

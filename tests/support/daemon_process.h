@@ -13,6 +13,9 @@ public:
     ~DaemonProcess();
     Q_DISABLE_COPY(DaemonProcess)
 
+    /// Path of the executable.
+    [[nodiscard]] static QString program();
+
     /// @param environment NAME=VALUE; everything else comes from the test's own environment.
     void start(const QStringList &environment, const QStringList &arguments = {});
     void sendSignal(int number);

@@ -11,6 +11,7 @@ const char configuration[] =
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <listen>unix:path=%1</listen>
+  <servicedir>%2</servicedir>
   <policy context="default">
     <allow user="*"/>
     <allow own="*"/>
@@ -36,7 +37,7 @@ bool PrivateBus::start()
     if (!file.open(QIODevice::WriteOnly))
         return false;
     file.write(QString::fromLatin1(configuration)
-                   .arg(m_directory.filePath(QStringLiteral("socket")))
+                   .arg(m_directory.filePath(QStringLiteral("socket")), m_directory.path())
                    .toUtf8());
     file.close();
     m_daemon.start(QStringLiteral("dbus-daemon"),
@@ -49,4 +50,11 @@ bool PrivateBus::start()
 QString PrivateBus::address() const
 {
     return QStringLiteral("unix:path=") + m_directory.filePath(QStringLiteral("socket"));
+}
+
+bool PrivateBus::activate(const QString &name, const QString &command) const
+{
+    QFile file(m_directory.filePath(name + QStringLiteral(".service")));
+    const QString text = QStringLiteral("[D-BUS Service]\nName=%1\nExec=%2\n").arg(name, command);
+    return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) > 0;
 }

@@ -17,6 +17,9 @@ public:
     /// @return whether the bus accepts connections.
     [[nodiscard]] bool start();
     [[nodiscard]] QString address() const;
+    /// Has the bus start a program when its name is called; from the next time on that the bus
+    /// reads its configuration.
+    [[nodiscard]] bool activate(const QString &name, const QString &command) const;
 
 private:
     QTemporaryDir m_directory;

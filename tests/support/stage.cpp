@@ -35,14 +35,30 @@ Stage::~Stage()
         qWarning().noquote() << "The daemon's log:\n" << daemon.log();
 }
 
+QStringList Stage::daemonEnvironment(const QStringList &more) const
+{
+    return root.environment()
+        + QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + bus.address(),
+                      QStringLiteral("ORVANE_COMPONENT_TESTS=1"),
+                      QStringLiteral("ORVANE_DAEMON_TIMEOUT=600000")}
+    + more;
+}
+
 void Stage::launch(const QStringList &environment, const QStringList &arguments)
 {
-    daemon.start(root.environment()
-                     + QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + bus.address(),
-                                   QStringLiteral("ORVANE_COMPONENT_TESTS=1"),
-                                   QStringLiteral("ORVANE_DAEMON_TIMEOUT=600000")}
-                     + environment,
-                 arguments);
+    daemon.start(daemonEnvironment(environment), arguments);
+}
+
+bool Stage::activateDaemon(const QStringList &environment)
+{
+    const QString command =
+        QStringLiteral("/usr/bin/env %1 %2")
+            .arg(daemonEnvironment(environment).join(QLatin1Char(' ')), DaemonProcess::program());
+    const QDBusMessage reload = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig"));
+    return bus.activate(QStringLiteral("org.zarn.Orvane"), command)
+        && client.call(reload).type() == QDBusMessage::ReplyMessage;
 }
 
 bool Stage::start(const QStringList &environment)

@@ -30,6 +30,8 @@ public:
     void launch(const QStringList &environment = {}, const QStringList &arguments = {});
     /// Launches it and waits for its name.
     [[nodiscard]] bool start(const QStringList &environment = {});
+    /// Leaves starting the daemon to the bus; its log then goes to the test's own.
+    [[nodiscard]] bool activateDaemon(const QStringList &environment);
     /// A new connection to the bus; it stays until drop().
     [[nodiscard]] QDBusConnection connect();
     /// Leaves the bus; the connection is no longer usable.
@@ -64,6 +66,9 @@ public:
     QDBusConnection client;
     std::unique_ptr<FakeSystemd> systemd;
     std::unique_ptr<FakeUserManager> userManager;
+
+private:
+    [[nodiscard]] QStringList daemonEnvironment(const QStringList &more) const;
 };
 
 /// Receives a signal and keeps what came, one list of arguments each.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/DBus/open_call.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 
@@ -25,6 +27,7 @@ public:
 private:
     QDBusMessage m_request;
     QDBusConnection m_connection;
+    OpenCall m_openCall;
 };
 
 } // namespace DBus

@@ -2,6 +2,7 @@
 #include "system/DBus/session_proxy_p.h"
 
 #include "common/DBus/call_queue.h"
+#include "common/DBus/open_call.h"
 #include "common/names.h"
 #include "system/DBus/user_service.h"
 
@@ -122,8 +123,8 @@ void SessionProxy::forward(const QDBusMessage &message, const QDBusConnection &c
     call.setArguments(message.arguments());
 
     raiseBusy();
-    const auto finish = [self = QPointer<SessionProxy>(this), message, connection,
-                         answerAfterwards](QDBusPendingCallWatcher *watcher) {
+    const auto finish = [self = QPointer<SessionProxy>(this), message, connection, answerAfterwards,
+                         open = OpenCall()](QDBusPendingCallWatcher *watcher) {
         const QDBusMessage reply = watcher->reply();
         if (self && reply.type() == QDBusMessage::ReplyMessage)
             self->d->reportObjectPaths(reply, message.service());

@@ -3,6 +3,7 @@
 
 #include "common/Core/task_type_config.h"
 #include "common/DBus/call_queue.h"
+#include "common/DBus/open_call.h"
 #include "common/DBus/types.h"
 #include "common/names.h"
 #include "system/Core/task_manager.h"
@@ -52,6 +53,14 @@ TaskInvokerSession *TaskInvokerPrivate::sessionFor(const QString &taskType)
     return session;
 }
 
+void TaskInvokerPrivate::exportSession(TaskInvokerSession *session)
+{
+    // Fails, and changes nothing, when it is exported already.
+    connection().registerObject(TaskInvokerSession::pathFor(session->taskType()), session,
+                                QDBusConnection::ExportAllSlots
+                                    | QDBusConnection::ExportAllProperties);
+}
+
 void TaskInvokerPrivate::createSessionProxy(const QString &taskType)
 {
     q->setDelayedReply(true);
@@ -62,7 +71,7 @@ void TaskInvokerPrivate::createSessionProxy(const QString &taskType)
         Names::userService(), Names::taskInvokerPath(), Names::taskInvokerInterface(),
         QStringLiteral("RegisterInvoker"));
     call << taskType;
-    const auto finish = [this, message, bus](QDBusPendingCallWatcher *watcher) {
+    const auto finish = [this, message, bus, open = OpenCall()](QDBusPendingCallWatcher *watcher) {
         const QDBusMessage reply = watcher->reply();
         if (reply.type() == QDBusMessage::ErrorMessage) {
             bus.send(message.createErrorReply(reply.errorName(), reply.errorMessage()));
@@ -87,20 +96,26 @@ void TaskInvokerPrivate::createSessionProxy(const QString &taskType)
 void TaskInvokerPrivate::registerSessionProxy(const QDBusConnection &connection,
                                               const QDBusMessage &message, const QString &path)
 {
-    QObject *object = connection.objectRegisteredAt(path);
+    QObject *const object = sessionProxyAt(connection, path);
     if (object == nullptr) {
-        QDBusConnection bus(connection);
-        auto *proxy = new TaskInvokerSessionProxy(path, q);
-        if (!bus.registerVirtualObject(path, proxy, QDBusConnection::SingleNode)) {
-            qWarning() << "Couldn't register TaskInvokerSession proxy at" << path;
-            delete proxy;
-            return;
-        }
-        connect(proxy, &TaskInvokerSessionProxy::sessionClosed, this,
-                [this, proxy] { forgetObject(proxy, proxy->path()); });
-        object = proxy;
+        qWarning() << "Couldn't register TaskInvokerSession proxy at" << path;
+        return;
     }
     registerClient(message.service(), object);
+}
+
+QObject *TaskInvokerPrivate::sessionProxyAt(QDBusConnection bus, const QString &path)
+{
+    if (QObject *existing = bus.objectRegisteredAt(path))
+        return existing;
+    auto *proxy = new TaskInvokerSessionProxy(path, q);
+    if (!bus.registerVirtualObject(path, proxy, QDBusConnection::SingleNode)) {
+        delete proxy;
+        return nullptr;
+    }
+    connect(proxy, &TaskInvokerSessionProxy::sessionClosed, this,
+            [this, proxy] { forgetObject(proxy, proxy->path()); });
+    return proxy;
 }
 
 void TaskInvokerPrivate::registerClient(const QString &busName, QObject *object)
@@ -177,6 +192,38 @@ void TaskInvoker::runWhenReady(const std::function<void()> &callback)
     Core::TaskManager::instance()->runWhenReady(callback);
 }
 
+QVector<Registration> TaskInvoker::registrations() const
+{
+    QVector<Registration> registrations;
+    for (auto client = d->clients.cbegin(); client != d->clients.cend(); ++client) {
+        for (QObject *object : client.value()) {
+            if (const auto *session = qobject_cast<TaskInvokerSession *>(object))
+                registrations.append({client.key(),
+                                      TaskInvokerSession::pathFor(session->taskType()),
+                                      session->taskType()});
+            else if (const auto *proxy = qobject_cast<TaskInvokerSessionProxy *>(object))
+                registrations.append({client.key(), proxy->path(), {}});
+        }
+    }
+    return registrations;
+}
+
+void TaskInvoker::restore(const QVector<Registration> &registrations)
+{
+    for (const Registration &registration : registrations) {
+        if (registration.taskType.isEmpty()) {
+            if (QObject *proxy = d->sessionProxyAt(d->connection(), registration.path))
+                d->registerClient(registration.client, proxy);
+            continue;
+        }
+        TaskInvokerSession *session = d->sessionFor(registration.taskType);
+        d->registerClient(registration.client, session);
+        d->exportSession(session);
+        Q_EMIT session->activeTasksChanged();
+        Q_EMIT session->availableTasksChanged();
+    }
+}
+
 void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sessionPath,
                                   QVariantMap &properties)
 {
@@ -197,9 +244,7 @@ void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sess
     }
     properties.insert(QStringLiteral("ActiveTasks"), marshalled(session->activeTasks()));
     properties.insert(QStringLiteral("AvailableTasks"), marshalled(session->availableTasks()));
-    connection().registerObject(sessionPath.path(), session,
-                                QDBusConnection::ExportAllSlots
-                                    | QDBusConnection::ExportAllProperties);
+    d->exportSession(session);
 }
 
 } // namespace DBus

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "system/DBus/registrations.h"
+
 #include <QDBusContext>
 #include <QDBusObjectPath>
 #include <QObject>
@@ -29,6 +31,11 @@ public:
     [[nodiscard]] bool isIdle() const;
     /// Runs the callback once the task manager knows what systemd runs: at once if it does.
     void runWhenReady(const std::function<void()> &callback);
+    /// Which clients hold which sessions.
+    [[nodiscard]] QVector<Registration> registrations() const;
+    /// Gives clients of an earlier run the sessions that they had. The sessions announce both
+    /// lists, as their clients may have missed changes.
+    void restore(const QVector<Registration> &registrations);
 
 Q_SIGNALS:
     void isIdleChanged();

@@ -20,9 +20,13 @@ public:
     explicit TaskInvokerPrivate(TaskInvoker *invoker);
 
     [[nodiscard]] TaskInvokerSession *sessionFor(const QString &taskType);
+    void exportSession(TaskInvokerSession *session);
     void createSessionProxy(const QString &taskType);
     void registerSessionProxy(const QDBusConnection &connection, const QDBusMessage &message,
                               const QString &path);
+    /// What serves the session of the per-user service at a path, made when there is nothing; null
+    /// when it cannot be exported.
+    [[nodiscard]] QObject *sessionProxyAt(QDBusConnection bus, const QString &path);
     void registerClient(const QString &busName, QObject *object);
     void watchClient(const QString &busName);
     void forgetClient(const QString &busName);

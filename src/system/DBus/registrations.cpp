@@ -1,0 +1,83 @@
+#include "system/DBus/registrations.h"
+
+#include "common/atomic_file.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDebug>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace DBus {
+
+namespace {
+
+QString busKey() { return QStringLiteral("bus"); }
+QString registrationsKey() { return QStringLiteral("registrations"); }
+QString clientKey() { return QStringLiteral("client"); }
+QString pathKey() { return QStringLiteral("path"); }
+QString typeKey() { return QStringLiteral("type"); }
+
+// Empty when there is no place for it.
+QString keptFile()
+{
+    const QString directory = qEnvironmentVariable("RUNTIME_DIRECTORY");
+    return directory.isEmpty() ? QString() : directory + QStringLiteral("/registrations.json");
+}
+
+// A bus that was started again gives the same unique names to other clients.
+QString idOf(const QDBusConnection &bus)
+{
+    const QDBusReply<QString> id = bus.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
+    return id.value();
+}
+
+} // namespace
+
+bool keepRegistrations(const QDBusConnection &bus, const QVector<Registration> &registrations)
+{
+    const QString file = keptFile();
+    const QString busId = registrations.isEmpty() || file.isEmpty() ? QString() : idOf(bus);
+    if (busId.isEmpty())
+        return false;
+    QJsonArray list;
+    for (const Registration &registration : registrations) {
+        list.append(QJsonObject{{clientKey(), registration.client},
+                                {pathKey(), registration.path},
+                                {typeKey(), registration.taskType}});
+    }
+    const QJsonDocument document(QJsonObject{{busKey(), busId}, {registrationsKey(), list}});
+    const bool kept = writeFileAtomically(file, document.toJson()) == FileWrite::Written;
+    if (!kept)
+        qWarning() << "Could not keep the clients' registrations in" << file;
+    return kept;
+}
+
+QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus)
+{
+    QFile file(keptFile());
+    if (file.fileName().isEmpty() || !file.open(QIODevice::ReadOnly))
+        return {};
+    const QJsonObject kept = QJsonDocument::fromJson(file.readAll()).object();
+    // Once only, so that a file that does harm does it once.
+    file.remove();
+    const QString busId = kept.value(busKey()).toString();
+    if (busId.isEmpty() || busId != idOf(bus))
+        return {};
+    QVector<Registration> registrations;
+    const QJsonArray list = kept.value(registrationsKey()).toArray();
+    for (const QJsonValue &value : list) {
+        const QJsonObject entry = value.toObject();
+        registrations.append({entry.value(clientKey()).toString(),
+                              entry.value(pathKey()).toString(),
+                              entry.value(typeKey()).toString()});
+    }
+    return registrations;
+}
+
+} // namespace DBus
