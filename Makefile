@@ -1,8 +1,11 @@
-# The two commands of the README; everything else is CMake's (see CMakePresets.json).
-.PHONY: demo test
+# The commands of the README; everything else is CMake's (see CMakePresets.json).
+.PHONY: demo test package
 
 demo:
 	@scripts/demo
 
 test:
 	@scripts/test
+
+package:
+	@scripts/package

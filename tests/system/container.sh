@@ -6,15 +6,18 @@
 #                        goes on as root, in a mount namespace that goes with the script; returns at once
 #                        where that cannot be
 #   container_obstacle   why no container can be booted here; says nothing when one can
-#   container_create     an overlay over the image, with the daemon and the example application in it
+#   container_create     an overlay over the image, with the daemon's package installed and the example
+#                        application in it; with the argument "clean" without the package
 #   container_boot       boots it and waits until it is up; again after container_stop
 #   in_container CMD...  runs a command in it, as root unless it says otherwise
 #   container_stop       powers it off; the overlay stays
 #   container_remove     ends it and leaves nothing behind: call at exit
 #
-# ORVANE_BIN: folder of the built programs.
+# ORVANE_BIN: folder of the built programs, build/release/bin when unset. The package lies in the build
+# folder, one above.
 
 container_source=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+: "${ORVANE_BIN:=$container_source/build/release/bin}"
 container_dir=
 container_name=
 container_cgroups=()
@@ -29,7 +32,8 @@ container_enter() {
     [ "$(id -u)" -eq 0 ] || become=(sudo -n)
     "${become[@]}" unshare --mount true 2>/dev/null || return 0
     keep=(ORVANE_BIN="$ORVANE_BIN" ORVANE_IMAGE_CACHE="${ORVANE_IMAGE_CACHE:-}"
-        ORVANE_REQUIRE_SYSTEM_TESTS="${ORVANE_REQUIRE_SYSTEM_TESTS:-0}")
+        ORVANE_REQUIRE_SYSTEM_TESTS="${ORVANE_REQUIRE_SYSTEM_TESTS:-0}"
+        ORVANE_UPDATE_DOCS="${ORVANE_UPDATE_DOCS:-0}")
     exec "${become[@]}" env "${keep[@]}" ORVANE_CONTAINER_ENTERED=1 unshare --mount "$@"
 }
 
@@ -62,7 +66,11 @@ container_cgroup_parents() {
 
 container_create() {
     local image
-    image=$("$container_source/tests/system/image/build")
+    if [ "${1:-}" = clean ]; then
+        image=$("$container_source/tests/system/image/build")
+    else
+        image=$("$container_source/tests/system/image/install" "$(container_package)")
+    fi
     container_name=orvane-$$-$RANDOM
     mapfile -t container_cgroups < <(container_cgroup_parents | sed "s#\$#/$container_name#")
     container_dir=$(mktemp -d -t orvane-container.XXXXXX)
@@ -71,9 +79,15 @@ container_create() {
     mount -t overlay orvane-container \
         -o "lowerdir=$image,upperdir=$container_dir/upper,workdir=$container_dir/work" \
         "$container_dir/root"
-    container_install "$ORVANE_BIN/orvane" /usr/libexec/orvane 755
     container_install "$ORVANE_BIN/orvane-watch" /usr/bin/orvane-watch 755
     container_install_example
+}
+
+# The package under test.
+container_package() {
+    local packages=("$ORVANE_BIN"/../orvane_*.deb)
+    [ -f "${packages[0]}" ] || { echo "no package in the build folder: make package" >&2; return 1; }
+    echo "${packages[0]}"
 }
 
 # container_install FILE PATH [MODE]

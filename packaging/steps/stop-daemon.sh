@@ -1,0 +1,3 @@
+stop_daemon() {
+    [ ! -d /run/systemd/system ] || systemctl stop orvane.service || true
+}
