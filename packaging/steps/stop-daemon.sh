@@ -1,3 +1,4 @@
 stop_daemon() {
-    [ ! -d /run/systemd/system ] || systemctl stop orvane.service || true
+    [ -d /run/systemd/system ] || return 0
+    [ "$(systemctl show --value -p LoadState orvane.service)" = not-found ] || systemctl stop orvane.service || true
 }

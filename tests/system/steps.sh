@@ -17,9 +17,9 @@ expect_match() {
     [[ $2 == $3 ]] || fail "$1"$'\n'"expected: $3"$'\n'"actual:   $2"
 }
 
-# start_daemon [NAME=VALUE...]: starts the daemon with these environment variables and waits until
-# it has its bus name. Without one the idle time is long enough for any scenario.
-start_daemon() {
+# configure_daemon [NAME=VALUE...]: has the daemon run with these environment variables. Without one the
+# idle time is long enough for any scenario.
+configure_daemon() {
     local assignment
     {
         echo "[Service]"
@@ -30,8 +30,15 @@ start_daemon() {
     in_container mkdir -p /run/systemd/system/orvane.service.d
     in_container tee /run/systemd/system/orvane.service.d/test.conf <"$container_dir/daemon.conf" >/dev/null
     in_container systemctl daemon-reload
+}
+
+# start_daemon [NAME=VALUE...]: starts it so and waits until it has its bus name.
+start_daemon() {
+    configure_daemon "$@"
     in_container systemctl start orvane.service
 }
+
+daemon_is() { [ "$(in_container systemctl is-active orvane.service)" = "$1" ]; }
 
 invoker=/org/zarn/Orvane/TaskInvoker1
 session=/org/zarn/Orvane/TaskInvokerSessions/Sync

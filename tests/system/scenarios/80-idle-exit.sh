@@ -17,11 +17,9 @@ scenario() {
     done
 
     in_container pkill -x orvane-watch
-    wait_for 20 "the daemon to leave" unit_has_left
+    wait_for 20 "the daemon to leave" daemon_is inactive
     expect_equal "the daemon's exit status" \
         "$(in_container systemctl show --value -p ExecMainStatus orvane.service)" 0
     expect_equal "the result" "$(in_container systemctl show --value -p Result orvane.service)" success
     expect_equal "the task" "$(unit_property $task ActiveState)" active
 }
-
-unit_has_left() { [ "$(in_container systemctl is-active orvane.service)" = inactive ]; }

@@ -1,6 +1,7 @@
 # shellcheck shell=bash
-# In a real user session "--launcher" starts what the user wants started: applications through the
-# service that launches them, links through xdg-open with the URL as its one argument.
+# At the start of a real user session the shipped unit starts what the user wants started, once:
+# applications through the service that launches them, links through xdg-open with the URL as its one
+# argument. What it started lives on.
 
 url='https://example.com/?q=a b&c="$HOME";`id`%20\n'
 
@@ -13,6 +14,7 @@ prepare() {
     cat >"$container_dir/root/usr/bin/xdg-open" <<'SCRIPT'
 #!/bin/sh
 printf '%s:%s\n' "$#" "$1" >/tmp/opened
+exec sleep 4711
 SCRIPT
     chmod 755 "$container_dir/root/usr/bin/xdg-open"
 }
@@ -20,30 +22,50 @@ SCRIPT
 scenario() {
     start_daemon
     start_peer fake-user-service org.zarn.Orvane.User
-    in_container systemctl start user@100000.service
+    session_starts
+    expect_equal "what it logs without anything to start" "$(launcher_log)" ""
+    in_container systemctl stop user@100000.service
 
-    expect_equal "without anything to start" "$(launch)" ""
     set_enabled 100000 com.example.Notes true
     set_enabled 100000 com.example.Page true
     set_enabled 100001 com.example.Other true
     set_enabled 100000 enabledMode true
-    local log
-    log=$(launch)
-    expect_match "what it logs" "$log" \
+    session_starts
+    expect_match "what it logs" "$(launcher_log)" \
         "*static bool Autostart::Launcher::launchApplications(): couldn't autostart: \"enabledMode\"  with the app ID of:  \"\""
     wait_for 20 "the link to be opened" in_container test -s /tmp/opened
     expect_equal "what xdg-open was given" "$(in_container cat /tmp/opened)" "1:$url"
-    expect_equal "what the service was asked for" \
-        "$(in_container journalctl -o cat -t fake-user-service --no-pager | sort)" \
+    expect_equal "what the service was asked for" "$(asked_for)" "Start"$'\n'"Start com.example.Notes"
+    in_container pgrep -u appuser -f '^sleep 4711$' >/dev/null || fail "what was opened did not live on"
+
+    # Whatever else happens in the session: once is enough.
+    as_appuser systemctl --user start default.target
+    expect_equal "what the service was asked for in all" "$(asked_for)" \
         "Start"$'\n'"Start com.example.Notes"
 }
 
-# Runs the launcher in the session of appuser, as a unit whose end does not end what it started; prints what it logs, but for the user manager that the
-# container has none of.
-launch() {
+as_appuser() {
     in_container setpriv --reuid=appuser --regid=appuser --init-groups \
-        env HOME=/home/appuser XDG_RUNTIME_DIR=/run/user/100000 \
-        systemd-run --user --quiet --wait --pipe -p KillMode=process /usr/libexec/orvane --launcher 2>&1 \
-        | grep -v "couldn't get available users list:"
-    [ "${PIPESTATUS[0]}" -eq 0 ] || fail "the launcher's status is not 0"
+        env HOME=/home/appuser XDG_RUNTIME_DIR=/run/user/100000 "$@"
 }
+
+# Starts the service manager of appuser, as a login does.
+session_starts() {
+    in_container systemctl start user@100000.service
+    wait_for 20 "the launcher to have done its work" launcher_is_done
+    expect_equal "how the launcher ended" \
+        "$(as_appuser systemctl --user show --value -p Result -p ExecMainStatus orvane-launcher.service)" \
+        success$'\n'0
+}
+
+launcher_is_done() {
+    [ "$(as_appuser systemctl --user show --value -p SubState orvane-launcher.service)" = exited ]
+}
+
+# But for the user manager that the container has none of.
+launcher_log() {
+    in_container journalctl --no-pager -o cat -t orvane _UID=100000 \
+        | grep -v "couldn't get available users list:" || true
+}
+
+asked_for() { in_container journalctl -o cat -t fake-user-service --no-pager | sort; }

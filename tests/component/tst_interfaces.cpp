@@ -1,0 +1,119 @@
+// The interface descriptions that are installed say what the running daemon says.
+
+#include "support/stage.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+#include <QXmlStreamReader>
+
+namespace {
+
+// Every element with its attributes in one line, in order of the file; what stands between an
+// interface's tags, and nothing else of a description.
+QStringList interfaceIn(const QByteArray &xml, const QString &interface, bool &valid)
+{
+    QStringList lines;
+    bool inside = false;
+    int depth = 0;
+    QXmlStreamReader reader(xml);
+    while (!reader.atEnd()) {
+        const auto token = reader.readNext();
+        if (token == QXmlStreamReader::StartElement) {
+            QStringList attributes;
+            for (const QXmlStreamAttribute &attribute : reader.attributes())
+                attributes.append(attribute.name() + QLatin1Char('=') + attribute.value());
+            attributes.sort();
+            if (reader.name() == QLatin1String("interface"))
+                inside = reader.attributes().value(QStringLiteral("name")) == interface;
+            if (inside)
+                lines.append(QString(depth, QLatin1Char(' ')) + reader.name() + QLatin1Char(' ')
+                             + attributes.join(QLatin1Char(' ')));
+            ++depth;
+        } else if (token == QXmlStreamReader::EndElement) {
+            --depth;
+            if (reader.name() == QLatin1String("interface"))
+                inside = false;
+        }
+    }
+    valid = !reader.hasError();
+    return lines;
+}
+
+} // namespace
+
+class TestInterfaces : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase() { m_stage.reset(); }
+    void areWhatTheDaemonSays_data();
+    void areWhatTheDaemonSays();
+    void areAll();
+
+private:
+    [[nodiscard]] QByteArray description(const QString &path) const
+    {
+        const QDBusMessage reply = m_stage->call(
+            Stage::methodCall(path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                              QStringLiteral("Introspect")));
+        return reply.arguments().value(0).toString().toUtf8();
+    }
+
+    // By interface.
+    const QMap<QString, QString> m_paths{
+        {QStringLiteral("org.zarn.Orvane.TaskInvoker1"),
+         QStringLiteral("/org/zarn/Orvane/TaskInvoker1")},
+        {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), Stage::sessionPath()},
+        {QStringLiteral("org.zarn.am.Autostart"), QStringLiteral("/org/zarn/am")},
+        {QStringLiteral("org.zarn.Teller.Hooks"), QStringLiteral("/org/zarn/Teller/Hooks")}};
+    const QDir m_directory{QStringLiteral(INTERFACES)};
+    std::unique_ptr<Stage> m_stage;
+};
+
+void TestInterfaces::initTestCase()
+{
+    m_stage = std::make_unique<Stage>();
+    m_stage->root.serveType(QStringLiteral("Sync"));
+    QVERIFY(m_stage->start());
+    QCOMPARE(m_stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+}
+
+void TestInterfaces::areWhatTheDaemonSays_data()
+{
+    QTest::addColumn<QString>("interface");
+    for (const QString &interface : m_paths.keys())
+        QTest::newRow(qPrintable(interface)) << interface;
+}
+
+void TestInterfaces::areWhatTheDaemonSays()
+{
+    QFETCH(QString, interface);
+    QFile file(m_directory.filePath(interface + QStringLiteral(".xml")));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    bool valid = false;
+    const QStringList installed = interfaceIn(file.readAll(), interface, valid);
+    QVERIFY(valid);
+    QVERIFY(installed.size() > 1);
+    const QStringList live = interfaceIn(description(m_paths.value(interface)), interface, valid);
+    QVERIFY(valid);
+    QCOMPARE(installed.join(QLatin1Char('\n')), live.join(QLatin1Char('\n')));
+}
+
+void TestInterfaces::areAll()
+{
+    QStringList names = m_paths.keys();
+    for (QString &name : names)
+        name += QStringLiteral(".xml");
+    QCOMPARE(m_directory.entryList(QDir::Files, QDir::Name), names);
+    // Nor does any of the objects offer another of the daemon's own interfaces.
+    for (const QString &path : m_paths) {
+        const QByteArray xml = description(path);
+        QCOMPARE(xml.count("<interface name=\"org.zarn."), 1);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestInterfaces)
+#include "tst_interfaces.moc"

@@ -1,0 +1,136 @@
+# shellcheck shell=bash
+# The life of the package on a system that has never seen it: apt installs it, the bus starts the daemon,
+# an upgrade loses neither tasks nor sessions nor settings, removing stops what ran, and purging leaves
+# nothing but what the owner wrote.
+
+# Without the daemon.
+system=clean
+task=com.example.Notes.task_index
+name=com.example.Notes.Index
+apps=/var/lib/am/apps
+
+prepare() {
+    cp "$(container_package)" "$container_dir/root/root/first.deb"
+    make_upgrade "$(container_package)" "$container_dir/root/root/second.deb"
+    # What an owner may have written before.
+    mkdir -p "$container_dir/root/etc/am/conf.d" "$container_dir/root/etc/systemd/system/orvane.service.d"
+    printf '[com.example.Other]\nautostart=false\n' >"$container_dir/root/etc/am/conf.d/owner.conf"
+    printf '[Service]\nEnvironment=ORVANE_DAEMON_TIMEOUT=600000\n' \
+        >"$container_dir/root/etc/systemd/system/orvane.service.d/owner.conf"
+}
+
+scenario() {
+    traces >"$container_dir/before"
+    apt_get install --no-install-recommends /root/first.deb
+
+    expect_equal "what the first call is answered" \
+        "$(in_container busctl call org.zarn.Orvane /org/zarn/am org.zarn.am.Autostart GetEnabled i 100000)" \
+        "as 0"
+    expect_equal "the daemon's unit" "$(in_container systemctl is-active orvane.service)" active
+    expect_equal "what runs tasks by default" \
+        "$(in_container systemctl show --value -p Environment orvane.service)" \
+        "ORVANE_TASK_GROUPS=privileged ORVANE_DAEMON_TIMEOUT=600000"
+    set_enabled 100000 com.example.Notes true
+
+    upgrade_while_a_task_runs
+    remove_while_a_task_runs
+    install_again
+    purge
+}
+
+upgrade_while_a_task_runs() {
+    local worker daemon
+    in_container orvane-watch Sync >"$container_dir/watch.log" 2>&1 &
+    wait_for 20 "the client to be registered" grep -q ^session "$container_dir/watch.log"
+    start_task $task User s appuser DBusService s $name Autostart i 2 >/dev/null
+    wait_for 20 "the task to own its name" bus_name_is_owned $name
+    wait_for 20 "the task to be listed" is_listed $task
+    worker=$(unit_property $task MainPID)
+    daemon=$(daemon_pid)
+
+    apt_get install --no-install-recommends /root/second.deb
+    [ "$(daemon_pid)" != "$daemon" ] || fail "the old daemon still runs"
+    # The process is not in systemd's list of units: the new daemon learns of it at the next change.
+    expect_equal "the task" "$(active_tasks)" "a(sia{sv}) 1 \"$task\" -1 0"
+    expect_equal "the task's process" "$(unit_property $task MainPID)" "$worker"
+    bus_name_is_owned $name || fail "the task lost its name"
+    expect_file "$(policy_file $task)"
+    expect_equal "the settings" "$(enabled)" 'as 1 "com.example.Notes"'
+
+    # The client from before hears of what happens after, and keeps the daemon awake.
+    : >"$container_dir/watch.log"
+    stop_task $task >/dev/null
+    wait_for 20 "the client to hear of the end" grep -q '^ActiveTasks: none' "$container_dir/watch.log"
+    in_container pgrep -x orvane-watch >/dev/null || fail "the client has ended"
+}
+
+remove_while_a_task_runs() {
+    start_task $task User s appuser DBusService s $name Autostart i 2 >/dev/null
+    wait_for 20 "the task to own its name" bus_name_is_owned $name
+    # Somebody else's, of a kind that looks like ours.
+    in_container tee /etc/systemd/system/ov_other.service /etc/dbus-1/system.d/com.example.other.conf \
+        <<<"" >/dev/null
+
+    apt_get remove orvane
+    wait_for 20 "the task's name to be free" bus_name_is_free $name
+    expect_equal "what the task left" "$(in_container find /etc /run -name '*task_index*')" ""
+    bus_name_is_owned org.zarn.Orvane && fail "the daemon still runs"
+    expect_match "calling it" "$(enabled 2>&1)" "Call failed: *not provided by any .service files"
+    expect_file $apps/com.example.Notes/100000.conf
+    expect_file /etc/systemd/system/ov_other.service
+    expect_file /etc/dbus-1/system.d/com.example.other.conf
+    in_container rm /etc/systemd/system/ov_other.service /etc/dbus-1/system.d/com.example.other.conf
+}
+
+install_again() {
+    apt_get install --no-install-recommends /root/second.deb
+    expect_equal "the settings" "$(enabled)" 'as 1 "com.example.Notes"'
+    expect_equal "its tasks" "$(register | grep -o '"ActiveTasks" a(sia{sv}) 0')" '"ActiveTasks" a(sia{sv}) 0'
+}
+
+purge() {
+    apt_get purge orvane
+    traces >"$container_dir/after"
+    # A user's own choice is the owner's.
+    expect_equal "what is left" "$(comm -13 "$container_dir/before" "$container_dir/after")" \
+        "$(printf '%s\n' /var/lib/am $apps $apps/com.example.Notes $apps/com.example.Notes/100000.conf)"
+    expect_equal "what is missing" "$(comm -23 "$container_dir/before" "$container_dir/after")" ""
+
+    in_container rm -r $apps/com.example.Notes
+    apt_get install --no-install-recommends /root/first.deb
+    enabled >/dev/null
+    apt_get purge orvane
+    traces >"$container_dir/after"
+    expect_equal "what is left without settings" "$(cat "$container_dir/after")" \
+        "$(cat "$container_dir/before")"
+}
+
+apt_get() {
+    in_container env DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes "$@" \
+        >"$container_dir/apt.log" 2>&1 </dev/null || fail "apt-get $*"$'\n'"$(cat "$container_dir/apt.log")"
+    # The scripts of the package have nothing to say.
+    ! grep -iE 'failed|cannot|warning|error' "$container_dir/apt.log" || fail "apt-get $*"
+}
+
+# Every path that could have to do with the daemon; the package manager's own books, homes and what the image
+# has in /usr/local aside.
+traces() {
+    in_container find / -xdev \( -path /proc -o -path /sys -o -path /var/log -o -path /var/cache \
+        -o -path /var/lib/dpkg -o -path /var/lib/apt -o -path /tmp -o -path /root -o -path /usr/local -o -path /home \) -prune -o -print \
+        | cat - <(in_container find /run -xdev) \
+        | grep -E 'orvane|ov_task|zarn|Orvane|task_|/am(/|$)|com\.example' | sort
+}
+
+daemon_pid() { in_container systemctl show --value -p MainPID orvane.service; }
+
+enabled() {
+    in_container busctl call org.zarn.Orvane /org/zarn/am org.zarn.am.Autostart GetEnabled i 100000 || true
+}
+
+# make_upgrade PACKAGE RESULT: the same package as a later version.
+make_upgrade() {
+    dpkg-deb -R "$1" "$container_dir/upgrade"
+    sed -i 's/^Version: .*/&+later/' "$container_dir/upgrade/DEBIAN/control"
+    dpkg-deb --root-owner-group -b "$container_dir/upgrade" "$2" >/dev/null
+    rm -r "$container_dir/upgrade"
+}
