@@ -197,12 +197,13 @@ QVector<Registration> TaskInvoker::registrations() const
     QVector<Registration> registrations;
     for (auto client = d->clients.cbegin(); client != d->clients.cend(); ++client) {
         for (QObject *object : client.value()) {
-            if (const auto *session = qobject_cast<TaskInvokerSession *>(object))
+            if (const auto *session = qobject_cast<TaskInvokerSession *>(object)) {
                 registrations.append({client.key(),
                                       TaskInvokerSession::pathFor(session->taskType()),
                                       session->taskType()});
-            else if (const auto *proxy = qobject_cast<TaskInvokerSessionProxy *>(object))
+            } else if (const auto *proxy = qobject_cast<TaskInvokerSessionProxy *>(object)) {
                 registrations.append({client.key(), proxy->path(), {}});
+            }
         }
     }
     return registrations;
