@@ -45,30 +45,28 @@ TaskManagerPrivate::TaskManagerPrivate(TaskManager *manager)
 void TaskManagerPrivate::loadUnits()
 {
     ++pendingLoads;
-    systemd.listUnitsByPatterns({}, {taskUnitPrefix() + QLatin1Char('*')},
-                                [this](const QVector<SystemdProxy::Unit> &units) {
-                                    for (const SystemdProxy::Unit &unit : units) {
-                                        systemd.watchUnit(unit.name);
-                                        if (TaskRecord *record = records.findOrCreate(unit.name))
-                                            record->state = TaskRecords::stateOf(unit.activeState,
-                                                                                 unit.subState);
-                                    }
-                                    loadFinished();
-                                });
+    systemd.listUnitsByPatterns(
+        {}, {taskUnitPrefix() + QLatin1Char('*')},
+        [this](const QVector<SystemdProxy::Unit> &units) {
+            for (const SystemdProxy::Unit &unit : units) {
+                systemd.watchUnit(unit.name);
+                records.setState(unit.name, TaskRecords::stateOf(unit.activeState, unit.subState));
+            }
+            loadFinished();
+        });
 }
 
 void TaskManagerPrivate::loadUnitFiles()
 {
     ++pendingLoads;
-    systemd.listUnitFilesByPatterns(
-        {}, {taskUnitPrefix() + QLatin1Char('*')},
-        [this](const QVector<SystemdProxy::UnitFileStatus> &files) {
-            for (const SystemdProxy::UnitFileStatus &file : files) {
-                if (TaskRecord *record = records.findOrCreate(QFileInfo(file.path).fileName()))
-                    record->enabled = file.state == Systemd::enabled();
-            }
-            loadFinished();
-        });
+    systemd.listUnitFilesByPatterns({}, {taskUnitPrefix() + QLatin1Char('*')},
+                                    [this](const QVector<SystemdProxy::UnitFileStatus> &files) {
+                                        for (const SystemdProxy::UnitFileStatus &file : files) {
+                                            records.setEnabled(QFileInfo(file.path).fileName(),
+                                                               file.state == Systemd::enabled());
+                                        }
+                                        loadFinished();
+                                    });
 }
 
 void TaskManagerPrivate::loadFinished()
@@ -213,6 +211,11 @@ void TaskManager::stop(const QString &id, const Callback &callback)
 }
 
 QList<TaskRecord> TaskManager::tasks() const { return d->records.all().values(); }
+
+QList<TaskRecord> TaskManager::runningTasks(const QString &taskType) const
+{
+    return d->records.running(taskType);
+}
 
 void TaskManager::runWhenReady(const std::function<void()> &callback)
 {

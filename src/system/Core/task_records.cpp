@@ -12,7 +12,21 @@ TaskRecords::TaskRecords(TypeLookup typeOf)
 {
 }
 
-TaskRecord *TaskRecords::findOrCreate(const QString &unitName)
+const TaskRecord *TaskRecords::findOrCreate(const QString &unitName) { return recordOf(unitName); }
+
+void TaskRecords::setState(const QString &unitName, TaskRecord::State state)
+{
+    if (TaskRecord *record = recordOf(unitName))
+        changeState(*record, state);
+}
+
+void TaskRecords::setEnabled(const QString &unitName, bool enabled)
+{
+    if (TaskRecord *record = recordOf(unitName))
+        record->enabled = enabled;
+}
+
+TaskRecord *TaskRecords::recordOf(const QString &unitName)
 {
     const QString taskId = taskIdOfUnit(unitName);
     if (taskId.isEmpty())
@@ -36,9 +50,28 @@ bool TaskRecords::applyProperties(const QString &unitName, const QVariantMap &pr
     // systemd reports both states together, so a sub-state that comes alone says nothing new.
     const auto activeState = properties.constFind(Systemd::activeState());
     if (activeState != properties.constEnd())
-        record->state =
-            stateOf(activeState->toString(), properties.value(Systemd::subState()).toString());
+        changeState(
+            *record,
+            stateOf(activeState->toString(), properties.value(Systemd::subState()).toString()));
     return true;
+}
+
+void TaskRecords::changeState(TaskRecord &record, TaskRecord::State state)
+{
+    record.state = state;
+    if (state == TaskRecord::Running)
+        m_running.emplace(record.taskType, record.taskId);
+    else
+        m_running.erase({record.taskType, record.taskId});
+}
+
+QList<TaskRecord> TaskRecords::running(const QString &taskType) const
+{
+    QList<TaskRecord> running;
+    for (auto task = m_running.lower_bound({taskType, QString()});
+         task != m_running.end() && task->first == taskType; ++task)
+        running.append(*m_records.constFind(task->second));
+    return running;
 }
 
 TaskRecord::State TaskRecords::stateOf(const QString &activeState, const QString &subState)

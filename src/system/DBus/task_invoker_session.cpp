@@ -22,11 +22,9 @@ TaskInvokerSessionPrivate::TaskInvokerSessionPrivate(const QString &type,
 void TaskInvokerSessionPrivate::rebuildActiveTasks()
 {
     activeTasks.clear();
-    const QList<Core::TaskRecord> records = Core::TaskManager::instance()->tasks();
-    for (const Core::TaskRecord &record : records) {
-        if (record.taskType == taskType && record.state == Core::TaskRecord::Running)
-            activeTasks.append({record.taskId, record.mainPid, {}});
-    }
+    const QList<Core::TaskRecord> records = Core::TaskManager::instance()->runningTasks(taskType);
+    for (const Core::TaskRecord &record : records)
+        activeTasks.append({record.taskId, record.mainPid, {}});
     Q_EMIT q->activeTasksChanged();
 }
 

@@ -19,6 +19,7 @@ private Q_SLOTS:
     void followsTheState();
     void keepsTheStateWithoutAnActiveState();
     void followsTheProcess();
+    void listsWhatRunsOfAType();
     void ignoresUnitsWithoutARecord();
     void escapesUnitNames_data();
     void escapesUnitNames();
@@ -34,13 +35,13 @@ private:
 void TestTaskRecords::makesARecordOnFirstSight()
 {
     TaskRecords records(typeOf);
-    TaskRecord *record = records.findOrCreate(unit());
+    const TaskRecord *record = records.findOrCreate(unit());
     QCOMPARE(record->taskId, QStringLiteral("a.b.task_c"));
     QCOMPARE(record->taskType, QStringLiteral("Sync"));
     QCOMPARE(record->enabled, false);
     QCOMPARE(record->state, 0);
     QCOMPARE(record->mainPid, -1);
-    record->state = TaskRecord::Running;
+    records.setState(unit(), TaskRecord::Running);
     QCOMPARE(records.findOrCreate(unit())->state, 2);
     QCOMPARE(records.findOrCreate(QStringLiteral("ov_task.x.service"))->taskType, QString());
 }
@@ -121,6 +122,38 @@ void TestTaskRecords::followsTheProcess()
     QCOMPARE(records.all().first().mainPid, 4711);
     QVERIFY(records.applyProperties(unit(), {{QStringLiteral("MainPID"), 0u}}));
     QCOMPARE(records.all().first().mainPid, 0);
+}
+
+void TestTaskRecords::listsWhatRunsOfAType()
+{
+    TaskRecords records([](const QString &taskId) { return taskId.left(1); });
+    const auto unitOf = [](const char *id) {
+        return QStringLiteral("ov_task.%1.service").arg(QString::fromLatin1(id));
+    };
+    const auto running = [&records](const char *type) {
+        QStringList ids;
+        for (const TaskRecord &record : records.running(QString::fromLatin1(type)))
+            ids.append(record.taskId);
+        return ids;
+    };
+    for (const char *id : {"b2", "a1", "b1", "c1", "b3"})
+        records.setState(unitOf(id), TaskRecord::Running);
+    records.setState(unitOf("b4"), TaskRecord::NotRunning);
+    records.findOrCreate(unitOf("b0"));
+    QCOMPARE(running("b"),
+             QStringList({QStringLiteral("b1"), QStringLiteral("b2"), QStringLiteral("b3")}));
+    QCOMPARE(running("a"), QStringList{QStringLiteral("a1")});
+    QCOMPARE(running("d"), QStringList());
+    QCOMPARE(running(""), QStringList());
+
+    records.setState(unitOf("b2"), TaskRecord::NotRunning);
+    records.setState(unitOf("b2"), TaskRecord::NotRunning);
+    QVERIFY(records.applyProperties(unitOf("b3"),
+                                    {{QStringLiteral("ActiveState"), QStringLiteral("failed")},
+                                     {QStringLiteral("SubState"), QStringLiteral("failed")}}));
+    QVERIFY(records.applyProperties(unitOf("b1"), {{QStringLiteral("MainPID"), 7U}}));
+    QCOMPARE(running("b"), QStringList{QStringLiteral("b1")});
+    QCOMPARE(records.running(QStringLiteral("b")).constFirst().mainPid, 7);
 }
 
 void TestTaskRecords::ignoresUnitsWithoutARecord()
