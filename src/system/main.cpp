@@ -31,6 +31,16 @@ int idleTimeMs()
     return idleTime == 0 ? defaultIdleTimeMs : idleTime;
 }
 
+// Whether somebody had this process started and waits for its name: the service manager, or the bus
+// itself. The first counts a process that ends without it as failed, and both tell the caller so.
+bool isAwaited()
+{
+    return qgetenv("SYSTEMD_EXEC_PID").toLongLong() == QCoreApplication::applicationPid()
+        || qEnvironmentVariableIsSet("DBUS_STARTER_ADDRESS");
+}
+
+enum class Phase { Starting, Serving, Leaving };
+
 bool exportProxy(QDBusConnection &bus, DBus::SessionProxy &proxy)
 {
     return bus.registerVirtualObject(proxy.path(), &proxy, QDBusConnection::SingleNode);
@@ -40,8 +50,12 @@ int runDaemon()
 {
     std::optional<SignalQuit> quitOnSignal(std::in_place);
     Orvane::InactivityTimer inactivity(idleTimeMs());
+    Phase phase = Phase::Starting;
     Departure departure = Departure::Told;
-    QObject::connect(&inactivity, &Orvane::InactivityTimer::timeout, qApp, [&departure] {
+    QObject::connect(&inactivity, &Orvane::InactivityTimer::timeout, qApp, [&phase, &departure] {
+        // The idle time starts anew with the name.
+        if (phase == Phase::Starting && isAwaited())
+            return;
         departure = Departure::Idle;
         QCoreApplication::quit();
     });
@@ -83,7 +97,9 @@ int runDaemon()
     inactivity.watch(&control);
 
     DBus::TaskInvoker taskInvoker;
-    taskInvoker.runWhenReady([&bus, &taskInvoker, &inactivity] {
+    taskInvoker.runWhenReady([&bus, &taskInvoker, &inactivity, &phase] {
+        if (phase == Phase::Leaving)
+            return;
         if (!bus.registerObject(Names::taskInvokerPath(), &taskInvoker,
                                 QDBusConnection::ExportAllSlots)) {
             qWarning() << "Couldn't register TaskInvoker object";
@@ -96,12 +112,15 @@ int runDaemon()
         if (!bus.registerService(Names::service())) {
             qWarning() << "couldn't register service";
             QCoreApplication::exit(EXIT_FAILURE);
+            return;
         }
+        phase = Phase::Serving;
     });
     const int status = QCoreApplication::exec();
     // Nothing can call it off any more, and the service manager signals a process whose name is
     // gone.
     quitOnSignal.reset();
+    phase = Phase::Leaving;
     leaveBus(bus, taskInvoker, departure);
     return status;
 }

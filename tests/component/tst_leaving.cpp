@@ -3,9 +3,13 @@
 #include "support/stage.h"
 
 #include <QDBusArgument>
+#include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
+#include <QDBusReply>
+#include <QDBusServiceWatcher>
 #include <QFile>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <csignal>
@@ -45,9 +49,12 @@ private Q_SLOTS:
     void takesOverNothingUnreadable();
     void takesOverNothingFromAnotherBus();
     void keepsNothingWithoutARuntimeDirectory();
+    void staysForWhoeverHadItStarted();
+    void claimsNoNameOnItsWayOut();
     void losesNoCallInManyIdleExits();
 
 private:
+    [[nodiscard]] QString uniqueNameOfTheDaemon() const;
     [[nodiscard]] QStringList withRuntimeDirectory(const char *idleTime = "600000") const
     {
         return {QStringLiteral("RUNTIME_DIRECTORY=") + stage->root.path(),
@@ -270,6 +277,51 @@ void TestLeaving::keepsNothingWithoutARuntimeDirectory()
     QVERIFY(stage->start());
     QCOMPARE(stage->call(readActiveTasks()).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+}
+
+void TestLeaving::staysForWhoeverHadItStarted()
+{
+    stage->systemd->hold(QStringLiteral("ListUnitsByPatterns"));
+    stage->launch({QStringLiteral("DBUS_STARTER_ADDRESS=") + stage->bus.address(),
+                   QStringLiteral("ORVANE_DAEMON_TIMEOUT=300")});
+    QVERIFY(!QTest::qWaitFor([this] { return !stage->daemon.isRunning(); }, 1500));
+    stage->systemd->release(QStringLiteral("ListUnitsByPatterns"));
+    QVERIFY(Stage::waitUntil([this] { return stage->nameIsOwned(); }));
+    QVERIFY(waitForTheEnd());
+    QCOMPARE(stage->daemon.exitStatus(), 0);
+}
+
+void TestLeaving::claimsNoNameOnItsWayOut()
+{
+    // Told to leave before it was ready, and held up by a call, until it could be ready.
+    FakeUserService user(stage->connect());
+    user.hangs = true;
+    stage->systemd->hold(QStringLiteral("ListUnitsByPatterns"));
+    stage->launch();
+    QVERIFY(Stage::waitUntil([this] { return !uniqueNameOfTheDaemon().isEmpty(); }));
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        uniqueNameOfTheDaemon(), QStringLiteral("/org/zarn/Orvane/Control1"),
+        QStringLiteral("org.zarn.Orvane.Control1"), QStringLiteral("Start"));
+    const QDBusPendingCall pending = stage->client.asyncCall(call);
+    QVERIFY(Stage::waitUntil([&] { return user.calls.size() == 1; }));
+    QDBusServiceWatcher claims(QStringLiteral("org.zarn.Orvane"), stage->client,
+                               QDBusServiceWatcher::WatchForRegistration);
+    QSignalSpy claimed(&claims, &QDBusServiceWatcher::serviceRegistered);
+    stage->daemon.sendSignal(SIGTERM);
+    stage->systemd->release(QStringLiteral("ListUnitsByPatterns"));
+    QVERIFY(waitForTheEnd());
+    QCOMPARE(stage->daemon.exitStatus(), 0);
+    QCOMPARE(claimed.count(), 0);
+}
+
+QString TestLeaving::uniqueNameOfTheDaemon() const
+{
+    const QStringList names = stage->client.interface()->registeredServiceNames();
+    for (const QString &name : names) {
+        if (stage->client.interface()->servicePid(name) == stage->daemon.processId())
+            return name;
+    }
+    return {};
 }
 
 void TestLeaving::losesNoCallInManyIdleExits()

@@ -19,6 +19,7 @@ public:
     /// @param environment NAME=VALUE; everything else comes from the test's own environment.
     void start(const QStringList &environment, const QStringList &arguments = {});
     void sendSignal(int number);
+    [[nodiscard]] uint processId() const { return static_cast<uint>(m_process.processId()); }
     [[nodiscard]] bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     /// Exit status; -1 while it runs or when it crashed.
     [[nodiscard]] int exitStatus() const;

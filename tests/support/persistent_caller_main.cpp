@@ -1,8 +1,9 @@
 // Calls the daemon just when it may be leaving, over and over, and loses its temper at the first
 // call that is not answered as it should be.
-//   persistent-caller EXITS IDLE_MS
+//   persistent-caller EXITS IDLE_MS [sessions]
 // Ends when the daemon has left the bus EXITS times. IDLE_MS: the idle time that the daemon runs
-// with, in milliseconds. Uses the system bus (DBUS_SYSTEM_BUS_ADDRESS).
+// with, in milliseconds. With "sessions" a client that has registered must find its session, too:
+// where the next run starts when the last has ended. Uses the system bus (DBUS_SYSTEM_BUS_ADDRESS).
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -37,8 +38,9 @@ QDBusMessage methodCall(const char *path, const char *interface, const char *met
 class PersistentCaller
 {
 public:
-    PersistentCaller(int exits, int idleMs)
+    PersistentCaller(int exits, int idleMs, bool sessions)
         : m_idleMs(idleMs)
+        , m_sessions(sessions)
         , m_bus(QDBusConnection::systemBus())
         , m_watcher(service(), m_bus, QDBusServiceWatcher::WatchForUnregistration)
     {
@@ -49,7 +51,7 @@ public:
         for (int round = 0; m_exits < exits; ++round) {
             switch (round % 4) {
             case 0:
-                holdASession();
+                registerAClient();
                 break;
             case 1:
                 removeAnApplication();
@@ -88,7 +90,7 @@ private:
     }
 
     // A client that registers just then must find its session afterwards.
-    void holdASession()
+    void registerAClient()
     {
         const QString name = QStringLiteral("client-%1").arg(m_calls);
         {
@@ -98,7 +100,7 @@ private:
                    methodCall("/org/zarn/Orvane/TaskInvoker1", "org.zarn.Orvane.TaskInvoker1",
                               "RegisterInvoker", {QStringLiteral("Sync")}),
                    QStringLiteral("oa{sv}"));
-            for (int i = 0; i < 2; ++i) {
+            for (int i = 0; m_sessions && i < 2; ++i) {
                 expect(client,
                        methodCall("/org/zarn/Orvane/TaskInvokerSessions/Sync",
                                   "org.freedesktop.DBus.Properties", "Get",
@@ -126,6 +128,7 @@ private:
     }
 
     const int m_idleMs;
+    const bool m_sessions;
     QDBusConnection m_bus;
     QDBusServiceWatcher m_watcher;
     int m_exits = 0;
@@ -142,9 +145,10 @@ int main(int argc, char *argv[])
     const int exits = arguments.value(1).toInt();
     const int idleMs = arguments.value(2).toInt();
     if (exits <= 0 || idleMs <= 0) {
-        std::fputs("usage: persistent-caller EXITS IDLE_MS\n", stderr);
+        std::fputs("usage: persistent-caller EXITS IDLE_MS [sessions]\n", stderr);
         return EXIT_FAILURE;
     }
-    const PersistentCaller caller(exits, idleMs);
+    const bool sessions = arguments.value(3) == QLatin1String("sessions");
+    const PersistentCaller caller(exits, idleMs, sessions);
     return EXIT_SUCCESS;
 }
