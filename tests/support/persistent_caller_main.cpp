@@ -62,8 +62,8 @@ public:
             }
             pause();
         }
-        std::printf("%d idle exits and %d calls in %lld s, the longest took %lld ms\n", m_exits,
-                    m_calls, static_cast<long long>(timer.elapsed() / 1000),
+        std::printf("%d exits and %d calls in %lld s, the longest took %lld ms\n", m_exits, m_calls,
+                    static_cast<long long>(timer.elapsed() / 1000),
                     static_cast<long long>(m_longestMs));
     }
 
@@ -121,8 +121,8 @@ private:
         ++m_calls;
         if (reply.type() == QDBusMessage::ReplyMessage && reply.signature() == signature)
             return;
-        std::fprintf(stderr, "call %d, %s, after %d idle exits, was answered with %s: %s\n",
-                     m_calls, qPrintable(call.member()), m_exits, qPrintable(reply.errorName()),
+        std::fprintf(stderr, "call %d, %s, after %d exits, was answered with %s: %s\n", m_calls,
+                     qPrintable(call.member()), m_exits, qPrintable(reply.errorName()),
                      qPrintable(reply.errorMessage()));
         std::exit(EXIT_FAILURE);
     }
