@@ -47,6 +47,7 @@ private Q_SLOTS:
     void takesOverOnlyOnce();
     void takesOverNothingUnreadable_data();
     void takesOverNothingUnreadable();
+    void takesOverNobodyWithoutAName();
     void takesOverNothingFromAnotherBus();
     void keepsNothingWithoutARuntimeDirectory();
     void staysForWhoeverHadItStarted();
@@ -250,6 +251,20 @@ void TestLeaving::takesOverNothingUnreadable()
     QVERIFY(!stage->root.exists(keptFile));
     QVERIFY(waitForTheEnd());
     QCOMPARE(stage->daemon.exitStatus(), 0);
+}
+
+void TestLeaving::takesOverNobodyWithoutAName()
+{
+    QVERIFY(stage->start(withRuntimeDirectory()));
+    QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    stage->daemon.sendSignal(SIGTERM);
+    QVERIFY(waitForTheEnd());
+    QByteArray kept = stage->root.read(keptFile);
+    kept.replace("\"client\": \":", "\"client\": \"");
+    stage->root.write(keptFile, kept);
+    // Nobody would ever be reported gone.
+    QVERIFY(stage->start(withRuntimeDirectory("500")));
+    QVERIFY(waitForTheEnd());
 }
 
 void TestLeaving::takesOverNothingFromAnotherBus()

@@ -73,9 +73,11 @@ QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus)
     const QJsonArray list = kept.value(registrationsKey()).toArray();
     for (const QJsonValue &value : list) {
         const QJsonObject entry = value.toObject();
-        registrations.append({entry.value(clientKey()).toString(),
-                              entry.value(pathKey()).toString(),
-                              entry.value(typeKey()).toString()});
+        const QString client = entry.value(clientKey()).toString();
+        // The bus can say of nobody else whether he is still there.
+        if (client.startsWith(QLatin1Char(':')))
+            registrations.append(
+                {client, entry.value(pathKey()).toString(), entry.value(typeKey()).toString()});
     }
     return registrations;
 }
