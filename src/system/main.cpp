@@ -31,12 +31,11 @@ int idleTimeMs()
     return idleTime == 0 ? defaultIdleTimeMs : idleTime;
 }
 
-// Whether somebody had this process started and waits for its name: the service manager, or the bus
-// itself. The first counts a process that ends without it as failed, and both tell the caller so.
+// Whether the service manager has started this process and waits for its name, and a caller with
+// it: a process that ends without the name counts as failed.
 bool isAwaited()
 {
-    return qgetenv("SYSTEMD_EXEC_PID").toLongLong() == QCoreApplication::applicationPid()
-        || qEnvironmentVariableIsSet("DBUS_STARTER_ADDRESS");
+    return qgetenv("SYSTEMD_EXEC_PID").toLongLong() == QCoreApplication::applicationPid();
 }
 
 enum class Phase { Starting, Serving, Leaving };

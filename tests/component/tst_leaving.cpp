@@ -39,6 +39,7 @@ private Q_SLOTS:
     void answersTheStartThatSystemdIsSlowWith_data();
     void answersTheStartThatSystemdIsSlowWith();
     void answersTheRegistrationThatTheUserServiceIsSlowWith();
+    void stopsEveryTaskOfARemovedApplication();
     void doesNotWaitForEverWhenTold();
     void handsSessionsOnToTheNextRun();
     void handsForwardedSessionsOnToTheNextRun();
@@ -133,6 +134,34 @@ void TestLeaving::answersTheRegistrationThatTheUserServiceIsSlowWith()
     QVERIFY(Stage::waitUntil([&] { return registration.isFinished(); }));
     QCOMPARE(registration.reply().errorName(), QStringLiteral("org.example.Error.No"));
     QVERIFY(waitForTheEnd());
+}
+
+void TestLeaving::stopsEveryTaskOfARemovedApplication()
+{
+    // More than are sent at a time.
+    constexpr int tasks = 100;
+    for (int number = 0; number < tasks; ++number) {
+        stage->systemd->units.append(
+            {QStringLiteral("ov_task.com.example.Notes.task_t%1.service").arg(number),
+             QStringLiteral("active"), QStringLiteral("running")});
+    }
+    QVERIFY(stage->start());
+    stage->systemd->hold(QStringLiteral("StopUnit"));
+    QCOMPARE(stage
+                 ->call(Stage::methodCall(QStringLiteral("/org/zarn/Teller/Hooks"),
+                                          QStringLiteral("org.zarn.Teller.Hooks"),
+                                          QStringLiteral("OnRemove"),
+                                          {QStringLiteral("com.example.Notes")}))
+                 .type(),
+             QDBusMessage::ReplyMessage);
+    stage->daemon.sendSignal(SIGTERM);
+    QVERIFY(Stage::waitUntil([this] { return !stage->nameIsOwned(); }));
+    QVERIFY(membersOf(stage->systemd->calls).count(QStringLiteral("StopUnit")) < tasks);
+    stage->systemd->release(QStringLiteral("StopUnit"));
+    QVERIFY(waitForTheEnd());
+    const QStringList asked = membersOf(stage->systemd->calls);
+    QCOMPARE(asked.count(QStringLiteral("StopUnit")), tasks);
+    QCOMPARE(asked.count(QStringLiteral("DisableUnitFiles")), tasks);
 }
 
 void TestLeaving::doesNotWaitForEverWhenTold()
@@ -297,13 +326,15 @@ void TestLeaving::keepsNothingWithoutARuntimeDirectory()
 void TestLeaving::staysForWhoeverHadItStarted()
 {
     stage->systemd->hold(QStringLiteral("ListUnitsByPatterns"));
-    stage->launch({QStringLiteral("DBUS_STARTER_ADDRESS=") + stage->bus.address(),
-                   QStringLiteral("ORVANE_DAEMON_TIMEOUT=300")});
-    QVERIFY(!QTest::qWaitFor([this] { return !stage->daemon.isRunning(); }, 1500));
+    QVERIFY(stage->activateDaemon({QStringLiteral("ORVANE_DAEMON_TIMEOUT=300")}));
+    const QDBusPendingCall call = stage->client.asyncCall(
+        Stage::methodCall(QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
+                          QStringLiteral("GetEnabled"), {100000}));
+    QVERIFY(!QTest::qWaitFor([&] { return call.isFinished(); }, 1500));
     stage->systemd->release(QStringLiteral("ListUnitsByPatterns"));
-    QVERIFY(Stage::waitUntil([this] { return stage->nameIsOwned(); }));
-    QVERIFY(waitForTheEnd());
-    QCOMPARE(stage->daemon.exitStatus(), 0);
+    QVERIFY(Stage::waitUntil([&] { return call.isFinished(); }));
+    QCOMPARE(call.reply().signature(), QStringLiteral("as"));
+    QVERIFY(Stage::waitUntil([this] { return !stage->nameIsOwned(); }));
 }
 
 void TestLeaving::claimsNoNameOnItsWayOut()

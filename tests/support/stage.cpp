@@ -51,8 +51,9 @@ void Stage::launch(const QStringList &environment, const QStringList &arguments)
 
 bool Stage::activateDaemon(const QStringList &environment)
 {
+    // As the service manager starts it: with its own process id in the environment.
     const QString command =
-        QStringLiteral("/usr/bin/env %1 %2")
+        QStringLiteral("/bin/sh -c 'SYSTEMD_EXEC_PID=$$ exec /usr/bin/env %1 %2'")
             .arg(daemonEnvironment(environment).join(QLatin1Char(' ')), DaemonProcess::program());
     const QDBusMessage reload = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),

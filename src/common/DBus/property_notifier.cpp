@@ -105,7 +105,9 @@ void PropertyNotifierPrivate::deliverNotifySignal()
     for (const int property : qAsConst(pending))
         collect(property, changed);
     pending.clear();
-    send(changed);
+    // Changed and changed back: there is nothing to tell.
+    if (!changed.isEmpty())
+        send(changed);
 }
 
 void PropertyNotifierPrivate::collect(int propertyIndex, Changes &changed)
@@ -122,9 +124,6 @@ void PropertyNotifierPrivate::collect(int propertyIndex, Changes &changed)
 
 void PropertyNotifierPrivate::send(const Changes &changed)
 {
-    // Changed and changed back: there is nothing to tell.
-    if (changed.isEmpty())
-        return;
     QDBusMessage signal =
         QDBusMessage::createSignal(path, Names::propertiesInterface(), Names::propertiesChanged());
     signal << interfaceName << QVariant::fromValue(inOrder(changed)) << QStringList();

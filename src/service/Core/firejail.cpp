@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <unistd.h>
+
 namespace Core {
 
 namespace {
@@ -77,12 +79,18 @@ bool liesDirectlyIn(const QByteArray &directory, const QByteArray &path)
 bool isElf(const QString &path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && file.read(4) == "\177ELF";
+    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)
+        && file.read(4) == "\177ELF";
 }
 
-bool isExecutableFile(const QString &path)
+// By the current user. Root may execute what anybody may; a confined root, without the capability
+// that makes it so, must not judge otherwise.
+bool isExecutable(const QString &path)
 {
-    return QFileInfo(path).isFile() && QFile::permissions(path).testFlag(QFileDevice::ExeUser);
+    constexpr auto anybody = QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther;
+    const QFileDevice::Permissions permissions = QFile::permissions(path);
+    return permissions.testFlag(QFileDevice::ExeUser)
+        || (geteuid() == 0 && (permissions & anybody));
 }
 
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
@@ -130,7 +138,7 @@ Error FirejailPrivate::checkExecutable(const QByteArray &program) const
     if (legacy && !liesDirectlyIn("/usr/bin/", program))
         return invalid(QStringLiteral("Legacy apps must be in: /usr/bin"));
     const QString path = rootDirectory + name;
-    if (!isExecutableFile(path))
+    if (!isExecutable(path))
         return invalid(name + QLatin1String(" is not executable"));
     if (!isElf(path))
         return invalid(name + QLatin1String(" is not an ELF binary"));

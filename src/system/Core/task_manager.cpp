@@ -1,6 +1,7 @@
 #include "system/Core/task_manager.h"
 #include "system/Core/task_manager_p.h"
 
+#include "common/DBus/open_call.h"
 #include "system/Core/unit_files.h"
 
 #include <QDebug>
@@ -232,7 +233,8 @@ bool TaskManager::cleanupUninstalledApplication(const QString &application)
         const ApplicationTaskId id(text);
         if (id.applicationId().toString() != application)
             continue;
-        stop(id, [](const Error &error) {
+        // Held open: this process must not end with a stop unsent.
+        stop(id, [open = DBus::OpenCall()](const Error &error) {
             if (error)
                 qWarning() << "Failed to stop task" << error;
         });

@@ -48,6 +48,7 @@ private Q_SLOTS:
     void wantsALegacyProgramInUsrBin();
     void wantsAnExecutableFile_data();
     void wantsAnExecutableFile();
+    void takesNothingButAFileForABinary();
     void wantsAnElfBinary_data();
     void wantsAnElfBinary();
     void findsTheProgramBelowTheRootDirectory();
@@ -158,7 +159,7 @@ void TestFirejailLookups::wantsALegacyProgramInUsrBin_data()
     QTest::newRow("beside /usr/bin") << QStringLiteral("/usr/binary") << elsewhere;
     QTest::newRow("missing, elsewhere") << QStringLiteral("/nowhere/true") << elsewhere;
     QTest::newRow("the directory itself")
-        << QStringLiteral("/usr/bin/") << QStringLiteral("/usr/bin/ is not executable");
+        << QStringLiteral("/usr/bin/") << QStringLiteral("/usr/bin/ is not an ELF binary");
 }
 
 void TestFirejailLookups::wantsALegacyProgramInUsrBin()
@@ -177,8 +178,6 @@ void TestFirejailLookups::wantsAnExecutableFile_data()
     QTest::addColumn<QString>("name");
     QTest::newRow("a file without the permission") << QStringLiteral("plain");
     QTest::newRow("nothing there") << QStringLiteral("missing");
-    QTest::newRow("a directory") << QStringLiteral("directory");
-    QTest::newRow("a pipe, which nobody writes to") << QStringLiteral("pipe");
     QTest::newRow("a link to nothing") << QStringLiteral("dangling");
 }
 
@@ -186,11 +185,21 @@ void TestFirejailLookups::wantsAnExecutableFile()
 {
     QFETCH(QString, name);
     makeFile(path("plain"), "\177ELF and so on");
-    QVERIFY(QDir(m_root->path()).mkdir(QStringLiteral("directory")));
-    QCOMPARE(::mkfifo(QFile::encodeName(path("pipe")).constData(), 0777), 0);
     QVERIFY(QFile::link(path("nowhere"), path("dangling")));
     const QString program = m_root->filePath(name);
     COMPARE_INVALID(errorOf(Firejail(), program), program + QStringLiteral(" is not executable"));
+}
+
+void TestFirejailLookups::takesNothingButAFileForABinary()
+{
+    QVERIFY(QDir(m_root->path()).mkdir(QStringLiteral("directory")));
+    // Nobody writes to it.
+    QCOMPARE(::mkfifo(QFile::encodeName(path("pipe")).constData(), 0777), 0);
+    for (const char *name : {"directory", "pipe"}) {
+        const QString program = path(name);
+        COMPARE_INVALID(errorOf(Firejail(), program),
+                        program + QStringLiteral(" is not an ELF binary"));
+    }
 }
 
 void TestFirejailLookups::wantsAnElfBinary_data()
