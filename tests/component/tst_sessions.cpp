@@ -63,6 +63,7 @@ private Q_SLOTS:
     void sharesOneSessionAmongItsClients();
     void exportsItsMethodsAndPropertiesOnly();
     void isThereAgainRightBehindAClose();
+    void keepsTheNextSessionWhenTheLastIsClosedTwice();
     void answersForATypeThatIsNoObjectPath();
     void announcesRunningTasks();
     void announcesAnUnchangedListToo();
@@ -211,6 +212,28 @@ void TestSessions::isThereAgainRightBehindAClose()
         stage.client.asyncCall(Stage::sessionCall(QStringLiteral("CloseSession")));
         QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
         QCOMPARE(stage.stop(syncTask()).type(), QDBusMessage::ReplyMessage);
+    }
+}
+
+void TestSessions::keepsTheNextSessionWhenTheLastIsClosedTwice()
+{
+    Stage stage;
+    addNotes(stage);
+    QVERIFY(stage.start());
+    QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
+    const QDBusMessage close = Stage::sessionCall(QStringLiteral("CloseSession"));
+    for (int round = 0; round < 200; ++round) {
+        // In one go, so that the second close may be meant for the first session still.
+        stage.client.asyncCall(close);
+        stage.client.asyncCall(Stage::registerCall(syncType()));
+        stage.client.asyncCall(close);
+        // Whatever became of it: a client that registers now can close its session, and does so
+        // once.
+        QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(stage.call(close).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(stage.call(close).errorName(),
+                 QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+        QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
     }
 }
 

@@ -115,7 +115,7 @@ bool SessionProxy::handleMessage(const QDBusMessage &message, const QDBusConnect
     return true;
 }
 
-void SessionProxy::forward(const QDBusMessage &message, const QDBusConnection &connection,
+bool SessionProxy::forward(const QDBusMessage &message, const QDBusConnection &connection,
                            AnswerAfterwards answerAfterwards)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(Names::userService(), message.path(),
@@ -138,7 +138,9 @@ void SessionProxy::forward(const QDBusMessage &message, const QDBusConnection &c
             message.createErrorReply(QDBusError::LimitsExceeded,
                                      QStringLiteral("Too many calls wait for the user service")));
         lowerBusy();
+        return false;
     }
+    return true;
 }
 
 } // namespace DBus

@@ -42,7 +42,8 @@ Q_SIGNALS:
 protected:
     /// Whether a call is answered although this object is gone when the user service answers.
     enum class AnswerAfterwards { Yes, No };
-    void forward(const QDBusMessage &message, const QDBusConnection &connection,
+    /// @return false when too many calls wait already; the caller has been told.
+    bool forward(const QDBusMessage &message, const QDBusConnection &connection,
                  AnswerAfterwards answerAfterwards);
 
 private:

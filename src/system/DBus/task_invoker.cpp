@@ -47,6 +47,9 @@ TaskInvokerSession *TaskInvokerPrivate::sessionFor(const QString &taskType)
     auto *session = new TaskInvokerSession(taskType, q);
     sessions.insert(taskType, session);
     connect(session, &TaskInvokerSession::sessionClosed, this, [this, session] {
+        // Closed before, and on its way out: the type may have its next session by now.
+        if (sessions.value(session->taskType()) != session)
+            return;
         sessions.remove(session->taskType());
         forgetObject(session, TaskInvokerSession::pathFor(session->taskType()));
     });

@@ -15,8 +15,8 @@ bool TaskInvokerSessionProxy::handleMessage(const QDBusMessage &message,
         && message.member() == QLatin1String("CloseSession");
     if (!closes)
         return SessionProxy::handleMessage(message, connection);
-    forward(message, connection, AnswerAfterwards::No);
-    Q_EMIT sessionClosed();
+    if (forward(message, connection, AnswerAfterwards::No))
+        Q_EMIT sessionClosed();
     return true;
 }
 

@@ -96,7 +96,14 @@ bool writeRuntimeConfig(const QString &filePath, const QString &appId, int uid, 
     }
     // The new setting takes the old one's place in one step, so that a crash or a full disk leaves
     // one or the other.
-    if (writeFileAtomically(filePath, settingText(appId, uid, enabled)) == FileWrite::Written)
+    const QByteArray text = settingText(appId, uid, enabled);
+    FileWrite result = writeFileAtomically(filePath, text);
+    // A file that forbids writing cannot be replaced in place, but taken away.
+    if (result == FileWrite::CannotOpen && old.exists() && !old.isWritable()
+        && QFile::remove(filePath)) {
+        result = writeFileAtomically(filePath, text);
+    }
+    if (result == FileWrite::Written)
         return true;
     if (QFileInfo::exists(filePath) && !canBeRemoved(filePath))
         qWarning() << "couldn't remove old runtime config:" << filePath;

@@ -29,6 +29,8 @@ scenario() {
     expect_equal "reading all users" "$(call_as outsider GetEnabled i -- -1 2>&1 || true)" \
         "Call failed: GetEnabled() method does not support UID -1 (all users)"
 
+    set_enabled 100000 $app false
+    in_container chmod 444 "$(autostart_file $app 100000)"
     set_enabled 100000 $app true
     set_enabled 100001 $app false
     expect_equal "the file" "$(in_container cat "$(autostart_file $app 100000)")" \
