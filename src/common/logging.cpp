@@ -4,6 +4,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>
@@ -40,6 +41,20 @@ const char *priorityPrefix(QtMsgType type)
     return "<5>";
 }
 
+// A text taken from somebody else must not forge a second line. To the journal a zero byte ends a
+// line too, and so does a length of 48 KiB.
+QByteArray onOneLine(const QString &message)
+{
+    constexpr int longest = 4096;
+    const bool isCut = message.size() > longest;
+    QByteArray text = (isCut ? message.left(longest) + QStringLiteral("...") : message).toUtf8();
+    const auto isControl = [](char byte) {
+        return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f;
+    };
+    std::replace_if(text.begin(), text.end(), isControl, ' ');
+    return text;
+}
+
 void writeLine(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     static const bool journal = writesToJournal();
@@ -55,10 +70,7 @@ void writeLine(QtMsgType type, const QMessageLogContext &context, const QString 
         line += context.function;
         line += ": ";
     }
-    line += message.toUtf8();
-    // A name taken from an application must not forge a second line; to the journal a zero byte
-    // ends a line too.
-    line.replace('\n', ' ').replace('\0', ' ');
+    line += onOneLine(message);
     line += '\n';
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr);
     if (type == QtFatalMsg)

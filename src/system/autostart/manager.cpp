@@ -1,6 +1,7 @@
 #include "system/autostart/manager.h"
 
 #include "common/Core/application_id.h"
+#include "common/client_text.h"
 #include "common/root_path.h"
 #include "system/autostart/config_file.h"
 #include "system/autostart/removal.h"
@@ -58,7 +59,7 @@ Manager *Manager::instance()
 bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
 {
     if (!Core::ApplicationId(appId).isValid() && appId != QLatin1String("enabledMode")) {
-        qWarning() << "Invalid application ID:" << appId;
+        qWarning() << "Invalid application ID:" << ClientText(appId);
         return false;
     }
     const QDir directory(QDir(m_runtimeDirectory).absoluteFilePath(appId));

@@ -1,5 +1,7 @@
 #include "system/teller-hooks/interface.h"
 
+#include "common/client_text.h"
+
 #include <QDBusError>
 #include <QDebug>
 
@@ -24,9 +26,10 @@ void DBusInterface::OnRemove(const QString &application)
     if (autostartForgot && tasksForgot)
         return;
     if (!autostartForgot)
-        qWarning() << "Failed to remove application" << application << "from autostart";
+        qWarning() << "Failed to remove application" << ClientText(application) << "from autostart";
     if (!tasksForgot)
-        qWarning() << "Failed to remove application" << application << "from task manager";
+        qWarning() << "Failed to remove application" << ClientText(application)
+                   << "from task manager";
     sendErrorReply(QDBusError::Failed,
                    QStringLiteral("Failed to remove application %1").arg(application));
 }

@@ -16,6 +16,8 @@ void speak(const QString &name)
     lambda(1);
     qWarning("one\ntwo");
     qWarning().noquote() << QString(QStringLiteral("three") + QChar() + QStringLiteral("four"));
+    qWarning().noquote() << QStringLiteral("five\x1b[31m\x7fsix\rseven");
+    qWarning().noquote() << QString(100000, QLatin1Char('x'));
 }
 
 } // namespace Speaker
@@ -55,7 +57,7 @@ QByteArrayList TestLogging::linesOfSpeech(bool toTheJournal)
 void TestLogging::namesFileLineAndFunction()
 {
     const QByteArrayList lines = linesOfSpeech(false);
-    QCOMPARE(lines.size(), 4);
+    QCOMPARE(lines.size(), 6);
     const QByteArray file = "tests/unit/common/tst_logging.cpp:";
     QCOMPARE(lines.at(0),
              file + "14: void Speaker::speak(const QString&): Invalid app ID in \"a\\nb\"");
@@ -64,12 +66,16 @@ void TestLogging::namesFileLineAndFunction()
     // One message is one line, whatever it holds.
     QCOMPARE(lines.at(2), file + "17: void Speaker::speak(const QString&): one two");
     QCOMPARE(lines.at(3), file + "18: void Speaker::speak(const QString&): three four");
+    QCOMPARE(lines.at(4), file + "19: void Speaker::speak(const QString&): five [31m six seven");
+    // The journal would make two lines of a longer one.
+    QCOMPARE(lines.at(5),
+             file + "20: void Speaker::speak(const QString&): " + QByteArray(4096, 'x') + "...");
 }
 
 void TestLogging::marksPrioritiesForTheJournal()
 {
     const QByteArrayList lines = linesOfSpeech(true);
-    QCOMPARE(lines.size(), 4);
+    QCOMPARE(lines.size(), 6);
     QVERIFY(lines.at(0).startsWith("<4>tests/"));
     QVERIFY(lines.at(1).startsWith("<7>tests/"));
     QVERIFY(lines.at(2).startsWith("<4>tests/"));
