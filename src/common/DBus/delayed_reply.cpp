@@ -1,5 +1,6 @@
 #include "common/DBus/delayed_reply.h"
 
+#include "common/DBus/answer.h"
 #include "common/DBus/error.h"
 
 namespace DBus {
@@ -12,9 +13,7 @@ DelayedReply::DelayedReply(const QDBusMessage &request, const QDBusConnection &c
 
 void DelayedReply::finish(const Core::Error &result) const
 {
-    // A caller that wants no reply gets none: the bus would refuse to deliver it.
-    if (m_request.isReplyRequired())
-        m_connection.send(replyFor(result));
+    sendAnswer(m_connection, m_request, replyFor(result));
 }
 
 QDBusMessage DelayedReply::replyFor(const Core::Error &result) const

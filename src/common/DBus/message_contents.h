@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QtGlobal>
+
+class QDBusMessage;
+
+namespace DBus {
+
+/// The most that this daemon puts into one message, in bytes: the 32 MiB that a system bus takes,
+/// less room for the header fields that the bus adds. The bus disconnects whoever sends more.
+constexpr qint64 largestMessage = 32 * 1024 * 1024 - 64 * 1024;
+
+/// What matters of a message before it is sent on.
+struct MessageContents
+{
+    /// How long it is on the bus, in bytes: never less than it really is, and for long texts close
+    /// to it.
+    qint64 size = 0;
+    /// How many file descriptors it carries as arguments of their own.
+    int descriptors = 0;
+    /// Whether it carries some inside another value, too. The framework never closes its copies of
+    /// those when it sends them on.
+    bool hasNestedDescriptors = false;
+
+    [[nodiscard]] bool canBeSentOn() const
+    {
+        return size <= largestMessage && !hasNestedDescriptors;
+    }
+};
+
+/// Reads all arguments once. Only for messages that came from the bus, or whose arguments are plain
+/// values.
+[[nodiscard]] MessageContents contentsOf(const QDBusMessage &message);
+
+} // namespace DBus
