@@ -50,6 +50,10 @@ void answerOpenCalls(int limitMs)
 
 void leaveBus(QDBusConnection bus, const DBus::TaskInvoker &taskInvoker, Departure departure)
 {
+    if (departure == Departure::Disconnected) {
+        DBus::keepRegistrations(bus, taskInvoker.registrations());
+        return;
+    }
     // Blocks until the bus has answered. It hands out messages in order, so every call that was
     // sent to the name before is an event here by then.
     bus.unregisterService(Names::service());

@@ -9,6 +9,7 @@
 #include "system/autostart/interface.h"
 #include "system/autostart/launcher.h"
 #include "system/autostart/manager.h"
+#include "system/bus_connection.h"
 #include "system/departure.h"
 #include "system/inactivity_timer.h"
 #include "system/signal_quit.h"
@@ -58,7 +59,13 @@ int runDaemon()
         departure = Departure::Idle;
         QCoreApplication::quit();
     });
-    QDBusConnection bus = QDBusConnection::systemBus();
+    BusConnection connection;
+    QDBusConnection &bus = connection.bus();
+    QObject::connect(&connection, &BusConnection::disconnected, qApp, [&departure] {
+        qWarning() << "Lost the connection to the bus";
+        departure = Departure::Disconnected;
+        QCoreApplication::exit(EXIT_FAILURE);
+    });
 
     Autostart::DBusInterface autostart(Autostart::Manager::instance());
     if (!bus.registerObject(Names::autostartPath(), &autostart, QDBusConnection::ExportAllSlots)) {

@@ -2,6 +2,8 @@
 
 #include <QFile>
 
+#include <signal.h>
+
 namespace {
 
 // Without a word on limits the bus has those of a system bus: 128 outstanding replies and 512 match
@@ -25,10 +27,17 @@ const char configuration[] =
 
 PrivateBus::PrivateBus() = default;
 
-PrivateBus::~PrivateBus()
+PrivateBus::~PrivateBus() { stop(); }
+
+void PrivateBus::stop()
 {
     m_daemon.kill();
     m_daemon.waitForFinished();
+}
+
+void PrivateBus::sendSignal(int number)
+{
+    ::kill(static_cast<pid_t>(m_daemon.processId()), number);
 }
 
 bool PrivateBus::start()

@@ -16,6 +16,9 @@ public:
 
     /// @return whether the bus accepts connections.
     [[nodiscard]] bool start();
+    /// Ends it without a word to anybody.
+    void stop();
+    void sendSignal(int number);
     [[nodiscard]] QString address() const;
     /// Has the bus start a program when its name is called; from the next time on that the bus
     /// reads its configuration.

@@ -1,5 +1,7 @@
 #include "support/stage.h"
 
+#include "common/DBus/receive_limits.h"
+
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QTest>
@@ -9,7 +11,10 @@ namespace {
 QDBusConnection newConnection(const QString &address)
 {
     static int number = 0;
-    return QDBusConnection::connectToBus(address, QStringLiteral("test-%1").arg(++number));
+    const QDBusConnection connection =
+        QDBusConnection::connectToBus(address, QStringLiteral("test-%1").arg(++number));
+    DBus::liftReceiveLimits(connection);
+    return connection;
 }
 
 QDBusConnection startedBus(PrivateBus &bus)

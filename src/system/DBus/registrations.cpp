@@ -3,13 +3,13 @@
 #include "common/atomic_file.h"
 
 #include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusReply>
 #include <QDebug>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <dbus/dbus.h>
 
 namespace DBus {
 
@@ -28,13 +28,17 @@ QString keptFile()
     return directory.isEmpty() ? QString() : directory + QStringLiteral("/registrations.json");
 }
 
-// A bus that was started again gives the same unique names to other clients.
+// A bus that was started again gives the same unique names to other clients. Known from the time of
+// connecting, because the registrations are also kept when the bus has closed the connection.
 QString idOf(const QDBusConnection &bus)
 {
-    const QDBusReply<QString> id = bus.call(QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
-    return id.value();
+    auto *connection = static_cast<DBusConnection *>(bus.internalPointer());
+    if (connection == nullptr)
+        return {};
+    char *id = dbus_connection_get_server_id(connection);
+    const QString text = QString::fromLatin1(id);
+    dbus_free(id);
+    return text;
 }
 
 } // namespace

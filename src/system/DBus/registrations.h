@@ -20,8 +20,7 @@ struct Registration
 
 /// Keeps registrations in the daemon's runtime directory for the next run of it: clients that are
 /// on the bus when the daemon is restarted or leaves go on with the sessions that they have. Does
-/// nothing without a runtime directory (RUNTIME_DIRECTORY, as the service manager sets it). Blocks
-/// for a question to the bus.
+/// nothing without a runtime directory (RUNTIME_DIRECTORY, as the service manager sets it).
 /// @return whether there was anything to keep and it is kept.
 bool keepRegistrations(const QDBusConnection &bus, const QVector<Registration> &registrations);
 

@@ -1,0 +1,21 @@
+#include "common/DBus/receive_limits.h"
+
+#include <QDBusConnection>
+
+#include <dbus/dbus.h>
+
+#include <climits>
+
+namespace DBus {
+
+void liftReceiveLimits(const QDBusConnection &bus)
+{
+    auto *connection = static_cast<DBusConnection *>(bus.internalPointer());
+    // There is none when the bus could not be reached.
+    if (connection == nullptr)
+        return;
+    dbus_connection_set_max_received_size(connection, LONG_MAX);
+    dbus_connection_set_max_received_unix_fds(connection, LONG_MAX);
+}
+
+} // namespace DBus
