@@ -14,6 +14,7 @@
 #include "system/inactivity_timer.h"
 #include "system/signal_quit.h"
 #include "system/teller-hooks/interface.h"
+#include "system/watchdog.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -66,6 +67,7 @@ int runDaemon()
         departure = Departure::Disconnected;
         QCoreApplication::exit(EXIT_FAILURE);
     });
+    const Watchdog watchdog(bus);
 
     Autostart::DBusInterface autostart(Autostart::Manager::instance());
     if (!bus.registerObject(Names::autostartPath(), &autostart, QDBusConnection::ExportAllSlots)) {

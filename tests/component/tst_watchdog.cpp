@@ -1,0 +1,120 @@
+// The service manager hears from a daemon that works, and from no other.
+
+#include "support/stage.h"
+
+#include <QSocketNotifier>
+#include <QTest>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int periodMs = 100;
+
+/// The service manager's end of the notification socket.
+class Manager : public QObject
+{
+public:
+    Manager()
+        : m_socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        const QByteArray path = QFile::encodeName(m_directory.filePath(QStringLiteral("notify")));
+        std::copy(path.cbegin(), path.cend(), address.sun_path);
+        isUp = ::bind(m_socket, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+    }
+    ~Manager() override { ::close(m_socket); }
+    Q_DISABLE_COPY(Manager)
+
+    /// What makes a process report here.
+    [[nodiscard]] QStringList environment() const
+    {
+        return {QStringLiteral("NOTIFY_SOCKET=") + m_directory.filePath(QStringLiteral("notify")),
+                QStringLiteral("WATCHDOG_USEC=%1").arg(3 * periodMs * 1000)};
+    }
+    /// How often it has heard WATCHDOG=1 since the last look.
+    int heard()
+    {
+        int count = 0;
+        char text[256];
+        for (;;) {
+            const ssize_t size = ::recv(m_socket, text, sizeof text, 0);
+            if (size < 0)
+                return count;
+            if (QByteArray(text, static_cast<int>(size)).split('\n').contains("WATCHDOG=1"))
+                ++count;
+        }
+    }
+
+    bool isUp = false;
+
+private:
+    QTemporaryDir m_directory;
+    int m_socket;
+};
+
+} // namespace
+
+class TestWatchdog : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void reportsAgainAndAgain();
+    void isSilentWhileTheLoopHangs();
+    void isSilentWhileTheBusDoesNotAnswer();
+    void isSilentWhenNobodyAsksForIt();
+};
+
+void TestWatchdog::reportsAgainAndAgain()
+{
+    Manager manager;
+    QVERIFY(manager.isUp);
+    Stage stage;
+    QVERIFY(stage.start(manager.environment()));
+    int heard = 0;
+    QVERIFY(stage.waitUntil([&] { return (heard += manager.heard()) >= 5; }));
+}
+
+void TestWatchdog::isSilentWhileTheLoopHangs()
+{
+    Manager manager;
+    Stage stage;
+    QVERIFY(stage.start(manager.environment()));
+    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
+    stage.daemon.sendSignal(SIGSTOP);
+    // One report may be on its way.
+    (void)QTest::qWaitFor([&] { return manager.heard() > 0; }, 2 * periodMs);
+    QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
+    stage.daemon.sendSignal(SIGCONT);
+    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
+}
+
+void TestWatchdog::isSilentWhileTheBusDoesNotAnswer()
+{
+    Manager manager;
+    Stage stage;
+    QVERIFY(stage.start(manager.environment()));
+    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
+    stage.bus.sendSignal(SIGSTOP);
+    // One answer may be on its way.
+    (void)QTest::qWaitFor([&] { return manager.heard() > 0; }, 2 * periodMs);
+    QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
+    stage.bus.sendSignal(SIGCONT);
+    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
+}
+
+void TestWatchdog::isSilentWhenNobodyAsksForIt()
+{
+    Manager manager;
+    Stage stage;
+    QVERIFY(stage.start({manager.environment().constFirst()}));
+    QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
+}
+
+QTEST_GUILESS_MAIN(TestWatchdog)
+#include "tst_watchdog.moc"
