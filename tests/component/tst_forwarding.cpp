@@ -210,8 +210,8 @@ void TestForwarding::staysUsableWhileTheUserServiceHangs()
     stage->root.writeApplication(QStringLiteral("Notes"),
                                  "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
     user->hangs = true;
-    constexpr int clients = 3;
-    constexpr int callsOfEach = 100;
+    constexpr int clients = 10;
+    constexpr int callsOfEach = 30;
     QVector<QDBusConnection> connections;
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < clients; ++number) {

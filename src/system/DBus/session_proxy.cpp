@@ -1,18 +1,23 @@
 #include "system/DBus/session_proxy.h"
 #include "system/DBus/session_proxy_p.h"
 
-#include "common/DBus/call_queue.h"
+#include "common/DBus/answer.h"
+#include "common/DBus/message_contents.h"
 #include "common/DBus/open_call.h"
+#include "common/client_text.h"
 #include "common/names.h"
+#include "system/DBus/client_calls.h"
 #include "system/DBus/user_service.h"
+#include "system/DBus/user_service_changes.h"
 
-#include <QDBusError>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusReply>
 #include <QDBusVariant>
 #include <QDebug>
 #include <QPointer>
+
+#include <memory>
 
 namespace DBus {
 
@@ -36,6 +41,26 @@ QDBusMessage answerTo(const QDBusMessage &request, const QDBusMessage &reply)
     return request.createReply(reply.arguments());
 }
 
+/// Counts as an outstanding call of a proxy as long as it lives.
+class Busy
+{
+public:
+    explicit Busy(SessionProxy *proxy)
+        : m_proxy(proxy)
+    {
+        proxy->raiseBusy();
+    }
+    ~Busy()
+    {
+        if (m_proxy)
+            m_proxy->lowerBusy();
+    }
+    Q_DISABLE_COPY(Busy)
+
+private:
+    QPointer<SessionProxy> m_proxy;
+};
+
 } // namespace
 
 SessionProxyPrivate::SessionProxyPrivate(const QString &proxyPath, SessionProxy *proxy)
@@ -43,15 +68,15 @@ SessionProxyPrivate::SessionProxyPrivate(const QString &proxyPath, SessionProxy 
     , path(proxyPath)
     , q(proxy)
 {
-    connection.connect(Names::userService(), path, Names::propertiesInterface(),
-                       Names::propertiesChanged(), this,
-                       SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
+    UserServiceChanges::instance().deliver(path, this);
 }
+
+SessionProxyPrivate::~SessionProxyPrivate() { UserServiceChanges::instance().forget(path, this); }
 
 QString SessionProxyPrivate::introspect(const QString &requestedPath) const
 {
     if (requestedPath != path) {
-        qWarning() << "Tried to introspect other path:" << requestedPath;
+        qWarning() << "Tried to introspect other path:" << ClientText(requestedPath);
         return {};
     }
     const QDBusReply<QString> reply = connection.call(QDBusMessage::createMethodCall(
@@ -78,7 +103,9 @@ void SessionProxyPrivate::onPropertiesChanged(const QString &interface, const QV
     QDBusMessage signal =
         QDBusMessage::createSignal(path, Names::propertiesInterface(), Names::propertiesChanged());
     signal << interface << changed << invalidated;
-    connection.send(signal);
+    // The user service may have sent what the bus takes from it and not from this process.
+    if (!contentsOf(signal).canBeSentOn() || !connection.send(signal))
+        qWarning() << "Could not relay a property change of" << ClientText(path);
 }
 
 SessionProxy::SessionProxy(const QString &path, QObject *parent)
@@ -121,26 +148,25 @@ bool SessionProxy::forward(const QDBusMessage &message, const QDBusConnection &c
     QDBusMessage call = QDBusMessage::createMethodCall(Names::userService(), message.path(),
                                                        message.interface(), message.member());
     call.setArguments(message.arguments());
+    // What is kept until the answer comes needs no arguments: it says whom to answer.
+    QDBusMessage request = message;
+    request.setArguments({});
 
-    raiseBusy();
-    const auto finish = [self = QPointer<SessionProxy>(this), message, connection, answerAfterwards,
+    const auto finish = [self = QPointer<SessionProxy>(this), request, connection, answerAfterwards,
+                         busy = std::make_shared<Busy>(this),
                          open = OpenCall()](QDBusPendingCallWatcher *watcher) {
         const QDBusMessage reply = watcher->reply();
         if (self && reply.type() == QDBusMessage::ReplyMessage)
-            self->d->reportObjectPaths(reply, message.service());
-        if (message.isReplyRequired() && (self || answerAfterwards == AnswerAfterwards::Yes))
-            connection.send(answerTo(message, reply));
-        if (self)
-            self->lowerBusy();
+            self->d->reportObjectPaths(reply, request.service());
+        if (self || answerAfterwards == AnswerAfterwards::Yes)
+            sendAnswer(connection, request, answerTo(request, reply));
     };
-    if (!userServiceCalls().call(call, forwardTimeoutMs, finish)) {
-        connection.send(
-            message.createErrorReply(QDBusError::LimitsExceeded,
-                                     QStringLiteral("Too many calls wait for the user service")));
-        lowerBusy();
-        return false;
-    }
-    return true;
+    const ClientCalls::Refusal refusal =
+        userServiceCalls().call(request.service(), call, forwardTimeoutMs, finish);
+    if (refusal == ClientCalls::Taken)
+        return true;
+    sendAnswer(connection, request, refusalOf(request, refusal));
+    return false;
 }
 
 } // namespace DBus

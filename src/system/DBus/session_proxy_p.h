@@ -17,6 +17,7 @@ class SessionProxyPrivate : public QObject
 
 public:
     SessionProxyPrivate(const QString &path, SessionProxy *proxy);
+    ~SessionProxyPrivate() override;
 
     [[nodiscard]] QString introspect(const QString &requestedPath) const;
     void reportObjectPaths(const QDBusMessage &reply, const QString &creatorId);

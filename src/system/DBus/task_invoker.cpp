@@ -2,11 +2,14 @@
 #include "system/DBus/task_invoker_p.h"
 
 #include "common/Core/task_type_config.h"
-#include "common/DBus/call_queue.h"
+#include "common/DBus/answer.h"
 #include "common/DBus/open_call.h"
 #include "common/DBus/types.h"
+#include "common/client_text.h"
 #include "common/names.h"
 #include "system/Core/task_manager.h"
+#include "system/DBus/client_calls.h"
+#include "system/DBus/clients.h"
 #include "system/DBus/task_invoker_session.h"
 #include "system/DBus/task_invoker_session_proxy.h"
 #include "system/DBus/user_service.h"
@@ -16,6 +19,8 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDebug>
+
+#include <algorithm>
 
 namespace DBus {
 
@@ -29,15 +34,42 @@ QVariant marshalled(const QVector<Record> &records)
     return QVariant::fromValue(argument);
 }
 
+// Far more than a program uses: a system has some ten task types.
+constexpr int maxObjectsOfClient = 256;
+// The programs of one user together, each with one connection.
+constexpr int maxClientsOfUser = 128;
+constexpr int maxObjectsOfUser = 1024;
+
+QDBusMessage tooManySessions(const QDBusMessage &request)
+{
+    return request.createErrorReply(QDBusError::LimitsExceeded,
+                                    QStringLiteral("Too many sessions are held already"));
+}
+
+// Objects of this daemon that are there whatever the per-user service says.
+bool isOwnObject(const QString &path)
+{
+    const QStringList own{Names::autostartPath(), Names::tellerHooksPath(),
+                          Names::systemControlPath(), Names::controlPath(),
+                          Names::taskInvokerPath()};
+    return own.contains(path);
+}
+
+// Whether a session at this path is this daemon's to serve, now or later.
+bool isOwnSession(const QString &path)
+{
+    const QString sessions = Names::taskInvokerSessionsPath();
+    return path.startsWith(sessions)
+        && !Core::TaskTypeConfig(path.mid(sessions.size())).worksInSession();
+}
+
 } // namespace
 
 TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker *invoker)
-    : q(invoker)
+    : bus(QDBusConnection::systemBus())
+    , q(invoker)
 {
-    setConnection(QDBusConnection::systemBus());
-    setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
-    connect(this, &QDBusServiceWatcher::serviceUnregistered, this,
-            &TaskInvokerPrivate::forgetClient);
+    connect(&Clients::instance(), &Clients::left, this, &TaskInvokerPrivate::forgetClient);
 }
 
 TaskInvokerSession *TaskInvokerPrivate::sessionFor(const QString &taskType)
@@ -58,26 +90,31 @@ TaskInvokerSession *TaskInvokerPrivate::sessionFor(const QString &taskType)
 
 void TaskInvokerPrivate::exportSession(TaskInvokerSession *session)
 {
+    const QString path = TaskInvokerSession::pathFor(session->taskType());
+    // From the time before this daemon served the type itself.
+    if (auto *proxy = qobject_cast<TaskInvokerSessionProxy *>(bus.objectRegisteredAt(path)))
+        forgetObject(proxy, path);
     // Fails, and changes nothing, when it is exported already.
-    connection().registerObject(TaskInvokerSession::pathFor(session->taskType()), session,
-                                QDBusConnection::ExportAllSlots
-                                    | QDBusConnection::ExportAllProperties);
+    bus.registerObject(path, session,
+                       QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
 }
 
 void TaskInvokerPrivate::createSessionProxy(const QString &taskType)
 {
     q->setDelayedReply(true);
     const QDBusMessage message = q->message();
-    const QDBusConnection bus = q->connection();
+    const QDBusConnection connection = q->connection();
 
     QDBusMessage call = QDBusMessage::createMethodCall(
         Names::userService(), Names::taskInvokerPath(), Names::taskInvokerInterface(),
         QStringLiteral("RegisterInvoker"));
     call << taskType;
-    const auto finish = [this, message, bus, open = OpenCall()](QDBusPendingCallWatcher *watcher) {
+    const auto finish = [this, message, connection,
+                         open = OpenCall()](QDBusPendingCallWatcher *watcher) {
         const QDBusMessage reply = watcher->reply();
         if (reply.type() == QDBusMessage::ErrorMessage) {
-            bus.send(message.createErrorReply(reply.errorName(), reply.errorMessage()));
+            sendAnswer(connection, message,
+                       message.createErrorReply(reply.errorName(), reply.errorMessage()));
             return;
         }
         if (reply.arguments().isEmpty()) {
@@ -85,30 +122,36 @@ void TaskInvokerPrivate::createSessionProxy(const QString &taskType)
             qWarning() << "Reply without parameters!";
             return;
         }
-        const auto path = reply.arguments().constFirst().value<QDBusObjectPath>();
-        registerSessionProxy(bus, message, path.path());
-        bus.send(message.createReply(reply.arguments()));
+        const QString path = reply.arguments().constFirst().value<QDBusObjectPath>().path();
+        if (!mayHold(message.service(), path.isEmpty() ? nullptr : bus.objectRegisteredAt(path))) {
+            sendAnswer(connection, message, tooManySessions(message));
+            return;
+        }
+        registerSessionProxy(connection, message, path);
+        sendAnswer(connection, message, message.createReply(reply.arguments()));
     };
-    if (!userServiceCalls().call(call, -1, finish)) {
-        bus.send(
-            message.createErrorReply(QDBusError::LimitsExceeded,
-                                     QStringLiteral("Too many calls wait for the user service")));
-    }
+    const ClientCalls::Refusal refusal =
+        userServiceCalls().call(message.service(), call, -1, finish);
+    if (refusal != ClientCalls::Taken)
+        sendAnswer(connection, message, refusalOf(message, refusal));
 }
 
-void TaskInvokerPrivate::registerSessionProxy(const QDBusConnection &connection,
-                                              const QDBusMessage &message, const QString &path)
+void TaskInvokerPrivate::registerSessionProxy(const QDBusConnection &, const QDBusMessage &message,
+                                              const QString &path)
 {
-    QObject *const object = sessionProxyAt(connection, path);
+    QObject *const object = sessionProxyAt(path);
     if (object == nullptr) {
-        qWarning() << "Couldn't register TaskInvokerSession proxy at" << path;
+        qWarning() << "Couldn't register TaskInvokerSession proxy at" << ClientText(path);
         return;
     }
     registerClient(message.service(), object);
 }
 
-QObject *TaskInvokerPrivate::sessionProxyAt(QDBusConnection bus, const QString &path)
+QObject *TaskInvokerPrivate::sessionProxyAt(const QString &path)
 {
+    // The per-user service must not take the place of what this daemon serves itself.
+    if (path.isEmpty() || isOwnObject(path) || isOwnSession(path))
+        return nullptr;
     if (QObject *existing = bus.objectRegisteredAt(path))
         return existing;
     auto *proxy = new TaskInvokerSessionProxy(path, q);
@@ -121,28 +164,61 @@ QObject *TaskInvokerPrivate::sessionProxyAt(QDBusConnection bus, const QString &
     return proxy;
 }
 
-void TaskInvokerPrivate::registerClient(const QString &busName, QObject *object)
+bool TaskInvokerPrivate::mayHold(const QString &busName, QObject *object) const
 {
-    const bool wasIdle = clients.isEmpty();
-    QList<QObject *> &objects = clients[busName];
-    if (objects.isEmpty())
-        watchClient(busName);
-    if (!objects.contains(object))
-        objects.append(object);
-    if (wasIdle)
-        Q_EMIT q->isIdleChanged();
+    const Client holder = clients.value(busName);
+    if (object != nullptr && holder.objects.contains(object))
+        return true;
+    if (holder.objects.size() >= maxObjectsOfClient)
+        return false;
+    const std::optional<uint> user = Clients::instance().userOf(busName);
+    int clientsOfUser = clients.contains(busName) ? 0 : 1;
+    int objectsOfUser = 1;
+    for (const Client &client : clients) {
+        if (client.user != user)
+            continue;
+        ++clientsOfUser;
+        objectsOfUser += client.objects.size();
+    }
+    return clientsOfUser <= maxClientsOfUser && objectsOfUser <= maxObjectsOfUser;
 }
 
-void TaskInvokerPrivate::watchClient(const QString &busName)
+void TaskInvokerPrivate::Client::add(QObject *object)
 {
-    addWatchedService(busName);
-    // A client that left before the watch was in place is never reported: without this question
-    // it would keep the daemon awake for ever.
+    if (object == nullptr)
+        staysUntilItLeaves = true;
+    else if (!objects.contains(object))
+        objects.append(object);
+}
+
+TaskInvokerPrivate::Client &TaskInvokerPrivate::entryOf(const QString &busName,
+                                                        std::optional<uint> user)
+{
+    const bool wasIdle = clients.isEmpty();
+    Client &client = clients[busName];
+    client.user = user;
+    if (wasIdle)
+        Q_EMIT q->isIdleChanged();
+    return client;
+}
+
+void TaskInvokerPrivate::registerClient(const QString &busName, QObject *object)
+{
+    // From the moment at which the bus names the user, it also reports that the client leaves.
+    if (const std::optional<uint> user = Clients::instance().userOf(busName))
+        entryOf(busName, user).add(object);
+}
+
+void TaskInvokerPrivate::restoreClient(const QString &busName, QObject *object)
+{
+    entryOf(busName, {}).add(object);
+    // A client that left between the two runs is never reported: without this question it would
+    // keep the daemon awake for ever.
     QDBusMessage question = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameHasOwner"));
     question << busName;
-    auto *watcher = new QDBusPendingCallWatcher(connection().asyncCall(question), this);
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, busName](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();
@@ -154,28 +230,43 @@ void TaskInvokerPrivate::watchClient(const QString &busName)
 
 void TaskInvokerPrivate::forgetClient(const QString &busName)
 {
-    if (clients.remove(busName) > 0 && clients.isEmpty())
+    const auto leaving = clients.constFind(busName);
+    if (leaving == clients.constEnd())
+        return;
+    const QList<QObject *> held = leaving->objects;
+    clients.erase(leaving);
+    for (QObject *object : held)
+        dropProxyOfNobody(object);
+    if (clients.isEmpty())
         Q_EMIT q->isIdleChanged();
-    removeWatchedService(busName);
+}
+
+void TaskInvokerPrivate::dropProxyOfNobody(QObject *object)
+{
+    auto *proxy = qobject_cast<TaskInvokerSessionProxy *>(object);
+    const auto isHeld = [object](const Client &client) { return client.objects.contains(object); };
+    if (proxy != nullptr && std::none_of(clients.cbegin(), clients.cend(), isHeld))
+        removeObject(proxy, proxy->path());
 }
 
 void TaskInvokerPrivate::forgetObject(QObject *object, const QString &path)
 {
     for (auto client = clients.begin(); client != clients.end();) {
-        client->removeOne(object);
-        if (client->isEmpty()) {
-            removeWatchedService(client.key());
-            client = clients.erase(client);
-        } else {
-            ++client;
-        }
+        client->objects.removeOne(object);
+        const bool isDone = client->objects.isEmpty() && !client->staysUntilItLeaves;
+        client = isDone ? clients.erase(client) : ++client;
     }
     if (clients.isEmpty())
         Q_EMIT q->isIdleChanged();
+    removeObject(object, path);
+}
+
+void TaskInvokerPrivate::removeObject(QObject *object, const QString &path)
+{
     // Now, not with the deletion: a client that registers right behind a close must find the path
     // free for its new session.
-    if (connection().objectRegisteredAt(path) == object)
-        connection().unregisterObject(path);
+    if (bus.objectRegisteredAt(path) == object)
+        bus.unregisterObject(path);
     object->deleteLater();
 }
 
@@ -199,7 +290,7 @@ QVector<Registration> TaskInvoker::registrations() const
 {
     QVector<Registration> registrations;
     for (auto client = d->clients.cbegin(); client != d->clients.cend(); ++client) {
-        for (QObject *object : client.value()) {
+        for (QObject *object : client->objects) {
             if (const auto *session = qobject_cast<TaskInvokerSession *>(object)) {
                 registrations.append({client.key(),
                                       TaskInvokerSession::pathFor(session->taskType()),
@@ -216,12 +307,12 @@ void TaskInvoker::restore(const QVector<Registration> &registrations)
 {
     for (const Registration &registration : registrations) {
         if (registration.taskType.isEmpty()) {
-            if (QObject *proxy = d->sessionProxyAt(d->connection(), registration.path))
-                d->registerClient(registration.client, proxy);
+            if (QObject *proxy = d->sessionProxyAt(registration.path))
+                d->restoreClient(registration.client, proxy);
             continue;
         }
         TaskInvokerSession *session = d->sessionFor(registration.taskType);
-        d->registerClient(registration.client, session);
+        d->restoreClient(registration.client, session);
         d->exportSession(session);
         Q_EMIT session->activeTasksChanged();
         Q_EMIT session->availableTasksChanged();
@@ -231,21 +322,29 @@ void TaskInvoker::restore(const QVector<Registration> &registrations)
 void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sessionPath,
                                   QVariantMap &properties)
 {
-    qDebug() << taskType;
+    qDebug() << ClientText(taskType);
     if (Core::TaskTypeConfig(taskType).worksInSession()) {
         d->createSessionProxy(taskType);
         return;
     }
-    TaskInvokerSession *session = d->sessionFor(taskType);
-    d->registerClient(message().service(), session);
+    const QString client = message().service();
+    if (!d->mayHold(client, d->sessions.value(taskType))) {
+        setDelayedReply(true);
+        sendAnswer(connection(), message(), tooManySessions(message()));
+        return;
+    }
     sessionPath = QDBusObjectPath(TaskInvokerSession::pathFor(taskType));
     if (sessionPath.path().isEmpty()) {
+        // Nobody could reach the session. The client counts as one that is on the bus all the same.
+        d->registerClient(client, nullptr);
         // An empty object path cannot travel on the bus: the reply would never leave.
         sendErrorReply(
             QDBusError::InvalidArgs,
             QStringLiteral("Task type \"%1\" cannot be part of an object path").arg(taskType));
         return;
     }
+    TaskInvokerSession *session = d->sessionFor(taskType);
+    d->registerClient(client, session);
     properties.insert(QStringLiteral("ActiveTasks"), marshalled(session->activeTasks()));
     properties.insert(QStringLiteral("AvailableTasks"), marshalled(session->availableTasks()));
     d->exportSession(session);

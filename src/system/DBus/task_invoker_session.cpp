@@ -38,6 +38,8 @@ TaskInvokerSession::TaskInvokerSession(const QString &taskType, QObject *parent)
     connect(Core::ApplicationRegistry::instance(), &Core::ApplicationRegistry::manifestsChanged,
             this, &TaskInvokerSession::availableTasksChanged);
     new PropertyNotifier(d->connection, pathFor(taskType), this);
+    // The framework exports this property of every object too, and lets everybody write to it.
+    connect(this, &QObject::objectNameChanged, this, [this] { setObjectName(QString()); });
 }
 
 TaskInvokerSession::~TaskInvokerSession() = default;

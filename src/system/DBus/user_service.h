@@ -1,12 +1,14 @@
 #pragma once
 
+#include "system/DBus/client_calls.h"
+
 namespace DBus {
 
-class CallQueue;
+/// The calls that this process makes to the per-user service for its clients; made by the first
+/// call, on the system bus, never destroyed. Event-loop thread only.
+ClientCalls &userServiceCalls();
 
-/// The queue of every call that this daemon forwards to the per-user service. Shared by all
-/// forwarding objects, because the limit that it guards is one of the whole connection. Lives as
-/// long as the process.
-[[nodiscard]] CallQueue &userServiceCalls();
+/// The error reply to a call that userServiceCalls() did not take.
+[[nodiscard]] QDBusMessage refusalOf(const QDBusMessage &request, ClientCalls::Refusal refusal);
 
 } // namespace DBus

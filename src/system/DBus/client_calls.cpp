@@ -1,0 +1,166 @@
+#include "system/DBus/client_calls.h"
+
+#include "common/DBus/message_contents.h"
+
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
+
+#include <algorithm>
+#include <utility>
+
+namespace DBus {
+
+namespace {
+
+constexpr uint root = 0;
+
+} // namespace
+
+ClientCalls::Usage &ClientCalls::Usage::operator+=(const Usage &change)
+{
+    inFlight += change.inFlight;
+    waiting += change.waiting;
+    bytes += change.bytes;
+    descriptors += change.descriptors;
+    return *this;
+}
+
+ClientCalls::ClientCalls(const QDBusConnection &bus, UserLookup userOf, const Limits &limits,
+                         QObject *parent)
+    : QObject(parent)
+    , m_bus(bus)
+    , m_userOf(std::move(userOf))
+    , m_limits(limits)
+{
+}
+
+ClientCalls::~ClientCalls() = default;
+
+ClientCalls::Refusal ClientCalls::call(const QString &client, const QDBusMessage &message,
+                                       int timeoutMs, Callback callback)
+{
+    const MessageContents contents = contentsOf(message);
+    if (contents.hasNestedDescriptors)
+        return CannotBeSentOn;
+    const std::optional<uint> user = m_userOf(client);
+    if (!user || !contents.canBeSentOn())
+        return TooMuch;
+    std::shared_ptr<Client> &entry = m_byName[client];
+    if (entry == nullptr)
+        entry = std::make_shared<Client>(Client{*user, {}, {}, {}});
+    const Usage usage{0, 1, contents.size, contents.descriptors};
+    if (!hasRoom(*entry, usage)) {
+        dropIfUnused(client);
+        return TooMuch;
+    }
+    if (entry->waiting.empty())
+        m_turns.push_back(client);
+    entry->waiting.push_back({message, timeoutMs, std::move(callback), usage});
+    count(*entry, usage);
+    sendWaiting();
+    return Taken;
+}
+
+bool ClientCalls::hasRoom(const Client &client, const Usage &call) const
+{
+    const auto fits = [&](const Usage &usage, int Share::*share) {
+        // A call that is sent at once does not wait, but every call is counted as waiting first.
+        return usage.waiting + call.waiting <= m_limits.waiting.*share
+            && usage.bytes + call.bytes <= m_limits.bytes.*share
+            && usage.descriptors + call.descriptors <= m_limits.descriptors.*share;
+    };
+    const bool userHasRoom = client.user == root || fits(m_users.value(client.user), &Share::user);
+    return userHasRoom && fits(m_all, &Share::all) && fits(client.usage, &Share::client);
+}
+
+bool ClientCalls::maySend(const Client &client) const
+{
+    const bool userMay =
+        client.user == root || m_users.value(client.user).inFlight < m_limits.inFlight.user;
+    return userMay && client.usage.inFlight < m_limits.inFlight.client;
+}
+
+void ClientCalls::count(Client &client, const Usage &change)
+{
+    m_all += change;
+    client.usage += change;
+    Usage &user = m_users[client.user];
+    user += change;
+    if (user.inFlight == 0 && user.waiting == 0)
+        m_users.remove(client.user);
+}
+
+void ClientCalls::sendWaiting()
+{
+    // Until nobody can send: each who could not goes to the end of the line.
+    std::size_t couldNot = 0;
+    while (m_all.inFlight < m_limits.inFlight.all && couldNot < m_turns.size()) {
+        const QString name = std::move(m_turns.front());
+        m_turns.pop_front();
+        const std::shared_ptr<Client> client = m_byName.value(name);
+        if (maySend(*client)) {
+            sendNext(name, *client);
+            couldNot = 0;
+        } else {
+            ++couldNot;
+        }
+        if (!client->waiting.empty())
+            m_turns.push_back(name);
+    }
+}
+
+void ClientCalls::sendNext(const QString &name, Client &client)
+{
+    Call call = std::move(client.waiting.front());
+    client.waiting.pop_front();
+    count(client, {1, -1, 0, 0});
+    const quint64 number = ++m_lastNumber;
+    client.callbacks.insert(number, std::move(call.callback));
+    auto *watcher =
+        new QDBusPendingCallWatcher(m_bus.asyncCall(call.message, call.timeoutMs), this);
+    // The bus library would keep them until the answer comes, which may take a day.
+    call.message.setArguments({});
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, name, number, usage = call.usage](QDBusPendingCallWatcher *finished) {
+                finished->deleteLater();
+                finish(name, number, usage, finished);
+            });
+}
+
+void ClientCalls::finish(const QString &name, quint64 number, const Usage &usage,
+                         QDBusPendingCallWatcher *finished)
+{
+    const std::shared_ptr<Client> client = m_byName.value(name);
+    const Callback callback = client->callbacks.take(number);
+    // What a client that has left kept has been counted off already.
+    count(*client, {-1, 0, callback ? -usage.bytes : 0, callback ? -usage.descriptors : 0});
+    dropIfUnused(name);
+    sendWaiting();
+    if (callback)
+        callback(finished);
+}
+
+void ClientCalls::forgetClient(const QString &name)
+{
+    const std::shared_ptr<Client> client = m_byName.value(name);
+    if (client == nullptr)
+        return;
+    const int dropped = static_cast<int>(client->waiting.size());
+    client->waiting.clear();
+    // What has been sent keeps its place: the bus counts it until the answer is there.
+    client->callbacks.clear();
+    count(*client, {0, -dropped, -client->usage.bytes, -client->usage.descriptors});
+    m_turns.erase(std::remove(m_turns.begin(), m_turns.end(), name), m_turns.end());
+    dropIfUnused(name);
+    sendWaiting();
+}
+
+void ClientCalls::dropIfUnused(const QString &name)
+{
+    const auto entry = m_byName.constFind(name);
+    if (entry != m_byName.constEnd() && (*entry)->usage.inFlight == 0
+        && (*entry)->usage.waiting == 0)
+        m_byName.erase(entry);
+}
+
+} // namespace DBus

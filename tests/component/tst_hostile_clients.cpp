@@ -1,0 +1,392 @@
+// Clients as attackers: whatever one of them sends and keeps, the daemon answers the others.
+
+#include "support/stage.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusObjectPath>
+#include <QDBusUnixFileDescriptor>
+#include <QDBusVariant>
+#include <QDir>
+#include <QTest>
+
+namespace {
+
+const char limitsExceeded[] = "org.freedesktop.DBus.Error.LimitsExceeded";
+
+// What the bus takes is a little more.
+QString hugeText() { return QString(30 * 1000 * 1000, QLatin1Char('x')); }
+
+QDBusMessage controlCall(const QVariantList &arguments = {})
+{
+    return Stage::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
+                             QStringLiteral("org.zarn.Orvane.Control1"), QStringLiteral("Do"),
+                             arguments);
+}
+
+QDBusMessage getCall(const QString &interface)
+{
+    return Stage::methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
+                             QStringLiteral("org.freedesktop.DBus.Properties"),
+                             QStringLiteral("Get"), {interface, QString()});
+}
+
+} // namespace
+
+class TestHostileClients : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void hearsAfterHugeCalls_data();
+    void hearsAfterHugeCalls();
+    void hearsWhileHugeCallsWaitForTheUserService();
+    void keepsLogLinesShort();
+    void tellsAClientThatItsCallsAreTooLarge();
+    void leavesOthersTheirPlaces();
+    void dropsWhatWaitsForAClientThatLeft();
+    void boundsTheSessionsOfAClient();
+    void boundsTheClientsOfAUser();
+    void keepsNothingForATypeThatNobodyCanReach();
+    void waitsForAClientOfATypeThatNobodyCanReach();
+    void endsWhenTheBusIsGone();
+    void keepsSessionsWhenTheBusThrowsItOut();
+    void keepsNoDescriptor_data();
+    void keepsNoDescriptor();
+    void boundsTheDescriptorsOfAClient();
+    void letsNobodyNameItsObjects();
+    void removesWhatNobodyHolds();
+
+private:
+    QDBusMessage registerSync(const QDBusConnection &from)
+    {
+        return stage->call(Stage::registerCall(QStringLiteral("Sync")), from);
+    }
+
+    std::unique_ptr<Stage> stage;
+    std::unique_ptr<FakeUserService> user;
+};
+
+void TestHostileClients::init()
+{
+    stage = std::make_unique<Stage>();
+    stage->root.serveType(QStringLiteral("Sync"));
+    stage->root.serveType(QStringLiteral("a b"));
+    user = std::make_unique<FakeUserService>(stage->connect());
+}
+
+void TestHostileClients::cleanup()
+{
+    user.reset();
+    stage.reset();
+}
+
+void TestHostileClients::hearsAfterHugeCalls_data()
+{
+    QTest::addColumn<QDBusMessage>("call");
+    QTest::newRow("a task type") << Stage::registerCall(hugeText());
+    QTest::newRow("a property's interface") << getCall(hugeText());
+    QTest::newRow("a user's application") << Stage::methodCall(
+        QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
+        QStringLiteral("SetEnabled"), {5, hugeText(), true});
+}
+
+void TestHostileClients::hearsAfterHugeCalls()
+{
+    QFETCH(QDBusMessage, call);
+    user.reset();
+    QVERIFY(stage->start());
+    QVector<QDBusConnection> attackers;
+    for (int number = 0; number < 4; ++number) {
+        attackers.append(stage->connect());
+        attackers.constLast().asyncCall(call, Stage::patienceMs);
+    }
+    const QDBusConnection other = stage->connect();
+    QCOMPARE(registerSync(other).type(), QDBusMessage::ReplyMessage);
+    for (const QDBusConnection &attacker : qAsConst(attackers))
+        QCOMPARE(registerSync(attacker).type(), QDBusMessage::ReplyMessage);
+}
+
+void TestHostileClients::hearsWhileHugeCallsWaitForTheUserService()
+{
+    QVERIFY(stage->start());
+    user->hangs = true;
+    QVector<QDBusConnection> attackers;
+    QVector<QDBusPendingCall> calls;
+    for (int number = 0; number < 4; ++number) {
+        attackers.append(stage->connect());
+        calls.append(attackers.constLast().asyncCall(controlCall({hugeText()}), Stage::patienceMs));
+    }
+    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 4; }));
+    QCOMPARE(registerSync(stage->client).type(), QDBusMessage::ReplyMessage);
+    user->release();
+    for (const QDBusPendingCall &call : qAsConst(calls)) {
+        QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
+        QCOMPARE(call.reply().arguments(), QVariantList{hugeText()});
+    }
+}
+
+void TestHostileClients::keepsLogLinesShort()
+{
+    QVERIFY(stage->start());
+    user->answer = [](const QDBusMessage &call) { return call.createReply(5); };
+    (void)stage->call(Stage::registerCall(QString(100000, QLatin1Char('\n'))));
+    QVERIFY(stage->daemonLogs("RegisterInvoker(const QString&, QDBusObjectPath&, QVariantMap&): "));
+    const QByteArray log = stage->daemon.log();
+    for (const QByteArray &line : log.split('\n'))
+        QVERIFY2(line.size() < 600, line.left(1000).constData());
+    QVERIFY(log.contains(": \"" + QByteArray("\\n").repeated(100) + "\"..."));
+}
+
+void TestHostileClients::tellsAClientThatItsCallsAreTooLarge()
+{
+    QVERIFY(stage->start());
+    user->hangs = true;
+    const QDBusPendingCall first =
+        stage->client.asyncCall(controlCall({hugeText()}), Stage::patienceMs);
+    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 1; }));
+    QCOMPARE(stage->call(controlCall({hugeText()})).errorName(), QLatin1String(limitsExceeded));
+    // There is room again when the first is answered.
+    user->release();
+    QVERIFY(stage->waitUntil([&] { return first.isFinished(); }));
+    QCOMPARE(stage->call(controlCall({hugeText()})).type(), QDBusMessage::ReplyMessage);
+}
+
+void TestHostileClients::leavesOthersTheirPlaces()
+{
+    QVERIFY(stage->start());
+    user->hangs = true;
+    constexpr int shareOfOne = 8;
+    const QDBusConnection greedy = stage->connect();
+    QVector<QDBusPendingCall> calls;
+    for (int number = 0; number < 120; ++number)
+        calls.append(greedy.asyncCall(controlCall({number}), Stage::patienceMs));
+    QVERIFY(stage->waitUntil([&] { return user->calls.size() == shareOfOne; }));
+    const QDBusPendingCall other = stage->client.asyncCall(controlCall({-1}), Stage::patienceMs);
+    QVERIFY(stage->waitUntil([&] { return user->calls.size() == shareOfOne + 1; }));
+    QCOMPARE(user->calls.constLast().arguments(), QVariantList{-1});
+    user->release();
+    QVERIFY(stage->waitUntil([&] { return other.isFinished(); }));
+    for (int number = 0; number < calls.size(); ++number) {
+        QVERIFY(stage->waitUntil([&] { return calls.at(number).isFinished(); }));
+        QCOMPARE(calls.at(number).reply().arguments(), QVariantList{number});
+    }
+}
+
+void TestHostileClients::dropsWhatWaitsForAClientThatLeft()
+{
+    QVERIFY(stage->start());
+    user->hangs = true;
+    QDBusConnection leaving = stage->connect();
+    for (int number = 0; number < 50; ++number)
+        leaving.asyncCall(controlCall({number}), Stage::patienceMs);
+    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 8; }));
+    QCOMPARE(registerSync(leaving).type(), QDBusMessage::ReplyMessage);
+    const QString name = leaving.baseService();
+    Stage::drop(leaving);
+    QVERIFY(stage->waitUntil([&] { return !stage->nameIsOwned(name); }));
+    (void)registerSync(stage->client);
+    user->release();
+    (void)stage->call(controlCall({-1}));
+    QCOMPARE(user->calls.size(), 8 + 1);
+}
+
+void TestHostileClients::boundsTheSessionsOfAClient()
+{
+    user->answer = [](const QDBusMessage &call) {
+        const QString path =
+            QStringLiteral("/user/session/") + call.arguments().value(0).toString();
+        return call.createReply({QVariant::fromValue(QDBusObjectPath(path)), QVariantMap()});
+    };
+    QVERIFY(stage->start());
+    constexpr int most = 256;
+    for (int number = 0; number < most; ++number)
+        QCOMPARE(stage->registerInvoker(QStringLiteral("t%1").arg(number)).type(),
+                 QDBusMessage::ReplyMessage);
+    for (const char *type : {"more", "Sync", "a b"})
+        QCOMPARE(stage->registerInvoker(QString::fromLatin1(type)).errorName(),
+                 QLatin1String(limitsExceeded));
+    // What it holds it may register for again; others are not concerned.
+    QCOMPARE(stage->registerInvoker(QStringLiteral("t7")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(registerSync(stage->connect()).type(), QDBusMessage::ReplyMessage);
+}
+
+void TestHostileClients::boundsTheClientsOfAUser()
+{
+    QVERIFY(stage->start());
+    constexpr int most = 128;
+    QVector<QDBusConnection> clients;
+    for (int number = 0; number < most; ++number) {
+        clients.append(stage->connect());
+        QCOMPARE(registerSync(clients.constLast()).type(), QDBusMessage::ReplyMessage);
+    }
+    QCOMPARE(registerSync(stage->client).errorName(), QLatin1String(limitsExceeded));
+    QCOMPARE(registerSync(clients.constFirst()).type(), QDBusMessage::ReplyMessage);
+    Stage::drop(clients[5]);
+    QVERIFY(stage->waitUntil(
+        [&] { return registerSync(stage->client).type() == QDBusMessage::ReplyMessage; }));
+}
+
+void TestHostileClients::keepsNothingForATypeThatNobodyCanReach()
+{
+    const QString task = QStringLiteral("com.example.Notes.task_sync");
+    stage->systemd->units = {{QStringLiteral("ov_task.%1.service").arg(task),
+                              QStringLiteral("active"), QStringLiteral("running")}};
+    QVERIFY(stage->start());
+    (void)registerSync(stage->client);
+    QCOMPARE(stage->registerInvoker(QStringLiteral("a b")).errorName(),
+             QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QVERIFY(stage->daemonLogs("QDBusObjectPath: invalid path"));
+    const int before = stage->daemon.log().size();
+    // A session would announce this at its impossible path, and fail with a log line.
+    stage->systemd->emitChange(Stage::unitPath(task),
+                               {{QStringLiteral("ActiveState"), QStringLiteral("failed")}});
+    SignalRecorder changes(stage->client, QStringLiteral("org.zarn.Orvane"), Stage::sessionPath(),
+                           QStringLiteral("org.freedesktop.DBus.Properties"),
+                           QStringLiteral("PropertiesChanged"));
+    stage->systemd->emitChange(Stage::unitPath(task),
+                               {{QStringLiteral("ActiveState"), QStringLiteral("inactive")}});
+    QVERIFY(stage->waitUntil([&] { return !changes.received.isEmpty(); }));
+    (void)stage->call(getCall(QString()));
+    QCOMPARE(stage->daemon.log().mid(before), QByteArray());
+}
+
+void TestHostileClients::waitsForAClientOfATypeThatNobodyCanReach()
+{
+    constexpr int idleMs = 300;
+    QVERIFY(stage->start({QStringLiteral("ORVANE_DAEMON_TIMEOUT=%1").arg(idleMs)}));
+    QDBusConnection client = stage->connect();
+    (void)stage->call(Stage::registerCall(QStringLiteral("a b")), client);
+    QVERIFY(!QTest::qWaitFor([&] { return !stage->daemon.isRunning(); }, 4 * idleMs));
+    Stage::drop(client);
+    QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
+    QCOMPARE(stage->daemon.exitStatus(), 0);
+}
+
+void TestHostileClients::endsWhenTheBusIsGone()
+{
+    QVERIFY(stage->start());
+    stage->bus.stop();
+    QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
+    QCOMPARE(stage->daemon.exitStatus(), 1);
+    QVERIFY(stage->daemonLogs("Lost the connection to the bus"));
+}
+
+void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()
+{
+    const QString runtime = stage->root.path(QStringLiteral("/run"));
+    QVERIFY(QDir().mkpath(runtime));
+    const QStringList environment{QStringLiteral("RUNTIME_DIRECTORY=") + runtime};
+    QVERIFY(stage->start(environment));
+    QCOMPARE(registerSync(stage->client).type(), QDBusMessage::ReplyMessage);
+    // The framework's own error reply repeats the name and is longer than the call, so that the bus
+    // takes the one and closes the connection for the other.
+    constexpr int most = 32 * 1024 * 1024;
+    for (int length = most - 160; stage->daemon.isRunning() && length > most - 400; length -= 8) {
+        QDBusConnection attacker = stage->connect();
+        (void)stage->call(getCall(QString(length, QLatin1Char('x'))), attacker);
+        Stage::drop(attacker);
+        (void)QTest::qWaitFor([&] { return !stage->nameIsOwned(); }, 50);
+    }
+    QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
+    QCOMPARE(stage->daemon.exitStatus(), 1);
+    QVERIFY(stage->start(environment));
+    const QDBusMessage stopped =
+        stage->call(Stage::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
+    QCOMPARE(stopped.arguments(), QVariantList{0});
+}
+
+namespace {
+
+int descriptorsOf(uint process)
+{
+    return QDir(QStringLiteral("/proc/%1/fd").arg(process))
+        .entryList(QDir::Files | QDir::System)
+        .size();
+}
+
+QVariant descriptor() { return QVariant::fromValue(QDBusUnixFileDescriptor(2)); }
+
+} // namespace
+
+void TestHostileClients::keepsNoDescriptor_data()
+{
+    QTest::addColumn<QVariant>("argument");
+    QTest::addColumn<QString>("error");
+    const QString refused = QStringLiteral("org.freedesktop.DBus.Error.NotSupported");
+    QTest::newRow("by itself") << descriptor() << QString();
+    QTest::newRow("in a variant") << QVariant::fromValue(QDBusVariant(descriptor())) << refused;
+    QTest::newRow("in a map") << QVariant(QVariantMap{{QStringLiteral("k"), descriptor()}})
+                              << refused;
+}
+
+void TestHostileClients::keepsNoDescriptor()
+{
+    QFETCH(QVariant, argument);
+    QFETCH(QString, error);
+    user->answer = [](const QDBusMessage &call) { return call.createReply(); };
+    QVERIFY(stage->start());
+    QCOMPARE(stage->call(controlCall({argument})).errorName(), error);
+    const int before = descriptorsOf(stage->daemon.processId());
+    for (int round = 0; round < 30; ++round)
+        (void)stage->call(controlCall({argument, argument}));
+    // The bus library closes some of them on a thread of its own.
+    QVERIFY(stage->waitUntil([&] { return descriptorsOf(stage->daemon.processId()) <= before; }));
+}
+
+void TestHostileClients::boundsTheDescriptorsOfAClient()
+{
+    QVERIFY(stage->start());
+    user->hangs = true;
+    const QVariantList sixteen = QVector<QVariant>(16, descriptor()).toList();
+    for (int number = 0; number < 2; ++number)
+        stage->client.asyncCall(controlCall(sixteen), Stage::patienceMs);
+    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 2; }));
+    QCOMPARE(stage->call(controlCall({descriptor()})).errorName(), QLatin1String(limitsExceeded));
+    user->release();
+    QVERIFY(stage->waitUntil([&] {
+        return stage->call(controlCall({descriptor()})).type() == QDBusMessage::ReplyMessage;
+    }));
+}
+
+void TestHostileClients::letsNobodyNameItsObjects()
+{
+    QVERIFY(stage->start());
+    QCOMPARE(registerSync(stage->client).type(), QDBusMessage::ReplyMessage);
+    const auto property = [this](const QString &method, const QVariantList &more) {
+        return stage->call(Stage::methodCall(
+            Stage::sessionPath(), QStringLiteral("org.freedesktop.DBus.Properties"), method,
+            QVariantList{QString(), QStringLiteral("objectName")} + more));
+    };
+    (void)property(QStringLiteral("Set"),
+                   {QVariant::fromValue(QDBusVariant(QStringLiteral("a channel")))});
+    const QDBusMessage read = property(QStringLiteral("Get"), {});
+    QCOMPARE(read.arguments().value(0).value<QDBusVariant>().variant().toString(), QString());
+}
+
+void TestHostileClients::removesWhatNobodyHolds()
+{
+    const QString path = QStringLiteral("/org/zarn/Orvane/UserSession");
+    user->answer = [path](const QDBusMessage &call) {
+        return call.createReply({QVariant::fromValue(QDBusObjectPath(path)), QVariantMap()});
+    };
+    QVERIFY(stage->start());
+    QDBusConnection first = stage->connect();
+    QDBusConnection second = stage->connect();
+    const QDBusMessage call = Stage::methodCall(path, QStringLiteral("a.b"), QStringLiteral("Do"));
+    for (const QDBusConnection &client : {first, second})
+        (void)stage->call(Stage::registerCall(QStringLiteral("Any")), client);
+    Stage::drop(first);
+    (void)registerSync(stage->client);
+    QCOMPARE(stage->call(call).type(), QDBusMessage::ReplyMessage);
+    Stage::drop(second);
+    QVERIFY(stage->waitUntil([&] {
+        return stage->call(call).errorName()
+            == QLatin1String("org.freedesktop.DBus.Error.UnknownObject");
+    }));
+}
+
+QTEST_GUILESS_MAIN(TestHostileClients)
+#include "tst_hostile_clients.moc"

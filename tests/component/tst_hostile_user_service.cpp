@@ -1,0 +1,168 @@
+// The per-user service as an attacker: whatever it sends, the daemon lives, answers each caller
+// once and gives away nothing of its own.
+
+#include "support/death_bound_process.h"
+#include "support/stage.h"
+
+#include <QDBusConnectionInterface>
+#include <QTest>
+
+namespace {
+
+QString control() { return QStringLiteral("/org/zarn/Orvane/Control1"); }
+
+QDBusMessage controlCall(const QString &method, const QVariantList &arguments = {})
+{
+    return Stage::methodCall(control(), QStringLiteral("org.zarn.Orvane.Control1"), method,
+                             arguments);
+}
+
+} // namespace
+
+class TestHostileUserService : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void survivesASignalOfAnyTypes_data();
+    void survivesASignalOfAnyTypes();
+    void answersWithAnErrorWhatCannotBePassedOn();
+    void passesAnEmptySignatureInARecordOn();
+    void passesADescriptorOn();
+    void keepsItsOwnObjects_data();
+    void keepsItsOwnObjects();
+    void keepsThePathOfASessionThatIsNotThereYet();
+    void takesOverAPathWhenItServesTheTypeItself();
+
+private:
+    bool stillAnswers()
+    {
+        return stage->registerInvoker(QStringLiteral("Sync")).type() == QDBusMessage::ReplyMessage;
+    }
+
+    std::unique_ptr<Stage> stage;
+    std::unique_ptr<DeathBoundProcess> service;
+};
+
+void TestHostileUserService::init()
+{
+    stage = std::make_unique<Stage>();
+    stage->root.serveType(QStringLiteral("Sync"));
+    QVERIFY(stage->start());
+    service = std::make_unique<DeathBoundProcess>();
+    service->setEnvironment(QProcess::systemEnvironment()
+                            << QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + stage->bus.address());
+    service->setProcessChannelMode(QProcess::ForwardedChannels);
+    service->start(QStringLiteral(HOSTILE_USER_SERVICE), QStringList());
+    QVERIFY(stage->waitUntil(
+        [this] { return stage->nameIsOwned(QStringLiteral("org.zarn.Orvane.User")); }));
+}
+
+void TestHostileUserService::cleanup()
+{
+    service->kill();
+    service->waitForFinished();
+    service.reset();
+    stage.reset();
+}
+
+void TestHostileUserService::survivesASignalOfAnyTypes_data()
+{
+    QTest::addColumn<QString>("body");
+    for (const char *body : {"nothing", "numbers", "structure", "other map", "variant for a map",
+                             "array of numbers", "one more argument", "empty signature"})
+        QTest::newRow(body) << QString::fromLatin1(body);
+}
+
+void TestHostileUserService::survivesASignalOfAnyTypes()
+{
+    QFETCH(QString, body);
+    SignalRecorder relayed(stage->client, QStringLiteral("org.zarn.Orvane"), control(),
+                           QStringLiteral("org.freedesktop.DBus.Properties"),
+                           QStringLiteral("PropertiesChanged"));
+    (void)stage->call(controlCall(QStringLiteral("Emit"), {body}));
+    (void)stage->call(controlCall(QStringLiteral("Emit"), {QStringLiteral("genuine")}));
+    QVERIFY(stage->waitUntil([&] { return !relayed.received.isEmpty(); }));
+    QCOMPARE(relayed.received.size(), 1);
+    QCOMPARE(relayed.received.constFirst().at(0).toString(), QStringLiteral("genuine"));
+    QVERIFY(stillAnswers());
+}
+
+void TestHostileUserService::answersWithAnErrorWhatCannotBePassedOn()
+{
+    const QDBusMessage reply = stage->call(controlCall(QStringLiteral("EmptySignature")));
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(reply.errorMessage(), QStringLiteral("The answer holds a value that cannot be sent"));
+    QVERIFY(stillAnswers());
+}
+
+void TestHostileUserService::passesAnEmptySignatureInARecordOn()
+{
+    const QDBusMessage reply = stage->call(controlCall(QStringLiteral("EmptyInVariant")));
+    QCOMPARE(reply.signature(), QStringLiteral("(sa{sv})"));
+}
+
+void TestHostileUserService::passesADescriptorOn()
+{
+    const QDBusMessage reply = stage->call(controlCall(QStringLiteral("Descriptor")));
+    QCOMPARE(reply.signature(), QStringLiteral("h"));
+}
+
+void TestHostileUserService::keepsItsOwnObjects_data()
+{
+    QTest::addColumn<QString>("path");
+    for (const char *path :
+         {"/org/zarn/am", "/org/zarn/Teller/Hooks", "/org/zarn/Orvane/SystemControl1",
+          "/org/zarn/Orvane/Control1", "/org/zarn/Orvane/TaskInvoker1"})
+        QTest::newRow(path) << QString::fromLatin1(path);
+}
+
+void TestHostileUserService::keepsItsOwnObjects()
+{
+    QFETCH(QString, path);
+    const QDBusMessage reply = stage->registerInvoker(QStringLiteral("Any=") + path);
+    QCOMPARE(reply.arguments().constFirst().value<QDBusObjectPath>().path(), path);
+    QVERIFY(stage->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
+                              + "\"\n"));
+    (void)stage->call(Stage::methodCall(path, QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
+                                        QStringLiteral("CloseSession")));
+    // The object is still this daemon's own.
+    const QDBusMessage introspected = stage->call(Stage::methodCall(
+        path, QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect")));
+    QCOMPARE(introspected.type(), QDBusMessage::ReplyMessage);
+    QVERIFY(stillAnswers());
+}
+
+void TestHostileUserService::keepsThePathOfASessionThatIsNotThereYet()
+{
+    const QString path = Stage::sessionPath();
+    const QDBusMessage reply = stage->registerInvoker(QStringLiteral("Any=") + path);
+    QCOMPARE(reply.arguments().constFirst().value<QDBusObjectPath>().path(), path);
+    QVERIFY(stage->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
+                              + "\"\n"));
+    QVERIFY(stillAnswers());
+    // Answered here: the service itself would answer with nothing.
+    const QDBusMessage stopped =
+        stage->call(Stage::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
+    QCOMPARE(stopped.arguments(), QVariantList{0});
+}
+
+void TestHostileUserService::takesOverAPathWhenItServesTheTypeItself()
+{
+    const QString type = QStringLiteral("Later");
+    const QString path = Stage::sessionPath(type);
+    (void)stage->registerInvoker(type + QLatin1Char('=') + path);
+    const QDBusMessage call =
+        Stage::methodCall(path, QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
+                          QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")});
+    QCOMPARE(stage->call(call).arguments(), QVariantList());
+    stage->root.serveType(type);
+    QCOMPARE(stage->registerInvoker(type).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(stage->call(call).arguments(), QVariantList{0});
+}
+
+QTEST_GUILESS_MAIN(TestHostileUserService)
+#include "tst_hostile_user_service.moc"

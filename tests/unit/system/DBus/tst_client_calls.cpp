@@ -1,0 +1,247 @@
+#include "fakes/fake_user_service.h"
+#include "support/private_bus.h"
+#include "system/DBus/client_calls.h"
+
+#include <QDBusPendingCallWatcher>
+#include <QDBusUnixFileDescriptor>
+#include <QDBusVariant>
+#include <QHash>
+#include <QTest>
+
+class TestClientCalls : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void keepsTheOrderOfOneClient();
+    void givesEachClientItsShare();
+    void givesEachUserItsShare();
+    void givesRootWhatThereIs();
+    void letsClientsTakeTurns();
+    void refusesWhatIsTooMuch_data();
+    void refusesWhatIsTooMuch();
+    void refusesAClientThatHasLeft();
+    void dropsWhatWaitsForAClientThatLeaves();
+    void keepsThePlaceOfWhatWasSentForAClientThatLeft();
+    void givesTheBytesOfAClientThatLeftBack();
+
+private:
+    static constexpr int patienceMs = 30000;
+
+    bool call(const QString &client, int number, const QVariant &more = 0)
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            QStringLiteral("org.zarn.Orvane.User"), QStringLiteral("/org/zarn/Orvane/x"),
+            QStringLiteral("a.b"), QStringLiteral("C"));
+        message << number << more;
+        return calls->call(client, message, -1, [this](QDBusPendingCallWatcher *watcher) {
+            answers.append(watcher->reply().arguments().value(0).toInt());
+        }) == DBus::ClientCalls::Taken;
+    }
+    QVector<int> sent() const
+    {
+        QVector<int> numbers;
+        for (const QDBusMessage &message : qAsConst(user->calls))
+            numbers.append(message.arguments().value(0).toInt());
+        return numbers;
+    }
+    // What has been sent once nothing more can be on its way.
+    QVector<int> settled()
+    {
+        QDBusMessage last = QDBusMessage::createMethodCall(
+            QStringLiteral("org.zarn.Orvane.User"), QStringLiteral("/org/zarn/Orvane/x"),
+            QStringLiteral("a.b"), QStringLiteral("C"));
+        last << -1;
+        own.send(last);
+        (void)QTest::qWaitFor([&] { return sent().contains(-1); }, patienceMs);
+        QVector<int> numbers = sent();
+        numbers.removeAll(-1);
+        user->calls.removeLast();
+        return numbers;
+    }
+
+    PrivateBus bus;
+    QDBusConnection userBus{QString()};
+    QDBusConnection own{QString()};
+    std::unique_ptr<FakeUserService> user;
+    std::unique_ptr<DBus::ClientCalls> calls;
+    QHash<QString, uint> users;
+    QVector<int> answers;
+};
+
+namespace {
+
+QString a() { return QStringLiteral(":1.a"); }
+QString b() { return QStringLiteral(":1.b"); }
+QString c() { return QStringLiteral(":1.c"); }
+QString rootClient() { return QStringLiteral(":1.r"); }
+
+} // namespace
+
+void TestClientCalls::initTestCase()
+{
+    QVERIFY(bus.start());
+    userBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("user"));
+    own = QDBusConnection::connectToBus(bus.address(), QStringLiteral("own"));
+}
+
+void TestClientCalls::init()
+{
+    user = std::make_unique<FakeUserService>(userBus);
+    user->hangs = true;
+    users = {{a(), 100}, {b(), 100}, {c(), 200}, {rootClient(), 0}};
+    const DBus::ClientCalls::Limits limits{{6, 3, 2}, {8, 6, 4}, {100000, 60000, 50000}, {5, 4, 3}};
+    calls = std::make_unique<DBus::ClientCalls>(
+        own,
+        [this](const QString &client) {
+            return users.contains(client) ? std::optional<uint>(users.value(client)) : std::nullopt;
+        },
+        limits);
+    answers.clear();
+}
+
+void TestClientCalls::cleanup()
+{
+    calls.reset();
+    user.reset();
+}
+
+void TestClientCalls::keepsTheOrderOfOneClient()
+{
+    for (int number = 0; number < 6; ++number)
+        QVERIFY(call(a(), number));
+    QCOMPARE(settled(), QVector<int>({0, 1}));
+    user->release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>({0, 1, 2, 3, 4, 5}), patienceMs);
+}
+
+void TestClientCalls::givesEachClientItsShare()
+{
+    for (int number = 0; number < 4; ++number)
+        QVERIFY(call(a(), number));
+    QVERIFY(call(c(), 10));
+    QCOMPARE(settled(), QVector<int>({0, 1, 10}));
+}
+
+void TestClientCalls::givesEachUserItsShare()
+{
+    for (int number = 0; number < 3; ++number) {
+        QVERIFY(call(a(), number));
+        QVERIFY(call(b(), 10 + number));
+    }
+    // Two of one client and one of the other; another user is not concerned.
+    QVERIFY(call(c(), 20));
+    QCOMPARE(settled(), QVector<int>({0, 10, 1, 20}));
+}
+
+void TestClientCalls::givesRootWhatThereIs()
+{
+    for (int number = 0; number < 5; ++number) {
+        const QString client = QStringLiteral(":1.r%1").arg(number);
+        users.insert(client, 0);
+        QVERIFY(call(client, number));
+    }
+    QCOMPARE(settled(), QVector<int>({0, 1, 2, 3, 4}));
+}
+
+void TestClientCalls::letsClientsTakeTurns()
+{
+    for (int number = 0; number < 4; ++number)
+        QVERIFY(call(a(), number));
+    QVERIFY(call(b(), 10));
+    QVERIFY(call(b(), 11));
+    QVERIFY(call(c(), 20));
+    user->release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 7, patienceMs);
+    QCOMPARE(answers.count(10), 1);
+    // Nobody waits until another has had everything.
+    QVERIFY(answers.indexOf(11) < answers.indexOf(3));
+}
+
+void TestClientCalls::refusesWhatIsTooMuch_data()
+{
+    QTest::addColumn<QStringList>("clients");
+    QTest::addColumn<QVariant>("argument");
+    QTest::addColumn<int>("taken");
+    const QVariant number(5);
+    const QVariant text(QString(20000, QLatin1Char('x')));
+    const QVariant descriptor = QVariant::fromValue(QDBusUnixFileDescriptor(2));
+    QTest::newRow("calls of a client") << QStringList{a()} << number << 2 + 4;
+    QTest::newRow("calls of a user") << QStringList{a(), b()} << number << 3 + 6;
+    QTest::newRow("calls of all") << QStringList{a(), b(), c(), rootClient()} << number << 6 + 8;
+    QTest::newRow("bytes of a client") << QStringList{a()} << text << 2;
+    QTest::newRow("bytes of a user") << QStringList{a(), b()} << text << 2;
+    QTest::newRow("bytes of all") << QStringList{a(), c(), rootClient()} << text << 4;
+    QTest::newRow("more than the bus carries")
+        << QStringList{rootClient()} << QVariant(QByteArray(33 * 1024 * 1024, 'x')) << 0;
+    QTest::newRow("descriptors of a client") << QStringList{a()} << descriptor << 3;
+    QTest::newRow("descriptors of a user") << QStringList{a(), b()} << descriptor << 4;
+    QTest::newRow("descriptors of all")
+        << QStringList{a(), b(), c(), rootClient()} << descriptor << 5;
+    QTest::newRow("descriptors inside other values")
+        << QStringList{a()} << QVariant::fromValue(QDBusVariant(descriptor)) << 0;
+}
+
+void TestClientCalls::refusesWhatIsTooMuch()
+{
+    QFETCH(QStringList, clients);
+    QFETCH(QVariant, argument);
+    QFETCH(int, taken);
+    int number = 0;
+    for (int round = 0; round < 20; ++round) {
+        for (const QString &client : qAsConst(clients))
+            number += call(client, number, argument) ? 1 : 0;
+    }
+    QCOMPARE(number, taken);
+    // All of it is free again once it has been answered.
+    user->release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), taken, patienceMs);
+    QVERIFY(call(clients.constFirst(), 100));
+}
+
+void TestClientCalls::refusesAClientThatHasLeft()
+{
+    QVERIFY(!call(QStringLiteral(":1.nobody"), 0));
+    QCOMPARE(settled(), QVector<int>());
+}
+
+void TestClientCalls::dropsWhatWaitsForAClientThatLeaves()
+{
+    for (int number = 0; number < 5; ++number)
+        QVERIFY(call(a(), number));
+    QVERIFY(call(b(), 10));
+    calls->forgetClient(a());
+    user->release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>{10}, patienceMs);
+    QCOMPARE(settled(), QVector<int>({0, 1, 10}));
+}
+
+void TestClientCalls::keepsThePlaceOfWhatWasSentForAClientThatLeft()
+{
+    QVERIFY(call(a(), 0));
+    QVERIFY(call(a(), 1));
+    QVERIFY(call(b(), 10));
+    calls->forgetClient(a());
+    // The bus still counts the two, so the user's share is used up.
+    QVERIFY(call(b(), 11));
+    QCOMPARE(settled(), QVector<int>({0, 1, 10}));
+    user->release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>({10, 11}), patienceMs);
+}
+
+void TestClientCalls::givesTheBytesOfAClientThatLeftBack()
+{
+    const QString text(20000, QLatin1Char('x'));
+    QVERIFY(call(a(), 0, text));
+    QVERIFY(call(a(), 1, text));
+    QVERIFY(!call(b(), 10, text));
+    calls->forgetClient(a());
+    QVERIFY(call(b(), 10, text));
+}
+
+QTEST_GUILESS_MAIN(TestClientCalls)
+#include "tst_client_calls.moc"

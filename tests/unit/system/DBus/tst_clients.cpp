@@ -1,0 +1,80 @@
+#include "support/private_bus.h"
+#include "system/DBus/clients.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <unistd.h>
+
+class TestClients : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void namesTheUserOfAClient();
+    void knowsNobodyWhoHasLeft();
+    void reportsThatAClientLeaves();
+    void forgetsTheUserOfAClientThatLeft();
+
+private:
+    static constexpr int patienceMs = 30000;
+    QDBusConnection connect(const char *name) const
+    {
+        return QDBusConnection::connectToBus(bus.address(), QString::fromLatin1(name));
+    }
+    static void drop(QDBusConnection &connection)
+    {
+        QDBusConnection::disconnectFromBus(connection.name());
+        connection = QDBusConnection(QString());
+    }
+
+    PrivateBus bus;
+};
+
+void TestClients::initTestCase() { QVERIFY(bus.start()); }
+
+void TestClients::namesTheUserOfAClient()
+{
+    DBus::Clients clients(connect("own"));
+    const QDBusConnection client = connect("client");
+    for (int round = 0; round < 2; ++round)
+        QCOMPARE(clients.userOf(client.baseService()), std::optional<uint>(getuid()));
+}
+
+void TestClients::knowsNobodyWhoHasLeft()
+{
+    DBus::Clients clients(connect("own"));
+    QVERIFY(!clients.userOf(QStringLiteral(":1.99999")));
+    DBus::Clients ofNoBus(QDBusConnection(QStringLiteral("none")));
+    QVERIFY(!ofNoBus.userOf(QStringLiteral(":1.1")));
+}
+
+void TestClients::reportsThatAClientLeaves()
+{
+    DBus::Clients clients(connect("own"));
+    QSignalSpy left(&clients, &DBus::Clients::left);
+    QDBusConnection client = connect("leaving");
+    const QString name = client.baseService();
+    // A name that changes hands is nobody's leaving.
+    QVERIFY(client.registerService(QStringLiteral("org.example.Name")));
+    drop(client);
+    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), patienceMs);
+    QCOMPARE(left.count({QStringLiteral("org.example.Name")}), 1);
+}
+
+void TestClients::forgetsTheUserOfAClientThatLeft()
+{
+    DBus::Clients clients(connect("own"));
+    QSignalSpy left(&clients, &DBus::Clients::left);
+    QDBusConnection client = connect("forgotten");
+    const QString name = client.baseService();
+    QVERIFY(clients.userOf(name));
+    drop(client);
+    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), patienceMs);
+    QVERIFY(!clients.userOf(name));
+}
+
+QTEST_GUILESS_MAIN(TestClients)
+#include "tst_clients.moc"
