@@ -2,16 +2,19 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 // The bus daemon reads its policies as another user, whatever the umask of this process.
-constexpr QFileDevice::Permissions everybodyReads = QFileDevice::ReadOwner | QFileDevice::WriteOwner
-    | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+constexpr mode_t everybodyReads = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 
 // The rename survives a crash only once the directory is on the disk too. Not every file system
 // can do that, and the text is in place already: a failure changes nothing.
@@ -41,18 +44,58 @@ FileWrite writeInPlace(const QString &path, const QByteArray &text)
     return file.write(text) == text.size() ? FileWrite::Written : FileWrite::Incomplete;
 }
 
+// The file that a link leads to takes the text, and the link stays. One that leads nowhere in many
+// steps is replaced itself.
+QString endOfLinks(const QString &path)
+{
+    constexpr int mostLinks = 128;
+    QFileInfo file(path);
+    for (int links = 0; file.isSymLink(); ++links) {
+        if (links == mostLinks)
+            return path;
+        file.setFile(file.symLinkTarget());
+    }
+    return file.filePath();
+}
+
+bool writeAll(int fd, const QByteArray &text)
+{
+    int written = 0;
+    while (written < text.size()) {
+        const ssize_t count =
+            ::write(fd, text.constData() + written, static_cast<size_t>(text.size() - written));
+        if (count < 0 && errno != EINTR)
+            return false;
+        written += static_cast<int>(qMax<ssize_t>(count, 0));
+    }
+    return true;
+}
+
+// Closes the descriptor in any case.
+bool completeFile(int fd, const QByteArray &text)
+{
+    const bool complete =
+        writeAll(fd, text) && ::fchmod(fd, everybodyReads) == 0 && ::fsync(fd) == 0;
+    return ::close(fd) == 0 && complete;
+}
+
 FileWrite replaceFile(const QString &path, const QByteArray &text)
 {
-    QSaveFile file(path);
-    // A buffer that reaches a full disk only in part would not be noticed by commit().
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+    const QFileInfo target(endOfLinks(path));
+    if (target.isDir() || (target.exists() && !target.isWritable()))
         return FileWrite::CannotOpen;
-    const bool written = file.write(text) == text.size() && file.setPermissions(everybodyReads);
-    if (!written)
-        file.cancelWriting();
-    if (!file.commit())
+    // A short name of its own: with the target's in it, a target whose name is as long as names can
+    // be could not be written.
+    QByteArray temporary = QFile::encodeName(target.path() + QLatin1String("/.orvane.XXXXXX"));
+    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0)
+        return FileWrite::CannotOpen;
+    const QByteArray name = QFile::encodeName(target.filePath());
+    if (!completeFile(fd, text) || ::rename(temporary.constData(), name.constData()) != 0) {
+        ::unlink(temporary.constData());
         return FileWrite::Incomplete;
-    syncDirectoryOf(path);
+    }
+    syncDirectoryOf(target.filePath());
     return FileWrite::Written;
 }
 

@@ -13,7 +13,7 @@ enum class FileWrite {
 };
 
 /// Writes a file that readers never see half-written, also after a crash at any instant: the text
-/// goes to a new file beside it, to the disk, and then takes the name. The file is readable by
-/// everybody and writable by its owner.
+/// goes to a new file beside it, `.orvane.` and six characters, to the disk, and then takes the
+/// name. The file is readable by everybody and writable by its owner.
 /// @param path absolute path; its directory must exist.
 [[nodiscard]] FileWrite writeFileAtomically(const QString &path, const QByteArray &text);

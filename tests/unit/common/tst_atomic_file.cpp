@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <climits>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -81,6 +82,10 @@ private Q_SLOTS:
     void keepsALinkAndReplacesWhatItPointsTo();
     void cannotOpenInAMissingDirectory();
     void cannotOpenADirectory();
+    void writesAFileOfTheLongestName();
+    void refusesANameThatIsTooLong();
+    void makesTheFileThatALinkLeadsTo();
+    void replacesALinkThatLeadsToItself();
     void keepsTheOldTextWhenTheDiskIsFull();
     void leavesNothingBehindWhenTheDiskIsFull();
     void writesIntoAPipeInsteadOfReplacingIt();
@@ -175,6 +180,40 @@ void TestAtomicFile::cannotOpenADirectory()
     QCOMPARE(writeFileAtomically(file(), "text"), FileWrite::CannotOpen);
     QVERIFY(QFileInfo(file()).isDir());
     QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+}
+
+void TestAtomicFile::writesAFileOfTheLongestName()
+{
+    const QString name(NAME_MAX, QLatin1Char('n'));
+    const QString path = m_directory->filePath(name);
+    QCOMPARE(writeFileAtomically(path, "old"), FileWrite::Written);
+    QCOMPARE(writeFileAtomically(path, "new"), FileWrite::Written);
+    QCOMPARE(contentOf(path), QByteArray("new"));
+    QCOMPARE(namesIn(m_directory->path()), QStringList(name));
+}
+
+void TestAtomicFile::refusesANameThatIsTooLong()
+{
+    const QString path = m_directory->filePath(QString(NAME_MAX + 1, QLatin1Char('n')));
+    QVERIFY(writeFileAtomically(path, "text") != FileWrite::Written);
+    QCOMPARE(namesIn(m_directory->path()), QStringList());
+}
+
+void TestAtomicFile::makesTheFileThatALinkLeadsTo()
+{
+    const QString target = m_directory->filePath(QStringLiteral("target"));
+    QVERIFY(QFile::link(target, file()));
+    QCOMPARE(writeFileAtomically(file(), "new"), FileWrite::Written);
+    QCOMPARE(QFile::symLinkTarget(file()), target);
+    QCOMPARE(contentOf(target), QByteArray("new"));
+}
+
+void TestAtomicFile::replacesALinkThatLeadsToItself()
+{
+    QVERIFY(QFile::link(file(), file()));
+    QCOMPARE(writeFileAtomically(file(), "new"), FileWrite::Written);
+    QVERIFY(!QFileInfo(file()).isSymLink());
+    QCOMPARE(contentOf(file()), QByteArray("new"));
 }
 
 void TestAtomicFile::keepsTheOldTextWhenTheDiskIsFull()
