@@ -1,6 +1,9 @@
 #include "support/stage.h"
 
+#include <QDir>
 #include <QTest>
+
+#include <climits>
 
 namespace {
 
@@ -20,6 +23,18 @@ QVariantMap userAnd(const QString &key, const QVariant &value)
 QVariantMap owningName()
 {
     return userAnd(QStringLiteral("DBusService"), QStringLiteral("com.example.Notes.Sync"));
+}
+
+// An application of com.example whose task has a unit of a name with so many bytes.
+QString nameForUnitNameOf(int bytes)
+{
+    const int others = QStringLiteral("ov_task.com.example..task_sync.service").size();
+    return QString(bytes - others, QLatin1Char('N'));
+}
+
+QString taskIdForUnitNameOf(int bytes)
+{
+    return QStringLiteral("com.example.%1.task_sync").arg(nameForUnitNameOf(bytes));
 }
 
 QByteArray expectedExecStart()
@@ -67,6 +82,9 @@ private Q_SLOTS:
     void refusesATaskThatNobodyDeclares();
     void refusesACommandLineThatLeavesItsLine_data();
     void refusesACommandLineThatLeavesItsLine();
+    void startsAUnitOfTheLongestNameTwice();
+    void refusesAUnitOfALongerName();
+    void keepsWhatWasThereWhenTheUnitCannotBeWritten();
     void saysThatTheUnitCannotBeWritten();
     void saysThatThePolicyCannotBeWritten();
     void passesOnWhatSystemdRefuses_data();
@@ -83,6 +101,9 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QStringList newCalls() const { return membersOf(stage->systemd->calls).mid(3); }
+    // Declares a task "sync" of an application of this organisation and name.
+    void declare(const QString &file, const QString &organisation, const QString &name) const;
+    void expectNothingWritten() const;
     static QString method(const char *name) { return QString::fromLatin1(name); }
 
     std::unique_ptr<Stage> stage;
@@ -100,6 +121,8 @@ void TestStartStop::init()
                                  "[X-Task joins]\nType=Sync\nExec=/opt/w \\\\\n"
                                  "[X-Task second]\nType=Sync\nExec=/opt/w ; +/bin/sh\n"
                                  "[X-Task relative]\nType=Sync\nExec=sleep 5\n");
+    for (const int bytes : {NAME_MAX, NAME_MAX + 1})
+        declare(QString::number(bytes), QStringLiteral("com.example"), nameForUnitNameOf(bytes));
     QVERIFY(stage->start());
     QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
 }
@@ -239,6 +262,26 @@ void TestStartStop::refusesBadHints_data()
                           << QStringLiteral("User cannot be root");
 }
 
+void TestStartStop::declare(const QString &file, const QString &organisation,
+                            const QString &name) const
+{
+    stage->root.write(QStringLiteral("/usr/share/applications/%1.desktop").arg(file),
+                      "[Desktop Entry]\nType=Application\nName=x\nExec=/opt/x\n"
+                      "[X-Application]\nOrganizationName="
+                          + organisation.toUtf8() + "\nApplicationName=" + name.toUtf8()
+                          + "\n[X-Task sync]\nType=Sync\n");
+}
+
+void TestStartStop::expectNothingWritten() const
+{
+    for (const char *directory : {"/etc/systemd/system", "/etc/dbus-1/system.d"}) {
+        const QDir files(stage->root.path(QString::fromLatin1(directory)));
+        QCOMPARE(files.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList());
+    }
+    QCOMPARE(newCalls(), QStringList());
+}
+
 void TestStartStop::refusesBadHints()
 {
     QFETCH(QVariantMap, hints);
@@ -246,8 +289,7 @@ void TestStartStop::refusesBadHints()
     const QDBusMessage reply = stage->start(task(), hints);
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
     QCOMPARE(reply.errorMessage(), message);
-    QVERIFY(!stage->root.exists(stage->root.unitFile(task())));
-    QCOMPARE(newCalls(), QStringList());
+    expectNothingWritten();
 }
 
 void TestStartStop::refusesATaskThatNobodyDeclares_data()
@@ -287,7 +329,40 @@ void TestStartStop::refusesACommandLineThatLeavesItsLine()
         QCOMPARE(reply.errorMessage(), QStringLiteral("sleep is not an absolute path"));
     else
         QVERIFY(reply.errorMessage().startsWith(QStringLiteral("Exec must not")));
-    QVERIFY(!stage->root.exists(stage->root.unitFile(id)));
+    expectNothingWritten();
+}
+
+void TestStartStop::startsAUnitOfTheLongestNameTwice()
+{
+    const QString id = taskIdForUnitNameOf(NAME_MAX);
+    for (int round = 0; round < 2; ++round) {
+        const QDBusMessage reply = stage->start(id, user());
+        QCOMPARE(reply.errorMessage(), QString());
+        QCOMPARE(reply.arguments(), QVariantList{0});
+        QVERIFY(stage->root.exists(stage->root.unitFile(id)));
+    }
+    QCOMPARE(newCalls().count(method("StartUnit")), 2);
+}
+
+void TestStartStop::refusesAUnitOfALongerName()
+{
+    const QString id = taskIdForUnitNameOf(NAME_MAX + 1);
+    const QDBusMessage reply = stage->start(id, owningName());
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + id);
+    expectNothingWritten();
+}
+
+void TestStartStop::keepsWhatWasThereWhenTheUnitCannotBeWritten()
+{
+    // A device that is always full, in the unit's place.
+    QVERIFY(
+        QFile::link(QStringLiteral("/dev/full"), stage->root.path(stage->root.unitFile(task()))));
+    const QDBusMessage reply = stage->start(task(), owningName());
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + task());
+    QVERIFY(stage->root.exists(stage->root.unitFile(task())));
+    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
     QCOMPARE(newCalls(), QStringList());
 }
 

@@ -4,8 +4,7 @@
 #include "common/root_path.h"
 
 #include <QDebug>
-#include <QFile>
-#include <QFileInfo>
+#include <QVariant>
 
 namespace Core {
 
@@ -91,15 +90,9 @@ bool writeUnitFile(const QString &taskId, const QVariantMap &properties)
 {
     const QString path = unitFilePath(taskId);
     const FileWrite result = writeFileAtomically(path, unitFileText(taskId, properties));
-    if (result == FileWrite::Incomplete) {
+    if (result == FileWrite::Incomplete)
         qWarning() << "Could not write file:" << path;
-        // What an earlier start wrote, perhaps for another user, must not run in place of this one:
-        // without a unit systemd refuses the job and the caller learns of it.
-        const QFileInfo unit(path);
-        if (unit.isFile() && !unit.isSymLink())
-            QFile::remove(path);
-    }
-    return result != FileWrite::CannotOpen;
+    return result == FileWrite::Written;
 }
 
 } // namespace Core

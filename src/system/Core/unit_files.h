@@ -30,7 +30,7 @@ namespace Core {
 [[nodiscard]] QByteArray policyText(const QString &busName, const QString &user);
 
 /// Writes the task's unit file, whole or not at all.
-/// @return whether the file could be opened for writing; a failure after that is only logged.
+/// @return whether the file holds the new text; otherwise what was there before still is.
 [[nodiscard]] bool writeUnitFile(const QString &taskId, const QVariantMap &properties);
 
 } // namespace Core

@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <climits>
 #include <csignal>
 #include <sys/resource.h>
 
@@ -37,6 +38,21 @@ QByteArray typicalText()
            "WantedBy=multi-user.target\n";
 }
 
+// A task whose unit's name has as many bytes.
+QString taskIdForUnitNameOf(int bytes)
+{
+    const int application = bytes - Core::unitNameOf(QStringLiteral("com..task_t")).size();
+    return QLatin1String("com.") + QString(application, QLatin1Char('n'))
+        + QLatin1String(".task_t");
+}
+
+void expectIncompleteWrite(const QString &path)
+{
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QStringLiteral("Could not write file: \"%1\"").arg(path).toUtf8().constData());
+}
+
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
@@ -66,7 +82,9 @@ private Q_SLOTS:
     void replacesTheUnitFile();
     void doesNotMakeTheUnitDirectory();
     void reportsAUnitFileThatCannotBeOpened();
-    void onlyLogsAnIncompleteWrite();
+    void writesTheUnitOfTheLongestName();
+    void reportsANameThatIsTooLong();
+    void keepsTheOldUnitWhenTheDiskIsFull();
 
 private:
     void makeUnitDirectory() const;
@@ -248,7 +266,27 @@ void TestUnitFiles::reportsAUnitFileThatCannotBeOpened()
     QVERIFY(!Core::writeUnitFile(taskId, typicalProperties()));
 }
 
-void TestUnitFiles::onlyLogsAnIncompleteWrite()
+void TestUnitFiles::writesTheUnitOfTheLongestName()
+{
+    makeUnitDirectory();
+    const QString id = taskIdForUnitNameOf(NAME_MAX);
+    QVERIFY(Core::writeUnitFile(id, typicalProperties()));
+    // Again, as there is something to replace now.
+    QVERIFY(Core::writeUnitFile(id, {}));
+    QCOMPARE(contentOf(Core::unitFilePath(id)), Core::unitFileText(id, {}));
+}
+
+void TestUnitFiles::reportsANameThatIsTooLong()
+{
+    makeUnitDirectory();
+    const QString id = taskIdForUnitNameOf(NAME_MAX + 1);
+    expectIncompleteWrite(Core::unitFilePath(id));
+    QVERIFY(!Core::writeUnitFile(id, typicalProperties()));
+    constexpr auto everything = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
+    QVERIFY(QDir(m_root->filePath(QStringLiteral("etc/systemd/system"))).isEmpty(everything));
+}
+
+void TestUnitFiles::keepsTheOldUnitWhenTheDiskIsFull()
 {
     makeUnitDirectory();
     const QString path = Core::unitFilePath(taskId);
@@ -258,17 +296,14 @@ void TestUnitFiles::onlyLogsAnIncompleteWrite()
     rlimit before = {};
     QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
     const rlimit limit{8, before.rlim_max};
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        QStringLiteral("Could not write file: \"%1\"").arg(path).toUtf8().constData());
+    expectIncompleteWrite(path);
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    const bool opened = Core::writeUnitFile(taskId, {});
+    const bool written = Core::writeUnitFile(taskId, {});
     ::setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
 
-    QVERIFY(opened);
-    // The task must not run as it was before.
-    QVERIFY(!QFileInfo::exists(path));
+    QVERIFY(!written);
+    QCOMPARE(contentOf(path), typicalText());
 }
 
 QTEST_GUILESS_MAIN(TestUnitFiles)
