@@ -14,14 +14,6 @@ QString unitSuffix() { return QStringLiteral(".service"); }
 
 bool belongsToInstallSection(const QString &key) { return key == QLatin1String("WantedBy"); }
 
-// Values are neither quoted nor escaped: what holds a blank is several words to systemd.
-QString textOf(const QVariant &value)
-{
-    if (value.userType() == QMetaType::QStringList)
-        return value.toStringList().join(QLatin1Char(' '));
-    return value.toString();
-}
-
 } // namespace
 
 QString taskUnitPrefix() { return QStringLiteral("ov_task."); }
@@ -45,13 +37,27 @@ QString policyFilePath(const QString &taskId)
     return rootPrefix() + QLatin1String("/etc/dbus-1/system.d/") + taskId + QLatin1String(".conf");
 }
 
+// Values are neither quoted nor escaped: what holds a blank is several words to systemd.
+QString propertyText(const QVariant &value)
+{
+    switch (value.userType()) {
+    case QMetaType::QStringList:
+        return value.toStringList().join(QLatin1Char(' '));
+    case QMetaType::UChar:
+        // A number, though its type would have itself be written as a character.
+        return QString::number(value.toUInt());
+    default:
+        return value.toString();
+    }
+}
+
 QByteArray unitFileText(const QString &taskId, const QVariantMap &properties)
 {
     QString serviceText;
     QString installText;
     for (auto it = properties.cbegin(); it != properties.cend(); ++it) {
         QString &text = belongsToInstallSection(it.key()) ? installText : serviceText;
-        text += it.key() + QLatin1Char('=') + textOf(it.value()) + QLatin1Char('\n');
+        text += it.key() + QLatin1Char('=') + propertyText(it.value()) + QLatin1Char('\n');
     }
     const QString text = QLatin1String("[Unit]\n"
                                        "Description=Background task for ")
@@ -83,7 +89,8 @@ QByteArray policyText(const QString &busName, const QString &user)
                        "    <allow send_destination=\"%1\"/>\n"
                        "  </policy>\n"
                        "</busconfig>\n");
-    return text.arg(busName.toHtmlEscaped()).arg(user.toHtmlEscaped()).toUtf8();
+    // Both at once: a name that spells the other's place does not take it.
+    return text.arg(busName.toHtmlEscaped(), user.toHtmlEscaped()).toUtf8();
 }
 
 bool writeUnitFile(const QString &taskId, const QVariantMap &properties)

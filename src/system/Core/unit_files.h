@@ -24,6 +24,8 @@ namespace Core {
 /// Path of the task's bus policy file, below the root prefix. Creates nothing.
 [[nodiscard]] QString policyFilePath(const QString &taskId);
 
+/// What a unit says for a property: the words of a list, separated by blanks; a number in decimal.
+[[nodiscard]] QString propertyText(const QVariant &value);
 /// The unit file's text.
 [[nodiscard]] QByteArray unitFileText(const QString &taskId, const QVariantMap &properties);
 /// The bus policy's text: `user` may own `busName`, everybody may send to it.

@@ -124,6 +124,8 @@ void TestBusPolicy::putsTheSameValuesBackOutOfXml_data()
     QTest::newRow("plain") << busName << user;
     QTest::newRow("signs of XML") << QStringLiteral("a<b>&\"c") << QStringLiteral("<&amp;\">");
     QTest::newRow("beyond ASCII") << QStringLiteral("ü.ö") << QStringLiteral("jürgen");
+    QTest::newRow("a placeholder in the bus name")
+        << QStringLiteral("com.%2.%1") << QStringLiteral("jane");
     QTest::newRow("a placeholder in the user") << busName << QStringLiteral("%1%2");
 }
 

@@ -218,6 +218,8 @@ void TestUnitFiles::convertsValues_data()
     QTest::newRow("negative number") << QVariant(-7) << QByteArray("-7");
     QTest::newRow("large number") << QVariant(quint64(18446744073709551615ULL))
                                   << QByteArray("18446744073709551615");
+    QTest::newRow("byte") << QVariant::fromValue(uchar(65)) << QByteArray("65");
+    QTest::newRow("byte of no character") << QVariant::fromValue(uchar(10)) << QByteArray("10");
     QTest::newRow("true") << QVariant(true) << QByteArray("true");
     QTest::newRow("false") << QVariant(false) << QByteArray("false");
     QTest::newRow("quotes and backslashes stay")

@@ -209,6 +209,7 @@ private Q_SLOTS:
     void refusesACommandLineThatLeavesItsLine_data();
     void refusesACommandLineThatLeavesItsLine();
     void refusesAnIdThatLeavesItsLine();
+    void writesAByteAsANumber();
     void complainsOfTheUserBeforeTheCommandLine();
     void acceptsHarmlessSigns_data();
     void acceptsHarmlessSigns();
@@ -549,6 +550,15 @@ void TestUnitProperties::refusesAnIdThatLeavesItsLine()
     const Error error = TaskManagerPrivate::buildUnitProperties(properties, task, {}, withUser());
     QCOMPARE(error.message(), QStringLiteral("Task id must not hold control characters"));
     QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+}
+
+void TestUnitProperties::writesAByteAsANumber()
+{
+    permissionOption("BaseTask");
+    const QVariantMap groups{{QStringLiteral("CPUWeight"), QVariant::fromValue(uchar(65))}};
+    const QVariantMap properties =
+        build(Wire().carry(withUser({{QStringLiteral("CGroups"), groups}})));
+    QVERIFY(Core::unitFileText(QStringLiteral("a"), properties).contains("\nCPUWeight=65\n"));
 }
 
 void TestUnitProperties::complainsOfTheUserBeforeTheCommandLine()
