@@ -260,6 +260,30 @@ void TestStartStop::refusesBadHints_data()
     QTest::newRow("empty user") << QVariantMap{{QStringLiteral("User"), QString()}} << missing;
     QTest::newRow("root") << QVariantMap{{QStringLiteral("User"), QStringLiteral("root")}}
                           << QStringLiteral("User cannot be root");
+    const auto row = [](const char *what, const char *key, const QVariant &value,
+                        const char *message) {
+        QTest::addRow("%s: %s", key, what)
+            << userAnd(QString::fromLatin1(key), value) << QString::fromUtf8(message);
+    };
+    const auto groups = [](const char *key, const QVariant &value) {
+        return QVariantMap{{QString::fromUtf8(key), value}};
+    };
+    const char *plainUser = "User must be a plain user name";
+    row("a blank behind root", "User", QStringLiteral("root "), plainUser);
+    row("number 0", "User", QStringLiteral("0"), plainUser);
+    row("a specifier", "User", QStringLiteral("%u"), plainUser);
+    row("a key with a blank", "CGroups", groups("User ", QStringLiteral("root")),
+        "CGroups keys must be ASCII letters and digits");
+    row("a value of two lines", "CGroups", groups("Slice", QStringLiteral("a\nUser=root")),
+        "Slice must not hold control characters");
+    row("a noncharacter", "CGroups", groups("Slice", QString(QChar(0xfffe))),
+        "Slice must not hold noncharacters");
+    row("a path", "Permissions", QStringList{QStringLiteral("../x")},
+        "Permissions must not hold a slash");
+    row("a semicolon", "Params", QStringList{QStringLiteral("a ; +/bin/sh")},
+        "Params must not hold a separate semicolon");
+    row("a backslash", "Params", QStringList{QStringLiteral("a\\")},
+        "Params must not end with a backslash");
 }
 
 void TestStartStop::declare(const QString &file, const QString &organisation,

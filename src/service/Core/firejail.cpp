@@ -7,6 +7,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 namespace Core {
 
 namespace {
@@ -93,6 +95,14 @@ bool isExecutable(const QString &path)
         || (geteuid() == 0 && (permissions & anybody));
 }
 
+// Of such a name the unit's reader would make two, or another one.
+bool keepsItsTextInAUnit(const QString &permission)
+{
+    return std::none_of(permission.cbegin(), permission.cend(), [](QChar character) {
+        return QLatin1String(" \"'\\$%").contains(character);
+    });
+}
+
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
 
 } // namespace
@@ -112,7 +122,7 @@ QByteArrayList permissionOptions(const QStringList &permissions, const QStringLi
     QByteArrayList options;
     for (const QString &permission : permissions) {
         const QString path = permissionPath(permission, directories);
-        if (path.isEmpty())
+        if (path.isEmpty() || !keepsItsTextInAUnit(permission))
             qWarning() << "Unknown permission" << permission;
         else
             options << "--profile=" + path.toUtf8();

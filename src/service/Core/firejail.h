@@ -54,7 +54,8 @@ public:
 
     /// The whole command line.
     /// @param arguments the program and its arguments.
-    /// @param permissions names of permission files; an unknown one is logged and left out.
+    /// @param permissions names of permission files; one that is unknown, or whose name would
+    /// not keep its text in a unit, is logged and left out.
     /// @return the vector and success, or an empty vector and what is wrong with the description.
     [[nodiscard]] QPair<QByteArrayList, Error> computeArgv(const QByteArrayList &arguments,
                                                            const QStringList &permissions) const;

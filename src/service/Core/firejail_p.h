@@ -14,7 +14,8 @@ namespace Core {
 [[nodiscard]] QString permissionPath(const QString &name, const QStringList &directories);
 
 /// One option per permission that has a file in `directories`, in the order of `permissions`; a
-/// warning for every other.
+/// warning for every other, and for one whose name holds a blank or a character that means
+/// something in a unit.
 [[nodiscard]] QByteArrayList permissionOptions(const QStringList &permissions,
                                                const QStringList &directories);
 

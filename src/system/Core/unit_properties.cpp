@@ -2,12 +2,11 @@
 
 #include "common/DBus/types.h"
 #include "service/Core/firejail.h"
+#include "system/Core/unit_checks.h"
 
 #include <QByteArrayList>
 #include <QDBusArgument>
 #include <QDebug>
-
-#include <algorithm>
 
 namespace Core {
 
@@ -24,10 +23,24 @@ QStringList stringListOf(const QVariant &value)
     return QVariant(qdbus_cast<QVariantList>(argument)).toStringList();
 }
 
-void insertControlGroups(QVariantMap &properties, const QVariantMap &taskSettings)
+QVariantMap controlGroupsOf(const QVariantMap &taskSettings)
 {
-    const QVariantMap groups = DBus::toVariantMap(taskSettings.value(QStringLiteral("CGroups")));
-    for (auto it = groups.cbegin(); it != groups.cend(); ++it)
+    return DBus::toVariantMap(taskSettings.value(QStringLiteral("CGroups")));
+}
+
+QStringList permissionsOf(const QVariantMap &taskSettings)
+{
+    return stringListOf(taskSettings.value(QStringLiteral("Permissions")));
+}
+
+QStringList parametersOf(const QVariantMap &taskSettings)
+{
+    return stringListOf(taskSettings.value(QStringLiteral("Params")));
+}
+
+void insertAll(QVariantMap &properties, const QVariantMap &more)
+{
+    for (auto it = more.cbegin(); it != more.cend(); ++it)
         properties.insert(it.key(), it.value());
 }
 
@@ -67,59 +80,31 @@ void describeSandbox(Firejail &sandbox, const ApplicationId &application, bool h
     sandbox.setHomeless(homeless);
 }
 
-bool isControlCharacter(QChar character)
-{
-    switch (character.category()) {
-    case QChar::Other_Control:
-    case QChar::Separator_Line:
-    case QChar::Separator_Paragraph:
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool holdsControlCharacter(const QString &text)
-{
-    return std::any_of(text.cbegin(), text.cend(), isControlCharacter);
-}
-
-bool endsWithBackslash(QString text)
-{
-    while (text.endsWith(QLatin1Char(' ')))
-        text.chop(1);
-    return text.endsWith(QLatin1Char('\\'));
-}
-
-// systemd runs the unit as root. What a package declares must stay inside the one line, and the one
-// command, that it is meant for: no line break, no backslash that would join the line below, no
-// lone semicolon behind which systemd starts a command outside the sandbox.
-Error checkStaysInsideItsLine(const ApplicationRegistry::TaskInfo &task)
-{
-    if (holdsControlCharacter(task.taskId.toString()))
-        return {Error::InvalidArgs, QStringLiteral("Task id must not hold control characters")};
-    if (holdsControlCharacter(task.exec))
-        return {Error::InvalidArgs, QStringLiteral("Exec must not hold control characters")};
-    if (endsWithBackslash(task.exec))
-        return {Error::InvalidArgs, QStringLiteral("Exec must not end with a backslash")};
-    if (task.exec.split(QLatin1Char(' ')).contains(QStringLiteral(";")))
-        return {Error::InvalidArgs, QStringLiteral("Exec must not hold a separate semicolon")};
-    return {};
-}
-
 // No quoting rules: every blank separates, so that two in a row hold an empty argument.
 QByteArrayList argumentsOf(const QString &exec, const QVariantMap &taskSettings)
 {
     QByteArrayList arguments = exec.toUtf8().split(' ');
-    const QStringList params = stringListOf(taskSettings.value(QStringLiteral("Params")));
-    for (const QString &param : params)
-        arguments << param.toUtf8();
+    const QStringList parameters = parametersOf(taskSettings);
+    for (const QString &parameter : parameters)
+        arguments << parameter.toUtf8();
     return arguments;
 }
 
-QStringList permissionsOf(const QVariantMap &taskSettings, bool homeless)
+// What a caller asks for beside the environment. That the user is missing, or root, comes first.
+Error checkHints(const QVariantMap &taskSettings)
 {
-    return stringListOf(taskSettings.value(QStringLiteral("Permissions")))
+    if (const Error error = checkUser(taskSettings.value(QStringLiteral("User")).toString()))
+        return error;
+    if (const Error error = checkProperties(controlGroupsOf(taskSettings)))
+        return error;
+    if (const Error error = checkPermissions(permissionsOf(taskSettings)))
+        return error;
+    return checkParameters(parametersOf(taskSettings));
+}
+
+QStringList grantedPermissions(const QVariantMap &taskSettings, bool homeless)
+{
+    return permissionsOf(taskSettings)
         << (homeless ? QStringLiteral("HomelessTask") : QStringLiteral("BaseTask"));
 }
 
@@ -130,14 +115,18 @@ Error insertExecStart(QVariantMap &properties, const ApplicationRegistry::TaskIn
     Firejail sandbox;
     describeSandbox(sandbox, task.taskId.applicationId(), homeless);
     const auto [argv, error] = sandbox.computeArgv(argumentsOf(task.exec, taskSettings),
-                                                   permissionsOf(taskSettings, homeless));
+                                                   grantedPermissions(taskSettings, homeless));
     if (error) {
         qWarning() << "Failed to build firejail argv:" << error.message();
         return error;
     }
     // A zero byte ends the line, as it would for everybody who reads it as text.
-    const QByteArray line = argv.join(' ');
-    properties.insert(QStringLiteral("ExecStart"), QString::fromUtf8(line.constData()));
+    const QByteArray bytes = argv.join(' ');
+    const QString line = QString::fromUtf8(bytes.constData());
+    const QString key = QStringLiteral("ExecStart");
+    if (const Error problem = checkCommandLine(key, line))
+        return problem;
+    properties.insert(key, line);
     return {};
 }
 
@@ -149,7 +138,7 @@ Error TaskManagerPrivate::buildUnitProperties(QVariantMap &properties,
                                               const QVariantMap &taskSettings)
 {
     properties.insert(QStringLiteral("WantedBy"), QStringLiteral("multi-user.target"));
-    insertControlGroups(properties, taskSettings);
+    insertAll(properties, controlGroupsOf(taskSettings));
     insertUnlessZero(properties, QStringLiteral("OOMScoreAdjust"),
                      taskSettings.value(QStringLiteral("Weight")));
     insertUnlessZero(properties, QStringLiteral("LimitCPU"),
@@ -157,7 +146,11 @@ Error TaskManagerPrivate::buildUnitProperties(QVariantMap &properties,
     if (const Error error = insertUser(properties, taskSettings))
         return error;
     properties.insert(QStringLiteral("Environment"), environmentOf(task.taskId, startParameters));
-    if (const Error error = checkStaysInsideItsLine(task))
+    if (const Error error = checkDeclaration(task))
+        return error;
+    if (const Error error = checkHints(taskSettings))
+        return error;
+    if (const Error error = checkProperties(properties))
         return error;
     return insertExecStart(properties, task, taskSettings);
 }

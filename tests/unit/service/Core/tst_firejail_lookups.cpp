@@ -57,6 +57,8 @@ private Q_SLOTS:
     void refusesAnUnknownProfile();
     void leavesOutAnUnknownPermission();
     void keepsKnownPermissionsInOrder();
+    void leavesOutAPermissionThatAUnitWouldReadOtherwise_data();
+    void leavesOutAPermissionThatAUnitWouldReadOtherwise();
     void prefersTheFirstPermissionDirectory();
     void findsNoPermissionWithoutItsExtension();
 
@@ -301,6 +303,28 @@ void TestFirejailLookups::keepsKnownPermissionsInOrder()
              (QByteArrayList{"--profile=" + directory + "/Camera.permission",
                              "--profile=" + directory + "/Audio.permission",
                              "--profile=" + directory + "/Camera.permission"}));
+}
+
+void TestFirejailLookups::leavesOutAPermissionThatAUnitWouldReadOtherwise_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a blank") << QStringLiteral("Audio --noprofile");
+    QTest::newRow("a double quote") << QStringLiteral("Au\"dio");
+    QTest::newRow("a single quote") << QStringLiteral("Au'dio");
+    QTest::newRow("a backslash") << QStringLiteral("Au\\x2fdio");
+    QTest::newRow("a dollar") << QStringLiteral("${HOME}");
+    QTest::newRow("a percent sign") << QStringLiteral("%n");
+}
+
+void TestFirejailLookups::leavesOutAPermissionThatAUnitWouldReadOtherwise()
+{
+    QFETCH(QString, name);
+    makeFile(m_root->filePath(name + QLatin1String(".permission")), "");
+    makeFile(path("Audio.permission"), "");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Unknown permission ")));
+    const QString directory = m_root->path() + QLatin1Char('/');
+    QCOMPARE(Core::permissionOptions({name, QStringLiteral("Audio")}, {directory}),
+             QByteArrayList{"--profile=" + directory.toUtf8() + "Audio.permission"});
 }
 
 void TestFirejailLookups::prefersTheFirstPermissionDirectory()

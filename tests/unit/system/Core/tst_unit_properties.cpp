@@ -209,7 +209,15 @@ private Q_SLOTS:
     void refusesACommandLineThatLeavesItsLine_data();
     void refusesACommandLineThatLeavesItsLine();
     void refusesAnIdThatLeavesItsLine();
+    void refusesHintsThatLeaveTheirLine_data();
+    void refusesHintsThatLeaveTheirLine();
+    void refusesAnEnvironmentThatLeavesItsLine_data();
+    void refusesAnEnvironmentThatLeavesItsLine();
+    void refusesHintsFromTheWire();
+    void keepsOddTextInHints_data();
+    void keepsOddTextInHints();
     void writesAByteAsANumber();
+    void complainsOfHintsBeforeTheSandboxDoes();
     void complainsOfTheUserBeforeTheCommandLine();
     void acceptsHarmlessSigns_data();
     void acceptsHarmlessSigns();
@@ -514,6 +522,9 @@ void TestUnitProperties::refusesACommandLineThatLeavesItsLine_data()
     QTest::newRow("line feed at the end") << QStringLiteral("/bin/true\n") << control;
     QTest::newRow("only a line feed") << QStringLiteral("\n") << control;
 
+    QTest::newRow("noncharacter") << QStringLiteral("/bin/true ") + QString(QChar(0xfffe))
+                                  << QStringLiteral("Exec must not hold noncharacters");
+
     const QString backslash = QStringLiteral("Exec must not end with a backslash");
     QTest::newRow("backslash at the end") << QStringLiteral("/bin/true a\\") << backslash;
     QTest::newRow("backslash as the last word") << QStringLiteral("/bin/true \\") << backslash;
@@ -552,6 +563,154 @@ void TestUnitProperties::refusesAnIdThatLeavesItsLine()
     QCOMPARE(error.code(), qint32(Error::InvalidArgs));
 }
 
+void TestUnitProperties::refusesHintsThatLeaveTheirLine_data()
+{
+    QTest::addColumn<QVariantMap>("hints");
+    QTest::addColumn<QString>("message");
+    const auto hint = [](const char *what, const char *key, const QVariant &value,
+                         const char *message) {
+        QTest::addRow("%s: %s", key, what)
+            << QVariantMap{{QString::fromLatin1(key), value}} << QString::fromUtf8(message);
+    };
+    const auto list = [](const QString &word) {
+        return QStringList{QStringLiteral("before"), word, QStringLiteral("behind")};
+    };
+    const auto groups = [](const QString &key, const QVariant &value) {
+        return QVariantMap{{key, value}};
+    };
+    const QString lineBreak = QStringLiteral("a\nUser=root");
+    const QString noncharacter = QLatin1Char('a') + QString(QChar(0xfffe));
+    const QString backslash = QStringLiteral("a\\");
+
+    hint("a blank", "User", QStringLiteral("root "), "User must be a plain user name");
+    hint("number 0", "User", QStringLiteral("0"), "User must be a plain user name");
+    hint("the number 0", "User", 0, "User must be a plain user name");
+    hint("a specifier", "User", QStringLiteral("%u"), "User must be a plain user name");
+    hint("a line break", "User", lineBreak, "User must be a plain user name");
+    hint("a noncharacter", "User", noncharacter, "User must be a plain user name");
+
+    hint("a line break", "Params", list(lineBreak), "Params must not hold control characters");
+    hint("a noncharacter", "Params", list(noncharacter), "Params must not hold noncharacters");
+    hint("a backslash that joins words", "Params", list(backslash),
+         "Params must not end with a backslash");
+    hint("a backslash that joins lines", "Params", QStringList(backslash),
+         "Params must not end with a backslash");
+    hint("a backslash before blanks", "Params", QStringList(backslash + QStringLiteral("  ")),
+         "Params must not end with a backslash");
+    hint("a semicolon", "Params", list(QStringLiteral(";")),
+         "Params must not hold a separate semicolon");
+    hint("a semicolon between words", "Params", list(QStringLiteral("a ; /bin/sh")),
+         "Params must not hold a separate semicolon");
+
+    hint("a path", "Permissions", list(QStringLiteral("../../../home/user/own")),
+         "Permissions must not hold a slash");
+    hint("a line break", "Permissions", list(lineBreak),
+         "Permissions must not hold control characters");
+    hint("a noncharacter", "Permissions", list(noncharacter),
+         "Permissions must not hold noncharacters");
+
+    const char *key = "CGroups keys must be ASCII letters and digits";
+    hint("a key with a blank", "CGroups", groups(QStringLiteral("User "), QStringLiteral("root")),
+         key);
+    hint("a key with a line break", "CGroups", groups(QStringLiteral("A=b\nC"), 1), key);
+    hint("a key that begins another section", "CGroups", groups(QStringLiteral("[Unit]\nA"), 1),
+         key);
+    hint("an empty key", "CGroups", groups(QString(), 1), key);
+    hint("a key beyond ASCII", "CGroups", groups(QStringLiteral("Ü"), 1), key);
+    hint("a comment", "CGroups", groups(QStringLiteral("#A"), 1), key);
+    hint("a line break", "CGroups", groups(QStringLiteral("Slice"), lineBreak),
+         "Slice must not hold control characters");
+    hint("a noncharacter", "CGroups", groups(QStringLiteral("Slice"), noncharacter),
+         "Slice must not hold noncharacters");
+    hint("a backslash", "CGroups", groups(QStringLiteral("Slice"), backslash),
+         "Slice must not end with a backslash");
+    hint("a backslash in a list", "CGroups", groups(QStringLiteral("Slice"), list(backslash)),
+         "Slice must not end with a backslash");
+    hint("a value that is replaced", "CGroups", groups(QStringLiteral("ExecStart"), lineBreak),
+         "ExecStart must not hold control characters");
+}
+
+void TestUnitProperties::refusesHintsThatLeaveTheirLine()
+{
+    QFETCH(QVariantMap, hints);
+    QFETCH(QString, message);
+    const QVariantMap settings = hints.contains(QStringLiteral("User")) ? hints : withUser(hints);
+    QVariantMap properties;
+    const Error error =
+        TaskManagerPrivate::buildUnitProperties(properties, typicalTask(), {}, settings);
+    QCOMPARE(error.message(), message);
+    QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+    QVERIFY(!properties.contains(QStringLiteral("ExecStart"))
+            || message.startsWith(QLatin1String("ExecStart")));
+}
+
+void TestUnitProperties::refusesAnEnvironmentThatLeavesItsLine_data()
+{
+    QTest::addColumn<QString>("entry");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("a line break") << QStringLiteral("A=1\nExecStartPre=+/bin/sh")
+                                  << QStringLiteral("Environment must not hold control characters");
+    QTest::newRow("a noncharacter") << QStringLiteral("A=") + QString(QChar(0xffff))
+                                    << QStringLiteral("Environment must not hold noncharacters");
+    QTest::newRow("half a surrogate pair") << QStringLiteral("A=")
+            + QString(QChar(0xd800)) << QStringLiteral("Environment must not hold noncharacters");
+    QTest::newRow("a backslash that joins words")
+        << QStringLiteral("A=\\") << QStringLiteral("Environment must not end with a backslash");
+}
+
+void TestUnitProperties::refusesAnEnvironmentThatLeavesItsLine()
+{
+    QFETCH(QString, entry);
+    QFETCH(QString, message);
+    const QVariantMap properties =
+        build(withUser(), typicalTask(),
+              {{QStringLiteral("Environment"), QStringList{entry, QStringLiteral("B=2")}}});
+    QCOMPARE(properties, (QVariantMap{{QStringLiteral("error"), message}}));
+}
+
+void TestUnitProperties::refusesHintsFromTheWire()
+{
+    const QVariantMap groups{{QStringLiteral("User "), QStringLiteral("root")}};
+    const QVariantMap keyWithBlank = Wire().carry(withUser({{QStringLiteral("CGroups"), groups}}));
+    QCOMPARE(build(keyWithBlank).value(QStringLiteral("error")).toString(),
+             QStringLiteral("CGroups keys must be ASCII letters and digits"));
+
+    const QVariantList words{QStringLiteral("one"), QStringLiteral(";")};
+    const QVariantMap semicolon = Wire().carry(withUser({{QStringLiteral("Params"), words}}));
+    QCOMPARE(build(semicolon).value(QStringLiteral("error")).toString(),
+             QStringLiteral("Params must not hold a separate semicolon"));
+}
+
+void TestUnitProperties::keepsOddTextInHints_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("quotes") << QStringLiteral("A=\"a b\" 'c");
+    QTest::newRow("specifiers") << QStringLiteral("A=%n %% %h");
+    QTest::newRow("variables") << QStringLiteral("A=$B ${C} $$");
+    QTest::newRow("beyond ASCII") << QStringLiteral("A=ü €")
+            + QString::fromUtf8("\xf0\x9f\x98\x80");
+    QTest::newRow("backslashes") << QStringLiteral("A=a\\b \\; \\\\x");
+    QTest::newRow("semicolons at words") << QStringLiteral("A=a; ;b");
+    QTest::newRow("signs") << QStringLiteral("A=# [x] @ | > < & * ? ,");
+    QTest::newRow("blanks around") << QStringLiteral("  A=1  ");
+    QTest::newRow("nothing") << QString();
+}
+
+void TestUnitProperties::keepsOddTextInHints()
+{
+    QFETCH(QString, text);
+    permissionOption("BaseTask");
+    const QVariantMap groups{{QStringLiteral("Slice"), text}};
+    const QVariantMap properties =
+        build(withUser({{QStringLiteral("Params"), QStringList{text}},
+                        {QStringLiteral("CGroups"), groups}}),
+              typicalTask(), {{QStringLiteral("Environment"), QStringList{text}}});
+    QCOMPARE(commandOf(properties), QStringLiteral(" -- /bin/true -v ") + text);
+    QCOMPARE(properties.value(QStringLiteral("Slice")).toString(), text);
+    QCOMPARE(properties.value(QStringLiteral("Environment")).toStringList(),
+             QStringList{text} + ownEnvironment());
+}
+
 void TestUnitProperties::writesAByteAsANumber()
 {
     permissionOption("BaseTask");
@@ -559,6 +718,16 @@ void TestUnitProperties::writesAByteAsANumber()
     const QVariantMap properties =
         build(Wire().carry(withUser({{QStringLiteral("CGroups"), groups}})));
     QVERIFY(Core::unitFileText(QStringLiteral("a"), properties).contains("\nCPUWeight=65\n"));
+}
+
+void TestUnitProperties::complainsOfHintsBeforeTheSandboxDoes()
+{
+    const QVariantMap settings =
+        withUser({{QStringLiteral("Params"), QStringList{QStringLiteral(";")}}});
+    QCOMPARE(build(settings, taskWithExec(QStringLiteral("sleep 5")))
+                 .value(QStringLiteral("error"))
+                 .toString(),
+             QStringLiteral("Params must not hold a separate semicolon"));
 }
 
 void TestUnitProperties::complainsOfTheUserBeforeTheCommandLine()

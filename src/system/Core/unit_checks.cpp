@@ -1,0 +1,93 @@
+#include "system/Core/unit_checks.h"
+
+#include "system/Core/unit_files.h"
+#include "system/Core/unit_text.h"
+
+#include <algorithm>
+
+namespace Core {
+
+namespace {
+
+Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
+
+bool isPlainKey(const QString &key)
+{
+    return !key.isEmpty() && std::all_of(key.cbegin(), key.cend(), [](QChar character) {
+        return character.unicode() < 0x80 && character.isLetterOrNumber();
+    });
+}
+
+// A list is checked word by word, too: a backslash would join two of them.
+Error checkValue(const QString &key, const QVariant &value)
+{
+    if (value.userType() == QMetaType::QStringList) {
+        const QStringList words = value.toStringList();
+        for (const QString &word : words) {
+            if (const Error error = checkLine(key, word))
+                return error;
+        }
+    }
+    return checkLine(key, propertyText(value));
+}
+
+} // namespace
+
+Error checkDeclaration(const ApplicationRegistry::TaskInfo &task)
+{
+    if (holdsControlCharacter(task.taskId.toString()))
+        return invalid(QStringLiteral("Task id must not hold control characters"));
+    return checkCommandLine(QStringLiteral("Exec"), task.exec);
+}
+
+Error checkUser(const QString &user)
+{
+    if (!isPlainUser(user))
+        return invalid(QStringLiteral("User must be a plain user name"));
+    return {};
+}
+
+Error checkPermissions(const QStringList &permissions)
+{
+    for (const QString &permission : permissions) {
+        if (permission.contains(QLatin1Char('/')))
+            return invalid(QStringLiteral("Permissions must not hold a slash"));
+        if (const Error error = checkLine(QStringLiteral("Permissions"), permission))
+            return error;
+    }
+    return {};
+}
+
+Error checkParameters(const QStringList &parameters)
+{
+    const QString what = QStringLiteral("Params");
+    for (const QString &parameter : parameters) {
+        if (endsWithBackslash(parameter))
+            return invalid(what + QLatin1String(" must not end with a backslash"));
+    }
+    // A zero byte ends the command line: what is behind it reaches nobody.
+    const QString line = parameters.join(QLatin1Char(' '));
+    return checkCommandLine(what, line.left(line.indexOf(QChar(0))));
+}
+
+Error checkProperties(const QVariantMap &properties)
+{
+    for (auto it = properties.cbegin(); it != properties.cend(); ++it) {
+        if (!isPlainKey(it.key()))
+            return invalid(QStringLiteral("CGroups keys must be ASCII letters and digits"));
+        if (const Error error = checkValue(it.key(), it.value()))
+            return error;
+    }
+    return {};
+}
+
+Error checkCommandLine(const QString &what, const QString &line)
+{
+    if (const Error error = checkLine(what, line))
+        return error;
+    if (holdsLoneSemicolon(line))
+        return invalid(what + QLatin1String(" must not hold a separate semicolon"));
+    return {};
+}
+
+} // namespace Core

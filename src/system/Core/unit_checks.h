@@ -1,0 +1,30 @@
+#pragma once
+
+#include "common/Core/application_registry.h"
+#include "common/Core/error.h"
+
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+// What of a declaration and of a caller's hints may become a unit and a bus policy. Each function
+// says with Error::InvalidArgs what is wrong. All are pure functions of their arguments.
+
+namespace Core {
+
+/// What an application declares: that its command line stays one command on one line.
+[[nodiscard]] Error checkDeclaration(const ApplicationRegistry::TaskInfo &task);
+
+/// The user that a task is to run as.
+[[nodiscard]] Error checkUser(const QString &user);
+/// Names of permissions, which become names of files.
+[[nodiscard]] Error checkPermissions(const QStringList &permissions);
+/// Further arguments of the program, which stand at the end of its command line.
+[[nodiscard]] Error checkParameters(const QStringList &parameters);
+
+/// Keys and values of a unit, as they would be written.
+[[nodiscard]] Error checkProperties(const QVariantMap &properties);
+/// A whole line that starts programs.
+[[nodiscard]] Error checkCommandLine(const QString &what, const QString &line);
+
+} // namespace Core

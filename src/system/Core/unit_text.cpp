@@ -1,0 +1,113 @@
+#include "system/Core/unit_text.h"
+
+#include <QVector>
+
+#include <algorithm>
+
+namespace Core {
+
+namespace {
+
+bool isControlCharacter(QChar character)
+{
+    switch (character.category()) {
+    case QChar::Other_Control:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isNoncharacter(uint codePoint)
+{
+    constexpr uint lastTwoOfAPlane = 0xfffe;
+    return (codePoint >= 0xfdd0 && codePoint <= 0xfdef)
+        || (codePoint & lastTwoOfAPlane) == lastTwoOfAPlane;
+}
+
+bool isDigit(QChar character)
+{
+    return character >= QLatin1Char('0') && character <= QLatin1Char('9');
+}
+
+// Neither 0 nor the two numbers that mean "nobody given".
+bool isUserNumber(const QString &digits)
+{
+    bool fits = false;
+    const uint number = digits.toUInt(&fits);
+    constexpr uint noUser = 0xffffffff;
+    constexpr uint noUserOf16Bits = 0xffff;
+    return fits && number != 0 && number != noUser && number != noUserOf16Bits;
+}
+
+bool isPlainInAName(uint codePoint)
+{
+    constexpr uint firstBeyondAscii = 0x80;
+    if (codePoint < firstBeyondAscii && !QChar::isLetterOrNumber(codePoint))
+        return QLatin1String("._-@+").contains(QChar(codePoint));
+    return QChar::isLetterOrNumber(codePoint) || QChar::isMark(codePoint);
+}
+
+} // namespace
+
+bool holdsControlCharacter(const QString &text)
+{
+    return std::any_of(text.cbegin(), text.cend(), isControlCharacter);
+}
+
+bool holdsNoncharacter(const QString &text)
+{
+    // Half a surrogate pair is not to be seen in the code points any more.
+    if (!text.isValidUtf16())
+        return true;
+    const QVector<uint> codePoints = text.toUcs4();
+    return std::any_of(codePoints.cbegin(), codePoints.cend(), isNoncharacter);
+}
+
+bool endsWithBackslash(const QString &text)
+{
+    int end = text.size();
+    while (end > 0 && text.at(end - 1) == QLatin1Char(' '))
+        --end;
+    return text.leftRef(end).endsWith(QLatin1Char('\\'));
+}
+
+bool holdsLoneSemicolon(const QString &text)
+{
+    return text.split(QLatin1Char(' ')).contains(QStringLiteral(";"));
+}
+
+Error checkLine(const QString &what, const QString &text)
+{
+    const auto invalid = [&what](const char *fault) -> Error {
+        return {Error::InvalidArgs, what + QLatin1String(" must not ") + QLatin1String(fault)};
+    };
+    if (holdsControlCharacter(text))
+        return invalid("hold control characters");
+    if (holdsNoncharacter(text))
+        return invalid("hold noncharacters");
+    if (endsWithBackslash(text))
+        return invalid("end with a backslash");
+    return {};
+}
+
+bool isPlainUser(const QString &text)
+{
+    // What the C library and the records of logins take.
+    constexpr int longestName = 255;
+    if (text.isEmpty() || text.toUtf8().size() > longestName || text == QLatin1String(".")
+        || text == QLatin1String(".."))
+        return false;
+    // The bus reads 0x0 and 00 as numbers, and +0, whatever systemd makes of them.
+    const QChar first = text.at(0);
+    if (first == QLatin1Char('0') || first == QLatin1Char('+') || first == QLatin1Char('-'))
+        return false;
+    if (std::all_of(text.cbegin(), text.cend(), isDigit))
+        return isUserNumber(text);
+    const QVector<uint> codePoints = text.toUcs4();
+    return std::all_of(codePoints.cbegin(), codePoints.cend(), isPlainInAName);
+}
+
+} // namespace Core
