@@ -120,6 +120,9 @@ void TestStartStop::init()
                                  "[X-Task escape]\nType=Sync\nExec=/opt/w \x1b[2J\n"
                                  "[X-Task joins]\nType=Sync\nExec=/opt/w \\\\\n"
                                  "[X-Task second]\nType=Sync\nExec=/opt/w ; +/bin/sh\n"
+                                 "[X-Task opens]\nType=Sync\nExec=/opt/w\" --noprofile x\n"
+                                 "[X-Task lists]\nType=Sync\nExec=/opt/w,sh\n"
+                                 "[X-Task expands]\nType=Sync\nExec=/opt/${X}\n"
                                  "[X-Task relative]\nType=Sync\nExec=sleep 5\n");
     for (const int bytes : {NAME_MAX, NAME_MAX + 1})
         declare(QString::number(bytes), QStringLiteral("com.example"), nameForUnitNameOf(bytes));
@@ -339,7 +342,8 @@ void TestStartStop::refusesATaskThatNobodyDeclares()
 void TestStartStop::refusesACommandLineThatLeavesItsLine_data()
 {
     QTest::addColumn<QString>("name");
-    for (const char *name : {"lines", "tab", "escape", "joins", "second", "relative"})
+    for (const char *name :
+         {"lines", "tab", "escape", "joins", "second", "opens", "lists", "expands", "relative"})
         QTest::newRow(name) << QString::fromLatin1(name);
 }
 

@@ -11,6 +11,22 @@ namespace {
 
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
 
+// The program's file name also becomes an option of the sandbox, ahead of the "--": what systemd
+// unquotes or expands there would change where the options end, and a list or a pattern would name
+// other programs.
+Error checkProgram(const QString &exec)
+{
+    const QString program = exec.left(exec.indexOf(QLatin1Char(' ')));
+    const QLatin1String special("\"'\\$%,*?[]{}");
+    const bool isPlain = std::none_of(program.cbegin(), program.cend(), [special](QChar character) {
+        return special.contains(character);
+    });
+    if (!isPlain)
+        return invalid(
+            QStringLiteral("Exec must not name a program with any of \" ' \\ $ % , * ? [ ] { }"));
+    return {};
+}
+
 bool isPlainKey(const QString &key)
 {
     return !key.isEmpty() && std::all_of(key.cbegin(), key.cend(), [](QChar character) {
@@ -37,7 +53,9 @@ Error checkDeclaration(const ApplicationRegistry::TaskInfo &task)
 {
     if (holdsControlCharacter(task.taskId.toString()))
         return invalid(QStringLiteral("Task id must not hold control characters"));
-    return checkCommandLine(QStringLiteral("Exec"), task.exec);
+    if (const Error error = checkCommandLine(QStringLiteral("Exec"), task.exec))
+        return error;
+    return checkProgram(task.exec);
 }
 
 Error checkUser(const QString &user)

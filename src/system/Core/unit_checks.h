@@ -12,7 +12,8 @@
 
 namespace Core {
 
-/// What an application declares: that its command line stays one command on one line.
+/// What an application declares: that its command line names one program and stays one
+/// command on one line.
 [[nodiscard]] Error checkDeclaration(const ApplicationRegistry::TaskInfo &task);
 
 /// The user that a task is to run as.

@@ -209,6 +209,8 @@ private Q_SLOTS:
     void refusesACommandLineThatLeavesItsLine_data();
     void refusesACommandLineThatLeavesItsLine();
     void refusesAnIdThatLeavesItsLine();
+    void refusesAProgramThatASandboxWouldReadOtherwise_data();
+    void refusesAProgramThatASandboxWouldReadOtherwise();
     void refusesHintsThatLeaveTheirLine_data();
     void refusesHintsThatLeaveTheirLine();
     void refusesAnEnvironmentThatLeavesItsLine_data();
@@ -561,6 +563,37 @@ void TestUnitProperties::refusesAnIdThatLeavesItsLine()
     const Error error = TaskManagerPrivate::buildUnitProperties(properties, task, {}, withUser());
     QCOMPARE(error.message(), QStringLiteral("Task id must not hold control characters"));
     QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+}
+
+void TestUnitProperties::refusesAProgramThatASandboxWouldReadOtherwise_data()
+{
+    QTest::addColumn<QString>("program");
+    for (const char *sign : {"\"", "'", "\\", "$", "%", ",", "*", "?", "[", "]", "{", "}"}) {
+        const QString text = QString::fromLatin1(sign);
+        QTest::addRow("%s in the name", sign)
+            << QLatin1String("/opt/wor") + text + QLatin1String("ker");
+        QTest::addRow("%s in the directory", sign)
+            << QLatin1String("/o") + text + QLatin1String("pt/worker");
+    }
+    QTest::newRow("an open quote") << QStringLiteral("/opt/worker\"");
+    QTest::newRow("a closed quote") << QStringLiteral("\"/opt/worker\"");
+    QTest::newRow("the user's home") << QStringLiteral("${HOME}/worker");
+}
+
+void TestUnitProperties::refusesAProgramThatASandboxWouldReadOtherwise()
+{
+    QFETCH(QString, program);
+    for (const char *rest : {"", " -v", " --noprofile \" x"}) {
+        const TaskInfo task = taskWithExec(program + QLatin1String(rest));
+        QVariantMap properties;
+        const Error error =
+            TaskManagerPrivate::buildUnitProperties(properties, task, {}, withUser());
+        QCOMPARE(error.message(),
+                 QStringLiteral("Exec must not name a program with any of "
+                                "\" ' \\ $ % , * ? [ ] { }"));
+        QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+        QVERIFY(!properties.contains(QStringLiteral("ExecStart")));
+    }
 }
 
 void TestUnitProperties::refusesHintsThatLeaveTheirLine_data()
