@@ -82,6 +82,8 @@ private Q_SLOTS:
     void refusesATaskThatNobodyDeclares();
     void refusesACommandLineThatLeavesItsLine_data();
     void refusesACommandLineThatLeavesItsLine();
+    void refusesAnIdOfTheSystem_data();
+    void refusesAnIdOfTheSystem();
     void startsAUnitOfTheLongestNameTwice();
     void refusesAUnitOfALongerName();
     void keepsWhatWasThereWhenTheUnitCannotBeWritten();
@@ -103,6 +105,8 @@ private:
     [[nodiscard]] QStringList newCalls() const { return membersOf(stage->systemd->calls).mid(3); }
     // Declares a task "sync" of an application of this organisation and name.
     void declare(const QString &file, const QString &organisation, const QString &name) const;
+    // Declares applications of names that none may have.
+    void declareTheSystem() const;
     void expectNothingWritten() const;
     static QString method(const char *name) { return QString::fromLatin1(name); }
 
@@ -124,6 +128,7 @@ void TestStartStop::init()
                                  "[X-Task lists]\nType=Sync\nExec=/opt/w,sh\n"
                                  "[X-Task expands]\nType=Sync\nExec=/opt/${X}\n"
                                  "[X-Task relative]\nType=Sync\nExec=sleep 5\n");
+    declareTheSystem();
     for (const int bytes : {NAME_MAX, NAME_MAX + 1})
         declare(QString::number(bytes), QStringLiteral("com.example"), nameForUnitNameOf(bytes));
     QVERIFY(stage->start());
@@ -287,6 +292,12 @@ void TestStartStop::refusesBadHints_data()
         "Params must not hold a separate semicolon");
     row("a backslash", "Params", QStringList{QStringLiteral("a\\")},
         "Params must not end with a backslash");
+    row("a placeholder", "DBusService", QStringLiteral("com.example.%1"),
+        "DBusService must be a well-known bus name");
+    row("a control character", "DBusService", QStringLiteral("com.example\x01"),
+        "DBusService must be a well-known bus name");
+    row("the system's", "DBusService", QStringLiteral("org.freedesktop.login1"),
+        "DBusService must not be a name of the system");
 }
 
 void TestStartStop::declare(const QString &file, const QString &organisation,
@@ -297,6 +308,21 @@ void TestStartStop::declare(const QString &file, const QString &organisation,
                       "[X-Application]\nOrganizationName="
                           + organisation.toUtf8() + "\nApplicationName=" + name.toUtf8()
                           + "\n[X-Task sync]\nType=Sync\n");
+}
+
+void TestStartStop::declareTheSystem() const
+{
+    const struct
+    {
+        const char *organisation;
+        const char *name;
+    } applications[] = {{"org", "freedesktop"},        {"org", "zarn"}, {"org.zarn", "am"},
+                        {"org.freedesktop", "login1"}, {"..", "x"},     {"com.", "x"}};
+    int number = 0;
+    for (const auto &application : applications)
+        declare(QStringLiteral("system%1").arg(++number),
+                QString::fromLatin1(application.organisation),
+                QString::fromLatin1(application.name));
 }
 
 void TestStartStop::expectNothingWritten() const
@@ -357,6 +383,23 @@ void TestStartStop::refusesACommandLineThatLeavesItsLine()
         QCOMPARE(reply.errorMessage(), QStringLiteral("sleep is not an absolute path"));
     else
         QVERIFY(reply.errorMessage().startsWith(QStringLiteral("Exec must not")));
+    expectNothingWritten();
+}
+
+void TestStartStop::refusesAnIdOfTheSystem_data()
+{
+    QTest::addColumn<QString>("id");
+    for (const char *id :
+         {"org.freedesktop", "org.zarn", "org.zarn.am", "org.freedesktop.login1", "...x", "com..x"})
+        QTest::newRow(id) << QString::fromLatin1(id);
+}
+
+void TestStartStop::refusesAnIdOfTheSystem()
+{
+    QFETCH(QString, id);
+    const QDBusMessage reply = stage->start(id + QStringLiteral(".task_sync"), user());
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QVERIFY(reply.errorMessage().startsWith(QStringLiteral("Application id must not")));
     expectNothingWritten();
 }
 

@@ -1,5 +1,6 @@
 #include "system/Core/unit_checks.h"
 
+#include "system/Core/reserved_names.h"
 #include "system/Core/unit_files.h"
 #include "system/Core/unit_text.h"
 
@@ -10,6 +11,18 @@ namespace Core {
 namespace {
 
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
+
+// The id becomes names of directories, bus names and words of the command line.
+Error checkApplicationId(const ApplicationId &id)
+{
+    if (!id.isValid())
+        return invalid(QStringLiteral("Application id must be an organisation and a name"));
+    if (hasEmptyComponent(id.toString()))
+        return invalid(QStringLiteral("Application id must not have an empty component"));
+    if (isReservedName(id.toString()))
+        return invalid(QStringLiteral("Application id must not be a name of the system"));
+    return {};
+}
 
 // The program's file name also becomes an option of the sandbox, ahead of the "--": what systemd
 // unquotes or expands there would change where the options end, and a list or a pattern would name
@@ -53,6 +66,8 @@ Error checkDeclaration(const ApplicationRegistry::TaskInfo &task)
 {
     if (holdsControlCharacter(task.taskId.toString()))
         return invalid(QStringLiteral("Task id must not hold control characters"));
+    if (const Error error = checkApplicationId(task.taskId.applicationId()))
+        return error;
     if (const Error error = checkCommandLine(QStringLiteral("Exec"), task.exec))
         return error;
     return checkProgram(task.exec);
@@ -86,6 +101,15 @@ Error checkParameters(const QStringList &parameters)
     // A zero byte ends the command line: what is behind it reaches nobody.
     const QString line = parameters.join(QLatin1Char(' '));
     return checkCommandLine(what, line.left(line.indexOf(QChar(0))));
+}
+
+Error checkBusName(const QString &busName)
+{
+    if (!isWellKnownBusName(busName))
+        return invalid(QStringLiteral("DBusService must be a well-known bus name"));
+    if (isReservedName(busName))
+        return invalid(QStringLiteral("DBusService must not be a name of the system"));
+    return {};
 }
 
 Error checkProperties(const QVariantMap &properties)

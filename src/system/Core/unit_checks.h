@@ -12,8 +12,8 @@
 
 namespace Core {
 
-/// What an application declares: that its command line names one program and stays one
-/// command on one line.
+/// What an application declares: that its id is one of its own and fit for paths, and that its
+/// command line names one program and stays one command on one line.
 [[nodiscard]] Error checkDeclaration(const ApplicationRegistry::TaskInfo &task);
 
 /// The user that a task is to run as.
@@ -22,6 +22,8 @@ namespace Core {
 [[nodiscard]] Error checkPermissions(const QStringList &permissions);
 /// Further arguments of the program, which stand at the end of its command line.
 [[nodiscard]] Error checkParameters(const QStringList &parameters);
+/// The bus name that a task is to own.
+[[nodiscard]] Error checkBusName(const QString &busName);
 
 /// Keys and values of a unit, as they would be written.
 [[nodiscard]] Error checkProperties(const QVariantMap &properties);

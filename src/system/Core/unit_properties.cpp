@@ -99,7 +99,11 @@ Error checkHints(const QVariantMap &taskSettings)
         return error;
     if (const Error error = checkPermissions(permissionsOf(taskSettings)))
         return error;
-    return checkParameters(parametersOf(taskSettings));
+    if (const Error error = checkParameters(parametersOf(taskSettings)))
+        return error;
+    const QString busName = QStringLiteral("DBusService");
+    return taskSettings.contains(busName) ? checkBusName(taskSettings.value(busName).toString())
+                                          : Error();
 }
 
 QStringList grantedPermissions(const QVariantMap &taskSettings, bool homeless)

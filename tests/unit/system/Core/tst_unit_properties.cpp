@@ -211,6 +211,8 @@ private Q_SLOTS:
     void refusesAnIdThatLeavesItsLine();
     void refusesAProgramThatASandboxWouldReadOtherwise_data();
     void refusesAProgramThatASandboxWouldReadOtherwise();
+    void refusesAnIdThatIsNotTheApplicationsOwn_data();
+    void refusesAnIdThatIsNotTheApplicationsOwn();
     void refusesHintsThatLeaveTheirLine_data();
     void refusesHintsThatLeaveTheirLine();
     void refusesAnEnvironmentThatLeavesItsLine_data();
@@ -596,6 +598,57 @@ void TestUnitProperties::refusesAProgramThatASandboxWouldReadOtherwise()
     }
 }
 
+void TestUnitProperties::refusesAnIdThatIsNotTheApplicationsOwn_data()
+{
+    QTest::addColumn<QString>("organisation");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("message");
+    const auto row = [](const char *organisation, const char *name, const QString &message) {
+        QTest::addRow("%s and %s", organisation, name)
+            << QString::fromUtf8(organisation) << QString::fromUtf8(name) << message;
+    };
+    const QString reserved = QStringLiteral("Application id must not be a name of the system");
+    row("org", "freedesktop", reserved);
+    row("org.freedesktop", "login1", reserved);
+    row("org.zarn", "Orvane", reserved);
+    row("org.zarn.Orvane", "User", reserved);
+    row("org", "zarn", reserved);
+    row("org.zarn", "am", reserved);
+    row("org.zarn", "Teller", reserved);
+    row("org.sailfishos", "usermanager", reserved);
+    row("org", "sailfishos", reserved);
+    const QString empty = QStringLiteral("Application id must not have an empty component");
+    row("..", "x", empty);
+    row(".", "x", empty);
+    row(".com", "x", empty);
+    row("com.", "x", empty);
+    row("com..example", "x", empty);
+    row("com", "x..y", empty);
+    row("com", "x.", empty);
+    const QString noId = QStringLiteral("Application id must be an organisation and a name");
+    row("com example", "x", noId);
+    row("com", "a b", noId);
+    row("com", "a\"b", noId);
+    row("com", "a/b", noId);
+    row("com", "${HOME}", noId);
+    row("com", "%n", noId);
+    row("com", "ü", noId);
+}
+
+void TestUnitProperties::refusesAnIdThatIsNotTheApplicationsOwn()
+{
+    QFETCH(QString, organisation);
+    QFETCH(QString, name);
+    QFETCH(QString, message);
+    TaskInfo task = typicalTask();
+    task.taskId = ApplicationTaskId(ApplicationId(organisation, name), QStringLiteral("sync"));
+    QVariantMap properties;
+    const Error error = TaskManagerPrivate::buildUnitProperties(properties, task, {}, withUser());
+    QCOMPARE(error.message(), message);
+    QCOMPARE(error.code(), qint32(Error::InvalidArgs));
+    QVERIFY(!properties.contains(QStringLiteral("ExecStart")));
+}
+
 void TestUnitProperties::refusesHintsThatLeaveTheirLine_data()
 {
     QTest::addColumn<QVariantMap>("hints");
@@ -661,6 +714,20 @@ void TestUnitProperties::refusesHintsThatLeaveTheirLine_data()
          "Slice must not end with a backslash");
     hint("a value that is replaced", "CGroups", groups(QStringLiteral("ExecStart"), lineBreak),
          "ExecStart must not hold control characters");
+
+    hint("no name", "DBusService", QString(), "DBusService must be a well-known bus name");
+    hint("a unique name", "DBusService", QStringLiteral(":1.7"),
+         "DBusService must be a well-known bus name");
+    hint("a placeholder", "DBusService", QStringLiteral("com.%1"),
+         "DBusService must be a well-known bus name");
+    hint("a control character", "DBusService", QStringLiteral("com.a\x01"),
+         "DBusService must be a well-known bus name");
+    hint("the daemon's", "DBusService", QStringLiteral("org.zarn.Orvane"),
+         "DBusService must not be a name of the system");
+    hint("below the system's", "DBusService", QStringLiteral("org.freedesktop.systemd1"),
+         "DBusService must not be a name of the system");
+    hint("above the daemon's", "DBusService", QStringLiteral("org.zarn"),
+         "DBusService must not be a name of the system");
 }
 
 void TestUnitProperties::refusesHintsThatLeaveTheirLine()

@@ -1,0 +1,52 @@
+#include "system/Core/reserved_names.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <algorithm>
+
+namespace Core {
+
+namespace {
+
+// An application of one of these names, or a policy for one, would act in the place of a part of
+// the system.
+const QStringList &reservedNames()
+{
+    static const QStringList names{QStringLiteral("org.freedesktop"),
+                                   QStringLiteral("org.zarn.Orvane"), QStringLiteral("org.zarn.am"),
+                                   QStringLiteral("org.zarn.Teller"),
+                                   QStringLiteral("org.sailfishos.usermanager")};
+    return names;
+}
+
+// By whole components: "org.freedesktops" does not lie at or below "org.freedesktop".
+bool liesAtOrBelow(const QString &name, const QString &upper)
+{
+    return (name + QLatin1Char('.')).startsWith(upper + QLatin1Char('.'));
+}
+
+} // namespace
+
+bool hasEmptyComponent(const QString &name)
+{
+    return name.split(QLatin1Char('.')).contains(QString());
+}
+
+bool isReservedName(const QString &name)
+{
+    const QStringList &names = reservedNames();
+    return std::any_of(names.cbegin(), names.cend(), [&name](const QString &reserved) {
+        return liesAtOrBelow(name, reserved) || liesAtOrBelow(reserved, name);
+    });
+}
+
+bool isWellKnownBusName(const QString &name)
+{
+    constexpr int longestName = 255;
+    static const QRegularExpression pattern(
+        QStringLiteral("\\A[A-Za-z_-][A-Za-z0-9_-]*(\\.[A-Za-z_-][A-Za-z0-9_-]*)+\\z"));
+    return name.size() <= longestName && pattern.match(name).hasMatch();
+}
+
+} // namespace Core
