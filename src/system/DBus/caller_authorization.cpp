@@ -1,11 +1,10 @@
 #include "system/DBus/caller_authorization.h"
 
 #include "common/root_path.h"
+#include "system/DBus/caller_credentials.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusReply>
 #include <QFileInfo>
 
 #include <sailfishaccesscontrol.h>
@@ -14,29 +13,66 @@
 
 namespace DBus {
 
+namespace {
+
+/// A process as its directory below /proc shows it: by its effective user and group.
+struct Process
+{
+    uint uid;
+    uint gid;
+    /// Empty when the group has no name.
+    QString group;
+};
+
+std::optional<Process> processOf(const CallerCredentials &caller)
+{
+    if (!caller.pid)
+        return {};
+    const QFileInfo directory(rootPrefix() + QStringLiteral("/proc/%1").arg(*caller.pid));
+    // A missing path has no owner; its id must not be mistaken for a user.
+    if (!directory.exists())
+        return {};
+    return Process{directory.ownerId(), directory.groupId(), directory.group()};
+}
+
+bool isMember(uint uid, const QString &group)
+{
+    return sailfish_access_control_hasgroup(uid, group.toUtf8().constData());
+}
+
+bool connectedWith(const CallerCredentials &caller, uint gid)
+{
+    return caller.gids && caller.gids->contains(gid);
+}
+
+bool bothBelongTo(const QString &group, const Process &process, const CallerCredentials &caller)
+{
+    if (process.group == group && connectedWith(caller, process.gid))
+        return true;
+    return (process.group == group || isMember(process.uid, group)) && isMember(caller.uid, group);
+}
+
+} // namespace
+
 bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connection,
                         const QStringList &groups)
 {
     if (qgetenv("ORVANE_SKIP_AUTHENTICATION") == "1")
         return true;
-    // None when the connection has been lost.
-    QDBusConnectionInterface *const bus = connection.interface();
-    if (bus == nullptr)
+    std::optional<CallerCredentials> caller = credentialsOf(call.service(), connection);
+    if (!caller)
         return false;
-    const QDBusReply<uint> pid = bus->servicePid(call.service());
-    if (!pid.isValid())
+    const std::optional<Process> process = processOf(*caller);
+    if (!process)
         return false;
+    // Below a root prefix /proc is another system's, whose ids the bus does not know.
+    if (!rootPrefix().isEmpty())
+        caller = CallerCredentials{process->uid, QVector<uint>{process->gid}, caller->pid};
 
-    const QFileInfo process(rootPrefix() + QStringLiteral("/proc/%1").arg(pid.value()));
-    // A missing path has no owner; its id must not be mistaken for a user.
-    if (!process.exists())
-        return false;
-    const uint owner = process.ownerId();
-    if (owner == 0)
+    if (process->uid == 0 && caller->uid == 0)
         return true;
     return std::any_of(groups.cbegin(), groups.cend(), [&](const QString &group) {
-        return process.group() == group
-            || sailfish_access_control_hasgroup(owner, group.toUtf8().constData());
+        return bothBelongTo(group, *process, *caller);
     });
 }
 

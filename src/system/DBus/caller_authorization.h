@@ -7,10 +7,19 @@ class QDBusMessage;
 
 namespace DBus {
 
-/// Whether the sender of a call may change the system's settings: its process runs as root, or its
-/// group or one of its user's is among `groups`. Blocks for a question to the bus; a caller that is
-/// gone by then is refused. With ORVANE_SKIP_AUTHENTICATION set to exactly "1" everybody may.
+/// Whether the sender of a call may change the system's settings. Two views must agree: the process
+/// that connected to the bus as it is now, and the user and groups that it connected with, since
+/// the socket may be another process' by now. Admits:
+/// - root, when both are;
+/// - the process' group when it is among `groups` and the connection was made with that group or by
+///   one of its members;
+/// - members of one of `groups`, when both users are.
+/// A caller that is gone, that the bus does not know, or whose user it does not name is refused.
+/// With a root prefix (ORVANE_ROOTFS) only the process below it is looked at, not who connected.
+/// With ORVANE_SKIP_AUTHENTICATION set to exactly "1" everybody may. Blocks for one question to the
+/// bus, 25 s at most; belongs on the thread of the event loop.
 /// @param connection the connection that the call came in on.
+/// @param groups names of groups.
 [[nodiscard]] bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connection,
                                       const QStringList &groups);
 

@@ -1,6 +1,7 @@
 #include "system/DBus/caller_authorization.h"
 
 #include "component/autostart_bus.h"
+#include "support/lone_bus.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
@@ -9,6 +10,62 @@
 #include <grp.h>
 #include <pwd.h>
 #include <unistd.h>
+
+#include <initializer_list>
+#include <utility>
+#include <vector>
+
+/// Whom a process belongs to.
+struct Ids
+{
+    uid_t user;
+    gid_t group;
+    std::vector<gid_t> furtherGroups;
+};
+Q_DECLARE_METATYPE(Ids)
+
+namespace {
+
+constexpr uid_t noSuchUser = 3999999;
+constexpr gid_t noSuchGroup = 3999999;
+
+gid_t groupId(const char *name)
+{
+    const group *entry = ::getgrnam(name);
+    return entry != nullptr ? entry->gr_gid : noSuchGroup;
+}
+
+uid_t userId(const char *name)
+{
+    const passwd *entry = ::getpwnam(name);
+    return entry != nullptr ? entry->pw_uid : noSuchUser;
+}
+
+/// Makes this process somebody else's, and root's again at the end.
+class Disguise
+{
+public:
+    Disguise() = default;
+    ~Disguise() { (void)become({0, 0, {}}); }
+    Q_DISABLE_COPY(Disguise)
+
+    [[nodiscard]] static bool become(const Ids &ids)
+    {
+        return ::seteuid(0) == 0 && ::setegid(ids.group) == 0
+            && ::setgroups(ids.furtherGroups.size(), ids.furtherGroups.data()) == 0
+            && ::seteuid(ids.user) == 0;
+    }
+};
+
+QVariantMap answerOf(std::initializer_list<std::pair<const char *, QVariant>> values)
+{
+    QVariantMap answer;
+    for (const auto &[name, value] : values)
+        answer.insert(QString::fromLatin1(name), value);
+    return answer;
+}
+
+} // namespace
 
 /// Keeps the call that it gets.
 class Receiver : public QObject, protected QDBusContext
@@ -36,6 +93,12 @@ private Q_SLOTS:
     void admitsByOwnerAndGroup();
     void admitsAMemberOfASecondGroup();
     void admitsRoot();
+    void wantsBothViewsToAgree_data();
+    void wantsBothViewsToAgree();
+    void asksTheUserDatabaseWhereTheBusNamesNoGroups_data();
+    void asksTheUserDatabaseWhereTheBusNamesNoGroups();
+    void refusesWithoutAUserOrAProcessFromTheBus_data();
+    void refusesWithoutAUserOrAProcessFromTheBus();
     void refusesAProcessThatIsGone();
     void refusesACallerThatVanished();
     void refusesWithoutABus();
@@ -47,6 +110,32 @@ private:
     {
         return DBus::isCallerAuthorized(m_receiver.received, m_bus->connect(QStringLiteral("to")),
                                         groups);
+    }
+    bool admitsOn(const LoneBus &bus, const QStringList &groups) const
+    {
+        return bus.ask([&](const QDBusConnection &connection) {
+            return DBus::isCallerAuthorized(m_receiver.received, connection, groups);
+        });
+    }
+    /// Has this process call as `connecting` and be `now`'s when it is looked at.
+    bool admitsAcrossTheChange(const Ids &connecting, const Ids &now, bool &admitted)
+    {
+        const Disguise disguise;
+        const QString name = QStringLiteral("disguised");
+        const bool called = Disguise::become(connecting) && callFrom(m_bus->connect(name));
+        const bool changed = Disguise::become(now);
+        admitted = admits({QStringLiteral("man")});
+        QDBusConnection::disconnectFromBus(name);
+        return called && changed;
+    }
+    bool callFrom(const QDBusConnection &from)
+    {
+        m_receiver.received = {};
+        from.asyncCall(QDBusMessage::createMethodCall(
+            m_bus->connect(QStringLiteral("to")).baseService(), QStringLiteral("/"),
+            QStringLiteral("org.example.Receiver"), QStringLiteral("Ping")));
+        return QTest::qWaitFor(
+            [this] { return m_receiver.received.member() == QLatin1String("Ping"); });
     }
     bool ownProcess(uid_t uid, gid_t gid) const
     {
@@ -61,19 +150,6 @@ private:
     Receiver m_receiver;
 };
 
-namespace {
-
-constexpr uid_t noSuchUser = 3999999;
-constexpr gid_t noSuchGroup = 3999999;
-
-gid_t groupId(const char *name)
-{
-    const group *entry = ::getgrnam(name);
-    return entry != nullptr ? entry->gr_gid : noSuchGroup;
-}
-
-} // namespace
-
 void TestCallerAuthorization::initTestCase()
 {
     m_bus = std::make_unique<OwnBus>();
@@ -86,12 +162,7 @@ void TestCallerAuthorization::init()
 {
     m_root = std::make_unique<QTemporaryDir>();
     qputenv("ORVANE_ROOTFS", m_root->path().toUtf8());
-    QDBusConnection from = m_bus->connect(QStringLiteral("from"));
-    m_receiver.received = {};
-    from.asyncCall(QDBusMessage::createMethodCall(
-        m_bus->connect(QStringLiteral("to")).baseService(), QStringLiteral("/"),
-        QStringLiteral("org.example.Receiver"), QStringLiteral("Ping")));
-    QTRY_COMPARE(m_receiver.received.member(), QStringLiteral("Ping"));
+    QVERIFY(callFrom(m_bus->connect(QStringLiteral("from"))));
 }
 
 void TestCallerAuthorization::cleanup()
@@ -110,7 +181,7 @@ void TestCallerAuthorization::admitsByOwnerAndGroup_data()
     const QString man = QStringLiteral("man");
     const QString games = QStringLiteral("games");
     const QString missing = QStringLiteral("no-such-group");
-    const uint manUser = ::getpwnam("man") != nullptr ? ::getpwnam("man")->pw_uid : noSuchUser;
+    const uint manUser = userId("man");
     QTest::newRow("root") << 0U << uint(noSuchGroup) << QStringList{man} << true;
     QTest::newRow("root without any group to be in") << 0U << 0U << QStringList() << true;
     QTest::newRow("group of the process")
@@ -166,6 +237,118 @@ void TestCallerAuthorization::admitsRoot()
     // The real process, below no root prefix.
     qunsetenv("ORVANE_ROOTFS");
     QCOMPARE(admits({QStringLiteral("no-such-group")}), ::geteuid() == 0);
+}
+
+void TestCallerAuthorization::wantsBothViewsToAgree_data()
+{
+    QTest::addColumn<Ids>("connecting");
+    QTest::addColumn<Ids>("now");
+    QTest::addColumn<bool>("admitted");
+
+    // The bus lets nobody in whom the user database does not know.
+    const uid_t other = userId("nobody");
+    const gid_t none = noSuchGroup;
+    const uid_t member = userId("man");
+    const gid_t man = groupId("man");
+    const Ids root{0, 0, {}};
+    const Ids stranger{other, none, {}};
+    QTest::newRow("root before and after") << root << root << true;
+    QTest::newRow("became root") << stranger << root << false;
+    QTest::newRow("a member became root") << Ids{member, man, {}} << root << false;
+    QTest::newRow("was root") << root << stranger << false;
+    QTest::newRow("root became a member") << root << Ids{member, none, {}} << false;
+    QTest::newRow("neither") << stranger << stranger << false;
+    QTest::newRow("the process' group all along")
+        << Ids{other, man, {}} << Ids{other, man, {}} << true;
+    QTest::newRow("got the group") << stranger << Ids{other, man, {}} << false;
+    QTest::newRow("got the group, had another")
+        << Ids{other, groupId("games"), {}} << Ids{other, man, {}} << false;
+    QTest::newRow("had the group among others")
+        << Ids{other, none, {man}} << Ids{other, man, {}} << true;
+    QTest::newRow("a member got the group") << Ids{member, none, {}} << Ids{other, man, {}} << true;
+    QTest::newRow("had the group") << Ids{other, man, {}} << stranger << false;
+    QTest::newRow("a member all along") << Ids{member, none, {}} << Ids{member, none, {}} << true;
+    QTest::newRow("became a member") << stranger << Ids{member, none, {}} << false;
+    QTest::newRow("had the group and became a member")
+        << Ids{other, man, {}} << Ids{member, none, {}} << false;
+    QTest::newRow("was a member") << Ids{member, none, {}} << stranger << false;
+}
+
+void TestCallerAuthorization::wantsBothViewsToAgree()
+{
+    QFETCH(Ids, connecting);
+    QFETCH(Ids, now);
+    QFETCH(bool, admitted);
+
+    if (::geteuid() != 0)
+        QSKIP("only root can become others");
+    // Real processes and what the bus says of them, below no root prefix.
+    qunsetenv("ORVANE_ROOTFS");
+    bool actual = !admitted;
+    QVERIFY(admitsAcrossTheChange(connecting, now, actual));
+    QCOMPARE(actual, admitted);
+}
+
+void TestCallerAuthorization::asksTheUserDatabaseWhereTheBusNamesNoGroups_data()
+{
+    QTest::addColumn<uint>("connected");
+    QTest::addColumn<bool>("admitted");
+
+    QTest::newRow("a member") << uint(userId("man")) << true;
+    QTest::newRow("not a member") << uint(noSuchUser) << false;
+    QTest::newRow("root") << 0U << false;
+}
+
+void TestCallerAuthorization::asksTheUserDatabaseWhereTheBusNamesNoGroups()
+{
+    QFETCH(uint, connected);
+    QFETCH(bool, admitted);
+
+    if (::geteuid() != 0)
+        QSKIP("only root can become others");
+    qunsetenv("ORVANE_ROOTFS");
+    LoneBus bus;
+    bus.answer = answerOf(
+        {{"UnixUserID", connected}, {"ProcessID", uint(QCoreApplication::applicationPid())}});
+    const Disguise disguise;
+    QVERIFY(bus.listen());
+    QVERIFY(Disguise::become({noSuchUser, groupId("man"), {}}));
+    QCOMPARE(admitsOn(bus, {QStringLiteral("man")}), admitted);
+}
+
+void TestCallerAuthorization::refusesWithoutAUserOrAProcessFromTheBus_data()
+{
+    QTest::addColumn<QVariantMap>("answer");
+    QTest::addColumn<bool>("prefixed");
+    QTest::addColumn<bool>("admitted");
+
+    const QVariant uid(::geteuid());
+    const QVariant pid(uint(QCoreApplication::applicationPid()));
+    for (const bool prefixed : {false, true}) {
+        const auto row = [prefixed](const char *name) -> QTestData & {
+            return QTest::addRow("%s%s", name, prefixed ? ", below a root prefix" : "");
+        };
+        row("both") << answerOf({{"UnixUserID", uid}, {"ProcessID", pid}}) << prefixed << true;
+        row("no user") << answerOf({{"ProcessID", pid}}) << prefixed << false;
+        row("no process") << answerOf({{"UnixUserID", uid}}) << prefixed << false;
+        row("nothing") << QVariantMap() << prefixed << false;
+    }
+}
+
+void TestCallerAuthorization::refusesWithoutAUserOrAProcessFromTheBus()
+{
+    QFETCH(QVariantMap, answer);
+    QFETCH(bool, prefixed);
+    QFETCH(bool, admitted);
+
+    if (!ownProcess(0, 0))
+        QSKIP("only root can give files away");
+    if (!prefixed)
+        qunsetenv("ORVANE_ROOTFS");
+    LoneBus bus;
+    bus.answer = answer;
+    QVERIFY(bus.listen());
+    QCOMPARE(admitsOn(bus, {}), admitted);
 }
 
 void TestCallerAuthorization::refusesAProcessThatIsGone()

@@ -1,0 +1,182 @@
+#include "system/DBus/caller_credentials.h"
+
+#include "support/lone_bus.h"
+#include "support/private_bus.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <QDBusMetaType>
+#include <QTest>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <vector>
+
+using DBus::credentialsOf;
+
+class TestCallerCredentials : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void namesUserGroupsAndProcess();
+    void knowsNobodyWhoIsNotThere_data();
+    void knowsNobodyWhoIsNotThere();
+    void knowsNobodyWhoHasLeft();
+    void knowsNobodyWithoutABus();
+    void takesWhatTheBusSays_data();
+    void takesWhatTheBusSays();
+    void takesNothingOdd_data();
+    void takesNothingOdd();
+
+private:
+    PrivateBus m_bus;
+};
+
+void TestCallerCredentials::initTestCase()
+{
+    qDBusRegisterMetaType<QVector<uint>>();
+    QVERIFY(m_bus.start());
+}
+
+namespace {
+
+QVector<uint> ownGroups()
+{
+    std::vector<gid_t> groups(static_cast<std::size_t>(::getgroups(0, nullptr)));
+    ::getgroups(static_cast<int>(groups.size()), groups.data());
+    QVector<uint> all(groups.cbegin(), groups.cend());
+    if (!all.contains(::getegid()))
+        all.append(::getegid());
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
+QVariantMap answerWith(const char *name, const QVariant &value)
+{
+    QVariantMap answer{{QStringLiteral("UnixUserID"), 7U},
+                       {QStringLiteral("UnixGroupIDs"), QVariant::fromValue(QVector<uint>{8, 9})},
+                       {QStringLiteral("ProcessID"), 10U}};
+    answer.insert(QString::fromLatin1(name), value);
+    if (!value.isValid())
+        answer.remove(QString::fromLatin1(name));
+    return answer;
+}
+
+} // namespace
+
+void TestCallerCredentials::namesUserGroupsAndProcess()
+{
+    const QDBusConnection one =
+        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("one"));
+    const QDBusConnection other =
+        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("other"));
+    const auto credentials = credentialsOf(one.baseService(), other);
+    QVERIFY(credentials);
+    QCOMPARE(credentials->uid, uint(::geteuid()));
+    QCOMPARE(credentials->pid.value_or(0), uint(QCoreApplication::applicationPid()));
+    QVERIFY(credentials->gids);
+    QVector<uint> groups = *credentials->gids;
+    std::sort(groups.begin(), groups.end());
+    QCOMPARE(groups, ownGroups());
+}
+
+void TestCallerCredentials::knowsNobodyWhoIsNotThere_data()
+{
+    QTest::addColumn<QString>("name");
+
+    QTest::newRow("unique name") << QStringLiteral(":1.4000");
+    QTest::newRow("name") << QStringLiteral("org.example.Nobody");
+    QTest::newRow("no name at all") << QString();
+}
+
+void TestCallerCredentials::knowsNobodyWhoIsNotThere()
+{
+    QFETCH(QString, name);
+
+    const QDBusConnection bus =
+        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("one"));
+    QVERIFY(!credentialsOf(name, bus));
+}
+
+void TestCallerCredentials::knowsNobodyWhoHasLeft()
+{
+    const QDBusConnection bus =
+        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("one"));
+    const QString name =
+        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("leaving")).baseService();
+    QVERIFY(credentialsOf(name, bus));
+    QDBusConnection::disconnectFromBus(QStringLiteral("leaving"));
+    QTRY_VERIFY(!bus.interface()->isServiceRegistered(name));
+    QVERIFY(!credentialsOf(name, bus));
+}
+
+void TestCallerCredentials::knowsNobodyWithoutABus()
+{
+    QVERIFY(!credentialsOf(QStringLiteral(":1.1"), QDBusConnection(QString())));
+}
+
+void TestCallerCredentials::takesWhatTheBusSays_data()
+{
+    QTest::addColumn<QVariantMap>("answer");
+    QTest::addColumn<bool>("groups");
+    QTest::addColumn<bool>("process");
+
+    QTest::newRow("everything") << answerWith("LinuxSecurityLabel", QByteArray("x")) << true
+                                << true;
+    QTest::newRow("no groups") << answerWith("UnixGroupIDs", {}) << false << true;
+    QTest::newRow("no process") << answerWith("ProcessID", {}) << true << false;
+}
+
+void TestCallerCredentials::takesWhatTheBusSays()
+{
+    QFETCH(QVariantMap, answer);
+    QFETCH(bool, groups);
+    QFETCH(bool, process);
+
+    LoneBus bus;
+    bus.answer = answer;
+    QVERIFY(bus.listen());
+    const auto credentials = bus.ask([](const QDBusConnection &connection) {
+        return credentialsOf(QStringLiteral(":1.1"), connection);
+    });
+    QVERIFY(credentials);
+    QCOMPARE(credentials->uid, 7U);
+    QCOMPARE(credentials->gids.has_value(), groups);
+    QCOMPARE(credentials->gids.value_or(QVector<uint>{8, 9}), QVector<uint>({8, 9}));
+    QCOMPARE(credentials->pid.has_value(), process);
+    QCOMPARE(credentials->pid.value_or(10U), 10U);
+}
+
+void TestCallerCredentials::takesNothingOdd_data()
+{
+    QTest::addColumn<QVariantMap>("answer");
+
+    QTest::newRow("no user") << answerWith("UnixUserID", {});
+    QTest::newRow("user as text") << answerWith("UnixUserID", QStringLiteral("0"));
+    QTest::newRow("user with a sign") << answerWith("UnixUserID", 0);
+    QTest::newRow("user in 64 bits") << answerWith("UnixUserID", qulonglong(0));
+    QTest::newRow("process with a sign") << answerWith("ProcessID", 10);
+    QTest::newRow("one group") << answerWith("UnixGroupIDs", 8U);
+    QTest::newRow("groups as text") << answerWith("UnixGroupIDs", QStringList{QStringLiteral("8")});
+    QTest::newRow("groups of variants") << answerWith("UnixGroupIDs", QVariantList{8U});
+    QTest::newRow("an error") << QVariantMap();
+}
+
+void TestCallerCredentials::takesNothingOdd()
+{
+    QFETCH(QVariantMap, answer);
+
+    LoneBus bus;
+    bus.answer = answer;
+    QVERIFY(bus.listen());
+    QVERIFY(!bus.ask([](const QDBusConnection &connection) {
+        return credentialsOf(QStringLiteral(":1.1"), connection);
+    }));
+}
+
+QTEST_GUILESS_MAIN(TestCallerCredentials)
+#include "tst_caller_credentials.moc"
