@@ -72,7 +72,8 @@ bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connect
     if (process->uid == 0 && caller->uid == 0)
         return true;
     return std::any_of(groups.cbegin(), groups.cend(), [&](const QString &group) {
-        return bothBelongTo(group, *process, *caller);
+        // A group that has no name in the user database must match nothing.
+        return !group.isEmpty() && bothBelongTo(group, *process, *caller);
     });
 }
 
@@ -81,9 +82,10 @@ bool mayRunTasks(const QDBusMessage &call, const QDBusConnection &connection)
     const char *const variable = "ORVANE_TASK_GROUPS";
     if (!qEnvironmentVariableIsSet(variable))
         return true;
-    QStringList groups = qEnvironmentVariable(variable).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    QStringList groups = qEnvironmentVariable(variable).split(QLatin1Char(','));
     for (QString &group : groups)
         group = group.trimmed();
+    groups.removeAll(QString());
     return isCallerAuthorized(call, connection, groups);
 }
 

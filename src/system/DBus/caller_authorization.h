@@ -19,13 +19,14 @@ namespace DBus {
 /// With ORVANE_SKIP_AUTHENTICATION set to exactly "1" everybody may. Blocks for one question to the
 /// bus, 25 s at most; belongs on the thread of the event loop.
 /// @param connection the connection that the call came in on.
-/// @param groups names of groups.
+/// @param groups names of groups; an empty name matches nothing.
 [[nodiscard]] bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connection,
                                       const QStringList &groups);
 
 /// Whether the sender of a call may run this daemon's own tasks. Everybody may unless
 /// ORVANE_TASK_GROUPS is set: then isCallerAuthorized() decides with its groups, separated by
-/// commas. An empty list leaves it to root. Blocks when it has to ask.
+/// commas; blanks around a name and empty names do not count. An empty list leaves it to root.
+/// Blocks when it has to ask.
 /// @param connection the connection that the call came in on.
 [[nodiscard]] bool mayRunTasks(const QDBusMessage &call, const QDBusConnection &connection);
 

@@ -99,6 +99,8 @@ private Q_SLOTS:
     void asksTheUserDatabaseWhereTheBusNamesNoGroups();
     void refusesWithoutAUserOrAProcessFromTheBus_data();
     void refusesWithoutAUserOrAProcessFromTheBus();
+    void matchesNoGroupWithoutAName_data();
+    void matchesNoGroupWithoutAName();
     void refusesAProcessThatIsGone();
     void refusesACallerThatVanished();
     void refusesWithoutABus();
@@ -169,6 +171,7 @@ void TestCallerAuthorization::cleanup()
 {
     qunsetenv("ORVANE_ROOTFS");
     qunsetenv("ORVANE_SKIP_AUTHENTICATION");
+    qunsetenv("ORVANE_TASK_GROUPS");
 }
 
 void TestCallerAuthorization::admitsByOwnerAndGroup_data()
@@ -349,6 +352,26 @@ void TestCallerAuthorization::refusesWithoutAUserOrAProcessFromTheBus()
     bus.answer = answer;
     QVERIFY(bus.listen());
     QCOMPARE(admitsOn(bus, {}), admitted);
+}
+
+void TestCallerAuthorization::matchesNoGroupWithoutAName_data()
+{
+    QTest::addColumn<QByteArray>("groups");
+
+    for (const char *groups : {"man, ", "man,", ",man", " ", "", ", ,", "\t,man"})
+        QTest::newRow(groups) << QByteArray(groups);
+}
+
+void TestCallerAuthorization::matchesNoGroupWithoutAName()
+{
+    QFETCH(QByteArray, groups);
+
+    // Its group has no name either.
+    if (!ownProcess(noSuchUser, noSuchGroup))
+        QSKIP("only root can give files away");
+    qputenv("ORVANE_TASK_GROUPS", groups);
+    QVERIFY(!DBus::mayRunTasks(m_receiver.received, m_bus->connect(QStringLiteral("to"))));
+    QVERIFY(!admits({QString()}));
 }
 
 void TestCallerAuthorization::refusesAProcessThatIsGone()
