@@ -21,13 +21,14 @@ constexpr int startAtBoot = 2;
 
 // The id comes from a client: only the files of a well-formed one can be this daemon's own. Any
 // other text could name somebody else's policy, or with a slash any file.
-void removeFilesOf(const ApplicationTaskId &id)
+// @return whether the task had a bus policy.
+bool removeFilesOf(const ApplicationTaskId &id)
 {
     const QString &taskId = id.toString();
-    if (!taskId.contains(QLatin1Char('/')))
-        QFile::remove(unitFilePath(taskId));
-    if (id.isValid())
-        QFile::remove(policyFilePath(taskId));
+    if (taskId.contains(QLatin1Char('/')))
+        return false;
+    QFile::remove(unitFilePath(taskId));
+    return id.isValid() && QFile::remove(policyFilePath(taskId));
 }
 
 QString typeOfTask(const QString &taskId)
@@ -203,7 +204,9 @@ void TaskManager::stop(const ApplicationTaskId &id, const Callback &callback)
     d->systemd.stopUnit(unitName, Systemd::replace(),
                         [callback](const QString &, const Error &error) { callback(error); });
     d->systemd.disableUnitFiles({unitName}, false);
-    removeFilesOf(id);
+    // Not every bus watches the directory: the policy would stay in force.
+    if (removeFilesOf(id))
+        d->busConfig.reload([] {});
 }
 
 void TaskManager::stop(const QString &id, const Callback &callback)
