@@ -67,9 +67,7 @@ upgrade_while_a_task_runs() {
 remove_while_a_task_runs() {
     start_task $task User s appuser DBusService s $name Autostart i 2 >/dev/null
     wait_for 20 "the task to own its name" bus_name_is_owned $name
-    # Somebody else's, of a kind that looks like ours.
-    in_container tee /etc/systemd/system/ov_other.service /etc/dbus-1/system.d/com.example.other.conf \
-        <<<"" >/dev/null
+    somebody_has_units_of_their_own
 
     apt_get remove orvane
     wait_for 20 "the task's name to be free" bus_name_is_free $name
@@ -77,9 +75,38 @@ remove_while_a_task_runs() {
     bus_name_is_owned org.zarn.Orvane && fail "the daemon still runs"
     expect_match "calling it" "$(enabled 2>&1)" "Call failed: *not provided by any .service files"
     expect_file $apps/com.example.Notes/100000.conf
-    expect_file /etc/systemd/system/ov_other.service
-    expect_file /etc/dbus-1/system.d/com.example.other.conf
-    in_container rm /etc/systemd/system/ov_other.service /etc/dbus-1/system.d/com.example.other.conf
+    expect_theirs_untouched
+}
+
+# Units, policies and links of others whose names look like the daemon's.
+theirs=(/etc/systemd/system/ov_other.service /etc/systemd/system/ov_task.backup.service
+    /etc/systemd/system/multi-user.target.wants/ov_task.backup.service
+    /etc/systemd/system/ov_task.com.example.Masked.task_sync.service
+    /etc/dbus-1/system.d/com.example.other.conf /etc/dbus-1/system.d/backup.conf)
+
+somebody_has_units_of_their_own() {
+    in_container tee /etc/systemd/system/ov_task.backup.service <<'UNIT' >/dev/null
+[Service]
+ExecStart=sleep infinity
+[Install]
+WantedBy=multi-user.target
+UNIT
+    in_container tee /etc/systemd/system/ov_other.service /etc/dbus-1/system.d/com.example.other.conf \
+        /etc/dbus-1/system.d/backup.conf <<<"<busconfig/>" >/dev/null
+    in_container systemctl --quiet enable --now ov_task.backup.service
+    in_container systemctl --quiet mask ov_task.com.example.Masked.task_sync.service
+    in_container mkdir /var/lib/am/theirs
+}
+
+expect_theirs_untouched() {
+    local path
+    for path in "${theirs[@]}"; do
+        in_container test -e "$path" || fail "$path is missing"
+    done
+    expect_equal "somebody else's unit" "$(in_container systemctl is-active ov_task.backup.service)" active
+    in_container systemctl --quiet disable --now ov_task.backup.service
+    # Disabling has removed the link.
+    in_container rm -f "${theirs[@]}"
 }
 
 install_again() {
@@ -91,12 +118,13 @@ install_again() {
 purge() {
     apt_get purge orvane
     traces >"$container_dir/after"
-    # A user's own choice is the owner's.
+    # A user's own choice is the owner's, and so is what others have put there.
     expect_equal "what is left" "$(comm -13 "$container_dir/before" "$container_dir/after")" \
-        "$(printf '%s\n' /var/lib/am $apps $apps/com.example.Notes $apps/com.example.Notes/100000.conf)"
+        "$(printf '%s\n' /var/lib/am $apps $apps/com.example.Notes $apps/com.example.Notes/100000.conf \
+            /var/lib/am/theirs)"
     expect_equal "what is missing" "$(comm -23 "$container_dir/before" "$container_dir/after")" ""
 
-    in_container rm -r $apps/com.example.Notes
+    in_container rm -r $apps/com.example.Notes /var/lib/am/theirs
     apt_get install --no-install-recommends /root/first.deb
     enabled >/dev/null
     apt_get purge orvane
