@@ -34,6 +34,33 @@ target_compile_definitions(orvane-build INTERFACE
     QT_NO_FOREACH
     QT_NO_SIGNALS_SLOTS_KEYWORDS)
 
+# What ships is hardened as the distribution hardens its own: whoever finds a fault in the daemon shall
+# find it hard to use. In the files, tests/packages looks for each. Not with a debugger's build, where
+# nothing is optimised and so nothing is fortified, nor with the sanitizers, which watch the same places.
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+include(CheckPIESupported)
+check_pie_supported()
+if(NOT ORVANE_SANITIZE)
+    set(hardening
+        # A compiler may define it by itself.
+        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
+        -fstack-protector-strong
+        -fstack-clash-protection
+        -Wformat -Werror=format-security)
+    # Where calls and jumps may lead: each flag is for one processor.
+    include(CheckCXXCompilerFlag)
+    foreach(flag IN ITEMS -fcf-protection -mbranch-protection=standard)
+        string(MAKE_C_IDENTIFIER "ORVANE_KNOWS${flag}" known)
+        check_cxx_compiler_flag(${flag} ${known})
+        if(${known})
+            list(APPEND hardening ${flag})
+        endif()
+    endforeach()
+    set(ships $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+    add_compile_options("$<${ships}:${hardening}>")
+    add_link_options("$<${ships}:-Wl,-z,relro,-z,now,-z,noexecstack>")
+endif()
+
 if(ORVANE_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                         -fno-omit-frame-pointer)
