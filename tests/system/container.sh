@@ -13,11 +13,13 @@
 #   container_stop       powers it off; the overlay stays
 #   container_remove     ends it and leaves nothing behind: call at exit
 #
+# ORVANE_BUS: which program is the system bus: daemon (dbus-daemon), also when unset, or broker (dbus-broker).
 # ORVANE_BIN: folder of the built programs, build/release/bin when unset. The package lies in the build
 # folder, one above.
 
 container_source=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 : "${ORVANE_BIN:=$container_source/build/release/bin}"
+: "${ORVANE_BUS:=daemon}"
 container_dir=
 container_name=
 container_cgroups=()
@@ -31,7 +33,7 @@ container_enter() {
     # Never asks for a password: tests have nobody to answer.
     [ "$(id -u)" -eq 0 ] || become=(sudo -n)
     "${become[@]}" unshare --mount true 2>/dev/null || return 0
-    keep=(ORVANE_BIN="$ORVANE_BIN" ORVANE_IMAGE_CACHE="${ORVANE_IMAGE_CACHE:-}"
+    keep=(ORVANE_BIN="$ORVANE_BIN" ORVANE_BUS="$ORVANE_BUS" ORVANE_IMAGE_CACHE="${ORVANE_IMAGE_CACHE:-}"
         ORVANE_REQUIRE_SYSTEM_TESTS="${ORVANE_REQUIRE_SYSTEM_TESTS:-0}"
         ORVANE_UPDATE_DOCS="${ORVANE_UPDATE_DOCS:-0}")
     exec "${become[@]}" env "${keep[@]}" ORVANE_CONTAINER_ENTERED=1 unshare --mount "$@"
@@ -67,9 +69,9 @@ container_cgroup_parents() {
 container_create() {
     local image
     if [ "${1:-}" = clean ]; then
-        image=$("$container_source/tests/system/image/build")
+        image=$("$container_source/tests/system/image/build" "$ORVANE_BUS")
     else
-        image=$("$container_source/tests/system/image/install" "$(container_package)")
+        image=$("$container_source/tests/system/image/install" "$(container_package)" "$ORVANE_BUS")
     fi
     container_name=orvane-$$-$RANDOM
     mapfile -t container_cgroups < <(container_cgroup_parents | sed "s#\$#/$container_name#")

@@ -81,6 +81,9 @@ unit_property() {
 
 unit_is() { [ "$(unit_property "$1" ActiveState)" = "$2" ]; }
 
+# Which program is the system bus: daemon or broker.
+system_bus() { in_container systemctl show --value -p Id dbus.service | sed 's/^dbus-broker.service$/broker/; s/^dbus.service$/daemon/'; }
+
 bus_name_is_owned() { in_container busctl status "$1" >/dev/null 2>&1; }
 bus_name_is_free() { ! bus_name_is_owned "$1"; }
 
