@@ -1,0 +1,55 @@
+# shellcheck shell=bash
+# A user of the system sends what only systemd, the bus and the per-user service may say: that a task has ended,
+# that a client has left, that a property has changed. Nothing comes of it, and nothing of it is passed on.
+
+task=com.example.Notes.task_sync
+
+scenario() {
+    in_container useradd outsider
+    container_install "$ORVANE_BIN/forged-signals" /usr/local/bin/forged-signals 755
+    start_peer fake-user-service org.zarn.Orvane.User
+    start_daemon ORVANE_DAEMON_TIMEOUT=1000
+    in_container orvane-watch Sync >"$container_dir/watch.log" 2>&1 &
+    wait_for 20 "the client to be registered" grep -q ^session "$container_dir/watch.log"
+    start_task $task User s appuser >/dev/null
+    wait_for 20 "the task to be announced with its process" \
+        grep -qE "^ActiveTasks: $task \(process [0-9]+\)" "$container_dir/watch.log"
+
+    local before daemon
+    before=$(active_tasks)
+    daemon=$(in_container systemctl show --value -p MainPID orvane.service)
+    in_container busctl monitor --json=short --match="type='signal',sender='org.zarn.Orvane'" \
+        >"$container_dir/monitor.log" 2>"$container_dir/monitor.err" &
+    wait_for 20 "the monitor to listen" grep -q Monitoring "$container_dir/monitor.err"
+    # 14 forgeries, each to everybody and to the daemon by both of its names.
+    expect_equal "what the attack says" "$(forge)" "sent 42"
+
+    expect_equal "the task" "$(active_tasks)" "$before"
+    # The client is not forgotten: three idle times pass.
+    local until=$((SECONDS + 4))
+    while [ "$SECONDS" -lt "$until" ]; do
+        bus_name_is_owned org.zarn.Orvane || fail "the daemon left its client"
+    done
+    expect_equal "the daemon's process" "$(in_container systemctl show --value -p MainPID orvane.service)" "$daemon"
+    expect_nothing_was_passed_on
+}
+
+forge() {
+    in_container setpriv --reuid=outsider --regid=outsider --init-groups \
+        forged-signals "$(in_container busctl call org.freedesktop.systemd1 /org/freedesktop/systemd1 \
+            org.freedesktop.systemd1.Manager GetUnit s "$(unit_of $task)" | cut -d '"' -f 2)" "$(client_name)"
+}
+
+client_name() {
+    in_container busctl list --unique --no-legend | awk '$3 == "orvane-watch" { print $1 }'
+}
+
+# The first that the daemon says after the attack is what really happens next.
+expect_nothing_was_passed_on() {
+    stop_task $task >/dev/null
+    wait_for 20 "the client to hear of the end" grep -q '^ActiveTasks: none' "$container_dir/watch.log"
+    wait_for 20 "the monitor to hear of it" grep -q ActiveTasks "$container_dir/monitor.log"
+    ! grep -v ActiveTasks "$container_dir/monitor.log" || fail "the daemon has passed on what was forged"
+    expect_match "what the client has heard last" "$(tail -n 2 "$container_dir/watch.log" | head -n 1)" \
+        "ActiveTasks: $task (process *)"
+}
