@@ -51,6 +51,8 @@ expect_settings() {
             "$expected"
     done <<'SETTINGS'
 Restart=on-failure
+WatchdogUSec=1min
+NotifyAccess=main
 OOMPolicy=stop
 MemoryMax=805306368
 MemorySwapMax=0
