@@ -47,7 +47,8 @@ namespace {
 QVector<uint> ownGroups()
 {
     std::vector<gid_t> groups(static_cast<std::size_t>(::getgroups(0, nullptr)));
-    ::getgroups(static_cast<int>(groups.size()), groups.data());
+    const int count = ::getgroups(static_cast<int>(groups.size()), groups.data());
+    groups.resize(static_cast<std::size_t>(std::max(count, 0)));
     QVector<uint> all(groups.cbegin(), groups.cend());
     if (!all.contains(::getegid()))
         all.append(::getegid());
