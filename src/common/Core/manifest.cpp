@@ -2,10 +2,9 @@
 
 #include "common/Core/application_id.h"
 #include "common/root_path.h"
+#include "files/foreign_file.h"
 
 #include <QDebug>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -16,35 +15,30 @@ class ManifestPrivate
 public:
     void parse(const QString &path);
 
-    QJsonObject object;
+    // All that is asked for: an object takes many times the room of its text.
+    bool keepMediaActiveInBackground = false;
     bool valid = false;
 };
 
 void ManifestPrivate::parse(const QString &path)
 {
-    QFile file(path);
-    if (!file.exists())
+    const ForeignFile file = readForeignFile(path);
+    if (file.state == ForeignFile::Missing)
         return;
-    // Opening a pipe would wait for somebody to write to it.
-    const QFileInfo info(path);
-    if (!info.isFile() && !info.isDir()) {
-        qDebug() << "Failed to open file:" << path
-                 << "reason:" << QStringLiteral("It is not a regular file");
-        return;
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        qDebug() << "Failed to open file:" << path << "reason:" << file.errorString();
+    if (file.state != ForeignFile::Read) {
+        qDebug() << "Failed to open file:" << path << "reason:" << file.reason;
         return;
     }
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(file.text, &error);
     if (error.error != QJsonParseError::NoError) {
         qWarning() << "Could not parse manifest.json";
         qWarning() << "Parse error at " << error.offset << ":" << error.errorString();
         return;
     }
     valid = document.isObject();
-    object = document.object();
+    keepMediaActiveInBackground =
+        document.object().value(QStringLiteral("keepMediaActiveInBackground")).toBool(false);
 }
 
 Manifest::Manifest()
@@ -75,9 +69,6 @@ Manifest &Manifest::operator=(const Manifest &other)
 
 bool Manifest::isValid() const { return d->valid; }
 
-bool Manifest::keepMediaActiveInBackground() const
-{
-    return d->object.value(QStringLiteral("keepMediaActiveInBackground")).toBool(false);
-}
+bool Manifest::keepMediaActiveInBackground() const { return d->keepMediaActiveInBackground; }
 
 } // namespace Core

@@ -1,10 +1,10 @@
 #include "common/Core/mimeapps_list.h"
 
 #include "common/atomic_file.h"
+#include "files/foreign_file.h"
 
 #include <QDebug>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 
@@ -24,13 +24,8 @@ void addLine(const QString &line, MimeappsEntries &entries)
     const int separator = line.indexOf(QLatin1Char('='));
     if (line.startsWith(QLatin1Char('[')) || line.startsWith(QLatin1Char('#')) || separator < 0)
         return;
-    QStringList &files = entries[line.left(separator).trimmed()];
-    const QStringList listed =
+    entries[line.left(separator).trimmed()] +=
         line.mid(separator + 1).trimmed().split(QLatin1Char(';'), Qt::SkipEmptyParts);
-    for (const QString &file : listed) {
-        if (!files.contains(file))
-            files.append(file);
-    }
 }
 
 } // namespace
@@ -38,20 +33,19 @@ void addLine(const QString &line, MimeappsEntries &entries)
 MimeappsEntries readMimeappsList()
 {
     const QString path = filePath();
-    QFile file(path);
-    if (path.isEmpty() || !file.exists())
+    const ForeignFile file = readForeignFile(path);
+    if (path.isEmpty() || file.state == ForeignFile::Missing)
         return {};
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (file.state != ForeignFile::Read) {
         qWarning() << "Failed to open file" << path;
         return {};
     }
     MimeappsEntries entries;
-    while (!file.atEnd()) {
-        QString line = QString::fromUtf8(file.readLine());
-        while (line.endsWith(QLatin1Char('\n')) || line.endsWith(QLatin1Char('\r')))
-            line.chop(1);
-        addLine(line, entries);
-    }
+    const QList<QByteArray> lines = file.text.split('\n');
+    for (const QByteArray &line : lines)
+        addLine(QString::fromUtf8(line), entries);
+    for (QStringList &files : entries)
+        files.removeDuplicates();
     return entries;
 }
 

@@ -1,14 +1,10 @@
 #include "mdesktopentry.h"
 
-#include <QFile>
-#include <QFileInfo>
+#include "files/foreign_file.h"
 
 #include <glib.h>
 
 namespace {
-
-// Desktop entries have some kilobytes; anything near this is something else.
-constexpr qint64 largestFile = 1 << 20;
 
 QString mainGroup() { return QStringLiteral(G_KEY_FILE_DESKTOP_GROUP); }
 
@@ -82,11 +78,11 @@ public:
 
 bool MDesktopEntryPrivate::load(const QString &fileName)
 {
-    // A pipe or a device would block the reader.
-    const QFileInfo info(fileName);
-    if (!info.isFile() || info.size() > largestFile)
+    const ForeignFile content = readForeignFile(fileName);
+    if (content.state != ForeignFile::Read)
         return false;
-    return g_key_file_load_from_file(file, QFile::encodeName(fileName).constData(), G_KEY_FILE_NONE,
+    return g_key_file_load_from_data(file, content.text.constData(),
+                                     static_cast<gsize>(content.text.size()), G_KEY_FILE_NONE,
                                      nullptr)
         != FALSE;
 }

@@ -1,6 +1,8 @@
 #include "service/Core/firejail.h"
 #include "service/Core/firejail_p.h"
 
+#include "files/foreign_file.h"
+
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
@@ -77,13 +79,7 @@ bool liesDirectlyIn(const QByteArray &directory, const QByteArray &path)
     return path.startsWith(directory) && path.indexOf('/', directory.size()) < 0;
 }
 
-// Only of a plain file: opening a pipe would wait for somebody to write to it.
-bool isElf(const QString &path)
-{
-    QFile file(path);
-    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)
-        && file.read(4) == "\177ELF";
-}
+bool isElf(const QString &path) { return readStartOfForeignFile(path, 4).text == "\177ELF"; }
 
 // By the current user. Root may execute what anybody may; a confined root, without the capability
 // that makes it so, must not judge otherwise.

@@ -1,6 +1,7 @@
 #include "system/DBus/registrations.h"
 
 #include "common/atomic_file.h"
+#include "files/foreign_file.h"
 
 #include <QDBusConnection>
 #include <QDebug>
@@ -20,6 +21,9 @@ QString registrationsKey() { return QStringLiteral("registrations"); }
 QString clientKey() { return QStringLiteral("client"); }
 QString pathKey() { return QStringLiteral("path"); }
 QString typeKey() { return QStringLiteral("type"); }
+
+// As many sessions as clients may hold take less.
+constexpr qint64 largestKeptFile = 16 << 20;
 
 // Empty when there is no place for it.
 QString keptFile()
@@ -64,12 +68,13 @@ bool keepRegistrations(const QDBusConnection &bus, const QVector<Registration> &
 
 QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus)
 {
-    QFile file(keptFile());
-    if (file.fileName().isEmpty() || !file.open(QIODevice::ReadOnly))
+    const QString path = keptFile();
+    const ForeignFile file = readForeignFile(path, largestKeptFile);
+    if (path.isEmpty() || file.state == ForeignFile::Missing)
         return {};
-    const QJsonObject kept = QJsonDocument::fromJson(file.readAll()).object();
     // Once only, so that a file that does harm does it once.
-    file.remove();
+    QFile::remove(path);
+    const QJsonObject kept = QJsonDocument::fromJson(file.text).object();
     const QString busId = kept.value(busKey()).toString();
     if (busId.isEmpty() || busId != idOf(bus))
         return {};

@@ -1,0 +1,216 @@
+#include "files/foreign_file.h"
+#include "support/odd_file.h"
+#include "support/temp_root.h"
+
+#include <QTest>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <thread>
+
+Q_DECLARE_METATYPE(ForeignFile::State)
+
+class TestForeignFile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { root = std::make_unique<TempRoot>(); }
+
+    void readsARegularFile_data();
+    void readsARegularFile();
+    void followsALink();
+    void saysWhyItReadsNothing_data();
+    void saysWhyItReadsNothing();
+    void saysWhatTheSystemSays();
+    void doesNotWaitForTheHolderOfALease();
+    void readsAFileThatDoesNotSayHowLargeItIs();
+    void stopsAtTheBoundOfAFileThatGrows();
+    void readsTheStart_data();
+    void readsTheStart();
+    void readsTheStartOfNothingOdd_data();
+    void readsTheStartOfNothingOdd();
+    void leavesNoDescriptorOpen();
+
+private:
+    [[nodiscard]] QString path() const { return root->path(QStringLiteral("/f")); }
+
+    std::unique_ptr<TempRoot> root;
+};
+
+void TestForeignFile::readsARegularFile_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("text") << QByteArray("text\n");
+    QTest::newRow("zero bytes") << QByteArray("\0\0a", 3);
+    QTest::newRow("one byte below the bound") << QByteArray((1 << 20) - 1, 'x');
+    QTest::newRow("the bound") << QByteArray(1 << 20, 'x');
+}
+
+void TestForeignFile::readsARegularFile()
+{
+    QFETCH(QByteArray, text);
+    root->write(QStringLiteral("/f"), text);
+    const ForeignFile file = readForeignFile(path());
+    QCOMPARE(file.state, ForeignFile::Read);
+    QCOMPARE(file.text, text);
+    QCOMPARE(file.reason, QString());
+}
+
+void TestForeignFile::followsALink()
+{
+    root->write(QStringLiteral("/target"), "text");
+    QVERIFY(QFile::link(root->path(QStringLiteral("/target")), path()));
+    QCOMPARE(readForeignFile(path()).text, QByteArray("text"));
+}
+
+void TestForeignFile::saysWhyItReadsNothing_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<ForeignFile::State>("state");
+    const QStringList kinds = OddFile::kinds();
+    for (const QString &kind : kinds) {
+        ForeignFile::State state = ForeignFile::NotRegular;
+        if (kind == QLatin1String("dangling link"))
+            state = ForeignFile::Missing;
+        else if (kind == QLatin1String("link to itself"))
+            state = ForeignFile::CannotOpen;
+        else if (kind.endsWith(QLatin1String("too large"))
+                 || kind.startsWith(QLatin1String("sparse")))
+            state = ForeignFile::TooLarge;
+        QTest::newRow(qPrintable(kind)) << kind << state;
+    }
+}
+
+void TestForeignFile::saysWhyItReadsNothing()
+{
+    QFETCH(QString, kind);
+    QFETCH(ForeignFile::State, state);
+    QVERIFY(OddFile::make(kind, path(), "text"));
+    const ForeignFile file = readForeignFile(path());
+    QCOMPARE(file.state, state);
+    QVERIFY(file.text.isEmpty());
+    QVERIFY(!file.reason.isEmpty());
+}
+
+void TestForeignFile::saysWhatTheSystemSays()
+{
+    QCOMPARE(readForeignFile(path()).state, ForeignFile::Missing);
+    QCOMPARE(readForeignFile(QString()).state, ForeignFile::Missing);
+    root->write(QStringLiteral("/f"), "text");
+    QCOMPARE(readForeignFile(path() + QStringLiteral("/below")).state, ForeignFile::Missing);
+    QCOMPARE(readForeignFile(path() + QString(300, QLatin1Char('x'))).state, ForeignFile::Missing);
+    QVERIFY(QFile::link(path() + QLatin1Char('2'), path() + QLatin1Char('2')));
+    const ForeignFile endless = readForeignFile(path() + QLatin1Char('2'));
+    QCOMPARE(endless.state, ForeignFile::CannotOpen);
+    QCOMPARE(endless.reason, qt_error_string(ELOOP));
+}
+
+void TestForeignFile::doesNotWaitForTheHolderOfALease()
+{
+    root->write(QStringLiteral("/f"), "text");
+    const int fd = ::open(qPrintable(path()), O_RDWR | O_CLOEXEC);
+    QVERIFY(fd >= 0);
+    if (::fcntl(fd, F_SETLEASE, F_WRLCK) != 0) {
+        ::close(fd);
+        QSKIP("This file system knows no leases");
+    }
+    // Whoever breaks the lease makes a signal of it.
+    std::signal(SIGIO, SIG_IGN);
+    QCOMPARE(readForeignFile(path()).state, ForeignFile::CannotOpen);
+    std::signal(SIGIO, SIG_DFL);
+    ::close(fd);
+}
+
+void TestForeignFile::readsAFileThatDoesNotSayHowLargeItIs()
+{
+    const ForeignFile file = readForeignFile(QStringLiteral("/proc/self/status"));
+    QCOMPARE(file.state, ForeignFile::Read);
+    QVERIFY(file.text.startsWith("Name:"));
+    // As one that has grown since its size was asked for.
+    QCOMPARE(readForeignFile(QStringLiteral("/proc/self/status"), 10).state, ForeignFile::TooLarge);
+}
+
+void TestForeignFile::stopsAtTheBoundOfAFileThatGrows()
+{
+    root->write(QStringLiteral("/f"), "text");
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        const QByteArray piece(1 << 16, 'x');
+        const int fd = ::open(qPrintable(path()), O_WRONLY | O_APPEND | O_CLOEXEC);
+        // Shrinks now and then, so that the reader meets it at every size.
+        for (int i = 0; !done; ++i) {
+            if (::write(fd, piece.constData(), static_cast<size_t>(piece.size())) < 0
+                || (i % 64 == 0 && ::ftruncate(fd, 0) != 0))
+                break;
+        }
+        ::close(fd);
+    });
+    bool isBounded = true;
+    for (int i = 0; i < 500; ++i) {
+        const ForeignFile file = readForeignFile(path());
+        isBounded = isBounded && file.text.size() <= largestForeignFile
+            && (file.state == ForeignFile::Read || file.state == ForeignFile::TooLarge);
+    }
+    done = true;
+    writer.join();
+    QVERIFY(isBounded);
+}
+
+void TestForeignFile::readsTheStart_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("shorter") << QByteArray("abc");
+    QTest::newRow("as long") << QByteArray("abcd");
+    QTest::newRow("longer") << QByteArray("abcdefgh");
+    QTest::newRow("larger than the bound of whole files") << QByteArray(2 << 20, 'a');
+}
+
+void TestForeignFile::readsTheStart()
+{
+    QFETCH(QByteArray, text);
+    root->write(QStringLiteral("/f"), text);
+    const ForeignFile file = readStartOfForeignFile(path(), 4);
+    QCOMPARE(file.state, ForeignFile::Read);
+    QCOMPARE(file.text, text.left(4));
+}
+
+void TestForeignFile::readsTheStartOfNothingOdd_data()
+{
+    QTest::addColumn<QString>("kind");
+    for (const char *kind : {"pipe", "link to a pipe", "directory", "socket", "dangling link",
+                             "link to an endless device"})
+        QTest::newRow(kind) << QString::fromLatin1(kind);
+}
+
+void TestForeignFile::readsTheStartOfNothingOdd()
+{
+    QFETCH(QString, kind);
+    QVERIFY(OddFile::make(kind, path(), "text"));
+    const ForeignFile file = readStartOfForeignFile(path(), 4);
+    QVERIFY(file.state != ForeignFile::Read);
+    QVERIFY(file.text.isEmpty());
+}
+
+void TestForeignFile::leavesNoDescriptorOpen()
+{
+    root->write(QStringLiteral("/f"), "text");
+    const int next = ::dup(0);
+    ::close(next);
+    for (const QString &name :
+         {path(), root->path(), QStringLiteral("/dev/zero"), root->path(QStringLiteral("/none"))}) {
+        (void)readForeignFile(name);
+        (void)readForeignFile(name, 1);
+        (void)readStartOfForeignFile(name, 1);
+    }
+    const int after = ::dup(0);
+    ::close(after);
+    QCOMPARE(after, next);
+}
+
+QTEST_GUILESS_MAIN(TestForeignFile)
+#include "tst_foreign_file.moc"
