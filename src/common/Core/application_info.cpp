@@ -1,11 +1,11 @@
 #include "common/Core/application_info.h"
 
 #include "common/Core/manifest.h"
+#include "common/ini_file.h"
 #include "common/root_path.h"
+#include "files/foreign_file.h"
 
 #include <QDebug>
-#include <QFileInfo>
-#include <QSettings>
 
 #include <mdesktopentry.h>
 
@@ -167,11 +167,10 @@ void ApplicationInfoPrivate::readCertificate()
 {
     const QString path = QStringLiteral("%1/opt/app/%2/current/halcyn.pkg")
                              .arg(rootPrefix(), applicationId.toString());
-    // Whatever else a package put there, a pipe for one, would block the reader.
-    if (QFileInfo(path).isFile())
-        certificateId = QSettings(path, QSettings::IniFormat)
-                            .value(QStringLiteral("certificate/id"))
-                            .toString();
+    const auto id = IniFile(readForeignFile(path).text)
+                        .value(QStringLiteral("certificate"), QStringLiteral("id"));
+    if (id)
+        certificateId = id->text;
 }
 
 ApplicationInfo::ApplicationInfo()

@@ -1,44 +1,53 @@
 #include "common/Core/task_type_config.h"
 
-#include <QFileInfo>
-#include <QSettings>
+#include "common/ini_file.h"
+#include "files/foreign_file.h"
+
 #include <QStandardPaths>
+#include <QVector>
+
+#include <algorithm>
 
 namespace Core {
 
 namespace {
 
 // Only what says yes is yes: a word that is no boolean must not open the user's session to a type.
-bool saysYes(const QVariant &value)
+bool saysYes(const IniFile::Value &value)
 {
-    const QString text = value.toString().trimmed().toLower();
+    const QString text = value.text.trimmed().toLower();
     return text == QLatin1String("true") || text == QLatin1String("yes")
         || text == QLatin1String("on") || text.toLongLong() != 0;
 }
 
-// The type comes from a client and may lead anywhere: nobody makes this process read what no
-// configuration file is as large as.
-QString locate(const QString &relativePath)
+bool leadsAstray(const QStringRef &part)
 {
-    constexpr qint64 largestFile = 1 << 20;
-    const QString path = QStandardPaths::locate(QStandardPaths::AppDataLocation, relativePath);
-    return QFileInfo(path).size() <= largestFile ? path : QString();
+    return part.isEmpty() || part == QLatin1String(".") || part == QLatin1String("..");
 }
 
 } // namespace
 
-TaskTypeConfig::TaskTypeConfig(const QString &taskType)
-    : m_settings(std::make_unique<QSettings>(
-        locate(QStringLiteral("task-types/%1.conf").arg(taskType)), QSettings::IniFormat))
+bool TaskTypeConfig::mayHaveFile(const QString &taskType)
 {
-    m_settings->beginGroup(QStringLiteral("TaskType"));
+    constexpr int longestType = 255;
+    if (taskType.toUtf8().size() > longestType)
+        return false;
+    const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
+    const QVector<QStringRef> parts = taskType.splitRef(QLatin1Char('/'));
+    return std::none_of(taskType.begin(), taskType.end(), isControl)
+        && std::none_of(parts.begin(), parts.end(), leadsAstray);
 }
 
-TaskTypeConfig::~TaskTypeConfig() = default;
-
-bool TaskTypeConfig::worksInSession() const
+TaskTypeConfig::TaskTypeConfig(const QString &taskType)
 {
-    return saysYes(m_settings->value(QStringLiteral("WorksInSession"), true));
+    if (!mayHaveFile(taskType))
+        return;
+    const QString path = QStandardPaths::locate(QStandardPaths::AppDataLocation,
+                                                QStringLiteral("task-types/%1.conf").arg(taskType));
+    const auto value = IniFile(readForeignFile(path).text)
+                           .value(QStringLiteral("TaskType"), QStringLiteral("WorksInSession"));
+    if (value)
+        m_worksInSession = saysYes(*value);
 }
 
 } // namespace Core

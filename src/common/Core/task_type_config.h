@@ -2,10 +2,6 @@
 
 #include <QString>
 
-#include <memory>
-
-class QSettings;
-
 namespace Core {
 
 /// The settings of one task type, from task-types/<type>.conf in the data directories. A missing
@@ -13,17 +9,24 @@ namespace Core {
 class TaskTypeConfig
 {
 public:
-    /// @param taskType name of the type, put into the file's name as it stands.
+    /// Reads the file, if the type may have one.
+    /// @param taskType name of the type; slashes in it lead to directories.
     explicit TaskTypeConfig(const QString &taskType);
-    virtual ~TaskTypeConfig();
+    virtual ~TaskTypeConfig() = default;
     TaskTypeConfig(const TaskTypeConfig &) = delete;
     TaskTypeConfig &operator=(const TaskTypeConfig &) = delete;
 
+    /// Whether a type of this name can have a file. Clients name types, so nothing that leads out
+    /// of the directory, names a file in two ways or is no name at all does: no part between
+    /// slashes is ".", ".." or empty, there is no control character, and it has at most 255 bytes
+    /// in UTF-8. Any other type is one that nobody has configured.
+    [[nodiscard]] static bool mayHaveFile(const QString &taskType);
+
     /// Whether tasks of the type run inside the user's session; true unless the file says no.
-    [[nodiscard]] bool worksInSession() const;
+    [[nodiscard]] bool worksInSession() const { return m_worksInSession; }
 
 private:
-    std::unique_ptr<QSettings> m_settings;
+    bool m_worksInSession = true;
 };
 
 } // namespace Core

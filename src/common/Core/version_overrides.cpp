@@ -1,10 +1,11 @@
 #include "common/Core/version_overrides.h"
 
 #include "common/Core/application_id.h"
+#include "common/ini_file.h"
 #include "common/root_path.h"
+#include "files/foreign_file.h"
 
 #include <QDebug>
-#include <QSettings>
 
 namespace Core {
 
@@ -38,13 +39,14 @@ void VersionOverrides::reload()
 
 void VersionOverrides::load()
 {
-    QSettings file(rootPrefix() + QStringLiteral("/etc/orvane/os-version-support.cfg"),
-                   QSettings::IniFormat);
-    file.beginGroup(QStringLiteral("Applications"));
-    const QStringList keys = file.allKeys();
+    const IniFile file(
+        readForeignFile(rootPrefix() + QStringLiteral("/etc/orvane/os-version-support.cfg")).text);
+    const QString group = QStringLiteral("Applications");
+    const QStringList keys = file.keys(group);
     for (const QString &key : keys) {
         if (isValidKey(key))
-            m_versions.insert(key, file.value(key).toString().trimmed());
+            m_versions.insert(key,
+                              file.value(group, key).value_or(IniFile::Value()).text.trimmed());
         else
             qWarning() << "Invalid version override:" << key;
     }

@@ -1,31 +1,38 @@
 #include "system/autostart/config_file.h"
 
 #include "common/atomic_file.h"
+#include "common/ini_file.h"
+#include "files/foreign_file.h"
 
 #include <QDebug>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
-#include <QSettings>
 
 namespace Autostart {
 
 namespace {
 
-// Settings files are some hundred bytes; anything near this is something else.
-constexpr qint64 largestFile = 1 << 20;
+// As the settings library turns a text into a boolean, so that a file means what it meant to every
+// other program. What that library would deserialise says nothing.
+bool saysYes(const IniFile::Value &value)
+{
+    const QString &text = value.text;
+    return !value.isList && !text.isEmpty() && !text.startsWith(QLatin1Char('@'))
+        && text != QLatin1String("0")
+        && text.compare(QLatin1String("false"), Qt::CaseInsensitive) != 0;
+}
 
 void readConfigFile(const QString &path, int uid, EnabledMap &enabled)
 {
-    QSettings settings(path, QSettings::IniFormat);
-    const QStringList groups = settings.childGroups();
+    const IniFile settings(readForeignFile(path).text);
+    const QStringList groups = settings.groups();
     for (const QString &group : groups) {
         const QStringList parts = group.split(QLatin1Char('|'));
         if (parts.size() > 1 && parts.at(1).toInt() != uid)
             continue;
-        settings.beginGroup(group);
-        enabled.insert(parts.constFirst(), settings.value(QStringLiteral("autostart")).toBool());
-        settings.endGroup();
+        const auto value = settings.value(group, QStringLiteral("autostart"));
+        enabled.insert(parts.constFirst(), value && saysYes(*value));
     }
 }
 
@@ -68,10 +75,8 @@ void readConfigFiles(const QString &directory, const QStringList &nameFilters, i
                      EnabledMap &enabled)
 {
     const QStringList paths = configFilesBelow(directory, nameFilters);
-    for (const QString &path : paths) {
-        if (QFileInfo(path).size() <= largestFile)
-            readConfigFile(path, uid, enabled);
-    }
+    for (const QString &path : paths)
+        readConfigFile(path, uid, enabled);
 }
 
 bool canBeRemoved(const QString &filePath)

@@ -1,7 +1,11 @@
 #include "common/Core/task_type_config.h"
+#include "support/odd_file.h"
 #include "support/temp_root.h"
 
 #include <QTest>
+
+#include <sys/inotify.h>
+#include <unistd.h>
 
 class TestTaskTypeConfig : public QObject
 {
@@ -14,6 +18,9 @@ private Q_SLOTS:
     void saysWhetherItWorksInSession_data();
     void saysWhetherItWorksInSession();
     void prefersTheUsersFile();
+    void hasNoFileForAnOddType_data();
+    void hasNoFileForAnOddType();
+    void opensNothingOutsideItsDirectory();
 
 private:
     TempRoot root;
@@ -55,6 +62,11 @@ void TestTaskTypeConfig::saysWhetherItWorksInSession_data()
     QTest::newRow("no group") << QByteArray("WorksInSession=false\n") << true;
     QTest::newRow("far too large")
         << QByteArray("[TaskType]\nWorksInSession=false\n") + QByteArray(2 << 20, ';') << true;
+    QTest::newRow("a value that ends who deserialises it")
+        << "[TaskType]\nWorksInSession=" + OddFile::fatalValue() + "\n"
+        << false;
+    QTest::newRow("a harmless object")
+        << QByteArray("[TaskType]\nWorksInSession=@Variant(\\0\\0\\0\\x1\\x1)\n") << false;
     QTest::newRow("binary") << QByteArray("\0\x1\x2[\xff", 5) << true;
 }
 
@@ -75,6 +87,77 @@ void TestTaskTypeConfig::prefersTheUsersFile()
     root.write(QStringLiteral("/home/data/orvane/task-types/Both.conf"),
                "[TaskType]\nWorksInSession=true\n");
     QVERIFY(Core::TaskTypeConfig(QStringLiteral("Both")).worksInSession());
+}
+
+void TestTaskTypeConfig::hasNoFileForAnOddType_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<bool>("mayHaveFile");
+    const auto row = [](const char *name, const QString &type, bool may) {
+        QTest::newRow(name) << type << may;
+    };
+    row("a word", QStringLiteral("Sync"), true);
+    row("a word with signs", QStringLiteral("my-type v1.2%1"), true);
+    row("letters of other scripts", QString::fromUtf8("\u00dcbung"), true);
+    row("a directory", QStringLiteral("vendor/Sync"), true);
+    row("dots in a word", QStringLiteral("..Sync.."), true);
+    row("three dots", QStringLiteral("..."), true);
+    row("255 bytes", QString(255, QLatin1Char('x')), true);
+    row("nothing", QString(), false);
+    row("256 bytes", QString(256, QLatin1Char('x')), false);
+    row("256 bytes in fewer characters", QString(128, QChar(0xe4)), false);
+    row("a dot", QStringLiteral("."), false);
+    row("two dots", QStringLiteral(".."), false);
+    row("the same file in another spelling", QStringLiteral("./Sync"), false);
+    row("a dot inside", QStringLiteral("vendor/./Sync"), false);
+    row("up and down", QStringLiteral("vendor/../Sync"), false);
+    row("out of the directory", QStringLiteral("../../../home/u/v"), false);
+    row("up at the end", QStringLiteral("Sync/.."), false);
+    row("a slash first", QStringLiteral("/Sync"), false);
+    row("a slash last", QStringLiteral("Sync/"), false);
+    row("two slashes", QStringLiteral("vendor//Sync"), false);
+    row("a slash", QStringLiteral("/"), false);
+    row("a line break", QStringLiteral("Sy\nnc"), false);
+    row("a zero byte", QStringLiteral("Sync") + QChar(0) + QStringLiteral("x"), false);
+    row("delete", QStringLiteral("Sync\x7f"), false);
+    row("a control character of Latin-1", QStringLiteral("Sync") + QChar(0x85), false);
+}
+
+// The files are there wherever the type would lead: what is not read is not looked for.
+void TestTaskTypeConfig::hasNoFileForAnOddType()
+{
+    QFETCH(QString, type);
+    QFETCH(bool, mayHaveFile);
+    QCOMPARE(Core::TaskTypeConfig::mayHaveFile(type), mayHaveFile);
+    const QByteArray text = "[TaskType]\nWorksInSession=false\n";
+    for (const char *file :
+         {"task-types/.conf", "task-types/Sync.conf", "task-types/..conf", "task-types/...conf",
+          "task-types/vendor/Sync.conf", "task-types/Sync/.conf"})
+        root.write(QStringLiteral("/usr/share/orvane/") + QString::fromLatin1(file), text);
+    if (type.contains(QLatin1String("Sync")) && mayHaveFile)
+        root.write(QStringLiteral("/usr/share/orvane/task-types/%1.conf").arg(type), text);
+    root.write(QStringLiteral("/usr/home/u/v.conf"), text);
+    QCOMPARE(Core::TaskTypeConfig(type).worksInSession(),
+             !(mayHaveFile && type.contains(QLatin1String("Sync"))));
+}
+
+// A look at a file through a link changes nothing, but one that is opened says so.
+void TestTaskTypeConfig::opensNothingOutsideItsDirectory()
+{
+    root.write(QStringLiteral("/usr/home/u/v.conf"), "[TaskType]\nWorksInSession=false\n");
+    const QByteArray directory = QFile::encodeName(root.path(QStringLiteral("/usr/home/u")));
+    const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    QVERIFY(::inotify_add_watch(watch, directory.constData(), IN_OPEN) >= 0);
+    const auto sees = [watch] {
+        char events[4096];
+        return ::read(watch, events, sizeof events) > 0;
+    };
+    QVERIFY(Core::TaskTypeConfig(QStringLiteral("../../../home/u/v")).worksInSession());
+    QVERIFY(!sees());
+    QFile file(root.path(QStringLiteral("/usr/home/u/v.conf")));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(sees());
+    ::close(watch);
 }
 
 QTEST_GUILESS_MAIN(TestTaskTypeConfig)

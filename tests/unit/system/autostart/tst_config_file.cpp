@@ -1,6 +1,7 @@
 #include "system/autostart/config_file.h"
 
 #include "component/immutable_path.h"
+#include "support/odd_file.h"
 
 #include <QDir>
 #include <QFile>
@@ -64,6 +65,8 @@ private Q_SLOTS:
     void readsAFileAnewEachTime();
     void survivesStrangeFiles_data();
     void survivesStrangeFiles();
+    void readsBooleansAsTheSettingsLibraryDoes_data();
+    void readsBooleansAsTheSettingsLibraryDoes();
 
 private:
     QString path(const QString &relative = {}) const { return m_directory->filePath(relative); }
@@ -284,6 +287,9 @@ void TestConfigFile::readsGroupsForEverybodyAndForOneUser_data()
     QTest::newRow("missing") << QByteArray("[a.b]\nother=true\n") << EnabledMap{{id, false}};
     QTest::newRow("unreadable") << QByteArray("[a.b]\nautostart=@Variant(x)\n")
                                 << EnabledMap{{id, false}};
+    QTest::newRow("a value that ends who deserialises it")
+        << "[a.b]\nautostart=" + OddFile::fatalValue() + "\n"
+        << EnabledMap{{id, false}};
     QTest::newRow("this user") << QByteArray("[a.b%7C5]\nautostart=true\n")
                                << EnabledMap{{id, true}};
     QTest::newRow("this user, not escaped")
@@ -352,9 +358,11 @@ void TestConfigFile::survivesStrangeFiles_data()
 {
     QTest::addColumn<QString>("kind");
 
-    for (const char *kind : {"pipe", "link to a pipe", "link to a device", "dangling link",
-                             "directory", "unreadable", "binary", "huge"})
-        QTest::newRow(kind) << QString::fromLatin1(kind);
+    const QStringList kinds = OddFile::kinds()
+        + QStringList{QStringLiteral("unreadable"), QStringLiteral("binary"),
+                      QStringLiteral("huge")};
+    for (const QString &kind : kinds)
+        QTest::newRow(qPrintable(kind)) << kind;
 }
 
 namespace {
@@ -362,23 +370,15 @@ namespace {
 bool makeStrangeFile(const QString &kind, const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
-    if (kind == QLatin1String("pipe"))
-        return ::mkfifo(name.constData(), 0644) == 0;
-    if (kind == QLatin1String("link to a pipe"))
-        return ::mkfifo((name + ".pipe").constData(), 0644) == 0
-            && ::symlink((name + ".pipe").constData(), name.constData()) == 0;
-    if (kind == QLatin1String("link to a device"))
-        return ::symlink("/dev/zero", name.constData()) == 0;
-    if (kind == QLatin1String("dangling link"))
-        return ::symlink("/nowhere/at/all", name.constData()) == 0;
-    if (kind == QLatin1String("directory"))
-        return ::mkdir(name.constData(), 0755) == 0;
     if (kind == QLatin1String("unreadable"))
         return write(path, "autostart") && ::chmod(name.constData(), 0) == 0;
     if (kind == QLatin1String("binary"))
         return write(path, QByteArray("\0\xff[\xfe]=\x01[[[%ZZ\n=\0=\n]", 20));
+    const QByteArray text = "[big.one]\nautostart=true\n";
     // Sparse: no disk is filled by it.
-    return write(path, "[big.one]\nautostart=true\n") && QFile::resize(path, 1LL << 40);
+    if (kind == QLatin1String("huge"))
+        return write(path, text) && QFile::resize(path, 1LL << 40);
+    return OddFile::make(kind, path, text);
 }
 
 } // namespace
@@ -390,6 +390,24 @@ void TestConfigFile::survivesStrangeFiles()
     QVERIFY(makeStrangeFile(kind, path(QStringLiteral("strange.conf"))));
     QVERIFY(write(path(QStringLiteral("z.conf")), "[a.b]\nautostart=true\n"));
     QCOMPARE(readAll().keys(true), QStringList{QStringLiteral("a.b")});
+}
+
+void TestConfigFile::readsBooleansAsTheSettingsLibraryDoes_data()
+{
+    QTest::addColumn<QByteArray>("value");
+    for (const char *value :
+         {"", "true", "false", "False", "FALSE", "0", "1", "00", "-1", "no", "off", " false ",
+          "\" false \"", "true,true", "false,", "\\x30", "f\\x61lse", "\"0\"", "false ; x"})
+        QTest::addRow("\"%s\"", value) << QByteArray(value);
+}
+
+void TestConfigFile::readsBooleansAsTheSettingsLibraryDoes()
+{
+    QFETCH(QByteArray, value);
+    QVERIFY(write(path(QStringLiteral("x.conf")), "[a.b]\nautostart=" + value + "\n"));
+    const QSettings reference(path(QStringLiteral("x.conf")), QSettings::IniFormat);
+    QCOMPARE(readAll().value(QStringLiteral("a.b")),
+             reference.value(QStringLiteral("a.b/autostart")).toBool());
 }
 
 QTEST_GUILESS_MAIN(TestConfigFile)

@@ -1,0 +1,419 @@
+#include "common/ini_file.h"
+
+#include <algorithm>
+
+namespace {
+
+bool isLineEnd(char c) { return c == '\n' || c == '\r'; }
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+bool isSpace(char c) { return isBlank(c) || isLineEnd(c); }
+
+bool isHexDigit(char c)
+{
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+bool isOctalDigit(char c) { return c >= '0' && c <= '7'; }
+
+/// Cuts a text into lines: without what leads to them, with continued ones as one.
+class LineReader
+{
+public:
+    explicit LineReader(const QByteArray &text, int position = 0)
+        : m_text(text)
+        , m_position(position)
+    {
+    }
+
+    /// Goes to the next line; false at the end.
+    bool next();
+    /// Where the line begins, and the position behind its last character.
+    [[nodiscard]] int start() const { return m_start; }
+    [[nodiscard]] int end() const { return m_position; }
+    /// Where its first "=" outside quotes is; -1 without one.
+    [[nodiscard]] int separator() const { return m_separator; }
+
+private:
+    /// Takes one character. False when the line ends before it.
+    bool take();
+    bool takeLineEnd();
+    bool takeSemicolon();
+    void takeEscape();
+
+    const QByteArray &m_text;
+    int m_position;
+    int m_start = 0;
+    int m_separator = -1;
+    bool m_inQuotes = false;
+};
+
+bool LineReader::next()
+{
+    while (m_position < m_text.size() && isSpace(m_text.at(m_position)))
+        ++m_position;
+    m_start = m_position;
+    m_separator = -1;
+    m_inQuotes = false;
+    while (m_position < m_text.size() && take()) { }
+    return m_position > m_start;
+}
+
+bool LineReader::take()
+{
+    switch (m_text.at(m_position)) {
+    case '"':
+        m_inQuotes = !m_inQuotes;
+        break;
+    case '=':
+        if (m_separator < 0 && !m_inQuotes)
+            m_separator = m_position;
+        break;
+    case '\n':
+    case '\r':
+        return takeLineEnd();
+    case ';':
+        return takeSemicolon();
+    case '\\':
+        takeEscape();
+        break;
+    default:
+        break;
+    }
+    ++m_position;
+    return true;
+}
+
+bool LineReader::takeLineEnd()
+{
+    if (m_position == m_start)
+        ++m_start;
+    else if (!m_inQuotes)
+        return false;
+    ++m_position;
+    return true;
+}
+
+// A comment where the line begins, the line's end anywhere else.
+bool LineReader::takeSemicolon()
+{
+    if (m_position == m_start) {
+        while (m_position < m_text.size() && !isLineEnd(m_text.at(m_position)))
+            ++m_position;
+        while (m_position < m_text.size() && isSpace(m_text.at(m_position)))
+            ++m_position;
+        m_start = m_position;
+        return true;
+    }
+    if (!m_inQuotes)
+        return false;
+    ++m_position;
+    return true;
+}
+
+// The backslash, of what it escapes all but the last character.
+void LineReader::takeEscape()
+{
+    if (m_position + 1 >= m_text.size())
+        return;
+    ++m_position;
+    if (m_position + 1 >= m_text.size())
+        return;
+    const char first = m_text.at(m_position);
+    const char second = m_text.at(m_position + 1);
+    // Either order of the two is one line end.
+    if (isLineEnd(first) && isLineEnd(second) && first != second)
+        ++m_position;
+}
+
+/// Undoes the escapes of a value.
+class ValueReader
+{
+public:
+    ValueReader(const QByteArray &text, int start, int end, bool isUtf8)
+        : m_text(text)
+        , m_position(start)
+        , m_end(end)
+        , m_isUtf8(isUtf8)
+    {
+    }
+
+    IniFile::Value read();
+
+private:
+    void takeEscape();
+    void takeNumber(int base, bool (*isDigit)(char));
+    void takeQuote();
+    void takeComma();
+    void takeText();
+    void skipBlanks();
+    void chop();
+
+    const QByteArray &m_text;
+    int m_position;
+    const int m_end;
+    const bool m_isUtf8;
+    IniFile::Value m_value;
+    /// Blanks at the end of the text that were escaped are kept: those up to here.
+    int m_kept = 0;
+    bool m_inQuotes = false;
+    bool m_wasQuoted = false;
+};
+
+IniFile::Value ValueReader::read()
+{
+    skipBlanks();
+    while (m_position < m_end) {
+        const char c = m_text.at(m_position);
+        if (c == '\\') {
+            takeEscape();
+        } else if (c == '"') {
+            takeQuote();
+        } else if (c == ',' && !m_inQuotes) {
+            takeComma();
+        } else {
+            takeText();
+        }
+    }
+    chop();
+    if (m_value.isList)
+        m_value.text.clear();
+    return m_value;
+}
+
+void ValueReader::takeEscape()
+{
+    static const QByteArray names = QByteArrayLiteral("abfnrtv\"?'\\");
+    static const QByteArray meanings = QByteArrayLiteral("\a\b\f\n\r\t\v\"?'\\");
+    ++m_position;
+    // Blanks before a backslash at the end are kept.
+    const char c = m_position < m_end ? m_text.at(m_position++) : '\0';
+    const int name = c == '\0' ? -1 : names.indexOf(c);
+    if (name >= 0) {
+        m_value.text += QLatin1Char(meanings.at(name));
+    } else if (c == 'x') {
+        if (m_position < m_end && isHexDigit(m_text.at(m_position)))
+            takeNumber(16, isHexDigit);
+    } else if (isOctalDigit(c)) {
+        --m_position;
+        takeNumber(8, isOctalDigit);
+    } else if (isLineEnd(c) && m_position < m_end) {
+        const char next = m_text.at(m_position);
+        if (isLineEnd(next) && next != c)
+            ++m_position;
+    }
+    m_kept = m_value.text.size();
+}
+
+// As many digits as there are; what does not fit a character is cut off.
+void ValueReader::takeNumber(int base, bool (*isDigit)(char))
+{
+    uint number = 0;
+    while (m_position < m_end && isDigit(m_text.at(m_position))) {
+        const char c = m_text.at(m_position++);
+        const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+        number = number * static_cast<uint>(base) + static_cast<uint>(digit);
+    }
+    m_value.text += QChar(static_cast<ushort>(number));
+}
+
+void ValueReader::takeQuote()
+{
+    ++m_position;
+    m_wasQuoted = true;
+    m_inQuotes = !m_inQuotes;
+    if (!m_inQuotes)
+        skipBlanks();
+}
+
+void ValueReader::takeComma()
+{
+    m_value.isList = true;
+    m_value.text.clear();
+    m_wasQuoted = false;
+    ++m_position;
+    skipBlanks();
+}
+
+void ValueReader::takeText()
+{
+    int end = m_position + 1;
+    while (end < m_end && m_text.at(end) != '\\' && m_text.at(end) != '"' && m_text.at(end) != ',')
+        ++end;
+    const char *start = m_text.constData() + m_position;
+    m_value.text += m_isUtf8 ? QString::fromUtf8(start, end - m_position)
+                             : QString::fromLatin1(start, end - m_position);
+    m_position = end;
+}
+
+void ValueReader::skipBlanks()
+{
+    while (m_position < m_end && isBlank(m_text.at(m_position)))
+        ++m_position;
+    m_kept = m_value.text.size();
+}
+
+void ValueReader::chop()
+{
+    if (m_wasQuoted)
+        return;
+    int length = m_value.text.size();
+    const auto isBlankAt = [this](int at) {
+        const QChar c = m_value.text.at(at);
+        return c == QLatin1Char(' ') || c == QLatin1Char('\t');
+    };
+    while (length > m_kept && isBlankAt(length - 1))
+        --length;
+    m_value.text.truncate(length);
+}
+
+// A percent sign and two digits, or "%U" and four, stand for a character. Anything else that
+// begins so is what it looks like.
+QChar escapedCharacter(const QByteArray &name, int &position)
+{
+    const bool isLong = name.at(position + 1) == 'U';
+    const int first = position + (isLong ? 2 : 1);
+    const int count = isLong ? 4 : 2;
+    bool isNumber = first + count <= name.size();
+    const int number = isNumber ? name.mid(first, count).toInt(&isNumber, 16) : 0;
+    if (!isNumber) {
+        ++position;
+        return QLatin1Char('%');
+    }
+    position = first + count;
+    return QChar(static_cast<ushort>(number));
+}
+
+// The name of a key or a group as it was before it was written to a file.
+QString unescapedName(const QByteArray &name)
+{
+    QString result;
+    int position = 0;
+    while (position < name.size()) {
+        const char c = name.at(position);
+        if (c == '%' && position < name.size() - 1) {
+            result += escapedCharacter(name, position);
+            continue;
+        }
+        result += QLatin1Char(c == '\\' ? '/' : c);
+        ++position;
+    }
+    return result;
+}
+
+// What stands between the brackets, as the beginning of the names of its keys.
+QString sectionName(const QByteArray &line)
+{
+    const int end = line.indexOf(']');
+    const QByteArray name = line.mid(1, end < 0 ? -1 : end - 1).trimmed();
+    if (name.compare("general", Qt::CaseInsensitive) == 0)
+        return {};
+    // How a group is written that is really called so.
+    if (name.compare("%general", Qt::CaseInsensitive) == 0)
+        return QString::fromLatin1(name.mid(1)) + QLatin1Char('/');
+    return unescapedName(name) + QLatin1Char('/');
+}
+
+bool isMarkedAsUtf8(const QByteArray &text) { return text.startsWith("\xef\xbb\xbf"); }
+
+// The lines of each group. What is said twice of one group is one group.
+QMap<QString, QByteArray> sectionsOf(const QByteArray &text)
+{
+    QMap<QString, QByteArray> sections;
+    QString name;
+    int start = 0;
+    const auto finish = [&](int end) {
+        QByteArray &lines = sections[name];
+        if (!lines.isEmpty())
+            lines += '\n';
+        lines += text.mid(start, end - start);
+    };
+    LineReader line(text, isMarkedAsUtf8(text) ? 3 : 0);
+    while (line.next()) {
+        if (text.at(line.start()) != '[')
+            continue;
+        finish(line.start());
+        name = sectionName(text.mid(line.start(), line.end() - line.start()));
+        start = line.end();
+    }
+    finish(line.start());
+    return sections;
+}
+
+} // namespace
+
+IniFile::IniFile(const QByteArray &text)
+{
+    const bool isUtf8 = isMarkedAsUtf8(text);
+    const QMap<QString, QByteArray> sections = sectionsOf(text);
+    for (auto section = sections.constBegin(); section != sections.constEnd(); ++section) {
+        const QByteArray &lines = *section;
+        LineReader line(lines);
+        while (line.next()) {
+            if (line.separator() < 0)
+                continue;
+            int keyEnd = line.separator();
+            while (keyEnd > line.start() && isBlank(lines.at(keyEnd - 1)))
+                --keyEnd;
+            const QString key = unescapedName(lines.mid(line.start(), keyEnd - line.start()));
+            m_sections[section.key()].insert(
+                key, ValueReader(lines, line.separator() + 1, line.end(), isUtf8).read());
+        }
+    }
+}
+
+QStringList IniFile::groups() const
+{
+    QStringList names;
+    for (auto section = m_sections.constBegin(); section != m_sections.constEnd(); ++section) {
+        if (!section.key().isEmpty()) {
+            names.append(section.key().section(QLatin1Char('/'), 0, 0));
+            continue;
+        }
+        const QStringList keys = section->keys();
+        for (const QString &key : keys) {
+            if (key.contains(QLatin1Char('/')))
+                names.append(key.section(QLatin1Char('/'), 0, 0));
+        }
+    }
+    names.sort();
+    names.removeDuplicates();
+    return names;
+}
+
+QStringList IniFile::keys(const QString &group) const
+{
+    const QString prefix = group + QLatin1Char('/');
+    QStringList names;
+    for (auto section = m_sections.constBegin(); section != m_sections.constEnd(); ++section) {
+        if (!section.key().startsWith(prefix) && !prefix.startsWith(section.key()))
+            continue;
+        for (auto key = section->constBegin(); key != section->constEnd(); ++key) {
+            const QString name = section.key() + key.key();
+            if (name.startsWith(prefix))
+                names.append(name.mid(prefix.size()));
+        }
+    }
+    names.sort();
+    names.removeDuplicates();
+    return names;
+}
+
+std::optional<IniFile::Value> IniFile::value(const QString &group, const QString &key) const
+{
+    const QString path = group.isEmpty() ? key : group + QLatin1Char('/') + key;
+    std::optional<Value> found;
+    // Which part of a name is the group's and which the key's is told by nothing but the section
+    // that it is in. Of several sections that give it, the last in order counts.
+    for (int split = 0;;) {
+        const auto section = m_sections.constFind(path.left(split));
+        if (section != m_sections.constEnd()) {
+            const auto entry = section->constFind(path.mid(split));
+            if (entry != section->constEnd())
+                found = *entry;
+        }
+        const int slash = path.indexOf(QLatin1Char('/'), split);
+        if (slash < 0)
+            return found;
+        split = slash + 1;
+    }
+}

@@ -1,0 +1,129 @@
+// Whatever is in the place of a file that the catalogue is made of: it is not waited for, it ends
+// nobody, and everything else is served.
+
+#include "common/Core/application_registry.h"
+#include "common/Core/manifest.h"
+#include "common/Core/task_type_config.h"
+#include "support/odd_file.h"
+#include "support/temp_root.h"
+#include "unit/common/Core/log_lines.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTest>
+#include <QUrl>
+
+using Core::ApplicationId;
+using Core::ApplicationRegistry;
+
+class TestOddFiles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void servesEverythingElse_data();
+    void servesEverythingElse();
+    void readsAFileOfExactlyTheBound_data();
+    void readsAFileOfExactlyTheBound();
+
+private:
+    void setUp();
+
+    std::unique_ptr<TempRoot> root;
+};
+
+namespace {
+
+struct Place
+{
+    const char *path;
+    // What an honest file says.
+    const char *text;
+};
+
+const Place places[] = {
+    {"/usr/share/applications/Odd.desktop",
+     "[Desktop Entry]\nType=Application\nName=Odd\n"
+     "[X-Application]\nOrganizationName=com.example\nApplicationName=Odd\n"},
+    {"/opt/app/com.example.Notes/current/manifest.json", "{}"},
+    {"/opt/app/com.example.Notes/current/halcyn.pkg", "[certificate]\nid=abc\n"},
+    {"/usr/share/orvane/task-types/Odd.conf", "[TaskType]\nWorksInSession=false\n"},
+    {"/etc/orvane/os-version-support.cfg", "[Applications]\n*=5.1.0\n"},
+    {"/home/config/mimeapps.list", "[Default Applications]\nx-scheme-handler/odd=Notes.desktop\n"},
+};
+
+/// What the catalogue says of each of the places: whether it took what the file says.
+QVector<bool> taken()
+{
+    const ApplicationRegistry registry;
+    const ApplicationId notes(QStringLiteral("com.example.Notes"));
+    const auto info = registry.application(notes);
+    if (!info.isValid())
+        return {};
+    return {registry.application(ApplicationId(QStringLiteral("com.example.Odd"))).isValid(),
+            info.manifest().isValid(),
+            info.certificateId() == QLatin1String("abc"),
+            !Core::TaskTypeConfig(QStringLiteral("Odd")).worksInSession(),
+            registry.compatibilityLevel(notes) == 1,
+            registry.handlersForUri(QUrl(QStringLiteral("odd:x")), {}).size() == 1};
+}
+
+void addPlaces(const QStringList &kinds)
+{
+    QTest::addColumn<int>("place");
+    QTest::addColumn<QString>("kind");
+    for (int place = 0; place < 6; ++place) {
+        for (const QString &kind : kinds)
+            QTest::addRow("%s in place of %s", qPrintable(kind), places[place].path)
+                << place << kind;
+    }
+}
+
+} // namespace
+
+void TestOddFiles::initTestCase()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
+}
+
+void TestOddFiles::setUp()
+{
+    root = std::make_unique<TempRoot>();
+    qputenv("ORVANE_ROOTFS", root->path().toUtf8());
+    qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
+    qputenv("XDG_CONFIG_HOME", root->path(QStringLiteral("/home/config")).toUtf8());
+    qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
+    root->writeApplication(QStringLiteral("Notes"), {});
+}
+
+void TestOddFiles::servesEverythingElse_data() { addPlaces(OddFile::kinds()); }
+
+void TestOddFiles::servesEverythingElse()
+{
+    QFETCH(int, place);
+    QFETCH(QString, kind);
+    setUp();
+    const QString path = root->path(QString::fromLatin1(places[place].path));
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QVERIFY(OddFile::make(kind, path, places[place].text));
+    const LogLines log;
+    QCOMPARE(taken(), QVector<bool>(6, false));
+}
+
+void TestOddFiles::readsAFileOfExactlyTheBound_data() { addPlaces({QStringLiteral("1 MiB")}); }
+
+void TestOddFiles::readsAFileOfExactlyTheBound()
+{
+    QFETCH(int, place);
+    setUp();
+    root->write(QString::fromLatin1(places[place].path),
+                QByteArray(places[place].text).leftJustified(1 << 20, '\n'));
+    QVector<bool> expected(6, false);
+    expected[place] = true;
+    // With a manifest an application is a new one.
+    QCOMPARE(taken(), expected);
+}
+
+QTEST_GUILESS_MAIN(TestOddFiles)
+#include "tst_odd_files.moc"

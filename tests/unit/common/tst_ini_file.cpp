@@ -1,0 +1,233 @@
+// The settings library is the measure: whatever it makes of a file, the reader makes the same of
+// it, except of values that begin with "@".
+
+#include "common/ini_file.h"
+
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <ctime>
+#include <random>
+
+class TestIniFile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsWhatTheSettingsLibraryReads_data();
+    void readsWhatTheSettingsLibraryReads();
+    void readsWhatTheSettingsLibraryWrites();
+    void readsAnythingAsTheSettingsLibraryDoes();
+    void takesSerialisedValuesAsText_data();
+    void takesSerialisedValuesAsText();
+    void answersNothingForAMissingKey();
+    void needsLittleTimeForAnyMebibyte_data();
+    void needsLittleTimeForAnyMebibyte();
+
+private:
+    void compare(const QByteArray &text);
+
+    QTemporaryDir m_directory;
+    int m_number = 0;
+};
+
+namespace {
+
+QByteArray repeated(const QByteArray &piece, int size = 1 << 20)
+{
+    return piece.repeated(size / piece.size());
+}
+
+} // namespace
+
+// The library keeps what it read of a file by its name: each text gets a file of its own.
+void TestIniFile::compare(const QByteArray &text)
+{
+    const QString path = m_directory.filePath(QString::number(++m_number));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(text), qint64(text.size()));
+    file.close();
+
+    QSettings reference(path, QSettings::IniFormat);
+    const IniFile read(text);
+    const QByteArray shown = text.toPercentEncoding();
+    QVERIFY2(read.groups() == reference.childGroups(), shown.constData());
+    const QStringList groups = reference.childGroups();
+    for (const QString &group : groups) {
+        reference.beginGroup(group);
+        const QStringList keys = reference.allKeys();
+        reference.endGroup();
+        if (group.isEmpty())
+            continue; // Asks for all keys.
+        QVERIFY2(read.keys(group) == keys, shown.constData());
+    }
+    const QStringList keys = reference.allKeys();
+    for (const QString &key : keys) {
+        // A name that is empty, or has an empty part, can be written to a file by hand, but not be
+        // asked for.
+        if (key.isEmpty() || key.startsWith(QLatin1Char('/')) || key.endsWith(QLatin1Char('/'))
+            || key.contains(QLatin1String("//")))
+            continue;
+        const QVariant value = reference.value(key);
+        const auto found = read.value({}, key);
+        QVERIFY2(found.has_value(), shown.constData());
+        QVERIFY2(found->text == value.toString(), shown.constData());
+        QVERIFY2(found->isList == (value.type() != QVariant::String), shown.constData());
+    }
+}
+
+void TestIniFile::readsWhatTheSettingsLibraryReads_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    const auto row = [](const char *name, const QByteArray &text) { QTest::newRow(name) << text; };
+    row("nothing", "");
+    row("one key", "[a]\nb=c\n");
+    row("a key outside groups", "b=c\n[a]\nd=e\n");
+    row("the general group", "[General]\nb=c\n[GENERAL]\nd=e\n");
+    row("a group that is called general", "[%General]\nb=c\n");
+    row("no line end at the end", "[a]\nb=c");
+    row("other line ends", "[a]\r\nb=c\r\nd=e\r[f]\n\rg=h\n\r");
+    row("blanks everywhere", "  [ a ]  \n\t b \t=\t c  d \t\n \n");
+    row("an empty value", "[a]\nb=\nc= \n");
+    row("an empty key", "[a]\n=b\n");
+    row("no separator", "[a]\nb\nc=d\n");
+    row("two separators", "[a]\nb=c=d\n");
+    row("comments", "; x=y\n[a]\n;x=y\nb=c;d=e\nf=\"g;h\"\n#i=j\n");
+    row("a comment behind a group", "[a] ; b=c\nd=e\n");
+    row("quotes", "[a]\nb=\" c \"\nd=\"e\"\"f\"\ng=h \"i\" j\nk=\"l\\\"m\"\n");
+    row("an open quote", "[a]\nb=\"c\nd=e\n[f]\ng=h\n");
+    row("a value over two lines in quotes", "[a]\nb=\"c\nd\"\ne=f\n");
+    row("a list", "[a]\nb=c,d\ne=f , g\nh=\"i,j\"\nk=l,\nm=,\n");
+    row("a list of quoted", "[a]\nb=\"c\", \"d\"\n");
+    row("escapes", "[a]\nb=\\a\\b\\f\\n\\r\\t\\v\\\"\\?\\'\\\\\\q\\z\n");
+    row("numbers", "[a]\nb=\\x41\\x1F600z\\x\\xg\\101\\1234567\\8\n");
+    row("blanks that are escaped", "[a]\nb=c\\x20 \nd=\\x20\ne=f\\t\n");
+    row("continued lines", "[a]\nb=c\\\nd\ne=f\\\r\ng\nh=i\\\n");
+    row("a backslash at the end", "[a]\nb=c\\");
+    row("percent escapes", "[a%20b|%7C]\nc%2Fd=e\n%U20AC%=f\n%4=g\n%ZZ=h\n%U12=i\n%\n%+1=j\n");
+    row("slashes in names", "[a/b]\nc=d\n[a]\nb\\c=e\nb/f=g\n[a\\h]\ni=j\n");
+    row("two groups of one name", "[a]\nb=c\nd=e\n[f]\ng=h\n[a]\nb=i\n");
+    row("two keys of one name", "[a]\nb=c\nb=d\nB=e\n[A]\nb=f\n");
+    row("Latin-1", "[\xe4]\n\xf6=\xfc\n");
+    row("UTF-8 without its mark", "[a]\nb=\xc3\xa4\n");
+    row("UTF-8 with its mark", "\xef\xbb\xbf[a]\nb=\xc3\xa4 \xff\xe2\x82\n\xc3\xa4=c\n");
+    row("UTF-8 with its mark and no group", "\xef\xbb\xbf\nb=\xc3\xa4\n");
+    row("brackets", "[a\nb=c\n[d]e=f\ng=h\n[]\ni=j\n[[k]]\nl=m\nn=[o]\n");
+    row("zero bytes", QByteArray("[a\0b]\nc\0d=e\0f\n", 15));
+    row("an autostart setting", "[com.example.Notes%7C100000]\nautostart=true\n");
+    row("a package", "[certificate]\nid=\"ab:cd\"\n");
+}
+
+void TestIniFile::readsWhatTheSettingsLibraryReads()
+{
+    QFETCH(QByteArray, text);
+    compare(text);
+}
+
+void TestIniFile::readsWhatTheSettingsLibraryWrites()
+{
+    const QString path = m_directory.filePath(QStringLiteral("written"));
+    const QStringList texts{QStringLiteral(" blanks "), QStringLiteral("a;b,c=d\"e\\f"),
+                            QString::fromUtf8("\u00e4\u20ac\U0001F600"), QString(),
+                            QStringLiteral("two\nlines\t\r\x01\x7f")};
+    {
+        QSettings settings(path, QSettings::IniFormat);
+        for (const QString &text : texts)
+            settings.setValue(QStringLiteral("g%1/k%1").arg(text).remove(QLatin1Char('/')), text);
+        settings.beginGroup(QStringLiteral("com.example.Notes|5"));
+        settings.setValue(QStringLiteral("list"), texts);
+        settings.setValue(QStringLiteral("number"), 5);
+    }
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    compare(file.readAll());
+}
+
+// Texts of nothing but what the format gives a meaning to. The seed is fixed: a failure comes back.
+void TestIniFile::readsAnythingAsTheSettingsLibraryDoes()
+{
+    const QVector<QByteArray> pieces{
+        "[",    "]",        "=", "\n", "\r",      ";",        "\\",    "\"",   "%", "%U",     "2F",
+        "7C",   ",",        " ", "\t", "a",       "b",        "[a]\n", "\nb=", "/", "x",      "41",
+        "\xe4", "\xc3\xa4", "#", "|",  "General", "%general", "\v",    "\f",   "7", "\n[a]\n"};
+    std::mt19937 random(1);
+    for (int i = 0; i < 3000; ++i) {
+        QByteArray text = i % 20 == 0 ? QByteArray("\xef\xbb\xbf") : QByteArray();
+        for (auto length = random() % 40; length > 0; --length)
+            text += pieces.at(static_cast<int>(random()) & 31);
+        compare(text);
+        if (QTest::currentTestFailed())
+            return;
+    }
+}
+
+void TestIniFile::takesSerialisedValuesAsText_data()
+{
+    QTest::addColumn<QByteArray>("value");
+    for (const char *value : {"@Variant(\\0\\0\\0\\b\\xff\\xff\\xff\\xff)", "@ByteArray(x)",
+                              "@Rect(1 2 3 4)", "@Invalid()", "@", "@@", "@@x", "@x"})
+        QTest::newRow(value) << QByteArray(value);
+}
+
+void TestIniFile::takesSerialisedValuesAsText()
+{
+    QFETCH(QByteArray, value);
+    const auto read =
+        IniFile("[a]\nb=\"" + value + "\"\n").value(QStringLiteral("a"), QStringLiteral("b"));
+    QVERIFY(read.has_value());
+    QVERIFY(!read->isList);
+    QVERIFY(read->text.startsWith(QLatin1Char('@')));
+    if (!value.contains('\\'))
+        QCOMPARE(read->text, QString::fromLatin1(value));
+}
+
+void TestIniFile::answersNothingForAMissingKey()
+{
+    const IniFile file("[a]\nb=c\n[d/e]\nf=g\n");
+    const QString key = QStringLiteral("b");
+    QVERIFY(file.value(QStringLiteral("a"), key).has_value());
+    QVERIFY(!file.value({}, key).has_value());
+    QVERIFY(!file.value(QStringLiteral("d"), key).has_value());
+    QVERIFY(!file.value(QStringLiteral("d"), QStringLiteral("e")).has_value());
+    QVERIFY(file.value(QStringLiteral("d"), QStringLiteral("e/f")).has_value());
+    QVERIFY(!file.value(QStringLiteral("none"), key).has_value());
+    QVERIFY(!IniFile(QByteArray()).value({}, {}).has_value());
+}
+
+void TestIniFile::needsLittleTimeForAnyMebibyte_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("open brackets") << repeated("[\n");
+    QTest::newRow("a group with a long name and many keys")
+        << "[" + repeated("a", 1 << 19) + "]\n" + repeated("b=\n", 1 << 19);
+    QTest::newRow("a long name and many different keys") << [] {
+        QByteArray text = "[" + repeated("a", 1 << 19) + "]\n";
+        for (int i = 0; text.size() < 1 << 20; ++i)
+            text += QByteArray::number(i, 36) + "=\n";
+        return text;
+    }();
+    QTest::newRow("one list") << "[a]\nb=" + repeated(",");
+    QTest::newRow("escapes") << "[a]\nb=" + repeated("\\x41");
+    QTest::newRow("percent signs") << "[a]\n" + repeated("%") + "=b";
+    QTest::newRow("comments") << repeated(";\n");
+    QTest::newRow("empty lines") << repeated("\n");
+    QTest::newRow("one group many times") << repeated("[a]\n");
+    QTest::newRow("quotes") << "[a]\nb=" + repeated("\"");
+}
+
+void TestIniFile::needsLittleTimeForAnyMebibyte()
+{
+    QFETCH(QByteArray, text);
+    // Of the processor's time, so that other processes do not count: some hundredths of a second.
+    const std::clock_t start = std::clock();
+    const IniFile file(text);
+    QVERIFY(file.groups().size() < 3);
+    const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    QVERIFY2(seconds < 5, qPrintable(QString::number(seconds)));
+}
+
+QTEST_GUILESS_MAIN(TestIniFile)
+#include "tst_ini_file.moc"
