@@ -13,6 +13,39 @@
 
 namespace Core {
 
+namespace {
+
+QString fileNameOf(const ApplicationInfo &info)
+{
+    return QFileInfo(info.desktopFilePath()).fileName();
+}
+
+// Whether the file has the name that an entry of its application has by convention: of two packages
+// only one can own it.
+bool hasTheNameOfItsId(const ApplicationInfo &info)
+{
+    return fileNameOf(info) == info.applicationId().toString() + QLatin1String(".desktop");
+}
+
+// One entry of each application, whatever entries of one directory say that they are the same.
+void takeOne(const ApplicationInfo &info, QMap<QString, ApplicationInfo> &chosen)
+{
+    const QString id = info.applicationId().toString();
+    const auto earlier = chosen.find(id);
+    if (earlier == chosen.end()) {
+        chosen.insert(id, info);
+        return;
+    }
+    const bool wins = hasTheNameOfItsId(info);
+    qWarning() << "Two entries say that they are" << id << "and that of"
+               << (wins ? info : *earlier).desktopFilePath() << "counts, not that of"
+               << (wins ? *earlier : info).desktopFilePath();
+    if (wins)
+        *earlier = info;
+}
+
+} // namespace
+
 ApplicationRegistryPrivate::ApplicationRegistryPrivate(ApplicationRegistry *registry)
     : q(registry)
 {
@@ -39,20 +72,23 @@ void ApplicationRegistryPrivate::scan()
 void ApplicationRegistryPrivate::scanDirectory(const QString &directory)
 {
     watcher.addPath(directory);
+    QMap<QString, ApplicationInfo> chosen;
     // By name, so that two entries of the same application do not depend on the disk's order.
     const QFileInfoList files =
         QDir(directory).entryInfoList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
     for (const QFileInfo &file : files) {
         watcher.addPath(file.filePath());
         const ApplicationInfo info(file.filePath());
-        if (!info.isValid())
-            continue;
-        const QString id = info.applicationId().toString();
-        // The user's data home comes first in the list and goes before the system's.
-        if (!fileToApplication.contains(file.fileName()))
-            fileToApplication.insert(file.fileName(), id);
-        if (!applications.contains(id))
-            applications.insert(id, info);
+        if (info.isValid())
+            takeOne(info, chosen);
+    }
+    // The user's data home comes first in the list and goes before the system's.
+    for (auto info = chosen.constBegin(); info != chosen.constEnd(); ++info) {
+        const QString file = fileNameOf(*info);
+        if (!fileToApplication.contains(file))
+            fileToApplication.insert(file, info.key());
+        if (!applications.contains(info.key()))
+            applications.insert(info.key(), *info);
     }
 }
 

@@ -1,9 +1,11 @@
 #include "common/Core/application_registry.h"
 #include "support/temp_root.h"
+#include "unit/common/Core/log_lines.h"
 
 #include <QFile>
 #include <QSignalSpy>
 #include <QTest>
+#include <QUrl>
 
 #include <cstdio>
 
@@ -29,6 +31,8 @@ private Q_SLOTS:
     void noticesARewrittenEntryAfterAReplacement();
     void prefersTheEarlierDirectory();
     void prefersTheFirstFileByName();
+    void prefersTheFileThatIsNamedByItsId();
+    void keepsTheEarlierDirectoryWhateverItsFileIsCalled();
     void computesTheCompatibilityLevel_data();
     void computesTheCompatibilityLevel();
 
@@ -65,6 +69,7 @@ void TestApplicationRegistry::init()
     root = std::make_unique<TempRoot>();
     qputenv("ORVANE_ROOTFS", root->path().toUtf8());
     qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
+    qputenv("XDG_CONFIG_HOME", root->path(QStringLiteral("/home/config")).toUtf8());
     qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
 }
 
@@ -193,9 +198,66 @@ void TestApplicationRegistry::prefersTheFirstFileByName()
         root->write(
             QStringLiteral("/usr/share/applications/%1.desktop").arg(QString::fromLatin1(name)),
             QByteArray(entry).replace("%", name));
+    const LogLines log;
     load();
     QCOMPARE(registry->application(ApplicationId(QStringLiteral("com.example.App"))).name(),
              QStringLiteral("a"));
+    const QStringList lines = log.taken();
+    QCOMPARE(lines.size(), 3);
+    for (const QString &line : lines)
+        QVERIFY(line.contains(QLatin1String("/a.desktop\" counts, not that of \"")));
+    QVERIFY(lines.first().endsWith(QLatin1String("/k.desktop\"")));
+}
+
+namespace {
+
+// An entry of com.example.App whose name tells which one it is.
+QByteArray entryCalled(const char *name, const char *mimeType)
+{
+    return QByteArray("[Desktop Entry]\nType=Application\nExec=/bin/a\nName=") + name
+        + "\nMimeType=x-scheme-handler/" + mimeType
+        + ";\n[X-Application]\nOrganizationName=com.example\nApplicationName=App\n"
+          "[X-Task sync]\nType=Sync\nExec=/bin/"
+        + name + "\n";
+}
+
+} // namespace
+
+void TestApplicationRegistry::prefersTheFileThatIsNamedByItsId()
+{
+    const QString directory = QStringLiteral("/usr/share/applications/");
+    root->write(directory + QStringLiteral("aaa.desktop"), entryCalled("thief", "stolen"));
+    root->write(directory + QStringLiteral("com.example.App.desktop"), entryCalled("owner", "own"));
+    root->write(directory + QStringLiteral("zzz.desktop"), entryCalled("late", "late"));
+    root->write(QStringLiteral("/home/config/mimeapps.list"),
+                "[Default Applications]\nx-scheme-handler/other=aaa.desktop;\n");
+    const LogLines log;
+    load();
+    const auto info = registry->application(ApplicationId(QStringLiteral("com.example.App")));
+    QCOMPARE(info.name(), QStringLiteral("owner"));
+    QCOMPARE(registry->task(task("com.example.App.task_sync")).exec, QStringLiteral("/bin/owner"));
+    const QStringList id{QStringLiteral("com.example.App")};
+    QCOMPARE(registry->handlersForUri(QUrl(QStringLiteral("own:x")), {}), id);
+    for (const char *uri : {"stolen:x", "late:x", "other:x"})
+        QCOMPARE(registry->handlersForUri(QUrl(QString::fromLatin1(uri)), {}), QStringList());
+    const QStringList lines = log.taken();
+    QCOMPARE(lines.size(), 2);
+    for (const QString &line : lines)
+        QVERIFY(line.contains(directory + QStringLiteral("com.example.App.desktop")));
+    QVERIFY(lines.first().contains(directory + QStringLiteral("aaa.desktop")));
+    QVERIFY(lines.last().contains(directory + QStringLiteral("zzz.desktop")));
+}
+
+void TestApplicationRegistry::keepsTheEarlierDirectoryWhateverItsFileIsCalled()
+{
+    root->write(QStringLiteral("/home/data/applications/aaa.desktop"), entryCalled("user", "u"));
+    root->write(QStringLiteral("/usr/share/applications/com.example.App.desktop"),
+                entryCalled("system", "s"));
+    const LogLines log;
+    load();
+    QCOMPARE(registry->application(ApplicationId(QStringLiteral("com.example.App"))).name(),
+             QStringLiteral("user"));
+    QCOMPARE(log.taken(), QStringList());
 }
 
 void TestApplicationRegistry::computesTheCompatibilityLevel_data()
