@@ -1,6 +1,7 @@
 #include "common/Core/application_info.h"
 
 #include "common/Core/manifest.h"
+#include "common/Core/task_bounds.h"
 #include "common/ini_file.h"
 #include "common/root_path.h"
 #include "files/foreign_file.h"
@@ -59,6 +60,26 @@ bool isValidTaskName(const QString &name)
                        [&](QChar c) { return isDigit(c) || isLetter(c); });
 }
 
+// What is kept of an entry that says very much takes no more than what is kept of others. Honest
+// entries stay far below.
+constexpr int longestId = 1024;
+constexpr int longestIntents = 64 << 10;
+constexpr int mostMimeTypes = 1024;
+constexpr int longestMimeType = 1024;
+constexpr int mostNameWarnings = 32;
+constexpr int longestNameInLog = 200;
+
+void boundMimeTypes(QStringList &types, const QString &path)
+{
+    const int declared = types.size();
+    const auto isTooLong = [](const QString &type) { return type.size() > longestMimeType; };
+    types.erase(std::remove_if(types.begin(), types.end(), isTooLong), types.end());
+    types = types.mid(0, mostMimeTypes);
+    if (types.size() < declared)
+        qWarning() << "Too many or too long MIME types:" << declared - types.size()
+                   << "are left out of" << path;
+}
+
 } // namespace
 
 class ApplicationInfoPrivate
@@ -91,7 +112,7 @@ void ApplicationInfoPrivate::parse(const QString &path)
     if (!entry.isValid())
         return;
     applicationId = ApplicationId(entry.appOrgname(), entry.appName());
-    if (!applicationId.isValid())
+    if (!applicationId.isValid() || applicationId.toString().size() > longestId)
         applicationId = ApplicationId::fromDesktopFileName(path);
     if (!applicationId.isValid()) {
         qWarning() << "Invalid app ID in" << path;
@@ -103,6 +124,7 @@ void ApplicationInfoPrivate::parse(const QString &path)
     name = entry.name();
     icon = entry.icon();
     mimeTypes = entry.mimeType();
+    boundMimeTypes(mimeTypes, path);
     supportsMimeParents = entry.supportMimeParents();
     manifest = Manifest(applicationId);
     readCertificate();
@@ -111,6 +133,10 @@ void ApplicationInfoPrivate::parse(const QString &path)
 
 void ApplicationInfoPrivate::parseIntents(const QString &text)
 {
+    if (text.size() > longestIntents) {
+        qWarning() << "Too many intents in" << desktopFilePath;
+        return;
+    }
     const QStringList parts = text.split(QLatin1Char(';'), Qt::SkipEmptyParts);
     for (const QString &part : parts) {
         const QStringList sides = part.split(QLatin1Char(':'));
@@ -123,13 +149,16 @@ void ApplicationInfoPrivate::parseIntents(const QString &text)
 
 void ApplicationInfoPrivate::parseTasks(const MDesktopEntry &entry)
 {
+    int badNames = 0;
     const QStringList groups = entry.groups();
     for (const QString &group : groups) {
         const QString taskName = taskNameOfGroup(group);
         if (taskName.isEmpty())
             continue;
         if (!isValidTaskName(taskName)) {
-            qWarning() << "Invalid task name:" << taskName;
+            // A package fills no log with these.
+            if (++badNames <= mostNameWarnings)
+                qWarning() << "Invalid task name:" << taskName.left(longestNameInLog);
             continue;
         }
         const QString exec = entry.value(group, QStringLiteral("Exec"));
@@ -140,6 +169,7 @@ void ApplicationInfoPrivate::parseTasks(const MDesktopEntry &entry)
                       entry.stringListValue(group, QStringLiteral("Permissions")),
                       entry.stringListValue(group, QStringLiteral("Conditions"))});
     }
+    boundTasksOfApplication(tasks);
 }
 
 void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)

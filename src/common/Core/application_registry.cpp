@@ -2,6 +2,7 @@
 #include "common/Core/application_registry_p.h"
 
 #include "common/Core/manifest.h"
+#include "common/Core/task_bounds.h"
 
 #include <QDebug>
 #include <QDir>
@@ -96,7 +97,10 @@ void ApplicationRegistryPrivate::registerHandlers()
 {
     uriHandlers = UriHandlers();
     for (auto info = applications.constBegin(); info != applications.constEnd(); ++info) {
-        for (const QString &mimeType : info->mimeTypes())
+        // An entry may repeat a type, and each wildcard costs a walk through the database.
+        QStringList types = info->mimeTypes();
+        types.removeDuplicates();
+        for (const QString &mimeType : qAsConst(types))
             uriHandlers.registerType(mimeType, info.key());
     }
 }
@@ -154,14 +158,17 @@ ApplicationRegistry::tasksOfApplication(const ApplicationId &id) const
 
 QList<ApplicationRegistry::TaskInfo> ApplicationRegistry::tasksOfType(const QString &type) const
 {
-    QList<TaskInfo> tasks;
+    QList<QList<TaskInfo>> ofApplications;
     for (const ApplicationInfo &application : qAsConst(d->applications)) {
+        QList<TaskInfo> tasks;
         for (const TaskInfo &task : application.tasks()) {
             if (task.type == type)
                 tasks.append(task);
         }
+        if (!tasks.isEmpty())
+            ofApplications.append(tasks);
     }
-    return tasks;
+    return joinedWithinBounds(ofApplications);
 }
 
 int ApplicationRegistry::compatibilityLevel(const ApplicationId &id) const

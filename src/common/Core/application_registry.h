@@ -34,7 +34,9 @@ public:
     [[nodiscard]] const TaskInfo &task(const ApplicationTaskId &id) const;
     /// All tasks of an application, in order of task name.
     [[nodiscard]] QList<TaskInfo> tasksOfApplication(const ApplicationId &id) const;
-    /// All tasks whose type is exactly `type`, in order of application id, then task name.
+    /// All tasks whose type is exactly `type`, in order of application id, then task name. Together
+    /// they take no more than largestTaskList bytes, so that the bus carries them: what is over,
+    /// the tasks of the applications that declare most, is left out with one log line.
     [[nodiscard]] QList<TaskInfo> tasksOfType(const QString &type) const;
     /// Which platform generation the application is written for: 0, 1 or 2.
     [[nodiscard]] int compatibilityLevel(const ApplicationId &id) const;

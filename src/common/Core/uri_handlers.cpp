@@ -4,6 +4,8 @@
 #include <QMimeType>
 #include <QUrl>
 
+#include <algorithm>
+
 namespace Core {
 
 namespace {
@@ -22,6 +24,7 @@ QStringList namesOf(const QList<QMimeType> &types)
     QStringList names;
     for (const QMimeType &type : types)
         names.append(type.name());
+    names.sort();
     return names;
 }
 
@@ -41,10 +44,10 @@ void UriHandlers::registerType(const QString &mimeType, const QString &applicati
         return;
     if (m_typeNames.isEmpty())
         m_typeNames = namesOf(QMimeDatabase().allMimeTypes());
-    for (const QString &name : qAsConst(m_typeNames)) {
-        if (name.startsWith(prefix))
-            registerType(name, application);
-    }
+    // Sorted: those that begin so are neighbours.
+    const auto first = std::lower_bound(m_typeNames.constBegin(), m_typeNames.constEnd(), prefix);
+    for (auto name = first; name != m_typeNames.constEnd() && name->startsWith(prefix); ++name)
+        registerType(*name, application);
 }
 
 void UriHandlers::takeDefaults(const MimeappsEntries &entries,

@@ -49,7 +49,7 @@ private:
     [[nodiscard]] QStringList handlersOfType(const QString &mimeType) const;
     [[nodiscard]] QStringList handlersOfAddress(const QUrl &uri) const;
 
-    /// Filled in when the first wildcard asks for it: the database has hundreds.
+    /// Sorted. Filled in when the first wildcard asks for it: the database has hundreds.
     QStringList m_typeNames;
     QMap<QString, QStringList> m_handlersByType;
     QMap<QString, QString> m_defaults;

@@ -1,5 +1,7 @@
 #include "common/Core/application_info.h"
 #include "common/Core/manifest.h"
+#include "common/Core/task_bounds.h"
+#include "support/odd_file.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -22,6 +24,7 @@ private Q_SLOTS:
     void isInvalidForAnUnusableFile();
     void takesTheIdFromTheEntry();
     void takesTheIdFromTheFileName();
+    void takesTheIdFromTheFileNameWhenTheEntrysIsTooLong();
     void complainsWithoutAnyId();
     void readsTheLaunchDescription();
     void comparesSwitchesExactly_data();
@@ -35,6 +38,12 @@ private Q_SLOTS:
     void refusesBadTaskNames_data();
     void refusesBadTaskNames();
     void readsManifestAndCertificate();
+    void survivesAPackageFileThatWouldBeDeserialised();
+    void leavesOutWhatOneTaskDeclaresBeyondTheBound_data();
+    void leavesOutWhatOneTaskDeclaresBeyondTheBound();
+    void leavesOutWhatAllTasksDeclareBeyondTheBound();
+    void boundsMimeTypesAndIntents();
+    void saysOfAFewBadTaskNamesOnly();
     void sharesItsRecord();
 
 private:
@@ -112,6 +121,17 @@ void TestApplicationInfo::takesTheIdFromTheFileName()
     QVERIFY(info.isValid());
     QCOMPARE(info.applicationId().toString(), QStringLiteral("org.zarn.my_2dapp"));
     QVERIFY(!info.supportsMimeParents());
+}
+
+// The parts of an id are counted in 16 bits: a length beyond that would make it look like another.
+void TestApplicationInfo::takesTheIdFromTheFileNameWhenTheEntrysIsTooLong()
+{
+    const ApplicationInfo info =
+        read({},
+             "[X-Application]\nOrganizationName=" + QByteArray(65536 + 3, 'a')
+                 + "\nApplicationName=Notes\n");
+    QVERIFY(info.isValid());
+    QCOMPARE(info.applicationId().toString(), QStringLiteral("org.zarn.app"));
 }
 
 void TestApplicationInfo::complainsWithoutAnyId()
@@ -295,6 +315,104 @@ void TestApplicationInfo::readsManifestAndCertificate()
     QCOMPARE(mkfifo(qPrintable(root->path(package + QStringLiteral("halcyn.pkg"))), 0600), 0);
     QCOMPARE(read({}, identity).certificateId(), QString());
     QVERIFY(read({}, identity).manifest().isValid());
+}
+
+void TestApplicationInfo::survivesAPackageFileThatWouldBeDeserialised()
+{
+    root->write(QStringLiteral("/opt/app/com.example.Notes/current/halcyn.pkg"),
+                "[certificate]\nid=" + OddFile::fatalValue() + "\n");
+    const ApplicationInfo info = read({}, identity);
+    QVERIFY(info.isValid());
+    QVERIFY(info.certificateId().startsWith(QLatin1String("@Variant(")));
+}
+
+void TestApplicationInfo::leavesOutWhatOneTaskDeclaresBeyondTheBound_data()
+{
+    QTest::addColumn<QByteArray>("main");
+    QTest::addColumn<QByteArray>("task");
+    QTest::addColumn<bool>("isKept");
+    const QByteArray large(Core::largestTask, 'x');
+    const QByteArray fitting(Core::largestTask - 1000, 'x');
+    QTest::newRow("a command line") << QByteArray() << "Exec=/bin/a " + large << false;
+    QTest::newRow("a command line that fits") << QByteArray() << "Exec=/bin/a " + fitting << true;
+    QTest::newRow("the application's command line")
+        << "Exec=/bin/a " + large << QByteArray() << false;
+    QTest::newRow("a type") << QByteArray() << "Type=" + large << false;
+    QTest::newRow("permissions") << QByteArray()
+                                 << "Permissions=" + QByteArray("ab;").repeated(2000) << false;
+    QTest::newRow("permissions that fit")
+        << QByteArray() << "Permissions=" + QByteArray("ab;").repeated(1000) << true;
+    QTest::newRow("permissions without a name")
+        << QByteArray() << "Permissions=" + QByteArray(";").repeated(1 << 19) << false;
+    QTest::newRow("conditions") << QByteArray() << "Conditions=" + QByteArray("ab;").repeated(2000)
+                                << false;
+    QTest::newRow("letters that take more bytes")
+        << QByteArray() << "Type=" + QByteArray("\xe2\x82\xac").repeated(6000) << false;
+}
+
+void TestApplicationInfo::leavesOutWhatOneTaskDeclaresBeyondTheBound()
+{
+    QFETCH(QByteArray, main);
+    QFETCH(QByteArray, task);
+    QFETCH(bool, isKept);
+    const LogLines log;
+    const ApplicationInfo info = read(main,
+                                      identity + QByteArray("[X-Task odd]\n") + task
+                                          + "\n[X-Task other]\nType=Sync\nExec=/bin/b\n");
+    QVERIFY(info.isValid());
+    QVERIFY(info.tasks().contains(QStringLiteral("other")));
+    QCOMPARE(info.tasks().contains(QStringLiteral("odd")), isKept);
+    const QStringList lines = log.taken();
+    QCOMPARE(lines.size(), isKept ? 0 : 1);
+    QVERIFY(isKept || lines.first().contains(QLatin1String("com.example.Notes.task_odd")));
+}
+
+void TestApplicationInfo::leavesOutWhatAllTasksDeclareBeyondTheBound()
+{
+    QByteArray tasks;
+    for (int i = 0; i < 60; ++i)
+        tasks +=
+            "[X-Task t" + QByteArray::number(10 + i) + "]\nType=" + QByteArray(10000, 'x') + "\n";
+    const LogLines log;
+    const ApplicationInfo info = read({}, identity + tasks);
+    QVERIFY(info.isValid());
+    int sum = 0;
+    for (const auto &task : info.tasks())
+        sum += Core::sizeOf(task);
+    QVERIFY(sum <= Core::largestTasksOfApplication);
+    QVERIFY(sum > Core::largestTasksOfApplication - Core::largestTask);
+    QVERIFY(info.tasks().contains(QStringLiteral("t10")));
+    QCOMPARE(log.taken().size(), 1);
+    QVERIFY(log.taken().first().contains(QLatin1String("com.example.Notes.task_t")));
+}
+
+void TestApplicationInfo::boundsMimeTypesAndIntents()
+{
+    const LogLines log;
+    QByteArray types = QByteArray(2000, 'x') + ';';
+    for (int i = 0; i < 5000; ++i)
+        types += "a/" + QByteArray::number(i) + ';';
+    const ApplicationInfo info =
+        read("MimeType=" + types,
+             identity + QByteArray("Intents=") + QByteArray("a;").repeated(40000) + "\n");
+    QVERIFY(info.isValid());
+    QCOMPARE(info.mimeTypes().size(), 1024);
+    QCOMPARE(info.mimeTypes().constFirst(), QStringLiteral("a/0"));
+    QVERIFY(info.intents().isEmpty());
+    QCOMPARE(log.taken().size(), 2);
+}
+
+void TestApplicationInfo::saysOfAFewBadTaskNamesOnly()
+{
+    const LogLines log;
+    QVERIFY(read({}, QByteArray("[X-Task a-") + QByteArray(100000, 'b') + "]\nx=y\n").isValid());
+    QCOMPARE(log.taken().size(), 1);
+    QVERIFY(log.taken().constFirst().size() < 300);
+    QByteArray groups;
+    for (int i = 0; i < 50000; ++i)
+        groups += "[X-Task -" + QByteArray::number(i) + "]\n";
+    QVERIFY(read({}, groups).isValid());
+    QVERIFY(log.taken().size() < 100);
 }
 
 void TestApplicationInfo::sharesItsRecord()

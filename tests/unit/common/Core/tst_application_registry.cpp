@@ -1,4 +1,5 @@
 #include "common/Core/application_registry.h"
+#include "common/Core/task_bounds.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -8,6 +9,7 @@
 #include <QUrl>
 
 #include <cstdio>
+#include <ctime>
 
 using Core::ApplicationId;
 using Core::ApplicationRegistry;
@@ -33,6 +35,9 @@ private Q_SLOTS:
     void prefersTheFirstFileByName();
     void prefersTheFileThatIsNamedByItsId();
     void keepsTheEarlierDirectoryWhateverItsFileIsCalled();
+    void keepsTheTasksOfOneTypeWithinTheBound();
+    void needsLittleTimeForAnyEntry_data();
+    void needsLittleTimeForAnyEntry();
     void computesTheCompatibilityLevel_data();
     void computesTheCompatibilityLevel();
 
@@ -258,6 +263,95 @@ void TestApplicationRegistry::keepsTheEarlierDirectoryWhateverItsFileIsCalled()
     QCOMPARE(registry->application(ApplicationId(QStringLiteral("com.example.App"))).name(),
              QStringLiteral("user"));
     QCOMPARE(log.taken(), QStringList());
+}
+
+void TestApplicationRegistry::keepsTheTasksOfOneTypeWithinTheBound()
+{
+    // Each stays within what one task and one application may declare.
+    QByteArray large;
+    for (int i = 0; i < 20; ++i)
+        large += "[X-Task t" + QByteArray::number(i)
+            + "]\nType=Sync\nPermissions=" + QByteArray("abcd;").repeated(1000) + "\n";
+    for (int i = 0; i < 40; ++i)
+        root->writeApplication(QStringLiteral("A%1").arg(i), large);
+    root->writeApplication(QStringLiteral("Zoo"), "[X-Task sync]\nType=Sync\n");
+    load();
+    const LogLines log;
+    const auto tasks = registry->tasksOfType(QStringLiteral("Sync"));
+    int sum = 0;
+    QStringList ids;
+    for (const auto &info : tasks) {
+        sum += Core::sizeOf(info);
+        ids.append(info.taskId.toString());
+    }
+    QVERIFY(sum <= Core::largestTaskList);
+    QVERIFY(sum > Core::largestTaskList - Core::largestTasksOfApplication);
+    QVERIFY(ids.contains(QStringLiteral("com.example.Zoo.task_sync")));
+    QCOMPARE(log.taken().size(), 1);
+    QStringList sorted = ids;
+    sorted.sort();
+    QCOMPARE(ids, sorted);
+}
+
+void TestApplicationRegistry::needsLittleTimeForAnyEntry_data()
+{
+    QTest::addColumn<QByteArray>("main");
+    QTest::addColumn<QByteArray>("groups");
+    const auto fill = [](const QByteArray &piece) {
+        return piece.repeated(1000000 / piece.size());
+    };
+    QTest::newRow("one wildcard again and again") << "MimeType=" + fill("*;") << QByteArray();
+    QTest::newRow("many types") << [] {
+        QByteArray text = "MimeType=";
+        for (int i = 0; text.size() < 1000000; ++i)
+            text += QByteArray::number(i, 36) + "*;";
+        return text;
+    }() << QByteArray();
+    QTest::newRow("separators") << "MimeType=" + fill(";") << QByteArray();
+    QTest::newRow("many keys") << fill("a=b\n") << QByteArray();
+    QTest::newRow("many different keys") << [] {
+        QByteArray text;
+        for (int i = 0; text.size() < 1000000; ++i)
+            text += "k" + QByteArray::number(i, 36) + "=\n";
+        return text;
+    }() << QByteArray();
+    QTest::newRow("one group again and again") << QByteArray() << fill("[X-Task a]\n");
+    QTest::newRow("many tasks") << QByteArray() << [] {
+        QByteArray text;
+        for (int i = 0; text.size() < 1000000; ++i)
+            text += "[X-Task a" + QByteArray::number(i, 36) + "]\n";
+        return text;
+    }();
+    QTest::newRow("many names") << [] {
+        QByteArray text;
+        for (int i = 0; text.size() < 1000000; ++i)
+            text += "Name[" + QByteArray::number(i, 36) + "]=x\n";
+        return text;
+    }() << QByteArray();
+    QTest::newRow("comments") << fill("#\n") << QByteArray();
+    QTest::newRow("intents") << QByteArray() << "[X-Sailjail]\nIntents=" + fill("a:b|c;") + "\n";
+    QTest::newRow("permissions") << QByteArray() << "[X-Task a]\nPermissions=" + fill("a;") + "\n";
+    QTest::newRow("an open escape") << "Name[x]=" + fill("\\q") << QByteArray();
+}
+
+void TestApplicationRegistry::needsLittleTimeForAnyEntry()
+{
+    QFETCH(QByteArray, main);
+    QFETCH(QByteArray, groups);
+    QVERIFY(QFile::link(QStringLiteral("/usr/share/mime"),
+                        root->path(QStringLiteral("/usr/share/mime"))));
+    root->write(QStringLiteral("/usr/share/applications/odd.desktop"),
+                "[Desktop Entry]\nType=Application\nName=x\n" + main + "\n" + groups);
+    root->writeApplication(QStringLiteral("Notes"), {});
+    const LogLines log;
+    // Of the processor's time, so that other processes do not count: a few tenths of a second.
+    const std::clock_t start = std::clock();
+    load();
+    const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    QVERIFY2(seconds < 5, qPrintable(QString::number(seconds)));
+    QVERIFY(knows("com.example.Notes"));
+    QVERIFY(knows("org.zarn.odd"));
+    QVERIFY(log.taken().size() < 100);
 }
 
 void TestApplicationRegistry::computesTheCompatibilityLevel_data()

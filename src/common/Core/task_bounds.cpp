@@ -1,0 +1,110 @@
+#include "common/Core/task_bounds.h"
+
+#include <QDebug>
+#include <QVector>
+
+#include <algorithm>
+#include <numeric>
+
+namespace Core {
+
+namespace {
+
+using TaskInfo = ApplicationInfo::TaskInfo;
+
+// With the length before it, the zero byte behind it and the space up to the next one.
+int sizeOf(const QString &text) { return text.toUtf8().size() + 8; }
+
+int sizeOf(const QStringList &texts)
+{
+    return std::accumulate(texts.begin(), texts.end(), 0,
+                           [](int sum, const QString &text) { return sum + sizeOf(text); });
+}
+
+int sizeOf(const QList<TaskInfo> &tasks)
+{
+    return std::accumulate(tasks.begin(), tasks.end(), 0,
+                           [](int sum, const TaskInfo &task) { return sum + Core::sizeOf(task); });
+}
+
+// Collects what is left out, for one line about it.
+struct LeftOut
+{
+    int count = 0;
+    QString first;
+
+    void add(const TaskInfo &task)
+    {
+        if (count++ == 0)
+            first = task.taskId.toString().left(longestName);
+    }
+
+private:
+    static constexpr int longestName = 300;
+};
+
+} // namespace
+
+int sizeOf(const TaskInfo &task)
+{
+    // Names and signatures of the properties.
+    constexpr int frame = 128;
+    return frame + sizeOf(task.taskId.toString()) + sizeOf(task.type) + sizeOf(task.exec)
+        + sizeOf(task.permissions) + sizeOf(task.conditions);
+}
+
+void boundTasksOfApplication(QMap<QString, TaskInfo> &tasks)
+{
+    LeftOut tooLarge;
+    LeftOut withoutRoom;
+    int sum = 0;
+    for (auto task = tasks.begin(); task != tasks.end();) {
+        const int size = sizeOf(*task);
+        const bool isTooLarge = size > largestTask;
+        if (!isTooLarge && sum + size <= largestTasksOfApplication) {
+            sum += size;
+            ++task;
+            continue;
+        }
+        (isTooLarge ? tooLarge : withoutRoom).add(*task);
+        task = tasks.erase(task);
+    }
+    if (tooLarge.count > 0)
+        qWarning() << "Tasks that declare too much are left out:" << tooLarge.count
+                   << "of them, first" << tooLarge.first;
+    if (withoutRoom.count > 0)
+        qWarning() << "The application declares too much in all its tasks. Left out:"
+                   << withoutRoom.count << "of them, first" << withoutRoom.first;
+}
+
+QList<TaskInfo> joinedWithinBounds(const QList<QList<TaskInfo>> &ofApplications)
+{
+    QVector<int> sizes;
+    for (const QList<TaskInfo> &tasks : ofApplications)
+        sizes.append(sizeOf(tasks));
+    QVector<int> smallestFirst(sizes.size());
+    std::iota(smallestFirst.begin(), smallestFirst.end(), 0);
+    std::stable_sort(smallestFirst.begin(), smallestFirst.end(),
+                     [&](int a, int b) { return sizes.at(a) < sizes.at(b); });
+    QVector<bool> fits(sizes.size());
+    LeftOut withoutRoom;
+    int sum = 0;
+    for (const int index : qAsConst(smallestFirst)) {
+        fits[index] = sum + sizes.at(index) <= largestTaskList;
+        if (fits.at(index))
+            sum += sizes.at(index);
+        else
+            withoutRoom.add(ofApplications.at(index).constFirst());
+    }
+    QList<TaskInfo> joined;
+    for (int index = 0; index < ofApplications.size(); ++index) {
+        if (fits.at(index))
+            joined += ofApplications.at(index);
+    }
+    if (withoutRoom.count > 0)
+        qWarning() << "Applications declare too many tasks of one type. Left out:"
+                   << withoutRoom.count << "of them, first that of" << withoutRoom.first;
+    return joined;
+}
+
+} // namespace Core
