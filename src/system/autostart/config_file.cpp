@@ -8,6 +8,10 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
+#include <QPair>
+#include <QVector>
+
+#include <algorithm>
 
 namespace Autostart {
 
@@ -23,12 +27,43 @@ bool saysYes(const IniFile::Value &value)
         && text.compare(QLatin1String("false"), Qt::CaseInsensitive) != 0;
 }
 
+// An application id is part of file names.
+constexpr int longestId = 255;
+// What the files of one layer may have together; honest ones have some kilobytes. The answer that
+// is made of them has to fit a message of the bus, and everybody waits while they are read.
+constexpr qint64 mostText = 4 << 20;
+
+// Without the largest files of those that are too much together: nobody keeps the others' small
+// ones from being read.
+QStringList withinBounds(const QStringList &paths)
+{
+    QVector<QPair<qint64, QString>> smallestFirst;
+    for (const QString &path : paths)
+        smallestFirst.append({QFileInfo(path).size(), path});
+    std::sort(smallestFirst.begin(), smallestFirst.end());
+    QStringList kept;
+    qint64 sum = 0;
+    for (const auto &[size, path] : qAsConst(smallestFirst)) {
+        sum += qMin(size, mostText);
+        if (sum > mostText)
+            break;
+        kept.append(path);
+    }
+    if (kept.size() < paths.size())
+        qWarning() << "Autostart settings are too large. Left out:" << paths.size() - kept.size()
+                   << "files, first" << smallestFirst.at(kept.size()).second;
+    kept.sort();
+    return kept;
+}
+
 void readConfigFile(const QString &path, int uid, EnabledMap &enabled)
 {
     const IniFile settings(readForeignFile(path).text);
     const QStringList groups = settings.groups();
     for (const QString &group : groups) {
         const QStringList parts = group.split(QLatin1Char('|'));
+        if (parts.constFirst().size() > longestId)
+            continue;
         if (parts.size() > 1 && parts.at(1).toInt() != uid)
             continue;
         const auto value = settings.value(group, QStringLiteral("autostart"));
@@ -74,7 +109,7 @@ QStringList configFilesBelow(const QString &directory, const QStringList &nameFi
 void readConfigFiles(const QString &directory, const QStringList &nameFilters, int uid,
                      EnabledMap &enabled)
 {
-    const QStringList paths = configFilesBelow(directory, nameFilters);
+    const QStringList paths = withinBounds(configFilesBelow(directory, nameFilters));
     for (const QString &path : paths)
         readConfigFile(path, uid, enabled);
 }

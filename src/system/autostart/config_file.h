@@ -18,7 +18,8 @@ using EnabledMap = QMap<QString, bool>;
                                            const QStringList &nameFilters);
 
 /// Reads every file that configFilesBelow() finds and overlays what it says for a user on
-/// `enabled`. A file that cannot be read, or is too large to be one of these, says nothing.
+/// `enabled`. A file that cannot be read, or is too large to be one of these, says nothing; of
+/// files that are too large together the largest say nothing.
 void readConfigFiles(const QString &directory, const QStringList &nameFilters, int uid,
                      EnabledMap &enabled);
 

@@ -67,6 +67,9 @@ private Q_SLOTS:
     void survivesStrangeFiles();
     void readsBooleansAsTheSettingsLibraryDoes_data();
     void readsBooleansAsTheSettingsLibraryDoes();
+    void readsAtMostAFewMebibytes();
+    void leavesOutIdsThatAreNone();
+    void reachesTheLastOfManyAndDeepDirectories();
 
 private:
     QString path(const QString &relative = {}) const { return m_directory->filePath(relative); }
@@ -408,6 +411,50 @@ void TestConfigFile::readsBooleansAsTheSettingsLibraryDoes()
     const QSettings reference(path(QStringLiteral("x.conf")), QSettings::IniFormat);
     QCOMPARE(readAll().value(QStringLiteral("a.b")),
              reference.value(QStringLiteral("a.b/autostart")).toBool());
+}
+
+void TestConfigFile::readsAtMostAFewMebibytes()
+{
+    for (int i = 0; i < 40; ++i)
+        QVERIFY(write(path(QStringLiteral("a%1.conf").arg(i)),
+                      "[big.one]\nautostart=true\n;" + QByteArray(1000000, 'x')));
+    for (int i = 0; i < 40; ++i)
+        QVERIFY(write(path(QStringLiteral("large%1.conf").arg(i)),
+                      "[big.one" + QByteArray::number(i) + "]\nautostart=true\n;"
+                          + QByteArray(1000000, 'x')));
+    QVERIFY(write(path(QStringLiteral("z.conf")), "[a.b]\nautostart=true\n"));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QRegularExpression(QStringLiteral("^Autostart settings are too large. Left out: 76 ")));
+    const EnabledMap enabled = readAll();
+    QVERIFY(enabled.value(QStringLiteral("a.b")));
+    QVERIFY(enabled.size() < 7);
+}
+
+void TestConfigFile::leavesOutIdsThatAreNone()
+{
+    QVERIFY(write(path(QStringLiteral("x.conf")),
+                  "[a.b" + QByteArray(100000, 'x') + "]\nautostart=true\n[a.b]\nautostart=true\n"));
+    QCOMPARE(readAll().keys(), QStringList{QStringLiteral("a.b")});
+}
+
+// Each level of a walk may hold a descriptor.
+void TestConfigFile::reachesTheLastOfManyAndDeepDirectories()
+{
+    QString deep = path(QStringLiteral("deep"));
+    while (deep.size() < 3500)
+        deep += QStringLiteral("/d");
+    QVERIFY(QDir().mkpath(deep));
+    for (int i = 0; i < 2000; ++i)
+        QVERIFY(QDir(path()).mkdir(QStringLiteral("w%1").arg(i)));
+    QVERIFY(write(path(QStringLiteral("z/z.conf")), "[a.b]\nautostart=true\n"));
+    rlimit before = {};
+    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few{256, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    const EnabledMap enabled = readAll();
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    QVERIFY(enabled.value(QStringLiteral("a.b")));
 }
 
 QTEST_GUILESS_MAIN(TestConfigFile)
