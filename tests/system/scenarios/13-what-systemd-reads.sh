@@ -20,7 +20,7 @@ declare -A declared=(
     [prefixes]='@a -b :c +d !e #f [g] h=i'
     [backslashes]='a\\b c\qd \x41'
     [options]='-- --noprofile --private-bin=sh'
-    [long]=$(printf 'x%.0s' {1..100000})
+    [long]=$(printf 'x%.0s' {1..12000})
 )
 
 prepare() {
