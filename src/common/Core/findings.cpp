@@ -1,0 +1,38 @@
+#include "common/Core/findings.h"
+
+#include <utility>
+
+namespace Core {
+
+LoggedFindings &LoggedFindings::instance()
+{
+    static LoggedFindings findings;
+    return findings;
+}
+
+void LoggedFindings::report(const Finding &finding, const FindingOrigin &origin)
+{
+    const QMessageLogger logger(origin.file, origin.line, origin.function);
+    if (origin.type == QtDebugMsg)
+        logger.debug().noquote() << finding.text;
+    else
+        logger.warning().noquote() << finding.text;
+}
+
+FindingStream::FindingStream(Findings &findings, Finding finding, const FindingOrigin &origin)
+    : m_findings(findings)
+    , m_finding(std::move(finding))
+    , m_origin(origin)
+    , m_stream(&m_finding.text)
+{
+}
+
+FindingStream::~FindingStream()
+{
+    // The framework's own streams drop the blank behind the last value when they log.
+    if (m_finding.text.endsWith(QLatin1Char(' ')))
+        m_finding.text.chop(1);
+    m_findings.report(m_finding, m_origin);
+}
+
+} // namespace Core

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// Where everything is that is read and written: a value, made once where a program starts and
+/// handed down. What works with one asks neither the environment nor the framework for a path.
+struct Places
+{
+    /// Where the daemon finds and puts things, as its environment says: desktop entries, task types
+    /// and mimeapps.list in the data and configuration folders of this process, permissions and
+    /// programs in this system, and everything else below ORVANE_ROOTFS.
+    [[nodiscard]] static Places ofEnvironment();
+    /// The same of a mounted image or a staging tree: everything is below its root, in the places
+    /// where a system service looks.
+    /// @param root an absolute path; empty and "/" both mean this system.
+    [[nodiscard]] static Places below(const QString &root);
+
+    /// In front of packages, overrides, units, policies, autostart settings and /proc; empty for
+    /// this system. Never ends with a slash of its own making.
+    QString root;
+    /// In front of programs and permissions; empty for this system.
+    QString programRoot;
+    /// Folders of desktop entries; an earlier one goes before a later one.
+    QStringList applicationFolders;
+    /// Folders of task type files; the same.
+    QStringList taskTypeFolders;
+    /// Folders of permission files, each with a closing slash; the same. As they are named in a
+    /// sandbox's command line, without the root.
+    QStringList permissionFolders;
+    /// The folder of mimeapps.list; empty when there is no place for settings.
+    QString configFolder;
+    /// Whether a task's program is looked at beyond its path being absolute.
+    bool programsAreExamined = true;
+
+    /// A file of an application's package.
+    [[nodiscard]] QString packageFile(const QString &applicationId, const QString &name) const;
+    [[nodiscard]] QString versionOverrides() const;
+    /// Folder of units, and of bus policies; without a closing slash.
+    [[nodiscard]] QString unitFolder() const;
+    [[nodiscard]] QString policyFolder() const;
+    /// Autostart settings that the system ships, and those that the daemon writes.
+    [[nodiscard]] QString systemAutostartFolder() const;
+    [[nodiscard]] QString runtimeAutostartFolder() const;
+    /// What /proc says of a process.
+    [[nodiscard]] QString process(uint id) const;
+};

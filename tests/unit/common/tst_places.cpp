@@ -1,0 +1,94 @@
+#include "common/places.h"
+
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTest>
+
+class TestPlaces : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup();
+
+    void areTheFrameworksOwnForTheDaemon();
+    void takeTheRootFromTheEnvironment();
+    void areAllBelowTheRootOfAnImage();
+    void areThisSystemsWithoutARoot_data();
+    void areThisSystemsWithoutARoot();
+};
+
+void TestPlaces::cleanup()
+{
+    qunsetenv("ORVANE_ROOTFS");
+    qunsetenv("ORVANE_COMPONENT_TESTS");
+}
+
+void TestPlaces::areTheFrameworksOwnForTheDaemon()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
+    const Places places = Places::ofEnvironment();
+    QCOMPARE(places.applicationFolders,
+             QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation));
+    // By the framework's rule, which depends on the name of the process.
+    QStringList types = QStandardPaths::standardLocations(QStandardPaths::AppDataLocation);
+    types.replaceInStrings(QRegularExpression(QStringLiteral("$")), QStringLiteral("/task-types"));
+    // The folder of the program itself, which the framework lists as well, is no data folder.
+    types = types.filter(QRegularExpression(QStringLiteral("/orvane/task-types$")));
+    types.removeDuplicates();
+    QCOMPARE(places.taskTypeFolders, types);
+    QCoreApplication::setApplicationName(QStringLiteral("another"));
+    QCOMPARE(Places::ofEnvironment().taskTypeFolders, places.taskTypeFolders);
+    QCOMPARE(places.unitFolder(), QStringLiteral("/etc/systemd/system"));
+    QCOMPARE(places.policyFolder(), QStringLiteral("/etc/dbus-1/system.d"));
+    QVERIFY(places.programsAreExamined);
+}
+
+void TestPlaces::takeTheRootFromTheEnvironment()
+{
+    qputenv("ORVANE_ROOTFS", "/image");
+    qputenv("ORVANE_COMPONENT_TESTS", "");
+    const Places places = Places::ofEnvironment();
+    QCOMPARE(places.packageFile(QStringLiteral("a.b"), QStringLiteral("manifest.json")),
+             QStringLiteral("/image/opt/app/a.b/current/manifest.json"));
+    QCOMPARE(places.versionOverrides(), QStringLiteral("/image/etc/orvane/os-version-support.cfg"));
+    QCOMPARE(places.unitFolder(), QStringLiteral("/image/etc/systemd/system"));
+    QCOMPARE(places.systemAutostartFolder(), QStringLiteral("/image/etc/am/conf.d"));
+    QCOMPARE(places.runtimeAutostartFolder(), QStringLiteral("/image/var/lib/am/apps"));
+    QCOMPARE(places.process(7), QStringLiteral("/image/proc/7"));
+    // The daemon looks at this system's programs and permissions all the same.
+    QCOMPARE(places.programRoot, QString());
+    QVERIFY(!places.programsAreExamined);
+}
+
+void TestPlaces::areAllBelowTheRootOfAnImage()
+{
+    const Places places = Places::below(QStringLiteral("/image/"));
+    QCOMPARE(places.root, QStringLiteral("/image"));
+    QCOMPARE(places.programRoot, QStringLiteral("/image"));
+    QCOMPARE(places.applicationFolders,
+             QStringList({QStringLiteral("/image/usr/local/share/applications"),
+                          QStringLiteral("/image/usr/share/applications")}));
+    QCOMPARE(places.taskTypeFolders,
+             QStringList({QStringLiteral("/image/usr/local/share/orvane/task-types"),
+                          QStringLiteral("/image/usr/share/orvane/task-types")}));
+    QCOMPARE(places.configFolder, QStringLiteral("/image/root/.config"));
+    // As they are named in a command line that runs inside the image.
+    QCOMPARE(places.permissionFolders.constFirst(), QStringLiteral("/etc/sailjail/permissions/"));
+}
+
+void TestPlaces::areThisSystemsWithoutARoot_data()
+{
+    QTest::addColumn<QString>("root");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("a slash") << QStringLiteral("/");
+}
+
+void TestPlaces::areThisSystemsWithoutARoot()
+{
+    QFETCH(QString, root);
+    QCOMPARE(Places::below(root).unitFolder(), QStringLiteral("/etc/systemd/system"));
+}
+
+QTEST_GUILESS_MAIN(TestPlaces)
+#include "tst_places.moc"
