@@ -95,7 +95,7 @@ void ClientCalls::sendWaiting()
     // Until nobody can send: each who could not goes to the end of the line.
     std::size_t couldNot = 0;
     while (m_all.inFlight < m_limits.inFlight.all && couldNot < m_turns.size()) {
-        const QString name = std::move(m_turns.front());
+        const QString name = m_turns.front();
         m_turns.pop_front();
         const std::shared_ptr<Client> client = m_byName.value(name);
         if (maySend(*client)) {
@@ -140,18 +140,18 @@ void ClientCalls::finish(const QString &name, quint64 number, const Usage &usage
         callback(finished);
 }
 
-void ClientCalls::forgetClient(const QString &name)
+void ClientCalls::forgetClient(const QString &client)
 {
-    const std::shared_ptr<Client> client = m_byName.value(name);
-    if (client == nullptr)
+    const std::shared_ptr<Client> entry = m_byName.value(client);
+    if (entry == nullptr)
         return;
-    const int dropped = static_cast<int>(client->waiting.size());
-    client->waiting.clear();
+    const int dropped = static_cast<int>(entry->waiting.size());
+    entry->waiting.clear();
     // What has been sent keeps its place: the bus counts it until the answer is there.
-    client->callbacks.clear();
-    count(*client, {0, -dropped, -client->usage.bytes, -client->usage.descriptors});
-    m_turns.erase(std::remove(m_turns.begin(), m_turns.end(), name), m_turns.end());
-    dropIfUnused(name);
+    entry->callbacks.clear();
+    count(*entry, {0, -dropped, -entry->usage.bytes, -entry->usage.descriptors});
+    m_turns.erase(std::remove(m_turns.begin(), m_turns.end(), client), m_turns.end());
+    dropIfUnused(client);
     sendWaiting();
 }
 
