@@ -44,8 +44,8 @@ FileWrite writeInPlace(const QString &path, const QByteArray &text)
     return file.write(text) == text.size() ? FileWrite::Written : FileWrite::Incomplete;
 }
 
-// The file that a link leads to takes the text, and the link stays. One that leads nowhere in many
-// steps is replaced itself.
+// The file that a link leads to takes the text, and the link stays. After 128 links this assumes a
+// loop and replaces the link itself.
 QString endOfLinks(const QString &path)
 {
     constexpr int mostLinks = 128;

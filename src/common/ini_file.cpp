@@ -110,7 +110,7 @@ bool LineReader::takeSemicolon()
     return true;
 }
 
-// The backslash, of what it escapes all but the last character.
+// Skips the backslash and, of a line end of two characters, the first; take() skips the rest.
 void LineReader::takeEscape()
 {
     if (m_position + 1 >= m_text.size())
@@ -177,6 +177,9 @@ IniFile::Value ValueReader::read()
     chop();
     if (m_value.isList)
         m_value.text.clear();
+    // The settings library writes a text that begins with "@" with another one in front.
+    if (m_value.text.startsWith(QLatin1String("@@")))
+        m_value.text.remove(0, 1);
     return m_value;
 }
 
@@ -402,8 +405,8 @@ std::optional<IniFile::Value> IniFile::value(const QString &group, const QString
 {
     const QString path = group.isEmpty() ? key : group + QLatin1Char('/') + key;
     std::optional<Value> found;
-    // Which part of a name is the group's and which the key's is told by nothing but the section
-    // that it is in. Of several sections that give it, the last in order counts.
+    // a/b/c can be key b/c of section a, or key c of section a/b. All are tried; the last section
+    // in order counts.
     for (int split = 0;;) {
         const auto section = m_sections.constFind(path.left(split));
         if (section != m_sections.constEnd()) {

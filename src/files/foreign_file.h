@@ -4,7 +4,7 @@
 #include <QString>
 
 // Reading files that others may write or name: packages, integrators, users. Whatever is in the
-// file's place, the reader neither waits for anybody nor grows beyond a bound.
+// file's place, the reader neither waits for a pipe, a device or a lease, nor grows beyond a bound.
 
 /// What was found in the place of a file, as a value. Usable from any thread.
 struct ForeignFile

@@ -12,6 +12,7 @@
 #include "system/bus_connection.h"
 #include "system/departure.h"
 #include "system/inactivity_timer.h"
+#include "system/memory_return.h"
 #include "system/signal_quit.h"
 #include "system/teller-hooks/interface.h"
 #include "system/watchdog.h"
@@ -68,6 +69,7 @@ int runDaemon()
         QCoreApplication::exit(EXIT_FAILURE);
     });
     const Watchdog watchdog(bus);
+    const MemoryReturn memoryReturn;
 
     Autostart::DBusInterface autostart(Autostart::Manager::instance());
     if (!bus.registerObject(Names::autostartPath(), &autostart, QDBusConnection::ExportAllSlots)) {

@@ -43,6 +43,8 @@ private Q_SLOTS:
     void hearsAfterHugeCalls_data();
     void hearsAfterHugeCalls();
     void hearsWhileHugeCallsWaitForTheUserService();
+    void answersOthersWhileManyValuesAreSent_data();
+    void answersOthersWhileManyValuesAreSent();
     void keepsLogLinesShort();
     void tellsAClientThatItsCallsAreTooLarge();
     void leavesOthersTheirPlaces();
@@ -126,6 +128,55 @@ void TestHostileClients::hearsWhileHugeCallsWaitForTheUserService()
         QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
         QCOMPARE(call.reply().arguments(), QVariantList{hugeText()});
     }
+}
+
+namespace {
+
+// Resident memory of a process in KiB.
+int memoryOf(uint process)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(process));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray text = status.readAll();
+    const int start = text.indexOf("VmRSS:") + 6;
+    return text.mid(start, text.indexOf("kB", start) - start).trimmed().toInt();
+}
+
+} // namespace
+
+void TestHostileClients::answersOthersWhileManyValuesAreSent_data()
+{
+    QTest::addColumn<QVariant>("argument");
+    constexpr int many = 1500000;
+    QVariantList variants;
+    QStringList texts;
+    for (int number = 0; number < many; ++number) {
+        variants.append(QVariant::fromValue(uchar(5)));
+        texts.append(QString());
+    }
+    QTest::newRow("variants") << QVariant(variants);
+    QTest::newRow("texts") << QVariant(texts);
+}
+
+void TestHostileClients::answersOthersWhileManyValuesAreSent()
+{
+    QFETCH(QVariant, argument);
+    QVERIFY(stage->start());
+    QCOMPARE(registerSync(stage->client).type(), QDBusMessage::ReplyMessage);
+    const int before = memoryOf(stage->daemon.processId());
+    QVector<QDBusPendingCall> calls;
+    for (int number = 0; number < 4; ++number)
+        calls.append(stage->connect().asyncCall(controlCall({argument}), Stage::patienceMs));
+    QCOMPARE(registerSync(stage->connect()).type(), QDBusMessage::ReplyMessage);
+    for (const QDBusPendingCall &call : qAsConst(calls)) {
+        QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
+        QCOMPARE(call.reply().errorName(), QLatin1String(limitsExceeded));
+    }
+    QCOMPARE(user->calls.size(), 0);
+    constexpr int mostThatStaysKib = 32 * 1024;
+    QVERIFY(stage->waitUntil(
+        [&] { return memoryOf(stage->daemon.processId()) < before + mostThatStaysKib; }));
 }
 
 void TestHostileClients::keepsLogLinesShort()

@@ -84,14 +84,15 @@ void TestWatchdog::isSilentWhileTheLoopHangs()
 {
     Manager manager;
     Stage stage;
-    QVERIFY(stage.start(manager.environment()));
-    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
-    stage.daemon.sendSignal(SIGSTOP);
-    // One report may be on its way.
-    (void)QTest::qWaitFor([&] { return manager.heard() > 0; }, 2 * periodMs);
-    QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
-    stage.daemon.sendSignal(SIGCONT);
-    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
+    // At its start the daemon waits for this answer, and for nothing else, while its other threads
+    // go on.
+    stage.userManager->behave(QStringLiteral("hang"));
+    bool asked = false;
+    stage.userManager->onCall = [&asked] { asked = true; };
+    stage.launch(manager.environment());
+    QVERIFY(stage.waitUntil([&] { return asked; }));
+    QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 10 * periodMs));
+    QVERIFY(!stage.nameIsOwned());
 }
 
 void TestWatchdog::isSilentWhileTheBusDoesNotAnswer()

@@ -23,6 +23,8 @@ public:
 
     /// Whether the name could be claimed.
     [[nodiscard]] bool isUp() const { return m_isUp; }
+    /// Answers in another mode from now on.
+    void behave(const QString &mode) { m_mode = mode; }
     /// Runs at each call.
     std::function<void()> onCall;
 
@@ -32,7 +34,7 @@ public:
 private:
     [[nodiscard]] QDBusMessage answerTo(const QDBusMessage &message) const;
 
-    const QString m_mode;
+    QString m_mode;
     const QStringList m_uids;
     bool m_isUp = false;
 };

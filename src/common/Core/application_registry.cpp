@@ -21,11 +21,14 @@ QString fileNameOf(const ApplicationInfo &info)
     return QFileInfo(info.desktopFilePath()).fileName();
 }
 
-// Whether the file has the name that an entry of its application has by convention: of two packages
-// only one can own it.
-bool hasTheNameOfItsId(const ApplicationInfo &info)
+// How much the name of an entry's file says for its id. Of two packages only one can own a name, so
+// that an id that follows from the name is nobody else's.
+int claimOf(const ApplicationInfo &info)
 {
-    return fileNameOf(info) == info.applicationId().toString() + QLatin1String(".desktop");
+    const QString file = fileNameOf(info);
+    if (ApplicationId::fromDesktopFileName(file) == info.applicationId())
+        return 2;
+    return file == info.applicationId().toString() + QLatin1String(".desktop") ? 1 : 0;
 }
 
 // One entry of each application, whatever entries of one directory say that they are the same.
@@ -37,10 +40,9 @@ void takeOne(const ApplicationInfo &info, QMap<QString, ApplicationInfo> &chosen
         chosen.insert(id, info);
         return;
     }
-    const bool wins = hasTheNameOfItsId(info);
-    qWarning() << "Two entries say that they are" << id << "and that of"
-               << (wins ? info : *earlier).desktopFilePath() << "counts, not that of"
-               << (wins ? *earlier : info).desktopFilePath();
+    const bool wins = claimOf(info) > claimOf(*earlier);
+    qWarning() << "Two entries declare" << id << "and" << (wins ? info : *earlier).desktopFilePath()
+               << "is used, not" << (wins ? *earlier : info).desktopFilePath();
     if (wins)
         *earlier = info;
 }
@@ -80,14 +82,14 @@ void ApplicationRegistryPrivate::scanDirectory(const QString &directory)
     for (const QFileInfo &file : files) {
         watcher.addPath(file.filePath());
         const ApplicationInfo info(file.filePath());
-        if (info.isValid())
-            takeOne(info, chosen);
+        if (!info.isValid())
+            continue;
+        takeOne(info, chosen);
+        // The user's data home comes first in the list and goes before the system's.
+        if (!fileToApplication.contains(file.fileName()))
+            fileToApplication.insert(file.fileName(), info.applicationId().toString());
     }
-    // The user's data home comes first in the list and goes before the system's.
     for (auto info = chosen.constBegin(); info != chosen.constEnd(); ++info) {
-        const QString file = fileNameOf(*info);
-        if (!fileToApplication.contains(file))
-            fileToApplication.insert(file, info.key());
         if (!applications.contains(info.key()))
             applications.insert(info.key(), *info);
     }

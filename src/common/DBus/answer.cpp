@@ -15,7 +15,7 @@ void sendAnswer(const QDBusConnection &connection, const QDBusMessage &request,
     if (!request.isReplyRequired())
         return;
     const MessageContents contents = contentsOf(answer);
-    if (contents.size > largestMessage) {
+    if (contents.isTooLarge()) {
         connection.send(request.createErrorReply(
             QDBusError::LimitsExceeded, QStringLiteral("The answer is too large for the bus")));
     } else if (contents.hasNestedDescriptors || !connection.send(answer)) {

@@ -25,15 +25,25 @@ class Walk
 public:
     void addArgument(const QVariant &argument);
     [[nodiscard]] const MessageContents &found() const { return m_found; }
+    /// Nothing that follows matters any more.
+    [[nodiscard]] bool isDone() const { return m_found.isTooLarge(); }
 
 private:
     void add(const QVariant &value);
-    void addNumber(int width) { m_found.size += width; }
-    void addText(const QString &text) { m_found.size += sizeOfText(text); }
-    void addTexts(const QStringList &texts);
+    void addNumber(qint64 width)
+    {
+        ++m_found.values;
+        m_found.size += width;
+    }
+    void addText(const QString &text)
+    {
+        ++m_found.values;
+        m_found.size += sizeOfText(text);
+    }
+    template <typename Elements, typename AddOne>
+    void addEach(const Elements &elements, const AddOne &addOne);
+    bool addPlain(const QVariant &value);
     void addVariant(const QVariant &content);
-    void addList(const QVariantList &list);
-    void addMap(const QVariantMap &map);
     void addRecord(const QDBusArgument &argument);
     void addMember(const QDBusArgument &argument);
 
@@ -53,11 +63,12 @@ void Walk::addArgument(const QVariant &argument)
     m_found.size = qMax(m_found.size, before + overhead);
 }
 
-void Walk::addTexts(const QStringList &texts)
+template <typename Elements, typename AddOne>
+void Walk::addEach(const Elements &elements, const AddOne &addOne)
 {
     m_found.size += overhead;
-    for (const QString &text : texts)
-        addText(text);
+    for (auto element = elements.cbegin(); element != elements.cend() && !isDone(); ++element)
+        addOne(element);
 }
 
 void Walk::addVariant(const QVariant &content)
@@ -65,23 +76,6 @@ void Walk::addVariant(const QVariant &content)
     const bool isRecord = content.userType() == qMetaTypeId<QDBusArgument>();
     m_found.size += isRecord ? longestSignature : overhead;
     add(content);
-}
-
-void Walk::addList(const QVariantList &list)
-{
-    m_found.size += overhead;
-    for (const QVariant &element : list)
-        addVariant(element);
-}
-
-void Walk::addMap(const QVariantMap &map)
-{
-    m_found.size += overhead;
-    for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
-        m_found.size += overhead;
-        addText(entry.key());
-        addVariant(entry.value());
-    }
 }
 
 void Walk::addMember(const QDBusArgument &argument)
@@ -101,12 +95,12 @@ void Walk::addRecord(const QDBusArgument &argument)
     m_found.size += overhead;
     if (type == QDBusArgument::ArrayType) {
         argument.beginArray();
-        while (!argument.atEnd())
+        while (!argument.atEnd() && !isDone())
             addRecord(argument);
         argument.endArray();
     } else if (type == QDBusArgument::MapType) {
         argument.beginMap();
-        while (!argument.atEnd()) {
+        while (!argument.atEnd() && !isDone()) {
             argument.beginMapEntry();
             addMember(argument);
             addMember(argument);
@@ -115,48 +109,66 @@ void Walk::addRecord(const QDBusArgument &argument)
         argument.endMap();
     } else if (type == QDBusArgument::StructureType) {
         argument.beginStructure();
-        while (!argument.atEnd())
+        while (!argument.atEnd() && !isDone())
             addMember(argument);
         argument.endStructure();
     }
 }
 
-void Walk::add(const QVariant &value)
+// The types of the framework's own; false for those of the bus.
+bool Walk::addPlain(const QVariant &value)
 {
     switch (value.userType()) {
     case QMetaType::UChar:
-        return addNumber(1);
+        addNumber(1);
+        return true;
     case QMetaType::Short:
     case QMetaType::UShort:
-        return addNumber(2);
+        addNumber(2);
+        return true;
     case QMetaType::Bool:
     case QMetaType::Int:
     case QMetaType::UInt:
-        return addNumber(4);
+        addNumber(4);
+        return true;
     case QMetaType::QString:
-        return addText(value.toString());
+        addText(value.toString());
+        return true;
     case QMetaType::QByteArray:
-        m_found.size += value.toByteArray().size() + overhead;
-        return;
+        addNumber(overhead + value.toByteArray().size());
+        return true;
     case QMetaType::QStringList:
-        return addTexts(value.toStringList());
+        addEach(value.toStringList(), [this](const auto &text) { addText(*text); });
+        return true;
     case QMetaType::QVariantList:
-        return addList(value.toList());
+        addEach(value.toList(), [this](const auto &element) { addVariant(*element); });
+        return true;
     case QMetaType::QVariantMap:
-        return addMap(value.toMap());
+        addEach(value.toMap(), [this](const auto &entry) {
+            m_found.size += overhead;
+            addText(entry.key());
+            addVariant(entry.value());
+        });
+        return true;
     default:
-        break;
+        return false;
     }
+}
+
+void Walk::add(const QVariant &value)
+{
+    if (addPlain(value))
+        return;
     if (value.userType() == qMetaTypeId<QDBusVariant>()) {
         addVariant(value.value<QDBusVariant>().variant());
     } else if (value.userType() == qMetaTypeId<QDBusArgument>()) {
-        // A copy, so that whoever reads the value next begins where this began.
+        // Reads a copy, because reading moves the position in the argument.
         const auto argument = value.value<QDBusArgument>();
         addRecord(argument);
     } else if (value.userType() == qMetaTypeId<QDBusObjectPath>()) {
         addText(value.value<QDBusObjectPath>().path());
     } else if (value.userType() == qMetaTypeId<QDBusSignature>()) {
-        m_found.size += longestSignature;
+        addNumber(longestSignature);
     } else if (value.userType() == qMetaTypeId<QDBusUnixFileDescriptor>()) {
         m_found.hasNestedDescriptors = true;
     } else {
@@ -170,8 +182,9 @@ MessageContents contentsOf(const QDBusMessage &message)
 {
     Walk walk;
     const QVariantList arguments = message.arguments();
-    for (const QVariant &argument : arguments)
-        walk.addArgument(argument);
+    for (auto argument = arguments.cbegin(); argument != arguments.cend() && !walk.isDone();
+         ++argument)
+        walk.addArgument(*argument);
     MessageContents contents = walk.found();
     const QStringList header{message.service(),  message.path(),      message.interface(),
                              message.member(),   message.errorName(), message.errorMessage(),

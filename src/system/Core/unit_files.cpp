@@ -44,7 +44,7 @@ QString propertyText(const QVariant &value)
     case QMetaType::QStringList:
         return value.toStringList().join(QLatin1Char(' '));
     case QMetaType::UChar:
-        // A number, though its type would have itself be written as a character.
+        // A decimal number: the framework would turn a byte into a character.
         return QString::number(value.toUInt());
     default:
         return value.toString();
@@ -89,7 +89,7 @@ QByteArray policyText(const QString &busName, const QString &user)
                        "    <allow send_destination=\"%1\"/>\n"
                        "  </policy>\n"
                        "</busconfig>\n");
-    // Both at once: a name that spells the other's place does not take it.
+    // Both in one call, so that a placeholder inside the bus name stays as it is.
     return text.arg(busName.toHtmlEscaped(), user.toHtmlEscaped()).toUtf8();
 }
 

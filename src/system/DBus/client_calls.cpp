@@ -39,20 +39,22 @@ ClientCalls::~ClientCalls() = default;
 ClientCalls::Refusal ClientCalls::call(const QString &client, const QDBusMessage &message,
                                        int timeoutMs, Callback callback)
 {
+    const std::optional<uint> user = m_userOf(client);
+    if (!user)
+        return TooMuch;
+    std::shared_ptr<Client> entry = m_byName.value(client);
+    if (entry == nullptr)
+        entry = std::make_shared<Client>(Client{*user, {}, {}, {}});
+    // Before the message is looked at, which takes its time.
+    if (!hasRoom(*entry, {0, 1, 0, 0}))
+        return TooMuch;
     const MessageContents contents = contentsOf(message);
     if (contents.hasNestedDescriptors)
         return CannotBeSentOn;
-    const std::optional<uint> user = m_userOf(client);
-    if (!user || !contents.canBeSentOn())
-        return TooMuch;
-    std::shared_ptr<Client> &entry = m_byName[client];
-    if (entry == nullptr)
-        entry = std::make_shared<Client>(Client{*user, {}, {}, {}});
     const Usage usage{0, 1, contents.size, contents.descriptors};
-    if (!hasRoom(*entry, usage)) {
-        dropIfUnused(client);
+    if (contents.isTooLarge() || !hasRoom(*entry, usage))
         return TooMuch;
-    }
+    m_byName.insert(client, entry);
     if (entry->waiting.empty())
         m_turns.push_back(client);
     entry->waiting.push_back({message, timeoutMs, std::move(callback), usage});
@@ -92,7 +94,8 @@ void ClientCalls::count(Client &client, const Usage &change)
 
 void ClientCalls::sendWaiting()
 {
-    // Until nobody can send: each who could not goes to the end of the line.
+    // Ends when a full round of clients has sent nothing. A client that may not send now moves to
+    // the end of the queue.
     std::size_t couldNot = 0;
     while (m_all.inFlight < m_limits.inFlight.all && couldNot < m_turns.size()) {
         const QString name = m_turns.front();

@@ -83,7 +83,7 @@ QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus)
     for (const QJsonValue &value : list) {
         const QJsonObject entry = value.toObject();
         const QString client = entry.value(clientKey()).toString();
-        // The bus can say of nobody else whether he is still there.
+        // Only of a unique name the bus can say whether its client is still there.
         if (client.startsWith(QLatin1Char(':')))
             registrations.append(
                 {client, entry.value(pathKey()).toString(), entry.value(typeKey()).toString()});

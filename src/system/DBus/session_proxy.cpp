@@ -148,25 +148,16 @@ bool SessionProxy::forward(const QDBusMessage &message, const QDBusConnection &c
     QDBusMessage call = QDBusMessage::createMethodCall(Names::userService(), message.path(),
                                                        message.interface(), message.member());
     call.setArguments(message.arguments());
-    // What is kept until the answer comes needs no arguments: it says whom to answer.
-    QDBusMessage request = message;
-    request.setArguments({});
-
-    const auto finish = [self = QPointer<SessionProxy>(this), request, connection, answerAfterwards,
+    const auto finish = [self = QPointer<SessionProxy>(this), message, connection, answerAfterwards,
                          busy = std::make_shared<Busy>(this),
                          open = OpenCall()](QDBusPendingCallWatcher *watcher) {
         const QDBusMessage reply = watcher->reply();
         if (self && reply.type() == QDBusMessage::ReplyMessage)
-            self->d->reportObjectPaths(reply, request.service());
+            self->d->reportObjectPaths(reply, message.service());
         if (self || answerAfterwards == AnswerAfterwards::Yes)
-            sendAnswer(connection, request, answerTo(request, reply));
+            sendAnswer(connection, message, answerTo(message, reply));
     };
-    const ClientCalls::Refusal refusal =
-        userServiceCalls().call(request.service(), call, forwardTimeoutMs, finish);
-    if (refusal == ClientCalls::Taken)
-        return true;
-    sendAnswer(connection, request, refusalOf(request, refusal));
-    return false;
+    return callUserService(connection, message, call, forwardTimeoutMs, finish);
 }
 
 } // namespace DBus

@@ -8,7 +8,6 @@
 #include "common/client_text.h"
 #include "common/names.h"
 #include "system/Core/task_manager.h"
-#include "system/DBus/client_calls.h"
 #include "system/DBus/clients.h"
 #include "system/DBus/task_invoker_session.h"
 #include "system/DBus/task_invoker_session_proxy.h"
@@ -63,6 +62,13 @@ bool isOwnSession(const QString &path)
         && !Core::TaskTypeConfig(path.mid(sessions.size())).worksInSession();
 }
 
+// Whether the per-user service may have an object there: it must not take the place of what this
+// daemon serves itself.
+bool isForeign(const QString &path)
+{
+    return !path.isEmpty() && !isOwnObject(path) && !isOwnSession(path);
+}
+
 } // namespace
 
 TaskInvokerPrivate::TaskInvokerPrivate(TaskInvoker *invoker)
@@ -112,28 +118,31 @@ void TaskInvokerPrivate::createSessionProxy(const QString &taskType)
     const auto finish = [this, message, connection,
                          open = OpenCall()](QDBusPendingCallWatcher *watcher) {
         const QDBusMessage reply = watcher->reply();
-        if (reply.type() == QDBusMessage::ErrorMessage) {
-            sendAnswer(connection, message,
-                       message.createErrorReply(reply.errorName(), reply.errorMessage()));
-            return;
-        }
-        if (reply.arguments().isEmpty()) {
+        if (reply.type() == QDBusMessage::ReplyMessage && reply.arguments().isEmpty()) {
             // On purpose the client gets no answer either and runs into its own time-out.
             qWarning() << "Reply without parameters!";
             return;
         }
-        const QString path = reply.arguments().constFirst().value<QDBusObjectPath>().path();
-        if (!mayHold(message.service(), path.isEmpty() ? nullptr : bus.objectRegisteredAt(path))) {
-            sendAnswer(connection, message, tooManySessions(message));
-            return;
-        }
-        registerSessionProxy(connection, message, path);
-        sendAnswer(connection, message, message.createReply(reply.arguments()));
+        finishRegistration(connection, message, reply);
     };
-    const ClientCalls::Refusal refusal =
-        userServiceCalls().call(message.service(), call, -1, finish);
-    if (refusal != ClientCalls::Taken)
-        sendAnswer(connection, message, refusalOf(message, refusal));
+    callUserService(connection, message, call, -1, finish);
+}
+
+void TaskInvokerPrivate::finishRegistration(const QDBusConnection &connection,
+                                            const QDBusMessage &request, const QDBusMessage &reply)
+{
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        sendAnswer(connection, request,
+                   request.createErrorReply(reply.errorName(), reply.errorMessage()));
+        return;
+    }
+    const QString path = reply.arguments().constFirst().value<QDBusObjectPath>().path();
+    if (isForeign(path) && !mayHold(request.service(), bus.objectRegisteredAt(path))) {
+        sendAnswer(connection, request, tooManySessions(request));
+        return;
+    }
+    registerSessionProxy(connection, request, path);
+    sendAnswer(connection, request, request.createReply(reply.arguments()));
 }
 
 void TaskInvokerPrivate::registerSessionProxy(const QDBusConnection &, const QDBusMessage &message,
@@ -149,8 +158,7 @@ void TaskInvokerPrivate::registerSessionProxy(const QDBusConnection &, const QDB
 
 QObject *TaskInvokerPrivate::sessionProxyAt(const QString &path)
 {
-    // The per-user service must not take the place of what this daemon serves itself.
-    if (path.isEmpty() || isOwnObject(path) || isOwnSession(path))
+    if (!isForeign(path))
         return nullptr;
     if (QObject *existing = bus.objectRegisteredAt(path))
         return existing;
@@ -166,13 +174,14 @@ QObject *TaskInvokerPrivate::sessionProxyAt(const QString &path)
 
 bool TaskInvokerPrivate::mayHold(const QString &busName, QObject *object) const
 {
-    const Client holder = clients.value(busName);
-    if (object != nullptr && holder.objects.contains(object))
+    const auto holder = clients.constFind(busName);
+    const bool isNew = holder == clients.constEnd();
+    if (object != nullptr && !isNew && holder->objects.contains(object))
         return true;
-    if (holder.objects.size() >= maxObjectsOfClient)
+    if (!isNew && holder->objects.size() >= maxObjectsOfClient)
         return false;
     const std::optional<uint> user = Clients::instance().userOf(busName);
-    int clientsOfUser = clients.contains(busName) ? 0 : 1;
+    int clientsOfUser = isNew ? 1 : 0;
     int objectsOfUser = 1;
     for (const Client &client : clients) {
         if (client.user != user)

@@ -24,12 +24,16 @@ public:
     [[nodiscard]] TaskInvokerSession *sessionFor(const QString &taskType);
     void exportSession(TaskInvokerSession *session);
     void createSessionProxy(const QString &taskType);
+    /// Answers the client's call with what the per-user service answered.
+    void finishRegistration(const QDBusConnection &connection, const QDBusMessage &request,
+                            const QDBusMessage &reply);
     void registerSessionProxy(const QDBusConnection &connection, const QDBusMessage &message,
                               const QString &path);
     /// What serves the session of the per-user service at a path, made when there is nothing; null
     /// when it cannot be exported.
     [[nodiscard]] QObject *sessionProxyAt(const QString &path);
-    /// Whether a client may hold this object, which it may hold already; null stands for a new one.
+    /// Whether the limits allow it. Always true for an object that the client already holds. Null:
+    /// an object that does not exist yet.
     [[nodiscard]] bool mayHold(const QString &busName, QObject *object) const;
     /// Has a client hold an object from now on. A client that has left by now holds nothing.
     /// @param object null for a client that holds nothing and counts all the same until it leaves.

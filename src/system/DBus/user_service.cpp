@@ -1,5 +1,6 @@
 #include "system/DBus/user_service.h"
 
+#include "common/DBus/answer.h"
 #include "system/DBus/client_calls.h"
 #include "system/DBus/clients.h"
 
@@ -23,6 +24,16 @@ constexpr ClientCalls::Limits limits{
     // The bus carries 16 in a message.
     {128, 64, 32}};
 
+QDBusMessage refusalOf(const QDBusMessage &request, ClientCalls::Refusal refusal)
+{
+    if (refusal == ClientCalls::CannotBeSentOn)
+        return request.createErrorReply(
+            QDBusError::NotSupported,
+            QStringLiteral("File descriptors inside other values cannot be passed on"));
+    return request.createErrorReply(QDBusError::LimitsExceeded,
+                                    QStringLiteral("Too many calls wait for the user service"));
+}
+
 } // namespace
 
 ClientCalls &userServiceCalls()
@@ -38,14 +49,16 @@ ClientCalls &userServiceCalls()
     return *calls;
 }
 
-QDBusMessage refusalOf(const QDBusMessage &request, ClientCalls::Refusal refusal)
+bool callUserService(const QDBusConnection &connection, QDBusMessage request,
+                     const QDBusMessage &call, int timeoutMs, const ClientCalls::Callback &callback)
 {
-    if (refusal == ClientCalls::CannotBeSentOn)
-        return request.createErrorReply(
-            QDBusError::NotSupported,
-            QStringLiteral("File descriptors inside other values cannot be passed on"));
-    return request.createErrorReply(QDBusError::LimitsExceeded,
-                                    QStringLiteral("Too many calls wait for the user service"));
+    request.setArguments({});
+    const ClientCalls::Refusal refusal =
+        userServiceCalls().call(request.service(), call, timeoutMs, callback);
+    if (refusal == ClientCalls::Taken)
+        return true;
+    sendAnswer(connection, request, refusalOf(request, refusal));
+    return false;
 }
 
 } // namespace DBus

@@ -33,8 +33,7 @@ constexpr int longestId = 255;
 // is made of them has to fit a message of the bus, and everybody waits while they are read.
 constexpr qint64 mostText = 4 << 20;
 
-// Without the largest files of those that are too much together: nobody keeps the others' small
-// ones from being read.
+// Drops the largest files until the rest fits, so that large files cannot push out small ones.
 QStringList withinBounds(const QStringList &paths)
 {
     QVector<QPair<qint64, QString>> smallestFirst;

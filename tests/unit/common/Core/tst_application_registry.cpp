@@ -34,6 +34,7 @@ private Q_SLOTS:
     void prefersTheEarlierDirectory();
     void prefersTheFirstFileByName();
     void prefersTheFileThatIsNamedByItsId();
+    void prefersTheFileFromWhoseNameTheIdFollows();
     void keepsTheEarlierDirectoryWhateverItsFileIsCalled();
     void keepsTheTasksOfOneTypeWithinTheBound();
     void needsLittleTimeForAnyEntry_data();
@@ -210,7 +211,7 @@ void TestApplicationRegistry::prefersTheFirstFileByName()
     const QStringList lines = log.taken();
     QCOMPARE(lines.size(), 3);
     for (const QString &line : lines)
-        QVERIFY(line.contains(QLatin1String("/a.desktop\" counts, not that of \"")));
+        QVERIFY(line.contains(QLatin1String("/a.desktop\" is used, not \"")));
     QVERIFY(lines.first().endsWith(QLatin1String("/k.desktop\"")));
 }
 
@@ -243,14 +244,32 @@ void TestApplicationRegistry::prefersTheFileThatIsNamedByItsId()
     QCOMPARE(registry->task(task("com.example.App.task_sync")).exec, QStringLiteral("/bin/owner"));
     const QStringList id{QStringLiteral("com.example.App")};
     QCOMPARE(registry->handlersForUri(QUrl(QStringLiteral("own:x")), {}), id);
-    for (const char *uri : {"stolen:x", "late:x", "other:x"})
+    for (const char *uri : {"stolen:x", "late:x"})
         QCOMPARE(registry->handlersForUri(QUrl(QString::fromLatin1(uri)), {}), QStringList());
+    // The owner of the system may name any of an application's files.
+    QCOMPARE(registry->handlersForUri(QUrl(QStringLiteral("other:x")), {}), id);
     const QStringList lines = log.taken();
     QCOMPARE(lines.size(), 2);
     for (const QString &line : lines)
         QVERIFY(line.contains(directory + QStringLiteral("com.example.App.desktop")));
     QVERIFY(lines.first().contains(directory + QStringLiteral("aaa.desktop")));
     QVERIFY(lines.last().contains(directory + QStringLiteral("zzz.desktop")));
+}
+
+void TestApplicationRegistry::prefersTheFileFromWhoseNameTheIdFollows()
+{
+    const QByteArray plain = "[Desktop Entry]\nType=Application\nName=owner\n";
+    const QByteArray claiming = "[Desktop Entry]\nType=Application\nName=thief\n"
+                                "[X-Application]\nOrganizationName=org.zarn\nApplicationName=foo\n";
+    const QString directory = QStringLiteral("/usr/share/applications/");
+    root->write(directory + QStringLiteral("aaa.desktop"), claiming);
+    root->write(directory + QStringLiteral("foo.desktop"), plain);
+    root->write(directory + QStringLiteral("org.zarn.foo.desktop"), claiming);
+    const LogLines log;
+    load();
+    QCOMPARE(registry->application(ApplicationId(QStringLiteral("org.zarn.foo"))).name(),
+             QStringLiteral("owner"));
+    QCOMPARE(log.taken().size(), 2);
 }
 
 void TestApplicationRegistry::keepsTheEarlierDirectoryWhateverItsFileIsCalled()

@@ -64,6 +64,8 @@ private Q_SLOTS:
     void isNeverLessAndNotMuchMore();
     void leavesTheArgumentsReadable();
     void countsTheHeader();
+    void endsEarlyWithManyValues_data();
+    void endsEarlyWithManyValues();
     void countsDescriptors();
     void findsDescriptorsInsideOtherValues_data();
     void findsDescriptorsInsideOtherValues();
@@ -154,6 +156,32 @@ void TestMessageContents::countsTheHeader()
         QStringLiteral("a.b"), path, QStringLiteral("a.b"), QStringLiteral("C"));
     QVERIFY(DBus::contentsOf(call).size > 100000);
     QVERIFY(DBus::contentsOf(call.createErrorReply(QStringLiteral("a.E"), path)).size > 100000);
+}
+
+void TestMessageContents::endsEarlyWithManyValues_data()
+{
+    QTest::addColumn<QVariant>("value");
+    constexpr int many = 1000000;
+    QVariantList variants;
+    QStringList texts;
+    QList<Pair> records;
+    for (int number = 0; number < many; ++number) {
+        variants.append(QVariant::fromValue(uchar(5)));
+        texts.append(QString());
+        records.append(Pair());
+    }
+    QTest::newRow("variants") << QVariant(variants);
+    QTest::newRow("texts") << QVariant(texts);
+    QTest::newRow("records") << QVariant::fromValue(records);
+    QTest::newRow("lists in a list") << QVariant(QVariantList{variants, variants});
+}
+
+void TestMessageContents::endsEarlyWithManyValues()
+{
+    QFETCH(QVariant, value);
+    const DBus::MessageContents contents = DBus::contentsOf(received({value, value}));
+    QVERIFY(contents.isTooLarge());
+    QVERIFY(contents.values <= DBus::mostValues + 10);
 }
 
 void TestMessageContents::countsDescriptors()

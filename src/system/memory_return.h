@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QObject>
+#include <QTimer>
+
+/// Gives memory back to the system after it was needed for large messages. The C library keeps what
+/// has been freed between blocks that are in use, and a client that sends 30 MB of small texts
+/// would leave hundreds of megabytes with an idle daemon. Looks once, a second after the last time
+/// that the process was woken up first; costs nothing while it sleeps. Event-loop thread only.
+class MemoryReturn : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit MemoryReturn(QObject *parent = nullptr);
+
+private:
+    QTimer m_timer;
+};
