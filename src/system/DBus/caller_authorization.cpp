@@ -5,15 +5,51 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDeadlineTimer>
 #include <QFileInfo>
+#include <QSet>
 
 #include <sailfishaccesscontrol.h>
 
 #include <algorithm>
+#include <deque>
+#include <utility>
 
 namespace DBus {
 
 namespace {
+
+/// Callers that have been refused a moment ago. To judge one takes a question to the bus, and what
+/// everybody else sends waits meanwhile: without this, one client's calls without end would have
+/// all others wait for as long. A bus gives a unique name once only, so a name stands for one
+/// caller.
+class RecentRefusals
+{
+public:
+    bool contains(const QString &refusal)
+    {
+        dropExpired();
+        return m_known.contains(refusal);
+    }
+    void add(const QString &refusal)
+    {
+        constexpr int momentMs = 1000;
+        m_known.insert(refusal);
+        m_byAge.emplace_back(QDeadlineTimer(momentMs), refusal);
+    }
+
+private:
+    void dropExpired()
+    {
+        while (!m_byAge.empty() && m_byAge.front().first.hasExpired()) {
+            m_known.remove(m_byAge.front().second);
+            m_byAge.pop_front();
+        }
+    }
+
+    QSet<QString> m_known;
+    std::deque<std::pair<QDeadlineTimer, QString>> m_byAge;
+};
 
 /// A process as its directory below /proc shows it: by its effective user and group.
 struct Process
@@ -52,14 +88,9 @@ bool bothBelongTo(const QString &group, const Process &process, const CallerCred
     return (process.group == group || isMember(process.uid, group)) && isMember(caller.uid, group);
 }
 
-} // namespace
-
-bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connection,
-                        const QStringList &groups)
+bool isAuthorized(const QString &name, const QDBusConnection &connection, const QStringList &groups)
 {
-    if (qgetenv("ORVANE_SKIP_AUTHENTICATION") == "1")
-        return true;
-    std::optional<CallerCredentials> caller = credentialsOf(call.service(), connection);
+    std::optional<CallerCredentials> caller = credentialsOf(name, connection);
     if (!caller)
         return false;
     const std::optional<Process> process = processOf(*caller);
@@ -75,6 +106,24 @@ bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connect
         // A group that has no name in the user database must match nothing.
         return !group.isEmpty() && bothBelongTo(group, *process, *caller);
     });
+}
+
+} // namespace
+
+bool isCallerAuthorized(const QDBusMessage &call, const QDBusConnection &connection,
+                        const QStringList &groups)
+{
+    if (qgetenv("ORVANE_SKIP_AUTHENTICATION") == "1")
+        return true;
+    static RecentRefusals refusals;
+    const QString refusal =
+        (QStringList{connection.name(), call.service()} + groups).join(QLatin1Char('\n'));
+    if (refusals.contains(refusal))
+        return false;
+    const bool admitted = isAuthorized(call.service(), connection, groups);
+    if (!admitted)
+        refusals.add(refusal);
+    return admitted;
 }
 
 bool mayRunTasks(const QDBusMessage &call, const QDBusConnection &connection)

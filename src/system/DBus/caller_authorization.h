@@ -16,6 +16,7 @@ namespace DBus {
 /// - members of one of `groups`, when both users are.
 /// A caller that is gone, that the bus does not know, or whose user it does not name is refused.
 /// With a root prefix (ORVANE_ROOTFS) only the process below it is looked at, not who connected.
+/// Who has been refused stays so for one second, whatever becomes of them.
 /// With ORVANE_SKIP_AUTHENTICATION set to exactly "1" everybody may. Blocks for one question to the
 /// bus, 25 s at most; belongs on the thread of the event loop.
 /// @param connection the connection that the call came in on.

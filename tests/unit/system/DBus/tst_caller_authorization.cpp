@@ -104,6 +104,8 @@ private Q_SLOTS:
     void refusesAProcessThatIsGone();
     void refusesACallerThatVanished();
     void refusesWithoutABus();
+    void remembersARefusalForAMoment();
+    void remembersARefusalOfTheseGroupsAndThisCallerAlone();
     void skipsTheCheckOnlyWhenToldExactlySo_data();
     void skipsTheCheckOnlyWhenToldExactlySo();
 
@@ -169,6 +171,8 @@ void TestCallerAuthorization::init()
 
 void TestCallerAuthorization::cleanup()
 {
+    // Another caller for the next: this one may have been refused.
+    QDBusConnection::disconnectFromBus(QStringLiteral("from"));
     qunsetenv("ORVANE_ROOTFS");
     qunsetenv("ORVANE_SKIP_AUTHENTICATION");
     qunsetenv("ORVANE_TASK_GROUPS");
@@ -395,6 +399,31 @@ void TestCallerAuthorization::refusesACallerThatVanished()
 void TestCallerAuthorization::refusesWithoutABus()
 {
     QVERIFY(!DBus::isCallerAuthorized(m_receiver.received, QDBusConnection(QString()), {}));
+}
+
+void TestCallerAuthorization::remembersARefusalForAMoment()
+{
+    const QStringList man{QStringLiteral("man")};
+    QVERIFY(!admits(man));
+    if (!ownProcess(0, 0))
+        QSKIP("only root can give files away");
+    QVERIFY(!admits(man));
+    QVERIFY(QTest::qWaitFor([&] { return admits(man); }));
+}
+
+void TestCallerAuthorization::remembersARefusalOfTheseGroupsAndThisCallerAlone()
+{
+    const QStringList man{QStringLiteral("man")};
+    if (!ownProcess(noSuchUser, groupId("man")))
+        QSKIP("only root can give files away");
+    QVERIFY(!admits({QStringLiteral("games")}));
+    QVERIFY(admits(man));
+    QVERIFY(ownProcess(noSuchUser, noSuchGroup));
+    QVERIFY(!admits(man));
+    QVERIFY(ownProcess(noSuchUser, groupId("man")));
+    QVERIFY(callFrom(m_bus->connect(QStringLiteral("another"))));
+    QVERIFY(admits(man));
+    QDBusConnection::disconnectFromBus(QStringLiteral("another"));
 }
 
 void TestCallerAuthorization::skipsTheCheckOnlyWhenToldExactlySo_data()
