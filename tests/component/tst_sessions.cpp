@@ -63,6 +63,7 @@ private Q_SLOTS:
     void sharesOneSessionAmongItsClients();
     void exportsItsMethodsAndPropertiesOnly();
     void isThereAgainRightBehindAClose();
+    void registersAClientThatWantsNoReply();
     void keepsTheNextSessionWhenTheLastIsClosedTwice();
     void answersForATypeThatIsNoObjectPath();
     void announcesRunningTasks();
@@ -212,6 +213,21 @@ void TestSessions::isThereAgainRightBehindAClose()
         stage.client.asyncCall(Stage::sessionCall(QStringLiteral("CloseSession")));
         QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
         QCOMPARE(stage.stop(syncTask()).type(), QDBusMessage::ReplyMessage);
+    }
+}
+
+void TestSessions::registersAClientThatWantsNoReply()
+{
+    Stage stage;
+    stage.root.serveType(syncType());
+    QVERIFY(stage.start());
+    for (int round = 0; round < 3; ++round) {
+        for (int call = 0; call < 3; ++call)
+            QVERIFY(stage.client.send(Stage::registerCall(syncType())));
+        QVERIFY(stage.waitUntil(
+            [&] { return stage.stop(syncTask()).type() == QDBusMessage::ReplyMessage; }));
+        QCOMPARE(stage.call(Stage::sessionCall(QStringLiteral("CloseSession"))).type(),
+                 QDBusMessage::ReplyMessage);
     }
 }
 

@@ -192,6 +192,13 @@ bool TaskInvokerPrivate::mayHold(const QString &busName, QObject *object) const
     return clientsOfUser <= maxClientsOfUser && objectsOfUser <= maxObjectsOfUser;
 }
 
+bool TaskInvokerPrivate::holdsSession(const QString &busName, const QString &taskType) const
+{
+    TaskInvokerSession *const session = sessions.value(taskType);
+    const auto client = clients.constFind(busName);
+    return session != nullptr && client != clients.constEnd() && client->objects.contains(session);
+}
+
 void TaskInvokerPrivate::Client::add(QObject *object)
 {
     if (object == nullptr)
@@ -332,11 +339,14 @@ void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sess
                                   QVariantMap &properties)
 {
     qDebug() << ClientText(taskType);
+    const QString client = message().service();
+    // Nothing would come of it, and a client can send very many of these.
+    if (!message().isReplyRequired() && d->holdsSession(client, taskType))
+        return;
     if (Core::TaskTypeConfig(taskType).worksInSession()) {
         d->createSessionProxy(taskType);
         return;
     }
-    const QString client = message().service();
     if (!d->mayHold(client, d->sessions.value(taskType))) {
         setDelayedReply(true);
         sendAnswer(connection(), message(), tooManySessions(message()));

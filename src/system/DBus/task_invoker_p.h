@@ -32,6 +32,8 @@ public:
     /// What serves the session of the per-user service at a path, made when there is nothing; null
     /// when it cannot be exported.
     [[nodiscard]] QObject *sessionProxyAt(const QString &path);
+    /// Whether a client holds the session of a type that this daemon serves.
+    [[nodiscard]] bool holdsSession(const QString &busName, const QString &taskType) const;
     /// Whether the limits allow it. Always true for an object that the client already holds. Null:
     /// an object that does not exist yet.
     [[nodiscard]] bool mayHold(const QString &busName, QObject *object) const;
