@@ -132,7 +132,10 @@ int runDaemon()
     quitOnSignal.reset();
     phase = Phase::Leaving;
     leaveBus(bus, taskInvoker, departure);
-    return status;
+    // The service manager tells whoever has lost the name to end. When that comes before the loss
+    // of the connection, or overtakes it, the process has failed all the same, and has to be
+    // started again.
+    return bus.isConnected() ? status : EXIT_FAILURE;
 }
 
 } // namespace

@@ -9,6 +9,9 @@
 #include <QDir>
 #include <QTest>
 
+#include <csignal>
+#include <sys/types.h>
+
 namespace {
 
 const char limitsExceeded[] = "org.freedesktop.DBus.Error.LimitsExceeded";
@@ -54,6 +57,7 @@ private Q_SLOTS:
     void keepsNothingForATypeThatNobodyCanReach();
     void waitsForAClientOfATypeThatNobodyCanReach();
     void endsWhenTheBusIsGone();
+    void hasFailedWithoutABusThoughItIsToldToEnd();
     void keepsSessionsWhenTheBusThrowsItOut();
     void keepsNoDescriptor_data();
     void keepsNoDescriptor();
@@ -323,6 +327,19 @@ void TestHostileClients::endsWhenTheBusIsGone()
     QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
     QCOMPARE(stage->daemon.exitStatus(), 1);
     QVERIFY(stage->daemonLogs("Lost the connection to the bus"));
+}
+
+void TestHostileClients::hasFailedWithoutABusThoughItIsToldToEnd()
+{
+    QVERIFY(stage->start());
+    const auto daemon = static_cast<pid_t>(stage->daemon.processId());
+    // It sees both at once, as when the service manager tells it to end for the lost name.
+    QCOMPARE(::kill(daemon, SIGSTOP), 0);
+    stage->bus.stop();
+    QCOMPARE(::kill(daemon, SIGTERM), 0);
+    QCOMPARE(::kill(daemon, SIGCONT), 0);
+    QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
+    QCOMPARE(stage->daemon.exitStatus(), 1);
 }
 
 void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()
