@@ -3,7 +3,11 @@
 //   EmptySignature     answers with a signature that names no type
 //   EmptyInVariant     the same, inside the map of a record
 //   Descriptor         answers with a descriptor
+//   NestedDescriptor   answers with descriptors inside other values
+//   Huge, argument i   answers with a text of that length
+//   Never              does not answer
 //   Emit, argument s   emits PropertiesChanged of Control1 with a body of that kind, then answers
+//   Flood, argument i  emits so many genuine ones, then answers
 //   RegisterInvoker    answers with the path that the type names after "=", and an empty map
 //   Pid                answers with its process id
 //   anything else      answers with nothing
@@ -17,6 +21,9 @@
 #include <unistd.h>
 
 namespace {
+
+// The bus takes a little more.
+constexpr int hugeLength = 30 * 1000 * 1000;
 
 void check(int result, const char *what)
 {
@@ -45,6 +52,11 @@ void appendBody(sd_bus_message *signal, const std::string &kind)
         result = sd_bus_message_append(signal, "sa{sv}ass", "a.b", 0, 0, "more");
     else if (kind == "empty signature")
         result = sd_bus_message_append(signal, "sa{sv}as", "a.b", 1, "k", "g", "", 0);
+    else if (kind == "descriptor")
+        result = sd_bus_message_append(signal, "sa{sv}as", "a.b", 1, "k", "h", STDERR_FILENO, 0);
+    else if (kind == "huge")
+        result = sd_bus_message_append(signal, "sa{sv}as", "a.b", 1, "k", "s",
+                                       std::string(hugeLength, 'x').c_str(), 0);
     else if (kind == "genuine")
         result = sd_bus_message_append(signal, "sa{sv}as", "genuine", 1, "k", "i", 5, 0);
     else
@@ -83,6 +95,13 @@ std::string textOf(sd_bus_message *call)
     return text;
 }
 
+int numberOf(sd_bus_message *call)
+{
+    int number = 0;
+    check(sd_bus_message_read(call, "i", &number), "read");
+    return number;
+}
+
 int onCall(sd_bus_message *call, void *, sd_bus_error *)
 {
     const std::string member = sd_bus_message_get_member(call);
@@ -92,10 +111,20 @@ int onCall(sd_bus_message *call, void *, sd_bus_error *)
         return reply(call, "(sa{sv})", "x", 1, "k", "g", "");
     if (member == "Descriptor")
         return reply(call, "h", STDERR_FILENO);
+    if (member == "NestedDescriptor")
+        return reply(call, "(h)a{sv}", STDERR_FILENO, 1, "k", "h", STDERR_FILENO);
+    if (member == "Huge")
+        return reply(call, "s", std::string(numberOf(call), 'x').c_str());
+    if (member == "Never")
+        return 1;
     if (member == "Pid")
         return reply(call, "i", static_cast<int>(getpid()));
     if (member == "Emit")
         emitChange(sd_bus_message_get_bus(call), textOf(call));
+    if (member == "Flood") {
+        for (int left = numberOf(call); left > 0; --left)
+            emitChange(sd_bus_message_get_bus(call), "genuine");
+    }
     if (member == "RegisterInvoker") {
         const std::string type = textOf(call);
         return reply(call, "oa{sv}", type.substr(type.find('=') + 1).c_str(), 0);

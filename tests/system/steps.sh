@@ -118,3 +118,109 @@ start_peer() {
 }
 
 autostart_file() { echo "/var/lib/am/apps/$1/$2.conf"; }
+
+# What no attack may change: remember_system, then each attack by withstand. What the scenario itself starts
+# for the attacks has to run before remember_system.
+longest_wait_during_ms=2000
+longest_wait_after_ms=100
+memory_to_spare_kb=$((32 * 1024))
+
+main_pid() { in_container systemctl show --value -p MainPID orvane.service; }
+
+# Of directories without the time: a file that is made and removed leaves nothing.
+written_files() {
+    in_container find /etc/systemd/system /etc/dbus-1/system.d /var/lib/am /run/orvane \
+        \( -type d -printf '%p/ %M %u\n' \) -o -printf '%p %M %u %s %T@ %l\n' | sort
+}
+
+# Of the container's own: not of what is run in it from outside, whose control group is outside. A name in
+# parentheses is systemd itself, about to become a service.
+root_processes() {
+    in_container ps --no-headers -e -o uid=,cgroup:200=,comm= \
+        | awk '$1 == 0 && $2 !~ /::\/\.\./ && $3 !~ /^\(/ { $1 = ""; print }' | sort -u
+}
+
+daemon_memory_kb() { in_container awk '$1 == "VmRSS:" { print $2 }' "/proc/$(main_pid)/status"; }
+daemon_descriptors() { in_container find "/proc/$(main_pid)/fd" -type l | wc -l; }
+
+remember_system() {
+    container_install "$ORVANE_BIN/latency-probe" /usr/local/bin/latency-probe 755
+    remembered_files=$(written_files)
+    remembered_processes=$(root_processes)
+    remembered_pid=$(main_pid)
+    remembered_memory_kb=$(daemon_memory_kb)
+    remembered_descriptors=$(daemon_descriptors)
+}
+
+# withstand WHAT CMD...: runs an attack while another client calls the daemon, and looks at what is left.
+withstand() {
+    local what=$1
+    shift
+    attack_while_another_calls "$what" "$@"
+    expect_system_unchanged "$what"
+    expect_equal "the daemon's process after $what" "$(main_pid)" "$remembered_pid"
+}
+
+# The same for an attack that ends the daemon: another runs, and nobody has noticed.
+withstand_an_end() {
+    local what=$1
+    shift
+    attack_while_another_calls "$what" "$@"
+    [ "$(main_pid)" != "$remembered_pid" ] || fail "$what has not ended the daemon"
+    expect_system_unchanged "$what"
+    remembered_pid=$(main_pid)
+}
+
+# The shortest of up to three counts: what else the machine does makes waits longer, never shorter.
+attack_while_another_calls() {
+    local what=$1 longest round median
+    shift
+    for round in 1 2 3; do
+        attack_once "$what" "$@"
+        [ "$longest" -gt "$longest_wait_during_ms" ] || break
+    done
+    median=$(wait_afterwards)
+    echo "$what: others waited $longest ms at most, $median ms afterwards (attack $round)"
+    [ "$longest" -le "$longest_wait_during_ms" ] || fail "others waited $longest ms during $what"
+    [ "${median:-99999}" -le "$longest_wait_after_ms" ] || fail "others wait $median ms after $what"
+}
+
+# Sets longest.
+attack_once() {
+    local what=$1 ready input
+    shift
+    coproc probing { in_container setpriv --reuid=nobody --clear-groups latency-probe during; }
+    read -r ready <&"${probing[0]}" || fail "the daemon did not answer before $what"
+    [ "$ready" = ready ] || fail "the probe said $ready"
+    "$@"
+    input=${probing[1]}
+    exec {input}>&-
+    read -r longest <&"${probing[0]}" || fail "the daemon did not answer during $what"
+    wait "$probing_PID" || true
+}
+
+wait_afterwards() { in_container setpriv --reuid=nobody --clear-groups latency-probe after | tail -n 1; }
+
+expect_system_unchanged() {
+    expect_equal "the files after $1" "$(written_files)" "$remembered_files"
+    expect_equal "processes of root that are new after $1" \
+        "$(comm -13 <(echo "$remembered_processes") <(root_processes))" ""
+    wait_for 20 "the daemon's memory after $1, $remembered_memory_kb KB before" memory_is_back \
+        || fail "the daemon has kept $(daemon_memory_kb) KB"
+    wait_for 20 "the daemon's descriptors after $1" descriptors_are_back
+}
+
+# The daemon returns memory when it has nothing more to do: it has to have had something.
+memory_is_back() {
+    wait_afterwards >/dev/null
+    [ "$(daemon_memory_kb)" -le $((remembered_memory_kb + memory_to_spare_kb)) ]
+}
+# A few more for what is connected at the moment.
+descriptors_are_back() { [ "$(daemon_descriptors)" -le $((remembered_descriptors + 4)) ]; }
+
+# as USER CMD...: runs a command in the container as a user of it.
+as() {
+    local user=$1
+    shift
+    in_container setpriv --reuid="$user" --regid="$(in_container id -g "$user")" --init-groups "$@"
+}
