@@ -122,6 +122,8 @@ autostart_file() { echo "/var/lib/am/apps/$1/$2.conf"; }
 # What no attack may change: remember_system, then each attack by withstand. What the scenario itself starts
 # for the attacks has to run before remember_system.
 longest_wait_during_ms=2000
+# Where programs had to wait for a processor meanwhile: that time on top, up to this in all.
+longest_wait_on_a_busy_machine_ms=8000
 longest_wait_after_ms=100
 memory_to_spare_kb=$((32 * 1024))
 
@@ -171,24 +173,31 @@ withstand_an_end() {
     remembered_pid=$(main_pid)
 }
 
-# The shortest of up to three counts: what else the machine does makes waits longer, never shorter.
+# The best of up to three: what else the machine does makes waits longer, never shorter.
 attack_while_another_calls() {
-    local what=$1 longest round median
+    local what=$1 longest allowed round median
     shift
     for round in 1 2 3; do
         attack_once "$what" "$@"
-        [ "$longest" -gt "$longest_wait_during_ms" ] || break
+        [ "$longest" -gt "$allowed" ] || break
     done
     median=$(wait_afterwards)
     echo "$what: others waited $longest ms at most, $median ms afterwards (attack $round)"
-    [ "$longest" -le "$longest_wait_during_ms" ] || fail "others waited $longest ms during $what"
+    [ "$longest" -le "$allowed" ] || fail "others waited $longest ms during $what, $allowed ms are allowed"
     [ "${median:-99999}" -le "$longest_wait_after_ms" ] || fail "others wait $median ms after $what"
 }
 
-# Sets longest.
+# For how long programs have waited for a processor since the machine started, where the kernel tells.
+processor_pressure_ms() {
+    { awk '$1 == "some" { sub("total=", "", $5); print int($5 / 1000) }' /proc/pressure/cpu 2>/dev/null || true; } \
+        | grep . || echo 0
+}
+
+# Sets longest and allowed.
 attack_once() {
-    local what=$1 ready input
+    local what=$1 ready input before
     shift
+    before=$(processor_pressure_ms)
     coproc probing { in_container setpriv --reuid=nobody --clear-groups latency-probe during; }
     read -r ready <&"${probing[0]}" || fail "the daemon did not answer before $what"
     [ "$ready" = ready ] || fail "the probe said $ready"
@@ -197,6 +206,8 @@ attack_once() {
     exec {input}>&-
     read -r longest <&"${probing[0]}" || fail "the daemon did not answer during $what"
     wait "$probing_PID" || true
+    allowed=$((longest_wait_during_ms + $(processor_pressure_ms) - before))
+    allowed=$((allowed < longest_wait_on_a_busy_machine_ms ? allowed : longest_wait_on_a_busy_machine_ms))
 }
 
 wait_afterwards() { in_container setpriv --reuid=nobody --clear-groups latency-probe after | tail -n 1; }
