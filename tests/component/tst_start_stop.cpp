@@ -84,6 +84,10 @@ private Q_SLOTS:
     void refusesACommandLineThatLeavesItsLine();
     void refusesAnIdOfTheSystem_data();
     void refusesAnIdOfTheSystem();
+    void confinesToThePartsThatWereDeclared_data();
+    void confinesToThePartsThatWereDeclared();
+    void refusesAnIdOfNoPattern_data();
+    void refusesAnIdOfNoPattern();
     void startsAUnitOfTheLongestNameTwice();
     void refusesAUnitOfALongerName();
     void keepsWhatWasThereWhenTheUnitCannotBeWritten();
@@ -129,6 +133,10 @@ void TestStartStop::init()
                                  "[X-Task expands]\nType=Sync\nExec=/opt/${X}\n"
                                  "[X-Task relative]\nType=Sync\nExec=sleep 5\n");
     declareTheSystem();
+    declare(QStringLiteral("dotted"), QStringLiteral("com.example"), QStringLiteral("dotted.Name"));
+    declare(QStringLiteral("1st"), QString(), QString());
+    declare(QStringLiteral("blank"), QStringLiteral("com example"), QStringLiteral("x"));
+    declare(QStringLiteral("digit"), QStringLiteral("com"), QStringLiteral("1st"));
     for (const int bytes : {NAME_MAX, NAME_MAX + 1})
         declare(QString::number(bytes), QStringLiteral("com.example"), nameForUnitNameOf(bytes));
     QVERIFY(stage->start());
@@ -400,6 +408,48 @@ void TestStartStop::refusesAnIdOfTheSystem()
     const QDBusMessage reply = stage->start(id + QStringLiteral(".task_sync"), user());
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
     QVERIFY(reply.errorMessage().startsWith(QStringLiteral("Application id must not")));
+    expectNothingWritten();
+}
+
+void TestStartStop::confinesToThePartsThatWereDeclared_data()
+{
+    QTest::addColumn<QString>("application");
+    QTest::addColumn<QByteArray>("organisation");
+    QTest::addColumn<QByteArray>("name");
+    QTest::newRow("a dot in the name") << QStringLiteral("com.example.dotted.Name")
+                                       << QByteArray("com.example") << QByteArray("dotted.Name");
+    QTest::newRow("a file without names")
+        << QStringLiteral("org.zarn.1st") << QByteArray("org.zarn") << QByteArray("1st");
+}
+
+void TestStartStop::confinesToThePartsThatWereDeclared()
+{
+    QFETCH(QString, application);
+    QFETCH(QByteArray, organisation);
+    QFETCH(QByteArray, name);
+    const QString id = application + QStringLiteral(".task_sync");
+    QCOMPARE(stage->start(id, user()).errorMessage(), QString());
+    const QByteArray unitText = stage->root.read(stage->root.unitFile(id));
+    for (const QByteArray &option :
+         {QByteArray("--template=OrganizationName:" + organisation),
+          QByteArray("--template=ApplicationName:" + name),
+          QByteArray("--whitelist=${HOME}/.config/" + organisation + '/' + name),
+          QByteArray("--whitelist=/srv/shared/" + organisation + "/common")})
+        QVERIFY2(unitText.contains(" " + option + " "), unitText.constData());
+}
+
+void TestStartStop::refusesAnIdOfNoPattern_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::newRow("a blank") << QStringLiteral("com example.x.task_sync");
+    QTest::newRow("a digit behind the only dot") << QStringLiteral("com.1st.task_sync");
+}
+
+void TestStartStop::refusesAnIdOfNoPattern()
+{
+    QFETCH(QString, id);
+    const QDBusMessage reply = stage->start(id, user());
+    QCOMPARE(reply.errorName(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
     expectNothingWritten();
 }
 

@@ -82,6 +82,15 @@ ApplicationId ApplicationId::fromDesktopFileName(const QString &fileName)
     return {QStringLiteral("org.zarn"), name};
 }
 
+ApplicationId ApplicationId::startOf(const QString &text, qint16 length, qint16 organisationLength)
+{
+    ApplicationId id(length < 1 ? text : text.left(length));
+    // The text alone does not say which of its dots is the one between the parts.
+    if (organisationLength > 0)
+        id.m_organisationLength = organisationLength;
+    return id;
+}
+
 QStringRef ApplicationId::organisation() const
 {
     return m_organisationLength > 0 ? m_text.leftRef(m_organisationLength)
@@ -121,7 +130,7 @@ ApplicationTaskId::ApplicationTaskId(const ApplicationId &application, const QSt
 
 ApplicationId ApplicationTaskId::applicationId() const
 {
-    return ApplicationId(m_applicationIdLength < 1 ? m_text : m_text.left(m_applicationIdLength));
+    return ApplicationId::startOf(m_text, m_applicationIdLength, m_organisationLength);
 }
 
 QStringRef ApplicationTaskId::taskName() const
@@ -176,7 +185,7 @@ ApplicationInstanceId ApplicationInstanceId::fromTaskOrInstance(const QString &t
 
 ApplicationId ApplicationInstanceId::applicationId() const
 {
-    return ApplicationId(m_applicationIdLength < 1 ? m_text : m_text.left(m_applicationIdLength));
+    return ApplicationId::startOf(m_text, m_applicationIdLength, m_organisationLength);
 }
 
 } // namespace Core

@@ -39,6 +39,12 @@ private:
     friend class ApplicationInstanceId;
     friend class ApplicationTaskId;
 
+    // The application at the start of another id: the first `length` characters of `text`, the
+    // whole when that is less than 1, with its parts as they are marked there. Where no
+    // organisation is marked, the text is parsed.
+    [[nodiscard]] static ApplicationId startOf(const QString &text, qint16 length,
+                                               qint16 organisationLength);
+
     QString m_text;
     qint16 m_organisationLength = 0;
     qint16 m_length = 0;
@@ -55,7 +61,8 @@ public:
     ApplicationTaskId(const ApplicationId &application, const QString &taskName);
 
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
-    /// The application that declares the task; made of the whole text when this is not valid.
+    /// The application that declares the task, with the parts that it was joined of or parsed to;
+    /// made of the whole text when this is not valid.
     [[nodiscard]] ApplicationId applicationId() const;
     /// The task's own name, without "task_"; null when this is not valid.
     [[nodiscard]] QStringRef taskName() const;
@@ -97,6 +104,7 @@ public:
     [[nodiscard]] static ApplicationInstanceId fromTaskOrInstance(const QString &text);
 
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
+    /// The application, with the parts that it was joined of or parsed to.
     [[nodiscard]] ApplicationId applicationId() const;
     [[nodiscard]] const QString &toString() const { return m_text; }
 

@@ -12,10 +12,11 @@ namespace {
 
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
 
-// The id becomes names of directories, bus names and words of the command line.
+// The id becomes names of directories, bus names and words of the command line. Whoever joined it
+// did not look at its parts, so its text is parsed.
 Error checkApplicationId(const ApplicationId &id)
 {
-    if (!id.isValid())
+    if (!ApplicationId(id.toString()).isValid())
         return invalid(QStringLiteral("Application id must be an organisation and a name"));
     if (hasEmptyComponent(id.toString()))
         return invalid(QStringLiteral("Application id must not have an empty component"));

@@ -17,6 +17,8 @@ private Q_SLOTS:
     void parsesTasks_data();
     void parsesTasks();
     void joinsTasks();
+    void keepsThePartsThatAnIdWasJoinedOf_data();
+    void keepsThePartsThatAnIdWasJoinedOf();
     void parsesInstances_data();
     void parsesInstances();
     void joinsInstances();
@@ -128,6 +130,34 @@ void TestApplicationId::joinsTasks()
     QCOMPARE(id.taskName().toString(), QStringLiteral("sync"));
     QVERIFY(!ApplicationTaskId(application, QString()).isValid());
     QVERIFY(!ApplicationTaskId(ApplicationId(), QStringLiteral("sync")).isValid());
+}
+
+void TestApplicationId::keepsThePartsThatAnIdWasJoinedOf_data()
+{
+    QTest::addColumn<QString>("organisation");
+    QTest::addColumn<QString>("name");
+    const auto row = [](const char *what, const char *organisation, const char *name) {
+        QTest::newRow(what) << QString::fromUtf8(organisation) << QString::fromUtf8(name);
+    };
+    row("a dot in the name", "com.example", "dotted.Name");
+    row("a name that begins with a digit", "org.zarn", "1st");
+    row("upper case in the organisation", "com.Example", "Notes");
+    row("as it would be parsed", "com.example", "Notes");
+}
+
+void TestApplicationId::keepsThePartsThatAnIdWasJoinedOf()
+{
+    QFETCH(QString, organisation);
+    QFETCH(QString, name);
+    const ApplicationId application(organisation, name);
+    const ApplicationId ofTask =
+        ApplicationTaskId(application, QStringLiteral("sync")).applicationId();
+    const ApplicationId ofInstance = ApplicationInstanceId(application, 3).applicationId();
+    for (const ApplicationId &id : {ofTask, ofInstance}) {
+        QCOMPARE(id.toString(), application.toString());
+        QCOMPARE(id.organisation().toString(), organisation);
+        QCOMPARE(id.name().toString(), name);
+    }
 }
 
 void TestApplicationId::parsesInstances_data()
