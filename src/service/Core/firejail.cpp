@@ -1,13 +1,11 @@
 #include "service/Core/firejail.h"
 #include "service/Core/firejail_p.h"
 
-#include "files/foreign_file.h"
+#include "files/path_below.h"
+#include "service/Core/program_file.h"
 
-#include <QDebug>
 #include <QFile>
 #include <QFileInfo>
-
-#include <unistd.h>
 
 #include <algorithm>
 
@@ -22,15 +20,9 @@ const char *const homeData = "${HOME}/.local/share/";
 const char *const systemCommon = "/usr/share/common/";
 const char *const shared = "/srv/shared/";
 
-QStringList permissionDirectories()
-{
-    return {QStringLiteral("/etc/sailjail/permissions/"),
-            QStringLiteral("/var/lib/sailjail/permissions/")};
-}
-
 enum class Directory { Existing, Create };
 
-void appendWhitelist(QByteArrayList &argv, const QByteArray &path,
+void appendWhitelist(SandboxLine &argv, const QByteArray &path,
                      Directory directory = Directory::Existing)
 {
     if (directory == Directory::Create)
@@ -38,7 +30,7 @@ void appendWhitelist(QByteArrayList &argv, const QByteArray &path,
     argv << "--whitelist=" + path;
 }
 
-void appendBind(QByteArrayList &argv, const QByteArray &source, const QByteArray &target,
+void appendBind(SandboxLine &argv, const QByteArray &source, const QByteArray &target,
                 Directory directory = Directory::Existing)
 {
     if (directory == Directory::Create)
@@ -48,8 +40,9 @@ void appendBind(QByteArrayList &argv, const QByteArray &source, const QByteArray
 
 // An empty directory that is first whitelisted and then blacklisted closes the tree that it lies
 // in when nothing else of it was opened.
-void appendClosedSharedTrees(QByteArrayList &argv)
+void appendClosedSharedTrees(SandboxLine &argv)
 {
+    argv.from(SandboxWord::Fixed);
     for (const char *tree : {shared, systemCommon}) {
         const QByteArray empty = QByteArray(tree) + "empty";
         argv << "--whitelist=" + empty << "--blacklist=" + empty;
@@ -79,18 +72,6 @@ bool liesDirectlyIn(const QByteArray &directory, const QByteArray &path)
     return path.startsWith(directory) && path.indexOf('/', directory.size()) < 0;
 }
 
-bool isElf(const QString &path) { return readStartOfForeignFile(path, 4).text == "\177ELF"; }
-
-// By the current user. Root may execute what anybody may; a confined root, without the capability
-// that makes it so, must not judge otherwise.
-bool isExecutable(const QString &path)
-{
-    constexpr auto anybody = QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther;
-    const QFileDevice::Permissions permissions = QFile::permissions(path);
-    return permissions.testFlag(QFileDevice::ExeUser)
-        || (geteuid() == 0 && (permissions & anybody));
-}
-
 // Of such a name the unit's reader would make two, or another one.
 bool keepsItsTextInAUnit(const QString &permission)
 {
@@ -99,38 +80,60 @@ bool keepsItsTextInAUnit(const QString &permission)
     });
 }
 
+Finding unknownPermission(const QString &name)
+{
+    Finding finding;
+    finding.rule = QStringLiteral("unknown-permission");
+    finding.key = name;
+    return finding;
+}
+
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
 
 } // namespace
 
-QString permissionPath(const QString &name, const QStringList &directories)
+QByteArrayList textsOf(const QVector<SandboxWord> &words)
+{
+    QByteArrayList texts;
+    for (const SandboxWord &word : words)
+        texts << word.text;
+    return texts;
+}
+
+QString permissionPath(const QString &name, const QStringList &directories, const QString &root)
 {
     for (const QString &directory : directories) {
         const QString path = directory + name + QLatin1String(".permission");
-        if (QFile::exists(path))
+        if (QFile::exists(pathBelow(root, path)))
             return path;
     }
     return {};
 }
 
-QByteArrayList permissionOptions(const QStringList &permissions, const QStringList &directories)
+QVector<SandboxWord> permissionWords(const QStringList &permissions, const Places &places,
+                                     Findings &findings)
 {
-    QByteArrayList options;
+    QVector<SandboxWord> words;
     for (const QString &permission : permissions) {
-        const QString path = permissionPath(permission, directories);
+        const QString path =
+            permissionPath(permission, places.permissionFolders, places.programRoot);
         if (path.isEmpty() || !keepsItsTextInAUnit(permission))
-            qWarning() << "Unknown permission" << permission;
+            ORVANE_WARN(findings, unknownPermission(permission))
+                << "Unknown permission" << permission;
         else
-            options << "--profile=" + path.toUtf8();
+            words.append({"--profile=" + path.toUtf8(), SandboxWord::Permission, permission,
+                          pathBelow(places.programRoot, path)});
     }
-    return options;
+    return words;
 }
+
+Places FirejailPrivate::placesInUse() const { return places ? *places : Places::ofEnvironment(); }
 
 QString FirejailPrivate::profilePath(const QString &name) const
 {
     const QString path = rootDirectory + QLatin1String("/etc/sailjail/permissions/") + name
         + QLatin1String(".profile");
-    return QFile::exists(path) ? path : QString();
+    return QFile::exists(pathBelow(placesInUse().programRoot, path)) ? path : QString();
 }
 
 Error FirejailPrivate::checkExecutable(const QByteArray &program) const
@@ -138,12 +141,13 @@ Error FirejailPrivate::checkExecutable(const QByteArray &program) const
     const QString name = QString::fromUtf8(program);
     if (!program.startsWith('/'))
         return invalid(name + QLatin1String(" is not an absolute path"));
+    const Places where = placesInUse();
     // Component tests name programs that the machine they run on need not have.
-    if (qEnvironmentVariableIsSet("ORVANE_COMPONENT_TESTS"))
+    if (!where.programsAreExamined)
         return {};
     if (legacy && !liesDirectlyIn("/usr/bin/", program))
         return invalid(QStringLiteral("Legacy apps must be in: /usr/bin"));
-    const QString path = rootDirectory + name;
+    const QString path = pathBelow(where.programRoot, rootDirectory + name);
     if (!isExecutable(path))
         return invalid(name + QLatin1String(" is not executable"));
     if (!isElf(path))
@@ -151,61 +155,69 @@ Error FirejailPrivate::checkExecutable(const QByteArray &program) const
     return {};
 }
 
-void FirejailPrivate::appendLauncher(QByteArrayList &argv, const QByteArray &program) const
+void FirejailPrivate::appendLauncher(SandboxLine &argv, const QByteArray &program) const
 {
-    argv << rootDirectory.toUtf8() + "/usr/bin/firejail";
-    argv << (debug ? "--debug" : "--quiet");
+    argv.from(SandboxWord::Fixed) << rootDirectory.toUtf8() + "/usr/bin/firejail"
+                                  << (debug ? "--debug" : "--quiet");
+    argv.from(SandboxWord::Program);
     const QByteArrayList names = programNames(program, secondaryExecutable);
     for (const QByteArray &name : names)
         argv << "--private-bin=" + name;
+    argv.from(SandboxWord::Setting);
     for (const QString &option : extraOptions)
         argv << option.toUtf8();
 }
 
-void FirejailPrivate::appendIdentity(QByteArrayList &argv) const
+void FirejailPrivate::appendIdentity(SandboxLine &argv) const
 {
     if (!organizationName.isEmpty())
-        argv << "--template=OrganizationName:" + organizationName;
+        argv.from(SandboxWord::Organization) << "--template=OrganizationName:" + organizationName;
     if (!applicationName.isEmpty())
-        argv << "--template=ApplicationName:" + applicationName;
+        argv.from(SandboxWord::Application) << "--template=ApplicationName:" + applicationName;
     if (!keepFds.isEmpty())
-        argv << "--keep-fd=" + joinNumbers(keepFds);
+        argv.from(SandboxWord::Setting) << "--keep-fd=" + joinNumbers(keepFds);
 }
 
-void FirejailPrivate::appendReadableData(QByteArrayList &argv) const
+void FirejailPrivate::appendReadableData(SandboxLine &argv) const
 {
     if (!dataName.isEmpty())
-        appendWhitelist(argv, "/usr/share/" + dataName);
+        appendWhitelist(argv.from(SandboxWord::Application), "/usr/share/" + dataName);
     if (!desktopFile.isEmpty() && !desktopFile.startsWith(QLatin1String("/etc/")))
-        appendWhitelist(argv, desktopFile.toUtf8());
+        appendWhitelist(argv.from(SandboxWord::Setting), desktopFile.toUtf8());
 }
 
-void FirejailPrivate::appendLegacyHome(QByteArrayList &argv) const
+void FirejailPrivate::appendLegacyHome(SandboxLine &argv) const
 {
     const QByteArray base = QFileInfo(desktopFile).completeBaseName().toUtf8();
     if (base.isEmpty() || homeless)
         return;
+    argv.from(SandboxWord::Setting);
     const Directory directory = legacy ? Directory::Create : Directory::Existing;
     for (const char *prefix : {homeData, homeConfig, homeCache})
         appendWhitelist(argv, prefix + base, directory);
 }
 
-void FirejailPrivate::appendApplication(QByteArrayList &argv) const
+void FirejailPrivate::appendApplication(SandboxLine &argv) const
 {
     const QByteArray directory = organizationName + "/" + applicationName;
     const QByteArray busNames = organizationName + "." + applicationName + ".*";
+    argv.from(SandboxWord::Application);
     if (!homeless) {
         // Not the order of the legacy directories: the launcher sees what it always saw.
         for (const char *prefix : {homeCache, homeData, homeConfig})
             appendWhitelist(argv, prefix + directory, Directory::Create);
     }
-    argv << (noUserBus ? QByteArrayLiteral("--dbus-user=none") : "--dbus-user.own=" + busNames);
-    appendWhitelist(argv, shared + directory);
+    if (noUserBus)
+        argv.from(SandboxWord::Fixed) << "--dbus-user=none";
+    else
+        argv << "--dbus-user.own=" + busNames;
+    appendWhitelist(argv.from(SandboxWord::Application), shared + directory);
     argv << "--dbus-system.talk=" + busNames;
 }
 
-void FirejailPrivate::appendSharingGroup(QByteArrayList &argv) const
+void FirejailPrivate::appendSharingGroup(SandboxLine &argv) const
 {
+    argv.from(SandboxWord::Setting);
     const QByteArray group = organizationName + "/" + sharingName;
     const QByteArray groupCommon = group + "/common";
     const QByteArray common = organizationName + "/common";
@@ -220,8 +232,9 @@ void FirejailPrivate::appendSharingGroup(QByteArrayList &argv) const
     appendWhitelist(argv, shared + common);
 }
 
-void FirejailPrivate::appendOrganization(QByteArrayList &argv) const
+void FirejailPrivate::appendOrganization(SandboxLine &argv) const
 {
+    argv.from(SandboxWord::Organization);
     const QByteArray common = organizationName + "/common";
     if (!homeless) {
         for (const char *prefix : {homeCache, homeConfig, homeData})
@@ -231,8 +244,9 @@ void FirejailPrivate::appendOrganization(QByteArrayList &argv) const
     appendWhitelist(argv, shared + common);
 }
 
-Error FirejailPrivate::appendProfiles(QByteArrayList &argv) const
+Error FirejailPrivate::appendProfiles(SandboxLine &argv) const
 {
+    argv.from(SandboxWord::Setting);
     for (const QString &profile : profiles) {
         const QString path = profile.startsWith(QLatin1Char('/')) ? profile : profilePath(profile);
         if (path.isEmpty())
@@ -242,14 +256,15 @@ Error FirejailPrivate::appendProfiles(QByteArrayList &argv) const
     return {};
 }
 
-QPair<QByteArrayList, Error> FirejailPrivate::computeArgv(const QByteArrayList &arguments,
-                                                          const QStringList &permissions) const
+QPair<QVector<SandboxWord>, Error> FirejailPrivate::computeWords(const QByteArrayList &arguments,
+                                                                 const QStringList &permissions,
+                                                                 Findings &findings) const
 {
     if (arguments.isEmpty())
         return {{}, invalid(QStringLiteral("Empty argument list"))};
     if (const Error error = checkExecutable(arguments.first()))
         return {{}, error};
-    QByteArrayList argv;
+    SandboxLine argv;
     appendLauncher(argv, arguments.first());
     appendIdentity(argv);
     appendReadableData(argv);
@@ -262,11 +277,22 @@ QPair<QByteArrayList, Error> FirejailPrivate::computeArgv(const QByteArrayList &
         appendOrganization(argv);
     appendClosedSharedTrees(argv);
     if (!ownedUserBusName.isEmpty())
-        argv << "--dbus-user.own=" + ownedUserBusName;
+        argv.from(SandboxWord::Setting) << "--dbus-user.own=" + ownedUserBusName;
     if (const Error error = appendProfiles(argv))
         return {{}, error};
-    argv << permissionOptions(permissions, permissionDirectories()) << "--" << arguments;
-    return {argv, {}};
+    argv << permissionWords(permissions, placesInUse(), findings);
+    argv.from(SandboxWord::Fixed) << "--";
+    argv.from(SandboxWord::Argument);
+    for (const QByteArray &argument : arguments)
+        argv << argument;
+    return {argv.words(), {}};
+}
+
+QPair<QByteArrayList, Error> FirejailPrivate::computeArgv(const QByteArrayList &arguments,
+                                                          const QStringList &permissions) const
+{
+    const auto [words, error] = computeWords(arguments, permissions, LoggedFindings::instance());
+    return {textsOf(words), error};
 }
 
 Firejail::Firejail()
@@ -309,10 +335,19 @@ void Firejail::setDebug(bool debug) { d->debug = debug; }
 
 void Firejail::setHomeless(bool homeless) { d->homeless = homeless; }
 
+void Firejail::setPlaces(const Places &places) { d->places = places; }
+
 QPair<QByteArrayList, Error> Firejail::computeArgv(const QByteArrayList &arguments,
                                                    const QStringList &permissions) const
 {
     return d->computeArgv(arguments, permissions);
+}
+
+QPair<QVector<SandboxWord>, Error> Firejail::computeWords(const QByteArrayList &arguments,
+                                                          const QStringList &permissions,
+                                                          Findings &findings) const
+{
+    return d->computeWords(arguments, permissions, findings);
 }
 
 } // namespace Core

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/Core/error.h"
+#include "service/Core/sandbox_line.h"
 
 #include <QByteArrayList>
 #include <QPair>
@@ -9,8 +10,11 @@
 
 #include <memory>
 
+struct Places;
+
 namespace Core {
 
+class Findings;
 class FirejailPrivate;
 
 /// Describes the sandbox of one program and computes the command line that runs the program in
@@ -52,6 +56,11 @@ public:
     /// Gives the program no directories of its own in the user's home.
     void setHomeless(bool homeless);
 
+    /// Where permission files and programs are, and whether programs are examined at all: files are
+    /// looked for below the programs' root, and named without it. Until this is called, as the
+    /// environment says when a command line is computed.
+    void setPlaces(const Places &places);
+
     /// The whole command line.
     /// @param arguments the program and its arguments.
     /// @param permissions names of permission files; one that is unknown, or whose name would
@@ -59,6 +68,10 @@ public:
     /// @return the vector and success, or an empty vector and what is wrong with the description.
     [[nodiscard]] QPair<QByteArrayList, Error> computeArgv(const QByteArrayList &arguments,
                                                            const QStringList &permissions) const;
+    /// The same, each word with what it comes from; unknown permissions are reported to `findings`.
+    [[nodiscard]] QPair<QVector<SandboxWord>, Error> computeWords(const QByteArrayList &arguments,
+                                                                  const QStringList &permissions,
+                                                                  Findings &findings) const;
 
 private:
     std::unique_ptr<FirejailPrivate> const d;

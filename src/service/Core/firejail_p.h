@@ -1,23 +1,28 @@
 #pragma once
 
 #include "common/Core/error.h"
+#include "common/Core/findings.h"
+#include "common/places.h"
+#include "service/Core/sandbox_line.h"
 
 #include <QByteArrayList>
 #include <QPair>
 #include <QStringList>
 #include <QVector>
 
+#include <optional>
+
 namespace Core {
 
 /// Path of the permission file called `name`: in the first of `directories` (each ending with a
-/// slash) that has it, empty when none has.
-[[nodiscard]] QString permissionPath(const QString &name, const QStringList &directories);
+/// slash) that has it below `root`, empty when none has. As it is named without the root.
+[[nodiscard]] QString permissionPath(const QString &name, const QStringList &directories,
+                                     const QString &root = {});
 
-/// One option per permission that has a file in `directories`, in the order of `permissions`; a
-/// warning for every other, and for one whose name holds a blank or a character that means
-/// something in a unit.
-[[nodiscard]] QByteArrayList permissionOptions(const QStringList &permissions,
-                                               const QStringList &directories);
+/// One option per permission that has a file, in the order of `permissions`; a finding for every
+/// other, and for one whose name holds a blank or a character that means something in a unit.
+[[nodiscard]] QVector<SandboxWord> permissionWords(const QStringList &permissions,
+                                                   const Places &places, Findings &findings);
 
 /// The settings of a Firejail, and how they become a command line. Byte arrays are UTF-8.
 class FirejailPrivate
@@ -26,6 +31,10 @@ public:
     /// See Firejail::computeArgv().
     [[nodiscard]] QPair<QByteArrayList, Error> computeArgv(const QByteArrayList &arguments,
                                                            const QStringList &permissions) const;
+    /// See Firejail::computeWords().
+    [[nodiscard]] QPair<QVector<SandboxWord>, Error> computeWords(const QByteArrayList &arguments,
+                                                                  const QStringList &permissions,
+                                                                  Findings &findings) const;
     /// Whether the sandbox may start `program`.
     [[nodiscard]] Error checkExecutable(const QByteArray &program) const;
     /// Path of the profile called `name`, empty when there is none.
@@ -46,17 +55,20 @@ public:
     bool legacy = false;
     bool debug = false;
     bool homeless = false;
+    /// Without a value, what the environment says at each call.
+    std::optional<Places> places;
 
 private:
+    [[nodiscard]] Places placesInUse() const;
     // Each appends one group of options.
-    void appendLauncher(QByteArrayList &argv, const QByteArray &program) const;
-    void appendIdentity(QByteArrayList &argv) const;
-    void appendReadableData(QByteArrayList &argv) const;
-    void appendLegacyHome(QByteArrayList &argv) const;
-    void appendApplication(QByteArrayList &argv) const;
-    void appendSharingGroup(QByteArrayList &argv) const;
-    void appendOrganization(QByteArrayList &argv) const;
-    Error appendProfiles(QByteArrayList &argv) const;
+    void appendLauncher(SandboxLine &argv, const QByteArray &program) const;
+    void appendIdentity(SandboxLine &argv) const;
+    void appendReadableData(SandboxLine &argv) const;
+    void appendLegacyHome(SandboxLine &argv) const;
+    void appendApplication(SandboxLine &argv) const;
+    void appendSharingGroup(SandboxLine &argv) const;
+    void appendOrganization(SandboxLine &argv) const;
+    Error appendProfiles(SandboxLine &argv) const;
 };
 
 } // namespace Core

@@ -2,6 +2,7 @@
 
 #include "service/Core/firejail.h"
 #include "service/Core/firejail_p.h"
+#include "support/collected_findings.h"
 
 #include <QDir>
 #include <QFile>
@@ -30,6 +31,14 @@ void makeFile(const QString &path, const QByteArray &text, bool executable = fal
     QVERIFY(file.setPermissions(permissions));
 }
 
+QByteArrayList permissionOptions(const QStringList &permissions, const QStringList &folders)
+{
+    Places places;
+    places.permissionFolders = folders;
+    return Core::textsOf(
+        Core::permissionWords(permissions, places, Core::LoggedFindings::instance()));
+}
+
 } // namespace
 
 class TestFirejailLookups : public QObject
@@ -52,6 +61,11 @@ private Q_SLOTS:
     void wantsAnElfBinary_data();
     void wantsAnElfBinary();
     void findsTheProgramBelowTheRootDirectory();
+    void examinesProgramsBelowTheirRootAndNamesThemWithout();
+    void examinesWhatALinkNamesBelowTheRoot();
+    void examinesNoProgramWhereNoneAre();
+    void findsPermissionsBelowTheProgramsRootAndNamesThemWithout();
+    void reportsAnUnknownPermissionByItsRule();
     void findsAProfileBelowTheRootDirectory();
     void keepsProfilesInOrder();
     void refusesAnUnknownProfile();
@@ -246,6 +260,79 @@ void TestFirejailLookups::findsTheProgramBelowTheRootDirectory()
                              "--blacklist=/usr/share/common/empty", "--", "/opt/worker", "-v"}));
 }
 
+void TestFirejailLookups::examinesProgramsBelowTheirRootAndNamesThemWithout()
+{
+    Firejail sandbox;
+    sandbox.setPlaces(Places::below(m_root->path()));
+    // It is in this system.
+    COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/bin/true")),
+                    QStringLiteral("/bin/true is not executable"));
+    makeFile(path("opt/worker"), "\177ELF", true);
+    const auto result = sandbox.computeArgv({"/opt/worker"}, {});
+    QCOMPARE(result.second.message(), QString());
+    QCOMPARE(result.first.constFirst(), QByteArray("/usr/bin/firejail"));
+    QCOMPARE(result.first.constLast(), QByteArray("/opt/worker"));
+}
+
+void TestFirejailLookups::examinesWhatALinkNamesBelowTheRoot()
+{
+    Firejail sandbox;
+    sandbox.setPlaces(Places::below(m_root->path()));
+    makeFile(path("opt/worker"), "#!/bin/sh\n", true);
+    QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("usr/bin")));
+    // In this system the same path leads to a binary.
+    QVERIFY(QFile::link(QStringLiteral("/bin/true"), path("usr/bin/tool")));
+    COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/usr/bin/tool")),
+                    QStringLiteral("/usr/bin/tool is not executable"));
+    makeFile(path("bin/true"), "\177ELF", true);
+    QCOMPARE(errorOf(sandbox, QStringLiteral("/usr/bin/tool")).message(), QString());
+}
+
+void TestFirejailLookups::examinesNoProgramWhereNoneAre()
+{
+    Places places;
+    places.programsAreExamined = false;
+    Firejail sandbox;
+    sandbox.setPlaces(places);
+    QCOMPARE(errorOf(sandbox, path("missing")).message(), QString());
+    // What was handed down counts, not the environment.
+    places.programsAreExamined = true;
+    sandbox.setPlaces(places);
+    qputenv("ORVANE_COMPONENT_TESTS", "1");
+    const auto restore = qScopeGuard([] { qunsetenv("ORVANE_COMPONENT_TESTS"); });
+    COMPARE_INVALID(errorOf(sandbox, path("missing")),
+                    path("missing") + QStringLiteral(" is not executable"));
+}
+
+void TestFirejailLookups::findsPermissionsBelowTheProgramsRootAndNamesThemWithout()
+{
+    Firejail sandbox;
+    sandbox.setPlaces(Places::below(m_root->path()));
+    makeFile(path("bin/true"), "\177ELF", true);
+    makeFile(path("var/lib/sailjail/permissions/Audio.permission"), "");
+    const auto result = sandbox.computeArgv({"/bin/true"}, {QStringLiteral("Audio")});
+    QCOMPARE(result.first.mid(7),
+             (QByteArrayList{"--profile=/var/lib/sailjail/permissions/Audio.permission", "--",
+                             "/bin/true"}));
+}
+
+void TestFirejailLookups::reportsAnUnknownPermissionByItsRule()
+{
+    CollectedFindings collected;
+    makeFile(path("Audio.permission"), "");
+    Places places;
+    places.permissionFolders = QStringList{m_root->path() + QLatin1Char('/')};
+    const auto words = Core::permissionWords({QStringLiteral("Audio"), QStringLiteral("Video")},
+                                             places, collected);
+    QCOMPARE(words.size(), 1);
+    QCOMPARE(words.constFirst().permission, QStringLiteral("Audio"));
+    QCOMPARE(words.constFirst().file, path("Audio.permission"));
+    QCOMPARE(collected.all.size(), 1);
+    QCOMPARE(collected.all.constFirst().rule, QStringLiteral("unknown-permission"));
+    QCOMPARE(collected.all.constFirst().key, QStringLiteral("Video"));
+    QCOMPARE(collected.all.constFirst().text, QStringLiteral("Unknown permission \"Video\""));
+}
+
 void TestFirejailLookups::findsAProfileBelowTheRootDirectory()
 {
     FirejailPrivate sandbox;
@@ -299,7 +386,7 @@ void TestFirejailLookups::keepsKnownPermissionsInOrder()
     const QStringList asked{QStringLiteral("Camera"), QStringLiteral("Missing"),
                             QStringLiteral("Audio"), QStringLiteral("Camera")};
     const QByteArray directory = m_root->path().toUtf8();
-    QCOMPARE(Core::permissionOptions(asked, {m_root->path() + QLatin1Char('/')}),
+    QCOMPARE(permissionOptions(asked, {m_root->path() + QLatin1Char('/')}),
              (QByteArrayList{"--profile=" + directory + "/Camera.permission",
                              "--profile=" + directory + "/Audio.permission",
                              "--profile=" + directory + "/Camera.permission"}));
@@ -323,7 +410,7 @@ void TestFirejailLookups::leavesOutAPermissionThatAUnitWouldReadOtherwise()
     makeFile(path("Audio.permission"), "");
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Unknown permission ")));
     const QString directory = m_root->path() + QLatin1Char('/');
-    QCOMPARE(Core::permissionOptions({name, QStringLiteral("Audio")}, {directory}),
+    QCOMPARE(permissionOptions({name, QStringLiteral("Audio")}, {directory}),
              QByteArrayList{"--profile=" + directory.toUtf8() + "Audio.permission"});
 }
 
