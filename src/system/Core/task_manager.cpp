@@ -1,11 +1,14 @@
 #include "system/Core/task_manager.h"
 #include "system/Core/task_manager_p.h"
 
+#include "common/Core/findings.h"
 #include "common/DBus/open_call.h"
-#include "system/Core/unit_files.h"
+#include "plan/policy_text.h"
+#include "plan/task_names.h"
+#include "system/Core/start_hints.h"
+#include "system/Core/task_files.h"
 
 #include <QDebug>
-#include <QFile>
 #include <QFileInfo>
 
 #include <utility>
@@ -16,27 +19,38 @@ namespace {
 
 TaskManager *s_instance = nullptr;
 
-// The value of the setting "Autostart" that has the unit start at boot.
-constexpr int startAtBoot = 2;
-
-// The id comes from a client: only the files of a well-formed one can be this daemon's own. Any
-// other text could name somebody else's policy, or with a slash any file.
-// @return whether the task had a bus policy.
-bool removeFilesOf(const ApplicationTaskId &id)
-{
-    const QString &taskId = id.toString();
-    if (taskId.contains(QLatin1Char('/')))
-        return false;
-    QFile::remove(unitFilePath(taskId));
-    return id.isValid() && QFile::remove(policyFilePath(taskId));
-}
-
 QString typeOfTask(const QString &taskId)
 {
     return ApplicationRegistry::instance()->task(ApplicationTaskId(taskId)).type;
 }
 
+TaskPlanResult planDeclared(const ApplicationRegistry::TaskInfo &task,
+                            const QVariantMap &startParameters, const QVariantMap &taskSettings,
+                            const Places &places)
+{
+    return planTask(task, startRequestOf(startParameters, taskSettings), places,
+                    LoggedFindings::instance());
+}
+
 } // namespace
+
+Error TaskManagerPrivate::buildUnitProperties(QVariantMap &properties,
+                                              const ApplicationRegistry::TaskInfo &task,
+                                              const QVariantMap &startParameters,
+                                              const QVariantMap &taskSettings)
+{
+    const auto [error, plan] =
+        planDeclared(task, startParameters, taskSettings, Places::ofEnvironment());
+    for (auto it = plan.settings.cbegin(); it != plan.settings.cend(); ++it)
+        properties.insert(it.key(), variantOf(it->value));
+    return error;
+}
+
+bool TaskManagerPrivate::writeDBusPolicy(const ApplicationTaskId &id, const QString &busName,
+                                         const QString &user)
+{
+    return writePolicyFile(Places::ofEnvironment(), id.toString(), policyText(busName, user));
+}
 
 TaskManagerPrivate::TaskManagerPrivate(TaskManager *manager)
     : q(manager)
@@ -110,9 +124,14 @@ void TaskManagerPrivate::startUnit(const QString &taskId, bool atBoot,
         systemd.enableUnitFiles({unitName}, false, true);
 }
 
-void TaskManagerPrivate::startUnitOnceNameIsAllowed(const QString &taskId, bool atBoot,
-                                                    const TaskManager::Callback &callback)
+void TaskManagerPrivate::startPlanned(const TaskPlan &plan, const TaskManager::Callback &callback)
 {
+    const QString taskId = plan.taskId;
+    const bool atBoot = plan.atBoot;
+    if (!plan.policy) {
+        startUnit(taskId, atBoot, callback);
+        return;
+    }
     startsUnderWay.insert(taskId, {});
     busConfig.reload([this, taskId, atBoot, callback] {
         startUnit(taskId, atBoot, callback);
@@ -120,6 +139,16 @@ void TaskManagerPrivate::startUnitOnceNameIsAllowed(const QString &taskId, bool 
         for (const auto &operation : operations)
             operation();
     });
+}
+
+TaskPlanResult TaskManagerPrivate::plan(const ApplicationTaskId &id,
+                                        const QVariantMap &startParameters,
+                                        const QVariantMap &taskSettings) const
+{
+    const ApplicationRegistry::TaskInfo &task = ApplicationRegistry::instance()->task(id);
+    if (!task.taskId.isValid())
+        return {{Error::TaskNotFound, QStringLiteral("Task not found: %1").arg(id.toString())}, {}};
+    return planDeclared(task, startParameters, taskSettings, places);
 }
 
 TaskManager::TaskManager(QObject *parent)
@@ -153,40 +182,16 @@ TaskManager *TaskManager::instance()
 void TaskManager::start(const ApplicationTaskId &id, const QVariantMap &startParameters,
                         const QVariantMap &taskSettings, const Callback &callback)
 {
-    const QString &taskId = id.toString();
-    if (d->deferUntilStarted(taskId, [=] { start(id, startParameters, taskSettings, callback); }))
+    if (d->deferUntilStarted(id.toString(),
+                             [=] { start(id, startParameters, taskSettings, callback); }))
         return;
-    const ApplicationRegistry::TaskInfo &task = ApplicationRegistry::instance()->task(id);
-    if (!task.taskId.isValid()) {
-        callback({Error::TaskNotFound, QStringLiteral("Task not found: %1").arg(taskId)});
-        return;
-    }
-    QVariantMap properties;
-    if (const Error error = TaskManagerPrivate::buildUnitProperties(
-            properties, task, startParameters, taskSettings)) {
+    const auto [refusal, plan] = d->plan(id, startParameters, taskSettings);
+    if (const Error error = refusal ? refusal : writeTaskFiles(plan, d->places)) {
         callback(error);
         return;
     }
-    if (!writeUnitFile(taskId, properties)) {
-        callback({Error::Failed, QStringLiteral("Failed to write unit file for %1").arg(taskId)});
-        return;
-    }
-    const QString busName = QStringLiteral("DBusService");
-    const bool ownsBusName = taskSettings.contains(busName);
-    if (ownsBusName
-        && !TaskManagerPrivate::writeDBusPolicy(
-            id, taskSettings.value(busName).toString(),
-            taskSettings.value(QStringLiteral("User")).toString())) {
-        callback(
-            {Error::Failed, QStringLiteral("Failed to write DBus policy file for %1").arg(taskId)});
-        return;
-    }
-    d->records.findOrCreate(unitNameOf(taskId));
-    const bool atBoot = taskSettings.value(QStringLiteral("Autostart")).toInt() == startAtBoot;
-    if (ownsBusName)
-        d->startUnitOnceNameIsAllowed(taskId, atBoot, callback);
-    else
-        d->startUnit(taskId, atBoot, callback);
+    d->records.findOrCreate(unitNameOf(plan.taskId));
+    d->startPlanned(plan, callback);
 }
 
 void TaskManager::start(const QString &id, const QVariantMap &startParameters,
@@ -205,7 +210,7 @@ void TaskManager::stop(const ApplicationTaskId &id, const Callback &callback)
                         [callback](const QString &, const Error &error) { callback(error); });
     d->systemd.disableUnitFiles({unitName}, false);
     // Not every bus watches the directory: the policy would stay in force.
-    if (removeFilesOf(id))
+    if (removeTaskFiles(d->places, id))
         d->busConfig.reload([] {});
 }
 

@@ -1,7 +1,7 @@
 #include "system/Core/task_records.h"
 
+#include "plan/task_names.h"
 #include "system/Core/systemd_proxy.h"
-#include "system/Core/unit_files.h"
 
 #include <utility>
 

@@ -1,5 +1,7 @@
+#include "common/places.h"
+#include "plan/policy_text.h"
+#include "plan/task_names.h"
 #include "system/Core/task_manager_p.h"
-#include "system/Core/unit_files.h"
 
 #include <QDir>
 #include <QFile>
@@ -26,6 +28,8 @@ ApplicationTaskId task()
     return {ApplicationId(QStringLiteral("com.example"), QStringLiteral("Notes")),
             QStringLiteral("sync")};
 }
+
+QString policyPath() { return Core::policyFilePath(Places::ofEnvironment(), task().toString()); }
 
 QByteArray typicalText()
 {
@@ -161,8 +165,7 @@ void TestBusPolicy::writesAPolicyThatTheBusCanRead()
     const bool written = TaskManagerPrivate::writeDBusPolicy(task(), busName, user);
     ::umask(before);
     QVERIFY(written);
-    const QFileDevice::Permissions permissions =
-        QFile::permissions(Core::policyFilePath(task().toString()));
+    const QFileDevice::Permissions permissions = QFile::permissions(policyPath());
     QVERIFY(permissions.testFlag(QFileDevice::ReadOther));
     QVERIFY(!permissions.testFlag(QFileDevice::WriteOther));
 }
@@ -172,7 +175,7 @@ void TestBusPolicy::replacesAnOldPolicy()
     QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), QStringLiteral("a.much.longer.bus.name"),
                                                 QStringLiteral("another-user")));
     QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
-    QCOMPARE(contentOf(Core::policyFilePath(task().toString())), typicalText());
+    QCOMPARE(contentOf(policyPath()), typicalText());
 }
 
 void TestBusPolicy::warnsWhenTheDirectoryCannotBeMade()
@@ -185,7 +188,7 @@ void TestBusPolicy::warnsWhenTheDirectoryCannotBeMade()
 
 void TestBusPolicy::warnsWhenTheFileCannotBeOpened()
 {
-    QVERIFY(QDir().mkpath(Core::policyFilePath(task().toString())));
+    QVERIFY(QDir().mkpath(policyPath()));
     expectWarning();
     QVERIFY(!TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
 }
@@ -202,7 +205,7 @@ void TestBusPolicy::failsOnAShortWrite()
     std::signal(SIGXFSZ, handler);
 
     QVERIFY(!written);
-    QVERIFY(!QFile::exists(Core::policyFilePath(task().toString())));
+    QVERIFY(!QFile::exists(policyPath()));
 }
 
 QTEST_GUILESS_MAIN(TestBusPolicy)

@@ -1,6 +1,7 @@
+#include "plan/unit_text.h"
 #include "service/Core/firejail_p.h"
+#include "system/Core/start_hints.h"
 #include "system/Core/task_manager_p.h"
-#include "system/Core/unit_files.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -108,6 +109,11 @@ QVariantMap build(const QVariantMap &settings, const TaskInfo &task = typicalTas
     if (error)
         properties = {{QStringLiteral("error"), error.message()}};
     return properties;
+}
+
+QByteArray unitOf(const QVariantMap &properties, const QString &taskId = QStringLiteral("a"))
+{
+    return Core::unitText(taskId, Core::unitValuesOf(properties));
 }
 
 QString commandOf(const QVariantMap &properties)
@@ -267,8 +273,7 @@ void TestUnitProperties::writesATypicalUnitByteForByte()
                          "\n"
                          "[Install]\n"
                          "WantedBy=multi-user.target\n");
-    QCOMPARE(QString::fromUtf8(
-                 Core::unitFileText(QStringLiteral("com.example.Notes.task_sync"), properties)),
+    QCOMPARE(QString::fromUtf8(unitOf(properties, QStringLiteral("com.example.Notes.task_sync"))),
              expected);
 }
 
@@ -311,8 +316,7 @@ void TestUnitProperties::letsControlGroupSettingsReplaceTheTarget()
     const QVariantMap groups{{QStringLiteral("WantedBy"), target}};
     const QVariantMap properties = build(withUser({{QStringLiteral("CGroups"), groups}}));
     QCOMPARE(properties.value(QStringLiteral("WantedBy")), QVariant(target));
-    QVERIFY(Core::unitFileText(QStringLiteral("a"), properties)
-                .endsWith("\n\n[Install]\nWantedBy=graphical.target\n"));
+    QVERIFY(unitOf(properties).endsWith("\n\n[Install]\nWantedBy=graphical.target\n"));
 }
 
 void TestUnitProperties::replacesControlGroupSettingsWithItsOwn()
@@ -817,7 +821,7 @@ void TestUnitProperties::writesAByteAsANumber()
     const QVariantMap groups{{QStringLiteral("CPUWeight"), QVariant::fromValue(uchar(65))}};
     const QVariantMap properties =
         build(Wire().carry(withUser({{QStringLiteral("CGroups"), groups}})));
-    QVERIFY(Core::unitFileText(QStringLiteral("a"), properties).contains("\nCPUWeight=65\n"));
+    QVERIFY(unitOf(properties).contains("\nCPUWeight=65\n"));
 }
 
 void TestUnitProperties::complainsOfHintsBeforeTheSandboxDoes()

@@ -1,8 +1,7 @@
-#include "system/Core/unit_checks.h"
+#include "plan/unit_checks.h"
 
-#include "system/Core/reserved_names.h"
-#include "system/Core/unit_files.h"
-#include "system/Core/unit_text.h"
+#include "plan/line_checks.h"
+#include "plan/reserved_names.h"
 
 #include <algorithm>
 
@@ -11,6 +10,27 @@ namespace Core {
 namespace {
 
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
+
+bool isPlainKey(const QString &key)
+{
+    return !key.isEmpty() && std::all_of(key.cbegin(), key.cend(), [](QChar character) {
+        return character.unicode() < 0x80 && character.isLetterOrNumber();
+    });
+}
+
+// A list is checked word by word, too: a backslash would join two of them.
+Error checkValue(const QString &key, const UnitValue &value)
+{
+    if (const auto *words = std::get_if<QStringList>(&value)) {
+        for (const QString &word : *words) {
+            if (const Error error = checkLine(key, word))
+                return error;
+        }
+    }
+    return checkLine(key, textOf(value));
+}
+
+} // namespace
 
 // The id becomes names of directories, bus names and words of the command line. Whoever joined it
 // did not look at its parts, so its text is parsed.
@@ -41,29 +61,7 @@ Error checkProgram(const QString &exec)
     return {};
 }
 
-bool isPlainKey(const QString &key)
-{
-    return !key.isEmpty() && std::all_of(key.cbegin(), key.cend(), [](QChar character) {
-        return character.unicode() < 0x80 && character.isLetterOrNumber();
-    });
-}
-
-// A list is checked word by word, too: a backslash would join two of them.
-Error checkValue(const QString &key, const QVariant &value)
-{
-    if (value.userType() == QMetaType::QStringList) {
-        const QStringList words = value.toStringList();
-        for (const QString &word : words) {
-            if (const Error error = checkLine(key, word))
-                return error;
-        }
-    }
-    return checkLine(key, propertyText(value));
-}
-
-} // namespace
-
-Error checkDeclaration(const ApplicationRegistry::TaskInfo &task)
+Error checkDeclaration(const ApplicationInfo::TaskInfo &task)
 {
     if (holdsControlCharacter(task.taskId.toString()))
         return invalid(QStringLiteral("Task id must not hold control characters"));
@@ -72,6 +70,28 @@ Error checkDeclaration(const ApplicationRegistry::TaskInfo &task)
     if (const Error error = checkCommandLine(QStringLiteral("Exec"), task.exec))
         return error;
     return checkProgram(task.exec);
+}
+
+Error checkRequest(const StartRequest &request)
+{
+    if (const Error error = checkUser(request.user))
+        return error;
+    if (const Error error = checkSettings(request.unitSettings))
+        return error;
+    if (const Error error = checkPermissions(request.permissions))
+        return error;
+    if (const Error error = checkParameters(request.params))
+        return error;
+    return request.busName ? checkBusName(*request.busName) : Error();
+}
+
+Error checkUserIsGiven(const QString &user)
+{
+    if (user.isEmpty())
+        return invalid(QStringLiteral("Missing required User key"));
+    if (user == QLatin1String("root"))
+        return invalid(QStringLiteral("User cannot be root"));
+    return {};
 }
 
 Error checkUser(const QString &user)
@@ -113,9 +133,9 @@ Error checkBusName(const QString &busName)
     return {};
 }
 
-Error checkProperties(const QVariantMap &properties)
+Error checkSettings(const UnitValues &settings)
 {
-    for (auto it = properties.cbegin(); it != properties.cend(); ++it) {
+    for (auto it = settings.cbegin(); it != settings.cend(); ++it) {
         if (!isPlainKey(it.key()))
             return invalid(QStringLiteral("CGroups keys must be ASCII letters and digits"));
         if (const Error error = checkValue(it.key(), it.value()))

@@ -1,4 +1,4 @@
-#include "system/Core/unit_text.h"
+#include "plan/line_checks.h"
 
 #include <QVector>
 

@@ -1,8 +1,8 @@
-#include "system/Core/unit_text.h"
+#include "plan/line_checks.h"
 
 #include <QtTest>
 
-class TestUnitText : public QObject
+class TestLineChecks : public QObject
 {
     Q_OBJECT
 
@@ -17,7 +17,7 @@ private Q_SLOTS:
     void knowsPlainUsers();
 };
 
-void TestUnitText::findsWhatSystemdTakesForNoText_data()
+void TestLineChecks::findsWhatSystemdTakesForNoText_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("found");
@@ -46,14 +46,14 @@ void TestUnitText::findsWhatSystemdTakesForNoText_data()
     QTest::newRow("nothing") << QString() << false;
 }
 
-void TestUnitText::findsWhatSystemdTakesForNoText()
+void TestLineChecks::findsWhatSystemdTakesForNoText()
 {
     QFETCH(QString, text);
     QFETCH(bool, found);
     QCOMPARE(Core::holdsNoncharacter(text), found);
 }
 
-void TestUnitText::saysWhatIsWrongWithALine_data()
+void TestLineChecks::saysWhatIsWrongWithALine_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("message");
@@ -73,7 +73,7 @@ void TestUnitText::saysWhatIsWrongWithALine_data()
     QTest::newRow("empty") << QString() << QString();
 }
 
-void TestUnitText::saysWhatIsWrongWithALine()
+void TestLineChecks::saysWhatIsWrongWithALine()
 {
     QFETCH(QString, text);
     QFETCH(QString, message);
@@ -83,7 +83,7 @@ void TestUnitText::saysWhatIsWrongWithALine()
              qint32(message.isEmpty() ? Core::Error::NoError : Core::Error::InvalidArgs));
 }
 
-void TestUnitText::findsLoneSemicolons_data()
+void TestLineChecks::findsLoneSemicolons_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("found");
@@ -94,14 +94,14 @@ void TestUnitText::findsLoneSemicolons_data()
     QTest::newRow("none") << QString() << false;
 }
 
-void TestUnitText::findsLoneSemicolons()
+void TestLineChecks::findsLoneSemicolons()
 {
     QFETCH(QString, text);
     QFETCH(bool, found);
     QCOMPARE(Core::holdsLoneSemicolon(text), found);
 }
 
-void TestUnitText::knowsPlainUsers_data()
+void TestLineChecks::knowsPlainUsers_data()
 {
     QTest::addColumn<QString>("user");
     QTest::addColumn<bool>("plain");
@@ -160,12 +160,12 @@ void TestUnitText::knowsPlainUsers_data()
     QTest::newRow("half a pair") << QLatin1Char('a') + QString(QChar(0xd83d)) << false;
 }
 
-void TestUnitText::knowsPlainUsers()
+void TestLineChecks::knowsPlainUsers()
 {
     QFETCH(QString, user);
     QFETCH(bool, plain);
     QCOMPARE(Core::isPlainUser(user), plain);
 }
 
-QTEST_GUILESS_MAIN(TestUnitText)
-#include "tst_unit_text.moc"
+QTEST_GUILESS_MAIN(TestLineChecks)
+#include "tst_line_checks.moc"

@@ -1,4 +1,4 @@
-#include "system/Core/reserved_names.h"
+#include "plan/reserved_names.h"
 
 #include <QRegularExpression>
 #include <QStringList>

@@ -1,0 +1,34 @@
+#include "plan/task_names.h"
+
+#include "common/places.h"
+
+namespace Core {
+
+namespace {
+
+QString unitSuffix() { return QStringLiteral(".service"); }
+
+} // namespace
+
+QString taskUnitPrefix() { return QStringLiteral("ov_task."); }
+
+QString unitNameOf(const QString &taskId) { return taskUnitPrefix() + taskId + unitSuffix(); }
+
+QString taskIdOfUnit(const QString &unitName)
+{
+    // Callers see only units that were asked for by the prefix.
+    const QString name = unitName.mid(taskUnitPrefix().size());
+    return name.endsWith(unitSuffix()) ? name.chopped(unitSuffix().size()) : QString();
+}
+
+QString unitFilePath(const Places &places, const QString &taskId)
+{
+    return places.unitFolder() + QLatin1Char('/') + unitNameOf(taskId);
+}
+
+QString policyFilePath(const Places &places, const QString &taskId)
+{
+    return places.policyFolder() + QLatin1Char('/') + taskId + QLatin1String(".conf");
+}
+
+} // namespace Core

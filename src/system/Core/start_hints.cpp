@@ -1,0 +1,75 @@
+#include "system/Core/start_hints.h"
+
+#include "common/DBus/types.h"
+
+#include <QDBusArgument>
+
+namespace Core {
+
+namespace {
+
+// The value of the setting "Autostart" that has the unit start at boot.
+constexpr int startAtBoot = 2;
+
+// An array of variants arrives from the bus still marshalled; one of strings does not.
+QStringList stringListOf(const QVariant &value)
+{
+    if (value.userType() != qMetaTypeId<QDBusArgument>())
+        return value.toStringList();
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != QLatin1String("av"))
+        return {};
+    return QVariant(qdbus_cast<QVariantList>(argument)).toStringList();
+}
+
+} // namespace
+
+UnitValue unitValueOf(const QVariant &value)
+{
+    switch (value.userType()) {
+    case QMetaType::QStringList:
+        return value.toStringList();
+    case QMetaType::Int:
+        return value.toInt();
+    case QMetaType::UChar:
+        // A decimal number: the framework would turn a byte into a character.
+        return QString::number(value.toUInt());
+    default:
+        return value.toString();
+    }
+}
+
+UnitValues unitValuesOf(const QVariantMap &properties)
+{
+    UnitValues values;
+    for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+        values.insert(it.key(), unitValueOf(it.value()));
+    return values;
+}
+
+QVariant variantOf(const UnitValue &value)
+{
+    return std::visit([](const auto &plain) { return QVariant(plain); }, value);
+}
+
+StartRequest startRequestOf(const QVariantMap &startParameters, const QVariantMap &taskSettings)
+{
+    const auto setting = [&taskSettings](const char *name) {
+        return taskSettings.value(QString::fromLatin1(name));
+    };
+    StartRequest request;
+    request.user = setting("User").toString();
+    request.homeless = setting("Homeless").toBool();
+    request.atBoot = setting("Autostart").toInt() == startAtBoot;
+    if (taskSettings.contains(QStringLiteral("DBusService")))
+        request.busName = setting("DBusService").toString();
+    request.permissions = stringListOf(setting("Permissions"));
+    request.params = stringListOf(setting("Params"));
+    request.weight = setting("Weight").toInt();
+    request.cpuLimit = setting("CPULimit").toInt();
+    request.unitSettings = unitValuesOf(DBus::toVariantMap(setting("CGroups")));
+    request.environment = stringListOf(startParameters.value(QStringLiteral("Environment")));
+    return request;
+}
+
+} // namespace Core

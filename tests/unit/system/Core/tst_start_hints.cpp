@@ -1,0 +1,111 @@
+#include "plan/unit_text.h"
+#include "system/Core/start_hints.h"
+
+#include <QtTest>
+
+using Core::StartRequest;
+
+class TestStartHints : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void convertsValues_data();
+    void convertsValues();
+    void readsEveryHint();
+    void asksForNothingWithoutHints();
+    void startsAtBootForTwoOnly_data();
+    void startsAtBootForTwoOnly();
+};
+
+void TestStartHints::convertsValues_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("negative number") << QVariant(-7) << QByteArray("-7");
+    QTest::newRow("large number") << QVariant(quint64(18446744073709551615ULL))
+                                  << QByteArray("18446744073709551615");
+    QTest::newRow("byte") << QVariant::fromValue(uchar(65)) << QByteArray("65");
+    QTest::newRow("byte of no character") << QVariant::fromValue(uchar(10)) << QByteArray("10");
+    QTest::newRow("true") << QVariant(true) << QByteArray("true");
+    QTest::newRow("false") << QVariant(false) << QByteArray("false");
+    QTest::newRow("quotes and backslashes stay")
+        << QVariant(QStringLiteral("\"a\" 'b' \\c")) << QByteArray("\"a\" 'b' \\c");
+    QTest::newRow("beyond ASCII") << QVariant(QStringLiteral("ü")) << QByteArray("\xc3\xbc");
+    QTest::newRow("empty string") << QVariant(QString()) << QByteArray();
+    QTest::newRow("list of strings")
+        << QVariant(QStringList{QStringLiteral("a"), QString(), QStringLiteral("b")})
+        << QByteArray("a  b");
+    QTest::newRow("empty list") << QVariant(QStringList()) << QByteArray();
+}
+
+void TestStartHints::convertsValues()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QByteArray, text);
+    const QByteArray unit =
+        Core::unitText(QStringLiteral("a"), Core::unitValuesOf({{QStringLiteral("Key"), value}}));
+    const QByteArray line = "\n[Service]\nKey=" + text + "\n\n[Install]\n";
+    QVERIFY2(unit.endsWith(line), unit.constData());
+    if (value.userType() == QMetaType::Int)
+        QCOMPARE(Core::variantOf(Core::unitValueOf(value)).userType(), int(QMetaType::Int));
+}
+
+void TestStartHints::readsEveryHint()
+{
+    const QVariantMap groups{{QStringLiteral("Nice"), 5}};
+    const StartRequest request =
+        Core::startRequestOf({{QStringLiteral("Environment"), QStringList{QStringLiteral("A=1")}}},
+                             {{QStringLiteral("User"), QStringLiteral("nobody")},
+                              {QStringLiteral("Homeless"), true},
+                              {QStringLiteral("Autostart"), 2},
+                              {QStringLiteral("DBusService"), QStringLiteral("a.b")},
+                              {QStringLiteral("Permissions"), QStringList{QStringLiteral("Audio")}},
+                              {QStringLiteral("Params"), QStringList{QStringLiteral("-v")}},
+                              {QStringLiteral("Weight"), 7},
+                              {QStringLiteral("CPULimit"), 30},
+                              {QStringLiteral("CGroups"), groups}});
+    QCOMPARE(request.user, QStringLiteral("nobody"));
+    QVERIFY(request.homeless);
+    QVERIFY(request.atBoot);
+    QCOMPARE(request.busName.value_or(QString()), QStringLiteral("a.b"));
+    QCOMPARE(request.permissions, QStringList{QStringLiteral("Audio")});
+    QCOMPARE(request.params, QStringList{QStringLiteral("-v")});
+    QCOMPARE(request.weight, 7);
+    QCOMPARE(request.cpuLimit, 30);
+    QCOMPARE(request.unitSettings, Core::unitValuesOf(groups));
+    QCOMPARE(request.environment, QStringList{QStringLiteral("A=1")});
+}
+
+void TestStartHints::asksForNothingWithoutHints()
+{
+    const StartRequest request = Core::startRequestOf({}, {});
+    QCOMPARE(request.user, QString());
+    QVERIFY(!request.homeless);
+    QVERIFY(!request.atBoot);
+    QVERIFY(!request.busName);
+    QVERIFY(request.permissions.isEmpty() && request.params.isEmpty());
+    QCOMPARE(request.weight, 0);
+    QCOMPARE(request.cpuLimit, 0);
+    QVERIFY(request.unitSettings.isEmpty() && request.environment.isEmpty());
+}
+
+void TestStartHints::startsAtBootForTwoOnly_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("atBoot");
+    QTest::newRow("1") << QVariant(1) << false;
+    QTest::newRow("2") << QVariant(2) << true;
+    QTest::newRow("2 in text") << QVariant(QStringLiteral("2")) << true;
+    QTest::newRow("true") << QVariant(true) << false;
+}
+
+void TestStartHints::startsAtBootForTwoOnly()
+{
+    QFETCH(QVariant, value);
+    QFETCH(bool, atBoot);
+    QCOMPARE(Core::startRequestOf({}, {{QStringLiteral("Autostart"), value}}).atBoot, atBoot);
+}
+
+QTEST_APPLESS_MAIN(TestStartHints)
+#include "tst_start_hints.moc"
