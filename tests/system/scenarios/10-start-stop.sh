@@ -42,30 +42,8 @@ expect_confined() {
         || fail "the worker could reach programs of the system"
 }
 
+# Byte for byte, the line feed at the end too.
 expect_unit_file() {
-    local home='${HOME}' argv
-    argv="/usr/bin/firejail --quiet --private-bin=worker --template=OrganizationName:com.example"
-    argv+=" --template=ApplicationName:Notes --whitelist=/usr/share/com.example.Notes"
-    argv+=" --mkdir=$home/.cache/com.example/Notes --whitelist=$home/.cache/com.example/Notes"
-    argv+=" --mkdir=$home/.local/share/com.example/Notes --whitelist=$home/.local/share/com.example/Notes"
-    argv+=" --mkdir=$home/.config/com.example/Notes --whitelist=$home/.config/com.example/Notes"
-    argv+=" --dbus-user=none --whitelist=/srv/shared/com.example/Notes --dbus-system.talk=com.example.Notes.*"
-    argv+=" --mkdir=$home/.cache/com.example/common --whitelist=$home/.cache/com.example/common"
-    argv+=" --mkdir=$home/.config/com.example/common --whitelist=$home/.config/com.example/common"
-    argv+=" --mkdir=$home/.local/share/com.example/common --whitelist=$home/.local/share/com.example/common"
-    argv+=" --whitelist=/usr/share/common/com.example --whitelist=/srv/shared/com.example/common"
-    argv+=" --whitelist=/srv/shared/empty --blacklist=/srv/shared/empty"
-    argv+=" --whitelist=/usr/share/common/empty --blacklist=/usr/share/common/empty"
-    argv+=" --profile=/etc/sailjail/permissions/BaseTask.permission -- /usr/libexec/notes/worker sync"
-    expect_equal "the unit file" "$(in_container cat "$(unit_file $task)")" "[Unit]
-Description=Background task for $task
-After=sailjail-prepare-binds.service
-
-[Service]
-Environment=HALCYN_APP_ID=com.example.Notes HALCYN_PACKAGE_NAME=com.example.Notes HALCYN_TASK_ID=sync QT_QPA_PLATFORM=minimal
-ExecStart=$argv
-User=appuser
-
-[Install]
-WantedBy=multi-user.target"
+    local golden=../data/plans/notes-sync/unit.service
+    in_container cat "$(unit_file $task)" | diff -u "$golden" - || fail "the unit file is not $golden"
 }

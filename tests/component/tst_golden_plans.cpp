@@ -1,0 +1,42 @@
+// What the daemon writes is what the golden files say.
+
+#include "support/golden_plan.h"
+#include "support/stage.h"
+
+#include <QTest>
+
+class TestGoldenPlans : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void writesTheGoldenFiles_data();
+    void writesTheGoldenFiles();
+};
+
+void TestGoldenPlans::writesTheGoldenFiles_data()
+{
+    QTest::addColumn<QString>("name");
+    const QStringList names = GoldenPlan::names();
+    for (const QString &name : names)
+        QTest::addRow("%s", qPrintable(name)) << name;
+}
+
+void TestGoldenPlans::writesTheGoldenFiles()
+{
+    QFETCH(QString, name);
+    const GoldenPlan golden(name);
+    Stage stage;
+    stage.root.serveType(QStringLiteral("Sync"));
+    stage.root.write(QStringLiteral("/usr/share/applications/") + golden.file, golden.entry);
+    QVERIFY(stage.start());
+    QCOMPARE(stage.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(stage.start(golden.task, golden.hints, golden.info).errorMessage(), QString());
+    // The daemon looks for permissions in the system that runs the test.
+    QCOMPARE(stage.root.read(stage.root.unitFile(golden.task)), golden.unitWithoutPermissions());
+    QCOMPARE(stage.root.exists(stage.root.policyFile(golden.task)), !golden.policy.isEmpty());
+    QCOMPARE(stage.root.read(stage.root.policyFile(golden.task)), golden.policy);
+}
+
+QTEST_GUILESS_MAIN(TestGoldenPlans)
+#include "tst_golden_plans.moc"
