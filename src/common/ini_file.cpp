@@ -318,49 +318,64 @@ QString sectionName(const QByteArray &line)
 
 bool isMarkedAsUtf8(const QByteArray &text) { return text.startsWith("\xef\xbb\xbf"); }
 
-// The lines of each group. What is said twice of one group is one group.
-QMap<QString, QByteArray> sectionsOf(const QByteArray &text)
+// Where the first line begins. In front of a group the mark of UTF-8 is no part of it; in front of
+// a key it is part of its name.
+int startOf(const QByteArray &text)
 {
-    QMap<QString, QByteArray> sections;
-    QString name;
-    int start = 0;
-    const auto finish = [&](int end) {
-        QByteArray &lines = sections[name];
-        if (!lines.isEmpty())
-            lines += '\n';
-        lines += text.mid(start, end - start);
-    };
-    LineReader line(text, isMarkedAsUtf8(text) ? 3 : 0);
-    while (line.next()) {
-        if (text.at(line.start()) != '[')
-            continue;
-        finish(line.start());
-        name = sectionName(text.mid(line.start(), line.end() - line.start()));
-        start = line.end();
-    }
-    finish(line.start());
-    return sections;
+    if (!isMarkedAsUtf8(text))
+        return 0;
+    LineReader first(text, 3);
+    return first.next() && text.at(first.start()) == '[' ? 3 : 0;
 }
+
+// Counts lines up to positions that only grow.
+class LineNumber
+{
+public:
+    explicit LineNumber(const QByteArray &text)
+        : m_text(text)
+    {
+    }
+    int at(int position)
+    {
+        m_number += static_cast<int>(
+            std::count(m_text.begin() + m_position, m_text.begin() + position, '\n'));
+        m_position = position;
+        return m_number;
+    }
+
+private:
+    const QByteArray &m_text;
+    int m_position = 0;
+    int m_number = 1;
+};
 
 } // namespace
 
 IniFile::IniFile(const QByteArray &text)
 {
     const bool isUtf8 = isMarkedAsUtf8(text);
-    const QMap<QString, QByteArray> sections = sectionsOf(text);
-    for (auto section = sections.constBegin(); section != sections.constEnd(); ++section) {
-        const QByteArray &lines = *section;
-        LineReader line(lines);
-        while (line.next()) {
-            if (line.separator() < 0)
-                continue;
-            int keyEnd = line.separator();
-            while (keyEnd > line.start() && isBlank(lines.at(keyEnd - 1)))
-                --keyEnd;
-            const QString key = unescapedName(lines.mid(line.start(), keyEnd - line.start()));
-            m_sections[section.key()].insert(
-                key, ValueReader(lines, line.separator() + 1, line.end(), isUtf8).read());
+    LineReader line(text, startOf(text));
+    LineNumber number(text);
+    QString group;
+    // Made by its first key: a group without one is none.
+    Section *section = nullptr;
+    while (line.next()) {
+        if (text.at(line.start()) == '[') {
+            group = sectionName(text.mid(line.start(), line.end() - line.start()));
+            section = nullptr;
+            continue;
         }
+        if (line.separator() < 0)
+            continue;
+        int keyEnd = line.separator();
+        while (keyEnd > line.start() && isBlank(text.at(keyEnd - 1)))
+            --keyEnd;
+        if (section == nullptr)
+            section = &m_sections[group];
+        Value value = ValueReader(text, line.separator() + 1, line.end(), isUtf8).read();
+        value.line = number.at(line.start());
+        section->insert(unescapedName(text.mid(line.start(), keyEnd - line.start())), value);
     }
 }
 

@@ -22,6 +22,8 @@ public:
         /// Empty for a list.
         QString text;
         bool isList = false;
+        /// The line of the file on which the key is, from 1 on.
+        int line = 0;
     };
 
     /// Parses `text`, of which unreadable lines are left out.

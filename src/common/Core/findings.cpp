@@ -12,6 +12,8 @@ LoggedFindings &LoggedFindings::instance()
 
 void LoggedFindings::report(const Finding &finding, const FindingOrigin &origin)
 {
+    if (origin.type == QtInfoMsg)
+        return;
     const QMessageLogger logger(origin.file, origin.line, origin.function);
     if (origin.type == QtDebugMsg)
         logger.debug().noquote() << finding.text;

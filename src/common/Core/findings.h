@@ -37,7 +37,8 @@ struct FindingOrigin
     const char *file;
     int line;
     const char *function;
-    /// QtDebugMsg or QtWarningMsg.
+    /// QtDebugMsg or QtWarningMsg for what the daemon logs, QtInfoMsg for what it keeps silent
+    /// about.
     QtMsgType type;
 };
 
@@ -50,6 +51,7 @@ public:
 };
 
 /// Logs each finding's text as qWarning() or qDebug() would have at the place where it was made.
+/// What the daemon keeps silent about is not logged.
 class LoggedFindings : public Findings
 {
 public:
@@ -93,3 +95,8 @@ private:
 #define ORVANE_MENTION(findings, ...)                                                              \
     Core::FindingStream(findings, __VA_ARGS__,                                                     \
                         {QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, QT_MESSAGELOG_FUNC, QtDebugMsg})
+
+/// The same for what the daemon keeps silent about and a tool tells.
+#define ORVANE_REMARK(findings, ...)                                                               \
+    Core::FindingStream(findings, __VA_ARGS__,                                                     \
+                        {QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, QT_MESSAGELOG_FUNC, QtInfoMsg})

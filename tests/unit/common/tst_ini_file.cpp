@@ -22,6 +22,8 @@ private Q_SLOTS:
     void readsAnythingAsTheSettingsLibraryDoes();
     void takesSerialisedValuesAsText_data();
     void takesSerialisedValuesAsText();
+    void tellsTheLineOfAKey_data();
+    void tellsTheLineOfAKey();
     void answersNothingForAMissingKey();
     void needsLittleTimeForAnyMebibyte_data();
     void needsLittleTimeForAnyMebibyte();
@@ -182,6 +184,33 @@ void TestIniFile::takesSerialisedValuesAsText()
     QVERIFY(read->text.startsWith(QLatin1Char('@')));
     if (!value.contains('\\'))
         QCOMPARE(read->text, QString::fromLatin1(value));
+}
+
+void TestIniFile::tellsTheLineOfAKey_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("line");
+    const auto row = [](const char *name, const QByteArray &text, int line) {
+        QTest::newRow(name) << text << line;
+    };
+    row("behind the header", "[a]\nb=c\n", 2);
+    row("behind comments and empty lines", "; x\n\n[a] ; y\n\n;b=d\n  b = c", 6);
+    row("in the second of two groups of a name", "[a]\nd=e\n[f]\nb=g\n[a]\nb=c\n", 6);
+    row("the last of two", "[a]\nb=d\nb=c\n", 3);
+    row("behind a value over two lines", "[a]\nd=\"e\nf\"\nb=c\n", 4);
+    row("behind a continued line", "[a]\nd=e\\\nf\nb=c\n", 4);
+    row("other line ends", "[a]\r\nd=e\r\nb=c\r\n", 3);
+    row("behind the mark of UTF-8", "\xef\xbb\xbf[a]\nb=c\n", 2);
+}
+
+void TestIniFile::tellsTheLineOfAKey()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(int, line);
+    const auto value = IniFile(text).value(QStringLiteral("a"), QStringLiteral("b"));
+    QVERIFY(value.has_value());
+    QCOMPARE(value->text, QStringLiteral("c"));
+    QCOMPARE(value->line, line);
 }
 
 void TestIniFile::answersNothingForAMissingKey()

@@ -50,6 +50,7 @@ class TestFindings : public QObject
 private Q_SLOTS:
     void logsWhatAWarningWouldHaveLogged();
     void logsAtDebugLevel();
+    void keepsSilentAboutRemarks();
     void handsTheWholeFindingOver();
 };
 
@@ -58,10 +59,10 @@ void TestFindings::logsWhatAWarningWouldHaveLogged()
     const auto speak = [](Core::Findings &findings) {
         const QString name = QStringLiteral("1\nsync");
         // On one line, so that both have the same context.
-        ORVANE_WARN(findings, taskName()) << "Invalid task name:" << name << 5;
-        qWarning() << "Invalid task name:" << name << 5; // clang-format off
+        // clang-format off
+        ORVANE_WARN(findings, taskName()) << "Invalid task name:" << name << 5; qWarning() << "Invalid task name:" << name << 5;
+        // clang-format on
     };
-    // clang-format on
     s_messages.clear();
     const QtMessageHandler before = qInstallMessageHandler(keep);
     speak(Core::LoggedFindings::instance());
@@ -83,6 +84,18 @@ void TestFindings::logsAtDebugLevel()
     QCOMPARE(s_messages.size(), 1);
     QCOMPARE(s_messages.constFirst().type, QtDebugMsg);
     QCOMPARE(s_messages.constFirst().text, QStringLiteral("seen"));
+}
+
+void TestFindings::keepsSilentAboutRemarks()
+{
+    s_messages.clear();
+    const QtMessageHandler before = qInstallMessageHandler(keep);
+    ORVANE_REMARK(Core::LoggedFindings::instance(), taskName()) << "seen";
+    qInstallMessageHandler(before);
+    QVERIFY(s_messages.isEmpty());
+    Collected collected;
+    ORVANE_REMARK(collected, taskName()) << "seen";
+    QCOMPARE(collected.all.size(), 1);
 }
 
 void TestFindings::handsTheWholeFindingOver()
