@@ -3,7 +3,10 @@
 #include "common/root_path.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QStandardPaths>
+
+#include <optional>
 
 namespace {
 
@@ -18,7 +21,21 @@ QStringList permissionFoldersOfASystem()
             QStringLiteral("/var/lib/sailjail/permissions/")};
 }
 
+std::optional<Places> &placesOfProcess()
+{
+    static std::optional<Places> places;
+    return places;
+}
+
 } // namespace
+
+Places Places::ofProcess()
+{
+    const std::optional<Places> &places = placesOfProcess();
+    return places ? *places : ofEnvironment();
+}
+
+void Places::setOfProcess(const Places &places) { placesOfProcess() = places; }
 
 Places Places::ofEnvironment()
 {
@@ -74,6 +91,16 @@ QString Places::systemAutostartFolder() const
 QString Places::runtimeAutostartFolder() const
 {
     return QDir(root + QStringLiteral("/var/lib/am/apps")).absolutePath();
+}
+
+QString Places::firstFile(const QStringList &folders, const QString &name)
+{
+    for (const QString &folder : folders) {
+        const QString path = folder + QLatin1Char('/') + name;
+        if (QFileInfo(path).isFile())
+            return path;
+    }
+    return {};
 }
 
 QString Places::process(uint id) const { return root + QStringLiteral("/proc/%1").arg(id); }

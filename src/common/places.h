@@ -11,6 +11,12 @@ struct Places
     /// and mimeapps.list in the data and configuration folders of this process, permissions and
     /// programs in this system, and everything else below ORVANE_ROOTFS.
     [[nodiscard]] static Places ofEnvironment();
+    /// The places that this process works with: those that setOfProcess() was given, and those of
+    /// the environment, as it is at the call, when nobody gave any. For the objects that there is
+    /// one of in a process; everything below them is given its places.
+    [[nodiscard]] static Places ofProcess();
+    /// To be called where the program starts, before the first use of ofProcess().
+    static void setOfProcess(const Places &places);
     /// The same of a mounted image or a staging tree: everything is below its root, in the places
     /// where a system service looks.
     /// @param root an absolute path; empty and "/" both mean this system.
@@ -42,6 +48,8 @@ struct Places
     /// Autostart settings that the system ships, and those that the daemon writes.
     [[nodiscard]] QString systemAutostartFolder() const;
     [[nodiscard]] QString runtimeAutostartFolder() const;
+    /// A file in the first folder that has one of that name; empty when none has.
+    [[nodiscard]] static QString firstFile(const QStringList &folders, const QString &name);
     /// What /proc says of a process.
     [[nodiscard]] QString process(uint id) const;
 };

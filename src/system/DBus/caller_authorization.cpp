@@ -1,6 +1,6 @@
 #include "system/DBus/caller_authorization.h"
 
-#include "common/root_path.h"
+#include "common/places.h"
 #include "system/DBus/caller_credentials.h"
 
 #include <QDBusConnection>
@@ -60,11 +60,11 @@ struct Process
     QString group;
 };
 
-std::optional<Process> processOf(const CallerCredentials &caller)
+std::optional<Process> processOf(const CallerCredentials &caller, const Places &places)
 {
     if (!caller.pid)
         return {};
-    const QFileInfo directory(rootPrefix() + QStringLiteral("/proc/%1").arg(*caller.pid));
+    const QFileInfo directory(places.process(*caller.pid));
     // A missing path has no owner; its id must not be mistaken for a user.
     if (!directory.exists())
         return {};
@@ -93,11 +93,12 @@ bool isAuthorized(const QString &name, const QDBusConnection &connection, const 
     std::optional<CallerCredentials> caller = credentialsOf(name, connection);
     if (!caller)
         return false;
-    const std::optional<Process> process = processOf(*caller);
+    const Places places = Places::ofProcess();
+    const std::optional<Process> process = processOf(*caller, places);
     if (!process)
         return false;
     // Below a root prefix /proc is another system's, whose ids the bus does not know.
-    if (!rootPrefix().isEmpty())
+    if (!places.root.isEmpty())
         caller = CallerCredentials{process->uid, QVector<uint>{process->gid}, caller->pid};
 
     if (process->uid == 0 && caller->uid == 0)

@@ -1,10 +1,10 @@
 #include "system/autostart/launcher.h"
 
+#include "common/places.h"
 #include "system/autostart/manager.h"
 
 #include <QDebug>
 #include <QProcess>
-#include <QStandardPaths>
 
 #include <mdesktopentry.h>
 #include <orvanecontrol.h>
@@ -16,11 +16,12 @@ namespace Autostart {
 bool Launcher::launchApplications()
 {
     bool allStarted = true;
+    const Places places = Places::ofProcess();
     const QStringList applications =
         Manager::instance()->enabledApplications(static_cast<int>(getuid()));
     for (const QString &application : applications) {
-        const MDesktopEntry entry(QStandardPaths::locate(
-            QStandardPaths::ApplicationsLocation, QStringLiteral("%1.desktop").arg(application)));
+        const MDesktopEntry entry(Places::firstFile(places.applicationFolders,
+                                                    QStringLiteral("%1.desktop").arg(application)));
         if (entry.type() == QLatin1String("Link")) {
             // As an argument of its own: no character of the URL can become a second one.
             if (!QProcess::startDetached(QStringLiteral("xdg-open"), {entry.url()})) {

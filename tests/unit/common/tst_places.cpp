@@ -1,7 +1,10 @@
 #include "common/places.h"
 
+#include <QDir>
+#include <QFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 class TestPlaces : public QObject
@@ -14,6 +17,8 @@ private Q_SLOTS:
     void areTheFrameworksOwnForTheDaemon();
     void takeTheRootFromTheEnvironment();
     void areAllBelowTheRootOfAnImage();
+    void areTheEnvironmentsUntilSomebodySetsThem();
+    void findTheFirstFile();
     void areThisSystemsWithoutARoot_data();
     void areThisSystemsWithoutARoot();
 };
@@ -75,6 +80,33 @@ void TestPlaces::areAllBelowTheRootOfAnImage()
     QCOMPARE(places.configFolder, QStringLiteral("/image/root/.config"));
     // As they are named in a command line that runs inside the image.
     QCOMPARE(places.permissionFolders.constFirst(), QStringLiteral("/etc/sailjail/permissions/"));
+}
+
+void TestPlaces::areTheEnvironmentsUntilSomebodySetsThem()
+{
+    for (const char *root : {"/one", "/two"}) {
+        qputenv("ORVANE_ROOTFS", root);
+        QCOMPARE(Places::ofProcess().root, QString::fromLatin1(root));
+    }
+    Places::setOfProcess(Places::below(QStringLiteral("/image")));
+    QCOMPARE(Places::ofProcess().root, QStringLiteral("/image"));
+}
+
+void TestPlaces::findTheFirstFile()
+{
+    const QTemporaryDir directory;
+    const QString name = QStringLiteral("x");
+    const QStringList folders{
+        directory.filePath(QStringLiteral("none")), directory.filePath(QStringLiteral("directory")),
+        directory.filePath(QStringLiteral("first")), directory.filePath(QStringLiteral("second"))};
+    QCOMPARE(Places::firstFile(folders, name), QString());
+    QVERIFY(QDir().mkpath(folders.at(1) + QStringLiteral("/x")));
+    for (int i = 2; i < 4; ++i) {
+        QVERIFY(QDir().mkpath(folders.at(i)));
+        QFile file(folders.at(i) + QStringLiteral("/x"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    QCOMPARE(Places::firstFile(folders, name), folders.at(2) + QStringLiteral("/x"));
 }
 
 void TestPlaces::areThisSystemsWithoutARoot_data()
