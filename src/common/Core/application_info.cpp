@@ -1,16 +1,17 @@
 #include "common/Core/application_info.h"
 
 #include "common/Core/manifest.h"
+#include "common/Core/rules.h"
 #include "common/Core/task_bounds.h"
 #include "common/ini_file.h"
-#include "common/root_path.h"
+#include "common/key_file_lines.h"
+#include "common/places.h"
 #include "files/foreign_file.h"
-
-#include <QDebug>
 
 #include <mdesktopentry.h>
 
 #include <algorithm>
+#include <optional>
 
 namespace Core {
 
@@ -24,15 +25,19 @@ public:
     ~MyDesktopEntry() override = default;
 };
 
-// The first of the groups that speak of the sandbox in which the key says something.
-QString sandboxValue(const MDesktopEntry &entry, const QString &key)
+// The first of the groups that speak of the sandbox in which the key says something, and what it
+// says there.
+QString sandboxValue(const MDesktopEntry &entry, const QString &key, QString *inGroup = nullptr)
 {
     static const QStringList groups{QStringLiteral("X-Application"), QStringLiteral("X-Sailjail"),
                                     QStringLiteral("Sailjail")};
     for (const QString &group : groups) {
         const QString value = entry.value(group, key);
-        if (!value.isEmpty())
-            return value;
+        if (value.isEmpty())
+            continue;
+        if (inGroup != nullptr)
+            *inGroup = group;
+        return value;
     }
     return {};
 }
@@ -69,15 +74,50 @@ constexpr int longestMimeType = 1024;
 constexpr int mostNameWarnings = 32;
 constexpr int longestNameInLog = 200;
 
-void boundMimeTypes(QStringList &types, const QString &path)
+QString mainGroup() { return QStringLiteral("Desktop Entry"); }
+
+/// Makes findings of one entry. The entry is read for its lines when there is something to say.
+/// The first ones only get lines, because each costs a walk through the file.
+class EntryFindings
+{
+public:
+    EntryFindings(const QString &path, Findings &findings)
+        : sink(findings)
+        , m_path(path)
+    {
+    }
+    [[nodiscard]] Finding of(const Rule &rule, const QString &group, const QString &key = {})
+    {
+        if (++m_count > mostWithLines)
+            return findingOf(rule, {m_path, group, key});
+        if (!m_lines)
+            m_lines = KeyFileLines::ofFile(m_path);
+        const int line = key.isEmpty() ? m_lines->of(group) : m_lines->of(group, key);
+        return findingOf(rule, {m_path, group, key, line});
+    }
+
+    Findings &sink;
+
+private:
+    static constexpr int mostWithLines = 64;
+
+    const QString &m_path;
+    int m_count = 0;
+    std::optional<KeyFileLines> m_lines;
+};
+
+void boundMimeTypes(QStringList &types, const QString &path, EntryFindings &findings)
 {
     const int declared = types.size();
     const auto isTooLong = [](const QString &type) { return type.size() > longestMimeType; };
     types.erase(std::remove_if(types.begin(), types.end(), isTooLong), types.end());
     types = types.mid(0, mostMimeTypes);
-    if (types.size() < declared)
-        qWarning() << "Too many or too long MIME types:" << declared - types.size()
-                   << "are left out of" << path;
+    if (types.size() < declared) {
+        ORVANE_WARN(findings.sink,
+                    findings.of(Rules::mimeTypesSize, mainGroup(), QStringLiteral("MimeType")))
+            << "Too many or too long MIME types:" << declared - types.size() << "are left out of"
+            << path;
+    }
 }
 
 } // namespace
@@ -85,11 +125,13 @@ void boundMimeTypes(QStringList &types, const QString &path)
 class ApplicationInfoPrivate
 {
 public:
-    void parse(const QString &path);
-    void parseIntents(const QString &text);
-    void parseTasks(const MDesktopEntry &entry);
+    void parse(const QString &path, const Places &places, Findings &sink);
+    void parseIntents(const MDesktopEntry &entry, EntryFindings &findings);
+    void parseTasks(const MDesktopEntry &entry, EntryFindings &findings);
+    void addTask(const QString &taskName, const MDesktopEntry &entry, const QString &group,
+                 EntryFindings &findings);
     void parseLaunch(const MDesktopEntry &entry);
-    void readCertificate();
+    void readCertificate(const Places &places, Findings &findings);
 
     QString desktopFilePath;
     ApplicationId applicationId;
@@ -105,36 +147,43 @@ public:
     bool valid = false;
 };
 
-void ApplicationInfoPrivate::parse(const QString &path)
+void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Findings &sink)
 {
     desktopFilePath = path;
+    EntryFindings findings(desktopFilePath, sink);
     const MyDesktopEntry entry(path);
-    if (!entry.isValid())
+    if (!entry.isValid()) {
+        ORVANE_REMARK(sink, findingOf(Rules::entryInvalid, {path})) << "No valid entry:" << path;
         return;
+    }
     applicationId = ApplicationId(entry.appOrgname(), entry.appName());
     if (!applicationId.isValid() || applicationId.toString().size() > longestId)
         applicationId = ApplicationId::fromDesktopFileName(path);
     if (!applicationId.isValid()) {
-        qWarning() << "Invalid app ID in" << path;
+        ORVANE_WARN(sink, findingOf(Rules::entryId, {path})) << "Invalid app ID in" << path;
         return;
     }
-    parseIntents(sandboxValue(entry, QStringLiteral("Intents")));
-    parseTasks(entry);
+    parseIntents(entry, findings);
+    parseTasks(entry, findings);
     parseLaunch(entry);
     name = entry.name();
     icon = entry.icon();
     mimeTypes = entry.mimeType();
-    boundMimeTypes(mimeTypes, path);
+    boundMimeTypes(mimeTypes, path, findings);
     supportsMimeParents = entry.supportMimeParents();
-    manifest = Manifest(applicationId);
-    readCertificate();
+    manifest = Manifest(applicationId, places, sink);
+    readCertificate(places, sink);
     valid = true;
 }
 
-void ApplicationInfoPrivate::parseIntents(const QString &text)
+void ApplicationInfoPrivate::parseIntents(const MDesktopEntry &entry, EntryFindings &findings)
 {
+    const QString key = QStringLiteral("Intents");
+    QString group;
+    const QString text = sandboxValue(entry, key, &group);
     if (text.size() > longestIntents) {
-        qWarning() << "Too many intents in" << desktopFilePath;
+        ORVANE_WARN(findings.sink, findings.of(Rules::intentsSize, group, key))
+            << "Too many intents in" << desktopFilePath;
         return;
     }
     const QStringList parts = text.split(QLatin1Char(';'), Qt::SkipEmptyParts);
@@ -147,7 +196,7 @@ void ApplicationInfoPrivate::parseIntents(const QString &text)
     }
 }
 
-void ApplicationInfoPrivate::parseTasks(const MDesktopEntry &entry)
+void ApplicationInfoPrivate::parseTasks(const MDesktopEntry &entry, EntryFindings &findings)
 {
     int badNames = 0;
     const QStringList groups = entry.groups();
@@ -158,18 +207,28 @@ void ApplicationInfoPrivate::parseTasks(const MDesktopEntry &entry)
         if (!isValidTaskName(taskName)) {
             // A package fills no log with these.
             if (++badNames <= mostNameWarnings)
-                qWarning() << "Invalid task name:" << taskName.left(longestNameInLog);
+                ORVANE_WARN(findings.sink, findings.of(Rules::taskName, group))
+                    << "Invalid task name:" << taskName.left(longestNameInLog);
             continue;
         }
-        const QString exec = entry.value(group, QStringLiteral("Exec"));
-        tasks.insert(taskName,
-                     {ApplicationTaskId(applicationId, taskName),
-                      entry.value(group, QStringLiteral("Type")),
-                      exec.isEmpty() ? entry.exec() : exec,
-                      entry.stringListValue(group, QStringLiteral("Permissions")),
-                      entry.stringListValue(group, QStringLiteral("Conditions"))});
+        addTask(taskName, entry, group, findings);
     }
-    boundTasksOfApplication(tasks);
+    boundTasksOfApplication(tasks, findings.sink);
+}
+
+void ApplicationInfoPrivate::addTask(const QString &taskName, const MDesktopEntry &entry,
+                                     const QString &group, EntryFindings &findings)
+{
+    if (tasks.contains(taskName))
+        ORVANE_REMARK(findings.sink, findings.of(Rules::taskTwice, group))
+            << "Declared before:" << taskName;
+    const QString exec = entry.value(group, QStringLiteral("Exec"));
+    tasks.insert(taskName,
+                 {ApplicationTaskId(applicationId, taskName),
+                  entry.value(group, QStringLiteral("Type")), exec.isEmpty() ? entry.exec() : exec,
+                  entry.stringListValue(group, QStringLiteral("Permissions")),
+                  entry.stringListValue(group, QStringLiteral("Conditions")), desktopFilePath,
+                  group});
 }
 
 void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)
@@ -193,12 +252,14 @@ void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)
     launch.customMode = !mode.isEmpty() && mode != QLatin1String("Normal");
 }
 
-void ApplicationInfoPrivate::readCertificate()
+void ApplicationInfoPrivate::readCertificate(const Places &places, Findings &findings)
 {
-    const QString path = QStringLiteral("%1/opt/app/%2/current/halcyn.pkg")
-                             .arg(rootPrefix(), applicationId.toString());
-    const auto id = IniFile(readForeignFile(path).text)
-                        .value(QStringLiteral("certificate"), QStringLiteral("id"));
+    const QString path = places.packageFile(applicationId.toString(), QStringLiteral("halcyn.pkg"));
+    const ForeignFile file = readForeignFile(path);
+    if (file.state != ForeignFile::Read && file.state != ForeignFile::Missing)
+        ORVANE_REMARK(findings, findingOf(Rules::packageUnreadable, {path}))
+            << "Failed to read" << path << file.reason;
+    const auto id = IniFile(file.text).value(QStringLiteral("certificate"), QStringLiteral("id"));
     if (id)
         certificateId = id->text;
 }
@@ -208,10 +269,11 @@ ApplicationInfo::ApplicationInfo()
 {
 }
 
-ApplicationInfo::ApplicationInfo(const QString &desktopFilePath)
+ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &places,
+                                 Findings &findings)
 {
     const auto record = QSharedPointer<ApplicationInfoPrivate>::create();
-    record->parse(desktopFilePath);
+    record->parse(desktopFilePath, places, findings);
     d = record;
 }
 

@@ -7,9 +7,12 @@
 #include <QString>
 #include <QStringList>
 
+struct Places;
+
 namespace Core {
 
 class ApplicationInfoPrivate;
+class Findings;
 class Manifest;
 
 /// Everything that one installed application declares, read once from its desktop entry and its
@@ -27,6 +30,9 @@ public:
         QString exec;
         QStringList permissions;
         QStringList conditions;
+        /// The entry that declares it, and the group's name in it.
+        QString file{};
+        QString group{};
     };
 
     /// One intent that the application declares.
@@ -54,9 +60,9 @@ public:
 
     /// An empty record; not valid.
     ApplicationInfo();
-    /// Reads the desktop entry at `desktopFilePath`. An unusable file gives a record that is not
-    /// valid and, where the file's owner could mend it, a log line.
-    explicit ApplicationInfo(const QString &desktopFilePath);
+    /// Reads the desktop entry at `desktopFilePath`, and its package's files in their places. An
+    /// unusable file gives a record that is not valid, and a finding.
+    ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings);
     ~ApplicationInfo();
     ApplicationInfo(const ApplicationInfo &);
     ApplicationInfo &operator=(const ApplicationInfo &);

@@ -1,56 +1,22 @@
 #include "common/Core/application_registry.h"
 #include "common/Core/application_registry_p.h"
 
+#include "common/Core/findings.h"
 #include "common/Core/manifest.h"
-#include "common/Core/task_bounds.h"
 
 #include <QDebug>
-#include <QDir>
 #include <QFileInfo>
-#include <QSet>
-#include <QStandardPaths>
 #include <QUrl>
 #include <QVersionNumber>
 
 namespace Core {
 
-namespace {
-
-QString fileNameOf(const ApplicationInfo &info)
-{
-    return QFileInfo(info.desktopFilePath()).fileName();
-}
-
-// How much the name of an entry's file says for its id. Of two packages only one can own a name, so
-// that an id that follows from the name is nobody else's.
-int claimOf(const ApplicationInfo &info)
-{
-    const QString file = fileNameOf(info);
-    if (ApplicationId::fromDesktopFileName(file) == info.applicationId())
-        return 2;
-    return file == info.applicationId().toString() + QLatin1String(".desktop") ? 1 : 0;
-}
-
-// One entry of each application, whatever entries of one directory say that they are the same.
-void takeOne(const ApplicationInfo &info, QMap<QString, ApplicationInfo> &chosen)
-{
-    const QString id = info.applicationId().toString();
-    const auto earlier = chosen.find(id);
-    if (earlier == chosen.end()) {
-        chosen.insert(id, info);
-        return;
-    }
-    const bool wins = claimOf(info) > claimOf(*earlier);
-    qWarning() << "Two entries declare" << id << "and" << (wins ? info : *earlier).desktopFilePath()
-               << "is used, not" << (wins ? *earlier : info).desktopFilePath();
-    if (wins)
-        *earlier = info;
-}
-
-} // namespace
-
-ApplicationRegistryPrivate::ApplicationRegistryPrivate(ApplicationRegistry *registry)
-    : q(registry)
+ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces, Findings &sink,
+                                                       ApplicationRegistry *registry)
+    : places(givenPlaces)
+    , findings(sink)
+    , versionOverrides(places, findings)
+    , q(registry)
 {
     scanSoon.setSingleShot(true);
     scanSoon.setInterval(0);
@@ -58,53 +24,13 @@ ApplicationRegistryPrivate::ApplicationRegistryPrivate(ApplicationRegistry *regi
 
 void ApplicationRegistryPrivate::scan()
 {
-    fileToApplication.clear();
-    applications.clear();
-    const MimeappsEntries chosen = readMimeappsList();
-    const QStringList directories =
-        QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
-    for (const QString &directory : directories) {
-        if (QFileInfo(directory).isDir())
-            scanDirectory(directory);
-    }
-    registerHandlers();
-    uriHandlers.takeDefaults(chosen, fileToApplication);
+    const MimeappsEntries chosen = readMimeappsList(places, findings);
+    // Watched before it is read, so that no change in between is lost.
+    catalogue = ApplicationCatalogue(places, findings,
+                                     [this](const QString &path) { watcher.addPath(path); });
+    uriHandlers = catalogue.uriHandlers();
+    uriHandlers.takeDefaults(chosen, catalogue.fileToApplication());
     Q_EMIT q->manifestsChanged();
-}
-
-void ApplicationRegistryPrivate::scanDirectory(const QString &directory)
-{
-    watcher.addPath(directory);
-    QMap<QString, ApplicationInfo> chosen;
-    // By name, so that two entries of the same application do not depend on the disk's order.
-    const QFileInfoList files =
-        QDir(directory).entryInfoList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
-    for (const QFileInfo &file : files) {
-        watcher.addPath(file.filePath());
-        const ApplicationInfo info(file.filePath());
-        if (!info.isValid())
-            continue;
-        takeOne(info, chosen);
-        // The user's data home comes first in the list and goes before the system's.
-        if (!fileToApplication.contains(file.fileName()))
-            fileToApplication.insert(file.fileName(), info.applicationId().toString());
-    }
-    for (auto info = chosen.constBegin(); info != chosen.constEnd(); ++info) {
-        if (!applications.contains(info.key()))
-            applications.insert(info.key(), *info);
-    }
-}
-
-void ApplicationRegistryPrivate::registerHandlers()
-{
-    uriHandlers = UriHandlers();
-    for (auto info = applications.constBegin(); info != applications.constEnd(); ++info) {
-        // An entry may repeat a type, and each wildcard costs a walk through the database.
-        QStringList types = info->mimeTypes();
-        types.removeDuplicates();
-        for (const QString &mimeType : qAsConst(types))
-            uriHandlers.registerType(mimeType, info.key());
-    }
 }
 
 void ApplicationRegistryPrivate::writeDefaults() const
@@ -112,15 +38,15 @@ void ApplicationRegistryPrivate::writeDefaults() const
     QMap<QString, QString> files;
     const QMap<QString, QString> &defaults = uriHandlers.defaults();
     for (auto entry = defaults.constBegin(); entry != defaults.constEnd(); ++entry) {
-        const QString path = applications.value(entry.value()).desktopFilePath();
+        const QString path = catalogue.applications().value(entry.value()).desktopFilePath();
         files.insert(entry.key(), QFileInfo(path).fileName());
     }
-    writeMimeappsList(files);
+    writeMimeappsList(places, files);
 }
 
-ApplicationRegistry::ApplicationRegistry(QObject *parent)
+ApplicationRegistry::ApplicationRegistry(const Places &places, Findings &findings, QObject *parent)
     : QObject(parent)
-    , d(std::make_unique<ApplicationRegistryPrivate>(this))
+    , d(std::make_unique<ApplicationRegistryPrivate>(places, findings, this))
 {
     d->scan();
     const auto scanSoon = [this] { d->scanSoon.start(); };
@@ -133,23 +59,19 @@ ApplicationRegistry::~ApplicationRegistry() = default;
 
 ApplicationRegistry *ApplicationRegistry::instance()
 {
-    static auto *registry = new ApplicationRegistry;
+    static auto *registry =
+        new ApplicationRegistry(Places::ofProcess(), LoggedFindings::instance());
     return registry;
 }
 
 ApplicationInfo ApplicationRegistry::application(const ApplicationId &id) const
 {
-    return d->applications.value(id.toString());
+    return d->catalogue.application(id);
 }
 
 const ApplicationRegistry::TaskInfo &ApplicationRegistry::task(const ApplicationTaskId &id) const
 {
-    static const TaskInfo none;
-    const auto application = d->applications.constFind(id.applicationId().toString());
-    if (application == d->applications.constEnd())
-        return none;
-    const auto task = application->tasks().constFind(id.taskName().toString());
-    return task == application->tasks().constEnd() ? none : *task;
+    return d->catalogue.task(id);
 }
 
 QList<ApplicationRegistry::TaskInfo>
@@ -160,17 +82,7 @@ ApplicationRegistry::tasksOfApplication(const ApplicationId &id) const
 
 QList<ApplicationRegistry::TaskInfo> ApplicationRegistry::tasksOfType(const QString &type) const
 {
-    QList<QList<TaskInfo>> ofApplications;
-    for (const ApplicationInfo &application : qAsConst(d->applications)) {
-        QList<TaskInfo> tasks;
-        for (const TaskInfo &task : application.tasks()) {
-            if (task.type == type)
-                tasks.append(task);
-        }
-        if (!tasks.isEmpty())
-            ofApplications.append(tasks);
-    }
-    return joinedWithinBounds(ofApplications);
+    return d->catalogue.tasksOfType(type, d->findings);
 }
 
 int ApplicationRegistry::compatibilityLevel(const ApplicationId &id) const
@@ -191,23 +103,19 @@ int ApplicationRegistry::compatibilityLevel(const ApplicationId &id) const
 QStringList ApplicationRegistry::handlersForUri(const QUrl &uri,
                                                 const HandlerFilters &filters) const
 {
-    QSet<QString> forParents;
-    for (auto info = d->applications.constBegin(); info != d->applications.constEnd(); ++info) {
-        if (info->supportsMimeParents())
-            forParents.insert(info.key());
-    }
-    return d->uriHandlers.handlersFor(uri, filters, forParents);
+    return d->uriHandlers.handlersFor(uri, filters, d->catalogue.supportingMimeParents());
 }
 
 void ApplicationRegistry::setDefaultHandlerForUri(const QUrl &uri, const ApplicationId &application)
 {
-    if (!d->applications.contains(application.toString())) {
+    if (!d->catalogue.applications().contains(application.toString())) {
         qWarning() << "Failed to set" << application.toString() << "as default handler for"
                    << "uri (application doesn't exists in the application registry)";
         return;
     }
     // Another program may have written to the file since the last scan.
-    d->uriHandlers.takeDefaults(readMimeappsList(), d->fileToApplication);
+    d->uriHandlers.takeDefaults(readMimeappsList(d->places, d->findings),
+                                d->catalogue.fileToApplication());
     d->uriHandlers.setDefault(uri, application.toString());
     d->writeDefaults();
 }

@@ -8,9 +8,12 @@
 
 #include <memory>
 
+struct Places;
+
 namespace Core {
 
 class ApplicationRegistryPrivate;
+class Findings;
 
 /// The live catalogue of installed applications: every desktop entry in the standard applications
 /// directories, re-read as a whole when one of them changes. Main thread only.
@@ -22,9 +25,11 @@ public:
     using TaskInfo = ApplicationInfo::TaskInfo;
 
     /// Scans at once, then watches.
-    explicit ApplicationRegistry(QObject *parent = nullptr);
+    /// @param findings has to live as long as this object.
+    ApplicationRegistry(const Places &places, Findings &findings, QObject *parent = nullptr);
     ~ApplicationRegistry() override;
-    /// The registry that the process shares; created by the first call, never destroyed.
+    /// The registry that the process shares, of Places::ofProcess(); created by the first call,
+    /// never destroyed. Logs what it finds.
     static ApplicationRegistry *instance();
 
     /// The record of an application; one that is not valid when it is unknown.

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "common/Core/application_catalogue.h"
 #include "common/Core/application_registry.h"
 #include "common/Core/version_overrides.h"
+#include "common/places.h"
 
 #include <QFileSystemWatcher>
-#include <QMap>
-#include <QStringList>
 #include <QTimer>
 
 namespace Core {
@@ -13,17 +13,15 @@ namespace Core {
 class ApplicationRegistryPrivate
 {
 public:
-    explicit ApplicationRegistryPrivate(ApplicationRegistry *registry);
+    ApplicationRegistryPrivate(const Places &givenPlaces, Findings &sink,
+                               ApplicationRegistry *registry);
 
     void scan();
-    void scanDirectory(const QString &directory);
-    void registerHandlers();
     void writeDefaults() const;
 
-    /// Desktop file name to application id.
-    QMap<QString, QString> fileToApplication;
-    /// By application id.
-    QMap<QString, ApplicationInfo> applications;
+    const Places places;
+    Findings &findings;
+    ApplicationCatalogue catalogue;
     QFileSystemWatcher watcher;
     VersionOverrides versionOverrides;
     UriHandlers uriHandlers;

@@ -1,10 +1,10 @@
 #include "common/Core/manifest.h"
 
 #include "common/Core/application_id.h"
-#include "common/root_path.h"
+#include "common/Core/rules.h"
+#include "common/places.h"
 #include "files/foreign_file.h"
 
-#include <QDebug>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -13,29 +13,36 @@ namespace Core {
 class ManifestPrivate
 {
 public:
-    void parse(const QString &path);
+    void parse(const QString &path, Findings &findings);
 
     // All that is asked for: an object takes many times the room of its text.
     bool keepMediaActiveInBackground = false;
     bool valid = false;
 };
 
-void ManifestPrivate::parse(const QString &path)
+void ManifestPrivate::parse(const QString &path, Findings &findings)
 {
     const ForeignFile file = readForeignFile(path);
     if (file.state == ForeignFile::Missing)
         return;
     if (file.state != ForeignFile::Read) {
-        qDebug() << "Failed to open file:" << path << "reason:" << file.reason;
+        ORVANE_MENTION(findings, findingOf(Rules::manifestUnreadable, {path}))
+            << "Failed to open file:" << path << "reason:" << file.reason;
         return;
     }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(file.text, &error);
     if (error.error != QJsonParseError::NoError) {
-        qWarning() << "Could not parse manifest.json";
-        qWarning() << "Parse error at " << error.offset << ":" << error.errorString();
+        const int line = 1 + file.text.left(error.offset).count('\n');
+        ORVANE_WARN(findings, findingOf(Rules::manifestIgnored, {path}))
+            << "Could not parse manifest.json";
+        ORVANE_WARN(findings, findingOf(Rules::manifestSyntax, {path, {}, {}, line}))
+            << "Parse error at " << error.offset << ":" << error.errorString();
         return;
     }
+    if (!document.isObject())
+        ORVANE_REMARK(findings, findingOf(Rules::manifestIgnored, {path}))
+            << "The manifest is no JSON object";
     valid = document.isObject();
     keepMediaActiveInBackground =
         document.object().value(QStringLiteral("keepMediaActiveInBackground")).toBool(false);
@@ -46,12 +53,12 @@ Manifest::Manifest()
 {
 }
 
-Manifest::Manifest(const ApplicationId &application)
+Manifest::Manifest(const ApplicationId &application, const Places &places, Findings &findings)
     : Manifest()
 {
     if (application.isValid())
-        d->parse(QStringLiteral("%1/opt/app/%2/current/manifest.json")
-                     .arg(rootPrefix(), application.toString()));
+        d->parse(places.packageFile(application.toString(), QStringLiteral("manifest.json")),
+                 findings);
 }
 
 Manifest::~Manifest() = default;

@@ -2,20 +2,23 @@
 
 #include <memory>
 
+struct Places;
+
 namespace Core {
 
 class ApplicationId;
+class Findings;
 class ManifestPrivate;
 
 /// The manifest that an application's package carries, read once at construction. That it is
-/// there says that the application targets a newer platform. Problems are logged, never raised.
+/// there says that the application targets a newer platform. Problems are reported, never raised.
 class Manifest
 {
 public:
     /// Not valid; reads nothing.
     Manifest();
-    /// Reads the manifest of `application`, if that is a valid id, from below the root prefix.
-    explicit Manifest(const ApplicationId &application);
+    /// Reads the manifest of `application`, if that is a valid id.
+    Manifest(const ApplicationId &application, const Places &places, Findings &findings);
     ~Manifest();
     Manifest(const Manifest &other);
     Manifest &operator=(const Manifest &other);

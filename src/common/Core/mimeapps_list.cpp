@@ -1,22 +1,23 @@
 #include "common/Core/mimeapps_list.h"
 
+#include "common/Core/rules.h"
 #include "common/atomic_file.h"
+#include "common/places.h"
 #include "files/foreign_file.h"
 
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
-#include <QStandardPaths>
 
 namespace Core {
 
 namespace {
 
 // Empty when the user has no place for settings.
-QString filePath()
+QString filePath(const Places &places)
 {
-    const QString directory = QStandardPaths::writableLocation(QStandardPaths::ConfigLocation);
-    return directory.isEmpty() ? QString() : QStringLiteral("%1/mimeapps.list").arg(directory);
+    return places.configFolder.isEmpty() ? QString()
+                                         : places.configFolder + QStringLiteral("/mimeapps.list");
 }
 
 void addLine(const QString &line, MimeappsEntries &entries)
@@ -30,14 +31,15 @@ void addLine(const QString &line, MimeappsEntries &entries)
 
 } // namespace
 
-MimeappsEntries readMimeappsList()
+MimeappsEntries readMimeappsList(const Places &places, Findings &findings)
 {
-    const QString path = filePath();
+    const QString path = filePath(places);
     const ForeignFile file = readForeignFile(path);
     if (path.isEmpty() || file.state == ForeignFile::Missing)
         return {};
     if (file.state != ForeignFile::Read) {
-        qWarning() << "Failed to open file" << path;
+        ORVANE_WARN(findings, findingOf(Rules::mimeappsUnreadable, {path}))
+            << "Failed to open file" << path;
         return {};
     }
     MimeappsEntries entries;
@@ -49,9 +51,9 @@ MimeappsEntries readMimeappsList()
     return entries;
 }
 
-void writeMimeappsList(const QMap<QString, QString> &defaults)
+void writeMimeappsList(const Places &places, const QMap<QString, QString> &defaults)
 {
-    const QString path = filePath();
+    const QString path = filePath(places);
     if (path.isEmpty())
         return;
     const QString directory = QFileInfo(path).path();

@@ -1,6 +1,7 @@
 #include "common/Core/task_bounds.h"
 
-#include <QDebug>
+#include "common/Core/rules.h"
+
 #include <QVector>
 
 #include <algorithm>
@@ -32,11 +33,14 @@ struct LeftOut
 {
     int count = 0;
     QString first;
+    FindingPlace place;
 
     void add(const TaskInfo &task)
     {
-        if (count++ == 0)
-            first = task.taskId.toString().left(longestName);
+        if (count++ > 0)
+            return;
+        first = task.taskId.toString().left(longestName);
+        place = {task.file, task.group};
     }
 
 private:
@@ -53,7 +57,7 @@ int sizeOf(const TaskInfo &task)
         + sizeOf(task.permissions) + sizeOf(task.conditions);
 }
 
-void boundTasksOfApplication(QMap<QString, TaskInfo> &tasks)
+void boundTasksOfApplication(QMap<QString, TaskInfo> &tasks, Findings &findings)
 {
     LeftOut tooLarge;
     LeftOut withoutRoom;
@@ -70,14 +74,16 @@ void boundTasksOfApplication(QMap<QString, TaskInfo> &tasks)
         task = tasks.erase(task);
     }
     if (tooLarge.count > 0)
-        qWarning() << "Tasks that declare too much are left out:" << tooLarge.count
-                   << "of them, first" << tooLarge.first;
+        ORVANE_WARN(findings, findingOf(Rules::taskSize, tooLarge.place))
+            << "Tasks that declare too much are left out:" << tooLarge.count << "of them, first"
+            << tooLarge.first;
     if (withoutRoom.count > 0)
-        qWarning() << "The application declares too much in all its tasks. Left out:"
-                   << withoutRoom.count << "of them, first" << withoutRoom.first;
+        ORVANE_WARN(findings, findingOf(Rules::tasksSize, withoutRoom.place))
+            << "The application declares too much in all its tasks. Left out:" << withoutRoom.count
+            << "of them, first" << withoutRoom.first;
 }
 
-QList<TaskInfo> joinedWithinBounds(const QList<QList<TaskInfo>> &ofApplications)
+QList<TaskInfo> joinedWithinBounds(const QList<QList<TaskInfo>> &ofApplications, Findings &findings)
 {
     QVector<int> sizes;
     for (const QList<TaskInfo> &tasks : ofApplications)
@@ -102,8 +108,9 @@ QList<TaskInfo> joinedWithinBounds(const QList<QList<TaskInfo>> &ofApplications)
             joined += ofApplications.at(index);
     }
     if (withoutRoom.count > 0)
-        qWarning() << "Applications declare too many tasks of one type. Left out:"
-                   << withoutRoom.count << "of them, first that of" << withoutRoom.first;
+        ORVANE_WARN(findings, findingOf(Rules::taskListSize, withoutRoom.place))
+            << "Applications declare too many tasks of one type. Left out:" << withoutRoom.count
+            << "of them, first that of" << withoutRoom.first;
     return joined;
 }
 

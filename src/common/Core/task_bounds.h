@@ -11,6 +11,8 @@
 
 namespace Core {
 
+class Findings;
+
 /// Bytes that one task may take; an honest one takes some hundred.
 constexpr int largestTask = 16 << 10;
 /// Bytes that the tasks of one application may take together.
@@ -21,14 +23,15 @@ constexpr int largestTaskList = 8 << 20;
 /// Bytes that a task takes: what it takes in a message of the bus, if all of it were sent.
 [[nodiscard]] int sizeOf(const ApplicationInfo::TaskInfo &task);
 
-/// Leaves out what one application declares beyond the bounds, with a log line that names the
+/// Leaves out what one application declares beyond the bounds, with a finding that names the
 /// first task of each kind: tasks that are too large, then those for which no room is left, in
 /// order of task name.
-void boundTasksOfApplication(QMap<QString, ApplicationInfo::TaskInfo> &tasks);
+void boundTasksOfApplication(QMap<QString, ApplicationInfo::TaskInfo> &tasks, Findings &findings);
 
 /// Joins lists of tasks, one of each application, in order, as far as there is room. Those that
-/// take most are left out first, with one log line: nobody fills the room of the others.
+/// take most are left out first, with one finding: nobody fills the room of the others.
 [[nodiscard]] QList<ApplicationInfo::TaskInfo>
-joinedWithinBounds(const QList<QList<ApplicationInfo::TaskInfo>> &ofApplications);
+joinedWithinBounds(const QList<QList<ApplicationInfo::TaskInfo>> &ofApplications,
+                   Findings &findings);
 
 } // namespace Core

@@ -1,9 +1,10 @@
 #include "common/Core/task_type_config.h"
 
+#include "common/Core/rules.h"
 #include "common/ini_file.h"
+#include "common/places.h"
 #include "files/foreign_file.h"
 
-#include <QStandardPaths>
 #include <QVector>
 
 #include <algorithm>
@@ -18,6 +19,14 @@ bool saysYes(const IniFile::Value &value)
     const QString text = value.text.trimmed().toLower();
     return text == QLatin1String("true") || text == QLatin1String("yes")
         || text == QLatin1String("on") || text.toLongLong() != 0;
+}
+
+bool isBoolean(const IniFile::Value &value)
+{
+    static const QStringList words{
+        QStringLiteral("true"),  QStringLiteral("yes"), QStringLiteral("on"),  QStringLiteral("1"),
+        QStringLiteral("false"), QStringLiteral("no"),  QStringLiteral("off"), QStringLiteral("0")};
+    return !value.isList && words.contains(value.text.trimmed().toLower());
 }
 
 bool leadsAstray(const QStringRef &part)
@@ -38,16 +47,27 @@ bool TaskTypeConfig::mayHaveFile(const QString &taskType)
         && std::none_of(parts.begin(), parts.end(), leadsAstray);
 }
 
-TaskTypeConfig::TaskTypeConfig(const QString &taskType)
+TaskTypeConfig::TaskTypeConfig(const QString &taskType, const Places &places, Findings &findings)
 {
     if (!mayHaveFile(taskType))
         return;
-    const QString path = QStandardPaths::locate(QStandardPaths::AppDataLocation,
-                                                QStringLiteral("task-types/%1.conf").arg(taskType));
-    const auto value = IniFile(readForeignFile(path).text)
-                           .value(QStringLiteral("TaskType"), QStringLiteral("WorksInSession"));
-    if (value)
-        m_worksInSession = saysYes(*value);
+    m_file = Places::firstFile(places.taskTypeFolders, taskType + QStringLiteral(".conf"));
+    if (m_file.isEmpty())
+        return;
+    const ForeignFile content = readForeignFile(m_file);
+    if (content.state != ForeignFile::Read)
+        ORVANE_REMARK(findings, findingOf(Rules::taskTypeUnreadable, {m_file}))
+            << "Failed to read" << m_file << content.reason;
+    const QString group = QStringLiteral("TaskType");
+    const QString key = QStringLiteral("WorksInSession");
+    const auto value = IniFile(content.text).value(group, key);
+    if (!value)
+        return;
+    m_worksInSession = saysYes(*value);
+    if (!isBoolean(*value))
+        ORVANE_REMARK(findings,
+                      findingOf(Rules::taskTypeBoolean, {m_file, group, key, value->line}))
+            << "No boolean:" << value->text;
 }
 
 } // namespace Core

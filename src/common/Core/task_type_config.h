@@ -2,7 +2,11 @@
 
 #include <QString>
 
+struct Places;
+
 namespace Core {
+
+class Findings;
 
 /// The settings of one task type, from task-types/<type>.conf in the data directories. A missing
 /// or unreadable file is no error: every setting then has its default.
@@ -11,7 +15,7 @@ class TaskTypeConfig
 public:
     /// Reads the file, if the type may have one.
     /// @param taskType name of the type; slashes in it lead to directories.
-    explicit TaskTypeConfig(const QString &taskType);
+    TaskTypeConfig(const QString &taskType, const Places &places, Findings &findings);
     virtual ~TaskTypeConfig() = default;
     TaskTypeConfig(const TaskTypeConfig &) = delete;
     TaskTypeConfig &operator=(const TaskTypeConfig &) = delete;
@@ -22,10 +26,13 @@ public:
     /// in UTF-8. Any other type is one that nobody has configured.
     [[nodiscard]] static bool mayHaveFile(const QString &taskType);
 
+    /// The file that was found; empty when nobody has configured the type.
+    [[nodiscard]] const QString &file() const { return m_file; }
     /// Whether tasks of the type run inside the user's session; true unless the file says no.
     [[nodiscard]] bool worksInSession() const { return m_worksInSession; }
 
 private:
+    QString m_file;
     bool m_worksInSession = true;
 };
 

@@ -1,11 +1,12 @@
 #include "common/Core/version_overrides.h"
 
 #include "common/Core/application_id.h"
+#include "common/Core/rules.h"
 #include "common/ini_file.h"
-#include "common/root_path.h"
+#include "common/places.h"
 #include "files/foreign_file.h"
 
-#include <QDebug>
+#include <QVersionNumber>
 
 namespace Core {
 
@@ -25,8 +26,10 @@ bool isValidKey(const QString &key)
 
 } // namespace
 
-VersionOverrides::VersionOverrides(QObject *parent)
+VersionOverrides::VersionOverrides(const Places &places, Findings &findings, QObject *parent)
     : QObject(parent)
+    , m_path(places.versionOverrides())
+    , m_findings(findings)
 {
     load();
 }
@@ -39,16 +42,26 @@ void VersionOverrides::reload()
 
 void VersionOverrides::load()
 {
-    const IniFile file(
-        readForeignFile(rootPrefix() + QStringLiteral("/etc/orvane/os-version-support.cfg")).text);
+    const ForeignFile content = readForeignFile(m_path);
+    if (content.state != ForeignFile::Read && content.state != ForeignFile::Missing)
+        ORVANE_REMARK(m_findings, findingOf(Rules::overridesUnreadable, {m_path}))
+            << "Failed to read" << m_path << content.reason;
+    const IniFile file(content.text);
     const QString group = QStringLiteral("Applications");
     const QStringList keys = file.keys(group);
     for (const QString &key : keys) {
-        if (isValidKey(key))
-            m_versions.insert(key,
-                              file.value(group, key).value_or(IniFile::Value()).text.trimmed());
-        else
-            qWarning() << "Invalid version override:" << key;
+        const IniFile::Value value = file.value(group, key).value_or(IniFile::Value());
+        const FindingPlace place{m_path, group, key, value.line};
+        if (!isValidKey(key)) {
+            ORVANE_WARN(m_findings, findingOf(Rules::overrideKey, place))
+                << "Invalid version override:" << key;
+            continue;
+        }
+        const QString version = value.text.trimmed();
+        if (QVersionNumber::fromString(version).isNull())
+            ORVANE_REMARK(m_findings, findingOf(Rules::overrideVersion, place))
+                << "No version:" << version;
+        m_versions.insert(key, version);
     }
 }
 

@@ -4,18 +4,23 @@
 #include <QObject>
 #include <QString>
 
+struct Places;
+
 namespace Core {
 
 class ApplicationId;
+class Findings;
 
 /// The operating system vendor's word on which OS version applications target, from
-/// /etc/orvane/os-version-support.cfg below the root prefix. A missing file overrides nothing.
+/// /etc/orvane/os-version-support.cfg. A missing file overrides nothing.
 class VersionOverrides : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit VersionOverrides(QObject *parent = nullptr);
+    /// Loads the file.
+    /// @param findings has to live as long as this object.
+    VersionOverrides(const Places &places, Findings &findings, QObject *parent = nullptr);
 
     /// Forgets what was loaded and loads the file again.
     void reload();
@@ -26,6 +31,8 @@ public:
 private:
     void load();
 
+    const QString m_path;
+    Findings &m_findings;
     QHash<QString, QString> m_versions;
 };
 

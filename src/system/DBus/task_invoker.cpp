@@ -1,12 +1,14 @@
 #include "system/DBus/task_invoker.h"
 #include "system/DBus/task_invoker_p.h"
 
+#include "common/Core/findings.h"
 #include "common/Core/task_type_config.h"
 #include "common/DBus/answer.h"
 #include "common/DBus/open_call.h"
 #include "common/DBus/types.h"
 #include "common/client_text.h"
 #include "common/names.h"
+#include "common/places.h"
 #include "system/Core/task_manager.h"
 #include "system/DBus/clients.h"
 #include "system/DBus/task_invoker_session.h"
@@ -54,12 +56,17 @@ bool isOwnObject(const QString &path)
     return own.contains(path);
 }
 
+bool worksInSession(const QString &taskType)
+{
+    return Core::TaskTypeConfig(taskType, Places::ofProcess(), Core::LoggedFindings::instance())
+        .worksInSession();
+}
+
 // Whether a session at this path is this daemon's to serve, now or later.
 bool isOwnSession(const QString &path)
 {
     const QString sessions = Names::taskInvokerSessionsPath();
-    return path.startsWith(sessions)
-        && !Core::TaskTypeConfig(path.mid(sessions.size())).worksInSession();
+    return path.startsWith(sessions) && !worksInSession(path.mid(sessions.size()));
 }
 
 // Whether the per-user service may have an object there: it must not take the place of what this
@@ -343,7 +350,7 @@ void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sess
     // Nothing would come of it, and a client can send very many of these.
     if (!message().isReplyRequired() && d->holdsSession(client, taskType))
         return;
-    if (Core::TaskTypeConfig(taskType).worksInSession()) {
+    if (worksInSession(taskType)) {
         d->createSessionProxy(taskType);
         return;
     }

@@ -131,13 +131,14 @@ void TestTaskPlan::plansTheGoldenFiles()
     for (const QString &permission : golden.permissions)
         system.write(QLatin1String(permissionFolder) + permission + QLatin1String(".permission"),
                      "");
-    const ApplicationInfo application(system.path(entry));
+    const Places places = Places::below(system.path());
+    const ApplicationInfo application(system.path(entry), places, found);
     const auto task =
         application.tasks().value(ApplicationTaskId(golden.task).taskName().toString());
     QCOMPARE(task.taskId.toString(), golden.task);
 
-    const auto [error, planned] = Core::planTask(
-        task, Core::startRequestOf(golden.info, golden.hints), Places::below(system.path()), found);
+    const auto [error, planned] =
+        Core::planTask(task, Core::startRequestOf(golden.info, golden.hints), places, found);
     QCOMPARE(error.message(), QString());
     QCOMPARE(planned.unit(), golden.unit);
     QCOMPARE(textsOf(planned.argv), golden.argv);

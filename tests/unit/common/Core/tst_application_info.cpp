@@ -1,7 +1,9 @@
 #include "common/Core/application_info.h"
+#include "common/Core/findings.h"
 #include "common/Core/manifest.h"
 #include "common/Core/task_bounds.h"
 #include "support/odd_file.h"
+#include "support/root_places.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -17,8 +19,7 @@ class TestApplicationInfo : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup() { qunsetenv("ORVANE_ROOTFS"); }
+    void init() { root = std::make_unique<TempRoot>(); }
 
     void isInvalidForAnUnusableFile_data();
     void isInvalidForAnUnusableFile();
@@ -47,13 +48,17 @@ private Q_SLOTS:
     void sharesItsRecord();
 
 private:
+    ApplicationInfo readFile(const QString &path) const
+    {
+        return {path, placesOf(*root), Core::LoggedFindings::instance()};
+    }
     ApplicationInfo read(const QByteArray &main, const QByteArray &groups = {},
                          const QString &file = QStringLiteral("/app.desktop"))
     {
         root->write(file,
                     "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n" + main + "\n"
                         + groups);
-        return ApplicationInfo(root->path(file));
+        return readFile(root->path(file));
     }
 
     std::unique_ptr<TempRoot> root;
@@ -64,12 +69,6 @@ namespace {
 const char identity[] = "[X-Application]\nOrganizationName=com.example\nApplicationName=Notes\n";
 
 } // namespace
-
-void TestApplicationInfo::init()
-{
-    root = std::make_unique<TempRoot>();
-    qputenv("ORVANE_ROOTFS", root->path().toUtf8());
-}
 
 void TestApplicationInfo::isInvalidForAnUnusableFile_data()
 {
@@ -92,9 +91,9 @@ void TestApplicationInfo::isInvalidForAnUnusableFile()
     QFETCH(QByteArray, text);
     root->write(QStringLiteral("/app.desktop"), text);
     const LogLines log;
-    QVERIFY(!ApplicationInfo(root->path(QStringLiteral("/app.desktop"))).isValid());
-    QVERIFY(!ApplicationInfo(root->path(QStringLiteral("/none.desktop"))).isValid());
-    QVERIFY(!ApplicationInfo(root->path()).isValid());
+    QVERIFY(!readFile(root->path(QStringLiteral("/app.desktop"))).isValid());
+    QVERIFY(!readFile(root->path(QStringLiteral("/none.desktop"))).isValid());
+    QVERIFY(!readFile(root->path()).isValid());
     QVERIFY(!ApplicationInfo().isValid());
     QCOMPARE(log.taken(), QStringList());
 }

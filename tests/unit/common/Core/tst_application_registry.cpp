@@ -1,5 +1,7 @@
 #include "common/Core/application_registry.h"
+#include "common/Core/findings.h"
 #include "common/Core/task_bounds.h"
+#include "support/root_places.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -43,7 +45,11 @@ private Q_SLOTS:
     void computesTheCompatibilityLevel();
 
 private:
-    void load() { registry = std::make_unique<ApplicationRegistry>(); }
+    void load()
+    {
+        registry = std::make_unique<ApplicationRegistry>(placesOf(*root),
+                                                         Core::LoggedFindings::instance());
+    }
     [[nodiscard]] bool knows(const char *id) const
     {
         return registry->application(ApplicationId(QString::fromLatin1(id))).isValid();
@@ -73,9 +79,8 @@ private:
 void TestApplicationRegistry::init()
 {
     root = std::make_unique<TempRoot>();
-    qputenv("ORVANE_ROOTFS", root->path().toUtf8());
+    // Of the MIME database.
     qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
-    qputenv("XDG_CONFIG_HOME", root->path(QStringLiteral("/home/config")).toUtf8());
     qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
 }
 

@@ -1,5 +1,7 @@
 #include "common/Core/application_id.h"
+#include "common/Core/findings.h"
 #include "common/Core/manifest.h"
+#include "support/root_places.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -14,8 +16,7 @@ class TestManifest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { qputenv("ORVANE_ROOTFS", root.path().toUtf8()); }
-    void cleanup();
+    void cleanup() { root.remove(path()); }
 
     void isInvalidWithoutAFile();
     void isInvalidForAnInvalidApplication();
@@ -37,28 +38,27 @@ private:
         return QStringLiteral("/opt/app/com.example.Notes/current/manifest.json");
     }
 
+    [[nodiscard]] Core::Manifest read(const Core::ApplicationId &id = notes()) const
+    {
+        return {id, placesOf(root), Core::LoggedFindings::instance()};
+    }
+
     TempRoot root;
 };
-
-void TestManifest::cleanup()
-{
-    root.remove(path());
-    qunsetenv("ORVANE_ROOTFS");
-}
 
 void TestManifest::isInvalidWithoutAFile()
 {
     const LogLines log;
     QVERIFY(!Core::Manifest().isValid());
-    QVERIFY(!Core::Manifest(notes()).isValid());
-    QVERIFY(!Core::Manifest(notes()).keepMediaActiveInBackground());
+    QVERIFY(!read().isValid());
+    QVERIFY(!read().keepMediaActiveInBackground());
     QCOMPARE(log.taken(), QStringList());
 }
 
 void TestManifest::isInvalidForAnInvalidApplication()
 {
     root.write(QStringLiteral("/opt/app/Notes/current/manifest.json"), "{}");
-    QVERIFY(!Core::Manifest(Core::ApplicationId(QStringLiteral("Notes"))).isValid());
+    QVERIFY(!read(Core::ApplicationId(QStringLiteral("Notes"))).isValid());
 }
 
 void TestManifest::readsTheObject_data()
@@ -77,7 +77,7 @@ void TestManifest::readsTheObject()
     QFETCH(QByteArray, text);
     QFETCH(bool, keeps);
     root.write(path(), text);
-    const Core::Manifest manifest(notes());
+    const Core::Manifest manifest = read();
     QVERIFY(manifest.isValid());
     QCOMPARE(manifest.keepMediaActiveInBackground(), keeps);
 }
@@ -88,7 +88,7 @@ void TestManifest::saysWhereItCannotParse()
     QTest::ignoreMessage(QtWarningMsg, "Could not parse manifest.json");
     QTest::ignoreMessage(QtWarningMsg,
                          QRegularExpression(QStringLiteral("^Parse error at  \\d+ : \".+\"$")));
-    QVERIFY(!Core::Manifest(notes()).isValid());
+    QVERIFY(!read().isValid());
 }
 
 void TestManifest::saysWhyItCannotOpen()
@@ -97,7 +97,7 @@ void TestManifest::saysWhyItCannotOpen()
     const QString pattern = QStringLiteral("^Failed to open file: \"%1\" reason: \".+\"$")
                                 .arg(QRegularExpression::escape(root.path(path())));
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression(pattern));
-    QVERIFY(!Core::Manifest(notes()).isValid());
+    QVERIFY(!read().isValid());
     root.remove(path() + QStringLiteral("/a-directory"));
     QDir().rmdir(root.path(path()));
 }
@@ -108,14 +108,14 @@ void TestManifest::doesNotWaitForAPipe()
     root.remove(path());
     QCOMPARE(mkfifo(qPrintable(root.path(path())), 0600), 0);
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^Failed to open file: ")));
-    QVERIFY(!Core::Manifest(notes()).isValid());
+    QVERIFY(!read().isValid());
 }
 
 void TestManifest::takesNoArray()
 {
     root.write(path(), "[1, 2]");
     const LogLines log;
-    QVERIFY(!Core::Manifest(notes()).isValid());
+    QVERIFY(!read().isValid());
     QCOMPARE(log.taken(), QStringList());
 }
 
@@ -123,7 +123,7 @@ void TestManifest::copiesItsRecord()
 {
     root.write(path(), R"({"keepMediaActiveInBackground": true})");
     Core::Manifest copy;
-    copy = Core::Manifest(notes());
+    copy = read();
     const Core::Manifest another(copy);
     QVERIFY(another.isValid() && another.keepMediaActiveInBackground());
 }

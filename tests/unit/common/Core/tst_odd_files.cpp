@@ -2,9 +2,11 @@
 // nobody, and everything else is served.
 
 #include "common/Core/application_registry.h"
+#include "common/Core/findings.h"
 #include "common/Core/manifest.h"
 #include "common/Core/task_type_config.h"
 #include "support/odd_file.h"
+#include "support/root_places.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -21,7 +23,6 @@ class TestOddFiles : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void servesEverythingElse_data();
     void servesEverythingElse();
     void readsAFileOfExactlyTheBound_data();
@@ -54,9 +55,10 @@ const Place places[] = {
 };
 
 /// What the catalogue says of each of the places: whether it took what the file says.
-QVector<bool> taken()
+QVector<bool> taken(const Places &where)
 {
-    const ApplicationRegistry registry;
+    Core::Findings &findings = Core::LoggedFindings::instance();
+    const ApplicationRegistry registry(where, findings);
     const ApplicationId notes(QStringLiteral("com.example.Notes"));
     const auto info = registry.application(notes);
     if (!info.isValid())
@@ -64,7 +66,7 @@ QVector<bool> taken()
     return {registry.application(ApplicationId(QStringLiteral("com.example.Odd"))).isValid(),
             info.manifest().isValid(),
             info.certificateId() == QLatin1String("abc"),
-            !Core::TaskTypeConfig(QStringLiteral("Odd")).worksInSession(),
+            !Core::TaskTypeConfig(QStringLiteral("Odd"), where, findings).worksInSession(),
             registry.compatibilityLevel(notes) == 1,
             registry.handlersForUri(QUrl(QStringLiteral("odd:x")), {}).size() == 1};
 }
@@ -82,18 +84,9 @@ void addPlaces(const QStringList &kinds)
 
 } // namespace
 
-void TestOddFiles::initTestCase()
-{
-    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
-}
-
 void TestOddFiles::setUp()
 {
     root = std::make_unique<TempRoot>();
-    qputenv("ORVANE_ROOTFS", root->path().toUtf8());
-    qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
-    qputenv("XDG_CONFIG_HOME", root->path(QStringLiteral("/home/config")).toUtf8());
-    qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
     root->writeApplication(QStringLiteral("Notes"), {});
 }
 
@@ -108,7 +101,7 @@ void TestOddFiles::servesEverythingElse()
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
     QVERIFY(OddFile::make(kind, path, places[place].text));
     const LogLines log;
-    QCOMPARE(taken(), QVector<bool>(6, false));
+    QCOMPARE(taken(placesOf(*root)), QVector<bool>(6, false));
 }
 
 void TestOddFiles::readsAFileOfExactlyTheBound_data() { addPlaces({QStringLiteral("1 MiB")}); }
@@ -122,7 +115,7 @@ void TestOddFiles::readsAFileOfExactlyTheBound()
     QVector<bool> expected(6, false);
     expected[place] = true;
     // With a manifest an application is a new one.
-    QCOMPARE(taken(), expected);
+    QCOMPARE(taken(placesOf(*root)), expected);
 }
 
 QTEST_GUILESS_MAIN(TestOddFiles)

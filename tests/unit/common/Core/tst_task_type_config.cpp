@@ -1,5 +1,7 @@
+#include "common/Core/findings.h"
 #include "common/Core/task_type_config.h"
 #include "support/odd_file.h"
+#include "support/root_places.h"
 #include "support/temp_root.h"
 
 #include <QTest>
@@ -12,8 +14,6 @@ class TestTaskTypeConfig : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void worksInSessionByDefault();
     void saysWhetherItWorksInSession_data();
     void saysWhetherItWorksInSession();
@@ -23,21 +23,20 @@ private Q_SLOTS:
     void opensNothingOutsideItsDirectory();
 
 private:
+    [[nodiscard]] bool worksInSession(const QString &type) const
+    {
+        return Core::TaskTypeConfig(type, placesOf(root), Core::LoggedFindings::instance())
+            .worksInSession();
+    }
+
     TempRoot root;
 };
 
-void TestTaskTypeConfig::initTestCase()
-{
-    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
-    qputenv("XDG_DATA_HOME", root.path(QStringLiteral("/home/data")).toUtf8());
-    qputenv("XDG_DATA_DIRS", root.path(QStringLiteral("/usr/share")).toUtf8());
-}
-
 void TestTaskTypeConfig::worksInSessionByDefault()
 {
-    QVERIFY(Core::TaskTypeConfig(QStringLiteral("None")).worksInSession());
-    QVERIFY(Core::TaskTypeConfig(QString()).worksInSession());
-    QVERIFY(Core::TaskTypeConfig(QStringLiteral("../../none")).worksInSession());
+    QVERIFY(worksInSession(QStringLiteral("None")));
+    QVERIFY(worksInSession(QString()));
+    QVERIFY(worksInSession(QStringLiteral("../../none")));
 }
 
 void TestTaskTypeConfig::saysWhetherItWorksInSession_data()
@@ -78,7 +77,7 @@ void TestTaskTypeConfig::saysWhetherItWorksInSession()
     static int number = 0;
     const QString type = QStringLiteral("Type%1").arg(++number);
     root.write(QStringLiteral("/usr/share/orvane/task-types/%1.conf").arg(type), text);
-    QCOMPARE(Core::TaskTypeConfig(type).worksInSession(), works);
+    QCOMPARE(worksInSession(type), works);
 }
 
 void TestTaskTypeConfig::prefersTheUsersFile()
@@ -86,7 +85,7 @@ void TestTaskTypeConfig::prefersTheUsersFile()
     root.serveType(QStringLiteral("Both"));
     root.write(QStringLiteral("/home/data/orvane/task-types/Both.conf"),
                "[TaskType]\nWorksInSession=true\n");
-    QVERIFY(Core::TaskTypeConfig(QStringLiteral("Both")).worksInSession());
+    QVERIFY(worksInSession(QStringLiteral("Both")));
 }
 
 void TestTaskTypeConfig::hasNoFileForAnOddType_data()
@@ -137,8 +136,7 @@ void TestTaskTypeConfig::hasNoFileForAnOddType()
     if (type.contains(QLatin1String("Sync")) && mayHaveFile)
         root.write(QStringLiteral("/usr/share/orvane/task-types/%1.conf").arg(type), text);
     root.write(QStringLiteral("/usr/home/u/v.conf"), text);
-    QCOMPARE(Core::TaskTypeConfig(type).worksInSession(),
-             !(mayHaveFile && type.contains(QLatin1String("Sync"))));
+    QCOMPARE(worksInSession(type), !(mayHaveFile && type.contains(QLatin1String("Sync"))));
 }
 
 // A look at a file through a link changes nothing, but one that is opened says so.
@@ -152,7 +150,7 @@ void TestTaskTypeConfig::opensNothingOutsideItsDirectory()
         char events[4096];
         return ::read(watch, events, sizeof events) > 0;
     };
-    QVERIFY(Core::TaskTypeConfig(QStringLiteral("../../../home/u/v")).worksInSession());
+    QVERIFY(worksInSession(QStringLiteral("../../../home/u/v")));
     QVERIFY(!sees());
     QFile file(root.path(QStringLiteral("/usr/home/u/v.conf")));
     QVERIFY(file.open(QIODevice::ReadOnly));

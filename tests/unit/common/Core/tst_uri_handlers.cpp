@@ -1,4 +1,6 @@
 #include "common/Core/application_registry.h"
+#include "common/Core/findings.h"
+#include "support/root_places.h"
 #include "support/temp_root.h"
 
 #include <QFile>
@@ -45,7 +47,11 @@ private:
                 + more + "\n[X-Application]\nOrganizationName=com.x\nApplicationName=" + name
                 + "\n");
     }
-    void load() { registry = std::make_unique<ApplicationRegistry>(); }
+    void load()
+    {
+        registry = std::make_unique<ApplicationRegistry>(placesOf(*root),
+                                                         Core::LoggedFindings::instance());
+    }
     /// Names of the applications, without the organisation, joined by blanks.
     [[nodiscard]] QString ask(const char *uri, const HandlerFilters &filters = {}) const
     {

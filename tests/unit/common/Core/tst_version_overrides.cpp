@@ -1,5 +1,7 @@
 #include "common/Core/application_id.h"
+#include "common/Core/findings.h"
 #include "common/Core/version_overrides.h"
+#include "support/root_places.h"
 #include "support/temp_root.h"
 
 #include <QTest>
@@ -9,8 +11,7 @@ class TestVersionOverrides : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup() { qunsetenv("ORVANE_ROOTFS"); }
+    void init() { root = std::make_unique<TempRoot>(); }
 
     void overridesNothingWithoutAFile();
     void prefersTheMostSpecificKey_data();
@@ -30,18 +31,18 @@ private:
         return overrides.versionFor(Core::ApplicationId(QString::fromLatin1(id)));
     }
 
+    [[nodiscard]] std::unique_ptr<Core::VersionOverrides> load() const
+    {
+        return std::make_unique<Core::VersionOverrides>(placesOf(*root),
+                                                        Core::LoggedFindings::instance());
+    }
+
     std::unique_ptr<TempRoot> root;
 };
 
-void TestVersionOverrides::init()
-{
-    root = std::make_unique<TempRoot>();
-    qputenv("ORVANE_ROOTFS", root->path().toUtf8());
-}
-
 void TestVersionOverrides::overridesNothingWithoutAFile()
 {
-    QCOMPARE(versionOf(Core::VersionOverrides(), "com.example.Notes"), QString());
+    QCOMPARE(versionOf(*load(), "com.example.Notes"), QString());
 }
 
 void TestVersionOverrides::prefersTheMostSpecificKey_data()
@@ -62,7 +63,7 @@ void TestVersionOverrides::prefersTheMostSpecificKey()
     QFETCH(QString, id);
     QFETCH(QString, version);
     write("[Applications]\ncom.example.Notes=1\ncom.example.*=2\ncom.*=3\n*=4\n");
-    QCOMPARE(Core::VersionOverrides().versionFor(Core::ApplicationId(id)), version);
+    QCOMPARE(load()->versionFor(Core::ApplicationId(id)), version);
 }
 
 void TestVersionOverrides::refusesOtherWildcards()
@@ -70,32 +71,32 @@ void TestVersionOverrides::refusesOtherWildcards()
     write("[Applications]\na.*b=1\ncom*=2\n*.example=3\na.**=4\n");
     for (const char *key : {"a.*b", "com*", "*.example", "a.**"})
         QTest::ignoreMessage(QtWarningMsg, QByteArray("Invalid version override: \"") + key + "\"");
-    const Core::VersionOverrides overrides;
-    QCOMPARE(versionOf(overrides, "com.example"), QString());
-    QCOMPARE(versionOf(overrides, "a.b"), QString());
+    const auto overrides = load();
+    QCOMPARE(versionOf(*overrides, "com.example"), QString());
+    QCOMPARE(versionOf(*overrides, "a.b"), QString());
 }
 
 void TestVersionOverrides::trimsAndTakesTheLast()
 {
     write("[Applications]\na.b=1\na.c=\" 4.3 \"\na.b=2\n");
-    const Core::VersionOverrides overrides;
-    QCOMPARE(versionOf(overrides, "a.b"), QStringLiteral("2"));
-    QCOMPARE(versionOf(overrides, "a.c"), QStringLiteral("4.3"));
+    const auto overrides = load();
+    QCOMPARE(versionOf(*overrides, "a.b"), QStringLiteral("2"));
+    QCOMPARE(versionOf(*overrides, "a.c"), QStringLiteral("4.3"));
 }
 
 void TestVersionOverrides::readsOneGroupOnly()
 {
     write("a.b=1\n[Other]\na.b=2\n");
-    QCOMPARE(versionOf(Core::VersionOverrides(), "a.b"), QString());
+    QCOMPARE(versionOf(*load(), "a.b"), QString());
 }
 
 void TestVersionOverrides::reloads()
 {
-    Core::VersionOverrides overrides;
+    const auto overrides = load();
     write("[Applications]\na.b=1\n");
-    QCOMPARE(versionOf(overrides, "a.b"), QString());
-    overrides.reload();
-    QCOMPARE(versionOf(overrides, "a.b"), QStringLiteral("1"));
+    QCOMPARE(versionOf(*overrides, "a.b"), QString());
+    overrides->reload();
+    QCOMPARE(versionOf(*overrides, "a.b"), QStringLiteral("1"));
 }
 
 QTEST_GUILESS_MAIN(TestVersionOverrides)

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "common/places.h"
+#include "support/temp_root.h"
+
+/// Everything in its place below a test's root: what a process finds in TempRoot::environment().
+inline Places placesOf(const TempRoot &root)
+{
+    Places places;
+    places.root = root.path();
+    for (const char *data : {"/home/data", "/usr/share"}) {
+        const QString folder = root.path(QString::fromLatin1(data));
+        places.applicationFolders.append(folder + QStringLiteral("/applications"));
+        places.taskTypeFolders.append(folder + QStringLiteral("/orvane/task-types"));
+    }
+    places.configFolder = root.path(QStringLiteral("/home/config"));
+    return places;
+}

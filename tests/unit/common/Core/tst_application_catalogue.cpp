@@ -1,0 +1,145 @@
+#include "common/Core/application_catalogue.h"
+#include "common/Core/findings.h"
+#include "support/collected_findings.h"
+#include "support/root_places.h"
+
+#include <QTest>
+
+using Core::ApplicationCatalogue;
+using Core::ApplicationId;
+using Core::ApplicationTaskId;
+
+class TestApplicationCatalogue : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void knowsNothingByDefault();
+    void isAValueOfOneLook();
+    void tellsWhichFilesAreShadowed();
+    void tellsWhichFileANameMeans();
+    void tellsWhichFilesAreNoEntries();
+    void announcesWhatItReadsBeforeItReadsIt();
+
+private:
+    [[nodiscard]] ApplicationCatalogue scan()
+    {
+        findings.all.clear();
+        return {placesOf(*root), findings};
+    }
+    [[nodiscard]] QString system(const char *name) const { return root->path(below(name)); }
+    static QString below(const char *name)
+    {
+        return QStringLiteral("/usr/share/applications/") + QString::fromLatin1(name);
+    }
+    static QString belowHome(const char *name)
+    {
+        return QStringLiteral("/home/data/applications/") + QString::fromLatin1(name);
+    }
+
+    std::unique_ptr<TempRoot> root;
+    CollectedFindings findings;
+};
+
+namespace {
+
+QByteArray entryOf(const char *name)
+{
+    return QByteArray("[Desktop Entry]\nType=Application\nName=x\n[X-Application]\n"
+                      "OrganizationName=com.example\nApplicationName=")
+        + name + "\n[X-Task sync]\nType=Sync\nExec=/bin/x\n";
+}
+
+} // namespace
+
+void TestApplicationCatalogue::init() { root = std::make_unique<TempRoot>(); }
+
+void TestApplicationCatalogue::knowsNothingByDefault()
+{
+    const ApplicationCatalogue catalogue;
+    QVERIFY(catalogue.applications().isEmpty());
+    QVERIFY(!catalogue.task(ApplicationTaskId(QStringLiteral("a.b.task_c"))).taskId.isValid());
+}
+
+void TestApplicationCatalogue::isAValueOfOneLook()
+{
+    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
+    const ApplicationCatalogue before = scan();
+    QCOMPARE(findings.rules(), QStringList());
+    root->remove(below("Notes.desktop"));
+    const ApplicationTaskId task(QStringLiteral("com.example.Notes.task_sync"));
+    QCOMPARE(before.task(task).type, QStringLiteral("Sync"));
+    QCOMPARE(before.task(task).file, system("Notes.desktop"));
+    QCOMPARE(before.task(task).group, QStringLiteral("X-Task sync"));
+    QCOMPARE(before.tasksOfType(QStringLiteral("Sync"), findings).size(), 1);
+    QVERIFY(scan().applications().isEmpty());
+}
+
+void TestApplicationCatalogue::tellsWhichFilesAreShadowed()
+{
+    root->write(belowHome("mine.desktop"), entryOf("App"));
+    root->write(below("aaa.desktop"), entryOf("App"));
+    root->write(below("com.example.App.desktop"), entryOf("App"));
+    const ApplicationCatalogue catalogue = scan();
+    const auto shadowed = catalogue.shadowed();
+    QCOMPARE(shadowed.size(), 2);
+    QCOMPARE(shadowed.at(0).reason, ApplicationCatalogue::Shadowed::SameIdInFolder);
+    QCOMPARE(shadowed.at(0).file, system("aaa.desktop"));
+    QCOMPARE(shadowed.at(0).by, system("com.example.App.desktop"));
+    QCOMPARE(shadowed.at(1).reason, ApplicationCatalogue::Shadowed::SameIdInEarlierFolder);
+    QCOMPARE(shadowed.at(1).file, system("com.example.App.desktop"));
+    QCOMPARE(shadowed.at(1).by, root->path(belowHome("mine.desktop")));
+    QCOMPARE(shadowed.at(1).application, QStringLiteral("com.example.App"));
+    QCOMPARE(findings.rules(),
+             QStringList({QStringLiteral("entry-id-twice"), QStringLiteral("entry-shadowed")}));
+    QCOMPARE(findings.all.constFirst().file, system("aaa.desktop"));
+}
+
+void TestApplicationCatalogue::tellsWhichFileANameMeans()
+{
+    root->write(belowHome("app.desktop"), entryOf("Mine"));
+    root->write(below("app.desktop"), entryOf("Systems"));
+    const ApplicationCatalogue catalogue = scan();
+    QCOMPARE(catalogue.applications().size(), 2);
+    QCOMPARE(catalogue.fileToApplication().value(QStringLiteral("app.desktop")),
+             QStringLiteral("com.example.Mine"));
+    QCOMPARE(catalogue.shadowed().size(), 1);
+    QCOMPARE(catalogue.shadowed().constFirst().reason,
+             ApplicationCatalogue::Shadowed::SameFileName);
+    QCOMPARE(catalogue.shadowed().constFirst().application, QStringLiteral("com.example.Systems"));
+    QCOMPARE(findings.rules(), QStringList{QStringLiteral("file-name-shadowed")});
+}
+
+void TestApplicationCatalogue::tellsWhichFilesAreNoEntries()
+{
+    root->write(below("b.desktop"), "text");
+    root->write(below("a.desktop"), "");
+    root->write(below("c.desktop"), entryOf("App"));
+    const ApplicationCatalogue catalogue = scan();
+    QCOMPARE(catalogue.invalidFiles(), QStringList({system("a.desktop"), system("b.desktop")}));
+    QCOMPARE(findings.rules(),
+             QStringList({QStringLiteral("entry-invalid"), QStringLiteral("entry-invalid")}));
+}
+
+void TestApplicationCatalogue::announcesWhatItReadsBeforeItReadsIt()
+{
+    root->write(below("app.desktop"), "text");
+    QStringList announced;
+    // What is in the file when it is announced is what is read.
+    const ApplicationCatalogue catalogue(placesOf(*root), findings, [&](const QString &path) {
+        announced.append(path);
+        if (path.endsWith(QLatin1String("/app.desktop")))
+            root->write(below("app.desktop"), entryOf("App"));
+        else
+            root->write(below("another.desktop"), entryOf("Another"));
+    });
+    QCOMPARE(announced,
+             QStringList({root->path(QStringLiteral("/usr/share/applications")),
+                          system("another.desktop"), system("app.desktop")}));
+    QCOMPARE(catalogue.applications().size(), 2);
+}
+
+QTEST_GUILESS_MAIN(TestApplicationCatalogue)
+#include "tst_application_catalogue.moc"
