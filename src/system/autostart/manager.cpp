@@ -1,8 +1,9 @@
 #include "system/autostart/manager.h"
 
 #include "common/Core/application_id.h"
+#include "common/Core/findings.h"
 #include "common/client_text.h"
-#include "common/root_path.h"
+#include "common/places.h"
 #include "system/autostart/config_file.h"
 #include "system/autostart/removal.h"
 #include "system/autostart/users.h"
@@ -15,12 +16,6 @@
 namespace Autostart {
 
 namespace {
-
-QString allUsersFile() { return QStringLiteral("all-users.conf"); }
-
-QString userFile(qint64 uid) { return QString::number(uid) + QStringLiteral(".conf"); }
-
-QStringList anyConfigFile() { return {QStringLiteral("*.conf")}; }
 
 // Removes what single users had set for an application. Returns the base names of the files that
 // are still there.
@@ -43,16 +38,16 @@ QStringList removeOverrides(const QString &runtimeDirectory, const QDir &directo
 
 } // namespace
 
-Manager::Manager()
-    : m_systemDirectory(QDir(rootPrefix() + QStringLiteral("/etc/am/conf.d")).absolutePath())
-    , m_runtimeDirectory(QDir(rootPrefix() + QStringLiteral("/var/lib/am/apps")).absolutePath())
+Manager::Manager(const Places &places, Core::Findings &findings)
+    : m_settings(places, findings)
+    , m_runtimeDirectory(places.runtimeAutostartFolder())
 {
     cleanupRemovedUsers();
 }
 
 Manager *Manager::instance()
 {
-    static auto *manager = new Manager;
+    static auto *manager = new Manager(Places::ofProcess(), Core::LoggedFindings::instance());
     return manager;
 }
 
@@ -78,11 +73,7 @@ bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
 
 QStringList Manager::enabledApplications(int uid) const
 {
-    EnabledMap enabled;
-    readConfigFiles(m_systemDirectory, anyConfigFile(), uid, enabled);
-    readConfigFiles(m_runtimeDirectory, {allUsersFile()}, uid, enabled);
-    readConfigFiles(m_runtimeDirectory, {userFile(uid)}, uid, enabled);
-    return enabled.keys(true);
+    return m_settings.enabledApplications(uid);
 }
 
 bool Manager::cleanupUninstalledApplication(const QString &appId)

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "common/autostart/settings.h"
+
 #include <QString>
 #include <QStringList>
+
+struct Places;
 
 namespace Autostart {
 
@@ -14,10 +18,11 @@ public:
     /// User id that stands for every user.
     static constexpr int allUsers = -1;
 
-    /// Uses the directories below the root prefix and removes what users that no longer exist
-    /// left behind.
-    Manager();
-    /// The store that the process shares; made by the first call, never destroyed.
+    /// Removes what users that no longer exist left behind.
+    /// @param findings has to live as long as this object.
+    Manager(const Places &places, Core::Findings &findings);
+    /// The store that the process shares, of Places::ofProcess(); made by the first call, never
+    /// destroyed. Logs what it finds.
     static Manager *instance();
 
     /// Switches autostart of an application for one user, or with allUsers for every user, which
@@ -25,8 +30,7 @@ public:
     /// @param appId an application id, or the pseudo application "enabledMode".
     /// @return whether the setting was written; what it was before stays when it was not.
     bool setEnabled(int uid, const QString &appId, bool enabled);
-    /// The applications that start for a user: his own settings before those for all users, before
-    /// the system's.
+    /// See Settings::enabledApplications().
     [[nodiscard]] QStringList enabledApplications(int uid) const;
 
     /// Removes everything stored for an application. The name is not checked: it is the package
@@ -38,7 +42,7 @@ public:
     void cleanupRemovedUsers();
 
 private:
-    const QString m_systemDirectory;
+    const Settings m_settings;
     const QString m_runtimeDirectory;
 };
 

@@ -1,3 +1,5 @@
+#include "common/Core/findings.h"
+#include "common/places.h"
 #include "system/autostart/interface.h"
 #include "system/autostart/manager.h"
 
@@ -25,7 +27,8 @@ private:
 void TestAutostartInterface::initTestCase()
 {
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
-    qputenv("ORVANE_ROOTFS", m_root.path().toUtf8());
+    // Without /proc nobody may switch.
+    Places::setOfProcess(Places::below(m_root.path()));
     m_bus = std::make_unique<OwnBus>();
     QVERIFY(m_bus->connect(QStringLiteral("daemon")).isConnected());
     QVERIFY(m_bus->connect(QStringLiteral("client")).isConnected());
@@ -53,7 +56,7 @@ void TestAutostartInterface::everyCallPulsesTheIdleState()
 
     QTest::ignoreMessage(QtWarningMsg,
                          QRegularExpression(QStringLiteral("^couldn't get available users")));
-    Autostart::Manager manager;
+    Autostart::Manager manager(Places::ofProcess(), Core::LoggedFindings::instance());
     Autostart::DBusInterface interface(&manager);
     QDBusConnection daemon = m_bus->connect(QStringLiteral("daemon"));
     QVERIFY(

@@ -1,7 +1,8 @@
+#include "common/Core/findings.h"
+#include "common/autostart/settings.h"
 #include "system/autostart/config_file.h"
 
 #include "component/immutable_path.h"
-#include "support/odd_file.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,8 +16,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using Autostart::EnabledMap;
-using Autostart::readConfigFiles;
 using Autostart::writeRuntimeConfig;
 
 namespace {
@@ -57,29 +56,18 @@ private Q_SLOTS:
     void keepsTheSettingWhenTheDiskIsFull();
     void leavesNothingWhenTheDiskIsFull();
 
-    void readsGroupsForEverybodyAndForOneUser_data();
-    void readsGroupsForEverybodyAndForOneUser();
-    void readsSubdirectoriesAndHiddenFiles();
-    void readsOnlyWhatTheFilterNames();
-    void laterFilesOverrideEarlierOnes();
     void readsAFileAnewEachTime();
-    void survivesStrangeFiles_data();
-    void survivesStrangeFiles();
-    void readsBooleansAsTheSettingsLibraryDoes_data();
-    void readsBooleansAsTheSettingsLibraryDoes();
-    void readsAtMostAFewMebibytes();
-    void leavesOutIdsThatAreNone();
-    void reachesTheLastOfManyAndDeepDirectories();
 
 private:
     QString path(const QString &relative = {}) const { return m_directory->filePath(relative); }
     QString setting() const { return path(QStringLiteral("a.b/5.conf")); }
-    EnabledMap readAll(int uid = 5) const
+    bool isEnabled() const
     {
-        EnabledMap enabled;
-        readConfigFiles(path(), {QStringLiteral("*.conf")}, uid, enabled);
-        return enabled;
+        const auto settings = Autostart::readConfigFiles(path(), {QStringLiteral("*.conf")}, 5,
+                                                         Core::LoggedFindings::instance());
+        return !settings.isEmpty() && settings.constLast().enabled;
     }
+    bool isEmpty() const { return Autostart::configFilesBelow(path(), {}).isEmpty(); }
 
     std::unique_ptr<QTemporaryDir> m_directory;
 };
@@ -277,184 +265,15 @@ void TestConfigFile::leavesNothingWhenTheDiskIsFull()
     QVERIFY(QDir(path(QStringLiteral("a.b"))).isEmpty());
 }
 
-void TestConfigFile::readsGroupsForEverybodyAndForOneUser_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<EnabledMap>("expected");
-
-    const QString id = QStringLiteral("a.b");
-    QTest::newRow("everybody") << QByteArray("[a.b]\nautostart=true\n") << EnabledMap{{id, true}};
-    QTest::newRow("everybody, off")
-        << QByteArray("[a.b]\nautostart=false\n") << EnabledMap{{id, false}};
-    QTest::newRow("a number") << QByteArray("[a.b]\nautostart=1\n") << EnabledMap{{id, true}};
-    QTest::newRow("missing") << QByteArray("[a.b]\nother=true\n") << EnabledMap{{id, false}};
-    QTest::newRow("unreadable") << QByteArray("[a.b]\nautostart=@Variant(x)\n")
-                                << EnabledMap{{id, false}};
-    QTest::newRow("a value that ends who deserialises it")
-        << "[a.b]\nautostart=" + OddFile::fatalValue() + "\n"
-        << EnabledMap{{id, false}};
-    QTest::newRow("this user") << QByteArray("[a.b%7C5]\nautostart=true\n")
-                               << EnabledMap{{id, true}};
-    QTest::newRow("this user, not escaped")
-        << QByteArray("[a.b|5]\nautostart=true\n") << EnabledMap{{id, true}};
-    QTest::newRow("another user") << QByteArray("[a.b%7C100001]\nautostart=true\n") << EnabledMap{};
-    QTest::newRow("nobody") << QByteArray("[a.b%7C]\nautostart=true\n") << EnabledMap{};
-    QTest::newRow("many groups")
-        << QByteArray("[a.b]\nautostart=true\n[c.d]\nautostart=false\n[e.f%7C5]\nautostart=true\n")
-        << EnabledMap{{id, true}, {QStringLiteral("c.d"), false}, {QStringLiteral("e.f"), true}};
-    QTest::newRow("no group") << QByteArray("autostart=true\n") << EnabledMap{};
-    QTest::newRow("empty") << QByteArray() << EnabledMap{};
-}
-
-void TestConfigFile::readsGroupsForEverybodyAndForOneUser()
-{
-    QFETCH(QByteArray, text);
-    QFETCH(EnabledMap, expected);
-
-    QVERIFY(write(path(QStringLiteral("x.conf")), text));
-    QCOMPARE(readAll(), expected);
-}
-
-void TestConfigFile::readsSubdirectoriesAndHiddenFiles()
-{
-    QVERIFY(write(path(QStringLiteral("deep/er/x.conf")), "[a.b]\nautostart=true\n"));
-    QVERIFY(write(path(QStringLiteral(".c.d/.conf")), "[.c.d]\nautostart=true\n"));
-    QCOMPARE(readAll().keys(), QStringList({QStringLiteral(".c.d"), QStringLiteral("a.b")}));
-}
-
-void TestConfigFile::readsOnlyWhatTheFilterNames()
-{
-    QVERIFY(write(path(QStringLiteral("x.conf.bak")), "[a.b]\nautostart=true\n"));
-    QVERIFY(write(path(QStringLiteral("15.conf")), "[c.d]\nautostart=true\n"));
-    QVERIFY(write(path(QStringLiteral("5.conf")), "[e.f]\nautostart=true\n"));
-
-    EnabledMap enabled;
-    readConfigFiles(path(), {QStringLiteral("5.conf")}, 5, enabled);
-    QCOMPARE(enabled.keys(), QStringList{QStringLiteral("e.f")});
-}
-
-void TestConfigFile::laterFilesOverrideEarlierOnes()
-{
-    QVERIFY(write(path(QStringLiteral("20.conf")), "[a.b]\nautostart=false\n"));
-    QVERIFY(
-        write(path(QStringLiteral("10.conf")), "[a.b]\nautostart=true\n[c.d]\nautostart=true\n"));
-    EnabledMap enabled{{QStringLiteral("c.d"), false}, {QStringLiteral("e.f"), true}};
-
-    readConfigFiles(path(), {QStringLiteral("*.conf")}, 5, enabled);
-    const EnabledMap expected{{QStringLiteral("a.b"), false},
-                              {QStringLiteral("c.d"), true},
-                              {QStringLiteral("e.f"), true}};
-    QCOMPARE(enabled, expected);
-}
-
 void TestConfigFile::readsAFileAnewEachTime()
 {
     QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
-    QVERIFY(readAll().value(QStringLiteral("a.b")));
+    QVERIFY(isEnabled());
     QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, false));
-    QVERIFY(!readAll().value(QStringLiteral("a.b"), true));
+    QVERIFY(!isEmpty());
+    QVERIFY(!isEnabled());
     QVERIFY(QFile::remove(setting()));
-    QVERIFY(readAll().isEmpty());
-}
-
-void TestConfigFile::survivesStrangeFiles_data()
-{
-    QTest::addColumn<QString>("kind");
-
-    const QStringList kinds = OddFile::kinds()
-        + QStringList{QStringLiteral("unreadable"), QStringLiteral("binary"),
-                      QStringLiteral("huge")};
-    for (const QString &kind : kinds)
-        QTest::newRow(qPrintable(kind)) << kind;
-}
-
-namespace {
-
-bool makeStrangeFile(const QString &kind, const QString &path)
-{
-    const QByteArray name = QFile::encodeName(path);
-    if (kind == QLatin1String("unreadable"))
-        return write(path, "autostart") && ::chmod(name.constData(), 0) == 0;
-    if (kind == QLatin1String("binary"))
-        return write(path, QByteArray("\0\xff[\xfe]=\x01[[[%ZZ\n=\0=\n]", 20));
-    const QByteArray text = "[big.one]\nautostart=true\n";
-    // Sparse: no disk is filled by it.
-    if (kind == QLatin1String("huge"))
-        return write(path, text) && QFile::resize(path, 1LL << 40);
-    return OddFile::make(kind, path, text);
-}
-
-} // namespace
-
-void TestConfigFile::survivesStrangeFiles()
-{
-    QFETCH(QString, kind);
-
-    QVERIFY(makeStrangeFile(kind, path(QStringLiteral("strange.conf"))));
-    QVERIFY(write(path(QStringLiteral("z.conf")), "[a.b]\nautostart=true\n"));
-    QCOMPARE(readAll().keys(true), QStringList{QStringLiteral("a.b")});
-}
-
-void TestConfigFile::readsBooleansAsTheSettingsLibraryDoes_data()
-{
-    QTest::addColumn<QByteArray>("value");
-    for (const char *value :
-         {"", "true", "false", "False", "FALSE", "0", "1", "00", "-1", "no", "off", " false ",
-          "\" false \"", "true,true", "false,", "\\x30", "f\\x61lse", "\"0\"", "false ; x"})
-        QTest::addRow("\"%s\"", value) << QByteArray(value);
-}
-
-void TestConfigFile::readsBooleansAsTheSettingsLibraryDoes()
-{
-    QFETCH(QByteArray, value);
-    QVERIFY(write(path(QStringLiteral("x.conf")), "[a.b]\nautostart=" + value + "\n"));
-    const QSettings reference(path(QStringLiteral("x.conf")), QSettings::IniFormat);
-    QCOMPARE(readAll().value(QStringLiteral("a.b")),
-             reference.value(QStringLiteral("a.b/autostart")).toBool());
-}
-
-void TestConfigFile::readsAtMostAFewMebibytes()
-{
-    for (int i = 0; i < 40; ++i)
-        QVERIFY(write(path(QStringLiteral("a%1.conf").arg(i)),
-                      "[big.one]\nautostart=true\n;" + QByteArray(1000000, 'x')));
-    for (int i = 0; i < 40; ++i)
-        QVERIFY(write(path(QStringLiteral("large%1.conf").arg(i)),
-                      "[big.one" + QByteArray::number(i) + "]\nautostart=true\n;"
-                          + QByteArray(1000000, 'x')));
-    QVERIFY(write(path(QStringLiteral("z.conf")), "[a.b]\nautostart=true\n"));
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        QRegularExpression(QStringLiteral("^Autostart settings are too large. Left out: 76 ")));
-    const EnabledMap enabled = readAll();
-    QVERIFY(enabled.value(QStringLiteral("a.b")));
-    QVERIFY(enabled.size() < 7);
-}
-
-void TestConfigFile::leavesOutIdsThatAreNone()
-{
-    QVERIFY(write(path(QStringLiteral("x.conf")),
-                  "[a.b" + QByteArray(100000, 'x') + "]\nautostart=true\n[a.b]\nautostart=true\n"));
-    QCOMPARE(readAll().keys(), QStringList{QStringLiteral("a.b")});
-}
-
-// Each level of a walk may hold a descriptor.
-void TestConfigFile::reachesTheLastOfManyAndDeepDirectories()
-{
-    QString deep = path(QStringLiteral("deep"));
-    while (deep.size() < 3500)
-        deep += QStringLiteral("/d");
-    QVERIFY(QDir().mkpath(deep));
-    for (int i = 0; i < 2000; ++i)
-        QVERIFY(QDir(path()).mkdir(QStringLiteral("w%1").arg(i)));
-    QVERIFY(write(path(QStringLiteral("z/z.conf")), "[a.b]\nautostart=true\n"));
-    rlimit before = {};
-    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit few{256, before.rlim_max};
-    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &few), 0);
-    const EnabledMap enabled = readAll();
-    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
-    QVERIFY(enabled.value(QStringLiteral("a.b")));
+    QVERIFY(isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestConfigFile)

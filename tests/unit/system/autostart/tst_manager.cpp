@@ -1,3 +1,5 @@
+#include "common/Core/findings.h"
+#include "common/places.h"
 #include "system/autostart/manager.h"
 
 #include "component/immutable_path.h"
@@ -19,7 +21,7 @@ class TestManager : public QObject
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void cleanup();
+    void cleanup() { m_manager.reset(); }
 
     void startsWithoutAUserManagerAndKeepsEverything();
     void writesASettingBelowTheRoot();
@@ -94,17 +96,11 @@ void TestManager::initTestCase()
 void TestManager::init()
 {
     m_root = std::make_unique<QTemporaryDir>();
-    qputenv("ORVANE_ROOTFS", m_root->path().toUtf8());
     QTest::ignoreMessage(
         QtWarningMsg,
         QRegularExpression(QStringLiteral("^couldn't get available users list: QDBusError\\(")));
-    m_manager = std::make_unique<Manager>();
-}
-
-void TestManager::cleanup()
-{
-    m_manager.reset();
-    qunsetenv("ORVANE_ROOTFS");
+    m_manager =
+        std::make_unique<Manager>(Places::below(m_root->path()), Core::LoggedFindings::instance());
 }
 
 void TestManager::startsWithoutAUserManagerAndKeepsEverything()

@@ -1,0 +1,237 @@
+#include "common/autostart/settings.h"
+
+#include "common/Core/application_id.h"
+#include "common/Core/rules.h"
+#include "common/ini_file.h"
+#include "common/places.h"
+#include "files/foreign_file.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QMap>
+#include <QPair>
+
+#include <algorithm>
+
+namespace Autostart {
+
+namespace {
+
+using Core::findingOf;
+namespace Rules = Core::Rules;
+
+// As the settings library turns a text into a boolean, so that a file means what it meant to every
+// other program. What that library would deserialise says nothing.
+bool saysYes(const IniFile::Value &value)
+{
+    const QString &text = value.text;
+    return !value.isList && !text.isEmpty() && !text.startsWith(QLatin1Char('@'))
+        && text != QLatin1String("0")
+        && text.compare(QLatin1String("false"), Qt::CaseInsensitive) != 0;
+}
+
+bool isBoolean(const IniFile::Value &value)
+{
+    static const QStringList words{QStringLiteral("true"), QStringLiteral("false"),
+                                   QStringLiteral("1"), QStringLiteral("0")};
+    return !value.isList && words.contains(value.text, Qt::CaseInsensitive);
+}
+
+bool isApplication(const QString &id)
+{
+    return Core::ApplicationId(id).isValid() || id == QLatin1String("enabledMode");
+}
+
+// An application id is part of file names.
+constexpr int longestId = 255;
+// What the files of one layer may have together; honest ones have some kilobytes. The answer that
+// is made of them has to fit a message of the bus, and everybody waits while they are read.
+constexpr qint64 mostText = 4 << 20;
+
+// Drops the largest files until the rest fits, so that large files cannot push out small ones.
+QStringList withinBounds(const QStringList &paths, Core::Findings &findings)
+{
+    QVector<QPair<qint64, QString>> smallestFirst;
+    for (const QString &path : paths)
+        smallestFirst.append({QFileInfo(path).size(), path});
+    std::sort(smallestFirst.begin(), smallestFirst.end());
+    QStringList kept;
+    qint64 sum = 0;
+    for (const auto &[size, path] : qAsConst(smallestFirst)) {
+        sum += qMin(size, mostText);
+        if (sum > mostText)
+            break;
+        kept.append(path);
+    }
+    if (kept.size() < paths.size()) {
+        const QString first = smallestFirst.at(kept.size()).second;
+        ORVANE_WARN(findings, findingOf(Rules::autostartSize, {first}))
+            << "Autostart settings are too large. Left out:" << paths.size() - kept.size()
+            << "files, first" << first;
+    }
+    kept.sort();
+    return kept;
+}
+
+/// Reads the groups of one file.
+class ConfigFile
+{
+public:
+    ConfigFile(const QString &path, Core::Findings &findings)
+        : m_path(path)
+        , m_findings(findings)
+    {
+    }
+    void read(int uid, QVector<Setting> &settings) const;
+
+private:
+    [[nodiscard]] QByteArray text() const;
+    [[nodiscard]] bool speaksOf(const QStringList &parts, const QString &group, int uid) const;
+    [[nodiscard]] Setting setting(const IniFile &file, const QString &group,
+                                  const QString &application) const;
+
+    const QString &m_path;
+    Core::Findings &m_findings;
+};
+
+void ConfigFile::read(int uid, QVector<Setting> &settings) const
+{
+    const IniFile file(text());
+    const QStringList groups = file.groups();
+    for (const QString &group : groups) {
+        const QStringList parts = group.split(QLatin1Char('|'));
+        if (speaksOf(parts, group, uid))
+            settings.append(setting(file, group, parts.constFirst()));
+    }
+}
+
+QByteArray ConfigFile::text() const
+{
+    const ForeignFile content = readForeignFile(m_path);
+    if (content.state != ForeignFile::Read)
+        ORVANE_REMARK(m_findings, findingOf(Rules::autostartUnreadable, {m_path}))
+            << "Failed to read" << m_path << content.reason;
+    return content.text;
+}
+
+bool ConfigFile::speaksOf(const QStringList &parts, const QString &group, int uid) const
+{
+    const QString &application = parts.constFirst();
+    if (!isApplication(application) || application.size() > longestId)
+        ORVANE_REMARK(m_findings, findingOf(Rules::autostartId, {m_path, group}))
+            << "No application id:" << application.left(longestId);
+    if (application.size() > longestId)
+        return false;
+    if (parts.size() < 2)
+        return true;
+    bool isNumber = false;
+    const int user = parts.at(1).toInt(&isNumber);
+    if (!isNumber)
+        ORVANE_REMARK(m_findings, findingOf(Rules::autostartUser, {m_path, group}))
+            << "No user:" << parts.at(1).left(longestId);
+    return user == uid;
+}
+
+Setting ConfigFile::setting(const IniFile &file, const QString &group,
+                            const QString &application) const
+{
+    const QString key = QStringLiteral("autostart");
+    const auto value = file.value(group, key);
+    const int line = value ? value->line : 0;
+    if (!value || !isBoolean(*value))
+        ORVANE_REMARK(m_findings, findingOf(Rules::autostartBoolean, {m_path, group, key, line}))
+            << "No boolean for" << application;
+    return {application, value && saysYes(*value), m_path, line};
+}
+
+QVector<Setting> ofApplication(const QVector<Setting> &settings, const QString &application)
+{
+    QVector<Setting> chosen;
+    std::copy_if(settings.begin(), settings.end(), std::back_inserter(chosen),
+                 [&](const Setting &setting) { return setting.application == application; });
+    return chosen;
+}
+
+} // namespace
+
+QString allUsersFile() { return QStringLiteral("all-users.conf"); }
+
+QString userFile(qint64 uid) { return QString::number(uid) + QStringLiteral(".conf"); }
+
+QStringList anyConfigFile() { return {QStringLiteral("*.conf")}; }
+
+QStringList configFilesBelow(const QString &directory, const QStringList &nameFilters)
+{
+    QStringList paths;
+    // Hidden ones too: an application id may start with a dot.
+    QDirIterator files(directory, nameFilters, QDir::Files | QDir::Hidden,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        files.next();
+        // A link to a pipe or a device would block the reader.
+        if (files.fileInfo().isFile())
+            paths.append(files.filePath());
+    }
+    // Two files may speak of the same application: the answer must not hang on the disk's order.
+    paths.sort();
+    return paths;
+}
+
+QVector<Setting> readConfigFiles(const QString &directory, const QStringList &nameFilters, int uid,
+                                 Core::Findings &findings)
+{
+    QVector<Setting> settings;
+    const QStringList paths = withinBounds(configFilesBelow(directory, nameFilters), findings);
+    for (const QString &path : paths)
+        ConfigFile(path, findings).read(uid, settings);
+    return settings;
+}
+
+const Setting *Layers::deciding() const
+{
+    for (const QVector<Setting> *layer : {&user, &allUsers, &system}) {
+        if (!layer->isEmpty())
+            return &layer->constLast();
+    }
+    return nullptr;
+}
+
+bool Layers::isEnabled() const
+{
+    const Setting *setting = deciding();
+    return setting != nullptr && setting->enabled;
+}
+
+Settings::Settings(const Places &places, Core::Findings &findings)
+    : m_systemDirectory(places.systemAutostartFolder())
+    , m_runtimeDirectory(places.runtimeAutostartFolder())
+    , m_findings(findings)
+{
+}
+
+Layers Settings::layers(int uid) const
+{
+    return {readConfigFiles(m_systemDirectory, anyConfigFile(), uid, m_findings),
+            readConfigFiles(m_runtimeDirectory, {allUsersFile()}, uid, m_findings),
+            readConfigFiles(m_runtimeDirectory, {userFile(uid)}, uid, m_findings)};
+}
+
+Layers Settings::layersOf(const QString &application, int uid) const
+{
+    const Layers all = layers(uid);
+    return {ofApplication(all.system, application), ofApplication(all.allUsers, application),
+            ofApplication(all.user, application)};
+}
+
+QStringList Settings::enabledApplications(int uid) const
+{
+    const Layers all = layers(uid);
+    QMap<QString, bool> enabled;
+    for (const QVector<Setting> *layer : {&all.system, &all.allUsers, &all.user}) {
+        for (const Setting &setting : *layer)
+            enabled.insert(setting.application, setting.enabled);
+    }
+    return enabled.keys(true);
+}
+
+} // namespace Autostart

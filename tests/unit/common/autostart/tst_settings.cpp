@@ -1,0 +1,366 @@
+#include "common/Core/findings.h"
+#include "common/Core/rules.h"
+#include "common/autostart/settings.h"
+#include "common/places.h"
+#include "support/collected_findings.h"
+#include "support/odd_file.h"
+#include "unit/common/Core/log_lines.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using Autostart::Layers;
+using Autostart::Settings;
+
+namespace {
+
+bool write(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly)
+        && file.write(text) == text.size();
+}
+
+using EnabledMap = QMap<QString, bool>;
+
+/// Overlays what the files say on `enabled`.
+void readInto(const QString &directory, const QStringList &nameFilters, int uid,
+              EnabledMap &enabled)
+{
+    const auto settings =
+        Autostart::readConfigFiles(directory, nameFilters, uid, Core::LoggedFindings::instance());
+    for (const Autostart::Setting &setting : settings)
+        enabled.insert(setting.application, setting.enabled);
+}
+
+} // namespace
+
+class TestSettings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_directory = std::make_unique<QTemporaryDir>(); }
+
+    void readsGroupsForEverybodyAndForOneUser_data();
+    void readsGroupsForEverybodyAndForOneUser();
+    void readsSubdirectoriesAndHiddenFiles();
+    void readsOnlyWhatTheFilterNames();
+    void laterFilesOverrideEarlierOnes();
+    void survivesStrangeFiles_data();
+    void survivesStrangeFiles();
+    void readsBooleansAsTheSettingsLibraryDoes_data();
+    void readsBooleansAsTheSettingsLibraryDoes();
+    void readsAtMostAFewMebibytes();
+    void leavesOutIdsThatAreNone();
+    void reachesTheLastOfManyAndDeepDirectories();
+    void tellsWhichFileOfWhichLayerDecides_data();
+    void tellsWhichFileOfWhichLayerDecides();
+    void tellsEveryFileOfALayer();
+    void leavesTheStoreAsItIs();
+    void reportsWhatIsReadOtherwiseThanItLooks_data();
+    void reportsWhatIsReadOtherwiseThanItLooks();
+
+private:
+    QString path(const QString &relative = {}) const { return m_directory->filePath(relative); }
+    EnabledMap readAll(int uid = 5) const
+    {
+        EnabledMap enabled;
+        readInto(path(), {QStringLiteral("*.conf")}, uid, enabled);
+        return enabled;
+    }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
+
+void TestSettings::readsGroupsForEverybodyAndForOneUser_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<EnabledMap>("expected");
+
+    const QString id = QStringLiteral("a.b");
+    QTest::newRow("everybody") << QByteArray("[a.b]\nautostart=true\n") << EnabledMap{{id, true}};
+    QTest::newRow("everybody, off")
+        << QByteArray("[a.b]\nautostart=false\n") << EnabledMap{{id, false}};
+    QTest::newRow("a number") << QByteArray("[a.b]\nautostart=1\n") << EnabledMap{{id, true}};
+    QTest::newRow("missing") << QByteArray("[a.b]\nother=true\n") << EnabledMap{{id, false}};
+    QTest::newRow("unreadable") << QByteArray("[a.b]\nautostart=@Variant(x)\n")
+                                << EnabledMap{{id, false}};
+    QTest::newRow("a value that ends who deserialises it")
+        << "[a.b]\nautostart=" + OddFile::fatalValue() + "\n"
+        << EnabledMap{{id, false}};
+    QTest::newRow("this user") << QByteArray("[a.b%7C5]\nautostart=true\n")
+                               << EnabledMap{{id, true}};
+    QTest::newRow("this user, not escaped")
+        << QByteArray("[a.b|5]\nautostart=true\n") << EnabledMap{{id, true}};
+    QTest::newRow("another user") << QByteArray("[a.b%7C100001]\nautostart=true\n") << EnabledMap{};
+    QTest::newRow("nobody") << QByteArray("[a.b%7C]\nautostart=true\n") << EnabledMap{};
+    QTest::newRow("many groups")
+        << QByteArray("[a.b]\nautostart=true\n[c.d]\nautostart=false\n[e.f%7C5]\nautostart=true\n")
+        << EnabledMap{{id, true}, {QStringLiteral("c.d"), false}, {QStringLiteral("e.f"), true}};
+    QTest::newRow("no group") << QByteArray("autostart=true\n") << EnabledMap{};
+    QTest::newRow("empty") << QByteArray() << EnabledMap{};
+}
+
+void TestSettings::readsGroupsForEverybodyAndForOneUser()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(EnabledMap, expected);
+
+    QVERIFY(write(path(QStringLiteral("x.conf")), text));
+    QCOMPARE(readAll(), expected);
+}
+
+void TestSettings::readsSubdirectoriesAndHiddenFiles()
+{
+    QVERIFY(write(path(QStringLiteral("deep/er/x.conf")), "[a.b]\nautostart=true\n"));
+    QVERIFY(write(path(QStringLiteral(".c.d/.conf")), "[.c.d]\nautostart=true\n"));
+    QCOMPARE(readAll().keys(), QStringList({QStringLiteral(".c.d"), QStringLiteral("a.b")}));
+}
+
+void TestSettings::readsOnlyWhatTheFilterNames()
+{
+    QVERIFY(write(path(QStringLiteral("x.conf.bak")), "[a.b]\nautostart=true\n"));
+    QVERIFY(write(path(QStringLiteral("15.conf")), "[c.d]\nautostart=true\n"));
+    QVERIFY(write(path(QStringLiteral("5.conf")), "[e.f]\nautostart=true\n"));
+
+    EnabledMap enabled;
+    readInto(path(), {QStringLiteral("5.conf")}, 5, enabled);
+    QCOMPARE(enabled.keys(), QStringList{QStringLiteral("e.f")});
+}
+
+void TestSettings::laterFilesOverrideEarlierOnes()
+{
+    QVERIFY(write(path(QStringLiteral("20.conf")), "[a.b]\nautostart=false\n"));
+    QVERIFY(
+        write(path(QStringLiteral("10.conf")), "[a.b]\nautostart=true\n[c.d]\nautostart=true\n"));
+    EnabledMap enabled{{QStringLiteral("c.d"), false}, {QStringLiteral("e.f"), true}};
+
+    readInto(path(), {QStringLiteral("*.conf")}, 5, enabled);
+    const EnabledMap expected{{QStringLiteral("a.b"), false},
+                              {QStringLiteral("c.d"), true},
+                              {QStringLiteral("e.f"), true}};
+    QCOMPARE(enabled, expected);
+}
+
+void TestSettings::survivesStrangeFiles_data()
+{
+    QTest::addColumn<QString>("kind");
+
+    const QStringList kinds = OddFile::kinds()
+        + QStringList{QStringLiteral("unreadable"), QStringLiteral("binary"),
+                      QStringLiteral("huge")};
+    for (const QString &kind : kinds)
+        QTest::newRow(qPrintable(kind)) << kind;
+}
+
+namespace {
+
+bool makeStrangeFile(const QString &kind, const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    if (kind == QLatin1String("unreadable"))
+        return write(path, "autostart") && ::chmod(name.constData(), 0) == 0;
+    if (kind == QLatin1String("binary"))
+        return write(path, QByteArray("\0\xff[\xfe]=\x01[[[%ZZ\n=\0=\n]", 20));
+    const QByteArray text = "[big.one]\nautostart=true\n";
+    // Sparse: no disk is filled by it.
+    if (kind == QLatin1String("huge"))
+        return write(path, text) && QFile::resize(path, 1LL << 40);
+    return OddFile::make(kind, path, text);
+}
+
+} // namespace
+
+void TestSettings::survivesStrangeFiles()
+{
+    QFETCH(QString, kind);
+
+    QVERIFY(makeStrangeFile(kind, path(QStringLiteral("strange.conf"))));
+    QVERIFY(write(path(QStringLiteral("z.conf")), "[a.b]\nautostart=true\n"));
+    QCOMPARE(readAll().keys(true), QStringList{QStringLiteral("a.b")});
+}
+
+void TestSettings::readsBooleansAsTheSettingsLibraryDoes_data()
+{
+    QTest::addColumn<QByteArray>("value");
+    for (const char *value :
+         {"", "true", "false", "False", "FALSE", "0", "1", "00", "-1", "no", "off", " false ",
+          "\" false \"", "true,true", "false,", "\\x30", "f\\x61lse", "\"0\"", "false ; x"})
+        QTest::addRow("\"%s\"", value) << QByteArray(value);
+}
+
+void TestSettings::readsBooleansAsTheSettingsLibraryDoes()
+{
+    QFETCH(QByteArray, value);
+    QVERIFY(write(path(QStringLiteral("x.conf")), "[a.b]\nautostart=" + value + "\n"));
+    const QSettings reference(path(QStringLiteral("x.conf")), QSettings::IniFormat);
+    QCOMPARE(readAll().value(QStringLiteral("a.b")),
+             reference.value(QStringLiteral("a.b/autostart")).toBool());
+}
+
+void TestSettings::readsAtMostAFewMebibytes()
+{
+    for (int i = 0; i < 40; ++i)
+        QVERIFY(write(path(QStringLiteral("a%1.conf").arg(i)),
+                      "[big.one]\nautostart=true\n;" + QByteArray(1000000, 'x')));
+    for (int i = 0; i < 40; ++i)
+        QVERIFY(write(path(QStringLiteral("large%1.conf").arg(i)),
+                      "[big.one" + QByteArray::number(i) + "]\nautostart=true\n;"
+                          + QByteArray(1000000, 'x')));
+    QVERIFY(write(path(QStringLiteral("z.conf")), "[a.b]\nautostart=true\n"));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QRegularExpression(QStringLiteral("^Autostart settings are too large. Left out: 76 ")));
+    const EnabledMap enabled = readAll();
+    QVERIFY(enabled.value(QStringLiteral("a.b")));
+    QVERIFY(enabled.size() < 7);
+}
+
+void TestSettings::leavesOutIdsThatAreNone()
+{
+    QVERIFY(write(path(QStringLiteral("x.conf")),
+                  "[a.b" + QByteArray(100000, 'x') + "]\nautostart=true\n[a.b]\nautostart=true\n"));
+    QCOMPARE(readAll().keys(), QStringList{QStringLiteral("a.b")});
+}
+
+// Each level of a walk may hold a descriptor.
+void TestSettings::reachesTheLastOfManyAndDeepDirectories()
+{
+    QString deep = path(QStringLiteral("deep"));
+    while (deep.size() < 3500)
+        deep += QStringLiteral("/d");
+    QVERIFY(QDir().mkpath(deep));
+    for (int i = 0; i < 2000; ++i)
+        QVERIFY(QDir(path()).mkdir(QStringLiteral("w%1").arg(i)));
+    QVERIFY(write(path(QStringLiteral("z/z.conf")), "[a.b]\nautostart=true\n"));
+    rlimit before = {};
+    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few{256, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    const EnabledMap enabled = readAll();
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    QVERIFY(enabled.value(QStringLiteral("a.b")));
+}
+
+void TestSettings::tellsWhichFileOfWhichLayerDecides_data()
+{
+    QTest::addColumn<QString>("system");
+    QTest::addColumn<QString>("allUsers");
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("enabled");
+
+    const QString none;
+    const QString on = QStringLiteral("true");
+    const QString off = QStringLiteral("false");
+    const QString systemFile = QStringLiteral("etc/am/conf.d/x.conf");
+    const QString allFile = QStringLiteral("var/lib/am/apps/a.b/all-users.conf");
+    const QString userFile = QStringLiteral("var/lib/am/apps/a.b/5.conf");
+    QTest::newRow("nothing") << none << none << none << none << false;
+    QTest::newRow("the system") << on << none << none << systemFile << true;
+    QTest::newRow("all users") << on << off << none << allFile << false;
+    QTest::newRow("the user, on") << off << off << on << userFile << true;
+    QTest::newRow("the user, off") << on << on << off << userFile << false;
+}
+
+void TestSettings::tellsWhichFileOfWhichLayerDecides()
+{
+    QFETCH(QString, system);
+    QFETCH(QString, allUsers);
+    QFETCH(QString, user);
+    QFETCH(QString, file);
+    QFETCH(bool, enabled);
+
+    const auto set = [&](const char *place, const QByteArray &group, const QString &value) {
+        return value.isEmpty()
+            || write(path(QString::fromLatin1(place)),
+                     "; set by a test\n[" + group + "]\nautostart=" + value.toLatin1() + "\n");
+    };
+    QVERIFY(set("etc/am/conf.d/x.conf", "a.b", system));
+    QVERIFY(set("var/lib/am/apps/a.b/all-users.conf", "a.b", allUsers));
+    QVERIFY(set("var/lib/am/apps/a.b/5.conf", "a.b%7C5", user));
+    const Settings settings(Places::below(path()), Core::LoggedFindings::instance());
+    const Layers layers = settings.layersOf(QStringLiteral("a.b"), 5);
+    QCOMPARE(layers.deciding() == nullptr, file.isEmpty());
+    if (!file.isEmpty()) {
+        QCOMPARE(layers.deciding()->file, path(file));
+        QCOMPARE(layers.deciding()->line, 3);
+    }
+    QCOMPARE(layers.isEnabled(), enabled);
+    QCOMPARE(settings.enabledApplications(5).contains(QStringLiteral("a.b")), enabled);
+    QVERIFY(settings.layersOf(QStringLiteral("c.d"), 5).deciding() == nullptr);
+}
+
+void TestSettings::tellsEveryFileOfALayer()
+{
+    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/1.conf")), "[a.b]\nautostart=true\n"));
+    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/2.conf")), "[a.b]\n\nautostart=false\n"));
+    const Settings settings(Places::below(path()), Core::LoggedFindings::instance());
+    const Layers layers = settings.layersOf(QStringLiteral("a.b"), 5);
+    QCOMPARE(layers.system.size(), 2);
+    QVERIFY(layers.system.constFirst().enabled);
+    QCOMPARE(layers.deciding()->file, path(QStringLiteral("etc/am/conf.d/2.conf")));
+    QCOMPARE(layers.deciding()->line, 3);
+    QVERIFY(!layers.isEnabled());
+}
+
+// The daemon's store removes settings of users that are gone when it is made; a reader must not.
+void TestSettings::leavesTheStoreAsItIs()
+{
+    const QString file = path(QStringLiteral("var/lib/am/apps/a.b/4242.conf"));
+    QVERIFY(write(file, "[a.b%7C4242]\nautostart=true\n"));
+    QCOMPARE(
+        Settings(Places::below(path()), Core::LoggedFindings::instance()).enabledApplications(4242),
+        QStringList{QStringLiteral("a.b")});
+    QVERIFY(QFileInfo::exists(file));
+}
+
+void TestSettings::reportsWhatIsReadOtherwiseThanItLooks_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("rule");
+    QTest::addColumn<int>("line");
+
+    QTest::newRow("a word that is no boolean")
+        << QByteArray("[a.b]\nautostart=off\n") << QStringLiteral("autostart-boolean") << 2;
+    QTest::newRow("no key") << QByteArray("[a.b]\nx=true\n") << QStringLiteral("autostart-boolean")
+                            << 0;
+    QTest::newRow("a user by name")
+        << QByteArray("[a.b%7Croot]\nautostart=true\n") << QStringLiteral("autostart-user") << 0;
+    QTest::newRow("no id") << QByteArray("[Notes]\nautostart=true\n")
+                           << QStringLiteral("autostart-id") << 0;
+    QTest::newRow("what the daemon writes")
+        << QByteArray("[a.b%7C5]\nautostart=true\n[enabledMode]\nautostart=false\n") << QString()
+        << 0;
+}
+
+void TestSettings::reportsWhatIsReadOtherwiseThanItLooks()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, rule);
+    QFETCH(int, line);
+
+    QVERIFY(write(path(QStringLiteral("x.conf")), text));
+    CollectedFindings findings;
+    (void)Autostart::readConfigFiles(path(), Autostart::anyConfigFile(), 5, findings);
+    QCOMPARE(findings.rules().join(QLatin1Char(' ')), rule);
+    if (rule.isEmpty())
+        return;
+    QCOMPARE(findings.all.constFirst().file, path(QStringLiteral("x.conf")));
+    QCOMPARE(findings.all.constFirst().line, line);
+    // The daemon keeps silent about it.
+    const LogLines log;
+    (void)Autostart::readConfigFiles(path(), Autostart::anyConfigFile(), 5,
+                                     Core::LoggedFindings::instance());
+    QCOMPARE(log.taken(), QStringList());
+}
+
+QTEST_GUILESS_MAIN(TestSettings)
+#include "tst_settings.moc"
