@@ -1,5 +1,6 @@
 #include "support/stage.h"
 
+#include "client/calls.h"
 #include "common/DBus/receive_limits.h"
 
 #include <QDBusConnectionInterface>
@@ -114,7 +115,7 @@ QDBusMessage Stage::start(const QString &taskId, const QVariantMap &hints,
 
 QDBusMessage Stage::stop(const QString &taskId) const
 {
-    return call(sessionCall(QStringLiteral("Stop"), {taskId}));
+    return call(Client::stopCall(sessionPath(), taskId));
 }
 
 QDBusMessage Stage::methodCall(const QString &path, const QString &interface, const QString &method,
@@ -129,7 +130,7 @@ QDBusMessage Stage::methodCall(const QString &path, const QString &interface, co
 QDBusMessage Stage::startCall(const QString &taskId, const QVariantMap &hints,
                               const QVariantMap &info)
 {
-    return sessionCall(QStringLiteral("Start"), {taskId, info, hints});
+    return Client::startCall(sessionPath(), taskId, info, hints);
 }
 
 QDBusMessage Stage::sessionCall(const QString &method, const QVariantList &arguments)
@@ -138,12 +139,7 @@ QDBusMessage Stage::sessionCall(const QString &method, const QVariantList &argum
                       arguments);
 }
 
-QDBusMessage Stage::registerCall(const QString &type)
-{
-    return methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
-                      QStringLiteral("org.zarn.Orvane.TaskInvoker1"),
-                      QStringLiteral("RegisterInvoker"), {type});
-}
+QDBusMessage Stage::registerCall(const QString &type) { return Client::registerInvokerCall(type); }
 
 QString Stage::sessionPath(const QString &type)
 {

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <optional>
+
+namespace Client {
+
+/// How a task is to be started: what Start takes as two maps, typed. Plain value; the daemon judges
+/// what is in it.
+struct StartRequest
+{
+    /// The user that the task runs as. Required: without one the daemon refuses the start.
+    std::optional<QString> user;
+    /// Whether the task starts at boot from now on.
+    bool atBoot = false;
+    /// A name on the system bus that the task may own.
+    std::optional<QString> busName;
+    /// Names of permission files, on top of those that the task declares.
+    QStringList permissions;
+    /// Further arguments of the program.
+    QStringList params;
+    /// Whether the task has no directories in the user's home.
+    bool homeless = false;
+    /// OOMScoreAdjust of the unit, -1000 to 1000; 0 leaves it alone.
+    int weight = 0;
+    /// LimitCPU of the unit in seconds; 0 leaves it alone.
+    int cpuLimit = 0;
+    /// Further properties of the unit's service section.
+    QVariantMap unitSettings;
+    /// NAME=value entries before the daemon's own.
+    QStringList environment;
+
+    /// The hints of Start. What was not asked for is not in it.
+    [[nodiscard]] QVariantMap hints() const;
+    /// The start-up information of Start; the same.
+    [[nodiscard]] QVariantMap information() const;
+};
+
+} // namespace Client

@@ -1,0 +1,202 @@
+#include "client/daemon.h"
+#include "client/wait_for.h"
+#include "support/stage.h"
+
+#include <QTest>
+
+using Client::Daemon;
+using Client::Outcome;
+using Client::Session;
+using Client::waitFor;
+
+namespace {
+
+QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
+
+QString taskType() { return QStringLiteral("Sync"); }
+
+} // namespace
+
+// The library that programs talk to the daemon with, against the daemon.
+class TestClient : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void registersAndReadsBothLists();
+    void startsAndStops();
+    void hearsOfWhatRuns();
+    void tellsWhyAStartIsRefused();
+    void registersForATypeOfTheUsersSession();
+    void readsBothListsAgain();
+    void closesASession();
+    void switchesAutostart();
+    void tellsOfARemovedApplication();
+    void failsWhereThereIsNoBus();
+
+private:
+    [[nodiscard]] Session session();
+
+    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Daemon> daemon;
+};
+
+void TestClient::init()
+{
+    stage = std::make_unique<Stage>();
+    stage->root.serveType(taskType());
+    stage->root.writeApplication(
+        QStringLiteral("Notes"),
+        "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\nPermissions=Internet\n");
+    QVERIFY(stage->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    daemon = std::make_unique<Daemon>(stage->client);
+}
+
+void TestClient::cleanup()
+{
+    daemon.reset();
+    stage.reset();
+}
+
+Session TestClient::session()
+{
+    const auto [outcome, session] = waitFor<Outcome, Session>(
+        [&](const auto &done) { daemon->registerInvoker(taskType(), done); });
+    return session;
+}
+
+void TestClient::registersAndReadsBothLists()
+{
+    const Session registered = session();
+    QCOMPARE(registered.path, Stage::sessionPath());
+    QCOMPARE(registered.availableTasks.size(), 1);
+    QCOMPARE(registered.availableTasks.constFirst().id, task());
+    QCOMPARE(registered.availableTasks.constFirst()
+                 .properties.value(QStringLiteral("Permissions"))
+                 .toStringList(),
+             QStringList(QStringLiteral("Internet")));
+    QVERIFY(registered.activeTasks.isEmpty());
+}
+
+void TestClient::startsAndStops()
+{
+    const QString path = session().path;
+    Client::StartRequest request;
+    request.user = QStringLiteral("appuser");
+    request.atBoot = true;
+    const auto [started] =
+        waitFor<Outcome>([&](const auto &done) { daemon->start(path, task(), request, done); });
+    QCOMPARE(started.toString(), QString());
+    QVERIFY(membersOf(stage->systemd->calls).contains(QStringLiteral("EnableUnitFiles")));
+    const auto [stopped] =
+        waitFor<Outcome>([&](const auto &done) { daemon->stop(path, task(), done); });
+    QCOMPARE(stopped.toString(), QString());
+    QVERIFY(membersOf(stage->systemd->calls).contains(QStringLiteral("StopUnit")));
+}
+
+void TestClient::hearsOfWhatRuns()
+{
+    QVERIFY(daemon->followSessions());
+    QVector<Orvane::ActiveTask> last;
+    QString path;
+    connect(daemon.get(), &Daemon::activeTasksChanged, this,
+            [&](const QString &of, const QVector<Orvane::ActiveTask> &tasks) {
+                path = of;
+                last = tasks;
+            });
+    Client::StartRequest request;
+    request.user = QStringLiteral("appuser");
+    const QString ofSession = session().path;
+    const auto [started] = waitFor<Outcome>(
+        [&](const auto &done) { daemon->start(ofSession, task(), request, done); });
+    QVERIFY(!started);
+    stage->systemd->emitChange(Stage::unitPath(task()),
+                               {{QStringLiteral("ActiveState"), QStringLiteral("active")},
+                                {QStringLiteral("SubState"), QStringLiteral("running")}});
+    QVERIFY(Stage::waitUntil([&] { return last.size() == 1; }));
+    QCOMPARE(last.constFirst().id, task());
+    QCOMPARE(path, ofSession);
+}
+
+void TestClient::tellsWhyAStartIsRefused()
+{
+    const QString path = session().path;
+    const auto [outcome] = waitFor<Outcome>([&](const auto &done) {
+        daemon->start(path, QStringLiteral("com.example.Notes.task_none"), {}, done);
+    });
+    QCOMPARE(outcome.errorName, QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
+    QCOMPARE(outcome.errorText, QStringLiteral("Task not found: com.example.Notes.task_none"));
+    QVERIFY(!outcome.isUnreachable());
+}
+
+void TestClient::registersForATypeOfTheUsersSession()
+{
+    const auto [outcome, none] = waitFor<Outcome, Session>(
+        [&](const auto &done) { daemon->registerInvoker(QStringLiteral("OfTheUser"), done); });
+    QVERIFY(outcome.isUnreachable());
+    QCOMPARE(none.path, QString());
+}
+
+void TestClient::readsBothListsAgain()
+{
+    const QString path = session().path;
+    const auto [outcome, tasks] = waitFor<Outcome, QVector<Orvane::AvailableTask>>(
+        [&](const auto &done) { daemon->readAvailableTasks(path, done); });
+    QVERIFY(!outcome);
+    QCOMPARE(tasks.size(), 1);
+    const auto [otherOutcome, active] = waitFor<Outcome, QVector<Orvane::ActiveTask>>(
+        [&](const auto &done) { daemon->readActiveTasks(path, done); });
+    QVERIFY(!otherOutcome);
+    QVERIFY(active.isEmpty());
+}
+
+void TestClient::closesASession()
+{
+    const QString path = session().path;
+    const auto [closed] =
+        waitFor<Outcome>([&](const auto &done) { daemon->closeSession(path, done); });
+    QVERIFY(!closed);
+    const auto [gone, tasks] = waitFor<Outcome, QVector<Orvane::ActiveTask>>(
+        [&](const auto &done) { daemon->readActiveTasks(path, done); });
+    QCOMPARE(gone.errorName, QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+}
+
+void TestClient::switchesAutostart()
+{
+    constexpr int uid = 100000;
+    const auto [set] = waitFor<Outcome>([&](const auto &done) {
+        daemon->setEnabled(uid, QStringLiteral("com.example.Notes"), true, done);
+    });
+    QCOMPARE(set.toString(), QString());
+    const auto [outcome, applications] = waitFor<Outcome, QStringList>(
+        [&](const auto &done) { daemon->enabledApplications(uid, done); });
+    QVERIFY(!outcome);
+    QCOMPARE(applications, QStringList(QStringLiteral("com.example.Notes")));
+    const auto [refused, none] = waitFor<Outcome, QStringList>(
+        [&](const auto &done) { daemon->enabledApplications(-1, done); });
+    QCOMPARE(refused.errorName, QStringLiteral("org.freedesktop.DBus.Error.NotSupported"));
+    QVERIFY(none.isEmpty());
+}
+
+void TestClient::tellsOfARemovedApplication()
+{
+    stage->root.write(stage->root.unitFile(task()), "x");
+    const auto [outcome] = waitFor<Outcome>([&](const auto &done) {
+        daemon->applicationRemoved(QStringLiteral("com.example.Notes"), done);
+    });
+    QCOMPARE(outcome.toString(), QString());
+}
+
+void TestClient::failsWhereThereIsNoBus()
+{
+    Daemon lost(QDBusConnection(QStringLiteral("none")));
+    const auto [outcome] =
+        waitFor<Outcome>([&](const auto &done) { lost.stop(QStringLiteral("/x"), task(), done); });
+    QVERIFY(outcome.isUnreachable());
+}
+
+QTEST_GUILESS_MAIN(TestClient)
+#include "tst_client.moc"
