@@ -1,0 +1,48 @@
+# Completion of orvanectl. Made of the tool's table of commands: change that, then run
+# tst_generated_files with ORVANE_UPDATE_DOCS=1.
+# shellcheck shell=bash
+
+_orvanectl() {
+    local words='' current=${COMP_WORDS[COMP_CWORD]}
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        words='tasks start stop watch top types --help --version'
+    else
+        _orvanectl_words "${COMP_WORDS[1]}" "${COMP_WORDS[COMP_CWORD - 1]}" "$current"
+    fi
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+
+# _orvanectl_words COMMAND PREVIOUS CURRENT: what may be written here.
+_orvanectl_words() {
+    case "$1 $2" in
+    'tasks --app') words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/\.task_.*//p' | sort -u) ;;
+    'tasks --type') words=$(orvanectl types 2>/dev/null | sed -n '2,$s/ .*//p') ;;
+    'start --user') words=$(getent passwd | cut -d: -f1) ;;
+    'start --own') ;;
+    'start --permission') ;;
+    'start --param') ;;
+    'start --weight') ;;
+    'start --cpu-limit') ;;
+    'start --set') ;;
+    'start --env') ;;
+    'watch --type') words=$(orvanectl types 2>/dev/null | sed -n '2,$s/ .*//p') ;;
+    'top --interval') ;;
+    *) _orvanectl_free "$@" ;;
+    esac
+}
+
+# The same where no option waits for its value.
+_orvanectl_free() {
+    case "$1 $2 $3" in
+    'tasks '*' -'*) words='--app --type --running --json --root --no-pager --help' ;;
+    'start '*' -'*) words='--user --at-boot --own --permission --param --homeless --weight --cpu-limit --set --env --wait --json --root --no-pager --help' ;;
+    'start '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
+    'stop '*' -'*) words='--json --root --no-pager --help' ;;
+    'stop '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
+    'watch '*' -'*) words='--type --json --root --no-pager --help' ;;
+    'top '*' -'*) words='--interval --json --root --no-pager --help' ;;
+    'types '*' -'*) words='--json --root --no-pager --help' ;;
+    esac
+}
+
+complete -F _orvanectl orvanectl

@@ -1,0 +1,79 @@
+#compdef orvanectl
+# Completion of orvanectl. Made of the tool's table of commands: change that, then run
+# tst_generated_files with ORVANE_UPDATE_DOCS=1.
+
+_orvanectl() {
+    local -a commands=(
+        'tasks:list tasks and their state'
+        'start:start a task'
+        'stop:stop a task and forget its start at boot'
+        'watch:tell of each start and end of a task as it happens'
+        'top:show what running tasks take'
+        'types:list task types and who serves each'
+    )
+    if (( CURRENT == 2 )); then
+        _describe command commands
+        return
+    fi
+    local command=$words[2]
+    shift words
+    (( CURRENT-- ))
+    case $command in
+    tasks)
+        _arguments \
+            '--app[only tasks of this application]:app:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/\.task_.*//p'\'' | sort -u)"}}' \
+            '--type[only tasks of this type]:type:{compadd -- ${(f)"$(orvanectl types 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
+            '--running[only tasks that run]' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    start)
+        _arguments \
+            '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
+            '--user[the user that the task runs as; a task of the system needs one]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
+            '--at-boot[start it at each boot from now on, too]' \
+            '--own[a name on the system bus that it may own]:name:' \
+            '*--permission[a permission of the sandbox, besides those that it declares]:name:' \
+            '*--param[a further argument of its program; one that begins with a dash as --param=-x]:word:' \
+            '--homeless[give it no directories in the user'\''s home]' \
+            '--weight[-1000 to 1000\: the higher, the sooner it is ended when memory runs out]:n:' \
+            '--cpu-limit[processor time that it may take]:seconds:' \
+            '*--set[a setting of its unit'\''s service section]:key=value:' \
+            '*--env[a variable of its environment]:name=value:' \
+            '--wait[wait until it has run for a second, or has ended or failed, and say how]' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    stop)
+        _arguments \
+            '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    watch)
+        _arguments \
+            '--type[only tasks of this type]:type:{compadd -- ${(f)"$(orvanectl types 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    top)
+        _arguments \
+            '--interval[how long to wait before looking again; 2 without it]:seconds:' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    types)
+        _arguments \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    esac
+}
+
+_orvanectl "$@"

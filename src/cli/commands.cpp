@@ -1,0 +1,45 @@
+#include "cli/command.h"
+
+#include "cli/commands/all.h"
+#include "cli/exit_status.h"
+
+namespace Cli {
+
+const QVector<Command> &commands()
+{
+    static const QVector<Command> all{tasksCommand(), startCommand(), stopCommand(),
+                                      watchCommand(), topCommand(),   typesCommand()};
+    return all;
+}
+
+const QVector<Option> &commonOptions()
+{
+    static const QVector<Option> common{
+        {QStringLiteral("json"),
+         {},
+         Kind::Text,
+         QStringLiteral("print JSON: one object, or one on each line for what goes on")},
+        {QStringLiteral("root"), QStringLiteral("DIR"), Kind::Text,
+         QStringLiteral("read the files of the system below DIR, an image for instance")},
+        {QStringLiteral("no-pager"),
+         {},
+         Kind::Text,
+         QStringLiteral("do not show long output page by page")},
+        {QStringLiteral("help"), {}, Kind::Text, QStringLiteral("print this help")},
+    };
+    return common;
+}
+
+QVector<Option> allOptionsOf(const Command &command) { return command.options + commonOptions(); }
+
+QVector<QPair<int, QString>> exitStatuses()
+{
+    return {
+        {Done, QStringLiteral("done, or yes")},
+        {No, QStringLiteral("no: a start was refused, a task failed, something is not there")},
+        {WrongUsage, QStringLiteral("the command line is wrong")},
+        {Unreachable, QStringLiteral("the bus, the daemon or systemd cannot be reached")},
+    };
+}
+
+} // namespace Cli

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "cli/command.h"
+
+// One function for each command of the tool; each is in a file of its name.
+
+namespace Cli {
+
+[[nodiscard]] Command startCommand();
+[[nodiscard]] Command stopCommand();
+[[nodiscard]] Command tasksCommand();
+[[nodiscard]] Command topCommand();
+[[nodiscard]] Command typesCommand();
+[[nodiscard]] Command watchCommand();
+
+} // namespace Cli

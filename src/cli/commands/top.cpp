@@ -1,0 +1,214 @@
+// orvanectl top
+
+#include "cli/commands/all.h"
+#include "cli/exit_status.h"
+#include "cli/output.h"
+#include "cli/task_list.h"
+#include "cli/task_units.h"
+#include "cli/words.h"
+#include "client/wait_for.h"
+
+#include <QDateTime>
+#include <QHash>
+#include <QJsonArray>
+#include <QThread>
+
+#include <algorithm>
+#include <limits>
+#include <time.h>
+
+namespace Cli {
+
+namespace {
+
+constexpr quint64 notKnown = std::numeric_limits<quint64>::max();
+constexpr double notKnownShare = -1;
+
+struct Usage
+{
+    QString id;
+    int pid = -1;
+    // Nanoseconds of processor time since the task started.
+    quint64 processorTime = notKnown;
+    quint64 memory = notKnown;
+    int processes = -1;
+    // Percent of one processor.
+    double share = notKnownShare;
+};
+
+// What the last sample saw of a run.
+struct Sample
+{
+    quint64 moment = 0;
+    quint64 processorTime = 0;
+};
+
+// Samples by invocation: a task that was started anew begins anew.
+using Samples = QHash<QByteArray, Sample>;
+
+// Microseconds of the clock that systemd's monotonic times are of.
+quint64 monotonicNow()
+{
+    struct timespec now = {};
+    (void)clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<quint64>(now.tv_sec) * 1000000 + static_cast<quint64>(now.tv_nsec) / 1000;
+}
+
+quint64 quantity(const QVariantMap &properties, const char *name)
+{
+    const QVariant value = properties.value(QString::fromLatin1(name));
+    return value.isValid() ? value.toULongLong() : notKnown;
+}
+
+double shareOf(const Sample &before, quint64 moment, quint64 processorTime)
+{
+    if (moment <= before.moment || processorTime < before.processorTime)
+        return notKnownShare;
+    constexpr double percentOfNanosecondsPerMicrosecond = 10;
+    return static_cast<double>(processorTime - before.processorTime)
+        / static_cast<double>(moment - before.moment) / percentOfNanosecondsPerMicrosecond;
+}
+
+Usage usageOf(const TaskRow &row, Samples &before, Samples &now)
+{
+    const QVariantMap &properties = row.properties;
+    Usage usage;
+    usage.id = row.id;
+    usage.pid = row.pid;
+    usage.processorTime = quantity(properties, "CPUUsageNSec");
+    usage.memory = quantity(properties, "MemoryCurrent");
+    if (!isKnown(usage.processorTime))
+        return usage;
+    const QByteArray run = properties.value(QStringLiteral("InvocationID")).toByteArray();
+    const Sample start{quantity(properties, "ActiveEnterTimestampMonotonic"), 0};
+    const quint64 moment = monotonicNow();
+    usage.share = shareOf(before.value(run, start), moment, usage.processorTime);
+    now.insert(run, {moment, usage.processorTime});
+    return usage;
+}
+
+Client::Outcome measure(Systemd &systemd, Samples &samples, QVector<Usage> &usages)
+{
+    QVector<TaskRow> rows;
+    if (const Client::Outcome outcome = listTasks(systemd, rows))
+        return outcome;
+    Samples now;
+    QStringList units;
+    usages.clear();
+    for (const TaskRow &row : qAsConst(rows)) {
+        if (!row.isRunning())
+            continue;
+        usages.append(usageOf(row, samples, now));
+        units.append(unitNameOf(row.id));
+    }
+    samples = now;
+    const auto [counts] = Client::waitFor<QVector<int>>(
+        [&](const auto &done) { systemd.processCounts(units, done); });
+    for (int at = 0; at < usages.size(); ++at)
+        usages[at].processes = counts.at(at);
+    std::stable_sort(usages.begin(), usages.end(),
+                     [](const Usage &a, const Usage &b) { return a.share > b.share; });
+    return {};
+}
+
+QString shareText(double share) { return share < 0 ? unknown() : QString::number(share, 'f', 1); }
+
+QJsonObject objectOf(const Usage &usage)
+{
+    QJsonObject object{{QStringLiteral("task"), usage.id}};
+    if (usage.pid > 0)
+        object.insert(QStringLiteral("pid"), usage.pid);
+    if (usage.share >= 0)
+        object.insert(QStringLiteral("cpuPercent"), usage.share);
+    if (isKnown(usage.processorTime))
+        object.insert(QStringLiteral("cpuNanoseconds"), static_cast<qint64>(usage.processorTime));
+    if (isKnown(usage.memory))
+        object.insert(QStringLiteral("memoryBytes"), static_cast<qint64>(usage.memory));
+    if (usage.processes >= 0)
+        object.insert(QStringLiteral("processes"), usage.processes);
+    return object;
+}
+
+Table tableOf(const QVector<Usage> &usages)
+{
+    Table table({{QStringLiteral("TASK")},
+                 {QStringLiteral("PID"), Table::Right},
+                 {QStringLiteral("CPU%"), Table::Right},
+                 {QStringLiteral("CPU TIME"), Table::Right},
+                 {QStringLiteral("MEMORY"), Table::Right},
+                 {QStringLiteral("PROCESSES"), Table::Right}});
+    for (const Usage &usage : usages)
+        table.add({usage.id, processOf(usage.pid), shareText(usage.share),
+                   processorTimeOf(usage.processorTime), bytesOf(usage.memory),
+                   usage.processes < 0 ? unknown() : QString::number(usage.processes)});
+    return table;
+}
+
+void show(const QVector<Usage> &usages, Output &output)
+{
+    if (output.isJson()) {
+        QJsonArray objects;
+        for (const Usage &usage : usages)
+            objects.append(objectOf(usage));
+        output.print(QJsonObject{{QStringLiteral("tasks"), objects}});
+        return;
+    }
+    QStringList lines = tableOf(usages).lines(output.terminal().width);
+    // What does not fit would scroll the rest away.
+    if (output.terminal().isThere())
+        lines = lines.mid(0, std::max(1, output.terminal().height - 1));
+    for (const QString &line : qAsConst(lines))
+        output.printEvent(line);
+}
+
+int run(const Request &request, Output &output)
+{
+    Systemd systemd(QDBusConnection::systemBus());
+    Samples samples;
+    QVector<Usage> usages;
+    const int seconds = std::max(1,
+                                 request.has(QStringLiteral("interval"))
+                                     ? request.value(QStringLiteral("interval")).toInt()
+                                     : 2);
+    for (;;) {
+        if (const Client::Outcome outcome = measure(systemd, samples, usages))
+            return Output::fail(outcome);
+        if (!output.isJson())
+            output.startAnew();
+        show(usages, output);
+        if (output.isJson() || !output.terminal().isThere())
+            return Done;
+        QThread::sleep(static_cast<unsigned long>(seconds));
+    }
+}
+
+} // namespace
+
+Command topCommand()
+{
+    Command command;
+    command.name = QStringLiteral("top");
+    command.summary = QStringLiteral("show what running tasks take");
+    command.description = QStringList{QStringLiteral(
+        "Lists the tasks that run as units of the system, those first that take most of the "
+        "processor: the share since the last look, or at first since the task started, in percent "
+        "of one processor; the processor time since it started; memory; and the number of "
+        "processes. On a terminal the list is refreshed until it is interrupted; elsewhere, and "
+        "with --json, it is printed once.")};
+    command.options = {{QStringLiteral("interval"), QStringLiteral("SECONDS"), Kind::Number,
+                        QStringLiteral("how long to wait before looking again; 2 without it")}};
+    command.fields = {
+        {QStringLiteral("tasks"),
+         QStringLiteral("an array of objects with these fields; what "
+                        "systemd does not know is not there")},
+        {QStringLiteral("task"), QStringLiteral("the full id")},
+        {QStringLiteral("pid"), QStringLiteral("its main process")},
+        {QStringLiteral("cpuPercent"), QStringLiteral("share of one processor since it started")},
+        {QStringLiteral("cpuNanoseconds"), QStringLiteral("processor time since it started")},
+        {QStringLiteral("memoryBytes"), QStringLiteral("memory")},
+        {QStringLiteral("processes"), QStringLiteral("number of processes")}};
+    command.run = run;
+    return command;
+}
+
+} // namespace Cli

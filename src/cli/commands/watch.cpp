@@ -1,0 +1,201 @@
+// orvanectl watch
+
+#include "cli/commands/all.h"
+#include "cli/declared_tasks.h"
+#include "cli/exit_status.h"
+#include "cli/output.h"
+#include "cli/run_feed.h"
+#include "cli/words.h"
+#include "common/DBus/receive_limits.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+
+namespace Cli {
+
+namespace {
+
+struct Shown
+{
+    const char *name;
+    Output::Colour colour;
+};
+
+Shown shownAs(RunEvent::Kind kind)
+{
+    switch (kind) {
+    case RunEvent::Running:
+        return {"running", Output::Colour::None};
+    case RunEvent::Started:
+        return {"started", Output::Colour::Green};
+    case RunEvent::Ended:
+        return {"ended", Output::Colour::None};
+    case RunEvent::Failed:
+        break;
+    }
+    return {"failed", Output::Colour::Red};
+}
+
+bool isOver(const RunEvent &event)
+{
+    return event.kind == RunEvent::Ended || event.kind == RunEvent::Failed;
+}
+
+// Prints what happens, a line each.
+class Watcher
+{
+public:
+    Watcher(Output &output, const Request &request)
+        : m_output(output)
+        , m_type(request.value(QStringLiteral("type")))
+    {
+    }
+
+    [[nodiscard]] const QString &type() const { return m_type; }
+
+    void tell(const RunEvent &event)
+    {
+        const DeclaredTask task = declaredTask(event.taskId);
+        if (!m_type.isEmpty() && task.type != m_type)
+            return;
+        if (m_output.isJson())
+            tellAsJson(event, task.type);
+        else
+            tellAsText(event);
+    }
+
+    // Says that nothing will be missed from now on.
+    void tellThatItWatches()
+    {
+        const QDateTime now = QDateTime::currentDateTime();
+        if (m_output.isJson())
+            m_output.print(QJsonObject{{QStringLiteral("event"), QStringLiteral("watching")},
+                                       {QStringLiteral("time"), timeOf(now)}});
+        else
+            m_output.printEvent(now.toString(QStringLiteral("hh:mm:ss"))
+                                + QStringLiteral("  watching (end with Ctrl-C)"));
+    }
+
+private:
+    static QString timeOf(const QDateTime &time)
+    {
+        return isoMomentOf(static_cast<quint64>(time.toMSecsSinceEpoch()) * 1000);
+    }
+
+    void tellAsJson(const RunEvent &event, const QString &type)
+    {
+        QJsonObject object{{QStringLiteral("event"), QString::fromLatin1(shownAs(event.kind).name)},
+                           {QStringLiteral("time"), timeOf(QDateTime::currentDateTime())},
+                           {QStringLiteral("task"), event.taskId}};
+        if (!type.isEmpty())
+            object.insert(QStringLiteral("type"), type);
+        if (event.pid > 0)
+            object.insert(QStringLiteral("pid"), event.pid);
+        if (isOver(event))
+            event.result.addTo(object);
+        m_output.print(object);
+    }
+
+    void tellAsText(const RunEvent &event)
+    {
+        const Shown shown = shownAs(event.kind);
+        constexpr int longest = 8;
+        const QString kind = QString::fromLatin1(shown.name).leftJustified(longest);
+        const QString detail = isOver(event) ? event.result.toString()
+            : event.pid > 0                  ? QStringLiteral("process %1").arg(event.pid)
+                                             : QString();
+        const QString line = QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss"))
+            + QStringLiteral("  ") + m_output.coloured(kind, shown.colour) + QLatin1Char(' ')
+            + printable(event.taskId);
+        m_output.printEvent(detail.isEmpty() ? line : line + QStringLiteral(": ") + detail);
+    }
+
+    Output &m_output;
+    const QString m_type;
+};
+
+void exitUnlessReady(const Client::Outcome &outcome, Watcher &watcher)
+{
+    if (outcome)
+        QCoreApplication::exit(Output::fail(outcome));
+    else
+        watcher.tellThatItWatches();
+}
+
+int watchSession(const QDBusConnection &bus, Watcher &watcher)
+{
+    SessionFeed feed(bus);
+    QObject::connect(&feed, &SessionFeed::happened, &feed,
+                     [&watcher](const RunEvent &event) { watcher.tell(event); });
+    feed.begin(watcher.type(), [&watcher](const Client::Outcome &outcome, const QString &) {
+        exitUnlessReady(outcome, watcher);
+    });
+    return QCoreApplication::exec();
+}
+
+int watchUnits(const QDBusConnection &bus, Watcher &watcher)
+{
+    RunFeed feed(bus);
+    QObject::connect(&feed, &RunFeed::happened, &feed,
+                     [&watcher](const RunEvent &event) { watcher.tell(event); });
+    QObject::connect(&feed, &RunFeed::disconnected, &feed, [] {
+        QCoreApplication::exit(
+            Output::fail(Unreachable,
+                         QStringLiteral("the bus closed the connection; start the "
+                                        "command again when the bus is back")));
+    });
+    feed.begin([&watcher](const Client::Outcome &outcome) { exitUnlessReady(outcome, watcher); });
+    return QCoreApplication::exec();
+}
+
+int run(const Request &request, Output &output)
+{
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    // Many tasks at once must not make it deaf.
+    DBus::liftReceiveLimits(bus);
+    Watcher watcher(output, request);
+    return !watcher.type().isEmpty() && worksInSession(watcher.type()) ? watchSession(bus, watcher)
+                                                                       : watchUnits(bus, watcher);
+}
+
+QVector<QPair<QString, QString>> fields()
+{
+    return {{QStringLiteral("event"),
+             QStringLiteral("\"running\" for a task that ran before, \"watching\" when nothing is "
+                            "missed from now on, then \"started\", \"ended\" and \"failed\"")},
+            {QStringLiteral("time"), QStringLiteral("when it was told of, in ISO 8601")},
+            {QStringLiteral("task"), QStringLiteral("the full id; not with \"watching\"")},
+            {QStringLiteral("type"), QStringLiteral("its type, if it is declared")},
+            {QStringLiteral("pid"), QStringLiteral("its main process, if known")},
+            {QStringLiteral("result"),
+             QStringLiteral(
+                 "of a run that is over: systemd's word for how, \"success\", "
+                 "\"exit-code\", \"signal\", \"oom-kill\" and others; empty when not known")},
+            {QStringLiteral("exitStatus"), QStringLiteral("the exit status, if it exited")},
+            {QStringLiteral("signal"), QStringLiteral("the signal that killed it, if one did")},
+            {QStringLiteral("reason"), QStringLiteral("the same for a person")}};
+}
+
+} // namespace
+
+Command watchCommand()
+{
+    Command command;
+    command.name = QStringLiteral("watch");
+    command.summary = QStringLiteral("tell of each start and end of a task as it happens");
+    command.description = QStringList{
+        QStringLiteral(
+            "Prints a line for each task that runs, and then one for each start, end and "
+            "failure as it happens, until it is interrupted. A run that is over in no "
+            "time has both of its lines."),
+        QStringLiteral("Tasks of the user's session are not units of the system: give their type "
+                       "to follow them through the per-user service, which tells neither of "
+                       "results nor of runs that are over before it lists them.")};
+    command.options = {{QStringLiteral("type"), QStringLiteral("TYPE"), Kind::TaskType,
+                        QStringLiteral("only tasks of this type")}};
+    command.fields = fields();
+    command.run = run;
+    return command;
+}
+
+} // namespace Cli

@@ -1,0 +1,231 @@
+#include "cli/completion.h"
+
+#include "cli/command.h"
+
+namespace Cli {
+
+namespace {
+
+QString head()
+{
+    return QStringLiteral("# Completion of orvanectl. Made of the tool's table of commands: change "
+                          "that, then run\n# tst_generated_files with ORVANE_UPDATE_DOCS=1.\n");
+}
+
+// The first words of a table's rows.
+QString firstWordsOf(const QString &command)
+{
+    return QStringLiteral("orvanectl %1 2>/dev/null | sed -n '2,$s/ .*//p'").arg(command);
+}
+
+// What prints the words that may stand for a kind; empty where nobody knows them.
+QString sourceOf(Kind kind)
+{
+    switch (kind) {
+    case Kind::Task:
+        return firstWordsOf(QStringLiteral("tasks"));
+    case Kind::TaskType:
+        return firstWordsOf(QStringLiteral("types"));
+    case Kind::Application:
+        return QStringLiteral(
+            "orvanectl tasks 2>/dev/null | sed -n '2,$s/\\.task_.*//p' | sort -u");
+    case Kind::User:
+        return QStringLiteral("getent passwd | cut -d: -f1");
+    case Kind::Text:
+    case Kind::Number:
+        break;
+    }
+    return {};
+}
+
+QString dashed(const Option &option) { return QStringLiteral("--") + option.name; }
+
+QStringList dashedOptionsOf(const Command &command)
+{
+    QStringList names;
+    for (const Option &option : allOptionsOf(command))
+        names.append(dashed(option));
+    return names;
+}
+
+QStringList commandNames()
+{
+    QStringList names;
+    for (const Command &command : commands())
+        names.append(command.name);
+    return names;
+}
+
+Kind kindOfArguments(const Command &command)
+{
+    return command.arguments.isEmpty() ? Kind::Text : command.arguments.constFirst().kind;
+}
+
+// The words of a command that take a value, each with what completes it.
+QString bashValues(const Command &command)
+{
+    QString cases;
+    for (const Option &option : command.options) {
+        if (option.value.isEmpty())
+            continue;
+        const QString source = sourceOf(option.kind);
+        const QString words =
+            source.isEmpty() ? QString() : QStringLiteral(" words=$(%1)").arg(source);
+        cases += QStringLiteral("    '%1 %2')%3 ;;\n").arg(command.name, dashed(option), words);
+    }
+    return cases;
+}
+
+QString bashWords(const Command &command)
+{
+    const QString source = sourceOf(kindOfArguments(command));
+    QString cases = QStringLiteral("    '%1 '*' -'*) words='%2' ;;\n")
+                        .arg(command.name, dashedOptionsOf(command).join(QLatin1Char(' ')));
+    if (!source.isEmpty())
+        cases += QStringLiteral("    '%1 '*) words=$(%2) ;;\n").arg(command.name, source);
+    return cases;
+}
+
+// Text inside single quotes.
+QString quoted(QString text) { return text.replace(QLatin1Char('\''), QLatin1String("'\\''")); }
+
+// Text inside the brackets of zsh's specifications.
+QString zshText(QString text)
+{
+    for (const char *character : {"[", "]", ":"})
+        text.replace(QLatin1String(character), QLatin1Char('\\') + QLatin1String(character));
+    return quoted(text);
+}
+
+QString zshAction(const QString &name, Kind kind)
+{
+    const QString source = sourceOf(kind);
+    const QString action = source.isEmpty()
+        ? QString()
+        : QStringLiteral("{compadd -- ${(f)\"$(%1)\"}}").arg(quoted(source));
+    return QStringLiteral(":%1:%2").arg(name.toLower(), action);
+}
+
+QString zshOption(const Option &option)
+{
+    const QString name = dashed(option);
+    const QString value = option.value.isEmpty() ? QString() : zshAction(option.value, option.kind);
+    return QStringLiteral("'%1%2[%3]%4'")
+        .arg(option.isRepeatable ? QStringLiteral("*") : QString(), name, zshText(option.help),
+             value);
+}
+
+QString zshCase(const Command &command)
+{
+    QStringList words;
+    for (const Argument &argument : command.arguments)
+        words.append(QStringLiteral("'1%1'").arg(zshAction(argument.name, argument.kind)));
+    for (const Option &option : allOptionsOf(command))
+        words.append(zshOption(option));
+    return QStringLiteral("    %1)\n        _arguments \\\n            %2 ;;\n")
+        .arg(command.name, words.join(QLatin1String(" \\\n            ")));
+}
+
+QString fishText(QString text) { return text.replace(QLatin1Char('\''), QLatin1String("\\'")); }
+
+QString fishSource(Kind kind)
+{
+    QString source = sourceOf(kind);
+    // Inside double quotes; $s belongs to sed.
+    source.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
+    source.replace(QLatin1String("$"), QLatin1String("\\$"));
+    return source.isEmpty() ? source : QStringLiteral(" -a \"(%1)\"").arg(source);
+}
+
+QString fishOption(const QString &condition, const Option &option)
+{
+    const QString value =
+        option.value.isEmpty() ? QString() : QStringLiteral(" -x") + fishSource(option.kind);
+    return QStringLiteral("complete -c orvanectl -n '%1' -l %2%3 -d '%4'\n")
+        .arg(condition, option.name, value, fishText(option.help));
+}
+
+QString fishCommand(const Command &command)
+{
+    const QString condition = QStringLiteral("__fish_seen_subcommand_from ") + command.name;
+    QString lines = QStringLiteral("complete -c orvanectl -n __fish_use_subcommand -a %1 -d '%2'\n")
+                        .arg(command.name, fishText(command.summary));
+    const QString words = fishSource(kindOfArguments(command));
+    if (!words.isEmpty())
+        lines += QStringLiteral("complete -c orvanectl -n '%1'%2\n").arg(condition, words);
+    for (const Option &option : allOptionsOf(command))
+        lines += fishOption(condition, option);
+    return lines;
+}
+
+} // namespace
+
+QByteArray bashCompletion()
+{
+    QString values;
+    QString words;
+    for (const Command &command : commands()) {
+        values += bashValues(command);
+        words += bashWords(command);
+    }
+    const QString text = head()
+        + QStringLiteral("# shellcheck shell=bash\n\n"
+                         "_orvanectl() {\n"
+                         "    local words='' current=${COMP_WORDS[COMP_CWORD]}\n"
+                         "    if [ \"$COMP_CWORD\" -eq 1 ]; then\n"
+                         "        words='%1 --help --version'\n"
+                         "    else\n"
+                         "        _orvanectl_words \"${COMP_WORDS[1]}\" "
+                         "\"${COMP_WORDS[COMP_CWORD - 1]}\" \"$current\"\n"
+                         "    fi\n"
+                         "    mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
+                         "}\n\n"
+                         "# _orvanectl_words COMMAND PREVIOUS CURRENT: what may be written here.\n"
+                         "_orvanectl_words() {\n"
+                         "    case \"$1 $2\" in\n")
+              .arg(commandNames().join(QLatin1Char(' ')))
+        + values
+        + QStringLiteral("    *) _orvanectl_free \"$@\" ;;\n    esac\n}\n\n"
+                         "# The same where no option waits for its value.\n"
+                         "_orvanectl_free() {\n"
+                         "    case \"$1 $2 $3\" in\n")
+        + words + QStringLiteral("    esac\n}\n\ncomplete -F _orvanectl orvanectl\n");
+    return text.toUtf8();
+}
+
+QByteArray zshCompletion()
+{
+    QString described;
+    QString cases;
+    for (const Command &command : commands()) {
+        described += QStringLiteral("        '%1:%2'\n").arg(command.name, quoted(command.summary));
+        cases += zshCase(command);
+    }
+    const QString text = QStringLiteral("#compdef orvanectl\n") + head()
+        + QStringLiteral("\n_orvanectl() {\n    local -a commands=(\n") + described
+        + QStringLiteral("    )\n"
+                         "    if (( CURRENT == 2 )); then\n"
+                         "        _describe command commands\n"
+                         "        return\n"
+                         "    fi\n"
+                         "    local command=$words[2]\n"
+                         "    shift words\n"
+                         "    (( CURRENT-- ))\n"
+                         "    case $command in\n")
+        + cases + QStringLiteral("    esac\n}\n\n_orvanectl \"$@\"\n");
+    return text.toUtf8();
+}
+
+QByteArray fishCompletion()
+{
+    QString lines = QStringLiteral("complete -c orvanectl -f\n"
+                                   "complete -c orvanectl -n __fish_use_subcommand -l help "
+                                   "-d 'print help'\n"
+                                   "complete -c orvanectl -n __fish_use_subcommand -l version "
+                                   "-d 'print the version'\n");
+    for (const Command &command : commands())
+        lines += fishCommand(command);
+    return (head() + QLatin1Char('\n') + lines).toUtf8();
+}
+
+} // namespace Cli

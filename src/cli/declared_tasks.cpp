@@ -1,0 +1,83 @@
+#include "cli/declared_tasks.h"
+
+#include "common/Core/application_catalogue.h"
+#include "common/Core/application_registry.h"
+#include "common/Core/findings.h"
+#include "common/Core/task_type_config.h"
+#include "common/places.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QMap>
+
+namespace Cli {
+
+namespace {
+
+QString suffix() { return QStringLiteral(".conf"); }
+
+/// The commands that list declarations leave what is wrong with them to others.
+class NoFindings : public Core::Findings
+{
+public:
+    void report(const Core::Finding &, const Core::FindingOrigin &) override { }
+};
+
+// By type name; of two files of one name the earlier folder's counts.
+QMap<QString, QString> typeFiles()
+{
+    QMap<QString, QString> files;
+    for (const QString &folder : Places::ofProcess().taskTypeFolders) {
+        QDirIterator found(folder, {QLatin1Char('*') + suffix()}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        while (found.hasNext()) {
+            const QString path = found.next();
+            const QString type = QDir(folder).relativeFilePath(path).chopped(suffix().size());
+            if (Core::TaskTypeConfig::mayHaveFile(type) && !files.contains(type))
+                files.insert(type, path);
+        }
+    }
+    return files;
+}
+
+} // namespace
+
+QVector<DeclaredTask> declaredTasks()
+{
+    QVector<DeclaredTask> tasks;
+    NoFindings findings;
+    const Core::ApplicationCatalogue catalogue(Places::ofProcess(), findings);
+    for (const Core::ApplicationInfo &application : catalogue.applications()) {
+        for (const DeclaredTask &task : application.tasks())
+            tasks.append(task);
+    }
+    return tasks;
+}
+
+DeclaredTask declaredTask(const QString &taskId)
+{
+    return Core::ApplicationRegistry::instance()->task(Core::ApplicationTaskId(taskId));
+}
+
+bool worksInSession(const QString &taskType)
+{
+    NoFindings findings;
+    return Core::TaskTypeConfig(taskType, Places::ofProcess(), findings).worksInSession();
+}
+
+QVector<TaskType> taskTypes()
+{
+    QMap<QString, TaskType> types;
+    const QMap<QString, QString> files = typeFiles();
+    for (auto file = files.constBegin(); file != files.constEnd(); ++file)
+        types[file.key()] = {file.key(), worksInSession(file.key()), 0, *file};
+    for (const DeclaredTask &task : declaredTasks()) {
+        if (!types.contains(task.type))
+            types[task.type] = {task.type, worksInSession(task.type), 0, {}};
+        ++types[task.type].tasks;
+    }
+    return types.values().toVector();
+}
+
+} // namespace Cli

@@ -1,0 +1,108 @@
+#include "cli/output.h"
+
+#include "cli/exit_status.h"
+#include "client/outcome.h"
+
+#include <QJsonDocument>
+#include <QProcess>
+
+#include <cstdio>
+
+namespace Cli {
+
+namespace {
+
+void write(FILE *file, const QByteArray &bytes)
+{
+    (void)fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), file);
+    (void)fflush(file);
+}
+
+QByteArray textOf(const QStringList &lines)
+{
+    QByteArray text;
+    for (const QString &line : lines)
+        text += line.toUtf8() + '\n';
+    return text;
+}
+
+} // namespace
+
+Output::Output(bool isJson, bool mayPage)
+    : m_isJson(isJson)
+    , m_mayPage(mayPage)
+    , m_terminal(Terminal::ofStandardOutput())
+{
+}
+
+void Output::print(const QJsonObject &object)
+{
+    write(stdout, QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n');
+}
+
+void Output::print(const Table &table) { print(table.lines(m_terminal.width)); }
+
+void Output::print(const QStringList &lines)
+{
+    const QByteArray text = textOf(lines);
+    const bool isLong = m_terminal.isThere() && lines.size() >= m_terminal.height;
+    if (!isLong || !m_mayPage || !page(text))
+        write(stdout, text);
+}
+
+void Output::printEvent(const QString &line) { write(stdout, line.toUtf8() + '\n'); }
+
+void Output::startAnew()
+{
+    if (m_terminal.isThere()) {
+        write(stdout, QByteArrayLiteral("\033[H\033[2J"));
+        // It may have another size by now.
+        m_terminal = Terminal::ofStandardOutput();
+    }
+}
+
+QString Output::coloured(const QString &text, Colour colour) const
+{
+    if (!m_terminal.hasColour || colour == Colour::None)
+        return text;
+    const char *code = colour == Colour::Red ? "31" : colour == Colour::Green ? "32" : "33";
+    return QStringLiteral("\033[%1m%2\033[0m").arg(QLatin1String(code), text);
+}
+
+int Output::fail(int status, const QString &text)
+{
+    write(stderr, "orvanectl: " + printable(text).toUtf8() + '\n');
+    return status;
+}
+
+int Output::fail(const Client::Outcome &outcome)
+{
+    if (!outcome.isUnreachable())
+        return fail(No, outcome.toString());
+    return fail(Unreachable,
+                QStringLiteral("%1; see: systemctl status dbus.service orvane.service")
+                    .arg(outcome.toString()));
+}
+
+// False when the pager could not be run.
+bool Output::page(const QByteArray &text) const
+{
+    const QString pager = qEnvironmentVariable("PAGER", QStringLiteral("less"));
+    if (pager.isEmpty() || pager == QLatin1String("cat"))
+        return false;
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    // Leaves what it showed on the screen, and lets nobody start a shell from it.
+    if (!environment.contains(QStringLiteral("LESS")))
+        environment.insert(QStringLiteral("LESS"), QStringLiteral("FRX"));
+    environment.insert(QStringLiteral("LESSSECURE"), QStringLiteral("1"));
+    process.setProcessEnvironment(environment);
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), pager});
+    process.write(text);
+    process.closeWriteChannel();
+    return process.waitForFinished(-1) && process.exitStatus() == QProcess::NormalExit
+        && process.exitCode() == 0;
+}
+
+} // namespace Cli

@@ -1,0 +1,185 @@
+#include "cli/parse.h"
+
+#include <CLI/CLI.hpp>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Cli {
+
+namespace {
+
+using Values = std::vector<std::string>;
+
+// The parser's picture of one command, and where it puts what it finds.
+struct ParsedCommand
+{
+    const Command *command = nullptr;
+    CLI::App *parser = nullptr;
+    std::map<QString, CLI::Option *> options;
+    // Stay where they are while the parser has their addresses.
+    std::vector<std::unique_ptr<Values>> values;
+    std::vector<Values *> arguments;
+};
+
+Values *newPlace(ParsedCommand &command)
+{
+    command.values.push_back(std::make_unique<Values>());
+    return command.values.back().get();
+}
+
+// Nothing when the text is a number.
+std::string complaintOfNumber(const std::string &text)
+{
+    bool isNumber = false;
+    (void)QString::fromStdString(text).toInt(&isNumber);
+    return isNumber ? std::string() : text + " is not a number";
+}
+
+void addOption(ParsedCommand &command, const Option &option)
+{
+    const std::string name = "--" + option.name.toStdString();
+    const std::string help = option.help.toStdString();
+    CLI::Option *added = nullptr;
+    if (option.value.isEmpty()) {
+        added = command.parser->add_flag(name, help);
+    } else {
+        added = command.parser->add_option(name, *newPlace(command), help);
+        // One word each time: what follows is the next argument.
+        added->type_size(1)
+            ->expected(1, option.isRepeatable ? CLI::detail::expected_max_vector_size : 1)
+            ->allow_extra_args(false);
+        // What complaints call it.
+        added->type_name(option.value.toStdString());
+        if (option.kind == Kind::Number)
+            added->check(complaintOfNumber, {}, {});
+    }
+    added->required(option.isRequired);
+    command.options[option.name] = added;
+}
+
+void addArgument(ParsedCommand &command, const Argument &argument)
+{
+    Values *place = newPlace(command);
+    command.parser->add_option(argument.name.toStdString(), *place, argument.help.toStdString())
+        ->required(argument.isRequired)
+        ->type_size(1)
+        ->expected(1);
+    command.arguments.push_back(place);
+}
+
+ParsedCommand addCommand(CLI::App &parser, const Command &command)
+{
+    ParsedCommand added;
+    added.command = &command;
+    added.parser = parser.add_subcommand(command.name.toStdString());
+    // Help is an option of the table like any other, so that it is found whatever else is missing.
+    added.parser->set_help_flag();
+    for (const Option &option : allOptionsOf(command))
+        addOption(added, option);
+    for (const Argument &argument : command.arguments)
+        addArgument(added, argument);
+    return added;
+}
+
+Request requestOf(const ParsedCommand &command)
+{
+    Request request;
+    for (const Values *values : command.arguments) {
+        for (const std::string &value : *values)
+            request.arguments.append(QString::fromStdString(value));
+    }
+    for (const auto &[name, option] : command.options) {
+        if (option->count() == 0)
+            continue;
+        QStringList &values = request.options[name];
+        if (option->get_expected_max() == 0)
+            continue;
+        for (const std::string &value : option->results())
+            values.append(QString::fromStdString(value));
+    }
+    return request;
+}
+
+QString lineOf(const std::string &text)
+{
+    const QString line = QString::fromStdString(text).simplified();
+    const int words = line.indexOf(QLatin1String(" not expected: "));
+    if (words < 0)
+        return line;
+    const QStringList unexpected =
+        line.mid(line.indexOf(QLatin1Char(':'), words) + 2).split(QLatin1Char(' '));
+    for (const QString &word : unexpected) {
+        if (word.startsWith(QLatin1Char('-')))
+            return QStringLiteral("%1 is not an option of it").arg(word);
+    }
+    return QStringLiteral("%1 is one word too many").arg(unexpected.constLast());
+}
+
+const Command *commandNamed(const QString &name)
+{
+    for (const Command &command : commands()) {
+        if (command.name == name)
+            return &command;
+    }
+    return nullptr;
+}
+
+bool isHelp(const QString &word)
+{
+    return word == QLatin1String("--help") || word == QLatin1String("-h");
+}
+
+// The parser takes options of a command alone, and wants what it requires also beside --help.
+bool wantsHelp(const QStringList &words)
+{
+    for (const QString &word : words) {
+        if (word == QLatin1String("--"))
+            return false;
+        if (isHelp(word))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+// The library tells with exceptions what is wrong; they end here.
+static void parseCommand(const QStringList &words, Parsed &parsed)
+{
+    CLI::App parser;
+    parser.set_help_flag();
+    const ParsedCommand command = addCommand(parser, *parsed.command);
+    Values reversed;
+    for (const QString &word : words)
+        reversed.insert(reversed.begin(), word.toStdString());
+    try {
+        parser.parse(reversed);
+        parsed.request = requestOf(command);
+    } catch (const CLI::ParseError &error) {
+        parsed.complaint = lineOf(error.what());
+    }
+}
+
+Parsed parse(const QStringList &words)
+{
+    Parsed parsed;
+    const QString first = words.value(0);
+    if (words.isEmpty() || isHelp(first)) {
+        parsed.wantsHelp = true;
+        parsed.complaint = words.isEmpty() ? QStringLiteral("a command is missing") : QString();
+    } else if (first == QLatin1String("--version")) {
+        parsed.wantsVersion = true;
+    } else if ((parsed.command = commandNamed(first)) == nullptr) {
+        parsed.complaint = QStringLiteral("there is no command \"%1\"").arg(first);
+    } else if (wantsHelp(words)) {
+        parsed.wantsHelp = true;
+    } else {
+        parseCommand(words, parsed);
+    }
+    return parsed;
+}
+
+} // namespace Cli

@@ -1,0 +1,79 @@
+#include "cli/run_result.h"
+
+#include <QHash>
+
+#include <csignal>
+#include <cstring>
+
+namespace Cli {
+
+namespace {
+
+bool wasKilled(int code) { return code == CLD_KILLED || code == CLD_DUMPED; }
+
+// What systemd's own exit statuses mean, for those that a task can come to.
+QString meaningOf(int status)
+{
+    static const QHash<int, QString> meanings{
+        {200, QStringLiteral("its working directory is not there")},
+        {203, QStringLiteral("its program cannot be run")},
+        {216, QStringLiteral("its group is not there")},
+        {217, QStringLiteral("its user is not there")},
+        {226, QStringLiteral("its view of the file system cannot be made")}};
+    const QString meaning = meanings.value(status);
+    return meaning.isEmpty() ? meaning : QStringLiteral(" (%1)").arg(meaning);
+}
+
+QString wordsFor(const QString &result)
+{
+    static const QHash<QString, QString> words{
+        {QStringLiteral("oom-kill"), QStringLiteral("out of memory")},
+        {QStringLiteral("timeout"), QStringLiteral("out of time")},
+        {QStringLiteral("watchdog"), QStringLiteral("its watchdog was not heard of")},
+        {QStringLiteral("start-limit-hit"), QStringLiteral("started too often")},
+        {QStringLiteral("resources"), QStringLiteral("systemd lacked resources for it")},
+        {QStringLiteral("dependency"), QStringLiteral("a unit that it needs did not start")},
+        {QStringLiteral("canceled"), QStringLiteral("its start was called off")},
+        {QStringLiteral("success"), QStringLiteral("exit status 0")},
+        {QString(), QStringLiteral("not known")}};
+    return words.value(result, result);
+}
+
+} // namespace
+
+void RunResult::take(const QVariantMap &properties)
+{
+    result = properties.value(QStringLiteral("Result"), result).toString();
+    code = properties.value(QStringLiteral("ExecMainCode"), code).toInt();
+    status = properties.value(QStringLiteral("ExecMainStatus"), status).toInt();
+}
+
+bool RunResult::isFailure() const
+{
+    return !result.isEmpty() && result != QLatin1String("success");
+}
+
+QString RunResult::toString() const
+{
+    const bool isOfProcess = result == QLatin1String("exit-code")
+        || result == QLatin1String("signal") || result == QLatin1String("core-dump");
+    if (!isOfProcess)
+        return wordsFor(result);
+    if (!wasKilled(code))
+        return QStringLiteral("exit status %1%2").arg(status).arg(meaningOf(status));
+    return QStringLiteral("killed by signal %1 (%2)")
+        .arg(status)
+        .arg(QString::fromLocal8Bit(strsignal(status)));
+}
+
+void RunResult::addTo(QJsonObject &object) const
+{
+    object.insert(QStringLiteral("result"), result);
+    if (wasKilled(code))
+        object.insert(QStringLiteral("signal"), status);
+    else if (code != 0)
+        object.insert(QStringLiteral("exitStatus"), status);
+    object.insert(QStringLiteral("reason"), toString());
+}
+
+} // namespace Cli

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "cli/run_feed.h"
+#include "client/start_request.h"
+
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+namespace Cli {
+
+/// What came of a start. Plain value.
+struct StartOutcome
+{
+    enum Kind { Accepted, Running, Ended, Failed, Refused };
+
+    Kind kind = Refused;
+    /// Why it was refused.
+    Client::Outcome refusal;
+    /// Main process; -1 while unknown.
+    int pid = -1;
+    /// How the run ended, if it did.
+    RunResult result;
+};
+
+/// Starts one task and waits for what comes of it. It begins to listen before it starts the task,
+/// so that a run of no time at all is seen.
+class StartWait : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// How long a task has to run to count as running, in milliseconds: most of what can go wrong,
+    /// from a program that is not there to a sandbox that refuses its options, happens at once.
+    static constexpr int settleMs = 1000;
+    /// How long the per-user service has to list a task, in milliseconds.
+    static constexpr int listedMs = 10000;
+
+    using Done = std::function<void(const StartOutcome &)>;
+
+    StartWait(const QDBusConnection &bus, QString taskId);
+
+    /// Starts a task that is a unit of the system. Call one of the two, once.
+    void startUnit(const QString &type, const Client::StartRequest &request, Done done);
+    /// Starts a task of the user's session.
+    void startInSession(const QString &type, const Client::StartRequest &request, Done done);
+
+private:
+    void registerAndStart(const QString &type, const Client::StartRequest &request);
+    void onStarted(const Client::Outcome &outcome);
+    void onEvent(const RunEvent &event);
+    void onJobRemoved(const QString &taskId, const QString &result);
+    void settle(const StartOutcome &outcome);
+    void finish(const StartOutcome &outcome);
+
+    QDBusConnection m_bus;
+    const QString m_taskId;
+    RunFeed m_units;
+    SessionFeed m_session;
+    QTimer m_settled;
+    Done m_done;
+    // What it has come to so far; told when the daemon has answered, too.
+    StartOutcome m_outcome;
+    bool m_isSent = false;
+    bool m_isAccepted = false;
+    bool m_isOver = false;
+};
+
+} // namespace Cli

@@ -1,0 +1,231 @@
+#include "cli/systemd.h"
+
+#include "cli/task_units.h"
+#include "common/names.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QTimer>
+
+#include <limits>
+#include <memory>
+
+namespace Cli {
+
+namespace {
+
+// The bus grants a connection 128 answers that it waits for.
+constexpr int callsAtOnce = 64;
+
+QString service() { return QStringLiteral("org.freedesktop.systemd1"); }
+
+QString managerPath() { return QStringLiteral("/org/freedesktop/systemd1"); }
+
+QString managerInterface() { return QStringLiteral("org.freedesktop.systemd1.Manager"); }
+
+QDBusMessage managerCall(const QString &method, const QVariantList &arguments = {})
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(service(), managerPath(), managerInterface(), method);
+    call.setArguments(arguments);
+    return call;
+}
+
+bool answers(const QDBusMessage &reply, const char *signature)
+{
+    return reply.type() == QDBusMessage::ReplyMessage
+        && reply.signature() == QLatin1String(signature);
+}
+
+QVector<ListedUnit> unitsIn(const QDBusMessage &reply)
+{
+    QVector<ListedUnit> units;
+    if (!answers(reply, "a(ssssssouso)"))
+        return units;
+    const auto array = reply.arguments().constFirst().value<QDBusArgument>();
+    array.beginArray();
+    while (!array.atEnd()) {
+        ListedUnit unit;
+        QString skipped;
+        QDBusObjectPath path;
+        array.beginStructure();
+        array >> unit.name >> skipped >> skipped >> unit.activeState >> skipped >> skipped >> path;
+        array.endStructure();
+        unit.path = path.path();
+        units.append(unit);
+    }
+    array.endArray();
+    return units;
+}
+
+QStringList filesIn(const QDBusMessage &reply)
+{
+    QStringList names;
+    if (!answers(reply, "a(ss)"))
+        return names;
+    const auto array = reply.arguments().constFirst().value<QDBusArgument>();
+    array.beginArray();
+    while (!array.atEnd()) {
+        QString path;
+        QString state;
+        array.beginStructure();
+        array >> path >> state;
+        array.endStructure();
+        names.append(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1));
+    }
+    array.endArray();
+    return names;
+}
+
+int processesIn(const QDBusMessage &reply)
+{
+    if (!answers(reply, "a(sus)"))
+        return -1;
+    int count = 0;
+    const auto array = reply.arguments().constFirst().value<QDBusArgument>();
+    array.beginArray();
+    while (!array.atEnd()) {
+        QString skipped;
+        uint pid = 0;
+        array.beginStructure();
+        array >> skipped >> pid >> skipped;
+        array.endStructure();
+        ++count;
+    }
+    array.endArray();
+    return count;
+}
+
+} // namespace
+
+Systemd::Systemd(const QDBusConnection &bus, QObject *parent)
+    : QObject(parent)
+    , m_bus(bus)
+    , m_calls(bus, callsAtOnce, std::numeric_limits<int>::max())
+{
+}
+
+void Systemd::call(const QDBusMessage &message, const Reply &callback)
+{
+    // The bus library tells nobody of a call that it could not even make.
+    if (!m_bus.isConnected()) {
+        QTimer::singleShot(0, this, [callback] { callback(QDBusMessage()); });
+        return;
+    }
+    // The queue never refuses: it has no limit of its own here.
+    (void)m_calls.call(
+        message, -1, [callback](QDBusPendingCallWatcher *watcher) { callback(watcher->reply()); });
+}
+
+void Systemd::callAll(const QVector<QDBusMessage> &messages, Replies callback)
+{
+    if (messages.isEmpty()) {
+        callback({});
+        return;
+    }
+    struct Gathered
+    {
+        QVector<QDBusMessage> replies;
+        int missing;
+    };
+    const auto gathered = std::make_shared<Gathered>(
+        Gathered{QVector<QDBusMessage>(messages.size()), messages.size()});
+    for (int at = 0; at < messages.size(); ++at) {
+        call(messages.at(at), [gathered, at, callback](const QDBusMessage &reply) {
+            gathered->replies[at] = reply;
+            if (--gathered->missing == 0)
+                callback(gathered->replies);
+        });
+    }
+}
+
+void Systemd::follow(Done callback)
+{
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                  this, SIGNAL(disconnected()));
+    m_bus.connect(service(), QString(), Names::propertiesInterface(), Names::propertiesChanged(),
+                  this, SLOT(onPropertiesChanged(QDBusMessage)));
+    m_bus.connect(service(), managerPath(), managerInterface(), QStringLiteral("JobRemoved"), this,
+                  SLOT(onJobRemoved(QDBusMessage)));
+    call(managerCall(QStringLiteral("Subscribe")),
+         [callback = std::move(callback)](const QDBusMessage &reply) {
+             callback(Client::outcomeOf(reply));
+         });
+}
+
+void Systemd::listUnits(Units callback)
+{
+    call(managerCall(QStringLiteral("ListUnitsByPatterns"),
+                     {QStringList(), QStringList{taskUnitPattern()}}),
+         [callback = std::move(callback)](const QDBusMessage &reply) {
+             callback(Client::outcomeOf(reply), unitsIn(reply));
+         });
+}
+
+void Systemd::listUnitsAtBoot(Files callback)
+{
+    const QStringList states{QStringLiteral("enabled")};
+    call(managerCall(QStringLiteral("ListUnitFilesByPatterns"),
+                     {states, QStringList{taskUnitPattern()}}),
+         [callback = std::move(callback)](const QDBusMessage &reply) {
+             callback(Client::outcomeOf(reply), filesIn(reply));
+         });
+}
+
+void Systemd::properties(const QStringList &paths, Properties callback)
+{
+    QVector<QDBusMessage> calls;
+    for (const QString &path : paths) {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            service(), path, Names::propertiesInterface(), QStringLiteral("GetAll"));
+        // Of all interfaces.
+        message.setArguments({QString()});
+        calls.append(message);
+    }
+    callAll(calls, [callback = std::move(callback)](const QVector<QDBusMessage> &replies) {
+        QVector<QVariantMap> properties;
+        for (const QDBusMessage &reply : replies)
+            properties.append(answers(reply, "a{sv}")
+                                  ? qdbus_cast<QVariantMap>(reply.arguments().constFirst())
+                                  : QVariantMap());
+        callback(properties);
+    });
+}
+
+void Systemd::processCounts(const QStringList &units, Counts callback)
+{
+    QVector<QDBusMessage> calls;
+    for (const QString &unit : units)
+        calls.append(managerCall(QStringLiteral("GetUnitProcesses"), {unit}));
+    callAll(calls, [callback = std::move(callback)](const QVector<QDBusMessage> &replies) {
+        QVector<int> counts;
+        for (const QDBusMessage &reply : replies)
+            counts.append(processesIn(reply));
+        callback(counts);
+    });
+}
+
+void Systemd::onPropertiesChanged(const QDBusMessage &message)
+{
+    // Cheaper than taking each path apart: a system has many units.
+    if (!message.path().startsWith(QLatin1String("/org/freedesktop/systemd1/unit/ov_5ftask_2e")))
+        return;
+    const QString taskId = taskIdOfUnit(unitOfObject(message.path()));
+    const QString interface = message.arguments().value(0).toString();
+    if (taskId.isEmpty() || !interface.startsWith(service()))
+        return;
+    Q_EMIT taskChanged(taskId, interface.mid(service().size() + 1),
+                       qdbus_cast<QVariantMap>(message.arguments().value(1)));
+}
+
+void Systemd::onJobRemoved(const QDBusMessage &message)
+{
+    const QString taskId = taskIdOfUnit(message.arguments().value(2).toString());
+    if (!taskId.isEmpty())
+        Q_EMIT taskJobRemoved(taskId, message.arguments().value(3).toString());
+}
+
+} // namespace Cli

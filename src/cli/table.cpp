@@ -1,0 +1,132 @@
+#include "cli/table.h"
+
+#include <algorithm>
+#include <numeric>
+#include <wchar.h>
+
+namespace Cli {
+
+namespace {
+
+constexpr int gap = 2;
+// A column is not made narrower than this while another is wider.
+constexpr int narrowest = 4;
+
+int widthOf(uint character)
+{
+    // Negative for what has no shape.
+    return std::max(0, wcwidth(static_cast<wchar_t>(character)));
+}
+
+bool isObeyed(uint character)
+{
+    switch (QChar::category(character)) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString padding(int columns) { return QString(std::max(0, columns), QLatin1Char(' ')); }
+
+} // namespace
+
+int displayWidth(const QString &text)
+{
+    int width = 0;
+    for (const uint character : text.toUcs4())
+        width += widthOf(character);
+    return width;
+}
+
+QString printable(const QString &text)
+{
+    QVector<uint> characters = text.toUcs4();
+    for (uint &character : characters) {
+        if (isObeyed(character))
+            character = '?';
+    }
+    return QString::fromUcs4(characters.constData(), characters.size());
+}
+
+QString shortened(const QString &text, int width)
+{
+    if (displayWidth(text) <= width)
+        return text;
+    QVector<uint> kept;
+    int room = width - 1;
+    for (const uint character : text.toUcs4()) {
+        room -= widthOf(character);
+        if (room < 0)
+            break;
+        kept.append(character);
+    }
+    return QString::fromUcs4(kept.constData(), kept.size()) + QChar(0x2026);
+}
+
+Table::Table(QVector<Column> columns)
+    : m_columns(std::move(columns))
+{
+    QStringList titles;
+    for (const Column &column : qAsConst(m_columns))
+        titles.append(column.title);
+    m_rows.append(titles);
+}
+
+void Table::add(const QStringList &cells)
+{
+    QStringList shown;
+    for (int column = 0; column < m_columns.size(); ++column)
+        shown.append(printable(cells.value(column)));
+    m_rows.append(shown);
+}
+
+QVector<int> Table::widthsFor(int width) const
+{
+    QVector<int> widths(m_columns.size(), 0);
+    for (const QStringList &row : m_rows) {
+        for (int column = 0; column < widths.size(); ++column)
+            widths[column] = std::max(widths.at(column), displayWidth(row.at(column)));
+    }
+    if (width <= 0)
+        return widths;
+    const int gaps = gap * (widths.size() - 1);
+    int excess = std::accumulate(widths.cbegin(), widths.cend(), gaps) - width;
+    while (excess > 0) {
+        const auto widest = std::max_element(widths.begin(), widths.end());
+        if (*widest <= narrowest)
+            break;
+        --*widest;
+        --excess;
+    }
+    return widths;
+}
+
+QString Table::lineOf(const QStringList &cells, const QVector<int> &widths) const
+{
+    QString line;
+    for (int column = 0; column < widths.size(); ++column) {
+        const QString cell = shortened(cells.at(column), widths.at(column));
+        const QString blanks = padding(widths.at(column) - displayWidth(cell));
+        line += column > 0 ? padding(gap) : QString();
+        line += m_columns.at(column).alignment == Right ? blanks + cell : cell + blanks;
+    }
+    while (line.endsWith(QLatin1Char(' ')))
+        line.chop(1);
+    return line;
+}
+
+QStringList Table::lines(int width) const
+{
+    const QVector<int> widths = widthsFor(width);
+    QStringList lines;
+    for (const QStringList &row : m_rows)
+        lines.append(lineOf(row, widths));
+    return lines;
+}
+
+} // namespace Cli

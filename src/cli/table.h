@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+namespace Cli {
+
+/// Text in columns. A plain value; knows nothing of terminals.
+class Table
+{
+public:
+    enum Alignment { Left, Right };
+
+    struct Column
+    {
+        QString title;
+        Alignment alignment = Left;
+    };
+
+    explicit Table(QVector<Column> columns);
+    /// Adds a row: one text for each column. Control characters in it are shown as "?", because a
+    /// terminal would obey them.
+    void add(const QStringList &cells);
+
+    /// The title line and the rows, without line breaks and blanks at their ends. What does not fit
+    /// is taken from the column that is widest at the time, and an ellipsis says so.
+    /// @param width columns of the terminal; 0 for as many as it takes.
+    [[nodiscard]] QStringList lines(int width) const;
+
+private:
+    [[nodiscard]] QVector<int> widthsFor(int width) const;
+    [[nodiscard]] QString lineOf(const QStringList &cells, const QVector<int> &widths) const;
+
+    QVector<Column> m_columns;
+    // The titles first.
+    QVector<QStringList> m_rows;
+};
+
+/// Columns that a text takes on a terminal.
+[[nodiscard]] int displayWidth(const QString &text);
+/// The text with every character that a terminal would obey replaced by "?".
+[[nodiscard]] QString printable(const QString &text);
+/// The text, cut to a number of columns with an ellipsis at its end.
+[[nodiscard]] QString shortened(const QString &text, int width);
+
+} // namespace Cli

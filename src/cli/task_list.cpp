@@ -1,0 +1,91 @@
+#include "cli/task_list.h"
+
+#include "cli/declared_tasks.h"
+#include "cli/task_units.h"
+#include "client/wait_for.h"
+
+#include <QMap>
+
+namespace Cli {
+
+namespace {
+
+using Rows = QMap<QString, TaskRow>;
+
+Rows declaredRows()
+{
+    Rows rows;
+    QMap<QString, bool> session;
+    for (const DeclaredTask &task : declaredTasks()) {
+        if (!session.contains(task.type))
+            session.insert(task.type, worksInSession(task.type));
+        TaskRow row;
+        row.id = task.taskId.toString();
+        row.type = task.type;
+        row.worksInSession = session.value(task.type);
+        row.isDeclared = true;
+        rows.insert(row.id, row);
+    }
+    return rows;
+}
+
+TaskRow &rowOf(const QString &unit, Rows &rows)
+{
+    const QString id = taskIdOfUnit(unit);
+    TaskRow &row = rows[id];
+    row.id = id;
+    return row;
+}
+
+void takeProperties(TaskRow &row, const QVariantMap &properties)
+{
+    const int pid = properties.value(QStringLiteral("MainPID")).toInt();
+    row.pid = pid > 0 ? pid : -1;
+    row.since = properties.value(QStringLiteral("StateChangeTimestamp")).toULongLong();
+    row.properties = properties;
+}
+
+void takeUnits(Systemd &systemd, const QVector<ListedUnit> &units, Rows &rows)
+{
+    QStringList paths;
+    QStringList names;
+    for (const ListedUnit &unit : units) {
+        rowOf(unit.name, rows).activeState = unit.activeState;
+        if (unit.activeState == QLatin1String("inactive"))
+            continue;
+        paths.append(unit.path);
+        names.append(unit.name);
+    }
+    const auto [properties] = Client::waitFor<QVector<QVariantMap>>(
+        [&](const auto &done) { systemd.properties(paths, done); });
+    for (int at = 0; at < names.size(); ++at)
+        takeProperties(rowOf(names.at(at), rows), properties.at(at));
+}
+
+} // namespace
+
+bool TaskRow::isRunning() const
+{
+    return !activeState.isEmpty() && activeState != QLatin1String("inactive")
+        && activeState != QLatin1String("failed");
+}
+
+Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows)
+{
+    const auto [listed, units] = Client::waitFor<Client::Outcome, QVector<ListedUnit>>(
+        [&](const auto &done) { systemd.listUnits(done); });
+    if (listed)
+        return listed;
+    const auto [listedFiles, atBoot] = Client::waitFor<Client::Outcome, QStringList>(
+        [&](const auto &done) { systemd.listUnitsAtBoot(done); });
+    if (listedFiles)
+        return listedFiles;
+    Rows byId = declaredRows();
+    takeUnits(systemd, units, byId);
+    for (const QString &unit : atBoot)
+        rowOf(unit, byId).isAtBoot = true;
+    rows = byId.values().toVector();
+    return {};
+}
+
+} // namespace Cli

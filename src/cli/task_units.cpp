@@ -1,0 +1,43 @@
+#include "cli/task_units.h"
+
+namespace Cli {
+
+namespace {
+
+QString prefix() { return QStringLiteral("ov_task."); }
+
+QString suffix() { return QStringLiteral(".service"); }
+
+} // namespace
+
+QString taskUnitPattern() { return prefix() + QLatin1Char('*') + suffix(); }
+
+QString unitNameOf(const QString &taskId) { return prefix() + taskId + suffix(); }
+
+QString taskIdOfUnit(const QString &unitName)
+{
+    if (!unitName.startsWith(prefix()) || !unitName.endsWith(suffix()))
+        return {};
+    return unitName.mid(prefix().size()).chopped(suffix().size());
+}
+
+QString unitOfObject(const QString &path)
+{
+    const QString units = QStringLiteral("/org/freedesktop/systemd1/unit/");
+    if (!path.startsWith(units))
+        return {};
+    const QByteArray label = path.mid(units.size()).toUtf8();
+    QByteArray name;
+    // systemd writes a byte that an object path cannot hold as "_" and two digits.
+    for (int at = 0; at < label.size(); ++at) {
+        if (label.at(at) != '_') {
+            name += label.at(at);
+            continue;
+        }
+        name += QByteArray::fromHex(label.mid(at + 1, 2));
+        at += 2;
+    }
+    return QString::fromUtf8(name);
+}
+
+} // namespace Cli

@@ -1,0 +1,109 @@
+#include "cli/parse.h"
+
+#include <QTest>
+
+using Cli::Parsed;
+
+class TestParse : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void takesArgumentsAndOptionsInAnyOrder();
+    void takesOneWordEachTime();
+    void takesAValueThatBeginsWithADash();
+    void complains_data();
+    void complains();
+    void helpsWhateverElseIsThere_data();
+    void helpsWhateverElseIsThere();
+    void tellsTheVersion();
+};
+
+namespace {
+
+QStringList words(const QString &line) { return line.split(QLatin1Char(' '), Qt::SkipEmptyParts); }
+
+} // namespace
+
+void TestParse::takesArgumentsAndOptionsInAnyOrder()
+{
+    const Parsed parsed = Cli::parse(words(QStringLiteral("start --user u a.b.task_c --json")));
+    QCOMPARE(parsed.complaint, QString());
+    QCOMPARE(parsed.command->name, QStringLiteral("start"));
+    QCOMPARE(parsed.request.arguments, QStringList(QStringLiteral("a.b.task_c")));
+    QCOMPARE(parsed.request.value(QStringLiteral("user")), QStringLiteral("u"));
+    QVERIFY(parsed.request.has(QStringLiteral("json")));
+    QVERIFY(!parsed.request.has(QStringLiteral("wait")));
+}
+
+void TestParse::takesOneWordEachTime()
+{
+    const Parsed parsed =
+        Cli::parse(words(QStringLiteral("start --param one --param two a.b.task_c")));
+    QCOMPARE(parsed.complaint, QString());
+    QCOMPARE(parsed.request.values(QStringLiteral("param")),
+             QStringList({QStringLiteral("one"), QStringLiteral("two")}));
+    QCOMPARE(parsed.request.arguments, QStringList(QStringLiteral("a.b.task_c")));
+}
+
+void TestParse::takesAValueThatBeginsWithADash()
+{
+    const Parsed parsed =
+        Cli::parse(words(QStringLiteral("start --param=-x --weight -5 a.b.task_c")));
+    QCOMPARE(parsed.complaint, QString());
+    QCOMPARE(parsed.request.values(QStringLiteral("param")), QStringList(QStringLiteral("-x")));
+    QCOMPARE(parsed.request.value(QStringLiteral("weight")), QStringLiteral("-5"));
+}
+
+void TestParse::complains_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("complaint");
+    QTest::newRow("nothing") << QString() << QStringLiteral("a command is missing");
+    QTest::newRow("no command of the tool")
+        << QStringLiteral("bogus") << QStringLiteral("there is no command \"bogus\"");
+    QTest::newRow("no option of the command")
+        << QStringLiteral("types --user u") << QStringLiteral("--user is not an option of it");
+    QTest::newRow("a word missing")
+        << QStringLiteral("start") << QStringLiteral("TASK is required");
+    QTest::newRow("no number") << QStringLiteral("start t --weight much")
+                               << QStringLiteral("--weight: much is not a number");
+    QTest::newRow("a value missing")
+        << QStringLiteral("start t --user") << QStringLiteral("--user: 1 required USER missing");
+}
+
+void TestParse::complains()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, complaint);
+    const QString said = Cli::parse(words(line)).complaint;
+    QVERIFY2(said.startsWith(complaint), qPrintable(said));
+}
+
+void TestParse::helpsWhateverElseIsThere_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("command");
+    QTest::newRow("the tool") << QStringLiteral("--help") << QString();
+    QTest::newRow("the tool, short") << QStringLiteral("-h") << QString();
+    QTest::newRow("a command") << QStringLiteral("start --help") << QStringLiteral("start");
+    QTest::newRow("a wrong line") << QStringLiteral("stop --bogus -h") << QStringLiteral("stop");
+}
+
+void TestParse::helpsWhateverElseIsThere()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, command);
+    const Parsed parsed = Cli::parse(words(line));
+    QCOMPARE(parsed.complaint, QString());
+    QVERIFY(parsed.wantsHelp);
+    QCOMPARE(parsed.command == nullptr ? QString() : parsed.command->name, command);
+}
+
+void TestParse::tellsTheVersion()
+{
+    QVERIFY(Cli::parse({QStringLiteral("--version")}).wantsVersion);
+}
+
+QTEST_GUILESS_MAIN(TestParse)
+#include "tst_parse.moc"

@@ -1,0 +1,68 @@
+#include "cli/run_result.h"
+
+#include <QTest>
+
+using Cli::RunResult;
+
+class TestRunResult : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void saysInWordsWhatSystemdSays_data();
+    void saysInWordsWhatSystemdSays();
+    void keepsWhatAChangeLeavesOut();
+    void tellsAnExitStatusFromASignal();
+};
+
+void TestRunResult::saysInWordsWhatSystemdSays_data()
+{
+    QTest::addColumn<QString>("result");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("words");
+    const auto row = [](const char *name, const char *result, int code, int status,
+                        const char *words) {
+        QTest::newRow(name) << QString::fromLatin1(result) << code << status
+                            << QString::fromLatin1(words);
+    };
+    row("well", "success", 1, 0, "exit status 0");
+    row("a status", "exit-code", 1, 3, "exit status 3");
+    row("no program", "exit-code", 1, 203, "exit status 203 (its program cannot be run)");
+    row("killed", "signal", 2, 9, "killed by signal 9 (Killed)");
+    row("dumped", "core-dump", 3, 11, "killed by signal 11 (Segmentation fault)");
+    row("no memory", "oom-kill", 2, 9, "out of memory");
+    row("a new word of systemd's", "some-new-word", 1, 0, "some-new-word");
+    row("not known", "", 0, 0, "not known");
+}
+
+void TestRunResult::saysInWordsWhatSystemdSays()
+{
+    QFETCH(QString, result);
+    QFETCH(int, code);
+    QFETCH(int, status);
+    QFETCH(QString, words);
+    QCOMPARE(RunResult({result, code, status}).toString(), words);
+}
+
+void TestRunResult::keepsWhatAChangeLeavesOut()
+{
+    RunResult result{QStringLiteral("exit-code"), 1, 3};
+    result.take({{QStringLiteral("ExecMainStatus"), 4}});
+    QCOMPARE(result.toString(), QStringLiteral("exit status 4"));
+}
+
+void TestRunResult::tellsAnExitStatusFromASignal()
+{
+    QJsonObject exited;
+    RunResult({QStringLiteral("exit-code"), 1, 3}).addTo(exited);
+    QCOMPARE(exited.value(QStringLiteral("exitStatus")).toInt(), 3);
+    QVERIFY(!exited.contains(QStringLiteral("signal")));
+    QJsonObject killed;
+    RunResult({QStringLiteral("signal"), 2, 9}).addTo(killed);
+    QCOMPARE(killed.value(QStringLiteral("signal")).toInt(), 9);
+    QVERIFY(!killed.contains(QStringLiteral("exitStatus")));
+}
+
+QTEST_GUILESS_MAIN(TestRunResult)
+#include "tst_run_result.moc"
