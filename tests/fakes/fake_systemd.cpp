@@ -29,8 +29,15 @@ struct FileChange
     QString destination;
 };
 
+/// On the bus: (sus)
+struct UnitProcess
+{
+    uint pid = 0;
+};
+
 } // namespace
 
+Q_DECLARE_METATYPE(UnitProcess)
 Q_DECLARE_METATYPE(ListedUnit)
 Q_DECLARE_METATYPE(ListedFile)
 Q_DECLARE_METATYPE(FileChange)
@@ -40,7 +47,8 @@ static QDBusArgument &operator<<(QDBusArgument &argument, const ListedUnit &list
     argument.beginStructure();
     argument << listed.unit.name << QStringLiteral("A unit") << QStringLiteral("loaded")
              << listed.unit.activeState << listed.unit.subState << QString()
-             << QDBusObjectPath("/some/unit") << 0u << QString() << QDBusObjectPath("/");
+             << QDBusObjectPath(FakeSystemd::pathOf(listed.unit.name)) << 0u << QString()
+             << QDBusObjectPath("/");
     argument.endStructure();
     return argument;
 }
@@ -60,6 +68,19 @@ static QDBusArgument &operator<<(QDBusArgument &argument, const ListedFile &file
 }
 
 static const QDBusArgument &operator>>(const QDBusArgument &argument, ListedFile &)
+{
+    return argument;
+}
+
+static QDBusArgument &operator<<(QDBusArgument &argument, const UnitProcess &process)
+{
+    argument.beginStructure();
+    argument << QStringLiteral("/group") << process.pid << QStringLiteral("program");
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument &operator>>(const QDBusArgument &argument, UnitProcess &)
 {
     return argument;
 }
@@ -87,7 +108,10 @@ FakeSystemd::FakeSystemd(const QDBusConnection &bus, QObject *parent)
     qDBusRegisterMetaType<QVector<ListedFile>>();
     qDBusRegisterMetaType<FileChange>();
     qDBusRegisterMetaType<QVector<FileChange>>();
-    m_bus.registerVirtualObject(QStringLiteral("/org/freedesktop/systemd1"), this);
+    qDBusRegisterMetaType<UnitProcess>();
+    qDBusRegisterMetaType<QVector<UnitProcess>>();
+    m_bus.registerVirtualObject(QStringLiteral("/org/freedesktop/systemd1"), this,
+                                QDBusConnection::SubPath);
     m_bus.registerService(QStringLiteral("org.freedesktop.systemd1"));
 }
 
@@ -125,10 +149,45 @@ void FakeSystemd::emitChange(const QString &unitPath, const QVariantMap &changed
     m_bus.send(signal);
 }
 
+void FakeSystemd::emitJobRemoved(const QString &unit, const QString &result)
+{
+    QDBusMessage signal = QDBusMessage::createSignal(
+        QStringLiteral("/org/freedesktop/systemd1"),
+        QStringLiteral("org.freedesktop.systemd1.Manager"), QStringLiteral("JobRemoved"));
+    signal << 1u << QVariant::fromValue(QDBusObjectPath("/org/freedesktop/systemd1/job/1")) << unit
+           << result;
+    m_bus.send(signal);
+}
+
+QString FakeSystemd::pathOf(const QString &unit)
+{
+    if (unit.isEmpty())
+        return QStringLiteral("/");
+    QString path = QStringLiteral("/org/freedesktop/systemd1/unit/");
+    for (const QChar character : unit)
+        path += character.isLetterOrNumber()
+            ? QString(character)
+            : QStringLiteral("_%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+    return path;
+}
+
+QVariantMap FakeSystemd::propertiesAt(const QString &path) const
+{
+    for (auto unit = properties.constBegin(); unit != properties.constEnd(); ++unit) {
+        if (pathOf(unit.key()) == path)
+            return *unit;
+    }
+    return {};
+}
+
 QString FakeSystemd::introspect(const QString &) const { return {}; }
 
 bool FakeSystemd::handleMessage(const QDBusMessage &message, const QDBusConnection &)
 {
+    if (message.member() == QLatin1String("GetAll")) {
+        m_bus.send(message.createReply(propertiesAt(message.path())));
+        return true;
+    }
     if (message.interface() != QLatin1String("org.freedesktop.systemd1.Manager"))
         return false;
     calls.append(message);
@@ -164,6 +223,13 @@ QDBusMessage FakeSystemd::replyTo(const QDBusMessage &call) const
         QVector<ListedFile> listed;
         for (const auto &file : unitFiles)
             listed.append({file.first, file.second});
+        return call.createReply(QVariant::fromValue(listed));
+    }
+    if (method == QLatin1String("GetUnitProcesses")) {
+        const int count = processes.value(call.arguments().constFirst().toString());
+        QVector<UnitProcess> listed;
+        for (int pid = 1; pid <= count; ++pid)
+            listed.append(UnitProcess{static_cast<uint>(pid)});
         return call.createReply(QVariant::fromValue(listed));
     }
     if (method == QLatin1String("StartUnit") || method == QLatin1String("StopUnit"))

@@ -31,6 +31,10 @@ public:
     RecordedCalls calls;
     /// What the listings say.
     QVector<Unit> units;
+    /// What the properties of a unit are when they are asked for, by the unit's name.
+    QHash<QString, QVariantMap> properties;
+    /// How many processes a unit has, by its name.
+    QHash<QString, int> processes;
     /// Path and state.
     QVector<QPair<QString, QString>> unitFiles;
     /// Runs before a call is answered.
@@ -44,12 +48,17 @@ public:
     /// Emits a unit's PropertiesChanged.
     void emitChange(const QString &unitPath, const QVariantMap &changed,
                     const QString &interface = QStringLiteral("org.freedesktop.systemd1.Unit"));
+    /// Emits JobRemoved for a unit.
+    void emitJobRemoved(const QString &unit, const QString &result);
+    /// The object path of a unit.
+    static QString pathOf(const QString &unit);
 
     QString introspect(const QString &path) const override;
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
 private:
     void answer(const QDBusMessage &call);
+    [[nodiscard]] QVariantMap propertiesAt(const QString &path) const;
     QDBusMessage replyTo(const QDBusMessage &call) const;
 
     QDBusConnection m_bus;

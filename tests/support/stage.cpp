@@ -50,6 +50,19 @@ QStringList Stage::daemonEnvironment(const QStringList &more) const
     + more;
 }
 
+std::unique_ptr<ToolProcess> Stage::startTool(const QStringList &arguments,
+                                              const QStringList &environment) const
+{
+    return std::make_unique<ToolProcess>(daemonEnvironment(environment), arguments);
+}
+
+ToolOutput Stage::runTool(const QStringList &arguments, const QStringList &environment) const
+{
+    const std::unique_ptr<ToolProcess> tool = startTool(arguments, environment);
+    (void)waitUntil([&tool] { return tool->hasEnded(); });
+    return tool->output();
+}
+
 void Stage::launch(const QStringList &environment, const QStringList &arguments)
 {
     daemon.start(daemonEnvironment(environment), arguments);
@@ -148,12 +161,7 @@ QString Stage::sessionPath(const QString &type)
 
 QString Stage::unitPath(const QString &taskId)
 {
-    QString path = QStringLiteral("/org/freedesktop/systemd1/unit/ov_5ftask_2e");
-    for (const QChar character : taskId + QStringLiteral(".service"))
-        path += character.isLetterOrNumber()
-            ? QString(character)
-            : QStringLiteral("_%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
-    return path;
+    return FakeSystemd::pathOf(QStringLiteral("ov_task.%1.service").arg(taskId));
 }
 
 SignalRecorder::SignalRecorder(QDBusConnection connection, const QString &sender,

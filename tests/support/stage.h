@@ -6,6 +6,7 @@
 #include "support/daemon_process.h"
 #include "support/private_bus.h"
 #include "support/temp_root.h"
+#include "support/tool_process.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -32,6 +33,12 @@ public:
     [[nodiscard]] bool start(const QStringList &environment = {});
     /// Leaves starting the daemon to the bus; its log then goes to the test's own.
     [[nodiscard]] bool activateDaemon(const QStringList &environment);
+    /// Starts orvanectl on this bus and these files.
+    [[nodiscard]] std::unique_ptr<ToolProcess> startTool(const QStringList &arguments,
+                                                         const QStringList &environment = {}) const;
+    /// Runs it to its end, while the fakes go on working.
+    [[nodiscard]] ToolOutput runTool(const QStringList &arguments,
+                                     const QStringList &environment = {}) const;
     /// A new connection to the bus; it stays until drop().
     [[nodiscard]] QDBusConnection connect();
     /// Leaves the bus; the connection is no longer usable.

@@ -1,0 +1,364 @@
+#include "support/stage.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+
+namespace {
+
+QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
+
+QString unit() { return QStringLiteral("ov_task.com.example.Notes.task_sync.service"); }
+
+QStringList words(const char *line)
+{
+    return QString::fromLatin1(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QJsonObject objectIn(const QByteArray &text) { return QJsonDocument::fromJson(text).object(); }
+
+QByteArray invocation(char of) { return QByteArray(16, of); }
+
+QVariantMap unitState(const char *active, char invocationId = 'a')
+{
+    const bool isUp = qstrcmp(active, "active") == 0;
+    return {{QStringLiteral("ActiveState"), QString::fromLatin1(active)},
+            {QStringLiteral("InactiveEnterTimestampMonotonic"), quint64(isUp ? 0 : 5)},
+            {QStringLiteral("InvocationID"), invocation(invocationId)}};
+}
+
+QVariantMap serviceState(const char *result, int code, int status)
+{
+    return {{QStringLiteral("Result"), QString::fromLatin1(result)},
+            {QStringLiteral("ExecMainCode"), code},
+            {QStringLiteral("ExecMainStatus"), status},
+            {QStringLiteral("ExecMainPID"), 4711}};
+}
+
+} // namespace
+
+// The tool as a person runs it, against the daemon.
+class TestOrvanectl : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void listsTasks();
+    void listsTasksAsJson();
+    void listsOnlyWhatIsAskedFor_data();
+    void listsOnlyWhatIsAskedFor();
+    void listsTypes();
+    void showsWhatTasksTake();
+    void startsWithEachHint();
+    void saysNothingWhenAStartIsAccepted();
+    void saysWhyAStartIsRefused();
+    void refusesAWrongLine_data();
+    void refusesAWrongLine();
+    void saysThatNobodyServesTheType();
+    void saysThatThereIsNoBus_data();
+    void saysThatThereIsNoBus();
+    void waitsForAnEnd_data();
+    void waitsForAnEnd();
+    void waitsUntilATaskRuns();
+    void waitsForNothingWhenATaskRunsAlready();
+    void stopsATask();
+    void stopsOnlyWhatIsDeclared();
+
+private:
+    [[nodiscard]] ToolOutput run(const char *line) const { return stage->runTool(words(line)); }
+    [[nodiscard]] QStringList calls() const { return membersOf(stage->systemd->calls); }
+    // Has systemd say this of the task when it is started.
+    void onStart(const std::function<void()> &happens) const;
+    void emitService(const QVariantMap &changed) const;
+    void emitUnit(const QVariantMap &changed) const;
+    void runTheTask() const;
+
+    std::unique_ptr<Stage> stage;
+};
+
+void TestOrvanectl::init()
+{
+    stage = std::make_unique<Stage>();
+    stage->root.serveType(QStringLiteral("Sync"));
+    stage->root.writeApplication(QStringLiteral("Notes"),
+                                 "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\n"
+                                 "[X-Task alarm]\nType=OfTheUser\nExec=/opt/notes/worker\n");
+    stage->root.writeApplication(QStringLiteral("Mail"),
+                                 "[X-Task sync]\nType=Sync\nExec=/opt/mail/worker\n");
+    QVERIFY(stage->start());
+}
+
+void TestOrvanectl::cleanup() { stage.reset(); }
+
+void TestOrvanectl::emitService(const QVariantMap &changed) const
+{
+    stage->systemd->emitChange(Stage::unitPath(task()), changed,
+                               QStringLiteral("org.freedesktop.systemd1.Service"));
+}
+
+void TestOrvanectl::emitUnit(const QVariantMap &changed) const
+{
+    stage->systemd->emitChange(Stage::unitPath(task()), changed);
+}
+
+void TestOrvanectl::onStart(const std::function<void()> &happens) const
+{
+    stage->systemd->onCall = [happens](const QDBusMessage &call) {
+        if (call.member() == QLatin1String("StartUnit"))
+            happens();
+    };
+}
+
+void TestOrvanectl::runTheTask() const
+{
+    stage->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
+    QVariantMap properties = unitState("active");
+    properties.insert(QStringLiteral("MainPID"), 4711u);
+    properties.insert(QStringLiteral("StateChangeTimestamp"), quint64(1580702706000000));
+    properties.insert(QStringLiteral("CPUUsageNSec"), quint64(1500000000));
+    properties.insert(QStringLiteral("MemoryCurrent"), quint64(12900000));
+    properties.insert(QStringLiteral("ActiveEnterTimestampMonotonic"), quint64(1));
+    stage->systemd->properties.insert(unit(), properties);
+    stage->systemd->processes.insert(unit(), 3);
+}
+
+void TestOrvanectl::listsTasks()
+{
+    runTheTask();
+    stage->systemd->units.append(
+        {QStringLiteral("ov_task.com.example.Gone.task_x.service"), QStringLiteral("failed"), {}});
+    stage->systemd->unitFiles = {
+        {QStringLiteral("/etc/systemd/system/") + unit(), QStringLiteral("enabled")}};
+    const ToolOutput output = run("tasks");
+    QCOMPARE(output.errors, QByteArray());
+    QCOMPARE(QString::fromUtf8(output.out),
+             QStringLiteral(
+                 "TASK                          TYPE       SERVED BY  STATE     PID  BOOT  SINCE\n"
+                 "com.example.Gone.task_x       -          -          failed      -  no    -\n"
+                 "com.example.Mail.task_sync    Sync       system     stopped     -  no    -\n"
+                 "com.example.Notes.task_alarm  OfTheUser  user       -           -  no    -\n"
+                 "com.example.Notes.task_sync   Sync       system     running  4711  yes   "
+                 "2020-02-03 04:05\n"));
+    QCOMPARE(output.status, 0);
+}
+
+void TestOrvanectl::listsTasksAsJson()
+{
+    runTheTask();
+    const ToolOutput output = run("tasks --json --app com.example.Notes");
+    const QJsonArray tasks = objectIn(output.out).value(QStringLiteral("tasks")).toArray();
+    QCOMPARE(tasks.size(), 2);
+    const QJsonObject sync = tasks.at(1).toObject();
+    QCOMPARE(sync.value(QStringLiteral("task")).toString(), task());
+    QCOMPARE(sync.value(QStringLiteral("type")).toString(), QStringLiteral("Sync"));
+    QCOMPARE(sync.value(QStringLiteral("state")).toString(), QStringLiteral("running"));
+    QCOMPARE(sync.value(QStringLiteral("pid")).toInt(), 4711);
+    QCOMPARE(sync.value(QStringLiteral("atBoot")).toBool(), false);
+    QVERIFY(sync.value(QStringLiteral("since")).toString().startsWith(QLatin1String("2020-02-0")));
+    QVERIFY(!tasks.at(0).toObject().contains(QStringLiteral("state")));
+}
+
+void TestOrvanectl::listsOnlyWhatIsAskedFor_data()
+{
+    QTest::addColumn<QStringList>("line");
+    QTest::addColumn<QStringList>("tasks");
+    QTest::newRow("of an application")
+        << words("tasks --app com.example.Mail") << words("com.example.Mail.task_sync");
+    QTest::newRow("of a type") << words("tasks --type Sync")
+                               << words("com.example.Mail.task_sync com.example.Notes.task_sync");
+    QTest::newRow("running") << words("tasks --running") << words("com.example.Notes.task_sync");
+    QTest::newRow("none") << words("tasks --running --app com.example.Mail") << QStringList();
+}
+
+void TestOrvanectl::listsOnlyWhatIsAskedFor()
+{
+    QFETCH(QStringList, line);
+    QFETCH(QStringList, tasks);
+    runTheTask();
+    const ToolOutput output = stage->runTool(line + words("--json"));
+    QStringList listed;
+    for (const QJsonValue &value : objectIn(output.out).value(QStringLiteral("tasks")).toArray())
+        listed.append(value.toObject().value(QStringLiteral("task")).toString());
+    QCOMPARE(listed, tasks);
+}
+
+void TestOrvanectl::listsTypes()
+{
+    const ToolOutput output = run("types");
+    QCOMPARE(output.out,
+             "TYPE       SERVED BY  TASKS  FILE\n"
+             "OfTheUser  user           1  -\n"
+             "Sync       system         2  "
+                 + stage->root.path(QStringLiteral("/usr/share/orvane/task-types/Sync.conf\n"))
+                       .toUtf8());
+}
+
+void TestOrvanectl::showsWhatTasksTake()
+{
+    runTheTask();
+    const QList<QByteArray> lines = run("top").out.split('\n');
+    QVERIFY(lines.constFirst().startsWith("TASK "));
+    QVERIFY2(lines.at(1).endsWith("1.50s   12.3M          3"), lines.at(1).constData());
+    const QJsonObject sample =
+        objectIn(run("top --json").out).value(QStringLiteral("tasks")).toArray().at(0).toObject();
+    QCOMPARE(sample.value(QStringLiteral("memoryBytes")).toInt(), 12900000);
+    QCOMPARE(sample.value(QStringLiteral("processes")).toInt(), 3);
+}
+
+void TestOrvanectl::startsWithEachHint()
+{
+    const ToolOutput output =
+        run("start com.example.Notes.task_sync --user appuser --at-boot --own com.example.Own "
+            "--permission One --permission Two --param first --param=-second --homeless "
+            "--weight 7 --cpu-limit 9 --set MemoryMax=200M --env A=b");
+    QCOMPARE(output.errors, QByteArray());
+    QCOMPARE(output.status, 0);
+    const QByteArray text = stage->root.read(stage->root.unitFile(task()));
+    for (const char *line :
+         {"\nUser=appuser\n", "\nWantedBy=multi-user.target\n", "\nOOMScoreAdjust=7\n",
+          "\nLimitCPU=9\n", "\nMemoryMax=200M\n", "first -second\n", "A=b"})
+        QVERIFY2(text.contains(line), line);
+    QVERIFY(stage->root.read(stage->root.policyFile(task())).contains("com.example.Own"));
+    QVERIFY(calls().contains(QStringLiteral("EnableUnitFiles")));
+    // It has no directories of its own in a home.
+    QVERIFY(!text.contains(".config"));
+}
+
+void TestOrvanectl::saysNothingWhenAStartIsAccepted()
+{
+    const ToolOutput output = run("start com.example.Notes.task_sync --user appuser");
+    QCOMPARE(output.out + output.errors, QByteArray());
+    const ToolOutput json = run("start com.example.Notes.task_sync --user appuser --json");
+    QCOMPARE(objectIn(json.out).value(QStringLiteral("outcome")).toString(),
+             QStringLiteral("accepted"));
+}
+
+void TestOrvanectl::saysWhyAStartIsRefused()
+{
+    const ToolOutput output = run("start com.example.Notes.task_sync --user root --json");
+    QCOMPARE(output.status, 1);
+    QCOMPARE(output.errors, QByteArray("orvanectl: User cannot be root\n"));
+    const QJsonObject object = objectIn(output.out);
+    QCOMPARE(object.value(QStringLiteral("outcome")).toString(), QStringLiteral("refused"));
+    QCOMPARE(object.value(QStringLiteral("error")).toString(),
+             QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+}
+
+void TestOrvanectl::refusesAWrongLine_data()
+{
+    QTest::addColumn<QStringList>("line");
+    QTest::newRow("no command") << QStringList();
+    QTest::newRow("an unknown option") << words("tasks --bogus");
+    QTest::newRow("no user") << words("start com.example.Notes.task_sync");
+    QTest::newRow("no setting") << words("start com.example.Notes.task_sync --user u --set x");
+    QTest::newRow("no variable") << words("start com.example.Notes.task_sync --user u --env x");
+}
+
+void TestOrvanectl::refusesAWrongLine()
+{
+    QFETCH(QStringList, line);
+    const ToolOutput output = stage->runTool(line);
+    QCOMPARE(output.status, 2);
+    QCOMPARE(output.out, QByteArray());
+    QCOMPARE(output.errors.count('\n'), 1);
+    QVERIFY2(output.errors.contains("--help"), output.errors.constData());
+}
+
+void TestOrvanectl::saysThatNobodyServesTheType()
+{
+    const ToolOutput output = run("start com.example.Notes.task_alarm");
+    QCOMPARE(output.status, 3);
+    QVERIFY(output.errors.contains("org.zarn.Orvane.User"));
+}
+
+void TestOrvanectl::saysThatThereIsNoBus_data()
+{
+    QTest::addColumn<QStringList>("line");
+    for (const char *line : {"tasks", "top", "watch", "stop com.example.Notes.task_sync",
+                             "start com.example.Notes.task_sync --user u",
+                             "start com.example.Notes.task_sync --user u --wait"})
+        QTest::newRow(line) << words(line);
+}
+
+void TestOrvanectl::saysThatThereIsNoBus()
+{
+    QFETCH(QStringList, line);
+    const ToolOutput output =
+        stage->runTool(line, {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+    QCOMPARE(output.status, 3);
+    QCOMPARE(output.out, QByteArray());
+    QCOMPARE(output.errors.count('\n'), 1);
+    QVERIFY2(output.errors.contains("systemctl status"), output.errors.constData());
+}
+
+void TestOrvanectl::waitsForAnEnd_data()
+{
+    QTest::addColumn<QVariantMap>("service");
+    QTest::addColumn<QVariantMap>("unit");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("says");
+    QTest::newRow("well") << serviceState("success", 1, 0) << unitState("inactive") << 0
+                          << QByteArray("ran and ended: exit status 0");
+    QTest::newRow("a failure") << serviceState("exit-code", 1, 3) << unitState("failed") << 1
+                               << QByteArray("failed: exit status 3; see: journalctl -u 'ov_task.");
+    QTest::newRow("killed") << serviceState("signal", 2, 9) << unitState("failed") << 1
+                            << QByteArray("failed: killed by signal 9 (Killed)");
+}
+
+void TestOrvanectl::waitsForAnEnd()
+{
+    QFETCH(QVariantMap, service);
+    QFETCH(QVariantMap, unit);
+    QFETCH(int, status);
+    QFETCH(QByteArray, says);
+    // Before systemd has even answered.
+    onStart([&] {
+        emitService(service);
+        emitUnit(unit);
+    });
+    const ToolOutput output = run("start com.example.Notes.task_sync --user appuser --wait");
+    QVERIFY2((output.out + output.errors).contains(says), (output.out + output.errors).constData());
+    QCOMPARE(output.status, status);
+}
+
+void TestOrvanectl::waitsUntilATaskRuns()
+{
+    onStart([&] {
+        emitService(serviceState("success", 0, 0));
+        emitUnit(unitState("active"));
+    });
+    const ToolOutput output = run("start com.example.Notes.task_sync --user appuser --wait");
+    QCOMPARE(output.out, QByteArray("com.example.Notes.task_sync runs, process 4711\n"));
+    QCOMPARE(output.status, 0);
+}
+
+void TestOrvanectl::waitsForNothingWhenATaskRunsAlready()
+{
+    runTheTask();
+    onStart([&] { stage->systemd->emitJobRemoved(unit(), QStringLiteral("done")); });
+    const ToolOutput output = run("start com.example.Notes.task_sync --user appuser --wait");
+    QVERIFY(output.out.startsWith("com.example.Notes.task_sync runs"));
+    QCOMPARE(output.status, 0);
+}
+
+void TestOrvanectl::stopsATask()
+{
+    const ToolOutput output = run("stop com.example.Notes.task_sync");
+    QCOMPARE(output.out + output.errors, QByteArray());
+    QCOMPARE(output.status, 0);
+    QVERIFY(calls().contains(QStringLiteral("StopUnit")));
+}
+
+void TestOrvanectl::stopsOnlyWhatIsDeclared()
+{
+    const ToolOutput output = run("stop com.example.Notes.task_none");
+    QCOMPARE(output.status, 1);
+    QVERIFY(output.errors.contains("no installed application declares"));
+}
+
+QTEST_GUILESS_MAIN(TestOrvanectl)
+#include "tst_orvanectl.moc"
