@@ -20,6 +20,12 @@ QString meaningOf(int status)
         {216, QStringLiteral("its group is not there")},
         {217, QStringLiteral("its user is not there")},
         {226, QStringLiteral("its view of the file system cannot be made")}};
+    // The sandbox, like a shell, tells so of a program that a signal has killed.
+    constexpr int killed = 128;
+    if (status > killed && status <= killed + SIGRTMAX)
+        return QStringLiteral(" (signal %1, %2)")
+            .arg(status - killed)
+            .arg(QString::fromLocal8Bit(strsignal(status - killed)));
     const QString meaning = meanings.value(status);
     return meaning.isEmpty() ? meaning : QStringLiteral(" (%1)").arg(meaning);
 }

@@ -57,15 +57,18 @@ QString shortened(const QString &text, int width)
 {
     if (displayWidth(text) <= width)
         return text;
-    QVector<uint> kept;
+    const QVector<uint> characters = text.toUcs4();
+    // Half of the room for its end, and all that is left of it for its beginning.
     int room = width - 1;
-    for (const uint character : text.toUcs4()) {
-        room -= widthOf(character);
-        if (room < 0)
-            break;
-        kept.append(character);
-    }
-    return QString::fromUcs4(kept.constData(), kept.size()) + QChar(0x2026);
+    int tail = characters.size();
+    const int least = room - room / 2;
+    while (tail > 0 && room - widthOf(characters.at(tail - 1)) >= least)
+        room -= widthOf(characters.at(--tail));
+    int head = 0;
+    while (head < tail && room >= widthOf(characters.at(head)))
+        room -= widthOf(characters.at(head++));
+    return QString::fromUcs4(characters.constData(), head) + QChar(0x2026)
+        + QString::fromUcs4(characters.constData() + tail, characters.size() - tail);
 }
 
 Table::Table(QVector<Column> columns)

@@ -41,7 +41,8 @@ private:
 [[nodiscard]] int displayWidth(const QString &text);
 /// The text with every character that a terminal would obey replaced by "?".
 [[nodiscard]] QString printable(const QString &text);
-/// The text, cut to a number of columns with an ellipsis at its end.
+/// The text in at most this number of columns: what is too much is taken from its middle, because
+/// ids and paths begin alike, and an ellipsis says so.
 [[nodiscard]] QString shortened(const QString &text, int width);
 
 } // namespace Cli

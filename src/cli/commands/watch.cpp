@@ -11,6 +11,8 @@
 #include <QCoreApplication>
 #include <QDateTime>
 
+#include <algorithm>
+
 namespace Cli {
 
 namespace {
@@ -104,10 +106,20 @@ private:
         const QString detail = isOver(event) ? event.result.toString()
             : event.pid > 0                  ? QStringLiteral("process %1").arg(event.pid)
                                              : QString();
-        const QString line = QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss"))
-            + QStringLiteral("  ") + m_output.coloured(kind, shown.colour) + QLatin1Char(' ')
-            + printable(event.taskId);
-        m_output.printEvent(detail.isEmpty() ? line : line + QStringLiteral(": ") + detail);
+        const QString end = detail.isEmpty() ? detail : QStringLiteral(": ") + detail;
+        const QString time = QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss"))
+            + QStringLiteral("  ");
+        const QString start = time + m_output.coloured(kind, shown.colour) + QLatin1Char(' ');
+        const int room = m_output.terminal().width - time.size() - longest - 1 - end.size();
+        m_output.printEvent(start + fitted(event.taskId, room) + end);
+    }
+
+    // As wide as there is room for on a terminal, but wide enough to be told from others.
+    [[nodiscard]] QString fitted(const QString &taskId, int room) const
+    {
+        constexpr int narrowest = 24;
+        const QString id = printable(taskId);
+        return m_output.terminal().isThere() ? shortened(id, std::max(narrowest, room)) : id;
     }
 
     Output &m_output;

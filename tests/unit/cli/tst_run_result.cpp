@@ -29,6 +29,7 @@ void TestRunResult::saysInWordsWhatSystemdSays_data()
     row("well", "success", 1, 0, "exit status 0");
     row("a status", "exit-code", 1, 3, "exit status 3");
     row("no program", "exit-code", 1, 203, "exit status 203 (its program cannot be run)");
+    row("killed in the sandbox", "exit-code", 1, 143, "exit status 143 (signal 15, Terminated)");
     row("killed", "signal", 2, 9, "killed by signal 9 (Killed)");
     row("dumped", "core-dump", 3, 11, "killed by signal 11 (Segmentation fault)");
     row("no memory", "oom-kill", 2, 9, "out of memory");

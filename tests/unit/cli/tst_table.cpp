@@ -30,11 +30,12 @@ void TestTable::alignsItsColumns()
 void TestTable::takesWhatIsTooWideFromTheWidestColumn()
 {
     Table table({{QStringLiteral("A")}, {QStringLiteral("B")}});
-    table.add({QString(30, QLatin1Char('a')), QString(10, QLatin1Char('b'))});
+    table.add({QString(15, QLatin1Char('a')) + QString(15, QLatin1Char('z')),
+               QString(10, QLatin1Char('b'))});
     const QStringList lines = table.lines(32);
     QCOMPARE(lines.at(1),
-             QString(19, QLatin1Char('a')) + QChar(0x2026) + QStringLiteral("  ")
-                 + QString(10, QLatin1Char('b')));
+             QString(10, QLatin1Char('a')) + QChar(0x2026) + QString(9, QLatin1Char('z'))
+                 + QStringLiteral("  ") + QString(10, QLatin1Char('b')));
     QCOMPARE(Cli::displayWidth(lines.at(1)), 32);
 }
 
@@ -49,7 +50,7 @@ void TestTable::keepsNarrowColumnsReadable()
 {
     Table table({{QStringLiteral("A")}, {QStringLiteral("B")}});
     table.add({QStringLiteral("abcdefgh"), QStringLiteral("xyz")});
-    QCOMPARE(table.lines(1).at(1), QStringLiteral("abc") + QChar(0x2026) + QStringLiteral("  xyz"));
+    QCOMPARE(table.lines(1).at(1), QStringLiteral("ab") + QChar(0x2026) + QStringLiteral("h  xyz"));
 }
 
 void TestTable::countsColumnsOfTheTerminal()
@@ -57,6 +58,8 @@ void TestTable::countsColumnsOfTheTerminal()
     const QString wide = QString::fromUtf8("日本");
     QCOMPARE(Cli::displayWidth(wide), 4);
     QCOMPARE(Cli::shortened(wide, 3), QString::fromUtf8("日…"));
+    QCOMPARE(Cli::shortened(QStringLiteral("abcdefgh"), 5), QString::fromUtf8("ab…gh"));
+    QCOMPARE(Cli::shortened(QStringLiteral("abc"), 1), QString::fromUtf8("…"));
     QCOMPARE(Cli::shortened(wide, 4), wide);
     // A letter and its accent are one column.
     QCOMPARE(Cli::displayWidth(QStringLiteral("e") + QChar(0x301)), 1);
