@@ -2,23 +2,12 @@
 
 namespace Cli {
 
-namespace {
-
-QString prefix() { return QStringLiteral("ov_task."); }
-
-QString suffix() { return QStringLiteral(".service"); }
-
-} // namespace
-
-QString taskUnitPattern() { return prefix() + QLatin1Char('*') + suffix(); }
-
-QString unitNameOf(const QString &taskId) { return prefix() + taskId + suffix(); }
+QString taskUnitPattern() { return unitNameOf(QStringLiteral("*")); }
 
 QString taskIdOfUnit(const QString &unitName)
 {
-    if (!unitName.startsWith(prefix()) || !unitName.endsWith(suffix()))
-        return {};
-    return unitName.mid(prefix().size()).chopped(suffix().size());
+    // The daemon sees only units that it asked for by the prefix.
+    return unitName.startsWith(Core::taskUnitPrefix()) ? Core::taskIdOfUnit(unitName) : QString();
 }
 
 QString unitOfObject(const QString &path)
