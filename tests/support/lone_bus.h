@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusMessage>
@@ -9,8 +10,23 @@
 #include <QVariantMap>
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <memory>
+
+/// Runs a test object and ends the process without its destructors of static objects: the
+/// framework's server and its own threads can wait for each other there for ever. For tests that
+/// use LoneBus.
+template <typename Test>
+[[noreturn]] void runTestAndExit(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    Test test;
+    const int status = QTest::qExec(&test, argc, argv);
+    std::fflush(nullptr);
+    std::_Exit(status);
+}
 
 /// Answers as a bus would that says exactly `answer` of every connection: a real one cannot be made
 /// to leave a value out. No other connection is on it, and it understands no other question.

@@ -1,12 +1,12 @@
 #include "plan/unit_text.h"
 #include "service/Core/firejail_p.h"
+#include "support/private_bus.h"
 #include "system/Core/start_hints.h"
 #include "system/Core/task_manager_p.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusServer>
 #include <QtTest>
 
 using Core::ApplicationId;
@@ -140,47 +140,43 @@ public Q_SLOTS:
     }
 };
 
-// Sends maps through a real connection, without a bus.
+// Sends maps through a bus, as a client's hints arrive.
 class Wire
 {
 public:
     Wire()
-        : m_server(QStringLiteral("unix:tmpdir=/tmp"))
-        , m_client(QDBusConnection::connectToPeer(m_server.address(), QStringLiteral("client")))
+        : m_isUp(m_bus.start())
+        , m_to(QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("to")))
+        , m_from(QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("from")))
     {
-        QObject::connect(&m_server, &QDBusServer::newConnection, &m_receiver,
-                         [this](QDBusConnection connection) {
-                             connection.registerObject(QStringLiteral("/"), &m_receiver,
-                                                       QDBusConnection::ExportAllSlots);
-                             m_connected.reset(new QDBusConnection(connection));
-                         });
+        m_to.registerObject(QStringLiteral("/"), &m_receiver, QDBusConnection::ExportAllSlots);
     }
     ~Wire()
     {
-        QDBusConnection::disconnectFromPeer(QStringLiteral("client"));
-        if (m_connected)
-            QDBusConnection::disconnectFromPeer(m_connected->name());
+        QDBusConnection::disconnectFromBus(QStringLiteral("from"));
+        QDBusConnection::disconnectFromBus(QStringLiteral("to"));
     }
     Q_DISABLE_COPY(Wire)
 
     QVariantMap carry(const QVariantMap &map)
     {
-        if (!QTest::qWaitFor([this] { return !m_connected.isNull(); }))
-            return {};
         QDBusMessage message = QDBusMessage::createMethodCall(
-            QString(), QStringLiteral("/"), QStringLiteral("org.example.Receiver"),
+            m_to.baseService(), QStringLiteral("/"), QStringLiteral("org.example.Receiver"),
             QStringLiteral("take"));
         message << map;
-        m_client.send(message);
-        return QTest::qWaitFor([this] { return m_receiver.called; }) ? m_receiver.received
-                                                                     : QVariantMap();
+        m_from.send(message);
+        constexpr int timeoutMs = 30000;
+        return m_isUp && QTest::qWaitFor([this] { return m_receiver.called; }, timeoutMs)
+            ? m_receiver.received
+            : QVariantMap();
     }
 
 private:
     Receiver m_receiver;
-    QDBusServer m_server;
-    QDBusConnection m_client;
-    QScopedPointer<QDBusConnection> m_connected;
+    PrivateBus m_bus;
+    bool m_isUp;
+    QDBusConnection m_to;
+    QDBusConnection m_from;
 };
 
 } // namespace

@@ -446,5 +446,5 @@ void TestCallerAuthorization::skipsTheCheckOnlyWhenToldExactlySo()
     QCOMPARE(admits({QStringLiteral("man")}), admitted);
 }
 
-QTEST_GUILESS_MAIN(TestCallerAuthorization)
+int main(int argc, char *argv[]) { runTestAndExit<TestCallerAuthorization>(argc, argv); }
 #include "tst_caller_authorization.moc"

@@ -179,5 +179,5 @@ void TestCallerCredentials::takesNothingOdd()
     }));
 }
 
-QTEST_GUILESS_MAIN(TestCallerCredentials)
+int main(int argc, char *argv[]) { runTestAndExit<TestCallerCredentials>(argc, argv); }
 #include "tst_caller_credentials.moc"
