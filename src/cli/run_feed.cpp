@@ -19,7 +19,7 @@ RunFeed::RunFeed(const QDBusConnection &bus, QObject *parent)
             });
 }
 
-void RunFeed::begin(Systemd::Done ready)
+void RunFeed::begin(const Systemd::Done &ready)
 {
     m_systemd.follow([this, ready](const Client::Outcome &followed) {
         if (followed) {
@@ -49,7 +49,7 @@ void RunFeed::takeListing(const QVector<ListedUnit> &units, const Systemd::Done 
     if (tasks.isEmpty())
         ready({});
     // One by one: what is told of a unit behind its answer is news.
-    for (int at = 0; at < tasks.size(); ++at)
+    for (int at = 0; at < tasks.size(); ++at) {
         m_systemd.properties(
             {paths.at(at)},
             [this, ready, task = tasks.at(at)](const QVector<QVariantMap> &properties) {
@@ -58,6 +58,7 @@ void RunFeed::takeListing(const QVector<ListedUnit> &units, const Systemd::Done 
                 if (m_unseen.isEmpty())
                     ready({});
             });
+    }
 }
 
 void RunFeed::onTaskChanged(const QString &taskId, const QString &interface,

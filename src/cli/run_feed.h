@@ -21,7 +21,7 @@ public:
     /// Begins; happened() may be emitted from now on.
     /// @param ready called when every run that begins from now on will be told of, or with the
     /// reason why none can.
-    void begin(Systemd::Done ready);
+    void begin(const Systemd::Done &ready);
 
 Q_SIGNALS:
     void happened(const Cli::RunEvent &event);

@@ -61,12 +61,13 @@ void StartWait::startInSession(const QString &type, const Client::StartRequest &
         m_session.daemon().start(session, m_taskId, request,
                                  [this](const Client::Outcome &started) { onStarted(started); });
         const auto given = [this] {
-            if (m_outcome.kind != StartOutcome::Running)
+            if (m_outcome.kind != StartOutcome::Running) {
                 m_outcome = {
                     StartOutcome::Failed,
                     {},
                     -1,
                     {QStringLiteral("the per-user service does not list it as running"), 0, 0}};
+            }
             finish(m_outcome);
         };
         QTimer::singleShot(runsAlready ? settleMs : listedMs, this, given);

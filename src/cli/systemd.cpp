@@ -119,7 +119,7 @@ void Systemd::call(const QDBusMessage &message, const Reply &callback)
         message, -1, [callback](QDBusPendingCallWatcher *watcher) { callback(watcher->reply()); });
 }
 
-void Systemd::callAll(const QVector<QDBusMessage> &messages, Replies callback)
+void Systemd::callAll(const QVector<QDBusMessage> &messages, const Replies &callback)
 {
     if (messages.isEmpty()) {
         callback({});

@@ -67,7 +67,7 @@ private:
     using Replies = std::function<void(const QVector<QDBusMessage> &)>;
 
     void call(const QDBusMessage &message, const Reply &callback);
-    void callAll(const QVector<QDBusMessage> &messages, Replies callback);
+    void callAll(const QVector<QDBusMessage> &messages, const Replies &callback);
 
     QDBusConnection m_bus;
     DBus::CallQueue m_calls;

@@ -154,11 +154,12 @@ int run(const Request &request, Output &output)
     if (!complaint.isEmpty())
         return Output::fail(WrongUsage,
                             complaint + QStringLiteral("; try: orvanectl start --help"));
-    if (!task.taskId.isValid())
+    if (!task.taskId.isValid()) {
         return Output::fail(
             No,
             QStringLiteral("no installed application declares the task %1; see: orvanectl tasks")
                 .arg(taskId));
+    }
     const StartOutcome outcome = request.has(QStringLiteral("wait"))
         ? startAndWait(task.type, taskId, start)
         : startWithoutWaiting(task.type, taskId, start);

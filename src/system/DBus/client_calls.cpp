@@ -118,7 +118,7 @@ void ClientCalls::sendNext(const QString &name, Client &client)
     client.waiting.pop_front();
     count(client, {1, -1, 0, 0});
     const quint64 number = ++m_lastNumber;
-    client.callbacks.insert(number, std::move(call.callback));
+    client.callbacks.insert(number, call.callback);
     auto *watcher =
         new QDBusPendingCallWatcher(m_bus.asyncCall(call.message, call.timeoutMs), this);
     // The bus library would keep them until the answer comes, which may take a day.
