@@ -10,6 +10,7 @@ _orvanectl() {
         'watch:tell of each start and end of a task as it happens'
         'top:show what running tasks take'
         'types:list task types and who serves each'
+        'render:show what a start would write, without starting'
     )
     if (( CURRENT == 2 )); then
         _describe command commands
@@ -69,6 +70,24 @@ _orvanectl() {
             '--help[print this help]' ;;
     types)
         _arguments \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    render)
+        _arguments \
+            '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
+            '--user[the user that the task runs as; a task of the system needs one]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
+            '--at-boot[start it at each boot from now on, too]' \
+            '--own[a name on the system bus that it may own]:name:' \
+            '*--permission[a permission of the sandbox, besides those that it declares]:name:' \
+            '*--param[a further argument of its program; one that begins with a dash as --param=-x]:word:' \
+            '--homeless[give it no directories in the user'\''s home]' \
+            '--weight[-1000 to 1000\: the higher, the sooner it is ended when memory runs out]:n:' \
+            '--cpu-limit[processor time that it may take]:seconds:' \
+            '*--set[a setting of its unit'\''s service section]:key=value:' \
+            '*--env[a variable of its environment]:name=value:' \
+            '--origin[show beside each value where it comes from]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:' \
             '--no-pager[do not show long output page by page]' \

@@ -8,7 +8,8 @@ namespace Cli {
 const QVector<Command> &commands()
 {
     static const QVector<Command> all{tasksCommand(), startCommand(), stopCommand(),
-                                      watchCommand(), topCommand(),   typesCommand()};
+                                      watchCommand(), topCommand(),   typesCommand(),
+                                      renderCommand()};
     return all;
 }
 

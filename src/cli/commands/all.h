@@ -6,6 +6,7 @@
 
 namespace Cli {
 
+[[nodiscard]] Command renderCommand();
 [[nodiscard]] Command startCommand();
 [[nodiscard]] Command stopCommand();
 [[nodiscard]] Command tasksCommand();

@@ -4,53 +4,15 @@
 #include "cli/declared_tasks.h"
 #include "cli/exit_status.h"
 #include "cli/output.h"
+#include "cli/start_options.h"
 #include "cli/start_wait.h"
 #include "cli/task_units.h"
 #include "client/daemon.h"
 #include "client/wait_for.h"
 
-#include <QVariantMap>
-
 namespace Cli {
 
 namespace {
-
-// Adds a setting KEY=VALUE. False when it is none.
-bool addSetting(const QString &setting, QVariantMap &settings)
-{
-    const int equals = setting.indexOf(QLatin1Char('='));
-    if (equals <= 0)
-        return false;
-    settings.insert(setting.left(equals), setting.mid(equals + 1));
-    return true;
-}
-
-// The request that the options make. What is wrong with them is in the complaint.
-Client::StartRequest startRequest(const Request &request, QString &complaint)
-{
-    Client::StartRequest start;
-    const auto valueOf = [&request](const QString &option) {
-        return request.has(option) ? std::optional(request.value(option)) : std::nullopt;
-    };
-    start.user = valueOf(QStringLiteral("user"));
-    start.busName = valueOf(QStringLiteral("own"));
-    start.atBoot = request.has(QStringLiteral("at-boot"));
-    start.homeless = request.has(QStringLiteral("homeless"));
-    start.permissions = request.values(QStringLiteral("permission"));
-    start.params = request.values(QStringLiteral("param"));
-    start.environment = request.values(QStringLiteral("env"));
-    start.weight = request.value(QStringLiteral("weight")).toInt();
-    start.cpuLimit = request.value(QStringLiteral("cpu-limit")).toInt();
-    for (const QString &setting : request.values(QStringLiteral("set"))) {
-        if (!addSetting(setting, start.unitSettings))
-            complaint = QStringLiteral("--set %1 is not KEY=VALUE").arg(setting);
-    }
-    for (const QString &entry : qAsConst(start.environment)) {
-        if (entry.indexOf(QLatin1Char('=')) <= 0)
-            complaint = QStringLiteral("--env %1 is not NAME=VALUE").arg(entry);
-    }
-    return start;
-}
 
 QString nameOf(StartOutcome::Kind kind)
 {
@@ -146,58 +108,27 @@ StartOutcome startAndWait(const QString &type, const QString &taskId,
 int run(const Request &request, Output &output)
 {
     const QString taskId = request.arguments.value(0);
-    QString complaint;
-    const Client::StartRequest start = startRequest(request, complaint);
     const DeclaredTask task = declaredTask(taskId);
-    if (complaint.isEmpty() && task.taskId.isValid() && !start.user && !worksInSession(task.type))
-        complaint = QStringLiteral("--user is missing");
+    const auto [start, complaint] = askedStart(request, task);
     if (!complaint.isEmpty())
         return Output::fail(WrongUsage,
                             complaint + QStringLiteral("; try: orvanectl start --help"));
-    if (!task.taskId.isValid()) {
-        return Output::fail(
-            No,
-            QStringLiteral("no installed application declares the task %1; see: orvanectl tasks")
-                .arg(taskId));
-    }
+    if (!task.taskId.isValid())
+        return Output::fail(No, notDeclared(taskId));
     const StartOutcome outcome = request.has(QStringLiteral("wait"))
         ? startAndWait(task.type, taskId, start)
         : startWithoutWaiting(task.type, taskId, start);
     return tell(taskId, outcome, output);
 }
 
-Option option(const char *name, const char *value, Kind kind, const char *help,
-              bool isRepeatable = false)
-{
-    return {QString::fromLatin1(name),
-            QString::fromLatin1(value),
-            kind,
-            QString::fromLatin1(help),
-            false,
-            isRepeatable};
-}
-
 QVector<Option> options()
 {
-    return {
-        option("user", "USER", Kind::User,
-               "the user that the task runs as; a task of the system needs one"),
-        option("at-boot", "", Kind::Text, "start it at each boot from now on, too"),
-        option("own", "NAME", Kind::Text, "a name on the system bus that it may own"),
-        option("permission", "NAME", Kind::Text,
-               "a permission of the sandbox, besides those that it declares", true),
-        option("param", "WORD", Kind::Text,
-               "a further argument of its program; one that begins with a dash as --param=-x",
-               true),
-        option("homeless", "", Kind::Text, "give it no directories in the user's home"),
-        option("weight", "N", Kind::Number,
-               "-1000 to 1000: the higher, the sooner it is ended when memory runs out"),
-        option("cpu-limit", "SECONDS", Kind::Number, "processor time that it may take"),
-        option("set", "KEY=VALUE", Kind::Text, "a setting of its unit's service section", true),
-        option("env", "NAME=VALUE", Kind::Text, "a variable of its environment", true),
-        option("wait", "", Kind::Text,
-               "wait until it has run for a second, or has ended or failed, and say how"),
-    };
+    return startOptions()
+        + QVector<Option>{{QStringLiteral("wait"),
+                           {},
+                           Kind::Text,
+                           QStringLiteral("wait until it has run for a second, or has ended or "
+                                          "failed, and say how")}};
 }
 
 QVector<QPair<QString, QString>> fields()
