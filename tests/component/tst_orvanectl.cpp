@@ -58,6 +58,10 @@ private Q_SLOTS:
     void saysWhyAStartIsRefused();
     void refusesAWrongLine_data();
     void refusesAWrongLine();
+    void rendersWhatAStartWouldWrite();
+    void rendersOrigins();
+    void rendersNothingWhenAStartWouldBeRefused_data();
+    void rendersNothingWhenAStartWouldBeRefused();
     void saysThatNobodyServesTheType();
     void saysThatThereIsNoBus_data();
     void saysThatThereIsNoBus();
@@ -254,6 +258,7 @@ void TestOrvanectl::refusesAWrongLine_data()
     QTest::newRow("no command") << QStringList();
     QTest::newRow("an unknown option") << words("tasks --bogus");
     QTest::newRow("no user") << words("start com.example.Notes.task_sync");
+    QTest::newRow("no user to render for") << words("render com.example.Notes.task_sync");
     QTest::newRow("no setting") << words("start com.example.Notes.task_sync --user u --set x");
     QTest::newRow("no variable") << words("start com.example.Notes.task_sync --user u --env x");
 }
@@ -266,6 +271,78 @@ void TestOrvanectl::refusesAWrongLine()
     QCOMPARE(output.out, QByteArray());
     QCOMPARE(output.errors.count('\n'), 1);
     QVERIFY2(output.errors.contains("--help"), output.errors.constData());
+}
+
+void TestOrvanectl::rendersWhatAStartWouldWrite()
+{
+    // Asks nobody.
+    const ToolOutput output = stage->runTool(
+        words("render com.example.Notes.task_sync --user appuser --own com.example.Own "
+              "--permission NotThere --param last --at-boot"),
+        {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+    QCOMPARE(output.status, 0);
+    QVERIFY(!stage->root.exists(stage->root.unitFile(task())));
+    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
+    QVERIFY2(output.errors.contains("orvanectl: Unknown permission \"NotThere\"\n"),
+             output.errors.constData());
+    QCOMPARE(run("start com.example.Notes.task_sync --user appuser --own com.example.Own "
+                 "--permission NotThere --param last --at-boot")
+                 .status,
+             0);
+    const auto fileIn = [this](const QString &file) {
+        return "# " + stage->root.path(file).toUtf8() + '\n' + stage->root.read(file) + '\n';
+    };
+    const QByteArray files = fileIn(stage->root.unitFile(task()))
+        + fileIn(stage->root.policyFile(task()))
+        + "# command line, one word on each line\n/usr/bin/firejail\n";
+    QCOMPARE(output.out.left(files.size()), files);
+    QVERIFY(output.out.endsWith("\nlast\n\n# the unit would be enabled, too\n"));
+}
+
+void TestOrvanectl::rendersOrigins()
+{
+    const ToolOutput output =
+        run("render com.example.Notes.task_sync --user appuser --origin --json");
+    QStringList from;
+    for (const QJsonValue &value :
+         objectIn(output.out).value(QStringLiteral("origins")).toArray()) {
+        const QJsonObject origin = value.toObject();
+        if (origin.value(QStringLiteral("value")) == QLatin1String("/opt/notes/worker"))
+            from.append(QStringLiteral("%1 %2 %3")
+                            .arg(origin.value(QStringLiteral("from")).toString(),
+                                 origin.value(QStringLiteral("what")).toString(),
+                                 QString::number(origin.value(QStringLiteral("line")).toInt())));
+    }
+    QCOMPARE(from, QStringList(QStringLiteral("declaration Exec 10")));
+    const QByteArray table = run("render com.example.Notes.task_sync --user appuser --origin").out;
+    QVERIFY2(table.contains("/Notes.desktop:10 (Exec)\n"), table.constData());
+}
+
+void TestOrvanectl::rendersNothingWhenAStartWouldBeRefused_data()
+{
+    QTest::addColumn<QStringList>("line");
+    QTest::addColumn<QByteArray>("says");
+    QTest::newRow("by the daemon")
+        << words("com.example.Notes.task_sync --user root") << QByteArray("User cannot be root");
+    QTest::newRow("by systemd's syntax") << words("com.example.Notes.task_sync --user u --param ;")
+                                         << QByteArray("Params must not hold a separate semicolon");
+    QTest::newRow("nobody declares it")
+        << words("com.example.Notes.task_none --user u")
+        << QByteArray("no installed application declares the task com.example.Notes.task_none; "
+                      "see: orvanectl tasks");
+    QTest::newRow("the user's") << words("com.example.Notes.task_alarm --user u")
+                                << QByteArray("tasks of type OfTheUser are the per-user service's, "
+                                              "for which no unit is written; see: orvanectl types");
+}
+
+void TestOrvanectl::rendersNothingWhenAStartWouldBeRefused()
+{
+    QFETCH(QStringList, line);
+    QFETCH(QByteArray, says);
+    const ToolOutput output = stage->runTool(words("render") + line);
+    QCOMPARE(output.status, 1);
+    QCOMPARE(output.out, QByteArray());
+    QCOMPARE(output.errors, "orvanectl: " + says + '\n');
 }
 
 void TestOrvanectl::saysThatNobodyServesTheType()

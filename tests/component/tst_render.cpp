@@ -1,0 +1,250 @@
+// orvanectl render shows what the daemon writes, to the byte.
+
+#include "cli/declared_tasks.h"
+#include "cli/rendering.h"
+#include "common/places.h"
+#include "component/generated_starts.h"
+#include "support/stage.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+
+#include <algorithm>
+
+namespace {
+
+constexpr uint seed = 9;
+constexpr int applications = 250;
+constexpr int startsOfEach = 8;
+constexpr int startsByTheTool = 20;
+// The bus lets a connection wait for 128 answers.
+constexpr int atOnce = 64;
+
+void setEnvironment(const QStringList &variables)
+{
+    for (const QString &variable : variables) {
+        const int equals = variable.indexOf(QLatin1Char('='));
+        qputenv(variable.left(equals).toUtf8().constData(), variable.mid(equals + 1).toUtf8());
+    }
+}
+
+QStringList repeated(const char *option, const QStringList &values)
+{
+    QStringList words;
+    for (const QString &value : values)
+        words.append(QLatin1String(option) + QLatin1Char('=') + value);
+    return words;
+}
+
+// The request as options of the tool.
+QStringList optionsOf(const Client::StartRequest &request)
+{
+    QStringList words = repeated("--user", {*request.user})
+        + repeated("--permission", request.permissions) + repeated("--param", request.params)
+        + repeated("--env", request.environment);
+    if (request.atBoot)
+        words.append(QStringLiteral("--at-boot"));
+    if (request.homeless)
+        words.append(QStringLiteral("--homeless"));
+    if (request.busName)
+        words += repeated("--own", {*request.busName});
+    words += repeated("--weight", {QString::number(request.weight)});
+    words += repeated("--cpu-limit", {QString::number(request.cpuLimit)});
+    for (auto it = request.unitSettings.cbegin(); it != request.unitSettings.cend(); ++it)
+        words += repeated("--set", {it.key() + QLatin1Char('=') + it.value().toString()});
+    return words;
+}
+
+// Its options are pairs, unlike what the daemon takes.
+bool canBeWritten(const Client::StartRequest &request)
+{
+    return std::all_of(request.environment.cbegin(), request.environment.cend(),
+                       [](const QString &entry) { return entry.indexOf(QLatin1Char('=')) > 0; });
+}
+
+// One start, and the daemon's answer to it.
+struct Start
+{
+    Start() = default;
+    Start(const Cli::DeclaredTask &declared, const Client::StartRequest &asked)
+        : task(declared)
+        , request(asked)
+    {
+    }
+    [[nodiscard]] bool isRefused() const { return call.isError(); }
+    [[nodiscard]] QString refusal() const { return call.reply().errorMessage(); }
+
+    Cli::DeclaredTask task;
+    Client::StartRequest request;
+    QDBusPendingCall call = QDBusPendingCall::fromCompletedCall(QDBusMessage());
+};
+
+} // namespace
+
+class TestRender : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void findsTheTasksThatTheDaemonFinds();
+    void showsWhatTheDaemonWrites();
+    void printsWhatTheDaemonWrites();
+    void cleanupTestCase();
+
+private:
+    // Has the daemon start them all, each without files of a start before.
+    void start(QVector<Start> &starts) const;
+    void send(Start &start) const;
+    [[nodiscard]] QByteArray unit(const QString &task) const;
+    // Empty without one.
+    [[nodiscard]] QByteArray policy(const QString &task) const;
+    void compare(const Start &start);
+    void compareTool(const Start &start) const;
+
+    std::unique_ptr<Stage> stage;
+    QVector<Cli::DeclaredTask> tasks;
+    // Declared with an id that does not parse back, so that nobody can name them.
+    QVector<Cli::DeclaredTask> nameless;
+    int started = 0;
+    int refused = 0;
+    int policies = 0;
+};
+
+void TestRender::initTestCase()
+{
+    stage = std::make_unique<Stage>();
+    stage->root.serveType(QStringLiteral("Sync"));
+    GeneratedStarts generated(seed);
+    for (int number = 0; number < applications; ++number)
+        generated.writeApplication(stage->root, number);
+    // As main() of the tool does.
+    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
+    setEnvironment(stage->root.environment()
+                   + QStringList{QStringLiteral("ORVANE_COMPONENT_TESTS=1")});
+    Places::setOfProcess(Places::ofEnvironment());
+    for (const Cli::DeclaredTask &task : Cli::declaredTasks()) {
+        const bool isFound = Cli::declaredTask(task.taskId.toString()).taskId.isValid();
+        (isFound ? tasks : nameless).append(task);
+    }
+    QVERIFY(tasks.size() > applications * 3 / 4);
+    QVERIFY(stage->start());
+    QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+}
+
+void TestRender::cleanupTestCase() { stage.reset(); }
+
+QByteArray TestRender::unit(const QString &task) const
+{
+    return stage->root.read(stage->root.unitFile(task));
+}
+
+QByteArray TestRender::policy(const QString &task) const
+{
+    return stage->root.read(stage->root.policyFile(task));
+}
+
+void TestRender::send(Start &start) const
+{
+    const QString task = start.task.taskId.toString();
+    stage->root.remove(stage->root.unitFile(task));
+    stage->root.remove(stage->root.policyFile(task));
+    start.call = stage->client.asyncCall(
+        Stage::startCall(task, start.request.hints(), start.request.information()),
+        Stage::patienceMs);
+}
+
+void TestRender::start(QVector<Start> &starts) const
+{
+    const auto isAnswered = [](const Start &start) { return start.call.isFinished(); };
+    for (auto first = starts.begin(); first != starts.end();) {
+        const auto end = first + std::min(atOnce, int(starts.end() - first));
+        std::for_each(first, end, [this](Start &start) { send(start); });
+        QVERIFY(Stage::waitUntil([&] { return std::all_of(first, end, isAnswered); }));
+        first = end;
+    }
+}
+
+void TestRender::compare(const Start &start)
+{
+    const QString task = start.task.taskId.toString();
+    const auto [error, plan, findings] =
+        Cli::render(start.task, start.request, Places::ofProcess());
+    QCOMPARE(start.refusal(), error.message());
+    QCOMPARE(start.isRefused(), bool(error));
+    QCOMPARE(unit(task), error ? QByteArray() : plan.unit());
+    QCOMPARE(policy(task), plan.policy.value_or(QByteArray()));
+    ++(error ? refused : started);
+    policies += plan.policy ? 1 : 0;
+}
+
+void TestRender::findsTheTasksThatTheDaemonFinds()
+{
+    QVERIFY(!nameless.isEmpty());
+    GeneratedStarts generated(seed);
+    QVector<Start> starts;
+    for (const Cli::DeclaredTask &task : qAsConst(nameless))
+        starts.append(Start(task, generated.request()));
+    start(starts);
+    for (const Start &start : qAsConst(starts))
+        QCOMPARE(start.refusal(),
+                 QStringLiteral("Task not found: ") + start.task.taskId.toString());
+}
+
+void TestRender::showsWhatTheDaemonWrites()
+{
+    GeneratedStarts generated(seed + 1);
+    for (int round = 0; round < startsOfEach; ++round) {
+        QVector<Start> starts;
+        for (const Cli::DeclaredTask &task : qAsConst(tasks))
+            starts.append(Start(task, generated.request()));
+        start(starts);
+        for (const Start &start : qAsConst(starts)) {
+            compare(start);
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+    qInfo("%d started, %d of them with a policy; %d refused", started, policies, refused);
+    QVERIFY(started >= 1000);
+    QVERIFY(policies >= 100);
+    QVERIFY(refused >= 100);
+}
+
+void TestRender::compareTool(const Start &start) const
+{
+    const QString task = start.task.taskId.toString();
+    const ToolOutput output =
+        stage->runTool(QStringList{QStringLiteral("render"), task, QStringLiteral("--json")}
+                       + optionsOf(start.request));
+    const QJsonObject object = QJsonDocument::fromJson(output.out).object();
+    const auto text = [&object](const char *field) {
+        return object.value(QLatin1String(field)).toString();
+    };
+    QVERIFY2(output.status == (start.isRefused() ? 1 : 0), output.errors.constData());
+    QCOMPARE(text("reason"), start.refusal());
+    QCOMPARE(text("unit").toUtf8(), unit(task));
+    QCOMPARE(text("policy").toUtf8(), policy(task));
+}
+
+void TestRender::printsWhatTheDaemonWrites()
+{
+    GeneratedStarts generated(seed + 2);
+    QVector<Start> starts;
+    for (const Cli::DeclaredTask &task : qAsConst(tasks)) {
+        const Client::StartRequest request = generated.request();
+        if (canBeWritten(request) && starts.size() < startsByTheTool)
+            starts.append(Start(task, request));
+    }
+    QCOMPARE(starts.size(), startsByTheTool);
+    start(starts);
+    for (const Start &start : qAsConst(starts)) {
+        compareTool(start);
+        if (QTest::currentTestFailed())
+            return;
+    }
+}
+
+QTEST_GUILESS_MAIN(TestRender)
+#include "tst_render.moc"
