@@ -1,6 +1,6 @@
 #include "plan/task_plan.h"
 
-#include "common/Core/findings.h"
+#include "common/Core/rules.h"
 #include "common/places.h"
 #include "plan/policy_text.h"
 #include "plan/unit_checks.h"
@@ -13,14 +13,6 @@
 namespace Core {
 
 namespace {
-
-Finding refusedBySandbox()
-{
-    Finding finding;
-    finding.severity = Finding::Error;
-    finding.rule = QStringLiteral("refused-by-sandbox");
-    return finding;
-}
 
 void describeSandbox(Firejail &sandbox, const ApplicationId &application, bool homeless)
 {
@@ -98,7 +90,7 @@ Error planCommand(TaskPlan &plan, const ApplicationInfo::TaskInfo &task,
     const auto [words, error] =
         sandbox.computeWords(arguments, grantedPermissions(request), findings);
     if (error) {
-        ORVANE_WARN(findings, refusedBySandbox())
+        ORVANE_WARN(findings, findingOf(Rules::refusedBySandbox, {}))
             << "Failed to build firejail argv:" << error.message();
         return error;
     }

@@ -102,6 +102,14 @@ constexpr Rule autostartBoolean{
     "autostart of a setting is missing or no boolean: nothing and lists count as false, any other "
     "word as true."};
 
+// What the planner of a start finds.
+constexpr Rule unknownPermission{
+    "unknown-permission", Finding::Warning,
+    "A start asks for a permission without a file, and the task starts without it."};
+constexpr Rule refusedBySandbox{
+    "refused-by-sandbox", Finding::Error,
+    "The sandbox does not take a task's program, and the start is refused."};
+
 /// Every one of them, in the order in which a list shows them.
 constexpr const Rule *all[] = {
     &entryInvalid,        &entryId,
@@ -117,7 +125,8 @@ constexpr const Rule *all[] = {
     &taskTypeBoolean,     &mimeappsUnreadable,
     &autostartSize,       &autostartUnreadable,
     &autostartId,         &autostartUser,
-    &autostartBoolean,
+    &autostartBoolean,    &unknownPermission,
+    &refusedBySandbox,
 };
 
 } // namespace Rules

@@ -1,6 +1,7 @@
 #include "service/Core/firejail.h"
 #include "service/Core/firejail_p.h"
 
+#include "common/Core/rules.h"
 #include "files/path_below.h"
 #include "service/Core/program_file.h"
 
@@ -80,14 +81,6 @@ bool keepsItsTextInAUnit(const QString &permission)
     });
 }
 
-Finding unknownPermission(const QString &name)
-{
-    Finding finding;
-    finding.rule = QStringLiteral("unknown-permission");
-    finding.key = name;
-    return finding;
-}
-
 Error invalid(const QString &message) { return {Error::InvalidArgs, message}; }
 
 } // namespace
@@ -118,7 +111,7 @@ QVector<SandboxWord> permissionWords(const QStringList &permissions, const Place
         const QString path =
             permissionPath(permission, places.permissionFolders, places.programRoot);
         if (path.isEmpty() || !keepsItsTextInAUnit(permission))
-            ORVANE_WARN(findings, unknownPermission(permission))
+            ORVANE_WARN(findings, findingOf(Rules::unknownPermission, {{}, {}, permission}))
                 << "Unknown permission" << permission;
         else
             words.append({"--profile=" + path.toUtf8(), SandboxWord::Permission, permission,
