@@ -21,6 +21,8 @@ struct Argument
     Kind kind;
     QString help;
     bool isRequired = true;
+    /// Whether more than one may be given; only the last argument of a command.
+    bool isRepeatable = false;
 };
 
 /// An option of a command, --name or --name VALUE.

@@ -119,7 +119,9 @@ QString zshCase(const Command &command)
 {
     QStringList words;
     for (const Argument &argument : command.arguments)
-        words.append(QStringLiteral("'1%1'").arg(zshAction(argument.name, argument.kind)));
+        words.append(QStringLiteral("'%1%2'").arg(argument.isRepeatable ? QStringLiteral("*")
+                                                                        : QStringLiteral("1"),
+                                                  zshAction(argument.name, argument.kind)));
     for (const Option &option : allOptionsOf(command))
         words.append(zshOption(option));
     return QStringLiteral("    %1)\n        _arguments \\\n            %2 ;;\n")

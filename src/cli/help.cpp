@@ -84,9 +84,11 @@ QString spellingOf(const Option &option)
 QString usageOf(const Command &command)
 {
     QString usage = command.name;
-    for (const Argument &argument : command.arguments)
-        usage += QLatin1Char(' ')
-            + (argument.isRequired ? argument.name : QStringLiteral("[%1]").arg(argument.name));
+    for (const Argument &argument : command.arguments) {
+        const QString name =
+            argument.isRepeatable ? argument.name + QStringLiteral("...") : argument.name;
+        usage += QLatin1Char(' ') + (argument.isRequired ? name : QStringLiteral("[%1]").arg(name));
+    }
     for (const Option &option : command.options) {
         if (option.isRequired)
             usage += QLatin1Char(' ') + spellingOf(option);

@@ -61,8 +61,10 @@ QString argumentsOf(const Command &command)
 {
     QString words;
     for (const Argument &argument : command.arguments)
-        words += QStringLiteral(" %1 %2").arg(
-            argument.isRequired ? QStringLiteral("Ar") : QStringLiteral("Op Ar"), argument.name);
+        words +=
+            QStringLiteral(" %1 %2%3")
+                .arg(argument.isRequired ? QStringLiteral("Ar") : QStringLiteral("Op Ar"),
+                     argument.name, argument.isRepeatable ? QStringLiteral(" ...") : QString());
     return words;
 }
 

@@ -66,7 +66,7 @@ void addArgument(ParsedCommand &command, const Argument &argument)
     command.parser->add_option(argument.name.toStdString(), *place, argument.help.toStdString())
         ->required(argument.isRequired)
         ->type_size(1)
-        ->expected(1);
+        ->expected(1, argument.isRepeatable ? CLI::detail::expected_max_vector_size : 1);
     command.arguments.push_back(place);
 }
 
