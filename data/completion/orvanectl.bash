@@ -5,7 +5,7 @@
 _orvanectl() {
     local words='' current=${COMP_WORDS[COMP_CWORD]}
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words='tasks start stop watch top types render --help --version'
+        words='tasks start stop watch top types render lint --help --version'
     else
         _orvanectl_words "${COMP_WORDS[1]}" "${COMP_WORDS[COMP_CWORD - 1]}" "$current"
     fi
@@ -35,6 +35,7 @@ _orvanectl_words() {
     'render --cpu-limit') ;;
     'render --set') ;;
     'render --env') ;;
+    'lint --explain') ;;
     *) _orvanectl_free "$@" ;;
     esac
 }
@@ -52,6 +53,7 @@ _orvanectl_free() {
     'types '*' -'*) words='--json --root --no-pager --help' ;;
     'render '*' -'*) words='--user --at-boot --own --permission --param --homeless --weight --cpu-limit --set --env --origin --json --root --no-pager --help' ;;
     'render '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
+    'lint '*' -'*) words='--strict --explain --list-rules --json --root --no-pager --help' ;;
     esac
 }
 

@@ -11,6 +11,7 @@ _orvanectl() {
         'top:show what running tasks take'
         'types:list task types and who serves each'
         'render:show what a start would write, without starting'
+        'lint:find what is wrong in declarations and settings'
     )
     if (( CURRENT == 2 )); then
         _describe command commands
@@ -88,6 +89,16 @@ _orvanectl() {
             '*--set[a setting of its unit'\''s service section]:key=value:' \
             '*--env[a variable of its environment]:name=value:' \
             '--origin[show beside each value where it comes from]' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    lint)
+        _arguments \
+            '*:path:' \
+            '--strict[count warnings as errors]' \
+            '--explain[tell what a rule finds and what to do about it]:rule:' \
+            '--list-rules[list the rules]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:' \
             '--no-pager[do not show long output page by page]' \

@@ -7,9 +7,9 @@ namespace Cli {
 
 const QVector<Command> &commands()
 {
-    static const QVector<Command> all{tasksCommand(), startCommand(), stopCommand(),
-                                      watchCommand(), topCommand(),   typesCommand(),
-                                      renderCommand()};
+    static const QVector<Command> all{tasksCommand(),  startCommand(), stopCommand(),
+                                      watchCommand(),  topCommand(),   typesCommand(),
+                                      renderCommand(), lintCommand()};
     return all;
 }
 
@@ -37,7 +37,9 @@ QVector<QPair<int, QString>> exitStatuses()
 {
     return {
         {Done, QStringLiteral("done, or yes")},
-        {No, QStringLiteral("no: a start was refused, a task failed, something is not there")},
+        {No,
+         QStringLiteral(
+             "no: a start was refused, a task failed, an error was found, something is not there")},
         {WrongUsage, QStringLiteral("the command line is wrong")},
         {Unreachable, QStringLiteral("the bus, the daemon or systemd cannot be reached")},
     };

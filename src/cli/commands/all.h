@@ -7,6 +7,7 @@
 namespace Cli {
 
 [[nodiscard]] Command renderCommand();
+[[nodiscard]] Command lintCommand();
 [[nodiscard]] Command startCommand();
 [[nodiscard]] Command stopCommand();
 [[nodiscard]] Command tasksCommand();

@@ -1,0 +1,195 @@
+// orvanectl lint
+
+#include "cli/commands/all.h"
+#include "cli/exit_status.h"
+#include "cli/lint/linter.h"
+#include "cli/lint/rules.h"
+#include "cli/output.h"
+
+#include <QJsonArray>
+
+namespace Cli {
+
+namespace {
+
+using Core::Finding;
+
+QJsonObject objectOf(const LintRule &rule)
+{
+    return {{QStringLiteral("rule"), QString::fromLatin1(rule.rule->id)},
+            {QStringLiteral("severity"), wordOf(rule.rule->severity)},
+            {QStringLiteral("consequence"), QString::fromLatin1(rule.rule->sentence)},
+            {QStringLiteral("instead"), QString::fromLatin1(rule.instead)}};
+}
+
+QJsonObject objectOf(const Finding &finding)
+{
+    const LintRule *rule = lintRule(finding.rule);
+    QJsonObject object = rule == nullptr ? QJsonObject() : objectOf(*rule);
+    object.insert(QStringLiteral("file"), finding.file);
+    object.insert(QStringLiteral("line"), finding.line);
+    object.insert(QStringLiteral("group"), finding.group);
+    object.insert(QStringLiteral("key"), finding.key);
+    object.insert(QStringLiteral("text"), finding.text);
+    return object;
+}
+
+Output::Colour colourOf(Finding::Severity severity)
+{
+    switch (severity) {
+    case Finding::Error:
+        return Output::Colour::Red;
+    case Finding::Warning:
+        return Output::Colour::Yellow;
+    case Finding::Note:
+        break;
+    }
+    return Output::Colour::None;
+}
+
+// The lines of one finding: a place that editors know, what follows, and what to do.
+QStringList linesOf(const Finding &finding, const Output &output)
+{
+    const QString place = finding.line == 0
+        ? finding.file
+        : QStringLiteral("%1:%2").arg(finding.file).arg(finding.line);
+    const QString severity = output.coloured(wordOf(finding.severity), colourOf(finding.severity));
+    QStringList lines{printable(place) + QStringLiteral(": ") + severity + QStringLiteral(": ")
+                      + printable(finding.text) + QStringLiteral(" [%1]").arg(finding.rule)};
+    if (const LintRule *rule = lintRule(finding.rule)) {
+        lines.append(QStringLiteral("    ") + QString::fromLatin1(rule->rule->sentence));
+        lines.append(QStringLiteral("    ") + QString::fromLatin1(rule->instead));
+    }
+    return lines;
+}
+
+int listRules(Output &output)
+{
+    Table table(
+        {{QStringLiteral("RULE")}, {QStringLiteral("SEVERITY")}, {QStringLiteral("FINDS")}});
+    QJsonArray objects;
+    for (const LintRule &rule : lintRules()) {
+        objects.append(objectOf(rule));
+        table.add({QString::fromLatin1(rule.rule->id), wordOf(rule.rule->severity),
+                   QString::fromLatin1(rule.rule->sentence)});
+    }
+    if (output.isJson())
+        output.print(QJsonObject{{QStringLiteral("rules"), objects}});
+    else
+        output.print(table);
+    return Done;
+}
+
+int explain(const QString &id, Output &output)
+{
+    const LintRule *rule = lintRule(id);
+    if (rule == nullptr)
+        return Output::fail(
+            WrongUsage,
+            QStringLiteral("there is no rule \"%1\"; see: orvanectl lint --list-rules").arg(id));
+    if (output.isJson())
+        output.print(objectOf(*rule));
+    else
+        output.print(QStringList{QStringLiteral("%1 (%2)").arg(id, wordOf(rule->rule->severity)),
+                                 QString::fromLatin1(rule->rule->sentence),
+                                 QString::fromLatin1(rule->instead)});
+    return Done;
+}
+
+void print(const Collected &findings, Output &output)
+{
+    const int errors = findings.count(Finding::Error);
+    const int warnings = findings.count(Finding::Warning);
+    const int notes = findings.count(Finding::Note);
+    QJsonArray objects;
+    QStringList lines;
+    for (const Finding &finding : findings.sorted()) {
+        objects.append(objectOf(finding));
+        lines += linesOf(finding, output);
+    }
+    lines.append(
+        QStringLiteral("errors: %1, warnings: %2, notes: %3").arg(errors).arg(warnings).arg(notes));
+    if (output.isJson())
+        output.print(QJsonObject{{QStringLiteral("findings"), objects},
+                                 {QStringLiteral("errors"), errors},
+                                 {QStringLiteral("warnings"), warnings},
+                                 {QStringLiteral("notes"), notes}});
+    else
+        output.print(lines);
+}
+
+int run(const Request &request, Output &output)
+{
+    if (request.has(QStringLiteral("list-rules")))
+        return listRules(output);
+    if (request.has(QStringLiteral("explain")))
+        return explain(request.value(QStringLiteral("explain")), output);
+    const Places system = Places::ofProcess();
+    Collected findings;
+    if (request.arguments.isEmpty())
+        lintPlaces(system, {system}, findings);
+    for (const QString &path : request.arguments) {
+        if (!lintPath(path, system, findings))
+            return Output::fail(
+                WrongUsage,
+                QStringLiteral("%1 is nothing that the daemon reads; name a file, a folder or a "
+                               "package's tree")
+                    .arg(path));
+    }
+    print(findings, output);
+    const bool isStrict = request.has(QStringLiteral("strict"));
+    const bool isBad =
+        findings.count(Finding::Error) > 0 || (isStrict && findings.count(Finding::Warning) > 0);
+    return isBad ? No : Done;
+}
+
+QVector<QPair<QString, QString>> fields()
+{
+    return {
+        {QStringLiteral("findings"), QStringLiteral("an array of objects with these fields")},
+        {QStringLiteral("rule"), QStringLiteral("the rule's id")},
+        {QStringLiteral("severity"), QStringLiteral("\"error\", \"warning\" or \"note\"")},
+        {QStringLiteral("consequence"), QStringLiteral("what the daemon does with it")},
+        {QStringLiteral("instead"), QStringLiteral("what to write instead")},
+        {QStringLiteral("file"), QStringLiteral("the file; empty when it is none")},
+        {QStringLiteral("line"), QStringLiteral("from 1 on; 0 when it is the whole file")},
+        {QStringLiteral("group"), QStringLiteral("the group in the file, where there is one")},
+        {QStringLiteral("key"), QStringLiteral("the key in the group, where there is one")},
+        {QStringLiteral("text"), QStringLiteral("what was found")},
+        {QStringLiteral("errors"), QStringLiteral("how many there are")},
+        {QStringLiteral("warnings"), QStringLiteral("how many there are")},
+        {QStringLiteral("notes"), QStringLiteral("how many there are")},
+        {QStringLiteral("rules"),
+         QStringLiteral("with --list-rules: an array of rules, instead of findings")},
+    };
+}
+
+} // namespace
+
+Command lintCommand()
+{
+    Command command;
+    command.name = QStringLiteral("lint");
+    command.summary = QStringLiteral("find what is wrong in declarations and settings");
+    command.description = QStringList{
+        QStringLiteral("Reads desktop entries, task types, manifests, permission files, version "
+                       "overrides and autostart settings as the daemon does, and tells what it "
+                       "ignores, refuses or reads otherwise than its author may have meant."),
+        QStringLiteral("A path is a file, a folder of files, or a package's tree with usr, etc, "
+                       "opt or var in it; without one, the system is read. What a package names "
+                       "and does not bring is looked for in the system."),
+        QStringLiteral("Exits with 1 when there is an error, with --strict also when there is a "
+                       "warning.")};
+    command.arguments = {{QStringLiteral("PATH"), Kind::Text,
+                          QStringLiteral("what to read instead of the system"), false, true}};
+    command.options = {
+        {QStringLiteral("strict"), {}, Kind::Text, QStringLiteral("count warnings as errors")},
+        {QStringLiteral("explain"), QStringLiteral("RULE"), Kind::Text,
+         QStringLiteral("tell what a rule finds and what to do about it")},
+        {QStringLiteral("list-rules"), {}, Kind::Text, QStringLiteral("list the rules")}};
+    command.fields = fields();
+    command.run = run;
+    return command;
+}
+
+} // namespace Cli

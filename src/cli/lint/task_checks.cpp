@@ -1,0 +1,224 @@
+#include "cli/lint/task_checks.h"
+
+#include "cli/lint/rules.h"
+#include "common/Core/task_type_config.h"
+#include "files/path_below.h"
+#include "plan/task_names.h"
+#include "plan/unit_checks.h"
+#include "service/Core/program_file.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace Cli {
+
+namespace {
+
+using TaskInfo = Core::ApplicationInfo::TaskInfo;
+
+// Checks of one task share what they look at.
+class TaskChecks
+{
+public:
+    TaskChecks(const TaskInfo &task, const KeyFileLines &lines, const KnownPlaces &places,
+               Collected &findings)
+        : m_task(task)
+        , m_lines(lines)
+        , m_places(places)
+        , m_findings(findings)
+    {
+    }
+    void checkId() const;
+    void checkType() const;
+    void checkExec() const;
+    void checkPermissions() const;
+
+private:
+    [[nodiscard]] Core::FindingPlace placeOf(const QString &key) const;
+    void add(const Core::Rule &rule, const QString &key, const QString &text) const
+    {
+        m_findings.add(rule, placeOf(key), text);
+    }
+    void checkProgram(const QString &program) const;
+    void checkProgramFile(const QString &program) const;
+    void checkArgument(const QString &argument) const;
+    [[nodiscard]] bool isServed(const QString &type) const;
+    [[nodiscard]] bool isPermission(const QString &name) const;
+
+    const TaskInfo &m_task;
+    const KeyFileLines &m_lines;
+    const KnownPlaces &m_places;
+    Collected &m_findings;
+};
+
+QString execKey() { return QStringLiteral("Exec"); }
+
+bool isFieldCode(const QString &word)
+{
+    return word.size() == 2 && word.at(0) == QLatin1Char('%')
+        && QStringLiteral("fFuUdDnNickvm").contains(word.at(1));
+}
+
+// Whether a sign that systemd expands is there alone: two of them are the sign itself.
+bool isExpanded(const QString &word, QChar sign)
+{
+    QString rest = word;
+    return rest.remove(QString(2, sign)).contains(sign);
+}
+
+bool fitsObjectPath(const QString &type)
+{
+    const QVector<QStringRef> parts = type.splitRef(QLatin1Char('/'));
+    return std::all_of(parts.begin(), parts.end(), [](const QStringRef &part) {
+        return !part.isEmpty() && std::all_of(part.begin(), part.end(), [](QChar c) {
+            return c.unicode() < 0x80 && (c.isLetterOrNumber() || c == QLatin1Char('_'));
+        });
+    });
+}
+
+// A key that the group does not have counts as its main group's.
+Core::FindingPlace TaskChecks::placeOf(const QString &key) const
+{
+    const QString main = QStringLiteral("Desktop Entry");
+    if (const int line = m_lines.of(m_task.group, key))
+        return {m_task.file, m_task.group, key, line};
+    if (key == execKey() && m_lines.of(main, key) != 0)
+        return {m_task.file, main, key, m_lines.of(main, key)};
+    return {m_task.file, m_task.group, key, m_lines.of(m_task.group)};
+}
+
+void TaskChecks::checkId() const
+{
+    constexpr int longestName = 255;
+    const int length = Core::unitNameOf(m_task.taskId.toString()).toUtf8().size();
+    if (length > longestName)
+        add(LintRules::idTooLong, {}, QStringLiteral("The unit's name has %1 bytes").arg(length));
+}
+
+void TaskChecks::checkType() const
+{
+    const QString key = QStringLiteral("Type");
+    const QString &type = m_task.type;
+    if (type.isEmpty())
+        add(LintRules::typeMissing, key, QStringLiteral("The task has no Type"));
+    else if (!fitsObjectPath(type))
+        add(LintRules::typeObjectPath, key,
+            QStringLiteral("Type \"%1\" cannot be part of an object path").arg(type));
+    else if (!isServed(type))
+        add(LintRules::typeUnserved, key,
+            QStringLiteral("There is no file %1.conf of task types").arg(type));
+}
+
+bool TaskChecks::isServed(const QString &type) const
+{
+    return std::any_of(m_places.begin(), m_places.end(), [&](const Places &places) {
+        return !Places::firstFile(places.taskTypeFolders, type + QStringLiteral(".conf")).isEmpty();
+    });
+}
+
+void TaskChecks::checkExec() const
+{
+    if (m_task.exec.isEmpty()) {
+        add(LintRules::execMissing, execKey(), QStringLiteral("There is no Exec"));
+        return;
+    }
+    if (const Core::Error error = checkDeclaration(m_task)) {
+        add(LintRules::declarationRefused, execKey(), error.message());
+        return;
+    }
+    QStringList words = m_task.exec.split(QLatin1Char(' '));
+    checkProgram(words.takeFirst());
+    for (const QString &word : qAsConst(words))
+        checkArgument(word);
+}
+
+void TaskChecks::checkProgram(const QString &program) const
+{
+    if (!program.startsWith(QLatin1Char('/')))
+        add(LintRules::execRelative, execKey(),
+            QStringLiteral("%1 is not an absolute path")
+                .arg(program.isEmpty() ? QStringLiteral("A blank") : program));
+    else if (m_places.constFirst().programsAreExamined)
+        checkProgramFile(program);
+}
+
+void TaskChecks::checkProgramFile(const QString &program) const
+{
+    QString path;
+    for (const Places &places : m_places) {
+        path = pathBelow(places.programRoot, program);
+        if (QFileInfo::exists(path))
+            break;
+        path.clear();
+    }
+    if (path.isEmpty())
+        add(LintRules::execNotThere, execKey(), QStringLiteral("There is no %1").arg(program));
+    else if (!Core::isExecutable(path))
+        add(LintRules::execNotExecutable, execKey(),
+            QStringLiteral("%1 is not executable").arg(program));
+    else if (!Core::isElf(path))
+        add(LintRules::execScript, execKey(),
+            QStringLiteral("%1 is not an ELF binary").arg(program));
+}
+
+void TaskChecks::checkArgument(const QString &argument) const
+{
+    const bool isQuoted = std::any_of(argument.begin(), argument.end(),
+                                      [](QChar c) { return QLatin1String("\"'\\").contains(c); });
+    if (isQuoted)
+        add(LintRules::execQuotes, execKey(),
+            QStringLiteral("The argument %1 has quotes or backslashes").arg(argument));
+    if (isFieldCode(argument))
+        add(LintRules::execFieldCode, execKey(),
+            QStringLiteral("%1 is a field code").arg(argument));
+    else if (isExpanded(argument, QLatin1Char('%')) || isExpanded(argument, QLatin1Char('$')))
+        add(LintRules::execExpansion, execKey(),
+            QStringLiteral("systemd expands the argument %1").arg(argument));
+}
+
+void TaskChecks::checkPermissions() const
+{
+    const QString key = QStringLiteral("Permissions");
+    for (const QString &name : m_task.permissions) {
+        if (!isPermissionName(name))
+            add(LintRules::permissionName, key,
+                QStringLiteral("\"%1\" is no name of a permission").arg(name));
+        else if (!isPermission(name))
+            add(LintRules::permissionMissing, key,
+                QStringLiteral("There is no %1.permission").arg(name));
+    }
+}
+
+bool TaskChecks::isPermission(const QString &name) const
+{
+    const QString file = name + QStringLiteral(".permission");
+    for (const Places &places : m_places) {
+        for (const QString &folder : places.permissionFolders) {
+            if (QFileInfo::exists(pathBelow(places.programRoot, folder + file)))
+                return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+bool isPermissionName(const QString &name)
+{
+    const bool isPlain = std::none_of(
+        name.begin(), name.end(), [](QChar c) { return QLatin1String(" \"'\\$%").contains(c); });
+    return isPlain && !Core::checkPermissions({name});
+}
+
+void checkTask(const TaskInfo &task, const KeyFileLines &lines, const KnownPlaces &places,
+               Collected &findings)
+{
+    const TaskChecks checks(task, lines, places, findings);
+    checks.checkId();
+    checks.checkType();
+    checks.checkExec();
+    checks.checkPermissions();
+}
+
+} // namespace Cli
