@@ -223,15 +223,26 @@ Layers Settings::layersOf(const QString &application, int uid) const
             ofApplication(all.user, application)};
 }
 
-QStringList Settings::enabledApplications(int uid) const
+QMap<QString, Layers> Settings::allLayers(int uid) const
 {
     const Layers all = layers(uid);
-    QMap<QString, bool> enabled;
-    for (const QVector<Setting> *layer : {&all.system, &all.allUsers, &all.user}) {
-        for (const Setting &setting : *layer)
-            enabled.insert(setting.application, setting.enabled);
+    QMap<QString, Layers> byApplication;
+    for (const auto layer : {&Layers::system, &Layers::allUsers, &Layers::user}) {
+        for (const Setting &setting : all.*layer)
+            (byApplication[setting.application].*layer).append(setting);
     }
-    return enabled.keys(true);
+    return byApplication;
+}
+
+QStringList Settings::enabledApplications(int uid) const
+{
+    const QMap<QString, Layers> all = allLayers(uid);
+    QStringList enabled;
+    for (auto layers = all.constBegin(); layers != all.constEnd(); ++layers) {
+        if (layers->isEnabled())
+            enabled.append(layers.key());
+    }
+    return enabled;
 }
 
 } // namespace Autostart

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -67,6 +68,8 @@ public:
 
     /// Every layer of a switch.
     [[nodiscard]] Layers layersOf(const QString &application, int uid) const;
+    /// Those of every application that any setting for the user, or for all, speaks of.
+    [[nodiscard]] QMap<QString, Layers> allLayers(int uid) const;
     /// The applications that start for a user: the user's own settings go before those for all
     /// users, and these before the system's. Sorted.
     [[nodiscard]] QStringList enabledApplications(int uid) const;

@@ -63,6 +63,7 @@ private Q_SLOTS:
     void tellsWhichFileOfWhichLayerDecides_data();
     void tellsWhichFileOfWhichLayerDecides();
     void tellsEveryFileOfALayer();
+    void tellsTheLayersOfEveryApplication();
     void leavesTheStoreAsItIs();
     void reportsWhatIsReadOtherwiseThanItLooks_data();
     void reportsWhatIsReadOtherwiseThanItLooks();
@@ -309,6 +310,25 @@ void TestSettings::tellsEveryFileOfALayer()
     QCOMPARE(layers.deciding()->file, path(QStringLiteral("etc/am/conf.d/2.conf")));
     QCOMPARE(layers.deciding()->line, 3);
     QVERIFY(!layers.isEnabled());
+}
+
+void TestSettings::tellsTheLayersOfEveryApplication()
+{
+    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/1.conf")),
+                  "[a.b]\nautostart=true\n[c.d]\nautostart=true\n"));
+    QVERIFY(write(path(QStringLiteral("var/lib/am/apps/a.b/5.conf")),
+                  "[a.b%7C5]\nautostart=false\n[a.b%7C6]\nautostart=true\n"));
+    const Settings settings(Places::below(path()), Core::LoggedFindings::instance());
+    const QMap<QString, Layers> all = settings.allLayers(5);
+    QCOMPARE(all.keys(), QStringList({QStringLiteral("a.b"), QStringLiteral("c.d")}));
+    const Layers &one = all.first();
+    QCOMPARE(one.system.size(), 1);
+    QCOMPARE(one.allUsers.size(), 0);
+    QCOMPARE(one.user.size(), 1);
+    QVERIFY(!one.isEnabled());
+    QVERIFY(all.last().isEnabled());
+    // The file of another user.
+    QVERIFY(settings.allLayers(6).first().user.isEmpty());
 }
 
 // The daemon's store removes settings of users that are gone when it is made; a reader must not.
