@@ -23,6 +23,8 @@ struct Argument
     bool isRequired = true;
     /// Whether more than one may be given; only the last argument of a command.
     bool isRepeatable = false;
+    /// The words that it may be; empty where any may stand.
+    QStringList choices{};
 };
 
 /// An option of a command, --name or --name VALUE.

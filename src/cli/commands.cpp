@@ -9,7 +9,7 @@ const QVector<Command> &commands()
 {
     static const QVector<Command> all{tasksCommand(),  startCommand(), stopCommand(),
                                       watchCommand(),  topCommand(),   typesCommand(),
-                                      renderCommand(), lintCommand()};
+                                      renderCommand(), lintCommand(),  autostartCommand()};
     return all;
 }
 

@@ -56,9 +56,20 @@ QStringList commandNames()
     return names;
 }
 
-Kind kindOfArguments(const Command &command)
+// What prints the words that may be the first argument, and the further ones; all of these are
+// completed with the second's.
+QString firstSourceOf(const Command &command)
 {
-    return command.arguments.isEmpty() ? Kind::Text : command.arguments.constFirst().kind;
+    const Argument first =
+        command.arguments.isEmpty() ? Argument{{}, Kind::Text, {}} : command.arguments.constFirst();
+    return first.choices.isEmpty() ? sourceOf(first.kind)
+                                   : QStringLiteral("echo ") + first.choices.join(QLatin1Char(' '));
+}
+
+QString furtherSourceOf(const Command &command)
+{
+    return command.arguments.size() > 1 ? sourceOf(command.arguments.at(1).kind)
+                                        : firstSourceOf(command);
 }
 
 // The words of a command that take a value, each with what completes it.
@@ -78,11 +89,15 @@ QString bashValues(const Command &command)
 
 QString bashWords(const Command &command)
 {
-    const QString source = sourceOf(kindOfArguments(command));
+    const QString first = firstSourceOf(command);
+    const QString further = furtherSourceOf(command);
     QString cases = QStringLiteral("    '%1 '*' -'*) words='%2' ;;\n")
                         .arg(command.name, dashedOptionsOf(command).join(QLatin1Char(' ')));
-    if (!source.isEmpty())
-        cases += QStringLiteral("    '%1 '*) words=$(%2) ;;\n").arg(command.name, source);
+    // The word before is the command itself.
+    if (first != further)
+        cases += QStringLiteral("    '%1 %1 '*) words=$(%2) ;;\n").arg(command.name, first);
+    if (!further.isEmpty())
+        cases += QStringLiteral("    '%1 '*) words=$(%2) ;;\n").arg(command.name, further);
     return cases;
 }
 
@@ -115,13 +130,26 @@ QString zshOption(const Option &option)
              value);
 }
 
+QString zshArgument(int number, const Argument &argument)
+{
+    const QString action = argument.choices.isEmpty()
+        ? zshAction(argument.name, argument.kind)
+        : QStringLiteral(":%1:(%2)")
+              .arg(argument.name.toLower(), argument.choices.join(QLatin1Char(' ')));
+    const QString place =
+        argument.isRepeatable ? QStringLiteral("*") : QString::number(number);
+    // A second colon says that it may be left out, which a star says already.
+    const bool mayBeLeftOut = !argument.isRequired && !argument.isRepeatable;
+    return QStringLiteral("'%1%2%3'")
+        .arg(place, mayBeLeftOut ? QStringLiteral(":") : QString(), action);
+}
+
 QString zshCase(const Command &command)
 {
     QStringList words;
+    int number = 0;
     for (const Argument &argument : command.arguments)
-        words.append(QStringLiteral("'%1%2'").arg(argument.isRepeatable ? QStringLiteral("*")
-                                                                        : QStringLiteral("1"),
-                                                  zshAction(argument.name, argument.kind)));
+        words.append(zshArgument(++number, argument));
     for (const Option &option : allOptionsOf(command))
         words.append(zshOption(option));
     return QStringLiteral("    %1)\n        _arguments \\\n            %2 ;;\n")
@@ -130,9 +158,8 @@ QString zshCase(const Command &command)
 
 QString fishText(QString text) { return text.replace(QLatin1Char('\''), QLatin1String("\\'")); }
 
-QString fishSource(Kind kind)
+QString fishSource(QString source)
 {
-    QString source = sourceOf(kind);
     // Inside double quotes; $s belongs to sed.
     source.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
     source.replace(QLatin1String("$"), QLatin1String("\\$"));
@@ -141,10 +168,25 @@ QString fishSource(Kind kind)
 
 QString fishOption(const QString &condition, const Option &option)
 {
-    const QString value =
-        option.value.isEmpty() ? QString() : QStringLiteral(" -x") + fishSource(option.kind);
+    const QString value = option.value.isEmpty()
+        ? QString()
+        : QStringLiteral(" -x") + fishSource(sourceOf(option.kind));
     return QStringLiteral("complete -c orvanectl -n '%1' -l %2%3 -d '%4'\n")
         .arg(condition, option.name, value, fishText(option.help));
+}
+
+QString fishArguments(const Command &command, const QString &condition)
+{
+    const QString line = QStringLiteral("complete -c orvanectl -n '%1'%2\n");
+    const QString first = fishSource(firstSourceOf(command));
+    const QString further = fishSource(furtherSourceOf(command));
+    if (first == further)
+        return first.isEmpty() ? QString() : line.arg(condition, first);
+    const QString choices = command.arguments.constFirst().choices.join(QLatin1Char(' '));
+    return line.arg(condition + QStringLiteral("; and not __fish_seen_subcommand_from ") + choices,
+                    first)
+        + line.arg(condition + QStringLiteral("; and __fish_seen_subcommand_from ") + choices,
+                   further);
 }
 
 QString fishCommand(const Command &command)
@@ -152,9 +194,7 @@ QString fishCommand(const Command &command)
     const QString condition = QStringLiteral("__fish_seen_subcommand_from ") + command.name;
     QString lines = QStringLiteral("complete -c orvanectl -n __fish_use_subcommand -a %1 -d '%2'\n")
                         .arg(command.name, fishText(command.summary));
-    const QString words = fishSource(kindOfArguments(command));
-    if (!words.isEmpty())
-        lines += QStringLiteral("complete -c orvanectl -n '%1'%2\n").arg(condition, words);
+    lines += fishArguments(command, condition);
     for (const Option &option : allOptionsOf(command))
         lines += fishOption(condition, option);
     return lines;

@@ -1,8 +1,8 @@
 #include "cli/declared_tasks.h"
 
+#include "cli/no_findings.h"
 #include "common/Core/application_catalogue.h"
 #include "common/Core/application_registry.h"
-#include "common/Core/findings.h"
 #include "common/Core/task_type_config.h"
 #include "common/places.h"
 
@@ -16,13 +16,6 @@ namespace Cli {
 namespace {
 
 QString suffix() { return QStringLiteral(".conf"); }
-
-/// The commands that list declarations leave what is wrong with them to others.
-class NoFindings : public Core::Findings
-{
-public:
-    void report(const Core::Finding &, const Core::FindingOrigin &) override { }
-};
 
 // By type name; of two files of one name the earlier folder's counts.
 QMap<QString, QString> typeFiles()

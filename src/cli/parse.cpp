@@ -38,6 +38,14 @@ std::string complaintOfNumber(const std::string &text)
     return isNumber ? std::string() : text + " is not a number";
 }
 
+// Nothing when the text is one of the words.
+std::string complaintOfChoice(const std::string &text, const QStringList &words)
+{
+    if (words.contains(QString::fromStdString(text)))
+        return {};
+    return text + " is none of " + words.join(QStringLiteral(", ")).toStdString();
+}
+
 void addOption(ParsedCommand &command, const Option &option)
 {
     const std::string name = "--" + option.name.toStdString();
@@ -63,10 +71,17 @@ void addOption(ParsedCommand &command, const Option &option)
 void addArgument(ParsedCommand &command, const Argument &argument)
 {
     Values *place = newPlace(command);
-    command.parser->add_option(argument.name.toStdString(), *place, argument.help.toStdString())
-        ->required(argument.isRequired)
-        ->type_size(1)
-        ->expected(1, argument.isRepeatable ? CLI::detail::expected_max_vector_size : 1);
+    CLI::Option *added = command.parser->add_option(argument.name.toStdString(), *place,
+                                                    argument.help.toStdString());
+    // Unless it may be repeated, one word: what follows is the next argument.
+    added->type_size(1)
+        ->expected(1, argument.isRepeatable ? CLI::detail::expected_max_vector_size : 1)
+        ->allow_extra_args(argument.isRepeatable)
+        ->required(argument.isRequired);
+    if (!argument.choices.isEmpty())
+        added->check([choices = argument.choices](
+                         const std::string &word) { return complaintOfChoice(word, choices); },
+                     {}, {});
     command.arguments.push_back(place);
 }
 

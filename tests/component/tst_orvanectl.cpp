@@ -357,7 +357,8 @@ void TestOrvanectl::saysThatThereIsNoBus_data()
     QTest::addColumn<QStringList>("line");
     for (const char *line : {"tasks", "top", "watch", "stop com.example.Notes.task_sync",
                              "start com.example.Notes.task_sync --user u",
-                             "start com.example.Notes.task_sync --user u --wait"})
+                             "start com.example.Notes.task_sync --user u --wait",
+                             "autostart enable com.example.Notes"})
         QTest::newRow(line) << words(line);
 }
 

@@ -8,6 +8,7 @@ namespace Cli {
 
 [[nodiscard]] Command renderCommand();
 [[nodiscard]] Command lintCommand();
+[[nodiscard]] Command autostartCommand();
 [[nodiscard]] Command startCommand();
 [[nodiscard]] Command stopCommand();
 [[nodiscard]] Command tasksCommand();

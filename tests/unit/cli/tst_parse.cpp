@@ -66,6 +66,11 @@ void TestParse::complains_data()
         << QStringLiteral("types --user u") << QStringLiteral("--user is not an option of it");
     QTest::newRow("a word missing")
         << QStringLiteral("start") << QStringLiteral("TASK is required");
+    QTest::newRow("a word that is no choice")
+        << QStringLiteral("autostart toggle")
+        << QStringLiteral("ACTION: toggle is none of list, enable, disable, explain");
+    QTest::newRow("a word too many")
+        << QStringLiteral("autostart list a.b c.d") << QStringLiteral("c.d is one word too many");
     QTest::newRow("no number") << QStringLiteral("start t --weight much")
                                << QStringLiteral("--weight: much is not a number");
     QTest::newRow("a value missing")

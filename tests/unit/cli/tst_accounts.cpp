@@ -1,0 +1,57 @@
+#include "cli/accounts.h"
+#include "support/temp_root.h"
+
+#include <QTest>
+
+class TestAccounts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void findsTheNumberOfAName_data();
+    void findsTheNumberOfAName();
+    void takesNumbersAsTheyAre();
+    void knowsTheUsersOfThisSystemAndOfAnImage();
+};
+
+void TestAccounts::findsTheNumberOfAName_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("number");
+    QTest::newRow("the first") << QStringLiteral("root") << 0;
+    QTest::newRow("the last") << QStringLiteral("app") << 100000;
+    QTest::newRow("the beginning of a name") << QStringLiteral("ap") << -1;
+    QTest::newRow("no name") << QString() << -1;
+    QTest::newRow("without a number") << QStringLiteral("odd") << -1;
+    QTest::newRow("with a number below 0") << QStringLiteral("low") << -1;
+    QTest::newRow("with too few fields") << QStringLiteral("few") << -1;
+}
+
+void TestAccounts::findsTheNumberOfAName()
+{
+    QFETCH(QString, name);
+    QFETCH(int, number);
+    const QByteArray passwd = "root:x:0:0::/root:/bin/sh\nodd:x:y:1::/:/bin/sh\nlow:x:-5:1::/:\n"
+                              "few:x\n\napp:x:100000:100000::/home/app:/bin/sh";
+    QCOMPARE(Cli::userNumberIn(passwd, name).value_or(-1), number);
+}
+
+void TestAccounts::takesNumbersAsTheyAre()
+{
+    QCOMPARE(Cli::userNumber(QStringLiteral("4242"), {}).value_or(-1), 4242);
+    QCOMPARE(Cli::userNumber(QStringLiteral("-1"), {}).value_or(-2), -2);
+    QCOMPARE(Cli::userNumber(QString(), {}).value_or(-2), -2);
+}
+
+void TestAccounts::knowsTheUsersOfThisSystemAndOfAnImage()
+{
+    const TempRoot root;
+    root.write(QStringLiteral("/etc/passwd"), "ofimage:x:77:77::/:\n");
+    QCOMPARE(Cli::userNumber(QStringLiteral("root"), {}).value_or(-1), 0);
+    QVERIFY(!Cli::userNumber(QStringLiteral("ofimage"), {}));
+    QCOMPARE(Cli::userNumber(QStringLiteral("ofimage"), root.path()).value_or(-1), 77);
+    QVERIFY(!Cli::userNumber(QStringLiteral("root"), root.path()));
+}
+
+QTEST_GUILESS_MAIN(TestAccounts)
+#include "tst_accounts.moc"
