@@ -5,7 +5,7 @@
 _orvanectl() {
     local words='' current=${COMP_WORDS[COMP_CWORD]}
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words='tasks start stop watch top types render lint --help --version'
+        words='tasks show start stop watch top types render lint autostart --help --version'
     else
         _orvanectl_words "${COMP_WORDS[1]}" "${COMP_WORDS[COMP_CWORD - 1]}" "$current"
     fi
@@ -36,6 +36,7 @@ _orvanectl_words() {
     'render --set') ;;
     'render --env') ;;
     'lint --explain') ;;
+    'autostart --user') words=$(getent passwd | cut -d: -f1) ;;
     *) _orvanectl_free "$@" ;;
     esac
 }
@@ -44,6 +45,8 @@ _orvanectl_words() {
 _orvanectl_free() {
     case "$1 $2 $3" in
     'tasks '*' -'*) words='--app --type --running --json --root --no-pager --help' ;;
+    'show '*' -'*) words='--json --root --no-pager --help' ;;
+    'show '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'start '*' -'*) words='--user --at-boot --own --permission --param --homeless --weight --cpu-limit --set --env --wait --json --root --no-pager --help' ;;
     'start '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'stop '*' -'*) words='--json --root --no-pager --help' ;;
@@ -54,6 +57,9 @@ _orvanectl_free() {
     'render '*' -'*) words='--user --at-boot --own --permission --param --homeless --weight --cpu-limit --set --env --origin --json --root --no-pager --help' ;;
     'render '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'lint '*' -'*) words='--strict --explain --list-rules --json --root --no-pager --help' ;;
+    'autostart '*' -'*) words='--user --all-users --json --root --no-pager --help' ;;
+    'autostart autostart '*) words=$(echo list enable disable explain) ;;
+    'autostart '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/\.task_.*//p' | sort -u) ;;
     esac
 }
 

@@ -12,6 +12,12 @@ complete -c orvanectl -n '__fish_seen_subcommand_from tasks' -l json -d 'print J
 complete -c orvanectl -n '__fish_seen_subcommand_from tasks' -l root -x -d 'read the files of the system below DIR, an image for instance'
 complete -c orvanectl -n '__fish_seen_subcommand_from tasks' -l no-pager -d 'do not show long output page by page'
 complete -c orvanectl -n '__fish_seen_subcommand_from tasks' -l help -d 'print this help'
+complete -c orvanectl -n __fish_use_subcommand -a show -d 'show everything that is known of a task'
+complete -c orvanectl -n '__fish_seen_subcommand_from show' -a "(orvanectl tasks 2>/dev/null | sed -n '2,\$s/ .*//p')"
+complete -c orvanectl -n '__fish_seen_subcommand_from show' -l json -d 'print JSON: one object, or one on each line for what goes on'
+complete -c orvanectl -n '__fish_seen_subcommand_from show' -l root -x -d 'read the files of the system below DIR, an image for instance'
+complete -c orvanectl -n '__fish_seen_subcommand_from show' -l no-pager -d 'do not show long output page by page'
+complete -c orvanectl -n '__fish_seen_subcommand_from show' -l help -d 'print this help'
 complete -c orvanectl -n __fish_use_subcommand -a start -d 'start a task'
 complete -c orvanectl -n '__fish_seen_subcommand_from start' -a "(orvanectl tasks 2>/dev/null | sed -n '2,\$s/ .*//p')"
 complete -c orvanectl -n '__fish_seen_subcommand_from start' -l user -x -a "(getent passwd | cut -d: -f1)" -d 'the user that the task runs as; a task of the system needs one'
@@ -77,3 +83,12 @@ complete -c orvanectl -n '__fish_seen_subcommand_from lint' -l json -d 'print JS
 complete -c orvanectl -n '__fish_seen_subcommand_from lint' -l root -x -d 'read the files of the system below DIR, an image for instance'
 complete -c orvanectl -n '__fish_seen_subcommand_from lint' -l no-pager -d 'do not show long output page by page'
 complete -c orvanectl -n '__fish_seen_subcommand_from lint' -l help -d 'print this help'
+complete -c orvanectl -n __fish_use_subcommand -a autostart -d 'show and change which applications start with a session'
+complete -c orvanectl -n '__fish_seen_subcommand_from autostart; and not __fish_seen_subcommand_from list enable disable explain' -a "(echo list enable disable explain)"
+complete -c orvanectl -n '__fish_seen_subcommand_from autostart; and __fish_seen_subcommand_from list enable disable explain' -a "(orvanectl tasks 2>/dev/null | sed -n '2,\$s/\\.task_.*//p' | sort -u)"
+complete -c orvanectl -n '__fish_seen_subcommand_from autostart' -l user -x -a "(getent passwd | cut -d: -f1)" -d 'the user, by name or number; you are meant without it'
+complete -c orvanectl -n '__fish_seen_subcommand_from autostart' -l all-users -d 'the setting for all users'
+complete -c orvanectl -n '__fish_seen_subcommand_from autostart' -l json -d 'print JSON: one object, or one on each line for what goes on'
+complete -c orvanectl -n '__fish_seen_subcommand_from autostart' -l root -x -d 'read the files of the system below DIR, an image for instance'
+complete -c orvanectl -n '__fish_seen_subcommand_from autostart' -l no-pager -d 'do not show long output page by page'
+complete -c orvanectl -n '__fish_seen_subcommand_from autostart' -l help -d 'print this help'

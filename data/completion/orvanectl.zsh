@@ -5,6 +5,7 @@
 _orvanectl() {
     local -a commands=(
         'tasks:list tasks and their state'
+        'show:show everything that is known of a task'
         'start:start a task'
         'stop:stop a task and forget its start at boot'
         'watch:tell of each start and end of a task as it happens'
@@ -12,6 +13,7 @@ _orvanectl() {
         'types:list task types and who serves each'
         'render:show what a start would write, without starting'
         'lint:find what is wrong in declarations and settings'
+        'autostart:show and change which applications start with a session'
     )
     if (( CURRENT == 2 )); then
         _describe command commands
@@ -26,6 +28,13 @@ _orvanectl() {
             '--app[only tasks of this application]:app:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/\.task_.*//p'\'' | sort -u)"}}' \
             '--type[only tasks of this type]:type:{compadd -- ${(f)"$(orvanectl types 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
             '--running[only tasks that run]' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    show)
+        _arguments \
+            '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:' \
             '--no-pager[do not show long output page by page]' \
@@ -99,6 +108,16 @@ _orvanectl() {
             '--strict[count warnings as errors]' \
             '--explain[tell what a rule finds and what to do about it]:rule:' \
             '--list-rules[list the rules]' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    autostart)
+        _arguments \
+            '1:action:(list enable disable explain)' \
+            '2::app:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/\.task_.*//p'\'' | sort -u)"}}' \
+            '--user[the user, by name or number; you are meant without it]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
+            '--all-users[the setting for all users]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:' \
             '--no-pager[do not show long output page by page]' \

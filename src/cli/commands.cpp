@@ -7,9 +7,9 @@ namespace Cli {
 
 const QVector<Command> &commands()
 {
-    static const QVector<Command> all{tasksCommand(),  startCommand(), stopCommand(),
-                                      watchCommand(),  topCommand(),   typesCommand(),
-                                      renderCommand(), lintCommand(),  autostartCommand()};
+    static const QVector<Command> all{
+        tasksCommand(), showCommand(),  startCommand(),  stopCommand(), watchCommand(),
+        topCommand(),   typesCommand(), renderCommand(), lintCommand(), autostartCommand()};
     return all;
 }
 

@@ -136,8 +136,7 @@ QString zshArgument(int number, const Argument &argument)
         ? zshAction(argument.name, argument.kind)
         : QStringLiteral(":%1:(%2)")
               .arg(argument.name.toLower(), argument.choices.join(QLatin1Char(' ')));
-    const QString place =
-        argument.isRepeatable ? QStringLiteral("*") : QString::number(number);
+    const QString place = argument.isRepeatable ? QStringLiteral("*") : QString::number(number);
     // A second colon says that it may be left out, which a star says already.
     const bool mayBeLeftOut = !argument.isRequired && !argument.isRepeatable;
     return QStringLiteral("'%1%2%3'")

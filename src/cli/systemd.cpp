@@ -79,23 +79,25 @@ QStringList filesIn(const QDBusMessage &reply)
     return names;
 }
 
-int processesIn(const QDBusMessage &reply)
+QVector<UnitProcess> processesIn(const QDBusMessage &reply)
 {
+    QVector<UnitProcess> processes;
     if (!answers(reply, "a(sus)"))
-        return -1;
-    int count = 0;
+        return processes;
     const auto array = reply.arguments().constFirst().value<QDBusArgument>();
     array.beginArray();
     while (!array.atEnd()) {
-        QString skipped;
+        QString controlGroup;
         uint pid = 0;
+        UnitProcess process;
         array.beginStructure();
-        array >> skipped >> pid >> skipped;
+        array >> controlGroup >> pid >> process.command;
         array.endStructure();
-        ++count;
+        process.pid = static_cast<int>(pid);
+        processes.append(process);
     }
     array.endArray();
-    return count;
+    return processes;
 }
 
 } // namespace
@@ -195,6 +197,14 @@ void Systemd::properties(const QStringList &paths, Properties callback)
     });
 }
 
+void Systemd::processes(const QString &unit, Processes callback)
+{
+    call(managerCall(QStringLiteral("GetUnitProcesses"), {unit}),
+         [callback = std::move(callback)](const QDBusMessage &reply) {
+             callback(processesIn(reply));
+         });
+}
+
 void Systemd::processCounts(const QStringList &units, Counts callback)
 {
     QVector<QDBusMessage> calls;
@@ -203,7 +213,7 @@ void Systemd::processCounts(const QStringList &units, Counts callback)
     callAll(calls, [callback = std::move(callback)](const QVector<QDBusMessage> &replies) {
         QVector<int> counts;
         for (const QDBusMessage &reply : replies)
-            counts.append(processesIn(reply));
+            counts.append(answers(reply, "a(sus)") ? processesIn(reply).size() : -1);
         callback(counts);
     });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/process_tree.h"
 #include "client/outcome.h"
 #include "common/DBus/call_queue.h"
 
@@ -32,6 +33,7 @@ public:
     using Units = std::function<void(const Client::Outcome &, const QVector<ListedUnit> &)>;
     using Files = std::function<void(const Client::Outcome &, const QStringList &)>;
     using Properties = std::function<void(const QVector<QVariantMap> &)>;
+    using Processes = std::function<void(const QVector<UnitProcess> &)>;
     using Counts = std::function<void(const QVector<int> &)>;
 
     explicit Systemd(const QDBusConnection &bus, QObject *parent = nullptr);
@@ -45,6 +47,8 @@ public:
     void listUnitsAtBoot(Files callback);
     /// Gives all properties of units, of each in one map; an empty one for a unit that is gone.
     void properties(const QStringList &paths, Properties callback);
+    /// Gives the processes of a unit, without their parents; none where they are not known.
+    void processes(const QString &unit, Processes callback);
     /// Gives how many processes each unit has; -1 where that is not known.
     void processCounts(const QStringList &units, Counts callback);
 

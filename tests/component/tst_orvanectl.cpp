@@ -355,10 +355,11 @@ void TestOrvanectl::saysThatNobodyServesTheType()
 void TestOrvanectl::saysThatThereIsNoBus_data()
 {
     QTest::addColumn<QStringList>("line");
-    for (const char *line : {"tasks", "top", "watch", "stop com.example.Notes.task_sync",
-                             "start com.example.Notes.task_sync --user u",
-                             "start com.example.Notes.task_sync --user u --wait",
-                             "autostart enable com.example.Notes"})
+    for (const char *line :
+         {"tasks", "top", "watch", "stop com.example.Notes.task_sync",
+          "start com.example.Notes.task_sync --user u",
+          "start com.example.Notes.task_sync --user u --wait", "autostart enable com.example.Notes",
+          "show com.example.Notes.task_sync"})
         QTest::newRow(line) << words(line);
 }
 

@@ -9,6 +9,7 @@ namespace Cli {
 [[nodiscard]] Command renderCommand();
 [[nodiscard]] Command lintCommand();
 [[nodiscard]] Command autostartCommand();
+[[nodiscard]] Command showCommand();
 [[nodiscard]] Command startCommand();
 [[nodiscard]] Command stopCommand();
 [[nodiscard]] Command tasksCommand();

@@ -1,0 +1,297 @@
+// orvanectl show
+
+#include "cli/commands/all.h"
+#include "cli/exit_status.h"
+#include "cli/journal.h"
+#include "cli/output.h"
+#include "cli/task_declaration.h"
+#include "cli/task_status.h"
+#include "cli/task_units.h"
+#include "cli/words.h"
+#include "common/places.h"
+
+#include <QJsonArray>
+
+namespace Cli {
+
+namespace {
+
+constexpr int logLineCount = 10;
+
+/// Everything that is known of a task.
+struct Shown
+{
+    QString id;
+    TaskDeclaration declaration;
+    TaskStatus status;
+    LogEnd log;
+    /// Whether status and log are of the system that the declaration is of: an image runs nothing.
+    bool isLive = true;
+
+    [[nodiscard]] bool isDeclared() const { return declaration.task.taskId.isValid(); }
+    [[nodiscard]] bool isOfSession() const
+    {
+        return isDeclared() && declaration.type.worksInSession;
+    }
+};
+
+/// Lines of a label and a value.
+class Lines
+{
+public:
+    explicit Lines(int width)
+        : m_width(width)
+    {
+    }
+    void add(const QString &label, const QString &value)
+    {
+        constexpr int labelWidth = 13;
+        all.append(label.leftJustified(labelWidth) + printable(value));
+    }
+    // For command lines, which may be very long. Of a path or a reason the end matters.
+    void addCut(const QString &label, const QString &value)
+    {
+        add(label, value);
+        if (m_width > 0)
+            all.last() = shortened(all.constLast(), m_width);
+    }
+
+    QStringList all;
+
+private:
+    const int m_width;
+};
+
+QString placed(const QString &file, int line)
+{
+    return line > 0 ? QStringLiteral("%1:%2").arg(file).arg(line) : file;
+}
+
+void addDeclaration(Lines &lines, const Shown &shown)
+{
+    if (!shown.isDeclared()) {
+        lines.add(QStringLiteral("Declared"),
+                  QStringLiteral("by no installed application any more"));
+        return;
+    }
+    const TaskDeclaration &declaration = shown.declaration;
+    lines.add(QStringLiteral("Declared"), placed(declaration.task.file, declaration.line));
+    for (const DeclaredKey &key : declaration.keys)
+        lines.add(key.name,
+                  key.line > 0 ? QStringLiteral("%1 (line %2)").arg(key.value).arg(key.line)
+                               : key.value);
+    const TaskType &type = declaration.type;
+    lines.add(QStringLiteral("Served by"),
+              QStringLiteral("%1 (%2)").arg(
+                  serverOf(type.worksInSession),
+                  type.file.isEmpty() ? QStringLiteral("no file says so, it is the default")
+                                      : type.file));
+}
+
+void addProcesses(Lines &lines, const TaskStatus &status)
+{
+    QString label = QStringLiteral("Processes");
+    for (const TreeProcess &one : status.processes) {
+        lines.addCut(label,
+                     QString(2 * one.depth, QLatin1Char(' '))
+                         + QStringLiteral("%1 %2").arg(one.process.pid).arg(one.process.command));
+        label.clear();
+    }
+}
+
+void addLog(Lines &lines, const LogEnd &log)
+{
+    QString label = QStringLiteral("Log");
+    if (!log.reason.isEmpty())
+        lines.add(label, log.reason);
+    for (const LogLine &line : log.lines) {
+        lines.add(label, momentOf(line.moment) + QLatin1Char(' ') + line.text);
+        label.clear();
+    }
+}
+
+QString stateText(const TaskStatus &status)
+{
+    QString text = stateOf(status.activeState);
+    if (status.since > 0)
+        text += QStringLiteral(" since ") + momentOf(status.since);
+    return status.pid > 0 ? text + QStringLiteral(", process %1").arg(status.pid) : text;
+}
+
+void addStatus(Lines &lines, const Shown &shown)
+{
+    const TaskStatus &status = shown.status;
+    lines.add(QStringLiteral("Unit"), unitNameOf(shown.id));
+    lines.add(QStringLiteral("State"), stateText(status));
+    lines.add(QStringLiteral("At boot"), yesOrNo(status.isAtBoot));
+    lines.add(QStringLiteral("CPU time"), processorTimeOf(status.processorTime));
+    lines.add(QStringLiteral("Memory"),
+              QStringLiteral("%1 now, %2 at most")
+                  .arg(bytesOf(status.memory), bytesOf(status.memoryPeak)));
+    lines.add(QStringLiteral("Last result"),
+              status.hasResult() ? status.result.toString() : unknown());
+    addProcesses(lines, status);
+    addLog(lines, shown.log);
+}
+
+QStringList linesOf(const Shown &shown, int width)
+{
+    Lines lines(width);
+    lines.add(QStringLiteral("Task"), shown.id);
+    addDeclaration(lines, shown);
+    if (shown.isLive && shown.isOfSession())
+        lines.add(QStringLiteral("State"), QStringLiteral("known to the per-user service only"));
+    else if (shown.isLive)
+        addStatus(lines, shown);
+    return lines.all;
+}
+
+void addDeclaration(QJsonObject &object, const Shown &shown)
+{
+    object.insert(QStringLiteral("declared"), shown.isDeclared());
+    if (!shown.isDeclared())
+        return;
+    const TaskDeclaration &declaration = shown.declaration;
+    QJsonArray keys;
+    for (const DeclaredKey &key : declaration.keys)
+        keys.append(QJsonObject{{QStringLiteral("key"), key.name},
+                                {QStringLiteral("value"), key.value},
+                                {QStringLiteral("line"), key.line}});
+    object.insert(QStringLiteral("file"), declaration.task.file);
+    object.insert(QStringLiteral("line"), declaration.line);
+    object.insert(QStringLiteral("keys"), keys);
+    object.insert(QStringLiteral("type"), declaration.task.type);
+    object.insert(QStringLiteral("servedBy"), serverOf(declaration.type.worksInSession));
+    object.insert(QStringLiteral("typeFile"), declaration.type.file);
+}
+
+void addQuantity(QJsonObject &object, const QString &name, quint64 quantity)
+{
+    if (isKnown(quantity))
+        object.insert(name, static_cast<qint64>(quantity));
+}
+
+QJsonArray processesOf(const TaskStatus &status)
+{
+    QJsonArray processes;
+    for (const TreeProcess &one : status.processes)
+        processes.append(QJsonObject{{QStringLiteral("pid"), one.process.pid},
+                                     {QStringLiteral("parent"), one.process.parent},
+                                     {QStringLiteral("command"), one.process.command}});
+    return processes;
+}
+
+QJsonArray logOf(const LogEnd &log)
+{
+    QJsonArray lines;
+    for (const LogLine &line : log.lines)
+        lines.append(QJsonObject{{QStringLiteral("time"), isoMomentOf(line.moment)},
+                                 {QStringLiteral("text"), line.text}});
+    return lines;
+}
+
+void addStatus(QJsonObject &object, const Shown &shown)
+{
+    const TaskStatus &status = shown.status;
+    object.insert(QStringLiteral("unit"), unitNameOf(shown.id));
+    object.insert(QStringLiteral("state"), stateOf(status.activeState));
+    object.insert(QStringLiteral("atBoot"), status.isAtBoot);
+    if (status.pid > 0)
+        object.insert(QStringLiteral("pid"), status.pid);
+    if (status.since > 0)
+        object.insert(QStringLiteral("since"), isoMomentOf(status.since));
+    addQuantity(object, QStringLiteral("cpuNanoseconds"), status.processorTime);
+    addQuantity(object, QStringLiteral("memoryBytes"), status.memory);
+    addQuantity(object, QStringLiteral("memoryPeakBytes"), status.memoryPeak);
+    if (status.hasResult())
+        status.result.addTo(object);
+    object.insert(QStringLiteral("processes"), processesOf(status));
+    object.insert(QStringLiteral("log"), logOf(shown.log));
+    if (!shown.log.reason.isEmpty())
+        object.insert(QStringLiteral("noLogBecause"), shown.log.reason);
+}
+
+QJsonObject objectOf(const Shown &shown)
+{
+    QJsonObject object{{QStringLiteral("task"), shown.id}};
+    addDeclaration(object, shown);
+    if (shown.isLive && !shown.isOfSession())
+        addStatus(object, shown);
+    return object;
+}
+
+int run(const Request &request, Output &output)
+{
+    Shown shown;
+    shown.id = request.arguments.value(0);
+    shown.declaration = declarationOf(shown.id);
+    shown.isLive = !request.has(QStringLiteral("root"));
+    if (shown.isLive && !shown.isOfSession()) {
+        Systemd systemd(QDBusConnection::systemBus());
+        if (const auto outcome = readStatus(systemd, unitNameOf(shown.id), shown.status))
+            return Output::fail(outcome);
+        shown.log = lastLogLines(unitNameOf(shown.id), logLineCount, Places::ofProcess().root);
+    }
+    if (!shown.isDeclared() && shown.status.activeState.isEmpty())
+        return Output::fail(
+            No,
+            QStringLiteral("no installed application declares the task %1; see: orvanectl tasks")
+                .arg(shown.id));
+    if (output.isJson())
+        output.print(objectOf(shown));
+    else
+        output.print(linesOf(shown, output.terminal().width));
+    return Done;
+}
+
+QVector<QPair<QString, QString>> fields()
+{
+    return {{QStringLiteral("task"), QStringLiteral("the full id")},
+            {QStringLiteral("declared"),
+             QStringLiteral("whether an installed application declares it; file, line, keys, type, "
+                            "servedBy and typeFile are there when one does")},
+            {QStringLiteral("file"), QStringLiteral("the desktop entry")},
+            {QStringLiteral("line"), QStringLiteral("the line on which its group begins")},
+            {QStringLiteral("keys"),
+             QStringLiteral("an array of what it declares: objects with key, value and line")},
+            {QStringLiteral("type"), QStringLiteral("its type")},
+            {QStringLiteral("servedBy"), QStringLiteral("\"system\" or \"user\"")},
+            {QStringLiteral("typeFile"),
+             QStringLiteral("the file that says who serves it; empty without one")},
+            {QStringLiteral("unit"),
+             QStringLiteral("its unit; this and what follows is not there for a task of the user's "
+                            "session and with --root")},
+            {QStringLiteral("state"), QStringLiteral("as in tasks; so are atBoot, pid and since")},
+            {QStringLiteral("cpuNanoseconds"), QStringLiteral("processor time of this run")},
+            {QStringLiteral("memoryBytes"), QStringLiteral("memory now")},
+            {QStringLiteral("memoryPeakBytes"), QStringLiteral("the most memory of this run")},
+            {QStringLiteral("result"),
+             QStringLiteral("systemd's word for how it ended last, with exitStatus or signal, and "
+                            "reason in words; while it has ended")},
+            {QStringLiteral("processes"),
+             QStringLiteral("an array of objects with pid, parent and command")},
+            {QStringLiteral("log"), QStringLiteral("an array of objects with time and text")},
+            {QStringLiteral("noLogBecause"), QStringLiteral("why the log cannot be read")}};
+}
+
+} // namespace
+
+Command showCommand()
+{
+    Command command;
+    command.name = QStringLiteral("show");
+    command.summary = QStringLiteral("show everything that is known of a task");
+    command.description = QStringList{
+        QStringLiteral("Shows what a task declares and on which lines, who serves it, its unit's "
+                       "state, its processes, what it takes, how it ended last and the last lines "
+                       "of its log. Everybody may ask; the log is readable to root and to members "
+                       "of the group systemd-journal. With --root only what is declared is "
+                       "shown.")};
+    command.arguments = {
+        {QStringLiteral("TASK"), Kind::Task, QStringLiteral("full id of the task")}};
+    command.fields = fields();
+    command.run = run;
+    return command;
+}
+
+} // namespace Cli

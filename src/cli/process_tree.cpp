@@ -1,0 +1,71 @@
+#include "cli/process_tree.h"
+
+#include <QList>
+#include <QSet>
+
+#include <algorithm>
+
+namespace Cli {
+
+namespace {
+
+/// Walks from the processes that nobody of the unit has made to those that they have made.
+class Walk
+{
+public:
+    explicit Walk(const QVector<UnitProcess> &processes)
+        : m_processes(processes)
+    {
+    }
+    void below(int parent, int depth)
+    {
+        for (const UnitProcess &process : m_processes) {
+            if (process.parent == parent)
+                visit(process, depth);
+        }
+    }
+    void visit(const UnitProcess &process, int depth)
+    {
+        // Ids are used again, so what is read one after the other may tell of a circle.
+        if (m_seen.contains(process.pid))
+            return;
+        m_seen.insert(process.pid);
+        tree.append({process, depth});
+        below(process.pid, depth + 1);
+    }
+
+    QVector<TreeProcess> tree;
+
+private:
+    const QVector<UnitProcess> &m_processes;
+    QSet<int> m_seen;
+};
+
+} // namespace
+
+int parentIn(const QByteArray &stat)
+{
+    // "12 (name) S 11 ...", where the name may hold anything, brackets too.
+    const int close = stat.lastIndexOf(") ");
+    return close < 0 ? 0 : stat.mid(close + 2).split(' ').value(1).toInt();
+}
+
+QVector<TreeProcess> processTree(QVector<UnitProcess> processes)
+{
+    std::sort(processes.begin(), processes.end(),
+              [](const UnitProcess &a, const UnitProcess &b) { return a.pid < b.pid; });
+    QSet<int> pids;
+    for (const UnitProcess &process : qAsConst(processes))
+        pids.insert(process.pid);
+    Walk walk(processes);
+    for (const UnitProcess &process : qAsConst(processes)) {
+        if (!pids.contains(process.parent))
+            walk.visit(process, 0);
+    }
+    // Those of a circle have nobody above them.
+    for (const UnitProcess &process : qAsConst(processes))
+        walk.visit(process, 0);
+    return walk.tree;
+}
+
+} // namespace Cli

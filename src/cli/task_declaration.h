@@ -1,0 +1,33 @@
+#pragma once
+
+#include "cli/declared_tasks.h"
+
+#include <QString>
+#include <QVector>
+
+namespace Cli {
+
+/// A key of a task's declaration.
+struct DeclaredKey
+{
+    QString name;
+    QString value;
+    /// Its line in the desktop entry; 0 when it is not there.
+    int line = 0;
+};
+
+/// A task's declaration with the places of what it says.
+struct TaskDeclaration
+{
+    DeclaredTask task;
+    /// The line of its group's header.
+    int line = 0;
+    /// The keys that have a value, the type first.
+    QVector<DeclaredKey> keys;
+    TaskType type;
+};
+
+/// Finds a task's declaration; its task's id is not valid when there is none.
+[[nodiscard]] TaskDeclaration declarationOf(const QString &taskId);
+
+} // namespace Cli

@@ -1,0 +1,82 @@
+#include "cli/task_status.h"
+
+#include "client/wait_for.h"
+#include "common/places.h"
+#include "files/foreign_file.h"
+
+namespace Cli {
+
+namespace {
+
+quint64 quantity(const QVariantMap &properties, const char *name)
+{
+    const QVariant value = properties.value(QString::fromLatin1(name));
+    return value.isValid() ? value.toULongLong() : TaskStatus::notKnown;
+}
+
+// systemd before version 255 does not tell it, the kernel does.
+quint64 peakOf(const QString &controlGroup)
+{
+    const QString path = Places::ofProcess().root + QStringLiteral("/sys/fs/cgroup") + controlGroup
+        + QStringLiteral("/memory.peak");
+    bool isNumber = false;
+    const quint64 peak = readForeignFile(path).text.trimmed().toULongLong(&isNumber);
+    return isNumber ? peak : TaskStatus::notKnown;
+}
+
+void findParents(QVector<UnitProcess> &processes)
+{
+    for (UnitProcess &process : processes) {
+        const QString folder = Places::ofProcess().process(static_cast<uint>(process.pid));
+        process.parent = parentIn(readForeignFile(folder + QStringLiteral("/stat")).text);
+    }
+}
+
+} // namespace
+
+void TaskStatus::take(const QVariantMap &properties)
+{
+    activeState = properties.value(QStringLiteral("ActiveState"), activeState).toString();
+    const int mainProcess = properties.value(QStringLiteral("MainPID")).toInt();
+    pid = mainProcess > 0 ? mainProcess : -1;
+    since = properties.value(QStringLiteral("StateChangeTimestamp")).toULongLong();
+    processorTime = quantity(properties, "CPUUsageNSec");
+    memory = quantity(properties, "MemoryCurrent");
+    memoryPeak = quantity(properties, "MemoryPeak");
+    const QString controlGroup = properties.value(QStringLiteral("ControlGroup")).toString();
+    if (memoryPeak == notKnown && !controlGroup.isEmpty())
+        memoryPeak = peakOf(controlGroup);
+    result.take(properties);
+}
+
+bool TaskStatus::hasResult() const { return result.code != 0 || result.isFailure(); }
+
+Client::Outcome readStatus(Systemd &systemd, const QString &unit, TaskStatus &status)
+{
+    const auto [listed, units] = Client::waitFor<Client::Outcome, QVector<ListedUnit>>(
+        [&](const auto &done) { systemd.listUnits(done); });
+    if (listed)
+        return listed;
+    const auto [listedFiles, atBoot] = Client::waitFor<Client::Outcome, QStringList>(
+        [&](const auto &done) { systemd.listUnitsAtBoot(done); });
+    if (listedFiles)
+        return listedFiles;
+    status.isAtBoot = atBoot.contains(unit);
+    for (const ListedUnit &one : units) {
+        if (one.name != unit)
+            continue;
+        const QStringList path{one.path};
+        const auto [properties] = Client::waitFor<QVector<QVariantMap>>(
+            [&](const auto &done) { systemd.properties(path, done); });
+        status.activeState = one.activeState;
+        status.take(properties.constFirst());
+        const auto [listedProcesses] = Client::waitFor<QVector<UnitProcess>>(
+            [&](const auto &done) { systemd.processes(unit, done); });
+        QVector<UnitProcess> processes = listedProcesses;
+        findParents(processes);
+        status.processes = processTree(processes);
+    }
+    return {};
+}
+
+} // namespace Cli

@@ -1,0 +1,66 @@
+#include "cli/process_tree.h"
+
+#include <QTest>
+
+class TestProcessTree : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsTheParent_data();
+    void readsTheParent();
+    void putsEachBelowItsMaker_data();
+    void putsEachBelowItsMaker();
+};
+
+void TestProcessTree::readsTheParent_data()
+{
+    QTest::addColumn<QByteArray>("stat");
+    QTest::addColumn<int>("parent");
+    QTest::newRow("a plain name") << QByteArray("12 (worker) S 11 12 12 0") << 11;
+    QTest::newRow("a name with brackets") << QByteArray("12 (a) R 7 (b) S 11 12") << 11;
+    QTest::newRow("nothing") << QByteArray() << 0;
+    QTest::newRow("cut off") << QByteArray("12 (worker) S") << 0;
+}
+
+void TestProcessTree::readsTheParent()
+{
+    QFETCH(QByteArray, stat);
+    QFETCH(int, parent);
+    QCOMPARE(Cli::parentIn(stat), parent);
+}
+
+void TestProcessTree::putsEachBelowItsMaker_data()
+{
+    // Process and parent, and what comes of them: depth and process.
+    QTest::addColumn<QVector<QPair<int, int>>>("processes");
+    QTest::addColumn<QString>("tree");
+    using Processes = QVector<QPair<int, int>>;
+    QTest::newRow("none") << Processes{} << QString();
+    QTest::newRow("a chain") << Processes{{3, 2}, {2, 1}, {5, 3}} << QStringLiteral("0:2 1:3 2:5");
+    QTest::newRow("brothers") << Processes{{9, 2}, {2, 1}, {4, 2}, {5, 4}}
+                              << QStringLiteral("0:2 1:4 2:5 1:9");
+    QTest::newRow("two that systemd made")
+        << Processes{{9, 1}, {2, 1}} << QStringLiteral("0:2 0:9");
+    QTest::newRow("parents that are not known")
+        << Processes{{9, 0}, {2, 0}} << QStringLiteral("0:2 0:9");
+    QTest::newRow("a circle") << Processes{{2, 3}, {3, 2}} << QStringLiteral("0:2 1:3");
+    QTest::newRow("its own parent") << Processes{{2, 2}} << QStringLiteral("0:2");
+}
+
+void TestProcessTree::putsEachBelowItsMaker()
+{
+    using Processes = QVector<QPair<int, int>>;
+    QFETCH(Processes, processes);
+    QFETCH(QString, tree);
+    QVector<Cli::UnitProcess> all;
+    for (const auto &[pid, parent] : processes)
+        all.append({pid, {}, parent});
+    QStringList told;
+    for (const Cli::TreeProcess &one : Cli::processTree(all))
+        told.append(QStringLiteral("%1:%2").arg(one.depth).arg(one.process.pid));
+    QCOMPARE(told.join(QLatin1Char(' ')), tree);
+}
+
+QTEST_GUILESS_MAIN(TestProcessTree)
+#include "tst_process_tree.moc"
