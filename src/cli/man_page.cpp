@@ -60,11 +60,12 @@ QString optionItems(const QVector<Option> &options)
 QString argumentsOf(const Command &command)
 {
     QString words;
-    for (const Argument &argument : command.arguments)
+    for (const Argument &argument : command.arguments) {
         words +=
             QStringLiteral(" %1 %2%3")
                 .arg(argument.isRequired ? QStringLiteral("Ar") : QStringLiteral("Op Ar"),
                      argument.name, argument.isRepeatable ? QStringLiteral(" ...") : QString());
+    }
     return words;
 }
 

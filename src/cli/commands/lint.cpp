@@ -109,13 +109,14 @@ void print(const Collected &findings, Output &output)
     }
     lines.append(
         QStringLiteral("errors: %1, warnings: %2, notes: %3").arg(errors).arg(warnings).arg(notes));
-    if (output.isJson())
+    if (output.isJson()) {
         output.print(QJsonObject{{QStringLiteral("findings"), objects},
                                  {QStringLiteral("errors"), errors},
                                  {QStringLiteral("warnings"), warnings},
                                  {QStringLiteral("notes"), notes}});
-    else
+    } else {
         output.print(lines);
+    }
 }
 
 int run(const Request &request, Output &output)
@@ -129,12 +130,13 @@ int run(const Request &request, Output &output)
     if (request.arguments.isEmpty())
         lintPlaces(system, {system}, findings);
     for (const QString &path : request.arguments) {
-        if (!lintPath(path, system, findings))
+        if (!lintPath(path, system, findings)) {
             return Output::fail(
                 WrongUsage,
                 QStringLiteral("%1 is nothing that the daemon reads; name a file, a folder or a "
                                "package's tree")
                     .arg(path));
+        }
     }
     print(findings, output);
     const bool isStrict = request.has(QStringLiteral("strict"));

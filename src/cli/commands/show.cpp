@@ -232,11 +232,12 @@ int run(const Request &request, Output &output)
             return Output::fail(outcome);
         shown.log = lastLogLines(unitNameOf(shown.id), logLineCount, Places::ofProcess().root);
     }
-    if (!shown.isDeclared() && shown.status.activeState.isEmpty())
+    if (!shown.isDeclared() && shown.status.activeState.isEmpty()) {
         return Output::fail(
             No,
             QStringLiteral("no installed application declares the task %1; see: orvanectl tasks")
                 .arg(shown.id));
+    }
     if (output.isJson())
         output.print(objectOf(shown));
     else

@@ -135,12 +135,13 @@ void TaskChecks::checkExec() const
 
 void TaskChecks::checkProgram(const QString &program) const
 {
-    if (!program.startsWith(QLatin1Char('/')))
+    if (!program.startsWith(QLatin1Char('/'))) {
         add(LintRules::execRelative, execKey(),
             QStringLiteral("%1 is not an absolute path")
                 .arg(program.isEmpty() ? QStringLiteral("A blank") : program));
-    else if (m_places.constFirst().programsAreExamined)
+    } else if (m_places.constFirst().programsAreExamined) {
         checkProgramFile(program);
+    }
 }
 
 void TaskChecks::checkProgramFile(const QString &program) const

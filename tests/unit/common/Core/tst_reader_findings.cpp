@@ -241,11 +241,12 @@ void TestReaderFindings::hasASampleForEveryRule()
     const QVector<Sample> all = samples();
     for (const Sample &sample : all)
         shown.insert(QString::fromLatin1(sample.rule->id));
-    // Those that other cases show, here and in the catalogue's test.
+    // Those that other cases show, here and in the tests of the catalogue and of the planner.
     for (const Core::Rule *rule :
          {&Core::Rules::entryId, &Core::Rules::autostartSize, &Core::Rules::manifestSyntax,
           &Core::Rules::taskListSize, &Core::Rules::entryIdTwice, &Core::Rules::entryShadowed,
-          &Core::Rules::fileNameShadowed})
+          &Core::Rules::fileNameShadowed, &Core::Rules::unknownPermission,
+          &Core::Rules::refusedBySandbox})
         shown.insert(QString::fromLatin1(rule->id));
     for (const Core::Rule *rule : Core::Rules::all)
         QVERIFY2(shown.contains(QString::fromLatin1(rule->id)), rule->id);
