@@ -149,7 +149,7 @@ private Q_SLOTS:
     void findsNothingInWhatIsRight();
     void findsTheSameInAFileAsInItsTree();
     void findsNothingToReadInOtherFiles();
-    void findsNoErrorInEntriesOfThisSystem();
+    void findsNoErrorInAnEntryOfAPackage();
     void knowsWhichWordWasMeant_data();
     void knowsWhichWordWasMeant();
 };
@@ -361,16 +361,15 @@ void TestLint::findsNothingToReadInOtherFiles()
     QVERIFY(!Cli::lintPath(root.path(QStringLiteral("/missing")), system, findings));
 }
 
-void TestLint::findsNoErrorInEntriesOfThisSystem()
+void TestLint::findsNoErrorInAnEntryOfAPackage()
 {
-    const QString folder = QStringLiteral("/usr/share/applications");
-    const int entries = QDir(folder).entryList({QStringLiteral("*.desktop")}, QDir::Files).size();
-    if (entries == 0)
-        QSKIP("no package has installed a desktop entry");
+    // Of a shell for whose completion the set-up installs it.
+    const QString entry = QStringLiteral("/usr/share/applications/fish.desktop");
+    if (!QFile::exists(entry))
+        QSKIP("the package fish is not installed (scripts/setup)");
     Cli::Collected findings;
-    QVERIFY(Cli::lintPath(folder, Places::below({}), findings));
-    qInfo("%d entries", entries);
-    QCOMPARE(linesOf(findings, folder), QStringList());
+    QVERIFY(Cli::lintPath(entry, Places::below({}), findings));
+    QCOMPARE(linesOf(findings, QStringLiteral("/usr/share/applications")), QStringList());
 }
 
 void TestLint::knowsWhichWordWasMeant_data()
