@@ -1,5 +1,7 @@
 #include "cli/help.h"
 
+#include "cli/table.h"
+
 #include <algorithm>
 
 namespace Cli {
@@ -16,22 +18,6 @@ struct Entry
     QString text;
 };
 
-QString blanks(int count) { return QString(std::max(0, count), QLatin1Char(' ')); }
-
-// The text in lines, each behind an indentation.
-QStringList wrapped(const QString &text, int indentation)
-{
-    QStringList lines{blanks(indentation)};
-    for (const QString &word : text.split(QLatin1Char(' '))) {
-        const bool isFirst = lines.constLast().size() == indentation;
-        if (!isFirst && lines.constLast().size() + 1 + word.size() > lineWidth)
-            lines.append(blanks(indentation) + word);
-        else
-            lines.last() += isFirst ? word : QLatin1Char(' ') + word;
-    }
-    return lines;
-}
-
 QStringList listOf(const QVector<Entry> &entries)
 {
     int widest = 0;
@@ -42,7 +28,7 @@ QStringList listOf(const QVector<Entry> &entries)
     const int indentation = widest + 4;
     QStringList lines;
     for (const Entry &entry : entries) {
-        QStringList text = wrapped(entry.text, indentation);
+        QStringList text = wrapped(entry.text, indentation, lineWidth);
         const QString term = QStringLiteral("  ") + entry.term;
         if (entry.term.size() > widest)
             lines.append(term);
@@ -115,9 +101,10 @@ QStringList toolHelp()
 
 QStringList commandHelp(const Command &command)
 {
-    QStringList lines = wrapped(QStringLiteral("usage: orvanectl ") + usageOf(command), 0);
+    QStringList lines =
+        wrapped(QStringLiteral("usage: orvanectl ") + usageOf(command), 0, lineWidth);
     for (const QString &paragraph : command.description)
-        lines += QStringList(QString()) + wrapped(paragraph, 0);
+        lines += QStringList(QString()) + wrapped(paragraph, 0, lineWidth);
     QVector<Entry> arguments;
     for (const Argument &argument : command.arguments)
         arguments.append({argument.name, argument.help});

@@ -132,4 +132,21 @@ QStringList Table::lines(int width) const
     return lines;
 }
 
+QStringList wrapped(const QString &text, int indentation, int width)
+{
+    const QString margin = padding(indentation);
+    QString line = margin;
+    QStringList lines;
+    for (const QString &word : text.split(QLatin1Char(' '))) {
+        const bool isFirst = line == margin;
+        if (width > 0 && !isFirst && displayWidth(line) + 1 + displayWidth(word) > width) {
+            lines.append(line);
+            line = margin + word;
+        } else {
+            line += isFirst ? word : QLatin1Char(' ') + word;
+        }
+    }
+    return lines << line;
+}
+
 } // namespace Cli

@@ -44,5 +44,10 @@ private:
 /// The text in at most this number of columns: what is too much is taken from its middle, because
 /// ids and paths begin alike, and an ellipsis says so.
 [[nodiscard]] QString shortened(const QString &text, int width);
+/// The text in lines, broken at blanks; a word that is longer than a line keeps a line of its own,
+/// because a path that is broken cannot be copied.
+/// @param indentation blanks before every line.
+/// @param width columns of the terminal; 0 for one line, however long it is.
+[[nodiscard]] QStringList wrapped(const QString &text, int indentation, int width);
 
 } // namespace Cli

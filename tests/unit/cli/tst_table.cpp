@@ -15,6 +15,7 @@ private Q_SLOTS:
     void keepsNarrowColumnsReadable();
     void countsColumnsOfTheTerminal();
     void showsNothingThatATerminalObeys();
+    void breaksLinesAtBlanks();
 };
 
 void TestTable::alignsItsColumns()
@@ -70,6 +71,15 @@ void TestTable::showsNothingThatATerminalObeys()
     Table table({{QStringLiteral("A")}});
     table.add({QStringLiteral("x\x1b[2J\ny") + QChar(0x202e)});
     QCOMPARE(table.lines(80).at(1), QStringLiteral("x?[2J?y?"));
+}
+
+void TestTable::breaksLinesAtBlanks()
+{
+    const QString text = QStringLiteral("one two /a/long/path three");
+    QCOMPARE(Cli::wrapped(text, 2, 10),
+             QStringList({QStringLiteral("  one two"), QStringLiteral("  /a/long/path"),
+                          QStringLiteral("  three")}));
+    QCOMPARE(Cli::wrapped(text, 2, 0), QStringList(QStringLiteral("  ") + text));
 }
 
 int main(int argc, char *argv[])

@@ -1,0 +1,109 @@
+#include "cli/gate.h"
+
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace Cli {
+
+namespace {
+
+// "no", "yes" and "?" in one column.
+constexpr int answerWidth = 5;
+constexpr int gap = 2;
+
+QString signOf(Gate::Answer answer)
+{
+    switch (answer) {
+    case Gate::Yes:
+        return QStringLiteral("yes");
+    case Gate::No:
+        return QStringLiteral("no");
+    case Gate::NotKnown:
+        break;
+    }
+    return QStringLiteral("?");
+}
+
+Output::Colour colourOf(Gate::Answer answer)
+{
+    switch (answer) {
+    case Gate::Yes:
+        return Output::Colour::Green;
+    case Gate::No:
+        return Output::Colour::Red;
+    case Gate::NotKnown:
+        break;
+    }
+    return Output::Colour::Yellow;
+}
+
+int widestName(const QVector<Gate> &gates)
+{
+    int widest = 0;
+    for (const Gate &gate : gates)
+        widest = std::max(widest, gate.name.size());
+    return widest;
+}
+
+QStringList linesOf(const Gate &gate, int nameWidth, const Output &output)
+{
+    const int indentation = answerWidth + nameWidth + gap;
+    const int width = output.terminal().width;
+    QStringList lines = wrapped(printable(gate.evidence), indentation, width);
+    const QString sign = signOf(gate.answer);
+    lines.first().replace(0, indentation,
+                          output.coloured(sign, colourOf(gate.answer))
+                              + QString(answerWidth - sign.size(), QLatin1Char(' '))
+                              + gate.name.leftJustified(nameWidth + gap));
+    if (gate.answer == Gate::Yes)
+        return lines;
+    if (!gate.consequence.isEmpty())
+        lines += wrapped(printable(gate.consequence), indentation, width);
+    // A command is not broken, because it is there to be copied.
+    if (!gate.cure.isEmpty())
+        lines += wrapped(QStringLiteral("try: ") + printable(gate.cure), indentation, 0);
+    return lines;
+}
+
+QJsonObject objectOf(const Gate &gate)
+{
+    QJsonObject object{
+        {QStringLiteral("gate"), gate.name},
+        {QStringLiteral("answer"),
+         gate.answer == Gate::NotKnown ? QStringLiteral("unknown") : signOf(gate.answer)},
+        {QStringLiteral("evidence"), gate.evidence}};
+    if (!gate.consequence.isEmpty())
+        object.insert(QStringLiteral("consequence"), gate.consequence);
+    if (!gate.cure.isEmpty())
+        object.insert(QStringLiteral("cure"), gate.cure);
+    return object;
+}
+
+} // namespace
+
+QStringList linesOf(const QVector<Gate> &gates, const Output &output)
+{
+    const int nameWidth = widestName(gates);
+    QStringList lines;
+    for (const Gate &gate : gates)
+        lines += linesOf(gate, nameWidth, output);
+    return lines;
+}
+
+QJsonArray objectsOf(const QVector<Gate> &gates)
+{
+    QJsonArray objects;
+    for (const Gate &gate : gates)
+        objects.append(objectOf(gate));
+    return objects;
+}
+
+const Gate *firstShut(const QVector<Gate> &gates)
+{
+    const auto shut = std::find_if(gates.cbegin(), gates.cend(),
+                                   [](const Gate &gate) { return gate.answer == Gate::No; });
+    return shut == gates.cend() ? nullptr : &*shut;
+}
+
+} // namespace Cli
