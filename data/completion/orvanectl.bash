@@ -5,7 +5,7 @@
 _orvanectl() {
     local words='' current=${COMP_WORDS[COMP_CWORD]}
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words='tasks show start stop watch top types render lint autostart --help --version'
+        words='tasks show start stop watch top history types render lint autostart --help --version'
     else
         _orvanectl_words "${COMP_WORDS[1]}" "${COMP_WORDS[COMP_CWORD - 1]}" "$current"
     fi
@@ -27,6 +27,7 @@ _orvanectl_words() {
     'start --env') ;;
     'watch --type') words=$(orvanectl types 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'top --interval') ;;
+    'history --last') ;;
     'render --user') words=$(getent passwd | cut -d: -f1) ;;
     'render --own') ;;
     'render --permission') ;;
@@ -53,6 +54,8 @@ _orvanectl_free() {
     'stop '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'watch '*' -'*) words='--type --json --root --no-pager --help' ;;
     'top '*' -'*) words='--interval --json --root --no-pager --help' ;;
+    'history '*' -'*) words='--last --json --root --no-pager --help' ;;
+    'history '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'types '*' -'*) words='--json --root --no-pager --help' ;;
     'render '*' -'*) words='--user --at-boot --own --permission --param --homeless --weight --cpu-limit --set --env --origin --json --root --no-pager --help' ;;
     'render '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;

@@ -53,6 +53,13 @@ complete -c orvanectl -n '__fish_seen_subcommand_from top' -l json -d 'print JSO
 complete -c orvanectl -n '__fish_seen_subcommand_from top' -l root -x -d 'read the files of the system below DIR, an image for instance'
 complete -c orvanectl -n '__fish_seen_subcommand_from top' -l no-pager -d 'do not show long output page by page'
 complete -c orvanectl -n '__fish_seen_subcommand_from top' -l help -d 'print this help'
+complete -c orvanectl -n __fish_use_subcommand -a history -d 'show a task\'s last runs'
+complete -c orvanectl -n '__fish_seen_subcommand_from history' -a "(orvanectl tasks 2>/dev/null | sed -n '2,\$s/ .*//p')"
+complete -c orvanectl -n '__fish_seen_subcommand_from history' -l last -x -d 'how many runs at most; 20 without it'
+complete -c orvanectl -n '__fish_seen_subcommand_from history' -l json -d 'print JSON: one object, or one on each line for what goes on'
+complete -c orvanectl -n '__fish_seen_subcommand_from history' -l root -x -d 'read the files of the system below DIR, an image for instance'
+complete -c orvanectl -n '__fish_seen_subcommand_from history' -l no-pager -d 'do not show long output page by page'
+complete -c orvanectl -n '__fish_seen_subcommand_from history' -l help -d 'print this help'
 complete -c orvanectl -n __fish_use_subcommand -a types -d 'list task types and who serves each'
 complete -c orvanectl -n '__fish_seen_subcommand_from types' -l json -d 'print JSON: one object, or one on each line for what goes on'
 complete -c orvanectl -n '__fish_seen_subcommand_from types' -l root -x -d 'read the files of the system below DIR, an image for instance'

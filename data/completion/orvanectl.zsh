@@ -10,6 +10,7 @@ _orvanectl() {
         'stop:stop a task and forget its start at boot'
         'watch:tell of each start and end of a task as it happens'
         'top:show what running tasks take'
+        'history:show a task'\''s last runs'
         'types:list task types and who serves each'
         'render:show what a start would write, without starting'
         'lint:find what is wrong in declarations and settings'
@@ -74,6 +75,14 @@ _orvanectl() {
     top)
         _arguments \
             '--interval[how long to wait before looking again; 2 without it]:seconds:' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    history)
+        _arguments \
+            '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
+            '--last[how many runs at most; 20 without it]:n:' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:' \
             '--no-pager[do not show long output page by page]' \

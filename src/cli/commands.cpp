@@ -7,9 +7,10 @@ namespace Cli {
 
 const QVector<Command> &commands()
 {
-    static const QVector<Command> all{
-        tasksCommand(), showCommand(),  startCommand(),  stopCommand(), watchCommand(),
-        topCommand(),   typesCommand(), renderCommand(), lintCommand(), autostartCommand()};
+    static const QVector<Command> all{tasksCommand(),   showCommand(),     startCommand(),
+                                      stopCommand(),    watchCommand(),    topCommand(),
+                                      historyCommand(), typesCommand(),    renderCommand(),
+                                      lintCommand(),    autostartCommand()};
     return all;
 }
 

@@ -7,7 +7,6 @@
 #include <systemd/sd-journal.h>
 
 #include <array>
-#include <cstring>
 #include <memory>
 
 namespace Cli {
@@ -26,13 +25,16 @@ QStringList journalFolders(const QString &root)
     return {root + QStringLiteral("/var/log/journal"), root + QStringLiteral("/run/log/journal")};
 }
 
+QString textOf(const sd_id128_t &id)
+{
+    std::array<char, SD_ID128_STRING_MAX> text{};
+    return QString::fromLatin1(sd_id128_to_string(id, text.data()));
+}
+
 QString machine()
 {
     sd_id128_t id = {};
-    if (sd_id128_get_machine(&id) < 0)
-        return {};
-    std::array<char, SD_ID128_STRING_MAX> text{};
-    return QString::fromLatin1(sd_id128_to_string(id, text.data()));
+    return sd_id128_get_machine(&id) < 0 ? QString() : textOf(id);
 }
 
 // The library leaves out what it may not open, without a word. What the system's services write is
@@ -57,10 +59,10 @@ QString reasonAgainst(const QString &root)
 Journal journalOf(const QString &root)
 {
     sd_journal *journal = nullptr;
-    const QString folder = journalFolders(root).constFirst();
     const int result = root.isEmpty()
         ? sd_journal_open(&journal, SD_JOURNAL_LOCAL_ONLY)
-        : sd_journal_open_directory(&journal, QFile::encodeName(folder).constData(), 0);
+        : sd_journal_open_directory(&journal, QFile::encodeName(root).constData(),
+                                    SD_JOURNAL_OS_ROOT);
     return Journal(result < 0 ? nullptr : journal);
 }
 
@@ -69,46 +71,86 @@ bool addMatch(const Journal &journal, const QString &match)
     return sd_journal_add_match(journal.get(), match.toUtf8().constData(), 0) >= 0;
 }
 
-bool selectUnit(const Journal &journal, const QString &unit)
+bool selectUnit(const Journal &journal, const QString &unit, UnitEntries which)
 {
-    return addMatch(journal, QStringLiteral("_SYSTEMD_UNIT=") + unit)
-        && sd_journal_add_disjunction(journal.get()) >= 0
-        // Of systemd itself: others may write this field too.
-        && addMatch(journal, QStringLiteral("_PID=1"))
+    // Of systemd itself: others may write this field too.
+    const bool isSelected = addMatch(journal, QStringLiteral("_PID=1"))
         && addMatch(journal, QStringLiteral("UNIT=") + unit);
+    if (which == UnitEntries::OfSystemd || !isSelected)
+        return isSelected;
+    return sd_journal_add_disjunction(journal.get()) >= 0
+        && addMatch(journal, QStringLiteral("_SYSTEMD_UNIT=") + unit);
 }
 
-LogLine currentLine(const Journal &journal)
+void takeMoments(const Journal &journal, JournalEntry &entry)
 {
-    LogLine line;
     uint64_t moment = 0;
     if (sd_journal_get_realtime_usec(journal.get(), &moment) >= 0)
-        line.moment = moment;
+        entry.moment = moment;
+    sd_id128_t boot = {};
+    if (sd_journal_get_monotonic_usec(journal.get(), &moment, &boot) >= 0) {
+        entry.sinceBoot = moment;
+        entry.boot = textOf(boot);
+    }
+}
+
+JournalEntry currentEntry(const Journal &journal)
+{
+    JournalEntry entry;
+    takeMoments(journal, entry);
     const void *data = nullptr;
     size_t size = 0;
-    if (sd_journal_get_data(journal.get(), "MESSAGE", &data, &size) >= 0) {
-        const size_t name = std::strlen("MESSAGE=");
-        line.text = QString::fromUtf8(static_cast<const char *>(data) + name,
-                                      static_cast<int>(size - name));
+    sd_journal_restart_data(journal.get());
+    while (sd_journal_enumerate_available_data(journal.get(), &data, &size) > 0) {
+        const QByteArray field(static_cast<const char *>(data), static_cast<int>(size));
+        const int equals = field.indexOf('=');
+        entry.fields.insert(field.left(equals), field.mid(equals + 1));
     }
-    return line;
+    return entry;
 }
 
 } // namespace
 
+QString readJournalBackwards(const QString &unit, UnitEntries which, const QString &root,
+                             const std::function<bool(const JournalEntry &)> &take)
+{
+    const QString reason = reasonAgainst(root);
+    if (!reason.isEmpty())
+        return reason;
+    const Journal journal = journalOf(root);
+    if (!journal || !selectUnit(journal, unit, which) || sd_journal_seek_tail(journal.get()) < 0)
+        return QStringLiteral("it cannot be opened");
+    while (sd_journal_previous(journal.get()) > 0) {
+        if (!take(currentEntry(journal)))
+            break;
+    }
+    return {};
+}
+
+quint64 lastMomentOfBoot(const QString &boot, const QString &root)
+{
+    const Journal journal = journalOf(root);
+    if (!journal || !addMatch(journal, QStringLiteral("_BOOT_ID=") + boot)
+        || sd_journal_seek_tail(journal.get()) < 0 || sd_journal_previous(journal.get()) <= 0)
+        return 0;
+    JournalEntry entry;
+    takeMoments(journal, entry);
+    return entry.sinceBoot;
+}
+
+QString currentBoot()
+{
+    sd_id128_t id = {};
+    return sd_id128_get_boot(&id) < 0 ? QString() : textOf(id);
+}
+
 LogEnd lastLogLines(const QString &unit, int count, const QString &root)
 {
     LogEnd end;
-    end.reason = reasonAgainst(root);
-    if (!end.reason.isEmpty())
-        return end;
-    const Journal journal = journalOf(root);
-    if (!journal || !selectUnit(journal, unit) || sd_journal_seek_tail(journal.get()) < 0) {
-        end.reason = QStringLiteral("the journal cannot be read");
-        return end;
-    }
-    while (end.lines.size() < count && sd_journal_previous(journal.get()) > 0)
-        end.lines.prepend(currentLine(journal));
+    end.reason = readJournalBackwards(unit, UnitEntries::All, root, [&](const JournalEntry &entry) {
+        end.lines.prepend({entry.moment, entry.text("MESSAGE")});
+        return end.lines.size() < count;
+    });
     return end;
 }
 

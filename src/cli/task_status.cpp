@@ -39,6 +39,8 @@ void TaskStatus::take(const QVariantMap &properties)
     activeState = properties.value(QStringLiteral("ActiveState"), activeState).toString();
     const int mainProcess = properties.value(QStringLiteral("MainPID")).toInt();
     pid = mainProcess > 0 ? mainProcess : -1;
+    invocation =
+        QString::fromLatin1(properties.value(QStringLiteral("InvocationID")).toByteArray().toHex());
     since = properties.value(QStringLiteral("StateChangeTimestamp")).toULongLong();
     processorTime = quantity(properties, "CPUUsageNSec");
     memory = quantity(properties, "MemoryCurrent");

@@ -19,6 +19,8 @@ struct TaskStatus
     /// systemd's ActiveState; empty when systemd has not loaded its unit.
     QString activeState;
     bool isAtBoot = false;
+    /// systemd's id of the run, in hexadecimal digits; empty without one.
+    QString invocation;
     int pid = -1;
     /// When it came into this state, in microseconds since 1970; 0 while not known.
     quint64 since = 0;

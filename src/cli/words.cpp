@@ -83,6 +83,12 @@ QString processorTimeOf(quint64 nanoseconds)
         .arg(minutes % sixty, 2, 10, QLatin1Char('0'));
 }
 
+QString durationOf(quint64 microseconds)
+{
+    constexpr quint64 nanoseconds = 1000;
+    return isKnown(microseconds) ? processorTimeOf(microseconds * nanoseconds) : unknown();
+}
+
 QString serverOf(bool worksInSession)
 {
     return worksInSession ? QStringLiteral("user") : QStringLiteral("system");

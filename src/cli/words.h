@@ -20,6 +20,8 @@ namespace Cli {
 [[nodiscard]] QString bytesOf(quint64 bytes);
 /// Nanoseconds of processor time: "0.52s", "3min 12s", "5h 03min".
 [[nodiscard]] QString processorTimeOf(quint64 nanoseconds);
+/// The same of a span of time, in microseconds.
+[[nodiscard]] QString durationOf(quint64 microseconds);
 /// "system" or "user": who serves a task type.
 [[nodiscard]] QString serverOf(bool worksInSession);
 [[nodiscard]] QString yesOrNo(bool yes);

@@ -9,6 +9,7 @@ namespace Cli {
 [[nodiscard]] Command renderCommand();
 [[nodiscard]] Command lintCommand();
 [[nodiscard]] Command autostartCommand();
+[[nodiscard]] Command historyCommand();
 [[nodiscard]] Command showCommand();
 [[nodiscard]] Command startCommand();
 [[nodiscard]] Command stopCommand();
