@@ -43,13 +43,6 @@ private:
 
 } // namespace
 
-int parentIn(const QByteArray &stat)
-{
-    // "12 (name) S 11 ...", where the name may hold anything, brackets too.
-    const int close = stat.lastIndexOf(") ");
-    return close < 0 ? 0 : stat.mid(close + 2).split(' ').value(1).toInt();
-}
-
 QVector<TreeProcess> processTree(QVector<UnitProcess> processes)
 {
     std::sort(processes.begin(), processes.end(),

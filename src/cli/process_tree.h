@@ -16,8 +16,6 @@ struct UnitProcess
     int parent = 0;
 };
 
-/// Who made a process, from the text of its stat file in /proc; 0 when that does not say.
-[[nodiscard]] int parentIn(const QByteArray &stat);
 /// A process in its place below the one that made it.
 struct TreeProcess
 {

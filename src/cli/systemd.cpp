@@ -197,24 +197,16 @@ void Systemd::properties(const QStringList &paths, Properties callback)
     });
 }
 
-void Systemd::processes(const QString &unit, Processes callback)
-{
-    call(managerCall(QStringLiteral("GetUnitProcesses"), {unit}),
-         [callback = std::move(callback)](const QDBusMessage &reply) {
-             callback(processesIn(reply));
-         });
-}
-
-void Systemd::processCounts(const QStringList &units, Counts callback)
+void Systemd::processes(const QStringList &units, Processes callback)
 {
     QVector<QDBusMessage> calls;
     for (const QString &unit : units)
         calls.append(managerCall(QStringLiteral("GetUnitProcesses"), {unit}));
     callAll(calls, [callback = std::move(callback)](const QVector<QDBusMessage> &replies) {
-        QVector<int> counts;
+        QVector<QVector<UnitProcess>> processes;
         for (const QDBusMessage &reply : replies)
-            counts.append(answers(reply, "a(sus)") ? processesIn(reply).size() : -1);
-        callback(counts);
+            processes.append(processesIn(reply));
+        callback(processes);
     });
 }
 

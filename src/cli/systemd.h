@@ -33,8 +33,7 @@ public:
     using Units = std::function<void(const Client::Outcome &, const QVector<ListedUnit> &)>;
     using Files = std::function<void(const Client::Outcome &, const QStringList &)>;
     using Properties = std::function<void(const QVector<QVariantMap> &)>;
-    using Processes = std::function<void(const QVector<UnitProcess> &)>;
-    using Counts = std::function<void(const QVector<int> &)>;
+    using Processes = std::function<void(const QVector<QVector<UnitProcess>> &)>;
 
     explicit Systemd(const QDBusConnection &bus, QObject *parent = nullptr);
 
@@ -47,10 +46,8 @@ public:
     void listUnitsAtBoot(Files callback);
     /// Gives all properties of units, of each in one map; an empty one for a unit that is gone.
     void properties(const QStringList &paths, Properties callback);
-    /// Gives the processes of a unit, without their parents; none where they are not known.
-    void processes(const QString &unit, Processes callback);
-    /// Gives how many processes each unit has; -1 where that is not known.
-    void processCounts(const QStringList &units, Counts callback);
+    /// Gives the processes of each unit, without their parents; none where they are not known.
+    void processes(const QStringList &units, Processes callback);
 
 Q_SIGNALS:
     /// Properties of a task's unit have changed.

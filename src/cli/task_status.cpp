@@ -1,5 +1,6 @@
 #include "cli/task_status.h"
 
+#include "cli/process_stat.h"
 #include "client/wait_for.h"
 #include "common/places.h"
 #include "files/foreign_file.h"
@@ -24,12 +25,12 @@ quint64 peakOf(const QString &controlGroup)
     return isNumber ? peak : TaskStatus::notKnown;
 }
 
-void findParents(QVector<UnitProcess> &processes)
+// Reads who made each process.
+QVector<UnitProcess> withParents(QVector<UnitProcess> processes)
 {
-    for (UnitProcess &process : processes) {
-        const QString folder = Places::ofProcess().process(static_cast<uint>(process.pid));
-        process.parent = parentIn(readForeignFile(folder + QStringLiteral("/stat")).text);
-    }
+    for (UnitProcess &process : processes)
+        process.parent = statOf(process.pid, Places::ofProcess()).parent;
+    return processes;
 }
 
 } // namespace
@@ -49,6 +50,18 @@ void TaskStatus::take(const QVariantMap &properties)
     if (memoryPeak == notKnown && !controlGroup.isEmpty())
         memoryPeak = peakOf(controlGroup);
     result.take(properties);
+}
+
+void TaskStatus::takeProcesses(const QVector<UnitProcess> &own)
+{
+    processes = processTree(withParents(own));
+    if (processorTime != notKnown && memory != notKnown)
+        return;
+    const ProcessStat sum = sumOf(own, Places::ofProcess());
+    if (processorTime == notKnown)
+        processorTime = sum.processorTime;
+    if (memory == notKnown)
+        memory = sum.memory;
 }
 
 bool TaskStatus::hasResult() const { return result.code != 0 || result.isFailure(); }
@@ -72,11 +85,10 @@ Client::Outcome readStatus(Systemd &systemd, const QString &unit, TaskStatus &st
             [&](const auto &done) { systemd.properties(path, done); });
         status.activeState = one.activeState;
         status.take(properties.constFirst());
-        const auto [listedProcesses] = Client::waitFor<QVector<UnitProcess>>(
-            [&](const auto &done) { systemd.processes(unit, done); });
-        QVector<UnitProcess> processes = listedProcesses;
-        findParents(processes);
-        status.processes = processTree(processes);
+        const QStringList names{unit};
+        const auto [processes] = Client::waitFor<QVector<QVector<UnitProcess>>>(
+            [&](const auto &done) { systemd.processes(names, done); });
+        status.takeProcesses(processes.constFirst());
     }
     return {};
 }

@@ -34,6 +34,8 @@ struct TaskStatus
 
     /// Takes over what the unit's properties say.
     void take(const QVariantMap &properties);
+    /// Takes over the unit's processes, and from them what systemd does not account for.
+    void takeProcesses(const QVector<UnitProcess> &own);
     /// Whether it has ended, so that there is a result.
     [[nodiscard]] bool hasResult() const;
 };

@@ -263,8 +263,12 @@ QVector<QPair<QString, QString>> fields()
              QStringLiteral("its unit; this and what follows is not there for a task of the user's "
                             "session and with --root")},
             {QStringLiteral("state"), QStringLiteral("as in tasks; so are atBoot, pid and since")},
-            {QStringLiteral("cpuNanoseconds"), QStringLiteral("processor time of this run")},
-            {QStringLiteral("memoryBytes"), QStringLiteral("memory now")},
+            {QStringLiteral("cpuNanoseconds"),
+             QStringLiteral("processor time of this run; where systemd keeps no account, that of "
+                            "its processes that live now")},
+            {QStringLiteral("memoryBytes"),
+             QStringLiteral(
+                 "memory now; where systemd keeps no account, what its processes have resident")},
             {QStringLiteral("memoryPeakBytes"), QStringLiteral("the most memory of this run")},
             {QStringLiteral("result"),
              QStringLiteral("systemd's word for how it ended last, with exitStatus or signal, and "

@@ -3,10 +3,12 @@
 #include "cli/commands/all.h"
 #include "cli/exit_status.h"
 #include "cli/output.h"
+#include "cli/process_stat.h"
 #include "cli/task_list.h"
 #include "cli/task_units.h"
 #include "cli/words.h"
 #include "client/wait_for.h"
+#include "common/places.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -69,7 +71,20 @@ double shareOf(const Sample &before, quint64 moment, quint64 processorTime)
         / static_cast<double>(moment - before.moment) / percentOfNanosecondsPerMicrosecond;
 }
 
-Usage usageOf(const TaskRow &row, Samples &before, Samples &now)
+// What systemd does not account for is summed up over the processes.
+void takeProcesses(const QVector<UnitProcess> &processes, Usage &usage)
+{
+    // A task that runs has one: that there is none means that they are not known.
+    usage.processes = processes.isEmpty() ? -1 : processes.size();
+    if (isKnown(usage.processorTime) && isKnown(usage.memory))
+        return;
+    const ProcessStat sum = sumOf(processes, Places::ofProcess());
+    usage.processorTime = isKnown(usage.processorTime) ? usage.processorTime : sum.processorTime;
+    usage.memory = isKnown(usage.memory) ? usage.memory : sum.memory;
+}
+
+Usage usageOf(const TaskRow &row, const QVector<UnitProcess> &processes, const Samples &before,
+              Samples &now)
 {
     const QVariantMap &properties = row.properties;
     Usage usage;
@@ -77,6 +92,7 @@ Usage usageOf(const TaskRow &row, Samples &before, Samples &now)
     usage.pid = row.pid;
     usage.processorTime = quantity(properties, "CPUUsageNSec");
     usage.memory = quantity(properties, "MemoryCurrent");
+    takeProcesses(processes, usage);
     if (!isKnown(usage.processorTime))
         return usage;
     const QByteArray run = properties.value(QStringLiteral("InvocationID")).toByteArray();
@@ -87,25 +103,30 @@ Usage usageOf(const TaskRow &row, Samples &before, Samples &now)
     return usage;
 }
 
+QVector<TaskRow> runningOf(QVector<TaskRow> rows)
+{
+    rows.erase(std::remove_if(rows.begin(), rows.end(),
+                              [](const TaskRow &row) { return !row.isRunning(); }),
+               rows.end());
+    return rows;
+}
+
 Client::Outcome measure(Systemd &systemd, Samples &samples, QVector<Usage> &usages)
 {
     QVector<TaskRow> rows;
     if (const Client::Outcome outcome = listTasks(systemd, rows))
         return outcome;
-    Samples now;
+    rows = runningOf(rows);
     QStringList units;
-    usages.clear();
-    for (const TaskRow &row : qAsConst(rows)) {
-        if (!row.isRunning())
-            continue;
-        usages.append(usageOf(row, samples, now));
+    for (const TaskRow &row : qAsConst(rows))
         units.append(unitNameOf(row.id));
-    }
+    const auto [processes] = Client::waitFor<QVector<QVector<UnitProcess>>>(
+        [&](const auto &done) { systemd.processes(units, done); });
+    Samples now;
+    usages.clear();
+    for (int at = 0; at < rows.size(); ++at)
+        usages.append(usageOf(rows.at(at), processes.at(at), samples, now));
     samples = now;
-    const auto [counts] = Client::waitFor<QVector<int>>(
-        [&](const auto &done) { systemd.processCounts(units, done); });
-    for (int at = 0; at < usages.size(); ++at)
-        usages[at].processes = counts.at(at);
     std::stable_sort(usages.begin(), usages.end(),
                      [](const Usage &a, const Usage &b) { return a.share > b.share; });
     return {};
@@ -189,12 +210,19 @@ Command topCommand()
     Command command;
     command.name = QStringLiteral("top");
     command.summary = QStringLiteral("show what running tasks take");
-    command.description = QStringList{QStringLiteral(
-        "Lists the tasks that run as units of the system, those first that take most of the "
-        "processor: the share since the last look, or at first since the task started, in percent "
-        "of one processor; the processor time since it started; memory; and the number of "
-        "processes. On a terminal the list is refreshed until it is interrupted; elsewhere, and "
-        "with --json, it is printed once.")};
+    command.description = QStringList{
+        QStringLiteral(
+            "Lists the tasks that run as units of the system, those first that take most of the "
+            "processor: the share since the last look, or at first since the task started, in "
+            "percent "
+            "of one processor; the processor time since it started; memory; and the number of "
+            "processes. On a terminal the list is refreshed until it is interrupted; elsewhere, "
+            "and "
+            "with --json, it is printed once."),
+        QStringLiteral(
+            "Where systemd keeps no account of a task's processor time or memory, the sum "
+            "over its processes that live now is shown: processor time of those that "
+            "are gone is missing, and memory that they share counts for each.")};
     command.options = {{QStringLiteral("interval"), QStringLiteral("SECONDS"), Kind::Number,
                         QStringLiteral("how long to wait before looking again; 2 without it")}};
     command.fields = {
@@ -204,8 +232,12 @@ Command topCommand()
         {QStringLiteral("task"), QStringLiteral("the full id")},
         {QStringLiteral("pid"), QStringLiteral("its main process")},
         {QStringLiteral("cpuPercent"), QStringLiteral("share of one processor since it started")},
-        {QStringLiteral("cpuNanoseconds"), QStringLiteral("processor time since it started")},
-        {QStringLiteral("memoryBytes"), QStringLiteral("memory")},
+        {QStringLiteral("cpuNanoseconds"),
+         QStringLiteral("processor time since it started; where systemd keeps no account, that of "
+                        "its processes that live now")},
+        {QStringLiteral("memoryBytes"),
+         QStringLiteral(
+             "memory; where systemd keeps no account, what its processes have resident")},
         {QStringLiteral("processes"), QStringLiteral("number of processes")}};
     command.run = run;
     return command;

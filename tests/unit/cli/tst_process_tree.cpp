@@ -7,28 +7,9 @@ class TestProcessTree : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsTheParent_data();
-    void readsTheParent();
     void putsEachBelowItsMaker_data();
     void putsEachBelowItsMaker();
 };
-
-void TestProcessTree::readsTheParent_data()
-{
-    QTest::addColumn<QByteArray>("stat");
-    QTest::addColumn<int>("parent");
-    QTest::newRow("a plain name") << QByteArray("12 (worker) S 11 12 12 0") << 11;
-    QTest::newRow("a name with brackets") << QByteArray("12 (a) R 7 (b) S 11 12") << 11;
-    QTest::newRow("nothing") << QByteArray() << 0;
-    QTest::newRow("cut off") << QByteArray("12 (worker) S") << 0;
-}
-
-void TestProcessTree::readsTheParent()
-{
-    QFETCH(QByteArray, stat);
-    QFETCH(int, parent);
-    QCOMPARE(Cli::parentIn(stat), parent);
-}
 
 void TestProcessTree::putsEachBelowItsMaker_data()
 {
