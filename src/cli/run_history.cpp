@@ -241,9 +241,14 @@ QString endOf(const PastRun &run)
 {
     if (run.startFailed)
         return QStringLiteral("not started: ") + run.result.toString();
-    if (run.wasStopped && run.state == PastRun::Ended)
-        return QStringLiteral("stopped");
-    return run.result.toString();
+    if (!run.wasStopped)
+        return run.result.toString();
+    // The sandbox says with its status that the program obeyed the signal to stop.
+    constexpr int obeyed = 128 + SIGTERM;
+    const bool hasObeyed = run.result.code == CLD_EXITED && run.result.status == obeyed;
+    return run.state == PastRun::Ended || hasObeyed
+        ? QStringLiteral("stopped")
+        : QStringLiteral("stopped, ") + run.result.toString();
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #   container_boot       boots it and waits until it is up; again after container_stop
 #   in_container CMD...  runs a command in it, as root unless it says otherwise
 #   container_stop       powers it off; the overlay stays
+#   container_cut_power  ends it at once, as a power cut does; the overlay stays
 #   container_remove     ends it and leaves nothing behind: call at exit
 #
 # ORVANE_BUS: which program is the system bus: daemon (dbus-daemon), also when unset, or broker (dbus-broker).
@@ -161,6 +162,12 @@ container_stop() {
         in_container systemctl --no-block poweroff 2>/dev/null || kill -TERM "$container_nspawn"
         wait_for 30 "the container to stop" container_gone || kill -KILL "$container_pid"
     fi
+    container_forget
+}
+
+container_cut_power() {
+    kill -KILL "$container_leader"
+    wait_for 10 "the container to be gone" container_gone
     container_forget
 }
 

@@ -164,7 +164,10 @@ void TestRunHistory::tellsHowARunEnded_data()
     row("stopped", Said().started().stopping().succeeded().stopped(), "ended 2 stopped");
     row("stopped, and failed at that",
         Said().started().stopping().exited("exited", "4").failed("exit-code").stopped(),
-        "failed 3 exit status 4");
+        "failed 3 stopped, exit status 4");
+    row("stopped, with the sandbox's status for that",
+        Said().started().stopping().exited("exited", "143").failed("exit-code").stopped(),
+        "failed 3 stopped");
     row("no working directory", Said().started().exited("exited", "200").failed("exit-code"),
         "failed 2 exit status 200 (its working directory is not there)");
     row("start failed",
