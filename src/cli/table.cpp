@@ -11,6 +11,7 @@ namespace {
 constexpr int gap = 2;
 // A column is not made narrower than this while another is wider.
 constexpr int narrowest = 4;
+constexpr int leftOut = -1;
 
 int widthOf(uint character)
 {
@@ -71,6 +72,19 @@ QString shortened(const QString &text, int width)
         + QString::fromUcs4(characters.constData() + tail, characters.size() - tail);
 }
 
+QString endOf(const QString &text, int width)
+{
+    if (displayWidth(text) <= width)
+        return text;
+    const QVector<uint> characters = text.toUcs4();
+    int room = width - 1;
+    int tail = characters.size();
+    while (tail > 0 && room >= widthOf(characters.at(tail - 1)))
+        room -= widthOf(characters.at(--tail));
+    return QChar(0x2026)
+        + QString::fromUcs4(characters.constData() + tail, characters.size() - tail);
+}
+
 Table::Table(QVector<Column> columns)
     : m_columns(std::move(columns))
 {
@@ -88,32 +102,84 @@ void Table::add(const QStringList &cells)
     m_rows.append(shown);
 }
 
-QVector<int> Table::widthsFor(int width) const
+QVector<int> Table::ownWidths() const
 {
     QVector<int> widths(m_columns.size(), 0);
     for (const QStringList &row : m_rows) {
         for (int column = 0; column < widths.size(); ++column)
             widths[column] = std::max(widths.at(column), displayWidth(row.at(column)));
     }
+    return widths;
+}
+
+// The one that gives way next; the end where none can.
+QVector<int>::iterator Table::widestOf(QVector<int> &widths) const
+{
+    auto widest = widths.end();
+    for (const bool mayBeKept : {false, true}) {
+        for (int column = 0; column < widths.size(); ++column) {
+            const bool isKept = m_columns.at(column).excess == Excess::Keep;
+            const auto one = widths.begin() + column;
+            if (*one > narrowest && isKept == mayBeKept
+                && (widest == widths.end() || *one > *widest))
+                widest = one;
+        }
+        if (widest != widths.end())
+            break;
+    }
+    return widest;
+}
+
+QVector<int> Table::widthsFor(int width) const
+{
+    QVector<int> widths = ownWidths();
     if (width <= 0)
         return widths;
-    const int gaps = gap * (widths.size() - 1);
-    int excess = std::accumulate(widths.cbegin(), widths.cend(), gaps) - width;
-    while (excess > 0) {
-        const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= narrowest)
+    int excess = std::accumulate(widths.cbegin(), widths.cend(), gap * (widths.size() - 1)) - width;
+    for (int column = 0; column < widths.size() && excess > 0; ++column) {
+        if (!m_columns.at(column).isDispensable)
+            continue;
+        excess -= widths.at(column) + gap;
+        widths[column] = leftOut;
+    }
+    for (; excess > 0; --excess) {
+        const auto widest = widestOf(widths);
+        if (widest == widths.end())
             break;
         --*widest;
-        --excess;
     }
     return widths;
+}
+
+QStringList Table::linesOf(const QStringList &cells, const QVector<int> &widths) const
+{
+    QVector<QStringList> pieces;
+    int height = 1;
+    for (int column = 0; column < widths.size(); ++column) {
+        const QString &cell = cells.at(column);
+        const bool isWrapped = m_columns.at(column).excess == Excess::Wrap;
+        pieces.append(isWrapped ? wrapped(cell, 0, widths.at(column)) : QStringList(cell));
+        height = std::max(height, pieces.constLast().size());
+    }
+    QStringList lines;
+    for (int line = 0; line < height; ++line) {
+        QStringList parts;
+        for (const QStringList &piece : qAsConst(pieces))
+            parts.append(piece.value(line));
+        lines.append(lineOf(parts, widths));
+    }
+    return lines;
 }
 
 QString Table::lineOf(const QStringList &cells, const QVector<int> &widths) const
 {
     QString line;
     for (int column = 0; column < widths.size(); ++column) {
-        const QString cell = shortened(cells.at(column), widths.at(column));
+        if (widths.at(column) == leftOut)
+            continue;
+        const bool endMatters = m_columns.at(column).excess == Excess::CutBeginning;
+        const QString cell = endMatters ? endOf(cells.at(column), widths.at(column))
+                                        : shortened(cells.at(column), widths.at(column));
         const QString blanks = padding(widths.at(column) - displayWidth(cell));
         line += column > 0 ? padding(gap) : QString();
         line += m_columns.at(column).alignment == Right ? blanks + cell : cell + blanks;
@@ -128,7 +194,7 @@ QStringList Table::lines(int width) const
     const QVector<int> widths = widthsFor(width);
     QStringList lines;
     for (const QStringList &row : m_rows)
-        lines.append(lineOf(row, widths));
+        lines += linesOf(row, widths);
     return lines;
 }
 

@@ -11,11 +11,25 @@ class Table
 {
 public:
     enum Alignment { Left, Right };
+    /// What becomes of a text that is wider than its column.
+    enum class Excess {
+        /// Its middle is left out: of ids both ends matter.
+        CutMiddle,
+        /// Its beginning is left out: of a place in a file the end matters.
+        CutBeginning,
+        /// It goes on in further lines: for sentences.
+        Wrap,
+        /// The other columns give way first: for times, of which a part says nothing.
+        Keep
+    };
 
     struct Column
     {
         QString title;
         Alignment alignment = Left;
+        Excess excess = Excess::CutMiddle;
+        /// Whether the column is left out where the table would not fit; never the first one.
+        bool isDispensable = false;
     };
 
     explicit Table(QVector<Column> columns);
@@ -23,13 +37,18 @@ public:
     /// terminal would obey them.
     void add(const QStringList &cells);
 
-    /// The title line and the rows, without line breaks and blanks at their ends. What does not fit
-    /// is taken from the column that is widest at the time, and an ellipsis says so.
+    /// The title line and the rows, without line breaks and blanks at their ends. Where they do not
+    /// fit, dispensable columns are left out, then the column that is widest at the time is made
+    /// narrower; an ellipsis is where text was left out.
     /// @param width columns of the terminal; 0 for as many as it takes.
     [[nodiscard]] QStringList lines(int width) const;
 
 private:
+    // Of each column; -1 where it is left out.
     [[nodiscard]] QVector<int> widthsFor(int width) const;
+    [[nodiscard]] QVector<int> ownWidths() const;
+    [[nodiscard]] QVector<int>::iterator widestOf(QVector<int> &widths) const;
+    [[nodiscard]] QStringList linesOf(const QStringList &cells, const QVector<int> &widths) const;
     [[nodiscard]] QString lineOf(const QStringList &cells, const QVector<int> &widths) const;
 
     QVector<Column> m_columns;
@@ -44,6 +63,8 @@ private:
 /// The text in at most this number of columns: what is too much is taken from its middle, because
 /// ids and paths begin alike, and an ellipsis says so.
 [[nodiscard]] QString shortened(const QString &text, int width);
+/// The same, but what is too much is taken from its beginning.
+[[nodiscard]] QString endOf(const QString &text, int width);
 /// The text in lines, broken at blanks; a word that is longer than a line keeps a line of its own,
 /// because a path that is broken cannot be copied.
 /// @param indentation blanks before every line.

@@ -56,6 +56,13 @@ std::unique_ptr<ToolProcess> Stage::startTool(const QStringList &arguments,
     return std::make_unique<ToolProcess>(daemonEnvironment(environment), arguments);
 }
 
+std::unique_ptr<ToolProcess> Stage::startToolInTerminal(const QStringList &arguments,
+                                                        int columns) const
+{
+    const QStringList plain{QStringLiteral("NO_COLOR=1"), QStringLiteral("LC_ALL=C.UTF-8")};
+    return std::make_unique<ToolProcess>(daemonEnvironment(plain), arguments, columns);
+}
+
 ToolOutput Stage::runTool(const QStringList &arguments, const QStringList &environment) const
 {
     const std::unique_ptr<ToolProcess> tool = startTool(arguments, environment);

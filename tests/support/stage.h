@@ -36,6 +36,9 @@ public:
     /// Starts orvanectl on this bus and these files.
     [[nodiscard]] std::unique_ptr<ToolProcess> startTool(const QStringList &arguments,
                                                          const QStringList &environment = {}) const;
+    /// The same on a terminal of so many columns.
+    [[nodiscard]] std::unique_ptr<ToolProcess> startToolInTerminal(const QStringList &arguments,
+                                                                   int columns) const;
     /// Runs it to its end, while the fakes go on working.
     [[nodiscard]] ToolOutput runTool(const QStringList &arguments,
                                      const QStringList &environment = {}) const;

@@ -1,11 +1,40 @@
 #include "support/tool_process.h"
 
+namespace {
+
+QString tool() { return qEnvironmentVariable("ORVANECTL", QStringLiteral(ORVANECTL)); }
+
+// A word of a shell's line.
+QString quoted(QString word)
+{
+    return QLatin1Char('\'') + word.replace(QLatin1Char('\''), QLatin1String("'\\''"))
+        + QLatin1Char('\'');
+}
+
+} // namespace
+
 ToolProcess::ToolProcess(const QStringList &environment, const QStringList &arguments)
 {
+    start(tool(), environment, arguments);
+}
+
+ToolProcess::ToolProcess(const QStringList &environment, const QStringList &arguments, int columns)
+{
+    QString line = QStringLiteral("stty cols %1 rows 24; exec %2").arg(columns).arg(quoted(tool()));
+    for (const QString &argument : arguments)
+        line += QLatin1Char(' ') + quoted(argument);
+    start(QStringLiteral("script"), environment,
+          {QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"), line,
+           QStringLiteral("/dev/null")});
+}
+
+void ToolProcess::start(const QString &program, const QStringList &environment,
+                        const QStringList &arguments)
+{
     m_process.setEnvironment(QProcess::systemEnvironment() + environment);
-    m_process.start(qEnvironmentVariable("ORVANECTL", QStringLiteral(ORVANECTL)), arguments);
+    m_process.start(program, arguments);
     if (!m_process.waitForStarted())
-        qFatal("orvanectl does not start: %s", qPrintable(m_process.errorString()));
+        qFatal("%s does not start: %s", qPrintable(program), qPrintable(m_process.errorString()));
 }
 
 ToolProcess::~ToolProcess()

@@ -14,12 +14,15 @@ struct ToolOutput
     QByteArray errors;
 };
 
-/// orvanectl as a process of its own, on pipes. Killed with the object.
+/// orvanectl as a process of its own, on pipes or on a terminal. Killed with the object.
 class ToolProcess
 {
 public:
     /// @param environment NAME=VALUE, besides the test's own.
     ToolProcess(const QStringList &environment, const QStringList &arguments);
+    /// The same on a terminal.
+    /// @param columns how wide it is; it has 24 lines.
+    ToolProcess(const QStringList &environment, const QStringList &arguments, int columns);
     ~ToolProcess();
     Q_DISABLE_COPY(ToolProcess)
 
@@ -28,6 +31,9 @@ public:
     [[nodiscard]] ToolOutput output();
 
 private:
+    void start(const QString &program, const QStringList &environment,
+               const QStringList &arguments);
+
     DeathBoundProcess m_process;
     QByteArray m_out;
     QByteArray m_errors;

@@ -111,8 +111,9 @@ QJsonObject objectOf(const QString &application, const Layers &layers)
 
 int listAll(const Asked &asked, Output &output)
 {
-    Table table(
-        {{QStringLiteral("APPLICATION")}, {QStringLiteral("STARTS")}, {QStringLiteral("FILE")}});
+    Table table({{QStringLiteral("APPLICATION")},
+                 {QStringLiteral("STARTS")},
+                 {QStringLiteral("FILE"), Table::Left, Table::Excess::CutBeginning}});
     QJsonArray objects;
     const QMap<QString, Layers> all = layersFor(asked);
     for (auto layers = all.constBegin(); layers != all.constEnd(); ++layers) {
@@ -167,7 +168,7 @@ QStringList linesOf(const Asked &asked, const Layers &layers, int width)
     Table table({{QStringLiteral("LAYER")},
                  {QStringLiteral("STARTS")},
                  {QStringLiteral("DECIDES")},
-                 {QStringLiteral("FILE")}});
+                 {QStringLiteral("FILE"), Table::Left, Table::Excess::CutBeginning}});
     for (const Layer &layer : layersIn(layers, asked)) {
         if (layer.settings->isEmpty())
             table.add({layer.name, unknown(), yesOrNo(false), QStringLiteral("no setting")});
@@ -175,7 +176,7 @@ QStringList linesOf(const Asked &asked, const Layers &layers, int width)
             table.add({layer.name, yesOrNo(setting.enabled), yesOrNo(&setting == layers.deciding()),
                        placeOf(&setting)});
     }
-    return QStringList{printable(verdictOn(asked, layers))} + table.lines(width)
+    return wrapped(printable(verdictOn(asked, layers)), 0, width) + table.lines(width)
         + QStringList{QStringLiteral("Root and the group privileged may change it: "
                                      "orvanectl autostart enable|disable")};
 }

@@ -129,11 +129,11 @@ QJsonObject objectOf(const QString &taskId, const QVector<PastRun> &runs)
 
 Table tableOf(const QVector<PastRun> &runs)
 {
-    Table table({{QStringLiteral("STARTED")},
+    Table table({{QStringLiteral("STARTED"), Table::Left, Table::Excess::Keep},
                  {QStringLiteral("LASTED"), Table::Right},
                  {QStringLiteral("CPU TIME"), Table::Right},
                  {QStringLiteral("PEAK"), Table::Right},
-                 {QStringLiteral("RESULT")}});
+                 {QStringLiteral("RESULT"), Table::Left, Table::Excess::Wrap}});
     for (const PastRun &run : runs)
         table.add({momentOf(run.start > 0 ? run.start : run.end), durationOf(run.lasted),
                    processorTimeOf(run.processorTime), bytesOf(run.memoryPeak), run.toString()});

@@ -54,19 +54,24 @@ QStringList linesOf(const Finding &finding, const Output &output)
         ? finding.file
         : QStringLiteral("%1:%2").arg(finding.file).arg(finding.line);
     const QString severity = output.coloured(wordOf(finding.severity), colourOf(finding.severity));
-    QStringList lines{printable(place) + QStringLiteral(": ") + severity + QStringLiteral(": ")
-                      + printable(finding.text) + QStringLiteral(" [%1]").arg(finding.rule)};
+    constexpr int indentation = 4;
+    const int width = output.terminal().width;
+    QStringList lines =
+        wrapped(printable(place) + QStringLiteral(": ") + severity + QStringLiteral(": ")
+                    + printable(finding.text) + QStringLiteral(" [%1]").arg(finding.rule),
+                0, width);
     if (const LintRule *rule = lintRule(finding.rule)) {
-        lines.append(QStringLiteral("    ") + QString::fromLatin1(rule->rule->sentence));
-        lines.append(QStringLiteral("    ") + QString::fromLatin1(rule->instead));
+        lines += wrapped(QString::fromLatin1(rule->rule->sentence), indentation, width);
+        lines += wrapped(QString::fromLatin1(rule->instead), indentation, width);
     }
     return lines;
 }
 
 int listRules(Output &output)
 {
-    Table table(
-        {{QStringLiteral("RULE")}, {QStringLiteral("SEVERITY")}, {QStringLiteral("FINDS")}});
+    Table table({{QStringLiteral("RULE")},
+                 {QStringLiteral("SEVERITY")},
+                 {QStringLiteral("FINDS"), Table::Left, Table::Excess::Wrap}});
     QJsonArray objects;
     for (const LintRule &rule : lintRules()) {
         objects.append(objectOf(rule));

@@ -95,8 +95,9 @@ QStringList linesOf(const Core::TaskPlan &plan)
 
 Table newTable()
 {
-    return Table(
-        {{QStringLiteral("SETTING")}, {QStringLiteral("VALUE")}, {QStringLiteral("FROM")}});
+    return Table({{QStringLiteral("SETTING")},
+                  {QStringLiteral("VALUE")},
+                  {QStringLiteral("FROM"), Table::Left, Table::Excess::CutBeginning}});
 }
 
 QStringList linesOf(const QVector<ValueOrigin> &origins)

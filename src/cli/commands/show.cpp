@@ -45,20 +45,26 @@ public:
     }
     void add(const QString &label, const QString &value)
     {
-        constexpr int labelWidth = 13;
-        all.append(label.leftJustified(labelWidth) + printable(value));
+        const QString line = label.leftJustified(labelWidth) + printable(value);
+        if (m_width <= 0 || displayWidth(line) <= m_width) {
+            all.append(line);
+            return;
+        }
+        QStringList lines = wrapped(printable(value), labelWidth, m_width);
+        lines.first().replace(0, labelWidth, label.leftJustified(labelWidth));
+        all += lines;
     }
-    // For command lines, which may be very long. Of a path or a reason the end matters.
+    // For command lines, which may be very long.
     void addCut(const QString &label, const QString &value)
     {
-        add(label, value);
-        if (m_width > 0)
-            all.last() = shortened(all.constLast(), m_width);
+        const QString line = label.leftJustified(labelWidth) + printable(value);
+        all.append(m_width > 0 ? shortened(line, m_width) : line);
     }
 
     QStringList all;
 
 private:
+    static constexpr int labelWidth = 13;
     const int m_width;
 };
 

@@ -67,11 +67,11 @@ int run(const Request &request, Output &output)
         return Output::fail(outcome);
     Table table({{QStringLiteral("TASK")},
                  {QStringLiteral("TYPE")},
-                 {QStringLiteral("SERVED BY")},
+                 {QStringLiteral("SERVED BY"), Table::Left, Table::Excess::CutMiddle, true},
                  {QStringLiteral("STATE")},
                  {QStringLiteral("PID"), Table::Right},
                  {QStringLiteral("BOOT")},
-                 {QStringLiteral("SINCE")}});
+                 {QStringLiteral("SINCE"), Table::Left, Table::Excess::Keep}});
     QJsonArray objects;
     for (const TaskRow &row : qAsConst(rows)) {
         if (!isAskedFor(row, request))

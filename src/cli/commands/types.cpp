@@ -25,7 +25,7 @@ int run(const Request &, Output &output)
     Table table({{QStringLiteral("TYPE")},
                  {QStringLiteral("SERVED BY")},
                  {QStringLiteral("TASKS"), Table::Right},
-                 {QStringLiteral("FILE")}});
+                 {QStringLiteral("FILE"), Table::Left, Table::Excess::CutBeginning}});
     QJsonArray objects;
     for (const TaskType &type : taskTypes()) {
         objects.append(objectOf(type));

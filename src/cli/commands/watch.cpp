@@ -110,16 +110,18 @@ private:
         const QString time = QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss"))
             + QStringLiteral("  ");
         const QString start = time + m_output.coloured(kind, shown.colour) + QLatin1Char(' ');
-        const int room = m_output.terminal().width - time.size() - longest - 1 - end.size();
-        m_output.printEvent(start + fitted(event.taskId, room) + end);
+        const int room = m_output.terminal().width - time.size() - longest - 1;
+        m_output.printEvent(start + fitted(printable(event.taskId), end, room));
     }
 
-    // As wide as there is room for on a terminal, but wide enough to be told from others.
-    [[nodiscard]] QString fitted(const QString &taskId, int room) const
+    // A terminal's line: the id gives way first, but stays wide enough to be told from others.
+    [[nodiscard]] QString fitted(const QString &id, const QString &end, int room) const
     {
-        constexpr int narrowest = 24;
-        const QString id = printable(taskId);
-        return m_output.terminal().isThere() ? shortened(id, std::max(narrowest, room)) : id;
+        constexpr int narrowest = 32;
+        if (!m_output.terminal().isThere())
+            return id + end;
+        const QString shown = shortened(id, std::max(narrowest, room - displayWidth(end)));
+        return shown + shortened(end, std::max(narrowest, room - displayWidth(shown)));
     }
 
     Output &m_output;

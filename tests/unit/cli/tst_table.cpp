@@ -15,6 +15,10 @@ private Q_SLOTS:
     void keepsNarrowColumnsReadable();
     void countsColumnsOfTheTerminal();
     void showsNothingThatATerminalObeys();
+    void keepsTheEndsOfPlaces();
+    void goesOnInFurtherLines();
+    void leavesOutWhatIsDispensable();
+    void keepsTimes();
     void breaksLinesAtBlanks();
 };
 
@@ -71,6 +75,52 @@ void TestTable::showsNothingThatATerminalObeys()
     Table table({{QStringLiteral("A")}});
     table.add({QStringLiteral("x\x1b[2J\ny") + QChar(0x202e)});
     QCOMPARE(table.lines(80).at(1), QStringLiteral("x?[2J?y?"));
+}
+
+void TestTable::keepsTheEndsOfPlaces()
+{
+    Table table(
+        {{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Excess::CutBeginning}});
+    table.add({QStringLiteral("abcdef"), QStringLiteral("/usr/share/notes.desktop:12 (Exec)")});
+    QCOMPARE(table.lines(28).at(1), QString::fromUtf8("abcdef  …s.desktop:12 (Exec)"));
+    QCOMPARE(Cli::endOf(QString::fromUtf8("日本"), 3), QString::fromUtf8("…本"));
+    QCOMPARE(Cli::endOf(QString::fromUtf8("日本"), 2), QString::fromUtf8("…"));
+    QCOMPARE(Cli::endOf(QStringLiteral("abc"), 3), QStringLiteral("abc"));
+}
+
+void TestTable::goesOnInFurtherLines()
+{
+    Table table({{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Excess::Wrap}});
+    table.add({QStringLiteral("x"), QStringLiteral("one two three four")});
+    table.add({QStringLiteral("y"), QStringLiteral("a-word-without-a-blank")});
+    table.add({QStringLiteral("z"), QString()});
+    QCOMPARE(table.lines(16),
+             QStringList({QStringLiteral("A  B"), QStringLiteral("x  one two three"),
+                          QStringLiteral("   four"), QString::fromUtf8("y  a-word…-blank"),
+                          QStringLiteral("z")}));
+    QCOMPARE(table.lines(0).at(1), QStringLiteral("x  one two three four"));
+}
+
+void TestTable::leavesOutWhatIsDispensable()
+{
+    Table table({{QStringLiteral("A")},
+                 {QStringLiteral("B"), Table::Left, Table::Excess::CutMiddle, true},
+                 {QStringLiteral("C")}});
+    table.add({QStringLiteral("aaaaaaaa"), QStringLiteral("bb"), QStringLiteral("cc")});
+    QCOMPARE(table.lines(16).at(1), QStringLiteral("aaaaaaaa  bb  cc"));
+    QCOMPARE(table.lines(15),
+             QStringList({QStringLiteral("A         C"), QStringLiteral("aaaaaaaa  cc")}));
+    QCOMPARE(table.lines(11).at(1), QString::fromUtf8("aaa…aaa  cc"));
+    QCOMPARE(table.lines(0).at(1), QStringLiteral("aaaaaaaa  bb  cc"));
+}
+
+void TestTable::keepsTimes()
+{
+    Table table({{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Excess::Keep}});
+    table.add({QStringLiteral("aaaaaa"), QStringLiteral("2020-02-03")});
+    QCOMPARE(table.lines(16).at(1), QString::fromUtf8("aa…a  2020-02-03"));
+    // There is nothing else left to take from.
+    QCOMPARE(table.lines(12).at(1), QString::fromUtf8("aa…a  202…03"));
 }
 
 void TestTable::breaksLinesAtBlanks()
