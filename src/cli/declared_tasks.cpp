@@ -53,6 +53,12 @@ DeclaredTask declaredTask(const QString &taskId)
     return Core::ApplicationRegistry::instance()->task(Core::ApplicationTaskId(taskId));
 }
 
+QString notDeclared(const QString &taskId)
+{
+    return QStringLiteral("no installed application declares the task %1; see: orvanectl tasks")
+        .arg(taskId);
+}
+
 bool worksInSession(const QString &taskType)
 {
     NoFindings findings;

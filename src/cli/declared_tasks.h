@@ -13,6 +13,8 @@ using DeclaredTask = Core::ApplicationInfo::TaskInfo;
 [[nodiscard]] QVector<DeclaredTask> declaredTasks();
 /// The declaration of a task; its id is not valid when there is none.
 [[nodiscard]] DeclaredTask declaredTask(const QString &taskId);
+/// The line for a person when no application declares a task.
+[[nodiscard]] QString notDeclared(const QString &taskId);
 /// Whether tasks of a type run in the user's session, so that the per-user service serves them.
 [[nodiscard]] bool worksInSession(const QString &taskType);
 

@@ -37,6 +37,21 @@ Client::StartRequest requestOf(const Request &request)
     return start;
 }
 
+// Takes over what has a form of its own. Gives what is wrong with it, if anything.
+QString takeSettings(const Request &request, AskedStart &asked)
+{
+    for (const QString &setting : request.values(QStringLiteral("set"))) {
+        if (!addSetting(setting, asked.request.unitSettings))
+            return QStringLiteral("--set %1 is not KEY=VALUE").arg(setting);
+    }
+    for (const QString &entry : qAsConst(asked.request.environment)) {
+        if (entry.indexOf(QLatin1Char('=')) <= 0)
+            return QStringLiteral("--env %1 is not NAME=VALUE").arg(entry);
+    }
+    const bool needsUser = asked.task.taskId.isValid() && !worksInSession(asked.task.type);
+    return needsUser && !asked.request.user ? QStringLiteral("--user is missing") : QString();
+}
+
 Option option(const char *name, const char *value, Kind kind, const char *help,
               bool isRepeatable = false)
 {
@@ -71,20 +86,20 @@ QVector<Option> startOptions()
     };
 }
 
-AskedStart askedStart(const Request &request, const DeclaredTask &task)
+AskedStart askedStart(const Request &request, const QString &command)
 {
-    AskedStart asked{requestOf(request), {}};
-    for (const QString &setting : request.values(QStringLiteral("set"))) {
-        if (!addSetting(setting, asked.request.unitSettings))
-            asked.complaint = QStringLiteral("--set %1 is not KEY=VALUE").arg(setting);
+    AskedStart asked;
+    asked.taskId = request.arguments.value(0);
+    asked.task = declaredTask(asked.taskId);
+    asked.request = requestOf(request);
+    const QString wrong = takeSettings(request, asked);
+    if (!wrong.isEmpty()) {
+        asked.status = WrongUsage;
+        asked.complaint = QStringLiteral("%1; try: orvanectl %2 --help").arg(wrong, command);
+    } else if (!asked.task.taskId.isValid()) {
+        asked.status = No;
+        asked.complaint = notDeclared(asked.taskId);
     }
-    for (const QString &entry : qAsConst(asked.request.environment)) {
-        if (entry.indexOf(QLatin1Char('=')) <= 0)
-            asked.complaint = QStringLiteral("--env %1 is not NAME=VALUE").arg(entry);
-    }
-    if (asked.complaint.isEmpty() && task.taskId.isValid() && !asked.request.user
-        && !worksInSession(task.type))
-        asked.complaint = QStringLiteral("--user is missing");
     return asked;
 }
 
@@ -101,12 +116,6 @@ QString optionOfHint(const QString &hint)
         {QStringLiteral("Environment"), QStringLiteral("--env")},
     };
     return options.value(hint);
-}
-
-QString notDeclared(const QString &taskId)
-{
-    return QStringLiteral("no installed application declares the task %1; see: orvanectl tasks")
-        .arg(taskId);
 }
 
 } // namespace Cli

@@ -2,6 +2,7 @@
 
 #include "cli/command.h"
 #include "cli/declared_tasks.h"
+#include "cli/exit_status.h"
 #include "client/start_request.h"
 
 #include <QString>
@@ -15,24 +16,25 @@ namespace Cli {
 /// The options, one for each hint.
 [[nodiscard]] QVector<Option> startOptions();
 
-/// What a command line asks for, or what is wrong with it.
+/// A start as a command line asks for it, or what is wrong with it.
 struct AskedStart
 {
+    QString taskId;
+    /// Its declaration; the id is not valid when there is none.
+    DeclaredTask task;
     Client::StartRequest request;
-    /// One line for a person; empty when nothing is wrong.
+    /// Done; WrongUsage; or No where no application declares the task.
+    ExitStatus status = Done;
+    /// One line for a person, which says what to do; empty when nothing is wrong.
     QString complaint;
 };
 
-/// Reads the options of a command line that startOptions() describes.
-/// @param task the declaration that is meant, which says whether a user is required; one whose id
-/// is not valid requires none.
-[[nodiscard]] AskedStart askedStart(const Request &request, const DeclaredTask &task);
+/// Reads a command line whose argument is a task and whose options are startOptions().
+/// @param command the name of the command, for its help.
+[[nodiscard]] AskedStart askedStart(const Request &request, const QString &command);
 
 /// The option that gives a hint, with its dashes; empty for a name that is no hint's.
 /// @param hint the hint's name in a call of the daemon: "CPULimit".
 [[nodiscard]] QString optionOfHint(const QString &hint);
-
-/// The line for a person when no application declares a task.
-[[nodiscard]] QString notDeclared(const QString &taskId);
 
 } // namespace Cli

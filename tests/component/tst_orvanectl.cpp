@@ -55,6 +55,7 @@ private Q_SLOTS:
     void showsWhatTasksTake();
     void startsWithEachHint();
     void saysNothingWhenAStartIsAccepted();
+    void saysWhyAStartIsRefused_data();
     void saysWhyAStartIsRefused();
     void refusesAWrongLine_data();
     void refusesAWrongLine();
@@ -241,15 +242,33 @@ void TestOrvanectl::saysNothingWhenAStartIsAccepted()
              QStringLiteral("accepted"));
 }
 
+void TestOrvanectl::saysWhyAStartIsRefused_data()
+{
+    QTest::addColumn<QStringList>("line");
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<QByteArray>("complaint");
+    QTest::newRow("by the daemon") << words("start com.example.Notes.task_sync --user root")
+                                   << QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs")
+                                   << QByteArray("User cannot be root");
+    QTest::newRow("because nobody declares the task")
+        << words("start com.example.Notes.task_none --user user")
+        << QStringLiteral("org.zarn.Orvane.Error.TaskNotFound")
+        << QByteArray("no installed application declares the task "
+                      "com.example.Notes.task_none; see: orvanectl tasks");
+}
+
 void TestOrvanectl::saysWhyAStartIsRefused()
 {
-    const ToolOutput output = run("start com.example.Notes.task_sync --user root --json");
+    QFETCH(QStringList, line);
+    QFETCH(QString, error);
+    QFETCH(QByteArray, complaint);
+    const ToolOutput output = stage->runTool(line + QStringList(QStringLiteral("--json")));
     QCOMPARE(output.status, 1);
-    QCOMPARE(output.errors, QByteArray("orvanectl: User cannot be root\n"));
+    QCOMPARE(output.errors, QByteArray("orvanectl: " + complaint + '\n'));
     const QJsonObject object = objectIn(output.out);
     QCOMPARE(object.value(QStringLiteral("outcome")).toString(), QStringLiteral("refused"));
-    QCOMPARE(object.value(QStringLiteral("error")).toString(),
-             QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QCOMPARE(object.value(QStringLiteral("error")).toString(), error);
+    QCOMPARE(object.value(QStringLiteral("reason")).toString().toUtf8(), complaint);
 }
 
 void TestOrvanectl::refusesAWrongLine_data()

@@ -5,7 +5,6 @@
 #include "cli/exit_status.h"
 #include "cli/output.h"
 #include "cli/run_history.h"
-#include "cli/start_options.h"
 #include "cli/task_status.h"
 #include "cli/task_units.h"
 #include "cli/words.h"

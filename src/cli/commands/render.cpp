@@ -159,17 +159,15 @@ int show(const DeclaredTask &task, const Client::StartRequest &start, bool wants
 
 int run(const Request &request, Output &output)
 {
-    const QString taskId = request.arguments.value(0);
-    const DeclaredTask task = declaredTask(taskId);
-    const auto [start, complaint] = askedStart(request, task);
-    if (!complaint.isEmpty())
-        return Output::fail(WrongUsage,
-                            complaint + QStringLiteral("; try: orvanectl render --help"));
-    if (!task.taskId.isValid())
-        return refuse(taskId, {Core::Error::TaskNotFound, notDeclared(taskId)}, output);
-    if (worksInSession(task.type))
-        return refuse(taskId, {Core::Error::NotSupported, servedByUser(task.type)}, output);
-    return show(task, start, request.has(QStringLiteral("origin")), output);
+    const AskedStart asked = askedStart(request, QStringLiteral("render"));
+    if (asked.status == WrongUsage)
+        return Output::fail(asked.status, asked.complaint);
+    if (asked.status == No)
+        return refuse(asked.taskId, {Core::Error::TaskNotFound, asked.complaint}, output);
+    const QString &type = asked.task.type;
+    if (worksInSession(type))
+        return refuse(asked.taskId, {Core::Error::NotSupported, servedByUser(type)}, output);
+    return show(asked.task, asked.request, request.has(QStringLiteral("origin")), output);
 }
 
 QVector<Option> options()

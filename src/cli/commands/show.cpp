@@ -1,6 +1,7 @@
 // orvanectl show
 
 #include "cli/commands/all.h"
+#include "cli/declared_tasks.h"
 #include "cli/exit_status.h"
 #include "cli/journal.h"
 #include "cli/output.h"
@@ -239,10 +240,7 @@ int run(const Request &request, Output &output)
         shown.log = lastLogLines(unitNameOf(shown.id), logLineCount, Places::ofProcess().root);
     }
     if (!shown.isDeclared() && shown.status.activeState.isEmpty()) {
-        return Output::fail(
-            No,
-            QStringLiteral("no installed application declares the task %1; see: orvanectl tasks")
-                .arg(shown.id));
+        return Output::fail(No, notDeclared(shown.id));
     }
     if (output.isJson())
         output.print(objectOf(shown));

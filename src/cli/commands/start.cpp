@@ -9,6 +9,7 @@
 #include "cli/task_units.h"
 #include "client/daemon.h"
 #include "client/wait_for.h"
+#include "common/DBus/error.h"
 
 namespace Cli {
 
@@ -64,6 +65,13 @@ QString lineOf(const QString &taskId, const StartOutcome &outcome)
     return {};
 }
 
+// What the daemon would answer, if it were asked.
+StartOutcome refusalOf(const QString &complaint)
+{
+    const DBus::Error error(Core::Error(Core::Error::TaskNotFound, complaint));
+    return {StartOutcome::Refused, {error.name(), complaint}, -1, {}};
+}
+
 int tell(const QString &taskId, const StartOutcome &outcome, Output &output)
 {
     if (output.isJson())
@@ -107,18 +115,16 @@ StartOutcome startAndWait(const QString &type, const QString &taskId,
 
 int run(const Request &request, Output &output)
 {
-    const QString taskId = request.arguments.value(0);
-    const DeclaredTask task = declaredTask(taskId);
-    const auto [start, complaint] = askedStart(request, task);
-    if (!complaint.isEmpty())
-        return Output::fail(WrongUsage,
-                            complaint + QStringLiteral("; try: orvanectl start --help"));
-    if (!task.taskId.isValid())
-        return Output::fail(No, notDeclared(taskId));
+    const AskedStart asked = askedStart(request, QStringLiteral("start"));
+    if (asked.status == WrongUsage)
+        return Output::fail(asked.status, asked.complaint);
+    if (asked.status == No)
+        return tell(asked.taskId, refusalOf(asked.complaint), output);
+    const QString &type = asked.task.type;
     const StartOutcome outcome = request.has(QStringLiteral("wait"))
-        ? startAndWait(task.type, taskId, start)
-        : startWithoutWaiting(task.type, taskId, start);
-    return tell(taskId, outcome, output);
+        ? startAndWait(type, asked.taskId, asked.request)
+        : startWithoutWaiting(type, asked.taskId, asked.request);
+    return tell(asked.taskId, outcome, output);
 }
 
 QVector<Option> options()

@@ -15,12 +15,8 @@ int run(const Request &request, Output &output)
 {
     const QString taskId = request.arguments.value(0);
     const DeclaredTask task = declaredTask(taskId);
-    if (!task.taskId.isValid()) {
-        return Output::fail(
-            No,
-            QStringLiteral("no installed application declares the task %1; see: orvanectl tasks")
-                .arg(taskId));
-    }
+    if (!task.taskId.isValid())
+        return Output::fail(No, notDeclared(taskId));
     Client::Daemon daemon(QDBusConnection::systemBus());
     const auto [registered, session] = Client::waitFor<Client::Outcome, Client::Session>(
         [&](const auto &done) { daemon.registerInvoker(task.type, done); });
