@@ -3,13 +3,18 @@
 # shellcheck shell=bash
 
 _orvanectl() {
-    local words='' current=${COMP_WORDS[COMP_CWORD]}
+    local words='' files='' current=${COMP_WORDS[COMP_CWORD]}
     if [ "$COMP_CWORD" -eq 1 ]; then
         words='tasks show start stop watch top history types render lint autostart --help --version'
     else
         _orvanectl_words "${COMP_WORDS[1]}" "${COMP_WORDS[COMP_CWORD - 1]}" "$current"
     fi
-    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+    if [ -n "$files" ]; then
+        compopt -o filenames 2>/dev/null
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    else
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+    fi
 }
 
 # _orvanectl_words COMMAND PREVIOUS CURRENT: what may be written here.
@@ -38,6 +43,7 @@ _orvanectl_words() {
     'render --env') ;;
     'lint --explain') ;;
     'autostart --user') words=$(getent passwd | cut -d: -f1) ;;
+    *' --root') files=yes ;;
     *) _orvanectl_free "$@" ;;
     esac
 }
@@ -60,6 +66,7 @@ _orvanectl_free() {
     'render '*' -'*) words='--user --at-boot --own --permission --param --homeless --weight --cpu-limit --set --env --origin --json --root --no-pager --help' ;;
     'render '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'lint '*' -'*) words='--strict --explain --list-rules --json --root --no-pager --help' ;;
+    'lint '*) files=yes ;;
     'autostart '*' -'*) words='--user --all-users --json --root --no-pager --help' ;;
     'autostart autostart '*) words=$(echo list enable disable explain) ;;
     'autostart '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/\.task_.*//p' | sort -u) ;;

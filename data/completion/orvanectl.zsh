@@ -30,14 +30,14 @@ _orvanectl() {
             '--type[only tasks of this type]:type:{compadd -- ${(f)"$(orvanectl types 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
             '--running[only tasks that run]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     show)
         _arguments \
             '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     start)
@@ -55,28 +55,28 @@ _orvanectl() {
             '*--env[a variable of its environment]:name=value:' \
             '--wait[wait until it has run for a second, or has ended or failed, and say how]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     stop)
         _arguments \
             '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     watch)
         _arguments \
             '--type[only tasks of this type]:type:{compadd -- ${(f)"$(orvanectl types 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     top)
         _arguments \
             '--interval[how long to wait before looking again; 2 without it]:seconds:' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     history)
@@ -84,13 +84,13 @@ _orvanectl() {
             '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
             '--last[how many runs at most; 20 without it]:n:' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     types)
         _arguments \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     render)
@@ -108,17 +108,17 @@ _orvanectl() {
             '*--env[a variable of its environment]:name=value:' \
             '--origin[show beside each value where it comes from]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     lint)
         _arguments \
-            '*:path:' \
+            '*:path:_files' \
             '--strict[count warnings as errors]' \
             '--explain[tell what a rule finds and what to do about it]:rule:' \
             '--list-rules[list the rules]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     autostart)
@@ -128,7 +128,7 @@ _orvanectl() {
             '--user[the user, by name or number; you are meant without it]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
             '--all-users[the setting for all users]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     esac

@@ -11,7 +11,7 @@ class Output;
 
 /// What may stand for an argument or an option's value: what a shell completes it with, and what
 /// the parser refuses.
-enum class Kind { Text, Task, TaskType, Application, User, Number };
+enum class Kind { Text, Task, TaskType, Application, User, Number, Path };
 
 /// A word that a command takes after its name.
 struct Argument

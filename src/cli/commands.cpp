@@ -21,7 +21,7 @@ const QVector<Option> &commonOptions()
          {},
          Kind::Text,
          QStringLiteral("print JSON: one object, or one on each line for what goes on")},
-        {QStringLiteral("root"), QStringLiteral("DIR"), Kind::Text,
+        {QStringLiteral("root"), QStringLiteral("DIR"), Kind::Path,
          QStringLiteral("read the files of the system below DIR, an image for instance")},
         {QStringLiteral("no-pager"),
          {},

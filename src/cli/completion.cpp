@@ -18,19 +18,33 @@ QString firstWordsOf(const QString &command)
     return QStringLiteral("orvanectl %1 2>/dev/null | sed -n '2,$s/ .*//p'").arg(command);
 }
 
-// What prints the words that may stand for a kind; empty where nobody knows them.
-QString sourceOf(Kind kind)
+// What completes a word: the output of a command, names of files, or nothing that anybody knows.
+struct Source
+{
+    QString command;
+    bool isFiles = false;
+
+    [[nodiscard]] bool isEmpty() const { return command.isEmpty() && !isFiles; }
+    bool operator==(const Source &other) const
+    {
+        return command == other.command && isFiles == other.isFiles;
+    }
+};
+
+Source sourceOf(Kind kind)
 {
     switch (kind) {
     case Kind::Task:
-        return firstWordsOf(QStringLiteral("tasks"));
+        return {firstWordsOf(QStringLiteral("tasks"))};
     case Kind::TaskType:
-        return firstWordsOf(QStringLiteral("types"));
+        return {firstWordsOf(QStringLiteral("types"))};
     case Kind::Application:
-        return QStringLiteral(
-            "orvanectl tasks 2>/dev/null | sed -n '2,$s/\\.task_.*//p' | sort -u");
+        return {
+            QStringLiteral("orvanectl tasks 2>/dev/null | sed -n '2,$s/\\.task_.*//p' | sort -u")};
     case Kind::User:
-        return QStringLiteral("getent passwd | cut -d: -f1");
+        return {QStringLiteral("getent passwd | cut -d: -f1")};
+    case Kind::Path:
+        return {{}, true};
     case Kind::Text:
     case Kind::Number:
         break;
@@ -56,48 +70,55 @@ QStringList commandNames()
     return names;
 }
 
-// What prints the words that may be the first argument, and the further ones; all of these are
-// completed with the second's.
-QString firstSourceOf(const Command &command)
+// What completes the first argument, and the further ones; all of these are completed as the
+// second.
+Source firstSourceOf(const Command &command)
 {
-    const Argument first =
-        command.arguments.isEmpty() ? Argument{{}, Kind::Text, {}} : command.arguments.constFirst();
-    return first.choices.isEmpty() ? sourceOf(first.kind)
-                                   : QStringLiteral("echo ") + first.choices.join(QLatin1Char(' '));
+    if (command.arguments.isEmpty())
+        return {};
+    const Argument &first = command.arguments.constFirst();
+    if (first.choices.isEmpty())
+        return sourceOf(first.kind);
+    return {QStringLiteral("echo ") + first.choices.join(QLatin1Char(' '))};
 }
 
-QString furtherSourceOf(const Command &command)
+Source furtherSourceOf(const Command &command)
 {
     return command.arguments.size() > 1 ? sourceOf(command.arguments.at(1).kind)
                                         : firstSourceOf(command);
 }
 
-// The words of a command that take a value, each with what completes it.
-QString bashValues(const Command &command)
+QString bashAction(const Source &source)
+{
+    if (source.isFiles)
+        return QStringLiteral(" files=yes");
+    return source.isEmpty() ? QString() : QStringLiteral(" words=$(%1)").arg(source.command);
+}
+
+// The options that take a value, each with what completes it.
+// @param pattern matches the command; its quote is open.
+QString bashValues(const QString &pattern, const QVector<Option> &options)
 {
     QString cases;
-    for (const Option &option : command.options) {
-        if (option.value.isEmpty())
-            continue;
-        const QString source = sourceOf(option.kind);
-        const QString words =
-            source.isEmpty() ? QString() : QStringLiteral(" words=$(%1)").arg(source);
-        cases += QStringLiteral("    '%1 %2')%3 ;;\n").arg(command.name, dashed(option), words);
+    for (const Option &option : options) {
+        if (!option.value.isEmpty())
+            cases += QStringLiteral("    %1 %2')%3 ;;\n")
+                         .arg(pattern, dashed(option), bashAction(sourceOf(option.kind)));
     }
     return cases;
 }
 
 QString bashWords(const Command &command)
 {
-    const QString first = firstSourceOf(command);
-    const QString further = furtherSourceOf(command);
+    const Source first = firstSourceOf(command);
+    const Source further = furtherSourceOf(command);
     QString cases = QStringLiteral("    '%1 '*' -'*) words='%2' ;;\n")
                         .arg(command.name, dashedOptionsOf(command).join(QLatin1Char(' ')));
     // The word before is the command itself.
-    if (first != further)
-        cases += QStringLiteral("    '%1 %1 '*) words=$(%2) ;;\n").arg(command.name, first);
+    if (!(first == further))
+        cases += QStringLiteral("    '%1 %1 '*)%2 ;;\n").arg(command.name, bashAction(first));
     if (!further.isEmpty())
-        cases += QStringLiteral("    '%1 '*) words=$(%2) ;;\n").arg(command.name, further);
+        cases += QStringLiteral("    '%1 '*)%2 ;;\n").arg(command.name, bashAction(further));
     return cases;
 }
 
@@ -114,10 +135,12 @@ QString zshText(QString text)
 
 QString zshAction(const QString &name, Kind kind)
 {
-    const QString source = sourceOf(kind);
-    const QString action = source.isEmpty()
-        ? QString()
-        : QStringLiteral("{compadd -- ${(f)\"$(%1)\"}}").arg(quoted(source));
+    const Source source = sourceOf(kind);
+    QString action;
+    if (source.isFiles)
+        action = QStringLiteral("_files");
+    else if (!source.isEmpty())
+        action = QStringLiteral("{compadd -- ${(f)\"$(%1)\"}}").arg(quoted(source.command));
     return QStringLiteral(":%1:%2").arg(name.toLower(), action);
 }
 
@@ -157,8 +180,12 @@ QString zshCase(const Command &command)
 
 QString fishText(QString text) { return text.replace(QLatin1Char('\''), QLatin1String("\\'")); }
 
-QString fishSource(QString source)
+QString fishSource(const Source &completed)
 {
+    // Names of files are off for the tool as a whole.
+    if (completed.isFiles)
+        return QStringLiteral(" -F");
+    QString source = completed.command;
     // Inside double quotes; $s belongs to sed.
     source.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
     source.replace(QLatin1String("$"), QLatin1String("\\$"));
@@ -167,9 +194,9 @@ QString fishSource(QString source)
 
 QString fishOption(const QString &condition, const Option &option)
 {
-    const QString value = option.value.isEmpty()
-        ? QString()
-        : QStringLiteral(" -x") + fishSource(sourceOf(option.kind));
+    const Source source = sourceOf(option.kind);
+    const QString wanted = source.isFiles ? QStringLiteral(" -r") : QStringLiteral(" -x");
+    const QString value = option.value.isEmpty() ? QString() : wanted + fishSource(source);
     return QStringLiteral("complete -c orvanectl -n '%1' -l %2%3 -d '%4'\n")
         .arg(condition, option.name, value, fishText(option.help));
 }
@@ -206,20 +233,26 @@ QByteArray bashCompletion()
     QString values;
     QString words;
     for (const Command &command : commands()) {
-        values += bashValues(command);
+        values += bashValues(QLatin1Char('\'') + command.name, command.options);
         words += bashWords(command);
     }
+    values += bashValues(QStringLiteral("*'"), commonOptions());
     const QString text = head()
         + QStringLiteral("# shellcheck shell=bash\n\n"
                          "_orvanectl() {\n"
-                         "    local words='' current=${COMP_WORDS[COMP_CWORD]}\n"
+                         "    local words='' files='' current=${COMP_WORDS[COMP_CWORD]}\n"
                          "    if [ \"$COMP_CWORD\" -eq 1 ]; then\n"
                          "        words='%1 --help --version'\n"
                          "    else\n"
                          "        _orvanectl_words \"${COMP_WORDS[1]}\" "
                          "\"${COMP_WORDS[COMP_CWORD - 1]}\" \"$current\"\n"
                          "    fi\n"
-                         "    mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
+                         "    if [ -n \"$files\" ]; then\n"
+                         "        compopt -o filenames 2>/dev/null\n"
+                         "        mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n"
+                         "    else\n"
+                         "        mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
+                         "    fi\n"
                          "}\n\n"
                          "# _orvanectl_words COMMAND PREVIOUS CURRENT: what may be written here.\n"
                          "_orvanectl_words() {\n"

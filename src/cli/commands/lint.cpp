@@ -187,7 +187,7 @@ Command lintCommand()
                        "and does not bring is looked for in the system."),
         QStringLiteral("Exits with 1 when there is an error, with --strict also when there is a "
                        "warning.")};
-    command.arguments = {{QStringLiteral("PATH"), Kind::Text,
+    command.arguments = {{QStringLiteral("PATH"), Kind::Path,
                           QStringLiteral("what to read instead of the system"), false, true}};
     command.options = {
         {QStringLiteral("strict"), {}, Kind::Text, QStringLiteral("count warnings as errors")},

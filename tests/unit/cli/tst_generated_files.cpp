@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
 
 // The manual page and the completions are in the tree as the table of commands makes them. With
@@ -18,8 +19,20 @@ private Q_SLOTS:
     void areAcceptedByTheirShell();
     void completesInBash_data();
     void completesInBash();
+    void keepsNamesOfFilesWholeInBash();
+    void completesInFish_data();
+    void completesInFish();
+    void completesNamesOfFilesInZsh();
 
 private:
+    static QString outputOf(const QString &shell, const QString &script, const QString &folder)
+    {
+        QProcess process;
+        process.setWorkingDirectory(folder);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(shell, {QStringLiteral("-c"), script});
+        return process.waitForFinished() ? QString::fromUtf8(process.readAll()) : QString();
+    }
     static QString path(const QString &file) { return QStringLiteral(SOURCE_FOLDER "/") + file; }
 };
 
@@ -88,6 +101,14 @@ void TestGeneratedFiles::completesInBash_data()
                                     << QStringLiteral("com.example.A com.example.B");
     QTest::newRow("a user") << QStringLiteral("orvanectl start x --user roo")
                             << QStringLiteral("root");
+    QTest::newRow("a file") << QStringLiteral("orvanectl lint docs/archi")
+                            << QStringLiteral("docs/architecture.md");
+    QTest::newRow("a further file")
+        << QStringLiteral("orvanectl lint data CMakeL") << QStringLiteral("CMakeLists.txt");
+    QTest::newRow("a root, for any command")
+        << QStringLiteral("orvanectl tasks --root pack") << QStringLiteral("packaging");
+    QTest::newRow("an option of lint")
+        << QStringLiteral("orvanectl lint --stri") << QStringLiteral("--strict");
     QTest::newRow("a text that nobody knows")
         << QStringLiteral("orvanectl start x --own -") << QString();
 }
@@ -103,11 +124,52 @@ void TestGeneratedFiles::completesInBash()
                        "COMP_WORDS=(%1)\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_orvanectl\n"
                        "echo \"${COMPREPLY[*]}\"\n")
             .arg(words, path(QStringLiteral("data/completion/orvanectl.bash")));
-    QProcess process;
-    process.start(QStringLiteral("bash"), {QStringLiteral("-c"), script});
-    QVERIFY(process.waitForFinished());
-    QCOMPARE(process.readAllStandardError(), QByteArray());
-    QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()).trimmed(), completions);
+    QCOMPARE(outputOf(QStringLiteral("bash"), script, QStringLiteral(SOURCE_FOLDER)).trimmed(),
+             completions);
+}
+
+void TestGeneratedFiles::keepsNamesOfFilesWholeInBash()
+{
+    const QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("two words.desktop")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    const QString script =
+        QStringLiteral("source '%1'\nCOMP_WORDS=(orvanectl lint t)\nCOMP_CWORD=2\n_orvanectl\n"
+                       "printf '<%s>' \"${COMPREPLY[@]}\"\n")
+            .arg(path(QStringLiteral("data/completion/orvanectl.bash")));
+    QCOMPARE(outputOf(QStringLiteral("bash"), script, folder.path()),
+             QStringLiteral("<two words.desktop>"));
+}
+
+void TestGeneratedFiles::completesInFish_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("completion");
+    QTest::newRow("a command") << QStringLiteral("orvanectl hist") << QStringLiteral("history");
+    QTest::newRow("a file") << QStringLiteral("orvanectl lint docs/archi")
+                            << QStringLiteral("docs/architecture.md");
+    QTest::newRow("a root, for any command")
+        << QStringLiteral("orvanectl tasks --root pack") << QStringLiteral("packaging/");
+    QTest::newRow("no file where none is wanted")
+        << QStringLiteral("orvanectl types CMakeL") << QString();
+}
+
+void TestGeneratedFiles::completesInFish()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, completion);
+    const QString script = QStringLiteral("source '%1'; complete -C '%2'")
+                               .arg(path(QStringLiteral("data/completion/orvanectl.fish")), line);
+    const QString told =
+        outputOf(QStringLiteral("fish"), script, QStringLiteral(SOURCE_FOLDER)).trimmed();
+    QCOMPARE(told.section(QLatin1Char('\t'), 0, 0), completion);
+}
+
+void TestGeneratedFiles::completesNamesOfFilesInZsh()
+{
+    const QByteArray text = Cli::zshCompletion();
+    QVERIFY(text.contains("'*:path:_files'"));
+    QVERIFY(text.contains(":dir:_files'"));
 }
 
 QTEST_GUILESS_MAIN(TestGeneratedFiles)
