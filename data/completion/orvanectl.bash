@@ -5,7 +5,7 @@
 _orvanectl() {
     local words='' files='' current=${COMP_WORDS[COMP_CWORD]}
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words='tasks show start stop watch top history types render lint autostart --help --version'
+        words='tasks show start stop watch top history types render lint autostart handlers --help --version'
     else
         _orvanectl_words "${COMP_WORDS[1]}" "${COMP_WORDS[COMP_CWORD - 1]}" "$current"
     fi
@@ -43,6 +43,7 @@ _orvanectl_words() {
     'render --env') ;;
     'lint --explain') ;;
     'autostart --user') words=$(getent passwd | cut -d: -f1) ;;
+    'handlers --user') words=$(getent passwd | cut -d: -f1) ;;
     *' --root') files=yes ;;
     *) _orvanectl_free "$@" ;;
     esac
@@ -70,6 +71,7 @@ _orvanectl_free() {
     'autostart '*' -'*) words='--user --all-users --json --root --no-pager --help' ;;
     'autostart autostart '*) words=$(echo list enable disable explain) ;;
     'autostart '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/\.task_.*//p' | sort -u) ;;
+    'handlers '*' -'*) words='--user --json --root --no-pager --help' ;;
     esac
 }
 

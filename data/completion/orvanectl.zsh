@@ -15,6 +15,7 @@ _orvanectl() {
         'render:show what a start would write, without starting'
         'lint:find what is wrong in declarations and settings'
         'autostart:show and change which applications start with a session'
+        'handlers:list which applications open something, in order'
     )
     if (( CURRENT == 2 )); then
         _describe command commands
@@ -127,6 +128,14 @@ _orvanectl() {
             '2::app:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/\.task_.*//p'\'' | sort -u)"}}' \
             '--user[the user, by name or number; you are meant without it]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
             '--all-users[the setting for all users]' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    handlers)
+        _arguments \
+            '1:uri|type:' \
+            '--user[whose choice counts, by name or number; yours without it]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \

@@ -10,6 +10,11 @@ namespace Cli {
 
 namespace {
 
+// Of a line of passwd.
+constexpr int nameField = 0;
+constexpr int numberField = 2;
+constexpr int homeField = 5;
+
 std::optional<int> numberIn(const QByteArray &text)
 {
     bool isNumber = false;
@@ -17,17 +22,35 @@ std::optional<int> numberIn(const QByteArray &text)
     return isNumber && number >= 0 ? std::optional<int>(number) : std::nullopt;
 }
 
-} // namespace
-
-std::optional<int> userNumberIn(const QByteArray &passwd, const QString &name)
+// The fields of the first line that has this text in one of them; none without such a line.
+QList<QByteArray> lineIn(const QByteArray &passwd, int field, const QString &text)
 {
     const QList<QByteArray> lines = passwd.split('\n');
     for (const QByteArray &line : lines) {
         const QList<QByteArray> fields = line.split(':');
-        if (fields.size() > 2 && fields.constFirst() == name.toUtf8())
-            return numberIn(fields.at(2));
+        if (fields.size() > field && fields.at(field) == text.toUtf8())
+            return fields;
     }
     return {};
+}
+
+QByteArray passwdOf(const QString &root)
+{
+    return readForeignFile(root + QStringLiteral("/etc/passwd")).text;
+}
+
+} // namespace
+
+std::optional<int> userNumberIn(const QByteArray &passwd, const QString &name)
+{
+    return numberIn(lineIn(passwd, nameField, name).value(numberField));
+}
+
+QString userHomeIn(const QByteArray &passwd, const QString &user)
+{
+    const bool isNumber = numberIn(user.toUtf8()).has_value();
+    return QString::fromUtf8(
+        lineIn(passwd, isNumber ? numberField : nameField, user).value(homeField));
 }
 
 std::optional<int> userNumber(const QString &user, const QString &root)
@@ -35,12 +58,23 @@ std::optional<int> userNumber(const QString &user, const QString &root)
     if (const std::optional<int> number = numberIn(user.toUtf8()))
         return number;
     if (!root.isEmpty())
-        return userNumberIn(readForeignFile(root + QStringLiteral("/etc/passwd")).text, user);
+        return userNumberIn(passwdOf(root), user);
     // The tool has one thread.
     const passwd *account = getpwnam(user.toUtf8().constData()); // NOLINT(concurrency-mt-unsafe)
     if (account == nullptr)
         return {};
     return static_cast<int>(account->pw_uid);
+}
+
+QString userHome(const QString &user, const QString &root)
+{
+    if (!root.isEmpty())
+        return userHomeIn(passwdOf(root), user);
+    const std::optional<int> number = userNumber(user, root);
+    if (!number)
+        return {};
+    const passwd *account = getpwuid(static_cast<uid_t>(*number)); // NOLINT(concurrency-mt-unsafe)
+    return account == nullptr ? QString() : QString::fromUtf8(account->pw_dir);
 }
 
 } // namespace Cli

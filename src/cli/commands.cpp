@@ -7,10 +7,20 @@ namespace Cli {
 
 const QVector<Command> &commands()
 {
-    static const QVector<Command> all{tasksCommand(),   showCommand(),     startCommand(),
-                                      stopCommand(),    watchCommand(),    topCommand(),
-                                      historyCommand(), typesCommand(),    renderCommand(),
-                                      lintCommand(),    autostartCommand()};
+    static const QVector<Command> all{
+        tasksCommand(),
+        showCommand(),
+        startCommand(),
+        stopCommand(),
+        watchCommand(),
+        topCommand(),
+        historyCommand(),
+        typesCommand(),
+        renderCommand(),
+        lintCommand(),
+        autostartCommand(),
+        handlersCommand(),
+    };
     return all;
 }
 

@@ -7,6 +7,7 @@
 namespace Cli {
 
 [[nodiscard]] Command renderCommand();
+[[nodiscard]] Command handlersCommand();
 [[nodiscard]] Command lintCommand();
 [[nodiscard]] Command autostartCommand();
 [[nodiscard]] Command historyCommand();

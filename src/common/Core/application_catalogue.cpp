@@ -184,7 +184,7 @@ QList<ApplicationCatalogue::TaskInfo> ApplicationCatalogue::tasksOfType(const QS
     return joinedWithinBounds(ofApplications, findings);
 }
 
-UriHandlers ApplicationCatalogue::uriHandlers() const
+UriHandlers ApplicationCatalogue::uriHandlers(const MimeappsEntries &chosen) const
 {
     UriHandlers handlers;
     for (auto info = m_applications.constBegin(); info != m_applications.constEnd(); ++info) {
@@ -194,6 +194,7 @@ UriHandlers ApplicationCatalogue::uriHandlers() const
         for (const QString &mimeType : qAsConst(types))
             handlers.registerType(mimeType, info.key());
     }
+    handlers.takeDefaults(chosen, m_fileToApplication);
     return handlers;
 }
 

@@ -77,9 +77,9 @@ public:
     /// All tasks whose type is exactly `type`, in order of application id, then task name, as far
     /// as joinedWithinBounds() has room.
     [[nodiscard]] QList<TaskInfo> tasksOfType(const QString &type, Findings &findings) const;
-    /// The types that the applications declare, without anybody's choice. Asks the MIME database
+    /// The types that the applications declare, and what the user chose. Asks the MIME database
     /// of this system.
-    [[nodiscard]] UriHandlers uriHandlers() const;
+    [[nodiscard]] UriHandlers uriHandlers(const MimeappsEntries &chosen) const;
     /// The applications that also open what is a kind of their MIME types.
     [[nodiscard]] QSet<QString> supportingMimeParents() const;
 

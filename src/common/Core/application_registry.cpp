@@ -28,8 +28,7 @@ void ApplicationRegistryPrivate::scan()
     // Watched before it is read, so that no change in between is lost.
     catalogue = ApplicationCatalogue(places, findings,
                                      [this](const QString &path) { watcher.addPath(path); });
-    uriHandlers = catalogue.uriHandlers();
-    uriHandlers.takeDefaults(chosen, catalogue.fileToApplication());
+    uriHandlers = catalogue.uriHandlers(chosen);
     Q_EMIT q->manifestsChanged();
 }
 

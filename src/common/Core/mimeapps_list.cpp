@@ -8,32 +8,49 @@
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
+#include <QSet>
+#include <QStringList>
+
+#include <algorithm>
 
 namespace Core {
 
 namespace {
 
-// Empty when the user has no place for settings.
-QString filePath(const Places &places)
+void removeRepeated(QVector<ListedFile> &files)
+{
+    QSet<QString> seen;
+    const auto isRepeated = [&seen](const ListedFile &file) {
+        const int before = seen.size();
+        seen.insert(file.name);
+        return seen.size() == before;
+    };
+    files.erase(std::remove_if(files.begin(), files.end(), isRepeated), files.end());
+}
+
+void addLine(const QString &line, int number, MimeappsEntries &entries)
+{
+    const int separator = line.indexOf(QLatin1Char('='));
+    if (line.startsWith(QLatin1Char('[')) || line.startsWith(QLatin1Char('#')) || separator < 0)
+        return;
+    QVector<ListedFile> &files = entries[line.left(separator).trimmed()];
+    const QStringList names =
+        line.mid(separator + 1).trimmed().split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    for (const QString &name : names)
+        files.append({name, number});
+}
+
+} // namespace
+
+QString mimeappsListPath(const Places &places)
 {
     return places.configFolder.isEmpty() ? QString()
                                          : places.configFolder + QStringLiteral("/mimeapps.list");
 }
 
-void addLine(const QString &line, MimeappsEntries &entries)
-{
-    const int separator = line.indexOf(QLatin1Char('='));
-    if (line.startsWith(QLatin1Char('[')) || line.startsWith(QLatin1Char('#')) || separator < 0)
-        return;
-    entries[line.left(separator).trimmed()] +=
-        line.mid(separator + 1).trimmed().split(QLatin1Char(';'), Qt::SkipEmptyParts);
-}
-
-} // namespace
-
 MimeappsEntries readMimeappsList(const Places &places, Findings &findings)
 {
-    const QString path = filePath(places);
+    const QString path = mimeappsListPath(places);
     const ForeignFile file = readForeignFile(path);
     if (path.isEmpty() || file.state == ForeignFile::Missing)
         return {};
@@ -44,16 +61,16 @@ MimeappsEntries readMimeappsList(const Places &places, Findings &findings)
     }
     MimeappsEntries entries;
     const QList<QByteArray> lines = file.text.split('\n');
-    for (const QByteArray &line : lines)
-        addLine(QString::fromUtf8(line), entries);
-    for (QStringList &files : entries)
-        files.removeDuplicates();
+    for (int at = 0; at < lines.size(); ++at)
+        addLine(QString::fromUtf8(lines.at(at)), at + 1, entries);
+    for (QVector<ListedFile> &files : entries)
+        removeRepeated(files);
     return entries;
 }
 
 void writeMimeappsList(const Places &places, const QMap<QString, QString> &defaults)
 {
-    const QString path = filePath(places);
+    const QString path = mimeappsListPath(places);
     if (path.isEmpty())
         return;
     const QString directory = QFileInfo(path).path();

@@ -2,7 +2,7 @@
 
 #include <QMap>
 #include <QString>
-#include <QStringList>
+#include <QVector>
 
 struct Places;
 
@@ -12,8 +12,19 @@ namespace Core {
 
 class Findings;
 
-/// Key of a line (a MIME type) to the desktop file names that it lists.
-using MimeappsEntries = QMap<QString, QStringList>;
+/// The name of a desktop file in a line.
+struct ListedFile
+{
+    QString name;
+    /// The line's number, from 1 on.
+    int line = 0;
+};
+
+/// Key of a line (a MIME type) to the desktop files that it lists, each once.
+using MimeappsEntries = QMap<QString, QVector<ListedFile>>;
+
+/// Where the file is; empty when the user has no place for settings.
+[[nodiscard]] QString mimeappsListPath(const Places &places);
 
 /// Everything that the file lists, whatever group it is in; empty without a file.
 [[nodiscard]] MimeappsEntries readMimeappsList(const Places &places, Findings &findings);

@@ -28,6 +28,19 @@ QStringList namesOf(const QList<QMimeType> &types)
     return names;
 }
 
+QVector<UriHandler> firstOfEach(const QVector<UriHandler> &handlers)
+{
+    QVector<UriHandler> first;
+    QSet<QString> seen;
+    for (const UriHandler &handler : handlers) {
+        if (seen.contains(handler.application))
+            continue;
+        seen.insert(handler.application);
+        first.append(handler);
+    }
+    return first;
+}
+
 } // namespace
 
 void UriHandlers::registerType(const QString &mimeType, const QString &application)
@@ -54,11 +67,12 @@ void UriHandlers::takeDefaults(const MimeappsEntries &entries,
                                const QMap<QString, QString> &fileToApplication)
 {
     for (auto entry = entries.constBegin(); entry != entries.constEnd(); ++entry) {
-        for (const QString &file : entry.value()) {
-            const auto application = fileToApplication.constFind(file);
+        for (const ListedFile &file : entry.value()) {
+            const auto application = fileToApplication.constFind(file.name);
             if (application == fileToApplication.constEnd())
                 continue;
             m_defaults.insert(entry.key(), *application);
+            m_linesOfDefaults.insert(entry.key(), file.line);
             break;
         }
     }
@@ -66,43 +80,70 @@ void UriHandlers::takeDefaults(const MimeappsEntries &entries,
 
 void UriHandlers::setDefault(const QUrl &uri, const QString &application)
 {
-    m_defaults.insert(QMimeDatabase().mimeTypeForUrl(uri).name(), application);
+    const QString mimeType = QMimeDatabase().mimeTypeForUrl(uri).name();
+    m_defaults.insert(mimeType, application);
+    m_linesOfDefaults.remove(mimeType);
 }
 
 QStringList UriHandlers::handlersFor(const QUrl &uri, const HandlerFilters &filters,
                                      const QSet<QString> &forParents) const
 {
-    QStringList handlers;
+    QStringList ids;
+    for (const UriHandler &handler : explainedFor(uri, filters, forParents))
+        ids.append(handler.application);
+    return ids;
+}
+
+QVector<UriHandler> UriHandlers::explainedFor(const QUrl &uri, const HandlerFilters &filters,
+                                              const QSet<QString> &forParents) const
+{
+    Handlers handlers;
     if (!uri.isLocalFile()) {
         if (!uri.scheme().isEmpty() && !isExcluded(uri.scheme(), filters.excludedSchemes))
-            handlers += handlersOfType(schemeHandler() + uri.scheme());
+            handlers += ofType(schemeHandler() + uri.scheme());
         if (!uri.host().isEmpty() && !isExcluded(uri.host(), filters.excludedHosts))
-            handlers += handlersOfAddress(uri);
+            handlers += ofAddress(uri);
     }
-    const QMimeType type = QMimeDatabase().mimeTypeForUrl(uri);
-    handlers += handlersOfType(type.name());
+    return firstOfEach(handlers + ofMimeType(QMimeDatabase().mimeTypeForUrl(uri), forParents));
+}
+
+QVector<UriHandler> UriHandlers::explainedOfType(const QString &mimeType,
+                                                 const QSet<QString> &forParents) const
+{
+    const QMimeType type = QMimeDatabase().mimeTypeForName(mimeType);
+    return firstOfEach(type.isValid() ? ofMimeType(type, forParents) : ofType(mimeType));
+}
+
+UriHandlers::Handlers UriHandlers::ofMimeType(const QMimeType &type,
+                                              const QSet<QString> &forParents) const
+{
+    Handlers handlers = ofType(type.name());
     const QStringList ancestors = type.allAncestors();
     for (const QString &ancestor : ancestors) {
         const QStringList ofAncestor = m_handlersByType.value(ancestor);
         for (const QString &application : ofAncestor) {
             if (forParents.contains(application))
-                handlers.append(application);
+                handlers.append({application, ancestor, UriHandler::DeclaredParent});
         }
     }
-    handlers.removeDuplicates();
     return handlers;
 }
 
-QStringList UriHandlers::handlersOfType(const QString &mimeType) const
+UriHandlers::Handlers UriHandlers::ofType(const QString &mimeType) const
 {
-    const QStringList declared = m_handlersByType.value(mimeType);
+    Handlers handlers;
     const auto chosen = m_defaults.constFind(mimeType);
-    return chosen == m_defaults.constEnd() ? declared : QStringList{*chosen} + declared;
+    if (chosen != m_defaults.constEnd())
+        handlers.append({*chosen, mimeType, UriHandler::Chosen});
+    const QStringList declared = m_handlersByType.value(mimeType);
+    for (const QString &application : declared)
+        handlers.append({application, mimeType, UriHandler::Declared});
+    return handlers;
 }
 
-QStringList UriHandlers::handlersOfAddress(const QUrl &uri) const
+UriHandlers::Handlers UriHandlers::ofAddress(const QUrl &uri) const
 {
-    QStringList handlers;
+    Handlers handlers;
     QString key = urlHandler() + uri.host();
     if (uri.port() != -1)
         key += QLatin1Char(':') + QString::number(uri.port());
@@ -110,11 +151,11 @@ QStringList UriHandlers::handlersOfAddress(const QUrl &uri) const
     if (path.startsWith(QLatin1Char('/'))) {
         const QStringList pieces = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
         for (const QString &piece : pieces) {
-            handlers += handlersOfType(key + QStringLiteral("/*"));
+            handlers += ofType(key + QStringLiteral("/*"));
             key += QLatin1Char('/') + piece;
         }
     }
-    return handlers + handlersOfType(key);
+    return handlers + ofType(key);
 }
 
 } // namespace Core

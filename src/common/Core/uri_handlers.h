@@ -6,7 +6,9 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
+class QMimeType;
 class QUrl;
 
 namespace Core {
@@ -16,6 +18,25 @@ struct HandlerFilters
 {
     QStringList excludedHosts;
     QStringList excludedSchemes;
+};
+
+/// That an application opens something, and why.
+struct UriHandler
+{
+    enum Reason {
+        /// The user chose it for the type.
+        Chosen,
+        /// It declares the type.
+        Declared,
+        /// It declares a type that the type is a kind of, and opens what is a kind of its types.
+        DeclaredParent
+    };
+
+    /// Its id.
+    QString application;
+    /// The MIME type or pseudo-type that was looked up: "x-scheme-handler/https", "image/png".
+    QString type;
+    Reason reason = Declared;
 };
 
 /// Which applications open what: the MIME types that they declare, the pseudo-types for URI schemes
@@ -37,6 +58,12 @@ public:
     void setDefault(const QUrl &uri, const QString &application);
     /// MIME type to the id of the application that the user chose.
     [[nodiscard]] const QMap<QString, QString> &defaults() const { return m_defaults; }
+    /// The line of the list of choices that takeDefaults() took a type's choice from, from 1 on;
+    /// 0 when it did not come from there.
+    [[nodiscard]] int lineOfDefault(const QString &mimeType) const
+    {
+        return m_linesOfDefaults.value(mimeType);
+    }
 
     /// The applications that can open a URI, best first, without duplicates: by scheme, by web
     /// address, by MIME type, by what the MIME type is a kind of. Within the first three the one
@@ -44,15 +71,26 @@ public:
     /// @param forParents the applications that also open what is a kind of their types.
     [[nodiscard]] QStringList handlersFor(const QUrl &uri, const HandlerFilters &filters,
                                           const QSet<QString> &forParents) const;
+    /// The same, each with why it is where it is.
+    [[nodiscard]] QVector<UriHandler> explainedFor(const QUrl &uri, const HandlerFilters &filters,
+                                                   const QSet<QString> &forParents) const;
+    /// The same of what is of a type, wherever it is.
+    /// @param mimeType a MIME type or pseudo-type.
+    [[nodiscard]] QVector<UriHandler> explainedOfType(const QString &mimeType,
+                                                      const QSet<QString> &forParents) const;
 
 private:
-    [[nodiscard]] QStringList handlersOfType(const QString &mimeType) const;
-    [[nodiscard]] QStringList handlersOfAddress(const QUrl &uri) const;
+    using Handlers = QVector<UriHandler>;
+
+    [[nodiscard]] Handlers ofType(const QString &mimeType) const;
+    [[nodiscard]] Handlers ofAddress(const QUrl &uri) const;
+    [[nodiscard]] Handlers ofMimeType(const QMimeType &type, const QSet<QString> &forParents) const;
 
     /// Sorted. Filled in when the first wildcard asks for it: the database has hundreds.
     QStringList m_typeNames;
     QMap<QString, QStringList> m_handlersByType;
     QMap<QString, QString> m_defaults;
+    QMap<QString, int> m_linesOfDefaults;
 };
 
 } // namespace Core

@@ -12,6 +12,7 @@ private Q_SLOTS:
     void findsTheNumberOfAName();
     void takesNumbersAsTheyAre();
     void knowsTheUsersOfThisSystemAndOfAnImage();
+    void findsHomes();
 };
 
 void TestAccounts::findsTheNumberOfAName_data()
@@ -51,6 +52,19 @@ void TestAccounts::knowsTheUsersOfThisSystemAndOfAnImage()
     QVERIFY(!Cli::userNumber(QStringLiteral("ofimage"), {}));
     QCOMPARE(Cli::userNumber(QStringLiteral("ofimage"), root.path()).value_or(-1), 77);
     QVERIFY(!Cli::userNumber(QStringLiteral("root"), root.path()));
+}
+
+void TestAccounts::findsHomes()
+{
+    const TempRoot root;
+    root.write(QStringLiteral("/etc/passwd"), "short:x:7\nofimage:x:77:77::/home/of:\n");
+    QCOMPARE(Cli::userHome(QStringLiteral("root"), {}), QStringLiteral("/root"));
+    QCOMPARE(Cli::userHome(QStringLiteral("0"), {}), QStringLiteral("/root"));
+    QCOMPARE(Cli::userHome(QStringLiteral("ofimage"), root.path()), QStringLiteral("/home/of"));
+    QCOMPARE(Cli::userHome(QStringLiteral("77"), root.path()), QStringLiteral("/home/of"));
+    QCOMPARE(Cli::userHome(QStringLiteral("short"), root.path()), QString());
+    QCOMPARE(Cli::userHome(QStringLiteral("root"), root.path()), QString());
+    QCOMPARE(Cli::userHome(QStringLiteral("nobody-of-that-name"), {}), QString());
 }
 
 QTEST_GUILESS_MAIN(TestAccounts)

@@ -1,0 +1,156 @@
+// orvanectl handlers
+
+#include "cli/accounts.h"
+#include "cli/commands/all.h"
+#include "cli/exit_status.h"
+#include "cli/handler_lookup.h"
+#include "cli/output.h"
+#include "common/places.h"
+
+#include <QJsonArray>
+
+namespace Cli {
+
+namespace {
+
+QString reasonOf(const FoundHandler &found)
+{
+    switch (found.handler.reason) {
+    case Core::UriHandler::Chosen:
+        return QStringLiteral("chosen");
+    case Core::UriHandler::DeclaredParent:
+        return QStringLiteral("parent");
+    case Core::UriHandler::Declared:
+        break;
+    }
+    return QStringLiteral("declared");
+}
+
+QString placeOf(const FoundHandler &found)
+{
+    return found.line > 0 ? QStringLiteral("%1:%2").arg(found.file).arg(found.line) : found.file;
+}
+
+QJsonObject objectOf(const FoundHandler &found)
+{
+    QJsonObject object{{QStringLiteral("application"), found.handler.application},
+                       {QStringLiteral("type"), found.handler.type},
+                       {QStringLiteral("because"), reasonOf(found)},
+                       {QStringLiteral("file"), found.file}};
+    if (found.line > 0)
+        object.insert(QStringLiteral("line"), found.line);
+    return object;
+}
+
+void print(const QString &word, const Openable &openable, const QVector<FoundHandler> &handlers,
+           Output &output)
+{
+    QJsonArray objects;
+    for (const FoundHandler &found : handlers)
+        objects.append(objectOf(found));
+    output.print(QJsonObject{{QStringLiteral("asked"), word},
+                             {QStringLiteral("mimeType"), openable.mimeType},
+                             {QStringLiteral("handlers"), objects}});
+}
+
+// On a terminal one line each would not have the room for an id, a type and a path.
+QStringList linesOf(const QVector<FoundHandler> &handlers)
+{
+    constexpr int indentation = 3;
+    QStringList lines;
+    for (int at = 0; at < handlers.size(); ++at) {
+        const FoundHandler &found = handlers.at(at);
+        lines.append(QString::number(at + 1).leftJustified(indentation)
+                     + printable(found.handler.application));
+        lines.append(QString(indentation, QLatin1Char(' '))
+                     + printable(QStringLiteral("%1 %2, %3")
+                                     .arg(reasonOf(found), found.handler.type, placeOf(found))));
+    }
+    return lines;
+}
+
+int answer(const QString &word, const Openable &openable, const Places &places, Output &output)
+{
+    const QVector<FoundHandler> handlers = handlersOf(openable, places);
+    if (output.isJson())
+        print(word, openable, handlers, output);
+    else
+        output.print(linesOf(handlers));
+    if (!handlers.isEmpty())
+        return Done;
+    const QString what =
+        word == openable.mimeType ? word : QStringLiteral("%1 (%2)").arg(word, openable.mimeType);
+    return Output::fail(No,
+                        QStringLiteral("no installed application opens %1; an entry's MimeType= "
+                                       "would say so")
+                            .arg(what));
+}
+
+int run(const Request &request, Output &output)
+{
+    const QString word = request.arguments.value(0);
+    const auto openable = openableIn(word);
+    if (!openable)
+        return Output::fail(WrongUsage,
+                            QStringLiteral("%1 is neither a URI nor a MIME type; try: orvanectl "
+                                           "handlers --help")
+                                .arg(word));
+    Places places = Places::ofProcess();
+    const QString user = request.value(QStringLiteral("user"));
+    if (request.has(QStringLiteral("user"))) {
+        const QString home = userHome(user, request.value(QStringLiteral("root")));
+        if (home.isEmpty())
+            return Output::fail(No, QStringLiteral("there is no user %1").arg(user));
+        places.configFolder = places.root + home + QStringLiteral("/.config");
+    }
+    return answer(word, *openable, places, output);
+}
+
+QStringList description()
+{
+    return {QStringLiteral("Lists the applications that open what is at a URI, or what is of a "
+                           "type, best first, each with why: \"chosen\" by the user for this type "
+                           "in mimeapps.list, \"declared\" in its desktop entry, or \"parent\", "
+                           "for one that declares a type that this type is a kind of. The line "
+                           "that decided is shown with each."),
+            QStringLiteral("An address is looked up by its scheme (x-scheme-handler/), by its host "
+                           "and path (x-url-handler/) and by its MIME type, in this order; a file "
+                           "by its MIME type alone. A path that begins with / or . is a file's. "
+                           "Which types there are, and of which type a file is, is known from "
+                           "this system also with --root.")};
+}
+
+QVector<QPair<QString, QString>> fields()
+{
+    return {
+        {QStringLiteral("asked"), QStringLiteral("the URI or type, as it was given")},
+        {QStringLiteral("mimeType"), QStringLiteral("the MIME type")},
+        {QStringLiteral("handlers"),
+         QStringLiteral("an array of objects with these fields, best first")},
+        {QStringLiteral("application"), QStringLiteral("the application's id")},
+        {QStringLiteral("type"), QStringLiteral("the type or pseudo-type by which it was found")},
+        {QStringLiteral("because"),
+         QStringLiteral("\"chosen\", \"declared\" or \"parent\", as above")},
+        {QStringLiteral("file"), QStringLiteral("the file that decided")},
+        {QStringLiteral("line"), QStringLiteral("the line of it, where it is known")}};
+}
+
+} // namespace
+
+Command handlersCommand()
+{
+    Command command;
+    command.name = QStringLiteral("handlers");
+    command.summary = QStringLiteral("list which applications open something, in order");
+    command.description = description();
+    command.arguments = {{QStringLiteral("URI|TYPE"), Kind::Text,
+                          QStringLiteral("a URI, a file's path or a MIME type")}};
+    command.options = {
+        {QStringLiteral("user"), QStringLiteral("USER"), Kind::User,
+         QStringLiteral("whose choice counts, by name or number; yours without it")}};
+    command.fields = fields();
+    command.run = run;
+    return command;
+}
+
+} // namespace Cli
