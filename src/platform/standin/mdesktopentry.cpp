@@ -68,6 +68,8 @@ public:
     MDesktopEntryPrivate &operator=(const MDesktopEntryPrivate &) = delete;
 
     bool load(const QString &fileName);
+    bool has(const QByteArray &group, const QByteArray &key) const;
+    bool hasTranslation(const char *key) const;
     QString applicationKey(const QString &key) const;
     QString string(const QString &group, const QString &key) const;
     QStringList list(const QString &group, const QString &key) const;
@@ -87,11 +89,33 @@ bool MDesktopEntryPrivate::load(const QString &fileName)
         != FALSE;
 }
 
+// To be asked before a look-up: most entries leave most keys out, and for each key that is not
+// there GLib translates and formats an error, which costs more than reading the file.
+bool MDesktopEntryPrivate::has(const QByteArray &group, const QByteArray &key) const
+{
+    return g_key_file_has_group(file, group.constData()) != FALSE
+        && g_key_file_has_key(file, group.constData(), key.constData(), nullptr) != FALSE;
+}
+
+// Whether the main group has the key in one of the languages of the process.
+bool MDesktopEntryPrivate::hasTranslation(const char *key) const
+{
+    const QByteArray start = QByteArray(key) + '[';
+    for (const char *const *name = g_get_language_names(); *name != nullptr; ++name) {
+        if (has(G_KEY_FILE_DESKTOP_GROUP, start + *name + ']'))
+            return true;
+    }
+    return false;
+}
+
 QString MDesktopEntryPrivate::string(const QString &group, const QString &key) const
 {
+    const QByteArray groupName = group.toUtf8();
+    const QByteArray keyName = key.toUtf8();
+    if (!has(groupName, keyName))
+        return {};
     GError *error = nullptr;
-    char *value =
-        g_key_file_get_string(file, group.toUtf8().constData(), key.toUtf8().constData(), &error);
+    char *value = g_key_file_get_string(file, groupName.constData(), keyName.constData(), &error);
     if (error == nullptr)
         return taken(value);
     g_free(value);
@@ -100,9 +124,13 @@ QString MDesktopEntryPrivate::string(const QString &group, const QString &key) c
 
 QStringList MDesktopEntryPrivate::list(const QString &group, const QString &key) const
 {
+    const QByteArray groupName = group.toUtf8();
+    const QByteArray keyName = key.toUtf8();
+    if (!has(groupName, keyName))
+        return {};
     GError *error = nullptr;
-    char **values = g_key_file_get_string_list(file, group.toUtf8().constData(),
-                                               key.toUtf8().constData(), nullptr, &error);
+    char **values = g_key_file_get_string_list(file, groupName.constData(), keyName.constData(),
+                                               nullptr, &error);
     if (error == nullptr)
         return taken(values);
     g_strfreev(values);
@@ -150,8 +178,12 @@ QString MDesktopEntry::url() const { return value(QStringLiteral("URL")); }
 
 QString MDesktopEntry::name() const
 {
-    return taken(g_key_file_get_locale_string(d->file, G_KEY_FILE_DESKTOP_GROUP,
-                                              G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
+    const char *group = G_KEY_FILE_DESKTOP_GROUP;
+    const char *key = G_KEY_FILE_DESKTOP_KEY_NAME;
+    if (d->hasTranslation(key))
+        return taken(g_key_file_get_locale_string(d->file, group, key, nullptr, nullptr));
+    return d->has(group, key) ? taken(g_key_file_get_string(d->file, group, key, nullptr))
+                              : QString();
 }
 
 QString MDesktopEntry::icon() const { return value(QStringLiteral("Icon")); }
@@ -167,9 +199,9 @@ QStringList MDesktopEntry::mimeType() const
 
 bool MDesktopEntry::supportMimeParents() const
 {
-    return g_key_file_get_boolean(d->file, G_KEY_FILE_DESKTOP_GROUP,
-                                  "X-Halcyn-Support-Mime-Parents", nullptr)
-        != FALSE;
+    const char *group = G_KEY_FILE_DESKTOP_GROUP;
+    const char *key = "X-Halcyn-Support-Mime-Parents";
+    return d->has(group, key) && g_key_file_get_boolean(d->file, group, key, nullptr) != FALSE;
 }
 
 QString MDesktopEntry::appOrgname() const
