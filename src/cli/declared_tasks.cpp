@@ -40,7 +40,8 @@ QVector<DeclaredTask> declaredTasks()
 {
     QVector<DeclaredTask> tasks;
     NoFindings findings;
-    const Core::ApplicationCatalogue catalogue(Places::ofProcess(), findings);
+    const Core::ApplicationCatalogue catalogue(Places::ofProcess(), findings, {},
+                                               Core::ApplicationInfo::Tasks);
     for (const Core::ApplicationInfo &application : catalogue.applications()) {
         for (const DeclaredTask &task : application.tasks())
             tasks.append(task);

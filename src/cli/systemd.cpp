@@ -60,23 +60,22 @@ QVector<ListedUnit> unitsIn(const QDBusMessage &reply)
     return units;
 }
 
-QStringList filesIn(const QDBusMessage &reply)
+// As many replies for each unit as there are properties.
+QVector<QVariantMap> propertiesIn(const QVector<QDBusMessage> &replies,
+                                  const QVector<UnitProperty> &wanted)
 {
-    QStringList names;
-    if (!answers(reply, "a(ss)"))
-        return names;
-    const auto array = reply.arguments().constFirst().value<QDBusArgument>();
-    array.beginArray();
-    while (!array.atEnd()) {
-        QString path;
-        QString state;
-        array.beginStructure();
-        array >> path >> state;
-        array.endStructure();
-        names.append(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1));
+    QVector<QVariantMap> units;
+    for (int at = 0; at < replies.size(); ++at) {
+        const int property = at % wanted.size();
+        if (property == 0)
+            units.append(QVariantMap());
+        const QDBusMessage &reply = replies.at(at);
+        if (answers(reply, "v"))
+            units.last().insert(
+                QLatin1String(wanted.at(property).name),
+                qvariant_cast<QDBusVariant>(reply.arguments().constFirst()).variant());
     }
-    array.endArray();
-    return names;
+    return units;
 }
 
 QVector<UnitProcess> processesIn(const QDBusMessage &reply)
@@ -167,16 +166,6 @@ void Systemd::listUnits(Units callback)
          });
 }
 
-void Systemd::listUnitsAtBoot(Files callback)
-{
-    const QStringList states{QStringLiteral("enabled")};
-    call(managerCall(QStringLiteral("ListUnitFilesByPatterns"),
-                     {states, QStringList{taskUnitPattern()}}),
-         [callback = std::move(callback)](const QDBusMessage &reply) {
-             callback(Client::outcomeOf(reply), filesIn(reply));
-         });
-}
-
 void Systemd::properties(const QStringList &paths, Properties callback)
 {
     QVector<QDBusMessage> calls;
@@ -194,6 +183,24 @@ void Systemd::properties(const QStringList &paths, Properties callback)
                                   ? qdbus_cast<QVariantMap>(reply.arguments().constFirst())
                                   : QVariantMap());
         callback(properties);
+    });
+}
+
+void Systemd::properties(const QStringList &paths, const QVector<UnitProperty> &wanted,
+                         Properties callback)
+{
+    QVector<QDBusMessage> calls;
+    for (const QString &path : paths) {
+        for (const UnitProperty &property : wanted) {
+            QDBusMessage message = QDBusMessage::createMethodCall(
+                service(), path, Names::propertiesInterface(), QStringLiteral("Get"));
+            message.setArguments({service() + QLatin1Char('.') + QLatin1String(property.interface),
+                                  QLatin1String(property.name)});
+            calls.append(message);
+        }
+    }
+    callAll(calls, [wanted, callback = std::move(callback)](const QVector<QDBusMessage> &replies) {
+        callback(propertiesIn(replies, wanted));
     });
 }
 

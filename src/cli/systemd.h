@@ -22,6 +22,14 @@ struct ListedUnit
     QString activeState;
 };
 
+/// A property of a unit.
+struct UnitProperty
+{
+    /// "Unit" or "Service".
+    const char *interface;
+    const char *name;
+};
+
 /// The units of tasks, as systemd's manager tells of them. Asynchronous: each callback is called
 /// once, in the order in which systemd sent answers and signals. Takes no privilege.
 class Systemd : public QObject
@@ -31,7 +39,6 @@ class Systemd : public QObject
 public:
     using Done = std::function<void(const Client::Outcome &)>;
     using Units = std::function<void(const Client::Outcome &, const QVector<ListedUnit> &)>;
-    using Files = std::function<void(const Client::Outcome &, const QStringList &)>;
     using Properties = std::function<void(const QVector<QVariantMap> &)>;
     using Processes = std::function<void(const QVector<QVector<UnitProcess>> &)>;
 
@@ -42,10 +49,12 @@ public:
     /// Gives the units of tasks that systemd has loaded: all that run or have failed, perhaps
     /// others.
     void listUnits(Units callback);
-    /// Gives the names of the tasks' units that start at boot.
-    void listUnitsAtBoot(Files callback);
     /// Gives all properties of units, of each in one map; an empty one for a unit that is gone.
     void properties(const QStringList &paths, Properties callback);
+    /// Gives these properties of units, of each in one map, without those that are not known.
+    /// systemd looks up much for all of a unit's properties, so that few cost a small part of it.
+    void properties(const QStringList &paths, const QVector<UnitProperty> &wanted,
+                    Properties callback);
     /// Gives the processes of each unit, without their parents; none where they are not known.
     void processes(const QStringList &units, Processes callback);
 

@@ -32,12 +32,22 @@ bool isObeyed(uint character)
     }
 }
 
+// Letters, digits and signs that take one column each: nearly all that a table has.
+bool isPlain(const QString &text)
+{
+    return std::all_of(text.cbegin(), text.cend(), [](QChar character) {
+        return character.unicode() >= 0x20 && character.unicode() < 0x7f;
+    });
+}
+
 QString padding(int columns) { return QString(std::max(0, columns), QLatin1Char(' ')); }
 
 } // namespace
 
 int displayWidth(const QString &text)
 {
+    if (isPlain(text))
+        return text.size();
     int width = 0;
     for (const uint character : text.toUcs4())
         width += widthOf(character);
@@ -46,6 +56,8 @@ int displayWidth(const QString &text)
 
 QString printable(const QString &text)
 {
+    if (isPlain(text))
+        return text;
     QVector<uint> characters = text.toUcs4();
     for (uint &character : characters) {
         if (isObeyed(character))

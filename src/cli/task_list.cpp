@@ -2,7 +2,9 @@
 
 #include "cli/declared_tasks.h"
 #include "cli/task_units.h"
+#include "cli/units_at_boot.h"
 #include "client/wait_for.h"
+#include "common/places.h"
 
 #include <QMap>
 
@@ -37,6 +39,11 @@ TaskRow &rowOf(const QString &unit, Rows &rows)
     return row;
 }
 
+QVector<UnitProperty> stateProperties()
+{
+    return {{"Service", "MainPID"}, {"Unit", "StateChangeTimestamp"}};
+}
+
 void takeProperties(TaskRow &row, const QVariantMap &properties)
 {
     const int pid = properties.value(QStringLiteral("MainPID")).toInt();
@@ -45,7 +52,8 @@ void takeProperties(TaskRow &row, const QVariantMap &properties)
     row.properties = properties;
 }
 
-void takeUnits(Systemd &systemd, const QVector<ListedUnit> &units, Rows &rows)
+void takeUnits(Systemd &systemd, const QVector<ListedUnit> &units,
+               const QVector<UnitProperty> &wanted, Rows &rows)
 {
     QStringList paths;
     QStringList names;
@@ -57,9 +65,15 @@ void takeUnits(Systemd &systemd, const QVector<ListedUnit> &units, Rows &rows)
         names.append(unit.name);
     }
     const auto [properties] = Client::waitFor<QVector<QVariantMap>>(
-        [&](const auto &done) { systemd.properties(paths, done); });
+        [&](const auto &done) { systemd.properties(paths, wanted, done); });
     for (int at = 0; at < names.size(); ++at)
         takeProperties(rowOf(names.at(at), rows), properties.at(at));
+}
+
+void takeUnitsAtBoot(Rows &rows)
+{
+    for (const QString &unit : unitsAtBoot(Places::ofProcess()))
+        rowOf(unit, rows).isAtBoot = true;
 }
 
 } // namespace
@@ -70,22 +84,31 @@ bool TaskRow::isRunning() const
         && activeState != QLatin1String("failed");
 }
 
-Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows)
+Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows,
+                          const QVector<UnitProperty> &wanted)
 {
-    const auto [listed, units] = Client::waitFor<Client::Outcome, QVector<ListedUnit>>(
-        [&](const auto &done) { systemd.listUnits(done); });
+    Rows byId;
+    const auto [listed, units] =
+        Client::waitFor<Client::Outcome, QVector<ListedUnit>>([&](const auto &done) {
+            systemd.listUnits(done);
+            // While systemd gathers its answer.
+            byId = declaredRows();
+        });
     if (listed)
         return listed;
-    const auto [listedFiles, atBoot] = Client::waitFor<Client::Outcome, QStringList>(
-        [&](const auto &done) { systemd.listUnitsAtBoot(done); });
-    if (listedFiles)
-        return listedFiles;
-    Rows byId = declaredRows();
-    takeUnits(systemd, units, byId);
-    for (const QString &unit : atBoot)
-        rowOf(unit, byId).isAtBoot = true;
+    takeUnits(systemd, units, stateProperties() + wanted, byId);
+    takeUnitsAtBoot(byId);
+    for (TaskRow &row : byId)
+        row.isLive = true;
     rows = byId.values().toVector();
     return {};
+}
+
+QVector<TaskRow> tasksWithoutState()
+{
+    Rows rows = declaredRows();
+    takeUnitsAtBoot(rows);
+    return rows.values().toVector();
 }
 
 } // namespace Cli

@@ -19,17 +19,27 @@ struct TaskRow
     QString activeState;
     int pid = -1;
     bool isAtBoot = false;
+    /// Whether systemd was asked.
+    bool isLive = false;
     /// When it came into this state, in microseconds since 1970; 0 while not known.
     quint64 since = 0;
-    /// Everything that systemd tells of its unit; empty unless it runs or has failed.
+    /// What was asked for of its unit; empty unless it runs or has failed.
     QVariantMap properties;
 
     /// Whether systemd knows of its state: a task of the user's session is not one of its units.
-    [[nodiscard]] bool hasState() const { return !worksInSession || !activeState.isEmpty(); }
+    [[nodiscard]] bool hasState() const
+    {
+        return isLive && (!worksInSession || !activeState.isEmpty());
+    }
     [[nodiscard]] bool isRunning() const;
 };
 
 /// All tasks with the state that systemd has them in, in order of id. Waits for systemd's answers.
-[[nodiscard]] Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows);
+/// @param wanted which properties of units the rows are to have besides.
+[[nodiscard]] Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows,
+                                        const QVector<UnitProperty> &wanted = {});
+
+/// The tasks that the files tell of, for a system that does not run.
+[[nodiscard]] QVector<TaskRow> tasksWithoutState();
 
 } // namespace Cli

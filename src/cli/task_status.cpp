@@ -1,6 +1,7 @@
 #include "cli/task_status.h"
 
 #include "cli/process_stat.h"
+#include "cli/units_at_boot.h"
 #include "client/wait_for.h"
 #include "common/places.h"
 #include "files/foreign_file.h"
@@ -72,11 +73,7 @@ Client::Outcome readStatus(Systemd &systemd, const QString &unit, TaskStatus &st
         [&](const auto &done) { systemd.listUnits(done); });
     if (listed)
         return listed;
-    const auto [listedFiles, atBoot] = Client::waitFor<Client::Outcome, QStringList>(
-        [&](const auto &done) { systemd.listUnitsAtBoot(done); });
-    if (listedFiles)
-        return listedFiles;
-    status.isAtBoot = atBoot.contains(unit);
+    status.isAtBoot = unitsAtBoot(Places::ofProcess()).contains(unit);
     for (const ListedUnit &one : units) {
         if (one.name != unit)
             continue;

@@ -51,6 +51,7 @@ private Q_SLOTS:
     void listsTasksAsJson();
     void listsOnlyWhatIsAskedFor_data();
     void listsOnlyWhatIsAskedFor();
+    void listsTheTasksOfAnImageWithoutAskingSystemd();
     void listsTypes();
     void showsWhatTasksTake();
     void startsWithEachHint();
@@ -136,8 +137,7 @@ void TestOrvanectl::listsTasks()
     runTheTask();
     stage->systemd->units.append(
         {QStringLiteral("ov_task.com.example.Gone.task_x.service"), QStringLiteral("failed"), {}});
-    stage->systemd->unitFiles = {
-        {QStringLiteral("/etc/systemd/system/") + unit(), QStringLiteral("enabled")}};
+    stage->root.startAtBoot(task());
     const ToolOutput output = run("tasks");
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(QString::fromUtf8(output.out),
@@ -189,6 +189,25 @@ void TestOrvanectl::listsOnlyWhatIsAskedFor()
     for (const QJsonValue &value : objectIn(output.out).value(QStringLiteral("tasks")).toArray())
         listed.append(value.toObject().value(QStringLiteral("task")).toString());
     QCOMPARE(listed, tasks);
+}
+
+void TestOrvanectl::listsTheTasksOfAnImageWithoutAskingSystemd()
+{
+    runTheTask();
+    stage->root.startAtBoot(task());
+    stage->systemd->calls.clear();
+    const ToolOutput output =
+        stage->runTool(words("tasks --json --root") << stage->root.path(),
+                       {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+    const QJsonArray tasks = objectIn(output.out).value(QStringLiteral("tasks")).toArray();
+    QCOMPARE(tasks.size(), 3);
+    const QJsonObject sync = tasks.at(2).toObject();
+    QCOMPARE(sync.value(QStringLiteral("task")).toString(), task());
+    QVERIFY(sync.value(QStringLiteral("atBoot")).toBool());
+    QVERIFY(!sync.contains(QStringLiteral("state")));
+    QVERIFY(!sync.contains(QStringLiteral("pid")));
+    QVERIFY(stage->systemd->calls.isEmpty());
+    QCOMPARE(output.status, 0);
 }
 
 void TestOrvanectl::listsTypes()

@@ -69,8 +69,7 @@ void TestOrvanectlShow::cleanup() { stage.reset(); }
 void TestOrvanectlShow::runTheTask() const
 {
     stage->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
-    stage->systemd->unitFiles = {
-        {QStringLiteral("/etc/systemd/system/") + unit(), QStringLiteral("enabled")}};
+    stage->root.startAtBoot(task());
     stage->systemd->properties.insert(
         unit(),
         {{QStringLiteral("ActiveState"), QStringLiteral("active")},

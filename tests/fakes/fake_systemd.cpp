@@ -188,6 +188,14 @@ bool FakeSystemd::handleMessage(const QDBusMessage &message, const QDBusConnecti
         m_bus.send(message.createReply(propertiesAt(message.path())));
         return true;
     }
+    if (message.member() == QLatin1String("Get")) {
+        const QString name = message.arguments().value(1).toString();
+        const QVariantMap known = propertiesAt(message.path());
+        m_bus.send(known.contains(name)
+                       ? message.createReply(QVariant::fromValue(QDBusVariant(known.value(name))))
+                       : message.createErrorReply(QDBusError::UnknownProperty, name));
+        return true;
+    }
     if (message.interface() != QLatin1String("org.freedesktop.systemd1.Manager"))
         return false;
     calls.append(message);

@@ -45,6 +45,16 @@ void TempRoot::serveType(const QString &type) const
           "[TaskType]\nWorksInSession=false\n");
 }
 
+void TempRoot::startAtBoot(const QString &taskId) const
+{
+    const QString unit = unitFile(taskId);
+    write(unit, "[Service]\n");
+    const QString wants = path(QStringLiteral("/etc/systemd/system/multi-user.target.wants/"));
+    QDir().mkpath(wants);
+    if (!QFile::link(unit, wants + QFileInfo(unit).fileName()))
+        qFatal("cannot link %s", qPrintable(unit));
+}
+
 QString TempRoot::unitFile(const QString &taskId) const
 {
     return QStringLiteral("/etc/systemd/system/ov_task.%1.service").arg(taskId);

@@ -24,6 +24,8 @@ public:
     void writeApplication(const QString &application, const QByteArray &groups) const;
     /// Has the daemon serve a task type itself.
     void serveType(const QString &type) const;
+    /// Has a task's unit started at boot, by a link as systemd makes it in a system of this root.
+    void startAtBoot(const QString &taskId) const;
     [[nodiscard]] QString unitFile(const QString &taskId) const;
     [[nodiscard]] QString policyFile(const QString &taskId) const;
     /// The environment that makes a process look here for everything.

@@ -59,11 +59,20 @@ QStringList cellsOf(const TaskRow &row)
             momentOf(row.since)};
 }
 
+Client::Outcome findTasks(const Request &request, QVector<TaskRow> &rows)
+{
+    if (request.has(QStringLiteral("root"))) {
+        rows = tasksWithoutState();
+        return {};
+    }
+    Systemd systemd(QDBusConnection::systemBus());
+    return listTasks(systemd, rows);
+}
+
 int run(const Request &request, Output &output)
 {
     QVector<TaskRow> rows;
-    Systemd systemd(QDBusConnection::systemBus());
-    if (const Client::Outcome outcome = listTasks(systemd, rows))
+    if (const Client::Outcome outcome = findTasks(request, rows))
         return Output::fail(outcome);
     Table table({{QStringLiteral("TASK")},
                  {QStringLiteral("TYPE")},
@@ -107,7 +116,7 @@ QVector<QPair<QString, QString>> fields()
         {QStringLiteral("servedBy"), QStringLiteral("\"system\" or \"user\"")},
         {QStringLiteral("state"),
          QStringLiteral("\"running\", \"starting\", \"stopping\", \"stopped\" or \"failed\"; not "
-                        "there for a task of the user's session")},
+                        "there for a task of the user's session, nor with --root")},
         {QStringLiteral("pid"), QStringLiteral("its main process, while it has one")},
         {QStringLiteral("atBoot"), QStringLiteral("whether it starts at boot")},
         {QStringLiteral("since"),

@@ -111,10 +111,18 @@ QVector<TaskRow> runningOf(QVector<TaskRow> rows)
     return rows;
 }
 
+QVector<UnitProperty> measuredProperties()
+{
+    return {{"Service", "CPUUsageNSec"},
+            {"Service", "MemoryCurrent"},
+            {"Unit", "InvocationID"},
+            {"Unit", "ActiveEnterTimestampMonotonic"}};
+}
+
 Client::Outcome measure(Systemd &systemd, Samples &samples, QVector<Usage> &usages)
 {
     QVector<TaskRow> rows;
-    if (const Client::Outcome outcome = listTasks(systemd, rows))
+    if (const Client::Outcome outcome = listTasks(systemd, rows, measuredProperties()))
         return outcome;
     rows = runningOf(rows);
     QStringList units;

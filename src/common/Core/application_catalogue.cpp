@@ -34,11 +34,12 @@ class ApplicationCatalogue::Scan
 {
 public:
     Scan(ApplicationCatalogue &catalogue, const Places &places, Findings &findings,
-         const std::function<void(const QString &)> &aboutToRead)
+         const std::function<void(const QString &)> &aboutToRead, ApplicationInfo::Extent extent)
         : m_catalogue(catalogue)
         , m_places(places)
         , m_findings(findings)
         , m_aboutToRead(aboutToRead)
+        , m_extent(extent)
     {
     }
     void run();
@@ -54,6 +55,7 @@ private:
     const Places &m_places;
     Findings &m_findings;
     const std::function<void(const QString &)> &m_aboutToRead;
+    ApplicationInfo::Extent m_extent;
     /// Path of the file that a file name means.
     QMap<QString, QString> m_fileOfName;
 };
@@ -81,7 +83,7 @@ void ApplicationCatalogue::Scan::scanDirectory(const QString &directory)
         QDir(directory).entryInfoList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
     for (const QFileInfo &file : files) {
         announce(file.filePath());
-        const ApplicationInfo info(file.filePath(), m_places, m_findings);
+        const ApplicationInfo info(file.filePath(), m_places, m_findings, m_extent);
         if (!info.isValid()) {
             m_catalogue.m_invalidFiles.append(file.filePath());
             continue;
@@ -148,9 +150,10 @@ void ApplicationCatalogue::Scan::addFileName(const ApplicationInfo &info)
 }
 
 ApplicationCatalogue::ApplicationCatalogue(const Places &places, Findings &findings,
-                                           const std::function<void(const QString &)> &aboutToRead)
+                                           const std::function<void(const QString &)> &aboutToRead,
+                                           ApplicationInfo::Extent extent)
 {
-    Scan(*this, places, findings, aboutToRead).run();
+    Scan(*this, places, findings, aboutToRead, extent).run();
 }
 
 ApplicationInfo ApplicationCatalogue::application(const ApplicationId &id) const

@@ -51,8 +51,10 @@ public:
     /// goes before one in a later folder; within one, the file that is named by its application's
     /// id goes before others, and then the first by name.
     /// @param aboutToRead called with each folder and file before it is read; may be empty.
+    /// @param extent how much of each record is read.
     ApplicationCatalogue(const Places &places, Findings &findings,
-                         const std::function<void(const QString &)> &aboutToRead = {});
+                         const std::function<void(const QString &)> &aboutToRead = {},
+                         ApplicationInfo::Extent extent = ApplicationInfo::Everything);
 
     /// By application id.
     [[nodiscard]] const QMap<QString, ApplicationInfo> &applications() const

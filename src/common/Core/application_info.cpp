@@ -125,7 +125,9 @@ void boundMimeTypes(QStringList &types, const QString &path, EntryFindings &find
 class ApplicationInfoPrivate
 {
 public:
-    void parse(const QString &path, const Places &places, Findings &sink);
+    void parse(const QString &path, const Places &places, Findings &sink,
+               ApplicationInfo::Extent extent);
+    void parseTheRest(const MDesktopEntry &entry, const Places &places, EntryFindings &findings);
     void parseIntents(const MDesktopEntry &entry, EntryFindings &findings);
     void parseTasks(const MDesktopEntry &entry, EntryFindings &findings);
     void addTask(const QString &taskName, const MDesktopEntry &entry, const QString &group,
@@ -147,7 +149,8 @@ public:
     bool valid = false;
 };
 
-void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Findings &sink)
+void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Findings &sink,
+                                   ApplicationInfo::Extent extent)
 {
     desktopFilePath = path;
     EntryFindings findings(desktopFilePath, sink);
@@ -163,17 +166,25 @@ void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Fi
         ORVANE_WARN(sink, findingOf(Rules::entryId, {path})) << "Invalid app ID in" << path;
         return;
     }
-    parseIntents(entry, findings);
+    if (extent == ApplicationInfo::Everything)
+        parseIntents(entry, findings);
     parseTasks(entry, findings);
+    if (extent == ApplicationInfo::Everything)
+        parseTheRest(entry, places, findings);
+    valid = true;
+}
+
+void ApplicationInfoPrivate::parseTheRest(const MDesktopEntry &entry, const Places &places,
+                                          EntryFindings &findings)
+{
     parseLaunch(entry);
     name = entry.name();
     icon = entry.icon();
     mimeTypes = entry.mimeType();
-    boundMimeTypes(mimeTypes, path, findings);
+    boundMimeTypes(mimeTypes, desktopFilePath, findings);
     supportsMimeParents = entry.supportMimeParents();
-    manifest = Manifest(applicationId, places, sink);
-    readCertificate(places, sink);
-    valid = true;
+    manifest = Manifest(applicationId, places, findings.sink);
+    readCertificate(places, findings.sink);
 }
 
 void ApplicationInfoPrivate::parseIntents(const MDesktopEntry &entry, EntryFindings &findings)
@@ -270,10 +281,10 @@ ApplicationInfo::ApplicationInfo()
 }
 
 ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &places,
-                                 Findings &findings)
+                                 Findings &findings, Extent extent)
 {
     const auto record = QSharedPointer<ApplicationInfoPrivate>::create();
-    record->parse(desktopFilePath, places, findings);
+    record->parse(desktopFilePath, places, findings, extent);
     d = record;
 }
 

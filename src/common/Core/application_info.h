@@ -58,11 +58,19 @@ public:
         bool customMode = false;
     };
 
+    /// How much of a record is read.
+    enum Extent {
+        Everything,
+        /// Whether the entry is valid, the id and the tasks: what a list of tasks takes.
+        Tasks,
+    };
+
     /// An empty record; not valid.
     ApplicationInfo();
     /// Reads the desktop entry at `desktopFilePath`, and its package's files in their places. An
     /// unusable file gives a record that is not valid, and a finding.
-    ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings);
+    ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings,
+                    Extent extent = Everything);
     ~ApplicationInfo();
     ApplicationInfo(const ApplicationInfo &);
     ApplicationInfo &operator=(const ApplicationInfo &);

@@ -34,6 +34,7 @@ private Q_SLOTS:
     void takesTheRootForAServiceWithoutAnObjectPath();
     void readsIntents();
     void readsTasks();
+    void readsNothingButTheTasksWhereAskedTo();
     void skipsATaskWithoutANameSilently();
     void letsTheLaterOfTwoTasksWin();
     void refusesBadTaskNames_data();
@@ -254,6 +255,20 @@ void TestApplicationInfo::readsTasks()
     QCOMPARE(sync.conditions, QStringList{QStringLiteral("Charging")});
     // Without a command line of its own, the application's.
     QCOMPARE(tasks.value(QStringLiteral("index")).exec, QStringLiteral("/usr/bin/app"));
+}
+
+void TestApplicationInfo::readsNothingButTheTasksWhereAskedTo()
+{
+    root->writeApplication(QStringLiteral("Notes"),
+                           "Intents=Open\n[X-Task sync]\nType=Sync\nExec=/opt/n\n");
+    const ApplicationInfo info(root->path(QStringLiteral("/usr/share/applications/Notes.desktop")),
+                               placesOf(*root), Core::LoggedFindings::instance(),
+                               ApplicationInfo::Tasks);
+    QVERIFY(info.isValid());
+    QCOMPARE(info.applicationId().toString(), QStringLiteral("com.example.Notes"));
+    QCOMPARE(info.tasks().value(QStringLiteral("sync")).exec, QStringLiteral("/opt/n"));
+    QVERIFY(info.intents().isEmpty());
+    QCOMPARE(info.launchInfo().exec, QString());
 }
 
 void TestApplicationInfo::skipsATaskWithoutANameSilently()

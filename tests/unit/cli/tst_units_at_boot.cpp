@@ -1,0 +1,79 @@
+#include "cli/units_at_boot.h"
+#include "common/places.h"
+#include "support/temp_root.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+class TestUnitsAtBoot : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void areThoseThatALinkOfAFolderOfWishesNames();
+    void areNoneWithoutALink();
+    void areNoneWithoutAUnit();
+    void areNoneThatAreMasked();
+    void areOnlyThoseOfTasks();
+
+private:
+    [[nodiscard]] static QStringList of(const TempRoot &root)
+    {
+        return Cli::unitsAtBoot(Places::below(root.path()));
+    }
+    [[nodiscard]] static QString id() { return QStringLiteral("com.example.Notes.task_sync"); }
+    [[nodiscard]] static QString unit()
+    {
+        return QStringLiteral("ov_task.com.example.Notes.task_sync.service");
+    }
+};
+
+void TestUnitsAtBoot::areThoseThatALinkOfAFolderOfWishesNames()
+{
+    const TempRoot root;
+    root.startAtBoot(id());
+    // As another folder of wishes may say again.
+    const QString folder = root.path(QStringLiteral("/etc/systemd/system/other.target.requires"));
+    QVERIFY(QDir().mkpath(folder));
+    QVERIFY(QFile::link(root.unitFile(id()), folder + QLatin1Char('/') + unit()));
+    QCOMPARE(of(root), QStringList{unit()});
+}
+
+void TestUnitsAtBoot::areNoneWithoutALink()
+{
+    const TempRoot root;
+    root.write(root.unitFile(id()), "[Service]\n");
+    QCOMPARE(of(root), QStringList());
+}
+
+void TestUnitsAtBoot::areNoneWithoutAUnit()
+{
+    const TempRoot root;
+    root.startAtBoot(id());
+    root.remove(root.unitFile(id()));
+    QCOMPARE(of(root), QStringList());
+}
+
+void TestUnitsAtBoot::areNoneThatAreMasked()
+{
+    const TempRoot root;
+    root.startAtBoot(id());
+    root.remove(root.unitFile(id()));
+    // To a file, so that it is not for want of one that it does not count.
+    root.write(QStringLiteral("/etc/empty"), {});
+    QVERIFY(QFile::link(root.path(QStringLiteral("/etc/empty")), root.path(root.unitFile(id()))));
+    QCOMPARE(of(root), QStringList());
+}
+
+void TestUnitsAtBoot::areOnlyThoseOfTasks()
+{
+    const TempRoot root;
+    const QString folder = QStringLiteral("/etc/systemd/system/");
+    root.write(folder + QStringLiteral("ssh.service"), "[Service]\n");
+    root.write(folder + QStringLiteral("multi-user.target.wants/ssh.service"), {});
+    QCOMPARE(of(root), QStringList());
+}
+
+QTEST_GUILESS_MAIN(TestUnitsAtBoot)
+#include "tst_units_at_boot.moc"
