@@ -1,6 +1,7 @@
 #include "cli/accounts.h"
 
 #include "files/foreign_file.h"
+#include "files/path_below.h"
 
 #include <QList>
 
@@ -36,7 +37,7 @@ QList<QByteArray> lineIn(const QByteArray &passwd, int field, const QString &tex
 
 QByteArray passwdOf(const QString &root)
 {
-    return readForeignFile(root + QStringLiteral("/etc/passwd")).text;
+    return readForeignFile(pathBelow(root, QStringLiteral("/etc/passwd"))).text;
 }
 
 } // namespace

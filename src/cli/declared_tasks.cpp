@@ -7,8 +7,6 @@
 #include "common/places.h"
 
 #include <QDir>
-#include <QDirIterator>
-#include <QFileInfo>
 #include <QMap>
 
 namespace Cli {
@@ -21,11 +19,9 @@ QString suffix() { return QStringLiteral(".conf"); }
 QMap<QString, QString> typeFiles()
 {
     QMap<QString, QString> files;
-    for (const QString &folder : Places::ofProcess().taskTypeFolders) {
-        QDirIterator found(folder, {QLatin1Char('*') + suffix()}, QDir::Files,
-                           QDirIterator::Subdirectories);
-        while (found.hasNext()) {
-            const QString path = found.next();
+    const Places places = Places::ofProcess();
+    for (const QString &folder : places.taskTypeFolders) {
+        for (const QString &path : places.filesBelow(folder, {QLatin1Char('*') + suffix()})) {
             const QString type = QDir(folder).relativeFilePath(path).chopped(suffix().size());
             if (Core::TaskTypeConfig::mayHaveFile(type) && !files.contains(type))
                 files.insert(type, path);

@@ -1,5 +1,7 @@
 #include "cli/entry_lines.h"
 
+#include "common/places.h"
+
 #include <mdesktopentry.h>
 
 namespace Cli {
@@ -9,11 +11,13 @@ namespace {
 // The groups in which an entry may give its id; an earlier one goes before a later one.
 const char *const idGroups[] = {"X-Application", "X-Sailjail", "Sailjail"};
 
+QString realPath(const DeclaredTask &task) { return Places::ofProcess().real(task.file); }
+
 } // namespace
 
 EntryLines::EntryLines(const DeclaredTask &task)
     : m_task(task)
-    , m_lines(KeyFileLines::ofFile(task.file))
+    , m_lines(KeyFileLines::ofFile(realPath(task)))
 {
 }
 
@@ -30,13 +34,13 @@ int EntryLines::lineOfExec() const
 {
     const QString key = QStringLiteral("Exec");
     // A task without a command line of its own has the application's.
-    const bool isOwn = !MDesktopEntry(m_task.file).value(m_task.group, key).isEmpty();
+    const bool isOwn = !MDesktopEntry(realPath(m_task)).value(m_task.group, key).isEmpty();
     return m_lines.of(isOwn ? m_task.group : QStringLiteral("Desktop Entry"), key);
 }
 
 int EntryLines::lineOfIdPart(const QString &key) const
 {
-    const MDesktopEntry entry(m_task.file);
+    const MDesktopEntry entry(realPath(m_task));
     const Core::ApplicationId id = m_task.taskId.applicationId();
     if (!(Core::ApplicationId(entry.appOrgname(), entry.appName()) == id))
         return 0;

@@ -1,6 +1,7 @@
 #include "cli/task_declaration.h"
 
 #include "common/key_file_lines.h"
+#include "common/places.h"
 
 namespace Cli {
 
@@ -32,7 +33,7 @@ TaskDeclaration declarationOf(const QString &taskId)
     const DeclaredTask &task = declaration.task;
     if (!task.taskId.isValid())
         return declaration;
-    const KeyFileLines lines = KeyFileLines::ofFile(task.file);
+    const KeyFileLines lines = KeyFileLines::ofFile(Places::ofProcess().real(task.file));
     const auto add = [&](const char *key, const QString &value, int line) {
         if (!value.isEmpty())
             declaration.keys.append({QString::fromLatin1(key), value, line});

@@ -1,11 +1,14 @@
 #include "common/places.h"
 
 #include "common/root_path.h"
+#include "files/path_below.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <algorithm>
 #include <optional>
 
 namespace {
@@ -93,11 +96,49 @@ QString Places::runtimeAutostartFolder() const
     return QDir(root + QStringLiteral("/var/lib/am/apps")).absolutePath();
 }
 
-QString Places::firstFile(const QStringList &folders, const QString &name)
+QString Places::real(const QString &path) const
+{
+    if (programRoot.isEmpty() || !path.startsWith(programRoot + QLatin1Char('/')))
+        return path;
+    return pathBelow(programRoot, path.mid(programRoot.size()));
+}
+
+QStringList Places::filesIn(const QString &folder, const QString &pattern) const
+{
+    if (programRoot.isEmpty())
+        return QDir(folder).entryList({pattern}, QDir::Files, QDir::Name);
+    // What a link leads to in this system says nothing.
+    QStringList names =
+        QDir(real(folder)).entryList({pattern}, QDir::AllEntries | QDir::System, QDir::Name);
+    const auto isNoFile = [&](const QString &name) {
+        return !QFileInfo(real(folder + QLatin1Char('/') + name)).isFile();
+    };
+    names.erase(std::remove_if(names.begin(), names.end(), isNoFile), names.end());
+    return names;
+}
+
+QStringList Places::filesBelow(const QString &folder, const QStringList &patterns) const
+{
+    const QString start = real(folder);
+    QStringList paths;
+    QDirIterator entries(start, patterns,
+                         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString path = folder + entries.next().mid(start.size());
+        // Neither a folder nor a link to a pipe or a device.
+        if (QFileInfo(real(path)).isFile())
+            paths.append(path);
+    }
+    paths.sort();
+    return paths;
+}
+
+QString Places::firstFile(const QStringList &folders, const QString &name) const
 {
     for (const QString &folder : folders) {
         const QString path = folder + QLatin1Char('/') + name;
-        if (QFileInfo(path).isFile())
+        if (QFileInfo(real(path)).isFile())
             return path;
     }
     return {};

@@ -49,7 +49,15 @@ struct Places
     [[nodiscard]] QString systemAutostartFolder() const;
     [[nodiscard]] QString runtimeAutostartFolder() const;
     /// A file in the first folder that has one of that name; empty when none has.
-    [[nodiscard]] static QString firstFile(const QStringList &folders, const QString &name);
+    [[nodiscard]] QString firstFile(const QStringList &folders, const QString &name) const;
+    /// Where a file below the root of an image really is: links on the way lead to where they would
+    /// lead in the image. For other paths, the path itself.
+    [[nodiscard]] QString real(const QString &path) const;
+    /// The names of the files in a folder that match a pattern, in order; none that is hidden.
+    [[nodiscard]] QStringList filesIn(const QString &folder, const QString &pattern) const;
+    /// The paths of the files in a folder and in the folders below it that match one of the
+    /// patterns, in order; hidden ones too.
+    [[nodiscard]] QStringList filesBelow(const QString &folder, const QStringList &patterns) const;
     /// What /proc says of a process.
     [[nodiscard]] QString process(uint id) const;
 };

@@ -31,10 +31,10 @@ public:
     void report(const Core::Finding &, const Core::FindingOrigin &) override { }
 };
 
-void lintEntryFile(const QString &path, const Core::ApplicationInfo &entry,
+void lintEntryFile(const QString &path, const Core::ApplicationInfo &entry, const Places &places,
                    const KnownPlaces &known, Collected &findings)
 {
-    const ForeignFile file = readForeignFile(path);
+    const ForeignFile file = readForeignFile(places.real(path));
     if (file.state == ForeignFile::TooLarge)
         findings.add(LintRules::entryTooLarge, {path}, QStringLiteral("More than 1 MiB"));
     checkEntryText(path, file.text, findings);
@@ -42,10 +42,10 @@ void lintEntryFile(const QString &path, const Core::ApplicationInfo &entry,
         checkEntry(entry, file.text, known, findings);
 }
 
-void lintManifest(const QString &path, Collected &findings)
+void lintManifest(const QString &path, const Places &places, Collected &findings)
 {
     const QString key = QStringLiteral("keepMediaActiveInBackground");
-    const QByteArray text = readForeignFile(path).text;
+    const QByteArray text = readForeignFile(places.real(path)).text;
     const QJsonObject object = QJsonDocument::fromJson(text).object();
     const int position = text.indexOf('"' + key.toLatin1() + '"');
     if (object.contains(key) && !object.value(key).isBool())
@@ -59,36 +59,35 @@ void lintEntries(const Places &places, const KnownPlaces &known, Collected &find
     const Core::ApplicationCatalogue catalogue(places, findings);
     QSet<QString> types;
     for (const Core::ApplicationInfo &entry : catalogue.applications()) {
-        lintEntryFile(entry.desktopFilePath(), entry, known, findings);
+        lintEntryFile(entry.desktopFilePath(), entry, places, known, findings);
         lintManifest(
             places.packageFile(entry.applicationId().toString(), QStringLiteral("manifest.json")),
-            findings);
+            places, findings);
         for (const Core::ApplicationInfo::TaskInfo &task : entry.tasks())
             types.insert(task.type);
     }
     for (const QString &path : catalogue.invalidFiles())
-        lintEntryFile(path, {}, known, findings);
+        lintEntryFile(path, {}, places, known, findings);
     NoFindings said;
     for (const Core::ApplicationCatalogue::Shadowed &shadowed : catalogue.shadowed()) {
         // The others of these are applications above.
         if (shadowed.reason != Core::ApplicationCatalogue::Shadowed::SameFileName)
-            lintEntryFile(shadowed.file, Core::ApplicationInfo(shadowed.file, places, said), known,
-                          findings);
+            lintEntryFile(shadowed.file, Core::ApplicationInfo(shadowed.file, places, said), places,
+                          known, findings);
     }
     for (const QString &type : qAsConst(types))
         (void)catalogue.tasksOfType(type, findings);
 }
 
-void lintTaskType(const QString &folder, const QString &path, Collected &findings)
+void lintTaskType(const QString &folder, const QString &path, Places places, Collected &findings)
 {
     const QString suffix = QStringLiteral(".conf");
     const QString type = QDir(folder).relativeFilePath(path).chopped(suffix.size());
-    Places places;
     places.taskTypeFolders = QStringList{folder};
     (void)Core::TaskTypeConfig(type, places, findings);
     const QString group = QStringLiteral("TaskType");
     const QStringList known{QStringLiteral("WorksInSession")};
-    const IniFile file(readForeignFile(path).text);
+    const IniFile file(readForeignFile(places.real(path)).text);
     for (const QString &key : file.keys(group)) {
         if (!known.contains(key))
             addUnknownKey({path, group, key, file.value(group, key)->line}, known, findings);
@@ -98,16 +97,14 @@ void lintTaskType(const QString &folder, const QString &path, Collected &finding
 void lintTaskTypes(const Places &places, Collected &findings)
 {
     for (const QString &folder : places.taskTypeFolders) {
-        QDirIterator files(folder, {QStringLiteral("*.conf")}, QDir::Files,
-                           QDirIterator::Subdirectories);
-        while (files.hasNext())
-            lintTaskType(folder, files.next(), findings);
+        for (const QString &path : places.filesBelow(folder, {QStringLiteral("*.conf")}))
+            lintTaskType(folder, path, places, findings);
     }
 }
 
-void lintPermission(const QString &path, Collected &findings)
+void lintPermission(const QString &path, const Places &places, Collected &findings)
 {
-    const ForeignFile file = readForeignFile(path);
+    const ForeignFile file = readForeignFile(places.real(path));
     const QString name = QFileInfo(path).completeBaseName();
     if (file.state != ForeignFile::Read)
         findings.add(LintRules::permissionUnreadable, {path},
@@ -123,22 +120,25 @@ void lintPermission(const QString &path, Collected &findings)
 void lintPermissions(const Places &places, Collected &findings)
 {
     for (const QString &folder : places.permissionFolders) {
-        const QDir directory(pathBelow(places.programRoot, folder));
-        for (const QString &name : directory.entryList({QStringLiteral("*.permission")}))
-            lintPermission(directory.filePath(name), findings);
+        const QDir directory(places.programRoot + folder);
+        for (const QString &name :
+             QDir(places.real(directory.path()))
+                 .entryList({QStringLiteral("*.permission")}, QDir::AllEntries | QDir::System))
+            lintPermission(directory.filePath(name), places, findings);
     }
 }
 
 // What a file says of one user is read for that user alone.
-void lintAutostart(const QString &folder, const QStringList &names, Collected &findings)
+void lintAutostart(const QString &folder, const QStringList &names, const Places &places,
+                   Collected &findings)
 {
     QSet<int> users{0};
-    for (const QString &path : Autostart::configFilesBelow(folder, names)) {
-        for (const QString &group : IniFile(readForeignFile(path).text).groups())
+    for (const QString &path : Autostart::configFilesBelow(folder, names, places)) {
+        for (const QString &group : IniFile(readForeignFile(places.real(path)).text).groups())
             users.insert(group.section(QLatin1Char('|'), 1, 1).toInt());
     }
     for (const int user : qAsConst(users))
-        (void)Autostart::readConfigFiles(folder, names, user, findings);
+        (void)Autostart::readConfigFiles(folder, names, user, findings, places);
 }
 
 bool isTree(const QString &folder)
@@ -165,38 +165,41 @@ bool lintManifestFile(const QString &path, Collected &findings)
     if (root.isNull() || !Core::ApplicationId(id).isValid())
         return false;
     (void)Core::Manifest(Core::ApplicationId(id), Places::below(root), findings);
-    lintManifest(path, findings);
+    lintManifest(path, Places::below(root), findings);
     return true;
 }
 
-bool lintSettingsFile(const QString &path, Collected &findings)
+bool lintSettingsFile(const QString &path, const Places &system, Collected &findings)
 {
     const QString types = QStringLiteral("/task-types/");
     const int position = path.indexOf(types);
     const QFileInfo file(path);
     if (position >= 0)
-        lintTaskType(path.left(position + types.size() - 1), path, findings);
-    else if (IniFile(readForeignFile(path).text).groups().contains(QLatin1String("TaskType")))
-        lintTaskType(file.absolutePath(), path, findings);
+        lintTaskType(path.left(position + types.size() - 1), path, system, findings);
+    else if (IniFile(readForeignFile(system.real(path)).text)
+                 .groups()
+                 .contains(QLatin1String("TaskType")))
+        lintTaskType(file.absolutePath(), path, system, findings);
     else
-        lintAutostart(file.absolutePath(), {file.fileName()}, findings);
+        lintAutostart(file.absolutePath(), {file.fileName()}, system, findings);
     return true;
 }
 
 bool lintFile(const QString &path, const Places &system, Collected &findings)
 {
     if (path.endsWith(QLatin1String(".desktop"))) {
-        lintEntryFile(path, Core::ApplicationInfo(path, system, findings), {system}, findings);
+        lintEntryFile(path, Core::ApplicationInfo(path, system, findings), system, {system},
+                      findings);
         return true;
     }
     if (path.endsWith(QLatin1String(".permission"))) {
-        lintPermission(path, findings);
+        lintPermission(path, system, findings);
         return true;
     }
     if (path.endsWith(QLatin1String("/manifest.json")))
         return lintManifestFile(path, findings);
     if (path.endsWith(QLatin1String(".conf")))
-        return lintSettingsFile(path, findings);
+        return lintSettingsFile(path, system, findings);
     const QString root = rootBefore(path, QStringLiteral("/etc/orvane/os-version-support.cfg"));
     if (!root.isNull())
         (void)Core::VersionOverrides(Places::below(root), findings);
@@ -230,8 +233,8 @@ void lintPlaces(const Places &places, const KnownPlaces &known, Collected &findi
     lintPermissions(places, findings);
     (void)Core::VersionOverrides(places, findings);
     (void)Core::readMimeappsList(places, findings);
-    lintAutostart(places.systemAutostartFolder(), Autostart::anyConfigFile(), findings);
-    lintAutostart(places.runtimeAutostartFolder(), Autostart::anyConfigFile(), findings);
+    lintAutostart(places.systemAutostartFolder(), Autostart::anyConfigFile(), places, findings);
+    lintAutostart(places.runtimeAutostartFolder(), Autostart::anyConfigFile(), places, findings);
 }
 
 bool lintPath(const QString &path, const Places &system, Collected &findings)

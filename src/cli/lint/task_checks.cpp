@@ -113,7 +113,7 @@ void TaskChecks::checkType() const
 bool TaskChecks::isServed(const QString &type) const
 {
     return std::any_of(m_places.begin(), m_places.end(), [&](const Places &places) {
-        return !Places::firstFile(places.taskTypeFolders, type + QStringLiteral(".conf")).isEmpty();
+        return !places.firstFile(places.taskTypeFolders, type + QStringLiteral(".conf")).isEmpty();
     });
 }
 

@@ -63,7 +63,7 @@ private:
 void ApplicationCatalogue::Scan::run()
 {
     for (const QString &directory : m_places.applicationFolders) {
-        if (QFileInfo(directory).isDir())
+        if (QFileInfo(m_places.real(directory)).isDir())
             scanDirectory(directory);
     }
 }
@@ -79,13 +79,14 @@ void ApplicationCatalogue::Scan::scanDirectory(const QString &directory)
     announce(directory);
     QMap<QString, ApplicationInfo> chosen;
     // By name, so that two entries of the same application do not depend on the disk's order.
-    const QFileInfoList files =
-        QDir(directory).entryInfoList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
-    for (const QFileInfo &file : files) {
-        announce(file.filePath());
-        const ApplicationInfo info(file.filePath(), m_places, m_findings, m_extent);
+    const QDir folder(directory);
+    const QStringList files = m_places.filesIn(directory, QStringLiteral("*.desktop"));
+    for (const QString &file : files) {
+        const QString path = folder.filePath(file);
+        announce(path);
+        const ApplicationInfo info(path, m_places, m_findings, m_extent);
         if (!info.isValid()) {
-            m_catalogue.m_invalidFiles.append(file.filePath());
+            m_catalogue.m_invalidFiles.append(path);
             continue;
         }
         takeOne(info, chosen);

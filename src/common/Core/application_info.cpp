@@ -81,9 +81,10 @@ QString mainGroup() { return QStringLiteral("Desktop Entry"); }
 class EntryFindings
 {
 public:
-    EntryFindings(const QString &path, Findings &findings)
+    EntryFindings(const QString &path, const Places &places, Findings &findings)
         : sink(findings)
         , m_path(path)
+        , m_places(places)
     {
     }
     [[nodiscard]] Finding of(const Rule &rule, const QString &group, const QString &key = {})
@@ -91,7 +92,7 @@ public:
         if (++m_count > mostWithLines)
             return findingOf(rule, {m_path, group, key});
         if (!m_lines)
-            m_lines = KeyFileLines::ofFile(m_path);
+            m_lines = KeyFileLines::ofFile(m_places.real(m_path));
         const int line = key.isEmpty() ? m_lines->of(group) : m_lines->of(group, key);
         return findingOf(rule, {m_path, group, key, line});
     }
@@ -102,6 +103,7 @@ private:
     static constexpr int mostWithLines = 64;
 
     const QString &m_path;
+    const Places &m_places;
     int m_count = 0;
     std::optional<KeyFileLines> m_lines;
 };
@@ -153,8 +155,8 @@ void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Fi
                                    ApplicationInfo::Extent extent)
 {
     desktopFilePath = path;
-    EntryFindings findings(desktopFilePath, sink);
-    const MyDesktopEntry entry(path);
+    EntryFindings findings(desktopFilePath, places, sink);
+    const MyDesktopEntry entry(places.real(path));
     if (!entry.isValid()) {
         ORVANE_REMARK(sink, findingOf(Rules::entryInvalid, {path})) << "No valid entry:" << path;
         return;
@@ -266,7 +268,7 @@ void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)
 void ApplicationInfoPrivate::readCertificate(const Places &places, Findings &findings)
 {
     const QString path = places.packageFile(applicationId.toString(), QStringLiteral("halcyn.pkg"));
-    const ForeignFile file = readForeignFile(path);
+    const ForeignFile file = readForeignFile(places.real(path));
     if (file.state != ForeignFile::Read && file.state != ForeignFile::Missing)
         ORVANE_REMARK(findings, findingOf(Rules::packageUnreadable, {path}))
             << "Failed to read" << path << file.reason;

@@ -13,16 +13,16 @@ namespace Core {
 class ManifestPrivate
 {
 public:
-    void parse(const QString &path, Findings &findings);
+    void parse(const QString &path, const Places &places, Findings &findings);
 
     // All that is asked for: an object takes many times the room of its text.
     bool keepMediaActiveInBackground = false;
     bool valid = false;
 };
 
-void ManifestPrivate::parse(const QString &path, Findings &findings)
+void ManifestPrivate::parse(const QString &path, const Places &places, Findings &findings)
 {
-    const ForeignFile file = readForeignFile(path);
+    const ForeignFile file = readForeignFile(places.real(path));
     if (file.state == ForeignFile::Missing)
         return;
     if (file.state != ForeignFile::Read) {
@@ -58,7 +58,7 @@ Manifest::Manifest(const ApplicationId &application, const Places &places, Findi
 {
     if (application.isValid())
         d->parse(places.packageFile(application.toString(), QStringLiteral("manifest.json")),
-                 findings);
+                 places, findings);
 }
 
 Manifest::~Manifest() = default;

@@ -51,10 +51,10 @@ TaskTypeConfig::TaskTypeConfig(const QString &taskType, const Places &places, Fi
 {
     if (!mayHaveFile(taskType))
         return;
-    m_file = Places::firstFile(places.taskTypeFolders, taskType + QStringLiteral(".conf"));
+    m_file = places.firstFile(places.taskTypeFolders, taskType + QStringLiteral(".conf"));
     if (m_file.isEmpty())
         return;
-    const ForeignFile content = readForeignFile(m_file);
+    const ForeignFile content = readForeignFile(places.real(m_file));
     if (content.state != ForeignFile::Read)
         ORVANE_REMARK(findings, findingOf(Rules::taskTypeUnreadable, {m_file}))
             << "Failed to read" << m_file << content.reason;

@@ -29,6 +29,7 @@ bool isValidKey(const QString &key)
 VersionOverrides::VersionOverrides(const Places &places, Findings &findings, QObject *parent)
     : QObject(parent)
     , m_path(places.versionOverrides())
+    , m_realPath(places.real(m_path))
     , m_findings(findings)
 {
     load();
@@ -42,7 +43,7 @@ void VersionOverrides::reload()
 
 void VersionOverrides::load()
 {
-    const ForeignFile content = readForeignFile(m_path);
+    const ForeignFile content = readForeignFile(m_realPath);
     if (content.state != ForeignFile::Read && content.state != ForeignFile::Missing)
         ORVANE_REMARK(m_findings, findingOf(Rules::overridesUnreadable, {m_path}))
             << "Failed to read" << m_path << content.reason;

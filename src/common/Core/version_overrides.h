@@ -32,6 +32,8 @@ private:
     void load();
 
     const QString m_path;
+    /// Where the file really is.
+    const QString m_realPath;
     Findings &m_findings;
     QHash<QString, QString> m_versions;
 };

@@ -6,7 +6,6 @@
 #include "common/places.h"
 #include "files/foreign_file.h"
 
-#include <QDirIterator>
 #include <QFileInfo>
 #include <QMap>
 #include <QPair>
@@ -49,11 +48,11 @@ constexpr int longestId = 255;
 constexpr qint64 mostText = 4 << 20;
 
 // Drops the largest files until the rest fits, so that large files cannot push out small ones.
-QStringList withinBounds(const QStringList &paths, Core::Findings &findings)
+QStringList withinBounds(const QStringList &paths, const Places &places, Core::Findings &findings)
 {
     QVector<QPair<qint64, QString>> smallestFirst;
     for (const QString &path : paths)
-        smallestFirst.append({QFileInfo(path).size(), path});
+        smallestFirst.append({QFileInfo(places.real(path)).size(), path});
     std::sort(smallestFirst.begin(), smallestFirst.end());
     QStringList kept;
     qint64 sum = 0;
@@ -77,8 +76,9 @@ QStringList withinBounds(const QStringList &paths, Core::Findings &findings)
 class ConfigFile
 {
 public:
-    ConfigFile(const QString &path, Core::Findings &findings)
+    ConfigFile(const QString &path, const Places &places, Core::Findings &findings)
         : m_path(path)
+        , m_places(places)
         , m_findings(findings)
     {
     }
@@ -91,6 +91,7 @@ private:
                                   const QString &application) const;
 
     const QString &m_path;
+    const Places &m_places;
     Core::Findings &m_findings;
 };
 
@@ -107,7 +108,7 @@ void ConfigFile::read(int uid, QVector<Setting> &settings) const
 
 QByteArray ConfigFile::text() const
 {
-    const ForeignFile content = readForeignFile(m_path);
+    const ForeignFile content = readForeignFile(m_places.real(m_path));
     if (content.state != ForeignFile::Read)
         ORVANE_REMARK(m_findings, findingOf(Rules::autostartUnreadable, {m_path}))
             << "Failed to read" << m_path << content.reason;
@@ -160,30 +161,22 @@ QString userFile(qint64 uid) { return QString::number(uid) + QStringLiteral(".co
 
 QStringList anyConfigFile() { return {QStringLiteral("*.conf")}; }
 
-QStringList configFilesBelow(const QString &directory, const QStringList &nameFilters)
+// Hidden ones too: an application id may start with a dot. In order: two files may speak of the
+// same application, and the answer must not hang on the disk's.
+QStringList configFilesBelow(const QString &directory, const QStringList &nameFilters,
+                             const Places &places)
 {
-    QStringList paths;
-    // Hidden ones too: an application id may start with a dot.
-    QDirIterator files(directory, nameFilters, QDir::Files | QDir::Hidden,
-                       QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        files.next();
-        // A link to a pipe or a device would block the reader.
-        if (files.fileInfo().isFile())
-            paths.append(files.filePath());
-    }
-    // Two files may speak of the same application: the answer must not hang on the disk's order.
-    paths.sort();
-    return paths;
+    return places.filesBelow(directory, nameFilters);
 }
 
 QVector<Setting> readConfigFiles(const QString &directory, const QStringList &nameFilters, int uid,
-                                 Core::Findings &findings)
+                                 Core::Findings &findings, const Places &places)
 {
     QVector<Setting> settings;
-    const QStringList paths = withinBounds(configFilesBelow(directory, nameFilters), findings);
+    const QStringList paths =
+        withinBounds(configFilesBelow(directory, nameFilters, places), places, findings);
     for (const QString &path : paths)
-        ConfigFile(path, findings).read(uid, settings);
+        ConfigFile(path, places, findings).read(uid, settings);
     return settings;
 }
 
@@ -203,17 +196,19 @@ bool Layers::isEnabled() const
 }
 
 Settings::Settings(const Places &places, Core::Findings &findings)
-    : m_systemDirectory(places.systemAutostartFolder())
-    , m_runtimeDirectory(places.runtimeAutostartFolder())
+    : m_places(places)
     , m_findings(findings)
 {
 }
 
 Layers Settings::layers(int uid) const
 {
-    return {readConfigFiles(m_systemDirectory, anyConfigFile(), uid, m_findings),
-            readConfigFiles(m_runtimeDirectory, {allUsersFile()}, uid, m_findings),
-            readConfigFiles(m_runtimeDirectory, {userFile(uid)}, uid, m_findings)};
+    const auto read = [&](const QString &folder, const QString &filter) {
+        return readConfigFiles(folder, {filter}, uid, m_findings, m_places);
+    };
+    const QString runtime = m_places.runtimeAutostartFolder();
+    return {read(m_places.systemAutostartFolder(), anyConfigFile().constFirst()),
+            read(runtime, allUsersFile()), read(runtime, userFile(uid))};
 }
 
 Layers Settings::layersOf(const QString &application, int uid) const

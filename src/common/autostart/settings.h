@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/places.h"
+
 #include <QMap>
 #include <QString>
 #include <QStringList>
@@ -33,15 +35,16 @@ struct Setting
 
 /// The regular files below a directory, subdirectories included but no symbolic links to any, that
 /// match a name filter. In the order of their paths.
-[[nodiscard]] QStringList configFilesBelow(const QString &directory,
-                                           const QStringList &nameFilters);
+/// @param places whose links are followed: those of an image lead to files of the image.
+[[nodiscard]] QStringList configFilesBelow(const QString &directory, const QStringList &nameFilters,
+                                           const Places &places = {});
 
 /// What every file that configFilesBelow() finds says for a user, in the order in which the later
 /// overrides the earlier. A file that cannot be read, or is too large to be one of these, says
 /// nothing; of files that are too large together the largest say nothing.
 [[nodiscard]] QVector<Setting> readConfigFiles(const QString &directory,
                                                const QStringList &nameFilters, int uid,
-                                               Core::Findings &findings);
+                                               Core::Findings &findings, const Places &places = {});
 
 /// The switch of one application and user, layer by layer. In each the last setting decides.
 struct Layers
@@ -77,8 +80,7 @@ public:
 private:
     [[nodiscard]] Layers layers(int uid) const;
 
-    const QString m_systemDirectory;
-    const QString m_runtimeDirectory;
+    const Places m_places;
     Core::Findings &m_findings;
 };
 

@@ -115,12 +115,12 @@ QVector<SandboxWord> permissionWords(const QStringList &permissions, const Place
                 << "Unknown permission" << permission;
         else
             words.append({"--profile=" + path.toUtf8(), SandboxWord::Permission, permission,
-                          pathBelow(places.programRoot, path)});
+                          places.programRoot + path});
     }
     return words;
 }
 
-Places FirejailPrivate::placesInUse() const { return places ? *places : Places::ofEnvironment(); }
+Places FirejailPrivate::placesInUse() const { return places ? *places : Places::ofProcess(); }
 
 QString FirejailPrivate::profilePath(const QString &name) const
 {

@@ -20,8 +20,8 @@ bool Launcher::launchApplications()
     const QStringList applications =
         Manager::instance()->enabledApplications(static_cast<int>(getuid()));
     for (const QString &application : applications) {
-        const MDesktopEntry entry(Places::firstFile(places.applicationFolders,
-                                                    QStringLiteral("%1.desktop").arg(application)));
+        const MDesktopEntry entry(places.firstFile(places.applicationFolders,
+                                                   QStringLiteral("%1.desktop").arg(application)));
         if (entry.type() == QLatin1String("Link")) {
             // As an argument of its own: no character of the URL can become a second one.
             if (!QProcess::startDetached(QStringLiteral("xdg-open"), {entry.url()})) {

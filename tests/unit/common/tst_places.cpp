@@ -19,6 +19,10 @@ private Q_SLOTS:
     void areAllBelowTheRootOfAnImage();
     void areTheEnvironmentsUntilSomebodySetsThem();
     void findTheFirstFile();
+    void followLinksAsTheImageWould_data();
+    void followLinksAsTheImageWould();
+    void listFilesBehindLinksOfTheImage();
+    void leaveLinksOfThisSystemAlone();
     void areThisSystemsWithoutARoot_data();
     void areThisSystemsWithoutARoot();
 };
@@ -99,14 +103,111 @@ void TestPlaces::findTheFirstFile()
     const QStringList folders{
         directory.filePath(QStringLiteral("none")), directory.filePath(QStringLiteral("directory")),
         directory.filePath(QStringLiteral("first")), directory.filePath(QStringLiteral("second"))};
-    QCOMPARE(Places::firstFile(folders, name), QString());
+    QCOMPARE(Places().firstFile(folders, name), QString());
     QVERIFY(QDir().mkpath(folders.at(1) + QStringLiteral("/x")));
     for (int i = 2; i < 4; ++i) {
         QVERIFY(QDir().mkpath(folders.at(i)));
         QFile file(folders.at(i) + QStringLiteral("/x"));
         QVERIFY(file.open(QIODevice::WriteOnly));
     }
-    QCOMPARE(Places::firstFile(folders, name), folders.at(2) + QStringLiteral("/x"));
+    QCOMPARE(Places().firstFile(folders, name), folders.at(2) + QStringLiteral("/x"));
+}
+
+namespace {
+
+// An image with links that are absolute in it, and lead nowhere or elsewhere from outside.
+class Image
+{
+public:
+    Image()
+    {
+        write("/opt/real/file.conf");
+        write("/opt/real/.hidden.conf");
+        write("/opt/real/deep/other.conf");
+        // A folder of this system.
+        write("/etc");
+        link("/opt/real", "/srv/settings");
+        link("/opt/real/file.conf", "/opt/real/link.conf");
+        link("/etc", "/opt/real/folder-outside.conf");
+        link("/opt/real/deep", "/opt/real/folder.conf");
+        link("/nowhere", "/opt/real/nowhere.conf");
+    }
+    [[nodiscard]] QString path(const QString &below) const { return m_root.path() + below; }
+    [[nodiscard]] Places places() const { return Places::below(m_root.path()); }
+
+private:
+    void write(const char *below) const
+    {
+        const QString name = path(QLatin1String(below));
+        QDir().mkpath(QFileInfo(name).path());
+        QFile file(name);
+        if (!file.open(QIODevice::WriteOnly))
+            qFatal("cannot write %s", below);
+    }
+    void link(const char *target, const char *below) const
+    {
+        const QString name = path(QLatin1String(below));
+        QDir().mkpath(QFileInfo(name).path());
+        if (!QFile::link(QLatin1String(target), name))
+            qFatal("cannot link %s", below);
+    }
+
+    QTemporaryDir m_root;
+};
+
+} // namespace
+
+void TestPlaces::followLinksAsTheImageWould_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("real");
+    QTest::newRow("a file") << "/opt/real/file.conf"
+                            << "/opt/real/file.conf";
+    QTest::newRow("a link") << "/opt/real/link.conf"
+                            << "/opt/real/file.conf";
+    QTest::newRow("a link behind a linked folder") << "/srv/settings/link.conf"
+                                                   << "/opt/real/file.conf";
+    QTest::newRow("nothing") << "/srv/settings/none"
+                             << "/opt/real/none";
+}
+
+void TestPlaces::followLinksAsTheImageWould()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, real);
+    const Image image;
+    QCOMPARE(image.places().real(image.path(path)), image.path(real));
+    QCOMPARE(image.places().real(QStringLiteral("/elsewhere/x")), QStringLiteral("/elsewhere/x"));
+}
+
+void TestPlaces::listFilesBehindLinksOfTheImage()
+{
+    const Image image;
+    const QString folder = image.path(QStringLiteral("/srv/settings"));
+    const QString pattern = QStringLiteral("*.conf");
+    QCOMPARE(image.places().filesIn(folder, pattern),
+             QStringList({QStringLiteral("file.conf"), QStringLiteral("folder-outside.conf"),
+                          QStringLiteral("link.conf")}));
+    QStringList below = image.places().filesBelow(folder, {pattern});
+    below.replaceInStrings(folder + QLatin1Char('/'), QString());
+    QCOMPARE(below,
+             QStringList({QStringLiteral(".hidden.conf"), QStringLiteral("deep/other.conf"),
+                          QStringLiteral("file.conf"), QStringLiteral("folder-outside.conf"),
+                          QStringLiteral("link.conf")}));
+    QCOMPARE(image.places().firstFile({image.path(QStringLiteral("/none")), folder},
+                                      QStringLiteral("link.conf")),
+             folder + QStringLiteral("/link.conf"));
+}
+
+void TestPlaces::leaveLinksOfThisSystemAlone()
+{
+    const Image image;
+    const QString folder = image.path(QStringLiteral("/opt/real"));
+    QCOMPARE(Places().real(folder), folder);
+    QCOMPARE(Places().filesIn(folder, QStringLiteral("*.conf")),
+             QStringList{QStringLiteral("file.conf")});
+    QCOMPARE(Places().filesBelow(folder, {QStringLiteral("file*")}),
+             QStringList{folder + QStringLiteral("/file.conf")});
 }
 
 void TestPlaces::areThisSystemsWithoutARoot_data()
