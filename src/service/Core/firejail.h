@@ -57,8 +57,8 @@ public:
     void setHomeless(bool homeless);
 
     /// Where permission files and programs are, and whether programs are examined at all: files are
-    /// looked for below the programs' root, and named without it. Until this is called, as the
-    /// environment says when a command line is computed.
+    /// looked for below the programs' root, and named without it. Until this is called, those
+    /// of the process when a command line is computed.
     void setPlaces(const Places &places);
 
     /// The whole command line.

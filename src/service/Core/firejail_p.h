@@ -55,7 +55,7 @@ public:
     bool legacy = false;
     bool debug = false;
     bool homeless = false;
-    /// Without a value, what the environment says at each call.
+    /// Without a value, those of the process at each call.
     std::optional<Places> places;
 
 private:

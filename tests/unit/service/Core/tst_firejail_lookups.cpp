@@ -75,6 +75,8 @@ private Q_SLOTS:
     void leavesOutAPermissionThatAUnitWouldReadOtherwise();
     void prefersTheFirstPermissionDirectory();
     void findsNoPermissionWithoutItsExtension();
+    // The last one: the places of the process stay.
+    void looksWhereTheProcessDoesUntilItIsGivenPlaces();
 
 private:
     QString path(const char *name) const { return m_root->filePath(QLatin1String(name)); }
@@ -432,6 +434,16 @@ void TestFirejailLookups::findsNoPermissionWithoutItsExtension()
     makeFile(path("Audio.profile"), "");
     QCOMPARE(Core::permissionPath(QStringLiteral("Audio"), {m_root->path() + QLatin1Char('/')}),
              QString());
+}
+
+void TestFirejailLookups::looksWhereTheProcessDoesUntilItIsGivenPlaces()
+{
+    const QString program = QStringLiteral("/nowhere/program");
+    QVERIFY(errorOf(Firejail(), program));
+    Places places = Places::ofEnvironment();
+    places.programsAreExamined = false;
+    Places::setOfProcess(places);
+    QVERIFY(!errorOf(Firejail(), program));
 }
 
 QTEST_GUILESS_MAIN(TestFirejailLookups)
