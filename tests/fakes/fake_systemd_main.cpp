@@ -11,7 +11,9 @@
 #include <QFile>
 #include <QHash>
 #include <QProcess>
+#include <QUuid>
 
+#include <algorithm>
 #include <cctype>
 
 namespace {
@@ -69,14 +71,14 @@ private:
         process->setEnvironment(
             QProcess::systemEnvironment()
             + unitValue(unit, QStringLiteral("Environment")).split(QLatin1Char(' ')));
-        const QString path = unitPathOf(unit);
-        connect(process, &QProcess::started, this, [this, process, path] {
-            announce(path, QStringLiteral("active"), QStringLiteral("running"),
+        const QByteArray run = QUuid::createUuid().toRfc4122();
+        connect(process, &QProcess::started, this, [this, process, unit, run] {
+            announce({unit, QStringLiteral("active"), QStringLiteral("running")}, run,
                      static_cast<uint>(process->processId()));
         });
         connect(process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
-                [this, path] {
-                    announce(path, QStringLiteral("inactive"), QStringLiteral("dead"), 0);
+                [this, unit, run] {
+                    announce({unit, QStringLiteral("inactive"), QStringLiteral("dead")}, run, 0);
                 });
         m_processes.insert(unit, process);
         process->start(words.takeFirst(), words);
@@ -88,12 +90,27 @@ private:
             process->terminate();
     }
 
-    void announce(const QString &path, const QString &active, const QString &sub, uint pid)
+    void announce(const FakeSystemd::Unit &unit, const QByteArray &run, uint pid)
     {
-        m_systemd->emitChange(path, {{QStringLiteral("MainPID"), pid}},
-                              QStringLiteral("org.freedesktop.systemd1.Service"));
-        m_systemd->emitChange(
-            path, {{QStringLiteral("ActiveState"), active}, {QStringLiteral("SubState"), sub}});
+        const QVariantMap service{{QStringLiteral("MainPID"), pid},
+                                  {QStringLiteral("ExecMainPID"), pid}};
+        const QVariantMap state{{QStringLiteral("ActiveState"), unit.activeState},
+                                {QStringLiteral("SubState"), unit.subState},
+                                {QStringLiteral("InvocationID"), run}};
+        QVector<FakeSystemd::Unit> &units = m_systemd->units;
+        units.erase(
+            std::remove_if(units.begin(), units.end(),
+                           [&](const FakeSystemd::Unit &other) { return other.name == unit.name; }),
+            units.end());
+        if (pid > 0)
+            units.append(unit);
+        QVariantMap &known = m_systemd->properties[unit.name];
+        known = service;
+        for (auto value = state.constBegin(); value != state.constEnd(); ++value)
+            known.insert(value.key(), *value);
+        const QString path = unitPathOf(unit.name);
+        m_systemd->emitChange(path, service, QStringLiteral("org.freedesktop.systemd1.Service"));
+        m_systemd->emitChange(path, state);
     }
 
     FakeSystemd *const m_systemd;

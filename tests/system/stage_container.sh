@@ -20,7 +20,6 @@ stage_path() { echo "$1"; }
 stage_daemon_runs() { [ "$(in_container systemctl is-active orvane.service)" = active ]; }
 stage_daemon_status() { in_container systemctl show --value -p ExecMainStatus orvane.service; }
 stage_daemon_log() { in_container journalctl --no-pager -o cat -t orvane; }
-stage_show_unit() { in_container systemctl --no-pager -n 6 status "$1"; }
 stage_task_log() { in_container journalctl --no-pager -o cat -u "$1"; }
 stage_user() { echo appuser; }
 # The processes of the example's tasks.

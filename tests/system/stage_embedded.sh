@@ -66,7 +66,7 @@ stage_run() {
     shift
     case "$program" in
         busctl) busctl --address="$DBUS_SYSTEM_BUS_ADDRESS" "$@" ;;
-        orvane-watch) "$ORVANE_BIN/orvane-watch" "$@" ;;
+        orvane-watch | orvanectl) "$ORVANE_BIN/$program" "$@" ;;
         *) "$program" "$@" ;;
     esac
 }
@@ -84,7 +84,6 @@ stage_daemon_runs() {
 
 stage_daemon_status() { echo "$embedded_status"; }
 stage_daemon_log() { cat "$embedded_dir/daemon.log"; }
-stage_show_unit() { ps --no-headers -o pid,user,args --ppid "${embedded_pids[1]}"; }
 stage_task_log() { cat "$embedded_dir/units.log"; }
 stage_user() { echo nobody; }
 stage_workers() { pgrep -P "${embedded_pids[1]}" || true; }

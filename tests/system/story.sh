@@ -4,7 +4,6 @@
 story_task=com.example.Notes.task_sync
 story_named_task=com.example.Notes.task_index
 story_unit=ov_task.$story_task.service
-story_invoker=/org/zarn/Orvane/TaskInvoker1
 story_session=/org/zarn/Orvane/TaskInvokerSessions/Sync
 story_failures=0
 story_chapter=0
@@ -34,9 +33,16 @@ holds() { # holds WHAT CMD...: says whether a check held
 is() { [ "$1" = "$2" ]; }
 contains() { grep -qF -- "$2" <<<"$1"; }
 
-session_call() {
-    show busctl call org.zarn.Orvane "$story_session" org.zarn.Orvane.TaskInvokerSession1 "$@"
+# The same with the output checked: runs the check with what was printed.
+show_and_check() { # show_and_check WHAT TEXT CMD...
+    local what=$1 text=$2 answer status=0
+    shift 2
+    answer=$(show "$@") || status=$?
+    echo "$answer"
+    holds "$what" said_and_done "$answer" "$text" $status
 }
+
+said_and_done() { [ "$3" -eq 0 ] && contains "$1" "$2"; }
 
 announced() { grep -qE "$1" "$story_watch_log"; }
 last_announced() { [ "$(tail -n 1 "$story_watch_log")" = "$1" ]; }
@@ -47,6 +53,7 @@ daemon_has_left() { ! stage_daemon_runs; }
 
 tell() {
     story_watch_log=$(mktemp)
+    story_rendered=$(mktemp)
     tell_declaration
     tell_registration
     tell_start
@@ -58,7 +65,7 @@ tell() {
     tell_removal
     tell_log
     tell_idle_exit
-    rm -f "$story_watch_log"
+    rm -f "$story_watch_log" "$story_rendered"
     if [ "$story_failures" -eq 0 ]; then
         printf '\nEverything held: %d chapters.\n' "$story_chapter"
     else
@@ -73,6 +80,10 @@ tell_declaration() {
     entry=$(show grep -v '^#' "$(stage_path /usr/share/applications/com.example.Notes.desktop)")
     echo "$entry"
     holds "it declares two tasks" is "$(grep -c '^\[X-Task ' <<<"$entry")" 2
+    show_and_check "lint finds no error in it" "errors: 0" \
+        orvanectl lint "$(stage_path /usr/share/applications/com.example.Notes.desktop)"
+    show_and_check "the daemon serves their type" "Sync  system" orvanectl types
+    show_and_check "and knows both" $story_named_task orvanectl tasks
 }
 
 tell_registration() {
@@ -80,26 +91,19 @@ tell_registration() {
     stage_start_daemon 4000
     stage_run orvane-watch Sync >"$story_watch_log" 2>&1 &
     story_watcher=$!
-    wait_for 20 "the client to be registered" announced '^session '
-    local answer
-    answer=$(show busctl call org.zarn.Orvane "$story_invoker" org.zarn.Orvane.TaskInvoker1 \
-        RegisterInvoker s Sync)
-    echo "$answer"
-    holds "the session's path came back" contains "$answer" "\"$story_session\""
-    holds "both tasks are available" contains "$answer" "\"$story_named_task\""
+    wait_for 20 "the client to be registered" announced '^session ' || true
+    cat "$story_watch_log"
+    holds "it has a session" announced "^session .*$story_session"
 }
 
 tell_start() {
     chapter "It starts one task, and one that owns a bus name"
-    local answer
-    answer=$(session_call Start 'sa{sv}a{sv}' $story_task 0 3 User s "$(stage_user)" \
-        Weight i 100 CGroups 'a{sv}' 1 MemoryMax s 200M)
-    echo "$answer"
-    holds "systemd accepted the start" contains "$answer" "i 0"
-    answer=$(session_call Start 'sa{sv}a{sv}' $story_named_task 0 2 User s "$(stage_user)" \
-        DBusService s com.example.Notes.Index)
-    echo "$answer"
-    holds "and the other" contains "$answer" "i 0"
+    stage_run orvanectl render $story_task --user "$(stage_user)" --weight 100 --set MemoryMax=200M --json \
+        | jq -j .unit >"$story_rendered"
+    show_and_check "it runs" "$story_task runs, process" \
+        orvanectl start $story_task --user "$(stage_user)" --weight 100 --set MemoryMax=200M --wait
+    show_and_check "and the other" "$story_named_task runs, process" \
+        orvanectl start $story_named_task --user "$(stage_user)" --own com.example.Notes.Index --wait
 }
 
 tell_files() {
@@ -107,16 +111,21 @@ tell_files() {
     show cat "$(stage_path "/etc/systemd/system/$story_unit")"
     echo
     show cat "$(stage_path "/etc/dbus-1/system.d/$story_named_task.conf")"
+    holds "orvanectl render had shown the same" written_is_rendered
     holds "the hint MemoryMax is in the unit" \
         contains "$(stage_run cat "$(stage_path "/etc/systemd/system/$story_unit")")" MemoryMax=200M
     holds "a task without a bus name has no policy" \
         file_is_gone "/etc/dbus-1/system.d/$story_task.conf"
 }
 
+written_is_rendered() {
+    stage_run cat "$(stage_path "/etc/systemd/system/$story_unit")" | cmp -s - "$story_rendered"
+}
+
 tell_process() {
     chapter "The task runs"
     wait_for 30 "the worker to work" worker_works || true
-    stage_show_unit "$story_unit" || true
+    show_and_check "orvanectl shows where its declaration is, and how it fares" running orvanectl show $story_task
     holds "the worker does its work" worker_works
     stage_confinement "$story_unit"
     wait_for 20 "the bus name" name_is_owned || true
@@ -135,11 +144,9 @@ tell_announcement() {
 
 tell_stop() {
     chapter "It stops them, and nothing is left"
-    local task answer
+    local task
     for task in $story_task $story_named_task; do
-        answer=$(session_call Stop s $task)
-        echo "$answer"
-        holds "$task stopped" contains "$answer" "i 0"
+        show_and_check "$task stopped" "" orvanectl stop $task
         holds "its unit is gone" file_is_gone "/etc/systemd/system/ov_task.$task.service"
         holds "its policy is gone" file_is_gone "/etc/dbus-1/system.d/$task.conf"
     done
@@ -151,25 +158,18 @@ tell_stop() {
 
 no_worker_runs() { [ -z "$(stage_workers)" ]; }
 
-autostart_call() {
-    show busctl call org.zarn.Orvane /org/zarn/am org.zarn.am.Autostart "$@"
-}
-
 tell_autostart() {
     chapter "The owner has the application start with the session"
-    autostart_call SetEnabled isb 100000 com.example.Notes true
-    local answer
-    answer=$(autostart_call GetEnabled i 100000)
-    echo "$answer"
-    holds "it is switched on for this user" contains "$answer" 'as 1 "com.example.Notes"'
-    show cat "$(stage_path /var/lib/am/apps/com.example.Notes/100000.conf)"
-    answer=$(autostart_call GetEnabled i 100001)
-    holds "and for nobody else" contains "$answer" "as 0"
+    show_and_check "it is accepted" "" orvanectl autostart enable com.example.Notes --user 100000
+    show_and_check "it is switched on for this user" "com.example.Notes starts for the user 100000" \
+        orvanectl autostart explain com.example.Notes --user 100000
+    show_and_check "and for nobody else" "com.example.Notes does not start for the user 100001" \
+        orvanectl autostart explain com.example.Notes --user 100001
 }
 
 tell_removal() {
     chapter "The package is removed while its task runs"
-    session_call Start 'sa{sv}a{sv}' $story_task 0 2 User s "$(stage_user)" Autostart i 2 >/dev/null
+    show orvanectl start $story_task --user "$(stage_user)" --at-boot
     wait_for 20 "the task to run" last_announced_running || true
     holds "the task runs again" last_announced_running
     show busctl call org.zarn.Orvane /org/zarn/Teller/Hooks org.zarn.Teller.Hooks \
