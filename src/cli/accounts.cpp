@@ -14,6 +14,7 @@ namespace {
 // Of a line of passwd.
 constexpr int nameField = 0;
 constexpr int numberField = 2;
+constexpr int groupField = 3;
 constexpr int homeField = 5;
 
 std::optional<int> numberIn(const QByteArray &text)
@@ -23,59 +24,56 @@ std::optional<int> numberIn(const QByteArray &text)
     return isNumber && number >= 0 ? std::optional<int>(number) : std::nullopt;
 }
 
-// The fields of the first line that has this text in one of them; none without such a line.
-QList<QByteArray> lineIn(const QByteArray &passwd, int field, const QString &text)
+Account accountOfLine(const QList<QByteArray> &fields, int uid)
 {
-    const QList<QByteArray> lines = passwd.split('\n');
-    for (const QByteArray &line : lines) {
-        const QList<QByteArray> fields = line.split(':');
-        if (fields.size() > field && fields.at(field) == text.toUtf8())
-            return fields;
-    }
-    return {};
-}
-
-QByteArray passwdOf(const QString &root)
-{
-    return readForeignFile(pathBelow(root, QStringLiteral("/etc/passwd"))).text;
+    return {QString::fromUtf8(fields.at(nameField)), uid,
+            numberIn(fields.value(groupField)).value_or(-1),
+            QString::fromUtf8(fields.value(homeField))};
 }
 
 } // namespace
 
-std::optional<int> userNumberIn(const QByteArray &passwd, const QString &name)
+std::optional<Account> accountIn(const QByteArray &passwd, const QString &user)
 {
-    return numberIn(lineIn(passwd, nameField, name).value(numberField));
+    const std::optional<int> wanted = numberIn(user.toUtf8());
+    const QList<QByteArray> lines = passwd.split('\n');
+    for (const QByteArray &line : lines) {
+        const QList<QByteArray> fields = line.split(':');
+        const std::optional<int> number = numberIn(fields.value(numberField));
+        if (fields.at(nameField) == user.toUtf8() || (wanted && number == wanted))
+            return number ? std::optional(accountOfLine(fields, *number)) : std::nullopt;
+    }
+    return {};
 }
 
-QString userHomeIn(const QByteArray &passwd, const QString &user)
+std::optional<Account> accountOf(const QString &user, const QString &root)
 {
-    const bool isNumber = numberIn(user.toUtf8()).has_value();
-    return QString::fromUtf8(
-        lineIn(passwd, isNumber ? numberField : nameField, user).value(homeField));
+    if (!root.isEmpty())
+        return accountIn(readForeignFile(pathBelow(root, QStringLiteral("/etc/passwd"))).text,
+                         user);
+    const std::optional<int> number = numberIn(user.toUtf8());
+    // The tool has one thread.
+    const passwd *found = number
+        ? getpwuid(static_cast<uid_t>(*number)) // NOLINT(concurrency-mt-unsafe)
+        : getpwnam(user.toUtf8().constData()); // NOLINT(concurrency-mt-unsafe)
+    if (found == nullptr)
+        return {};
+    return Account{QString::fromUtf8(found->pw_name), static_cast<int>(found->pw_uid),
+                   static_cast<int>(found->pw_gid), QString::fromUtf8(found->pw_dir)};
+}
+
+std::optional<int> userNumberIn(const QByteArray &passwd, const QString &name)
+{
+    const std::optional<Account> account = accountIn(passwd, name);
+    return account ? std::optional(account->uid) : std::nullopt;
 }
 
 std::optional<int> userNumber(const QString &user, const QString &root)
 {
     if (const std::optional<int> number = numberIn(user.toUtf8()))
         return number;
-    if (!root.isEmpty())
-        return userNumberIn(passwdOf(root), user);
-    // The tool has one thread.
-    const passwd *account = getpwnam(user.toUtf8().constData()); // NOLINT(concurrency-mt-unsafe)
-    if (account == nullptr)
-        return {};
-    return static_cast<int>(account->pw_uid);
-}
-
-QString userHome(const QString &user, const QString &root)
-{
-    if (!root.isEmpty())
-        return userHomeIn(passwdOf(root), user);
-    const std::optional<int> number = userNumber(user, root);
-    if (!number)
-        return {};
-    const passwd *account = getpwuid(static_cast<uid_t>(*number)); // NOLINT(concurrency-mt-unsafe)
-    return account == nullptr ? QString() : QString::fromUtf8(account->pw_dir);
+    const std::optional<Account> account = accountOf(user, root);
+    return account ? std::optional(account->uid) : std::nullopt;
 }
 
 } // namespace Cli

@@ -50,6 +50,8 @@ struct LogLine
     /// When it was written, in microseconds since 1970.
     quint64 moment = 0;
     QString text;
+    /// Whether systemd says it of the unit, and not the unit itself.
+    bool isSystemds = false;
 };
 
 /// The end of a unit's log.

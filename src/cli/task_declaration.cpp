@@ -26,11 +26,12 @@ int lineOfExec(const KeyFileLines &lines, const QString &group)
 
 } // namespace
 
-TaskDeclaration declarationOf(const QString &taskId)
+TaskDeclaration declarationOf(const QString &taskId) { return declarationOf(declaredTask(taskId)); }
+
+TaskDeclaration declarationOf(const DeclaredTask &task)
 {
     TaskDeclaration declaration;
-    declaration.task = declaredTask(taskId);
-    const DeclaredTask &task = declaration.task;
+    declaration.task = task;
     if (!task.taskId.isValid())
         return declaration;
     const KeyFileLines lines = KeyFileLines::ofFile(Places::ofProcess().real(task.file));

@@ -29,5 +29,7 @@ struct TaskDeclaration
 
 /// Finds a task's declaration; its task's id is not valid when there is none.
 [[nodiscard]] TaskDeclaration declarationOf(const QString &taskId);
+/// The declaration of a task that was found.
+[[nodiscard]] TaskDeclaration declarationOf(const DeclaredTask &task);
 
 } // namespace Cli

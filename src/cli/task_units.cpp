@@ -2,6 +2,18 @@
 
 namespace Cli {
 
+namespace {
+
+QString unitsPath() { return QStringLiteral("/org/freedesktop/systemd1/unit/"); }
+
+bool isPlain(char byte, bool isFirst)
+{
+    const bool isDigit = byte >= '0' && byte <= '9';
+    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (isDigit && !isFirst);
+}
+
+} // namespace
+
 QString taskUnitPattern() { return unitNameOf(QStringLiteral("*")); }
 
 QString taskIdOfUnit(const QString &unitName)
@@ -12,10 +24,9 @@ QString taskIdOfUnit(const QString &unitName)
 
 QString unitOfObject(const QString &path)
 {
-    const QString units = QStringLiteral("/org/freedesktop/systemd1/unit/");
-    if (!path.startsWith(units))
+    if (!path.startsWith(unitsPath()))
         return {};
-    const QByteArray label = path.mid(units.size()).toUtf8();
+    const QByteArray label = path.mid(unitsPath().size()).toUtf8();
     QByteArray name;
     // systemd writes a byte that an object path cannot hold as "_" and two digits.
     for (int at = 0; at < label.size(); ++at) {
@@ -27,6 +38,15 @@ QString unitOfObject(const QString &path)
         at += 2;
     }
     return QString::fromUtf8(name);
+}
+
+QString objectOfUnit(const QString &name)
+{
+    QByteArray label;
+    for (const char byte : name.toUtf8())
+        label += isPlain(byte, label.isEmpty()) ? QByteArray(1, byte)
+                                                : '_' + QByteArray(1, byte).toHex();
+    return unitsPath() + QString::fromLatin1(label);
 }
 
 } // namespace Cli

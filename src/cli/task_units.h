@@ -16,5 +16,7 @@ using Core::unitNameOf;
 [[nodiscard]] QString taskIdOfUnit(const QString &unitName);
 /// The unit that an object of systemd stands for; empty when it is no unit.
 [[nodiscard]] QString unitOfObject(const QString &path);
+/// The object of systemd that stands for a unit, loaded or not.
+[[nodiscard]] QString objectOfUnit(const QString &name);
 
 } // namespace Cli

@@ -96,6 +96,11 @@ QString serverOf(bool worksInSession)
 
 QString yesOrNo(bool yes) { return yes ? QStringLiteral("yes") : QStringLiteral("no"); }
 
+QString placeOf(const QString &file, int line)
+{
+    return line > 0 ? QStringLiteral("%1:%2").arg(file).arg(line) : file;
+}
+
 QString processOf(int pid) { return pid > 0 ? QString::number(pid) : unknown(); }
 
 } // namespace Cli

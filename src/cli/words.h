@@ -25,6 +25,8 @@ namespace Cli {
 /// "system" or "user": who serves a task type.
 [[nodiscard]] QString serverOf(bool worksInSession);
 [[nodiscard]] QString yesOrNo(bool yes);
+/// A place in a file, as editors take it: "notes.desktop:9"; the file alone where the line is 0.
+[[nodiscard]] QString placeOf(const QString &file, int line);
 /// A process id; -1 and 0 are not known.
 [[nodiscard]] QString processOf(int pid);
 

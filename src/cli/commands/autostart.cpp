@@ -87,8 +87,7 @@ QString placeOf(const Setting *setting)
 {
     if (setting == nullptr)
         return unknown();
-    return setting->line == 0 ? setting->file
-                              : QStringLiteral("%1:%2").arg(setting->file).arg(setting->line);
+    return Cli::placeOf(setting->file, setting->line);
 }
 
 QJsonObject objectOf(const Setting &setting)

@@ -98,10 +98,10 @@ int run(const Request &request, Output &output)
     Places places = Places::ofProcess();
     const QString user = request.value(QStringLiteral("user"));
     if (request.has(QStringLiteral("user"))) {
-        const QString home = userHome(user, request.value(QStringLiteral("root")));
-        if (home.isEmpty())
+        const auto account = accountOf(user, request.value(QStringLiteral("root")));
+        if (!account || account->home.isEmpty())
             return Output::fail(No, QStringLiteral("there is no user %1").arg(user));
-        places.configFolder = places.root + home + QStringLiteral("/.config");
+        places.configFolder = places.root + account->home + QStringLiteral("/.config");
     }
     return answer(word, *openable, places, output);
 }

@@ -5,6 +5,7 @@
 #include "cli/lint/linter.h"
 #include "cli/lint/rules.h"
 #include "cli/output.h"
+#include "cli/words.h"
 
 #include <QJsonArray>
 
@@ -50,9 +51,7 @@ Output::Colour colourOf(Finding::Severity severity)
 // The lines of one finding: a place that editors know, what follows, and what to do.
 QStringList linesOf(const Finding &finding, const Output &output)
 {
-    const QString place = finding.line == 0
-        ? finding.file
-        : QStringLiteral("%1:%2").arg(finding.file).arg(finding.line);
+    const QString place = placeOf(finding.file, finding.line);
     const QString severity = output.coloured(wordOf(finding.severity), colourOf(finding.severity));
     constexpr int indentation = 4;
     const int width = output.terminal().width;

@@ -1,6 +1,7 @@
 #include "cli/lint/task_checks.h"
 
 #include "cli/lint/rules.h"
+#include "cli/sandbox_files.h"
 #include "common/Core/task_type_config.h"
 #include "files/path_below.h"
 #include "plan/task_names.h"
@@ -193,14 +194,9 @@ void TaskChecks::checkPermissions() const
 
 bool TaskChecks::isPermission(const QString &name) const
 {
-    const QString file = name + QStringLiteral(".permission");
-    for (const Places &places : m_places) {
-        for (const QString &folder : places.permissionFolders) {
-            if (QFileInfo::exists(pathBelow(places.programRoot, folder + file)))
-                return true;
-        }
-    }
-    return false;
+    return std::any_of(m_places.begin(), m_places.end(), [&](const Places &places) {
+        return !permissionFile(name, places).path.isEmpty();
+    });
 }
 
 } // namespace

@@ -12,7 +12,7 @@ private Q_SLOTS:
     void findsTheNumberOfAName();
     void takesNumbersAsTheyAre();
     void knowsTheUsersOfThisSystemAndOfAnImage();
-    void findsHomes();
+    void findsAnAccountByNameAndByNumber();
 };
 
 void TestAccounts::findsTheNumberOfAName_data()
@@ -54,17 +54,24 @@ void TestAccounts::knowsTheUsersOfThisSystemAndOfAnImage()
     QVERIFY(!Cli::userNumber(QStringLiteral("root"), root.path()));
 }
 
-void TestAccounts::findsHomes()
+void TestAccounts::findsAnAccountByNameAndByNumber()
 {
-    const TempRoot root;
-    root.write(QStringLiteral("/etc/passwd"), "short:x:7\nofimage:x:77:77::/home/of:\n");
-    QCOMPARE(Cli::userHome(QStringLiteral("root"), {}), QStringLiteral("/root"));
-    QCOMPARE(Cli::userHome(QStringLiteral("0"), {}), QStringLiteral("/root"));
-    QCOMPARE(Cli::userHome(QStringLiteral("ofimage"), root.path()), QStringLiteral("/home/of"));
-    QCOMPARE(Cli::userHome(QStringLiteral("77"), root.path()), QStringLiteral("/home/of"));
-    QCOMPARE(Cli::userHome(QStringLiteral("short"), root.path()), QString());
-    QCOMPARE(Cli::userHome(QStringLiteral("root"), root.path()), QString());
-    QCOMPARE(Cli::userHome(QStringLiteral("nobody-of-that-name"), {}), QString());
+    const QByteArray passwd = "app:x:77:78::/home/app:/bin/sh\n88:x:5:5::/:\n";
+    for (const QString &user : {QStringLiteral("app"), QStringLiteral("77")}) {
+        const auto account = Cli::accountIn(passwd, user);
+        QVERIFY(account);
+        QCOMPARE(account->name, QStringLiteral("app"));
+        QCOMPARE(account->uid, 77);
+        QCOMPARE(account->gid, 78);
+        QCOMPARE(account->home, QStringLiteral("/home/app"));
+    }
+    QVERIFY(!Cli::accountIn(passwd, QStringLiteral("78")));
+    QCOMPARE(Cli::accountIn("short:x:7\n", QStringLiteral("short"))->home, QString());
+    const auto root = Cli::accountOf(QStringLiteral("0"), {});
+    QVERIFY(root);
+    QCOMPARE(root->name, QStringLiteral("root"));
+    QCOMPARE(root->home, QStringLiteral("/root"));
+    QVERIFY(!Cli::accountOf(QStringLiteral("nobodysName"), {}));
 }
 
 QTEST_GUILESS_MAIN(TestAccounts)

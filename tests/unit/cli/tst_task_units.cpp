@@ -10,6 +10,8 @@ private Q_SLOTS:
     void findsTheTaskOfAUnit();
     void readsAnObjectsPath_data();
     void readsAnObjectsPath();
+    void findsTheObjectOfAUnit_data();
+    void findsTheObjectOfAUnit();
 };
 
 void TestTaskUnits::findsTheTaskOfAUnit()
@@ -36,6 +38,25 @@ void TestTaskUnits::readsAnObjectsPath()
 {
     QFETCH(QString, path);
     QFETCH(QString, unit);
+    QCOMPARE(Cli::unitOfObject(path), unit);
+}
+
+void TestTaskUnits::findsTheObjectOfAUnit_data()
+{
+    QTest::addColumn<QString>("unit");
+    QTest::addColumn<QString>("label");
+    QTest::newRow("a task") << QStringLiteral("ov_task.a1.service")
+                            << QStringLiteral("ov_5ftask_2ea1_2eservice");
+    QTest::newRow("a digit first") << QStringLiteral("1a") << QStringLiteral("_31a");
+    QTest::newRow("not of ASCII") << QString::fromUtf8("ä") << QStringLiteral("_c3_a4");
+}
+
+void TestTaskUnits::findsTheObjectOfAUnit()
+{
+    QFETCH(QString, unit);
+    QFETCH(QString, label);
+    const QString path = Cli::objectOfUnit(unit);
+    QCOMPARE(path, QStringLiteral("/org/freedesktop/systemd1/unit/") + label);
     QCOMPARE(Cli::unitOfObject(path), unit);
 }
 

@@ -1,0 +1,87 @@
+#include "cli/cures.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace Cli {
+
+namespace {
+
+bool isPlain(QChar c)
+{
+    return c.unicode() < 0x80 && (c.isLetterOrNumber() || QLatin1String("_@%+=:,./-").contains(c));
+}
+
+QString quoted(const QString &word)
+{
+    if (!word.isEmpty() && std::all_of(word.begin(), word.end(), isPlain))
+        return word;
+    QString inside = word;
+    inside.replace(QLatin1Char('\''), QLatin1String("'\\''"));
+    return QLatin1Char('\'') + inside + QLatin1Char('\'');
+}
+
+QString edited(const QString &file, const QString &script)
+{
+    return commandOf({QStringLiteral("sed"), QStringLiteral("-i"), script, file});
+}
+
+// A text as sed's commands take one: a backslash means a sign of its own there.
+QString forSed(const QString &text)
+{
+    QString escaped = text;
+    return escaped.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
+}
+
+} // namespace
+
+QString commandOf(const QStringList &words)
+{
+    QStringList all;
+    for (const QString &word : words)
+        all.append(quoted(word));
+    return all.join(QLatin1Char(' '));
+}
+
+QString inTurn(const QString &first, const QString &second)
+{
+    return first + QStringLiteral(" && ") + second;
+}
+
+QString systemctl(const char *verb, const QString &unit)
+{
+    return commandOf({QStringLiteral("systemctl"), QString::fromLatin1(verb), unit});
+}
+
+QString replacingLine(const QString &file, int line, const QString &text)
+{
+    return edited(file, QStringLiteral("%1c\\%2").arg(line).arg(forSed(text)));
+}
+
+QString addingLine(const QString &file, int after, const QString &text)
+{
+    return edited(file, QStringLiteral("%1a\\%2").arg(after).arg(forSed(text)));
+}
+
+QString deletingLine(const QString &file, int line)
+{
+    return edited(file, QStringLiteral("%1d").arg(line));
+}
+
+QString moving(const QString &from, const QString &to)
+{
+    return commandOf({QStringLiteral("mv"), from, to});
+}
+
+QString appending(const QString &file, const QStringList &lines)
+{
+    const QString folder = QFileInfo(file).path();
+    const QString make = commandOf({QStringLiteral("mkdir"), QStringLiteral("-p"), folder});
+    const QString print =
+        commandOf(QStringList{QStringLiteral("printf"), QStringLiteral("%s\\n")} + lines)
+        + QStringLiteral(" >> ") + quoted(file);
+    return QFileInfo(folder).isDir() ? print : inTurn(make, print);
+}
+
+} // namespace Cli

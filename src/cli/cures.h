@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// Commands that a person may copy from the output into a shell. What is in them comes from files
+// that anybody may have written: every word is quoted, so that a shell reads it as that word.
+
+namespace Cli {
+
+/// A command of these words.
+[[nodiscard]] QString commandOf(const QStringList &words);
+/// Two commands, the second only after the first has succeeded.
+[[nodiscard]] QString inTurn(const QString &first, const QString &second);
+
+/// "systemctl VERB UNIT".
+[[nodiscard]] QString systemctl(const char *verb, const QString &unit);
+
+/// Puts a text in the place of a file's line.
+[[nodiscard]] QString replacingLine(const QString &file, int line, const QString &text);
+/// Puts a line behind another.
+[[nodiscard]] QString addingLine(const QString &file, int after, const QString &text);
+[[nodiscard]] QString deletingLine(const QString &file, int line);
+[[nodiscard]] QString moving(const QString &from, const QString &to);
+/// Writes a text to the end of a file, which need not exist; its folder is made.
+[[nodiscard]] QString appending(const QString &file, const QStringList &lines);
+
+} // namespace Cli

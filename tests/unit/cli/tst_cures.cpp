@@ -1,0 +1,98 @@
+#include "cli/cures.h"
+#include "support/temp_root.h"
+
+#include <QProcess>
+#include <QTest>
+
+class TestCures : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void keepsEveryWordOne_data();
+    void keepsEveryWordOne();
+    void leavesPlainWordsAlone();
+    void replacesALineByAnyText_data();
+    void replacesALineByAnyText();
+    void addsAndDeletesLines();
+    void movesAndAppends();
+
+private:
+    // What a shell makes of a command.
+    static QByteArray run(const QString &command)
+    {
+        QProcess shell;
+        shell.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command});
+        return shell.waitForFinished() && shell.exitCode() == 0 ? shell.readAllStandardOutput()
+                                                                : QByteArray("failed");
+    }
+};
+
+void TestCures::keepsEveryWordOne_data()
+{
+    QTest::addColumn<QString>("word");
+    for (const char *word : {"plain", "", "two words", "it's", "$(reboot)", "`reboot`", "a;b", "*",
+                             "~", "\"", "\\", "#", "-x", "a\nb", "'; reboot; '"})
+        QTest::newRow(word) << QString::fromLatin1(word);
+}
+
+void TestCures::keepsEveryWordOne()
+{
+    QFETCH(QString, word);
+    QCOMPARE(run(Cli::commandOf({QStringLiteral("printf"), QStringLiteral("%s|"), word})),
+             word.toUtf8() + '|');
+}
+
+void TestCures::leavesPlainWordsAlone()
+{
+    QCOMPARE(Cli::commandOf({QStringLiteral("chmod"), QStringLiteral("a+x"),
+                             QStringLiteral("/usr/libexec/notes-1.0/worker_a")}),
+             QStringLiteral("chmod a+x /usr/libexec/notes-1.0/worker_a"));
+    QCOMPARE(Cli::systemctl("start", QStringLiteral("a.service")),
+             QStringLiteral("systemctl start a.service"));
+}
+
+void TestCures::replacesALineByAnyText_data()
+{
+    QTest::addColumn<QString>("text");
+    for (const char *text :
+         {"Type=Sync", "Exec=/bin/sh -c \\$x 'a' & \\1 #/", "  blanks", "\\t", "[X-Task sync]"})
+        QTest::newRow(text) << QString::fromLatin1(text);
+}
+
+void TestCures::replacesALineByAnyText()
+{
+    QFETCH(QString, text);
+    const TempRoot root;
+    const QString file = QStringLiteral("/an entry.desktop");
+    root.write(file, "one\ntwo\nthree\n");
+    QCOMPARE(run(Cli::replacingLine(root.path(file), 2, text)), QByteArray());
+    QCOMPARE(root.read(file), "one\n" + text.toUtf8() + "\nthree\n");
+}
+
+void TestCures::addsAndDeletesLines()
+{
+    const TempRoot root;
+    const QString file = QStringLiteral("/entry");
+    root.write(file, "one\ntwo\n");
+    QCOMPARE(run(Cli::inTurn(Cli::addingLine(root.path(file), 1, QStringLiteral("new")),
+                             Cli::deletingLine(root.path(file), 3))),
+             QByteArray());
+    QCOMPARE(root.read(file), QByteArray("one\nnew\n"));
+}
+
+void TestCures::movesAndAppends()
+{
+    const TempRoot root;
+    root.write(QStringLiteral("/a file"), "one");
+    const QString target = root.path(QStringLiteral("/a target"));
+    QCOMPARE(run(Cli::moving(root.path(QStringLiteral("/a file")), target)), QByteArray());
+    QCOMPARE(run(Cli::appending(target, {QString(), QStringLiteral("a b")})), QByteArray());
+    QCOMPARE(root.read(QStringLiteral("/a target")), QByteArray("one\na b\n"));
+    const QString fresh = QStringLiteral("/not/there/yet");
+    QCOMPARE(run(Cli::appending(root.path(fresh), {QStringLiteral("x")})), QByteArray());
+    QCOMPARE(root.read(fresh), QByteArray("x\n"));
+}
+
+QTEST_GUILESS_MAIN(TestCures)
+#include "tst_cures.moc"
