@@ -18,6 +18,7 @@ const QVector<Command> &commands()
         typesCommand(),
         renderCommand(),
         lintCommand(),
+        whyCommand(),
         autostartCommand(),
         handlersCommand(),
     };

@@ -18,5 +18,6 @@ namespace Cli {
 [[nodiscard]] Command topCommand();
 [[nodiscard]] Command typesCommand();
 [[nodiscard]] Command watchCommand();
+[[nodiscard]] Command whyCommand();
 
 } // namespace Cli

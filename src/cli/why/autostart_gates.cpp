@@ -1,0 +1,121 @@
+#include "cli/why/autostart_gates.h"
+
+#include "cli/accounts.h"
+#include "cli/cures.h"
+#include "cli/no_findings.h"
+#include "cli/words.h"
+#include "common/autostart/settings.h"
+
+#include <QFileInfo>
+
+#include <mdesktopentry.h>
+
+#include <optional>
+
+namespace Cli {
+
+namespace {
+
+using Autostart::Layers;
+using Autostart::Setting;
+
+// One layer, as `orvanectl autostart explain` shows it.
+QString textOf(const char *layer, const QVector<Setting> &settings, const Setting *deciding)
+{
+    QStringList texts;
+    for (const Setting &setting : settings)
+        texts.append(
+            QStringLiteral("%1 in %2%3")
+                .arg(yesOrNo(setting.enabled), placeOf(setting.file, setting.line),
+                     &setting == deciding ? QStringLiteral(", which decides") : QString()));
+    return QStringLiteral("%1: %2").arg(QString::fromLatin1(layer),
+                                        texts.isEmpty() ? QStringLiteral("no setting")
+                                                        : texts.join(QStringLiteral(", ")));
+}
+
+QString textOf(const Layers &layers)
+{
+    const Setting *deciding = layers.deciding();
+    return QStringList{textOf("user", layers.user, deciding),
+                       textOf("all users", layers.allUsers, deciding),
+                       textOf("system", layers.system, deciding)}
+        .join(QStringLiteral("; "));
+}
+
+Gate switchGate(const Question &question)
+{
+    const QString gate = QStringLiteral("autostart");
+    const std::optional<int> uid = userNumber(question.user, question.places.programRoot);
+    if (!uid)
+        return {gate, Gate::No, QStringLiteral("there is no user %1").arg(question.user)};
+    NoFindings findings;
+    const Layers layers =
+        Autostart::Settings(question.places, findings).layersOf(question.application, *uid);
+    if (layers.isEnabled())
+        return {gate, Gate::Yes, textOf(layers)};
+    return {gate, Gate::No, textOf(layers),
+            QStringLiteral("It does not start with the session of the user %1.").arg(*uid),
+            question.isLive ? commandOf({QStringLiteral("orvanectl"), QStringLiteral("autostart"),
+                                         QStringLiteral("enable"), question.application,
+                                         QStringLiteral("--user"), QString::number(*uid)})
+                            : QString()};
+}
+
+// The launcher takes the entry that is named by the id, and starts what that entry declares.
+Gate launchGate(const Question &question)
+{
+    const QString gate = QStringLiteral("launcher's entry");
+    const QString name = question.application + QStringLiteral(".desktop");
+    const QString file = question.places.firstFile(question.places.applicationFolders, name);
+    const QString consequence = QStringLiteral("The launcher does not start the application.");
+    if (file.isEmpty()) {
+        const QString own = question.entry.desktopFilePath();
+        return {gate, Gate::No, QStringLiteral("there is no %1").arg(name), consequence,
+                own.isEmpty() ? QString()
+                              : moving(own, QFileInfo(own).path() + QLatin1Char('/') + name)};
+    }
+    const MDesktopEntry entry(file);
+    const QString id = entry.appOrgname() + QLatin1Char('.') + entry.appName();
+    if (entry.type() == QLatin1String("Link"))
+        return {gate, Gate::Yes, QStringLiteral("%1 is a link to %2").arg(file, entry.url())};
+    if (id == question.application)
+        return {gate, Gate::Yes, file};
+    return {gate, Gate::No, QStringLiteral("%1 declares \"%2\"").arg(file, id), consequence};
+}
+
+QString launcherUnit() { return QStringLiteral("orvane-launcher.service"); }
+
+Gate launcherGate(const Question &question)
+{
+    const QString gate = QStringLiteral("launcher");
+    const QString &root = question.places.root;
+    const QString chosen = root + QStringLiteral("/etc/systemd/user/") + launcherUnit();
+    const QString shipped = root + QStringLiteral("/usr/lib/systemd/user/") + launcherUnit();
+    const QString consequence = QStringLiteral("Nothing starts with anybody's session.");
+    const auto global = [](const char *verb) {
+        return commandOf({QStringLiteral("systemctl"), QStringLiteral("--global"),
+                          QString::fromLatin1(verb), launcherUnit()});
+    };
+    if (QFileInfo(chosen).symLinkTarget() == QLatin1String("/dev/null"))
+        return {gate, Gate::No, QStringLiteral("%1 is masked for every user").arg(launcherUnit()),
+                consequence, question.isLive ? global("unmask") : QString()};
+    if (!QFileInfo::exists(shipped) && !QFileInfo::exists(chosen))
+        return {gate, Gate::No, QStringLiteral("there is no %1").arg(shipped), consequence};
+    for (const char *folder : {"/etc/systemd/user", "/usr/lib/systemd/user"}) {
+        const QString link = root + QString::fromLatin1(folder)
+            + QStringLiteral("/default.target.wants/") + launcherUnit();
+        if (QFileInfo(link).isSymLink() || QFileInfo::exists(link))
+            return {gate, Gate::Yes, link};
+    }
+    return {gate, Gate::No, QStringLiteral("no session wants %1").arg(launcherUnit()), consequence,
+            question.isLive ? global("enable") : QString()};
+}
+
+} // namespace
+
+QVector<Gate> autostartGates(const Question &question)
+{
+    return {switchGate(question), launchGate(question), launcherGate(question)};
+}
+
+} // namespace Cli

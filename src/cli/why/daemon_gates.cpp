@@ -1,0 +1,212 @@
+#include "cli/cures.h"
+#include "cli/sandbox_files.h"
+#include "cli/why/live_gates.h"
+#include "cli/why/log_words.h"
+#include "cli/words.h"
+#include "common/names.h"
+
+#include <QFileInfo>
+
+namespace Cli {
+
+namespace {
+
+Gate noBus(const QString &gate)
+{
+    return {gate, Gate::NotKnown, QStringLiteral("the bus cannot be reached")};
+}
+
+// The command that takes a caller into a group.
+QString joining(const Caller &caller, const QString &group)
+{
+    const QString join =
+        commandOf({QStringLiteral("usermod"), QStringLiteral("-aG"), group, caller.name});
+    return caller.missingGroups.contains(group)
+        ? inTurn(commandOf({QStringLiteral("groupadd"), group}), join)
+        : join;
+}
+
+Gate rightGate(const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("right to start");
+    const Caller &caller = facts.caller;
+    if (caller.uid == 0)
+        return {gate, Gate::Yes, QStringLiteral("you are root")};
+    if (facts.daemonUnit.isEmpty())
+        return {
+            gate, Gate::NotKnown,
+            QStringLiteral("systemd does not tell which groups %1 names").arg(daemonUnitName())};
+    const auto groups = groupsThatMayStart(facts.daemonUnit);
+    if (!groups)
+        return {gate, Gate::Yes, QStringLiteral("%1 lets everybody").arg(daemonUnitName())};
+    const QString names = groups->join(QStringLiteral(", "));
+    if (!caller.groups.isEmpty())
+        return {
+            gate, Gate::Yes,
+            QStringLiteral("%1 is in the group %2").arg(caller.name, caller.groups.constFirst())};
+    return {gate, Gate::No,
+            QStringLiteral("ORVANE_TASK_GROUPS of %1 is \"%2\"; %3 is not in it")
+                .arg(daemonUnitName(), names, caller.name),
+            QStringLiteral("A start by %1 is refused with AccessDenied; root may start it.")
+                .arg(caller.name),
+            groups->isEmpty() ? QString() : joining(caller, groups->constFirst())};
+}
+
+Gate busGate(const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("bus");
+    if (facts.hasBus())
+        return {gate, Gate::Yes, QStringLiteral("the system bus answers")};
+    return {gate, Gate::No, facts.busProblem, QStringLiteral("Nobody can ask for a start."),
+            QStringLiteral("systemctl start dbus.socket dbus.service")};
+}
+
+// The folders of the bus's policies, in the order in which it reads them.
+QStringList policyFolders(const Places &places)
+{
+    return {places.root + QStringLiteral("/usr/share/dbus-1/system.d"), places.policyFolder()};
+}
+
+// The command that brings back the policy which lets the daemon have its name; empty where it is
+// not the policy that is missing.
+QString policyCure(const Places &places)
+{
+    const QString name = Names::service() + QStringLiteral(".conf");
+    if (!places.firstFile(policyFolders(places), name).isEmpty())
+        return {};
+    for (const QString &folder : policyFolders(places)) {
+        const QString path = folder + QLatin1Char('/') + name;
+        const QString found = misnamed(path);
+        if (!found.isEmpty())
+            return inTurn(moving(found, path), systemctl("reload", QStringLiteral("dbus.service")));
+    }
+    return {};
+}
+
+Gate policyGate(const Question &question, const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("daemon's bus policy");
+    const QString name = Names::service() + QStringLiteral(".conf");
+    const QString file = question.places.firstFile(policyFolders(question.places), name);
+    if (!facts.hasBus())
+        return noBus(gate);
+    if (facts.daemonIsOwned)
+        return {gate, Gate::Yes, QStringLiteral("%1 is owned").arg(Names::service())};
+    if (file.isEmpty())
+        return {gate, Gate::No,
+                QStringLiteral("there is no %1 in %2")
+                    .arg(name, policyFolders(question.places).join(QStringLiteral(" and "))),
+                QStringLiteral("The bus lets nobody be the daemon, and lets nobody call it."),
+                policyCure(question.places)};
+    return {gate, Gate::NotKnown, QStringLiteral("%1 is there; nobody owns the name").arg(file)};
+}
+
+QString stateText(const QVariantMap &unit)
+{
+    return QStringLiteral("%1 is %2, %3 (%4)")
+        .arg(daemonUnitName(), textIn(unit, "LoadState"), textIn(unit, "ActiveState"),
+             textIn(unit, "SubState"));
+}
+
+Gate daemonGate(const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("daemon");
+    const QString consequence = QStringLiteral("Nobody starts a task.");
+    const QVariantMap &unit = facts.daemonUnit;
+    if (!facts.hasBus())
+        return noBus(gate);
+    if (textIn(unit, "LoadState") == QLatin1String("masked"))
+        return {gate, Gate::No, stateText(unit), consequence,
+                systemctl("unmask", daemonUnitName())};
+    if (facts.daemonIsOwned)
+        return {gate, Gate::Yes,
+                unit.isEmpty() ? QStringLiteral("%1 is owned").arg(Names::service())
+                               : stateText(unit)};
+    if (textIn(unit, "ActiveState") == QLatin1String("failed"))
+        return {gate, Gate::No, stateText(unit) + wordsOf(facts.daemonLog), consequence,
+                systemctl("restart", daemonUnitName())};
+    if (!facts.daemonIsActivatable)
+        return {gate, Gate::No,
+                QStringLiteral("nobody owns %1, and the bus cannot start it").arg(Names::service()),
+                consequence,
+                textIn(unit, "LoadState") == QLatin1String("loaded")
+                    ? systemctl("start", daemonUnitName())
+                    : QString()};
+    return {gate, Gate::NotKnown,
+            QStringLiteral("the bus starts it when it is called; it does not run now")};
+}
+
+// The file that says who serves a task type; the first folder that a system has.
+QString typeFile(const Question &question)
+{
+    return QStringLiteral("%1/%2.conf")
+        .arg(question.places.taskTypeFolders.constLast(), question.declaration.task.type);
+}
+
+Gate refusedAnswer(const QString &gate, const Question &question, const LiveFacts &facts)
+{
+    Gate shut{gate, Gate::No,
+              QStringLiteral("RegisterInvoker for %1: %2")
+                  .arg(question.declaration.task.type, facts.answer->toString()),
+              QStringLiteral("Nobody can register for the task's type.")};
+    const bool isUnserved = question.isOfSession() && question.declaration.type.file.isEmpty();
+    if (isUnserved && !facts.userServiceIsThere) {
+        shut.consequence = QStringLiteral("No file says who serves the type, so it is left to %1, "
+                                          "which is not there. This has "
+                                          "the daemon serve it:")
+                               .arg(Names::userService());
+        shut.cure =
+            appending(typeFile(question),
+                      {QStringLiteral("[TaskType]"), QStringLiteral("WorksInSession=false")});
+    } else if (!question.isOfSession()) {
+        shut.cure = systemctl("restart", daemonUnitName());
+    }
+    return shut;
+}
+
+Gate answerGate(const Question &question, const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("answer");
+    if (!facts.hasBus())
+        return noBus(gate);
+    if (!facts.answer)
+        return {gate, Gate::NotKnown, QStringLiteral("without a declaration nobody asks")};
+    if (*facts.answer)
+        return refusedAnswer(gate, question, facts);
+    return {gate, Gate::Yes,
+            QStringLiteral("RegisterInvoker for %1 is answered by the %2")
+                .arg(question.declaration.task.type,
+                     question.isOfSession() ? QStringLiteral("per-user service")
+                                            : QStringLiteral("daemon"))};
+}
+
+Gate listedGate(const Question &question, const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("known");
+    if (!facts.answer || *facts.answer)
+        return {gate, Gate::NotKnown, QStringLiteral("there is no answer")};
+    if (facts.isListed)
+        return {gate, Gate::Yes, QStringLiteral("the answer lists it")};
+    const QString file = question.declaration.task.file;
+    const QString folder = question.places.applicationFolders.constLast();
+    const bool isElsewhere = QFileInfo(file).path() != folder;
+    return {gate, Gate::No,
+            QStringLiteral("the answer does not list it, whose entry is %1").arg(file),
+            QStringLiteral("Who answers has other folders than you, or has not read it yet."),
+            isElsewhere ? commandOf({QStringLiteral("cp"), file, folder})
+                        : systemctl("restart", daemonUnitName())};
+}
+
+} // namespace
+
+QVector<Gate> daemonGates(const Question &question, const LiveFacts &facts)
+{
+    QVector<Gate> gates{busGate(facts), daemonGate(facts), policyGate(question, facts),
+                        answerGate(question, facts), listedGate(question, facts)};
+    // Whoever calls the per-user service is its own affair.
+    if (!question.isOfSession())
+        gates.prepend(rightGate(facts));
+    return gates;
+}
+
+} // namespace Cli

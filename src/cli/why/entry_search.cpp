@@ -1,0 +1,72 @@
+#include "cli/why/entry_search.h"
+
+#include "common/places.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+
+#include <mdesktopentry.h>
+
+namespace Cli {
+
+namespace {
+
+QString fileNameOf(const QString &application) { return application + QStringLiteral(".desktop"); }
+
+bool isMeant(const QString &file, const QString &application)
+{
+    const MDesktopEntry entry(file);
+    return QFileInfo(file).fileName() == fileNameOf(application)
+        || Core::ApplicationId(entry.appOrgname(), entry.appName()).toString() == application;
+}
+
+EntryCandidate amongInvalid(const QString &application, const Core::ApplicationCatalogue &catalogue)
+{
+    for (const QString &file : catalogue.invalidFiles()) {
+        if (isMeant(file, application))
+            return {EntryCandidate::NotValid, file};
+    }
+    return {};
+}
+
+EntryCandidate amongOthers(const QString &application, const Core::ApplicationCatalogue &catalogue)
+{
+    const QString name = fileNameOf(application);
+    for (const Core::ApplicationInfo &other : catalogue.applications()) {
+        const QString file = other.desktopFilePath();
+        if (QFileInfo(file).fileName() == name)
+            return {EntryCandidate::OtherId, file, {}, other.applicationId().toString()};
+    }
+    return {};
+}
+
+EntryCandidate elsewhere(const QString &application, const Places &places)
+{
+    const QString name = fileNameOf(application);
+    for (const QString &folder : places.applicationFolders) {
+        QDirIterator files(folder, {name + QLatin1Char('*')}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            const QString file = files.next();
+            const QString target = folder + QLatin1Char('/') + name;
+            if (file != target)
+                return {EntryCandidate::Elsewhere, file, target};
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+EntryCandidate candidateFor(const QString &application, const Core::ApplicationCatalogue &catalogue,
+                            const Places &places)
+{
+    EntryCandidate found = amongInvalid(application, catalogue);
+    if (found.kind == EntryCandidate::None)
+        found = amongOthers(application, catalogue);
+    if (found.kind == EntryCandidate::None)
+        found = elsewhere(application, places);
+    return found;
+}
+
+} // namespace Cli

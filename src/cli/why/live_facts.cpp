@@ -1,0 +1,148 @@
+#include "cli/why/live_facts.h"
+
+#include "cli/systemd.h"
+#include "cli/task_units.h"
+#include "cli/why/file_access.h"
+#include "client/daemon.h"
+#include "client/wait_for.h"
+#include "common/names.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QFileInfo>
+
+#include <sailfishaccesscontrol.h>
+
+#include <algorithm>
+
+#include <grp.h>
+#include <unistd.h>
+
+namespace Cli {
+
+namespace {
+
+constexpr int logLineCount = 5;
+
+bool isThere(const QDBusConnection &bus, const QString &name)
+{
+    return bus.interface()->isServiceRegistered(name)
+        || bus.interface()->activatableServiceNames().value().contains(name);
+}
+
+// Registers for the task's type, as whoever starts it has to.
+void askDaemon(const QDBusConnection &bus, const Question &question, LiveFacts &facts)
+{
+    if (!question.isDeclared())
+        return;
+    Client::Daemon daemon(bus);
+    const QString type = question.declaration.task.type;
+    const auto [outcome, session] = Client::waitFor<Client::Outcome, Client::Session>(
+        [&](const auto &done) { daemon.registerInvoker(type, done); });
+    facts.answer = outcome;
+    facts.isListed = std::any_of(
+        session.availableTasks.begin(), session.availableTasks.end(),
+        [&question](const Orvane::AvailableTask &task) { return task.id == question.id; });
+}
+
+void askSystemd(const QDBusConnection &bus, const Question &question, LiveFacts &facts)
+{
+    Systemd systemd(bus);
+    const QString unit = unitNameOf(question.id);
+    const QStringList paths{objectOfUnit(daemonUnitName()), objectOfUnit(unit)};
+    const auto [properties] = Client::waitFor<QVector<QVariantMap>>(
+        [&](const auto &done) { systemd.properties(paths, done); });
+    facts.daemonUnit = properties.value(0);
+    facts.unit = properties.value(1);
+    facts.unitFileIsThere = QFileInfo::exists(textIn(facts.unit, "FragmentPath"));
+    const auto [processes] = Client::waitFor<QVector<QVector<UnitProcess>>>(
+        [&](const auto &done) { systemd.processes({unit}, done); });
+    for (const UnitProcess &process : processes.value(0))
+        facts.processes.append(process.pid);
+}
+
+QString nameOfGroup(gid_t gid)
+{
+    const group *found = getgrgid(gid); // NOLINT(concurrency-mt-unsafe)
+    return found == nullptr ? QString() : QString::fromUtf8(found->gr_name);
+}
+
+bool exists(const QString &name)
+{
+    return getgrnam(name.toUtf8().constData()) != nullptr; // NOLINT(concurrency-mt-unsafe)
+}
+
+// As the daemon looks at a caller: the user database counts, and the group of the process.
+Caller callerAmong(const QStringList &groups)
+{
+    Caller caller;
+    caller.uid = static_cast<int>(geteuid());
+    const auto account = accountOf(QString::number(caller.uid), {});
+    caller.name = account ? account->name : QString::number(caller.uid);
+    for (const QString &name : groups) {
+        const bool isMember =
+            sailfish_access_control_hasgroup(geteuid(), name.toUtf8().constData());
+        if (isMember || nameOfGroup(getegid()) == name)
+            caller.groups.append(name);
+        if (!exists(name))
+            caller.missingGroups.append(name);
+    }
+    return caller;
+}
+
+} // namespace
+
+QString daemonUnitName() { return QStringLiteral("orvane.service"); }
+
+QString textIn(const QVariantMap &properties, const char *name)
+{
+    return properties.value(QString::fromLatin1(name)).toString();
+}
+
+std::optional<QStringList> groupsThatMayStart(const QVariantMap &daemonUnit)
+{
+    const QString variable = QStringLiteral("ORVANE_TASK_GROUPS");
+    const QStringList taken = daemonUnit.value(QStringLiteral("UnsetEnvironment")).toStringList();
+    if (taken.contains(variable))
+        return {};
+    std::optional<QStringList> groups;
+    // The last assignment counts.
+    for (const QString &entry : daemonUnit.value(QStringLiteral("Environment")).toStringList()) {
+        if (!entry.startsWith(variable + QLatin1Char('=')))
+            continue;
+        groups = QStringList();
+        for (const QString &name : entry.mid(variable.size() + 1).split(QLatin1Char(','))) {
+            if (!name.trimmed().isEmpty())
+                groups->append(name.trimmed());
+        }
+    }
+    return groups;
+}
+
+LiveFacts gatherFacts(const Question &question)
+{
+    LiveFacts facts;
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    const QString unit = unitNameOf(question.id);
+    const QString noRoot;
+    facts.log = lastLogLines(unit, logLineCount, noRoot);
+    facts.policy = readPolicyFile(Core::policyFilePath(question.places, question.id));
+    if (!bus.isConnected()) {
+        facts.busProblem = bus.lastError().message();
+        facts.caller = callerAmong({});
+        return facts;
+    }
+    facts.userServiceIsThere = isThere(bus, Names::userService());
+    askDaemon(bus, question, facts);
+    facts.daemonIsOwned = bus.interface()->isServiceRegistered(Names::service());
+    facts.daemonIsActivatable = isThere(bus, Names::service());
+    askSystemd(bus, question, facts);
+    facts.daemonLog = lastLogLines(daemonUnitName(), logLineCount, noRoot);
+    facts.caller = callerAmong(groupsThatMayStart(facts.daemonUnit).value_or(QStringList()));
+    if (!facts.policy.busName.isEmpty())
+        facts.ownerOfName = bus.interface()->servicePid(facts.policy.busName).value();
+    return facts;
+}
+
+} // namespace Cli

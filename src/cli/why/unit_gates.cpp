@@ -1,0 +1,196 @@
+#include "cli/cures.h"
+#include "cli/task_status.h"
+#include "cli/task_units.h"
+#include "cli/why/live_gates.h"
+#include "cli/why/log_words.h"
+#include "cli/words.h"
+
+namespace Cli {
+
+namespace {
+
+bool isLoaded(const LiveFacts &facts)
+{
+    return textIn(facts.unit, "LoadState") == QLatin1String("loaded") && facts.unitFileIsThere;
+}
+
+QString starting(const Question &question)
+{
+    if (question.user.isEmpty())
+        return {};
+    return commandOf({QStringLiteral("orvanectl"), QStringLiteral("start"), question.id,
+                      QStringLiteral("--user"), question.user});
+}
+
+Gate notKnown(const QString &gate, const LiveFacts &facts)
+{
+    return {gate, Gate::NotKnown,
+            facts.hasBus() ? QStringLiteral("there is no unit")
+                           : QStringLiteral("the bus cannot be reached")};
+}
+
+Gate neverStarted(const QString &gate, const Question &question)
+{
+    const QString said = QStringLiteral("Nobody has started the task, or it was stopped.");
+    return {
+        gate, Gate::No,
+        QStringLiteral("there is no %1").arg(Core::unitFilePath(question.places, question.id)),
+        question.user.isEmpty() ? said
+                + QStringLiteral(" Start it with: orvanectl start %1 --user USER").arg(question.id)
+                                : said,
+        starting(question)};
+}
+
+Gate unitGate(const Question &question, const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("unit");
+    const QString state = textIn(facts.unit, "LoadState");
+    if (state.isEmpty())
+        return {gate, Gate::NotKnown, QStringLiteral("systemd does not tell")};
+    if (state == QLatin1String("not-found") || !facts.unitFileIsThere)
+        return neverStarted(gate, question);
+    const QString file = textIn(facts.unit, "FragmentPath");
+    if (state == QLatin1String("masked"))
+        return {gate, Gate::No, QStringLiteral("%1 is masked").arg(unitNameOf(question.id)),
+                QStringLiteral("systemd starts it for nobody."),
+                inTurn(systemctl("unmask", unitNameOf(question.id)),
+                       question.user.isEmpty() ? QStringLiteral("systemctl daemon-reload")
+                                               : starting(question))};
+    if (state != QLatin1String("loaded"))
+        return {gate, Gate::No, QStringLiteral("%1: systemd says %2").arg(file, state),
+                QStringLiteral("systemd cannot read the unit; a start writes it anew."),
+                starting(question)};
+    const bool isAtBoot = textIn(facts.unit, "UnitFileState") == QLatin1String("enabled");
+    return {gate, Gate::Yes,
+            QStringLiteral("%1, %2").arg(file,
+                                         isAtBoot ? QStringLiteral("started at boot")
+                                                  : QStringLiteral("not started at boot"))};
+}
+
+Gate freshGate(const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("unit in force");
+    if (!isLoaded(facts))
+        return notKnown(gate, facts);
+    if (facts.unit.value(QStringLiteral("NeedDaemonReload")).toBool())
+        return {gate, Gate::No,
+                QStringLiteral("%1 has changed since systemd has read it")
+                    .arg(textIn(facts.unit, "FragmentPath")),
+                QStringLiteral("What it says now is not in force."),
+                QStringLiteral("systemctl daemon-reload")};
+    const QStringList more = facts.unit.value(QStringLiteral("DropInPaths")).toStringList();
+    return {gate, Gate::Yes,
+            more.isEmpty() ? QStringLiteral("not changed since systemd has read it")
+                           : QStringLiteral("with ") + more.join(QStringLiteral(", "))};
+}
+
+Gate policyGate(const Question &question, const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("bus policy");
+    const PolicyFile &policy = facts.policy;
+    const QString reload = systemctl("reload", QStringLiteral("dbus.service"));
+    if (!policy.problem.isEmpty())
+        return {gate,
+                Gate::No,
+                QStringLiteral("%1: %2").arg(policy.path, policy.problem),
+                QStringLiteral("The task may not own its bus name. A start with --own writes the "
+                               "policy anew."),
+                {}};
+    if (!policy.isReadable)
+        return {gate, Gate::No, QStringLiteral("%1 is not readable for everybody").arg(policy.path),
+                QStringLiteral("The bus does not run as root and cannot read it."),
+                inTurn(commandOf({QStringLiteral("chmod"), QStringLiteral("a+r"), policy.path}),
+                       reload)};
+    const QString user = textIn(facts.unit, "User");
+    if (isLoaded(facts) && user != policy.user)
+        return {
+            gate, Gate::No,
+            QStringLiteral("%1 is for the user %2, and the unit is for %3")
+                .arg(policy.path, policy.user, user),
+            QStringLiteral("The task may not own its bus name."),
+            commandOf({QStringLiteral("orvanectl"), QStringLiteral("start"), question.id,
+                       QStringLiteral("--user"), user, QStringLiteral("--own"), policy.busName})};
+    return {gate, Gate::Yes,
+            QStringLiteral("%1: %2 may own %3").arg(policy.path, policy.user, policy.busName)};
+}
+
+Gate nameGate(const Question &question, const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("bus name");
+    const QString &name = facts.policy.busName;
+    TaskStatus status;
+    status.take(facts.unit);
+    if (!facts.hasBus() || name.isEmpty())
+        return {gate, Gate::NotKnown, QStringLiteral("no policy in force names one")};
+    if (facts.ownerOfName != 0 && facts.processes.contains(static_cast<int>(facts.ownerOfName)))
+        return {gate, Gate::Yes,
+                QStringLiteral("the task's process %1 owns %2").arg(facts.ownerOfName).arg(name)};
+    if (facts.ownerOfName != 0)
+        return {gate, Gate::No,
+                QStringLiteral("process %1 owns %2 and is not the task's")
+                    .arg(facts.ownerOfName)
+                    .arg(name),
+                QStringLiteral("The task cannot own it as well.")};
+    if (status.pid < 0)
+        return {gate, Gate::NotKnown,
+                QStringLiteral("nobody owns %1; the task does not run").arg(name)};
+    return {gate, Gate::No, QStringLiteral("nobody owns %1").arg(name),
+            QStringLiteral("The task runs without its bus name. The bus may not have read the "
+                           "policy; afterwards the task has to be started again."),
+            inTurn(systemctl("reload", QStringLiteral("dbus.service")),
+                   systemctl("restart", unitNameOf(question.id)))};
+}
+
+QString runningText(const TaskStatus &status)
+{
+    const QString text =
+        stateOf(status.activeState) + QStringLiteral(" since ") + momentOf(status.since);
+    return status.pid > 0 ? text + QStringLiteral(", process %1").arg(status.pid) : text;
+}
+
+// The command that starts a unit again as it was started before, with everything that was asked
+// for then.
+QString restarting(const QString &unit, const RunResult &result)
+{
+    const QString start = systemctl("start", unit);
+    return result.result == QLatin1String("start-limit-hit")
+        ? inTurn(systemctl("reset-failed", unit), start)
+        : start;
+}
+
+Gate resultGate(const Question &question, const LiveFacts &facts)
+{
+    const QString gate = QStringLiteral("last result");
+    if (!isLoaded(facts))
+        return notKnown(gate, facts);
+    TaskStatus status;
+    status.take(facts.unit);
+    const bool isOver = status.activeState == QLatin1String("inactive")
+        || status.activeState == QLatin1String("failed");
+    if (!isOver)
+        return {gate, Gate::Yes, runningText(status)};
+    const QString cure = restarting(unitNameOf(question.id), status.result);
+    if (!status.hasResult())
+        return {gate, Gate::No, QStringLiteral("it has not run since the system was started"),
+                QStringLiteral("Nobody has started it."), cure};
+    const QString said =
+        QStringLiteral("%1 at %2%3")
+            .arg(status.result.toString(), momentOf(status.since), wordsOf(facts.log));
+    return {gate, Gate::No, said,
+            status.result.isFailure() ? QStringLiteral("The task has failed.")
+                                      : QStringLiteral("It has ended by itself, or was stopped."),
+            cure};
+}
+
+} // namespace
+
+QVector<Gate> unitGates(const Question &question, const LiveFacts &facts)
+{
+    QVector<Gate> gates{unitGate(question, facts), freshGate(facts)};
+    // A task has one only when whoever started it asked for a bus name.
+    if (facts.policy.isThere)
+        gates << policyGate(question, facts) << nameGate(question, facts);
+    return gates << resultGate(question, facts);
+}
+
+} // namespace Cli
