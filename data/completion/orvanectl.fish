@@ -91,13 +91,6 @@ complete -c orvanectl -n '__fish_seen_subcommand_from lint' -l json -d 'print JS
 complete -c orvanectl -n '__fish_seen_subcommand_from lint' -l root -r -F -d 'read the files of the system below DIR, an image for instance'
 complete -c orvanectl -n '__fish_seen_subcommand_from lint' -l no-pager -d 'do not show long output page by page'
 complete -c orvanectl -n '__fish_seen_subcommand_from lint' -l help -d 'print this help'
-complete -c orvanectl -n __fish_use_subcommand -a why -d 'explain why a task or an application does not start'
-complete -c orvanectl -n '__fish_seen_subcommand_from why' -a "(orvanectl tasks 2>/dev/null | sed -n '2,\$s/ .*//p')"
-complete -c orvanectl -n '__fish_seen_subcommand_from why' -l user -x -a "(getent passwd | cut -d: -f1)" -d 'the user that the task is to run as or the application to start for, by name or number; else the one of the last start, and for an application you'
-complete -c orvanectl -n '__fish_seen_subcommand_from why' -l json -d 'print JSON: one object, or one on each line for what goes on'
-complete -c orvanectl -n '__fish_seen_subcommand_from why' -l root -x -d 'read the files of the system below DIR, an image for instance'
-complete -c orvanectl -n '__fish_seen_subcommand_from why' -l no-pager -d 'do not show long output page by page'
-complete -c orvanectl -n '__fish_seen_subcommand_from why' -l help -d 'print this help'
 complete -c orvanectl -n __fish_use_subcommand -a autostart -d 'show and change which applications start with a session'
 complete -c orvanectl -n '__fish_seen_subcommand_from autostart; and not __fish_seen_subcommand_from list enable disable explain' -a "(echo list enable disable explain)"
 complete -c orvanectl -n '__fish_seen_subcommand_from autostart; and __fish_seen_subcommand_from list enable disable explain' -a "(orvanectl tasks 2>/dev/null | sed -n '2,\$s/\\.task_.*//p' | sort -u)"

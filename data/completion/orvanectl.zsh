@@ -14,7 +14,6 @@ _orvanectl() {
         'types:list task types and who serves each'
         'render:show what a start would write, without starting'
         'lint:find what is wrong in declarations and settings'
-        'why:explain why a task or an application does not start'
         'autostart:show and change which applications start with a session'
         'handlers:list which applications open something, in order'
     )
@@ -121,14 +120,6 @@ _orvanectl() {
             '--list-rules[list the rules]' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
-            '--no-pager[do not show long output page by page]' \
-            '--help[print this help]' ;;
-    why)
-        _arguments \
-            '1:id:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
-            '--user[the user that the task is to run as or the application to start for, by name or number; else the one of the last start, and for an application you]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
-            '--json[print JSON\: one object, or one on each line for what goes on]' \
-            '--root[read the files of the system below DIR, an image for instance]:dir:' \
             '--no-pager[do not show long output page by page]' \
             '--help[print this help]' ;;
     autostart)

@@ -24,6 +24,11 @@ std::optional<int> numberIn(const QByteArray &text)
     return isNumber && number >= 0 ? std::optional<int>(number) : std::nullopt;
 }
 
+QByteArray passwdOf(const QString &root)
+{
+    return readForeignFile(pathBelow(root, QStringLiteral("/etc/passwd"))).text;
+}
+
 Account accountOfLine(const QList<QByteArray> &fields, int uid)
 {
     return {QString::fromUtf8(fields.at(nameField)), uid,
@@ -49,8 +54,7 @@ std::optional<Account> accountIn(const QByteArray &passwd, const QString &user)
 std::optional<Account> accountOf(const QString &user, const QString &root)
 {
     if (!root.isEmpty())
-        return accountIn(readForeignFile(pathBelow(root, QStringLiteral("/etc/passwd"))).text,
-                         user);
+        return accountIn(passwdOf(root), user);
     const std::optional<int> number = numberIn(user.toUtf8());
     // The tool has one thread.
     const passwd *found = number
@@ -60,6 +64,18 @@ std::optional<Account> accountOf(const QString &user, const QString &root)
         return {};
     return Account{QString::fromUtf8(found->pw_name), static_cast<int>(found->pw_uid),
                    static_cast<int>(found->pw_gid), QString::fromUtf8(found->pw_dir)};
+}
+
+QVector<Account> accountsOf(const QString &root)
+{
+    QVector<Account> accounts;
+    const QList<QByteArray> lines = passwdOf(root).split('\n');
+    for (const QByteArray &line : lines) {
+        const QList<QByteArray> fields = line.split(':');
+        if (const std::optional<int> number = numberIn(fields.value(numberField)))
+            accounts.append(accountOfLine(fields, *number));
+    }
+    return accounts;
 }
 
 std::optional<int> userNumberIn(const QByteArray &passwd, const QString &name)

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QVector>
 
 #include <optional>
 
@@ -25,6 +26,9 @@ struct Account
 [[nodiscard]] std::optional<Account> accountOf(const QString &user, const QString &root);
 /// The same in the text of a passwd file.
 [[nodiscard]] std::optional<Account> accountIn(const QByteArray &passwd, const QString &user);
+/// The users in the passwd file of a system.
+/// @param root as above.
+[[nodiscard]] QVector<Account> accountsOf(const QString &root);
 /// The number of a user, in decimal or by name.
 /// @param root the image whose users are meant; empty for this system.
 /// @return nothing when there is no such user.

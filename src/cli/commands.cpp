@@ -10,6 +10,7 @@ const QVector<Command> &commands()
     static const QVector<Command> all{
         tasksCommand(),
         showCommand(),
+        whyCommand(),
         startCommand(),
         stopCommand(),
         watchCommand(),
@@ -18,9 +19,9 @@ const QVector<Command> &commands()
         typesCommand(),
         renderCommand(),
         lintCommand(),
-        whyCommand(),
         autostartCommand(),
         handlersCommand(),
+        doctorCommand(),
     };
     return all;
 }

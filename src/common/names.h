@@ -7,6 +7,8 @@ namespace Names {
 
 inline QString service() { return QStringLiteral("org.zarn.Orvane"); }
 inline QString userService() { return QStringLiteral("org.zarn.Orvane.User"); }
+/// Of the platform, which knows the users.
+inline QString userManager() { return QStringLiteral("org.sailfishos.usermanager"); }
 
 inline QString taskInvokerPath() { return QStringLiteral("/org/zarn/Orvane/TaskInvoker1"); }
 inline QString taskInvokerInterface() { return QStringLiteral("org.zarn.Orvane.TaskInvoker1"); }

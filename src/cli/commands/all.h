@@ -7,6 +7,7 @@
 namespace Cli {
 
 [[nodiscard]] Command renderCommand();
+[[nodiscard]] Command doctorCommand();
 [[nodiscard]] Command handlersCommand();
 [[nodiscard]] Command lintCommand();
 [[nodiscard]] Command autostartCommand();

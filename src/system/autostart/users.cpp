@@ -1,5 +1,7 @@
 #include "system/autostart/users.h"
 
+#include "common/names.h"
+
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusMessage>
@@ -28,8 +30,7 @@ QDBusError existingUsers(QSet<quint32> &users)
     qDBusRegisterMetaType<SailfishUserManagerEntry>();
     qDBusRegisterMetaType<QList<SailfishUserManagerEntry>>();
     const QDBusMessage reply = QDBusConnection::systemBus().call(QDBusMessage::createMethodCall(
-        QStringLiteral("org.sailfishos.usermanager"), QStringLiteral("/"),
-        QStringLiteral("org.sailfishos.usermanager"), QStringLiteral("users")));
+        Names::userManager(), QStringLiteral("/"), Names::userManager(), QStringLiteral("users")));
     if (reply.type() == QDBusMessage::ErrorMessage)
         return QDBusError(reply);
     if (reply.signature() != QLatin1String("a(ssu)"))

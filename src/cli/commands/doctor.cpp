@@ -1,0 +1,173 @@
+// orvanectl doctor
+
+#include "cli/commands/all.h"
+#include "cli/doctor/checkup.h"
+#include "cli/doctor/first_boot.h"
+#include "cli/exit_status.h"
+#include "cli/output.h"
+#include "common/places.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+#include <optional>
+
+namespace Cli {
+
+namespace {
+
+/// What was found.
+struct Found
+{
+    QVector<Gate> gates;
+    /// Of an image.
+    std::optional<FirstBoot> boot;
+};
+
+int countOf(Gate::Answer answer, const QVector<Gate> &gates)
+{
+    return static_cast<int>(std::count_if(gates.cbegin(), gates.cend(), [answer](const Gate &gate) {
+        return gate.answer == answer;
+    }));
+}
+
+QString verdictOn(const QVector<Gate> &gates)
+{
+    const int shut = countOf(Gate::No, gates);
+    const int unknown = countOf(Gate::NotKnown, gates);
+    const QString notKnown =
+        unknown == 0 ? QString() : QStringLiteral(", %1 not known").arg(unknown);
+    if (shut == 0)
+        return QStringLiteral("Nothing is found missing") + notKnown + QLatin1Char('.');
+    return QStringLiteral("Of %1 things that are needed, %2 not there%3.")
+        .arg(gates.size())
+        .arg(shut == 1 ? QStringLiteral("one is") : QStringLiteral("%1 are").arg(shut), notKnown);
+}
+
+QString placeOf(const ApplicationAtSession &application)
+{
+    return application.line > 0
+        ? QStringLiteral("%1:%2").arg(application.file).arg(application.line)
+        : application.file;
+}
+
+// Paths are long: they are below, and not broken.
+QStringList linesOf(const FirstBoot &boot)
+{
+    QStringList lines{QString(), QStringLiteral("On its first boot:")};
+    const auto add = [&lines](const QString &what, const QString &file) {
+        lines.append(QStringLiteral("  ") + printable(what));
+        lines.append(QStringLiteral("    ") + printable(file));
+    };
+    for (const TaskAtBoot &task : boot.tasks)
+        add(task.user.isEmpty() ? task.task : QStringLiteral("%1 as %2").arg(task.task, task.user),
+            task.unitFile);
+    for (const ApplicationAtSession &application : boot.applications)
+        add(QStringLiteral("%1 with the session of %2")
+                .arg(application.application,
+                     application.user.isEmpty() ? QStringLiteral("every user") : application.user),
+            placeOf(application));
+    if (boot.tasks.isEmpty() && boot.applications.isEmpty())
+        lines.append(QStringLiteral("  no task and no application starts"));
+    return lines;
+}
+
+QJsonArray objectsOf(const QVector<TaskAtBoot> &tasks)
+{
+    QJsonArray objects;
+    for (const TaskAtBoot &task : tasks)
+        objects.append(QJsonObject{{QStringLiteral("task"), task.task},
+                                   {QStringLiteral("user"), task.user},
+                                   {QStringLiteral("file"), task.unitFile}});
+    return objects;
+}
+
+QJsonArray objectsOf(const QVector<ApplicationAtSession> &applications)
+{
+    QJsonArray objects;
+    for (const ApplicationAtSession &application : applications) {
+        QJsonObject object{{QStringLiteral("application"), application.application},
+                           {QStringLiteral("file"), application.file}};
+        if (!application.user.isEmpty())
+            object.insert(QStringLiteral("user"), application.user);
+        if (application.line > 0)
+            object.insert(QStringLiteral("line"), application.line);
+        objects.append(object);
+    }
+    return objects;
+}
+
+void print(const Found &found, Output &output)
+{
+    if (!output.isJson()) {
+        const QStringList boot = found.boot ? linesOf(*found.boot) : QStringList();
+        output.print(linesOf(found.gates, output) + QStringList{verdictOn(found.gates)} + boot);
+        return;
+    }
+    QJsonObject object{{QStringLiteral("complete"), firstShut(found.gates) == nullptr},
+                       {QStringLiteral("gates"), objectsOf(found.gates)}};
+    if (found.boot) {
+        object.insert(QStringLiteral("tasksAtBoot"), objectsOf(found.boot->tasks));
+        object.insert(QStringLiteral("applicationsAtSession"), objectsOf(found.boot->applications));
+    }
+    output.print(object);
+}
+
+int run(const Request &, Output &output)
+{
+    const Places places = Places::ofProcess();
+    // An image has another root for programs; the environment's prefix has not.
+    const bool isImage = !places.programRoot.isEmpty();
+    const Found found =
+        isImage ? Found{checkImage(places), firstBootOf(places)} : Found{checkSystem(places), {}};
+    print(found, output);
+    return firstShut(found.gates) == nullptr ? Done : No;
+}
+
+QStringList description()
+{
+    return {QStringLiteral("Looks for everything that Orvane needs of a system, and says of each "
+                           "whether it is there (yes, no, or ? when that cannot be known), how "
+                           "that is known, what does not work without it, and the command that "
+                           "mends it where one command does. The status is 1 when anything is not "
+                           "there."),
+            QStringLiteral("Nothing is changed, and everybody may ask. The daemon is called, which "
+                           "starts it, and the sandbox is run once with the options of a task and "
+                           "a program that does nothing. What a user may not know is ? for them: "
+                           "then ask as root."),
+            QStringLiteral("With --root it is an image that is looked at: its files alone, and "
+                           "what would run on its first boot, that is tasks whose units are "
+                           "enabled and applications that start with a session.")};
+}
+
+QVector<QPair<QString, QString>> fields()
+{
+    return {{QStringLiteral("complete"), QStringLiteral("whether no answer is \"no\"")},
+            {QStringLiteral("gates"), QStringLiteral("an array of objects with these fields")},
+            {QStringLiteral("gate"), QStringLiteral("what is asked, in a word or a few")},
+            {QStringLiteral("answer"), QStringLiteral("\"yes\", \"no\" or \"unknown\"")},
+            {QStringLiteral("evidence"), QStringLiteral("how that is known")},
+            {QStringLiteral("consequence"), QStringLiteral("what does not work without it")},
+            {QStringLiteral("cure"), QStringLiteral("a command that mends it, where there is one")},
+            {QStringLiteral("tasksAtBoot"),
+             QStringLiteral("with --root, an array of objects with task, user and file, its unit")},
+            {QStringLiteral("applicationsAtSession"),
+             QStringLiteral("with --root, an array of objects with application, file, line and "
+                            "user; without a user it starts for everybody without a setting of "
+                            "their own")}};
+}
+
+} // namespace
+
+Command doctorCommand()
+{
+    Command command;
+    command.name = QStringLiteral("doctor");
+    command.summary = QStringLiteral("say whether a system has what Orvane needs");
+    command.description = description();
+    command.fields = fields();
+    command.run = run;
+    return command;
+}
+
+} // namespace Cli

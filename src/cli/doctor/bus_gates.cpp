@@ -1,0 +1,119 @@
+#include "cli/doctor/gates.h"
+#include "cli/doctor/policy_rule.h"
+#include "common/names.h"
+#include "files/foreign_file.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace Cli {
+
+namespace {
+
+// Has the bus read its configuration again.
+QString reloading()
+{
+    return QStringLiteral("busctl call org.freedesktop.DBus /org/freedesktop/DBus "
+                          "org.freedesktop.DBus ReloadConfig");
+}
+
+bool isShut(const Gate &gate) { return gate.answer == Gate::No; }
+
+} // namespace
+
+Gate notAsked(const QString &name, const QString &evidence)
+{
+    const QString reason = QStringLiteral("the bus cannot be asked");
+    return {name, Gate::NotKnown,
+            evidence.isEmpty() ? reason : evidence + QStringLiteral("; ") + reason};
+}
+
+Gate busGate(const Examined &examined)
+{
+    const QString name = QStringLiteral("bus");
+    if (!examined.answers())
+        return {name, Gate::No, examined.live->bus.toString(),
+                QStringLiteral("nobody can call the daemon, and it does not start"),
+                QStringLiteral("systemctl start dbus.socket dbus.service")};
+    return {name, Gate::Yes,
+            examined.live->busProgram.isEmpty()
+                ? QStringLiteral("it answers")
+                : examined.live->busProgram + QStringLiteral(" answers")};
+}
+
+Gate policyGate(const Examined &examined)
+{
+    const QString name = QStringLiteral("bus policy");
+    const PolicyRule rule = ruleForOwning(Names::service(), examined.places);
+    const QString consequence =
+        QStringLiteral("the daemon cannot take its name, or nobody can call it");
+    if (rule.file.isEmpty())
+        return {
+            name, Gate::No,
+            QStringLiteral("no file in %1 lets root own %2")
+                .arg(policyFolders(examined.places).join(QStringLiteral(" or ")), Names::service()),
+            consequence + QStringLiteral("; it comes with Orvane's package")};
+    const QString place = QStringLiteral("%1:%2").arg(rule.file).arg(rule.line);
+    if (!rule.allows)
+        return {name, Gate::No, place + QStringLiteral(" denies it"), consequence};
+    if (!examined.isLive())
+        return {name, Gate::Yes, place};
+    if (!examined.answers())
+        return notAsked(name, place);
+    if (examined.live->daemon.errorName == QLatin1String("org.freedesktop.DBus.Error.AccessDenied"))
+        return {name, Gate::No,
+                QStringLiteral("%1, but the bus refuses a call: %2")
+                    .arg(place, examined.live->daemon.toString()),
+                consequence, reloading()};
+    return {name, Gate::Yes, place};
+}
+
+Gate activationGate(const Examined &examined)
+{
+    const QString name = QStringLiteral("bus activation");
+    const QString file = examined.places.root
+        + QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(Names::service());
+    const QString consequence = QStringLiteral("the bus does not start the daemon when it is "
+                                               "called");
+    const QString hands = QStringLiteral("SystemdService=") + daemonUnit();
+    if (!QFileInfo::exists(file))
+        return {name, Gate::No, file + QStringLiteral(" is missing"),
+                consequence + QStringLiteral("; it comes with Orvane's package")};
+    if (!readForeignFile(file).text.contains(hands.toUtf8()))
+        return {name, Gate::No, QStringLiteral("%1 has no %2").arg(file, hands), consequence};
+    if (examined.isLive() && !examined.answers())
+        return notAsked(name, file);
+    if (examined.isLive() && !examined.live->activatableNames.contains(Names::service()))
+        return {name, Gate::No, file + QStringLiteral(", which the bus has not read"), consequence,
+                reloading()};
+    return {name, Gate::Yes, file};
+}
+
+Gate daemonGate(const Examined &examined, const QVector<Gate> &before)
+{
+    const QString name = QStringLiteral("daemon");
+    const auto shut = std::find_if(before.cbegin(), before.cend(), isShut);
+    if (!examined.answers() || shut != before.cend())
+        return {name, Gate::NotKnown,
+                shut == before.cend() ? QStringLiteral("it cannot be asked")
+                                      : QStringLiteral("it needs the %1").arg(shut->name)};
+    if (examined.live->daemon)
+        return {name, Gate::No, examined.live->daemon.toString(),
+                QStringLiteral("nothing is started; journalctl -u %1 says why").arg(daemonUnit())};
+    return {name, Gate::Yes, QStringLiteral("%1 answers").arg(Names::service())};
+}
+
+Gate userListGate(const Examined &examined)
+{
+    const QString name = QStringLiteral("list of users");
+    if (!examined.answers())
+        return notAsked(name);
+    if (examined.live->hasService(Names::userManager()))
+        return {name, Gate::Yes, Names::userManager() + QStringLiteral(" is on the bus")};
+    return {name, Gate::No, Names::userManager() + QStringLiteral(" is not on the bus"),
+            QStringLiteral("autostart settings of users that were removed are kept; the platform's "
+                           "user manager has it")};
+}
+
+} // namespace Cli

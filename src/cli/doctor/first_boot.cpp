@@ -1,0 +1,77 @@
+#include "cli/doctor/first_boot.h"
+
+#include "cli/accounts.h"
+#include "cli/doctor/unit_file.h"
+#include "cli/no_findings.h"
+#include "cli/task_units.h"
+#include "common/autostart/settings.h"
+
+#include <QDir>
+
+#include <algorithm>
+
+namespace Cli {
+
+namespace {
+
+QVector<TaskAtBoot> tasksAtBoot(const Places &places)
+{
+    QVector<TaskAtBoot> tasks;
+    const QDir units(places.unitFolder());
+    // Wherever its unit was made to start with; most with multi-user.target.
+    for (const QString &wants :
+         units.entryList({QStringLiteral("*.wants"), QStringLiteral("*.requires")}, QDir::Dirs)) {
+        const QStringList links =
+            QDir(units.filePath(wants))
+                .entryList({taskUnitPattern()}, QDir::Files | QDir::System, QDir::Name);
+        for (const QString &unit : links) {
+            const QString user = wordsOfUnit(unit, QStringLiteral("User"), places.root).value(0);
+            const QString file = unitFileOf(unit, UnitKind::System, places.root);
+            // A link may lead nowhere; then it is what there is to mend.
+            const QString link = units.filePath(wants) + QLatin1Char('/') + unit;
+            tasks.append({taskIdOfUnit(unit), user, file.isEmpty() ? link : file});
+        }
+    }
+    return tasks;
+}
+
+// Nobody has the number that stands for everybody.
+constexpr int everybody = -1;
+
+QVector<ApplicationAtSession> startingFor(const Account &user, const Places &places)
+{
+    NoFindings findings;
+    QVector<ApplicationAtSession> applications;
+    const auto all = Autostart::Settings(places, findings).allLayers(user.uid);
+    for (auto layers = all.constBegin(); layers != all.constEnd(); ++layers) {
+        const Autostart::Setting *deciding = layers->deciding();
+        if (layers->isEnabled())
+            applications.append({layers.key(), user.name, deciding->file, deciding->line});
+    }
+    return applications;
+}
+
+bool holds(const QVector<ApplicationAtSession> &all, const ApplicationAtSession &one)
+{
+    return std::any_of(all.cbegin(), all.cend(), [&](const ApplicationAtSession &other) {
+        return other.application == one.application && other.file == one.file
+            && other.line == one.line;
+    });
+}
+
+} // namespace
+
+FirstBoot firstBootOf(const Places &places)
+{
+    FirstBoot boot{tasksAtBoot(places), startingFor({{}, everybody, -1, {}}, places)};
+    const QVector<ApplicationAtSession> ofEverybody = boot.applications;
+    for (const Account &user : accountsOf(places.root)) {
+        for (const ApplicationAtSession &application : startingFor(user, places)) {
+            if (!holds(ofEverybody, application))
+                boot.applications.append(application);
+        }
+    }
+    return boot;
+}
+
+} // namespace Cli

@@ -1,0 +1,97 @@
+#include "cli/doctor/gates.h"
+#include "cli/doctor/unit_file.h"
+#include "files/foreign_file.h"
+
+#include <QByteArray>
+
+#include <grp.h>
+
+namespace Cli {
+
+namespace {
+
+QString variable() { return QStringLiteral("ORVANE_TASK_GROUPS"); }
+
+/// The daemon's environment as its unit makes it.
+struct DaemonEnvironment
+{
+    QStringList set;
+    QStringList taken;
+};
+
+// Nothing without a unit.
+std::optional<DaemonEnvironment> environmentOf(const Examined &examined)
+{
+    if (examined.answers() && examined.live->daemonUnit.loadState == QLatin1String("loaded"))
+        return DaemonEnvironment{examined.live->daemonUnit.environment,
+                                 examined.live->daemonUnit.unsetEnvironment};
+    const QString root = examined.places.root;
+    const QString file = unitFileOf(daemonUnit(), UnitKind::System, root);
+    if (file.isEmpty() || isMasked(file, root))
+        return {};
+    return DaemonEnvironment{wordsOfUnit(daemonUnit(), QStringLiteral("Environment"), root),
+                             wordsOfUnit(daemonUnit(), QStringLiteral("UnsetEnvironment"), root)};
+}
+
+// Nothing when the variable is not set, and everybody may.
+std::optional<QStringList> taskGroups(const DaemonEnvironment &environment)
+{
+    const QString prefix = variable() + QLatin1Char('=');
+    std::optional<QStringList> groups;
+    for (const QString &word : environment.set) {
+        if (word.startsWith(prefix) && !environment.taken.contains(word)
+            && !environment.taken.contains(variable()))
+            groups = word.mid(prefix.size()).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    }
+    return groups;
+}
+
+bool isGroup(const QString &name, const Examined &examined)
+{
+    // The tool has one thread.
+    if (examined.places.root.isEmpty())
+        return getgrnam(name.toUtf8().constData()) != nullptr; // NOLINT(concurrency-mt-unsafe)
+    const QByteArray text =
+        '\n' + readForeignFile(examined.places.root + QStringLiteral("/etc/group")).text;
+    return text.contains('\n' + name.toUtf8() + ':');
+}
+
+QString adding(const QStringList &groups, const QString &root)
+{
+    QStringList commands;
+    const QString prefix = root.isEmpty() ? QString() : QStringLiteral("--prefix %1 ").arg(root);
+    for (const QString &group : groups)
+        commands.append(QStringLiteral("groupadd %1--system %2").arg(prefix, group));
+    return commands.join(QStringLiteral(" && "));
+}
+
+} // namespace
+
+Gate taskGroupsGate(const Examined &examined)
+{
+    const QString name = QStringLiteral("task groups");
+    const auto environment = environmentOf(examined);
+    if (!environment)
+        return {name, Gate::NotKnown, QStringLiteral("it needs the daemon's unit")};
+    const auto groups = taskGroups(*environment);
+    if (!groups)
+        return {name, Gate::Yes,
+                QStringLiteral("%1 is not set for %2: everybody may start tasks")
+                    .arg(variable(), daemonUnit())};
+    QStringList missing;
+    for (const QString &group : *groups) {
+        if (!isGroup(group, examined))
+            missing.append(group);
+    }
+    const QString evidence =
+        QStringLiteral("%1=%2").arg(variable(), groups->join(QLatin1Char(',')));
+    if (missing.isEmpty())
+        return {name, Gate::Yes, evidence};
+    return {name, Gate::No,
+            QStringLiteral("%1, but there is no group %2")
+                .arg(evidence, missing.join(QStringLiteral(", "))),
+            QStringLiteral("only root, and groups that are there, may start and stop tasks"),
+            adding(missing, examined.places.root)};
+}
+
+} // namespace Cli

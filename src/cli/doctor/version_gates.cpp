@@ -1,0 +1,25 @@
+#include "cli/doctor/gates.h"
+
+#include <QRegularExpression>
+#include <QVersionNumber>
+
+namespace Cli {
+
+Gate versionGate(const QString &program, const QString &version, const QString &needed)
+{
+    const QString name = program + QStringLiteral(" version");
+    static const QRegularExpression number(QStringLiteral("[0-9]+(\\.[0-9]+)*"));
+    const QString found = number.match(version).captured();
+    if (found.isEmpty())
+        return {name, Gate::NotKnown, QStringLiteral("it does not tell")};
+    if (needed.isEmpty())
+        return {name, Gate::Yes, found};
+    const bool isOld = QVersionNumber::fromString(found) < QVersionNumber::fromString(needed);
+    return {name, isOld ? Gate::No : Gate::Yes,
+            QStringLiteral("%1, %2 or later is needed").arg(found, needed),
+            isOld ? QStringLiteral("options and settings that tasks and the daemon are given are "
+                                   "not understood")
+                  : QString()};
+}
+
+} // namespace Cli
