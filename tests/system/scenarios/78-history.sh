@@ -21,6 +21,7 @@ scenario() {
     tell_of_ends
     tell_of_restarts
     tell_of_boots
+    tell_on_a_terminal
     tell_of_none
     tell_others
     read_an_image
@@ -106,6 +107,14 @@ tell_of_boots() {
     expect_equal "the last two" "$(history_of long --last 2 | jq -r '.runs[].state' | tr '\n' ' ')" "lost running "
     expect_match "the table" "$(in_container orvanectl history $app.task_long)" \
         "STARTED * LASTED  CPU TIME * PEAK  RESULT*killed by signal 9 (Killed)*stopped*stopped*ended with the boot, not known how*running"
+}
+
+# A terminal of eighty columns: nothing wraps.
+tell_on_a_terminal() {
+    local shown
+    shown=$(in_container script -qec "stty cols 80 rows 50; orvanectl history $app.task_long" /dev/null | tr -d '\r')
+    expect_match "the table on a terminal" "$shown" "STARTED*ended with the boot, not known how*running"
+    expect_equal "lines that are too wide" "$(awk 'length > 80' <<<"$shown")" ""
 }
 
 tell_of_none() {
