@@ -5,7 +5,7 @@
 _orvanectl() {
     local words='' files='' current=${COMP_WORDS[COMP_CWORD]}
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words='tasks show start stop watch top history types render lint autostart handlers --help --version'
+        words='tasks show why start stop watch top history types render lint autostart handlers doctor --help --version'
     else
         _orvanectl_words "${COMP_WORDS[1]}" "${COMP_WORDS[COMP_CWORD - 1]}" "$current"
     fi
@@ -22,6 +22,7 @@ _orvanectl_words() {
     case "$1 $2" in
     'tasks --app') words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/\.task_.*//p' | sort -u) ;;
     'tasks --type') words=$(orvanectl types 2>/dev/null | sed -n '2,$s/ .*//p') ;;
+    'why --user') words=$(getent passwd | cut -d: -f1) ;;
     'start --user') words=$(getent passwd | cut -d: -f1) ;;
     'start --own') ;;
     'start --permission') ;;
@@ -55,6 +56,8 @@ _orvanectl_free() {
     'tasks '*' -'*) words='--app --type --running --json --root --no-pager --help' ;;
     'show '*' -'*) words='--json --root --no-pager --help' ;;
     'show '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
+    'why '*' -'*) words='--user --json --root --no-pager --help' ;;
+    'why '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'start '*' -'*) words='--user --at-boot --own --permission --param --homeless --weight --cpu-limit --set --env --wait --json --root --no-pager --help' ;;
     'start '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/ .*//p') ;;
     'stop '*' -'*) words='--json --root --no-pager --help' ;;
@@ -72,6 +75,7 @@ _orvanectl_free() {
     'autostart autostart '*) words=$(echo list enable disable explain) ;;
     'autostart '*) words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/\.task_.*//p' | sort -u) ;;
     'handlers '*' -'*) words='--user --json --root --no-pager --help' ;;
+    'doctor '*' -'*) words='--json --root --no-pager --help' ;;
     esac
 }
 

@@ -18,6 +18,13 @@ complete -c orvanectl -n '__fish_seen_subcommand_from show' -l json -d 'print JS
 complete -c orvanectl -n '__fish_seen_subcommand_from show' -l root -r -F -d 'read the files of the system below DIR, an image for instance'
 complete -c orvanectl -n '__fish_seen_subcommand_from show' -l no-pager -d 'do not show long output page by page'
 complete -c orvanectl -n '__fish_seen_subcommand_from show' -l help -d 'print this help'
+complete -c orvanectl -n __fish_use_subcommand -a why -d 'explain why a task or an application does not start'
+complete -c orvanectl -n '__fish_seen_subcommand_from why' -a "(orvanectl tasks 2>/dev/null | sed -n '2,\$s/ .*//p')"
+complete -c orvanectl -n '__fish_seen_subcommand_from why' -l user -x -a "(getent passwd | cut -d: -f1)" -d 'the user that the task is to run as or the application to start for, by name or number; else the one of the last start, and for an application you'
+complete -c orvanectl -n '__fish_seen_subcommand_from why' -l json -d 'print JSON: one object, or one on each line for what goes on'
+complete -c orvanectl -n '__fish_seen_subcommand_from why' -l root -r -F -d 'read the files of the system below DIR, an image for instance'
+complete -c orvanectl -n '__fish_seen_subcommand_from why' -l no-pager -d 'do not show long output page by page'
+complete -c orvanectl -n '__fish_seen_subcommand_from why' -l help -d 'print this help'
 complete -c orvanectl -n __fish_use_subcommand -a start -d 'start a task'
 complete -c orvanectl -n '__fish_seen_subcommand_from start' -a "(orvanectl tasks 2>/dev/null | sed -n '2,\$s/ .*//p')"
 complete -c orvanectl -n '__fish_seen_subcommand_from start' -l user -x -a "(getent passwd | cut -d: -f1)" -d 'the user that the task runs as; a task of the system needs one'
@@ -106,3 +113,8 @@ complete -c orvanectl -n '__fish_seen_subcommand_from handlers' -l json -d 'prin
 complete -c orvanectl -n '__fish_seen_subcommand_from handlers' -l root -r -F -d 'read the files of the system below DIR, an image for instance'
 complete -c orvanectl -n '__fish_seen_subcommand_from handlers' -l no-pager -d 'do not show long output page by page'
 complete -c orvanectl -n '__fish_seen_subcommand_from handlers' -l help -d 'print this help'
+complete -c orvanectl -n __fish_use_subcommand -a doctor -d 'say whether a system has what Orvane needs'
+complete -c orvanectl -n '__fish_seen_subcommand_from doctor' -l json -d 'print JSON: one object, or one on each line for what goes on'
+complete -c orvanectl -n '__fish_seen_subcommand_from doctor' -l root -r -F -d 'read the files of the system below DIR, an image for instance'
+complete -c orvanectl -n '__fish_seen_subcommand_from doctor' -l no-pager -d 'do not show long output page by page'
+complete -c orvanectl -n '__fish_seen_subcommand_from doctor' -l help -d 'print this help'

@@ -6,6 +6,7 @@ _orvanectl() {
     local -a commands=(
         'tasks:list tasks and their state'
         'show:show everything that is known of a task'
+        'why:explain why a task or an application does not start'
         'start:start a task'
         'stop:stop a task and forget its start at boot'
         'watch:tell of each start and end of a task as it happens'
@@ -16,6 +17,7 @@ _orvanectl() {
         'lint:find what is wrong in declarations and settings'
         'autostart:show and change which applications start with a session'
         'handlers:list which applications open something, in order'
+        'doctor:say whether a system has what Orvane needs'
     )
     if (( CURRENT == 2 )); then
         _describe command commands
@@ -37,6 +39,14 @@ _orvanectl() {
     show)
         _arguments \
             '1:task:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    why)
+        _arguments \
+            '1:id:{compadd -- ${(f)"$(orvanectl tasks 2>/dev/null | sed -n '\''2,$s/ .*//p'\'')"}}' \
+            '--user[the user that the task is to run as or the application to start for, by name or number; else the one of the last start, and for an application you]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \
@@ -136,6 +146,12 @@ _orvanectl() {
         _arguments \
             '1:uri|type:' \
             '--user[whose choice counts, by name or number; yours without it]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
+            '--json[print JSON\: one object, or one on each line for what goes on]' \
+            '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
+            '--no-pager[do not show long output page by page]' \
+            '--help[print this help]' ;;
+    doctor)
+        _arguments \
             '--json[print JSON\: one object, or one on each line for what goes on]' \
             '--root[read the files of the system below DIR, an image for instance]:dir:_files' \
             '--no-pager[do not show long output page by page]' \

@@ -8,20 +8,9 @@ namespace Cli {
 const QVector<Command> &commands()
 {
     static const QVector<Command> all{
-        tasksCommand(),
-        showCommand(),
-        whyCommand(),
-        startCommand(),
-        stopCommand(),
-        watchCommand(),
-        topCommand(),
-        historyCommand(),
-        typesCommand(),
-        renderCommand(),
-        lintCommand(),
-        autostartCommand(),
-        handlersCommand(),
-        doctorCommand(),
+        tasksCommand(), showCommand(),      whyCommand(),      startCommand(),  stopCommand(),
+        watchCommand(), topCommand(),       historyCommand(),  typesCommand(),  renderCommand(),
+        lintCommand(),  autostartCommand(), handlersCommand(), doctorCommand(),
     };
     return all;
 }

@@ -46,16 +46,30 @@ int widestName(const QVector<Gate> &gates)
     return widest;
 }
 
+// How far a gate's texts are set in: behind its name, or below it where a path has no room there.
+int indentationOf(const Gate &gate, int nameWidth, int width)
+{
+    const int behindTheName = answerWidth + nameWidth + gap;
+    const QStringList lines = wrapped(printable(gate.evidence), behindTheName, width);
+    const bool fits = std::all_of(lines.begin(), lines.end(), [width](const QString &line) {
+        return width == 0 || displayWidth(line) <= width;
+    });
+    return fits ? behindTheName : answerWidth;
+}
+
 QStringList linesOf(const Gate &gate, int nameWidth, const Output &output)
 {
-    const int indentation = answerWidth + nameWidth + gap;
     const int width = output.terminal().width;
-    QStringList lines = wrapped(printable(gate.evidence), indentation, width);
+    const int indentation = indentationOf(gate, nameWidth, width);
     const QString sign = signOf(gate.answer);
-    lines.first().replace(0, indentation,
-                          output.coloured(sign, colourOf(gate.answer))
-                              + QString(answerWidth - sign.size(), QLatin1Char(' '))
-                              + gate.name.leftJustified(nameWidth + gap));
+    const QString title = output.coloured(sign, colourOf(gate.answer))
+        + QString(answerWidth - sign.size(), QLatin1Char(' ')) + gate.name;
+    QStringList lines = wrapped(printable(gate.evidence), indentation, width);
+    if (indentation == answerWidth)
+        lines.prepend(title);
+    else
+        lines.first().replace(
+            0, indentation, title + QString(nameWidth + gap - gate.name.size(), QLatin1Char(' ')));
     if (gate.answer == Gate::Yes)
         return lines;
     if (!gate.consequence.isEmpty())

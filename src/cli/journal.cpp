@@ -148,8 +148,8 @@ LogEnd lastLogLines(const QString &unit, int count, const QString &root)
 {
     LogEnd end;
     end.reason = readJournalBackwards(unit, UnitEntries::All, root, [&](const JournalEntry &entry) {
-        end.lines.prepend({entry.moment, entry.text("MESSAGE"),
-                           entry.text("_PID") == QLatin1String("1")});
+        end.lines.prepend(
+            {entry.moment, entry.text("MESSAGE"), entry.text("_PID") == QLatin1String("1")});
         return end.lines.size() < count;
     });
     return end;

@@ -54,7 +54,7 @@ void print(const QString &word, const Openable &openable, const QVector<FoundHan
 }
 
 // On a terminal one line each would not have the room for an id, a type and a path.
-QStringList linesOf(const QVector<FoundHandler> &handlers)
+QStringList linesOf(const QVector<FoundHandler> &handlers, int width)
 {
     constexpr int indentation = 3;
     QStringList lines;
@@ -62,9 +62,9 @@ QStringList linesOf(const QVector<FoundHandler> &handlers)
         const FoundHandler &found = handlers.at(at);
         lines.append(QString::number(at + 1).leftJustified(indentation)
                      + printable(found.handler.application));
-        lines.append(QString(indentation, QLatin1Char(' '))
-                     + printable(QStringLiteral("%1 %2, %3")
-                                     .arg(reasonOf(found), found.handler.type, placeOf(found))));
+        lines += wrapped(printable(QStringLiteral("%1 %2, %3")
+                                       .arg(reasonOf(found), found.handler.type, placeOf(found))),
+                         indentation, width);
     }
     return lines;
 }
@@ -75,7 +75,7 @@ int answer(const QString &word, const Openable &openable, const Places &places, 
     if (output.isJson())
         print(word, openable, handlers, output);
     else
-        output.print(linesOf(handlers));
+        output.print(linesOf(handlers, output.terminal().width));
     if (!handlers.isEmpty())
         return Done;
     const QString what =

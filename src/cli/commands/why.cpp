@@ -28,15 +28,17 @@ int run(const Request &request, Output &output)
     const QString id = request.arguments.value(0);
     const Explanation explanation =
         explain(id, request.value(QStringLiteral("user")), !request.has(QStringLiteral("root")));
-    const bool isShut = firstShut(explanation.gates) != nullptr;
     if (output.isJson()) {
         output.print(objectOf(id, explanation));
     } else {
-        // In one line, because a command in it is there to be copied.
+        const Gate *shut = firstShut(explanation.gates);
+        // A command is not broken, because it is there to be copied.
+        const bool mayBreak = shut == nullptr || shut->cure.isEmpty();
         output.print(linesOf(explanation.gates, output)
-                     + QStringList(printable(verdictOn(explanation.gates))));
+                     + wrapped(printable(verdictOn(explanation.gates)), 0,
+                               mayBreak ? output.terminal().width : 0));
     }
-    return isShut ? No : Done;
+    return firstShut(explanation.gates) == nullptr ? Done : No;
 }
 
 QVector<QPair<QString, QString>> fields()

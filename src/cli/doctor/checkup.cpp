@@ -38,7 +38,7 @@ Gate trialGate(const Gate &sandbox, const Trial &trial)
 QVector<Gate> versionGates(const Examined &examined, const Gate &sandbox, const Trial &trial)
 {
     const QString asked = QStringLiteral("--version");
-    const LiveFacts &live = *examined.live;
+    const SystemFacts &live = *examined.live;
     QVector<Gate> gates{versionGate(QStringLiteral("systemd"), live.systemdVersion,
                                     QStringLiteral(ORVANE_NEEDS_SYSTEMD))};
     if (!live.busProgram.isEmpty())
@@ -54,7 +54,7 @@ QVector<Gate> versionGates(const Examined &examined, const Gate &sandbox, const 
 QVector<Gate> checkSystem(const Places &places)
 {
     const Trial trial = plannedTrial(places);
-    const Examined examined{places, liveFacts(trial.bindsUnit())};
+    const Examined examined{places, systemFacts(trial.bindsUnit())};
     QVector<Gate> gates{busGate(examined), policyGate(examined), activationGate(examined),
                         daemonUnitGate(examined)};
     gates.append(daemonGate(examined, gates));

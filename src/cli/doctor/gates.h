@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/doctor/live_facts.h"
+#include "cli/doctor/system_facts.h"
 #include "cli/doctor/trial.h"
 #include "cli/gate.h"
 #include "common/places.h"
@@ -19,7 +19,7 @@ struct Examined
 {
     Places places;
     /// Nothing for an image, which answers no questions.
-    std::optional<LiveFacts> live;
+    std::optional<SystemFacts> live;
 
     [[nodiscard]] bool isLive() const { return live.has_value(); }
     /// Whether the bus, and with it systemd, could be asked.

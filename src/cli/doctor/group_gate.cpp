@@ -1,6 +1,8 @@
 #include "cli/doctor/gates.h"
 #include "cli/doctor/unit_file.h"
+#include "cli/task_groups.h"
 #include "files/foreign_file.h"
+#include "files/path_below.h"
 
 #include <QByteArray>
 
@@ -9,8 +11,6 @@
 namespace Cli {
 
 namespace {
-
-QString variable() { return QStringLiteral("ORVANE_TASK_GROUPS"); }
 
 /// The daemon's environment as its unit makes it.
 struct DaemonEnvironment
@@ -33,26 +33,13 @@ std::optional<DaemonEnvironment> environmentOf(const Examined &examined)
                              wordsOfUnit(daemonUnit(), QStringLiteral("UnsetEnvironment"), root)};
 }
 
-// Nothing when the variable is not set, and everybody may.
-std::optional<QStringList> taskGroups(const DaemonEnvironment &environment)
-{
-    const QString prefix = variable() + QLatin1Char('=');
-    std::optional<QStringList> groups;
-    for (const QString &word : environment.set) {
-        if (word.startsWith(prefix) && !environment.taken.contains(word)
-            && !environment.taken.contains(variable()))
-            groups = word.mid(prefix.size()).split(QLatin1Char(','), Qt::SkipEmptyParts);
-    }
-    return groups;
-}
-
 bool isGroup(const QString &name, const Examined &examined)
 {
     // The tool has one thread.
     if (examined.places.root.isEmpty())
         return getgrnam(name.toUtf8().constData()) != nullptr; // NOLINT(concurrency-mt-unsafe)
     const QByteArray text =
-        '\n' + readForeignFile(examined.places.root + QStringLiteral("/etc/group")).text;
+        '\n' + readForeignFile(pathBelow(examined.places.root, QStringLiteral("/etc/group"))).text;
     return text.contains('\n' + name.toUtf8() + ':');
 }
 
@@ -73,18 +60,18 @@ Gate taskGroupsGate(const Examined &examined)
     const auto environment = environmentOf(examined);
     if (!environment)
         return {name, Gate::NotKnown, QStringLiteral("it needs the daemon's unit")};
-    const auto groups = taskGroups(*environment);
+    const auto groups = taskGroupsIn(environment->set, environment->taken);
     if (!groups)
         return {name, Gate::Yes,
                 QStringLiteral("%1 is not set for %2: everybody may start tasks")
-                    .arg(variable(), daemonUnit())};
+                    .arg(taskGroupsVariable(), daemonUnit())};
     QStringList missing;
     for (const QString &group : *groups) {
         if (!isGroup(group, examined))
             missing.append(group);
     }
     const QString evidence =
-        QStringLiteral("%1=%2").arg(variable(), groups->join(QLatin1Char(',')));
+        QStringLiteral("%1=%2").arg(taskGroupsVariable(), groups->join(QLatin1Char(',')));
     if (missing.isEmpty())
         return {name, Gate::Yes, evidence};
     return {name, Gate::No,

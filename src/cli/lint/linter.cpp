@@ -3,6 +3,7 @@
 #include "cli/lint/entry_checks.h"
 #include "cli/lint/entry_text.h"
 #include "cli/lint/rules.h"
+#include "cli/no_findings.h"
 #include "common/Core/application_catalogue.h"
 #include "common/Core/manifest.h"
 #include "common/Core/mimeapps_list.h"
@@ -23,13 +24,6 @@
 namespace Cli {
 
 namespace {
-
-// An entry is there twice for the linter: the catalogue has said what its reader says.
-class NoFindings : public Core::Findings
-{
-public:
-    void report(const Core::Finding &, const Core::FindingOrigin &) override { }
-};
 
 void lintEntryFile(const QString &path, const Core::ApplicationInfo &entry, const Places &places,
                    const KnownPlaces &known, Collected &findings)
@@ -68,6 +62,7 @@ void lintEntries(const Places &places, const KnownPlaces &known, Collected &find
     }
     for (const QString &path : catalogue.invalidFiles())
         lintEntryFile(path, {}, places, known, findings);
+    // The catalogue has said what the entry's reader says.
     NoFindings said;
     for (const Core::ApplicationCatalogue::Shadowed &shadowed : catalogue.shadowed()) {
         // The others of these are applications above.

@@ -1,6 +1,7 @@
 #include "cli/why/live_facts.h"
 
 #include "cli/systemd.h"
+#include "cli/task_groups.h"
 #include "cli/task_units.h"
 #include "cli/why/file_access.h"
 #include "client/daemon.h"
@@ -102,22 +103,8 @@ QString textIn(const QVariantMap &properties, const char *name)
 
 std::optional<QStringList> groupsThatMayStart(const QVariantMap &daemonUnit)
 {
-    const QString variable = QStringLiteral("ORVANE_TASK_GROUPS");
-    const QStringList taken = daemonUnit.value(QStringLiteral("UnsetEnvironment")).toStringList();
-    if (taken.contains(variable))
-        return {};
-    std::optional<QStringList> groups;
-    // The last assignment counts.
-    for (const QString &entry : daemonUnit.value(QStringLiteral("Environment")).toStringList()) {
-        if (!entry.startsWith(variable + QLatin1Char('=')))
-            continue;
-        groups = QStringList();
-        for (const QString &name : entry.mid(variable.size() + 1).split(QLatin1Char(','))) {
-            if (!name.trimmed().isEmpty())
-                groups->append(name.trimmed());
-        }
-    }
-    return groups;
+    return taskGroupsIn(daemonUnit.value(QStringLiteral("Environment")).toStringList(),
+                        daemonUnit.value(QStringLiteral("UnsetEnvironment")).toStringList());
 }
 
 LiveFacts gatherFacts(const Question &question)

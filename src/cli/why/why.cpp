@@ -64,10 +64,9 @@ Explanation explain(const QString &id, const QString &user, bool isLive)
 QString verdictOn(const QVector<Gate> &gates)
 {
     if (const Gate *shut = firstShut(gates)) {
-        const QString said =
-            QStringLiteral("It fails at \"%1\": %2.").arg(shut->name, shut->evidence);
-        return shut->cure.isEmpty() ? said + QLatin1Char(' ') + shut->consequence
-                                    : said + QStringLiteral(" Try: ") + shut->cure;
+        const QString said = QStringLiteral("It fails at \"%1\". ").arg(shut->name);
+        return shut->cure.isEmpty() ? said + shut->consequence
+                                    : said + QStringLiteral("Try: ") + shut->cure;
     }
     const auto unknown = std::count_if(
         gates.begin(), gates.end(), [](const Gate &gate) { return gate.answer == Gate::NotKnown; });

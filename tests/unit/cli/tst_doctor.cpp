@@ -18,7 +18,7 @@ using Cli::Gate;
 namespace {
 
 using Breaking = std::function<void(TempRoot &)>;
-using Facts = std::function<void(Cli::LiveFacts &)>;
+using Facts = std::function<void(Cli::SystemFacts &)>;
 using Question = std::function<Gate(const Cli::Examined &)>;
 
 QString text(const char *words) { return QString::fromUtf8(words); }
@@ -69,9 +69,9 @@ void fill(const TempRoot &root)
     root.write(text("/usr/share/mime/mime.cache"), "");
 }
 
-Cli::LiveFacts completeFacts()
+Cli::SystemFacts completeFacts()
 {
-    Cli::LiveFacts facts;
+    Cli::SystemFacts facts;
     facts.activatableNames = QStringList{text("org.zarn.Orvane")};
     facts.ownedNames = QStringList{text("org.sailfishos.usermanager")};
     facts.daemonUnit.loadState = text("loaded");
@@ -263,11 +263,11 @@ void TestDoctor::judgesWhatTheSystemAnswers_data()
                         Gate::Answer answer, const char *evidence, const char *cure = "") {
         QTest::newRow(name) << ask << change << answer << text(evidence) << text(cure);
     };
-    const Facts nothing = [](Cli::LiveFacts &) {};
-    const Facts denied = [](Cli::LiveFacts &facts) {
+    const Facts nothing = [](Cli::SystemFacts &) {};
+    const Facts denied = [](Cli::SystemFacts &facts) {
         facts.daemon = {text("org.freedesktop.DBus.Error.AccessDenied"), text("Rejected")};
     };
-    const Facts gone = [](Cli::LiveFacts &facts) {
+    const Facts gone = [](Cli::SystemFacts &facts) {
         facts.daemon = {text("org.freedesktop.DBus.Error.NoReply"), text("no reply")};
     };
     const Question daemon = [](const Cli::Examined &examined) {
@@ -280,10 +280,12 @@ void TestDoctor::judgesWhatTheSystemAnswers_data()
         return Cli::prepareBindsGate(examined, Cli::plannedTrial(examined.places));
     };
     const auto daemonUnitIs = [](const char *state) {
-        return Facts([state](Cli::LiveFacts &facts) { facts.daemonUnit.loadState = text(state); });
+        return Facts(
+            [state](Cli::SystemFacts &facts) { facts.daemonUnit.loadState = text(state); });
     };
     const auto bindsAre = [](const char *state) {
-        return Facts([state](Cli::LiveFacts &facts) { facts.bindsUnit.activeState = text(state); });
+        return Facts(
+            [state](Cli::SystemFacts &facts) { facts.bindsUnit.activeState = text(state); });
     };
     const char *const reload = "busctl call org.freedesktop.DBus /org/freedesktop/DBus "
                                "org.freedesktop.DBus ReloadConfig";
@@ -292,7 +294,7 @@ void TestDoctor::judgesWhatTheSystemAnswers_data()
         "but the bus refuses a call: Rejected", reload);
     row(
         "activation that the bus has not read", Cli::activationGate,
-        [](Cli::LiveFacts &facts) { facts.activatableNames.clear(); }, Gate::No,
+        [](Cli::SystemFacts &facts) { facts.activatableNames.clear(); }, Gate::No,
         "which the bus has not read", reload);
     row("daemon that answers", daemon, nothing, Gate::Yes, "org.zarn.Orvane answers");
     row("daemon that does not", daemon, gone, Gate::No, "no reply");
@@ -315,18 +317,18 @@ void TestDoctor::judgesWhatTheSystemAnswers_data()
         "systemctl restart sailjail-prepare-binds.service");
     row(
         "groups for everybody", Cli::taskGroupsGate,
-        [](Cli::LiveFacts &facts) { facts.daemonUnit.environment.clear(); }, Gate::Yes,
+        [](Cli::SystemFacts &facts) { facts.daemonUnit.environment.clear(); }, Gate::Yes,
         "everybody may start tasks");
     row(
         "groups that are taken away", Cli::taskGroupsGate,
-        [](Cli::LiveFacts &facts) {
+        [](Cli::SystemFacts &facts) {
             facts.daemonUnit.unsetEnvironment = QStringList{text("ORVANE_TASK_GROUPS")};
         },
         Gate::Yes, "everybody may start tasks");
     row("list of users", Cli::userListGate, nothing, Gate::Yes, "is on the bus");
     row(
         "no list of users", Cli::userListGate,
-        [](Cli::LiveFacts &facts) { facts.ownedNames.clear(); }, Gate::No, "is not on the bus");
+        [](Cli::SystemFacts &facts) { facts.ownedNames.clear(); }, Gate::No, "is not on the bus");
 }
 
 void TestDoctor::judgesWhatTheSystemAnswers()
@@ -338,7 +340,7 @@ void TestDoctor::judgesWhatTheSystemAnswers()
     QFETCH(QString, cure);
     const TempRoot root;
     fill(root);
-    Cli::LiveFacts facts = completeFacts();
+    Cli::SystemFacts facts = completeFacts();
     change(facts);
     const Gate gate = ask({placesOfImage(root), facts});
     QCOMPARE(gate.answer, answer);
@@ -350,7 +352,7 @@ void TestDoctor::knowsLittleWithoutTheBus()
 {
     const TempRoot root;
     fill(root);
-    Cli::LiveFacts facts;
+    Cli::SystemFacts facts;
     facts.bus = {text("org.freedesktop.DBus.Error.Disconnected"), text("no bus")};
     const Cli::Examined examined{placesOfImage(root), facts};
     QCOMPARE(Cli::busGate(examined).answer, Gate::No);

@@ -22,7 +22,7 @@ struct UnitFacts
 };
 
 /// What the running system answers. Plain value.
-struct LiveFacts
+struct SystemFacts
 {
     /// Why the bus cannot be reached; nothing when it can.
     Client::Outcome bus;
@@ -46,6 +46,6 @@ struct LiveFacts
 
 /// Asks the bus, systemd and the daemon. Waits for their answers; takes no privilege.
 /// @param bindsUnit the unit that tasks are ordered after.
-[[nodiscard]] LiveFacts liveFacts(const QString &bindsUnit);
+[[nodiscard]] SystemFacts systemFacts(const QString &bindsUnit);
 
 } // namespace Cli

@@ -1,4 +1,4 @@
-#include "cli/doctor/live_facts.h"
+#include "cli/doctor/system_facts.h"
 
 #include "cli/doctor/gates.h"
 #include "common/names.h"
@@ -81,9 +81,9 @@ QString busProgram()
 
 } // namespace
 
-LiveFacts liveFacts(const QString &bindsUnit)
+SystemFacts systemFacts(const QString &bindsUnit)
 {
-    LiveFacts facts;
+    SystemFacts facts;
     const QDBusMessage names = askBus(QStringLiteral("ListNames"));
     facts.bus = Client::outcomeOf(names);
     if (facts.bus)
