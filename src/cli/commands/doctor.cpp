@@ -62,11 +62,12 @@ QStringList linesOf(const FirstBoot &boot)
     for (const TaskAtBoot &task : boot.tasks)
         add(task.user.isEmpty() ? task.task : QStringLiteral("%1 as %2").arg(task.task, task.user),
             task.unitFile);
-    for (const ApplicationAtSession &application : boot.applications)
+    for (const ApplicationAtSession &application : boot.applications) {
         add(QStringLiteral("%1 with the session of %2")
                 .arg(application.application,
                      application.user.isEmpty() ? QStringLiteral("every user") : application.user),
             placeOf(application));
+    }
     if (boot.tasks.isEmpty() && boot.applications.isEmpty())
         lines.append(QStringLiteral("  no task and no application starts"));
     return lines;

@@ -90,11 +90,12 @@ int run(const Request &request, Output &output)
 {
     const QString word = request.arguments.value(0);
     const auto openable = openableIn(word);
-    if (!openable)
+    if (!openable) {
         return Output::fail(WrongUsage,
                             QStringLiteral("%1 is neither a URI nor a MIME type; try: orvanectl "
                                            "handlers --help")
                                 .arg(word));
+    }
     Places places = Places::ofProcess();
     const QString user = request.value(QStringLiteral("user"));
     if (request.has(QStringLiteral("user"))) {

@@ -20,6 +20,19 @@ QString reloading()
 
 bool isShut(const Gate &gate) { return gate.answer == Gate::No; }
 
+// Whether the bus goes by the rule that the evidence names.
+Gate policyInForce(Gate gate, const Examined &examined)
+{
+    if (!examined.answers())
+        return notAsked(gate.name, gate.evidence);
+    const Client::Outcome &call = examined.live->daemon;
+    if (call.errorName != QLatin1String("org.freedesktop.DBus.Error.AccessDenied"))
+        return {gate.name, Gate::Yes, gate.evidence};
+    gate.evidence += QStringLiteral(", but the bus refuses a call: ") + call.toString();
+    gate.cure = reloading();
+    return gate;
+}
+
 } // namespace
 
 Gate notAsked(const QString &name, const QString &evidence)
@@ -44,29 +57,25 @@ Gate busGate(const Examined &examined)
 
 Gate policyGate(const Examined &examined)
 {
-    const QString name = QStringLiteral("bus policy");
+    Gate gate{QStringLiteral("bus policy"),
+              Gate::No,
+              {},
+              QStringLiteral("the daemon cannot take its name, or nobody can call it")};
     const PolicyRule rule = ruleForOwning(Names::service(), examined.places);
-    const QString consequence =
-        QStringLiteral("the daemon cannot take its name, or nobody can call it");
-    if (rule.file.isEmpty())
-        return {
-            name, Gate::No,
+    gate.evidence = QStringLiteral("%1:%2").arg(rule.file).arg(rule.line);
+    if (rule.file.isEmpty()) {
+        gate.evidence =
             QStringLiteral("no file in %1 lets root own %2")
-                .arg(policyFolders(examined.places).join(QStringLiteral(" or ")), Names::service()),
-            consequence + QStringLiteral("; it comes with Orvane's package")};
-    const QString place = QStringLiteral("%1:%2").arg(rule.file).arg(rule.line);
-    if (!rule.allows)
-        return {name, Gate::No, place + QStringLiteral(" denies it"), consequence};
-    if (!examined.isLive())
-        return {name, Gate::Yes, place};
-    if (!examined.answers())
-        return notAsked(name, place);
-    if (examined.live->daemon.errorName == QLatin1String("org.freedesktop.DBus.Error.AccessDenied"))
-        return {name, Gate::No,
-                QStringLiteral("%1, but the bus refuses a call: %2")
-                    .arg(place, examined.live->daemon.toString()),
-                consequence, reloading()};
-    return {name, Gate::Yes, place};
+                .arg(policyFolders(examined.places).join(QStringLiteral(" or ")), Names::service());
+        gate.consequence += QStringLiteral("; it comes with Orvane's package");
+        return gate;
+    }
+    if (!rule.allows) {
+        gate.evidence += QStringLiteral(" denies it");
+        return gate;
+    }
+    return examined.isLive() ? policyInForce(gate, examined)
+                             : Gate{gate.name, Gate::Yes, gate.evidence};
 }
 
 Gate activationGate(const Examined &examined)

@@ -60,16 +60,18 @@ Gate liveGateOf(const WrittenFolder &folder, const Examined &examined)
         return {folder.gate, Gate::No,
                 folder.path + QStringLiteral(" is on a file system that is mounted read-only"),
                 folder.consequence};
-    if (!belongsToRoot(folder.path))
+    if (!belongsToRoot(folder.path)) {
         return {folder.gate, Gate::No,
                 folder.path + QStringLiteral(" does not belong to root, or root may not write"),
                 folder.consequence,
                 QStringLiteral("chown root:root %1 && chmod u+w %1").arg(folder.path)};
-    if (!isWritableForUnit(folder.path, examined.live->daemonUnit))
+    }
+    if (!isWritableForUnit(folder.path, examined.live->daemonUnit)) {
         return {folder.gate, Gate::No,
                 QStringLiteral("%1 is not in ReadWritePaths= of %2").arg(folder.path, daemonUnit()),
                 folder.consequence
                     + QStringLiteral("; systemctl edit %1 adds it").arg(daemonUnit())};
+    }
     return {folder.gate, Gate::Yes, folder.path};
 }
 

@@ -59,11 +59,12 @@ Gate gateOfState(const AskedUnit &asked, const UnitFacts &facts, const Examined 
     if (facts.loadState.isEmpty())
         return {asked.gate, Gate::NotKnown, QStringLiteral("systemd cannot be asked")};
     const QString file = unitFileOf(asked.unit, UnitKind::System, examined.places.root);
-    if (facts.loadState != QLatin1String("not-found"))
+    if (facts.loadState != QLatin1String("not-found")) {
         return {asked.gate, Gate::No,
                 QStringLiteral("%1 is not loaded: %2").arg(asked.unit, facts.loadState),
                 QStringLiteral("%1; systemd-analyze verify %2 says why")
                     .arg(asked.consequence, asked.unit)};
+    }
     if (file.isEmpty())
         return missing(asked);
     return {asked.gate, Gate::No, file + QStringLiteral(", which systemd has not read"),

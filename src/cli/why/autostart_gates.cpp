@@ -23,11 +23,12 @@ using Autostart::Setting;
 QString textOf(const char *layer, const QVector<Setting> &settings, const Setting *deciding)
 {
     QStringList texts;
-    for (const Setting &setting : settings)
+    for (const Setting &setting : settings) {
         texts.append(
             QStringLiteral("%1 in %2%3")
                 .arg(yesOrNo(setting.enabled), placeOf(setting.file, setting.line),
                      &setting == deciding ? QStringLiteral(", which decides") : QString()));
+    }
     return QStringLiteral("%1: %2").arg(QString::fromLatin1(layer),
                                         texts.isEmpty() ? QStringLiteral("no setting")
                                                         : texts.join(QStringLiteral(", ")));

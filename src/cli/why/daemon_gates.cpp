@@ -92,12 +92,13 @@ Gate policyGate(const Question &question, const LiveFacts &facts)
         return noBus(gate);
     if (facts.daemonIsOwned)
         return {gate, Gate::Yes, QStringLiteral("%1 is owned").arg(Names::service())};
-    if (file.isEmpty())
+    if (file.isEmpty()) {
         return {gate, Gate::No,
                 QStringLiteral("there is no %1 in %2")
                     .arg(name, policyFolders(question.places).join(QStringLiteral(" and "))),
                 QStringLiteral("The bus lets nobody be the daemon, and lets nobody call it."),
                 policyCure(question.places)};
+    }
     return {gate, Gate::NotKnown, QStringLiteral("%1 is there; nobody owns the name").arg(file)};
 }
 
@@ -125,13 +126,14 @@ Gate daemonGate(const LiveFacts &facts)
     if (textIn(unit, "ActiveState") == QLatin1String("failed"))
         return {gate, Gate::No, stateText(unit) + wordsOf(facts.daemonLog), consequence,
                 systemctl("restart", daemonUnitName())};
-    if (!facts.daemonIsActivatable)
+    if (!facts.daemonIsActivatable) {
         return {gate, Gate::No,
                 QStringLiteral("nobody owns %1, and the bus cannot start it").arg(Names::service()),
                 consequence,
                 textIn(unit, "LoadState") == QLatin1String("loaded")
                     ? systemctl("start", daemonUnitName())
                     : QString()};
+    }
     return {gate, Gate::NotKnown,
             QStringLiteral("the bus starts it when it is called; it does not run now")};
 }

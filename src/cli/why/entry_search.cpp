@@ -33,7 +33,7 @@ EntryCandidate amongOthers(const QString &application, const Core::ApplicationCa
 {
     const QString name = fileNameOf(application);
     for (const Core::ApplicationInfo &other : catalogue.applications()) {
-        const QString file = other.desktopFilePath();
+        const QString &file = other.desktopFilePath();
         if (QFileInfo(file).fileName() == name)
             return {EntryCandidate::OtherId, file, {}, other.applicationId().toString()};
     }

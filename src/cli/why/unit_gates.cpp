@@ -50,12 +50,13 @@ Gate unitGate(const Question &question, const LiveFacts &facts)
     if (state == QLatin1String("not-found") || !facts.unitFileIsThere)
         return neverStarted(gate, question);
     const QString file = textIn(facts.unit, "FragmentPath");
-    if (state == QLatin1String("masked"))
+    if (state == QLatin1String("masked")) {
         return {gate, Gate::No, QStringLiteral("%1 is masked").arg(unitNameOf(question.id)),
                 QStringLiteral("systemd starts it for nobody."),
                 inTurn(systemctl("unmask", unitNameOf(question.id)),
                        question.user.isEmpty() ? QStringLiteral("systemctl daemon-reload")
                                                : starting(question))};
+    }
     if (state != QLatin1String("loaded"))
         return {gate, Gate::No, QStringLiteral("%1: systemd says %2").arg(file, state),
                 QStringLiteral("systemd cannot read the unit; a start writes it anew."),
@@ -72,12 +73,13 @@ Gate freshGate(const LiveFacts &facts)
     const QString gate = QStringLiteral("unit in force");
     if (!isLoaded(facts))
         return notKnown(gate, facts);
-    if (facts.unit.value(QStringLiteral("NeedDaemonReload")).toBool())
+    if (facts.unit.value(QStringLiteral("NeedDaemonReload")).toBool()) {
         return {gate, Gate::No,
                 QStringLiteral("%1 has changed since systemd has read it")
                     .arg(textIn(facts.unit, "FragmentPath")),
                 QStringLiteral("What it says now is not in force."),
                 QStringLiteral("systemctl daemon-reload")};
+    }
     const QStringList more = facts.unit.value(QStringLiteral("DropInPaths")).toStringList();
     return {gate, Gate::Yes,
             more.isEmpty() ? QStringLiteral("not changed since systemd has read it")
@@ -89,20 +91,22 @@ Gate policyGate(const Question &question, const LiveFacts &facts)
     const QString gate = QStringLiteral("bus policy");
     const PolicyFile &policy = facts.policy;
     const QString reload = systemctl("reload", QStringLiteral("dbus.service"));
-    if (!policy.problem.isEmpty())
+    if (!policy.problem.isEmpty()) {
         return {gate,
                 Gate::No,
                 QStringLiteral("%1: %2").arg(policy.path, policy.problem),
                 QStringLiteral("The task may not own its bus name. A start with --own writes the "
                                "policy anew."),
                 {}};
-    if (!policy.isReadable)
+    }
+    if (!policy.isReadable) {
         return {gate, Gate::No, QStringLiteral("%1 is not readable for everybody").arg(policy.path),
                 QStringLiteral("The bus does not run as root and cannot read it."),
                 inTurn(commandOf({QStringLiteral("chmod"), QStringLiteral("a+r"), policy.path}),
                        reload)};
+    }
     const QString user = textIn(facts.unit, "User");
-    if (isLoaded(facts) && user != policy.user)
+    if (isLoaded(facts) && user != policy.user) {
         return {
             gate, Gate::No,
             QStringLiteral("%1 is for the user %2, and the unit is for %3")
@@ -110,6 +114,7 @@ Gate policyGate(const Question &question, const LiveFacts &facts)
             QStringLiteral("The task may not own its bus name."),
             commandOf({QStringLiteral("orvanectl"), QStringLiteral("start"), question.id,
                        QStringLiteral("--user"), user, QStringLiteral("--own"), policy.busName})};
+    }
     return {gate, Gate::Yes,
             QStringLiteral("%1: %2 may own %3").arg(policy.path, policy.user, policy.busName)};
 }
@@ -125,12 +130,13 @@ Gate nameGate(const Question &question, const LiveFacts &facts)
     if (facts.ownerOfName != 0 && facts.processes.contains(static_cast<int>(facts.ownerOfName)))
         return {gate, Gate::Yes,
                 QStringLiteral("the task's process %1 owns %2").arg(facts.ownerOfName).arg(name)};
-    if (facts.ownerOfName != 0)
+    if (facts.ownerOfName != 0) {
         return {gate, Gate::No,
                 QStringLiteral("process %1 owns %2 and is not the task's")
                     .arg(facts.ownerOfName)
                     .arg(name),
                 QStringLiteral("The task cannot own it as well.")};
+    }
     if (status.pid < 0)
         return {gate, Gate::NotKnown,
                 QStringLiteral("nobody owns %1; the task does not run").arg(name)};

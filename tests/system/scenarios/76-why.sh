@@ -139,15 +139,16 @@ scenario() {
 
 # Everything as it should be, whatever the fault and its cure were.
 mend() {
-    run rm -rf $apps/notes $apps/notes.desktop /usr/local/share/applications /root/.local /usr/libexec/worker \
-        $entry.disabled $bus_policy.old $permissions
-    run cp -a /root/permissions $permissions
+    run bash -c "
+        rm -rf $apps/notes $apps/notes.desktop /usr/local/share/applications /root/.local \
+            /usr/libexec/worker $entry.disabled $bus_policy.old $permissions
+        cp -a /root/permissions $permissions
+        chmod 755 /usr/libexec/notes /usr/bin/firejail
+        [ ! -e $(unit_file $index) ] || orvanectl stop $index
+        systemctl reset-failed"
     container_install_example
-    run chmod 755 /usr/libexec/notes /usr/bin/firejail
     run orvanectl autostart enable com.example.Notes --user root
-    in_container orvanectl stop $index >/dev/null 2>&1 || true
-    in_container systemctl reset-failed
-    wait_for 20 "the task to start" starts
+    wait_for 60 "the task to start" starts
     wait_for 20 "the task to run" unit_is $task active
 }
 starts() { in_container orvanectl start $task --user appuser >/dev/null 2>&1; }
@@ -194,7 +195,7 @@ expect_start() {
     shift
     [ $# -gt 0 ] || set -- --user appuser
     in_container systemctl stop "$(unit_of $task)" 2>/dev/null || true
-    wait_for 20 "the task to start after $fault" in_container "${as[@]}" orvanectl start $task "$@" --wait >/dev/null
+    wait_for 60 "the task to start after $fault" in_container "${as[@]}" orvanectl start $task "$@" --wait >/dev/null
 }
 
 # is_open ID GATE [OPTION...]
