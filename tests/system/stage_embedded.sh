@@ -61,6 +61,8 @@ stage_start_daemon() {
 
 embedded_name_is_owned() { stage_run busctl status org.zarn.Orvane >/dev/null 2>&1; }
 
+# There is a daemon here, but nothing that a system has besides: no journal, no sandbox, no users.
+stage_is_a_system() { false; }
 stage_run() {
     local program=$1
     shift

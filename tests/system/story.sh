@@ -54,6 +54,7 @@ daemon_has_left() { ! stage_daemon_runs; }
 tell() {
     story_watch_log=$(mktemp)
     story_rendered=$(mktemp)
+    if stage_is_a_system; then tell_examination; fi
     tell_declaration
     tell_registration
     tell_start
@@ -61,6 +62,7 @@ tell() {
     tell_process
     tell_announcement
     tell_stop
+    if stage_is_a_system; then tell_explanation; fi
     tell_autostart
     tell_removal
     tell_log
@@ -72,6 +74,15 @@ tell() {
         printf '\n%d things did not hold.\n' "$story_failures"
         return 1
     fi
+}
+
+tell_examination() {
+    chapter "Somebody asks whether the system has what tasks need"
+    local answers
+    answers=$(show orvanectl doctor || true)
+    echo "$answers"
+    holds "the bus and the daemon answer" contains "$answers" "yes  daemon "
+    holds "a trial of the sandbox ended well" contains "$answers" "yes  sandbox options"
 }
 
 tell_declaration() {
@@ -157,6 +168,24 @@ tell_stop() {
 }
 
 no_worker_runs() { [ -z "$(stage_workers)" ]; }
+
+tell_explanation() {
+    chapter "A task that does not start is explained, and mended"
+    local cure
+    show chmod a-x /usr/libexec/notes/worker
+    show orvanectl why $story_task --user "$(stage_user)" || true
+    # It says by its status, too, that something is wrong.
+    cure=$( (stage_run orvanectl why $story_task --user "$(stage_user)" --json || true) \
+        | jq -r 'first(.gates[] | select(.answer == "no")).cure')
+    # shellcheck disable=SC2086 # the words of a command
+    show $cure
+    show_and_check "it starts again" "$story_task runs, process" \
+        orvanectl start $story_task --user "$(stage_user)" --wait
+    show_and_check "why has nothing to say against it" "Nothing stands in its way" \
+        orvanectl why $story_task
+    show_and_check "and stops" "" orvanectl stop $story_task
+    show_and_check "its past is known" "stopped" orvanectl history $story_task
+}
 
 tell_autostart() {
     chapter "The owner has the application start with the session"

@@ -42,12 +42,13 @@ expect_shown() {
     expect_equal "the worker among them" "$(shown '[.processes[].command | select(contains("/worker"))] != []')" true
 }
 
-# Also where systemd keeps no account, as without the control groups for it.
+# Also where systemd keeps no account, as without the control groups for it. The time is counted in
+# ticks of 10 ms then, and the example needs less: what matters is that there is a number.
 expect_taken() {
     expect_equal "what it takes" \
-        "$(shown '.memoryBytes > 100000 and .memoryBytes < 1000000000 and .cpuNanoseconds > 0')" true
+        "$(shown '.memoryBytes > 100000 and .memoryBytes < 1000000000 and .cpuNanoseconds >= 0')" true
     expect_equal "what top says of it" \
-        "$(in_container orvanectl top --json | jq -c '.tasks[] | [.task, .memoryBytes > 100000, .cpuNanoseconds > 0, .cpuPercent > 0, .processes > 1]')" \
+        "$(in_container orvanectl top --json | jq -c '.tasks[] | [.task, .memoryBytes > 100000, .cpuNanoseconds >= 0, .cpuPercent >= 0, .processes > 1]')" \
         "[\"$task\",true,true,true,true]"
     expect_match "the memory" "$(in_container orvanectl show $task)" "*CPU time     [0-9]*s*Memory       [0-9]*M now, *"
 }
