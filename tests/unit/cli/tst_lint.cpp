@@ -149,7 +149,6 @@ private Q_SLOTS:
     void findsNothingInWhatIsRight();
     void findsTheSameInAFileAsInItsTree();
     void findsNothingToReadInOtherFiles();
-    void findsNoErrorInAnEntryOfAPackage();
     void knowsWhichWordWasMeant_data();
     void knowsWhichWordWasMeant();
 };
@@ -359,17 +358,6 @@ void TestLint::findsNothingToReadInOtherFiles()
     QVERIFY(!Cli::lintPath(root.path(QStringLiteral("/notes/README")), system, findings));
     QVERIFY(!Cli::lintPath(root.path(QStringLiteral("/notes")), system, findings));
     QVERIFY(!Cli::lintPath(root.path(QStringLiteral("/missing")), system, findings));
-}
-
-void TestLint::findsNoErrorInAnEntryOfAPackage()
-{
-    // Of a shell for whose completion the set-up installs it.
-    const QString entry = QStringLiteral("/usr/share/applications/fish.desktop");
-    if (!QFile::exists(entry))
-        QSKIP("the package fish is not installed (scripts/setup)");
-    Cli::Collected findings;
-    QVERIFY(Cli::lintPath(entry, Places::below({}), findings));
-    QCOMPARE(linesOf(findings, QStringLiteral("/usr/share/applications")), QStringList());
 }
 
 void TestLint::knowsWhichWordWasMeant_data()
