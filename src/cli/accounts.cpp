@@ -5,6 +5,7 @@
 
 #include <QList>
 
+#include <algorithm>
 #include <pwd.h>
 
 namespace Cli {
@@ -90,6 +91,16 @@ std::optional<int> userNumber(const QString &user, const QString &root)
         return number;
     const std::optional<Account> account = accountOf(user, root);
     return account ? std::optional(account->uid) : std::nullopt;
+}
+
+bool mayBeUser(int number, const QString &root)
+{
+    if (root.isEmpty())
+        return getpwuid(static_cast<uid_t>(number)) != nullptr; // NOLINT(concurrency-mt-unsafe)
+    const QVector<Account> accounts = accountsOf(root);
+    return accounts.isEmpty()
+        || std::any_of(accounts.begin(), accounts.end(),
+                       [number](const Account &account) { return account.uid == number; });
 }
 
 } // namespace Cli

@@ -36,4 +36,8 @@ struct Account
 /// The number of a name in the text of a passwd file; nothing when it does not have it.
 [[nodiscard]] std::optional<int> userNumberIn(const QByteArray &passwd, const QString &name);
 
+/// Whether there is a user of a number, or nobody can tell: a root without a passwd file has none
+/// yet.
+[[nodiscard]] bool mayBeUser(int number, const QString &root);
+
 } // namespace Cli

@@ -9,6 +9,8 @@
 
 #include <QJsonArray>
 
+#include <algorithm>
+
 namespace Cli {
 
 namespace {
@@ -23,6 +25,11 @@ QJsonObject objectOf(const LintRule &rule)
             {QStringLiteral("instead"), QString::fromLatin1(rule.instead)}};
 }
 
+QString titleOf(const LintRule &rule)
+{
+    return QStringLiteral("%1 (%2)").arg(QLatin1String(rule.rule->id), wordOf(rule.rule->severity));
+}
+
 QJsonObject objectOf(const Finding &finding)
 {
     const LintRule *rule = lintRule(finding.rule);
@@ -33,6 +40,15 @@ QJsonObject objectOf(const Finding &finding)
     object.insert(QStringLiteral("key"), finding.key);
     object.insert(QStringLiteral("text"), finding.text);
     return object;
+}
+
+// What a rule finds, and what to do about it.
+QStringList sentencesOf(const LintRule &rule, const Output &output)
+{
+    constexpr int indentation = 4;
+    const int width = output.terminal().width;
+    return wrapped(QString::fromLatin1(rule.rule->sentence), indentation, width)
+        + wrapped(QString::fromLatin1(rule.instead), indentation, width);
 }
 
 Output::Colour colourOf(Finding::Severity severity)
@@ -51,18 +67,23 @@ Output::Colour colourOf(Finding::Severity severity)
 // The lines of one finding: a place that editors know, what follows, and what to do.
 QStringList linesOf(const Finding &finding, const Output &output)
 {
-    const QString place = placeOf(finding.file, finding.line);
-    const QString severity = output.coloured(wordOf(finding.severity), colourOf(finding.severity));
-    constexpr int indentation = 4;
-    const int width = output.terminal().width;
-    QStringList lines =
-        wrapped(printable(place) + QStringLiteral(": ") + severity + QStringLiteral(": ")
-                    + printable(finding.text) + QStringLiteral(" [%1]").arg(finding.rule),
-                0, width);
-    if (const LintRule *rule = lintRule(finding.rule)) {
-        lines += wrapped(QString::fromLatin1(rule->rule->sentence), indentation, width);
-        lines += wrapped(QString::fromLatin1(rule->instead), indentation, width);
+    const QString place = printable(placeOf(finding.file, finding.line));
+    const QString severity = wordOf(finding.severity);
+    QStringList lines = wrapped(QStringLiteral("%1: %2: %3 [%4]")
+                                    .arg(place, severity, printable(finding.text), finding.rule),
+                                0, output.terminal().width);
+    // Colours take no columns, and so they come after the line breaks.
+    for (QString &line : lines) {
+        const int position =
+            line.indexOf(severity + QLatin1Char(':'), line.startsWith(place) ? place.size() : 0);
+        if (position < 0)
+            continue;
+        line.replace(position, severity.size(),
+                     output.coloured(severity, colourOf(finding.severity)));
+        break;
     }
+    if (const LintRule *rule = lintRule(finding.rule))
+        lines += sentencesOf(*rule, output);
     return lines;
 }
 
@@ -94,33 +115,56 @@ int explain(const QString &id, Output &output)
     if (output.isJson())
         output.print(objectOf(*rule));
     else
-        output.print(QStringList{QStringLiteral("%1 (%2)").arg(id, wordOf(rule->rule->severity)),
-                                 QString::fromLatin1(rule->rule->sentence),
-                                 QString::fromLatin1(rule->instead)});
+        output.print(QStringList{titleOf(*rule)} + sentencesOf(*rule, output));
     return Done;
 }
 
-void print(const Collected &findings, Output &output)
+int countOf(const QVector<Finding> &findings, Finding::Severity severity)
 {
-    const int errors = findings.count(Finding::Error);
-    const int warnings = findings.count(Finding::Warning);
-    const int notes = findings.count(Finding::Note);
+    return static_cast<int>(
+        std::count_if(findings.begin(), findings.end(),
+                      [severity](const Finding &finding) { return finding.severity == severity; }));
+}
+
+void printJson(const QVector<Finding> &findings, Output &output)
+{
     QJsonArray objects;
-    QStringList lines;
-    for (const Finding &finding : findings.sorted()) {
+    for (const Finding &finding : findings)
         objects.append(objectOf(finding));
+    output.print(QJsonObject{{QStringLiteral("findings"), objects},
+                             {QStringLiteral("errors"), countOf(findings, Finding::Error)},
+                             {QStringLiteral("warnings"), countOf(findings, Finding::Warning)},
+                             {QStringLiteral("notes"), countOf(findings, Finding::Note)}});
+}
+
+void printText(const QVector<Finding> &findings, Output &output)
+{
+    QStringList lines;
+    for (const Finding &finding : findings)
         lines += linesOf(finding, output);
+    lines.append(QStringLiteral("errors: %1, warnings: %2, notes: %3")
+                     .arg(countOf(findings, Finding::Error))
+                     .arg(countOf(findings, Finding::Warning))
+                     .arg(countOf(findings, Finding::Note)));
+    output.print(lines);
+}
+
+// What the paths name, or the system; false after a word about a path that cannot be read.
+bool collect(const QStringList &paths, Collected &findings)
+{
+    const Places system = Places::ofProcess();
+    if (paths.isEmpty())
+        lintSystem(system, findings);
+    for (const QString &path : paths) {
+        if (lintPath(path, system, findings))
+            continue;
+        Output::fail(WrongUsage,
+                     QStringLiteral("%1 is nothing that the daemon reads; name a file, a folder or "
+                                    "a package's tree")
+                         .arg(path));
+        return false;
     }
-    lines.append(
-        QStringLiteral("errors: %1, warnings: %2, notes: %3").arg(errors).arg(warnings).arg(notes));
-    if (output.isJson()) {
-        output.print(QJsonObject{{QStringLiteral("findings"), objects},
-                                 {QStringLiteral("errors"), errors},
-                                 {QStringLiteral("warnings"), warnings},
-                                 {QStringLiteral("notes"), notes}});
-    } else {
-        output.print(lines);
-    }
+    return true;
 }
 
 int run(const Request &request, Output &output)
@@ -129,23 +173,17 @@ int run(const Request &request, Output &output)
         return listRules(output);
     if (request.has(QStringLiteral("explain")))
         return explain(request.value(QStringLiteral("explain")), output);
-    const Places system = Places::ofProcess();
-    Collected findings;
-    if (request.arguments.isEmpty())
-        lintPlaces(system, {system}, findings);
-    for (const QString &path : request.arguments) {
-        if (!lintPath(path, system, findings)) {
-            return Output::fail(
-                WrongUsage,
-                QStringLiteral("%1 is nothing that the daemon reads; name a file, a folder or a "
-                               "package's tree")
-                    .arg(path));
-        }
-    }
-    print(findings, output);
+    Collected collected;
+    if (!collect(request.arguments, collected))
+        return WrongUsage;
+    const QVector<Finding> findings = collected.sorted();
+    if (output.isJson())
+        printJson(findings, output);
+    else
+        printText(findings, output);
     const bool isStrict = request.has(QStringLiteral("strict"));
-    const bool isBad =
-        findings.count(Finding::Error) > 0 || (isStrict && findings.count(Finding::Warning) > 0);
+    const bool isBad = countOf(findings, Finding::Error) > 0
+        || (isStrict && countOf(findings, Finding::Warning) > 0);
     return isBad ? No : Done;
 }
 

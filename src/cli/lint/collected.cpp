@@ -39,13 +39,4 @@ QVector<Core::Finding> Collected::sorted() const
     return findings;
 }
 
-int Collected::count(Core::Finding::Severity severity) const
-{
-    const QVector<Core::Finding> findings = sorted();
-    return static_cast<int>(
-        std::count_if(findings.begin(), findings.end(), [severity](const Core::Finding &finding) {
-            return finding.severity == severity;
-        }));
-}
-
 } // namespace Cli

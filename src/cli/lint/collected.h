@@ -15,9 +15,9 @@ public:
     /// A finding of the linter's own.
     void add(const Core::Rule &rule, const Core::FindingPlace &place, const QString &text);
 
-    /// In order of file and line, each once: some files are read for several users.
+    /// In order of file and line, each once: some files are read for several users. Sorts at each
+    /// call.
     [[nodiscard]] QVector<Core::Finding> sorted() const;
-    [[nodiscard]] int count(Core::Finding::Severity severity) const;
 
 private:
     QVector<Core::Finding> m_all;

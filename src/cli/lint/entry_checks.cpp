@@ -1,11 +1,13 @@
 #include "cli/lint/entry_checks.h"
 
-#include "cli/lint/entry_text.h"
 #include "cli/lint/near_word.h"
 #include "cli/lint/rules.h"
 
 #include <QMap>
 #include <QSet>
+#include <QStringList>
+
+#include <algorithm>
 
 namespace Cli {
 
@@ -28,10 +30,54 @@ const QStringList &sandboxKeys()
     return keys;
 }
 
-bool isSandboxGroup(const QString &group)
+const QStringList &mainKeys()
 {
-    return group == QLatin1String("X-Application") || group == QLatin1String("X-Sailjail")
-        || group == QLatin1String("Sailjail");
+    static const QStringList keys{QStringLiteral("Type"),
+                                  QStringLiteral("Name"),
+                                  QStringLiteral("Exec"),
+                                  QStringLiteral("Icon"),
+                                  QStringLiteral("MimeType"),
+                                  QStringLiteral("URL"),
+                                  QStringLiteral("Mode"),
+                                  QStringLiteral("X-Maemo-Service"),
+                                  QStringLiteral("X-Maemo-Object-Path"),
+                                  QStringLiteral("X-Maemo-Method"),
+                                  QStringLiteral("X-Maemo-Fixed-Args"),
+                                  QStringLiteral("X-Nemo-Single-Instance"),
+                                  QStringLiteral("X-Halcyn-Single-Cover"),
+                                  QStringLiteral("X-Halcyn-Support-Mime-Parents")};
+    return keys;
+}
+
+// What the format gives a meaning that is nothing to the daemon.
+const QStringList &keysOfTheFormat()
+{
+    static const QStringList keys{
+        QStringLiteral("Version"),        QStringLiteral("GenericName"),
+        QStringLiteral("NoDisplay"),      QStringLiteral("Comment"),
+        QStringLiteral("Hidden"),         QStringLiteral("OnlyShowIn"),
+        QStringLiteral("NotShowIn"),      QStringLiteral("DBusActivatable"),
+        QStringLiteral("TryExec"),        QStringLiteral("Path"),
+        QStringLiteral("Terminal"),       QStringLiteral("Actions"),
+        QStringLiteral("Categories"),     QStringLiteral("Implements"),
+        QStringLiteral("Keywords"),       QStringLiteral("StartupNotify"),
+        QStringLiteral("StartupWMClass"), QStringLiteral("PrefersNonDefaultGPU"),
+        QStringLiteral("Encoding"),       QStringLiteral("SingleMainWindow")};
+    return keys;
+}
+
+// The words of switches, which are read to the letter.
+const QMap<QString, QStringList> &switchWords()
+{
+    static const QStringList yesOrNo{QStringLiteral("yes"), QStringLiteral("no")};
+    static const QMap<QString, QStringList> words{
+        {QStringLiteral("Sandboxing"), {QStringLiteral("Disabled"), QStringLiteral("Enabled")}},
+        {QStringLiteral("X-Nemo-Single-Instance"), yesOrNo},
+        {QStringLiteral("X-Halcyn-Single-Cover"), yesOrNo},
+        {QStringLiteral("X-Halcyn-Support-Mime-Parents"),
+         {QStringLiteral("true"), QStringLiteral("false"), QStringLiteral("1"),
+          QStringLiteral("0")}}};
+    return words;
 }
 
 bool isTaskGroup(const QString &group)
@@ -40,85 +86,173 @@ bool isTaskGroup(const QString &group)
         || (group.startsWith(QLatin1String("X-Service ")) && group.size() > 10);
 }
 
-// "X-Task:a", "x-task a", "XTask a" and the like.
-bool resemblesTaskGroup(const QString &group)
+bool startsWith(std::string_view text, std::string_view start)
+{
+    return text.substr(0, start.size()) == start;
+}
+
+bool isAmong(const QStringList &words, std::string_view word)
+{
+    const QLatin1String text(word.data(), static_cast<int>(word.size()));
+    return std::any_of(words.begin(), words.end(), [text](const QString &each) {
+        return each.size() == text.size() && each == text;
+    });
+}
+
+// Another order of letters, or upper and lower case: what a slip makes of a short word.
+bool hasTheSameLetters(const QString &one, const QString &other)
+{
+    QString left = one.toLower();
+    QString right = other.toLower();
+    std::sort(left.begin(), left.end());
+    std::sort(right.begin(), right.end());
+    return left == right;
+}
+
+/// Checks the lines of one entry.
+class TextChecks
+{
+public:
+    TextChecks(const QString &path, const EntryText &text, Collected &findings)
+        : m_path(path)
+        , m_text(text)
+        , m_findings(findings)
+    {
+    }
+    void run();
+
+private:
+    enum class Group { Main, Sandbox, Task, Other };
+
+    void enterGroup(const EntryLine &line);
+    void checkKey(const EntryLine &line) const;
+    void checkSwitch(const EntryLine &line) const;
+    [[nodiscard]] bool resemblesTaskGroup(const QString &group) const;
+    [[nodiscard]] bool isMisspelt(const EntryLine &line, const QStringList &known) const;
+    [[nodiscard]] Core::FindingPlace placeOf(const EntryLine &line) const
+    {
+        return {m_path, textOf(line.group), textOf(line.key), line.number};
+    }
+
+    const QString &m_path;
+    const EntryText &m_text;
+    Collected &m_findings;
+    Group m_group = Group::Other;
+    QSet<QString> m_taskGroups;
+};
+
+void TextChecks::run()
+{
+    for (const EntryLine &line : m_text.lines()) {
+        if (line.key.empty()) {
+            enterGroup(line);
+        } else if (m_group != Group::Other) {
+            checkKey(line);
+            checkSwitch(line);
+        }
+    }
+}
+
+void TextChecks::enterGroup(const EntryLine &line)
+{
+    const QString group = textOf(line.group);
+    m_group = Group::Other;
+    if (group == QLatin1String("Desktop Entry")) {
+        m_group = Group::Main;
+    } else if (sandboxGroups().contains(group)) {
+        m_group = Group::Sandbox;
+    } else if (isTaskGroup(group)) {
+        m_group = Group::Task;
+        if (m_taskGroups.contains(group))
+            m_findings.add(LintRules::groupTwice, placeOf(line),
+                           QStringLiteral("[%1] is there twice").arg(group));
+        m_taskGroups.insert(group);
+    } else if (resemblesTaskGroup(group)) {
+        m_findings.add(LintRules::unknownGroup, placeOf(line),
+                       QStringLiteral("[%1] declares no task").arg(group));
+    }
+}
+
+// "X-Task:a", "x-task a", "XTask a" and the like. Another program's [X-TaskList] begins so, too,
+// but has no Type.
+bool TextChecks::resemblesTaskGroup(const QString &group) const
 {
     QString plain = group.toLower();
     plain.remove(QLatin1Char('-'));
-    return plain.startsWith(QLatin1String("xtask")) || plain.startsWith(QLatin1String("xservice"));
+    for (const char *start : {"xtask", "xservice"}) {
+        if (!plain.startsWith(QLatin1String(start)))
+            continue;
+        const QString rest = plain.mid(static_cast<int>(qstrlen(start)));
+        return rest.isEmpty() || !rest.at(0).isLetter()
+            || m_text.lineOf(group, QStringLiteral("Type")) != 0;
+    }
+    return false;
 }
 
-void checkHeader(const QString &path, const EntryLine &line, QSet<QString> &seen,
-                 Collected &findings)
+void TextChecks::checkKey(const EntryLine &line) const
 {
-    const Core::FindingPlace place{path, line.group, {}, line.number};
-    if (isTaskGroup(line.group)) {
-        if (seen.contains(line.group))
-            findings.add(LintRules::groupTwice, place,
-                         QStringLiteral("[%1] is there twice").arg(line.group));
-        seen.insert(line.group);
-    } else if (resemblesTaskGroup(line.group)) {
-        findings.add(LintRules::unknownGroup, place,
-                     QStringLiteral("[%1] declares no task").arg(line.group));
+    const bool isOfAnother = startsWith(line.key, "X-");
+    switch (m_group) {
+    case Group::Task:
+        if (!isOfAnother && !isAmong(taskKeys(), line.key))
+            addUnknownKey(placeOf(line), taskKeys(), m_findings);
+        break;
+    case Group::Sandbox:
+        // Others read keys of this group that are none of these.
+        if (!isOfAnother && isMisspelt(line, sandboxKeys()))
+            addUnknownKey(placeOf(line), sandboxKeys(), m_findings);
+        break;
+    case Group::Main:
+        if (!isAmong(keysOfTheFormat(), line.key) && isMisspelt(line, mainKeys()))
+            addUnknownKey(placeOf(line), mainKeys(), m_findings);
+        break;
+    case Group::Other:
+        break;
     }
 }
 
-// What another program reads has a name that begins with X-, or is a translation.
-bool isForOthers(const QString &key)
+// Nearly a key that is read. Of short words many are near by chance.
+bool TextChecks::isMisspelt(const EntryLine &line, const QStringList &known) const
 {
-    return key.startsWith(QLatin1String("X-")) || key.contains(QLatin1Char('['));
+    constexpr int longEnough = 6;
+    if (isAmong(known, line.key))
+        return false;
+    const QString key = textOf(line.key);
+    const QString near = nearWord(key, known);
+    return !near.isEmpty() && (key.size() >= longEnough || hasTheSameLetters(key, near));
 }
 
-void checkKey(const QString &path, const EntryLine &line, Collected &findings)
+void TextChecks::checkSwitch(const EntryLine &line) const
 {
-    const Core::FindingPlace place{path, line.group, line.key, line.number};
-    if (isForOthers(line.key))
+    // Nearly every key is none of these.
+    if (m_group == Group::Task || (line.key.front() != 'S' && line.key.front() != 'X'))
         return;
-    if (isTaskGroup(line.group) && !taskKeys().contains(line.key))
-        addUnknownKey(place, taskKeys(), findings);
-    // Others read keys of this group that are none of these.
-    if (isSandboxGroup(line.group) && !sandboxKeys().contains(line.key)
-        && !nearWord(line.key, sandboxKeys()).isEmpty())
-        addUnknownKey(place, sandboxKeys(), findings);
-}
-
-void checkSwitch(const QString &path, const EntryLine &line, Collected &findings)
-{
-    static const QStringList yesOrNo{QStringLiteral("yes"), QStringLiteral("no")};
-    static const QMap<QString, QStringList> words{
-        {QStringLiteral("Sandboxing"), {QStringLiteral("Disabled"), QStringLiteral("Enabled")}},
-        {QStringLiteral("X-Nemo-Single-Instance"), yesOrNo},
-        {QStringLiteral("X-Halcyn-Single-Cover"), yesOrNo}};
-    const bool isInMainGroup = line.group == QLatin1String("Desktop Entry");
-    const bool isRead =
-        line.key == QLatin1String("Sandboxing") ? isSandboxGroup(line.group) : isInMainGroup;
-    if (isRead && words.contains(line.key) && !words.value(line.key).contains(line.value))
-        findings.add(LintRules::entrySwitch, {path, line.group, line.key, line.number},
-                     QStringLiteral("%1=%2 has no effect").arg(line.key, line.value));
+    const QString key = textOf(line.key);
+    const auto words = switchWords().constFind(key);
+    const bool isForSandbox = key == QLatin1String("Sandboxing");
+    if (words == switchWords().constEnd() || isForSandbox != (m_group == Group::Sandbox)
+        || isAmong(*words, line.value))
+        return;
+    m_findings.add(LintRules::entrySwitch, placeOf(line),
+                   QStringLiteral("%1=%2 has no effect").arg(key, textOf(line.value)));
 }
 
 // Whoever gets the id in a call or a file parses it.
-void checkId(const Core::ApplicationInfo &entry, const KeyFileLines &lines, Collected &findings)
+void checkId(const Core::ApplicationInfo &entry, const EntryFile &file, Collected &findings)
 {
     const Core::ApplicationId &id = entry.applicationId();
     const Core::ApplicationId parsed(id.toString());
-    QString group;
-    int line = 0;
-    for (const char *name : {"X-Application", "X-Sailjail", "Sailjail"}) {
-        group = QString::fromLatin1(name);
-        line = lines.of(group, QStringLiteral("OrganizationName"));
-        if (line != 0)
-            break;
-    }
-    // What follows from the file's name is nobody's choice.
-    if (line == 0 || (parsed.isValid() && parsed.organisation() == id.organisation()))
+    if (parsed.isValid() && parsed.organisation() == id.organisation())
         return;
-    const QString text = parsed.isValid()
-        ? QStringLiteral("%1 reads as %2 of %3")
-              .arg(id.toString(), parsed.name().toString(), parsed.organisation().toString())
-        : QStringLiteral("%1 does not read as an id").arg(id.toString());
-    findings.add(LintRules::idParsesOtherwise,
-                 {entry.desktopFilePath(), group, QStringLiteral("OrganizationName"), line}, text);
+    const Core::FindingPlace place = placeOfId(file);
+    // What follows from the file's name is nobody's choice.
+    if (place.line == 0)
+        return;
+    findings.add(LintRules::idParsesOtherwise, place,
+                 parsed.isValid() ? QStringLiteral("%1 reads as %2 of %3")
+                                        .arg(id.toString(), parsed.name().toString(),
+                                             parsed.organisation().toString())
+                                  : QStringLiteral("%1 does not read as an id").arg(id.toString()));
 }
 
 } // namespace
@@ -132,29 +266,22 @@ void addUnknownKey(const Core::FindingPlace &place, const QStringList &known, Co
                  QStringLiteral("%1 is no key of [%2]%3").arg(place.key, place.group, question));
 }
 
-void checkEntryText(const QString &path, const QByteArray &text, Collected &findings)
+void checkEntryText(const QString &path, const EntryText &text, Collected &findings)
 {
-    if (const int line = firstLineOfOtherBytes(text))
+    if (const int line = text.firstLineOfOtherBytes())
         findings.add(LintRules::notUtf8, {path, {}, {}, line},
                      QStringLiteral("Bytes that are not UTF-8"));
-    QSet<QString> groups;
-    for (const EntryLine &line : entryLines(text)) {
-        if (line.key.isEmpty()) {
-            checkHeader(path, line, groups, findings);
-        } else {
-            checkKey(path, line, findings);
-            checkSwitch(path, line, findings);
-        }
-    }
+    TextChecks(path, text, findings).run();
 }
 
-void checkEntry(const Core::ApplicationInfo &entry, const QByteArray &text,
-                const KnownPlaces &places, Collected &findings)
+void checkEntry(const Core::ApplicationInfo &entry, const KnownPlaces &places, Collected &findings)
 {
-    const KeyFileLines lines(text);
-    checkId(entry, lines, findings);
+    if (!entry.isValid())
+        return;
+    const EntryFile file(entry.desktopFilePath());
+    checkId(entry, file, findings);
     for (const Core::ApplicationInfo::TaskInfo &task : entry.tasks())
-        checkTask(task, lines, places, findings);
+        checkTask(task, file, places, findings);
 }
 
 } // namespace Cli

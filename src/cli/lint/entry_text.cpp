@@ -1,61 +1,150 @@
 #include "cli/lint/entry_text.h"
 
-#include <QTextCodec>
+#include "files/foreign_file.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace Cli {
 
 namespace {
 
-bool isUtf8(const QByteArray &text)
+unsigned char byteAt(const QByteArray &text, int position)
 {
-    QTextCodec::ConverterState state;
-    (void)QTextCodec::codecForName("UTF-8")->toUnicode(text.constData(), text.size(), &state);
-    return state.invalidChars == 0 && state.remainingChars == 0;
+    return position < text.size() ? static_cast<unsigned char>(text.at(position)) : 0;
 }
 
-bool isAscii(const QByteArray &text)
+bool isWithin(unsigned char byte, int least, int most) { return byte >= least && byte <= most; }
+
+// Eight bytes at a time, because nearly all of nearly every file is ASCII.
+int endOfAscii(const QByteArray &text, int position)
 {
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    constexpr int step = sizeof(quint64);
+    constexpr quint64 highBits = 0x8080808080808080;
+    for (quint64 bytes = 0; position + step <= text.size(); position += step) {
+        memcpy(&bytes, text.constData() + position, step);
+        if ((bytes & highBits) != 0)
+            break;
+    }
+    while (position < text.size() && byteAt(text, position) < 0x80)
+        ++position;
+    return position;
+}
+
+// The length of the character of several bytes that begins at a position; 0 when none does. By the
+// second byte it is known whether it is encoded in as few bytes as it can be, is no half of a pair
+// and is within the code.
+int lengthOfLong(const QByteArray &text, int position)
+{
+    const unsigned char first = byteAt(text, position);
+    if (!isWithin(first, 0xc2, 0xf4))
+        return 0;
+    const int length = first < 0xe0 ? 2 : (first < 0xf0 ? 3 : 4);
+    const int least = first == 0xe0 ? 0xa0 : (first == 0xf0 ? 0x90 : 0x80);
+    const int most = first == 0xed ? 0x9f : (first == 0xf4 ? 0x8f : 0xbf);
+    if (!isWithin(byteAt(text, position + 1), least, most))
+        return 0;
+    for (int next = 2; next < length; ++next) {
+        if (!isWithin(byteAt(text, position + next), 0x80, 0xbf))
+            return 0;
+    }
+    return length;
+}
+
+// The position of the first byte that is not UTF-8; the text's size when all are.
+int endOfUtf8(const QByteArray &text)
+{
+    int position = 0;
+    for (;;) {
+        position = endOfAscii(text, position);
+        const int length = lengthOfLong(text, position);
+        if (length == 0)
+            return position;
+        position += length;
+    }
+}
+
+bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+// A line that is neither a header nor a key has no number.
+EntryLine parsed(std::string_view line, std::string_view group, int number)
+{
+    if (line.empty() || line.front() == '#')
+        return {};
+    if (line.front() == '[') {
+        const size_t close = line.find(']');
+        return close == std::string_view::npos
+            ? EntryLine()
+            : EntryLine{line.substr(1, close - 1), {}, {}, number};
+    }
+    // A translation has a bracket in its key. Keys are too short for a search function.
+    size_t end = 0;
+    while (end < line.size() && line[end] != '=' && line[end] != '[')
+        ++end;
+    if (end == 0 || end == line.size() || line[end] == '[')
+        return {};
+    return {group, trimmed(line.substr(0, end)), trimmed(line.substr(end + 1)), number};
 }
 
 } // namespace
 
-QVector<EntryLine> entryLines(const QByteArray &text)
+EntryText::EntryText(const QByteArray &text)
+    : m_text(text)
 {
-    QVector<EntryLine> lines;
-    QString group;
-    int number = 0;
-    for (const QByteArray &raw : text.split('\n')) {
-        ++number;
-        const QByteArray line = raw.trimmed();
-        const int close = line.lastIndexOf(']');
-        const int equals = line.indexOf('=');
-        if (line.startsWith('[') && close > 0) {
-            group = QString::fromUtf8(line.mid(1, close - 1));
-            lines.append({group, {}, {}, number});
-        } else if (equals > 0 && !line.startsWith('#')) {
-            lines.append({group, QString::fromUtf8(line.left(equals).trimmed()),
-                          QString::fromUtf8(line.mid(equals + 1).trimmed()), number});
-        }
+    std::string_view rest(m_text.constData(), static_cast<size_t>(m_text.size()));
+    std::string_view group;
+    constexpr size_t usually = 32;
+    m_lines.reserve(usually);
+    for (int number = 1; !rest.empty(); ++number) {
+        const size_t end = std::min(rest.find('\n'), rest.size());
+        const EntryLine line = parsed(trimmed(rest.substr(0, end)), group, number);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        if (line.number == 0)
+            continue;
+        group = line.group;
+        m_lines.push_back(line);
     }
-    return lines;
+}
+
+int EntryText::lineOf(const QString &group, const QString &key) const
+{
+    const QByteArray groupName = group.toUtf8();
+    const QByteArray keyName = key.toUtf8();
+    const auto found = std::find_if(m_lines.rbegin(), m_lines.rend(), [&](const EntryLine &line) {
+        return line.key == keyName.constData() && line.group == groupName.constData();
+    });
+    return found == m_lines.rend() ? 0 : found->number;
+}
+
+int EntryText::firstLineOfOtherBytes() const { return Cli::firstLineOfOtherBytes(m_text); }
+
+const EntryText &EntryFile::text() const
+{
+    if (!m_text)
+        m_text.emplace(readForeignFile(m_path).text);
+    return *m_text;
 }
 
 int firstLineOfOtherBytes(const QByteArray &text)
 {
-    // Nearly every file is one of these.
-    if (isAscii(text) || isUtf8(text))
+    const int position = endOfUtf8(text);
+    if (position == text.size())
         return 0;
-    int number = 0;
-    for (const QByteArray &line : text.split('\n')) {
-        ++number;
-        if (!isUtf8(line))
-            return number;
-    }
-    return 0;
+    return 1 + static_cast<int>(std::count(text.begin(), text.begin() + position, '\n'));
+}
+
+QString textOf(std::string_view part)
+{
+    return QString::fromUtf8(part.data(), static_cast<int>(part.size()));
 }
 
 } // namespace Cli

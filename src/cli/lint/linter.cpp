@@ -1,5 +1,6 @@
 #include "cli/lint/linter.h"
 
+#include "cli/accounts.h"
 #include "cli/lint/entry_checks.h"
 #include "cli/lint/entry_text.h"
 #include "cli/lint/rules.h"
@@ -7,6 +8,7 @@
 #include "common/Core/application_catalogue.h"
 #include "common/Core/manifest.h"
 #include "common/Core/mimeapps_list.h"
+#include "common/Core/task_bounds.h"
 #include "common/Core/task_type_config.h"
 #include "common/Core/version_overrides.h"
 #include "common/autostart/settings.h"
@@ -17,23 +19,24 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
+
+#include <algorithm>
+#include <optional>
 
 namespace Cli {
 
 namespace {
 
-void lintEntryFile(const QString &path, const Core::ApplicationInfo &entry, const Places &places,
-                   const KnownPlaces &known, Collected &findings)
+void lintText(const QString &path, const Places &places, Collected &findings)
 {
     const ForeignFile file = readForeignFile(places.real(path));
     if (file.state == ForeignFile::TooLarge)
         findings.add(LintRules::entryTooLarge, {path}, QStringLiteral("More than 1 MiB"));
-    checkEntryText(path, file.text, findings);
-    if (entry.isValid())
-        checkEntry(entry, file.text, known, findings);
+    checkEntryText(path, EntryText(file.text), findings);
 }
 
 void lintManifest(const QString &path, const Places &places, Collected &findings)
@@ -48,30 +51,63 @@ void lintManifest(const QString &path, const Places &places, Collected &findings
                      QStringLiteral("%1 is no boolean").arg(key));
 }
 
-void lintEntries(const Places &places, const KnownPlaces &known, Collected &findings)
+QString manifestOf(const QString &application, const Places &places)
 {
-    const Core::ApplicationCatalogue catalogue(places, findings);
-    QSet<QString> types;
-    for (const Core::ApplicationInfo &entry : catalogue.applications()) {
-        lintEntryFile(entry.desktopFilePath(), entry, places, known, findings);
-        lintManifest(
-            places.packageFile(entry.applicationId().toString(), QStringLiteral("manifest.json")),
-            places, findings);
-        for (const Core::ApplicationInfo::TaskInfo &task : entry.tasks())
-            types.insert(task.type);
+    return places.packageFile(application, QStringLiteral("manifest.json"));
+}
+
+// What belongs to no application is read by nobody.
+void lintManifests(const Core::ApplicationCatalogue &catalogue, const Places &places,
+                   const Places &system, Collected &findings)
+{
+    std::optional<Core::ApplicationCatalogue> ofSystem;
+    const QDir packages(places.root + QStringLiteral("/opt/app"));
+    for (const QString &id : packages.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString path = manifestOf(id, places);
+        if (catalogue.applications().contains(id) || !QFileInfo::exists(places.real(path)))
+            continue;
+        NoFindings said;
+        if (!ofSystem)
+            ofSystem.emplace(system, said);
+        if (!ofSystem->applications().contains(id))
+            findings.add(LintRules::manifestOrphan, {path},
+                         QStringLiteral("No desktop entry declares %1").arg(id));
     }
-    for (const QString &path : catalogue.invalidFiles())
-        lintEntryFile(path, {}, places, known, findings);
-    // The catalogue has said what the entry's reader says.
+}
+
+// Each file's text is looked at just before its reader reads it: what is read twice within so short
+// a time takes little longer than once.
+Core::ApplicationCatalogue lintTexts(const Places &places, Collected &findings)
+{
+    return Core::ApplicationCatalogue(places, findings, [&](const QString &path) {
+        if (!places.applicationFolders.contains(path))
+            lintText(path, places, findings);
+    });
+}
+
+void lintEntries(const Core::ApplicationCatalogue &catalogue, const Places &places,
+                 const KnownPlaces &known, Collected &findings)
+{
+    // Bytes of what tasks of a type declare.
+    QHash<QString, qint64> types;
+    for (const Core::ApplicationInfo &entry : catalogue.applications()) {
+        checkEntry(entry, known, findings);
+        if (entry.manifest().isValid())
+            lintManifest(manifestOf(entry.applicationId().toString(), places), places, findings);
+        for (const Core::ApplicationInfo::TaskInfo &task : entry.tasks())
+            types[task.type] += Core::sizeOf(task);
+    }
     NoFindings said;
     for (const Core::ApplicationCatalogue::Shadowed &shadowed : catalogue.shadowed()) {
         // The others of these are applications above.
         if (shadowed.reason != Core::ApplicationCatalogue::Shadowed::SameFileName)
-            lintEntryFile(shadowed.file, Core::ApplicationInfo(shadowed.file, places, said), places,
-                          known, findings);
+            checkEntry(Core::ApplicationInfo(shadowed.file, places, said), known, findings);
     }
-    for (const QString &type : qAsConst(types))
-        (void)catalogue.tasksOfType(type, findings);
+    // Says what it leaves out.
+    for (auto type = types.constBegin(); type != types.constEnd(); ++type) {
+        if (*type > Core::largestTaskList)
+            (void)catalogue.tasksOfType(type.key(), findings);
+    }
 }
 
 void lintTaskType(const QString &folder, const QString &path, Places places, Collected &findings)
@@ -136,6 +172,34 @@ void lintAutostart(const QString &folder, const QStringList &names, const Places
         (void)Autostart::readConfigFiles(folder, names, user, findings, places);
 }
 
+std::optional<int> numberOf(const QString &text)
+{
+    bool isNumber = false;
+    const int number = text.toInt(&isNumber);
+    return isNumber ? std::optional<int>(number) : std::nullopt;
+}
+
+// Whose setting a group is. What the daemon writes is also in a file of the user's number.
+void lintUsers(const QString &folder, bool isOfDaemon, const Places &places, Collected &findings)
+{
+    const QString key = QStringLiteral("autostart");
+    for (const QString &path :
+         Autostart::configFilesBelow(folder, Autostart::anyConfigFile(), places)) {
+        const IniFile file(readForeignFile(places.real(path)).text);
+        for (const QString &group : file.groups()) {
+            std::optional<int> user = numberOf(group.section(QLatin1Char('|'), 1, 1));
+            if (!user && isOfDaemon)
+                user = numberOf(QFileInfo(path).completeBaseName());
+            if (!user || mayBeUser(*user, places.root))
+                continue;
+            const auto value = file.value(group, key);
+            findings.add(LintRules::autostartUserMissing,
+                         {path, group, key, value ? value->line : 0},
+                         QStringLiteral("There is no user %1").arg(*user));
+        }
+    }
+}
+
 bool isTree(const QString &folder)
 {
     for (const char *name : {"usr", "etc", "opt", "var"}) {
@@ -164,27 +228,39 @@ bool lintManifestFile(const QString &path, Collected &findings)
     return true;
 }
 
+bool isAutostartFile(const QString &path, const IniFile &file)
+{
+    const QString key = QStringLiteral("autostart");
+    const QStringList groups = file.groups();
+    return path.contains(QLatin1String("/etc/am/conf.d/"))
+        || path.contains(QLatin1String("/var/lib/am/apps/"))
+        || std::any_of(groups.begin(), groups.end(),
+                       [&](const QString &group) { return file.value(group, key).has_value(); });
+}
+
 bool lintSettingsFile(const QString &path, const Places &system, Collected &findings)
 {
     const QString types = QStringLiteral("/task-types/");
     const int position = path.indexOf(types);
-    const QFileInfo file(path);
+    const QFileInfo info(path);
+    const IniFile file(readForeignFile(system.real(path)).text);
     if (position >= 0)
         lintTaskType(path.left(position + types.size() - 1), path, system, findings);
-    else if (IniFile(readForeignFile(system.real(path)).text)
-                 .groups()
-                 .contains(QLatin1String("TaskType")))
-        lintTaskType(file.absolutePath(), path, system, findings);
+    else if (file.groups().contains(QLatin1String("TaskType")))
+        lintTaskType(info.absolutePath(), path, system, findings);
+    else if (isAutostartFile(path, file))
+        lintAutostart(info.absolutePath(), {info.fileName()}, system, findings);
     else
-        lintAutostart(file.absolutePath(), {file.fileName()}, system, findings);
+        return false;
     return true;
 }
 
-bool lintFile(const QString &path, const Places &system, Collected &findings)
+bool lintFile(const QString &path, const Places &system, const KnownPlaces &known,
+              Collected &findings)
 {
     if (path.endsWith(QLatin1String(".desktop"))) {
-        lintEntryFile(path, Core::ApplicationInfo(path, system, findings), system, {system},
-                      findings);
+        lintText(path, system, findings);
+        checkEntry(Core::ApplicationInfo(path, system, findings), known, findings);
         return true;
     }
     if (path.endsWith(QLatin1String(".permission"))) {
@@ -203,34 +279,46 @@ bool lintFile(const QString &path, const Places &system, Collected &findings)
 
 bool lintFolder(const QString &folder, const Places &system, Collected &findings)
 {
+    const KnownPlaces known({system});
     Places places;
     places.applicationFolders = QStringList{folder};
     places.root = system.root;
-    lintEntries(places, {system}, findings);
+    lintEntries(lintTexts(places, findings), places, known, findings);
     bool hasAny = !QDir(folder).entryList({QStringLiteral("*.desktop")}, QDir::Files).isEmpty();
     QDirIterator files(folder, QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext()) {
         const QString path = files.next();
         const bool isDone =
             path.endsWith(QLatin1String(".desktop")) && QFileInfo(path).absolutePath() == folder;
-        if (!isDone && lintFile(path, system, findings))
+        if (!isDone && lintFile(path, system, known, findings))
             hasAny = true;
     }
     return hasAny;
 }
 
-} // namespace
-
-void lintPlaces(const Places &places, const KnownPlaces &known, Collected &findings)
+// @param places what is read. What it names and does not bring may be in the system.
+void lintPlaces(const Places &places, const Places &system, Collected &findings)
 {
-    lintEntries(places, known, findings);
+    const bool isSystem = places.root == system.root;
+    const KnownPlaces known(isSystem ? QVector<Places>{system} : QVector<Places>{places, system});
+    const Core::ApplicationCatalogue catalogue = lintTexts(places, findings);
+    lintEntries(catalogue, places, known, findings);
+    lintManifests(catalogue, places, system, findings);
     lintTaskTypes(places, findings);
     lintPermissions(places, findings);
     (void)Core::VersionOverrides(places, findings);
     (void)Core::readMimeappsList(places, findings);
-    lintAutostart(places.systemAutostartFolder(), Autostart::anyConfigFile(), places, findings);
-    lintAutostart(places.runtimeAutostartFolder(), Autostart::anyConfigFile(), places, findings);
+    for (const bool isOfDaemon : {false, true}) {
+        const QString folder =
+            isOfDaemon ? places.runtimeAutostartFolder() : places.systemAutostartFolder();
+        lintAutostart(folder, Autostart::anyConfigFile(), places, findings);
+        lintUsers(folder, isOfDaemon, places, findings);
+    }
 }
+
+} // namespace
+
+void lintSystem(const Places &system, Collected &findings) { lintPlaces(system, system, findings); }
 
 bool lintPath(const QString &path, const Places &system, Collected &findings)
 {
@@ -239,11 +327,10 @@ bool lintPath(const QString &path, const Places &system, Collected &findings)
     if (!file.exists())
         return false;
     if (!file.isDir())
-        return lintFile(absolute, system, findings);
+        return lintFile(absolute, system, KnownPlaces({system}), findings);
     if (!isTree(absolute))
         return lintFolder(absolute, system, findings);
-    const Places tree = Places::below(absolute);
-    lintPlaces(tree, {tree, system}, findings);
+    lintPlaces(Places::below(absolute), system, findings);
     return true;
 }
 

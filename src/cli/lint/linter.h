@@ -1,13 +1,12 @@
 #pragma once
 
-#include "cli/lint/task_checks.h"
+#include "cli/lint/collected.h"
+#include "common/places.h"
 
 namespace Cli {
 
-/// Reads a whole system, or a package's tree.
-/// @param places what is looked at.
-/// @param known where programs, permissions and types may be.
-void lintPlaces(const Places &places, const KnownPlaces &known, Collected &findings);
+/// Reads a whole system.
+void lintSystem(const Places &system, Collected &findings);
 
 /// Reads what a person names: a file that the daemon would read, a folder of such files, or a tree
 /// that holds usr, etc, opt or var as a system's root does.

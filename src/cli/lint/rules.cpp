@@ -25,8 +25,8 @@ QVector<LintRule> entryRules()
         {&intentsSize, "Declare fewer intents: 64 Ki characters are read."},
         {&mimeTypesSize, "Declare up to 1024 MIME types of up to 1024 characters each."},
         {&entrySwitch,
-         "Write Sandboxing=Disabled, X-Nemo-Single-Instance=no and "
-         "X-Halcyn-Single-Cover=yes exactly so, or leave the key out."},
+         "Write Sandboxing=Disabled, X-Nemo-Single-Instance=no, X-Halcyn-Single-Cover=yes and "
+         "X-Halcyn-Support-Mime-Parents=true exactly so, or leave the key out."},
         {&unknownKey, "Correct the key's name, or begin it with X- when another program reads it."},
         {&unknownGroup, "Write [X-Task NAME], with one blank and a name of letters and digits."},
     };
@@ -76,6 +76,7 @@ QVector<LintRule> packageRules()
         {&manifestIgnored, "Write one JSON object."},
         {&manifestSyntax, "Correct the JSON at that place."},
         {&manifestBoolean, "Write true or false, without quotes."},
+        {&manifestOrphan, "Install the application's entry, or name the folder by its id."},
         {&packageUnreadable, "Put a regular file of less than 1 MiB in its place."},
     };
 }
@@ -93,6 +94,7 @@ QVector<LintRule> settingRules()
         {&autostartUnreadable, "Put a regular file of less than 1 MiB in its place."},
         {&autostartId, "Name the group by an application's id."},
         {&autostartUser, "Write the number of a user behind the |."},
+        {&autostartUserMissing, "Correct the user's number, or remove the setting."},
         {&autostartBoolean, "Write autostart=true or autostart=false."},
     };
 }

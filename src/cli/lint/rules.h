@@ -52,6 +52,14 @@ constexpr Rule manifestBoolean{"manifest-boolean", Finding::Warning,
                                "keepMediaActiveInBackground is no JSON boolean and counts as "
                                "false."};
 
+constexpr Rule manifestOrphan{
+    "manifest-orphan", Finding::Warning,
+    "A manifest is of an application that no desktop entry declares, and nobody reads it."};
+constexpr Rule autostartUserMissing{"autostart-user-missing", Finding::Warning,
+                                    "An autostart setting is for a user that does not exist, and "
+                                    "starts nothing; the daemon removes "
+                                    "such files from its own folder."};
+
 // Ids.
 constexpr Rule idParsesOtherwise{
     "id-parses-otherwise", Finding::Warning,

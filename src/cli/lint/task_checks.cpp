@@ -1,14 +1,8 @@
 #include "cli/lint/task_checks.h"
 
 #include "cli/lint/rules.h"
-#include "cli/sandbox_files.h"
-#include "common/Core/task_type_config.h"
-#include "files/path_below.h"
 #include "plan/task_names.h"
 #include "plan/unit_checks.h"
-#include "service/Core/program_file.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 
@@ -22,10 +16,10 @@ using TaskInfo = Core::ApplicationInfo::TaskInfo;
 class TaskChecks
 {
 public:
-    TaskChecks(const TaskInfo &task, const KeyFileLines &lines, const KnownPlaces &places,
+    TaskChecks(const TaskInfo &task, const EntryFile &file, const KnownPlaces &places,
                Collected &findings)
         : m_task(task)
-        , m_lines(lines)
+        , m_file(file)
         , m_places(places)
         , m_findings(findings)
     {
@@ -42,13 +36,11 @@ private:
         m_findings.add(rule, placeOf(key), text);
     }
     void checkProgram(const QString &program) const;
-    void checkProgramFile(const QString &program) const;
     void checkArgument(const QString &argument) const;
-    [[nodiscard]] bool isServed(const QString &type) const;
-    [[nodiscard]] bool isPermission(const QString &name) const;
+    void addRefusals() const;
 
     const TaskInfo &m_task;
-    const KeyFileLines &m_lines;
+    const EntryFile &m_file;
     const KnownPlaces &m_places;
     Collected &m_findings;
 };
@@ -82,11 +74,11 @@ bool fitsObjectPath(const QString &type)
 Core::FindingPlace TaskChecks::placeOf(const QString &key) const
 {
     const QString main = QStringLiteral("Desktop Entry");
-    if (const int line = m_lines.of(m_task.group, key))
+    if (const int line = m_file.text().lineOf(m_task.group, key))
         return {m_task.file, m_task.group, key, line};
-    if (key == execKey() && m_lines.of(main, key) != 0)
-        return {m_task.file, main, key, m_lines.of(main, key)};
-    return {m_task.file, m_task.group, key, m_lines.of(m_task.group)};
+    if (key == execKey() && m_file.text().lineOf(main, key) != 0)
+        return {m_task.file, main, key, m_file.text().lineOf(main, key)};
+    return {m_task.file, m_task.group, key, m_file.text().lineOf(m_task.group)};
 }
 
 void TaskChecks::checkId() const
@@ -106,16 +98,23 @@ void TaskChecks::checkType() const
     else if (!fitsObjectPath(type))
         add(LintRules::typeObjectPath, key,
             QStringLiteral("Type \"%1\" cannot be part of an object path").arg(type));
-    else if (!isServed(type))
+    else if (!m_places.hasTaskType(type))
         add(LintRules::typeUnserved, key,
             QStringLiteral("There is no file %1.conf of task types").arg(type));
 }
 
-bool TaskChecks::isServed(const QString &type) const
+// The id is refused by itself, or the command line is, or both are.
+void TaskChecks::addRefusals() const
 {
-    return std::any_of(m_places.begin(), m_places.end(), [&](const Places &places) {
-        return !places.firstFile(places.taskTypeFolders, type + QStringLiteral(".conf")).isEmpty();
-    });
+    TaskInfo idAlone = m_task;
+    idAlone.exec = QStringLiteral("/program");
+    if (const Core::Error error = checkDeclaration(idAlone))
+        m_findings.add(LintRules::declarationRefused, placeOfId(m_file), error.message());
+    TaskInfo execAlone = m_task;
+    execAlone.taskId = Core::ApplicationTaskId(
+        Core::ApplicationId(QStringLiteral("com.example.App")), QStringLiteral("task"));
+    if (const Core::Error error = checkDeclaration(execAlone))
+        add(LintRules::declarationRefused, execKey(), error.message());
 }
 
 void TaskChecks::checkExec() const
@@ -124,8 +123,8 @@ void TaskChecks::checkExec() const
         add(LintRules::execMissing, execKey(), QStringLiteral("There is no Exec"));
         return;
     }
-    if (const Core::Error error = checkDeclaration(m_task)) {
-        add(LintRules::declarationRefused, execKey(), error.message());
+    if (checkDeclaration(m_task)) {
+        addRefusals();
         return;
     }
     QStringList words = m_task.exec.split(QLatin1Char(' '));
@@ -140,28 +139,23 @@ void TaskChecks::checkProgram(const QString &program) const
         add(LintRules::execRelative, execKey(),
             QStringLiteral("%1 is not an absolute path")
                 .arg(program.isEmpty() ? QStringLiteral("A blank") : program));
-    } else if (m_places.constFirst().programsAreExamined) {
-        checkProgramFile(program);
+        return;
     }
-}
-
-void TaskChecks::checkProgramFile(const QString &program) const
-{
-    QString path;
-    for (const Places &places : m_places) {
-        path = pathBelow(places.programRoot, program);
-        if (QFileInfo::exists(path))
-            break;
-        path.clear();
-    }
-    if (path.isEmpty())
+    switch (m_places.program(program)) {
+    case KnownPlaces::Program::Fine:
+        break;
+    case KnownPlaces::Program::NotThere:
         add(LintRules::execNotThere, execKey(), QStringLiteral("There is no %1").arg(program));
-    else if (!Core::isExecutable(path))
+        break;
+    case KnownPlaces::Program::NotExecutable:
         add(LintRules::execNotExecutable, execKey(),
             QStringLiteral("%1 is not executable").arg(program));
-    else if (!Core::isElf(path))
+        break;
+    case KnownPlaces::Program::NotElf:
         add(LintRules::execScript, execKey(),
             QStringLiteral("%1 is not an ELF binary").arg(program));
+        break;
+    }
 }
 
 void TaskChecks::checkArgument(const QString &argument) const
@@ -186,20 +180,30 @@ void TaskChecks::checkPermissions() const
         if (!isPermissionName(name))
             add(LintRules::permissionName, key,
                 QStringLiteral("\"%1\" is no name of a permission").arg(name));
-        else if (!isPermission(name))
+        else if (!m_places.hasPermission(name))
             add(LintRules::permissionMissing, key,
                 QStringLiteral("There is no %1.permission").arg(name));
     }
 }
 
-bool TaskChecks::isPermission(const QString &name) const
+} // namespace
+
+Core::FindingPlace placeOfId(const EntryFile &file)
 {
-    return std::any_of(m_places.begin(), m_places.end(), [&](const Places &places) {
-        return !permissionFile(name, places).path.isEmpty();
-    });
+    const QString key = QStringLiteral("OrganizationName");
+    for (const QString &group : sandboxGroups()) {
+        if (const int line = file.text().lineOf(group, key))
+            return {file.path(), group, key, line};
+    }
+    return {file.path()};
 }
 
-} // namespace
+const QStringList &sandboxGroups()
+{
+    static const QStringList groups{QStringLiteral("X-Application"), QStringLiteral("X-Sailjail"),
+                                    QStringLiteral("Sailjail")};
+    return groups;
+}
 
 bool isPermissionName(const QString &name)
 {
@@ -208,10 +212,10 @@ bool isPermissionName(const QString &name)
     return isPlain && !Core::checkPermissions({name});
 }
 
-void checkTask(const TaskInfo &task, const KeyFileLines &lines, const KnownPlaces &places,
+void checkTask(const TaskInfo &task, const EntryFile &file, const KnownPlaces &places,
                Collected &findings)
 {
-    const TaskChecks checks(task, lines, places, findings);
+    const TaskChecks checks(task, file, places, findings);
     checks.checkId();
     checks.checkType();
     checks.checkExec();

@@ -127,8 +127,9 @@ int strayLine(const QByteArray &text)
 // The command for an entry without a main group: its header may be misspelt.
 QString headerCure(const QString &file, const QByteArray &text)
 {
-    for (const EntryLine &line : entryLines(text)) {
-        if (line.key.isEmpty() && !nearWord(line.group, {mainGroup()}).isEmpty())
+    const EntryText entry(text);
+    for (const EntryLine &line : entry.lines()) {
+        if (line.key.empty() && !nearWord(textOf(line.group), {mainGroup()}).isEmpty())
             return replacingLine(file, line.number, QStringLiteral("[%1]").arg(mainGroup()));
     }
     return {};

@@ -1,9 +1,13 @@
 #include "cli/why/task_gates.h"
 
 #include "cli/cures.h"
+#include "cli/lint/collected.h"
+#include "cli/lint/entry_text.h"
+#include "cli/lint/known_places.h"
 #include "cli/lint/linter.h"
 #include "cli/lint/near_word.h"
 #include "cli/lint/rules.h"
+#include "cli/lint/task_checks.h"
 #include "cli/why/findings.h"
 #include "cli/why/program_cures.h"
 #include "cli/words.h"
@@ -133,7 +137,7 @@ QVector<Core::Finding> findingsOf(const Question &question)
         return {};
     const DeclaredTask &task = question.declaration.task;
     Collected found;
-    checkTask(task, KeyFileLines::ofFile(task.file), {question.places}, found);
+    checkTask(task, EntryFile(task.file), KnownPlaces({question.places}), found);
     return found.sorted();
 }
 

@@ -1,3 +1,5 @@
+#include "cli/accounts.h"
+#include "cli/lint/entry_text.h"
 #include "cli/lint/linter.h"
 #include "cli/lint/near_word.h"
 #include "cli/lint/rules.h"
@@ -11,7 +13,11 @@
 #include <QSet>
 #include <QTest>
 
+#include <cstdio>
 #include <functional>
+#include <pty.h>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -127,6 +133,36 @@ QStringList rulesWithoutSample()
             QStringLiteral("refused-by-sandbox")};
 }
 
+QRegularExpression colours() { return QRegularExpression(QStringLiteral("\x1b\\[[0-9;]*m")); }
+
+// What is printed to a terminal of that many columns.
+QByteArray onTerminal(ushort width, const std::function<void()> &print)
+{
+    const winsize size{500, width, 0, 0};
+    int master = -1;
+    int terminal = -1;
+    if (openpty(&master, &terminal, nullptr, nullptr, &size) != 0)
+        return {};
+    QByteArray text;
+    std::thread reader([&text, master] {
+        char piece[4096];
+        for (ssize_t count = 0; (count = read(master, piece, sizeof piece)) > 0;)
+            text.append(piece, static_cast<int>(count));
+    });
+    fflush(stdout);
+    const int before = dup(STDOUT_FILENO);
+    dup2(terminal, STDOUT_FILENO);
+    print();
+    fflush(stdout);
+    dup2(before, STDOUT_FILENO);
+    close(before);
+    // The last one who may write.
+    close(terminal);
+    reader.join();
+    close(master);
+    return text;
+}
+
 } // namespace
 
 class TestLint : public QObject
@@ -141,6 +177,19 @@ private Q_SLOTS:
     void findsAnEntryThatHasNoId();
     void saysWhatAStartWouldRefuse_data();
     void saysWhatAStartWouldRefuse();
+    void placesARefusalAtWhatIsRefused_data();
+    void placesARefusalAtWhatIsRefused();
+    void saysNothingOfWhatOthersRead_data();
+    void saysNothingOfWhatOthersRead();
+    void knowsMisspeltKeysOfTheMainGroup_data();
+    void knowsMisspeltKeysOfTheMainGroup();
+    void findsTheFirstLineThatIsNotUtf8_data();
+    void findsTheFirstLineThatIsNotUtf8();
+    void followsTheLinksOfATree();
+    void readsEveryKindOfFileInAFolder();
+    void knowsWhichUsersThereMayBe();
+    void breaksItsLinesAtTheTerminalsWidth_data();
+    void breaksItsLinesAtTheTerminalsWidth();
     void exitsWithOneWhenSomethingIsWrong_data();
     void exitsWithOneWhenSomethingIsWrong();
     void hasASampleForEachRule();
@@ -212,6 +261,8 @@ void TestLint::saysWhatAStartWouldRefuse_data()
         << QByteArray("/bin/true \\\\") << QStringLiteral("Exec must not end with a backslash");
     QTest::newRow("a quoted program") << QByteArray("\"/bin/true\" x") << program;
     QTest::newRow("a program with a sign that is expanded") << QByteArray("/bin/%n x") << program;
+    QTest::newRow("a control character")
+        << QByteArray("/bin/true a\\nb") << QStringLiteral("Exec must not hold control characters");
 }
 
 void TestLint::saysWhatAStartWouldRefuse()
@@ -225,6 +276,202 @@ void TestLint::saysWhatAStartWouldRefuse()
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
     QCOMPARE(rulesIn(findings), QStringList(QStringLiteral("declaration-refused")));
     QCOMPARE(findings.sorted().constFirst().text, text);
+}
+
+void TestLint::placesARefusalAtWhatIsRefused_data()
+{
+    QTest::addColumn<QByteArray>("organisation");
+    QTest::addColumn<QByteArray>("exec");
+    QTest::addColumn<QStringList>("places");
+    const QString id = QStringLiteral("OrganizationName 5");
+    const QString exec = QStringLiteral("Exec 9");
+    QTest::newRow("the id") << QByteArray("org.freedesktop") << QByteArray("/bin/true")
+                            << QStringList{id};
+    QTest::newRow("the command line")
+        << QByteArray("com.example") << QByteArray("/bin/true ; x") << QStringList{exec};
+    QTest::newRow("both") << QByteArray("org.freedesktop") << QByteArray("/bin/true ; x")
+                          << QStringList{id, exec};
+}
+
+void TestLint::placesARefusalAtWhatIsRefused()
+{
+    QFETCH(QByteArray, organisation);
+    QFETCH(QByteArray, exec);
+    QFETCH(QStringList, places);
+    const TempRoot root;
+    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(entryPath(),
+               entryOf(taskOf("sync", {}).replace("/bin/true ", exec))
+                   .replace("com.example", organisation));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    QStringList found;
+    for (const Core::Finding &finding : findings.sorted()) {
+        QCOMPARE(finding.rule, QStringLiteral("declaration-refused"));
+        found.append(QStringLiteral("%1 %2").arg(finding.key).arg(finding.line));
+    }
+    QCOMPARE(found, places);
+}
+
+void TestLint::saysNothingOfWhatOthersRead_data()
+{
+    QTest::addColumn<QByteArray>("groups");
+    QTest::newRow("a group whose name begins alike") << QByteArray("[X-TaskList]\nExec=/bin/a\n");
+    QTest::newRow("another one") << QByteArray("[X-ServiceMenu Pack]\nExec=pack %F\n");
+    QTest::newRow("actions") << QByteArray("[Desktop Action New]\nName=New\nExec=\"a b\" %U\n");
+    QTest::newRow("keys of others in a sandbox's group")
+        << QByteArray("[Sailjail]\nProfile=a\nX-Permission=b\n");
+    QTest::newRow("translated keys in a task's group")
+        << QByteArray("[X-Task a]\nType=Sync\nExec=/bin/true\nX-Name[de]=A\nName[de]=A\n");
+}
+
+void TestLint::saysNothingOfWhatOthersRead()
+{
+    QFETCH(QByteArray, groups);
+    const TempRoot root;
+    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(entryPath(), entryOf(groups, "Exec=\"two words\" %U\nDBusActivatable=true\n"));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    QCOMPARE(linesOf(findings, root.path()), QStringList());
+}
+
+void TestLint::knowsMisspeltKeysOfTheMainGroup_data()
+{
+    QTest::addColumn<QByteArray>("key");
+    QTest::addColumn<bool>("isMisspelt");
+    for (const char *key : {"MimeTypes", "mimetype", "Exce", "exec", "X-Nemo-SingleInstance"})
+        QTest::newRow(key) << QByteArray(key) << true;
+    for (const char *key : {"Path", "Version", "Terminal", "Note", "X-KDE-Protocols", "Exec[de]"})
+        QTest::newRow(key) << QByteArray(key) << false;
+}
+
+void TestLint::knowsMisspeltKeysOfTheMainGroup()
+{
+    QFETCH(QByteArray, key);
+    QFETCH(bool, isMisspelt);
+    const TempRoot root;
+    root.write(entryPath(), entryOf({}, key + "=yes\n"));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    QCOMPARE(rulesIn(findings),
+             isMisspelt ? QStringList(QStringLiteral("unknown-key")) : QStringList());
+}
+
+void TestLint::findsTheFirstLineThatIsNotUtf8_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("line");
+    QTest::newRow("nothing") << QByteArray() << 0;
+    QTest::newRow("every length") << QByteArray("a\xc3\xbc\xe2\x82\xac\xf0\x9f\x98\x80z") << 0;
+    QTest::newRow("the least and the most of each")
+        << QByteArray("\xc2\x80\xdf\xbf\xe0\xa0\x80\xed\x9f\xbf\xee\x80\x80"
+                      "\xf0\x90\x80\x80\xf4\x8f\xbf\xbf")
+        << 0;
+    QTest::newRow("another encoding") << QByteArray("a line\n\nna\xefve") << 3;
+    QTest::newRow("behind many bytes") << QByteArray(1000, 'a') + "\n\xff" << 2;
+    QTest::newRow("a character that ends too early") << QByteArray("\xe2\x82") << 1;
+    QTest::newRow("a character that a line ends") << QByteArray("\xc3\n") << 1;
+    QTest::newRow("a byte that only continues") << QByteArray("a\x80") << 1;
+    QTest::newRow("more bytes than are needed") << QByteArray("\xc0\xaf") << 1;
+    QTest::newRow("three bytes where two do") << QByteArray("\xe0\x9f\xbf") << 1;
+    QTest::newRow("four bytes where three do") << QByteArray("\xf0\x8f\xbf\xbf") << 1;
+    QTest::newRow("half of a pair") << QByteArray("\xed\xa0\x80") << 1;
+    QTest::newRow("beyond the code") << QByteArray("\xf4\x90\x80\x80") << 1;
+}
+
+void TestLint::findsTheFirstLineThatIsNotUtf8()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(int, line);
+    QCOMPARE(Cli::firstLineOfOtherBytes(text), line);
+}
+
+void TestLint::followsTheLinksOfATree()
+{
+    const TempRoot root;
+    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(QStringLiteral("/usr/libexec/one"), "#!/bin/sh\n");
+    root.write(QStringLiteral("/usr/bin/keep"), {});
+    // Absolute: in this system they lead elsewhere.
+    QVERIFY(QFile::link(QStringLiteral("/usr/libexec/one"),
+                        root.path(QStringLiteral("/usr/bin/tst-lint-link"))));
+    QVERIFY(QFile::link(QStringLiteral("/usr/libexec"), root.path(QStringLiteral("/lib-of-a"))));
+    root.write(entryPath(),
+               entryOf("[X-Task a]\nType=Sync\nExec=/usr/bin/tst-lint-link\n"
+                       "[X-Task b]\nType=Sync\nExec=/lib-of-a/one\n"
+                       "[X-Task c]\nType=Sync\nExec=/usr/bin/../libexec/one\n"
+                       "[X-Task d]\nType=Sync\nExec=/lib-of-a/two\n"));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    const QString notExecutable = QStringLiteral("exec-not-executable");
+    QCOMPARE(rulesIn(findings),
+             QStringList(
+                 {notExecutable, notExecutable, notExecutable, QStringLiteral("exec-not-there")}));
+}
+
+void TestLint::readsEveryKindOfFileInAFolder()
+{
+    const TempRoot root;
+    const auto write = [&root](const char *path, const QByteArray &text) {
+        root.write(QLatin1String(path), text);
+    };
+    write("/source/notes.desktop", entryOf("[X-Task sync]\nType=no type\nExec=/bin/true\n"));
+    write("/source/more/b.desktop", "[Desktop Entry]\nType=Application\n");
+    write("/source/task-types/Sync.conf", "[TaskType]\nWorksInSession=perhaps\n");
+    write("/source/50%.permission", "netfilter\n");
+    write("/source/autostart.conf", "[com.example.Notes]\nautostart=perhaps\n");
+    // Of another program.
+    write("/source/logging.conf", "[output]\nlevel=3\n");
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(QStringLiteral("/source")), Places::below({}), findings));
+    QCOMPARE(linesOf(findings, root.path(QStringLiteral("/source"))),
+             QStringList({QStringLiteral("permission-name 50%.permission:0"),
+                          QStringLiteral("autostart-boolean autostart.conf:2"),
+                          QStringLiteral("entry-invalid more/b.desktop:0"),
+                          QStringLiteral("type-object-path notes.desktop:8"),
+                          QStringLiteral("task-type-boolean task-types/Sync.conf:2")}));
+}
+
+void TestLint::knowsWhichUsersThereMayBe()
+{
+    constexpr int nobodys = 2000000000;
+    QVERIFY(Cli::mayBeUser(0, {}));
+    QVERIFY(!Cli::mayBeUser(nobodys, {}));
+    const TempRoot root;
+    QVERIFY(Cli::mayBeUser(nobodys, root.path()));
+    root.write(QStringLiteral("/etc/passwd"), "root:x:0:0::/root:/bin/sh\n");
+    QVERIFY(Cli::mayBeUser(0, root.path()));
+    QVERIFY(!Cli::mayBeUser(nobodys, root.path()));
+}
+
+void TestLint::breaksItsLinesAtTheTerminalsWidth_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::newRow("of findings") << QStringList(QStringLiteral("exec-quotes"));
+    QTest::newRow("of the rules") << QStringList(QStringLiteral("--list-rules"));
+    QTest::newRow("of a rule") << QStringList{QStringLiteral("--explain"),
+                                              QStringLiteral("exec-quotes")};
+}
+
+void TestLint::breaksItsLinesAtTheTerminalsWidth()
+{
+    QFETCH(QStringList, words);
+    constexpr int width = 60;
+    const QString folder = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(samplesFolder()));
+    const QByteArray text = onTerminal(width, [&words] {
+        (void)Cli::runTool(QStringList{QStringLiteral("lint"), QStringLiteral("--no-pager")}
+                           + words);
+    });
+    QDir::setCurrent(folder);
+    qInstallMessageHandler(nullptr);
+    QVERIFY(text.count('\n') > 2);
+    for (const QString &line : QString::fromUtf8(text).remove(colours()).split(QLatin1Char('\n'))) {
+        // What has no blanks is not broken.
+        if (line.trimmed().contains(QLatin1Char(' ')))
+            QVERIFY2(line.trimmed().size() <= width, qPrintable(line));
+    }
 }
 
 void TestLint::exitsWithOneWhenSomethingIsWrong_data()
