@@ -100,8 +100,10 @@ constexpr Rule execFieldCode{
     "exec-field-code", Finding::Warning,
     "A task gets no files: a field code in its arguments is a specifier to systemd, which puts "
     "another text there or refuses the unit."};
-constexpr Rule execExpansion{"exec-expansion", Finding::Warning,
-                             "systemd expands % and $ in a task's arguments."};
+constexpr Rule execExpansion{
+    "exec-expansion", Finding::Warning,
+    "systemd expands % and $ in a task's arguments, and refuses the unit for a % that it does not "
+    "know."};
 
 // Permissions.
 constexpr Rule permissionMissing{

@@ -1,0 +1,265 @@
+// What a start writes is a unit to systemd and XML to a parser: the golden files, and what render
+// shows for declarations and requests of every kind.
+
+#include "cli/declared_tasks.h"
+#include "cli/rendering.h"
+#include "common/places.h"
+#include "component/generated_starts.h"
+#include "plan/task_names.h"
+#include "support/golden_plan.h"
+#include "support/temp_root.h"
+
+#include <QFile>
+#include <QMap>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSet>
+#include <QStandardPaths>
+#include <QTest>
+#include <QXmlStreamReader>
+
+#include <algorithm>
+
+namespace {
+
+constexpr uint seed = 12;
+constexpr int applications = 400;
+constexpr int fewestUnits = 200;
+constexpr int fewestPlainUnits = 40;
+constexpr int patienceMs = 60000;
+
+// A folder of units that systemd looks at as at those of an image.
+class Image
+{
+public:
+    Image()
+    {
+        m_root.write(QStringLiteral("/usr/lib/systemd/system/keep"), {});
+        m_root.write(QStringLiteral("/usr/bin/firejail"), "\177ELF");
+        QFile::setPermissions(m_root.path(QStringLiteral("/usr/bin/firejail")),
+                              QFile::ReadOwner | QFile::ExeOwner);
+    }
+    void add(const QString &name, const QByteArray &unit)
+    {
+        m_root.write(QStringLiteral("/etc/systemd/system/") + name, unit);
+        m_units.insert(name, unit);
+    }
+    [[nodiscard]] int count() const { return m_units.size(); }
+    // What systemd says of them, line by line; asks no manager.
+    [[nodiscard]] QStringList complaints() const
+    {
+        QProcess verify;
+        verify.setProcessChannelMode(QProcess::MergedChannels);
+        verify.start(QStringLiteral("systemd-analyze"),
+                     QStringList{QStringLiteral("verify"), QStringLiteral("--man=no"),
+                                 QStringLiteral("--generators=no"),
+                                 QStringLiteral("--recursive-errors=no"),
+                                 QStringLiteral("--root=") + m_root.path()}
+                         + m_units.keys());
+        if (!verify.waitForFinished(patienceMs))
+            return {QStringLiteral("systemd-analyze did not run: ") + verify.errorString()};
+        return complaintsIn(QString::fromUtf8(verify.readAll()));
+    }
+    // The unit and the key that a complaint is about; no key when it is about the whole unit.
+    [[nodiscard]] QPair<QString, QString> placeOf(const QString &complaint) const
+    {
+        static const QRegularExpression pattern(
+            QStringLiteral("^/.*/etc/systemd/system/([^/]+\\.service):(\\d+): "));
+        const QRegularExpressionMatch match = pattern.match(complaint);
+        static const QRegularExpression name(QStringLiteral("^(?:Unit )?([^/ ]+\\.service)[: ]"));
+        if (!match.hasMatch())
+            return {name.match(complaint).captured(1), {}};
+        const QList<QByteArray> lines = m_units.value(match.captured(1)).split('\n');
+        const QByteArray line = lines.value(match.captured(2).toInt() - 1);
+        return {match.captured(1), QString::fromUtf8(line.left(line.indexOf('=')))};
+    }
+
+private:
+    // One a line, unless it quotes a word with a line break in it.
+    static QStringList complaintsIn(const QString &text)
+    {
+        QStringList complaints;
+        bool isInQuotes = false;
+        for (const QString &line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            if (isInQuotes)
+                complaints.last() += QLatin1Char(' ') + line;
+            else
+                complaints.append(line);
+            isInQuotes = complaints.constLast().contains(QLatin1String("unknown escape sequences"))
+                && !complaints.constLast().endsWith(QLatin1Char('"'));
+        }
+        return complaints;
+    }
+
+    const TempRoot m_root;
+    QMap<QString, QByteArray> m_units;
+};
+
+// Whether systemd reads more into words of a command line than they say, which the linter tells
+// those who declare them, and may refuse the line for it.
+bool meansMore(const QString &words)
+{
+    return std::any_of(words.begin(), words.end(),
+                       [](QChar c) { return QLatin1String("\"'\\%").contains(c); });
+}
+
+// Elements of a policy, each with its attributes in order: "allow own=a.b". Empty when the text is
+// no XML.
+QStringList elementsOf(const QByteArray &policy)
+{
+    QXmlStreamReader reader(policy);
+    QStringList elements;
+    while (!reader.atEnd()) {
+        if (reader.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        QString element = reader.name().toString();
+        for (const QXmlStreamAttribute &attribute : reader.attributes())
+            element += QStringLiteral(" %1=%2").arg(attribute.name(), attribute.value());
+        elements.append(element);
+    }
+    return reader.hasError() ? QStringList() : elements;
+}
+
+QStringList policyElements(const QString &user, const QString &busName)
+{
+    return {QStringLiteral("busconfig"), QStringLiteral("policy user=") + user,
+            QStringLiteral("allow own=") + busName, QStringLiteral("policy context=default"),
+            QStringLiteral("allow send_destination=") + busName};
+}
+
+} // namespace
+
+class TestVerifiedFiles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void notesWhatSystemdDoesNotTake();
+    void writesGoldenUnitsThatSystemdTakes();
+    void writesGoldenPoliciesThatAreXml();
+    void rendersUnitsThatSystemdTakes();
+    void rendersPoliciesThatAreXml();
+
+private:
+    struct Start
+    {
+        Cli::DeclaredTask task;
+        Client::StartRequest request;
+        Core::TaskPlan plan;
+    };
+    QVector<Start> starts;
+};
+
+void TestVerifiedFiles::initTestCase()
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("systemd-analyze")).isEmpty())
+        QSKIP("systemd-analyze is not installed (scripts/setup)");
+    const TempRoot root;
+    GeneratedStarts generated(seed);
+    for (int number = 0; number < applications; ++number)
+        generated.writeApplication(root, number);
+    Places places = Places::below(root.path());
+    places.programsAreExamined = false;
+    Places::setOfProcess(places);
+    for (const Cli::DeclaredTask &task : Cli::declaredTasks()) {
+        const Client::StartRequest request = generated.request();
+        const Cli::Rendering rendering = Cli::render(task, request, places);
+        if (!rendering.error)
+            starts.append({task, request, rendering.plan});
+    }
+}
+
+// The other tests find nothing because there is nothing.
+void TestVerifiedFiles::notesWhatSystemdDoesNotTake()
+{
+    Image image;
+    image.add(QStringLiteral("bad.service"),
+              "[Service]\nLimitCPU=much\nExecStart=/usr/bin/firejail \"a\nUser=a\n");
+    const QStringList complaints = image.complaints();
+    QSet<QString> keys;
+    for (const QString &complaint : complaints)
+        keys.insert(image.placeOf(complaint).second);
+    const QString all = complaints.join(QLatin1Char('\n'));
+    QVERIFY2(keys.contains(QStringLiteral("LimitCPU")), qPrintable(all));
+    QVERIFY2(keys.contains(QStringLiteral("ExecStart")), qPrintable(all));
+    QVERIFY2(keys.contains(QString()), qPrintable(all));
+}
+
+void TestVerifiedFiles::writesGoldenUnitsThatSystemdTakes()
+{
+    Image image;
+    for (const QString &name : GoldenPlan::names())
+        image.add(name + QStringLiteral(".service"), GoldenPlan(name).unit);
+    QVERIFY(image.count() >= 5);
+    // A caller's words are written as they are, those in which systemd finds no assignment, too.
+    for (const QString &complaint : image.complaints())
+        QVERIFY2(image.placeOf(complaint).second == QLatin1String("Environment"),
+                 qPrintable(complaint));
+}
+
+void TestVerifiedFiles::writesGoldenPoliciesThatAreXml()
+{
+    int policies = 0;
+    for (const QString &name : GoldenPlan::names()) {
+        const GoldenPlan golden(name);
+        if (golden.policy.isEmpty())
+            continue;
+        QCOMPARE(elementsOf(golden.policy),
+                 policyElements(golden.hints.value(QStringLiteral("User")).toString(),
+                                golden.hints.value(QStringLiteral("DBusService")).toString()));
+        ++policies;
+    }
+    QVERIFY(policies > 0);
+}
+
+void TestVerifiedFiles::rendersUnitsThatSystemdTakes()
+{
+    Image image;
+    int plain = 0;
+    // Keys of each unit for which systemd may blame a caller's or a declarer's words.
+    QMap<QString, QStringList> oddKeys;
+    for (const Start &start : qAsConst(starts)) {
+        const QString name = Core::unitNameOf(start.task.taskId.toString());
+        image.add(name, start.plan.unit());
+        QStringList &keys = oddKeys[name];
+        keys = start.request.unitSettings.keys() + QStringList{QStringLiteral("Environment")};
+        if (start.request.cpuLimit < 0)
+            keys.append(QStringLiteral("LimitCPU"));
+        // systemd advises against that user, and yet it is one.
+        if (start.request.user == QStringLiteral("nobody"))
+            keys.append(QStringLiteral("User"));
+        // Without its command line there is no unit.
+        if (meansMore(start.task.exec + start.request.params.join(QLatin1Char(' '))
+                      + start.request.permissions.join(QLatin1Char(' '))))
+            keys += QStringList{QStringLiteral("ExecStart"), QString()};
+        else
+            ++plain;
+    }
+    qInfo("%d units, %d of them with plain words", image.count(), plain);
+    QVERIFY(image.count() >= fewestUnits);
+    QVERIFY(plain >= fewestPlainUnits);
+    for (const QString &complaint : image.complaints()) {
+        // Says so and takes it.
+        if (complaint.startsWith(QLatin1String("Accepting user/group name")))
+            continue;
+        const auto [unit, key] = image.placeOf(complaint);
+        QVERIFY2(oddKeys.value(unit).contains(key), qPrintable(complaint));
+    }
+}
+
+void TestVerifiedFiles::rendersPoliciesThatAreXml()
+{
+    int policies = 0;
+    for (const Start &start : qAsConst(starts)) {
+        if (!start.plan.policy)
+            continue;
+        QCOMPARE(elementsOf(*start.plan.policy),
+                 policyElements(*start.request.user, *start.request.busName));
+        ++policies;
+    }
+    QVERIFY(policies >= 10);
+}
+
+QTEST_GUILESS_MAIN(TestVerifiedFiles)
+#include "tst_verified_files.moc"
