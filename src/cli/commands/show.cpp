@@ -69,11 +69,6 @@ private:
     const int m_width;
 };
 
-QString placed(const QString &file, int line)
-{
-    return line > 0 ? QStringLiteral("%1:%2").arg(file).arg(line) : file;
-}
-
 void addDeclaration(Lines &lines, const Shown &shown)
 {
     if (!shown.isDeclared()) {
@@ -82,7 +77,7 @@ void addDeclaration(Lines &lines, const Shown &shown)
         return;
     }
     const TaskDeclaration &declaration = shown.declaration;
-    lines.add(QStringLiteral("Declared"), placed(declaration.task.file, declaration.line));
+    lines.add(QStringLiteral("Declared"), placeOf(declaration.task.file, declaration.line));
     for (const DeclaredKey &key : declaration.keys)
         lines.add(key.name,
                   key.line > 0 ? QStringLiteral("%1 (line %2)").arg(key.value).arg(key.line)
