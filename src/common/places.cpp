@@ -59,8 +59,9 @@ Places Places::ofEnvironment()
 Places Places::below(const QString &root)
 {
     Places places;
-    const QString clean = QDir::cleanPath(root);
-    places.root = clean == QLatin1String("/") ? QString() : clean;
+    const QString absolute =
+        root.isEmpty() ? QString() : QDir::cleanPath(QDir(root).absolutePath());
+    places.root = absolute == QLatin1String("/") ? QString() : absolute;
     places.programRoot = places.root;
     for (const char *data : {"/usr/local/share", "/usr/share"}) {
         const QString folder = places.root + QLatin1String(data);

@@ -19,7 +19,8 @@ struct Places
     static void setOfProcess(const Places &places);
     /// The same of a mounted image or a staging tree: everything is below its root, in the places
     /// where a system service looks.
-    /// @param root an absolute path; empty and "/" both mean this system.
+    /// @param root a path, taken from the working directory when it is relative; empty and "/" both
+    /// mean this system.
     [[nodiscard]] static Places below(const QString &root);
 
     /// In front of packages, overrides, units, policies, autostart settings and /proc; empty for

@@ -17,6 +17,7 @@ private Q_SLOTS:
     void areTheFrameworksOwnForTheDaemon();
     void takeTheRootFromTheEnvironment();
     void areAllBelowTheRootOfAnImage();
+    void areThoseOfTheWorkingDirectoryBelowARelativeRoot();
     void areTheEnvironmentsUntilSomebodySetsThem();
     void findTheFirstFile();
     void followLinksAsTheImageWould_data();
@@ -84,6 +85,20 @@ void TestPlaces::areAllBelowTheRootOfAnImage()
     QCOMPARE(places.configFolder, QStringLiteral("/image/root/.config"));
     // As they are named in a command line that runs inside the image.
     QCOMPARE(places.permissionFolders.constFirst(), QStringLiteral("/etc/sailjail/permissions/"));
+}
+
+void TestPlaces::areThoseOfTheWorkingDirectoryBelowARelativeRoot()
+{
+    const QTemporaryDir directory;
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(directory.path()));
+    const Places places = Places::below(QStringLiteral("image"));
+    const QString image = QDir::current().filePath(QStringLiteral("image"));
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(places.root, image);
+    QCOMPARE(places.programRoot, image);
+    // So that links are followed as in the image.
+    QVERIFY(places.systemAutostartFolder().startsWith(places.programRoot + QLatin1Char('/')));
 }
 
 void TestPlaces::areTheEnvironmentsUntilSomebodySetsThem()
