@@ -6,16 +6,25 @@
 #include <QJsonDocument>
 #include <QProcess>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 
 namespace Cli {
 
 namespace {
 
-void write(FILE *file, const QByteArray &bytes)
+// False when not everything could be written.
+bool write(FILE *file, const QByteArray &bytes)
 {
-    (void)fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), file);
-    (void)fflush(file);
+    const auto size = static_cast<size_t>(bytes.size());
+    const bool isWritten = fwrite(bytes.constData(), 1, size, file) == size && fflush(file) == 0;
+    // Nobody reads any more. The signal was ignored by the bus library, or by who started the tool.
+    if (!isWritten && errno == EPIPE) {
+        (void)std::signal(SIGPIPE, SIG_DFL);
+        (void)std::raise(SIGPIPE);
+    }
+    return isWritten;
 }
 
 QByteArray textOf(const QStringList &lines)
@@ -35,9 +44,15 @@ Output::Output(bool isJson, bool mayPage)
 {
 }
 
+void Output::write(const QByteArray &text)
+{
+    if (!Cli::write(stdout, text))
+        m_isWhole = false;
+}
+
 void Output::print(const QJsonObject &object)
 {
-    write(stdout, QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n');
+    write(QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n');
 }
 
 void Output::print(const Table &table) { print(table.lines(m_terminal.width)); }
@@ -47,15 +62,15 @@ void Output::print(const QStringList &lines)
     const QByteArray text = textOf(lines);
     const bool isLong = m_terminal.isThere() && lines.size() >= m_terminal.height;
     if (!isLong || !m_mayPage || !page(text))
-        write(stdout, text);
+        write(text);
 }
 
-void Output::printEvent(const QString &line) { write(stdout, line.toUtf8() + '\n'); }
+void Output::printEvent(const QString &line) { write(line.toUtf8() + '\n'); }
 
 void Output::startAnew()
 {
     if (m_terminal.isThere()) {
-        write(stdout, QByteArrayLiteral("\033[H\033[2J"));
+        write(QByteArrayLiteral("\033[H\033[2J"));
         // It may have another size by now.
         m_terminal = Terminal::ofStandardOutput();
     }
@@ -71,7 +86,7 @@ QString Output::coloured(const QString &text, Colour colour) const
 
 int Output::fail(int status, const QString &text)
 {
-    write(stderr, "orvanectl: " + printable(text).toUtf8() + '\n');
+    (void)Cli::write(stderr, "orvanectl: " + printable(text).toUtf8() + '\n');
     return status;
 }
 

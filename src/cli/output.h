@@ -25,6 +25,8 @@ public:
     Output(bool isJson, bool mayPage);
 
     [[nodiscard]] bool isJson() const { return m_isJson; }
+    /// Whether everything that was printed could be written.
+    [[nodiscard]] bool isWhole() const { return m_isWhole; }
     [[nodiscard]] const Terminal &terminal() const { return m_terminal; }
 
     /// Prints an object as one line.
@@ -47,10 +49,12 @@ public:
     static int fail(const Client::Outcome &outcome);
 
 private:
+    void write(const QByteArray &text);
     [[nodiscard]] bool page(const QByteArray &text) const;
 
     const bool m_isJson;
     const bool m_mayPage;
+    bool m_isWhole = true;
     Terminal m_terminal;
 };
 

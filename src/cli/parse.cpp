@@ -52,7 +52,7 @@ void addOption(ParsedCommand &command, const Option &option)
     const std::string help = option.help.toStdString();
     CLI::Option *added = nullptr;
     if (option.value.isEmpty()) {
-        added = command.parser->add_flag(name, help);
+        added = command.parser->add_flag(name, help)->disable_flag_override();
     } else {
         added = command.parser->add_option(name, *newPlace(command), help);
         // One word each time: what follows is the next argument.
@@ -118,12 +118,26 @@ Request requestOf(const ParsedCommand &command)
     return request;
 }
 
+// What the library says of an option's value that is missing, is there twice or is not wanted.
+QString plain(const QString &line)
+{
+    const QString option = line.section(QLatin1Char(':'), 0, 0);
+    if (line.contains(QLatin1String(": At Most 1 required but received ")))
+        return QStringLiteral("%1 may be given once").arg(option);
+    if (line.contains(QLatin1String(": 1 required ")) && line.endsWith(QLatin1String(" missing")))
+        return QStringLiteral("%1 wants a value").arg(option);
+    const int switchEnd = line.indexOf(QLatin1String(" was given a disallowed flag override"));
+    if (switchEnd > 0)
+        return QStringLiteral("--%1 takes no value").arg(line.left(switchEnd));
+    return line;
+}
+
 QString lineOf(const std::string &text)
 {
     const QString line = QString::fromStdString(text).simplified();
     const int words = line.indexOf(QLatin1String(" not expected: "));
     if (words < 0)
-        return line;
+        return plain(line);
     const QStringList unexpected =
         line.mid(line.indexOf(QLatin1Char(':'), words) + 2).split(QLatin1Char(' '));
     for (const QString &word : unexpected) {

@@ -7,6 +7,9 @@
 #include "common/places.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
+
+#include <optional>
 
 namespace Cli {
 
@@ -28,6 +31,41 @@ int complain(const Parsed &parsed)
                         QStringLiteral("%1; try: orvanectl%2 --help").arg(parsed.complaint, which));
 }
 
+// The places of the command; nothing when it asks for a root that is no directory, below which
+// everything would look as if it were in order.
+std::optional<Places> placesFor(const Request &request)
+{
+    const QString option = QStringLiteral("root");
+    if (!request.has(option))
+        return Places::ofEnvironment();
+    const QString root = request.value(option);
+    return QFileInfo(root).isDir() ? std::optional<Places>(Places::below(root)) : std::nullopt;
+}
+
+int runCommand(const Command &command, const Request &request, Output &output)
+{
+    const std::optional<Places> places = placesFor(request);
+    if (!places)
+        return Output::fail(WrongUsage,
+                            QStringLiteral("there is no directory \"%1\"; name one with --root")
+                                .arg(request.value(QStringLiteral("root"))));
+    Places::setOfProcess(*places);
+    return command.run(request, output);
+}
+
+int carryOut(const Parsed &parsed, Output &output)
+{
+    if (parsed.wantsVersion) {
+        output.printEvent(QStringLiteral("orvanectl ") + QCoreApplication::applicationVersion());
+        return Done;
+    }
+    if (parsed.wantsHelp) {
+        output.print(parsed.command == nullptr ? toolHelp() : commandHelp(*parsed.command));
+        return Done;
+    }
+    return runCommand(*parsed.command, parsed.request, output);
+}
+
 } // namespace
 
 int runTool(const QStringList &words)
@@ -38,17 +76,12 @@ int runTool(const QStringList &words)
         return complain(parsed);
     Output output(parsed.request.has(QStringLiteral("json")),
                   !parsed.request.has(QStringLiteral("no-pager")));
-    if (parsed.wantsVersion) {
-        output.printEvent(QStringLiteral("orvanectl ") + QCoreApplication::applicationVersion());
-        return Done;
-    }
-    if (parsed.wantsHelp) {
-        output.print(parsed.command == nullptr ? toolHelp() : commandHelp(*parsed.command));
-        return Done;
-    }
-    const QString root = parsed.request.value(QStringLiteral("root"));
-    Places::setOfProcess(root.isEmpty() ? Places::ofEnvironment() : Places::below(root));
-    return parsed.command->run(parsed.request, output);
+    const int status = carryOut(parsed, output);
+    if (output.isWhole())
+        return status;
+    return Output::fail(No,
+                        QStringLiteral("not everything could be written; look at where standard "
+                                       "output goes"));
 }
 
 } // namespace Cli

@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 #include <QTest>
 
 namespace {
@@ -60,6 +61,9 @@ private Q_SLOTS:
     void saysWhyAStartIsRefused();
     void refusesAWrongLine_data();
     void refusesAWrongLine();
+    void refusesARootThatIsNoDirectory_data();
+    void refusesARootThatIsNoDirectory();
+    void saysThatItCouldNotWrite();
     void rendersWhatAStartWouldWrite();
     void rendersOrigins();
     void rendersNothingWhenAStartWouldBeRefused_data();
@@ -309,6 +313,40 @@ void TestOrvanectl::refusesAWrongLine()
     QCOMPARE(output.out, QByteArray());
     QCOMPARE(output.errors.count('\n'), 1);
     QVERIFY2(output.errors.contains("--help"), output.errors.constData());
+}
+
+void TestOrvanectl::refusesARootThatIsNoDirectory_data()
+{
+    QTest::addColumn<QString>("root");
+    QTest::newRow("nothing is there") << QStringLiteral("/nowhere");
+    QTest::newRow("a file") << QStringLiteral("/etc/passwd");
+}
+
+void TestOrvanectl::refusesARootThatIsNoDirectory()
+{
+    QFETCH(QString, root);
+    for (const char *command : {"tasks", "lint", "doctor", "types"}) {
+        const ToolOutput output =
+            stage->runTool({QString::fromLatin1(command), QStringLiteral("--root=") + root});
+        QCOMPARE(output.status, 2);
+        QCOMPARE(output.out, QByteArray());
+        QCOMPARE(output.errors,
+                 "orvanectl: there is no directory \"" + root.toUtf8()
+                     + "\"; name one with --root\n");
+    }
+}
+
+void TestOrvanectl::saysThatItCouldNotWrite()
+{
+    QProcess shell;
+    shell.start(QStringLiteral("/bin/sh"),
+                {QStringLiteral("-c"), QStringLiteral("exec \"$0\" lint --list-rules >/dev/full"),
+                 ToolProcess::program()});
+    QVERIFY(shell.waitForFinished());
+    QCOMPARE(shell.exitCode(), 1);
+    QCOMPARE(shell.readAllStandardError(),
+             QByteArray("orvanectl: not everything could be written; look at where standard output "
+                        "goes\n"));
 }
 
 void TestOrvanectl::rendersWhatAStartWouldWrite()

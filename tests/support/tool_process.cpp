@@ -2,8 +2,6 @@
 
 namespace {
 
-QString tool() { return qEnvironmentVariable("ORVANECTL", QStringLiteral(ORVANECTL)); }
-
 // A word of a shell's line.
 QString quoted(QString word)
 {
@@ -13,14 +11,20 @@ QString quoted(QString word)
 
 } // namespace
 
+QString ToolProcess::program()
+{
+    return qEnvironmentVariable("ORVANECTL", QStringLiteral(ORVANECTL));
+}
+
 ToolProcess::ToolProcess(const QStringList &environment, const QStringList &arguments)
 {
-    start(tool(), environment, arguments);
+    start(program(), environment, arguments);
 }
 
 ToolProcess::ToolProcess(const QStringList &environment, const QStringList &arguments, int columns)
 {
-    QString line = QStringLiteral("stty cols %1 rows 24; exec %2").arg(columns).arg(quoted(tool()));
+    QString line =
+        QStringLiteral("stty cols %1 rows 24; exec %2").arg(columns).arg(quoted(program()));
     for (const QString &argument : arguments)
         line += QLatin1Char(' ') + quoted(argument);
     start(QStringLiteral("script"), environment,

@@ -26,6 +26,8 @@ public:
     ~ToolProcess();
     Q_DISABLE_COPY(ToolProcess)
 
+    /// The tool that is run.
+    [[nodiscard]] static QString program();
     [[nodiscard]] bool hasEnded() const { return m_process.state() == QProcess::NotRunning; }
     /// What it has left so far.
     [[nodiscard]] ToolOutput output();

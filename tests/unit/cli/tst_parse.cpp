@@ -74,7 +74,11 @@ void TestParse::complains_data()
     QTest::newRow("no number") << QStringLiteral("start t --weight much")
                                << QStringLiteral("--weight: much is not a number");
     QTest::newRow("a value missing")
-        << QStringLiteral("start t --user") << QStringLiteral("--user: 1 required USER missing");
+        << QStringLiteral("start t --user") << QStringLiteral("--user wants a value");
+    QTest::newRow("a value that may be there once") << QStringLiteral("start t --user a --user b")
+                                                    << QStringLiteral("--user may be given once");
+    QTest::newRow("a switch with a value")
+        << QStringLiteral("tasks --json=false") << QStringLiteral("--json takes no value");
 }
 
 void TestParse::complains()
