@@ -1,5 +1,7 @@
 #include "cli/cures.h"
 
+#include "common/places.h"
+
 #include <QFileInfo>
 
 #include <algorithm>
@@ -22,9 +24,12 @@ QString quoted(const QString &word)
     return QLatin1Char('\'') + inside + QLatin1Char('\'');
 }
 
+// The file of an image that is meant, and not the one of this system that a link names.
+QString real(const QString &file) { return Places::ofProcess().real(file); }
+
 QString edited(const QString &file, const QString &script)
 {
-    return commandOf({QStringLiteral("sed"), QStringLiteral("-i"), script, file});
+    return commandOf({QStringLiteral("sed"), QStringLiteral("-i"), script, real(file)});
 }
 
 // A text as sed's commands take one: a backslash means a sign of its own there.
@@ -54,6 +59,22 @@ QString systemctl(const char *verb, const QString &unit)
     return commandOf({QStringLiteral("systemctl"), QString::fromLatin1(verb), unit});
 }
 
+QString makingFolders(const QStringList &folders)
+{
+    return commandOf(QStringList{QStringLiteral("install"), QStringLiteral("-d"),
+                                 QStringLiteral("-m"), QStringLiteral("755")}
+                     + folders);
+}
+
+QString reinstalling(const QString &package)
+{
+    const QString program = QStringLiteral("apt-get");
+    return QFileInfo::exists(QStringLiteral("/usr/bin/") + program)
+        ? commandOf({program, QStringLiteral("install"), QStringLiteral("--reinstall"),
+                     QStringLiteral("--yes"), package})
+        : QString();
+}
+
 QString replacingLine(const QString &file, int line, const QString &text)
 {
     return edited(file, QStringLiteral("%1c\\%2").arg(line).arg(forSed(text)));
@@ -76,11 +97,11 @@ QString moving(const QString &from, const QString &to)
 
 QString appending(const QString &file, const QStringList &lines)
 {
-    const QString folder = QFileInfo(file).path();
+    const QString folder = QFileInfo(real(file)).path();
     const QString make = commandOf({QStringLiteral("mkdir"), QStringLiteral("-p"), folder});
     const QString print =
         commandOf(QStringList{QStringLiteral("printf"), QStringLiteral("%s\\n")} + lines)
-        + QStringLiteral(" >> ") + quoted(file);
+        + QStringLiteral(" >> ") + quoted(real(file));
     return QFileInfo(folder).isDir() ? print : inTurn(make, print);
 }
 

@@ -16,6 +16,11 @@ namespace Cli {
 /// "systemctl VERB UNIT".
 [[nodiscard]] QString systemctl(const char *verb, const QString &unit);
 
+/// Makes folders, those on the way to them included.
+[[nodiscard]] QString makingFolders(const QStringList &folders);
+/// Installs the files of a package again; empty where it is not known how.
+[[nodiscard]] QString reinstalling(const QString &package);
+
 /// Puts a text in the place of a file's line.
 [[nodiscard]] QString replacingLine(const QString &file, int line, const QString &text);
 /// Puts a line behind another.

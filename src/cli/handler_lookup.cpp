@@ -31,11 +31,12 @@ QUrl uriIn(const QString &word)
 }
 
 // Where it says so: a type and its wildcard are in the same line of the entry.
-FoundHandler declared(const Core::UriHandler &handler, const Core::ApplicationCatalogue &catalogue)
+FoundHandler declared(const Core::UriHandler &handler, const Core::ApplicationCatalogue &catalogue,
+                      const Places &places)
 {
     const QString file = catalogue.applications().value(handler.application).desktopFilePath();
-    const int line =
-        KeyFileLines::ofFile(file).of(QStringLiteral("Desktop Entry"), QStringLiteral("MimeType"));
+    const int line = KeyFileLines::ofFile(places.real(file))
+                         .of(QStringLiteral("Desktop Entry"), QStringLiteral("MimeType"));
     return {handler, file, line};
 }
 
@@ -67,7 +68,7 @@ QVector<FoundHandler> handlersOf(const Openable &openable, const Places &places)
             found.append(
                 {handler, Core::mimeappsListPath(places), handlers.lineOfDefault(handler.type)});
         else
-            found.append(declared(handler, catalogue));
+            found.append(declared(handler, catalogue, places));
     }
     return found;
 }

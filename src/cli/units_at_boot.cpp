@@ -10,14 +10,15 @@ namespace Cli {
 
 QStringList unitsAtBoot(const Places &places)
 {
-    const QDir folder(places.unitFolder());
+    const QDir folder(places.real(places.unitFolder()));
     QStringList units;
-    const QStringList wishes = folder.entryList(
-        {QStringLiteral("*.wants"), QStringLiteral("*.requires")}, QDir::Dirs, QDir::Name);
+    const QStringList wishes =
+        folder.entryList({QStringLiteral("*.wants"), QStringLiteral("*.requires")},
+                         QDir::Dirs | QDir::System, QDir::Name);
     for (const QString &wish : wishes) {
         // Also the links that lead to nothing here: in an image they are absolute.
-        const QStringList links =
-            QDir(folder.filePath(wish)).entryList({taskUnitPattern()}, QDir::Files | QDir::System);
+        const QStringList links = QDir(places.real(folder.filePath(wish)))
+                                      .entryList({taskUnitPattern()}, QDir::Files | QDir::System);
         for (const QString &link : links) {
             const QFileInfo unit(folder.filePath(link));
             // One that is masked is a link.

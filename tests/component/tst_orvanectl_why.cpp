@@ -168,7 +168,8 @@ void TestOrvanectlWhy::enableAutostart() const
                       "[com.example.Notes]\nautostart=false\n");
     stage->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/4242.conf"),
                       "[com.example.Notes|4242]\nautostart=true\n");
-    stage->root.write(QStringLiteral("/usr/lib/systemd/user/orvane-launcher.service"), "");
+    stage->root.write(QStringLiteral("/usr/lib/systemd/user/orvane-launcher.service"),
+                      "[Service]\n");
     stage->root.write(
         QStringLiteral("/usr/lib/systemd/user/default.target.wants/orvane-launcher.service"), "");
 }

@@ -86,10 +86,10 @@ Gate activationGate(const Examined &examined)
     const QString consequence = QStringLiteral("the bus does not start the daemon when it is "
                                                "called");
     const QString hands = QStringLiteral("SystemdService=") + daemonUnit();
-    if (!QFileInfo::exists(file))
+    if (!QFileInfo::exists(examined.places.real(file)))
         return {name, Gate::No, file + QStringLiteral(" is missing"),
                 consequence + QStringLiteral("; it comes with Orvane's package")};
-    if (!readForeignFile(file).text.contains(hands.toUtf8()))
+    if (!readForeignFile(examined.places.real(file)).text.contains(hands.toUtf8()))
         return {name, Gate::No, QStringLiteral("%1 has no %2").arg(file, hands), consequence};
     if (examined.isLive() && !examined.answers())
         return notAsked(name, file);

@@ -4,9 +4,8 @@
 #include "cli/doctor/unit_file.h"
 #include "cli/no_findings.h"
 #include "cli/task_units.h"
+#include "cli/units_at_boot.h"
 #include "common/autostart/settings.h"
-
-#include <QDir>
 
 #include <algorithm>
 
@@ -17,20 +16,9 @@ namespace {
 QVector<TaskAtBoot> tasksAtBoot(const Places &places)
 {
     QVector<TaskAtBoot> tasks;
-    const QDir units(places.unitFolder());
-    // Wherever its unit was made to start with; most with multi-user.target.
-    for (const QString &wants :
-         units.entryList({QStringLiteral("*.wants"), QStringLiteral("*.requires")}, QDir::Dirs)) {
-        const QStringList links =
-            QDir(units.filePath(wants))
-                .entryList({taskUnitPattern()}, QDir::Files | QDir::System, QDir::Name);
-        for (const QString &unit : links) {
-            const QString user = wordsOfUnit(unit, QStringLiteral("User"), places.root).value(0);
-            const QString file = unitFileOf(unit, UnitKind::System, places.root);
-            // A link may lead nowhere; then it is what there is to mend.
-            const QString link = units.filePath(wants) + QLatin1Char('/') + unit;
-            tasks.append({taskIdOfUnit(unit), user, file.isEmpty() ? link : file});
-        }
+    for (const QString &unit : unitsAtBoot(places)) {
+        const QString user = wordsOfUnit(unit, QStringLiteral("User"), places.root).value(0);
+        tasks.append({taskIdOfUnit(unit), user, unitFileOf(unit, UnitKind::System, places.root)});
     }
     return tasks;
 }

@@ -1,3 +1,4 @@
+#include "cli/cures.h"
 #include "cli/declared_tasks.h"
 #include "cli/doctor/gates.h"
 
@@ -22,9 +23,8 @@ struct WrittenFolder
 // A folder that was missing when the daemon started is not among those that it may write into.
 QString making(const QString &path, const Examined &examined)
 {
-    const QString made = QStringLiteral("install -d -m 755 ") + path;
-    return examined.isLive() ? made + QStringLiteral(" && systemctl try-restart ") + daemonUnit()
-                             : made;
+    const QString made = makingFolders({examined.places.real(path)});
+    return examined.isLive() ? inTurn(made, systemctl("try-restart", daemonUnit())) : made;
 }
 
 bool isReadOnly(const QString &path)
@@ -61,10 +61,12 @@ Gate liveGateOf(const WrittenFolder &folder, const Examined &examined)
                 folder.path + QStringLiteral(" is on a file system that is mounted read-only"),
                 folder.consequence};
     if (!belongsToRoot(folder.path)) {
-        return {folder.gate, Gate::No,
-                folder.path + QStringLiteral(" does not belong to root, or root may not write"),
-                folder.consequence,
-                QStringLiteral("chown root:root %1 && chmod u+w %1").arg(folder.path)};
+        return {
+            folder.gate, Gate::No,
+            folder.path + QStringLiteral(" does not belong to root, or root may not write"),
+            folder.consequence,
+            inTurn(commandOf({QStringLiteral("chown"), QStringLiteral("root:root"), folder.path}),
+                   commandOf({QStringLiteral("chmod"), QStringLiteral("u+w"), folder.path}))};
     }
     if (!isWritableForUnit(folder.path, examined.live->daemonUnit)) {
         return {folder.gate, Gate::No,
@@ -77,7 +79,7 @@ Gate liveGateOf(const WrittenFolder &folder, const Examined &examined)
 
 Gate gateOf(const WrittenFolder &folder, const Examined &examined)
 {
-    if (!QFileInfo(folder.path).isDir())
+    if (!QFileInfo(examined.places.real(folder.path)).isDir())
         return {folder.gate, Gate::No, folder.path + QStringLiteral(" is no directory"),
                 folder.consequence, making(folder.path, examined)};
     return examined.isLive() ? liveGateOf(folder, examined)
@@ -119,7 +121,7 @@ Gate mimeGate(const Examined &examined)
     const QString name = QStringLiteral("MIME database");
     const QString folder = examined.places.root + QStringLiteral("/usr/share/mime");
     for (const char *file : {"/mime.cache", "/packages/freedesktop.org.xml"}) {
-        if (QFileInfo::exists(folder + QLatin1String(file)))
+        if (QFileInfo::exists(examined.places.real(folder + QLatin1String(file))))
             return {name, Gate::Yes, folder + QLatin1String(file)};
     }
     return {name, Gate::No, folder + QStringLiteral(" has no types"),
@@ -129,10 +131,7 @@ Gate mimeGate(const Examined &examined)
 
 QString reinstalling(const QString &package, const Examined &examined)
 {
-    const bool isDebian = QFileInfo::exists(QStringLiteral("/usr/bin/apt-get"));
-    return isDebian && examined.isLive()
-        ? QStringLiteral("apt-get install --reinstall --yes ") + package
-        : QString();
+    return examined.isLive() ? reinstalling(package) : QString();
 }
 
 } // namespace Cli

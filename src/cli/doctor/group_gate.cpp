@@ -1,3 +1,4 @@
+#include "cli/cures.h"
 #include "cli/doctor/gates.h"
 #include "cli/doctor/unit_file.h"
 #include "cli/task_groups.h"
@@ -46,9 +47,11 @@ bool isGroup(const QString &name, const Examined &examined)
 QString adding(const QStringList &groups, const QString &root)
 {
     QStringList commands;
-    const QString prefix = root.isEmpty() ? QString() : QStringLiteral("--prefix %1 ").arg(root);
+    const QStringList prefix =
+        root.isEmpty() ? QStringList() : QStringList{QStringLiteral("--prefix"), root};
     for (const QString &group : groups)
-        commands.append(QStringLiteral("groupadd %1--system %2").arg(prefix, group));
+        commands.append(commandOf(QStringList{QStringLiteral("groupadd")} + prefix
+                                  + QStringList{QStringLiteral("--system"), group}));
     return commands.join(QStringLiteral(" && "));
 }
 

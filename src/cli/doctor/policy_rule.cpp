@@ -3,7 +3,6 @@
 #include "common/places.h"
 #include "files/foreign_file.h"
 
-#include <QDir>
 #include <QXmlStreamReader>
 
 namespace Cli {
@@ -23,9 +22,9 @@ bool isAbout(const QString &name, const QXmlStreamAttributes &rule)
     return own == name || own == QLatin1String("*");
 }
 
-void take(PolicyRule &rule, const QString &name, const QString &file)
+void take(PolicyRule &rule, const QString &name, const QString &file, const Places &places)
 {
-    QXmlStreamReader xml(readForeignFile(file).text);
+    QXmlStreamReader xml(readForeignFile(places.real(file)).text);
     bool isRoots = false;
     while (!xml.atEnd()) {
         if (xml.readNext() != QXmlStreamReader::StartElement)
@@ -50,10 +49,8 @@ PolicyRule ruleForOwning(const QString &name, const Places &places)
 {
     PolicyRule rule;
     for (const QString &folder : policyFolders(places)) {
-        const QStringList files =
-            QDir(folder).entryList({QStringLiteral("*.conf")}, QDir::Files, QDir::Name);
-        for (const QString &file : files)
-            take(rule, name, folder + QLatin1Char('/') + file);
+        for (const QString &file : places.filesIn(folder, QStringLiteral("*.conf")))
+            take(rule, name, folder + QLatin1Char('/') + file, places);
     }
     return rule;
 }

@@ -1,3 +1,4 @@
+#include "cli/cures.h"
 #include "cli/doctor/gates.h"
 #include "files/path_below.h"
 #include "service/Core/program_file.h"
@@ -16,7 +17,7 @@ Gate sandboxGate(const Examined &examined, const Trial &trial)
                 reinstalling(QStringLiteral("firejail"), examined)};
     if (!Core::isExecutable(file))
         return {name, Gate::No, file + QStringLiteral(" is not executable"), consequence,
-                QStringLiteral("chmod a+x ") + file};
+                commandOf({QStringLiteral("chmod"), QStringLiteral("a+x"), file})};
     return {name, Gate::Yes, file};
 }
 
@@ -40,13 +41,12 @@ Gate emptyFoldersGate(const Examined &examined, const Trial &trial)
     QStringList missing;
     for (const QString &path : trial.emptyFolders()) {
         if (!QFileInfo(pathBelow(examined.places.programRoot, path)).isDir())
-            missing.append(examined.places.programRoot + path);
+            missing.append(pathBelow(examined.places.programRoot, path));
     }
     if (missing.isEmpty())
         return {name, Gate::Yes, trial.emptyFolders().join(QStringLiteral(", "))};
     return {name, Gate::No, missing.join(QStringLiteral(", ")) + QStringLiteral(": no directory"),
-            QStringLiteral("tasks see what others share there"),
-            QStringLiteral("install -d -m 755 ") + missing.join(QLatin1Char(' '))};
+            QStringLiteral("tasks see what others share there"), makingFolders(missing)};
 }
 
 } // namespace Cli

@@ -1,3 +1,4 @@
+#include "cli/cures.h"
 #include "cli/doctor/gates.h"
 #include "cli/doctor/unit_file.h"
 
@@ -20,12 +21,12 @@ struct AskedUnit
 };
 
 // systemctl for the system or the image that is examined.
-QString systemctl(const QString &command, const Examined &examined)
+QString systemctl(const QStringList &words, const Examined &examined)
 {
-    const QString root = examined.isLive() || examined.places.root.isEmpty()
-        ? QString()
-        : QStringLiteral("--root=%1 ").arg(examined.places.root);
-    return QStringLiteral("systemctl ") + root + command;
+    const QStringList root = examined.isLive() || examined.places.root.isEmpty()
+        ? QStringList()
+        : QStringList{QStringLiteral("--root=") + examined.places.root};
+    return commandOf(QStringList{QStringLiteral("systemctl")} + root + words);
 }
 
 Gate missing(const AskedUnit &asked)
@@ -37,7 +38,7 @@ Gate missing(const AskedUnit &asked)
 Gate masked(const AskedUnit &asked, const Examined &examined)
 {
     return {asked.gate, Gate::No, asked.unit + QStringLiteral(" is masked"), asked.consequence,
-            systemctl(QStringLiteral("unmask ") + asked.unit, examined)};
+            systemctl({QStringLiteral("unmask"), asked.unit}, examined)};
 }
 
 Gate gateOfFile(const AskedUnit &asked, const Examined &examined)
@@ -97,7 +98,7 @@ Gate prepareBindsGate(const Examined &examined, const Trial &trial)
     if (gate.answer != Gate::Yes || facts.activeState == QLatin1String("active"))
         return gate;
     return {asked.gate, Gate::No, QStringLiteral("%1 is %2").arg(asked.unit, facts.activeState),
-            asked.consequence, QStringLiteral("systemctl restart ") + asked.unit};
+            asked.consequence, Cli::systemctl("restart", asked.unit)};
 }
 
 Gate userManagerGate(const Examined &examined)
@@ -121,11 +122,11 @@ Gate sessionStartGate(const Examined &examined)
                 consequence + QStringLiteral("; it comes with Orvane's package")};
     if (isMasked(file, root))
         return {name, Gate::No, unit + QStringLiteral(" is masked"), consequence,
-                systemctl(QStringLiteral("--global unmask ") + unit, examined)};
+                systemctl({QStringLiteral("--global"), QStringLiteral("unmask"), unit}, examined)};
     const QString wants = QStringLiteral("default.target.wants/") + unit;
     if (unitFileOf(wants, UnitKind::User, root).isEmpty())
         return {name, Gate::No, unit + QStringLiteral(" is not enabled"), consequence,
-                systemctl(QStringLiteral("--global enable ") + unit, examined)};
+                systemctl({QStringLiteral("--global"), QStringLiteral("enable"), unit}, examined)};
     return {name, Gate::Yes, file};
 }
 

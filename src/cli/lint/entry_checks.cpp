@@ -278,7 +278,7 @@ void checkEntry(const Core::ApplicationInfo &entry, const KnownPlaces &places, C
 {
     if (!entry.isValid())
         return;
-    const EntryFile file(entry.desktopFilePath());
+    const EntryFile file(entry.desktopFilePath(), places);
     checkId(entry, file, findings);
     for (const Core::ApplicationInfo::TaskInfo &task : entry.tasks())
         checkTask(task, file, places, findings);

@@ -1,5 +1,6 @@
 #include "cli/lint/entry_text.h"
 
+#include "cli/lint/known_places.h"
 #include "files/foreign_file.h"
 
 #include <algorithm>
@@ -127,10 +128,16 @@ int EntryText::lineOf(const QString &group, const QString &key) const
 
 int EntryText::firstLineOfOtherBytes() const { return Cli::firstLineOfOtherBytes(m_text); }
 
+EntryFile::EntryFile(const QString &path, const KnownPlaces &places)
+    : m_path(path)
+    , m_realPath(places.real(path))
+{
+}
+
 const EntryText &EntryFile::text() const
 {
     if (!m_text)
-        m_text.emplace(readForeignFile(m_path).text);
+        m_text.emplace(readForeignFile(m_realPath).text);
     return *m_text;
 }
 

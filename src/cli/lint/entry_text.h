@@ -9,6 +9,8 @@
 
 namespace Cli {
 
+class KnownPlaces;
+
 /// A key of a desktop entry, or a group's header. The texts are parts of the file's.
 struct EntryLine
 {
@@ -47,16 +49,16 @@ private:
 class EntryFile
 {
 public:
-    explicit EntryFile(const QString &path)
-        : m_path(path)
-    {
-    }
+    /// @param path as it is told of.
+    /// @param places what it is part of: an image's links lead to files of the image.
+    EntryFile(const QString &path, const KnownPlaces &places);
     [[nodiscard]] const QString &path() const { return m_path; }
     /// Empty when it cannot be read.
     [[nodiscard]] const EntryText &text() const;
 
 private:
     const QString m_path;
+    const QString m_realPath;
     mutable std::optional<EntryText> m_text;
 };
 

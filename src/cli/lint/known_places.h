@@ -23,6 +23,11 @@ public:
 
     explicit KnownPlaces(QVector<Places> places);
 
+    /// Where a file of the first place really is: see Places::real().
+    [[nodiscard]] QString real(const QString &path) const
+    {
+        return m_places.constFirst().real(path);
+    }
     [[nodiscard]] bool hasTaskType(const QString &name) const;
     [[nodiscard]] bool hasPermission(const QString &name) const;
     /// @param path an absolute path, as a task names its program.

@@ -2,6 +2,7 @@
 
 #include "cli/accounts.h"
 #include "cli/cures.h"
+#include "cli/doctor/gates.h"
 #include "cli/no_findings.h"
 #include "cli/words.h"
 #include "common/autostart/settings.h"
@@ -75,7 +76,7 @@ Gate launchGate(const Question &question)
                 own.isEmpty() ? QString()
                               : moving(own, QFileInfo(own).path() + QLatin1Char('/') + name)};
     }
-    const MDesktopEntry entry(file);
+    const MDesktopEntry entry(question.places.real(file));
     const QString id = entry.appOrgname() + QLatin1Char('.') + entry.appName();
     if (entry.type() == QLatin1String("Link"))
         return {gate, Gate::Yes, QStringLiteral("%1 is a link to %2").arg(file, entry.url())};
@@ -84,32 +85,14 @@ Gate launchGate(const Question &question)
     return {gate, Gate::No, QStringLiteral("%1 declares \"%2\"").arg(file, id), consequence};
 }
 
-QString launcherUnit() { return QStringLiteral("orvane-launcher.service"); }
-
 Gate launcherGate(const Question &question)
 {
-    const QString gate = QStringLiteral("launcher");
-    const QString &root = question.places.root;
-    const QString chosen = root + QStringLiteral("/etc/systemd/user/") + launcherUnit();
-    const QString shipped = root + QStringLiteral("/usr/lib/systemd/user/") + launcherUnit();
-    const QString consequence = QStringLiteral("Nothing starts with anybody's session.");
-    const auto global = [](const char *verb) {
-        return commandOf({QStringLiteral("systemctl"), QStringLiteral("--global"),
-                          QString::fromLatin1(verb), launcherUnit()});
-    };
-    if (QFileInfo(chosen).symLinkTarget() == QLatin1String("/dev/null"))
-        return {gate, Gate::No, QStringLiteral("%1 is masked for every user").arg(launcherUnit()),
-                consequence, question.isLive ? global("unmask") : QString()};
-    if (!QFileInfo::exists(shipped) && !QFileInfo::exists(chosen))
-        return {gate, Gate::No, QStringLiteral("there is no %1").arg(shipped), consequence};
-    for (const char *folder : {"/etc/systemd/user", "/usr/lib/systemd/user"}) {
-        const QString link = root + QString::fromLatin1(folder)
-            + QStringLiteral("/default.target.wants/") + launcherUnit();
-        if (QFileInfo(link).isSymLink() || QFileInfo::exists(link))
-            return {gate, Gate::Yes, link};
-    }
-    return {gate, Gate::No, QStringLiteral("no session wants %1").arg(launcherUnit()), consequence,
-            question.isLive ? global("enable") : QString()};
+    Examined examined{question.places, {}};
+    if (question.isLive)
+        examined.live = SystemFacts();
+    Gate gate = sessionStartGate(examined);
+    gate.name = QStringLiteral("launcher");
+    return gate;
 }
 
 } // namespace

@@ -1,4 +1,6 @@
 #include "cli/cures.h"
+#include "cli/doctor/gates.h"
+#include "cli/doctor/policy_rule.h"
 #include "cli/sandbox_files.h"
 #include "cli/why/live_gates.h"
 #include "cli/why/log_words.h"
@@ -33,12 +35,11 @@ Gate rightGate(const LiveFacts &facts)
     if (caller.uid == 0)
         return {gate, Gate::Yes, QStringLiteral("you are root")};
     if (facts.daemonUnit.isEmpty())
-        return {
-            gate, Gate::NotKnown,
-            QStringLiteral("systemd does not tell which groups %1 names").arg(daemonUnitName())};
+        return {gate, Gate::NotKnown,
+                QStringLiteral("systemd does not tell which groups %1 names").arg(daemonUnit())};
     const auto groups = groupsThatMayStart(facts.daemonUnit);
     if (!groups)
-        return {gate, Gate::Yes, QStringLiteral("%1 lets everybody").arg(daemonUnitName())};
+        return {gate, Gate::Yes, QStringLiteral("%1 lets everybody").arg(daemonUnit())};
     const QString names = groups->join(QStringLiteral(", "));
     if (!caller.groups.isEmpty())
         return {
@@ -46,7 +47,7 @@ Gate rightGate(const LiveFacts &facts)
             QStringLiteral("%1 is in the group %2").arg(caller.name, caller.groups.constFirst())};
     return {gate, Gate::No,
             QStringLiteral("ORVANE_TASK_GROUPS of %1 is \"%2\"; %3 is not in it")
-                .arg(daemonUnitName(), names, caller.name),
+                .arg(daemonUnit(), names, caller.name),
             QStringLiteral("A start by %1 is refused with AccessDenied; root may start it.")
                 .arg(caller.name),
             groups->isEmpty() ? QString() : joining(caller, groups->constFirst())};
@@ -59,12 +60,6 @@ Gate busGate(const LiveFacts &facts)
         return {gate, Gate::Yes, QStringLiteral("the system bus answers")};
     return {gate, Gate::No, facts.busProblem, QStringLiteral("Nobody can ask for a start."),
             QStringLiteral("systemctl start dbus.socket dbus.service")};
-}
-
-// The folders of the bus's policies, in the order in which it reads them.
-QStringList policyFolders(const Places &places)
-{
-    return {places.root + QStringLiteral("/usr/share/dbus-1/system.d"), places.policyFolder()};
 }
 
 // The command that brings back the policy which lets the daemon have its name; empty where it is
@@ -105,7 +100,7 @@ Gate policyGate(const Question &question, const LiveFacts &facts)
 QString stateText(const QVariantMap &unit)
 {
     return QStringLiteral("%1 is %2, %3 (%4)")
-        .arg(daemonUnitName(), textIn(unit, "LoadState"), textIn(unit, "ActiveState"),
+        .arg(daemonUnit(), textIn(unit, "LoadState"), textIn(unit, "ActiveState"),
              textIn(unit, "SubState"));
 }
 
@@ -117,21 +112,20 @@ Gate daemonGate(const LiveFacts &facts)
     if (!facts.hasBus())
         return noBus(gate);
     if (textIn(unit, "LoadState") == QLatin1String("masked"))
-        return {gate, Gate::No, stateText(unit), consequence,
-                systemctl("unmask", daemonUnitName())};
+        return {gate, Gate::No, stateText(unit), consequence, systemctl("unmask", daemonUnit())};
     if (facts.daemonIsOwned)
         return {gate, Gate::Yes,
                 unit.isEmpty() ? QStringLiteral("%1 is owned").arg(Names::service())
                                : stateText(unit)};
     if (textIn(unit, "ActiveState") == QLatin1String("failed"))
         return {gate, Gate::No, stateText(unit) + wordsOf(facts.daemonLog), consequence,
-                systemctl("restart", daemonUnitName())};
+                systemctl("restart", daemonUnit())};
     if (!facts.daemonIsActivatable) {
         return {gate, Gate::No,
                 QStringLiteral("nobody owns %1, and the bus cannot start it").arg(Names::service()),
                 consequence,
                 textIn(unit, "LoadState") == QLatin1String("loaded")
-                    ? systemctl("start", daemonUnitName())
+                    ? systemctl("start", daemonUnit())
                     : QString()};
     }
     return {gate, Gate::NotKnown,
@@ -161,7 +155,7 @@ Gate refusedAnswer(const QString &gate, const Question &question, const LiveFact
             appending(typeFile(question),
                       {QStringLiteral("[TaskType]"), QStringLiteral("WorksInSession=false")});
     } else if (!question.isOfSession()) {
-        shut.cure = systemctl("restart", daemonUnitName());
+        shut.cure = systemctl("restart", daemonUnit());
     }
     return shut;
 }
@@ -196,7 +190,7 @@ Gate listedGate(const Question &question, const LiveFacts &facts)
             QStringLiteral("the answer does not list it, whose entry is %1").arg(file),
             QStringLiteral("Who answers has other folders than you, or has not read it yet."),
             isElsewhere ? commandOf({QStringLiteral("cp"), file, folder})
-                        : systemctl("restart", daemonUnitName())};
+                        : systemctl("restart", daemonUnit())};
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "cli/why/entry_search.h"
 #include "cli/why/findings.h"
 #include "cli/words.h"
+#include "common/places.h"
 #include "files/foreign_file.h"
 #include "plan/unit_checks.h"
 
@@ -38,8 +39,8 @@ struct IdPart
 
 QVector<IdPart> idPartsOf(const QString &file, const QString &application)
 {
-    const KeyFileLines lines = KeyFileLines::ofFile(file);
-    const MDesktopEntry entry(file);
+    const KeyFileLines lines = KeyFileLines::ofFile(Places::ofProcess().real(file));
+    const MDesktopEntry entry(Places::ofProcess().real(file));
     const Core::ApplicationId wanted(application);
     const auto lineOf = [&](const QString &key) { return lines.of(sandboxGroup(), key); };
     const QString organisation = QStringLiteral("OrganizationName");
@@ -138,7 +139,7 @@ QString headerCure(const QString &file, const QByteArray &text)
 // The command that writes a key into the main group, in the place of what is there.
 QString settingOf(const QString &file, const QString &key, const QString &value)
 {
-    const KeyFileLines lines = KeyFileLines::ofFile(file);
+    const KeyFileLines lines = KeyFileLines::ofFile(Places::ofProcess().real(file));
     const int line = lines.of(mainGroup(), key);
     return line > 0 ? replacingLine(file, line, setting(key, value))
                     : addingLine(file, lines.of(mainGroup()), setting(key, value));
@@ -146,9 +147,9 @@ QString settingOf(const QString &file, const QString &key, const QString &value)
 
 Gate invalidEntry(const QString &name, const QString &file, const QString &application)
 {
-    const ForeignFile content = readForeignFile(file);
+    const ForeignFile content = readForeignFile(Places::ofProcess().real(file));
     const KeyFileLines lines(content.text);
-    const MDesktopEntry entry(file);
+    const MDesktopEntry entry(Places::ofProcess().real(file));
     Gate gate{name, Gate::No, file + QStringLiteral(": "),
               QString::fromLatin1(Core::Rules::entryInvalid.sentence)};
     if (content.state != ForeignFile::Read) {

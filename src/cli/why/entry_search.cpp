@@ -2,7 +2,6 @@
 
 #include "common/places.h"
 
-#include <QDirIterator>
 #include <QFileInfo>
 
 #include <mdesktopentry.h>
@@ -13,17 +12,18 @@ namespace {
 
 QString fileNameOf(const QString &application) { return application + QStringLiteral(".desktop"); }
 
-bool isMeant(const QString &file, const QString &application)
+bool isMeant(const QString &file, const QString &application, const Places &places)
 {
-    const MDesktopEntry entry(file);
+    const MDesktopEntry entry(places.real(file));
     return QFileInfo(file).fileName() == fileNameOf(application)
         || Core::ApplicationId(entry.appOrgname(), entry.appName()).toString() == application;
 }
 
-EntryCandidate amongInvalid(const QString &application, const Core::ApplicationCatalogue &catalogue)
+EntryCandidate amongInvalid(const QString &application, const Core::ApplicationCatalogue &catalogue,
+                            const Places &places)
 {
     for (const QString &file : catalogue.invalidFiles()) {
-        if (isMeant(file, application))
+        if (isMeant(file, application, places))
             return {EntryCandidate::NotValid, file};
     }
     return {};
@@ -44,10 +44,7 @@ EntryCandidate elsewhere(const QString &application, const Places &places)
 {
     const QString name = fileNameOf(application);
     for (const QString &folder : places.applicationFolders) {
-        QDirIterator files(folder, {name + QLatin1Char('*')}, QDir::Files,
-                           QDirIterator::Subdirectories);
-        while (files.hasNext()) {
-            const QString file = files.next();
+        for (const QString &file : places.filesBelow(folder, {name + QLatin1Char('*')})) {
             const QString target = folder + QLatin1Char('/') + name;
             if (file != target)
                 return {EntryCandidate::Elsewhere, file, target};
@@ -61,7 +58,7 @@ EntryCandidate elsewhere(const QString &application, const Places &places)
 EntryCandidate candidateFor(const QString &application, const Core::ApplicationCatalogue &catalogue,
                             const Places &places)
 {
-    EntryCandidate found = amongInvalid(application, catalogue);
+    EntryCandidate found = amongInvalid(application, catalogue, places);
     if (found.kind == EntryCandidate::None)
         found = amongOthers(application, catalogue);
     if (found.kind == EntryCandidate::None)

@@ -1,5 +1,6 @@
 #include "cli/why/live_facts.h"
 
+#include "cli/doctor/gates.h"
 #include "cli/systemd.h"
 #include "cli/task_groups.h"
 #include "cli/task_units.h"
@@ -51,7 +52,7 @@ void askSystemd(const QDBusConnection &bus, const Question &question, LiveFacts 
 {
     Systemd systemd(bus);
     const QString unit = unitNameOf(question.id);
-    const QStringList paths{objectOfUnit(daemonUnitName()), objectOfUnit(unit)};
+    const QStringList paths{objectOfUnit(daemonUnit()), objectOfUnit(unit)};
     const auto [properties] = Client::waitFor<QVector<QVariantMap>>(
         [&](const auto &done) { systemd.properties(paths, done); });
     facts.daemonUnit = properties.value(0);
@@ -94,8 +95,6 @@ Caller callerAmong(const QStringList &groups)
 
 } // namespace
 
-QString daemonUnitName() { return QStringLiteral("orvane.service"); }
-
 QString textIn(const QVariantMap &properties, const char *name)
 {
     return properties.value(QString::fromLatin1(name)).toString();
@@ -125,7 +124,7 @@ LiveFacts gatherFacts(const Question &question)
     facts.daemonIsOwned = bus.interface()->isServiceRegistered(Names::service());
     facts.daemonIsActivatable = isThere(bus, Names::service());
     askSystemd(bus, question, facts);
-    facts.daemonLog = lastLogLines(daemonUnitName(), logLineCount, noRoot);
+    facts.daemonLog = lastLogLines(daemonUnit(), logLineCount, noRoot);
     facts.caller = callerAmong(groupsThatMayStart(facts.daemonUnit).value_or(QStringList()));
     if (!facts.policy.busName.isEmpty())
         facts.ownerOfName = bus.interface()->servicePid(facts.policy.busName).value();

@@ -68,7 +68,4 @@ struct LiveFacts
 /// A property that is a text; empty when it is not there.
 [[nodiscard]] QString textIn(const QVariantMap &properties, const char *name);
 
-/// The unit of the daemon.
-[[nodiscard]] QString daemonUnitName();
-
 } // namespace Cli

@@ -96,7 +96,7 @@ Gate sandboxGate(const Question &question)
     const QString consequence = QStringLiteral("A task fails as soon as it is started.");
     if (program.path.isEmpty())
         return {gate, Gate::No, QStringLiteral("there is no %1").arg(program.expected), consequence,
-                question.isLive ? QStringLiteral("apt-get install firejail") : QString()};
+                question.isLive ? reinstalling(QStringLiteral("firejail")) : QString()};
     const QString obstacle =
         obstacleTo(program.path, Access::Execute, runnerOf(question), question.places.programRoot);
     if (!obstacle.isEmpty())

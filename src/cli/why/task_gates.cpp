@@ -137,7 +137,8 @@ QVector<Core::Finding> findingsOf(const Question &question)
         return {};
     const DeclaredTask &task = question.declaration.task;
     Collected found;
-    checkTask(task, EntryFile(task.file), KnownPlaces({question.places}), found);
+    const KnownPlaces places({question.places});
+    checkTask(task, EntryFile(task.file, places), places, found);
     return found.sorted();
 }
 

@@ -1,6 +1,8 @@
 #include "cli/cures.h"
+#include "common/places.h"
 #include "support/temp_root.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QTest>
 
@@ -16,6 +18,7 @@ private Q_SLOTS:
     void replacesALineByAnyText();
     void addsAndDeletesLines();
     void movesAndAppends();
+    void changesTheFileOfAnImage();
 
 private:
     // What a shell makes of a command.
@@ -92,6 +95,22 @@ void TestCures::movesAndAppends()
     const QString fresh = QStringLiteral("/not/there/yet");
     QCOMPARE(run(Cli::appending(root.path(fresh), {QStringLiteral("x")})), QByteArray());
     QCOMPARE(root.read(fresh), QByteArray("x\n"));
+}
+
+// A link of an image leads to another file for the shell than in the image.
+void TestCures::changesTheFileOfAnImage()
+{
+    const TempRoot root;
+    const QString entry = QStringLiteral("/usr/share/applications/a.desktop");
+    const QString target = QStringLiteral("/usr/share/entries/a.desktop");
+    root.write(target, "old\n");
+    QVERIFY(QFile::link(target, root.path(entry)));
+    Places::setOfProcess(Places::below(root.path()));
+    const QString file = root.path(entry);
+    QCOMPARE(run(Cli::replacingLine(file, 1, QStringLiteral("new"))), QByteArray());
+    QCOMPARE(run(Cli::appending(file, {QStringLiteral("more")})), QByteArray());
+    Places::setOfProcess(Places());
+    QCOMPARE(root.read(target), QByteArray("new\nmore\n"));
 }
 
 QTEST_GUILESS_MAIN(TestCures)

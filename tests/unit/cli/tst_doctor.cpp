@@ -113,6 +113,8 @@ private Q_SLOTS:
     void findsNothingMissingInACompleteImage();
     void findsWhatAnImageLacks_data();
     void findsWhatAnImageLacks();
+    void looksAtNothingOutsideAnImage();
+    void printsCommandsThatKeepEachWordOne();
     void judgesWhatTheSystemAnswers_data();
     void judgesWhatTheSystemAnswers();
     void knowsLittleWithoutTheBus();
@@ -250,6 +252,46 @@ void TestDoctor::findsWhatAnImageLacks()
              qPrintable(shut.evidence));
     QVERIFY(!shut.consequence.isEmpty());
     QCOMPARE(shut.cure, cure.replace(text("ROOT"), root.path()));
+}
+
+void TestDoctor::looksAtNothingOutsideAnImage()
+{
+    TempRoot system;
+    fill(system);
+    TempRoot root;
+    fill(root);
+    const QStringList linked{text("/etc/systemd/system"), text("/etc/dbus-1/system.d"),
+                             text("/usr/share/dbus-1"), text("/usr/share/mime")};
+    for (const QString &folder : linked) {
+        removeFolder(root, folder.toLatin1().constData());
+        link(root, folder.toLatin1().constData(), system.path(folder).toUtf8().constData());
+    }
+    QCOMPARE(namesWith(Gate::No, Cli::checkImage(placesOfImage(root))),
+             QStringList({text("bus policy"), text("bus activation"), text("unit folder"),
+                          text("policy folder"), text("MIME database")}));
+}
+
+void TestDoctor::printsCommandsThatKeepEachWordOne()
+{
+    const TempRoot folder;
+    const QString image = folder.path(text("/an image; reboot"));
+    QVERIFY(QDir().mkpath(image + text("/usr/lib/systemd/system/")));
+    folder.write(text("/an image; reboot") + text(daemonFile),
+                 "[Service]\nEnvironment=ORVANE_TASK_GROUPS=$(reboot)\n");
+    QVERIFY(QFile::link(text("/dev/null"), image + text("/usr/lib/systemd/system/user@.service")));
+    const Places places = Places::below(image);
+    Places::setOfProcess(places);
+    QStringList cures;
+    for (Gate gate : Cli::checkImage(places)) {
+        if (!gate.cure.isEmpty())
+            cures.append(gate.cure.replace(image, text("IMAGE")));
+    }
+    QCOMPARE(cures.join(QLatin1Char('\n')),
+             text("groupadd --prefix 'IMAGE' --system '$(reboot)'\n"
+                  "install -d -m 755 'IMAGE/etc/systemd/system'\n"
+                  "install -d -m 755 'IMAGE/etc/dbus-1/system.d'\n"
+                  "install -d -m 755 'IMAGE/srv/shared/empty' 'IMAGE/usr/share/common/empty'\n"
+                  "systemctl '--root=IMAGE' unmask user@.service"));
 }
 
 void TestDoctor::judgesWhatTheSystemAnswers_data()

@@ -16,6 +16,7 @@ private Q_SLOTS:
     void areNoneWithoutAUnit();
     void areNoneThatAreMasked();
     void areOnlyThoseOfTasks();
+    void areThoseOfTheImageWhereverItsLinksLead();
 
 private:
     [[nodiscard]] static QStringList of(const TempRoot &root)
@@ -72,6 +73,24 @@ void TestUnitsAtBoot::areOnlyThoseOfTasks()
     const QString folder = QStringLiteral("/etc/systemd/system/");
     root.write(folder + QStringLiteral("ssh.service"), "[Service]\n");
     root.write(folder + QStringLiteral("multi-user.target.wants/ssh.service"), {});
+    QCOMPARE(of(root), QStringList());
+}
+
+void TestUnitsAtBoot::areThoseOfTheImageWhereverItsLinksLead()
+{
+    const TempRoot system;
+    system.startAtBoot(QStringLiteral("com.example.Host.task_x"));
+    const TempRoot root;
+    root.startAtBoot(id());
+    const QString units = QStringLiteral("/etc/systemd/system");
+    const auto linkUnits = [&](const QString &target) {
+        return QFile::link(target, root.path(units));
+    };
+    QVERIFY(QDir().rename(root.path(units), root.path(QStringLiteral("/etc/units"))));
+    QVERIFY(linkUnits(QStringLiteral("/etc/units")));
+    QCOMPARE(of(root), QStringList{unit()});
+    root.remove(units);
+    QVERIFY(linkUnits(system.path(units)));
     QCOMPARE(of(root), QStringList());
 }
 
