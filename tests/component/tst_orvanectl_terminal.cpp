@@ -150,9 +150,11 @@ QStringList TestOrvanectlTerminal::shownBy(const QString &line, const QString &u
 {
     const auto tool = stage->startToolInTerminal(
         words(line) + QStringList(QStringLiteral("--no-pager")), columns);
-    // top and watch go on until they are ended.
-    (void)Stage::waitUntil(
-        [&] { return tool->hasEnded() || QString::fromUtf8(tool->output().out).contains(until); });
+    const bool goesOn = line == QLatin1String("top") || line == QLatin1String("watch");
+    (void)Stage::waitUntil([&] {
+        return tool->hasEnded()
+            || (goesOn && QString::fromUtf8(tool->output().out).contains(until));
+    });
     return linesIn(tool->output().out);
 }
 
