@@ -221,7 +221,7 @@ void TaskManager::stop(const QString &id, const Callback &callback)
 
 QList<TaskRecord> TaskManager::tasks() const { return d->records.all().values(); }
 
-QList<TaskRecord> TaskManager::runningTasks(const QString &taskType) const
+RunningTasks TaskManager::runningTasks(const QString &taskType) const
 {
     return d->records.running(taskType);
 }

@@ -43,8 +43,8 @@ public:
     void stop(const QString &id, const Callback &callback);
     /// All records, in task id order.
     [[nodiscard]] QList<TaskRecord> tasks() const;
-    /// Those of a type that run, in task id order.
-    [[nodiscard]] QList<TaskRecord> runningTasks(const QString &taskType) const;
+    /// Those of a type that run. As long as the revision is the same, so is the list.
+    [[nodiscard]] RunningTasks runningTasks(const QString &taskType) const;
     /// Runs the callback once systemd's initial listings have arrived: at once if they have.
     void runWhenReady(const std::function<void()> &callback);
     /// Stops every task of a removed application; failures are logged when they arrive.

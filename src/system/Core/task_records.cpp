@@ -12,7 +12,12 @@ TaskRecords::TaskRecords(TypeLookup typeOf)
 {
 }
 
-const TaskRecord *TaskRecords::findOrCreate(const QString &unitName) { return recordOf(unitName); }
+const TaskRecord *TaskRecords::findOrCreate(const QString &unitName)
+{
+    const TaskRecord *record = recordOf(unitName);
+    lookUpTypes();
+    return record;
+}
 
 void TaskRecords::setState(const QString &unitName, TaskRecord::State state)
 {
@@ -34,7 +39,7 @@ TaskRecord *TaskRecords::recordOf(const QString &unitName)
     TaskRecord &record = m_records[taskId];
     if (record.taskId.isEmpty()) {
         record.taskId = taskId;
-        record.taskType = m_typeOf(taskId);
+        m_untyped.insert(taskId);
     }
     return &record;
 }
@@ -45,8 +50,10 @@ bool TaskRecords::applyProperties(const QString &unitName, const QVariantMap &pr
     if (record == m_records.end())
         return false;
     const auto mainPid = properties.constFind(Systemd::mainPid());
-    if (mainPid != properties.constEnd())
+    if (mainPid != properties.constEnd() && record->mainPid != mainPid->toInt()) {
         record->mainPid = mainPid->toInt();
+        listRecord(*record);
+    }
     // systemd reports both states together, so a sub-state that comes alone says nothing new.
     const auto activeState = properties.constFind(Systemd::activeState());
     if (activeState != properties.constEnd())
@@ -58,20 +65,69 @@ bool TaskRecords::applyProperties(const QString &unitName, const QVariantMap &pr
 
 void TaskRecords::changeState(TaskRecord &record, TaskRecord::State state)
 {
+    if (record.state == state)
+        return;
     record.state = state;
-    if (state == TaskRecord::Running)
-        m_running.emplace(record.taskType, record.taskId);
-    else
-        m_running.erase({record.taskType, record.taskId});
+    listRecord(record);
 }
 
-QList<TaskRecord> TaskRecords::running(const QString &taskType) const
+void TaskRecords::listRecord(const TaskRecord &record)
 {
-    QList<TaskRecord> running;
-    for (auto task = m_running.lower_bound({taskType, QString()});
-         task != m_running.end() && task->first == taskType; ++task)
-        running.append(*m_records.constFind(task->second));
-    return running;
+    if (m_untyped.contains(record.taskId))
+        return;
+    const bool runs = record.state == TaskRecord::Running;
+    const auto known = m_running.find(record.taskType);
+    const bool wasListed = known != m_running.end() && known->ids.count(record.taskId) > 0;
+    if (!runs && !wasListed)
+        return;
+    OfType &type = m_running[record.taskType];
+    if (runs)
+        type.ids.insert(record.taskId);
+    else
+        type.ids.erase(record.taskId);
+    ++type.running.revision;
+    type.isStale = true;
+}
+
+void TaskRecords::lookUpTypes()
+{
+    const auto untyped = std::exchange(m_untyped, {});
+    for (const QString &taskId : untyped) {
+        TaskRecord &record = m_records[taskId];
+        record.taskType = m_typeOf(taskId);
+        listRecord(record);
+    }
+}
+
+const QMap<QString, TaskRecord> &TaskRecords::all()
+{
+    lookUpTypes();
+    return m_records;
+}
+
+QStringList TaskRecords::runningUnits() const
+{
+    QStringList units;
+    for (const TaskRecord &record : m_records) {
+        if (record.state == TaskRecord::Running)
+            units.append(unitNameOf(record.taskId));
+    }
+    return units;
+}
+
+RunningTasks TaskRecords::running(const QString &taskType)
+{
+    lookUpTypes();
+    const auto type = m_running.find(taskType);
+    if (type == m_running.end())
+        return {};
+    if (type->isStale) {
+        type->running.tasks.clear();
+        for (const QString &taskId : type->ids)
+            type->running.tasks.append(*m_records.constFind(taskId));
+        type->isStale = false;
+    }
+    return type->running;
 }
 
 TaskRecord::State TaskRecords::stateOf(const QString &activeState, const QString &subState)

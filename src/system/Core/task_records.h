@@ -1,13 +1,15 @@
 #pragma once
 
-#include <QList>
+#include <QHash>
 #include <QMap>
+#include <QSet>
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
+#include <QVector>
 
 #include <functional>
 #include <set>
-#include <utility>
 
 namespace Core {
 
@@ -27,8 +29,18 @@ struct TaskRecord
     qint32 mainPid = -1;
 };
 
+/// The running tasks of a type, as they were when they were asked for.
+struct RunningTasks
+{
+    /// In task id order.
+    QVector<TaskRecord> tasks;
+    /// Another number after each change of the list.
+    quint64 revision = 0;
+};
+
 /// The table of task records, kept by task id, and the rules that turn what systemd reports into
-/// their state. Knows no bus.
+/// their state. What the listings and signals say is taken in without a look at types: knowing
+/// systemd's units does not wait for what applications declare. Knows no bus.
 class TaskRecords
 {
 public:
@@ -46,22 +58,38 @@ public:
     /// @return false when the name is no task unit's or no record of it exists.
     bool applyProperties(const QString &unitName, const QVariantMap &properties);
     /// All records in task id order.
-    [[nodiscard]] const QMap<QString, TaskRecord> &all() const { return m_records; }
-    /// The running tasks of a type in task id order. Costs nothing for those that do not run.
-    [[nodiscard]] QList<TaskRecord> running(const QString &taskType) const;
+    [[nodiscard]] const QMap<QString, TaskRecord> &all();
+    /// The units of the tasks that run. Looks up no type.
+    [[nodiscard]] QStringList runningUnits() const;
+    /// The running tasks of a type. Costs nothing for those that do not run, nor for a type whose
+    /// list has not changed.
+    [[nodiscard]] RunningTasks running(const QString &taskType);
 
     /// Running exactly when active and running.
     [[nodiscard]] static TaskRecord::State stateOf(const QString &activeState,
                                                    const QString &subState);
 
 private:
+    /// The running tasks of a type.
+    struct OfType
+    {
+        std::set<QString> ids;
+        RunningTasks running;
+        /// The list is older than the revision.
+        bool isStale = false;
+    };
+
     TaskRecord *recordOf(const QString &unitName);
     void changeState(TaskRecord &record, TaskRecord::State state);
+    /// Brings the list of its type up to date with a record.
+    void listRecord(const TaskRecord &record);
+    void lookUpTypes();
 
     TypeLookup m_typeOf;
     QMap<QString, TaskRecord> m_records;
-    /// Type and id of each running task.
-    std::set<std::pair<QString, QString>> m_running;
+    QHash<QString, OfType> m_running;
+    /// Ids of the records whose type has not been looked up.
+    QSet<QString> m_untyped;
 };
 
 } // namespace Core

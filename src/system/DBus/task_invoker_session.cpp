@@ -21,10 +21,14 @@ TaskInvokerSessionPrivate::TaskInvokerSessionPrivate(const QString &type,
 
 void TaskInvokerSessionPrivate::rebuildActiveTasks()
 {
-    activeTasks.clear();
-    const QList<Core::TaskRecord> records = Core::TaskManager::instance()->runningTasks(taskType);
-    for (const Core::TaskRecord &record : records)
-        activeTasks.append({record.taskId, record.mainPid, {}});
+    const Core::RunningTasks running = Core::TaskManager::instance()->runningTasks(taskType);
+    if (running.revision != activeTasksRevision) {
+        activeTasksRevision = running.revision;
+        activeTasks.clear();
+        activeTasks.reserve(running.tasks.size());
+        for (const Core::TaskRecord &record : running.tasks)
+            activeTasks.append({record.taskId, record.mainPid, {}});
+    }
     Q_EMIT q->activeTasksChanged();
 }
 

@@ -23,6 +23,8 @@ public:
     QDBusConnection connection;
     const QString taskType;
     QVector<Orvane::ActiveTask> activeTasks;
+    /// Of the running tasks that they were made of; none run at 0.
+    quint64 activeTasksRevision = 0;
     TaskInvokerSession *const q;
 };
 

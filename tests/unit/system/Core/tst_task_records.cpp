@@ -20,6 +20,8 @@ private Q_SLOTS:
     void keepsTheStateWithoutAnActiveState();
     void followsTheProcess();
     void listsWhatRunsOfAType();
+    void numbersTheChangesOfAList();
+    void looksTypesUpWhenSomebodyAsks();
     void ignoresUnitsWithoutARecord();
     void escapesUnitNames_data();
     void escapesUnitNames();
@@ -132,7 +134,8 @@ void TestTaskRecords::listsWhatRunsOfAType()
     };
     const auto running = [&records](const char *type) {
         QStringList ids;
-        for (const TaskRecord &record : records.running(QString::fromLatin1(type)))
+        const Core::RunningTasks list = records.running(QString::fromLatin1(type));
+        for (const TaskRecord &record : list.tasks)
             ids.append(record.taskId);
         return ids;
     };
@@ -153,7 +156,66 @@ void TestTaskRecords::listsWhatRunsOfAType()
                                      {QStringLiteral("SubState"), QStringLiteral("failed")}}));
     QVERIFY(records.applyProperties(unitOf("b1"), {{QStringLiteral("MainPID"), 7U}}));
     QCOMPARE(running("b"), QStringList{QStringLiteral("b1")});
-    QCOMPARE(records.running(QStringLiteral("b")).constFirst().mainPid, 7);
+    QCOMPARE(records.running(QStringLiteral("b")).tasks.constFirst().mainPid, 7);
+}
+
+void TestTaskRecords::numbersTheChangesOfAList()
+{
+    TaskRecords records([](const QString &taskId) { return taskId.left(1); });
+    const auto revision = [&records](const char *type) {
+        return records.running(QString::fromLatin1(type)).revision;
+    };
+    const QString a1 = QStringLiteral("ov_task.a1.service");
+    const QString b1 = QStringLiteral("ov_task.b1.service");
+    const QVariantMap runs{{QStringLiteral("ActiveState"), QStringLiteral("active")},
+                           {QStringLiteral("SubState"), QStringLiteral("running")}};
+    const QVariantMap ends{{QStringLiteral("ActiveState"), QStringLiteral("inactive")}};
+    records.findOrCreate(a1);
+    records.findOrCreate(b1);
+    QCOMPARE(revision("a"), 0U);
+    (void)records.applyProperties(a1, runs);
+    const quint64 running = revision("a");
+    QVERIFY(running != 0);
+    QCOMPARE(revision("b"), 0U);
+
+    // What changes nothing in the list, and what changes another one.
+    (void)records.applyProperties(a1, runs);
+    (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), -1}});
+    (void)records.applyProperties(b1, runs);
+    const QVector<TaskRecord> list = records.running(QStringLiteral("a")).tasks;
+    QCOMPARE(revision("a"), running);
+    // Nor is it made anew.
+    QVERIFY(list.constBegin() == records.running(QStringLiteral("a")).tasks.constBegin());
+
+    (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), 7U}});
+    const quint64 withProcess = revision("a");
+    QVERIFY(withProcess != running);
+    (void)records.applyProperties(a1, ends);
+    QVERIFY(revision("a") != withProcess);
+    const quint64 ended = revision("a");
+    // The process of a task that does not run is in no list.
+    (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), 8U}});
+    QCOMPARE(revision("a"), ended);
+}
+
+void TestTaskRecords::looksTypesUpWhenSomebodyAsks()
+{
+    int lookUps = 0;
+    TaskRecords records([&lookUps](const QString &) {
+        ++lookUps;
+        return QStringLiteral("Sync");
+    });
+    records.setState(QStringLiteral("ov_task.x.service"), TaskRecord::Running);
+    records.setEnabled(QStringLiteral("ov_task.y.service"), true);
+    (void)records.applyProperties(QStringLiteral("ov_task.x.service"),
+                                  {{QStringLiteral("MainPID"), 7U}});
+    QCOMPARE(records.runningUnits(), QStringList{QStringLiteral("ov_task.x.service")});
+    QCOMPARE(lookUps, 0);
+    const Core::RunningTasks running = records.running(QStringLiteral("Sync"));
+    QCOMPARE(running.tasks.size(), 1);
+    QCOMPARE(running.tasks.constFirst().mainPid, 7);
+    QCOMPARE(records.all().value(QStringLiteral("y")).taskType, QStringLiteral("Sync"));
+    QCOMPARE(lookUps, 2);
 }
 
 void TestTaskRecords::ignoresUnitsWithoutARecord()
