@@ -6,11 +6,10 @@
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
 #include <QTimer>
 
-#include <limits>
 #include <memory>
+#include <utility>
 
 namespace Cli {
 
@@ -18,6 +17,9 @@ namespace {
 
 // The bus grants a connection 128 answers that it waits for.
 constexpr int callsAtOnce = 64;
+
+// As long as the bus library waits by itself.
+constexpr int patienceMs = 25000;
 
 QString service() { return QStringLiteral("org.freedesktop.systemd1"); }
 
@@ -104,7 +106,7 @@ QVector<UnitProcess> processesIn(const QDBusMessage &reply)
 Systemd::Systemd(const QDBusConnection &bus, QObject *parent)
     : QObject(parent)
     , m_bus(bus)
-    , m_calls(bus, callsAtOnce, std::numeric_limits<int>::max())
+    , m_calls(bus, {callsAtOnce, callsAtOnce, callsAtOnce})
 {
 }
 
@@ -115,9 +117,9 @@ void Systemd::call(const QDBusMessage &message, const Reply &callback)
         QTimer::singleShot(0, this, [callback] { callback(QDBusMessage()); });
         return;
     }
-    // The queue never refuses: it has no limit of its own here.
-    (void)m_calls.call(
-        message, -1, [callback](QDBusPendingCallWatcher *watcher) { callback(watcher->reply()); });
+    DBus::CallQueue::Call call{message, callback};
+    call.sendBy = call.answerBy = QDeadlineTimer(patienceMs);
+    m_calls.call(std::move(call));
 }
 
 void Systemd::callAll(const QVector<QDBusMessage> &messages, const Replies &callback)

@@ -2,6 +2,7 @@
 
 #include "common/DBus/open_call.h"
 #include "common/names.h"
+#include "system/Core/task_manager.h"
 #include "system/DBus/registrations.h"
 #include "system/DBus/task_invoker.h"
 
@@ -42,8 +43,6 @@ void answerOpenCalls(int limitMs)
     QCoreApplication::processEvents();
     while (DBus::OpenCall::count() > 0 && !deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    if (DBus::OpenCall::count() > 0)
-        qWarning() << "Leaving" << DBus::OpenCall::count() << "calls unanswered";
 }
 
 } // namespace
@@ -57,7 +56,14 @@ void leaveBus(QDBusConnection bus, const DBus::TaskInvoker &taskInvoker, Departu
     // Blocks until the bus has answered. It hands out messages in order, so every call that was
     // sent to the name before is an event here by then.
     bus.unregisterService(Names::service());
-    answerOpenCalls(patienceMs(departure));
+    answerOpenCalls(patienceMs(departure) / 2);
+    if (DBus::OpenCall::count() > 0) {
+        // They may wait for an answer of systemd that comes too late for them.
+        Core::TaskManager::instance()->sendWaiting();
+        answerOpenCalls(patienceMs(departure) / 2);
+    }
+    if (DBus::OpenCall::count() > 0)
+        qWarning() << "Leaving" << DBus::OpenCall::count() << "calls unanswered";
     const bool handedOn = DBus::keepRegistrations(bus, taskInvoker.registrations());
     // A client that came at the last moment waits for signals too, so somebody must send them.
     if (handedOn && departure == Departure::Idle)

@@ -38,6 +38,7 @@ private Q_SLOTS:
 
     void answersTheStartThatSystemdIsSlowWith_data();
     void answersTheStartThatSystemdIsSlowWith();
+    void startsWhatWaitsForASlowReload();
     void answersTheRegistrationThatTheUserServiceIsSlowWith();
     void stopsEveryTaskOfARemovedApplication();
     void doesNotWaitForEverWhenTold();
@@ -116,6 +117,21 @@ void TestLeaving::answersTheStartThatSystemdIsSlowWith()
     QCOMPARE(start.reply().arguments(), QVariantList{0});
     QVERIFY(waitForTheEnd());
     QCOMPARE(stage->daemon.exitStatus(), 0);
+}
+
+void TestLeaving::startsWhatWaitsForASlowReload()
+{
+    QVERIFY(stage->start(withRuntimeDirectory()));
+    QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    stage->systemd->hold(QStringLiteral("Reload"));
+    const QDBusPendingCall first = stage->client.asyncCall(Stage::startCall(task, hints));
+    const QDBusPendingCall second = stage->client.asyncCall(Stage::startCall(task, hints));
+    QVERIFY(Stage::waitUntil([&] { return first.isFinished(); }));
+    stage->daemon.sendSignal(SIGTERM);
+    QVERIFY(waitForTheEnd());
+    QVERIFY(Stage::waitUntil([&] { return second.isFinished(); }));
+    QCOMPARE(second.reply().arguments(), QVariantList{0});
+    QCOMPARE(membersOf(stage->systemd->calls).count(QStringLiteral("StartUnit")), 2);
 }
 
 void TestLeaving::answersTheRegistrationThatTheUserServiceIsSlowWith()

@@ -652,7 +652,7 @@ void TestStartStop::answersEachOfManyCallsOnce()
         QCOMPARE(call.reply().arguments(), QVariantList{0});
     }
     QCOMPARE(newCalls().count(method("StartUnit")), clients * callsOfEach);
-    QCOMPARE(newCalls().count(method("Reload")), clients * callsOfEach);
+    QCOMPARE(newCalls().constFirst(), method("Reload"));
 }
 
 void TestStartStop::startsWithoutAReplyWanted()

@@ -1,8 +1,10 @@
 #include "fakes/fake_systemd.h"
 
 #include <QDBusArgument>
+#include <QDBusError>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QDBusVariant>
 
 #include <utility>
 
@@ -189,11 +191,7 @@ bool FakeSystemd::handleMessage(const QDBusMessage &message, const QDBusConnecti
         return true;
     }
     if (message.member() == QLatin1String("Get")) {
-        const QString name = message.arguments().value(1).toString();
-        const QVariantMap known = propertiesAt(message.path());
-        m_bus.send(known.contains(name)
-                       ? message.createReply(QVariant::fromValue(QDBusVariant(known.value(name))))
-                       : message.createErrorReply(QDBusError::UnknownProperty, name));
+        answerGet(message);
         return true;
     }
     if (message.interface() != QLatin1String("org.freedesktop.systemd1.Manager"))
@@ -206,6 +204,15 @@ bool FakeSystemd::handleMessage(const QDBusMessage &message, const QDBusConnecti
     else
         answer(message);
     return true;
+}
+
+void FakeSystemd::answerGet(const QDBusMessage &call)
+{
+    ++propertyQuestions;
+    const QVariant value = propertiesAt(call.path()).value(call.arguments().value(1).toString());
+    m_bus.send(value.isValid()
+                   ? call.createReply(QVariant::fromValue(QDBusVariant(value)))
+                   : call.createErrorReply(QDBusError::UnknownProperty, QStringLiteral("none")));
 }
 
 void FakeSystemd::answer(const QDBusMessage &call)

@@ -33,6 +33,8 @@ public:
     QVector<Unit> units;
     /// What the properties of a unit are when they are asked for, by the unit's name.
     QHash<QString, QVariantMap> properties;
+    /// How often a single property of a unit was asked for.
+    int propertyQuestions = 0;
     /// How many processes a unit has, by its name.
     QHash<QString, int> processes;
     /// Path and state.
@@ -58,6 +60,7 @@ public:
 
 private:
     void answer(const QDBusMessage &call);
+    void answerGet(const QDBusMessage &call);
     [[nodiscard]] QVariantMap propertiesAt(const QString &path) const;
     QDBusMessage replyTo(const QDBusMessage &call) const;
 

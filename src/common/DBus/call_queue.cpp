@@ -1,62 +1,164 @@
 #include "common/DBus/call_queue.h"
 
+#include <QDBusError>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
 
+#include <algorithm>
+#include <limits>
 #include <utility>
+#include <vector>
 
 namespace DBus {
 
-CallQueue::CallQueue(const QDBusConnection &connection, int maxInFlight, int maxWaiting,
-                     QObject *parent)
+namespace {
+
+// The deadlines are this queue's own: the bus library would forget a call that the bus still
+// counts.
+constexpr int noTimeoutMs = std::numeric_limits<int>::max();
+
+QDBusMessage notSent()
+{
+    return QDBusMessage::createError(
+        QDBusError(QDBusError::Timeout, QStringLiteral("The call could not be sent in time")));
+}
+
+QDBusMessage notAnswered()
+{
+    return QDBusMessage::createError(
+        QDBusError(QDBusError::NoReply, QStringLiteral("The call was not answered in time")));
+}
+
+} // namespace
+
+CallQueue::CallQueue(const QDBusConnection &connection, const Limits &limits, QObject *parent)
     : QObject(parent)
     , m_connection(connection)
-    , m_maxInFlight(maxInFlight)
-    , m_maxWaiting(maxWaiting)
+    , m_limits(limits)
 {
+    m_expiry.setSingleShot(true);
+    connect(&m_expiry, &QTimer::timeout, this, &CallQueue::expire);
 }
 
-bool CallQueue::call(const QDBusMessage &message, int timeoutMs, Callback callback)
+CallQueue::~CallQueue() = default;
+
+void CallQueue::call(Call call)
 {
-    if (m_inFlight >= m_maxInFlight && m_waiting.size() >= static_cast<std::size_t>(m_maxWaiting))
-        return false;
-    m_waiting.push_back({message, timeoutMs, std::move(callback)});
+    watch(call.sendBy);
+    watch(call.answerBy);
+    m_waiting[call.lane].push_back(std::move(call));
     sendWaiting();
-    return true;
 }
 
-void CallQueue::send(const QDBusMessage &message)
+std::deque<CallQueue::Call> *CallQueue::nextLane()
 {
-    m_waiting.push_back({message, 0, nullptr});
-    sendWaiting();
+    for (std::size_t lane = 0; lane < m_waiting.size(); ++lane) {
+        if (!m_waiting[lane].empty() && m_unanswered.size() < std::size_t(m_limits[lane]))
+            return &m_waiting[lane];
+    }
+    return nullptr;
 }
 
 void CallQueue::sendWaiting()
 {
-    while (!m_waiting.empty() && (m_inFlight < m_maxInFlight || !m_waiting.front().callback)) {
-        const Entry entry = std::move(m_waiting.front());
-        m_waiting.pop_front();
-        dispatch(entry);
+    while (std::deque<Call> *lane = nextLane()) {
+        Call call = std::move(lane->front());
+        lane->pop_front();
+        if (call.sendBy.hasExpired())
+            m_tooLate.push_back(std::move(call));
+        else
+            dispatch(std::move(call));
+    }
+    // Not here: call() runs no callback.
+    if (!m_tooLate.empty())
+        m_expiry.start(0);
+}
+
+void CallQueue::dispatch(Call call)
+{
+    const quint64 number = ++m_lastNumber;
+    m_unanswered.insert({number, {std::move(call.answered), call.answerBy}});
+    auto *watcher =
+        new QDBusPendingCallWatcher(m_connection.asyncCall(call.message, noTimeoutMs), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, number](QDBusPendingCallWatcher *finished) {
+                finished->deleteLater();
+                finish(number, finished->reply());
+            });
+    if (call.left)
+        call.left(true);
+}
+
+void CallQueue::finish(quint64 number, const QDBusMessage &answer)
+{
+    const auto call = m_unanswered.find(number);
+    const Callback answered = std::move(call->second.answered);
+    m_unanswered.erase(call);
+    sendWaiting();
+    rest();
+    if (answered)
+        answered(answer);
+}
+
+void CallQueue::watch(const QDeadlineTimer &deadline)
+{
+    if (deadline.isForever())
+        return;
+    // The overall remaining time fits: deadlines are minutes.
+    const int remaining = static_cast<int>(deadline.remainingTime());
+    if (!m_expiry.isActive() || remaining < m_expiry.remainingTime())
+        m_expiry.start(remaining);
+}
+
+void CallQueue::expire()
+{
+    dropUnsent();
+    answerOverdue();
+    for (const auto &lane : m_waiting) {
+        for (const Call &call : lane)
+            watch(call.sendBy);
+    }
+    for (const auto &[number, call] : m_unanswered)
+        watch(call.answerBy);
+}
+
+void CallQueue::dropUnsent()
+{
+    std::vector<Call> dropped = std::exchange(m_tooLate, {});
+    for (auto &lane : m_waiting) {
+        const auto expired = std::stable_partition(
+            lane.begin(), lane.end(), [](const Call &call) { return !call.sendBy.hasExpired(); });
+        std::move(expired, lane.end(), std::back_inserter(dropped));
+        lane.erase(expired, lane.end());
+    }
+    for (const Call &call : dropped) {
+        if (call.left)
+            call.left(false);
+        call.answered(notSent());
     }
 }
 
-void CallQueue::dispatch(const Entry &entry)
+void CallQueue::answerOverdue()
 {
-    if (!entry.callback) {
-        // Marks the call as wanting no reply, so it does not count against the bus's limit.
-        m_connection.send(entry.message);
-        return;
+    std::vector<Callback> overdue;
+    for (auto &[number, call] : m_unanswered) {
+        if (!call.answerBy.hasExpired())
+            continue;
+        call.answerBy = QDeadlineTimer::Forever;
+        overdue.push_back(std::move(call.answered));
+        // A callback that has been moved from may still hold something.
+        call.answered = nullptr;
     }
-    ++m_inFlight;
-    auto *watcher =
-        new QDBusPendingCallWatcher(m_connection.asyncCall(entry.message, entry.timeoutMs), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, callback = entry.callback](QDBusPendingCallWatcher *finished) {
-                finished->deleteLater();
-                --m_inFlight;
-                sendWaiting();
-                callback(finished);
-            });
+    for (const Callback &answered : overdue)
+        answered(notAnswered());
+}
+
+void CallQueue::rest()
+{
+    const bool waits = std::any_of(m_waiting.cbegin(), m_waiting.cend(),
+                                   [](const auto &lane) { return !lane.empty(); });
+    if (!waits && m_tooLate.empty() && m_unanswered.empty())
+        m_expiry.stop();
 }
 
 } // namespace DBus

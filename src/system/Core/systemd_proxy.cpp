@@ -8,16 +8,19 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingReply>
+#include <QDBusVariant>
 
-#include <limits>
+#include <utility>
 
 namespace Core {
 
 namespace {
 
 // Part of the 128 outstanding replies that the bus grants a connection; the other parts belong to
-// forwarded calls and to calls of the bus itself.
-constexpr int maxCallsInFlight = 48;
+// forwarded calls and to calls of the bus itself. systemd works through its calls one by one, so
+// more of them at a time would not be faster. What is left to urgent calls lets a task be stopped
+// while systemd does not answer the starts of others.
+constexpr DBus::CallQueue::Limits maxCallsInFlight{48, 32, 8};
 
 // The records of a listing; empty when the call failed or answered with something else.
 template <typename Record>
@@ -35,7 +38,7 @@ SystemdProxyPrivate::SystemdProxyPrivate(SystemdProxy *proxy)
                              "org.freedesktop.systemd1.Manager", QDBusConnection::systemBus(),
                              nullptr)
     , q(proxy)
-    , calls(connection(), maxCallsInFlight, std::numeric_limits<int>::max())
+    , calls(connection(), maxCallsInFlight)
 {
 }
 
@@ -47,44 +50,54 @@ QDBusMessage SystemdProxyPrivate::managerCall(const QString &method,
     return call;
 }
 
-void SystemdProxyPrivate::callForJob(const QString &method, const QString &unit,
-                                     const QString &mode, const SystemdProxy::JobCallback &callback)
+void SystemdProxyPrivate::callForJob(const QDBusMessage &message, DBus::CallQueue::Lane lane,
+                                     const JobTerms &terms,
+                                     const SystemdProxy::JobCallback &callback)
 {
-    // First, so that no state change of the job is missed.
-    watchUnit(unit);
-    // The queue never refuses: it has no limit of its own here.
-    (void)calls.call(managerCall(method, {unit, mode}), -1,
-                     [callback](QDBusPendingCallWatcher *watcher) {
-                         const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
-                         if (reply.isError())
-                             callback({}, DBus::fromCallError(reply.error()));
-                         else
-                             callback(reply.value().path(), {});
-                     });
+    const auto answered = [callback](const QDBusMessage &answer) {
+        const QDBusPendingReply<QDBusObjectPath> reply(QDBusPendingCall::fromCompletedCall(answer));
+        if (reply.isError())
+            callback({}, DBus::fromCallError(reply.error()));
+        else
+            callback(reply.value().path(), {});
+    };
+    calls.call({message, answered, lane, terms.sendBy, terms.answerBy, terms.left});
 }
 
-void SystemdProxyPrivate::watchUnit(const QString &name)
+void SystemdProxyPrivate::subscribeOnce()
 {
-    const QString objectPath = SystemdProxy::unitObjectPath(name);
-    if (unitByPath.value(objectPath) == name)
-        return;
     // One subscription for every unit: the bus grants a connection 512 match rules and then drops
     // signals without a word. Naming the sender keeps forged ones out.
-    if (watchedUnits.isEmpty())
+    if (!isSubscribed)
         connection().connect(service(), QString(), Names::propertiesInterface(),
                              Names::propertiesChanged(), {}, QStringLiteral("sa{sv}as"), this,
                              SLOT(onUnitPropertiesChanged(QDBusMessage)));
-    watchedUnits.append(name);
-    if (!unitByPath.contains(objectPath))
-        unitByPath.insert(objectPath, name);
+    isSubscribed = true;
+}
+
+SystemdProxyPrivate::Watch &SystemdProxyPrivate::watchOf(const QString &unit)
+{
+    subscribeOnce();
+    Watch &watch = watches[SystemdProxy::unitObjectPath(unit)];
+    watch.unit = unit;
+    return watch;
+}
+
+void SystemdProxyPrivate::endStop(const QString &unit)
+{
+    const auto watch = watches.find(SystemdProxy::unitObjectPath(unit));
+    if (--watch->stops == 0 && !watch->forEver)
+        watches.erase(watch);
 }
 
 void SystemdProxyPrivate::onUnitPropertiesChanged(const QDBusMessage &msg)
 {
-    const auto unit = unitByPath.constFind(msg.path());
-    if (unit == unitByPath.constEnd())
+    const auto watch = watches.constFind(msg.path());
+    if (watch == watches.constEnd())
         return;
-    Q_EMIT q->unitPropertiesChanged(*unit, qdbus_cast<QVariantMap>(msg.arguments().at(1)));
+    // A copy: whoever hears of it may have the watch ended.
+    const QString unit = watch->unit;
+    Q_EMIT q->unitPropertiesChanged(unit, qdbus_cast<QVariantMap>(msg.arguments().at(1)));
 }
 
 SystemdProxy::SystemdProxy(QObject *parent)
@@ -99,7 +112,7 @@ SystemdProxy::SystemdProxy(QObject *parent)
     qDBusRegisterMetaType<QVector<Unit>>();
     qDBusRegisterMetaType<UnitFileStatus>();
     qDBusRegisterMetaType<QVector<UnitFileStatus>>();
-    d->calls.send(d->managerCall(QStringLiteral("Subscribe")));
+    d->connection().send(d->managerCall(QStringLiteral("Subscribe")));
 }
 
 SystemdProxy::~SystemdProxy() { delete d; }
@@ -107,45 +120,85 @@ SystemdProxy::~SystemdProxy() { delete d; }
 void SystemdProxy::listUnitsByPatterns(const QStringList &states, const QStringList &patterns,
                                        UnitsCallback callback)
 {
-    (void)d->calls.call(d->managerCall(QStringLiteral("ListUnitsByPatterns"), {states, patterns}),
-                        -1, [callback = std::move(callback)](QDBusPendingCallWatcher *watcher) {
-                            callback(recordsIn<Unit>(watcher->reply(), "a(ssssssouso)"));
-                        });
+    d->calls.call({d->managerCall(QStringLiteral("ListUnitsByPatterns"), {states, patterns}),
+                   [callback = std::move(callback)](const QDBusMessage &answer) {
+                       callback(recordsIn<Unit>(answer, "a(ssssssouso)"));
+                   }});
 }
 
 void SystemdProxy::listUnitFilesByPatterns(const QStringList &states, const QStringList &patterns,
                                            UnitFilesCallback callback)
 {
-    (void)d->calls.call(
-        d->managerCall(QStringLiteral("ListUnitFilesByPatterns"), {states, patterns}), -1,
-        [callback = std::move(callback)](QDBusPendingCallWatcher *watcher) {
-            callback(recordsIn<UnitFileStatus>(watcher->reply(), "a(ss)"));
-        });
+    d->calls.call({d->managerCall(QStringLiteral("ListUnitFilesByPatterns"), {states, patterns}),
+                   [callback = std::move(callback)](const QDBusMessage &answer) {
+                       callback(recordsIn<UnitFileStatus>(answer, "a(ss)"));
+                   }});
 }
 
 void SystemdProxy::enableUnitFiles(const QStringList &files, bool runtime, bool force)
 {
-    d->calls.send(d->managerCall(QStringLiteral("EnableUnitFiles"), {files, runtime, force}));
+    // Sent as wanting no reply, so it does not count against the bus's limit.
+    d->connection().send(
+        d->managerCall(QStringLiteral("EnableUnitFiles"), {files, runtime, force}));
 }
 
 void SystemdProxy::disableUnitFiles(const QStringList &files, bool runtime)
 {
-    d->calls.send(d->managerCall(QStringLiteral("DisableUnitFiles"), {files, runtime}));
+    d->connection().send(d->managerCall(QStringLiteral("DisableUnitFiles"), {files, runtime}));
 }
 
-void SystemdProxy::reload() { d->calls.send(d->managerCall(QStringLiteral("Reload"))); }
-
-void SystemdProxy::startUnit(const QString &name, const QString &mode, const JobCallback &callback)
+void SystemdProxy::reload(const std::function<void()> &answered, QDeadlineTimer answerBy)
 {
-    d->callForJob(QStringLiteral("StartUnit"), name, mode, callback);
+    // Urgent, so that start jobs asked for behind it cannot overtake it.
+    d->calls.call({d->managerCall(QStringLiteral("Reload")),
+                   [answered](const QDBusMessage &) {
+                       if (answered)
+                           answered();
+                   },
+                   DBus::CallQueue::Urgent, QDeadlineTimer::Forever, answerBy});
 }
 
-void SystemdProxy::stopUnit(const QString &name, const QString &mode, const JobCallback &callback)
+void SystemdProxy::startUnit(const QString &name, const QString &mode, const JobCallback &callback,
+                             const JobTerms &terms)
 {
-    d->callForJob(QStringLiteral("StopUnit"), name, mode, callback);
+    // First, so that no state change of the job is missed.
+    watchUnit(name);
+    d->callForJob(d->managerCall(QStringLiteral("StartUnit"), {name, mode}),
+                  DBus::CallQueue::Normal, terms, callback);
 }
 
-void SystemdProxy::watchUnit(const QString &name) { d->watchUnit(name); }
+void SystemdProxy::stopUnit(const QString &name, const QString &mode, const JobCallback &callback,
+                            const JobTerms &terms)
+{
+    ++d->watchOf(name).stops;
+    d->callForJob(d->managerCall(QStringLiteral("StopUnit"), {name, mode}), DBus::CallQueue::Urgent,
+                  terms, [this, name, callback](const QString &job, const Error &error) {
+                      d->endStop(name);
+                      callback(job, error);
+                  });
+}
+
+void SystemdProxy::mainPid(const QString &name, PidCallback callback)
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(Systemd::service(), unitObjectPath(name),
+                                       Names::propertiesInterface(), QStringLiteral("Get"));
+    call << QStringLiteral("org.freedesktop.systemd1.Service") << Systemd::mainPid();
+    d->calls.call({call,
+                   [callback = std::move(callback)](const QDBusMessage &answer) {
+                       const QVariant value = answer.arguments().value(0);
+                       if (answer.type() == QDBusMessage::ReplyMessage
+                           && answer.signature() == QLatin1String("v"))
+                           callback(value.value<QDBusVariant>().variant().toInt());
+                       else
+                           callback({});
+                   },
+                   DBus::CallQueue::Background});
+}
+
+void SystemdProxy::watchUnit(const QString &name) { d->watchOf(name).forEver = true; }
+
+int SystemdProxy::watchedUnits() const { return d->watches.size(); }
 
 QString SystemdProxy::unitObjectPath(const QString &name)
 {

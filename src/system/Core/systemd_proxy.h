@@ -2,6 +2,7 @@
 
 #include "common/Core/error.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -9,6 +10,7 @@
 #include <QVector>
 
 #include <functional>
+#include <optional>
 
 class QDBusArgument;
 
@@ -29,10 +31,23 @@ inline QString enabled() { return QStringLiteral("enabled"); }
 inline QString replace() { return QStringLiteral("replace"); }
 } // namespace Systemd
 
+/// How long a job may be asked for, and who hears that it has been.
+struct JobTerms
+{
+    /// When the job has not been asked for by then it never is, and that is its outcome.
+    QDeadlineTimer sendBy = QDeadlineTimer::Forever;
+    /// When systemd has not answered by then, that is its outcome.
+    QDeadlineTimer answerBy = QDeadlineTimer::Forever;
+    /// Runs right behind the question, perhaps inside the call that asks, or with false when
+    /// the job is not asked for.
+    std::function<void(bool sent)> left = {};
+};
+
 /// The daemon's only client of systemd: the manager's operations, all asynchronous, and one signal
 /// for the property changes of the units that are watched. Nothing here blocks or logs; callbacks
-/// run later from the event loop, never inside the call that they complete. Calls reach systemd in
-/// the order in which they were made. Event-loop thread only.
+/// run later from the event loop, never inside the call that they complete. Reloads and stop jobs
+/// reach systemd in the order in which they were asked, and so do start jobs. Of what waits while
+/// systemd is busy, reloads and stop jobs go first. Event-loop thread only.
 class SystemdProxy : public QObject
 {
     Q_OBJECT
@@ -62,6 +77,8 @@ public:
     using UnitFilesCallback = std::function<void(const QVector<UnitFileStatus> &)>;
     /// Job path, empty on failure, and the outcome.
     using JobCallback = std::function<void(const QString &, const Error &)>;
+    /// A process id; nothing when it is not known.
+    using PidCallback = std::function<void(std::optional<qint32>)>;
 
     /// Subscribes to systemd's unit signals.
     explicit SystemdProxy(QObject *parent = nullptr);
@@ -75,14 +92,22 @@ public:
                                  UnitFilesCallback callback);
     void enableUnitFiles(const QStringList &files, bool runtime, bool force);
     void disableUnitFiles(const QStringList &files, bool runtime);
-    void reload();
+    /// @param answered runs when systemd has reloaded or refused to, or the deadline is over.
+    void reload(const std::function<void()> &answered = {},
+                QDeadlineTimer answerBy = QDeadlineTimer::Forever);
     /// Watches the unit, then asks for the job. Success says that the job was accepted, not that
     /// the unit runs.
-    void startUnit(const QString &name, const QString &mode, const JobCallback &callback);
-    /// The same for the stop job.
-    void stopUnit(const QString &name, const QString &mode, const JobCallback &callback);
+    void startUnit(const QString &name, const QString &mode, const JobCallback &callback,
+                   const JobTerms &terms = {});
+    /// The same for the stop job, with the unit watched until the answer is there.
+    void stopUnit(const QString &name, const QString &mode, const JobCallback &callback,
+                  const JobTerms &terms = {});
+    /// Asks for the main process of a unit, behind everything else.
+    void mainPid(const QString &name, PidCallback callback);
     /// Has the unit's property changes reported. Watching twice is watching once; for ever.
     void watchUnit(const QString &name);
+    /// How many units are watched, for ever or for a stop job.
+    [[nodiscard]] int watchedUnits() const;
 
     /// The unit's object path as this process derives it. Differs from systemd's own rule for
     /// leading digits and non-ASCII bytes, neither of which a task unit's name has.

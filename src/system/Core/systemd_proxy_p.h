@@ -19,16 +19,27 @@ public:
 
     [[nodiscard]] QDBusMessage managerCall(const QString &method,
                                            const QVariantList &arguments = {}) const;
-    void callForJob(const QString &method, const QString &unit, const QString &mode,
+    void callForJob(const QDBusMessage &message, DBus::CallQueue::Lane lane, const JobTerms &terms,
                     const SystemdProxy::JobCallback &callback);
-    void watchUnit(const QString &name);
+    void subscribeOnce();
+
+    /// Why a unit is watched.
+    struct Watch
+    {
+        QString unit;
+        bool forEver = false;
+        /// Stop jobs that are not answered yet.
+        int stops = 0;
+    };
+    Watch &watchOf(const QString &unit);
+    /// Ends what a stop job began, whose unit may be a client's invention.
+    void endStop(const QString &unit);
 
     SystemdProxy *const q;
     DBus::CallQueue calls;
-    /// Names in order of subscription.
-    QStringList watchedUnits;
-    /// The first watched name of each object path: a signal must not cost a walk over all names.
-    QHash<QString, QString> unitByPath;
+    bool isSubscribed = false;
+    /// By object path: a signal must not cost a walk over all units.
+    QHash<QString, Watch> watches;
 
 public Q_SLOTS:
     void onUnitPropertiesChanged(const QDBusMessage &msg);

@@ -19,6 +19,18 @@ namespace {
 
 TaskManager *s_instance = nullptr;
 
+// As long as callers wait by default. What has not been asked of systemd by then is not asked: its
+// caller has given up.
+constexpr int sendWithinMs = 25000;
+// What systemd has been asked is not a failure because it is slow: reloads of 11 s are known, and a
+// start may be behind several and the jobs of others.
+constexpr int answerWithinMs = 120000;
+// Calls whose outcome is not known. Far more than all tasks of a system; beyond it a caller is told
+// rather than kept waiting.
+constexpr int maxOpenCalls = 1024;
+
+CallTimes timesFromNow() { return {QDeadlineTimer(sendWithinMs), QDeadlineTimer(answerWithinMs)}; }
+
 QString typeOfTask(const QString &taskId)
 {
     return ApplicationRegistry::instance()->task(ApplicationTaskId(taskId)).type;
@@ -93,6 +105,8 @@ void TaskManagerPrivate::loadFinished()
     const auto callbacks = std::exchange(readyCallbacks, {});
     for (const auto &callback : callbacks)
         callback();
+    // Behind the callbacks, since clients wait for them.
+    askMainPids();
 }
 
 void TaskManagerPrivate::requestNotification()
@@ -103,42 +117,111 @@ void TaskManagerPrivate::requestNotification()
     QMetaObject::invokeMethod(q, "emitSystemTasksChanged", Qt::QueuedConnection);
 }
 
-bool TaskManagerPrivate::deferUntilStarted(const QString &taskId,
-                                           const std::function<void()> &operation)
+void TaskManagerPrivate::askMainPids()
 {
-    const auto starting = startsUnderWay.find(taskId);
-    if (starting == startsUnderWay.end())
-        return false;
-    starting->push_back(operation);
-    return true;
+    const QStringList units = records.runningUnits();
+    for (const QString &unitName : units) {
+        systemd.mainPid(unitName, [this, unitName](std::optional<qint32> pid) {
+            if (pid && records.applyProperties(unitName, {{Systemd::mainPid(), *pid}}))
+                requestNotification();
+        });
+    }
 }
 
-void TaskManagerPrivate::startUnit(const QString &taskId, bool atBoot,
+TaskManager::Callback TaskManagerPrivate::counted(const TaskManager::Callback &callback)
+{
+    ++openCalls;
+    return [this, callback](const Error &error) {
+        --openCalls;
+        callback(error);
+    };
+}
+
+void TaskManagerPrivate::start(const ApplicationTaskId &id, const QVariantMap &startParameters,
+                               const QVariantMap &taskSettings, const CallTimes &times,
+                               const TaskManager::Callback &callback)
+{
+    const auto task = underWay.find(id.toString());
+    if (task != underWay.end() && !task->later.empty()) {
+        task->later.push_back([=] { start(id, startParameters, taskSettings, times, callback); });
+        return;
+    }
+    const auto [refusal, plan] = this->plan(id, startParameters, taskSettings);
+    if (const Error error = refusal ? refusal : writeTaskFiles(plan, places)) {
+        callback(error);
+        return;
+    }
+    records.findOrCreate(unitNameOf(plan.taskId));
+    startPlanned(plan, times, callback);
+}
+
+void TaskManagerPrivate::startPlanned(const TaskPlan &plan, const CallTimes &times,
+                                      const TaskManager::Callback &callback)
+{
+    const QString taskId = plan.taskId;
+    const auto startSoon = [this, taskId, atBoot = plan.atBoot, times, callback] {
+        sharedReload.run([=] { startUnit(taskId, atBoot, times, callback); });
+    };
+    UnderWay &task = underWay[taskId];
+    ++task.starts;
+    // A start without a policy does not overtake one with a policy.
+    if (!plan.policy && task.startsAtBus == 0) {
+        startSoon();
+        return;
+    }
+    ++task.startsAtBus;
+    busConfig.reload([this, taskId, startSoon] {
+        --underWay[taskId].startsAtBus;
+        startSoon();
+    });
+}
+
+void TaskManagerPrivate::startUnit(const QString &taskId, bool atBoot, const CallTimes &times,
                                    const TaskManager::Callback &callback)
 {
     const QString unitName = unitNameOf(taskId);
-    systemd.reload();
+    const auto left = [this, taskId, unitName, atBoot](bool sent) {
+        if (sent && atBoot)
+            systemd.enableUnitFiles({unitName}, false, true);
+        startLeft(taskId);
+    };
     systemd.startUnit(unitName, Systemd::replace(),
-                      [callback](const QString &, const Error &error) { callback(error); });
-    if (atBoot)
-        systemd.enableUnitFiles({unitName}, false, true);
+                      [callback](const QString &, const Error &error) { callback(error); },
+                      {times.sendBy, times.answerBy, left});
 }
 
-void TaskManagerPrivate::startPlanned(const TaskPlan &plan, const TaskManager::Callback &callback)
+void TaskManagerPrivate::startLeft(const QString &taskId)
 {
-    const QString taskId = plan.taskId;
-    const bool atBoot = plan.atBoot;
-    if (!plan.policy) {
-        startUnit(taskId, atBoot, callback);
+    const auto task = underWay.find(taskId);
+    if (--task->starts > 0)
+        return;
+    const auto later = std::move(task->later);
+    underWay.erase(task);
+    for (const auto &operation : later)
+        operation();
+}
+
+void TaskManagerPrivate::stop(const ApplicationTaskId &id, const CallTimes &times,
+                              const TaskManager::Callback &callback)
+{
+    const auto task = underWay.find(id.toString());
+    if (task != underWay.end()) {
+        task->later.push_back([=] { stop(id, times, callback); });
         return;
     }
-    startsUnderWay.insert(taskId, {});
-    busConfig.reload([this, taskId, atBoot, callback] {
-        startUnit(taskId, atBoot, callback);
-        const auto operations = startsUnderWay.take(taskId);
-        for (const auto &operation : operations)
-            operation();
-    });
+    const QString unitName = unitNameOf(id.toString());
+    const auto left = [this, id, unitName](bool sent) {
+        // A task that is not stopped keeps its files.
+        if (!sent)
+            return;
+        systemd.disableUnitFiles({unitName}, false);
+        // Not every bus watches the directory: the policy would stay in force.
+        if (removeTaskFiles(places, id))
+            busConfig.reload([] {});
+    };
+    systemd.stopUnit(unitName, Systemd::replace(),
+                     [callback](const QString &, const Error &error) { callback(error); },
+                     {times.sendBy, times.answerBy, left});
 }
 
 TaskPlanResult TaskManagerPrivate::plan(const ApplicationTaskId &id,
@@ -179,19 +262,12 @@ TaskManager *TaskManager::instance()
     return s_instance;
 }
 
+bool TaskManager::hasRoom() const { return d->openCalls < maxOpenCalls; }
+
 void TaskManager::start(const ApplicationTaskId &id, const QVariantMap &startParameters,
                         const QVariantMap &taskSettings, const Callback &callback)
 {
-    if (d->deferUntilStarted(id.toString(),
-                             [=] { start(id, startParameters, taskSettings, callback); }))
-        return;
-    const auto [refusal, plan] = d->plan(id, startParameters, taskSettings);
-    if (const Error error = refusal ? refusal : writeTaskFiles(plan, d->places)) {
-        callback(error);
-        return;
-    }
-    d->records.findOrCreate(unitNameOf(plan.taskId));
-    d->startPlanned(plan, callback);
+    d->start(id, startParameters, taskSettings, timesFromNow(), d->counted(callback));
 }
 
 void TaskManager::start(const QString &id, const QVariantMap &startParameters,
@@ -202,16 +278,7 @@ void TaskManager::start(const QString &id, const QVariantMap &startParameters,
 
 void TaskManager::stop(const ApplicationTaskId &id, const Callback &callback)
 {
-    const QString &taskId = id.toString();
-    if (d->deferUntilStarted(taskId, [=] { stop(id, callback); }))
-        return;
-    const QString unitName = unitNameOf(taskId);
-    d->systemd.stopUnit(unitName, Systemd::replace(),
-                        [callback](const QString &, const Error &error) { callback(error); });
-    d->systemd.disableUnitFiles({unitName}, false);
-    // Not every bus watches the directory: the policy would stay in force.
-    if (removeTaskFiles(d->places, id))
-        d->busConfig.reload([] {});
+    d->stop(id, timesFromNow(), d->counted(callback));
 }
 
 void TaskManager::stop(const QString &id, const Callback &callback)
@@ -241,14 +308,16 @@ bool TaskManager::cleanupUninstalledApplication(const QString &application)
         const ApplicationTaskId id(text);
         if (id.applicationId().toString() != application)
             continue;
-        // Held open: this process must not end with a stop unsent.
-        stop(id, [open = DBus::OpenCall()](const Error &error) {
+        // Held open, and without a time limit: nobody would ask for this stop again.
+        d->stop(id, {}, [open = DBus::OpenCall()](const Error &error) {
             if (error)
                 qWarning() << "Failed to stop task" << error;
         });
     }
     return true;
 }
+
+void TaskManager::sendWaiting() { d->sharedReload.sendWaiting(); }
 
 void TaskManager::emitSystemTasksChanged()
 {

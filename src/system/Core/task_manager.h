@@ -30,15 +30,19 @@ public:
     /// The manager that the process shares; made by the first call unless one exists.
     static TaskManager *instance();
 
-    /// Writes the task's files and asks systemd to start its unit. Success says that systemd
-    /// accepted the job. What was written stays when a later step fails.
+    /// Whether few enough calls wait for their outcome for one more of a client.
+    [[nodiscard]] bool hasRoom() const;
+    /// Writes the task's files and asks systemd to start its unit, behind a reload that it may
+    /// share with other starts. Success says that systemd accepted the job. What was written stays
+    /// when a later step fails. Fails when systemd could not be asked within 25 s.
     /// @param startParameters what the caller says of this start ("Environment").
     /// @param taskSettings how the task is to run ("User", "CGroups", "DBusService", ...).
     void start(const ApplicationTaskId &id, const QVariantMap &startParameters,
                const QVariantMap &taskSettings, const Callback &callback);
     void start(const QString &id, const QVariantMap &startParameters,
                const QVariantMap &taskSettings, const Callback &callback);
-    /// Asks systemd to stop and disable the task's unit and deletes its files.
+    /// Asks systemd to stop and disable the task's unit and deletes its files. When systemd could
+    /// not be asked within 25 s, this fails and nothing has changed.
     void stop(const ApplicationTaskId &id, const Callback &callback);
     void stop(const QString &id, const Callback &callback);
     /// All records, in task id order.
@@ -50,6 +54,8 @@ public:
     /// Stops every task of a removed application; failures are logged when they arrive.
     /// @return true; does not wait for the stops.
     bool cleanupUninstalledApplication(const QString &application);
+    /// Sends starts that wait for the reload of others: for a process that has to end.
+    void sendWaiting();
 
 Q_SIGNALS:
     /// The set or the state of tasks may have changed. One for all changes of an event-loop pass.

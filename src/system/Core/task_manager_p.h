@@ -5,10 +5,12 @@
 #include "common/places.h"
 #include "plan/task_plan.h"
 #include "system/Core/bus_config.h"
+#include "system/Core/shared_reload.h"
 #include "system/Core/systemd_proxy.h"
 #include "system/Core/task_manager.h"
 #include "system/Core/task_records.h"
 
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QVariantMap>
 
@@ -16,6 +18,13 @@
 #include <vector>
 
 namespace Core {
+
+/// Until when a call may be made to systemd, and until when its answer is waited for.
+struct CallTimes
+{
+    QDeadlineTimer sendBy = QDeadlineTimer::Forever;
+    QDeadlineTimer answerBy = QDeadlineTimer::Forever;
+};
 
 /// The task manager's state, and its steps. What a start writes is planned in src/plan and
 /// written by task_files; the static functions put both together for one task.
@@ -44,26 +53,51 @@ public:
     void loadUnitFiles();
     void loadFinished();
     void requestNotification();
-    /// Keeps the operation for later when a start of the task waits for the bus, so that what is
-    /// asked of one task happens in the order in which it was asked.
-    /// @return false when nothing is under way and the caller should go on.
-    [[nodiscard]] bool deferUntilStarted(const QString &taskId,
-                                         const std::function<void()> &operation);
-    /// Has systemd start the unit that was written; where there is a policy, when the bus has read
-    /// it: a task may claim its name in its first millisecond.
-    void startPlanned(const TaskPlan &plan, const TaskManager::Callback &callback);
-    void startUnit(const QString &taskId, bool atBoot, const TaskManager::Callback &callback);
+    /// Asks for the main processes of the tasks that run already.
+    void askMainPids();
+    /// Counts a call until its outcome is known.
+    [[nodiscard]] TaskManager::Callback counted(const TaskManager::Callback &callback);
+    /// Writes the task's files and has its unit started.
+    void start(const ApplicationTaskId &id, const QVariantMap &startParameters,
+               const QVariantMap &taskSettings, const CallTimes &times,
+               const TaskManager::Callback &callback);
+    /// Has the unit that was written started behind a reload, and where there is a policy, when the
+    /// bus has read it: a task may claim its name in its first millisecond.
+    void startPlanned(const TaskPlan &plan, const CallTimes &times,
+                      const TaskManager::Callback &callback);
+    void startUnit(const QString &taskId, bool atBoot, const CallTimes &times,
+                   const TaskManager::Callback &callback);
+    /// Has the unit stopped; disables it and removes its files when that has been asked.
+    void stop(const ApplicationTaskId &id, const CallTimes &times,
+              const TaskManager::Callback &callback);
+    /// A start of the task has been asked of systemd, or will not be.
+    void startLeft(const QString &taskId);
+
+    /// What is under way for one task.
+    struct UnderWay
+    {
+        /// Starts that have not been asked of systemd.
+        int starts = 0;
+        /// Those of them that wait for the bus.
+        int startsAtBus = 0;
+        /// What was asked of the task since, beginning with a stop. It waits for those starts, so
+        /// that what is asked of one task happens in the order in which it was asked.
+        std::vector<std::function<void()>> later;
+    };
 
     TaskManager *const q;
     const Places places = Places::ofEnvironment();
     SystemdProxy systemd;
+    SharedReload sharedReload{systemd};
     BusConfig busConfig;
     TaskRecords records;
     unsigned pendingLoads = 0;
     std::vector<std::function<void()>> readyCallbacks;
     bool notificationPending = false;
-    /// Starts that wait for the bus, by task id, each with what was asked of the task since.
-    QHash<QString, std::vector<std::function<void()>>> startsUnderWay;
+    /// Starts and stops whose outcome is not known.
+    int openCalls = 0;
+    /// By task id.
+    QHash<QString, UnderWay> underWay;
 };
 
 } // namespace Core

@@ -2,11 +2,14 @@
 #include "system/DBus/task_invoker_session_p.h"
 
 #include "common/Core/application_registry.h"
+#include "common/DBus/answer.h"
 #include "common/DBus/delayed_reply.h"
 #include "common/DBus/property_notifier.h"
 #include "common/names.h"
 #include "system/Core/task_manager.h"
 #include "system/DBus/caller_authorization.h"
+
+#include <QDBusError>
 
 namespace DBus {
 
@@ -81,10 +84,22 @@ bool TaskInvokerSession::isRefused()
     return true;
 }
 
+bool TaskInvokerSession::isTooMuch()
+{
+    if (Core::TaskManager::instance()->hasRoom())
+        return false;
+    setDelayedReply(true);
+    sendAnswer(connection(), message(),
+               message().createErrorReply(QDBusError::LimitsExceeded,
+                                          QStringLiteral("Too many tasks are being started and "
+                                                         "stopped already")));
+    return true;
+}
+
 int TaskInvokerSession::Start(const QString &fullTaskId, const QVariantMap &startupInfo,
                               const QVariantMap &hints)
 {
-    if (isRefused())
+    if (isRefused() || isTooMuch())
         return 0;
     setDelayedReply(true);
     Core::TaskManager::instance()->start(fullTaskId, startupInfo, hints,
@@ -95,7 +110,7 @@ int TaskInvokerSession::Start(const QString &fullTaskId, const QVariantMap &star
 
 void TaskInvokerSession::Stop(const QString &fullTaskId)
 {
-    if (isRefused())
+    if (isRefused() || isTooMuch())
         return;
     setDelayedReply(true);
     Core::TaskManager::instance()->stop(

@@ -59,6 +59,8 @@ public Q_SLOTS:
 private:
     /// Answers the current call when its sender may not run tasks.
     [[nodiscard]] bool isRefused();
+    /// Answers it when too many calls wait for systemd already.
+    [[nodiscard]] bool isTooMuch();
 
     std::unique_ptr<TaskInvokerSessionPrivate> const d;
 };

@@ -2,8 +2,9 @@
 #include "fakes/fake_user_service.h"
 #include "support/private_bus.h"
 
-#include <QDBusPendingCallWatcher>
 #include <QTest>
+
+using DBus::CallQueue;
 
 class TestCallQueue : public QObject
 {
@@ -11,14 +12,21 @@ class TestCallQueue : public QObject
 
 private Q_SLOTS:
     void initTestCase();
+    void init();
 
     void keepsABoundAndTheOrder();
-    void refusesWhatIsTooMuch();
-    void keepsThePlaceOfCallsWithoutAnAnswer();
+    void sendsUrgentCallsFirst();
+    void leavesPlacesToUrgentCalls();
+    void tellsWhenACallIsSent();
+    void sendsNothingThatHasExpired();
+    void sendsNothingThatHadExpiredWhenItWasAsked();
+    void answersForAPeerThatDoesNot();
+    void keepsThePlaceOfACallThatIsNotAnswered();
 
 private:
     static constexpr int patienceMs = 30000;
-    static QDBusMessage call(int number)
+    static constexpr int soonMs = 300;
+    static QDBusMessage message(int number)
     {
         QDBusMessage message = QDBusMessage::createMethodCall(
             QStringLiteral("org.zarn.Orvane.User"), QStringLiteral("/org/zarn/Orvane/x"),
@@ -26,10 +34,35 @@ private:
         message << number;
         return message;
     }
+    // A call that puts the number, or the name of an error, into the answers.
+    CallQueue::Call call(int number, CallQueue::Lane lane = CallQueue::Normal)
+    {
+        return {message(number),
+                [this](const QDBusMessage &answer) {
+                    answers.append(answer.type() == QDBusMessage::ErrorMessage
+                                       ? answer.errorName()
+                                       : answer.arguments().value(0).toString());
+                },
+                lane};
+    }
+    static QStringList numbers(const char *text)
+    {
+        return QString::fromLatin1(text).split(QLatin1Char(' '));
+    }
+    static QStringList sentTo(const FakeUserService &user)
+    {
+        QStringList numbers;
+        for (const QDBusMessage &sent : user.calls)
+            numbers.append(sent.arguments().constFirst().toString());
+        return numbers;
+    }
 
+    const QString noReply = QStringLiteral("org.freedesktop.DBus.Error.NoReply");
+    const QString timeout = QStringLiteral("org.freedesktop.DBus.Error.Timeout");
     PrivateBus bus;
     QDBusConnection userBus{QString()};
     QDBusConnection own{QString()};
+    QStringList answers;
 };
 
 void TestCallQueue::initTestCase()
@@ -39,55 +72,138 @@ void TestCallQueue::initTestCase()
     own = QDBusConnection::connectToBus(bus.address(), QStringLiteral("own"));
 }
 
+void TestCallQueue::init() { answers.clear(); }
+
 void TestCallQueue::keepsABoundAndTheOrder()
 {
     FakeUserService user(userBus);
     user.hangs = true;
-    DBus::CallQueue queue(own, 2, 10);
-    QVector<int> answers;
+    CallQueue queue(own, {2, 2, 2});
     for (int number = 0; number < 6; ++number)
-        QVERIFY(queue.call(call(number), -1, [&answers](QDBusPendingCallWatcher *watcher) {
-            answers.append(watcher->reply().arguments().value(0).toInt());
-        }));
+        queue.call(call(number));
     QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 2, patienceMs);
     QVERIFY(!QTest::qWaitFor([&] { return user.calls.size() > 2; }, 200));
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>({0, 1, 2, 3, 4, 5}), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, numbers("0 1 2 3 4 5"), patienceMs);
     QCOMPARE(user.calls.size(), 6);
 }
 
-void TestCallQueue::refusesWhatIsTooMuch()
+void TestCallQueue::sendsUrgentCallsFirst()
 {
     FakeUserService user(userBus);
     user.hangs = true;
-    DBus::CallQueue queue(own, 1, 1);
-    int answered = 0;
-    const auto count = [&answered](QDBusPendingCallWatcher *) { ++answered; };
-    QVERIFY(queue.call(call(0), -1, count));
-    QVERIFY(queue.call(call(1), -1, count));
-    QVERIFY(!queue.call(call(2), -1, count));
+    CallQueue queue(own, {1, 1, 1});
+    queue.call(call(0));
+    queue.call(call(1, CallQueue::Background));
+    queue.call(call(2));
+    queue.call(call(3));
+    queue.call(call(4, CallQueue::Urgent));
+    queue.call(call(5, CallQueue::Urgent));
     QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 1, patienceMs);
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(answered, 2, patienceMs);
-    QVERIFY(queue.call(call(3), -1, count));
-    QTRY_COMPARE_WITH_TIMEOUT(answered, 3, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, numbers("0 4 5 2 3 1"), patienceMs);
 }
 
-void TestCallQueue::keepsThePlaceOfCallsWithoutAnAnswer()
+void TestCallQueue::leavesPlacesToUrgentCalls()
 {
     FakeUserService user(userBus);
-    DBus::CallQueue queue(own, 1, 10);
-    int answered = 0;
-    const auto count = [&answered](QDBusPendingCallWatcher *) { ++answered; };
-    QVERIFY(queue.call(call(0), -1, count));
-    queue.send(call(1));
-    QVERIFY(queue.call(call(2), -1, count));
-    queue.send(call(3));
-    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 4, patienceMs);
-    for (int number = 0; number < 4; ++number)
-        QCOMPARE(user.calls.at(number).arguments().constFirst().toInt(), number);
-    QVERIFY(!user.calls.at(1).isReplyRequired());
-    QTRY_COMPARE_WITH_TIMEOUT(answered, 2, patienceMs);
+    user.hangs = true;
+    CallQueue queue(own, {3, 2, 1});
+    for (int number = 0; number < 5; ++number)
+        queue.call(call(number, CallQueue::Background));
+    for (int number = 5; number < 10; ++number)
+        queue.call(call(number));
+    queue.call(call(10, CallQueue::Urgent));
+    queue.call(call(11, CallQueue::Urgent));
+    QTRY_COMPARE_WITH_TIMEOUT(sentTo(user), numbers("0 5 10"), patienceMs);
+    QVERIFY(!QTest::qWaitFor([&] { return user.calls.size() > 3; }, 200));
+    user.release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 12, patienceMs);
+}
+
+void TestCallQueue::tellsWhenACallIsSent()
+{
+    FakeUserService user(userBus);
+    user.hangs = true;
+    CallQueue queue(own, {1, 1, 1});
+    QStringList left;
+    for (int number = 0; number < 2; ++number) {
+        CallQueue::Call numbered = call(number);
+        numbered.left = [&left, number](bool sent) {
+            left.append(QStringLiteral("%1 %2").arg(number).arg(sent));
+        };
+        queue.call(numbered);
+    }
+    QCOMPARE(left, QStringList{QStringLiteral("0 1")});
+    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 1, patienceMs);
+    user.release();
+    QTRY_COMPARE_WITH_TIMEOUT(left, QStringList({QStringLiteral("0 1"), QStringLiteral("1 1")}),
+                              patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 2, patienceMs);
+}
+
+void TestCallQueue::sendsNothingThatHasExpired()
+{
+    FakeUserService user(userBus);
+    user.hangs = true;
+    CallQueue queue(own, {1, 1, 1});
+    queue.call(call(0));
+    CallQueue::Call late = call(1);
+    late.sendBy = QDeadlineTimer(soonMs);
+    QStringList left;
+    late.left = [&left](bool sent) { left.append(QString::number(int(sent))); };
+    queue.call(late);
+    queue.call(call(2));
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{timeout}, patienceMs);
+    QCOMPARE(left, QStringList{QStringLiteral("0")});
+    user.release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 3, patienceMs);
+    QCOMPARE(sentTo(user), numbers("0 2"));
+}
+
+void TestCallQueue::sendsNothingThatHadExpiredWhenItWasAsked()
+{
+    FakeUserService user(userBus);
+    CallQueue queue(own, {1, 1, 1});
+    CallQueue::Call late = call(0);
+    late.sendBy = QDeadlineTimer(0);
+    queue.call(late);
+    QCOMPARE(answers.size(), 0);
+    queue.call(call(1));
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 2, patienceMs);
+    QCOMPARE(sentTo(user), QStringList{QStringLiteral("1")});
+    QVERIFY(answers.contains(timeout));
+}
+
+void TestCallQueue::answersForAPeerThatDoesNot()
+{
+    FakeUserService user(userBus);
+    user.hangs = true;
+    CallQueue queue(own, {2, 2, 2});
+    CallQueue::Call impatient = call(0);
+    impatient.answerBy = QDeadlineTimer(soonMs);
+    queue.call(impatient);
+    queue.call(call(1));
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, patienceMs);
+    user.release();
+    // Once: what comes later is nobody's.
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), patienceMs);
+}
+
+void TestCallQueue::keepsThePlaceOfACallThatIsNotAnswered()
+{
+    FakeUserService user(userBus);
+    user.hangs = true;
+    CallQueue queue(own, {1, 1, 1});
+    CallQueue::Call impatient = call(0);
+    impatient.answerBy = QDeadlineTimer(soonMs);
+    queue.call(impatient);
+    queue.call(call(1));
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, patienceMs);
+    // The bus counts it as long as its peer does not answer.
+    QVERIFY(!QTest::qWaitFor([&] { return user.calls.size() > 1; }, 200));
+    user.release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), patienceMs);
 }
 
 QTEST_GUILESS_MAIN(TestCallQueue)

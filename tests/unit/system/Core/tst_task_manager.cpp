@@ -22,6 +22,7 @@ private Q_SLOTS:
     void isOneForTheProcess();
     void runsReadyCallbacksInOrder();
     void knowsWhatSystemdKnows();
+    void asksForTheMainProcessesOfWhatRuns();
     void announcesManyChangesOnce();
     void stopsTheTasksOfARemovedApplicationOnly();
     void logsATaskThatCannotBeStopped();
@@ -110,6 +111,21 @@ void TestTaskManager::knowsWhatSystemdKnows()
         seen,
         QStringList({QStringLiteral("a.b.task_x 2 0 -1"), QStringLiteral("a.b.task_y 1 1 -1"),
                      QStringLiteral("a.b.task_z 0 0 -1"), QStringLiteral("a.bc.task_x 2 0 -1")}));
+}
+
+void TestTaskManager::asksForTheMainProcessesOfWhatRuns()
+{
+    for (const char *task : {"a.b.task_x", "a.b.task_y", "a.bc.task_x"})
+        systemd->properties.insert(unit(task), {{QStringLiteral("MainPID"), 4711u}});
+    int questionsWhenReady = -1;
+    manager->runWhenReady([&] { questionsWhenReady = systemd->propertyQuestions; });
+    const auto pidOf = [this](int index) { return manager->tasks().at(index).mainPid; };
+    makeReady();
+    QTRY_COMPARE_WITH_TIMEOUT(pidOf(0), 4711, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(pidOf(3), 4711, patienceMs);
+    QCOMPARE(pidOf(1), -1);
+    QCOMPARE(systemd->propertyQuestions, 2);
+    QCOMPARE(questionsWhenReady, 0);
 }
 
 void TestTaskManager::announcesManyChangesOnce()

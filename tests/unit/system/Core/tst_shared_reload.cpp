@@ -1,0 +1,139 @@
+#include "fakes/fake_systemd.h"
+#include "support/private_bus.h"
+#include "system/Core/shared_reload.h"
+#include "system/Core/systemd_proxy.h"
+
+#include <QTest>
+
+using Core::SharedReload;
+
+class TestSharedReload : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void reloadsForASingleStart();
+    void sharesTheReloadOfWhatIsAskedMeanwhile();
+    void reloadsAgainForEachThatWaitsItsTurn();
+    void goesOnWhenTheReloadIsRefused();
+    void goesOnWhenTheReloadIsNotAnswered();
+    void sendsWhatWaitsWhenTold();
+
+private:
+    static constexpr int patienceMs = 30000;
+    // Has a unit started behind a reload.
+    void start(const char *unit) const
+    {
+        reload->run([this, unit] {
+            systemd->startUnit(QString::fromLatin1(unit), QStringLiteral("replace"),
+                               [](const QString &, const Core::Error &) {});
+        });
+    }
+    // What systemd was asked, apart from the subscription: reloads as "R".
+    [[nodiscard]] QString asked() const
+    {
+        QStringList words;
+        for (const QDBusMessage &call : qAsConst(fake->calls)) {
+            if (call.member() == QLatin1String("Reload"))
+                words.append(QStringLiteral("R"));
+            else if (call.member() == QLatin1String("StartUnit"))
+                words.append(call.arguments().constFirst().toString());
+        }
+        return words.join(QLatin1Char(' '));
+    }
+
+    PrivateBus bus;
+    QDBusConnection fakeBus{QString()};
+    std::unique_ptr<FakeSystemd> fake;
+    std::unique_ptr<Core::SystemdProxy> systemd;
+    std::unique_ptr<SharedReload> reload;
+};
+
+void TestSharedReload::initTestCase()
+{
+    QVERIFY(bus.start());
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
+    fakeBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("systemd"));
+}
+
+void TestSharedReload::init()
+{
+    fake = std::make_unique<FakeSystemd>(fakeBus);
+    systemd = std::make_unique<Core::SystemdProxy>();
+    reload = std::make_unique<SharedReload>(*systemd);
+}
+
+void TestSharedReload::cleanup()
+{
+    reload.reset();
+    systemd.reset();
+    fake.reset();
+}
+
+void TestSharedReload::reloadsForASingleStart()
+{
+    start("a");
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), patienceMs);
+}
+
+void TestSharedReload::sharesTheReloadOfWhatIsAskedMeanwhile()
+{
+    fake->hold(QStringLiteral("Reload"));
+    for (const char *unit : {"a", "b", "c", "d"})
+        start(unit);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), patienceMs);
+    fake->release(QStringLiteral("Reload"));
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b c d"), patienceMs);
+}
+
+void TestSharedReload::reloadsAgainForEachThatWaitsItsTurn()
+{
+    fake->hold(QStringLiteral("Reload"));
+    start("a");
+    start("b");
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), patienceMs);
+    fake->release(QStringLiteral("Reload"));
+    fake->hold(QStringLiteral("Reload"));
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), patienceMs);
+    // Its file was not there when the second reload was asked for.
+    start("c");
+    fake->release(QStringLiteral("Reload"));
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), patienceMs);
+}
+
+void TestSharedReload::goesOnWhenTheReloadIsRefused()
+{
+    fake->refuse(QStringLiteral("Reload"), QStringLiteral("org.example.No"), QString());
+    start("a");
+    start("b");
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), patienceMs);
+}
+
+void TestSharedReload::goesOnWhenTheReloadIsNotAnswered()
+{
+    reload = std::make_unique<SharedReload>(*systemd, std::chrono::milliseconds(200));
+    fake->hold(QStringLiteral("Reload"));
+    start("a");
+    start("b");
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), patienceMs);
+}
+
+void TestSharedReload::sendsWhatWaitsWhenTold()
+{
+    fake->hold(QStringLiteral("Reload"));
+    reload->sendWaiting();
+    start("a");
+    start("b");
+    reload->sendWaiting();
+    start("c");
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), patienceMs);
+    fake->release(QStringLiteral("Reload"));
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), patienceMs);
+}
+
+QTEST_GUILESS_MAIN(TestSharedReload)
+#include "tst_shared_reload.moc"

@@ -1,0 +1,126 @@
+#include "fakes/fake_systemd.h"
+#include "support/private_bus.h"
+#include "system/Core/systemd_proxy.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using Core::SystemdProxy;
+
+class TestSystemdProxy : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void watchesAUnitOnce();
+    void watchesAStoppingUnitUntilTheAnswer();
+    void keepsNothingOfUnitsThatWereOnlyStopped();
+    void goesOnWatchingAStartedUnitThatIsStopped();
+    void givesTheMainProcessOfAUnit_data();
+    void givesTheMainProcessOfAUnit();
+
+private:
+    static constexpr int patienceMs = 30000;
+    void stop(const QString &name)
+    {
+        proxy->stopUnit(name, QStringLiteral("replace"),
+                        [this](const QString &, const Core::Error &) { ++answers; });
+    }
+
+    const QString unit = QStringLiteral("web-1.service");
+    PrivateBus bus;
+    QDBusConnection fakeBus{QString()};
+    std::unique_ptr<FakeSystemd> fake;
+    std::unique_ptr<SystemdProxy> proxy;
+    int answers = 0;
+};
+
+void TestSystemdProxy::initTestCase()
+{
+    QVERIFY(bus.start());
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
+    fakeBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("systemd"));
+}
+
+void TestSystemdProxy::init()
+{
+    answers = 0;
+    fake = std::make_unique<FakeSystemd>(fakeBus);
+    proxy = std::make_unique<SystemdProxy>();
+}
+
+void TestSystemdProxy::cleanup()
+{
+    proxy.reset();
+    fake.reset();
+}
+
+void TestSystemdProxy::watchesAUnitOnce()
+{
+    proxy->watchUnit(unit);
+    proxy->watchUnit(unit);
+    QCOMPARE(proxy->watchedUnits(), 1);
+}
+
+void TestSystemdProxy::watchesAStoppingUnitUntilTheAnswer()
+{
+    QSignalSpy changes(proxy.get(), &SystemdProxy::unitPropertiesChanged);
+    fake->hold(QStringLiteral("StopUnit"));
+    stop(unit);
+    stop(unit);
+    QTRY_COMPARE_WITH_TIMEOUT(fake->calls.size(), 3, patienceMs);
+    fake->emitChange(FakeSystemd::pathOf(unit), {});
+    QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, patienceMs);
+    QCOMPARE(changes.at(0).at(0).toString(), unit);
+    fake->release(QStringLiteral("StopUnit"));
+    QTRY_COMPARE_WITH_TIMEOUT(answers, 2, patienceMs);
+    QCOMPARE(proxy->watchedUnits(), 0);
+}
+
+void TestSystemdProxy::keepsNothingOfUnitsThatWereOnlyStopped()
+{
+    fake->refuse(QStringLiteral("StopUnit"), QStringLiteral("org.example.None"), QString());
+    for (int number = 0; number < 1000; ++number)
+        stop(QString::number(number));
+    QTRY_COMPARE_WITH_TIMEOUT(answers, 1000, patienceMs);
+    QCOMPARE(proxy->watchedUnits(), 0);
+}
+
+void TestSystemdProxy::goesOnWatchingAStartedUnitThatIsStopped()
+{
+    proxy->startUnit(unit, QStringLiteral("replace"),
+                     [this](const QString &, const Core::Error &) { ++answers; });
+    stop(unit);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, 2, patienceMs);
+    QCOMPARE(proxy->watchedUnits(), 1);
+    QSignalSpy changes(proxy.get(), &SystemdProxy::unitPropertiesChanged);
+    fake->emitChange(FakeSystemd::pathOf(unit), {});
+    QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, patienceMs);
+}
+
+void TestSystemdProxy::givesTheMainProcessOfAUnit_data()
+{
+    QTest::addColumn<QVariantMap>("properties");
+    QTest::addColumn<int>("pid");
+    QTest::newRow("a process") << QVariantMap{{QStringLiteral("MainPID"), 4711u}} << 4711;
+    QTest::newRow("none") << QVariantMap{{QStringLiteral("MainPID"), 0u}} << 0;
+    QTest::newRow("no answer") << QVariantMap() << -1;
+}
+
+void TestSystemdProxy::givesTheMainProcessOfAUnit()
+{
+    QFETCH(QVariantMap, properties);
+    QFETCH(int, pid);
+    fake->properties.insert(unit, properties);
+    int given = -2;
+    proxy->mainPid(unit, [&given](std::optional<qint32> answer) { given = answer.value_or(-1); });
+    QTRY_VERIFY_WITH_TIMEOUT(given != -2, patienceMs);
+    QCOMPARE(given, pid);
+}
+
+QTEST_GUILESS_MAIN(TestSystemdProxy)
+#include "tst_systemd_proxy.moc"
