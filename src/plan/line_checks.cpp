@@ -10,6 +10,13 @@ namespace {
 
 bool isControlCharacter(QChar character)
 {
+    // Nearly all characters: the table of categories costs ten times as much.
+    constexpr ushort firstBeyondAscii = 0x80;
+    constexpr ushort blank = 0x20;
+    constexpr ushort deleted = 0x7f;
+    const ushort unit = character.unicode();
+    if (unit < firstBeyondAscii)
+        return unit < blank || unit == deleted;
     switch (character.category()) {
     case QChar::Other_Control:
     case QChar::Separator_Line:
@@ -59,6 +66,10 @@ bool holdsControlCharacter(const QString &text)
 
 bool holdsNoncharacter(const QString &text)
 {
+    // Below the surrogates there is none.
+    const auto mayBePart = [](QChar unit) { return unit.unicode() >= 0xd800; };
+    if (std::none_of(text.cbegin(), text.cend(), mayBePart))
+        return false;
     // Half a surrogate pair is not to be seen in the code points any more.
     if (!text.isValidUtf16())
         return true;
@@ -76,7 +87,13 @@ bool endsWithBackslash(const QString &text)
 
 bool holdsLoneSemicolon(const QString &text)
 {
-    return text.split(QLatin1Char(' ')).contains(QStringLiteral(";"));
+    const auto isEnd = [&text](int at) {
+        return at < 0 || at == text.size() || text.at(at) == QLatin1Char(' ');
+    };
+    int at = text.indexOf(QLatin1Char(';'));
+    while (at >= 0 && !(isEnd(at - 1) && isEnd(at + 1)))
+        at = text.indexOf(QLatin1Char(';'), at + 1);
+    return at >= 0;
 }
 
 Error checkLine(const QString &what, const QString &text)

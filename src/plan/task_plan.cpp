@@ -10,6 +10,8 @@
 
 #include <QByteArrayList>
 
+#include <utility>
+
 namespace Core {
 
 namespace {
@@ -53,7 +55,11 @@ Origin originOf(const SandboxWord &word)
 }
 
 // A mark at the beginning of a text would be taken for the sign of its encoding and be left out.
-QString wordFromUtf8(const QByteArray &bytes) { return QString::fromUtf8(' ' + bytes).mid(1); }
+QString wordFromUtf8(const QByteArray &bytes)
+{
+    const bool beginsWithMark = bytes.startsWith("\xef\xbb\xbf");
+    return beginsWithMark ? QString::fromUtf8(' ' + bytes).mid(1) : QString::fromUtf8(bytes);
+}
 
 // A zero byte ends the line, as it would for everybody who reads it as text.
 QVector<PlannedWord> untilZeroByte(QVector<PlannedWord> words)
@@ -71,11 +77,12 @@ QVector<PlannedWord> untilZeroByte(QVector<PlannedWord> words)
 QVector<PlannedWord> plannedWords(const QVector<SandboxWord> &words, int parameters)
 {
     QVector<PlannedWord> planned;
+    planned.reserve(words.size());
     for (const SandboxWord &word : words)
         planned.append({wordFromUtf8(word.text), originOf(word)});
     for (int index = planned.size() - parameters; index < planned.size(); ++index)
         planned[index].origin = {Origin::Hint, QStringLiteral("Params"), {}, 0};
-    return untilZeroByte(planned);
+    return untilZeroByte(std::move(planned));
 }
 
 Error planCommand(TaskPlan &plan, const ApplicationInfo::TaskInfo &task,
@@ -96,6 +103,7 @@ Error planCommand(TaskPlan &plan, const ApplicationInfo::TaskInfo &task,
     }
     plan.argv = plannedWords(words, request.params.size());
     QStringList texts;
+    texts.reserve(plan.argv.size());
     for (const PlannedWord &word : qAsConst(plan.argv))
         texts.append(word.text);
     const QString key = QStringLiteral("ExecStart");

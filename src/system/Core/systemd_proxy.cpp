@@ -75,17 +75,18 @@ void SystemdProxyPrivate::subscribeOnce()
     isSubscribed = true;
 }
 
-SystemdProxyPrivate::Watch &SystemdProxyPrivate::watchOf(const QString &unit)
+SystemdProxyPrivate::Watch &SystemdProxyPrivate::watchAt(const QString &objectPath,
+                                                         const QString &unit)
 {
     subscribeOnce();
-    Watch &watch = watches[SystemdProxy::unitObjectPath(unit)];
+    Watch &watch = watches[objectPath];
     watch.unit = unit;
     return watch;
 }
 
-void SystemdProxyPrivate::endStop(const QString &unit)
+void SystemdProxyPrivate::endStop(const QString &objectPath)
 {
-    const auto watch = watches.find(SystemdProxy::unitObjectPath(unit));
+    const auto watch = watches.find(objectPath);
     if (--watch->stops == 0 && !watch->forEver)
         watches.erase(watch);
 }
@@ -170,10 +171,11 @@ void SystemdProxy::startUnit(const QString &name, const QString &mode, const Job
 void SystemdProxy::stopUnit(const QString &name, const QString &mode, const JobCallback &callback,
                             const JobTerms &terms)
 {
-    ++d->watchOf(name).stops;
+    const QString objectPath = unitObjectPath(name);
+    ++d->watchAt(objectPath, name).stops;
     d->callForJob(d->managerCall(QStringLiteral("StopUnit"), {name, mode}), DBus::CallQueue::Urgent,
-                  terms, [this, name, callback](const QString &job, const Error &error) {
-                      d->endStop(name);
+                  terms, [this, objectPath, callback](const QString &job, const Error &error) {
+                      d->endStop(objectPath);
                       callback(job, error);
                   });
 }
@@ -196,23 +198,32 @@ void SystemdProxy::mainPid(const QString &name, PidCallback callback)
                    DBus::CallQueue::Background});
 }
 
-void SystemdProxy::watchUnit(const QString &name) { d->watchOf(name).forEver = true; }
+void SystemdProxy::watchUnit(const QString &name)
+{
+    d->watchAt(unitObjectPath(name), name).forEver = true;
+}
 
 int SystemdProxy::watchedUnits() const { return d->watches.size(); }
 
 QString SystemdProxy::unitObjectPath(const QString &name)
 {
-    QString path = QStringLiteral("/org/freedesktop/systemd1/unit/");
+    QByteArray path = "/org/freedesktop/systemd1/unit/";
     const QByteArray bytes = name.toUtf8();
+    // Most of a name is copied.
+    path.reserve(path.size() + 2 * bytes.size());
     for (const char byte : bytes) {
         const bool plain = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z')
             || (byte >= '0' && byte <= '9');
+        if (plain) {
+            path += byte;
+            continue;
+        }
         // A byte with the high bit set widens as a signed number: eight digits.
         const auto code = static_cast<quint32>(qint32(qint8(byte)));
-        path += plain ? QString(QLatin1Char(byte))
-                      : QStringLiteral("_%1").arg(code, 2, 16, QLatin1Char('0'));
+        path += code < 0x10 ? "_0" : "_";
+        path += QByteArray::number(code, 16);
     }
-    return path;
+    return QString::fromLatin1(path);
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const SystemdProxy::Unit &unit)

@@ -31,9 +31,9 @@ public:
         /// Stop jobs that are not answered yet.
         int stops = 0;
     };
-    Watch &watchOf(const QString &unit);
+    Watch &watchAt(const QString &objectPath, const QString &unit);
     /// Ends what a stop job began, whose unit may be a client's invention.
-    void endStop(const QString &unit);
+    void endStop(const QString &objectPath);
 
     SystemdProxy *const q;
     DBus::CallQueue calls;
