@@ -70,6 +70,7 @@ private Q_SLOTS:
     void announcesAnUnchangedListToo();
     void announcesAvailableTasks();
     void findsWhatRunsAlready();
+    void findsTheProcessOfWhatRunsAlready();
     void ignoresWhatIsNotSystemds();
     void ignoresUnitsThatItDoesNotKnow();
     void takesAnythingButRunningAsNotRunning_data();
@@ -369,6 +370,19 @@ void TestSessions::findsWhatRunsAlready()
     stage.systemd->emitChange(Stage::unitPath(syncTask()),
                               {{QStringLiteral("ActiveState"), QStringLiteral("deactivating")}});
     QVERIFY(stage.waitUntil([&] { return activeTasks(stage).isEmpty(); }));
+}
+
+void TestSessions::findsTheProcessOfWhatRunsAlready()
+{
+    Stage stage;
+    addNotes(stage);
+    const QString unit = QStringLiteral("ov_task.com.example.Notes.task_sync.service");
+    stage.systemd->units = {{unit, QStringLiteral("active"), QStringLiteral("running")}};
+    stage.systemd->properties.insert(unit, {{QStringLiteral("MainPID"), 4711u}});
+    QVERIFY(stage.start());
+    (void)stage.registerInvoker(syncType());
+    QVERIFY(stage.waitUntil([&] { return activeTasks(stage).value(0).pid == 4711; }));
+    QCOMPARE(stage.systemd->propertyQuestions, 1);
 }
 
 void TestSessions::ignoresWhatIsNotSystemds()
