@@ -115,8 +115,10 @@ void CallQueue::expire()
     dropUnsent();
     answerOverdue();
     for (const auto &lane : m_waiting) {
-        for (const Call &call : lane)
+        for (const Call &call : lane) {
             watch(call.sendBy);
+            watch(call.answerBy);
+        }
     }
     for (const auto &[number, call] : m_unanswered)
         watch(call.answerBy);
@@ -134,21 +136,25 @@ void CallQueue::dropUnsent()
     for (const Call &call : dropped) {
         if (call.left)
             call.left(false);
-        call.answered(notSent());
+        if (call.answered)
+            call.answered(notSent());
     }
 }
 
 void CallQueue::answerOverdue()
 {
     std::vector<Callback> overdue;
-    for (auto &[number, call] : m_unanswered) {
+    const auto takeOverdue = [&overdue](auto &call) {
         if (!call.answerBy.hasExpired())
-            continue;
+            return;
         call.answerBy = QDeadlineTimer::Forever;
-        overdue.push_back(std::move(call.answered));
-        // A callback that has been moved from may still hold something.
-        call.answered = nullptr;
-    }
+        overdue.push_back(std::exchange(call.answered, nullptr));
+    };
+    // What still waits is sent all the same: that is what sendBy is for.
+    for (auto &lane : m_waiting)
+        std::for_each(lane.begin(), lane.end(), takeOverdue);
+    for (auto &[number, call] : m_unanswered)
+        takeOverdue(call);
     for (const Callback &answered : overdue)
         answered(notAnswered());
 }

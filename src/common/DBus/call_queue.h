@@ -42,7 +42,8 @@ public:
         Lane lane = Normal;
         /// When it is not sent by then it is never sent: the answer is the error Timeout.
         QDeadlineTimer sendBy = QDeadlineTimer::Forever;
-        /// When its answer is not here by then, the answer is the error NoReply.
+        /// When its answer is not here by then, the answer is the error NoReply. A call that still
+        /// waits is sent later all the same.
         QDeadlineTimer answerBy = QDeadlineTimer::Forever;
         /// Runs when the call leaves the queue: right behind the sending, perhaps inside call(), or
         /// with false when it is not sent.

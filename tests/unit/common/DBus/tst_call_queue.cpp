@@ -21,6 +21,7 @@ private Q_SLOTS:
     void sendsNothingThatHasExpired();
     void sendsNothingThatHadExpiredWhenItWasAsked();
     void answersForAPeerThatDoesNot();
+    void answersForACallThatStillWaits();
     void keepsThePlaceOfACallThatIsNotAnswered();
 
 private:
@@ -188,6 +189,21 @@ void TestCallQueue::answersForAPeerThatDoesNot()
     user.release();
     // Once: what comes later is nobody's.
     QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), patienceMs);
+}
+
+void TestCallQueue::answersForACallThatStillWaits()
+{
+    FakeUserService user(userBus);
+    user.hangs = true;
+    CallQueue queue(own, {1, 1, 1});
+    queue.call(call(0));
+    CallQueue::Call impatient = call(1);
+    impatient.answerBy = QDeadlineTimer(soonMs);
+    queue.call(impatient);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, patienceMs);
+    user.release();
+    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 2, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("0")}), patienceMs);
 }
 
 void TestCallQueue::keepsThePlaceOfACallThatIsNotAnswered()
