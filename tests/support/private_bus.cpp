@@ -20,12 +20,16 @@ const char configuration[] =
     <allow send_destination="*"/>
     <allow receive_sender="*"/>
   </policy>
+  %3
 </busconfig>
 )";
 
 } // namespace
 
-PrivateBus::PrivateBus() = default;
+PrivateBus::PrivateBus(const QString &configuration)
+    : m_configuration(configuration)
+{
+}
 
 PrivateBus::~PrivateBus() { stop(); }
 
@@ -46,7 +50,8 @@ bool PrivateBus::start()
     if (!file.open(QIODevice::WriteOnly))
         return false;
     file.write(QString::fromLatin1(configuration)
-                   .arg(m_directory.filePath(QStringLiteral("socket")), m_directory.path())
+                   .arg(m_directory.filePath(QStringLiteral("socket")), m_directory.path(),
+                        m_configuration)
                    .toUtf8());
     file.close();
     m_daemon.start(QStringLiteral("dbus-daemon"),

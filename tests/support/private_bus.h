@@ -10,7 +10,8 @@
 class PrivateBus
 {
 public:
-    PrivateBus();
+    /// @param configuration further elements of the bus's configuration, such as other limits.
+    explicit PrivateBus(const QString &configuration = {});
     ~PrivateBus();
     Q_DISABLE_COPY(PrivateBus)
 
@@ -25,6 +26,7 @@ public:
     [[nodiscard]] bool activate(const QString &name, const QString &command) const;
 
 private:
+    const QString m_configuration;
     QTemporaryDir m_directory;
     DeathBoundProcess m_daemon;
 };
