@@ -1,0 +1,43 @@
+#include "budgets/counts.h"
+
+#include "figures/match_rules.h"
+#include "figures/storm.h"
+
+namespace Bench {
+
+namespace {
+
+double rulesWithClients()
+{
+    Clients clients;
+    clients.come(200);
+    return clients.rules();
+}
+
+double looksOfStorm()
+{
+    const std::optional<StormCost> cost = measureStorm();
+    return cost ? cost->looks : -1;
+}
+
+} // namespace
+
+QVector<Count> allCounts()
+{
+    const QString instructions = QStringLiteral("instructions");
+    return {
+        {QStringLiteral("start-up"), instructions, instructionsOfStartUp, false, false},
+        {QStringLiteral("scan-1000"), instructions, instructionsOfScan, false, false},
+        {QStringLiteral("start-and-stop"), instructions, instructionsOfStartAndStop, false, false},
+        {QStringLiteral("registration"), instructions, instructionsOfRegistration, false, false},
+        {QStringLiteral("signal"), instructions, instructionsOfSignal, false, false},
+        {QStringLiteral("rules-of-200-clients"), QStringLiteral("rules"), rulesWithClients, true,
+         false},
+        {QStringLiteral("wake-ups-in-20-s"), QStringLiteral("wake-ups"), wakeUpsWhenIdle, false,
+         false},
+        {QStringLiteral("reloads-of-50-starts"), QStringLiteral("reloads"), reloadsOfManyStarts,
+         false, false},
+        {QStringLiteral("looks-of-a-storm"), QStringLiteral("looks"), looksOfStorm, false, true}};
+}
+
+} // namespace Bench

@@ -1,0 +1,96 @@
+#include "budgets/counts.h"
+
+#include "client/calls.h"
+#include "common/names.h"
+#include "figures/announcements.h"
+#include "support/callgrind.h"
+
+namespace Bench {
+
+namespace {
+
+constexpr int few = 2;
+constexpr int many = 22;
+
+// Of one operation, when run(n) is a run with n of them.
+template <typename Run>
+double perOperation(const Run &run)
+{
+    const double more = run(many);
+    const double less = run(few);
+    return more < 0 || less < 0 ? -1 : (more - less) / (many - few);
+}
+
+void startAndStop(const Stage &stage, int count)
+{
+    const QString session = Names::taskInvokerSessionsPath() + QStringLiteral("Sync");
+    stage.registerInvoker(stage.client, QStringLiteral("Sync"));
+    for (int number = 0; number < count; ++number) {
+        callAndWait(stage.client,
+                    Client::startCall(session, taskId(0), {},
+                                      {{QStringLiteral("User"), QStringLiteral("nobody")}}));
+        callAndWait(stage.client, Client::stopCall(session, taskId(0)));
+    }
+}
+
+void registerClients(const Stage &stage, int count)
+{
+    for (int number = 0; number < count; ++number) {
+        const QDBusConnection client = newConnection(stage.bus.address());
+        stage.registerInvoker(client, QStringLiteral("Sync"));
+    }
+}
+
+// A daemon with one application, and a number of operations on it.
+template <typename Work>
+double perOperationOfDaemon(const Work &work)
+{
+    return perOperation([&work](int count) {
+        Stage stage;
+        writeEntries(stage.root, 1, QStringLiteral("Sync"));
+        stage.startManager();
+        return instructionsOfDaemon(stage, [&] { work(stage, count); });
+    });
+}
+
+double scanOf(int entries)
+{
+    const TempRoot root;
+    writeEntries(root, entries, QStringLiteral("Sync"));
+    return instructionsOf(programBeside(QStringLiteral("registry-probe")), {QStringLiteral("scan")},
+                          root.environment() + QStringList{QStringLiteral("QT_HASH_SEED=0")});
+}
+
+} // namespace
+
+double instructionsOfStartUp()
+{
+    Stage stage;
+    stage.startManager();
+    return instructionsOfDaemon(stage, [] {});
+}
+
+double instructionsOfScan()
+{
+    const double full = scanOf(1000);
+    const double empty = scanOf(0);
+    return full < 0 || empty < 0 ? -1 : full - empty;
+}
+
+double instructionsOfStartAndStop() { return perOperationOfDaemon(startAndStop); }
+
+double instructionsOfRegistration() { return perOperationOfDaemon(registerClients); }
+
+double instructionsOfSignal()
+{
+    return perOperation([](int count) {
+        Announcements announcements({});
+        return instructionsOfDaemon(announcements.stage, [&] {
+            announcements.listen();
+            for (int number = 0; number < count; ++number)
+                announcements.changeOnce();
+        });
+    });
+}
+
+} // namespace Bench

@@ -1,0 +1,28 @@
+#include "figures/figures.h"
+
+namespace Bench {
+
+QVector<Measurement> allMeasurements()
+{
+    return {startsAtOnce50(),
+            startsAtOnce300(),
+            singleStart(),
+            slowReload(),
+            scan(),
+            scanBesideGio(),
+            rescan(),
+            storm(),
+            startWithUnit(),
+            startEmpty(),
+            startToRegistration(),
+            registrationWithManyTasks(),
+            signalWithSessions(),
+            signalWithUnits(),
+            startAndStop(),
+            matchRules(),
+            forwardedMemory(),
+            sharedMemory(),
+            firstCall()};
+}
+
+} // namespace Bench

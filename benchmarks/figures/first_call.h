@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QDBusMessage>
+#include <QString>
+
+namespace Bench {
+
+/// A service that the container's bus starts when it is called: the daemon, or the bare one in the
+/// same confinement.
+struct Activated
+{
+    QString unit;
+    QDBusMessage firstCall;
+};
+
+Activated activatedOrvane();
+Activated activatedBare();
+
+/// Stops it and waits until it has ended.
+void stopActivated(const Activated &service);
+/// Calls it, which starts it when it is stopped.
+/// @return milliseconds until the answer; -1 for an error.
+double callActivated(const Activated &service);
+
+} // namespace Bench

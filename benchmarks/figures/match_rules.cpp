@@ -1,0 +1,91 @@
+// How many match rules the daemon holds at the bus with 200 clients, each on a connection of its
+// own, beside the same daemon without a client.
+//
+// The bus compares every message with every rule and drops signals beyond 512 rules of a
+// connection. It tells how many there are itself.
+
+#include "figures/match_rules.h"
+
+#include "figures/figures.h"
+
+#include <QDBusConnectionInterface>
+
+#include <memory>
+#include <unistd.h>
+
+namespace Bench {
+
+namespace {
+
+// The daemon lets a user have 128.
+constexpr int clientsOfAUser = 100;
+// The users of the base system, daemon and those after it: the bus admits those that it finds.
+constexpr uid_t firstUser = 1;
+
+} // namespace
+
+Clients::Clients()
+{
+    stage.startManager();
+    stage.startDaemon();
+}
+
+// As root a connection of another user each time; else of this one.
+QDBusConnection Clients::connectionOfUser(int number) const
+{
+    const uid_t self = geteuid();
+    if (self == 0 && seteuid(firstUser + static_cast<uid_t>(number)) != 0)
+        qFatal("cannot become another user");
+    const QDBusConnection connection = newConnection(stage.bus.address());
+    if (self == 0 && seteuid(0) != 0)
+        qFatal("cannot become root again");
+    return connection;
+}
+
+Clients::~Clients() { leave(); }
+
+void Clients::come(int count)
+{
+    while (m_clients.size() < count) {
+        m_clients.append(connectionOfUser(m_clients.size() / clientsOfAUser));
+        stage.registerInvoker(m_clients.constLast(), QStringLiteral("Sync"));
+    }
+}
+
+void Clients::leave()
+{
+    for (QDBusConnection &client : m_clients) {
+        QDBusConnection::disconnectFromBus(client.name());
+        // The library closes the socket with the last handle.
+        client = QDBusConnection(QString());
+    }
+    m_clients.clear();
+}
+
+int Clients::rules() const
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus.Debug.Stats"), QStringLiteral("GetConnectionStats"));
+    call << QStringLiteral("org.zarn.Orvane");
+    const QDBusMessage reply = callAndWait(stage.client, call);
+    return qdbus_cast<QVariantMap>(reply.arguments().value(0))
+        .value(QStringLiteral("MatchRules"), -1)
+        .toInt();
+}
+
+Measurement matchRules()
+{
+    return {{{QStringLiteral("match-rules-200"), QStringLiteral("rules"), Judged::Value, 20, 12}},
+            Place::Here,
+            3,
+            [] {
+                auto without = std::make_shared<Clients>();
+                auto with = std::make_shared<Clients>();
+                with->come(200);
+                return Sides{[without] { return QVector<double>{double(without->rules())}; },
+                             [with] { return QVector<double>{double(with->rules())}; }};
+            }};
+}
+
+} // namespace Bench

@@ -1,0 +1,102 @@
+// How soon a started daemon has its name, and how soon it has answered its first client.
+//
+// Fair, because both sides are started the same way on a bus of their own, with the same
+// environment and the same stand-in for systemd, and time runs from the start of the process until
+// the bus announces the name or the answer is there. What the daemon keeps from one run to the next
+// in its runtime directory stays, as it does with the shipped unit.
+
+#include "figures/figures.h"
+
+#include "support/stage.h"
+
+#include <QElapsedTimer>
+
+#include <memory>
+
+namespace Bench {
+
+namespace {
+
+std::shared_ptr<Stage> stageWith(int entries, const QStringList &manager = {})
+{
+    auto stage = std::make_shared<Stage>();
+    writeEntries(stage->root, entries, QStringLiteral("Sync"));
+    stage->startManager(manager);
+    return stage;
+}
+
+QVector<double> timeToName(Stage &stage)
+{
+    const double time = stage.startDaemon();
+    stage.daemon.end();
+    return {time};
+}
+
+QVector<double> timeToNameOfBare(Stage &stage)
+{
+    Child bare;
+    const QString name = QStringLiteral("org.zarn.Bare");
+    const double time =
+        stage.startUntilName(bare, programBeside(QStringLiteral("bare-qtdbus")), {name}, name);
+    bare.end();
+    return {time};
+}
+
+QVector<double> timeToRegistration(Stage &stage)
+{
+    const double toName = stage.startDaemon();
+    QElapsedTimer time;
+    time.start();
+    const QDBusMessage reply = stage.registerInvoker(stage.client, QStringLiteral("Sync"));
+    const double toAnswer = static_cast<double>(time.nsecsElapsed()) / 1e6;
+    stage.daemon.end();
+    return reply.type() == QDBusMessage::ReplyMessage ? QVector<double>{toName + toAnswer}
+                                                      : QVector<double>();
+}
+
+} // namespace
+
+// The peer is the daemon itself without a known unit, on the same entries.
+Measurement startWithUnit()
+{
+    return {{{QStringLiteral("start-with-unit"), QStringLiteral("ms"), Judged::Ratio, 1.3, 1.1}},
+            Place::Here,
+            11,
+            [] {
+                const auto without = stageWith(1000);
+                const auto with = stageWith(1000, {QStringLiteral("--units"), QStringLiteral("1")});
+                return Sides{[without] { return timeToName(*without); },
+                             [with] { return timeToName(*with); }};
+            }};
+}
+
+// The peer is a service that does nothing, on the same libraries.
+Measurement startEmpty()
+{
+    return {{{QStringLiteral("start-empty"), QStringLiteral("ms"), Judged::Ratio, 1.5, 1.2}},
+            Place::Here,
+            15,
+            [] {
+                const auto stage = stageWith(0);
+                return Sides{[stage] { return timeToNameOfBare(*stage); },
+                             [stage] { return timeToName(*stage); }};
+            }};
+}
+
+// The peer is the daemon itself without entries. Paid at every activation, since the daemon leaves
+// when idle.
+Measurement startToRegistration()
+{
+    return {
+        {{QStringLiteral("start-to-registration"), QStringLiteral("ms"), Judged::Ratio, 1.5, 1.15}},
+        Place::Here,
+        11,
+        [] {
+            const auto without = stageWith(0);
+            const auto with = stageWith(300);
+            return Sides{[without] { return timeToRegistration(*without); },
+                         [with] { return timeToRegistration(*with); }};
+        }};
+}
+
+} // namespace Bench

@@ -1,0 +1,141 @@
+// 200 packages are installed within 10 s on a system with 1,000 desktop entries: what the registry
+// spends on it, how often it looks, and how soon it knows.
+//
+// Processor time is given in full scans of the same files, measured in the same run, so that the
+// figure does not depend on the machine. A package's files come as a package manager writes them:
+// under another name, renamed when whole.
+
+#include "figures/storm.h"
+
+#include "figures/figures.h"
+#include "support/child.h"
+#include "support/entries.h"
+#include "support/stage.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+
+#include <algorithm>
+
+namespace Bench {
+
+namespace {
+
+constexpr int before = 1000;
+constexpr int packages = 200;
+constexpr int intervalMs = 50;
+
+class Storm
+{
+public:
+    std::optional<StormCost> run()
+    {
+        writeEntries(m_root, before, QStringLiteral("Sync"));
+        m_time.start();
+        m_probe.start(programBeside(QStringLiteral("registry-probe")), {QStringLiteral("follow")},
+                      m_root.environment());
+        if (!waitUntil([this] { return read() == before; }))
+            return std::nullopt;
+        const double spentBefore = m_spent;
+        m_looks = 0;
+        installAll();
+        // What the last package has set off is over when nothing is announced any more.
+        if (!waitUntil([this] { return read() == before + packages && isQuiet(); }))
+            return std::nullopt;
+        const double spent = m_spent - spentBefore;
+        return StormCost{spent / scanNow(), static_cast<double>(m_looks),
+                         m_firstSeen - m_firstWritten, m_lastSeen - m_lastWritten};
+    }
+
+private:
+    void install(int number)
+    {
+        const QString path = entryPath(number);
+        m_root.write(QStringLiteral("/opt/app/com.example.App%1/current/manifest.json").arg(number),
+                     "{}\n");
+        m_root.write(path + QStringLiteral(".new"), entryText(number, QStringLiteral("Sync")));
+        QFile::rename(m_root.path(path + QStringLiteral(".new")), m_root.path(path));
+    }
+
+    void installAll()
+    {
+        m_firstWritten = now();
+        for (int number = 0; number < packages; ++number) {
+            waitUntil([&] { return read() >= 0 && now() >= m_firstWritten + number * intervalMs; });
+            m_lastWritten = now();
+            install(before + number);
+        }
+    }
+
+    // Takes what the probe has said meanwhile; the number of applications that it knows.
+    int read()
+    {
+        while (m_probe.process().canReadLine()) {
+            const QList<QByteArray> words = m_probe.process().readLine().simplified().split(' ');
+            const int known = words.value(0).toInt();
+            m_spent = words.value(1).toDouble();
+            ++m_looks;
+            m_said = now();
+            if (m_known == before && known > before)
+                m_firstSeen = m_said;
+            if (m_known < before + packages && known == before + packages)
+                m_lastSeen = m_said;
+            m_known = known;
+        }
+        return m_known;
+    }
+
+    [[nodiscard]] bool isQuiet() const { return now() - m_said > 1000; }
+    [[nodiscard]] double now() const { return static_cast<double>(m_time.nsecsElapsed()) / 1e6; }
+
+    // Nanoseconds of a full scan of what there is now: the best of three, as noise makes it longer
+    // only.
+    [[nodiscard]] double scanNow() const
+    {
+        double best = 0;
+        for (int round = 0; round < 3; ++round) {
+            const double one = numbersOf(programBeside(QStringLiteral("registry-probe")),
+                                         {QStringLiteral("scan")}, m_root.environment())
+                                   .value(1);
+            best = best == 0 ? one : std::min(best, one);
+        }
+        return best;
+    }
+
+    TempRoot m_root;
+    Child m_probe;
+    QElapsedTimer m_time;
+    int m_known = 0;
+    int m_looks = 0;
+    double m_spent = 0;
+    double m_said = 0;
+    double m_firstWritten = 0;
+    double m_firstSeen = 0;
+    double m_lastWritten = 0;
+    double m_lastSeen = 0;
+};
+
+} // namespace
+
+std::optional<StormCost> measureStorm() { return Storm().run(); }
+
+Measurement storm()
+{
+    return {{{QStringLiteral("storm-cost"), QStringLiteral("scans"), Judged::Value, 6, 3},
+             {QStringLiteral("storm-looks"), QStringLiteral("looks"), Judged::Value, 40, {}},
+             {QStringLiteral("storm-first-seen"), QStringLiteral("ms"), Judged::Value, 50, {}},
+             {QStringLiteral("storm-last-seen"), QStringLiteral("ms"), Judged::Value, 600, {}}},
+            Place::Here,
+            3,
+            [] {
+                return Sides{[] { return QVector<double>(); },
+                             [] {
+                                 const std::optional<StormCost> cost = measureStorm();
+                                 return cost ? QVector<double>{cost->scans, cost->looks,
+                                                               cost->firstMs, cost->lastMs}
+                                             : QVector<double>();
+                             }};
+            }};
+}
+
+} // namespace Bench

@@ -1,0 +1,159 @@
+// Measures the daemon beside its peers. scripts/bench builds this and runs it where each figure
+// needs it.
+//
+//     orvane-bench list                             names of figures, each with the place where it
+//     is measured orvane-bench run PLACE FILE [FIGURE...]       measures (here or container),
+//     writes samples into FILE orvane-bench table RESULT FILE...             prints the table of
+//     such files, writes it as JSON orvane-bench scale FOLDER                     measures how
+//     costs grow, leaves plots in FOLDER orvane-bench budgets FILE [--write WHY] [NAME...]
+//
+// Status: 0 all is met, 1 something is missed, 2 wrong usage, 3 the machine was too noisy to judge.
+
+#include "budgets/budgets.h"
+#include "figures/figures.h"
+#include "scale/scale.h"
+#include "support/judgement.h"
+#include "support/report.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonDocument>
+
+#include <cstdio>
+
+namespace {
+
+using namespace Bench;
+
+// A side that takes minutes is not repeated as often as it would be else.
+constexpr int longestMeasurementMs = 240 * 1000;
+
+constexpr int wrongUsage = 2;
+
+QString wordOf(Place place)
+{
+    return place == Place::Here ? QStringLiteral("here") : QStringLiteral("container");
+}
+
+int list()
+{
+    for (const Measurement &measurement : allMeasurements()) {
+        for (const Figure &figure : measurement.figures)
+            std::printf("%s %s\n", qPrintable(wordOf(measurement.place)), qPrintable(figure.name));
+    }
+    return 0;
+}
+
+bool isWanted(const Measurement &measurement, const QStringList &names)
+{
+    for (const Figure &figure : measurement.figures) {
+        if (names.isEmpty() || names.contains(figure.name))
+            return true;
+    }
+    return false;
+}
+
+void append(const QVector<double> &values, QVector<double> Samples::*side, QVector<Samples> &all)
+{
+    for (int index = 0; index < all.size() && index < values.size(); ++index)
+        (all[index].*side).append(values[index]);
+}
+
+// Both sides in turn, and each first in turn.
+QVector<Samples> measure(const Measurement &measurement)
+{
+    QVector<Samples> all;
+    for (const Figure &figure : measurement.figures) {
+        std::fprintf(stderr, "%s\n", qPrintable(figure.name));
+        all.append({figure, {}, {}});
+    }
+    const Sides sides = measurement.prepare();
+    QElapsedTimer time;
+    time.start();
+    for (int round = 0; round < measurement.rounds; ++round) {
+        const bool peerFirst = round % 2 == 0;
+        QVector<double> peer = peerFirst ? sides.peer() : QVector<double>();
+        const QVector<double> orvane = sides.orvane();
+        if (!peerFirst)
+            peer = sides.peer();
+        const bool warmsUp = round == 0 && measurement.rounds > 3;
+        if (!warmsUp) {
+            append(peer, &Samples::peer, all);
+            append(orvane, &Samples::orvane, all);
+        }
+        if (time.elapsed() > longestMeasurementMs && !warmsUp)
+            break;
+    }
+    return all;
+}
+
+bool writeJson(const QString &path, const QJsonArray &array)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(array).toJson()) > 0;
+}
+
+int run(const QString &place, const QString &path, const QStringList &names)
+{
+    QVector<Samples> all;
+    for (const Measurement &measurement : allMeasurements()) {
+        if (wordOf(measurement.place) == place && isWanted(measurement, names))
+            all += measure(measurement);
+    }
+    return writeJson(path, toJson(all)) ? 0 : 1;
+}
+
+QVector<Samples> samplesIn(const QStringList &paths)
+{
+    QVector<Samples> all;
+    for (const QString &path : paths) {
+        QFile file(path);
+        if (file.open(QIODevice::ReadOnly))
+            all += fromJson(QJsonDocument::fromJson(file.readAll()).array());
+    }
+    return all;
+}
+
+int table(const QString &result, const QStringList &paths)
+{
+    const QVector<Samples> all = samplesIn(paths);
+    std::printf("%s", qPrintable(tableOf(all)));
+    if (!writeJson(result, judgedToJson(all)))
+        return 1;
+    const int status = all.isEmpty() ? 1 : statusOf(all);
+    if (status == 3)
+        std::printf("The machine was too noisy to judge every figure: run it again when less goes "
+                    "on.\n");
+    return status;
+}
+
+int budgets(QStringList arguments)
+{
+    const QString path = arguments.takeFirst();
+    if (arguments.value(0) != QLatin1String("--write"))
+        return checkBudgets(path, arguments);
+    const QString why = arguments.value(1);
+    return why.isEmpty() ? wrongUsage : writeBudgets(path, arguments.mid(2), why);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    const QString command = arguments.value(0);
+    if (command == QLatin1String("list"))
+        return list();
+    if (command == QLatin1String("run") && arguments.size() > 2)
+        return run(arguments[1], arguments[2], arguments.mid(3));
+    if (command == QLatin1String("table") && arguments.size() > 2)
+        return table(arguments[1], arguments.mid(2));
+    if (command == QLatin1String("scale") && arguments.size() == 2)
+        return plotScale(arguments[1]);
+    if (command == QLatin1String("budgets") && arguments.size() > 1)
+        return budgets(arguments.mid(1));
+    std::fprintf(stderr, "orvane-bench: scripts/bench runs this\n");
+    return wrongUsage;
+}

@@ -1,0 +1,93 @@
+// The daemon's registry of applications in a process of its own, without a bus: what a scan costs
+// is then the process's processor time.
+//
+//     registry-probe scan           applications found, nanoseconds of the scan
+//     registry-probe rescan FILE    the same, then nanoseconds of the look after FILE was written
+//     anew registry-probe follow         a line after each look: applications, nanoseconds so far;
+//     until its
+//                                   input ends
+//
+// The environment says where entries are, as for the daemon.
+
+#include "common/Core/application_info.h"
+#include "common/Core/application_registry.h"
+#include "common/Core/findings.h"
+#include "common/places.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSocketNotifier>
+
+#include <cstdio>
+#include <ctime>
+#include <unistd.h>
+
+namespace {
+
+long long processorTime()
+{
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return now.tv_sec * 1000000000LL + now.tv_nsec;
+}
+
+// How many of the task type "Sync" there are: one of each application of the benchmarks.
+int applicationsIn(const Core::ApplicationRegistry &registry)
+{
+    return registry.tasksOfType(QStringLiteral("Sync")).size();
+}
+
+void writeAnew(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("cannot read %s", qPrintable(path));
+    const QByteArray text = file.readAll();
+    file.close();
+    if (!file.open(QIODevice::WriteOnly) || file.write(text + "X-Changed=1\n") < 0)
+        qFatal("cannot write %s", qPrintable(path));
+}
+
+int rescan(Core::ApplicationRegistry &registry, const QString &path)
+{
+    QObject::connect(&registry, &Core::ApplicationRegistry::manifestsChanged, qApp,
+                     &QCoreApplication::quit);
+    writeAnew(path);
+    const long long start = processorTime();
+    QCoreApplication::exec();
+    std::printf("%lld\n", processorTime() - start);
+    return 0;
+}
+
+int follow(Core::ApplicationRegistry &registry)
+{
+    const auto tell = [&registry] {
+        // First: the question that follows is the probe's own.
+        const long long spent = processorTime();
+        std::printf("%d %lld\n", applicationsIn(registry), spent);
+        std::fflush(stdout);
+    };
+    QObject::connect(&registry, &Core::ApplicationRegistry::manifestsChanged, qApp, tell);
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, qApp, &QCoreApplication::quit);
+    tell();
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
+    const QStringList arguments = QCoreApplication::arguments();
+    const Places places = Places::ofEnvironment();
+    const long long start = processorTime();
+    Core::ApplicationRegistry registry(places, Core::LoggedFindings::instance());
+    const long long spent = processorTime() - start;
+    const QString mode = arguments.value(1);
+    if (mode == QLatin1String("follow"))
+        return follow(registry);
+    std::printf("%d %lld\n", applicationsIn(registry), spent);
+    return mode == QLatin1String("rescan") ? rescan(registry, arguments.value(2)) : 0;
+}

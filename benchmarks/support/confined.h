@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// Services of the container's systemd.
+
+namespace Bench {
+
+/// Runs systemctl and waits for it.
+/// @return what it printed, without white space around it.
+QString systemctl(const QStringList &arguments);
+/// The process of a service; 0 while it does not run.
+qint64 mainPid(const QString &unit);
+
+} // namespace Bench

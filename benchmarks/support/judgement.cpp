@@ -1,0 +1,82 @@
+#include "support/judgement.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace Bench {
+
+namespace {
+
+constexpr double tooNoisy = 0.25;
+constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
+
+// The value at a part of the way from the smallest to the largest.
+double quantile(QVector<double> values, double part)
+{
+    if (values.isEmpty())
+        return nothing;
+    std::sort(values.begin(), values.end());
+    const double place = part * (values.size() - 1);
+    const int below = static_cast<int>(std::floor(place));
+    const int above = std::min(below + 1, static_cast<int>(values.size()) - 1);
+    return values[below] + (place - below) * (values[above] - values[below]);
+}
+
+double judgedValue(const Figure &figure, double orvane, double peer)
+{
+    return figure.judged == Judged::Ratio ? orvane / peer : orvane;
+}
+
+// Whether quieter runs of this machine could be on either side of the bound.
+bool isUndecided(const Samples &samples, double bound)
+{
+    const double low =
+        judgedValue(samples.figure, quantile(samples.orvane, 0.25), quantile(samples.peer, 0.75));
+    const double high =
+        judgedValue(samples.figure, quantile(samples.orvane, 0.75), quantile(samples.peer, 0.25));
+    return low <= bound && bound < high;
+}
+
+Verdict verdictOn(const Samples &samples, const Judgement &judgement)
+{
+    const Figure &figure = samples.figure;
+    const double value = judgedValue(figure, judgement.orvane, judgement.peer);
+    if (std::isnan(value))
+        return Verdict::Failed;
+    if (!figure.must)
+        return Verdict::Open;
+    const bool judgesPeer = figure.judged == Judged::Ratio;
+    const bool noisy =
+        judgement.orvaneSpread > tooNoisy || (judgesPeer && judgement.peerSpread > tooNoisy);
+    if (noisy && isUndecided(samples, *figure.must))
+        return Verdict::Noisy;
+    if (value > *figure.must)
+        return Verdict::Missed;
+    return figure.stretch && value <= *figure.stretch ? Verdict::Stretch : Verdict::Met;
+}
+
+} // namespace
+
+double median(QVector<double> values) { return quantile(std::move(values), 0.5); }
+
+double spread(const QVector<double> &values)
+{
+    if (values.size() < 2)
+        return 0;
+    const double middle = median(values);
+    const double width = quantile(values, 0.75) - quantile(values, 0.25);
+    return middle > 0 ? width / middle : 0;
+}
+
+Judgement judge(const Samples &samples)
+{
+    Judgement judgement{median(samples.peer), median(samples.orvane), nothing,
+                        spread(samples.peer), spread(samples.orvane), Verdict::Open};
+    judgement.ratio = judgement.orvane / judgement.peer;
+    judgement.verdict = verdictOn(samples, judgement);
+    return judgement;
+}
+
+} // namespace Bench

@@ -1,0 +1,98 @@
+// What figures are judged by.
+
+#include "support/judgement.h"
+#include "support/report.h"
+
+#include <QtTest>
+
+using namespace Bench;
+
+namespace {
+
+Samples samplesOf(const QVector<double> &peer, const QVector<double> &orvane,
+                  Judged judged = Judged::Ratio)
+{
+    return {{QStringLiteral("figure"), QStringLiteral("ms"), judged, 2.0, 1.5}, peer, orvane};
+}
+
+} // namespace
+
+class TestJudgement : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void mediansAreCompared()
+    {
+        const Judgement judgement = judge(samplesOf({9, 10, 90}, {17, 18, 19}));
+        QCOMPARE(judgement.peer, 10.0);
+        QCOMPARE(judgement.orvane, 18.0);
+        QCOMPARE(judgement.ratio, 1.8);
+    }
+
+    void aVerdictIsAboutMustAndStretch_data()
+    {
+        QTest::addColumn<double>("orvane");
+        QTest::addColumn<int>("verdict");
+        QTest::newRow("below stretch") << 14.0 << int(Verdict::Stretch);
+        QTest::newRow("between stretch and must") << 18.0 << int(Verdict::Met);
+        QTest::newRow("at must") << 20.0 << int(Verdict::Met);
+        QTest::newRow("above must") << 21.0 << int(Verdict::Missed);
+    }
+
+    void aVerdictIsAboutMustAndStretch()
+    {
+        QFETCH(double, orvane);
+        QTEST(int(judge(samplesOf({10, 10, 10}, {orvane, orvane, orvane})).verdict), "verdict");
+    }
+
+    void aBoundOnTheValueDoesNotLookAtThePeer()
+    {
+        QCOMPARE(judge(samplesOf({100, 100}, {3, 3}, Judged::Value)).verdict, Verdict::Missed);
+        QCOMPARE(judge(samplesOf({}, {1, 1}, Judged::Value)).verdict, Verdict::Stretch);
+    }
+
+    void aNoisySideIsNotJudgedNearTheBound()
+    {
+        QCOMPARE(judge(samplesOf({5, 10, 15}, {14, 21, 28})).verdict, Verdict::Noisy);
+    }
+
+    void noiseDoesNotHideWhatIsFarFromTheBound()
+    {
+        QCOMPARE(judge(samplesOf({5, 10, 15}, {140, 210, 280})).verdict, Verdict::Missed);
+        QCOMPARE(judge(samplesOf({50, 100, 150}, {14, 21, 28})).verdict, Verdict::Stretch);
+    }
+
+    void aSideWithoutValuesCountsAsMissed()
+    {
+        const Samples samples = samplesOf({10, 10}, {});
+        QCOMPARE(judge(samples).verdict, Verdict::Failed);
+        QCOMPARE(statusOf({samples}), 1);
+    }
+
+    void theStatusTellsMissedFromNotJudged()
+    {
+        const Samples met = samplesOf({10, 10}, {10, 10});
+        const Samples missed = samplesOf({10, 10}, {30, 30});
+        const Samples noisy = samplesOf({5, 10, 15}, {14, 21, 28});
+        QCOMPARE(statusOf({met}), 0);
+        QCOMPARE(statusOf({met, noisy}), 3);
+        QCOMPARE(statusOf({noisy, missed}), 1);
+    }
+
+    void samplesComeBackFromJson()
+    {
+        const Samples samples = samplesOf({1, 2}, {3}, Judged::Value);
+        const QVector<Samples> back = fromJson(toJson({samples}));
+        QCOMPARE(back.size(), 1);
+        QCOMPARE(back[0].peer, samples.peer);
+        QCOMPARE(back[0].orvane, samples.orvane);
+        QCOMPARE(back[0].figure.must, samples.figure.must);
+        QCOMPARE(back[0].figure.judged, Judged::Value);
+        QCOMPARE(tableOf(back), tableOf({samples}));
+    }
+};
+
+QTEST_APPLESS_MAIN(TestJudgement)
+
+#include "tst_judgement.moc"
