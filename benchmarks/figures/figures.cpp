@@ -14,6 +14,7 @@ QVector<Measurement> allMeasurements()
             storm(),
             startWithUnit(),
             startEmpty(),
+            startEmptyBesideSdBus(),
             startToRegistration(),
             registrationWithManyTasks(),
             signalWithSessions(),

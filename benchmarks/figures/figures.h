@@ -13,6 +13,7 @@ Measurement rescan();
 Measurement storm();
 Measurement startWithUnit();
 Measurement startEmpty();
+Measurement startEmptyBesideSdBus();
 Measurement startToRegistration();
 Measurement registrationWithManyTasks();
 Measurement signalWithSessions();

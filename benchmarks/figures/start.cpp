@@ -32,12 +32,11 @@ QVector<double> timeToName(Stage &stage)
     return {time};
 }
 
-QVector<double> timeToNameOfBare(Stage &stage)
+QVector<double> timeToNameOfBare(Stage &stage, const QString &program)
 {
     Child bare;
     const QString name = QStringLiteral("org.zarn.Bare");
-    const double time =
-        stage.startUntilName(bare, programBeside(QStringLiteral("bare-qtdbus")), {name}, name);
+    const double time = stage.startUntilName(bare, programBeside(program), {name}, name);
     bare.end();
     return {time};
 }
@@ -78,8 +77,24 @@ Measurement startEmpty()
             15,
             [] {
                 const auto stage = stageWith(0);
-                return Sides{[stage] { return timeToNameOfBare(*stage); },
-                             [stage] { return timeToName(*stage); }};
+                return Sides{
+                    [stage] { return timeToNameOfBare(*stage, QStringLiteral("bare-qtdbus")); },
+                    [stage] { return timeToName(*stage); }};
+            }};
+}
+
+// The peer does as little on systemd's bus library: what the framework costs. Nothing is asked of
+// it.
+Measurement startEmptyBesideSdBus()
+{
+    return {{{QStringLiteral("start-empty-sdbus"), QStringLiteral("ms"), Judged::Ratio, {}, {}}},
+            Place::Here,
+            15,
+            [] {
+                const auto stage = stageWith(0);
+                return Sides{
+                    [stage] { return timeToNameOfBare(*stage, QStringLiteral("bare-sdbus")); },
+                    [stage] { return timeToName(*stage); }};
             }};
 }
 

@@ -113,6 +113,7 @@ std::vector<sd_bus *> connectionsFor(std::size_t calls)
         sd_bus *bus = nullptr;
         if (sd_bus_open_system(&bus) < 0)
             return {};
+        sd_bus_set_method_call_timeout(bus, patienceUs);
         connections.push_back(bus);
     }
     return connections;
@@ -131,7 +132,7 @@ int callAll(const std::string &mode, const char *user, const std::vector<const c
     for (std::size_t index = 0; index < names.size(); ++index) {
         sd_bus *bus = connections[index / callsOfAConnection];
         sd_bus_message *call = callOf(bus, mode, user, names[index]);
-        sd_bus_call_async(bus, nullptr, call, onAnswer, &answers, patienceUs);
+        sd_bus_call_async(bus, nullptr, call, onAnswer, &answers, 0);
         sd_bus_message_unref(call);
     }
     if (!finish(connections, answers, names.size() + (isPair ? 1 : 0)))

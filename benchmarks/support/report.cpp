@@ -53,15 +53,20 @@ QString bound(const Figure &figure, const std::optional<double> &value)
                                           : withUnit(*value, figure.unit);
 }
 
-QString percent(double part) { return QString::number(qRound(part * 100)) + QLatin1Char('%'); }
+// One sample says nothing of the noise.
+QString noiseOf(const QVector<double> &values)
+{
+    return values.size() < 2 ? QStringLiteral("one")
+                             : QString::number(qRound(spread(values) * 100)) + QLatin1Char('%');
+}
 
 QStringList rowOf(const Samples &samples)
 {
     const Judgement judgement = judge(samples);
     const Figure &figure = samples.figure;
     const QString noise = samples.peer.isEmpty()
-        ? percent(judgement.orvaneSpread)
-        : percent(judgement.peerSpread) + QLatin1Char('/') + percent(judgement.orvaneSpread);
+        ? noiseOf(samples.orvane)
+        : noiseOf(samples.peer) + QLatin1Char('/') + noiseOf(samples.orvane);
     return {figure.name,
             withUnit(judgement.peer, figure.unit),
             withUnit(judgement.orvane, figure.unit),
