@@ -20,6 +20,7 @@
 #include <QFile>
 #include <QJsonDocument>
 
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -56,8 +57,10 @@ bool isWanted(const Measurement &measurement, const QStringList &names)
 
 void append(const QVector<double> &values, QVector<double> Samples::*side, QVector<Samples> &all)
 {
-    for (int index = 0; index < all.size() && index < values.size(); ++index)
-        (all[index].*side).append(values[index]);
+    for (int index = 0; index < all.size() && index < values.size(); ++index) {
+        if (!std::isnan(values[index]))
+            (all[index].*side).append(values[index]);
+    }
 }
 
 // Both sides in turn, and each first in turn.
