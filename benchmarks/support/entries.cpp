@@ -2,7 +2,28 @@
 
 namespace Bench {
 
-QByteArray entryText(int number, const QString &type)
+namespace {
+
+QByteArray translations(const QByteArray &name, int languages)
+{
+    QByteArray text;
+    for (int number = 0; number < languages; ++number) {
+        const QByteArray language{char('a' + number / 26), char('a' + number % 26)};
+        text += "Name[" + language + "]=" + name + " (" + language + ")\nComment[" + language
+            + "]=Keeps what belongs to " + name + ", in " + language + "\n";
+    }
+    return text;
+}
+
+QByteArray task(const QByteArray &application, const QByteArray &name, const QByteArray &type)
+{
+    return "\n[X-Task " + name + "]\nType=" + type + "\nExec=/usr/libexec/" + application.toLower()
+        + "/worker --" + name + "\nPermissions=Internet\nConditions=Charging\n";
+}
+
+} // namespace
+
+QByteArray entryText(int number, const QString &type, const EntrySize &size)
 {
     const QByteArray name = "App" + QByteArray::number(number);
     // The program is there: GIO leaves out applications without one.
@@ -11,14 +32,12 @@ QByteArray entryText(int number, const QString &type)
         + name + "\nExec=/usr/bin/true " + name
         + "\nTerminal=false\nStartupNotify=true\nCategories=Utility;Office;\n"
           "MimeType=text/plain;text/x-vcard;application/x-"
-        + name.toLower() + ";\nKeywords=keep;store;remember;\n";
-    for (const char *language : {"da", "de", "es", "fi", "fr", "it", "nb", "pl", "ru", "sv"})
-        text += QByteArray("Name[") + language + "]=" + name + " (" + language + ")\nComment["
-            + language + "]=Keeps what belongs to " + name + ", in " + language + "\n";
-    return text + "\n[X-Application]\nOrganizationName=com.example\nApplicationName=" + name
-        + "\nPermissions=Internet;Audio\n\n[X-Task sync]\nType=" + type.toUtf8()
-        + "\nExec=/usr/libexec/" + name.toLower()
-        + "/worker --sync\nPermissions=Internet\nConditions=Charging\n";
+        + name.toLower() + ";\nKeywords=keep;store;remember;\n" + translations(name, size.languages)
+        + "\n[X-Application]\nOrganizationName=com.example\nApplicationName=" + name
+        + "\nPermissions=Internet;Audio\n" + task(name, "sync", type.toUtf8());
+    for (int more = 1; more <= size.moreTasks; ++more)
+        text += task(name, "more" + QByteArray::number(more), "Other");
+    return text;
 }
 
 QString entryPath(int number)
@@ -26,10 +45,11 @@ QString entryPath(int number)
     return QStringLiteral("/usr/share/applications/com.example.App%1.desktop").arg(number);
 }
 
-void writeEntries(const TempRoot &root, int count, const QString &type, int first)
+void writeEntries(const TempRoot &root, int count, const QString &type, int first,
+                  const EntrySize &size)
 {
     for (int number = first; number < first + count; ++number)
-        root.write(entryPath(number), entryText(number, type));
+        root.write(entryPath(number), entryText(number, type, size));
 }
 
 QString taskId(int number) { return QStringLiteral("com.example.App%1.task_sync").arg(number); }

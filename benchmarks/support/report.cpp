@@ -56,8 +56,9 @@ QString bound(const Figure &figure, const std::optional<double> &value)
 // One sample says nothing of the noise.
 QString noiseOf(const QVector<double> &values)
 {
-    return values.size() < 2 ? QStringLiteral("one")
-                             : QString::number(qRound(spread(values) * 100)) + QLatin1Char('%');
+    if (values.size() < 2)
+        return values.isEmpty() ? QStringLiteral("-") : QStringLiteral("one");
+    return QString::number(qRound(spread(values) * 100)) + QLatin1Char('%');
 }
 
 QStringList rowOf(const Samples &samples)
