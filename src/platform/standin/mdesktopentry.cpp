@@ -2,9 +2,45 @@
 
 #include "files/foreign_file.h"
 
+#include <QVarLengthArray>
+
 #include <glib.h>
 
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+
 namespace {
+
+/// A name as GLib takes it. Most are short and ASCII and need no memory of their own.
+class Name
+{
+public:
+    explicit Name(const QString &name)
+    {
+        m_text.resize(name.size() + 1);
+        char *end = m_text.data();
+        ushort all = 0;
+        for (const QChar character : name) {
+            all |= character.unicode();
+            *end++ = static_cast<char>(character.unicode());
+        }
+        *end = '\0';
+        if (all >= 0x80)
+            takeOther(name.toUtf8());
+    }
+    operator const char *() const { return m_text.constData(); }
+
+private:
+    void takeOther(const QByteArray &name)
+    {
+        m_text.clear();
+        m_text.append(name.constData(), name.size() + 1);
+    }
+
+    QVarLengthArray<char, 64> m_text;
+};
 
 QString mainGroup() { return QStringLiteral(G_KEY_FILE_DESKTOP_GROUP); }
 
@@ -16,11 +52,17 @@ QString taken(char *text)
     return result;
 }
 
-QStringList taken(char **texts)
+QStringList listOf(char **texts)
 {
     QStringList result;
     for (char **text = texts; text != nullptr && *text != nullptr; ++text)
         result.append(QString::fromUtf8(*text));
+    return result;
+}
+
+QStringList taken(char **texts)
+{
+    const QStringList result = listOf(texts);
     g_strfreev(texts);
     return result;
 }
@@ -38,115 +80,185 @@ bool isUnknownEscape(GError *error)
 QStringList splitAsItStands(const QString &text)
 {
     QStringList parts;
-    QString part;
+    int start = 0;
     bool escaped = false;
-    for (const QChar character : text) {
+    for (int position = 0; position < text.size(); ++position) {
+        const QChar character = text.at(position);
         if (character == QLatin1Char(';') && !escaped) {
-            parts.append(part);
-            part.clear();
-        } else {
-            part += character;
+            parts.append(text.mid(start, position - start));
+            start = position + 1;
         }
         escaped = !escaped && character == QLatin1Char('\\');
     }
-    if (!part.isEmpty())
-        parts.append(part);
+    if (start < text.size())
+        parts.append(text.mid(start));
     return parts;
 }
+
+/// Which groups and keys a file has. Each group is asked for its keys once, because GLib formats
+/// and translates an error for each look-up that fails, and most keys are in no entry.
+class Index
+{
+public:
+    explicit Index(GKeyFile *file)
+        : m_file(file)
+        , m_groups(g_key_file_get_groups(file, nullptr))
+    {
+        for (char **group = m_groups; *group != nullptr; ++group)
+            m_keys.emplace(*group, nullptr);
+    }
+    ~Index()
+    {
+        for (const auto &group : m_keys)
+            g_strfreev(group.second);
+        g_strfreev(m_groups);
+    }
+    Q_DISABLE_COPY(Index)
+
+    [[nodiscard]] bool has(const char *group, const char *key)
+    {
+        return hasKeyThat(group, [=](const char *other) { return std::strcmp(other, key) == 0; });
+    }
+    /// Whether the group has a translation of the key.
+    [[nodiscard]] bool hasTranslation(const char *group, const char *key)
+    {
+        return hasKeyThat(group, [key, length = std::strlen(key)](const char *other) {
+            return std::strncmp(other, key, length) == 0 && other[length] == '[';
+        });
+    }
+    [[nodiscard]] char **groups() const { return m_groups; }
+
+private:
+    template <typename Test>
+    bool hasKeyThat(const char *group, const Test &test)
+    {
+        const auto found = m_keys.find(group);
+        if (found == m_keys.end())
+            return false;
+        if (found->second == nullptr)
+            found->second = g_key_file_get_keys(m_file, group, nullptr, nullptr);
+        for (char **key = found->second; key != nullptr && *key != nullptr; ++key) {
+            if (test(*key))
+                return true;
+        }
+        return false;
+    }
+
+    GKeyFile *const m_file;
+    char **const m_groups;
+    /// By name of the group, which is m_groups'; null before the group is asked.
+    std::unordered_map<std::string_view, char **> m_keys;
+};
 
 } // namespace
 
 class MDesktopEntryPrivate
 {
 public:
-    MDesktopEntryPrivate()
-        : file(g_key_file_new())
+    explicit MDesktopEntryPrivate(const QString &fileName)
+        : file(loaded(fileName))
+        , index(file)
     {
     }
     ~MDesktopEntryPrivate() { g_key_file_unref(file); }
     MDesktopEntryPrivate(const MDesktopEntryPrivate &) = delete;
     MDesktopEntryPrivate &operator=(const MDesktopEntryPrivate &) = delete;
 
-    bool load(const QString &fileName);
-    bool has(const QByteArray &group, const QByteArray &key) const;
-    bool hasTranslation(const char *key) const;
-    QString applicationKey(const QString &key) const;
-    QString string(const QString &group, const QString &key) const;
-    QStringList list(const QString &group, const QString &key) const;
-    QString textAsItStands(const QString &group, const QString &key) const;
+    QString applicationKey(const QString &key);
+    QString string(const char *group, const char *key);
+    QStringList list(const char *group, const char *key);
+    const QString &localName();
 
-    GKeyFile *file;
+    GKeyFile *const file;
+    Index index;
+
+private:
+    static GKeyFile *loaded(const QString &fileName);
+    // Of a key that the group has: nothing if there are escapes to undo or it is not UTF-8.
+    std::optional<QString> plainText(const char *group, const char *key) const;
+    QString textAsItStands(const char *group, const char *key) const;
+
+    std::optional<QString> m_localName;
 };
 
-bool MDesktopEntryPrivate::load(const QString &fileName)
+GKeyFile *MDesktopEntryPrivate::loaded(const QString &fileName)
 {
     const ForeignFile content = readForeignFile(fileName);
-    if (content.state != ForeignFile::Read)
-        return false;
-    return g_key_file_load_from_data(file, content.text.constData(),
-                                     static_cast<gsize>(content.text.size()), G_KEY_FILE_NONE,
-                                     nullptr)
-        != FALSE;
+    GKeyFile *file = g_key_file_new();
+    const auto size = static_cast<gsize>(content.text.size());
+    if (content.state != ForeignFile::Read
+        || g_key_file_load_from_data(file, content.text.constData(), size, G_KEY_FILE_NONE, nullptr)
+            != FALSE)
+        return file;
+    // A parse that stopped half-way must not show what it read.
+    g_key_file_unref(file);
+    return g_key_file_new();
 }
 
-// To be asked before a look-up: most entries leave most keys out, and for each key that is not
-// there GLib translates and formats an error, which costs more than reading the file.
-bool MDesktopEntryPrivate::has(const QByteArray &group, const QByteArray &key) const
+QString MDesktopEntryPrivate::string(const char *group, const char *key)
 {
-    return g_key_file_has_group(file, group.constData()) != FALSE
-        && g_key_file_has_key(file, group.constData(), key.constData(), nullptr) != FALSE;
-}
-
-// Whether the main group has the key in one of the languages of the process.
-bool MDesktopEntryPrivate::hasTranslation(const char *key) const
-{
-    const QByteArray start = QByteArray(key) + '[';
-    for (const char *const *name = g_get_language_names(); *name != nullptr; ++name) {
-        if (has(G_KEY_FILE_DESKTOP_GROUP, start + *name + ']'))
-            return true;
-    }
-    return false;
-}
-
-QString MDesktopEntryPrivate::string(const QString &group, const QString &key) const
-{
-    const QByteArray groupName = group.toUtf8();
-    const QByteArray keyName = key.toUtf8();
-    if (!has(groupName, keyName))
+    if (!index.has(group, key))
         return {};
+    if (const std::optional<QString> text = plainText(group, key))
+        return *text;
     GError *error = nullptr;
-    char *value = g_key_file_get_string(file, groupName.constData(), keyName.constData(), &error);
+    char *value = g_key_file_get_string(file, group, key, &error);
     if (error == nullptr)
         return taken(value);
     g_free(value);
     return isUnknownEscape(error) ? textAsItStands(group, key) : QString();
 }
 
-QStringList MDesktopEntryPrivate::list(const QString &group, const QString &key) const
+QStringList MDesktopEntryPrivate::list(const char *group, const char *key)
 {
-    const QByteArray groupName = group.toUtf8();
-    const QByteArray keyName = key.toUtf8();
-    if (!has(groupName, keyName))
+    if (!index.has(group, key))
         return {};
+    if (const std::optional<QString> text = plainText(group, key))
+        return splitAsItStands(*text);
     GError *error = nullptr;
-    char **values = g_key_file_get_string_list(file, groupName.constData(), keyName.constData(),
-                                               nullptr, &error);
+    char **values = g_key_file_get_string_list(file, group, key, nullptr, &error);
     if (error == nullptr)
         return taken(values);
     g_strfreev(values);
     return isUnknownEscape(error) ? splitAsItStands(textAsItStands(group, key)) : QStringList();
 }
 
-QString MDesktopEntryPrivate::textAsItStands(const QString &group, const QString &key) const
+std::optional<QString> MDesktopEntryPrivate::plainText(const char *group, const char *key) const
 {
-    return taken(
-        g_key_file_get_value(file, group.toUtf8().constData(), key.toUtf8().constData(), nullptr));
+    char *value = g_key_file_get_value(file, group, key, nullptr);
+    std::optional<QString> text;
+    if (std::strchr(value, '\\') == nullptr && g_utf8_validate(value, -1, nullptr) != FALSE)
+        text = QString::fromUtf8(value);
+    g_free(value);
+    return text;
 }
 
-QString MDesktopEntryPrivate::applicationKey(const QString &key) const
+QString MDesktopEntryPrivate::textAsItStands(const char *group, const char *key) const
 {
+    return taken(g_key_file_get_value(file, group, key, nullptr));
+}
+
+const QString &MDesktopEntryPrivate::localName()
+{
+    const char *const group = G_KEY_FILE_DESKTOP_GROUP;
+    const char *const key = G_KEY_FILE_DESKTOP_KEY_NAME;
+    if (m_localName)
+        return *m_localName;
+    // GLib keeps the translations that the process may want, and tries one after the other.
+    if (index.hasTranslation(group, key))
+        m_localName = taken(g_key_file_get_locale_string(file, group, key, nullptr, nullptr));
+    else if (index.has(group, key))
+        m_localName = taken(g_key_file_get_string(file, group, key, nullptr));
+    else
+        m_localName = QString();
+    return *m_localName;
+}
+
+QString MDesktopEntryPrivate::applicationKey(const QString &key)
+{
+    const Name name(key);
     for (const char *group : {"X-Application", "X-Sailjail", "Sailjail"}) {
-        const QString value = string(QString::fromLatin1(group), key);
+        const QString value = string(group, name);
         if (!value.isEmpty())
             return value;
     }
@@ -154,13 +266,8 @@ QString MDesktopEntryPrivate::applicationKey(const QString &key) const
 }
 
 MDesktopEntry::MDesktopEntry(const QString &fileName)
-    : d(std::make_unique<MDesktopEntryPrivate>())
+    : d(std::make_unique<MDesktopEntryPrivate>(fileName))
 {
-    if (!d->load(fileName)) {
-        // A parse that stopped half-way must not show what it read.
-        g_key_file_unref(d->file);
-        d->file = g_key_file_new();
-    }
 }
 
 MDesktopEntry::~MDesktopEntry() = default;
@@ -176,15 +283,7 @@ QString MDesktopEntry::type() const { return value(QStringLiteral("Type")); }
 
 QString MDesktopEntry::url() const { return value(QStringLiteral("URL")); }
 
-QString MDesktopEntry::name() const
-{
-    const char *group = G_KEY_FILE_DESKTOP_GROUP;
-    const char *key = G_KEY_FILE_DESKTOP_KEY_NAME;
-    if (d->hasTranslation(key))
-        return taken(g_key_file_get_locale_string(d->file, group, key, nullptr, nullptr));
-    return d->has(group, key) ? taken(g_key_file_get_string(d->file, group, key, nullptr))
-                              : QString();
-}
+QString MDesktopEntry::name() const { return d->localName(); }
 
 QString MDesktopEntry::icon() const { return value(QStringLiteral("Icon")); }
 
@@ -199,9 +298,9 @@ QStringList MDesktopEntry::mimeType() const
 
 bool MDesktopEntry::supportMimeParents() const
 {
-    const char *group = G_KEY_FILE_DESKTOP_GROUP;
-    const char *key = "X-Halcyn-Support-Mime-Parents";
-    return d->has(group, key) && g_key_file_get_boolean(d->file, group, key, nullptr) != FALSE;
+    const char *const key = "X-Halcyn-Support-Mime-Parents";
+    return d->index.has(G_KEY_FILE_DESKTOP_GROUP, key)
+        && g_key_file_get_boolean(d->file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr) != FALSE;
 }
 
 QString MDesktopEntry::appOrgname() const
@@ -214,16 +313,16 @@ QString MDesktopEntry::appName() const
     return d->applicationKey(QStringLiteral("ApplicationName"));
 }
 
-QStringList MDesktopEntry::groups() const { return taken(g_key_file_get_groups(d->file, nullptr)); }
+QStringList MDesktopEntry::groups() const { return listOf(d->index.groups()); }
 
 QString MDesktopEntry::value(const QString &key) const { return value(mainGroup(), key); }
 
 QString MDesktopEntry::value(const QString &group, const QString &key) const
 {
-    return d->string(group, key);
+    return d->string(Name(group), Name(key));
 }
 
 QStringList MDesktopEntry::stringListValue(const QString &group, const QString &key) const
 {
-    return d->list(group, key);
+    return d->list(Name(group), Name(key));
 }
