@@ -1,0 +1,112 @@
+#include "files/folder_listing.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+class TestFolderListing : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { folder = std::make_unique<QTemporaryDir>(); }
+
+    void listsWhatTheFrameworkLists();
+    void tellsTheStateOfWhatALinkLeadsTo();
+    void listsNothingWhereNoFolderIs();
+    void knowsEveryName();
+    void knowsNoNamesOfAFolderThatItMayNotList();
+
+private:
+    [[nodiscard]] QString path(const char *name) const
+    {
+        return folder->path() + QLatin1Char('/') + QString::fromUtf8(name);
+    }
+    void write(const QByteArray &name, const char *text = "x") const
+    {
+        QFile file(folder->path() + QLatin1Char('/') + QFile::decodeName(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    }
+    [[nodiscard]] QStringList listed() const
+    {
+        QStringList names;
+        const QVector<ListedFile> files = filesIn(folder->path(), QStringLiteral(".desktop"));
+        for (const ListedFile &file : files)
+            names.append(file.name);
+        return names;
+    }
+
+    std::unique_ptr<QTemporaryDir> folder;
+};
+
+void TestFolderListing::listsWhatTheFrameworkLists()
+{
+    for (const char *name :
+         {"b.desktop", "a.desktop", "UPPER.DESKTOP", "B.desktop", ".hidden.desktop", "a.desktop~",
+          "text.txt", "desktop", "\xc3\xa4.desktop", ".desktop"})
+        write(name);
+    QVERIFY(QDir(folder->path()).mkdir(QStringLiteral("folder.desktop")));
+    QCOMPARE(mkfifo(qPrintable(path("pipe.desktop")), 0600), 0);
+    const auto link = [this](const char *to, const char *name) {
+        QVERIFY(QFile::link(path(to), path(name)));
+    };
+    link("text.txt", "link.desktop");
+    link("pipe.desktop", "linked-pipe.desktop");
+    link("folder.desktop", "linked-folder.desktop");
+    link("none", "dangling.desktop");
+    // No text in UTF-8.
+    const QByteArray odd = QFile::encodeName(folder->path()) + "/\xff.desktop";
+    QCOMPARE(::link(qPrintable(path("a.desktop")), odd.constData()), 0);
+
+    QCOMPARE(
+        listed(),
+        QDir(folder->path()).entryList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name));
+    QCOMPARE(listed().size(), 7);
+    QCOMPARE(::unlink(odd.constData()), 0);
+}
+
+void TestFolderListing::tellsTheStateOfWhatALinkLeadsTo()
+{
+    write("target", "12345");
+    QVERIFY(QFile::link(path("target"), path("a.desktop")));
+    write("b.desktop");
+    const QVector<ListedFile> files = filesIn(folder->path(), QStringLiteral(".desktop"));
+    QCOMPARE(files.size(), 2);
+    QVERIFY(files.at(0).isLink);
+    QVERIFY(files.at(0).state == FileState::of(qPrintable(path("target"))));
+    QCOMPARE(files.at(0).state.size, 5);
+    QVERIFY(!files.at(1).isLink);
+}
+
+void TestFolderListing::listsNothingWhereNoFolderIs()
+{
+    write("file");
+    QVERIFY(filesIn(path("none"), QString()).isEmpty());
+    QVERIFY(filesIn(path("file"), QString()).isEmpty());
+    QVERIFY(namesIn(path("none"))->isEmpty());
+    QVERIFY(namesIn(path("file"))->isEmpty());
+}
+
+void TestFolderListing::knowsEveryName()
+{
+    write("a");
+    write(".b");
+    QCOMPARE(
+        namesIn(folder->path()).value(),
+        QSet<QByteArray>({QByteArray("."), QByteArray(".."), QByteArray("a"), QByteArray(".b")}));
+}
+
+void TestFolderListing::knowsNoNamesOfAFolderThatItMayNotList()
+{
+    // Links that lead to each other: the system refuses to open, whoever asks.
+    QVERIFY(QFile::link(path("loop"), path("loop")));
+    QVERIFY(!namesIn(path("loop")).has_value());
+}
+
+QTEST_GUILESS_MAIN(TestFolderListing)
+#include "tst_folder_listing.moc"
