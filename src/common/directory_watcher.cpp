@@ -1,0 +1,230 @@
+#include "common/directory_watcher.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QSocketNotifier>
+#include <QTimer>
+#include <QVector>
+
+#include <cerrno>
+#include <cstring>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr quint32 ofContent = IN_MODIFY | IN_CLOSE_WRITE;
+constexpr quint32 ofItself = IN_DELETE_SELF | IN_MOVE_SELF;
+constexpr quint32 ofNewNames = IN_CREATE | IN_MOVED_TO;
+constexpr quint32 ofDirectory =
+    IN_ONLYDIR | ofContent | ofItself | ofNewNames | IN_MOVED_FROM | IN_DELETE | IN_ATTRIB;
+constexpr quint32 ofFile = ofContent | ofItself | IN_ATTRIB;
+constexpr quint32 ofParent = IN_ONLYDIR | ofItself | ofNewNames;
+
+/// What a watch is for. One watch of the system may be for several, because the system has one for
+/// each file or directory, whatever its names.
+struct Purpose
+{
+    enum Kind {
+        Directory,
+        File,
+        /// A directory that does not exist is expected below.
+        Parent
+    };
+    Kind kind;
+    QString path;
+    /// The name that is expected.
+    QByteArray expected{};
+};
+
+struct Watch
+{
+    QVector<Purpose> purposes;
+    int look = 0;
+};
+
+QString parentOf(const QString &path)
+{
+    const int slash = path.lastIndexOf(QLatin1Char('/'));
+    return slash <= 0 ? QStringLiteral("/") : path.left(slash);
+}
+
+} // namespace
+
+class DirectoryWatcherPrivate
+{
+public:
+    explicit DirectoryWatcherPrivate(DirectoryWatcher *watcher);
+    ~DirectoryWatcherPrivate();
+    Q_DISABLE_COPY(DirectoryWatcherPrivate)
+
+    bool add(const QString &path, quint32 mask, const Purpose &purpose);
+    void addParent(const QString &path);
+    void read();
+    void tell(const inotify_event &event);
+    void tell(const Purpose &purpose, const inotify_event &event);
+    void poll();
+
+    const int descriptor;
+    QHash<int, Watch> watches;
+    int look = 0;
+    std::unique_ptr<QSocketNotifier> notifier;
+    /// Runs when the system has no more watches.
+    QTimer polling;
+    DirectoryWatcher *const q;
+};
+
+DirectoryWatcherPrivate::DirectoryWatcherPrivate(DirectoryWatcher *watcher)
+    : descriptor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+    , q(watcher)
+{
+    polling.setInterval(1000);
+    QObject::connect(&polling, &QTimer::timeout, q,
+                     [this] { Q_EMIT q->changed(QString(), DirectoryWatcher::Anything); });
+    if (descriptor < 0) {
+        poll();
+        return;
+    }
+    notifier = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, q, [this] { read(); });
+}
+
+DirectoryWatcherPrivate::~DirectoryWatcherPrivate()
+{
+    notifier.reset();
+    if (descriptor >= 0)
+        ::close(descriptor);
+}
+
+// Whoever looks then finds out what has changed.
+void DirectoryWatcherPrivate::poll()
+{
+    if (polling.isActive())
+        return;
+    qWarning() << "The system has no more watches for directories. They are looked at every second:"
+               << std::strerror(errno);
+    polling.start();
+}
+
+bool DirectoryWatcherPrivate::add(const QString &path, quint32 mask, const Purpose &purpose)
+{
+    const int id = descriptor < 0
+        ? -1
+        : ::inotify_add_watch(descriptor, QFile::encodeName(path).constData(), mask | IN_MASK_ADD);
+    if (id < 0) {
+        if (descriptor >= 0 && (errno == ENOSPC || errno == ENOMEM))
+            poll();
+        return false;
+    }
+    Watch &watch = watches[id];
+    if (watch.look != look)
+        watch.purposes.clear();
+    watch.look = look;
+    watch.purposes.append(purpose);
+    return true;
+}
+
+// Watches the nearest directory on the way that exists.
+void DirectoryWatcherPrivate::addParent(const QString &path)
+{
+    QString missing = path;
+    while (missing.size() > 1) {
+        const QString parent = parentOf(missing);
+        const QString name = missing.mid(missing.lastIndexOf(QLatin1Char('/')) + 1);
+        if (!add(parent, ofParent, {Purpose::Parent, path, QFile::encodeName(name)})) {
+            missing = parent;
+            continue;
+        }
+        // What was missing may have come into being in between.
+        if (missing == path || !QFileInfo(missing).isDir())
+            return;
+        missing = path;
+    }
+}
+
+void DirectoryWatcherPrivate::read()
+{
+    alignas(inotify_event) char buffer[16384];
+    for (;;) {
+        const ssize_t size = ::read(descriptor, buffer, sizeof buffer);
+        if (size < 0 && errno == EINTR)
+            continue;
+        if (size <= 0)
+            return;
+        for (ssize_t position = 0; position < size;) {
+            const auto *event = reinterpret_cast<const inotify_event *>(buffer + position);
+            position += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+            tell(*event);
+        }
+    }
+}
+
+void DirectoryWatcherPrivate::tell(const inotify_event &event)
+{
+    if ((event.mask & IN_Q_OVERFLOW) != 0) {
+        Q_EMIT q->changed(QString(), DirectoryWatcher::Anything);
+        return;
+    }
+    // A copy: a receiver may name what it watches.
+    const QVector<Purpose> purposes = watches.value(event.wd).purposes;
+    if ((event.mask & IN_IGNORED) != 0)
+        watches.remove(event.wd);
+    else
+        for (const Purpose &purpose : purposes)
+            tell(purpose, event);
+}
+
+void DirectoryWatcherPrivate::tell(const Purpose &purpose, const inotify_event &event)
+{
+    const QByteArray name = event.len > 0 ? QByteArray(event.name) : QByteArray();
+    if (purpose.kind == Purpose::Parent) {
+        const bool isExpected = name == purpose.expected && (event.mask & ofNewNames) != 0;
+        if (isExpected || (event.mask & (ofItself | IN_UNMOUNT)) != 0)
+            Q_EMIT q->changed(purpose.path, DirectoryWatcher::Anything);
+        return;
+    }
+    const QString path =
+        name.isEmpty() ? purpose.path : purpose.path + QLatin1Char('/') + QFile::decodeName(name);
+    const bool isContent = (event.mask & ofContent) != 0;
+    Q_EMIT q->changed(path, isContent ? DirectoryWatcher::Content : DirectoryWatcher::Anything);
+}
+
+DirectoryWatcher::DirectoryWatcher(QObject *parent)
+    : QObject(parent)
+    , d(std::make_unique<DirectoryWatcherPrivate>(this))
+{
+}
+
+DirectoryWatcher::~DirectoryWatcher() = default;
+
+void DirectoryWatcher::beginLook() { ++d->look; }
+
+void DirectoryWatcher::watchDirectory(const QString &path)
+{
+    if (d->add(path, ofDirectory, {Purpose::Directory, path}))
+        return;
+    d->addParent(path);
+    // It may have come into being in between.
+    (void)d->add(path, ofDirectory, {Purpose::Directory, path});
+}
+
+void DirectoryWatcher::watchFile(const QString &path)
+{
+    (void)d->add(path, ofFile, {Purpose::File, path});
+}
+
+void DirectoryWatcher::endLook()
+{
+    for (auto watch = d->watches.begin(); watch != d->watches.end();) {
+        if (watch->look == d->look) {
+            ++watch;
+            continue;
+        }
+        ::inotify_rm_watch(d->descriptor, watch.key());
+        watch = d->watches.erase(watch);
+    }
+}
+
+int DirectoryWatcher::count() const { return d->watches.size(); }

@@ -1,0 +1,25 @@
+#include "common/look_pace.h"
+
+LookPace::LookPace(QObject *parent)
+    : QObject(parent)
+{
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &LookPace::look);
+}
+
+void LookPace::request()
+{
+    if (m_timer.isActive())
+        return;
+    const qint64 elapsed = m_sinceLook.isValid() ? m_sinceLook.elapsed() : longGap;
+    // One timeout for all requests of a pass of the event loop.
+    m_timer.start(static_cast<int>(qMax<qint64>(0, m_gap - elapsed)));
+    m_gap = elapsed >= longGap ? shortGap : longGap;
+}
+
+void LookPace::look()
+{
+    Q_EMIT due();
+    m_sinceLook.start();
+}

@@ -1,0 +1,240 @@
+#include "common/directory_watcher.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <functional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using Action = std::function<void(const QString &)>;
+Q_DECLARE_METATYPE(Action)
+
+class TestDirectoryWatcher : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void namesWhatHasChanged_data();
+    void namesWhatHasChanged();
+    void tellsOfAFileWithAnotherName_data();
+    void tellsOfAFileWithAnotherName();
+    void tellsOfADirectoryThatGoesAndComesBack();
+    void waitsForADirectoryThatIsDeepBelow();
+    void saysNothingOfOtherNamesBesideAMissingDirectory();
+    void holdsOneWatchForADirectoryOfManyFiles();
+    void dropsWhatIsNotNamedAgain();
+    void saysThatAnythingMayHaveChangedWhenEventsAreLost();
+
+private:
+    [[nodiscard]] QString path(const char *name = "") const
+    {
+        return root->path() + QLatin1Char('/') + QString::fromLatin1(name);
+    }
+    static void write(const QString &file, const QByteArray &text = "x")
+    {
+        QFile written(file);
+        QVERIFY(written.open(QIODevice::WriteOnly));
+        written.write(text);
+    }
+    void look(const std::function<void()> &naming)
+    {
+        watcher->beginLook();
+        naming();
+        watcher->endLook();
+        changes.clear();
+    }
+    /// Whether it is told that the path has changed, in this way or, where nothing more is known,
+    /// as anything.
+    [[nodiscard]] bool isTold(const QString &changed, DirectoryWatcher::Change change) const
+    {
+        return changes.contains({changed, change});
+    }
+
+    std::unique_ptr<QTemporaryDir> root;
+    std::unique_ptr<DirectoryWatcher> watcher;
+    QVector<QPair<QString, DirectoryWatcher::Change>> changes;
+};
+
+void TestDirectoryWatcher::init()
+{
+    root = std::make_unique<QTemporaryDir>();
+    watcher = std::make_unique<DirectoryWatcher>();
+    connect(watcher.get(), &DirectoryWatcher::changed, this,
+            [this](const QString &changed, DirectoryWatcher::Change change) {
+                changes.append({changed, change});
+            });
+    QVERIFY(QDir().mkpath(path("watched")));
+    write(path("watched/file"));
+    changes.clear();
+}
+
+void TestDirectoryWatcher::namesWhatHasChanged_data()
+{
+    QTest::addColumn<Action>("action");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<DirectoryWatcher::Change>("change");
+    const auto row = [](const char *what, DirectoryWatcher::Change change, const Action &action,
+                        const char *name = "file") {
+        QTest::newRow(what) << action << QString::fromLatin1(name) << change;
+    };
+    const auto anything = DirectoryWatcher::Anything;
+    row(
+        "created", anything, [](const QString &d) { write(d + QStringLiteral("new")); }, "new");
+    row("written and closed", DirectoryWatcher::Content,
+        [](const QString &d) { write(d + QStringLiteral("file"), "y"); });
+    row("written and left open", DirectoryWatcher::Content, [](const QString &d) {
+        static QFile open;
+        open.close();
+        open.setFileName(d + QStringLiteral("file"));
+        QVERIFY(open.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered));
+        QCOMPARE(open.write("y"), 1);
+    });
+    row("cut off without being opened", DirectoryWatcher::Content, [](const QString &d) {
+        QCOMPARE(::truncate(qPrintable(d + QStringLiteral("file")), 0), 0);
+    });
+    row("replaced", anything, [](const QString &d) {
+        write(d + QStringLiteral("../new"));
+        QCOMPARE(std::rename(qPrintable(d + QStringLiteral("../new")),
+                             qPrintable(d + QStringLiteral("file"))),
+                 0);
+    });
+    row("moved away", anything, [](const QString &d) {
+        QCOMPARE(std::rename(qPrintable(d + QStringLiteral("file")),
+                             qPrintable(d + QStringLiteral("../gone"))),
+                 0);
+    });
+    row("deleted", anything,
+        [](const QString &d) { QVERIFY(QFile::remove(d + QStringLiteral("file"))); });
+    row("other rights", anything, [](const QString &d) {
+        QCOMPARE(::chmod(qPrintable(d + QStringLiteral("file")), 0600), 0);
+    });
+}
+
+void TestDirectoryWatcher::namesWhatHasChanged()
+{
+    QFETCH(Action, action);
+    QFETCH(QString, name);
+    QFETCH(DirectoryWatcher::Change, change);
+    look([this] { watcher->watchDirectory(path("watched")); });
+    action(path("watched/"));
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("watched/") + name, change), 30000);
+}
+
+void TestDirectoryWatcher::tellsOfAFileWithAnotherName_data()
+{
+    QTest::addColumn<bool>("isLink");
+    QTest::newRow("the target of a link") << true;
+    QTest::newRow("a second name") << false;
+}
+
+void TestDirectoryWatcher::tellsOfAFileWithAnotherName()
+{
+    QFETCH(bool, isLink);
+    write(path("target"));
+    const QByteArray target = QFile::encodeName(path("target"));
+    const QByteArray name = QFile::encodeName(path("watched/other"));
+    QCOMPARE(isLink ? ::symlink(target.constData(), name.constData())
+                    : ::link(target.constData(), name.constData()),
+             0);
+    const auto naming = [this] {
+        watcher->watchDirectory(path("watched"));
+        watcher->watchFile(path("watched/other"));
+    };
+    look(naming);
+    write(path("target"), "y");
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("watched/other"), DirectoryWatcher::Content), 30000);
+    look(naming);
+    write(path("new"));
+    QCOMPARE(std::rename(qPrintable(path("new")), target.constData()), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("watched/other"), DirectoryWatcher::Anything), 30000);
+}
+
+void TestDirectoryWatcher::tellsOfADirectoryThatGoesAndComesBack()
+{
+    const auto naming = [this] { watcher->watchDirectory(path("watched")); };
+    look(naming);
+    QVERIFY(QDir(path("watched")).removeRecursively());
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("watched"), DirectoryWatcher::Anything), 30000);
+    look(naming);
+    QVERIFY(QDir().mkdir(path("watched")));
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("watched"), DirectoryWatcher::Anything), 30000);
+    look(naming);
+    write(path("watched/file"));
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("watched/file"), DirectoryWatcher::Anything), 30000);
+    look(naming);
+    QVERIFY(QDir().rename(path("watched"), path("aside")));
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("watched"), DirectoryWatcher::Anything), 30000);
+}
+
+void TestDirectoryWatcher::waitsForADirectoryThatIsDeepBelow()
+{
+    const auto naming = [this] { watcher->watchDirectory(path("a/b/c")); };
+    look(naming);
+    for (const char *next : {"a", "a/b", "a/b/c"}) {
+        QVERIFY(QDir().mkdir(path(next)));
+        QTRY_VERIFY_WITH_TIMEOUT(isTold(path("a/b/c"), DirectoryWatcher::Anything), 30000);
+        look(naming);
+    }
+    write(path("a/b/c/file"));
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("a/b/c/file"), DirectoryWatcher::Anything), 30000);
+}
+
+void TestDirectoryWatcher::saysNothingOfOtherNamesBesideAMissingDirectory()
+{
+    look([this] { watcher->watchDirectory(path("missing")); });
+    write(path("other"));
+    QVERIFY(QDir().mkdir(path("missing")));
+    QTRY_VERIFY_WITH_TIMEOUT(!changes.isEmpty(), 30000);
+    for (const auto &change : qAsConst(changes))
+        QCOMPARE(change.first, path("missing"));
+}
+
+void TestDirectoryWatcher::holdsOneWatchForADirectoryOfManyFiles()
+{
+    for (int i = 0; i < 100; ++i)
+        write(path("watched/") + QString::number(i));
+    look([this] { watcher->watchDirectory(path("watched")); });
+    QCOMPARE(watcher->count(), 1);
+    look([this] { watcher->watchDirectory(path("watched")); });
+    QCOMPARE(watcher->count(), 1);
+}
+
+void TestDirectoryWatcher::dropsWhatIsNotNamedAgain()
+{
+    look([this] {
+        watcher->watchDirectory(path("watched"));
+        watcher->watchFile(path("watched/file"));
+    });
+    QCOMPARE(watcher->count(), 2);
+    look([this] { watcher->watchFile(path("watched/file")); });
+    QCOMPARE(watcher->count(), 1);
+    write(path("watched/new"));
+    write(path("watched/file"), "y");
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("watched/file"), DirectoryWatcher::Content), 30000);
+    QVERIFY(!isTold(path("watched/new"), DirectoryWatcher::Anything));
+}
+
+void TestDirectoryWatcher::saysThatAnythingMayHaveChangedWhenEventsAreLost()
+{
+    QFile limit(QStringLiteral("/proc/sys/fs/inotify/max_queued_events"));
+    QVERIFY(limit.open(QIODevice::ReadOnly));
+    const int most = limit.readAll().trimmed().toInt();
+    write(path("watched/second"));
+    look([this] { watcher->watchDirectory(path("watched")); });
+    const QByteArray files[] = {QFile::encodeName(path("watched/file")),
+                                QFile::encodeName(path("watched/second"))};
+    // Two in turns, because the system counts the same event twice as one.
+    for (int i = 0; i < most + 10; ++i)
+        QCOMPARE(::chmod(files[i % 2].constData(), 0600), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(QString(), DirectoryWatcher::Anything), 30000);
+}
+
+QTEST_GUILESS_MAIN(TestDirectoryWatcher)
+#include "tst_directory_watcher.moc"
