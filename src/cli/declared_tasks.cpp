@@ -36,7 +36,7 @@ QVector<DeclaredTask> declaredTasks()
 {
     QVector<DeclaredTask> tasks;
     NoFindings findings;
-    const Core::ApplicationCatalogue catalogue(Places::ofProcess(), findings, {},
+    const Core::ApplicationCatalogue catalogue(Places::ofProcess(), findings,
                                                Core::ApplicationInfo::Tasks);
     for (const Core::ApplicationInfo &application : catalogue.applications()) {
         for (const DeclaredTask &task : application.tasks())

@@ -1,10 +1,12 @@
 #include "common/places.h"
 
 #include "common/root_path.h"
+#include "files/folder_listing.h"
 #include "files/path_below.h"
 
 #include <QDir>
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 
@@ -73,9 +75,21 @@ Places Places::below(const QString &root)
     return places;
 }
 
+QString Places::packages() const { return root + QStringLiteral("/opt/app"); }
+
 QString Places::packageFile(const QString &applicationId, const QString &name) const
 {
-    return QStringLiteral("%1/opt/app/%2/current/%3").arg(root, applicationId, name);
+    return QStringLiteral("%1/%2/current/%3").arg(packages(), applicationId, name);
+}
+
+QString Places::manifestFile(const QString &applicationId) const
+{
+    return packageFile(applicationId, QStringLiteral("manifest.json"));
+}
+
+QString Places::certificateFile(const QString &applicationId) const
+{
+    return packageFile(applicationId, QStringLiteral("halcyn.pkg"));
 }
 
 QString Places::versionOverrides() const
@@ -104,18 +118,21 @@ QString Places::real(const QString &path) const
     return pathBelow(programRoot, path.mid(programRoot.size()));
 }
 
-QStringList Places::filesIn(const QString &folder, const QString &pattern) const
+QVector<ListedFile> Places::filesIn(const QString &folder, const QString &suffix) const
 {
     if (programRoot.isEmpty())
-        return QDir(folder).entryList({pattern}, QDir::Files, QDir::Name);
+        return ::filesIn(folder, suffix);
     // What a link leads to in this system says nothing.
-    QStringList names =
-        QDir(real(folder)).entryList({pattern}, QDir::AllEntries | QDir::System, QDir::Name);
-    const auto isNoFile = [&](const QString &name) {
-        return !QFileInfo(real(folder + QLatin1Char('/') + name)).isFile();
+    QVector<ListedFile> files = ::filesIn(real(folder), suffix, Links::AreNotFollowed);
+    const auto isNoFile = [&](ListedFile &file) {
+        if (!file.isLink)
+            return false;
+        const QString path = real(folder + QLatin1Char('/') + file.name);
+        file.state = FileState::of(QFile::encodeName(path).constData());
+        return !QFileInfo(path).isFile();
     };
-    names.erase(std::remove_if(names.begin(), names.end(), isNoFile), names.end());
-    return names;
+    files.erase(std::remove_if(files.begin(), files.end(), isNoFile), files.end());
+    return files;
 }
 
 QStringList Places::filesBelow(const QString &folder, const QStringList &patterns) const

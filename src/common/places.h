@@ -2,6 +2,9 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
+
+struct ListedFile;
 
 /// Where everything is that is read and written: a value, made once where a program starts and
 /// handed down. What works with one asks neither the environment nor the framework for a path.
@@ -40,8 +43,13 @@ struct Places
     /// Whether a task's program is looked at beyond its path being absolute.
     bool programsAreExamined = true;
 
+    /// The folder of packages; without a closing slash.
+    [[nodiscard]] QString packages() const;
     /// A file of an application's package.
     [[nodiscard]] QString packageFile(const QString &applicationId, const QString &name) const;
+    /// The two that are read.
+    [[nodiscard]] QString manifestFile(const QString &applicationId) const;
+    [[nodiscard]] QString certificateFile(const QString &applicationId) const;
     [[nodiscard]] QString versionOverrides() const;
     /// Folder of units, and of bus policies; without a closing slash.
     [[nodiscard]] QString unitFolder() const;
@@ -54,8 +62,9 @@ struct Places
     /// Where a file below the root of an image really is: links on the way lead to where they would
     /// lead in the image. For other paths, the path itself.
     [[nodiscard]] QString real(const QString &path) const;
-    /// The names of the files in a folder that match a pattern, in order; none that is hidden.
-    [[nodiscard]] QStringList filesIn(const QString &folder, const QString &pattern) const;
+    /// The files in a folder whose names end in `suffix`, in order; none that is hidden. Their
+    /// states are those of the real files.
+    [[nodiscard]] QVector<ListedFile> filesIn(const QString &folder, const QString &suffix) const;
     /// The paths of the files in a folder and in the folders below it that match one of the
     /// patterns, in order; hidden ones too.
     [[nodiscard]] QStringList filesBelow(const QString &folder, const QStringList &patterns) const;

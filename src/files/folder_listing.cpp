@@ -44,12 +44,13 @@ bool isLink(DIR *folder, const dirent &entry)
 }
 
 // Nothing when it does not count.
-std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString &name)
+std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString &name, Links links)
 {
     if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK && entry.d_type != DT_REG)
         return {};
     struct stat status = {};
-    if (::fstatat(::dirfd(folder), entry.d_name, &status, 0) != 0 || S_ISDIR(status.st_mode))
+    const int flags = links == Links::AreFollowed ? 0 : AT_SYMLINK_NOFOLLOW;
+    if (::fstatat(::dirfd(folder), entry.d_name, &status, flags) != 0 || S_ISDIR(status.st_mode))
         return {};
     const bool link = isLink(folder, entry);
     if (!link && !S_ISREG(status.st_mode))
@@ -59,7 +60,7 @@ std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString
 
 } // namespace
 
-QVector<ListedFile> filesIn(const QString &folder, const QString &suffix)
+QVector<ListedFile> filesIn(const QString &folder, const QString &suffix, Links links)
 {
     QVector<ListedFile> files;
     const Folder open = opened(folder);
@@ -69,7 +70,7 @@ QVector<ListedFile> filesIn(const QString &folder, const QString &suffix)
         const QString name = textOf(entry->d_name);
         if (!name.endsWith(suffix, Qt::CaseInsensitive))
             continue;
-        if (const std::optional<ListedFile> file = listed(open.get(), *entry, name))
+        if (const std::optional<ListedFile> file = listed(open.get(), *entry, name, links))
             files.append(*file);
     }
     std::sort(files.begin(), files.end(),

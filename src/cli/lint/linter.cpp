@@ -6,6 +6,7 @@
 #include "cli/lint/rules.h"
 #include "cli/no_findings.h"
 #include "common/Core/application_catalogue.h"
+#include "common/Core/entry_records.h"
 #include "common/Core/manifest.h"
 #include "common/Core/mimeapps_list.h"
 #include "common/Core/task_bounds.h"
@@ -51,19 +52,15 @@ void lintManifest(const QString &path, const Places &places, Collected &findings
                      QStringLiteral("%1 is no boolean").arg(key));
 }
 
-QString manifestOf(const QString &application, const Places &places)
-{
-    return places.packageFile(application, QStringLiteral("manifest.json"));
-}
-
 // What belongs to no application is read by nobody.
 void lintManifests(const Core::ApplicationCatalogue &catalogue, const Places &places,
                    const Places &system, Collected &findings)
 {
     std::optional<Core::ApplicationCatalogue> ofSystem;
-    const QDir packages(places.root + QStringLiteral("/opt/app"));
-    for (const QString &id : packages.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        const QString path = manifestOf(id, places);
+    const QDir packages(places.real(places.packages()));
+    for (const QString &id :
+         packages.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
+        const QString path = places.manifestFile(id);
         if (catalogue.applications().contains(id) || !QFileInfo::exists(places.real(path)))
             continue;
         NoFindings said;
@@ -79,10 +76,12 @@ void lintManifests(const Core::ApplicationCatalogue &catalogue, const Places &pl
 // a time takes little longer than once.
 Core::ApplicationCatalogue lintTexts(const Places &places, Collected &findings)
 {
-    return Core::ApplicationCatalogue(places, findings, [&](const QString &path) {
-        if (!places.applicationFolders.contains(path))
-            lintText(path, places, findings);
-    });
+    Core::EntryRecords none;
+    return Core::ApplicationCatalogue(places, findings, none,
+                                      [&](const QString &path, const ListedFile *file) {
+                                          if (file != nullptr)
+                                              lintText(path, places, findings);
+                                      });
 }
 
 void lintEntries(const Core::ApplicationCatalogue &catalogue, const Places &places,
@@ -93,7 +92,7 @@ void lintEntries(const Core::ApplicationCatalogue &catalogue, const Places &plac
     for (const Core::ApplicationInfo &entry : catalogue.applications()) {
         checkEntry(entry, known, findings);
         if (entry.manifest().isValid())
-            lintManifest(manifestOf(entry.applicationId().toString(), places), places, findings);
+            lintManifest(places.manifestFile(entry.applicationId().toString()), places, findings);
         for (const Core::ApplicationInfo::TaskInfo &task : entry.tasks())
             types[task.type] += Core::sizeOf(task);
     }

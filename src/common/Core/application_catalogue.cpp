@@ -1,12 +1,16 @@
 #include "common/Core/application_catalogue.h"
 
+#include "common/Core/entry_records.h"
 #include "common/Core/manifest.h"
 #include "common/Core/rules.h"
 #include "common/Core/task_bounds.h"
 #include "common/places.h"
+#include "files/folder_listing.h"
 
-#include <QDir>
 #include <QFileInfo>
+#include <QHash>
+
+#include <algorithm>
 
 namespace Core {
 
@@ -34,95 +38,121 @@ class ApplicationCatalogue::Scan
 {
 public:
     Scan(ApplicationCatalogue &catalogue, const Places &places, Findings &findings,
-         const std::function<void(const QString &)> &aboutToRead, ApplicationInfo::Extent extent)
+         EntryRecords &records, const AboutToRead &aboutToRead)
         : m_catalogue(catalogue)
         , m_places(places)
         , m_findings(findings)
+        , m_records(records)
         , m_aboutToRead(aboutToRead)
-        , m_extent(extent)
     {
     }
     void run();
 
 private:
-    void announce(const QString &path) const;
+    /// The entries of one folder that count, and which of them is an application's.
+    struct Chosen
+    {
+        QVector<ApplicationInfo> entries;
+        QHash<QString, int> byId;
+    };
+
+    void announce(const QString &path, const ListedFile *file) const;
     void scanDirectory(const QString &directory);
-    void takeOne(const ApplicationInfo &info, QMap<QString, ApplicationInfo> &chosen);
+    void takeOne(const ApplicationInfo &info, Chosen &chosen);
+    void addAll(QVector<ApplicationInfo> &chosen);
     void add(const ApplicationInfo &info);
-    void addFileName(const ApplicationInfo &info);
+    void addFileName(const QString &name, const ApplicationInfo &info);
 
     ApplicationCatalogue &m_catalogue;
     const Places &m_places;
     Findings &m_findings;
-    const std::function<void(const QString &)> &m_aboutToRead;
-    ApplicationInfo::Extent m_extent;
+    EntryRecords &m_records;
+    const AboutToRead &m_aboutToRead;
     /// Path of the file that a file name means.
-    QMap<QString, QString> m_fileOfName;
+    QHash<QString, QString> m_fileOfName;
 };
 
 void ApplicationCatalogue::Scan::run()
 {
+    m_records.beginLook(m_places);
     for (const QString &directory : m_places.applicationFolders) {
         if (QFileInfo(m_places.real(directory)).isDir())
             scanDirectory(directory);
     }
+    m_records.endLook();
 }
 
-void ApplicationCatalogue::Scan::announce(const QString &path) const
+void ApplicationCatalogue::Scan::announce(const QString &path, const ListedFile *file) const
 {
     if (m_aboutToRead)
-        m_aboutToRead(path);
+        m_aboutToRead(path, file);
 }
 
 void ApplicationCatalogue::Scan::scanDirectory(const QString &directory)
 {
-    announce(directory);
-    QMap<QString, ApplicationInfo> chosen;
+    announce(directory, nullptr);
     // By name, so that two entries of the same application do not depend on the disk's order.
-    const QDir folder(directory);
-    const QStringList files = m_places.filesIn(directory, QStringLiteral("*.desktop"));
-    for (const QString &file : files) {
-        const QString path = folder.filePath(file);
-        announce(path);
-        const ApplicationInfo info(path, m_places, m_findings, m_extent);
+    const QVector<ListedFile> files = m_places.filesIn(directory, QStringLiteral(".desktop"));
+    Chosen chosen;
+    chosen.entries.reserve(files.size());
+    chosen.byId.reserve(files.size());
+    for (const ListedFile &file : files) {
+        const QString path = directory + QLatin1Char('/') + file.name;
+        announce(path, &file);
+        const ApplicationInfo info = m_records.record(path, file, m_places, m_findings);
         if (!info.isValid()) {
             m_catalogue.m_invalidFiles.append(path);
             continue;
         }
         takeOne(info, chosen);
-        addFileName(info);
+        addFileName(file.name, info);
     }
+    addAll(chosen.entries);
+}
+
+// One entry of each application, whatever entries of one directory say that they are the same.
+void ApplicationCatalogue::Scan::takeOne(const ApplicationInfo &info, Chosen &chosen)
+{
+    const QString id = info.applicationId().toString();
+    const auto known = chosen.byId.constFind(id);
+    if (known == chosen.byId.constEnd()) {
+        chosen.byId.insert(id, chosen.entries.size());
+        chosen.entries.append(info);
+        return;
+    }
+    ApplicationInfo &earlier = chosen.entries[*known];
+    const bool wins = claimOf(info) > claimOf(earlier);
+    const QString winner = (wins ? info : earlier).desktopFilePath();
+    const QString loser = (wins ? earlier : info).desktopFilePath();
+    ORVANE_WARN(m_findings, findingOf(Rules::entryIdTwice, {loser}))
+        << "Two entries declare" << id << "and" << winner << "is used, not" << loser;
+    m_catalogue.m_shadowed.append({Shadowed::SameIdInFolder, loser, id, winner});
+    if (wins)
+        earlier = info;
+}
+
+void ApplicationCatalogue::Scan::addAll(QVector<ApplicationInfo> &chosen)
+{
+    std::sort(chosen.begin(), chosen.end(), [](const ApplicationInfo &a, const ApplicationInfo &b) {
+        return a.applicationId().toString() < b.applicationId().toString();
+    });
     // The user's data home comes first in the list and goes before the system's.
     for (const ApplicationInfo &info : qAsConst(chosen))
         add(info);
 }
 
-// One entry of each application, whatever entries of one directory say that they are the same.
-void ApplicationCatalogue::Scan::takeOne(const ApplicationInfo &info,
-                                         QMap<QString, ApplicationInfo> &chosen)
-{
-    const QString id = info.applicationId().toString();
-    const auto earlier = chosen.find(id);
-    if (earlier == chosen.end()) {
-        chosen.insert(id, info);
-        return;
-    }
-    const bool wins = claimOf(info) > claimOf(*earlier);
-    const QString winner = (wins ? info : *earlier).desktopFilePath();
-    const QString loser = (wins ? *earlier : info).desktopFilePath();
-    ORVANE_WARN(m_findings, findingOf(Rules::entryIdTwice, {loser}))
-        << "Two entries declare" << id << "and" << winner << "is used, not" << loser;
-    m_catalogue.m_shadowed.append({Shadowed::SameIdInFolder, loser, id, winner});
-    if (wins)
-        *earlier = info;
-}
-
 void ApplicationCatalogue::Scan::add(const ApplicationInfo &info)
 {
+    QMap<QString, ApplicationInfo> &applications = m_catalogue.m_applications;
     const QString id = info.applicationId().toString();
-    const auto earlier = m_catalogue.m_applications.constFind(id);
-    if (earlier == m_catalogue.m_applications.constEnd()) {
-        m_catalogue.m_applications.insert(id, info);
+    // In order, so that each usually comes last.
+    if (applications.isEmpty() || applications.lastKey() < id) {
+        applications.insert(applications.constEnd(), id, info);
+        return;
+    }
+    const auto earlier = applications.constFind(id);
+    if (earlier == applications.constEnd()) {
+        applications.insert(id, info);
         return;
     }
     const QString by = earlier->desktopFilePath();
@@ -132,14 +162,15 @@ void ApplicationCatalogue::Scan::add(const ApplicationInfo &info)
         {Shadowed::SameIdInEarlierFolder, info.desktopFilePath(), id, by});
 }
 
-void ApplicationCatalogue::Scan::addFileName(const ApplicationInfo &info)
+void ApplicationCatalogue::Scan::addFileName(const QString &name, const ApplicationInfo &info)
 {
     const QString id = info.applicationId().toString();
-    const QString name = fileNameOf(info);
     const auto earlier = m_fileOfName.constFind(name);
     if (earlier == m_fileOfName.constEnd()) {
         m_fileOfName.insert(name, info.desktopFilePath());
-        m_catalogue.m_fileToApplication.insert(name, id);
+        // In order of name within a folder.
+        m_catalogue.m_fileToApplication.insert(m_catalogue.m_fileToApplication.constEnd(), name,
+                                               id);
         return;
     }
     // Of an application that has an entry already, that is told.
@@ -151,10 +182,16 @@ void ApplicationCatalogue::Scan::addFileName(const ApplicationInfo &info)
 }
 
 ApplicationCatalogue::ApplicationCatalogue(const Places &places, Findings &findings,
-                                           const std::function<void(const QString &)> &aboutToRead,
                                            ApplicationInfo::Extent extent)
 {
-    Scan(*this, places, findings, aboutToRead, extent).run();
+    EntryRecords records(extent);
+    Scan(*this, places, findings, records, AboutToRead()).run();
+}
+
+ApplicationCatalogue::ApplicationCatalogue(const Places &places, Findings &findings,
+                                           EntryRecords &records, const AboutToRead &aboutToRead)
+{
+    Scan(*this, places, findings, records, aboutToRead).run();
 }
 
 ApplicationInfo ApplicationCatalogue::application(const ApplicationId &id) const

@@ -12,10 +12,12 @@
 
 #include <functional>
 
+struct ListedFile;
 struct Places;
 
 namespace Core {
 
+class EntryRecords;
 class Findings;
 
 /// What is installed, as one look at the folders of desktop entries found it. A value: it does not
@@ -45,16 +47,22 @@ public:
         QString by;
     };
 
+    /// Called with each folder before it is listed, then without a file, and with each file before
+    /// it is read.
+    using AboutToRead = std::function<void(const QString &path, const ListedFile *file)>;
+
     /// Knows nothing.
     ApplicationCatalogue() = default;
     /// Reads every desktop entry in the folders of applications. An entry in an earlier folder
     /// goes before one in a later folder; within one, the file that is named by its application's
     /// id goes before others, and then the first by name.
-    /// @param aboutToRead called with each folder and file before it is read; may be empty.
     /// @param extent how much of each record is read.
     ApplicationCatalogue(const Places &places, Findings &findings,
-                         const std::function<void(const QString &)> &aboutToRead = {},
                          ApplicationInfo::Extent extent = ApplicationInfo::Everything);
+    /// The same, without reading what `records` have and what has not changed since.
+    /// @param aboutToRead may be empty.
+    ApplicationCatalogue(const Places &places, Findings &findings, EntryRecords &records,
+                         const AboutToRead &aboutToRead = {});
 
     /// By application id.
     [[nodiscard]] const QMap<QString, ApplicationInfo> &applications() const

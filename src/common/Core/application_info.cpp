@@ -1,6 +1,7 @@
 #include "common/Core/application_info.h"
 
 #include "common/Core/manifest.h"
+#include "common/Core/package_folders.h"
 #include "common/Core/rules.h"
 #include "common/Core/task_bounds.h"
 #include "common/ini_file.h"
@@ -128,8 +129,9 @@ class ApplicationInfoPrivate
 {
 public:
     void parse(const QString &path, const Places &places, Findings &sink,
-               ApplicationInfo::Extent extent);
-    void parseTheRest(const MDesktopEntry &entry, const Places &places, EntryFindings &findings);
+               const PackageFolders &packages, ApplicationInfo::Extent extent);
+    void parseTheRest(const MDesktopEntry &entry, const Places &places,
+                      const PackageFolders &packages, EntryFindings &findings);
     void parseIntents(const MDesktopEntry &entry, EntryFindings &findings);
     void parseTasks(const MDesktopEntry &entry, EntryFindings &findings);
     void addTask(const QString &taskName, const MDesktopEntry &entry, const QString &group,
@@ -148,11 +150,12 @@ public:
     bool supportsMimeParents = false;
     Manifest manifest;
     QString certificateId;
+    PackageStates packageStates;
     bool valid = false;
 };
 
 void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Findings &sink,
-                                   ApplicationInfo::Extent extent)
+                                   const PackageFolders &packages, ApplicationInfo::Extent extent)
 {
     desktopFilePath = path;
     EntryFindings findings(desktopFilePath, places, sink);
@@ -172,12 +175,12 @@ void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Fi
         parseIntents(entry, findings);
     parseTasks(entry, findings);
     if (extent == ApplicationInfo::Everything)
-        parseTheRest(entry, places, findings);
+        parseTheRest(entry, places, packages, findings);
     valid = true;
 }
 
 void ApplicationInfoPrivate::parseTheRest(const MDesktopEntry &entry, const Places &places,
-                                          EntryFindings &findings)
+                                          const PackageFolders &packages, EntryFindings &findings)
 {
     parseLaunch(entry);
     name = entry.name();
@@ -185,8 +188,12 @@ void ApplicationInfoPrivate::parseTheRest(const MDesktopEntry &entry, const Plac
     mimeTypes = entry.mimeType();
     boundMimeTypes(mimeTypes, desktopFilePath, findings);
     supportsMimeParents = entry.supportMimeParents();
-    manifest = Manifest(applicationId, places, findings.sink);
-    readCertificate(places, findings.sink);
+    const QString id = applicationId.toString();
+    packageStates = packages.statesOf(id, places);
+    if (packages.mayHave(id)) {
+        manifest = Manifest(applicationId, places, findings.sink);
+        readCertificate(places, findings.sink);
+    }
 }
 
 void ApplicationInfoPrivate::parseIntents(const MDesktopEntry &entry, EntryFindings &findings)
@@ -267,7 +274,7 @@ void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)
 
 void ApplicationInfoPrivate::readCertificate(const Places &places, Findings &findings)
 {
-    const QString path = places.packageFile(applicationId.toString(), QStringLiteral("halcyn.pkg"));
+    const QString path = places.certificateFile(applicationId.toString());
     const ForeignFile file = readForeignFile(places.real(path));
     if (file.state != ForeignFile::Read && file.state != ForeignFile::Missing)
         ORVANE_REMARK(findings, findingOf(Rules::packageUnreadable, {path}))
@@ -283,11 +290,17 @@ ApplicationInfo::ApplicationInfo()
 }
 
 ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &places,
-                                 Findings &findings, Extent extent)
+                                 Findings &findings, const PackageFolders &packages, Extent extent)
 {
     const auto record = QSharedPointer<ApplicationInfoPrivate>::create();
-    record->parse(desktopFilePath, places, findings, extent);
+    record->parse(desktopFilePath, places, findings, packages, extent);
     d = record;
+}
+
+ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &places,
+                                 Findings &findings, Extent extent)
+    : ApplicationInfo(desktopFilePath, places, findings, PackageFolders(), extent)
+{
 }
 
 ApplicationInfo::~ApplicationInfo() = default;
@@ -320,5 +333,7 @@ bool ApplicationInfo::supportsMimeParents() const { return d->supportsMimeParent
 const Manifest &ApplicationInfo::manifest() const { return d->manifest; }
 
 const QString &ApplicationInfo::certificateId() const { return d->certificateId; }
+
+const PackageStates &ApplicationInfo::packageStates() const { return d->packageStates; }
 
 } // namespace Core

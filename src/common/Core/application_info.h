@@ -14,6 +14,8 @@ namespace Core {
 class ApplicationInfoPrivate;
 class Findings;
 class Manifest;
+class PackageFolders;
+struct PackageStates;
 
 /// Everything that one installed application declares, read once from its desktop entry and its
 /// package. A handle to a shared, immutable record: copies are cheap, and what the accessors
@@ -69,6 +71,10 @@ public:
     ApplicationInfo();
     /// Reads the desktop entry at `desktopFilePath`, and its package's files in their places. An
     /// unusable file gives a record that is not valid, and a finding.
+    /// @param packages which packages need not be looked for.
+    ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings,
+                    const PackageFolders &packages, Extent extent = Everything);
+    /// The same without such knowledge.
     ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings,
                     Extent extent = Everything);
     ~ApplicationInfo();
@@ -92,6 +98,8 @@ public:
     [[nodiscard]] const Manifest &manifest() const;
     /// Identifier of the certificate that signed the package; empty when there is none.
     [[nodiscard]] const QString &certificateId() const;
+    /// What the package's files were like before they were read.
+    [[nodiscard]] const PackageStates &packageStates() const;
 
 private:
     QSharedPointer<const ApplicationInfoPrivate> d;

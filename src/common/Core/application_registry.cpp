@@ -3,6 +3,7 @@
 
 #include "common/Core/findings.h"
 #include "common/Core/manifest.h"
+#include "files/folder_listing.h"
 
 #include <QDebug>
 #include <QFileInfo>
@@ -18,24 +19,55 @@ ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces
     , versionOverrides(places, findings)
     , q(registry)
 {
-    scanSoon.setSingleShot(true);
-    scanSoon.setInterval(0);
+    QObject::connect(
+        &watcher, &DirectoryWatcher::changed, q,
+        [this](const QString &path, DirectoryWatcher::Change change) { notice(path, change); });
+    QObject::connect(&pace, &LookPace::due, q, [this] { scan(); });
 }
 
 void ApplicationRegistryPrivate::scan()
 {
-    const MimeappsEntries chosen = readMimeappsList(places, findings);
+    chosenHandlers = readMimeappsList(places, findings);
+    handlers.reset();
     // Watched before it is read, so that no change in between is lost.
-    catalogue = ApplicationCatalogue(places, findings,
-                                     [this](const QString &path) { watcher.addPath(path); });
-    uriHandlers = catalogue.uriHandlers(chosen);
+    watcher.beginLook();
+    for (const QString &folder : places.applicationFolders)
+        watcher.watchDirectory(folder);
+    catalogue = ApplicationCatalogue(
+        places, findings, records,
+        [this](const QString &path, const ListedFile *file) { watch(path, file); });
+    watcher.endLook();
     Q_EMIT q->manifestsChanged();
 }
 
-void ApplicationRegistryPrivate::writeDefaults() const
+void ApplicationRegistryPrivate::watch(const QString &path, const ListedFile *file)
+{
+    // Of the others their folder tells.
+    const bool isElsewhere = file != nullptr && (file->isLink || file->state.links > 1);
+    if (isElsewhere)
+        watcher.watchFile(path);
+}
+
+void ApplicationRegistryPrivate::notice(const QString &path, DirectoryWatcher::Change change)
+{
+    // Other files may come and go on the way of an entry, but nobody reads them.
+    const bool isOther = change == DirectoryWatcher::Content
+        && !path.endsWith(QLatin1String(".desktop"), Qt::CaseInsensitive);
+    if (!isOther)
+        pace.request();
+}
+
+UriHandlers &ApplicationRegistryPrivate::uriHandlers()
+{
+    if (!handlers)
+        handlers = catalogue.uriHandlers(chosenHandlers);
+    return *handlers;
+}
+
+void ApplicationRegistryPrivate::writeDefaults()
 {
     QMap<QString, QString> files;
-    const QMap<QString, QString> &defaults = uriHandlers.defaults();
+    const QMap<QString, QString> &defaults = uriHandlers().defaults();
     for (auto entry = defaults.constBegin(); entry != defaults.constEnd(); ++entry) {
         const QString path = catalogue.applications().value(entry.value()).desktopFilePath();
         files.insert(entry.key(), QFileInfo(path).fileName());
@@ -48,10 +80,6 @@ ApplicationRegistry::ApplicationRegistry(const Places &places, Findings &finding
     , d(std::make_unique<ApplicationRegistryPrivate>(places, findings, this))
 {
     d->scan();
-    const auto scanSoon = [this] { d->scanSoon.start(); };
-    connect(&d->watcher, &QFileSystemWatcher::fileChanged, this, scanSoon);
-    connect(&d->watcher, &QFileSystemWatcher::directoryChanged, this, scanSoon);
-    connect(&d->scanSoon, &QTimer::timeout, this, [this] { d->scan(); });
 }
 
 ApplicationRegistry::~ApplicationRegistry() = default;
@@ -102,7 +130,7 @@ int ApplicationRegistry::compatibilityLevel(const ApplicationId &id) const
 QStringList ApplicationRegistry::handlersForUri(const QUrl &uri,
                                                 const HandlerFilters &filters) const
 {
-    return d->uriHandlers.handlersFor(uri, filters, d->catalogue.supportingMimeParents());
+    return d->uriHandlers().handlersFor(uri, filters, d->catalogue.supportingMimeParents());
 }
 
 void ApplicationRegistry::setDefaultHandlerForUri(const QUrl &uri, const ApplicationId &application)
@@ -113,9 +141,10 @@ void ApplicationRegistry::setDefaultHandlerForUri(const QUrl &uri, const Applica
         return;
     }
     // Another program may have written to the file since the last scan.
-    d->uriHandlers.takeDefaults(readMimeappsList(d->places, d->findings),
-                                d->catalogue.fileToApplication());
-    d->uriHandlers.setDefault(uri, application.toString());
+    UriHandlers &handlers = d->uriHandlers();
+    handlers.takeDefaults(readMimeappsList(d->places, d->findings),
+                          d->catalogue.fileToApplication());
+    handlers.setDefault(uri, application.toString());
     d->writeDefaults();
 }
 

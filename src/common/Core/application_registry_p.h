@@ -2,11 +2,13 @@
 
 #include "common/Core/application_catalogue.h"
 #include "common/Core/application_registry.h"
+#include "common/Core/entry_records.h"
 #include "common/Core/version_overrides.h"
+#include "common/directory_watcher.h"
+#include "common/look_pace.h"
 #include "common/places.h"
 
-#include <QFileSystemWatcher>
-#include <QTimer>
+#include <optional>
 
 namespace Core {
 
@@ -17,17 +19,22 @@ public:
                                ApplicationRegistry *registry);
 
     void scan();
-    void writeDefaults() const;
+    void watch(const QString &path, const ListedFile *file);
+    void notice(const QString &path, DirectoryWatcher::Change change);
+    /// Made when the first caller asks after a scan.
+    UriHandlers &uriHandlers();
+    void writeDefaults();
 
     const Places places;
     Findings &findings;
+    EntryRecords records;
     ApplicationCatalogue catalogue;
-    QFileSystemWatcher watcher;
+    DirectoryWatcher watcher;
+    LookPace pace;
     VersionOverrides versionOverrides;
-    UriHandlers uriHandlers;
-    /// One scan for all that the watcher reports in a pass of the event loop: a file that goes is
-    /// reported as itself and by its directory.
-    QTimer scanSoon;
+    /// What the user has chosen, as it was at the scan.
+    MimeappsEntries chosenHandlers;
+    std::optional<UriHandlers> handlers;
     ApplicationRegistry *const q;
 };
 

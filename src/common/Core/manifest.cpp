@@ -57,8 +57,7 @@ Manifest::Manifest(const ApplicationId &application, const Places &places, Findi
     : Manifest()
 {
     if (application.isValid())
-        d->parse(places.packageFile(application.toString(), QStringLiteral("manifest.json")),
-                 places, findings);
+        d->parse(places.manifestFile(application.toString()), places, findings);
 }
 
 Manifest::~Manifest() = default;

@@ -17,10 +17,10 @@ namespace Core {
 
 namespace {
 
-void removeRepeated(QVector<ListedFile> &files)
+void removeRepeated(QVector<ChosenFile> &files)
 {
     QSet<QString> seen;
-    const auto isRepeated = [&seen](const ListedFile &file) {
+    const auto isRepeated = [&seen](const ChosenFile &file) {
         const int before = seen.size();
         seen.insert(file.name);
         return seen.size() == before;
@@ -33,7 +33,7 @@ void addLine(const QString &line, int number, MimeappsEntries &entries)
     const int separator = line.indexOf(QLatin1Char('='));
     if (line.startsWith(QLatin1Char('[')) || line.startsWith(QLatin1Char('#')) || separator < 0)
         return;
-    QVector<ListedFile> &files = entries[line.left(separator).trimmed()];
+    QVector<ChosenFile> &files = entries[line.left(separator).trimmed()];
     const QStringList names =
         line.mid(separator + 1).trimmed().split(QLatin1Char(';'), Qt::SkipEmptyParts);
     for (const QString &name : names)
@@ -63,7 +63,7 @@ MimeappsEntries readMimeappsList(const Places &places, Findings &findings)
     const QList<QByteArray> lines = file.text.split('\n');
     for (int at = 0; at < lines.size(); ++at)
         addLine(QString::fromUtf8(lines.at(at)), at + 1, entries);
-    for (QVector<ListedFile> &files : entries)
+    for (QVector<ChosenFile> &files : entries)
         removeRepeated(files);
     return entries;
 }

@@ -13,7 +13,7 @@ namespace Core {
 class Findings;
 
 /// The name of a desktop file in a line.
-struct ListedFile
+struct ChosenFile
 {
     QString name;
     /// The line's number, from 1 on.
@@ -21,7 +21,7 @@ struct ListedFile
 };
 
 /// Key of a line (a MIME type) to the desktop files that it lists, each once.
-using MimeappsEntries = QMap<QString, QVector<ListedFile>>;
+using MimeappsEntries = QMap<QString, QVector<ChosenFile>>;
 
 /// Where the file is; empty when the user has no place for settings.
 [[nodiscard]] QString mimeappsListPath(const Places &places);

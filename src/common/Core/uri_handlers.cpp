@@ -67,7 +67,7 @@ void UriHandlers::takeDefaults(const MimeappsEntries &entries,
                                const QMap<QString, QString> &fileToApplication)
 {
     for (auto entry = entries.constBegin(); entry != entries.constEnd(); ++entry) {
-        for (const ListedFile &file : entry.value()) {
+        for (const ChosenFile &file : entry.value()) {
             const auto application = fileToApplication.constFind(file.name);
             if (application == fileToApplication.constEnd())
                 continue;

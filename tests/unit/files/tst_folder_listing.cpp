@@ -17,6 +17,7 @@ private Q_SLOTS:
 
     void listsWhatTheFrameworkLists();
     void tellsTheStateOfWhatALinkLeadsTo();
+    void listsLinksThatItDoesNotFollowWhereverTheyLead();
     void listsNothingWhereNoFolderIs();
     void knowsEveryName();
     void knowsNoNamesOfAFolderThatItMayNotList();
@@ -81,6 +82,22 @@ void TestFolderListing::tellsTheStateOfWhatALinkLeadsTo()
     QVERIFY(files.at(0).state == FileState::of(qPrintable(path("target"))));
     QCOMPARE(files.at(0).state.size, 5);
     QVERIFY(!files.at(1).isLink);
+}
+
+void TestFolderListing::listsLinksThatItDoesNotFollowWhereverTheyLead()
+{
+    write("file.desktop", "12345");
+    QVERIFY(QDir().mkpath(path("folder.desktop")));
+    QVERIFY(QFile::link(path("none"), path("dangling.desktop")));
+    QVERIFY(QFile::link(path("folder.desktop"), path("linked.desktop")));
+    const QVector<ListedFile> files =
+        filesIn(folder->path(), QStringLiteral(".desktop"), Links::AreNotFollowed);
+    QCOMPARE(files.size(), 3);
+    QCOMPARE(files.at(0).name, QStringLiteral("dangling.desktop"));
+    QCOMPARE(files.at(1).name, QStringLiteral("file.desktop"));
+    QCOMPARE(files.at(2).name, QStringLiteral("linked.desktop"));
+    QVERIFY(files.at(0).isLink && !files.at(1).isLink && files.at(2).isLink);
+    QCOMPARE(files.at(0).state.size, path("none").size());
 }
 
 void TestFolderListing::listsNothingWhereNoFolderIs()

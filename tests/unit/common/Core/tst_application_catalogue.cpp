@@ -1,4 +1,5 @@
 #include "common/Core/application_catalogue.h"
+#include "common/Core/entry_records.h"
 #include "common/Core/findings.h"
 #include "support/collected_findings.h"
 #include "support/root_places.h"
@@ -128,13 +129,15 @@ void TestApplicationCatalogue::announcesWhatItReadsBeforeItReadsIt()
     root->write(below("app.desktop"), "text");
     QStringList announced;
     // What is in the file when it is announced is what is read.
-    const ApplicationCatalogue catalogue(placesOf(*root), findings, [&](const QString &path) {
+    Core::EntryRecords records;
+    const auto change = [&](const QString &path, const ListedFile *file) {
         announced.append(path);
         if (path.endsWith(QLatin1String("/app.desktop")))
             root->write(below("app.desktop"), entryOf("App"));
-        else
+        else if (file == nullptr)
             root->write(below("another.desktop"), entryOf("Another"));
-    });
+    };
+    const ApplicationCatalogue catalogue(placesOf(*root), findings, records, change);
     QCOMPARE(announced,
              QStringList({root->path(QStringLiteral("/usr/share/applications")),
                           system("another.desktop"), system("app.desktop")}));

@@ -1,10 +1,14 @@
 #include "common/Core/application_registry.h"
 #include "common/Core/findings.h"
 #include "common/Core/task_bounds.h"
+#include "common/look_pace.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTest>
@@ -12,6 +16,8 @@
 
 #include <cstdio>
 #include <ctime>
+#include <functional>
+#include <unistd.h>
 
 using Core::ApplicationId;
 using Core::ApplicationRegistry;
@@ -33,6 +39,13 @@ private Q_SLOTS:
     void noticesARemovedEntryOnce();
     void noticesAReplacedEntryEachTime();
     void noticesARewrittenEntryAfterAReplacement();
+    void noticesEachKindOfChange_data();
+    void noticesEachKindOfChange();
+    void noticesThatTheDirectoryGoesAndComesBack();
+    void noticesADirectoryThatIsMadeLater();
+    void looksAgainAtWhatIsWrittenInPieces();
+    void looksSeldomWhilePackagesAreInstalled();
+    void readsAManifestAnewWhenItLooks();
     void prefersTheEarlierDirectory();
     void prefersTheFirstFileByName();
     void prefersTheFileThatIsNamedByItsId();
@@ -186,6 +199,178 @@ void TestApplicationRegistry::noticesARewrittenEntryAfterAReplacement()
     root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Second\n");
     QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type,
                               QStringLiteral("Second"), 30000);
+}
+
+namespace {
+
+// An entry of com.example.Notes whose task has this type.
+QByteArray notesOfType(const char *type)
+{
+    return QByteArray("[Desktop Entry]\nType=Application\nName=Notes\n[X-Application]\n"
+                      "OrganizationName=com.example\nApplicationName=Notes\n[X-Task sync]\nType=")
+        + type + "\n";
+}
+
+void replace(const QString &path, const QByteArray &text)
+{
+    QFile beside(path + QStringLiteral(".new"));
+    QVERIFY(beside.open(QIODevice::WriteOnly));
+    QCOMPARE(beside.write(text), text.size());
+    beside.close();
+    QCOMPARE(std::rename(qPrintable(beside.fileName()), qPrintable(path)), 0);
+}
+
+void overwrite(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(text), text.size());
+}
+
+using Change = std::function<void(const QString &entry, const QString &elsewhere)>;
+
+} // namespace
+
+Q_DECLARE_METATYPE(Change)
+
+void TestApplicationRegistry::noticesEachKindOfChange_data()
+{
+    QTest::addColumn<Change>("before");
+    QTest::addColumn<Change>("change");
+    // What the task's type is then; empty when the application is not known.
+    QTest::addColumn<QString>("type");
+    const QString other = QStringLiteral("Other");
+    const Change none = [](const QString &, const QString &) {};
+    const Change written = [](const QString &entry, const QString &) {
+        overwrite(entry, notesOfType("First"));
+    };
+    const Change link = [](const QString &entry, const QString &elsewhere) {
+        overwrite(elsewhere, notesOfType("First"));
+        QVERIFY(QFile::link(elsewhere, entry));
+    };
+    const Change secondName = [](const QString &entry, const QString &elsewhere) {
+        overwrite(elsewhere, notesOfType("First"));
+        QCOMPARE(::link(qPrintable(elsewhere), qPrintable(entry)), 0);
+    };
+    const Change write = [](const QString &entry, const QString &) {
+        overwrite(entry, notesOfType("Other"));
+    };
+    const Change writeElsewhere = [](const QString &, const QString &elsewhere) {
+        overwrite(elsewhere, notesOfType("Other"));
+    };
+    QTest::newRow("a new entry") << none << write << other;
+    QTest::newRow("a rewritten entry") << written << write << other;
+    QTest::newRow("a replaced entry")
+        << written << Change([](const QString &entry, const QString &) {
+               replace(entry, notesOfType("Other"));
+           })
+        << other;
+    QTest::newRow("a deleted entry")
+        << written
+        << Change([](const QString &entry, const QString &) { QVERIFY(QFile::remove(entry)); })
+        << QString();
+    QTest::newRow("an entry that is moved away")
+        << written << Change([](const QString &entry, const QString &elsewhere) {
+               QCOMPARE(std::rename(qPrintable(entry), qPrintable(elsewhere)), 0);
+           })
+        << QString();
+    QTest::newRow("an entry that is cut off")
+        << written << Change([](const QString &entry, const QString &) {
+               QCOMPARE(::truncate(qPrintable(entry), 0), 0);
+           })
+        << QString();
+    QTest::newRow("the target of a link is rewritten") << link << writeElsewhere << other;
+    QTest::newRow("the target of a link is replaced")
+        << link << Change([](const QString &, const QString &elsewhere) {
+               replace(elsewhere, notesOfType("Other"));
+           })
+        << other;
+    QTest::newRow("the target of a link is deleted")
+        << link << Change([](const QString &, const QString &elsewhere) {
+               QVERIFY(QFile::remove(elsewhere));
+           })
+        << QString();
+    QTest::newRow("an entry is written under its other name")
+        << secondName << writeElsewhere << other;
+}
+
+void TestApplicationRegistry::noticesEachKindOfChange()
+{
+    QFETCH(Change, before);
+    QFETCH(Change, change);
+    QFETCH(QString, type);
+    const QString entry = root->path(QStringLiteral("/usr/share/applications/notes.desktop"));
+    const QString elsewhere = root->path(QStringLiteral("/elsewhere"));
+    before(entry, elsewhere);
+    load();
+    change(entry, elsewhere);
+    QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type, type,
+                              30000);
+    QCOMPARE(knows("com.example.Notes"), !type.isEmpty());
+}
+
+void TestApplicationRegistry::noticesThatTheDirectoryGoesAndComesBack()
+{
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    const QString directory = root->path(QStringLiteral("/usr/share/applications"));
+    const QString aside = root->path(QStringLiteral("/usr/aside"));
+    QVERIFY(QDir().rename(directory, aside));
+    QTRY_VERIFY_WITH_TIMEOUT(!knows("com.example.Notes"), 30000);
+    QVERIFY(QDir().rename(aside, directory));
+    QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
+    root->writeApplication(QStringLiteral("Other"), {});
+    QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
+}
+
+void TestApplicationRegistry::noticesADirectoryThatIsMadeLater()
+{
+    load();
+    root->write(QStringLiteral("/home/data/applications/notes.desktop"), notesOfType("First"));
+    QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
+}
+
+void TestApplicationRegistry::looksAgainAtWhatIsWrittenInPieces()
+{
+    load();
+    QFile entry(root->path(QStringLiteral("/usr/share/applications/notes.desktop")));
+    QVERIFY(entry.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
+    QVERIFY(changed.wait(30000));
+    QCOMPARE(entry.write(notesOfType("First")), notesOfType("First").size());
+    QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
+}
+
+void TestApplicationRegistry::looksSeldomWhilePackagesAreInstalled()
+{
+    load();
+    QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
+    QElapsedTimer time;
+    time.start();
+    constexpr int count = 60;
+    for (int i = 0; i < count; ++i) {
+        install(QStringLiteral("App%1").arg(i));
+        // Until this one's events are here.
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.App59"), 30000);
+    // At once, soon once more, then at the bounded rate.
+    const auto most = 2 + time.elapsed() / LookPace::longGap + 1;
+    QVERIFY2(changed.size() <= most, qPrintable(QString::number(changed.size())));
+    QVERIFY(knows("com.example.App0"));
+}
+
+void TestApplicationRegistry::readsAManifestAnewWhenItLooks()
+{
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    const ApplicationId id(QStringLiteral("com.example.Notes"));
+    QCOMPARE(registry->compatibilityLevel(id), 0);
+    root->write(QStringLiteral("/opt/app/com.example.Notes/current/manifest.json"), "{}");
+    // The package is not watched, but looked at whenever an entry changes.
+    install(QStringLiteral("Other"));
+    QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
+    QCOMPARE(registry->compatibilityLevel(id), 2);
 }
 
 void TestApplicationRegistry::prefersTheEarlierDirectory()

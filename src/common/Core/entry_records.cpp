@@ -1,0 +1,83 @@
+#include "common/Core/entry_records.h"
+
+#include "common/Core/findings.h"
+#include "files/folder_listing.h"
+
+#include <iterator>
+
+namespace Core {
+
+namespace {
+
+/// Passes findings on, and notes that there were any.
+class NotedFindings : public Findings
+{
+public:
+    explicit NotedFindings(Findings &findings)
+        : m_findings(findings)
+    {
+    }
+    void report(const Finding &finding, const FindingOrigin &origin) override
+    {
+        any = true;
+        m_findings.report(finding, origin);
+    }
+
+    bool any = false;
+
+private:
+    Findings &m_findings;
+};
+
+} // namespace
+
+void EntryRecords::beginLook(const Places &places)
+{
+    m_now = FileState::now();
+    if (m_extent == ApplicationInfo::Everything)
+        m_packages = PackageFolders(places);
+    ++m_look;
+}
+
+ApplicationInfo EntryRecords::record(const QString &path, const ListedFile &file,
+                                     const Places &places, Findings &findings)
+{
+    const auto earlier = m_kept.find(path);
+    if (earlier != m_kept.end() && isUnchanged(*earlier, file.state, places)) {
+        earlier->look = m_look;
+        return earlier->info;
+    }
+    ++m_readCount;
+    NotedFindings noted(findings);
+    const ApplicationInfo info(path, places, noted, m_packages, m_extent);
+    if (noted.any || m_extent != ApplicationInfo::Everything)
+        m_kept.remove(path);
+    else
+        keep(path, file.state, info);
+    return info;
+}
+
+void EntryRecords::keep(const QString &path, const FileState &state, const ApplicationInfo &info)
+{
+    const PackageStates &package = info.packageStates();
+    const bool isSettled = state.isSettled(m_now) && package.manifest.isSettled(m_now)
+        && package.certificate.isSettled(m_now);
+    m_kept.insert(path, {info, state, isSettled, m_look});
+}
+
+bool EntryRecords::isUnchanged(const Kept &kept, const FileState &state, const Places &places) const
+{
+    if (!kept.isSettled || kept.state != state)
+        return false;
+    const PackageStates &before = kept.info.packageStates();
+    const PackageStates now = m_packages.statesOf(kept.info.applicationId().toString(), places);
+    return before.manifest == now.manifest && before.certificate == now.certificate;
+}
+
+void EntryRecords::endLook()
+{
+    for (auto kept = m_kept.begin(); kept != m_kept.end();)
+        kept = kept->look == m_look ? std::next(kept) : m_kept.erase(kept);
+}
+
+} // namespace Core

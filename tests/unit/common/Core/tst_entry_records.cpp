@@ -1,0 +1,190 @@
+// What is read again, counted.
+
+#include "common/Core/application_catalogue.h"
+#include "common/Core/entry_records.h"
+#include "common/Core/manifest.h"
+#include "support/collected_findings.h"
+#include "support/root_places.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <cstdio>
+#include <functional>
+#include <sys/stat.h>
+
+using Core::ApplicationCatalogue;
+using Core::ApplicationId;
+using Core::EntryRecords;
+
+namespace {
+
+const char *const folder = "/usr/share/applications/";
+const char *const package = "/opt/app/com.example.App3/current/";
+
+} // namespace
+
+Q_DECLARE_METATYPE(std::function<void(const TempRoot &)>)
+
+class TestEntryRecords : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void readsEachEntryOnce();
+    void readsAgainWhatHasChanged_data();
+    void readsAgainWhatHasChanged();
+    void readsAgainWhatWasChangedJustBefore();
+    void readsAgainWhatThereIsSomethingToSayOf_data();
+    void readsAgainWhatThereIsSomethingToSayOf();
+    void forgetsWhatIsGone();
+
+private:
+    [[nodiscard]] QString current() const
+    {
+        return root->path(QStringLiteral("/opt/app/com.example.App4/current"));
+    }
+    ApplicationCatalogue look() { return {placesOf(*root), findings, records()}; }
+    EntryRecords &records() { return *kept; }
+    /// How many entries a look reads.
+    int readByLook()
+    {
+        const int before = records().readCount();
+        (void)look();
+        return records().readCount() - before;
+    }
+    /// Looks until nothing is too fresh to be kept.
+    void settle() { QTRY_COMPARE_WITH_TIMEOUT(readByLook(), 0, 30000); }
+
+    std::unique_ptr<TempRoot> root;
+    std::unique_ptr<EntryRecords> kept;
+    CollectedFindings findings;
+};
+
+void TestEntryRecords::init()
+{
+    root = std::make_unique<TempRoot>();
+    kept = std::make_unique<EntryRecords>();
+    findings.all.clear();
+    for (int i = 0; i < 10; ++i)
+        root->writeApplication(QStringLiteral("App%1").arg(i), "[X-Task sync]\nType=Sync\n");
+    root->write(QStringLiteral("/opt/app/com.example.App4/1/manifest.json"), "{}");
+    root->write(QStringLiteral("/opt/app/com.example.App4/2/manifest.json"), "{}");
+    QVERIFY(QFile::link(root->path(QStringLiteral("/opt/app/com.example.App4/1")), current()));
+}
+
+void TestEntryRecords::readsEachEntryOnce()
+{
+    QCOMPARE(readByLook(), 10);
+    settle();
+    const ApplicationCatalogue first = look();
+    const ApplicationCatalogue second = look();
+    QCOMPARE(second.applications().keys(), first.applications().keys());
+    QCOMPARE(second.fileToApplication(), first.fileToApplication());
+    const ApplicationId id(QStringLiteral("com.example.App3"));
+    // The very same record, not one that was made again.
+    QCOMPARE(&second.application(id).tasks(), &first.application(id).tasks());
+}
+
+void TestEntryRecords::readsAgainWhatHasChanged_data()
+{
+    using Change = std::function<void(const TempRoot &)>;
+    QTest::addColumn<Change>("change");
+    const auto entry = [](const char *name) {
+        return QString::fromLatin1(folder) + QString::fromLatin1(name);
+    };
+    const auto file = [](const char *name) {
+        return QString::fromLatin1(package) + QString::fromLatin1(name);
+    };
+    const QString app3 = entry("App3.desktop");
+    QTest::newRow("the entry is written")
+        << Change([](const TempRoot &r) { r.writeApplication(QStringLiteral("App3"), {}); });
+    QTest::newRow("the entry has other rights")
+        << Change([=](const TempRoot &r) { QCOMPARE(::chmod(qPrintable(r.path(app3)), 0600), 0); });
+    QTest::newRow("the entry is replaced") << Change([=](const TempRoot &r) {
+        const QString beside = r.path(QStringLiteral("/beside"));
+        QVERIFY(QFile::copy(r.path(app3), beside));
+        QCOMPARE(std::rename(qPrintable(beside), qPrintable(r.path(app3))), 0);
+    });
+    QTest::newRow("the entry becomes a link") << Change([=](const TempRoot &r) {
+        QVERIFY(QFile::copy(r.path(app3), r.path(QStringLiteral("/target"))));
+        r.remove(app3);
+        QVERIFY(QFile::link(r.path(QStringLiteral("/target")), r.path(app3)));
+    });
+    QTest::newRow("an entry is new")
+        << Change([](const TempRoot &r) { r.writeApplication(QStringLiteral("New"), {}); });
+    QTest::newRow("a manifest is new")
+        << Change([=](const TempRoot &r) { r.write(file("manifest.json"), "{}"); });
+    QTest::newRow("a package leads elsewhere") << Change([](const TempRoot &r) {
+        const QString version = r.path(QStringLiteral("/opt/app/com.example.App4/"));
+        QVERIFY(QFile::remove(version + QStringLiteral("current")));
+        QVERIFY(QFile::link(version + QLatin1Char('2'), version + QStringLiteral("current")));
+    });
+    QTest::newRow("a certificate is new")
+        << Change([=](const TempRoot &r) { r.write(file("halcyn.pkg"), "[certificate]\nid=a\n"); });
+}
+
+void TestEntryRecords::readsAgainWhatHasChanged()
+{
+    QFETCH(std::function<void(const TempRoot &)>, change);
+    settle();
+    change(*root);
+    QCOMPARE(readByLook(), 1);
+}
+
+void TestEntryRecords::readsAgainWhatWasChangedJustBefore()
+{
+    settle();
+    root->writeApplication(QStringLiteral("App3"), "[X-Task sync]\nType=First\n");
+    (void)look();
+    // Of the same size, and so soon that the times may be the same.
+    root->writeApplication(QStringLiteral("App3"), "[X-Task sync]\nType=Other\n");
+    const auto task =
+        look().task(Core::ApplicationTaskId(QStringLiteral("com.example.App3.task_sync")));
+    QCOMPARE(task.type, QStringLiteral("Other"));
+}
+
+void TestEntryRecords::readsAgainWhatThereIsSomethingToSayOf_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("an entry that is none")
+        << QString::fromLatin1(folder) + QStringLiteral("bad.desktop") << QByteArray("text");
+    QTest::newRow("a bad task name")
+        << QString::fromLatin1(folder) + QStringLiteral("bad.desktop")
+        << QByteArray("[Desktop Entry]\nType=Application\nName=x\n[X-Task 1]\n");
+    QTest::newRow("a manifest that is none")
+        << QString::fromLatin1(package) + QStringLiteral("manifest.json") << QByteArray("{");
+}
+
+void TestEntryRecords::readsAgainWhatThereIsSomethingToSayOf()
+{
+    QFETCH(QString, path);
+    QFETCH(QByteArray, text);
+    root->write(path, text);
+    QTRY_COMPARE_WITH_TIMEOUT(readByLook(), 1, 30000);
+    findings.all.clear();
+    (void)look();
+    const QStringList once = findings.rules();
+    QVERIFY(!once.isEmpty());
+    (void)look();
+    // Each look says what the one before said.
+    QCOMPARE(findings.rules(), once + once);
+}
+
+void TestEntryRecords::forgetsWhatIsGone()
+{
+    settle();
+    const QString path = QString::fromLatin1(folder) + QStringLiteral("App3.desktop");
+    const QString away = root->path(QStringLiteral("/away"));
+    QCOMPARE(std::rename(qPrintable(root->path(path)), qPrintable(away)), 0);
+    QCOMPARE(look().applications().size(), 9);
+    QCOMPARE(std::rename(qPrintable(away), qPrintable(root->path(path))), 0);
+    QCOMPARE(readByLook(), 1);
+}
+
+QTEST_GUILESS_MAIN(TestEntryRecords)
+#include "tst_entry_records.moc"
