@@ -212,6 +212,9 @@ const ApplicationCatalogue::TaskInfo &ApplicationCatalogue::task(const Applicati
 QList<ApplicationCatalogue::TaskInfo> ApplicationCatalogue::tasksOfType(const QString &type,
                                                                         Findings &findings) const
 {
+    const auto made = m_tasksOfType->constFind(type);
+    if (made != m_tasksOfType->constEnd())
+        return *made;
     QList<QList<TaskInfo>> ofApplications;
     for (const ApplicationInfo &application : m_applications) {
         QList<TaskInfo> tasks;
@@ -222,7 +225,9 @@ QList<ApplicationCatalogue::TaskInfo> ApplicationCatalogue::tasksOfType(const QS
         if (!tasks.isEmpty())
             ofApplications.append(tasks);
     }
-    return joinedWithinBounds(ofApplications, findings);
+    if (ofApplications.isEmpty())
+        return {};
+    return *m_tasksOfType->insert(type, joinedWithinBounds(ofApplications, findings));
 }
 
 UriHandlers ApplicationCatalogue::uriHandlers(const MimeappsEntries &chosen) const

@@ -3,6 +3,7 @@
 #include "common/Core/application_info.h"
 #include "common/Core/uri_handlers.h"
 
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QSet>
@@ -11,6 +12,7 @@
 #include <QVector>
 
 #include <functional>
+#include <memory>
 
 struct ListedFile;
 struct Places;
@@ -85,7 +87,8 @@ public:
     /// reference holds as long as the catalogue, or a handle to the application's record.
     [[nodiscard]] const TaskInfo &task(const ApplicationTaskId &id) const;
     /// All tasks whose type is exactly `type`, in order of application id, then task name, as far
-    /// as joinedWithinBounds() has room.
+    /// as joinedWithinBounds() has room. Made when it is first asked for, which is when findings
+    /// are reported; a copy of the catalogue has it too.
     [[nodiscard]] QList<TaskInfo> tasksOfType(const QString &type, Findings &findings) const;
     /// The types that the applications declare, and what the user chose. Asks the MIME database
     /// of this system.
@@ -100,6 +103,9 @@ private:
     QMap<QString, QString> m_fileToApplication;
     QVector<Shadowed> m_shadowed;
     QStringList m_invalidFiles;
+    /// Lists that are not empty, by type: no more than there are tasks, whatever is asked for.
+    std::shared_ptr<QHash<QString, QList<TaskInfo>>> m_tasksOfType =
+        std::make_shared<QHash<QString, QList<TaskInfo>>>();
 };
 
 } // namespace Core

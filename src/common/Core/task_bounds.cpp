@@ -14,7 +14,12 @@ namespace {
 using TaskInfo = ApplicationInfo::TaskInfo;
 
 // With the length before it, the zero byte behind it and the space up to the next one.
-int sizeOf(const QString &text) { return text.toUtf8().size() + 8; }
+int sizeOf(const QString &text)
+{
+    const bool isAscii =
+        std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
+    return (isAscii ? text.size() : text.toUtf8().size()) + 8;
+}
 
 int sizeOf(const QStringList &texts)
 {

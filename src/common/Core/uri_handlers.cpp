@@ -47,9 +47,11 @@ void UriHandlers::registerType(const QString &mimeType, const QString &applicati
 {
     const bool pseudo = mimeType.startsWith(schemeHandler()) || mimeType.startsWith(urlHandler());
     if (pseudo || !mimeType.endsWith(QLatin1Char('*'))) {
-        QStringList &handlers = m_handlersByType[mimeType];
-        if (!handlers.contains(application))
-            handlers.append(application);
+        Registered &handlers = m_handlersByType[mimeType];
+        if (!handlers.all.contains(application)) {
+            handlers.all.insert(application);
+            handlers.inOrder.append(application);
+        }
         return;
     }
     const QString prefix = mimeType.chopped(1);
@@ -120,7 +122,7 @@ UriHandlers::Handlers UriHandlers::ofMimeType(const QMimeType &type,
     Handlers handlers = ofType(type.name());
     const QStringList ancestors = type.allAncestors();
     for (const QString &ancestor : ancestors) {
-        const QStringList ofAncestor = m_handlersByType.value(ancestor);
+        const QStringList ofAncestor = m_handlersByType.value(ancestor).inOrder;
         for (const QString &application : ofAncestor) {
             if (forParents.contains(application))
                 handlers.append({application, ancestor, UriHandler::DeclaredParent});
@@ -135,7 +137,7 @@ UriHandlers::Handlers UriHandlers::ofType(const QString &mimeType) const
     const auto chosen = m_defaults.constFind(mimeType);
     if (chosen != m_defaults.constEnd())
         handlers.append({*chosen, mimeType, UriHandler::Chosen});
-    const QStringList declared = m_handlersByType.value(mimeType);
+    const QStringList declared = m_handlersByType.value(mimeType).inOrder;
     for (const QString &application : declared)
         handlers.append({application, mimeType, UriHandler::Declared});
     return handlers;

@@ -2,6 +2,7 @@
 
 #include "common/Core/mimeapps_list.h"
 
+#include <QHash>
 #include <QMap>
 #include <QSet>
 #include <QString>
@@ -81,6 +82,12 @@ public:
 
 private:
     using Handlers = QVector<UriHandler>;
+    /// The applications of one type, in order of registration, and the same ones for asking.
+    struct Registered
+    {
+        QStringList inOrder;
+        QSet<QString> all;
+    };
 
     [[nodiscard]] Handlers ofType(const QString &mimeType) const;
     [[nodiscard]] Handlers ofAddress(const QUrl &uri) const;
@@ -88,7 +95,7 @@ private:
 
     /// Sorted. Filled in when the first wildcard asks for it: the database has hundreds.
     QStringList m_typeNames;
-    QMap<QString, QStringList> m_handlersByType;
+    QHash<QString, Registered> m_handlersByType;
     QMap<QString, QString> m_defaults;
     QMap<QString, int> m_linesOfDefaults;
 };

@@ -19,6 +19,7 @@ private Q_SLOTS:
 
     void knowsNothingByDefault();
     void isAValueOfOneLook();
+    void makesAListOfOneTypeOnce();
     void tellsWhichFilesAreShadowed();
     void tellsWhichFileANameMeans();
     void tellsWhichFilesAreNoEntries();
@@ -76,6 +77,23 @@ void TestApplicationCatalogue::isAValueOfOneLook()
     QCOMPARE(before.task(task).group, QStringLiteral("X-Task sync"));
     QCOMPARE(before.tasksOfType(QStringLiteral("Sync"), findings).size(), 1);
     QVERIFY(scan().applications().isEmpty());
+}
+
+void TestApplicationCatalogue::makesAListOfOneTypeOnce()
+{
+    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
+    const ApplicationCatalogue catalogue = scan();
+    const ApplicationCatalogue copy = catalogue;
+    const QString type = QStringLiteral("Sync");
+    const auto first = catalogue.tasksOfType(type, findings);
+    QCOMPARE(first.size(), 1);
+    // The same list, not an equal one.
+    QCOMPARE(&catalogue.tasksOfType(type, findings).constFirst(), &first.constFirst());
+    QCOMPARE(&copy.tasksOfType(type, findings).constFirst(), &first.constFirst());
+    root->writeApplication(QStringLiteral("Other"), "[X-Task sync]\nType=Sync\n");
+    QCOMPARE(scan().tasksOfType(type, findings).size(), 2);
+    QCOMPARE(catalogue.tasksOfType(type, findings).size(), 1);
+    QVERIFY(catalogue.tasksOfType(QStringLiteral("None"), findings).isEmpty());
 }
 
 void TestApplicationCatalogue::tellsWhichFilesAreShadowed()

@@ -497,6 +497,9 @@ void TestApplicationRegistry::keepsTheTasksOfOneTypeWithinTheBound()
     QVERIFY(sum > Core::largestTaskList - Core::largestTasksOfApplication);
     QVERIFY(ids.contains(QStringLiteral("com.example.Zoo.task_sync")));
     QCOMPARE(log.taken().size(), 1);
+    // The list is kept, and what was left out is told.
+    QCOMPARE(registry->tasksOfType(QStringLiteral("Sync")).size(), tasks.size());
+    QCOMPARE(log.taken().size(), 1);
     QStringList sorted = ids;
     sorted.sort();
     QCOMPARE(ids, sorted);
