@@ -14,7 +14,8 @@
 namespace {
 
 // The bus daemon reads its policies as another user, whatever the umask of this process.
-constexpr mode_t everybodyReads = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+constexpr mode_t everybodyReads = ownerOnly | S_IRGRP | S_IROTH;
 
 // The rename survives a crash only once the directory is on the disk too. Not every file system
 // can do that, and the text is in place already: a failure changes nothing.
@@ -72,14 +73,14 @@ bool writeAll(int fd, const QByteArray &text)
 }
 
 // Closes the descriptor in any case.
-bool completeFile(int fd, const QByteArray &text)
+bool completeFile(int fd, const QByteArray &text, FileReaders readers)
 {
-    const bool complete =
-        writeAll(fd, text) && ::fchmod(fd, everybodyReads) == 0 && ::fsync(fd) == 0;
+    const mode_t mode = readers == FileReaders::Everybody ? everybodyReads : ownerOnly;
+    const bool complete = writeAll(fd, text) && ::fchmod(fd, mode) == 0 && ::fsync(fd) == 0;
     return ::close(fd) == 0 && complete;
 }
 
-FileWrite replaceFile(const QString &path, const QByteArray &text)
+FileWrite replaceFile(const QString &path, const QByteArray &text, FileReaders readers)
 {
     const QFileInfo target(endOfLinks(path));
     if (target.isDir() || (target.exists() && !target.isWritable()))
@@ -91,7 +92,8 @@ FileWrite replaceFile(const QString &path, const QByteArray &text)
     if (fd < 0)
         return FileWrite::CannotOpen;
     const QByteArray name = QFile::encodeName(target.filePath());
-    if (!completeFile(fd, text) || ::rename(temporary.constData(), name.constData()) != 0) {
+    if (!completeFile(fd, text, readers)
+        || ::rename(temporary.constData(), name.constData()) != 0) {
         ::unlink(temporary.constData());
         return FileWrite::Incomplete;
     }
@@ -101,9 +103,9 @@ FileWrite replaceFile(const QString &path, const QByteArray &text)
 
 } // namespace
 
-FileWrite writeFileAtomically(const QString &path, const QByteArray &text)
+FileWrite writeFileAtomically(const QString &path, const QByteArray &text, FileReaders readers)
 {
     const QFileInfo existing(path);
     const bool isSpecial = existing.exists() && !existing.isFile() && !existing.isDir();
-    return isSpecial ? writeInPlace(path, text) : replaceFile(path, text);
+    return isSpecial ? writeInPlace(path, text) : replaceFile(path, text, readers);
 }

@@ -26,6 +26,14 @@ QStringList permissionFoldersOfASystem()
             QStringLiteral("/var/lib/sailjail/permissions/")};
 }
 
+QString languagesOfEnvironment()
+{
+    QStringList languages;
+    for (const char *variable : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"})
+        languages.append(qEnvironmentVariable(variable));
+    return languages.join(QLatin1Char('\n'));
+}
+
 std::optional<Places> &placesOfProcess()
 {
     static std::optional<Places> places;
@@ -54,6 +62,10 @@ Places Places::ofEnvironment()
         places.taskTypeFolders.append(taskTypesIn(folder));
     places.permissionFolders = permissionFoldersOfASystem();
     places.configFolder = QStandardPaths::writableLocation(QStandardPaths::ConfigLocation);
+    const QString runtimeFolder = qEnvironmentVariable("RUNTIME_DIRECTORY");
+    if (!runtimeFolder.isEmpty())
+        places.recordsFile = runtimeFolder + QStringLiteral("/applications.records");
+    places.languages = languagesOfEnvironment();
     places.programsAreExamined = !qEnvironmentVariableIsSet("ORVANE_COMPONENT_TESTS");
     return places;
 }

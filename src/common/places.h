@@ -40,6 +40,10 @@ struct Places
     QStringList permissionFolders;
     /// The folder of mimeapps.list; empty when there is no place for settings.
     QString configFolder;
+    /// Where what desktop entries said is kept for the next run; empty when there is no such place.
+    QString recordsFile;
+    /// What the language of names depends on; changes with it, and means nothing else.
+    QString languages;
     /// Whether a task's program is looked at beyond its path being absolute.
     bool programsAreExamined = true;
 

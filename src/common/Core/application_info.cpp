@@ -1,7 +1,6 @@
 #include "common/Core/application_info.h"
+#include "common/Core/application_info_p.h"
 
-#include "common/Core/manifest.h"
-#include "common/Core/package_folders.h"
 #include "common/Core/rules.h"
 #include "common/Core/task_bounds.h"
 #include "common/ini_file.h"
@@ -123,13 +122,14 @@ void boundMimeTypes(QStringList &types, const QString &path, EntryFindings &find
     }
 }
 
-} // namespace
-
-class ApplicationInfoPrivate
+/// Fills a record.
+class EntryReader : public ApplicationInfoPrivate
 {
 public:
     void parse(const QString &path, const Places &places, Findings &sink,
                const PackageFolders &packages, ApplicationInfo::Extent extent);
+
+private:
     void parseTheRest(const MDesktopEntry &entry, const Places &places,
                       const PackageFolders &packages, EntryFindings &findings);
     void parseIntents(const MDesktopEntry &entry, EntryFindings &findings);
@@ -138,24 +138,10 @@ public:
                  EntryFindings &findings);
     void parseLaunch(const MDesktopEntry &entry);
     void readCertificate(const Places &places, Findings &findings);
-
-    QString desktopFilePath;
-    ApplicationId applicationId;
-    QMap<QString, ApplicationInfo::IntentInfo> intents;
-    QMap<QString, ApplicationInfo::TaskInfo> tasks;
-    ApplicationInfo::LaunchInfo launch;
-    QString name;
-    QString icon;
-    QStringList mimeTypes;
-    bool supportsMimeParents = false;
-    Manifest manifest;
-    QString certificateId;
-    PackageStates packageStates;
-    bool valid = false;
 };
 
-void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Findings &sink,
-                                   const PackageFolders &packages, ApplicationInfo::Extent extent)
+void EntryReader::parse(const QString &path, const Places &places, Findings &sink,
+                        const PackageFolders &packages, ApplicationInfo::Extent extent)
 {
     desktopFilePath = path;
     EntryFindings findings(desktopFilePath, places, sink);
@@ -179,8 +165,8 @@ void ApplicationInfoPrivate::parse(const QString &path, const Places &places, Fi
     valid = true;
 }
 
-void ApplicationInfoPrivate::parseTheRest(const MDesktopEntry &entry, const Places &places,
-                                          const PackageFolders &packages, EntryFindings &findings)
+void EntryReader::parseTheRest(const MDesktopEntry &entry, const Places &places,
+                               const PackageFolders &packages, EntryFindings &findings)
 {
     parseLaunch(entry);
     name = entry.name();
@@ -196,7 +182,7 @@ void ApplicationInfoPrivate::parseTheRest(const MDesktopEntry &entry, const Plac
     }
 }
 
-void ApplicationInfoPrivate::parseIntents(const MDesktopEntry &entry, EntryFindings &findings)
+void EntryReader::parseIntents(const MDesktopEntry &entry, EntryFindings &findings)
 {
     const QString key = QStringLiteral("Intents");
     QString group;
@@ -216,7 +202,7 @@ void ApplicationInfoPrivate::parseIntents(const MDesktopEntry &entry, EntryFindi
     }
 }
 
-void ApplicationInfoPrivate::parseTasks(const MDesktopEntry &entry, EntryFindings &findings)
+void EntryReader::parseTasks(const MDesktopEntry &entry, EntryFindings &findings)
 {
     int badNames = 0;
     const QStringList groups = entry.groups();
@@ -236,8 +222,8 @@ void ApplicationInfoPrivate::parseTasks(const MDesktopEntry &entry, EntryFinding
     boundTasksOfApplication(tasks, findings.sink);
 }
 
-void ApplicationInfoPrivate::addTask(const QString &taskName, const MDesktopEntry &entry,
-                                     const QString &group, EntryFindings &findings)
+void EntryReader::addTask(const QString &taskName, const MDesktopEntry &entry, const QString &group,
+                          EntryFindings &findings)
 {
     if (tasks.contains(taskName))
         ORVANE_REMARK(findings.sink, findings.of(Rules::taskTwice, group))
@@ -251,7 +237,7 @@ void ApplicationInfoPrivate::addTask(const QString &taskName, const MDesktopEntr
                   group});
 }
 
-void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)
+void EntryReader::parseLaunch(const MDesktopEntry &entry)
 {
     launch.exec = entry.exec();
     launch.execDBus = sandboxValue(entry, QStringLiteral("ExecDBus"));
@@ -272,7 +258,7 @@ void ApplicationInfoPrivate::parseLaunch(const MDesktopEntry &entry)
     launch.customMode = !mode.isEmpty() && mode != QLatin1String("Normal");
 }
 
-void ApplicationInfoPrivate::readCertificate(const Places &places, Findings &findings)
+void EntryReader::readCertificate(const Places &places, Findings &findings)
 {
     const QString path = places.certificateFile(applicationId.toString());
     const ForeignFile file = readForeignFile(places.real(path));
@@ -284,6 +270,8 @@ void ApplicationInfoPrivate::readCertificate(const Places &places, Findings &fin
         certificateId = id->text;
 }
 
+} // namespace
+
 ApplicationInfo::ApplicationInfo()
     : d(QSharedPointer<ApplicationInfoPrivate>::create())
 {
@@ -292,7 +280,7 @@ ApplicationInfo::ApplicationInfo()
 ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &places,
                                  Findings &findings, const PackageFolders &packages, Extent extent)
 {
-    const auto record = QSharedPointer<ApplicationInfoPrivate>::create();
+    const auto record = QSharedPointer<EntryReader>::create();
     record->parse(desktopFilePath, places, findings, packages, extent);
     d = record;
 }
@@ -300,6 +288,11 @@ ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &p
 ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &places,
                                  Findings &findings, Extent extent)
     : ApplicationInfo(desktopFilePath, places, findings, PackageFolders(), extent)
+{
+}
+
+ApplicationInfo::ApplicationInfo(const QSharedPointer<const ApplicationInfoPrivate> &record)
+    : d(record)
 {
 }
 

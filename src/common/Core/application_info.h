@@ -77,6 +77,8 @@ public:
     /// The same without such knowledge.
     ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings,
                     Extent extent = Everything);
+    /// A record that was read before.
+    explicit ApplicationInfo(const QSharedPointer<const ApplicationInfoPrivate> &record);
     ~ApplicationInfo();
     ApplicationInfo(const ApplicationInfo &);
     ApplicationInfo &operator=(const ApplicationInfo &);

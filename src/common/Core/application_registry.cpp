@@ -5,6 +5,7 @@
 #include "common/Core/manifest.h"
 #include "files/folder_listing.h"
 
+#include <QCoreApplication>
 #include <QDebug>
 #include <QFileInfo>
 #include <QUrl>
@@ -23,6 +24,12 @@ ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces
         &watcher, &DirectoryWatcher::changed, q,
         [this](const QString &path, DirectoryWatcher::Change change) { notice(path, change); });
     QObject::connect(&pace, &LookPace::due, q, [this] { scan(); });
+    keepSoon.setSingleShot(true);
+    keepSoon.setInterval(1000);
+    QObject::connect(&keepSoon, &QTimer::timeout, q, [this] { keepRecords(); });
+    if (auto *application = QCoreApplication::instance())
+        QObject::connect(application, &QCoreApplication::aboutToQuit, q, [this] { keepRecords(); });
+    records.takeKept(places);
 }
 
 void ApplicationRegistryPrivate::scan()
@@ -37,6 +44,8 @@ void ApplicationRegistryPrivate::scan()
         places, findings, records,
         [this](const QString &path, const ListedFile *file) { watch(path, file); });
     watcher.endLook();
+    if (records.isKeepingDue())
+        keepSoon.start();
     Q_EMIT q->manifestsChanged();
 }
 
@@ -55,6 +64,12 @@ void ApplicationRegistryPrivate::notice(const QString &path, DirectoryWatcher::C
         && !path.endsWith(QLatin1String(".desktop"), Qt::CaseInsensitive);
     if (!isOther)
         pace.request();
+}
+
+void ApplicationRegistryPrivate::keepRecords()
+{
+    if (records.isKeepingDue())
+        records.keepForNextRun(places);
 }
 
 UriHandlers &ApplicationRegistryPrivate::uriHandlers()

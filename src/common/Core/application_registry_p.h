@@ -8,6 +8,8 @@
 #include "common/look_pace.h"
 #include "common/places.h"
 
+#include <QTimer>
+
 #include <optional>
 
 namespace Core {
@@ -24,6 +26,7 @@ public:
     /// Made when the first caller asks after a scan.
     UriHandlers &uriHandlers();
     void writeDefaults();
+    void keepRecords();
 
     const Places places;
     Findings &findings;
@@ -31,6 +34,8 @@ public:
     ApplicationCatalogue catalogue;
     DirectoryWatcher watcher;
     LookPace pace;
+    /// Runs out when nothing has changed for some time.
+    QTimer keepSoon;
     VersionOverrides versionOverrides;
     /// What the user has chosen, as it was at the scan.
     MimeappsEntries chosenHandlers;

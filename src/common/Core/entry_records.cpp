@@ -1,6 +1,7 @@
 #include "common/Core/entry_records.h"
 
 #include "common/Core/findings.h"
+#include "common/Core/kept_records.h"
 #include "files/folder_listing.h"
 
 #include <iterator>
@@ -30,6 +31,26 @@ private:
 };
 
 } // namespace
+
+void EntryRecords::takeKept(const Places &places)
+{
+    const QVector<KeptRecord> records = keptRecords(places);
+    m_kept.reserve(records.size());
+    for (const KeptRecord &record : records)
+        m_kept.insert(record.info.desktopFilePath(), {record.info, record.state, true, m_look});
+}
+
+void EntryRecords::keepForNextRun(const Places &places)
+{
+    QVector<KeptRecord> records;
+    records.reserve(m_kept.size());
+    for (const Kept &kept : qAsConst(m_kept)) {
+        if (kept.isSettled)
+            records.append({kept.info, kept.state});
+    }
+    keepRecords(places, records);
+    m_isKeepingDue = false;
+}
 
 void EntryRecords::beginLook(const Places &places)
 {
@@ -63,6 +84,7 @@ void EntryRecords::keep(const QString &path, const FileState &state, const Appli
     const bool isSettled = state.isSettled(m_now) && package.manifest.isSettled(m_now)
         && package.certificate.isSettled(m_now);
     m_kept.insert(path, {info, state, isSettled, m_look});
+    m_isKeepingDue = m_isKeepingDue || isSettled;
 }
 
 bool EntryRecords::isUnchanged(const Kept &kept, const FileState &state, const Places &places) const
@@ -76,8 +98,11 @@ bool EntryRecords::isUnchanged(const Kept &kept, const FileState &state, const P
 
 void EntryRecords::endLook()
 {
-    for (auto kept = m_kept.begin(); kept != m_kept.end();)
-        kept = kept->look == m_look ? std::next(kept) : m_kept.erase(kept);
+    for (auto kept = m_kept.begin(); kept != m_kept.end();) {
+        const bool isGone = kept->look != m_look;
+        kept = isGone ? m_kept.erase(kept) : std::next(kept);
+        m_isKeepingDue = m_isKeepingDue || isGone;
+    }
 }
 
 } // namespace Core

@@ -29,6 +29,13 @@ public:
     }
     Q_DISABLE_COPY(EntryRecords)
 
+    /// Takes what the run before has kept, to be called before the first look; and keeps what the
+    /// next run may use, if that is not kept already.
+    void takeKept(const Places &places);
+    void keepForNextRun(const Places &places);
+    /// Whether keepForNextRun() has something to do.
+    [[nodiscard]] bool isKeepingDue() const { return m_isKeepingDue; }
+
     /// To be called before the first entry of a look. Lists the packages.
     void beginLook(const Places &places);
     /// The record of an entry: the kept one, unless a file of it has changed.
@@ -65,6 +72,7 @@ private:
     qint64 m_now = 0;
     int m_look = 0;
     int m_readCount = 0;
+    bool m_isKeepingDue = false;
 };
 
 } // namespace Core

@@ -60,6 +60,13 @@ Manifest::Manifest(const ApplicationId &application, const Places &places, Findi
         d->parse(places.manifestFile(application.toString()), places, findings);
 }
 
+Manifest::Manifest(bool keepsMediaActiveInBackground)
+    : Manifest()
+{
+    d->valid = true;
+    d->keepMediaActiveInBackground = keepsMediaActiveInBackground;
+}
+
 Manifest::~Manifest() = default;
 
 Manifest::Manifest(const Manifest &other)

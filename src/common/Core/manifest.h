@@ -19,6 +19,8 @@ public:
     Manifest();
     /// Reads the manifest of `application`, if that is a valid id.
     Manifest(const ApplicationId &application, const Places &places, Findings &findings);
+    /// A valid one that was read before.
+    explicit Manifest(bool keepsMediaActiveInBackground);
     ~Manifest();
     Manifest(const Manifest &other);
     Manifest &operator=(const Manifest &other);

@@ -16,6 +16,8 @@ private Q_SLOTS:
     void cleanup();
 
     void areTheFrameworksOwnForTheDaemon();
+    void keepRecordsInTheRuntimeDirectory();
+    void tellLanguagesApart();
     void takeTheRootFromTheEnvironment();
     void areAllBelowTheRootOfAnImage();
     void areThoseOfTheWorkingDirectoryBelowARelativeRoot();
@@ -33,6 +35,8 @@ void TestPlaces::cleanup()
 {
     qunsetenv("ORVANE_ROOTFS");
     qunsetenv("ORVANE_COMPONENT_TESTS");
+    qunsetenv("RUNTIME_DIRECTORY");
+    qunsetenv("LANGUAGE");
 }
 
 void TestPlaces::areTheFrameworksOwnForTheDaemon()
@@ -53,6 +57,24 @@ void TestPlaces::areTheFrameworksOwnForTheDaemon()
     QCOMPARE(places.unitFolder(), QStringLiteral("/etc/systemd/system"));
     QCOMPARE(places.policyFolder(), QStringLiteral("/etc/dbus-1/system.d"));
     QVERIFY(places.programsAreExamined);
+}
+
+void TestPlaces::keepRecordsInTheRuntimeDirectory()
+{
+    QCOMPARE(Places::ofEnvironment().recordsFile, QString());
+    qputenv("RUNTIME_DIRECTORY", "/run/orvane");
+    QCOMPARE(Places::ofEnvironment().recordsFile,
+             QStringLiteral("/run/orvane/applications.records"));
+    QCOMPARE(Places::below(QStringLiteral("/image")).recordsFile, QString());
+}
+
+void TestPlaces::tellLanguagesApart()
+{
+    qputenv("LANGUAGE", "de");
+    const QString german = Places::ofEnvironment().languages;
+    QCOMPARE(Places::ofEnvironment().languages, german);
+    qputenv("LANGUAGE", "fi");
+    QVERIFY(Places::ofEnvironment().languages != german);
 }
 
 void TestPlaces::takeTheRootFromTheEnvironment()

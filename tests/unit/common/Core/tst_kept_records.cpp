@@ -1,0 +1,352 @@
+// What one run keeps for the next, and whatever else may be in its place.
+
+#include "common/Core/application_catalogue.h"
+#include "common/Core/application_registry.h"
+#include "common/Core/entry_records.h"
+#include "common/Core/kept_records.h"
+#include "common/Core/manifest.h"
+#include "common/sealed_bytes.h"
+#include "support/collected_findings.h"
+#include "support/root_places.h"
+#include "unit/common/Core/log_lines.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <functional>
+#include <sys/stat.h>
+
+using Core::ApplicationCatalogue;
+using Core::ApplicationId;
+using Core::ApplicationInfo;
+using Core::EntryRecords;
+
+using Change = std::function<void(const TempRoot &, Places &)>;
+Q_DECLARE_METATYPE(Change)
+
+class TestKeptRecords : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void sparesTheNextRunItsReading();
+    void keepsAllThatAnEntrySays();
+    void readsWhatIsNotAsItWas_data();
+    void readsWhatIsNotAsItWas();
+    void keepsNothingThatWasJustChanged();
+    void keepsNothingThatThereIsSomethingToSayOf();
+    void takesGarbageForNothing();
+    void survivesGarbageWithARightChecksum();
+    void takesTheRecordsOfAnotherProgramForNothing();
+    void keepsNoMoreThanItReads();
+    void isReadableByItsOwnerOnly();
+    void doesNothingWithoutAPlace();
+    void logsThatItCannotKeep();
+    void isKeptWhenNothingChangesForAWhile();
+
+private:
+    /// How many entries a run reads that begins with what is kept.
+    int readByRun(ApplicationCatalogue *catalogue = nullptr)
+    {
+        EntryRecords records;
+        records.takeKept(places);
+        const ApplicationCatalogue found(places, findings, records);
+        if (catalogue != nullptr)
+            *catalogue = found;
+        return records.readCount();
+    }
+    /// A run that keeps what it has read.
+    void keep()
+    {
+        EntryRecords records;
+        (void)ApplicationCatalogue(places, findings, records);
+        records.keepForNextRun(places);
+    }
+    /// Runs until nothing is too fresh to be kept.
+    void settle()
+    {
+        const auto isSettled = [this] {
+            keep();
+            return readByRun() == 0;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isSettled(), 30000);
+    }
+    [[nodiscard]] QByteArray kept() const
+    {
+        QFile file(places.recordsFile);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    void put(const QByteArray &bytes) const
+    {
+        // Not emptied first: some file systems then wait for the disk each time.
+        QFile file(places.recordsFile);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QCOMPARE(file.write(bytes), bytes.size());
+        QVERIFY(file.resize(bytes.size()));
+    }
+
+    std::unique_ptr<TempRoot> root;
+    Places places;
+    CollectedFindings findings;
+};
+
+namespace {
+
+const char *const everything =
+    "[Desktop Entry]\nType=Application\nName=N\xc3\xb6tes\nIcon=icon\nExec=/bin/a %U\n"
+    "MimeType=text/plain;x-scheme-handler/a;\nX-Halcyn-Support-Mime-Parents=true\n"
+    "X-Maemo-Service=a.b\nX-Maemo-Method=a.b.c\nX-Maemo-Fixed-Args=d\nX-Nemo-Single-Instance=no\n"
+    "X-Halcyn-Single-Cover=yes\nMode=Odd\n[X-Application]\nOrganizationName=com.example\n"
+    "ApplicationName=Notes\nIntents=Share/image:a|b;Print\nExecDBus=/bin/d\nDataDirectory=dir\n"
+    "Sandboxing=Disabled\n[X-Task sync]\nType=Sync\nPermissions=A;B\nConditions=C\n"
+    "[X-Service serve]\nType=Serve\nExec=/bin/s\n";
+
+// Everything in an order of its own, for comparing.
+QStringList described(const ApplicationInfo &info)
+{
+    QStringList all{info.desktopFilePath(),
+                    info.applicationId().toString(),
+                    info.applicationId().organisation().toString(),
+                    info.name(),
+                    info.icon(),
+                    info.certificateId(),
+                    QString::number(info.isValid()),
+                    QString::number(info.supportsMimeParents()),
+                    QString::number(info.manifest().isValid()),
+                    QString::number(info.manifest().keepMediaActiveInBackground())};
+    all += info.mimeTypes();
+    for (auto intent = info.intents().begin(); intent != info.intents().end(); ++intent)
+        all += QStringList{intent.key(), intent->qualifier} + intent->items;
+    for (auto task = info.tasks().begin(); task != info.tasks().end(); ++task)
+        all += QStringList{task.key(),
+                           task->taskId.toString(),
+                           task->taskId.taskName().toString(),
+                           task->type,
+                           task->exec,
+                           task->file,
+                           task->group}
+            + task->permissions + task->conditions;
+    const ApplicationInfo::LaunchInfo &launch = info.launchInfo();
+    all += {launch.exec,
+            launch.execDBus,
+            launch.service,
+            launch.objectPath,
+            launch.method,
+            launch.fixedArgs,
+            launch.dataDirectory,
+            QString::number(launch.sandboxed),
+            QString::number(launch.singleInstance),
+            QString::number(launch.singleCover),
+            QString::number(launch.customMode)};
+    return all;
+}
+
+} // namespace
+
+void TestKeptRecords::init()
+{
+    root = std::make_unique<TempRoot>();
+    places = placesOf(*root);
+    places.recordsFile = root->path(QStringLiteral("/records"));
+    findings.all.clear();
+    root->write(QStringLiteral("/usr/share/applications/notes.desktop"), everything);
+    root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=Sync\n");
+    root->write(QStringLiteral("/opt/app/com.example.Notes/current/manifest.json"),
+                R"({"keepMediaActiveInBackground": true})");
+    root->write(QStringLiteral("/opt/app/com.example.Notes/current/halcyn.pkg"),
+                "[certificate]\nid=certified\n");
+}
+
+void TestKeptRecords::sparesTheNextRunItsReading()
+{
+    QCOMPARE(readByRun(), 2);
+    settle();
+    QCOMPARE(readByRun(), 0);
+}
+
+void TestKeptRecords::keepsAllThatAnEntrySays()
+{
+    settle();
+    ApplicationCatalogue fromFile;
+    QCOMPARE(readByRun(&fromFile), 0);
+    const ApplicationCatalogue read(places, findings);
+    QCOMPARE(fromFile.applications().keys(), read.applications().keys());
+    for (const ApplicationInfo &info : read.applications())
+        QCOMPARE(described(fromFile.application(info.applicationId())), described(info));
+    const auto notes = fromFile.application(ApplicationId(QStringLiteral("com.example.Notes")));
+    QCOMPARE(notes.certificateId(), QStringLiteral("certified"));
+    QCOMPARE(notes.tasks().size(), 2);
+}
+
+void TestKeptRecords::readsWhatIsNotAsItWas_data()
+{
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<int>("read");
+    const QString package = QStringLiteral("/opt/app/com.example.Notes/current/");
+    QTest::newRow("an entry is written") << Change([](const TempRoot &r, Places &) {
+        r.writeApplication(QStringLiteral("Other"), {});
+    }) << 1;
+    QTest::newRow("a manifest is gone") << Change([=](const TempRoot &r, Places &) {
+        r.remove(package + QStringLiteral("manifest.json"));
+    }) << 1;
+    QTest::newRow("a certificate is written") << Change([=](const TempRoot &r, Places &) {
+        r.write(package + QStringLiteral("halcyn.pkg"), "[certificate]\nid=b\n");
+    }) << 1;
+    QTest::newRow("a package is new") << Change([](const TempRoot &r, Places &) {
+        r.write(QStringLiteral("/opt/app/com.example.Other/current/manifest.json"), "{}");
+    }) << 1;
+    QTest::newRow("the language is another")
+        << Change([](const TempRoot &, Places &p) { p.languages = QStringLiteral("fi"); }) << 2;
+    QTest::newRow("nothing is kept")
+        << Change([](const TempRoot &r, Places &) { r.remove(QStringLiteral("/records")); }) << 2;
+}
+
+void TestKeptRecords::readsWhatIsNotAsItWas()
+{
+    QFETCH(Change, change);
+    QFETCH(int, read);
+    settle();
+    change(*root, places);
+    ApplicationCatalogue found;
+    QCOMPARE(readByRun(&found), read);
+    const ApplicationCatalogue anew(places, findings);
+    for (const ApplicationInfo &info : anew.applications())
+        QCOMPARE(described(found.application(info.applicationId())), described(info));
+}
+
+void TestKeptRecords::keepsNothingThatWasJustChanged()
+{
+    settle();
+    root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=One\n");
+    keep();
+    // Of the same size, and so soon that the times may be the same.
+    root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=Two\n");
+    ApplicationCatalogue found;
+    QCOMPARE(readByRun(&found), 1);
+    QCOMPARE(found.task(Core::ApplicationTaskId(QStringLiteral("com.example.Other.task_a"))).type,
+             QStringLiteral("Two"));
+}
+
+void TestKeptRecords::keepsNothingThatThereIsSomethingToSayOf()
+{
+    settle();
+    root->write(QStringLiteral("/usr/share/applications/bad.desktop"), "text");
+    keep();
+    findings.all.clear();
+    QCOMPARE(readByRun(), 1);
+    QCOMPARE(findings.rules(), QStringList{QStringLiteral("entry-invalid")});
+}
+
+void TestKeptRecords::takesGarbageForNothing()
+{
+    settle();
+    const QByteArray whole = kept();
+    QCOMPARE(Core::keptRecords(places).size(), 2);
+    for (int size = 0; size < whole.size(); ++size) {
+        put(whole.left(size));
+        QVERIFY2(Core::keptRecords(places).isEmpty(), qPrintable(QString::number(size)));
+    }
+    QRandomGenerator random(1);
+    for (int i = 0; i < 1000; ++i) {
+        QByteArray changed = whole;
+        for (int flips = random.bounded(1, 5); flips > 0; --flips)
+            changed[random.bounded(changed.size())] = static_cast<char>(random.bounded(256));
+        put(changed);
+        QVERIFY(changed == whole || Core::keptRecords(places).isEmpty());
+    }
+    put(QByteArray(100000, 'x'));
+    QVERIFY(Core::keptRecords(places).isEmpty());
+    QCOMPARE(readByRun(), 2);
+}
+
+void TestKeptRecords::survivesGarbageWithARightChecksum()
+{
+    settle();
+    const QByteArray content = unsealed(kept()).value();
+    for (int size = 0; size < content.size(); size += 7) {
+        put(sealed(content.left(size)));
+        (void)Core::keptRecords(places);
+    }
+    QRandomGenerator random(2);
+    for (int i = 0; i < 1000; ++i) {
+        QByteArray changed = content;
+        for (int flips = random.bounded(1, 5); flips > 0; --flips)
+            changed[random.bounded(changed.size())] = static_cast<char>(random.bounded(256));
+        put(sealed(changed));
+        const auto records = Core::keptRecords(places);
+        for (const Core::KeptRecord &record : records)
+            (void)described(record.info);
+    }
+}
+
+void TestKeptRecords::takesTheRecordsOfAnotherProgramForNothing()
+{
+    settle();
+    QByteArray content = unsealed(kept()).value();
+    // Behind the name of the format is what tells the program.
+    const int program = 8 + 2 * static_cast<int>(qstrlen("orvane application records 1"));
+    for (int position = 0; position < program + 5 * 8; position += 4) {
+        QByteArray other = content;
+        other[position] = static_cast<char>(other.at(position) ^ 1);
+        put(sealed(other));
+        QVERIFY2(Core::keptRecords(places).isEmpty(), qPrintable(QString::number(position)));
+    }
+}
+
+void TestKeptRecords::keepsNoMoreThanItReads()
+{
+    for (int i = 0; i < 12; ++i)
+        root->write(QStringLiteral("/usr/share/applications/large%1.desktop").arg(i),
+                    "[Desktop Entry]\nType=Application\nName=" + QByteArray(900000, 'x') + "\n");
+    const auto isSettled = [this] {
+        keep();
+        return Core::keptRecords(places).size() >= 8;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isSettled(), 30000);
+    QVERIFY(QFileInfo(places.recordsFile).size() <= 16 << 20);
+    ApplicationCatalogue found;
+    QVERIFY(readByRun(&found) < 8);
+    QCOMPARE(found.applications().size(), 14);
+}
+
+void TestKeptRecords::isReadableByItsOwnerOnly()
+{
+    keep();
+    struct stat status = {};
+    QCOMPARE(::stat(qPrintable(places.recordsFile), &status), 0);
+    QCOMPARE(status.st_mode & 07777, 0600U);
+}
+
+void TestKeptRecords::doesNothingWithoutAPlace()
+{
+    places.recordsFile.clear();
+    const LogLines log;
+    keep();
+    QCOMPARE(readByRun(), 2);
+    QCOMPARE(log.taken(), QStringList());
+}
+
+void TestKeptRecords::logsThatItCannotKeep()
+{
+    places.recordsFile = root->path(QStringLiteral("/none/records"));
+    const LogLines log;
+    keep();
+    QCOMPARE(log.taken().size(), 1);
+    QCOMPARE(readByRun(), 2);
+}
+
+void TestKeptRecords::isKeptWhenNothingChangesForAWhile()
+{
+    settle();
+    root->remove(QStringLiteral("/records"));
+    const Core::ApplicationRegistry registry(places, findings);
+    QVERIFY(!root->exists(QStringLiteral("/records")));
+    QTRY_COMPARE_WITH_TIMEOUT(Core::keptRecords(places).size(), 2, 30000);
+}
+
+QTEST_GUILESS_MAIN(TestKeptRecords)
+#include "tst_kept_records.moc"
