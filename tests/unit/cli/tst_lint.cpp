@@ -186,6 +186,7 @@ private Q_SLOTS:
     void findsTheFirstLineThatIsNotUtf8_data();
     void findsTheFirstLineThatIsNotUtf8();
     void followsTheLinksOfATree();
+    void tellsTheLineInAnEntryBehindALinkOfTheTree();
     void readsEveryKindOfFileInAFolder();
     void knowsWhichUsersThereMayBe();
     void breaksItsLinesAtTheTerminalsWidth_data();
@@ -408,6 +409,21 @@ void TestLint::followsTheLinksOfATree()
     QCOMPARE(rulesIn(findings),
              QStringList(
                  {notExecutable, notExecutable, notExecutable, QStringLiteral("exec-not-there")}));
+}
+
+void TestLint::tellsTheLineInAnEntryBehindALinkOfTheTree()
+{
+    const TempRoot root;
+    root.write(QStringLiteral("/opt/notes.desktop"),
+               entryOf("[X-Task sync]\nType=no type\nExec=/bin/true\n"));
+    root.write(QStringLiteral("/usr/share/applications/keep"), {});
+    // In this system it leads nowhere.
+    QVERIFY(QFile::link(QStringLiteral("/opt/notes.desktop"), root.path(entryPath())));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    QCOMPARE(
+        linesOf(findings, root.path()),
+        QStringList{QStringLiteral("type-object-path usr/share/applications/notes.desktop:8")});
 }
 
 void TestLint::readsEveryKindOfFileInAFolder()
