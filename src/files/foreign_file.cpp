@@ -1,5 +1,7 @@
 #include "files/foreign_file.h"
 
+#include "files/foreign_file_memory.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -80,9 +82,7 @@ ForeignFile readUpTo(int fd, qint64 count)
     return file;
 }
 
-} // namespace
-
-ForeignFile readForeignFile(const QString &path, qint64 largest)
+ForeignFile readWhole(const QString &path, qint64 largest)
 {
     const Opened opened(QFile::encodeName(path));
     if (opened.problem.state != ForeignFile::Read)
@@ -92,6 +92,20 @@ ForeignFile readForeignFile(const QString &path, qint64 largest)
     // One byte more than allowed: it may have grown meanwhile.
     const ForeignFile file = readUpTo(opened.fd, largest + 1);
     return file.text.size() > largest ? tooLarge(largest) : file;
+}
+
+} // namespace
+
+ForeignFile readForeignFile(const QString &path, qint64 largest)
+{
+    ForeignFileMemory *const memory = ForeignFileMemory::ofThread();
+    if (memory == nullptr)
+        return readWhole(path, largest);
+    if (const std::optional<ForeignFile> known = memory->recall(path, largest))
+        return *known;
+    const ForeignFile file = readWhole(path, largest);
+    memory->remember(path, largest, file);
+    return file;
 }
 
 ForeignFile readStartOfForeignFile(const QString &path, qint64 count)

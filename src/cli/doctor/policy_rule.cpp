@@ -1,6 +1,7 @@
 #include "cli/doctor/policy_rule.h"
 
 #include "common/places.h"
+#include "files/folder_listing.h"
 #include "files/foreign_file.h"
 
 #include <QXmlStreamReader>
@@ -49,8 +50,8 @@ PolicyRule ruleForOwning(const QString &name, const Places &places)
 {
     PolicyRule rule;
     for (const QString &folder : policyFolders(places)) {
-        for (const QString &file : places.filesIn(folder, QStringLiteral("*.conf")))
-            take(rule, name, folder + QLatin1Char('/') + file, places);
+        for (const ListedFile &file : places.filesIn(folder, QStringLiteral(".conf")))
+            take(rule, name, folder + QLatin1Char('/') + file.name, places);
     }
     return rule;
 }

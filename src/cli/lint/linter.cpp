@@ -14,7 +14,9 @@
 #include "common/Core/version_overrides.h"
 #include "common/autostart/settings.h"
 #include "common/ini_file.h"
+#include "files/folder_listing.h"
 #include "files/foreign_file.h"
+#include "files/foreign_file_memory.h"
 #include "files/path_below.h"
 
 #include <QDir>
@@ -72,10 +74,11 @@ void lintManifests(const Core::ApplicationCatalogue &catalogue, const Places &pl
     }
 }
 
-// Each file's text is looked at just before its reader reads it: what is read twice within so short
-// a time takes little longer than once.
+// Each file's text is looked at just before its reader asks for it, so that it is read once where
+// the reader is the stand-in. The platform's own reads by itself.
 Core::ApplicationCatalogue lintTexts(const Places &places, Collected &findings)
 {
+    const ForeignFileMemory memory;
     Core::EntryRecords none;
     return Core::ApplicationCatalogue(places, findings, none,
                                       [&](const QString &path, const ListedFile *file) {

@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <functional>
 #include <pty.h>
+#include <sys/inotify.h>
 #include <thread>
 #include <unistd.h>
 
@@ -187,6 +188,7 @@ private Q_SLOTS:
     void findsTheFirstLineThatIsNotUtf8();
     void followsTheLinksOfATree();
     void tellsTheLineInAnEntryBehindALinkOfTheTree();
+    void readsEachEntryOnce();
     void readsEveryKindOfFileInAFolder();
     void knowsWhichUsersThereMayBe();
     void breaksItsLinesAtTheTerminalsWidth_data();
@@ -424,6 +426,31 @@ void TestLint::tellsTheLineInAnEntryBehindALinkOfTheTree()
     QCOMPARE(
         linesOf(findings, root.path()),
         QStringList{QStringLiteral("type-object-path usr/share/applications/notes.desktop:8")});
+}
+
+// With the stand-in for the platform's reader, which reads as the linter does.
+void TestLint::readsEachEntryOnce()
+{
+    const TempRoot root;
+    root.write(entryPath(), entryOf("[X-Task sync]\nType=Sync\nExec=/bin/true\n"));
+    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    const QString program = QStringLiteral("/bin/true");
+    root.write(program, "\177ELF");
+    QVERIFY(QFile::setPermissions(root.path(program), QFile::ReadOwner | QFile::ExeOwner));
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    const QByteArray entry = QFile::encodeName(root.path(entryPath()));
+    QVERIFY(inotify_add_watch(watch, entry.constData(), IN_OPEN | IN_CLOSE) >= 0);
+    Cli::Collected findings;
+    Cli::lintSystem(Places::below(root.path()), findings);
+    QVERIFY(findings.sorted().isEmpty());
+    // An event of a file has no name and so this size. Two equal ones in a row would be told as
+    // one, but between two times that it is opened the file is closed.
+    inotify_event event = {};
+    int opened = 0;
+    while (::read(watch, &event, sizeof event) == sizeof event)
+        opened += (event.mask & IN_OPEN) != 0 ? 1 : 0;
+    ::close(watch);
+    QCOMPARE(opened, 1);
 }
 
 void TestLint::readsEveryKindOfFileInAFolder()
