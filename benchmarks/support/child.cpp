@@ -109,7 +109,7 @@ void Child::start(const QString &program, const QStringList &arguments,
 void Child::end()
 {
     m_process.terminate();
-    if (!m_process.waitForFinished(60000))
+    if (!m_process.waitForFinished(240000))
         qFatal("%s does not end", qPrintable(m_process.program()));
 }
 

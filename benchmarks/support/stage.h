@@ -14,9 +14,9 @@ namespace Bench {
 
 /// A connection of its own to a bus.
 QDBusConnection newConnection(const QString &address);
-/// Makes a call and waits for its answer, a minute at most. A failure is told on stderr.
+/// Makes a call and waits for its answer, four minutes at most. A failure is told on stderr.
 QDBusMessage callAndWait(const QDBusConnection &from, const QDBusMessage &call);
-/// Waits until a condition holds, a minute at most, while events are handled.
+/// Waits until a condition holds, four minutes at most, while events are handled.
 bool waitUntil(const std::function<bool()> &condition);
 
 /// A private bus with a manager that costs nothing, a place for files, and the daemon.
