@@ -177,6 +177,7 @@ int Daemon::run()
         if (!offer(entry))
             return EXIT_FAILURE;
     }
+    inactivity.watch(Autostart::Manager::instance()->question());
     taskInvoker.emplace().runWhenReady([this] { serve(); });
     const int status = QCoreApplication::exec();
     // Nothing can call it off any more, and the service manager signals a process whose name is

@@ -14,6 +14,7 @@ private Q_SLOTS:
     void leavesWhenTheLastSessionIsClosed();
     void leavesThoughAClientVanishedAtOnce();
     void staysWhileAForwardedCallIsOutstanding();
+    void staysUntilTheUserManagerHasAnswered();
     void takesTheDefaultForUnusableTimes();
 
 private:
@@ -105,6 +106,34 @@ void TestIdleExit::staysWhileAForwardedCallIsOutstanding()
     QVERIFY(waitForTheEnd(stage));
     QVERIFY(first.isFinished() && !first.isError());
     QVERIFY(second.isFinished() && !second.isError());
+}
+
+void TestIdleExit::staysUntilTheUserManagerHasAnswered()
+{
+    const QString old = QStringLiteral("/var/lib/am/apps/a.b/100002.conf");
+    const QString set = QStringLiteral("/var/lib/am/apps/c.d/100003.conf");
+    Stage stage;
+    stage.root.write(old, "[a.b]\nautostart=true\n");
+    stage.userManager->behave(QStringLiteral("hang"));
+    bool asked = false;
+    stage.userManager->onCall = [&asked] { asked = true; };
+    QVERIFY(
+        stage.start(idleTime("1") + QStringList{QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    QVERIFY(Stage::waitUntil([&asked] { return asked; }));
+    // This user is newer than the list that is on its way.
+    QCOMPARE(stage
+                 .call(Stage::methodCall(
+                     QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
+                     QStringLiteral("SetEnabled"), {100003, QStringLiteral("c.d"), true}))
+                 .type(),
+             QDBusMessage::ReplyMessage);
+    QVERIFY(stage.daemon.isRunning() && stage.root.exists(old));
+
+    stage.userManager->release(QStringLiteral("list"));
+    QVERIFY(waitForTheEnd(stage));
+    QCOMPARE(stage.daemon.exitStatus(), 0);
+    QVERIFY(!stage.root.exists(old));
+    QVERIFY(stage.root.exists(set));
 }
 
 void TestIdleExit::takesTheDefaultForUnusableTimes()

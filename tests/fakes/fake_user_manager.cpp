@@ -5,6 +5,8 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 
+#include <utility>
+
 namespace {
 
 /// On the bus: (ssu)
@@ -32,7 +34,8 @@ Q_DECLARE_METATYPE(User)
 
 FakeUserManager::FakeUserManager(const QDBusConnection &bus, const QString &mode,
                                  const QStringList &uids)
-    : m_mode(mode)
+    : m_bus(bus)
+    , m_mode(mode)
     , m_uids(uids)
 {
     qDBusRegisterMetaType<User>();
@@ -51,7 +54,18 @@ bool FakeUserManager::handleMessage(const QDBusMessage &message, const QDBusConn
         return false;
     if (onCall)
         onCall();
-    return m_mode == QLatin1String("hang") || bus.send(answerTo(message));
+    if (m_mode != QLatin1String("hang"))
+        return bus.send(answerTo(message));
+    m_waiting.append(message);
+    return true;
+}
+
+void FakeUserManager::release(const QString &mode)
+{
+    m_mode = mode;
+    const QVector<QDBusMessage> waiting = std::exchange(m_waiting, {});
+    for (const QDBusMessage &message : waiting)
+        m_bus.send(answerTo(message));
 }
 
 QDBusMessage FakeUserManager::answerTo(const QDBusMessage &message) const

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QStringList>
+#include <QVector>
 
 #include <functional>
 
@@ -11,7 +13,7 @@
 ///   empty      no user
 ///   error      an error reply
 ///   malformed  a reply of another type
-///   hang       no reply
+///   hang       no reply before release()
 class FakeUserManager : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -25,6 +27,8 @@ public:
     [[nodiscard]] bool isUp() const { return m_isUp; }
     /// Answers in another mode from now on.
     void behave(const QString &mode) { m_mode = mode; }
+    /// Answers in another mode from now on, also the calls that have had no reply.
+    void release(const QString &mode);
     /// Runs at each call.
     std::function<void()> onCall;
 
@@ -34,6 +38,8 @@ public:
 private:
     [[nodiscard]] QDBusMessage answerTo(const QDBusMessage &message) const;
 
+    const QDBusConnection m_bus;
+    QVector<QDBusMessage> m_waiting;
     QString m_mode;
     const QStringList m_uids;
     bool m_isUp = false;

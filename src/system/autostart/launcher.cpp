@@ -1,5 +1,6 @@
 #include "system/autostart/launcher.h"
 
+#include "common/Core/findings.h"
 #include "common/places.h"
 #include "system/autostart/manager.h"
 
@@ -17,8 +18,8 @@ bool Launcher::launchApplications()
 {
     bool allStarted = true;
     const Places places = Places::ofProcess();
-    const QStringList applications =
-        Manager::instance()->enabledApplications(static_cast<int>(getuid()));
+    const QStringList applications = Manager(places, Core::LoggedFindings::instance())
+                                         .enabledApplications(static_cast<int>(getuid()));
     for (const QString &application : applications) {
         const MDesktopEntry entry(places.firstFile(places.applicationFolders,
                                                    QStringLiteral("%1.desktop").arg(application)));

@@ -6,8 +6,10 @@
 #include "common/places.h"
 #include "system/autostart/config_file.h"
 #include "system/autostart/removal.h"
+#include "system/autostart/user_question.h"
 #include "system/autostart/users.h"
 
+#include <QDBusConnection>
 #include <QDBusError>
 #include <QDebug>
 #include <QDir>
@@ -38,18 +40,32 @@ QStringList removeOverrides(const QString &runtimeDirectory, const QDir &directo
 
 } // namespace
 
-Manager::Manager(const Places &places, Core::Findings &findings)
+Manager::Manager(const Places &places, Core::Findings &findings, Users users)
     : m_settings(places, findings)
     , m_runtimeDirectory(places.runtimeAutostartFolder())
 {
-    cleanupRemovedUsers();
+    if (users == Users::Awaited) {
+        cleanupRemovedUsers();
+        return;
+    }
+    m_question = std::make_unique<UserQuestion>();
+    QObject::connect(m_question.get(), &UserQuestion::answered, m_question.get(),
+                     [this](const QDBusMessage &answer) {
+                         m_answer = answer;
+                         cleanupRemovedUsers();
+                     });
 }
+
+Manager::~Manager() = default;
 
 Manager *Manager::instance()
 {
-    static auto *manager = new Manager(Places::ofProcess(), Core::LoggedFindings::instance());
+    static auto *manager =
+        new Manager(Places::ofProcess(), Core::LoggedFindings::instance(), Users::AskedFor);
     return manager;
 }
+
+QObject *Manager::question() const { return m_question.get(); }
 
 bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
 {
@@ -58,8 +74,12 @@ bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
         return false;
     }
     const QDir directory(QDir(m_runtimeDirectory).absoluteFilePath(appId));
-    if (uid != allUsers)
+    if (uid != allUsers) {
+        // The list that is on its way may be older than this user.
+        if (m_question && !m_question->isIdle())
+            m_setMeanwhile.insert(userFile(uid));
         return writeRuntimeConfig(directory.filePath(userFile(uid)), appId, uid, enabled);
+    }
 
     // The new setting first: after a crash in between, a user has what he had before or what is
     // new. What single users had set goes also when the write failed.
@@ -88,12 +108,15 @@ bool Manager::cleanupUninstalledApplication(const QString &appId)
 void Manager::cleanupRemovedUsers()
 {
     QSet<quint32> users;
-    const QDBusError error = existingUsers(users);
+    const QDBusError error =
+        readUsers(m_answer ? *m_answer : QDBusConnection::systemBus().call(usersCall()), users);
+    m_answer.reset();
     if (error.isValid()) {
         qWarning() << "couldn't get available users list:" << error;
         return;
     }
-    QSet<QString> keep{allUsersFile()};
+    QSet<QString> keep = m_setMeanwhile;
+    keep.insert(allUsersFile());
     for (const quint32 user : qAsConst(users))
         keep.insert(userFile(user));
 

@@ -2,9 +2,7 @@
 
 #include "common/names.h"
 
-#include <QDBusConnection>
 #include <QDBusError>
-#include <QDBusMessage>
 #include <QDBusMetaType>
 
 QDBusArgument &operator<<(QDBusArgument &argument, const SailfishUserManagerEntry &entry)
@@ -25,20 +23,24 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, SailfishUserManag
 
 namespace Autostart {
 
-QDBusError existingUsers(QSet<quint32> &users)
+QDBusMessage usersCall()
+{
+    return QDBusMessage::createMethodCall(Names::userManager(), QStringLiteral("/"),
+                                          Names::userManager(), QStringLiteral("users"));
+}
+
+QDBusError readUsers(const QDBusMessage &answer, QSet<quint32> &users)
 {
     qDBusRegisterMetaType<SailfishUserManagerEntry>();
     qDBusRegisterMetaType<QList<SailfishUserManagerEntry>>();
-    const QDBusMessage reply = QDBusConnection::systemBus().call(QDBusMessage::createMethodCall(
-        Names::userManager(), QStringLiteral("/"), Names::userManager(), QStringLiteral("users")));
-    if (reply.type() == QDBusMessage::ErrorMessage)
-        return QDBusError(reply);
-    if (reply.signature() != QLatin1String("a(ssu)"))
+    if (answer.type() == QDBusMessage::ErrorMessage)
+        return QDBusError(answer);
+    if (answer.signature() != QLatin1String("a(ssu)"))
         return QDBusError(
             QDBusError::InvalidSignature,
-            QStringLiteral("Unexpected reply signature \"%1\"").arg(reply.signature()));
+            QStringLiteral("Unexpected reply signature \"%1\"").arg(answer.signature()));
     const auto entries =
-        qdbus_cast<QList<SailfishUserManagerEntry>>(reply.arguments().constFirst());
+        qdbus_cast<QList<SailfishUserManagerEntry>>(answer.arguments().constFirst());
     if (entries.isEmpty())
         return QDBusError(QDBusError::Failed, QStringLiteral("The list is empty"));
     for (const SailfishUserManagerEntry &entry : entries)

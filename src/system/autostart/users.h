@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusArgument>
+#include <QDBusMessage>
 #include <QMetaType>
 #include <QSet>
 
@@ -20,11 +21,13 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, SailfishUserManag
 
 namespace Autostart {
 
-/// Asks the user manager who exists. Blocks until it answers or the bus library's default time
-/// has passed.
+/// The call that asks the user manager who exists.
+[[nodiscard]] QDBusMessage usersCall();
+
+/// Reads the user manager's answer to that call.
 /// @param users filled in on success.
-/// @return an error that is valid when there is no usable answer. One that lists nobody is none:
-///     a device always has its owner.
-[[nodiscard]] QDBusError existingUsers(QSet<quint32> &users);
+/// @return an error that is valid when the answer is not usable. One that lists nobody is not: a
+///     device always has its owner.
+[[nodiscard]] QDBusError readUsers(const QDBusMessage &answer, QSet<quint32> &users);
 
 } // namespace Autostart
