@@ -3,8 +3,8 @@
 
 #include "common/names.h"
 
-#include <QDBusArgument>
 #include <QDBusMessage>
+#include <QDBusMetaType>
 #include <QDBusVariant>
 #include <QDebug>
 #include <QMetaClassInfo>
@@ -17,28 +17,39 @@ namespace {
 
 // The framework compares values of a type that it has no comparison for by their bytes: lists of
 // records are then equal or not by where they lie in memory. Such a value counts as changed.
-bool isUnchanged(const QVariant &value, const QVariant &last)
+bool isComparable(int type)
 {
-    const bool comparable =
-        value.userType() < QMetaType::User || QMetaType::hasRegisteredComparators(value.userType());
-    return comparable && value == last;
-}
-
-// A map of variants as it is on the bus: the framework's own would sort it by name.
-QDBusArgument inOrder(const PropertyNotifierPrivate::Changes &changed)
-{
-    QDBusArgument map;
-    map.beginMap(QMetaType::QString, qMetaTypeId<QDBusVariant>());
-    for (const auto &[name, value] : changed) {
-        map.beginMapEntry();
-        map << name << QDBusVariant(value);
-        map.endMapEntry();
-    }
-    map.endMap();
-    return map;
+    return type < QMetaType::User || QMetaType::hasRegisteredComparators(type);
 }
 
 } // namespace
+
+QDBusArgument &operator<<(QDBusArgument &argument, const PropertyChanges &changes)
+{
+    argument.beginMap(QMetaType::QString, qMetaTypeId<QDBusVariant>());
+    for (const auto &[name, value] : changes.inOrder) {
+        argument.beginMapEntry();
+        argument << name << QDBusVariant(value);
+        argument.endMapEntry();
+    }
+    argument.endMap();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, PropertyChanges &changes)
+{
+    argument.beginMap();
+    while (!argument.atEnd()) {
+        QString name;
+        QDBusVariant value;
+        argument.beginMapEntry();
+        argument >> name >> value;
+        argument.endMapEntry();
+        changes.inOrder.append({name, value.variant()});
+    }
+    argument.endMap();
+    return argument;
+}
 
 PropertyNotifierPrivate::PropertyNotifierPrivate(const QDBusConnection &bus,
                                                  const QString &objectPath, QObject *watched)
@@ -92,7 +103,8 @@ void PropertyNotifierPrivate::onChanged()
     if (pending.contains(*property))
         return;
     const QMetaProperty changed = object->metaObject()->property(*property);
-    if (isUnchanged(changed.read(object), lastValues.value(QString::fromUtf8(changed.name()))))
+    if (isComparable(changed.userType())
+        && changed.read(object) == lastValues.value(QString::fromUtf8(changed.name())))
         return;
     if (pending.isEmpty())
         QMetaObject::invokeMethod(this, "deliverNotifySignal", Qt::QueuedConnection);
@@ -106,7 +118,7 @@ void PropertyNotifierPrivate::deliverNotifySignal()
         collect(property, changed);
     pending.clear();
     // Changed and changed back: there is nothing to tell.
-    if (!changed.isEmpty())
+    if (!changed.inOrder.isEmpty())
         send(changed);
 }
 
@@ -115,18 +127,21 @@ void PropertyNotifierPrivate::collect(int propertyIndex, Changes &changed)
     const QMetaProperty property = object->metaObject()->property(propertyIndex);
     const QString name = QString::fromUtf8(property.name());
     const QVariant value = property.read(object);
-    const auto last = lastValues.constFind(name);
-    if (last != lastValues.constEnd() && isUnchanged(value, *last))
+    changed.inOrder.append({name, value});
+    if (!isComparable(value.userType()))
         return;
-    changed.append({name, value});
-    lastValues.insert(name, value);
+    const auto last = lastValues.constFind(name);
+    if (last != lastValues.constEnd() && value == *last)
+        changed.inOrder.removeLast();
+    else
+        lastValues.insert(name, value);
 }
 
 void PropertyNotifierPrivate::send(const Changes &changed)
 {
     QDBusMessage signal =
         QDBusMessage::createSignal(path, Names::propertiesInterface(), Names::propertiesChanged());
-    signal << interfaceName << QVariant::fromValue(inOrder(changed)) << QStringList();
+    signal << interfaceName << QVariant::fromValue(changed) << QStringList();
     connection.send(signal);
 }
 
@@ -135,6 +150,7 @@ PropertyNotifier::PropertyNotifier(const QDBusConnection &connection, const QStr
     : QObject(object)
     , d(new PropertyNotifierPrivate(connection, path, object))
 {
+    qDBusRegisterMetaType<PropertyChanges>();
     d->lookUpInterface();
     d->connectProperties();
 }

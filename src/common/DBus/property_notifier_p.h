@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QHash>
 #include <QMap>
@@ -11,6 +12,16 @@
 
 namespace DBus {
 
+/// Names and values in the order in which they are to be announced. On the bus: a{sv}
+struct PropertyChanges
+{
+    QVector<QPair<QString, QVariant>> inOrder;
+};
+
+/// Writes the values themselves: the bus library then forms each once, right where it is sent from.
+QDBusArgument &operator<<(QDBusArgument &argument, const PropertyChanges &changes);
+const QDBusArgument &operator>>(const QDBusArgument &argument, PropertyChanges &changes);
+
 class PropertyNotifierPrivate : public QObject
 {
     Q_OBJECT
@@ -21,8 +32,7 @@ public:
 
     void lookUpInterface();
     void connectProperties();
-    /// Names and values in the order in which they are to be announced.
-    using Changes = QVector<QPair<QString, QVariant>>;
+    using Changes = PropertyChanges;
     /// Adds a property to `changed` if its value is not the last one announced.
     void collect(int propertyIndex, Changes &changed);
     void send(const Changes &changed);
@@ -35,6 +45,7 @@ public:
     QHash<int, int> signalProperties;
     /// Properties changed since the last delivery, in order of first change.
     QVector<int> pending;
+    /// What was last announced, of properties whose values can be compared.
     QMap<QString, QVariant> lastValues;
 
 public Q_SLOTS:
@@ -43,3 +54,5 @@ public Q_SLOTS:
 };
 
 } // namespace DBus
+
+Q_DECLARE_METATYPE(DBus::PropertyChanges)

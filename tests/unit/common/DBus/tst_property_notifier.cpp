@@ -57,7 +57,12 @@ public:
     QString b;
     int quiet = 0;
     QVector<Opaque> list;
-    QVector<Opaque> readList() const { return list; }
+    mutable int readings = 0;
+    QVector<Opaque> readList() const
+    {
+        ++readings;
+        return list;
+    }
 
 Q_SIGNALS:
     void aChanged();
@@ -103,6 +108,7 @@ private Q_SLOTS:
     void sendsNothingForAChangeTakenBack();
     void sendsNothingWithoutAChange();
     void sendsValuesWithoutAComparisonEachTime();
+    void readsAValueWithoutAComparisonOnceForASignal();
     void leavesInheritedPropertiesOut();
     void notifiesAtOnceByName();
     void sendsWithoutAnInterfaceButComplains();
@@ -251,6 +257,17 @@ void TestPropertyNotifier::sendsValuesWithoutAComparisonEachTime()
         Q_EMIT object->listChanged();
         settle();
         QCOMPARE(recorder->received.size(), round);
+    }
+}
+
+void TestPropertyNotifier::readsAValueWithoutAComparisonOnceForASignal()
+{
+    for (int round = 1; round <= 3; ++round) {
+        Q_EMIT object->listChanged();
+        Q_EMIT object->listChanged();
+        settle();
+        QCOMPARE(recorder->received.size(), round);
+        QCOMPARE(object->readings, round);
     }
 }
 
