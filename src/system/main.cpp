@@ -167,6 +167,8 @@ void Daemon::serve()
         QCoreApplication::exit(EXIT_FAILURE);
         return;
     }
+    // This looks at what applications declare, and nobody has to wait for the name so long.
+    taskInvoker->announceLists();
     phase = Phase::Serving;
 }
 

@@ -69,6 +69,8 @@ private Q_SLOTS:
     void announcesRunningTasks();
     void announcesAnUnchangedListToo();
     void announcesAvailableTasks();
+    void announcesNoListThatAChangeLeftAsItWas();
+    void needsNoMoreMatchRulesForMoreClients();
     void findsWhatRunsAlready();
     void findsTheProcessOfWhatRunsAlready();
     void ignoresWhatIsNotSystemds();
@@ -344,6 +346,64 @@ void TestSessions::announcesAvailableTasks()
     QVERIFY(stage.waitUntil([&] { return announcedLength() == 1; }));
     stage.root.remove(QStringLiteral("/usr/share/applications/Notes.desktop"));
     QVERIFY(stage.waitUntil([&] { return announcedLength() == 0; }));
+}
+
+void TestSessions::announcesNoListThatAChangeLeftAsItWas()
+{
+    Stage stage;
+    const QString otherType = QStringLiteral("Other");
+    stage.root.serveType(otherType);
+    addNotes(stage);
+    QVERIFY(stage.start());
+    (void)stage.registerInvoker(syncType());
+    (void)stage.registerInvoker(otherType);
+    const QString service = QStringLiteral("org.zarn.Orvane");
+    const QString signal = QStringLiteral("PropertiesChanged");
+    SignalRecorder changes(stage.client, service, Stage::sessionPath(),
+                           QString::fromLatin1(properties), signal);
+    SignalRecorder others(stage.client, service, Stage::sessionPath(otherType),
+                          QString::fromLatin1(properties), signal);
+    for (int round = 1; round <= 3; ++round) {
+        stage.root.writeApplication(QStringLiteral("More%1").arg(round),
+                                    "[X-Task more]\nType=Other\nExec=/opt/worker\n");
+        QVERIFY(stage.waitUntil([&] { return others.received.size() >= round; }));
+    }
+    // In order: an announcement behind those of the other session.
+    QVERIFY(startNotes(stage));
+    stage.systemd->emitChange(Stage::unitPath(syncTask()), runningUnit());
+    QVERIFY(stage.waitUntil([&] { return !changes.received.isEmpty(); }));
+    for (const QVariantList &change : qAsConst(changes.received))
+        QCOMPARE(qdbus_cast<QVariantMap>(change.at(1)).keys(),
+                 QStringList{QStringLiteral("ActiveTasks")});
+}
+
+void TestSessions::needsNoMoreMatchRulesForMoreClients()
+{
+    Stage stage;
+    stage.root.serveType(syncType());
+    QVERIFY(stage.start());
+    (void)stage.registerInvoker(syncType());
+    const auto rules = [&stage] {
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus.Debug.Stats"),
+            QStringLiteral("GetConnectionStats"));
+        call << QStringLiteral("org.zarn.Orvane");
+        return qdbus_cast<QVariantMap>(stage.call(call).arguments().value(0))
+            .value(QStringLiteral("MatchRules"), -1)
+            .toInt();
+    };
+    const int before = rules();
+    if (before < 0)
+        QSKIP("this bus does not tell how many rules it has");
+    QVERIFY2(before > 0 && before <= 12, QByteArray::number(before).constData());
+    QVector<QDBusConnection> clients;
+    for (int number = 0; number < 100; ++number) {
+        clients.append(stage.connect());
+        QCOMPARE(stage.call(Stage::registerCall(syncType()), clients.constLast()).type(),
+                 QDBusMessage::ReplyMessage);
+    }
+    QCOMPARE(rules(), before);
 }
 
 void TestSessions::findsWhatRunsAlready()

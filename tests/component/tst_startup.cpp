@@ -18,6 +18,8 @@ private Q_SLOTS:
     void endsOrderlyOnASignalBeforeItIsReady();
     void isReadyThoughTheListingsFail();
     void isReadyWithoutSystemd();
+    void looksAtNoApplicationBeforeItHasItsName_data();
+    void looksAtNoApplicationBeforeItHasItsName();
     void startsWithOtherArguments_data();
     void startsWithOtherArguments();
     void leavesWithoutABus();
@@ -137,6 +139,46 @@ void TestStartup::isReadyWithoutSystemd()
     Stage stage;
     stage.systemd.reset();
     QVERIFY(stage.start());
+}
+
+void TestStartup::looksAtNoApplicationBeforeItHasItsName_data()
+{
+    QTest::addColumn<bool>("knowsAUnit");
+    QTest::addColumn<bool>("knowsAClient");
+    QTest::newRow("a task's unit is there") << true << false;
+    QTest::newRow("the run before had a client") << false << true;
+    QTest::newRow("both") << true << true;
+}
+
+void TestStartup::looksAtNoApplicationBeforeItHasItsName()
+{
+    QFETCH(bool, knowsAUnit);
+    QFETCH(bool, knowsAClient);
+    Stage stage;
+    stage.root.serveType(QStringLiteral("Sync"));
+    // Whoever looks at it complains.
+    stage.root.writeApplication(QStringLiteral("Notes"), "[X-Task my-sync]\nType=Sync\n");
+    const QByteArray complaint = "Invalid task name";
+    const QStringList keeping{QStringLiteral("RUNTIME_DIRECTORY=") + stage.root.path()};
+    if (knowsAUnit)
+        stage.systemd->units = {{QStringLiteral("ov_task.com.example.Notes.task_sync.service"),
+                                 QStringLiteral("active"), QStringLiteral("running")}};
+    if (knowsAClient) {
+        QVERIFY(stage.start(keeping));
+        QCOMPARE(stage.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+        QVERIFY(stage.daemonLogs(complaint));
+        stage.daemon.sendSignal(SIGTERM);
+        QVERIFY(stage.waitUntil([&] { return !stage.daemon.isRunning(); }));
+        QVERIFY(stage.root.exists(QStringLiteral("/registrations.json")));
+    }
+    // The daemon gets as far as to its name, and no further.
+    QVERIFY(stage.client.registerService(QStringLiteral("org.zarn.Orvane")));
+    const int before = knowsAClient ? stage.daemon.log().size() : 0;
+    stage.launch(keeping);
+    QVERIFY(stage.waitUntil([&] { return !stage.daemon.isRunning(); }));
+    const QByteArray log = stage.daemon.log().mid(before);
+    QVERIFY(log.contains("couldn't register service"));
+    QVERIFY2(!log.contains(complaint), log);
 }
 
 void TestStartup::startsWithOtherArguments_data()

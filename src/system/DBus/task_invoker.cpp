@@ -15,7 +15,6 @@
 #include "system/DBus/task_invoker_session_proxy.h"
 #include "system/DBus/user_service.h"
 
-#include <QDBusArgument>
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -26,14 +25,6 @@
 namespace DBus {
 
 namespace {
-
-template <typename Record>
-QVariant marshalled(const QVector<Record> &records)
-{
-    QDBusArgument argument;
-    argument << records;
-    return QVariant::fromValue(argument);
-}
 
 // Far more than a program uses: a system has some ten task types.
 constexpr int maxObjectsOfClient = 256;
@@ -337,6 +328,12 @@ void TaskInvoker::restore(const QVector<Registration> &registrations)
         TaskInvokerSession *session = d->sessionFor(registration.taskType);
         d->restoreClient(registration.client, session);
         d->exportSession(session);
+    }
+}
+
+void TaskInvoker::announceLists()
+{
+    for (TaskInvokerSession *session : qAsConst(d->sessions)) {
         Q_EMIT session->activeTasksChanged();
         Q_EMIT session->availableTasksChanged();
     }
@@ -371,8 +368,10 @@ void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sess
     }
     TaskInvokerSession *session = d->sessionFor(taskType);
     d->registerClient(client, session);
-    properties.insert(QStringLiteral("ActiveTasks"), marshalled(session->activeTasks()));
-    properties.insert(QStringLiteral("AvailableTasks"), marshalled(session->availableTasks()));
+    // The records themselves: the bus library forms each once, right in the reply.
+    properties.insert(QStringLiteral("ActiveTasks"), QVariant::fromValue(session->activeTasks()));
+    properties.insert(QStringLiteral("AvailableTasks"),
+                      QVariant::fromValue(session->availableTasks()));
     d->exportSession(session);
 }
 

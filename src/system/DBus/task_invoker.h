@@ -33,9 +33,11 @@ public:
     void runWhenReady(const std::function<void()> &callback);
     /// Which clients hold which sessions.
     [[nodiscard]] QVector<Registration> registrations() const;
-    /// Gives clients of an earlier run the sessions that they had. The sessions announce both
-    /// lists, as their clients may have missed changes.
+    /// Gives clients of an earlier run the sessions that they had.
     void restore(const QVector<Registration> &registrations);
+    /// Has all sessions announce both lists, as clients of an earlier run may have missed changes.
+    /// Looks at what applications declare, once the event loop runs.
+    void announceLists();
 
 Q_SIGNALS:
     void isIdleChanged();

@@ -11,7 +11,32 @@
 
 #include <QDBusError>
 
+#include <algorithm>
+#include <utility>
+
 namespace DBus {
+
+namespace {
+
+QVector<Orvane::AvailableTask> declaredTasks(const QString &taskType)
+{
+    QVector<Orvane::AvailableTask> declared;
+    const auto tasks = Core::ApplicationRegistry::instance()->tasksOfType(taskType);
+    declared.reserve(tasks.size());
+    for (const Core::ApplicationRegistry::TaskInfo &task : tasks) {
+        declared.append({task.taskId.toString(),
+                         {{QStringLiteral("Permissions"), task.permissions},
+                          {QStringLiteral("Conditions"), task.conditions}}});
+    }
+    return declared;
+}
+
+bool isSame(const Orvane::AvailableTask &one, const Orvane::AvailableTask &other)
+{
+    return one.id == other.id && one.properties == other.properties;
+}
+
+} // namespace
 
 TaskInvokerSessionPrivate::TaskInvokerSessionPrivate(const QString &type,
                                                      TaskInvokerSession *session)
@@ -22,8 +47,10 @@ TaskInvokerSessionPrivate::TaskInvokerSessionPrivate(const QString &type,
     registerTypes();
 }
 
-void TaskInvokerSessionPrivate::rebuildActiveTasks()
+const QVector<Orvane::ActiveTask> &TaskInvokerSessionPrivate::currentActiveTasks()
 {
+    if (!std::exchange(activeTasksAreOld, false))
+        return activeTasks;
     const Core::RunningTasks running = Core::TaskManager::instance()->runningTasks(taskType);
     if (running.revision != activeTasksRevision) {
         activeTasksRevision = running.revision;
@@ -32,18 +59,37 @@ void TaskInvokerSessionPrivate::rebuildActiveTasks()
         for (const Core::TaskRecord &record : running.tasks)
             activeTasks.append({record.taskId, record.mainPid, {}});
     }
-    Q_EMIT q->activeTasksChanged();
+    return activeTasks;
+}
+
+const QVector<Orvane::AvailableTask> &TaskInvokerSessionPrivate::currentAvailableTasks()
+{
+    if (!availableTasks) {
+        availableTasks = declaredTasks(taskType);
+        connect(Core::ApplicationRegistry::instance(), &Core::ApplicationRegistry::manifestsChanged,
+                this, &TaskInvokerSessionPrivate::takeDeclaredTasks);
+    }
+    return *availableTasks;
+}
+
+void TaskInvokerSessionPrivate::takeDeclaredTasks()
+{
+    const QVector<Orvane::AvailableTask> declared = declaredTasks(taskType);
+    if (std::equal(declared.cbegin(), declared.cend(), availableTasks->cbegin(),
+                   availableTasks->cend(), isSame))
+        return;
+    availableTasks = declared;
+    Q_EMIT q->availableTasksChanged();
 }
 
 TaskInvokerSession::TaskInvokerSession(const QString &taskType, QObject *parent)
     : QObject(parent)
     , d(std::make_unique<TaskInvokerSessionPrivate>(taskType, this))
 {
-    d->rebuildActiveTasks();
-    connect(Core::TaskManager::instance(), &Core::TaskManager::systemTasksChanged, d.get(),
-            &TaskInvokerSessionPrivate::rebuildActiveTasks);
-    connect(Core::ApplicationRegistry::instance(), &Core::ApplicationRegistry::manifestsChanged,
-            this, &TaskInvokerSession::availableTasksChanged);
+    connect(Core::TaskManager::instance(), &Core::TaskManager::systemTasksChanged, this, [this] {
+        d->activeTasksAreOld = true;
+        Q_EMIT activeTasksChanged();
+    });
     new PropertyNotifier(d->connection, pathFor(taskType), this);
     // The framework exports this property of every object too, and lets everybody write to it.
     connect(this, &QObject::objectNameChanged, this, [this] { setObjectName(QString()); });
@@ -60,17 +106,13 @@ QString TaskInvokerSession::pathFor(const QString &taskType)
 
 QVector<Orvane::AvailableTask> TaskInvokerSession::availableTasks() const
 {
-    QVector<Orvane::AvailableTask> available;
-    const auto tasks = Core::ApplicationRegistry::instance()->tasksOfType(d->taskType);
-    for (const Core::ApplicationRegistry::TaskInfo &task : tasks) {
-        available.append({task.taskId.toString(),
-                          {{QStringLiteral("Permissions"), task.permissions},
-                           {QStringLiteral("Conditions"), task.conditions}}});
-    }
-    return available;
+    return d->currentAvailableTasks();
 }
 
-QVector<Orvane::ActiveTask> TaskInvokerSession::activeTasks() const { return d->activeTasks; }
+QVector<Orvane::ActiveTask> TaskInvokerSession::activeTasks() const
+{
+    return d->currentActiveTasks();
+}
 
 bool TaskInvokerSession::isRefused()
 {

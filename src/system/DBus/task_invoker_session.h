@@ -35,7 +35,7 @@ public:
     [[nodiscard]] const QString &taskType() const;
     /// Where a session of a task type is exported; not an object path for every task type.
     [[nodiscard]] static QString pathFor(const QString &taskType);
-    /// What applications declare of this type, computed afresh.
+    /// What applications declare of this type. Scans them when nobody has asked before.
     [[nodiscard]] QVector<AvailableTask> availableTasks() const;
     /// What runs of this type.
     [[nodiscard]] QVector<ActiveTask> activeTasks() const;
