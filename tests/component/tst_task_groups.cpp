@@ -36,6 +36,7 @@ private Q_SLOTS:
     void refusesBeforeLookingAtTheArguments();
     void leavesReadingAndRegisteringToEverybody();
     void leavesForwardedSessionsToTheUserService();
+    void asksTheBusOnceForACallerAndLooksAtItsProcessEachTime();
 
 private:
     static bool ownCaller(const Stage &stage, uid_t uid, gid_t gid)
@@ -146,6 +147,62 @@ void TestTaskGroups::leavesForwardedSessionsToTheUserService()
     };
     QCOMPARE(stage.registerInvoker(QStringLiteral("UserType")).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(stage.stop(task).arguments(), QVariantList{QStringLiteral("let in")});
+}
+
+namespace {
+
+/// Writes down which credentials the bus is asked for.
+class CredentialsLog
+{
+public:
+    explicit CredentialsLog(const QString &busAddress)
+    {
+        m_monitor.start(QStringLiteral("dbus-monitor"),
+                        {QStringLiteral("--address"), busAddress,
+                         QStringLiteral("member='GetConnectionCredentials'")});
+    }
+    /// How often a connection was asked for up to now.
+    int questionsFor(const QString &name, const Stage &stage)
+    {
+        // The last question in the log is this one: nobody has that name.
+        const QByteArray end = "no.such.name" + QByteArray::number(++m_looks);
+        const auto ask = [&] {
+            QDBusMessage question = QDBusMessage::createMethodCall(
+                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionCredentials"));
+            question << QString::fromLatin1(end);
+            (void)stage.call(question);
+            return (m_text += m_monitor.readAllStandardOutput()).contains(end);
+        };
+        if (!Stage::waitUntil(ask))
+            return -1;
+        return m_text.count("string \"" + name.toLatin1() + '"');
+    }
+
+private:
+    DeathBoundProcess m_monitor;
+    QByteArray m_text;
+    int m_looks = 0;
+};
+
+} // namespace
+
+void TestTaskGroups::asksTheBusOnceForACallerAndLooksAtItsProcessEachTime()
+{
+    Stage stage;
+    if (!ownCaller(stage, nobody, groupId("games")))
+        QSKIP("only root can give files away");
+    CredentialsLog log(stage.bus.address());
+    QCOMPARE(log.questionsFor(stage.client.baseService(), stage), 0);
+    QVERIFY(startFor(stage, {QStringLiteral("ORVANE_TASK_GROUPS=games")}));
+    for (int round = 0; round < 3; ++round) {
+        QCOMPARE(stage.start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).type(),
+                 QDBusMessage::ReplyMessage);
+        QCOMPARE(stage.stop(task).type(), QDBusMessage::ReplyMessage);
+    }
+    QCOMPARE(log.questionsFor(stage.client.baseService(), stage), 1);
+    QVERIFY(ownCaller(stage, nobody, nobody));
+    QCOMPARE(stage.stop(task).errorName(), accessDenied);
 }
 
 QTEST_GUILESS_MAIN(TestTaskGroups)

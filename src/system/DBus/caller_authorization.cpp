@@ -2,6 +2,7 @@
 
 #include "common/places.h"
 #include "system/DBus/caller_credentials.h"
+#include "system/DBus/clients.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -88,9 +89,15 @@ bool bothBelongTo(const QString &group, const Process &process, const CallerCred
     return (process.group == group || isMember(process.uid, group)) && isMember(caller.uid, group);
 }
 
+std::optional<CallerCredentials> callerNamed(const QString &name, const QDBusConnection &connection)
+{
+    Clients *const clients = Clients::of(connection);
+    return clients != nullptr ? clients->credentialsOf(name) : credentialsOf(name, connection);
+}
+
 bool isAuthorized(const QString &name, const QDBusConnection &connection, const QStringList &groups)
 {
-    std::optional<CallerCredentials> caller = credentialsOf(name, connection);
+    std::optional<CallerCredentials> caller = callerNamed(name, connection);
     if (!caller)
         return false;
     const Places places = Places::ofProcess();

@@ -1,9 +1,12 @@
 #include "system/DBus/clients.h"
 
-#include <QDBusConnectionInterface>
-#include <QDBusReply>
-
 namespace DBus {
+
+namespace {
+
+Clients *s_instance = nullptr;
+
+} // namespace
 
 Clients::Clients(const QDBusConnection &bus, QObject *parent)
     : QObject(parent)
@@ -18,30 +21,39 @@ Clients::Clients(const QDBusConnection &bus, QObject *parent)
 
 Clients &Clients::instance()
 {
-    static auto *clients = new Clients(QDBusConnection::systemBus());
-    return *clients;
+    if (s_instance == nullptr)
+        s_instance = new Clients(QDBusConnection::systemBus());
+    return *s_instance;
+}
+
+Clients *Clients::of(const QDBusConnection &connection)
+{
+    const bool areTheirs = s_instance != nullptr && s_instance->m_bus.name() == connection.name();
+    return areTheirs ? s_instance : nullptr;
+}
+
+std::optional<CallerCredentials> Clients::credentialsOf(const QString &busName)
+{
+    const auto known = m_known.constFind(busName);
+    if (known != m_known.constEnd())
+        return *known;
+    const std::optional<CallerCredentials> asked = DBus::credentialsOf(busName, m_bus);
+    // Kept as long as the client is on the bus: the answer is about the moment at which it
+    // connected, and no other client ever gets its unique name. A well-known name changes hands.
+    if (asked && busName.startsWith(QLatin1Char(':')))
+        m_known.insert(busName, *asked);
+    return asked;
 }
 
 std::optional<uint> Clients::userOf(const QString &busName)
 {
-    const auto known = m_users.constFind(busName);
-    if (known != m_users.constEnd())
-        return *known;
-    // None when the connection has been lost.
-    QDBusConnectionInterface *const bus = m_bus.interface();
-    if (bus == nullptr)
-        return {};
-    const QDBusReply<uint> user = bus->serviceUid(busName);
-    if (!user.isValid())
-        return {};
-    // Kept as long as the client is on the bus: a unique name never changes its owner.
-    m_users.insert(busName, user.value());
-    return user.value();
+    const std::optional<CallerCredentials> credentials = credentialsOf(busName);
+    return credentials ? std::optional<uint>(credentials->uid) : std::nullopt;
 }
 
 void Clients::onNameOwnerChanged(const QString &busName)
 {
-    m_users.remove(busName);
+    m_known.remove(busName);
     Q_EMIT left(busName);
 }
 

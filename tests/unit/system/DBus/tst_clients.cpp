@@ -1,8 +1,11 @@
 #include "support/private_bus.h"
 #include "system/DBus/clients.h"
 
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 #include <unistd.h>
 
@@ -17,6 +20,8 @@ private Q_SLOTS:
     void knowsNobodyWhoHasLeft();
     void reportsThatAClientLeaves();
     void forgetsTheUserOfAClientThatLeft();
+    void asksForTheCredentialsOfAClientOnce();
+    void asksForThoseOfANameThatMayChangeHandsEachTime();
 
 private:
     static constexpr int patienceMs = 30000;
@@ -74,6 +79,35 @@ void TestClients::forgetsTheUserOfAClientThatLeft()
     drop(client);
     QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), patienceMs);
     QVERIFY(!clients.userOf(name));
+}
+
+void TestClients::asksForTheCredentialsOfAClientOnce()
+{
+    DBus::Clients clients(connect("own"));
+    QSignalSpy left(&clients, &DBus::Clients::left);
+    QDBusConnection client = connect("asked for");
+    const QString name = client.baseService();
+    QCOMPARE(clients.credentialsOf(name)->pid, std::optional<uint>(::getpid()));
+    drop(client);
+    // The bus has nothing to say of it any more, and this process has not looked at that yet.
+    const QDBusConnection other = connect("other");
+    while (other.interface()->isServiceRegistered(name))
+        QThread::msleep(1);
+    QVERIFY(left.isEmpty());
+    QCOMPARE(clients.credentialsOf(name)->pid, std::optional<uint>(::getpid()));
+    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), patienceMs);
+    QVERIFY(!clients.credentialsOf(name));
+}
+
+void TestClients::asksForThoseOfANameThatMayChangeHandsEachTime()
+{
+    DBus::Clients clients(connect("own"));
+    const QString name = QStringLiteral("org.example.Handed");
+    QDBusConnection client = connect("first owner");
+    QVERIFY(client.registerService(name));
+    QVERIFY(clients.credentialsOf(name));
+    QVERIFY(client.unregisterService(name));
+    QVERIFY(!clients.credentialsOf(name));
 }
 
 QTEST_GUILESS_MAIN(TestClients)
