@@ -4,19 +4,27 @@
 
 #include <malloc.h>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int delayMs = 1000;
-// What may be kept for later: far less than one large message takes.
-constexpr std::size_t mostKept = 4 << 20;
-
-void returnMemory()
-{
-    if (mallinfo2().fordblks > mostKept)
-        malloc_trim(0);
-}
+// What may be kept for later, in bytes: less than one large message takes.
+constexpr std::size_t mostKept = 512 << 10;
 
 } // namespace
+
+void MemoryReturn::look()
+{
+    // Freed blocks count here as long as the process keeps their place, also when their pages have
+    // been given back: only more of them than the last time is worth the work.
+    const std::size_t freed = mallinfo2().fordblks;
+    m_returned = std::min(m_returned, freed);
+    if (freed < m_returned + mostKept)
+        return;
+    malloc_trim(0);
+    m_returned = mallinfo2().fordblks;
+}
 
 MemoryReturn::MemoryReturn(QObject *parent)
     : QObject(parent)
@@ -26,7 +34,7 @@ MemoryReturn::MemoryReturn(QObject *parent)
     mallopt(M_MMAP_THRESHOLD, 1 << 20);
     m_timer.setSingleShot(true);
     m_timer.setInterval(delayMs);
-    connect(&m_timer, &QTimer::timeout, this, returnMemory);
+    connect(&m_timer, &QTimer::timeout, this, &MemoryReturn::look);
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, this, [this] {
         // While the timer runs, its own end included, nothing more is to be done.
         if (!m_timer.isActive())

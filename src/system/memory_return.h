@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QTimer>
 
+#include <cstddef>
+
 /// Gives memory back to the system after it was needed for large messages. The C library keeps what
 /// has been freed between blocks that are in use, and a client that sends 30 MB of small texts
 /// would leave hundreds of megabytes with an idle daemon. Looks once, a second after the last time
@@ -15,5 +17,9 @@ public:
     explicit MemoryReturn(QObject *parent = nullptr);
 
 private:
+    void look();
+
     QTimer m_timer;
+    /// Bytes of freed blocks after the last return, none of them with pages.
+    std::size_t m_returned = 0;
 };

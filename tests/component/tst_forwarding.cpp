@@ -4,6 +4,7 @@
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QTest>
 
 namespace {
@@ -47,6 +48,7 @@ private Q_SLOTS:
     void relaysNothingElse();
     void staysUsableWhileTheUserServiceHangs();
     void tellsWhenTooManyCallsWait();
+    void givesMemoryBackAfterALargeCall();
 
     void registersForTypesOfTheUsersSession();
     void passesARegistrationErrorOn();
@@ -283,6 +285,33 @@ QDBusMessage TestForwarding::registerForUser()
                                  QVariantMap{{QStringLiteral("AvailableTasks"), 1}}});
     };
     return stage->registerInvoker(QStringLiteral("Any"));
+}
+
+void TestForwarding::givesMemoryBackAfterALargeCall()
+{
+    const auto memoryKib = [this] {
+        QFile status(QStringLiteral("/proc/%1/status").arg(stage->daemon.processId()));
+        const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
+        const int start = text.indexOf("RssAnon:") + 8;
+        return text.mid(start, text.indexOf("kB", start) - start).trimmed().toInt();
+    };
+    const auto textsOf = [](int bytes) {
+        QStringList texts;
+        for (int written = 0; written < bytes; written += 20)
+            texts.append(QString(15, QLatin1Char('x')));
+        return texts;
+    };
+    const QStringList megabyte = textsOf(1 << 20);
+    // What is allocated for good at the first call is not meant.
+    QCOMPARE(stage->call(controlCall(QStringLiteral("Do"), {textsOf(16)})).arguments().size(), 1);
+    const int before = memoryKib();
+    QVERIFY(before > 0);
+    QCOMPARE(stage->call(controlCall(QStringLiteral("Do"), {megabyte})).arguments(),
+             QVariantList{megabyte});
+#ifdef __SANITIZE_ADDRESS__
+    QSKIP("the sanitizer keeps what is freed");
+#endif
+    QVERIFY(stage->waitUntil([&] { return memoryKib() < before + 1000; }));
 }
 
 void TestForwarding::registersForTypesOfTheUsersSession()
