@@ -5,10 +5,10 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
-constexpr int delayMs = 1000;
 // What may be kept for later, in bytes: less than one large message takes.
 constexpr std::size_t mostKept = 512 << 10;
 
@@ -16,6 +16,7 @@ constexpr std::size_t mostKept = 512 << 10;
 
 void MemoryReturn::look()
 {
+    m_hasLooked = true;
     // Freed blocks count here as long as the process keeps their place, also when their pages have
     // been given back: only more of them than the last time is worth the work.
     const std::size_t freed = mallinfo2().fordblks;
@@ -26,7 +27,7 @@ void MemoryReturn::look()
     m_returned = mallinfo2().fordblks;
 }
 
-MemoryReturn::MemoryReturn(QObject *parent)
+MemoryReturn::MemoryReturn(int delayMs, QObject *parent)
     : QObject(parent)
 {
     // Large blocks go back as soon as they are freed. Without this the C library raises the size
@@ -36,8 +37,10 @@ MemoryReturn::MemoryReturn(QObject *parent)
     m_timer.setInterval(delayMs);
     connect(&m_timer, &QTimer::timeout, this, &MemoryReturn::look);
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, this, [this] {
-        // While the timer runs, its own end included, nothing more is to be done.
-        if (!m_timer.isActive())
+        // The dispatcher tells of it after the timer's end, too, when nothing else has happened:
+        // started again for that, the timer would wake an idle process up for ever.
+        const bool isOwnEnd = std::exchange(m_hasLooked, false);
+        if (!isOwnEnd && !m_timer.isActive())
             m_timer.start();
     });
 }

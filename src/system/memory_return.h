@@ -14,12 +14,15 @@ class MemoryReturn : public QObject
     Q_OBJECT
 
 public:
-    explicit MemoryReturn(QObject *parent = nullptr);
+    /// @param delayMs how long after a wake-up it looks, in milliseconds.
+    explicit MemoryReturn(int delayMs = 1000, QObject *parent = nullptr);
 
 private:
     void look();
 
     QTimer m_timer;
+    /// Whether the wake-up that is told of next was the timer's own.
+    bool m_hasLooked = false;
     /// Bytes of freed blocks after the last return, none of them with pages.
     std::size_t m_returned = 0;
 };
