@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <limits>
+
 namespace Cli {
 
 class Output;
@@ -39,6 +41,8 @@ struct Option
     bool isRequired = false;
     /// Whether it may be given more than once.
     bool isRepeatable = false;
+    /// The least number that its value may be, where it is one.
+    int least = std::numeric_limits<int>::min();
 };
 
 /// A parsed command line.

@@ -30,12 +30,14 @@ Values *newPlace(ParsedCommand &command)
     return command.values.back().get();
 }
 
-// Nothing when the text is a number.
-std::string complaintOfNumber(const std::string &text)
+// Nothing when the text is a number that the option takes.
+std::string complaintOfNumber(const std::string &text, int least)
 {
     bool isNumber = false;
-    (void)QString::fromStdString(text).toInt(&isNumber);
-    return isNumber ? std::string() : text + " is not a number";
+    const int number = QString::fromStdString(text).toInt(&isNumber);
+    if (!isNumber)
+        return text + " is not a number";
+    return number < least ? text + " is less than " + std::to_string(least) : std::string();
 }
 
 // Nothing when the text is one of the words.
@@ -62,7 +64,9 @@ void addOption(ParsedCommand &command, const Option &option)
         // What complaints call it.
         added->type_name(option.value.toStdString());
         if (option.kind == Kind::Number)
-            added->check(complaintOfNumber, {}, {});
+            added->check([least = option.least](
+                             const std::string &text) { return complaintOfNumber(text, least); },
+                         {}, {});
     }
     added->required(option.isRequired);
     command.options[option.name] = added;

@@ -164,10 +164,6 @@ int run(const Request &request, Output &output)
     const QString taskId = request.arguments.value(0);
     const QString last = request.value(QStringLiteral("last"));
     const int count = last.isEmpty() ? usualCount : last.toInt();
-    if (count < 1)
-        return Output::fail(WrongUsage,
-                            QStringLiteral("--last wants a number from 1 on; try: "
-                                           "orvanectl history --help"));
     const bool isLive = !request.has(QStringLiteral("root"));
     const Runs runs = lastRuns(taskId, count, isLive);
     if (!runs.reason.isEmpty())
@@ -234,7 +230,7 @@ Command historyCommand()
     command.arguments = {
         {QStringLiteral("TASK"), Kind::Task, QStringLiteral("full id of the task")}};
     command.options = {{QStringLiteral("last"), QStringLiteral("N"), Kind::Number,
-                        QStringLiteral("how many runs at most; 20 without it")}};
+                        QStringLiteral("how many runs at most; 20 without it"), false, false, 1}};
     command.fields = fields();
     command.run = run;
     return command;

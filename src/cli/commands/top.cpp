@@ -195,10 +195,8 @@ int run(const Request &request, Output &output)
     Systemd systemd(QDBusConnection::systemBus());
     Samples samples;
     QVector<Usage> usages;
-    const int seconds = std::max(1,
-                                 request.has(QStringLiteral("interval"))
-                                     ? request.value(QStringLiteral("interval")).toInt()
-                                     : 2);
+    const QString interval = request.value(QStringLiteral("interval"));
+    const unsigned long seconds = interval.isEmpty() ? 2 : interval.toULong();
     for (;;) {
         if (const Client::Outcome outcome = measure(systemd, samples, usages))
             return Output::fail(outcome);
@@ -207,7 +205,7 @@ int run(const Request &request, Output &output)
         show(usages, output);
         if (output.isJson() || !output.terminal().isThere())
             return Done;
-        QThread::sleep(static_cast<unsigned long>(seconds));
+        QThread::sleep(seconds);
     }
 }
 
@@ -232,7 +230,8 @@ Command topCommand()
             "over its processes that live now is shown: processor time of those that "
             "are gone is missing, and memory that they share counts for each.")};
     command.options = {{QStringLiteral("interval"), QStringLiteral("SECONDS"), Kind::Number,
-                        QStringLiteral("how long to wait before looking again; 2 without it")}};
+                        QStringLiteral("how long to wait before looking again; 2 without it"),
+                        false, false, 1}};
     command.fields = {
         {QStringLiteral("tasks"),
          QStringLiteral("an array of objects with these fields; what "

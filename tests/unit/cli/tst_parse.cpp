@@ -73,6 +73,10 @@ void TestParse::complains_data()
         << QStringLiteral("autostart list a.b c.d") << QStringLiteral("c.d is one word too many");
     QTest::newRow("no number") << QStringLiteral("start t --weight much")
                                << QStringLiteral("--weight: much is not a number");
+    QTest::newRow("a number that is too small")
+        << QStringLiteral("top --interval 0") << QStringLiteral("--interval: 0 is less than 1");
+    QTest::newRow("a negative number of runs")
+        << QStringLiteral("history t --last -1") << QStringLiteral("--last: -1 is less than 1");
     QTest::newRow("a value missing")
         << QStringLiteral("start t --user") << QStringLiteral("--user wants a value");
     QTest::newRow("a value that may be there once") << QStringLiteral("start t --user a --user b")
