@@ -27,6 +27,14 @@ QString quoted(const QString &word)
 // The file of an image that is meant, and not the one of this system that a link names.
 QString real(const QString &file) { return Places::ofProcess().real(file); }
 
+// The same of a file that is moved, which may itself be a link: then the link is meant.
+QString movable(const QString &file)
+{
+    const QFileInfo info(file);
+    const QString folder = real(info.path());
+    return folder == info.path() ? file : folder + QLatin1Char('/') + info.fileName();
+}
+
 QString edited(const QString &file, const QString &script)
 {
     return commandOf({QStringLiteral("sed"), QStringLiteral("-i"), script, real(file)});
@@ -92,7 +100,7 @@ QString deletingLine(const QString &file, int line)
 
 QString moving(const QString &from, const QString &to)
 {
-    return commandOf({QStringLiteral("mv"), from, to});
+    return commandOf({QStringLiteral("mv"), movable(from), movable(to)});
 }
 
 QString appending(const QString &file, const QStringList &lines)

@@ -26,6 +26,7 @@ namespace Cli {
 /// Puts a line behind another.
 [[nodiscard]] QString addingLine(const QString &file, int after, const QString &text);
 [[nodiscard]] QString deletingLine(const QString &file, int line);
+/// Moves a file; one that is a link is moved itself, and not what it leads to.
 [[nodiscard]] QString moving(const QString &from, const QString &to);
 /// Writes a text to the end of a file, which need not exist; its folder is made.
 [[nodiscard]] QString appending(const QString &file, const QStringList &lines);

@@ -19,6 +19,7 @@ private Q_SLOTS:
     void addsAndDeletesLines();
     void movesAndAppends();
     void changesTheFileOfAnImage();
+    void movesWithinAnImage();
 
 private:
     // What a shell makes of a command.
@@ -111,6 +112,32 @@ void TestCures::changesTheFileOfAnImage()
     QCOMPARE(run(Cli::appending(file, {QStringLiteral("more")})), QByteArray());
     Places::setOfProcess(Places());
     QCOMPARE(root.read(target), QByteArray("new\nmore\n"));
+}
+
+// Of a folder that is a link, too; a link that is itself to be moved is not followed.
+void TestCures::movesWithinAnImage()
+{
+    const TempRoot host;
+    host.write(QStringLiteral("/entries/a.desktop"), "host's");
+    const TempRoot root;
+    const QString folder = host.path(QStringLiteral("/entries"));
+    const QString real = root.path(folder);
+    root.write(folder + QStringLiteral("/a.desktop"), "image's");
+    QVERIFY(QFile::link(QStringLiteral("a.desktop"), real + QStringLiteral("/link.desktop")));
+    QVERIFY(QFile::link(folder, root.path(QStringLiteral("/applications"))));
+    Places::setOfProcess(Places::below(root.path()));
+    const auto move = [&root](const char *from, const char *to) {
+        return run(Cli::moving(root.path(QStringLiteral("/applications/")) + QLatin1String(from),
+                               root.path(QStringLiteral("/applications/")) + QLatin1String(to)));
+    };
+    const QByteArray ofFile = move("a.desktop", "b.desktop");
+    const QByteArray ofLink = move("link.desktop", "c.desktop");
+    Places::setOfProcess(Places());
+    QCOMPARE(ofFile + ofLink, QByteArray());
+    QCOMPARE(host.read(QStringLiteral("/entries/a.desktop")), QByteArray("host's"));
+    QCOMPARE(root.read(folder + QStringLiteral("/b.desktop")), QByteArray("image's"));
+    QCOMPARE(QFile::symLinkTarget(real + QStringLiteral("/c.desktop")),
+             real + QStringLiteral("/a.desktop"));
 }
 
 QTEST_GUILESS_MAIN(TestCures)
