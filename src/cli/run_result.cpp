@@ -9,8 +9,6 @@ namespace Cli {
 
 namespace {
 
-bool wasKilled(int code) { return code == CLD_KILLED || code == CLD_DUMPED; }
-
 // What systemd's own exit statuses mean, for those that a task can come to.
 QString meaningOf(int status)
 {
@@ -59,13 +57,15 @@ bool RunResult::isFailure() const
     return !result.isEmpty() && result != QLatin1String("success");
 }
 
+bool RunResult::wasKilled() const { return code == CLD_KILLED || code == CLD_DUMPED; }
+
 QString RunResult::toString() const
 {
     const bool isOfProcess = result == QLatin1String("exit-code")
         || result == QLatin1String("signal") || result == QLatin1String("core-dump");
     if (!isOfProcess)
         return wordsFor(result);
-    if (!wasKilled(code))
+    if (!wasKilled())
         return QStringLiteral("exit status %1%2").arg(status).arg(meaningOf(status));
     return QStringLiteral("killed by signal %1 (%2)")
         .arg(status)
@@ -75,7 +75,7 @@ QString RunResult::toString() const
 void RunResult::addTo(QJsonObject &object) const
 {
     object.insert(QStringLiteral("result"), result);
-    if (wasKilled(code))
+    if (wasKilled())
         object.insert(QStringLiteral("signal"), status);
     else if (code != 0)
         object.insert(QStringLiteral("exitStatus"), status);

@@ -19,6 +19,8 @@ struct RunResult
     /// Takes over what a service's properties say; what they leave out stays.
     void take(const QVariantMap &properties);
     [[nodiscard]] bool isFailure() const;
+    /// Whether the main process was killed by a signal, which a stop sends, too.
+    [[nodiscard]] bool wasKilled() const;
     /// In words: "exit status 3", "killed by signal 9 (Killed)", "out of memory".
     [[nodiscard]] QString toString() const;
     /// Adds "result", "exitStatus", "signal" and "reason".

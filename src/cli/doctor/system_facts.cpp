@@ -66,8 +66,17 @@ UnitFacts factsOf(const QString &unit)
     const auto list = [&](const char *name) {
         return properties.value(QString::fromLatin1(name)).toStringList();
     };
-    return {text("LoadState"),        text("ActiveState"),   list("Environment"),
-            list("UnsetEnvironment"), text("ProtectSystem"), list("ReadWritePaths")};
+    const auto wasStarted = properties.value(QStringLiteral("ConditionTimestamp")).toULongLong();
+    RunResult lastRun;
+    lastRun.take(properties);
+    return {text("LoadState"),
+            text("ActiveState"),
+            list("Environment"),
+            list("UnsetEnvironment"),
+            text("ProtectSystem"),
+            list("ReadWritePaths"),
+            lastRun,
+            wasStarted != 0 && !properties.value(QStringLiteral("ConditionResult")).toBool()};
 }
 
 QString busProgram()

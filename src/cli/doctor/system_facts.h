@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/run_result.h"
 #include "client/outcome.h"
 
 #include <QString>
@@ -19,6 +20,10 @@ struct UnitFacts
     /// ProtectSystem= and ReadWritePaths=, as they were given.
     QString protectSystem;
     QStringList writablePaths;
+    /// How a service's main process ended last; nothing while none has.
+    RunResult lastRun{};
+    /// Whether its last start did nothing, because a condition of the unit did not hold.
+    bool wasPassedOver = false;
 };
 
 /// What the running system answers. Plain value.

@@ -72,6 +72,26 @@ Gate gateOfState(const AskedUnit &asked, const UnitFacts &facts, const Examined 
             asked.consequence, QStringLiteral("systemctl daemon-reload")};
 }
 
+// A program that prepares and ends leaves its unit inactive.
+Gate gateOfRun(const AskedUnit &asked, const UnitFacts &facts)
+{
+    const RunResult &run = facts.lastRun;
+    if (facts.wasPassedOver)
+        return {asked.gate, Gate::NotKnown,
+                asked.unit
+                    + QStringLiteral(" has not run, because its conditions did not hold; "
+                                     "systemctl status %1 says which")
+                          .arg(asked.unit)};
+    const bool hasEnded = facts.activeState == QLatin1String("inactive") && run.code != 0;
+    if (hasEnded && !run.isFailure() && !run.wasKilled())
+        return {asked.gate, Gate::Yes,
+                QStringLiteral("%1 has run and ended with %2").arg(asked.unit, run.toString())};
+    const QString state = QStringLiteral("%1 is %2").arg(asked.unit, facts.activeState);
+    return {asked.gate, Gate::No,
+            run.isFailure() ? QStringLiteral("%1: %2").arg(state, run.toString()) : state,
+            asked.consequence, Cli::systemctl("restart", asked.unit)};
+}
+
 } // namespace
 
 QString daemonUnit() { return QStringLiteral("orvane.service"); }
@@ -95,10 +115,8 @@ Gate prepareBindsGate(const Examined &examined, const Trial &trial)
         return gateOfFile(asked, examined);
     const UnitFacts &facts = examined.live->bindsUnit;
     Gate gate = gateOfState(asked, facts, examined);
-    if (gate.answer != Gate::Yes || facts.activeState == QLatin1String("active"))
-        return gate;
-    return {asked.gate, Gate::No, QStringLiteral("%1 is %2").arg(asked.unit, facts.activeState),
-            asked.consequence, Cli::systemctl("restart", asked.unit)};
+    const bool isPrepared = facts.activeState == QLatin1String("active");
+    return gate.answer != Gate::Yes || isPrepared ? gate : gateOfRun(asked, facts);
 }
 
 Gate userManagerGate(const Examined &examined)

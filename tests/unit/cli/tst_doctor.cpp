@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QTest>
 
+#include <csignal>
 #include <functional>
 #include <sys/stat.h>
 
@@ -357,6 +358,29 @@ void TestDoctor::judgesWhatTheSystemAnswers_data()
         "systemctl restart sailjail-prepare-binds.service");
     row("binds that failed", binds, bindsAre("failed"), Gate::No, "is failed",
         "systemctl restart sailjail-prepare-binds.service");
+    const auto ranOnce = [](const char *result, int code, int status) {
+        return Facts([=](Cli::SystemFacts &facts) {
+            facts.bindsUnit.activeState = text("inactive");
+            facts.bindsUnit.lastRun = {text(result), code, status};
+        });
+    };
+    row("binds that were prepared by a program that has ended", binds,
+        ranOnce("success", CLD_EXITED, 0), Gate::Yes,
+        "sailjail-prepare-binds.service has run and ended with exit status 0");
+    row("binds whose program ended badly", binds, ranOnce("exit-code", CLD_EXITED, 3), Gate::No,
+        "sailjail-prepare-binds.service is inactive: exit status 3",
+        "systemctl restart sailjail-prepare-binds.service");
+    row("binds whose program was ended", binds, ranOnce("success", CLD_KILLED, SIGTERM), Gate::No,
+        "sailjail-prepare-binds.service is inactive",
+        "systemctl restart sailjail-prepare-binds.service");
+    row(
+        "binds whose conditions do not hold", binds,
+        [](Cli::SystemFacts &facts) {
+            facts.bindsUnit.activeState = text("inactive");
+            facts.bindsUnit.wasPassedOver = true;
+        },
+        Gate::NotKnown,
+        "sailjail-prepare-binds.service has not run, because its conditions did not hold");
     row(
         "groups for everybody", Cli::taskGroupsGate,
         [](Cli::SystemFacts &facts) { facts.daemonUnit.environment.clear(); }, Gate::Yes,
