@@ -8,6 +8,9 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <set>
+#include <string_view>
+#include <utility>
 
 namespace Cli {
 
@@ -127,6 +130,7 @@ private:
     void enterGroup(const EntryLine &line);
     void checkKey(const EntryLine &line) const;
     void checkSwitch(const EntryLine &line) const;
+    void checkRepetition(const EntryLine &line);
     [[nodiscard]] bool resemblesTaskGroup(const QString &group) const;
     [[nodiscard]] bool isMisspelt(const EntryLine &line, const QStringList &known) const;
     [[nodiscard]] Core::FindingPlace placeOf(const EntryLine &line) const
@@ -139,6 +143,8 @@ private:
     Collected &m_findings;
     Group m_group = Group::Other;
     QSet<QString> m_taskGroups;
+    // Those that are read, with their groups.
+    std::set<std::pair<std::string_view, std::string_view>> m_keys;
 };
 
 void TextChecks::run()
@@ -149,6 +155,7 @@ void TextChecks::run()
         } else if (m_group != Group::Other) {
             checkKey(line);
             checkSwitch(line);
+            checkRepetition(line);
         }
     }
 }
@@ -235,6 +242,18 @@ void TextChecks::checkSwitch(const EntryLine &line) const
         return;
     m_findings.add(LintRules::entrySwitch, placeOf(line),
                    QStringLiteral("%1=%2 has no effect").arg(key, textOf(line.value)));
+}
+
+// What is in a key that nobody reads changes nothing.
+void TextChecks::checkRepetition(const EntryLine &line)
+{
+    const QStringList &known = m_group == Group::Task ? taskKeys()
+        : m_group == Group::Sandbox                   ? sandboxKeys()
+                                                      : mainKeys();
+    if (isAmong(known, line.key) && !m_keys.insert({line.group, line.key}).second)
+        m_findings.add(
+            LintRules::keyTwice, placeOf(line),
+            QStringLiteral("%1 is there twice in [%2]").arg(textOf(line.key), textOf(line.group)));
 }
 
 // Whoever gets the id in a call or a file parses it.

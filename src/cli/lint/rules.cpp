@@ -28,6 +28,7 @@ QVector<LintRule> entryRules()
          "Write Sandboxing=Disabled, X-Nemo-Single-Instance=no, X-Halcyn-Single-Cover=yes and "
          "X-Halcyn-Support-Mime-Parents=true exactly so, or leave the key out."},
         {&unknownKey, "Correct the key's name, or begin it with X- when another program reads it."},
+        {&keyTwice, "Remove the lines that do not count."},
         {&unknownGroup, "Write [X-Task NAME], with one blank and a name of letters and digits."},
     };
 }

@@ -44,6 +44,8 @@ constexpr Rule unknownGroup{
 constexpr Rule groupTwice{
     "group-twice", Finding::Warning,
     "A task's group is there twice: both are read as one, and of a key in both the last counts."};
+constexpr Rule keyTwice{"key-twice", Finding::Warning,
+                        "A key is there twice in one group, and the last counts."};
 constexpr Rule entrySwitch{
     "entry-switch", Finding::Warning,
     "A switch of a desktop entry has none of its words, which are read to the letter, and has no "
