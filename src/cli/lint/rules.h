@@ -104,8 +104,8 @@ constexpr Rule execFieldCode{
     "another text there or refuses the unit."};
 constexpr Rule execExpansion{
     "exec-expansion", Finding::Warning,
-    "systemd expands % and $ in a task's arguments, and refuses the unit for a % that it does not "
-    "know."};
+    "systemd expands %, ${NAME} and arguments that begin with $, and refuses the unit for a % that "
+    "it does not know."};
 
 // Permissions.
 constexpr Rule permissionMissing{

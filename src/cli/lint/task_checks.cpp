@@ -53,11 +53,22 @@ bool isFieldCode(const QString &word)
         && QStringLiteral("fFuUdDnNickvm").contains(word.at(1));
 }
 
-// Whether a sign that systemd expands is there alone: two of them are the sign itself.
-bool isExpanded(const QString &word, QChar sign)
+// Whether there is a lone % in a word: two of them are the sign itself.
+bool hasSpecifier(const QString &word)
 {
     QString rest = word;
-    return rest.remove(QString(2, sign)).contains(sign);
+    return rest.remove(QStringLiteral("%%")).contains(QLatin1Char('%'));
+}
+
+// Whether systemd puts a variable's value into a word: for ${NAME}, and for a $ that begins the
+// word, which it takes for $NAME whatever follows. Any other $ stays, and of two one does.
+bool hasVariable(const QString &word)
+{
+    QString rest = word;
+    rest.remove(QLatin1Char('"')).remove(QLatin1Char('\''));
+    if (rest.startsWith(QLatin1Char('$')) && !rest.startsWith(QLatin1String("$$")))
+        return true;
+    return rest.remove(QStringLiteral("$$")).contains(QLatin1String("${"));
 }
 
 bool fitsObjectPath(const QString &type)
@@ -168,7 +179,7 @@ void TaskChecks::checkArgument(const QString &argument) const
     if (isFieldCode(argument))
         add(LintRules::execFieldCode, execKey(),
             QStringLiteral("%1 is a field code").arg(argument));
-    else if (isExpanded(argument, QLatin1Char('%')) || isExpanded(argument, QLatin1Char('$')))
+    else if (hasSpecifier(argument) || hasVariable(argument))
         add(LintRules::execExpansion, execKey(),
             QStringLiteral("systemd expands the argument %1").arg(argument));
 }

@@ -189,6 +189,8 @@ private Q_SLOTS:
     void followsTheLinksOfATree();
     void tellsTheLineInAnEntryBehindALinkOfTheTree();
     void readsEachEntryOnce();
+    void knowsWhichSignsAreExpanded_data();
+    void knowsWhichSignsAreExpanded();
     void readsEveryKindOfFileInAFolder();
     void knowsWhichUsersThereMayBe();
     void breaksItsLinesAtTheTerminalsWidth_data();
@@ -451,6 +453,31 @@ void TestLint::readsEachEntryOnce()
         opened += (event.mask & IN_OPEN) != 0 ? 1 : 0;
     ::close(watch);
     QCOMPARE(opened, 1);
+}
+
+void TestLint::knowsWhichSignsAreExpanded_data()
+{
+    QTest::addColumn<QByteArray>("argument");
+    QTest::addColumn<bool>("isExpanded");
+    for (const char *argument : {"100%", "%h", "$HOME", "$", "$5", "${HOME}", "a${HOME}b",
+                                 "a$$${HOME}", "%%%n", "\"$HOME\""})
+        QTest::newRow(argument) << QByteArray(argument) << true;
+    for (const char *argument : {"a$", "a$b", "5$-", "a$HOME", "--price=5$", "$$HOME", "a$${HOME}",
+                                 "$$$HOME", "ok%%", "x"})
+        QTest::newRow(argument) << QByteArray(argument) << false;
+}
+
+// systemd expands a variable without braces only as a word of its own.
+void TestLint::knowsWhichSignsAreExpanded()
+{
+    QFETCH(QByteArray, argument);
+    QFETCH(bool, isExpanded);
+    const TempRoot root;
+    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(entryPath(), entryOf(taskOf("sync", argument)));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    QCOMPARE(rulesIn(findings).contains(QStringLiteral("exec-expansion")), isExpanded);
 }
 
 void TestLint::readsEveryKindOfFileInAFolder()
