@@ -18,6 +18,8 @@ namespace {
 
 KnownPlaces::Program judged(const QString &file)
 {
+    if (QFileInfo(file).isDir())
+        return KnownPlaces::Program::Directory;
     if (!Core::isExecutable(file))
         return KnownPlaces::Program::NotExecutable;
     return Core::isElf(file) ? KnownPlaces::Program::Fine : KnownPlaces::Program::NotElf;

@@ -16,6 +16,7 @@ public:
     enum class Program {
         Fine,
         NotThere,
+        Directory,
         NotExecutable,
         /// A script, for example.
         NotElf

@@ -57,6 +57,7 @@ QVector<LintRule> programRules()
         {&execMissing, "Write Exec= with the program's absolute path into the task's group."},
         {&execRelative, "Write the program's absolute path."},
         {&execNotThere, "Install the program, or correct its path."},
+        {&execDirectory, "Name the program with its whole path."},
         {&execNotExecutable, "Install the program with permission to execute it."},
         {&execScript, "Name a compiled program; a script needs one that runs it."},
         {&execQuotes, "Write arguments without blanks and quotes."},

@@ -89,6 +89,8 @@ constexpr Rule execRelative{"exec-relative", Finding::Error,
                             "A task's program has no absolute path, and every start is refused."};
 constexpr Rule execNotThere{"exec-not-there", Finding::Error,
                             "A task's program is not there, and every start is refused."};
+constexpr Rule execDirectory{"exec-directory", Finding::Error,
+                             "A task's program is a directory, and every start is refused."};
 constexpr Rule execNotExecutable{
     "exec-not-executable", Finding::Error,
     "A task's program may not be executed, and every start is refused."};

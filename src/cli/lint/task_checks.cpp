@@ -158,6 +158,9 @@ void TaskChecks::checkProgram(const QString &program) const
     case KnownPlaces::Program::NotThere:
         add(LintRules::execNotThere, execKey(), QStringLiteral("There is no %1").arg(program));
         break;
+    case KnownPlaces::Program::Directory:
+        add(LintRules::execDirectory, execKey(), QStringLiteral("%1 is a directory").arg(program));
+        break;
     case KnownPlaces::Program::NotExecutable:
         add(LintRules::execNotExecutable, execKey(),
             QStringLiteral("%1 is not executable").arg(program));

@@ -113,9 +113,10 @@ Gate programGate(const Question &question, const QVector<Core::Finding> &finding
     const QString name = QStringLiteral("program");
     if (!question.isDeclared())
         return undeclared(name);
-    const Core::Finding *bad = firstOf(findings,
-                                       {&execMissing, &declarationRefused, &execRelative,
-                                        &execNotThere, &execNotExecutable, &execScript});
+    const Core::Finding *bad =
+        firstOf(findings,
+                {&execMissing, &declarationRefused, &execRelative, &execNotThere, &execDirectory,
+                 &execNotExecutable, &execScript});
     if (bad != nullptr)
         return shutBy(name, *bad, programCure(question, bad->rule, bad->line));
     const Core::Finding *odd = firstOf(findings, {&execQuotes, &execFieldCode, &execExpansion});

@@ -191,6 +191,7 @@ private Q_SLOTS:
     void readsEachEntryOnce();
     void knowsWhichSignsAreExpanded_data();
     void knowsWhichSignsAreExpanded();
+    void saysThatAFolderIsNoProgram();
     void readsEveryKindOfFileInAFolder();
     void knowsWhichUsersThereMayBe();
     void breaksItsLinesAtTheTerminalsWidth_data();
@@ -478,6 +479,18 @@ void TestLint::knowsWhichSignsAreExpanded()
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
     QCOMPARE(rulesIn(findings).contains(QStringLiteral("exec-expansion")), isExpanded);
+}
+
+void TestLint::saysThatAFolderIsNoProgram()
+{
+    const TempRoot root;
+    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(QStringLiteral("/opt/notes/a"), {});
+    root.write(entryPath(), entryOf("[X-Task sync]\nType=Sync\nExec=/opt/notes\n"));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    QCOMPARE(rulesIn(findings), QStringList(QStringLiteral("exec-directory")));
+    QCOMPARE(findings.sorted().constFirst().text, QStringLiteral("/opt/notes is a directory"));
 }
 
 void TestLint::readsEveryKindOfFileInAFolder()

@@ -231,6 +231,10 @@ void TestWhyDeclaration::shutsAGateThatNoCommandOpens_data()
              [](const TempRoot &root) { root.remove(QStringLiteral("/usr/bin/firejail")); });
     addFault("no base permission", "base permission",
              [](const TempRoot &root) { root.remove(permission("BaseTask")); });
+    addFault("a program that is a directory", "program", [](const TempRoot &root) {
+        QFile::remove(root.path(program()));
+        root.write(program() + QStringLiteral("/more"), {});
+    });
 }
 
 void TestWhyDeclaration::shutsAGateThatNoCommandOpens()
