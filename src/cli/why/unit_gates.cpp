@@ -164,6 +164,36 @@ QString restarting(const QString &unit, const RunResult &result)
         : start;
 }
 
+// Whether somebody stopped the task: then the unit was no longer active when its process ended.
+bool wasStopped(const LiveFacts &facts, const RunResult &result)
+{
+    const auto moment = [&facts](const char *name) {
+        return facts.unit.value(QString::fromLatin1(name)).toULongLong();
+    };
+    // An earlier time is of another run: one that counts as active only at its end, or not at all.
+    const quint64 left = moment("ActiveExitTimestampMonotonic");
+    return result.wasKilled()
+        || (left > moment("ExecMainStartTimestampMonotonic")
+            && left < moment("ExecMainExitTimestampMonotonic"));
+}
+
+Gate gateOfEnd(const QString &gate, const TaskStatus &status, const LiveFacts &facts,
+               const QString &cure)
+{
+    const QString moment = momentOf(status.since);
+    if (status.result.isFailure())
+        return {
+            gate, Gate::No,
+            QStringLiteral("%1 at %2%3").arg(status.result.toString(), moment, wordsOf(facts.log)),
+            QStringLiteral("The task has failed."), cure};
+    if (wasStopped(facts, status.result))
+        return {gate, Gate::No, QStringLiteral("stopped at ") + moment,
+                QStringLiteral("Somebody has stopped it."), cure};
+    return {gate, Gate::Yes,
+            QStringLiteral("ended with %1 at %2; it does not run now")
+                .arg(status.result.toString(), moment)};
+}
+
 Gate resultGate(const Question &question, const LiveFacts &facts)
 {
     const QString gate = QStringLiteral("last result");
@@ -179,13 +209,7 @@ Gate resultGate(const Question &question, const LiveFacts &facts)
     if (!status.hasResult())
         return {gate, Gate::No, QStringLiteral("it has not run since the system was started"),
                 QStringLiteral("Nobody has started it."), cure};
-    const QString said =
-        QStringLiteral("%1 at %2%3")
-            .arg(status.result.toString(), momentOf(status.since), wordsOf(facts.log));
-    return {gate, Gate::No, said,
-            status.result.isFailure() ? QStringLiteral("The task has failed.")
-                                      : QStringLiteral("It has ended by itself, or was stopped."),
-            cure};
+    return gateOfEnd(gate, status, facts, cure);
 }
 
 } // namespace

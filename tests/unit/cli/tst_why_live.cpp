@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QTest>
 
+#include <csignal>
 #include <functional>
 
 using Cli::Gate;
@@ -77,6 +78,19 @@ void fail(LiveFacts &known, const char *result)
     set(known.unit, "Result", result);
     known.unit.insert(text("ExecMainCode"), 1);
     known.unit.insert(text("ExecMainStatus"), 3);
+    known.unit.insert(text("MainPID"), 0u);
+}
+
+// As systemd tells of a unit that has ended, and not for a failure.
+void end(LiveFacts &known, int code, int status)
+{
+    set(known.unit, "ActiveState", "inactive");
+    set(known.unit, "Result", "success");
+    known.unit.insert(text("ExecMainCode"), code);
+    known.unit.insert(text("ExecMainStatus"), status);
+    known.unit.insert(text("ExecMainStartTimestampMonotonic"), quint64{1});
+    known.unit.insert(text("ExecMainExitTimestampMonotonic"), quint64{3});
+    known.unit.insert(text("ActiveExitTimestampMonotonic"), quint64{4});
     known.unit.insert(text("MainPID"), 0u);
 }
 
@@ -205,11 +219,16 @@ static void addResultRows()
         withoutPolicy(known);
         fail(known, "exit-code");
     });
-    addRow("a task that has ended", "last result", start, [=](Question &, LiveFacts &known) {
+    addRow("a task that was stopped", "last result", start, [=](Question &, LiveFacts &known) {
         withoutPolicy(known);
-        fail(known, "success");
-        set(known.unit, "ActiveState", "inactive");
+        end(known, CLD_KILLED, SIGTERM);
     });
+    addRow("a task that ended itself when it was stopped", "last result", start,
+           [=](Question &, LiveFacts &known) {
+               withoutPolicy(known);
+               end(known, CLD_EXITED, 0);
+               known.unit.insert(text("ActiveExitTimestampMonotonic"), quint64{2});
+           });
     addRow("a task that has not run yet", "last result", start, [=](Question &, LiveFacts &known) {
         withoutPolicy(known);
         set(known.unit, "ActiveState", "inactive");
@@ -271,6 +290,14 @@ void TestWhyLive::leavesAGateOpen_data()
     addRow("of a unit with more settings", "unit in force", "with /etc/x.conf",
            [](Question &, LiveFacts &known) {
                known.unit.insert(text("DropInPaths"), QStringList{text("/etc/x.conf")});
+           });
+    addRow("of a task that has ended well", "last result",
+           "ended with exit status 0 at -; it does not run now",
+           [](Question &, LiveFacts &known) { end(known, CLD_EXITED, 0); });
+    addRow("of a oneshot task, which is never active, that has ended well", "last result",
+           "ended with exit status 0 at -; it does not run now", [](Question &, LiveFacts &known) {
+               end(known, CLD_EXITED, 0);
+               known.unit.remove(text("ActiveExitTimestampMonotonic"));
            });
 }
 
