@@ -76,7 +76,8 @@ UnitFacts factsOf(const QString &unit)
             text("ProtectSystem"),
             list("ReadWritePaths"),
             lastRun,
-            wasStarted != 0 && !properties.value(QStringLiteral("ConditionResult")).toBool()};
+            wasStarted != 0 && !properties.value(QStringLiteral("ConditionResult")).toBool(),
+            properties.value(QStringLiteral("RemainAfterExit")).toBool()};
 }
 
 QString busProgram()

@@ -24,6 +24,9 @@ struct UnitFacts
     RunResult lastRun{};
     /// Whether its last start did nothing, because a condition of the unit did not hold.
     bool wasPassedOver = false;
+    /// Whether the unit counts as active when its program has ended: then it is inactive because
+    /// somebody has stopped it.
+    bool remains = false;
 };
 
 /// What the running system answers. Plain value.

@@ -82,7 +82,8 @@ Gate gateOfRun(const AskedUnit &asked, const UnitFacts &facts)
                     + QStringLiteral(" has not run, because its conditions did not hold; "
                                      "systemctl status %1 says which")
                           .arg(asked.unit)};
-    const bool hasEnded = facts.activeState == QLatin1String("inactive") && run.code != 0;
+    const bool hasEnded =
+        facts.activeState == QLatin1String("inactive") && !facts.remains && run.code != 0;
     if (hasEnded && !run.isFailure() && !run.wasKilled())
         return {asked.gate, Gate::Yes,
                 QStringLiteral("%1 has run and ended with %2").arg(asked.unit, run.toString())};

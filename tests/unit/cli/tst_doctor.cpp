@@ -367,6 +367,13 @@ void TestDoctor::judgesWhatTheSystemAnswers_data()
     row("binds that were prepared by a program that has ended", binds,
         ranOnce("success", CLD_EXITED, 0), Gate::Yes,
         "sailjail-prepare-binds.service has run and ended with exit status 0");
+    row("binds that somebody has taken away again", binds, Facts([](Cli::SystemFacts &facts) {
+            facts.bindsUnit.activeState = text("inactive");
+            facts.bindsUnit.lastRun = {text("success"), CLD_EXITED, 0};
+            facts.bindsUnit.remains = true;
+        }),
+        Gate::No, "sailjail-prepare-binds.service is inactive",
+        "systemctl restart sailjail-prepare-binds.service");
     row("binds whose program ended badly", binds, ranOnce("exit-code", CLD_EXITED, 3), Gate::No,
         "sailjail-prepare-binds.service is inactive: exit status 3",
         "systemctl restart sailjail-prepare-binds.service");
