@@ -129,9 +129,11 @@ memory_to_spare_kb=$((32 * 1024))
 
 main_pid() { in_container systemctl show --value -p MainPID orvane.service; }
 
-# Of directories without the time: a file that is made and removed leaves nothing.
+# Of directories without the time: a file that is made and removed leaves nothing. Without the records of
+# applications, which the daemon makes of their files whenever it has read them.
 written_files() {
     in_container find /etc/systemd/system /etc/dbus-1/system.d /var/lib/am /run/orvane \
+        -path /run/orvane/applications.records -prune -o \
         \( -type d -printf '%p/ %M %u\n' \) -o -printf '%p %M %u %s %T@ %l\n' | sort
 }
 
