@@ -68,6 +68,15 @@ private:
         stage->daemon.sendSignal(SIGTERM);
         return waitForTheEnd() && stage->start(withRuntimeDirectory(idleTime));
     }
+    /// Whether signals that it was told to end by mean nothing to the daemon any more.
+    [[nodiscard]] bool isOnItsWayOut() const
+    {
+        QFile status(QStringLiteral("/proc/%1/status").arg(stage->daemon.processId()));
+        const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
+        const quint64 ignored =
+            text.mid(text.indexOf("SigIgn:") + 7, 17).trimmed().toULongLong(nullptr, 16);
+        return (ignored & (1ULL << (SIGTERM - 1))) != 0;
+    }
     [[nodiscard]] bool waitForTheEnd() const
     {
         return Stage::waitUntil([this] { return !stage->daemon.isRunning(); });
@@ -370,6 +379,8 @@ void TestLeaving::claimsNoNameOnItsWayOut()
                                QDBusServiceWatcher::WatchForRegistration);
     QSignalSpy claimed(&claims, &QDBusServiceWatcher::serviceRegistered);
     stage->daemon.sendSignal(SIGTERM);
+    // It could be ready just before it looks at the signal.
+    QVERIFY(Stage::waitUntil([this] { return isOnItsWayOut(); }));
     stage->systemd->release(QStringLiteral("ListUnitsByPatterns"));
     QVERIFY(waitForTheEnd());
     QCOMPARE(stage->daemon.exitStatus(), 0);
