@@ -1,9 +1,13 @@
 #include "common/Core/application_catalogue.h"
 #include "common/Core/entry_records.h"
 #include "common/Core/findings.h"
+#include "common/Core/manifest.h"
+#include "common/Core/package_folders.h"
 #include "support/collected_findings.h"
 #include "support/root_places.h"
 
+#include <QDir>
+#include <QFile>
 #include <QTest>
 
 using Core::ApplicationCatalogue;
@@ -24,6 +28,8 @@ private Q_SLOTS:
     void tellsWhichFileANameMeans();
     void tellsWhichFilesAreNoEntries();
     void announcesWhatItReadsBeforeItReadsIt();
+    void findsThePackagesOfAnImageBehindItsLinks();
+    void readsNothingButTheTasksWhereAskedTo();
 
 private:
     [[nodiscard]] ApplicationCatalogue scan()
@@ -57,6 +63,39 @@ QByteArray entryOf(const char *name)
 } // namespace
 
 void TestApplicationCatalogue::init() { root = std::make_unique<TempRoot>(); }
+
+void TestApplicationCatalogue::findsThePackagesOfAnImageBehindItsLinks()
+{
+    root->write(below("app.desktop"), entryOf("App"));
+    root->write(QStringLiteral("/srv/app/com.example.App/current/manifest.json"), "{}");
+    QVERIFY(QDir().mkpath(root->path(QStringLiteral("/opt"))));
+    // In this system it leads elsewhere.
+    QVERIFY(QFile::link(QStringLiteral("/srv/app"), root->path(QStringLiteral("/opt/app"))));
+    const ApplicationCatalogue catalogue(Places::below(root->path()), findings);
+    const Core::ApplicationInfo info =
+        catalogue.application(ApplicationId(QStringLiteral("com.example.App")));
+    QVERIFY(info.manifest().isValid());
+    QVERIFY(info.packageStates().manifest.exists);
+}
+
+void TestApplicationCatalogue::readsNothingButTheTasksWhereAskedTo()
+{
+    root->write(below("app.desktop"), entryOf("App"));
+    root->write(QStringLiteral("/opt/app/com.example.App/current/manifest.json"), "{}");
+    const ApplicationCatalogue catalogue(placesOf(*root), findings, Core::ApplicationInfo::Tasks);
+    const Core::ApplicationInfo info =
+        catalogue.application(ApplicationId(QStringLiteral("com.example.App")));
+    QCOMPARE(info.tasks().size(), 1);
+    QCOMPARE(info.name(), QString());
+    QVERIFY(!info.manifest().isValid());
+    // What is incomplete is not kept.
+    Core::EntryRecords records(Core::ApplicationInfo::Tasks);
+    for (int look = 1; look <= 2; ++look) {
+        const ApplicationCatalogue next(placesOf(*root), findings, records);
+        QCOMPARE(records.readCount(), look);
+    }
+    QVERIFY(!records.isKeepingDue());
+}
 
 void TestApplicationCatalogue::knowsNothingByDefault()
 {
