@@ -87,13 +87,13 @@ void printRow(const QString &name, const QString &measured, const QString &budge
     std::fflush(stdout);
 }
 
-QString verdictOn(double measured, double budget)
+QString verdictOn(double measured, double budget, bool isBound)
 {
     if (measured < 0)
         return QStringLiteral("NOT MEASURED");
     if (measured > budget * room)
         return QStringLiteral("OVER by %1%").arg(qRound(100 * (measured / qMax(budget, 1.0) - 1)));
-    if (measured < budget * generous)
+    if (!isBound && measured < budget * generous)
         return QStringLiteral("kept; warning: the budget is too generous, move it");
     return QStringLiteral("kept");
 }
@@ -138,7 +138,7 @@ int checkBudgets(const QString &path, const QStringList &names)
             continue;
         }
         printRow(count.name, text(measured), text(budget->value),
-                 verdictOn(measured, budget->value));
+                 verdictOn(measured, budget->value, count.isBound));
         if (!isKept(measured, budget->value))
             status = 1;
     }

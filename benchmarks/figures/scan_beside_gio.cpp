@@ -1,7 +1,10 @@
-// The scan of 1,000 desktop entries, beside GIO's list of all applications.
+// The first scan of 1,000 desktop entries in a run of the daemon, beside GIO's list of all
+// applications.
 //
-// Fair, because both make a record of each application of the same files, in a fresh process, and
-// what counts is their processor time; both also watch the folder from then on.
+// Both make a record of each application of the same files, in a fresh process, and what counts is
+// their processor time; both also watch the folder from then on. The daemon has what an earlier run
+// left in its runtime directory, as it does with the shipped unit at every activation but the
+// first; GIO keeps nothing. The scan without that is measured by scan-1000.
 
 #include "figures/figures.h"
 
@@ -16,10 +19,15 @@ namespace {
 
 constexpr int size = 1000;
 
+QStringList environmentOf(const TempRoot &root)
+{
+    return root.environment() << QStringLiteral("RUNTIME_DIRECTORY=") + root.path();
+}
+
 QVector<double> timeOf(const QString &program, const QStringList &arguments, const TempRoot &root)
 {
     const QVector<double> numbers =
-        numbersOf(programBeside(program), arguments, root.environment());
+        numbersOf(programBeside(program), arguments, environmentOf(root));
     if (numbers.value(0) != size)
         return {};
     return {numbers.value(1) / 1e6};
@@ -35,6 +43,8 @@ Measurement scanBesideGio()
             [] {
                 auto root = std::make_shared<TempRoot>();
                 writeEntries(*root, size, QStringLiteral("Sync"));
+                // It ends at once, because nothing is written to it, and keeps what it has read.
+                (void)timeOf(QStringLiteral("registry-probe"), {QStringLiteral("follow")}, *root);
                 return Sides{[root] { return timeOf(QStringLiteral("scan-gio"), {}, *root); },
                              [root] {
                                  return timeOf(QStringLiteral("registry-probe"),

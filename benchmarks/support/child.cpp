@@ -78,6 +78,7 @@ QVector<double> numbersOf(const QString &program, const QStringList &arguments,
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.setEnvironment(QProcess::systemEnvironment() + environment);
     process.start(program, arguments);
+    process.closeWriteChannel();
     if (!process.waitForFinished(-1) || process.exitCode() != 0
         || process.exitStatus() != QProcess::NormalExit) {
         qWarning("%s failed", qPrintable(program));
