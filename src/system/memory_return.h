@@ -23,6 +23,8 @@ private:
     QTimer m_timer;
     /// Whether the wake-up that is told of next was the timer's own.
     bool m_hasLooked = false;
+    /// Bytes of freed blocks after the last look.
+    std::size_t m_freedAtLook = 0;
     /// Bytes of freed blocks after the last return, none of them with pages.
     std::size_t m_returned = 0;
 };

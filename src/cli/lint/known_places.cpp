@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 namespace Cli {
@@ -86,11 +85,15 @@ KnownPlaces::Program KnownPlaces::program(const QString &path) const
         return Program::Fine;
     for (const Places &places : m_places) {
         const QString file = programBelow(places.programRoot, path);
-        // Nearly every one is fine, and this is the quick way to know.
-        if (::access(QFile::encodeName(file).constData(), X_OK) == 0 && Core::isElf(file))
-            return Program::Fine;
-        if (QFileInfo::exists(file))
-            return judged(file);
+        struct stat status = {};
+        if (::stat(QFile::encodeName(file).constData(), &status) != 0)
+            continue;
+        // One runner of many applications has a name for each.
+        const QPair<quint64, quint64> identity{status.st_dev, status.st_ino};
+        auto known = m_programs.constFind(identity);
+        if (known == m_programs.constEnd())
+            known = m_programs.insert(identity, judged(file));
+        return *known;
     }
     return Program::NotThere;
 }

@@ -3,6 +3,7 @@
 #include "common/places.h"
 
 #include <QHash>
+#include <QPair>
 #include <QString>
 #include <QVector>
 
@@ -42,6 +43,8 @@ private:
     QVector<Places> m_places;
     mutable QHash<QString, bool> m_types;
     mutable QHash<QString, bool> m_permissions;
+    // By device and inode.
+    mutable QHash<QPair<quint64, quint64>, Program> m_programs;
     // By root and folder.
     mutable QHash<QString, QString> m_folders;
 };
