@@ -76,12 +76,13 @@ Gate gateOfState(const AskedUnit &asked, const UnitFacts &facts, const Examined 
 Gate gateOfRun(const AskedUnit &asked, const UnitFacts &facts)
 {
     const RunResult &run = facts.lastRun;
-    if (facts.wasPassedOver)
+    if (facts.wasPassedOver) {
         return {asked.gate, Gate::NotKnown,
                 asked.unit
                     + QStringLiteral(" has not run, because its conditions did not hold; "
                                      "systemctl status %1 says which")
                           .arg(asked.unit)};
+    }
     const bool hasEnded =
         facts.activeState == QLatin1String("inactive") && !facts.remains && run.code != 0;
     if (hasEnded && !run.isFailure() && !run.wasKilled())

@@ -181,11 +181,11 @@ Gate gateOfEnd(const QString &gate, const TaskStatus &status, const LiveFacts &f
                const QString &cure)
 {
     const QString moment = momentOf(status.since);
-    if (status.result.isFailure())
-        return {
-            gate, Gate::No,
-            QStringLiteral("%1 at %2%3").arg(status.result.toString(), moment, wordsOf(facts.log)),
-            QStringLiteral("The task has failed."), cure};
+    if (status.result.isFailure()) {
+        const QString evidence =
+            QStringLiteral("%1 at %2%3").arg(status.result.toString(), moment, wordsOf(facts.log));
+        return {gate, Gate::No, evidence, QStringLiteral("The task has failed."), cure};
+    }
     if (wasStopped(facts, status.result))
         return {gate, Gate::No, QStringLiteral("stopped at ") + moment,
                 QStringLiteral("Somebody has stopped it."), cure};
