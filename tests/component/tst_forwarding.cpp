@@ -308,10 +308,10 @@ void TestForwarding::givesMemoryBackAfterALargeCall()
     QVERIFY(before > 0);
     QCOMPARE(stage->call(controlCall(QStringLiteral("Do"), {megabyte})).arguments(),
              QVariantList{megabyte});
-#ifdef __SANITIZE_ADDRESS__
-    QSKIP("the sanitizer keeps what is freed");
-#endif
+#ifndef __SANITIZE_ADDRESS__
+    // A sanitizer keeps what is freed.
     QVERIFY(stage->waitUntil([&] { return memoryKib() < before + 1000; }));
+#endif
 }
 
 void TestForwarding::registersForTypesOfTheUsersSession()
