@@ -23,9 +23,11 @@ namespace {
 const char *const folder = "/usr/share/applications/";
 const char *const package = "/opt/app/com.example.App3/current/";
 
+using Change = std::function<void(const TempRoot &)>;
+
 } // namespace
 
-Q_DECLARE_METATYPE(std::function<void(const TempRoot &)>)
+Q_DECLARE_METATYPE(Change)
 
 class TestEntryRecords : public QObject
 {
@@ -91,7 +93,6 @@ void TestEntryRecords::readsEachEntryOnce()
 
 void TestEntryRecords::readsAgainWhatHasChanged_data()
 {
-    using Change = std::function<void(const TempRoot &)>;
     QTest::addColumn<Change>("change");
     const auto entry = [](const char *name) {
         return QString::fromLatin1(folder) + QString::fromLatin1(name);
@@ -129,7 +130,7 @@ void TestEntryRecords::readsAgainWhatHasChanged_data()
 
 void TestEntryRecords::readsAgainWhatHasChanged()
 {
-    QFETCH(std::function<void(const TempRoot &)>, change);
+    QFETCH(Change, change);
     settle();
     change(*root);
     QCOMPARE(readByLook(), 1);
