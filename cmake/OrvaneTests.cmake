@@ -2,15 +2,26 @@
 
 find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
 
+# More than one folder includes this file.
+if(NOT TARGET orvane-precompiled-for-tests)
+    orvane_precompile_headers(orvane-precompiled-for-tests "Qt5::DBus;Qt5::Test" <QtCore> <QtDBus> <QtTest>)
+endif()
+
 option(ORVANE_FORBID_SKIPS "A test that skips any of its cases fails (CI does)" OFF)
 
 # orvane_add_test(NAME LABEL LIBRARY... ) builds NAME.cpp of the current folder into a test
 # program and registers it under LABEL (unit, component or system).
 function(orvane_add_test name label)
     add_executable(${name} ${name}.cpp)
+    # AUTOMOC would look through each of these programs for a second before it is built.
+    qt5_generate_moc(${name}.cpp ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc TARGET ${name})
+    target_sources(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc)
+    target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
     set_target_properties(${name} PROPERTIES
+        AUTOMOC OFF
         RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/${label}")
-    target_link_libraries(${name} PRIVATE ${ARGN} Qt5::Test)
+    target_link_libraries(${name} PRIVATE ${ARGN} Qt5::DBus Qt5::Test)
+    target_precompile_headers(${name} REUSE_FROM orvane-precompiled-for-tests)
     add_test(NAME ${label}/${name} COMMAND ${name})
     set_tests_properties(${label}/${name} PROPERTIES LABELS ${label} TIMEOUT 300)
     if(ORVANE_FORBID_SKIPS)
