@@ -123,14 +123,17 @@ QString bashWords(const Command &command)
 }
 
 // Text inside single quotes.
-QString quoted(QString text) { return text.replace(QLatin1Char('\''), QLatin1String("'\\''")); }
+QString withQuotesEscaped(QString text)
+{
+    return text.replace(QLatin1Char('\''), QLatin1String("'\\''"));
+}
 
 // Text inside the brackets of zsh's specifications.
 QString zshText(QString text)
 {
     for (const char *character : {"[", "]", ":"})
         text.replace(QLatin1String(character), QLatin1Char('\\') + QLatin1String(character));
-    return quoted(text);
+    return withQuotesEscaped(text);
 }
 
 QString zshAction(const QString &name, Kind kind)
@@ -140,7 +143,8 @@ QString zshAction(const QString &name, Kind kind)
     if (source.isFiles)
         action = QStringLiteral("_files");
     else if (!source.isEmpty())
-        action = QStringLiteral("{compadd -- ${(f)\"$(%1)\"}}").arg(quoted(source.command));
+        action =
+            QStringLiteral("{compadd -- ${(f)\"$(%1)\"}}").arg(withQuotesEscaped(source.command));
     return QStringLiteral(":%1:%2").arg(name.toLower(), action);
 }
 
@@ -272,7 +276,8 @@ QByteArray zshCompletion()
     QString described;
     QString cases;
     for (const Command &command : commands()) {
-        described += QStringLiteral("        '%1:%2'\n").arg(command.name, quoted(command.summary));
+        described += QStringLiteral("        '%1:%2'\n")
+                         .arg(command.name, withQuotesEscaped(command.summary));
         cases += zshCase(command);
     }
     const QString text = QStringLiteral("#compdef orvanectl\n") + head()

@@ -19,7 +19,7 @@ namespace {
 constexpr int callsAtOnce = 64;
 
 // As long as the bus library waits by itself.
-constexpr int patienceMs = 25000;
+constexpr int answerTimeoutMs = 25000;
 
 QString service() { return QStringLiteral("org.freedesktop.systemd1"); }
 
@@ -118,7 +118,7 @@ void Systemd::call(const QDBusMessage &message, const Reply &callback)
         return;
     }
     DBus::CallQueue::Call call{message, callback};
-    call.sendBy = call.answerBy = QDeadlineTimer(patienceMs);
+    call.sendBy = call.answerBy = QDeadlineTimer(answerTimeoutMs);
     m_calls.call(std::move(call));
 }
 

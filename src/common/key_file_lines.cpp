@@ -6,7 +6,7 @@
 
 namespace {
 
-bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool isAsciiSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 /// Cuts a text into its lines, of which leading space and comments do not count.
 class Lines
@@ -25,7 +25,7 @@ public:
         if (m_end < 0)
             m_end = m_text.size();
         ++m_number;
-        while (m_start < m_end && isSpace(m_text.at(m_start)))
+        while (m_start < m_end && isAsciiSpace(m_text.at(m_start)))
             ++m_start;
         return true;
     }
@@ -41,7 +41,7 @@ public:
         if (!has(key, m_start))
             return false;
         int position = m_start + key.size();
-        while (position < m_end && isSpace(m_text.at(position)))
+        while (position < m_end && isAsciiSpace(m_text.at(position)))
             ++position;
         return position < m_end && m_text.at(position) == '=';
     }

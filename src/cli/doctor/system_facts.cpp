@@ -18,7 +18,7 @@ namespace Cli {
 namespace {
 
 // Longer than the daemon takes to start on a slow machine.
-constexpr int patienceMs = 10000;
+constexpr int callTimeoutMs = 10000;
 
 QString systemd() { return QStringLiteral("org.freedesktop.systemd1"); }
 
@@ -27,7 +27,7 @@ QDBusMessage ask(const QString &service, const QString &path, const QString &int
 {
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
     call.setArguments(arguments);
-    return QDBusConnection::systemBus().call(call, QDBus::Block, patienceMs);
+    return QDBusConnection::systemBus().call(call, QDBus::Block, callTimeoutMs);
 }
 
 QDBusMessage askBus(const QString &method)

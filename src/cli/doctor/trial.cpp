@@ -16,7 +16,7 @@ namespace Cli {
 
 namespace {
 
-constexpr int patienceMs = 20000;
+constexpr int trialTimeoutMs = 20000;
 
 /// A user as a unit with User= has it.
 struct Runner
@@ -149,7 +149,7 @@ QString complaintOf(QProcess &process)
     if (process.state() != QProcess::NotRunning) {
         process.kill();
         process.waitForFinished();
-        return QStringLiteral("it did not end within %1 seconds").arg(patienceMs / 1000);
+        return QStringLiteral("it did not end within %1 seconds").arg(trialTimeoutMs / 1000);
     }
     if (process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
         return {};
@@ -217,7 +217,7 @@ TrialRun runTrial(const Trial &trial)
     const QStringList missing = missingOnTheWayTo(folders);
     UserProcess process(user);
     process.start(trial.sandbox(), trial.argv().mid(1));
-    process.waitForFinished(patienceMs);
+    process.waitForFinished(trialTimeoutMs);
     const QString complaint = complaintOf(process);
     removeEmpty(missing);
     return {complaint, user.name};
@@ -229,7 +229,7 @@ QString firstLineOf(const QString &program, const QStringList &arguments)
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.setStandardInputFile(QProcess::nullDevice());
     process.start(program, arguments);
-    if (!process.waitForFinished(patienceMs)) {
+    if (!process.waitForFinished(trialTimeoutMs)) {
         process.kill();
         process.waitForFinished();
         return {};

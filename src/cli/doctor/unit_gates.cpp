@@ -21,7 +21,7 @@ struct AskedUnit
 };
 
 // systemctl for the system or the image that is examined.
-QString systemctl(const QStringList &words, const Examined &examined)
+QString systemctlBelow(const QStringList &words, const Examined &examined)
 {
     const QStringList root = examined.isLive() || examined.places.root.isEmpty()
         ? QStringList()
@@ -38,7 +38,7 @@ Gate missing(const AskedUnit &asked)
 Gate masked(const AskedUnit &asked, const Examined &examined)
 {
     return {asked.gate, Gate::No, asked.unit + QStringLiteral(" is masked"), asked.consequence,
-            systemctl({QStringLiteral("unmask"), asked.unit}, examined)};
+            systemctlBelow({QStringLiteral("unmask"), asked.unit}, examined)};
 }
 
 Gate gateOfFile(const AskedUnit &asked, const Examined &examined)
@@ -91,7 +91,7 @@ Gate gateOfRun(const AskedUnit &asked, const UnitFacts &facts)
     const QString state = QStringLiteral("%1 is %2").arg(asked.unit, facts.activeState);
     return {asked.gate, Gate::No,
             run.isFailure() ? QStringLiteral("%1: %2").arg(state, run.toString()) : state,
-            asked.consequence, Cli::systemctl("restart", asked.unit)};
+            asked.consequence, systemctl("restart", asked.unit)};
 }
 
 } // namespace
@@ -141,12 +141,14 @@ Gate sessionStartGate(const Examined &examined)
         return {name, Gate::No, unit + QStringLiteral(" is missing"),
                 consequence + QStringLiteral("; it comes with Orvane's package")};
     if (isMasked(file, root))
-        return {name, Gate::No, unit + QStringLiteral(" is masked"), consequence,
-                systemctl({QStringLiteral("--global"), QStringLiteral("unmask"), unit}, examined)};
+        return {
+            name, Gate::No, unit + QStringLiteral(" is masked"), consequence,
+            systemctlBelow({QStringLiteral("--global"), QStringLiteral("unmask"), unit}, examined)};
     const QString wants = QStringLiteral("default.target.wants/") + unit;
     if (unitFileOf(wants, UnitKind::User, root).isEmpty())
-        return {name, Gate::No, unit + QStringLiteral(" is not enabled"), consequence,
-                systemctl({QStringLiteral("--global"), QStringLiteral("enable"), unit}, examined)};
+        return {
+            name, Gate::No, unit + QStringLiteral(" is not enabled"), consequence,
+            systemctlBelow({QStringLiteral("--global"), QStringLiteral("enable"), unit}, examined)};
     return {name, Gate::Yes, file};
 }
 

@@ -21,7 +21,7 @@ using Autostart::Layers;
 using Autostart::Setting;
 
 // One layer, as `orvanectl autostart explain` shows it.
-QString textOf(const char *layer, const QVector<Setting> &settings, const Setting *deciding)
+QString layerText(const char *layer, const QVector<Setting> &settings, const Setting *deciding)
 {
     QStringList texts;
     for (const Setting &setting : settings) {
@@ -35,12 +35,12 @@ QString textOf(const char *layer, const QVector<Setting> &settings, const Settin
                                                         : texts.join(QStringLiteral(", ")));
 }
 
-QString textOf(const Layers &layers)
+QString layersText(const Layers &layers)
 {
     const Setting *deciding = layers.deciding();
-    return QStringList{textOf("user", layers.user, deciding),
-                       textOf("all users", layers.allUsers, deciding),
-                       textOf("system", layers.system, deciding)}
+    return QStringList{layerText("user", layers.user, deciding),
+                       layerText("all users", layers.allUsers, deciding),
+                       layerText("system", layers.system, deciding)}
         .join(QStringLiteral("; "));
 }
 
@@ -54,8 +54,8 @@ Gate switchGate(const Question &question)
     const Layers layers =
         Autostart::Settings(question.places, findings).layersOf(question.application, *uid);
     if (layers.isEnabled())
-        return {gate, Gate::Yes, textOf(layers)};
-    return {gate, Gate::No, textOf(layers),
+        return {gate, Gate::Yes, layersText(layers)};
+    return {gate, Gate::No, layersText(layers),
             QStringLiteral("It does not start with the session of the user %1.").arg(*uid),
             question.isLive ? commandOf({QStringLiteral("orvanectl"), QStringLiteral("autostart"),
                                          QStringLiteral("enable"), question.application,
