@@ -130,6 +130,7 @@ bool DirectoryWatcherPrivate::add(const QString &path, quint32 mask, const Purpo
 void DirectoryWatcherPrivate::addParent(const QString &path)
 {
     QString missing = path;
+    QString unwatchable;
     while (missing.size() > 1) {
         const QString parent = parentOf(missing);
         const QString name = missing.mid(missing.lastIndexOf(QLatin1Char('/')) + 1);
@@ -137,9 +138,11 @@ void DirectoryWatcherPrivate::addParent(const QString &path)
             missing = parent;
             continue;
         }
-        // What was missing may have come into being in between.
-        if (missing == path || !QFileInfo(missing).isDir())
+        // What was missing may have come into being in between. What is still not watched then is
+        // there, but may not be watched, or the system has no more watches.
+        if (missing == path || missing == unwatchable || !QFileInfo(missing).isDir())
             return;
+        unwatchable = missing;
         missing = path;
     }
 }

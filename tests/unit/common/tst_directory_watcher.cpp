@@ -27,6 +27,7 @@ private Q_SLOTS:
     void tellsOfAFileWithAnotherName();
     void tellsOfADirectoryThatGoesAndComesBack();
     void waitsForADirectoryThatIsDeepBelow();
+    void endsAtADirectoryThatCannotBeWatched();
     void saysNothingOfOtherNamesBesideAMissingDirectory();
     void holdsOneWatchForADirectoryOfManyFiles();
     void dropsWhatIsNotNamedAgain();
@@ -184,6 +185,29 @@ void TestDirectoryWatcher::waitsForADirectoryThatIsDeepBelow()
     }
     write(path("a/b/c/file"));
     QTRY_VERIFY_WITH_TIMEOUT(isTold(path("a/b/c/file"), DirectoryWatcher::Anything), 30000);
+}
+
+void TestDirectoryWatcher::endsAtADirectoryThatCannotBeWatched()
+{
+    QVERIFY(QDir().mkdir(path("closed")));
+    QCOMPARE(::chmod(qPrintable(path("closed")), 0111), 0);
+    const bool isRoot = ::geteuid() == 0;
+    // Root may read everything.
+    constexpr uid_t somebody = 65534;
+    if (isRoot) {
+        QCOMPARE(::chown(qPrintable(root->path()), somebody, somebody), 0);
+        QCOMPARE(::seteuid(somebody), 0);
+    }
+    look([this] { watcher->watchDirectory(path("closed/below/applications")); });
+    if (isRoot)
+        QCOMPARE(::seteuid(0), 0);
+    // The nearest directory that can be.
+    QCOMPARE(watcher->count(), 1);
+    QCOMPARE(::chmod(qPrintable(path("closed")), 0700), 0);
+    QVERIFY(QDir().rename(path("closed"), path("aside")));
+    QVERIFY(QDir().mkdir(path("closed")));
+    QTRY_VERIFY_WITH_TIMEOUT(isTold(path("closed/below/applications"), DirectoryWatcher::Anything),
+                             30000);
 }
 
 void TestDirectoryWatcher::saysNothingOfOtherNamesBesideAMissingDirectory()
