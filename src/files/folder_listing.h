@@ -19,6 +19,10 @@ struct ListedFile
     FileState state;
     /// Whether the folder has a symbolic link of that name.
     bool isLink = false;
+
+    /// Whether it can be written to without its folder being told: behind a link, or under another
+    /// name.
+    [[nodiscard]] bool isElsewhere() const { return isLink || state.links > 1; }
 };
 
 /// Whether symbolic links are looked at as what they lead to, or by themselves.

@@ -7,6 +7,7 @@
 #include "common/places.h"
 #include "files/folder_listing.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 
@@ -57,6 +58,7 @@ private:
     };
 
     void announce(const QString &path, const ListedFile *file) const;
+    [[nodiscard]] ListedFile announced(const QString &path, const ListedFile &file) const;
     void scanDirectory(const QString &directory);
     void takeOne(const ApplicationInfo &info, Chosen &chosen);
     void addAll(QVector<ApplicationInfo> &chosen);
@@ -88,6 +90,17 @@ void ApplicationCatalogue::Scan::announce(const QString &path, const ListedFile 
         m_aboutToRead(path, file);
 }
 
+// The file as it is now that it has been announced. Whoever watches it from now on has not seen
+// what was written to it since the folder was listed.
+ListedFile ApplicationCatalogue::Scan::announced(const QString &path, const ListedFile &file) const
+{
+    announce(path, &file);
+    if (!m_aboutToRead || !file.isElsewhere())
+        return file;
+    const FileState state = FileState::of(QFile::encodeName(m_places.real(path)).constData());
+    return {file.name, state, file.isLink};
+}
+
 void ApplicationCatalogue::Scan::scanDirectory(const QString &directory)
 {
     announce(directory, nullptr);
@@ -98,8 +111,8 @@ void ApplicationCatalogue::Scan::scanDirectory(const QString &directory)
     chosen.byId.reserve(files.size());
     for (const ListedFile &file : files) {
         const QString path = directory + QLatin1Char('/') + file.name;
-        announce(path, &file);
-        const ApplicationInfo info = m_records.record(path, file, m_places, m_findings);
+        const ApplicationInfo info =
+            m_records.record(path, announced(path, file), m_places, m_findings);
         if (!info.isValid()) {
             m_catalogue.m_invalidFiles.append(path);
             continue;

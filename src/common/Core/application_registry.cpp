@@ -52,8 +52,7 @@ void ApplicationRegistryPrivate::scan()
 void ApplicationRegistryPrivate::watch(const QString &path, const ListedFile *file)
 {
     // Of the others their folder tells.
-    const bool isElsewhere = file != nullptr && (file->isLink || file->state.links > 1);
-    if (isElsewhere)
+    if (file != nullptr && file->isElsewhere())
         watcher.watchFile(path);
 }
 

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <functional>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using Core::ApplicationCatalogue;
 using Core::ApplicationId;
@@ -40,6 +41,8 @@ private Q_SLOTS:
     void readsAgainWhatHasChanged_data();
     void readsAgainWhatHasChanged();
     void readsAgainWhatWasChangedJustBefore();
+    void readsAgainWhatWasChangedBeforeItWasWatched_data();
+    void readsAgainWhatWasChangedBeforeItWasWatched();
     void readsAgainWhatThereIsSomethingToSayOf_data();
     void readsAgainWhatThereIsSomethingToSayOf();
     void forgetsWhatIsGone();
@@ -146,6 +149,36 @@ void TestEntryRecords::readsAgainWhatWasChangedJustBefore()
     const auto task =
         look().task(Core::ApplicationTaskId(QStringLiteral("com.example.App3.task_sync")));
     QCOMPARE(task.type, QStringLiteral("Other"));
+}
+
+void TestEntryRecords::readsAgainWhatWasChangedBeforeItWasWatched_data()
+{
+    QTest::addColumn<bool>("isLink");
+    QTest::newRow("the target of a link") << true;
+    QTest::newRow("a file with a second name") << false;
+}
+
+void TestEntryRecords::readsAgainWhatWasChangedBeforeItWasWatched()
+{
+    QFETCH(bool, isLink);
+    const QString entry = QString::fromLatin1(folder) + QStringLiteral("App3.desktop");
+    const QString target = QStringLiteral("/target");
+    QCOMPARE(std::rename(qPrintable(root->path(entry)), qPrintable(root->path(target))), 0);
+    const QByteArray name = QFile::encodeName(root->path(entry));
+    const QByteArray file = QFile::encodeName(root->path(target));
+    QCOMPARE(isLink ? ::symlink(file.constData(), name.constData())
+                    : ::link(file.constData(), name.constData()),
+             0);
+    settle();
+    // The folder has been listed by then. No other look follows, because nobody watches it before.
+    const auto change = [&](const QString &path, const ListedFile *) {
+        if (path.endsWith(QStringLiteral("App3.desktop")))
+            root->write(target, root->read(target) + "[X-Task late]\nType=Sync\n");
+    };
+    const ApplicationCatalogue catalogue(placesOf(*root), findings, records(), change);
+    const ApplicationId id(QStringLiteral("com.example.App3"));
+    QCOMPARE(catalogue.application(id).tasks().keys(),
+             (QStringList{QStringLiteral("late"), QStringLiteral("sync")}));
 }
 
 void TestEntryRecords::readsAgainWhatThereIsSomethingToSayOf_data()
