@@ -73,6 +73,8 @@ public:
     std::unique_ptr<QSocketNotifier> notifier;
     /// Runs when the system has no more watches.
     QTimer polling;
+    /// Whether the system had none left for something that this look has named.
+    bool isShort = false;
     DirectoryWatcher *const q;
 };
 
@@ -101,6 +103,7 @@ DirectoryWatcherPrivate::~DirectoryWatcherPrivate()
 // Whoever looks then finds out what has changed.
 void DirectoryWatcherPrivate::poll()
 {
+    isShort = true;
     if (polling.isActive())
         return;
     qWarning() << "The system has no more watches for directories. They are looked at every second:"
@@ -202,7 +205,11 @@ DirectoryWatcher::DirectoryWatcher(QObject *parent)
 
 DirectoryWatcher::~DirectoryWatcher() = default;
 
-void DirectoryWatcher::beginLook() { ++d->look; }
+void DirectoryWatcher::beginLook()
+{
+    ++d->look;
+    d->isShort = d->descriptor < 0;
+}
 
 void DirectoryWatcher::watchDirectory(const QString &path)
 {
@@ -228,6 +235,10 @@ void DirectoryWatcher::endLook()
         ::inotify_rm_watch(d->descriptor, watch.key());
         watch = d->watches.erase(watch);
     }
+    if (!d->isShort)
+        d->polling.stop();
 }
 
 int DirectoryWatcher::count() const { return d->watches.size(); }
+
+bool DirectoryWatcher::isPolling() const { return d->polling.isActive(); }

@@ -19,8 +19,7 @@ public:
         /// Something was written to a file.
         Content,
         /// A name has come or gone, rights were changed, or a directory itself is another. Also
-        /// after
-        /// a loss of events, when anything may have changed.
+        /// after a loss of events, when anything may have changed.
         Anything
     };
     Q_ENUM(Change)
@@ -40,6 +39,9 @@ public:
     void endLook();
     /// How many watches of the system are held.
     [[nodiscard]] int count() const;
+    /// Whether the system had too few watches for the last look. Until a look has all that it
+    /// names, the watcher says every second that anything may have changed.
+    [[nodiscard]] bool isPolling() const;
 
 Q_SIGNALS:
     /// @param path of the file or directory that has changed, below or as one of those that are

@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <functional>
+#include <sched.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using Action = std::function<void(const QString &)>;
@@ -32,6 +34,7 @@ private Q_SLOTS:
     void holdsOneWatchForADirectoryOfManyFiles();
     void dropsWhatIsNotNamedAgain();
     void saysThatAnythingMayHaveChangedWhenEventsAreLost();
+    void pollsOnlyWhileThereAreTooFewWatches();
 
 private:
     [[nodiscard]] QString path(const char *name = "") const
@@ -258,6 +261,51 @@ void TestDirectoryWatcher::saysThatAnythingMayHaveChangedWhenEventsAreLost()
     for (int i = 0; i < most + 10; ++i)
         QCOMPARE(::chmod(files[i % 2].constData(), 0600), 0);
     QTRY_VERIFY_WITH_TIMEOUT(isTold(QString(), DirectoryWatcher::Anything), 30000);
+}
+
+namespace {
+
+void look(DirectoryWatcher &watcher, const QStringList &directories)
+{
+    watcher.beginLook();
+    for (const QString &directory : directories)
+        watcher.watchDirectory(directory);
+    watcher.endLook();
+}
+
+// Runs in a process of its own, because it takes the watches away from all that its process does.
+// Returns the number of the step that failed, 0 for none.
+int pollWithOneWatch(const QString &one, const QString &other)
+{
+    const QByteArray user = "0 " + QByteArray::number(::geteuid()) + " 1\n";
+    if (::unshare(CLONE_NEWUSER) != 0)
+        return 1;
+    QFile map(QStringLiteral("/proc/self/uid_map"));
+    if (!map.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || map.write(user) != user.size())
+        return 2;
+    QFile limit(QStringLiteral("/proc/sys/user/max_inotify_watches"));
+    if (!limit.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || limit.write("1") != 1)
+        return 3;
+    DirectoryWatcher watcher;
+    look(watcher, {one, other});
+    if (!watcher.isPolling())
+        return 4;
+    look(watcher, {one});
+    return watcher.isPolling() ? 5 : 0;
+}
+
+} // namespace
+
+void TestDirectoryWatcher::pollsOnlyWhileThereAreTooFewWatches()
+{
+    QVERIFY(QDir().mkdir(path("another")));
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(pollWithOneWatch(path("watched"), path("another")));
+    int status = 0;
+    QCOMPARE(::waitpid(child, &status, 0), child);
+    QVERIFY(WIFEXITED(status));
+    QCOMPARE(WEXITSTATUS(status), 0);
 }
 
 QTEST_GUILESS_MAIN(TestDirectoryWatcher)
