@@ -5,6 +5,7 @@
 #include "cli/lint/entry_text.h"
 #include "cli/lint/rules.h"
 #include "cli/no_findings.h"
+#include "cli/sandbox_files.h"
 #include "common/Core/application_catalogue.h"
 #include "common/Core/entry_records.h"
 #include "common/Core/manifest.h"
@@ -161,6 +162,20 @@ void lintPermissions(const Places &places, Collected &findings)
     }
 }
 
+// A package's own tree has no sandbox, and so nothing is said of it.
+void lintBasePermissions(const Places &places, Collected &findings)
+{
+    if (sandboxProgram(places).path.isEmpty())
+        return;
+    for (const bool isHomeless : {false, true}) {
+        const SandboxFile file = permissionFile(basePermission(isHomeless), places);
+        if (file.path.isEmpty())
+            findings.add(
+                LintRules::basePermissionMissing, {file.expected},
+                QStringLiteral("There is no %1.permission").arg(basePermission(isHomeless)));
+    }
+}
+
 // What a file says of one user is read for that user alone.
 void lintAutostart(const QString &folder, const QStringList &names, const Places &places,
                    Collected &findings)
@@ -308,6 +323,7 @@ void lintPlaces(const Places &places, const Places &system, Collected &findings)
     lintManifests(catalogue, places, system, findings);
     lintTaskTypes(places, findings);
     lintPermissions(places, findings);
+    lintBasePermissions(places, findings);
     (void)Core::VersionOverrides(places, findings);
     (void)Core::readMimeappsList(places, findings);
     for (const bool isOfDaemon : {false, true}) {

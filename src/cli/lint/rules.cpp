@@ -66,6 +66,8 @@ QVector<LintRule> programRules()
         {&refusedBySandbox, "Change what the message names."},
         {&permissionMissing, "Correct the name, or install NAME.permission."},
         {&unknownPermission, "Correct the name, or install NAME.permission."},
+        {&basePermissionMissing,
+         "Install the platform's permission files, or the package orvane-standalone."},
         {&permissionName, "Name the permission without / \" ' \\ $ % and blanks."},
         {&permissionUnreadable, "Put a regular file of less than 1 MiB in its place."},
     };

@@ -114,6 +114,10 @@ constexpr Rule permissionMissing{
     "permission-missing", Finding::Warning,
     "There is no file of a permission that a task declares: started with it, the task does not "
     "have it."};
+constexpr Rule basePermissionMissing{
+    "base-permission-missing", Finding::Warning,
+    "There is no file of a permission that every task is given: tasks run without what it "
+    "forbids."};
 constexpr Rule permissionName{
     "permission-name", Finding::Error,
     "A permission's name does not stay one word in a unit or path: with it a start is refused or "
