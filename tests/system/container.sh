@@ -6,8 +6,8 @@
 #                        goes on as root, in a mount namespace that goes with the script; returns at once
 #                        where that cannot be
 #   container_obstacle   why no container can be booted here; says nothing when one can
-#   container_create     an overlay over the image, with the daemon's package installed and the example
-#                        application in it; with the argument "clean" without the package
+#   container_create     an overlay over the image, with both packages installed and the example
+#                        application in it; with the argument "clean" without the packages
 #   container_boot       boots it and waits until it is up; again after container_stop
 #   in_container CMD...  runs a command in it, as root unless it says otherwise
 #   container_stop       powers it off; the overlay stays
@@ -15,7 +15,7 @@
 #   container_remove     ends it and leaves nothing behind: call at exit
 #
 # ORVANE_BUS: which program is the system bus: daemon (dbus-daemon), also when unset, or broker (dbus-broker).
-# ORVANE_BIN: folder of the built programs, build/release/bin when unset. The package lies in the build
+# ORVANE_BIN: folder of the built programs, build/release/bin when unset. The packages are in the build
 # folder, one above.
 
 container_source=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -72,7 +72,8 @@ container_create() {
     if [ "${1:-}" = clean ]; then
         image=$("$container_source/tests/system/image/build" "$ORVANE_BUS")
     else
-        image=$("$container_source/tests/system/image/install" "$(container_package)" "$ORVANE_BUS")
+        image=$("$container_source/tests/system/image/install" "$ORVANE_BUS" \
+            "$(container_package orvane)" "$(container_package orvane-standalone)")
     fi
     container_name=orvane-$$-$RANDOM
     mapfile -t container_cgroups < <(container_cgroup_parents | sed "s#\$#/$container_name#")
@@ -86,9 +87,9 @@ container_create() {
     container_install_example
 }
 
-# The package under test.
+# container_package NAME: one of the packages under test.
 container_package() {
-    local packages=("$ORVANE_BIN"/../orvane_*.deb)
+    local packages=("$ORVANE_BIN/../$1"_*.deb)
     [ -f "${packages[0]}" ] || { echo "no package in the build folder: make package" >&2; return 1; }
     echo "${packages[0]}"
 }
@@ -104,7 +105,6 @@ container_install_example() {
     container_install "$notes/com.example.Notes.desktop" \
         /usr/share/applications/com.example.Notes.desktop
     container_install "$notes/manifest.json" /opt/app/com.example.Notes/current/manifest.json
-    container_install "$notes/Sync.conf" /usr/share/orvane/task-types/Sync.conf
 }
 
 container_boot() {

@@ -31,8 +31,8 @@ Gate permissionsGate(const Examined &examined, const Trial &trial)
             QStringLiteral("no %1.permission in %2")
                 .arg(missing.join(QStringLiteral(".permission and no ")),
                      examined.places.permissionFolders.join(QStringLiteral(" or "))),
-            QStringLiteral("tasks run without what these forbid; they come with the "
-                           "platform")};
+            QStringLiteral("tasks run without what these forbid; they come with the platform, or "
+                           "with the package orvane-standalone")};
 }
 
 Gate emptyFoldersGate(const Examined &examined, const Trial &trial)

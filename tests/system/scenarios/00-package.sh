@@ -3,15 +3,16 @@
 # an upgrade loses neither tasks nor sessions nor settings, removing stops what ran, and purging leaves
 # nothing but what the owner wrote.
 
-# Without the daemon.
+# Without the daemon. What a platform has comes first.
 system=clean
 task=com.example.Notes.task_index
 name=com.example.Notes.Index
 apps=/var/lib/am/apps
 
 prepare() {
-    cp "$(container_package)" "$container_dir/root/root/first.deb"
-    make_upgrade "$(container_package)" "$container_dir/root/root/second.deb"
+    cp "$(container_package orvane-standalone)" "$container_dir/root/root/platform.deb"
+    cp "$(container_package orvane)" "$container_dir/root/root/first.deb"
+    make_upgrade "$(container_package orvane)" "$container_dir/root/root/second.deb"
     # What an owner may have written before.
     mkdir -p "$container_dir/root/etc/am/conf.d" "$container_dir/root/etc/systemd/system/orvane.service.d"
     printf '[com.example.Other]\nautostart=false\n' >"$container_dir/root/etc/am/conf.d/owner.conf"
@@ -20,6 +21,7 @@ prepare() {
 }
 
 scenario() {
+    apt_get install --no-install-recommends /root/platform.deb
     traces >"$container_dir/before"
     apt_get install --no-install-recommends /root/first.deb
 

@@ -7,7 +7,6 @@ begin='<!-- Written by tests/system/scenarios/65-who-may-do-what.sh; do not edit
 end='<!-- End of what is written. -->'
 
 scenario() {
-    in_container groupadd privileged
     in_container useradd --groups privileged member
     in_container useradd outsider
     start_peer fake-user-service org.zarn.Orvane.User

@@ -9,7 +9,6 @@ made_by_root=/run/made-by-root
 denied=org.freedesktop.DBus.Error.AccessDenied
 
 scenario() {
-    in_container groupadd privileged
     in_container useradd --gid privileged primary
     in_container useradd --groups privileged member
     in_container useradd outsider

@@ -6,7 +6,6 @@ task=com.example.Notes.task_sync
 line=$'a\nExecStartPre=+/usr/bin/touch /run/outside'
 
 scenario() {
-    in_container groupadd privileged
     in_container useradd --groups privileged member
     start_daemon
     register >/dev/null

@@ -6,7 +6,6 @@ app=com.example.Notes
 interface=org.freedesktop.DBus.Error
 
 scenario() {
-    in_container groupadd privileged
     in_container useradd --gid privileged primary
     in_container useradd --groups privileged member
     in_container useradd outsider
