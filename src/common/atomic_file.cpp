@@ -1,11 +1,14 @@
 #include "common/atomic_file.h"
 
+#include "common/directories.h"
+
 #include <QFile>
-#include <QFileInfo>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,23 +20,11 @@ namespace {
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t everybodyReads = ownerOnly | S_IRGRP | S_IROTH;
 
-// The rename survives a crash only once the directory is on the disk too. Not every file system
-// can do that, and the text is in place already: a failure changes nothing.
-void syncDirectoryOf(const QString &path)
-{
-    const QByteArray directory = QFile::encodeName(QFileInfo(path).canonicalPath());
-    const int fd = ::open(directory.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0)
-        return;
-    ::fsync(fd);
-    ::close(fd);
-}
-
 // A device or a pipe cannot be replaced by a file: a unit that is masked by a link to /dev/null
 // would cost the system its /dev/null. Opened so that a pipe without a reader does not block.
-FileWrite writeInPlace(const QString &path, const QByteArray &text)
+FileWrite writeInPlace(const QByteArray &path, const QByteArray &text)
 {
-    const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const int fd = ::open(path.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0)
         return FileWrite::CannotOpen;
     QFile file;
@@ -45,18 +36,40 @@ FileWrite writeInPlace(const QString &path, const QByteArray &text)
     return file.write(text) == text.size() ? FileWrite::Written : FileWrite::Incomplete;
 }
 
-// The file that a link leads to takes the text, and the link stays. After 128 links this assumes a
-// loop and replaces the link itself.
-QString endOfLinks(const QString &path)
+// Whether a failed look means that nothing has the name: a link to itself leads to nothing, and no
+// file has a name that is too long.
+bool meansNothing(int error) { return error == ENOENT || error == ELOOP || error == ENAMETOOLONG; }
+
+enum class Found { Nothing, File, Directory, Special, Unknown };
+
+Found foundAt(const QByteArray &path, OddPlaces places)
+{
+    struct stat status = {};
+    const bool throughLinks = places == OddPlaces::WrittenThrough;
+    const int result =
+        throughLinks ? ::stat(path.constData(), &status) : ::lstat(path.constData(), &status);
+    if (result != 0)
+        return meansNothing(errno) ? Found::Nothing : Found::Unknown;
+    if (S_ISDIR(status.st_mode))
+        return Found::Directory;
+    return S_ISREG(status.st_mode) ? Found::File : Found::Special;
+}
+
+// What a link leads to, or the path itself. After 128 links this assumes a loop and says the link
+// itself. Nothing when the system does not tell, because a link must not be taken for a file.
+std::optional<QByteArray> endOfLinks(const QByteArray &path)
 {
     constexpr int mostLinks = 128;
-    QFileInfo file(path);
-    for (int links = 0; file.isSymLink(); ++links) {
-        if (links == mostLinks)
-            return path;
-        file.setFile(file.symLinkTarget());
+    QByteArray place = path;
+    for (int links = 0; links < mostLinks; ++links) {
+        char text[PATH_MAX];
+        const ssize_t length = ::readlink(place.constData(), text, sizeof text);
+        if (length < 0)
+            return errno == EINVAL || meansNothing(errno) ? std::optional(place) : std::nullopt;
+        const QByteArray target(text, static_cast<int>(length));
+        place = target.startsWith('/') ? target : place.left(place.lastIndexOf('/') + 1) + target;
     }
-    return file.filePath();
+    return path;
 }
 
 bool writeAll(int fd, const QByteArray &text)
@@ -65,7 +78,7 @@ bool writeAll(int fd, const QByteArray &text)
     while (written < text.size()) {
         const ssize_t count =
             ::write(fd, text.constData() + written, static_cast<size_t>(text.size() - written));
-        if (count < 0 && errno != EINTR)
+        if (count == 0 || (count < 0 && errno != EINTR))
             return false;
         written += static_cast<int>(qMax<ssize_t>(count, 0));
     }
@@ -80,32 +93,48 @@ bool completeFile(int fd, const QByteArray &text, FileReaders readers)
     return ::close(fd) == 0 && complete;
 }
 
-FileWrite replaceFile(const QString &path, const QByteArray &text, FileReaders readers)
+// A file that says that nobody may write it stays, although its directory would let it go.
+bool mayBeReplaced(const QByteArray &path)
 {
-    const QFileInfo target(endOfLinks(path));
-    if (target.isDir() || (target.exists() && !target.isWritable()))
+    return ::access(path.constData(), W_OK) == 0 || meansNothing(errno);
+}
+
+FileWrite replaceFile(const QByteArray &path, const QByteArray &text, FileReaders readers)
+{
+    const QByteArray folder = path.left(path.lastIndexOf('/') + 1);
+    // Open before anything changes: without a free descriptor nothing does.
+    const HeldDirectory directory(QFile::decodeName(folder));
+    if (!directory.isHeld())
         return FileWrite::CannotOpen;
     // A short name of its own: with the target's in it, a target whose name is as long as names can
     // be could not be written.
-    QByteArray temporary = QFile::encodeName(target.path() + QLatin1String("/.orvane.XXXXXX"));
+    QByteArray temporary = folder + ".orvane.XXXXXX";
     const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
     if (fd < 0)
         return FileWrite::CannotOpen;
-    const QByteArray name = QFile::encodeName(target.filePath());
     if (!completeFile(fd, text, readers)
-        || ::rename(temporary.constData(), name.constData()) != 0) {
+        || ::rename(temporary.constData(), path.constData()) != 0) {
         ::unlink(temporary.constData());
         return FileWrite::Incomplete;
     }
-    syncDirectoryOf(target.filePath());
-    return FileWrite::Written;
+    return directory.sync() ? FileWrite::Written : FileWrite::Incomplete;
 }
 
 } // namespace
 
-FileWrite writeFileAtomically(const QString &path, const QByteArray &text, FileReaders readers)
+FileWrite writeFileAtomically(const QString &path, const QByteArray &text, FileReaders readers,
+                              OddPlaces places)
 {
-    const QFileInfo existing(path);
-    const bool isSpecial = existing.exists() && !existing.isFile() && !existing.isDir();
-    return isSpecial ? writeInPlace(path, text) : replaceFile(path, text, readers);
+    const QByteArray name = QFile::encodeName(path);
+    const Found found = foundAt(name, places);
+    if (found == Found::Directory || found == Found::Unknown)
+        return FileWrite::CannotOpen;
+    if (places == OddPlaces::Replaced)
+        return replaceFile(name, text, readers);
+    if (found == Found::Special)
+        return writeInPlace(name, text);
+    const std::optional<QByteArray> target = endOfLinks(name);
+    if (!target || !mayBeReplaced(*target))
+        return FileWrite::CannotOpen;
+    return replaceFile(*target, text, readers);
 }

@@ -1,11 +1,11 @@
 #include "system/Core/task_files.h"
 
 #include "common/atomic_file.h"
+#include "common/directories.h"
 #include "common/places.h"
 #include "plan/task_names.h"
 
 #include <QDebug>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -34,7 +34,7 @@ bool writePolicyFile(const Places &places, const QString &taskId, const QByteArr
 {
     const QString path = policyFilePath(places, taskId);
     // A directory that cannot be made shows in the next step.
-    QDir().mkpath(QFileInfo(path).path());
+    (void)makeDirectory(QFileInfo(path).path());
     const FileWrite result = writeFileAtomically(path, text);
     if (result == FileWrite::CannotOpen)
         qWarning() << "Could not create file:" << path;

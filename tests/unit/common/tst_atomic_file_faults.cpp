@@ -1,0 +1,231 @@
+// What is left of a file when any one call to the file system fails while it is replaced.
+
+#include "common/atomic_file.h"
+#include "support/every_fault.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
+}
+
+bool fill(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+}
+
+/// A folder with what a test wants in the file's place.
+class Stand
+{
+public:
+    explicit Stand(const QString &inPlace)
+    {
+        m_isMade = m_folder.isValid();
+        if (inPlace == QLatin1String("a file"))
+            m_isMade = fill(file(), "old");
+        else if (inPlace.startsWith(QLatin1String("a link")))
+            m_isMade = QDir(m_folder.path()).mkdir(QStringLiteral("elsewhere"))
+                && QFile::link(QStringLiteral("elsewhere/target"), file());
+        if (inPlace == QLatin1String("a link to a file"))
+            m_isMade =
+                m_isMade && fill(m_folder.filePath(QStringLiteral("elsewhere/target")), "old");
+        m_before = names();
+    }
+
+    [[nodiscard]] bool isMade() const { return m_isMade; }
+    [[nodiscard]] QString file() const { return m_folder.filePath(QStringLiteral("file")); }
+    [[nodiscard]] QStringList names() const
+    {
+        QStringList names;
+        for (const QString &folder :
+             {m_folder.path(), m_folder.filePath(QStringLiteral("elsewhere"))})
+            names += QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System
+                                            | QDir::NoDotAndDotDot);
+        return names;
+    }
+    [[nodiscard]] QStringList namesBefore() const { return m_before; }
+    [[nodiscard]] QString linkTarget() const { return QFile::symLinkTarget(file()); }
+
+private:
+    QTemporaryDir m_folder;
+    bool m_isMade = false;
+    QStringList m_before;
+};
+
+// Whether the fault has fired.
+bool writeWithAFault(const QString &inPlace, OddPlaces places, int which, int error)
+{
+    const Stand stand(inPlace);
+    const QByteArray before = contentOf(stand.file());
+    const QString link = stand.linkTarget();
+    QString failed;
+    FileWrite result = FileWrite::Written;
+    {
+        const FileFaults faults(which, error);
+        result = writeFileAtomically(stand.file(), "new", FileReaders::Everybody, places);
+        failed = faults.failed();
+    }
+    const auto check = [&] {
+        QVERIFY(stand.isMade());
+        const QByteArray now = contentOf(stand.file());
+        const bool isNew = now == "new";
+        QVERIFY2(isNew || now == before,
+                 qPrintable(failed + QLatin1String(": ") + QString::fromUtf8(now)));
+        QVERIFY2(result != FileWrite::Written || isNew, qPrintable(failed));
+        QVERIFY2(result != FileWrite::CannotOpen || !isNew, qPrintable(failed));
+        // Only the disk's last word can come after readers see the new text.
+        const bool isLastWord = failed.startsWith(QLatin1String("fsync"));
+        QVERIFY2(result != FileWrite::Incomplete || !isNew || isLastWord, qPrintable(failed));
+        const bool keepsLink = !isNew || places == OddPlaces::WrittenThrough;
+        QVERIFY2(!keepsLink || stand.linkTarget() == link, qPrintable(failed));
+        QVERIFY2(isNew || stand.names() == stand.namesBefore(), qPrintable(failed));
+        QVERIFY2(stand.names().filter(QStringLiteral(".orvane.")).isEmpty(), qPrintable(failed));
+    };
+    check();
+    return !failed.isEmpty();
+}
+
+} // namespace
+
+class TestAtomicFileFaults : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void leavesTheOldFileOrTheNew_data();
+    void leavesTheOldFileOrTheNew();
+    void tellsThatTheDiskDidNotTakeTheName();
+    void takesAFileSystemThatCannotSyncFoldersForSafe();
+    void changesNothingWhenTheFolderCannotBeHeld();
+    void hasTheFolderOnTheDiskAtTheEnd_data();
+    void hasTheFolderOnTheDiskAtTheEnd();
+    void replacesALinkWhenTold();
+    void leavesWhatAReplacedLinkLedTo();
+};
+
+void TestAtomicFileFaults::leavesTheOldFileOrTheNew_data() { addFileErrors(); }
+
+void TestAtomicFileFaults::leavesTheOldFileOrTheNew()
+{
+    QFETCH(int, error);
+    const QStringList inPlace{QStringLiteral("nothing"), QStringLiteral("a file"),
+                              QStringLiteral("a link to a file"),
+                              QStringLiteral("a link to nothing")};
+    for (const QString &what : inPlace) {
+        for (const OddPlaces places : {OddPlaces::WrittenThrough, OddPlaces::Replaced})
+            withEveryCallFailing(
+                [&](int which) { return writeWithAFault(what, places, which, error); });
+    }
+}
+
+namespace {
+
+// The number of a call in a write of a new file.
+int numberOf(const QString &call)
+{
+    for (int which = 0;; ++which) {
+        const Stand stand(QStringLiteral("a file"));
+        const FileFaults faults(which, EIO);
+        (void)writeFileAtomically(stand.file(), "new");
+        if (!faults.hasFired())
+            return -1;
+        if (faults.failed().startsWith(call)
+            && !faults.failed().contains(QLatin1String(".orvane.")))
+            return which;
+    }
+}
+
+} // namespace
+
+void TestAtomicFileFaults::tellsThatTheDiskDidNotTakeTheName()
+{
+    const int sync = numberOf(QStringLiteral("fsync"));
+    QVERIFY(sync >= 0);
+    const Stand stand(QStringLiteral("a file"));
+    const FileFaults faults(sync, EIO);
+    QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::Incomplete);
+}
+
+void TestAtomicFileFaults::takesAFileSystemThatCannotSyncFoldersForSafe()
+{
+    const int sync = numberOf(QStringLiteral("fsync"));
+    QVERIFY(sync >= 0);
+    const Stand stand(QStringLiteral("a file"));
+    const FileFaults faults(sync, EINVAL);
+    QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::Written);
+}
+
+void TestAtomicFileFaults::changesNothingWhenTheFolderCannotBeHeld()
+{
+    const int open = numberOf(QStringLiteral("open"));
+    QVERIFY(open >= 0);
+    const Stand stand(QStringLiteral("a file"));
+    {
+        const FileFaults faults(open, EMFILE);
+        QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::CannotOpen);
+        QCOMPARE(faults.changes(), QStringList());
+    }
+    QCOMPARE(contentOf(stand.file()), QByteArray("old"));
+}
+
+void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd_data()
+{
+    QTest::addColumn<QString>("inPlace");
+    QTest::addColumn<QString>("folder");
+    QTest::newRow("a file's own") << QStringLiteral("a file") << QString();
+    QTest::newRow("that of a link's end")
+        << QStringLiteral("a link to a file") << QStringLiteral("/elsewhere");
+}
+
+void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd()
+{
+    QFETCH(QString, inPlace);
+    QFETCH(QString, folder);
+
+    const Stand stand(inPlace);
+    const FileFaults watched;
+    QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::Written);
+    const QStringList changes = watched.changes();
+    QCOMPARE(changes.size(), 3);
+    // The text first: a name that is on the disk before its text stands for half a file.
+    QVERIFY2(changes.at(0).startsWith(QLatin1String("fsync "))
+                 && changes.at(0).contains(QLatin1String("/.orvane.")),
+             qPrintable(changes.at(0)));
+    QVERIFY2(changes.at(1).startsWith(QLatin1String("rename ")), qPrintable(changes.at(1)));
+    QCOMPARE(changes.at(2),
+             QStringLiteral("fsync ") + QFileInfo(stand.file()).absolutePath() + folder);
+}
+
+void TestAtomicFileFaults::replacesALinkWhenTold()
+{
+    for (const char *what : {"a link to a file", "a link to nothing"}) {
+        const Stand stand(QString::fromLatin1(what));
+        QCOMPARE(
+            writeFileAtomically(stand.file(), "new", FileReaders::Everybody, OddPlaces::Replaced),
+            FileWrite::Written);
+        QCOMPARE(stand.linkTarget(), QString());
+        QCOMPARE(contentOf(stand.file()), QByteArray("new"));
+    }
+}
+
+void TestAtomicFileFaults::leavesWhatAReplacedLinkLedTo()
+{
+    const Stand stand(QStringLiteral("a link to a file"));
+    const QString target = stand.linkTarget();
+    QCOMPARE(writeFileAtomically(stand.file(), "new", FileReaders::Everybody, OddPlaces::Replaced),
+             FileWrite::Written);
+    QCOMPARE(contentOf(target), QByteArray("old"));
+}
+
+QTEST_GUILESS_MAIN(TestAtomicFileFaults)
+#include "tst_atomic_file_faults.moc"
