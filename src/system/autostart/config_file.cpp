@@ -1,10 +1,11 @@
 #include "system/autostart/config_file.h"
 
 #include "common/atomic_file.h"
+#include "common/directories.h"
 
 #include <QDebug>
-#include <QDir>
 #include <QFileInfo>
+#include <QStringList>
 
 namespace Autostart {
 
@@ -20,12 +21,6 @@ QByteArray settingText(const QString &appId, int uid, bool enabled)
     return '[' + group + "]\nautostart=" + (enabled ? "true" : "false") + '\n';
 }
 
-// What no setting is kept in. It goes first: writing would end up at the other end of it.
-bool isLinkOrSpecial(const QFileInfo &file)
-{
-    return file.isSymLink() || (file.exists() && !file.isFile() && !file.isDir());
-}
-
 } // namespace
 
 bool canBeRemoved(const QString &filePath)
@@ -38,28 +33,20 @@ bool canBeRemoved(const QString &filePath)
 bool writeRuntimeConfig(const QString &filePath, const QString &appId, int uid, bool enabled)
 {
     const QFileInfo old(filePath);
-    if (old.isDir() || isLinkOrSpecial(old)) {
-        if (!QFile::remove(filePath)) {
-            qWarning() << "couldn't remove old runtime config:" << filePath;
-            return false;
-        }
-    }
-    if (!QDir().mkpath(old.absolutePath())) {
+    QStringList madeDirectories;
+    if (!makeDirectory(old.absolutePath(), &madeDirectories)) {
         qWarning() << "couldn't create base directory" << old.absolutePath() << "for" << filePath;
         return false;
     }
-    // The new setting takes the old one's place in one step, so that a crash or a full disk leaves
-    // one or the other.
-    const QByteArray text = settingText(appId, uid, enabled);
-    FileWrite result = writeFileAtomically(filePath, text);
-    // A file that forbids writing cannot be replaced in place, but taken away.
-    if (result == FileWrite::CannotOpen && old.exists() && !old.isWritable()
-        && QFile::remove(filePath)) {
-        result = writeFileAtomically(filePath, text);
-    }
+    // The new setting takes the place of whatever is there in one step, so that a crash or a full
+    // disk leaves one or the other. Written through a link, it would end up outside the store.
+    const FileWrite result = writeFileAtomically(filePath, settingText(appId, uid, enabled),
+                                                 FileReaders::Everybody, OddPlaces::Replaced);
     if (result == FileWrite::Written)
         return true;
-    if (QFileInfo::exists(filePath) && !canBeRemoved(filePath))
+    removeMadeDirectories(madeDirectories);
+    const bool isInTheWay = old.isSymLink() || old.exists();
+    if (isInTheWay && !canBeRemoved(filePath))
         qWarning() << "couldn't remove old runtime config:" << filePath;
     else
         qWarning() << "couldn't open configuration file for writing:" << filePath;

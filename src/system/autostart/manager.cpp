@@ -3,6 +3,7 @@
 #include "common/Core/application_id.h"
 #include "common/Core/findings.h"
 #include "common/client_text.h"
+#include "common/directories.h"
 #include "common/places.h"
 #include "system/autostart/config_file.h"
 #include "system/autostart/removal.h"
@@ -19,23 +20,40 @@ namespace Autostart {
 
 namespace {
 
+QFileInfoList settingsIn(const QDir &directory)
+{
+    return directory.entryInfoList(anyConfigFile(), QDir::Files | QDir::Hidden);
+}
+
 // Removes what single users had set for an application. Returns the base names of the files that
 // are still there.
 QStringList removeOverrides(const QString &runtimeDirectory, const QDir &directory)
 {
     QStringList kept;
+    const HeldDirectory held(directory.path());
     const bool reached = liesBelow(runtimeDirectory, directory.path());
-    const QFileInfoList files =
-        directory.entryInfoList(anyConfigFile(), QDir::Files | QDir::Hidden);
+    const QFileInfoList files = settingsIn(directory);
     for (const QFileInfo &file : files) {
-        // The setting for all users has been replaced, unless it could not be.
-        const bool gone = file.fileName() == allUsersFile()
-            ? canBeRemoved(file.filePath())
-            : reached && QFile::remove(file.filePath());
-        if (!gone)
+        const bool isNew = file.fileName() == allUsersFile();
+        if (!isNew && !(reached && QFile::remove(file.filePath())))
             kept.append(file.baseName());
     }
+    // No failure of the setting: it is on the disk already. A crash could bring back what users had
+    // set.
+    (void)held.sync();
     return kept;
+}
+
+// The base names of the files that would not let themselves be removed.
+QStringList fixedSettings(const QDir &directory)
+{
+    QStringList fixed;
+    const QFileInfoList files = settingsIn(directory);
+    for (const QFileInfo &file : files) {
+        if (!canBeRemoved(file.filePath()))
+            fixed.append(file.baseName());
+    }
+    return fixed;
 }
 
 } // namespace
@@ -81,11 +99,12 @@ bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
         return writeRuntimeConfig(directory.filePath(userFile(uid)), appId, uid, enabled);
     }
 
-    // The new setting first: after a crash in between, a user has what he had before or what is
-    // new. What single users had set goes also when the write failed.
+    // The new setting first: after a crash in between, users have what they had before or what is
+    // new. Without the new setting theirs stay.
     const bool written =
         writeRuntimeConfig(directory.filePath(allUsersFile()), appId, uid, enabled);
-    const QStringList kept = removeOverrides(m_runtimeDirectory, directory);
+    const QStringList kept =
+        written ? removeOverrides(m_runtimeDirectory, directory) : fixedSettings(directory);
     for (const QString &user : kept)
         qWarning() << "couldn't disable autostart of" << appId << "for" << user << "uid";
     return written;
@@ -130,7 +149,8 @@ void Manager::cleanupRemovedUsers()
         QDir directory = file.absoluteDir();
         const bool empty = directory.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System
                                              | QDir::NoDotAndDotDot);
-        if (empty && !directory.removeRecursively())
+        // Only an empty one, because a directory that cannot be read looks empty, too.
+        if (empty && !QDir().rmdir(directory.path()))
             qWarning() << "coudln't cleanup empty directory" << directory.path();
     }
 }

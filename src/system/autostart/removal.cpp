@@ -5,7 +5,24 @@
 #include <QFileInfo>
 #include <QStringList>
 
+#include <cerrno>
+
+#include <sys/stat.h>
+
 namespace Autostart {
+
+namespace {
+
+// Whether there is no directory of that name. False when the system does not tell.
+bool isNoDirectory(const QString &path)
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) == 0)
+        return !S_ISDIR(status.st_mode);
+    return errno == ENOENT || errno == ENOTDIR || errno == ELOOP || errno == ENAMETOOLONG;
+}
+
+} // namespace
 
 bool liesBelow(const QString &directory, const QString &path)
 {
@@ -18,11 +35,13 @@ bool removeBelow(const QString &directory, const QString &name)
 {
     // Step by step, as the file system reads a path, so that every link on the way is seen.
     QString place = QFileInfo(directory).canonicalFilePath();
+    if (place.isEmpty())
+        return isNoDirectory(directory);
     const QStringList steps = name.split(QLatin1Char('/'));
     for (int i = 0; i < steps.size(); ++i) {
         // Whatever follows, "x/.." is nowhere when there is no x.
-        if (place.isEmpty() || !QFileInfo(place).isDir())
-            return true;
+        if (!QFileInfo(place).isDir())
+            return isNoDirectory(place);
         const QString &step = steps.at(i);
         if (step.isEmpty() || step == QLatin1String("."))
             continue;
@@ -31,16 +50,22 @@ bool removeBelow(const QString &directory, const QString &name)
             continue;
         }
         place = QDir(place).filePath(step);
-        if (!QFileInfo(place).isSymLink())
+        struct stat status = {};
+        // Without an answer it may be a link.
+        if (::lstat(QFile::encodeName(place).constData(), &status) != 0)
+            return isNoDirectory(place);
+        if (!S_ISLNK(status.st_mode))
             continue;
         if (i == steps.size() - 1)
             return QFile::remove(place);
         const QString target = QFileInfo(place).canonicalFilePath();
-        if (!target.isEmpty() && !liesBelow(directory, target))
+        if (target.isEmpty())
+            return isNoDirectory(place);
+        if (!liesBelow(directory, target))
             return false;
         place = target;
     }
-    return QDir(place).removeRecursively();
+    return QDir(place).removeRecursively() && isNoDirectory(place);
 }
 
 } // namespace Autostart

@@ -1,0 +1,298 @@
+// What is left of autostart settings when any one call to the file system fails.
+
+#include "common/Core/findings.h"
+#include "common/places.h"
+#include "support/every_fault.h"
+#include "system/autostart/manager.h"
+#include "system/autostart/removal.h"
+#include "unit/common/Core/log_lines.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QMap>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+using Autostart::Manager;
+
+namespace {
+
+const QString app = QStringLiteral("a.b");
+
+bool write(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly)
+        && file.write(text) == text.size();
+}
+
+/// What every file below a folder holds; links by what they say.
+using Contents = QMap<QString, QByteArray>;
+
+Contents contentsOf(const QString &folder)
+{
+    Contents contents;
+    QDirIterator entries(folder,
+                         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        QFile file(entries.next());
+        const QFileInfo info = entries.fileInfo();
+        QByteArray text = "a directory";
+        if (info.isSymLink())
+            text = "a link to " + info.symLinkTarget().toUtf8();
+        else if (file.open(QIODevice::ReadOnly))
+            text = file.readAll();
+        contents.insert(info.filePath().mid(folder.size() + 1), text);
+    }
+    return contents;
+}
+
+/// A store of its own, with a manager that has nobody to ask for users.
+class Stand
+{
+public:
+    Stand()
+        : m_manager(Places::below(m_root.path()), Core::LoggedFindings::instance())
+    {
+    }
+
+    [[nodiscard]] bool put(const char *file, const QByteArray &text) const
+    {
+        return write(path(file), text);
+    }
+    [[nodiscard]] QString path(const char *file) const
+    {
+        return m_root.path() + QStringLiteral("/var/lib/am/apps/") + QString::fromLatin1(file);
+    }
+    [[nodiscard]] QString outside() const { return m_root.filePath(QStringLiteral("outside")); }
+    [[nodiscard]] Contents contents() const { return contentsOf(m_root.path()); }
+    Manager &manager() { return m_manager; }
+
+private:
+    const QTemporaryDir m_root;
+    Manager m_manager;
+};
+
+const QByteArray ofOne = "[a.b%7C5]\nautostart=false\n";
+const QByteArray ofAll = "[a.b]\nautostart=false\n";
+const QByteArray newOfOne = "[a.b%7C5]\nautostart=true\n";
+const QByteArray newOfAll = "[a.b]\nautostart=true\n";
+
+bool putSettings(const Stand &stand)
+{
+    return stand.put("a.b/5.conf", ofOne) && stand.put("a.b/6.conf", "[a.b%7C6]\nautostart=true\n")
+        && stand.put("a.b/all-users.conf", ofAll);
+}
+
+} // namespace
+
+class TestStoreFaults : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void keepsTheOldSettingOfAUserOrHasTheNew_data() { addFileErrors(); }
+    void keepsTheOldSettingOfAUserOrHasTheNew();
+    void leavesNoTraceOfAFirstSettingThatFailed_data() { addFileErrors(); }
+    void leavesNoTraceOfAFirstSettingThatFailed();
+    void keepsALinkAndItsTargetOrHasTheNewSetting_data() { addFileErrors(); }
+    void keepsALinkAndItsTargetOrHasTheNewSetting();
+    void losesNoUsersSettingWithoutTheNewOneForAll_data() { addFileErrors(); }
+    void losesNoUsersSettingWithoutTheNewOneForAll();
+    void removesUsersSettingsOnceTheNewOneForAllIsOnTheDisk();
+    void hasNewDirectoriesOnTheDiskBeforeItAnswers();
+    void saysThatAnApplicationIsForgottenOnlyWhenItIs_data() { addFileErrors(); }
+    void saysThatAnApplicationIsForgottenOnlyWhenItIs();
+};
+
+void TestStoreFaults::initTestCase()
+{
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+}
+
+namespace {
+
+struct Outcome
+{
+    bool isWritten = false;
+    QString failed;
+};
+
+Outcome setWithAFault(Stand &stand, int uid, int which, int error)
+{
+    const LogLines log;
+    const FileFaults faults(which, error);
+    const bool isWritten = stand.manager().setEnabled(uid, app, true);
+    return {isWritten, faults.failed()};
+}
+
+// A setting whose name the disk did not take is there, and reported all the same.
+bool isLastWord(const Outcome &outcome)
+{
+    return outcome.failed.startsWith(QLatin1String("fsync"));
+}
+
+} // namespace
+
+void TestStoreFaults::keepsTheOldSettingOfAUserOrHasTheNew()
+{
+    QFETCH(int, error);
+    withEveryCallFailing([&](int which) {
+        const LogLines log;
+        Stand stand;
+        const bool isReady = putSettings(stand);
+        const Contents before = stand.contents();
+        Contents after = before;
+        after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
+        const Outcome outcome = setWithAFault(stand, 5, which, error);
+        const Contents now = stand.contents();
+        const auto check = [&] {
+            QVERIFY(isReady);
+            QVERIFY2(outcome.isWritten ? now == after
+                                       : now == before || (isLastWord(outcome) && now == after),
+                     qPrintable(outcome.failed));
+        };
+        check();
+        return !outcome.failed.isEmpty();
+    });
+}
+
+void TestStoreFaults::leavesNoTraceOfAFirstSettingThatFailed()
+{
+    QFETCH(int, error);
+    withEveryCallFailing([&](int which) {
+        const LogLines log;
+        Stand stand;
+        const Outcome outcome = setWithAFault(stand, 5, which, error);
+        const Contents now = stand.contents();
+        const QByteArray setting = now.value(QStringLiteral("var/lib/am/apps/a.b/5.conf"));
+        const auto check = [&] {
+            QVERIFY2(outcome.isWritten
+                         ? setting == newOfOne
+                         : now.isEmpty() || (isLastWord(outcome) && setting == newOfOne),
+                     qPrintable(outcome.failed));
+        };
+        check();
+        return !outcome.failed.isEmpty();
+    });
+}
+
+void TestStoreFaults::keepsALinkAndItsTargetOrHasTheNewSetting()
+{
+    QFETCH(int, error);
+    withEveryCallFailing([&](int which) {
+        const LogLines log;
+        Stand stand;
+        const bool isReady = write(stand.outside(), "kept") && QDir().mkpath(stand.path("a.b"))
+            && QFile::link(stand.outside(), stand.path("a.b/5.conf"));
+        const Contents before = stand.contents();
+        Contents after = before;
+        after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
+        const Outcome outcome = setWithAFault(stand, 5, which, error);
+        const Contents now = stand.contents();
+        const auto check = [&] {
+            QVERIFY(isReady);
+            QVERIFY2(outcome.isWritten ? now == after
+                                       : now == before || (isLastWord(outcome) && now == after),
+                     qPrintable(outcome.failed));
+        };
+        check();
+        return !outcome.failed.isEmpty();
+    });
+}
+
+void TestStoreFaults::losesNoUsersSettingWithoutTheNewOneForAll()
+{
+    QFETCH(int, error);
+    withEveryCallFailing([&](int which) {
+        const LogLines log;
+        Stand stand;
+        const bool isReady = putSettings(stand);
+        const Contents before = stand.contents();
+        Contents withTheNewOne = before;
+        withTheNewOne[QStringLiteral("var/lib/am/apps/a.b/all-users.conf")] = newOfAll;
+        const Outcome outcome = setWithAFault(stand, Manager::allUsers, which, error);
+        const Contents now = stand.contents();
+        const QByteArray setting = now.value(QStringLiteral("var/lib/am/apps/a.b/all-users.conf"));
+        const auto check = [&] {
+            QVERIFY(isReady);
+            QVERIFY2(outcome.isWritten
+                         ? setting == newOfAll
+                         : now == before || (isLastWord(outcome) && now == withTheNewOne),
+                     qPrintable(outcome.failed));
+        };
+        check();
+        return !outcome.failed.isEmpty();
+    });
+}
+
+void TestStoreFaults::removesUsersSettingsOnceTheNewOneForAllIsOnTheDisk()
+{
+    Stand stand;
+    QVERIFY(putSettings(stand));
+    const FileFaults watched;
+    QVERIFY(stand.manager().setEnabled(Manager::allUsers, app, true));
+    const QString folder = stand.path("a.b");
+    QCOMPARE(watched.changes().mid(1),
+             QStringList({QStringLiteral("rename ") + folder + QStringLiteral("/all-users.conf"),
+                          QStringLiteral("fsync ") + folder,
+                          QStringLiteral("unlink ") + folder + QStringLiteral("/5.conf"),
+                          QStringLiteral("unlink ") + folder + QStringLiteral("/6.conf"),
+                          QStringLiteral("fsync ") + folder}));
+}
+
+void TestStoreFaults::hasNewDirectoriesOnTheDiskBeforeItAnswers()
+{
+    Stand stand;
+    const FileFaults watched;
+    QVERIFY(stand.manager().setEnabled(5, app, true));
+    const QStringList changes = watched.changes();
+    const QStringList made = changes.filter(QRegularExpression(QStringLiteral("^mkdir ")));
+    QCOMPARE(made.size(), 5);
+    for (const QString &change : made) {
+        const QString parent = QFileInfo(change.mid(6)).path();
+        QVERIFY2(changes.indexOf(QStringLiteral("fsync ") + parent) > changes.indexOf(change),
+                 qPrintable(change));
+    }
+    QCOMPARE(changes.constLast(), QStringLiteral("fsync ") + stand.path("a.b"));
+}
+
+void TestStoreFaults::saysThatAnApplicationIsForgottenOnlyWhenItIs()
+{
+    QFETCH(int, error);
+    withEveryCallFailing([&](int which) {
+        const LogLines log;
+        Stand stand;
+        const bool isReady = putSettings(stand)
+            && write(stand.outside() + QStringLiteral("/x"), "kept")
+            && QFile::link(stand.outside(), stand.path("link"));
+        QString failed;
+        bool isApplicationRemoved = false;
+        bool isLinkRemoved = false;
+        {
+            const FileFaults faults(which, error);
+            isApplicationRemoved = stand.manager().cleanupUninstalledApplication(app);
+            isLinkRemoved = stand.manager().cleanupUninstalledApplication(QStringLiteral("link"));
+            failed = faults.failed();
+        }
+        const Contents now = stand.contents();
+        const auto check = [&] {
+            QVERIFY(isReady);
+            const bool isGone = !now.contains(QStringLiteral("var/lib/am/apps/a.b"));
+            const bool isLinkGone = !now.contains(QStringLiteral("var/lib/am/apps/link"));
+            QVERIFY2(!isApplicationRemoved || isGone, qPrintable(failed));
+            QVERIFY2(!isLinkRemoved || isLinkGone, qPrintable(failed));
+            QVERIFY2(now.contains(QStringLiteral("outside/x")), qPrintable(failed));
+        };
+        check();
+        return !failed.isEmpty();
+    });
+}
+
+QTEST_GUILESS_MAIN(TestStoreFaults)
+#include "tst_store_faults.moc"
