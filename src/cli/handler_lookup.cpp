@@ -56,8 +56,8 @@ QVector<FoundHandler> handlersOf(const Openable &openable, const Places &places)
 {
     NoFindings findings;
     const Core::ApplicationCatalogue catalogue(places, findings);
-    const Core::UriHandlers handlers =
-        catalogue.uriHandlers(Core::readMimeappsList(places, findings));
+    const Core::UriHandlers handlers = catalogue.uriHandlers(
+        Core::readMimeappsList(places, findings).value_or(Core::MimeappsEntries()));
     const QSet<QString> forParents = catalogue.supportingMimeParents();
     const QVector<Core::UriHandler> all = openable.uri.isEmpty()
         ? handlers.explainedOfType(openable.mimeType, forParents)

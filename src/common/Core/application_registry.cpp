@@ -11,6 +11,8 @@
 #include <QUrl>
 #include <QVersionNumber>
 
+#include <optional>
+
 namespace Core {
 
 ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces, Findings &sink,
@@ -34,7 +36,8 @@ ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces
 
 void ApplicationRegistryPrivate::scan()
 {
-    chosenHandlers = readMimeappsList(places, findings);
+    // What was known stays as long as the file cannot be read.
+    chosenHandlers = readMimeappsList(places, findings).value_or(chosenHandlers);
     handlers.reset();
     // Watched before it is read, so that no change in between is lost.
     watcher.beginLook();
@@ -155,11 +158,13 @@ void ApplicationRegistry::setDefaultHandlerForUri(const QUrl &uri, const Applica
         return;
     }
     // Another program may have written to the file since the last scan.
+    const std::optional<MimeappsEntries> chosen = readMimeappsList(d->places, d->findings);
     UriHandlers &handlers = d->uriHandlers();
-    handlers.takeDefaults(readMimeappsList(d->places, d->findings),
-                          d->catalogue.fileToApplication());
+    handlers.takeDefaults(chosen.value_or(MimeappsEntries()), d->catalogue.fileToApplication());
     handlers.setDefault(uri, application.toString());
-    d->writeDefaults();
+    // The new file would cost the user the choices that could not be read.
+    if (chosen)
+        d->writeDefaults();
 }
 
 } // namespace Core

@@ -2,11 +2,11 @@
 
 #include "common/Core/rules.h"
 #include "common/atomic_file.h"
+#include "common/directories.h"
 #include "common/places.h"
 #include "files/foreign_file.h"
 
 #include <QDebug>
-#include <QDir>
 #include <QFileInfo>
 #include <QSet>
 #include <QStringList>
@@ -40,6 +40,33 @@ void addLine(const QString &line, int number, MimeappsEntries &entries)
         files.append({name, number});
 }
 
+QByteArray lineOf(const QString &mimeType, const QString &file)
+{
+    return mimeType.toUtf8() + '=' + file.toUtf8();
+}
+
+bool readsBack(const QString &mimeType, const QString &file)
+{
+    const QByteArray line = lineOf(mimeType, file);
+    MimeappsEntries entries;
+    addLine(QString::fromUtf8(line), 1, entries);
+    const QVector<ChosenFile> files = entries.value(mimeType);
+    return !line.contains('\n') && files.size() == 1 && files.constFirst().name == file;
+}
+
+QByteArray textOf(const QString &path, const QMap<QString, QString> &defaults)
+{
+    QByteArray text = "[Default Applications]\n";
+    for (auto entry = defaults.constBegin(); entry != defaults.constEnd(); ++entry) {
+        if (readsBack(entry.key(), entry.value()))
+            text += lineOf(entry.key(), entry.value()) + '\n';
+        else
+            qWarning() << "Not written to" << path
+                       << "because it would not be read as it is:" << entry.key() << entry.value();
+    }
+    return text;
+}
+
 } // namespace
 
 QString mimeappsListPath(const Places &places)
@@ -48,16 +75,17 @@ QString mimeappsListPath(const Places &places)
                                          : places.configFolder + QStringLiteral("/mimeapps.list");
 }
 
-MimeappsEntries readMimeappsList(const Places &places, Findings &findings)
+std::optional<MimeappsEntries> readMimeappsList(const Places &places, Findings &findings)
 {
     const QString path = mimeappsListPath(places);
     const ForeignFile file = readForeignFile(path);
     if (path.isEmpty() || file.state == ForeignFile::Missing)
-        return {};
+        return MimeappsEntries();
     if (file.state != ForeignFile::Read) {
         ORVANE_WARN(findings, findingOf(Rules::mimeappsUnreadable, {path}))
             << "Failed to open file" << path;
-        return {};
+        return file.state == ForeignFile::CannotOpen ? std::nullopt
+                                                     : std::optional(MimeappsEntries());
     }
     MimeappsEntries entries;
     const QList<QByteArray> lines = file.text.split('\n');
@@ -75,12 +103,9 @@ void writeMimeappsList(const Places &places, const QMap<QString, QString> &defau
         return;
     const QString directory = QFileInfo(path).path();
     // A directory that cannot be made shows in the next step too.
-    if (!QDir().mkpath(directory))
+    if (!makeDirectory(directory))
         qWarning() << "Failed to create directory" << directory;
-    QByteArray text = "[Default Applications]\n";
-    for (auto entry = defaults.constBegin(); entry != defaults.constEnd(); ++entry)
-        text += entry.key().toUtf8() + '=' + entry.value().toUtf8() + '\n';
-    const FileWrite result = writeFileAtomically(path, text);
+    const FileWrite result = writeFileAtomically(path, textOf(path, defaults));
     if (result == FileWrite::CannotOpen)
         qWarning() << "Failed to open file" << path;
     else if (result == FileWrite::Incomplete)

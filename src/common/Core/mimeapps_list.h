@@ -4,6 +4,8 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 struct Places;
 
 // The file in which a user's choice of applications for MIME types is kept.
@@ -26,11 +28,14 @@ using MimeappsEntries = QMap<QString, QVector<ChosenFile>>;
 /// Where the file is; empty when the user has no place for settings.
 [[nodiscard]] QString mimeappsListPath(const Places &places);
 
-/// Everything that the file lists, whatever group it is in; empty without a file.
-[[nodiscard]] MimeappsEntries readMimeappsList(const Places &places, Findings &findings);
+/// Everything that the file lists, whatever group it is in; empty without a file, and when what has
+/// its name is none. Nothing when the system did not let the file be read, perhaps for the moment.
+[[nodiscard]] std::optional<MimeappsEntries> readMimeappsList(const Places &places,
+                                                              Findings &findings);
 
 /// Writes the file anew, whole or not at all: one group of default applications and nothing else.
-/// Problems are logged.
+/// A choice that readMimeappsList() would not find again, such as a file name with a semicolon or a
+/// line break, is left out. Problems are logged.
 /// @param defaults MIME type to desktop file name.
 void writeMimeappsList(const Places &places, const QMap<QString, QString> &defaults);
 

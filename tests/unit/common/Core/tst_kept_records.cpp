@@ -7,6 +7,7 @@
 #include "common/Core/manifest.h"
 #include "common/sealed_bytes.h"
 #include "support/collected_findings.h"
+#include "support/every_fault.h"
 #include "support/root_places.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -46,6 +47,8 @@ private Q_SLOTS:
     void isReadableByItsOwnerOnly();
     void doesNothingWithoutAPlace();
     void logsThatItCannotKeep();
+    void keepsTheOldRecordsOrTheNewOnABadDisk_data() { addFileErrors(); }
+    void keepsTheOldRecordsOrTheNewOnABadDisk();
     void isKeptWhenNothingChangesForAWhile();
 
 private:
@@ -337,6 +340,32 @@ void TestKeptRecords::logsThatItCannotKeep()
     keep();
     QCOMPARE(log.taken().size(), 1);
     QCOMPARE(readByRun(), 2);
+}
+
+void TestKeptRecords::keepsTheOldRecordsOrTheNewOnABadDisk()
+{
+    QFETCH(int, error);
+
+    Core::keepRecords(places, {});
+    const QByteArray empty = kept();
+    settle();
+    const QVector<Core::KeptRecord> records = Core::keptRecords(places);
+    const QByteArray full = kept();
+    QVERIFY(full != empty);
+    withEveryCallFailing([&](int which) {
+        put(empty);
+        const LogLines log;
+        QString failed;
+        {
+            const FileFaults faults(which, error);
+            Core::keepRecords(places, records);
+            failed = faults.failed();
+        }
+        const QByteArray now = kept();
+        const auto check = [&] { QVERIFY2(now == empty || now == full, qPrintable(failed)); };
+        check();
+        return !failed.isEmpty();
+    });
 }
 
 void TestKeptRecords::isKeptWhenNothingChangesForAWhile()
