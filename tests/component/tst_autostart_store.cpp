@@ -20,6 +20,7 @@ private Q_SLOTS:
     void asksOnce();
     void namesASettingThatCannotBeRemoved();
     void namesADirectoryThatCannotBeRemoved();
+    void keepsTheSettingsInADirectoryThatCannotBeListed();
     void servesAndEndsWhenToldToWhileTheUserManagerIsSilent();
 
 private:
@@ -196,6 +197,33 @@ void TestAutostartStore::namesADirectoryThatCannotBeRemoved()
                                           + "\"\n"),
                  m_daemon->log());
     QVERIFY(!exists(QStringLiteral("a.b/100002.conf")));
+}
+
+// As without a free descriptor, when a directory is looked at for the second time.
+void TestAutostartStore::keepsTheSettingsInADirectoryThatCannotBeListed()
+{
+    for (const char *file : {"a.b/100000.conf", "a.b/100002.conf", "c.d/100002.conf"})
+        QVERIFY(writeSetting(QString::fromLatin1(file)));
+    if (QProcess::execute(
+            QStringLiteral("strace"),
+            {QStringLiteral("-qq"), QStringLiteral("-etrace=none"), QStringLiteral("true")})
+        != 0)
+        QSKIP("needs strace and the right to trace");
+    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    m_daemon = std::make_unique<Program>(
+        *m_root, QStringLiteral("strace"),
+        QStringList{QStringLiteral("-D"), QStringLiteral("-f"), QStringLiteral("-qq"),
+                    QStringLiteral("-P"), m_root->runtime(QStringLiteral("a.b")),
+                    QStringLiteral("-e"), QStringLiteral("trace=openat"), QStringLiteral("-e"),
+                    QStringLiteral("inject=openat:error=EMFILE:when=2"),
+                    QStringLiteral(ORVANE_BINARY)});
+    QVERIFY(waitForName(m_bus->connect(client), QStringLiteral("org.zarn.Orvane")));
+
+    // The last one in order.
+    QTRY_VERIFY_WITH_TIMEOUT(!exists(QStringLiteral("c.d")), 20000);
+    QTRY_VERIFY2(m_daemon->log().contains("(INJECTED)"), m_daemon->log());
+    QVERIFY(!exists(QStringLiteral("a.b/100002.conf")));
+    QVERIFY(exists(QStringLiteral("a.b/100000.conf")));
 }
 
 void TestAutostartStore::servesAndEndsWhenToldToWhileTheUserManagerIsSilent()
