@@ -4,6 +4,9 @@
 #include <QTemporaryFile>
 #include <QTest>
 
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,6 +25,45 @@ void speak(const QString &name)
 
 } // namespace Speaker
 
+/// A pipe that its reader may leave unread.
+class Pipe
+{
+public:
+    Pipe() { [[maybe_unused]] const int made = ::pipe2(m_ends, O_CLOEXEC | O_NONBLOCK); }
+    ~Pipe()
+    {
+        closeReader();
+        ::close(m_ends[1]);
+    }
+    Q_DISABLE_COPY(Pipe)
+
+    [[nodiscard]] QString path() const
+    {
+        return QStringLiteral("/proc/%1/fd/%2").arg(::getpid()).arg(m_ends[1]);
+    }
+    void fill() const
+    {
+        while (::write(m_ends[1], "x", 1) == 1) { }
+    }
+    [[nodiscard]] QByteArray readAll() const
+    {
+        QByteArray text;
+        char piece[4096];
+        for (ssize_t got = 0; (got = ::read(m_ends[0], piece, sizeof piece)) > 0;)
+            text.append(piece, static_cast<int>(got));
+        return text;
+    }
+    void closeReader()
+    {
+        if (m_ends[0] >= 0)
+            ::close(m_ends[0]);
+        m_ends[0] = -1;
+    }
+
+private:
+    int m_ends[2] = {-1, -1};
+};
+
 class TestLogging : public QObject
 {
     Q_OBJECT
@@ -29,10 +71,16 @@ class TestLogging : public QObject
 private Q_SLOTS:
     void namesFileLineAndFunction();
     void marksPrioritiesForTheJournal();
+    void losesLinesRatherThanWaitForAReader();
+    void saysHowManyLinesWereLost();
+    void outlivesTheReader();
+    void writesToNothingThatTookItsPlace();
 
 private:
     /// What this program logs when it is told to speak; standard error goes to a file.
     static QByteArrayList linesOfSpeech(bool toTheJournal);
+    /// Has this program speak when it is sent a line. Its standard error is a pipe.
+    static void listen(QProcess &process, const Pipe &pipe);
 };
 
 QByteArrayList TestLogging::linesOfSpeech(bool toTheJournal)
@@ -60,16 +108,16 @@ void TestLogging::namesFileLineAndFunction()
     QCOMPARE(lines.size(), 6);
     const QByteArray file = "tests/unit/common/tst_logging.cpp:";
     QCOMPARE(lines.at(0),
-             file + "14: void Speaker::speak(const QString&): Invalid app ID in \"a\\nb\"");
+             file + "17: void Speaker::speak(const QString&): Invalid app ID in \"a\\nb\"");
     QCOMPARE(lines.at(1),
-             file + "15: Speaker::speak(const QString&)::<lambda(int)>: from a lambda 5");
+             file + "18: Speaker::speak(const QString&)::<lambda(int)>: from a lambda 5");
     // One message is one line, whatever it holds.
-    QCOMPARE(lines.at(2), file + "17: void Speaker::speak(const QString&): one two");
-    QCOMPARE(lines.at(3), file + "18: void Speaker::speak(const QString&): three four");
-    QCOMPARE(lines.at(4), file + "19: void Speaker::speak(const QString&): five [31m six seven");
+    QCOMPARE(lines.at(2), file + "20: void Speaker::speak(const QString&): one two");
+    QCOMPARE(lines.at(3), file + "21: void Speaker::speak(const QString&): three four");
+    QCOMPARE(lines.at(4), file + "22: void Speaker::speak(const QString&): five [31m six seven");
     // The journal would make two lines of a longer one.
     QCOMPARE(lines.at(5),
-             file + "20: void Speaker::speak(const QString&): " + QByteArray(4096, 'x') + "...");
+             file + "23: void Speaker::speak(const QString&): " + QByteArray(4096, 'x') + "...");
 }
 
 void TestLogging::marksPrioritiesForTheJournal()
@@ -81,11 +129,93 @@ void TestLogging::marksPrioritiesForTheJournal()
     QVERIFY(lines.at(2).startsWith("<4>tests/"));
 }
 
+void TestLogging::listen(QProcess &process, const Pipe &pipe)
+{
+    process.setEnvironment(QProcess::systemEnvironment() << QStringLiteral("SPEAK=when told"));
+    process.setStandardErrorFile(pipe.path(), QIODevice::Append);
+    process.start(QCoreApplication::applicationFilePath(), QStringList());
+    QVERIFY(process.waitForStarted());
+}
+
+void TestLogging::losesLinesRatherThanWaitForAReader()
+{
+    const Pipe pipe;
+    pipe.fill();
+    QProcess process;
+    listen(process, pipe);
+    process.write("\n");
+    process.closeWriteChannel();
+    QVERIFY(process.waitForFinished(20000));
+    QCOMPARE(process.exitCode(), 0);
+    const QByteArray text = pipe.readAll();
+    QCOMPARE(text, QByteArray(text.size(), 'x'));
+}
+
+void TestLogging::saysHowManyLinesWereLost()
+{
+    const Pipe pipe;
+    pipe.fill();
+    QProcess process;
+    listen(process, pipe);
+    process.write("\n");
+    // It says so when it has spoken.
+    QVERIFY(process.waitForReadyRead(20000));
+    (void)pipe.readAll();
+    process.write("\n");
+    process.closeWriteChannel();
+    QVERIFY(process.waitForFinished(20000));
+    const QByteArrayList lines = pipe.readAll().trimmed().split('\n');
+    QCOMPARE(lines.size(), 7);
+    QCOMPARE(lines.at(0), QByteArray("(log lines lost: 6)"));
+    QVERIFY(lines.at(1).contains("Invalid app ID"));
+}
+
+void TestLogging::outlivesTheReader()
+{
+    Pipe pipe;
+    QProcess process;
+    listen(process, pipe);
+    pipe.closeReader();
+    process.write("\n");
+    process.closeWriteChannel();
+    QVERIFY(process.waitForFinished(20000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+}
+
+void TestLogging::writesToNothingThatTookItsPlace()
+{
+    QTemporaryFile file;
+    QVERIFY(file.open());
+    QProcess process;
+    process.setEnvironment(QProcess::systemEnvironment()
+                           << QStringLiteral("SPEAK=once")
+                           << QStringLiteral("LATER_FILE=%1").arg(file.fileName()));
+    process.start(QStringLiteral("sh"),
+                  {QStringLiteral("-c"), QStringLiteral("exec \"$0\" 2>&-"),
+                   QCoreApplication::applicationFilePath()});
+    QVERIFY(process.waitForFinished(20000));
+    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(file.readAll(), QByteArray());
+}
+
 int main(int argc, char *argv[])
 {
     if (qEnvironmentVariableIsSet("SPEAK")) {
+        // As a program's first state, whatever this test's own parent has set.
+        std::signal(SIGPIPE, SIG_DFL);
         installLogHandler();
-        Speaker::speak(QStringLiteral("a\nb"));
+        const QByteArray laterFile = qgetenv("LATER_FILE");
+        if (!laterFile.isEmpty() && ::open(laterFile.constData(), O_WRONLY) < 0)
+            return 1;
+        const bool isTold = qgetenv("SPEAK") == "when told";
+        do {
+            if (isTold && std::getchar() == EOF)
+                return 0;
+            Speaker::speak(QStringLiteral("a\nb"));
+            std::puts("Spoken");
+            std::fflush(stdout);
+        } while (isTold);
         return 0;
     }
     QCoreApplication application(argc, argv);
