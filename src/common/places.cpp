@@ -5,9 +5,9 @@
 #include "files/path_below.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -32,6 +32,17 @@ QString languagesOfEnvironment()
     for (const char *variable : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"})
         languages.append(qEnvironmentVariable(variable));
     return languages.join(QLatin1Char('\n'));
+}
+
+// Names match in any case.
+QVector<QRegularExpression> expressionsOf(const QStringList &patterns)
+{
+    QVector<QRegularExpression> expressions;
+    for (const QString &pattern : patterns)
+        expressions.append(
+            QRegularExpression(QRegularExpression::wildcardToRegularExpression(pattern),
+                               QRegularExpression::CaseInsensitiveOption));
+    return expressions;
 }
 
 std::optional<Places> &placesOfProcess()
@@ -149,16 +160,21 @@ QVector<ListedFile> Places::filesIn(const QString &folder, const QString &suffix
 
 QStringList Places::filesBelow(const QString &folder, const QStringList &patterns) const
 {
-    const QString start = real(folder);
+    const QVector<QRegularExpression> expressions = expressionsOf(patterns);
+    const auto matches = [&](const QString &path) {
+        const QString name = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+        const auto isMatch = [&](const auto &expression) {
+            return expression.match(name).hasMatch();
+        };
+        return expressions.isEmpty()
+            || std::any_of(expressions.begin(), expressions.end(), isMatch);
+    };
     QStringList paths;
-    QDirIterator entries(start, patterns,
-                         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                         QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QString path = folder + entries.next().mid(start.size());
+    const QStringList all = pathsBelow(real(folder));
+    for (const QString &below : all) {
         // Neither a folder nor a link to a pipe or a device.
-        if (QFileInfo(real(path)).isFile())
-            paths.append(path);
+        if (matches(below) && mayBeFile(real(folder + below)))
+            paths.append(folder + below);
     }
     paths.sort();
     return paths;

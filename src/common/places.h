@@ -67,10 +67,10 @@ struct Places
     /// lead in the image. For other paths, the path itself.
     [[nodiscard]] QString real(const QString &path) const;
     /// The files in a folder whose names end in `suffix`, in order; none that is hidden. Their
-    /// states are those of the real files.
+    /// states are those of the real files. See filesIn() of folder_listing.h for what fails.
     [[nodiscard]] QVector<ListedFile> filesIn(const QString &folder, const QString &suffix) const;
     /// The paths of the files in a folder and in the folders below it that match one of the
-    /// patterns, in order; hidden ones too.
+    /// patterns, in order; hidden ones too. Without what cannot be listed, which ReadFailures tell.
     [[nodiscard]] QStringList filesBelow(const QString &folder, const QStringList &patterns) const;
     /// What /proc says of a process.
     [[nodiscard]] QString process(uint id) const;

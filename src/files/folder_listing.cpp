@@ -1,5 +1,7 @@
 #include "files/folder_listing.h"
 
+#include "files/read_failures.h"
+
 #include <QFile>
 
 #include <algorithm>
@@ -17,10 +19,42 @@ struct Closer
 };
 using Folder = std::unique_ptr<DIR, Closer>;
 
-Folder opened(const QString &folder)
+/// Lists a folder, and remembers why it could not.
+class Listing
 {
-    return Folder(::opendir(QFile::encodeName(folder).constData()));
-}
+public:
+    explicit Listing(const QString &folder)
+        : m_folder(::opendir(QFile::encodeName(folder).constData()))
+        , m_error(m_folder ? 0 : errno)
+    {
+    }
+    /// Null at the end.
+    [[nodiscard]] const dirent *next()
+    {
+        if (!m_folder)
+            return nullptr;
+        errno = 0;
+        const dirent *entry = ::readdir(m_folder.get());
+        if (entry == nullptr)
+            m_error = errno;
+        return entry;
+    }
+    [[nodiscard]] bool hasFailed() const
+    {
+        return m_error != 0 && !ReadFailures::isMissing(m_error);
+    }
+    /// For ReadFailures.
+    void noteFailure(const QString &folder) const
+    {
+        if (hasFailed())
+            ReadFailures::note(folder, qt_error_string(m_error));
+    }
+    [[nodiscard]] DIR *folder() const { return m_folder.get(); }
+
+private:
+    const Folder m_folder;
+    int m_error;
+};
 
 // Null when it is no text.
 QString textOf(const char *name)
@@ -43,6 +77,21 @@ bool isLink(DIR *folder, const dirent &entry)
         && S_ISLNK(status.st_mode);
 }
 
+bool isFolder(DIR *folder, const dirent &entry)
+{
+    if (entry.d_type != DT_UNKNOWN)
+        return entry.d_type == DT_DIR;
+    struct stat status = {};
+    return ::fstatat(::dirfd(folder), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0
+        && S_ISDIR(status.st_mode);
+}
+
+// Whether a look failed because of what the system has for that name, not because of the system.
+bool saysOfTheFile(int error)
+{
+    return ReadFailures::isMissing(error) || error == ELOOP || error == EACCES;
+}
+
 // Nothing when it does not count.
 std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString &name, Links links)
 {
@@ -50,7 +99,12 @@ std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString
         return {};
     struct stat status = {};
     const int flags = links == Links::AreFollowed ? 0 : AT_SYMLINK_NOFOLLOW;
-    if (::fstatat(::dirfd(folder), entry.d_name, &status, flags) != 0 || S_ISDIR(status.st_mode))
+    if (::fstatat(::dirfd(folder), entry.d_name, &status, flags) != 0) {
+        if (saysOfTheFile(errno))
+            return {};
+        return ListedFile{name, FileState(), isLink(folder, entry)};
+    }
+    if (S_ISDIR(status.st_mode))
         return {};
     const bool link = isLink(folder, entry);
     if (!link && !S_ISREG(status.st_mode))
@@ -63,28 +117,54 @@ std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString
 QVector<ListedFile> filesIn(const QString &folder, const QString &suffix, Links links)
 {
     QVector<ListedFile> files;
-    const Folder open = opened(folder);
-    while (const dirent *entry = open ? ::readdir(open.get()) : nullptr) {
+    Listing listing(folder);
+    while (const dirent *entry = listing.next()) {
         if (entry->d_name[0] == '.')
             continue;
         const QString name = textOf(entry->d_name);
         if (!name.endsWith(suffix, Qt::CaseInsensitive))
             continue;
-        if (const std::optional<ListedFile> file = listed(open.get(), *entry, name, links))
+        if (const std::optional<ListedFile> file = listed(listing.folder(), *entry, name, links))
             files.append(*file);
     }
+    listing.noteFailure(folder);
     std::sort(files.begin(), files.end(),
               [](const ListedFile &a, const ListedFile &b) { return a.name < b.name; });
     return files;
 }
 
+QStringList pathsBelow(const QString &folder)
+{
+    QStringList paths;
+    QStringList folders{QString()};
+    while (!folders.isEmpty()) {
+        const QString below = folders.takeLast();
+        Listing listing(folder + below);
+        while (const dirent *entry = listing.next()) {
+            const QString name = textOf(entry->d_name);
+            const bool isDots = name == QLatin1String(".") || name == QLatin1String("..");
+            if (!name.isEmpty() && !isDots)
+                (isFolder(listing.folder(), *entry) ? folders : paths)
+                    .append(below + QLatin1Char('/') + name);
+        }
+        listing.noteFailure(folder + below);
+    }
+    return paths;
+}
+
+bool mayBeFile(const QString &path)
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return !saysOfTheFile(errno);
+    return S_ISREG(status.st_mode);
+}
+
 std::optional<QSet<QByteArray>> namesIn(const QString &folder)
 {
     QSet<QByteArray> names;
-    const Folder open = opened(folder);
-    if (!open && errno != ENOENT && errno != ENOTDIR)
-        return {};
-    while (const dirent *entry = open ? ::readdir(open.get()) : nullptr)
+    Listing listing(folder);
+    while (const dirent *entry = listing.next())
         names.insert(entry->d_name);
-    return names;
+    return listing.hasFailed() ? std::nullopt : std::optional(names);
 }

@@ -1,6 +1,7 @@
 #include "files/foreign_file.h"
 
 #include "files/foreign_file_memory.h"
+#include "files/read_failures.h"
 
 #include <QFile>
 
@@ -15,9 +16,7 @@ ForeignFile failed(ForeignFile::State state, const QString &reason) { return {st
 
 ForeignFile failed(int error)
 {
-    // No file can have a name that is too long.
-    const bool isMissing = error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG;
-    return failed(isMissing ? ForeignFile::Missing : ForeignFile::CannotOpen,
+    return failed(ReadFailures::isMissing(error) ? ForeignFile::Missing : ForeignFile::CannotOpen,
                   qt_error_string(error));
 }
 
@@ -94,9 +93,7 @@ ForeignFile readWhole(const QString &path, qint64 largest)
     return file.text.size() > largest ? tooLarge(largest) : file;
 }
 
-} // namespace
-
-ForeignFile readForeignFile(const QString &path, qint64 largest)
+ForeignFile readOnce(const QString &path, qint64 largest)
 {
     ForeignFileMemory *const memory = ForeignFileMemory::ofThread();
     if (memory == nullptr)
@@ -105,6 +102,16 @@ ForeignFile readForeignFile(const QString &path, qint64 largest)
         return *known;
     const ForeignFile file = readWhole(path, largest);
     memory->remember(path, largest, file);
+    return file;
+}
+
+} // namespace
+
+ForeignFile readForeignFile(const QString &path, qint64 largest)
+{
+    const ForeignFile file = readOnce(path, largest);
+    if (file.state == ForeignFile::CannotOpen)
+        ReadFailures::note(path, file.reason);
     return file;
 }
 

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void skipsTheCheckOnlyWhenToldExactlySo();
     void saysWhoseSettingCouldNotBeStored_data();
     void saysWhoseSettingCouldNotBeStored();
+    void saysThatItCouldNotReadTheSettings();
     void survivesACallThatWantsNoReply();
     void aCallStartsTheIdleTimeAnew();
     void describesItself();
@@ -301,6 +302,22 @@ void TestAutostart::saysWhoseSettingCouldNotBeStored()
     QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to set autostart value for ") + whose);
     QTRY_VERIFY(m_daemon->log().contains("couldn't create base directory \""
                                          + m_root->runtime(app).toUtf8() + "\" for \""));
+}
+
+void TestAutostart::saysThatItCouldNotReadTheSettings()
+{
+    QVERIFY(startDaemon());
+    QVERIFY(setEnabled(100000, app, true).type() == QDBusMessage::ReplyMessage);
+    // A folder that the system refuses to open, whoever asks.
+    const QString folder = m_root->path(QStringLiteral("etc/am/conf.d"));
+    QVERIFY(QDir().mkpath(QFileInfo(folder).path()) && QFile::link(folder, folder));
+    const QDBusMessage reply = call(QStringLiteral("GetEnabled"), {100000});
+    QCOMPARE(reply.errorName(), internalError);
+    QCOMPARE(reply.errorMessage(),
+             QStringLiteral("Failed to read autostart values for user with UID 100000"));
+    QVERIFY(QFile::remove(folder));
+    QCOMPARE(call(QStringLiteral("GetEnabled"), {100000}).arguments().constFirst().toStringList(),
+             QStringList(app));
 }
 
 void TestAutostart::survivesACallThatWantsNoReply()

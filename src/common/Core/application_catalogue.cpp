@@ -6,6 +6,7 @@
 #include "common/Core/task_bounds.h"
 #include "common/places.h"
 #include "files/folder_listing.h"
+#include "files/read_failures.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -60,6 +61,9 @@ private:
     void announce(const QString &path, const ListedFile *file) const;
     [[nodiscard]] ListedFile announced(const QString &path, const ListedFile &file) const;
     void scanDirectory(const QString &directory);
+    void take(const QString &path, const QString &name, const ApplicationInfo &info,
+              Chosen &chosen);
+    void takeKnown(const QString &directory, Chosen &chosen);
     void takeOne(const ApplicationInfo &info, Chosen &chosen);
     void addAll(QVector<ApplicationInfo> &chosen);
     void add(const ApplicationInfo &info);
@@ -77,10 +81,8 @@ private:
 void ApplicationCatalogue::Scan::run()
 {
     m_records.beginLook(m_places);
-    for (const QString &directory : m_places.applicationFolders) {
-        if (QFileInfo(m_places.real(directory)).isDir())
-            scanDirectory(directory);
-    }
+    for (const QString &directory : m_places.applicationFolders)
+        scanDirectory(directory);
     m_records.endLook();
 }
 
@@ -104,23 +106,41 @@ ListedFile ApplicationCatalogue::Scan::announced(const QString &path, const List
 void ApplicationCatalogue::Scan::scanDirectory(const QString &directory)
 {
     announce(directory, nullptr);
+    const ReadFailures failures;
     // By name, so that two entries of the same application do not depend on the disk's order.
-    const QVector<ListedFile> files = m_places.filesIn(directory, QStringLiteral(".desktop"));
+    QVector<ListedFile> files = m_places.filesIn(directory, QStringLiteral(".desktop"));
     Chosen chosen;
+    if (failures.any()) {
+        files.clear();
+        takeKnown(directory, chosen);
+    }
     chosen.entries.reserve(files.size());
     chosen.byId.reserve(files.size());
     for (const ListedFile &file : files) {
         const QString path = directory + QLatin1Char('/') + file.name;
-        const ApplicationInfo info =
-            m_records.record(path, announced(path, file), m_places, m_findings);
-        if (!info.isValid()) {
-            m_catalogue.m_invalidFiles.append(path);
-            continue;
-        }
-        takeOne(info, chosen);
-        addFileName(file.name, info);
+        take(path, file.name, m_records.record(path, announced(path, file), m_places, m_findings),
+             chosen);
     }
     addAll(chosen.entries);
+}
+
+void ApplicationCatalogue::Scan::take(const QString &path, const QString &name,
+                                      const ApplicationInfo &info, Chosen &chosen)
+{
+    if (!info.isValid()) {
+        m_catalogue.m_invalidFiles.append(path);
+        return;
+    }
+    takeOne(info, chosen);
+    addFileName(name, info);
+}
+
+// What cannot be listed is not gone.
+void ApplicationCatalogue::Scan::takeKnown(const QString &directory, Chosen &chosen)
+{
+    const QMap<QString, ApplicationInfo> known = m_records.knownIn(directory);
+    for (auto info = known.constBegin(); info != known.constEnd(); ++info)
+        take(directory + QLatin1Char('/') + info.key(), info.key(), *info, chosen);
 }
 
 // One entry of each application, whatever entries of one directory say that they are the same.

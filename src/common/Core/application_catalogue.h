@@ -49,8 +49,8 @@ public:
         QString by;
     };
 
-    /// Called with each folder before it is listed, then without a file, and with each file before
-    /// it is read.
+    /// Called with each folder before it is listed, then without a file, whether there is one or
+    /// not, and with each file before it is read.
     using AboutToRead = std::function<void(const QString &path, const ListedFile *file)>;
 
     /// Knows nothing.
@@ -61,7 +61,8 @@ public:
     /// @param extent how much of each record is read.
     ApplicationCatalogue(const Places &places, Findings &findings,
                          ApplicationInfo::Extent extent = ApplicationInfo::Everything);
-    /// The same, without reading what `records` have and what has not changed since.
+    /// The same, without reading what `records` have and what has not changed since. Of what cannot
+    /// be listed or read it takes what `records` have, changed or not.
     /// @param aboutToRead may be empty.
     ApplicationCatalogue(const Places &places, Findings &findings, EntryRecords &records,
                          const AboutToRead &aboutToRead = {});

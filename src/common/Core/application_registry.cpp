@@ -4,6 +4,7 @@
 #include "common/Core/findings.h"
 #include "common/Core/manifest.h"
 #include "files/folder_listing.h"
+#include "files/read_failures.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -15,10 +16,20 @@
 
 namespace Core {
 
+namespace {
+
+// Between the tries of a look that could not see everything, in milliseconds: soon at first,
+// because a lack of descriptors passes, and seldom later, because a broken disk does not.
+constexpr int firstRetryMs = 500;
+constexpr int lastRetryMs = 60000;
+
+} // namespace
+
 ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces, Findings &sink,
                                                        ApplicationRegistry *registry)
     : places(givenPlaces)
     , findings(sink)
+    , retryMs(firstRetryMs)
     , versionOverrides(places, findings)
     , q(registry)
 {
@@ -26,6 +37,8 @@ ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces
         &watcher, &DirectoryWatcher::changed, q,
         [this](const QString &path, DirectoryWatcher::Change change) { notice(path, change); });
     QObject::connect(&pace, &LookPace::due, q, [this] { scan(); });
+    retry.setSingleShot(true);
+    QObject::connect(&retry, &QTimer::timeout, q, [this] { pace.request(); });
     keepSoon.setSingleShot(true);
     keepSoon.setInterval(1000);
     QObject::connect(&keepSoon, &QTimer::timeout, q, [this] { keepRecords(); });
@@ -36,9 +49,12 @@ ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces
 
 void ApplicationRegistryPrivate::scan()
 {
+    const ReadFailures failures;
     // What was known stays as long as the file cannot be read.
     chosenHandlers = readMimeappsList(places, findings).value_or(chosenHandlers);
     handlers.reset();
+    if (!versionOverrides.isLoaded())
+        versionOverrides.reload();
     // Watched before it is read, so that no change in between is lost.
     watcher.beginLook();
     for (const QString &folder : places.applicationFolders)
@@ -49,7 +65,25 @@ void ApplicationRegistryPrivate::scan()
     watcher.endLook();
     if (records.isKeepingDue())
         keepSoon.start();
+    retryAfter(failures.first());
     Q_EMIT q->manifestsChanged();
+}
+
+void ApplicationRegistryPrivate::retryAfter(const QString &failure)
+{
+    if (failure.isEmpty()) {
+        retry.stop();
+        retryMs = firstRetryMs;
+        return;
+    }
+    // Looks that changes cause do not put the next try off.
+    if (retry.isActive())
+        return;
+    if (retryMs == firstRetryMs)
+        qWarning() << "Could not read all of what is installed. What was known stays. First:"
+                   << failure;
+    retry.start(retryMs);
+    retryMs = qMin(2 * retryMs, lastRetryMs);
 }
 
 void ApplicationRegistryPrivate::watch(const QString &path, const ListedFile *file)

@@ -22,6 +22,9 @@ public:
 
     void scan();
     void watch(const QString &path, const ListedFile *file);
+    /// Looks again later when a look could not see everything.
+    /// @param failure what it could not read, for a person; empty when it has seen everything.
+    void retryAfter(const QString &failure);
     void notice(const QString &path, DirectoryWatcher::Change change);
     /// Made when the first caller asks after a scan.
     UriHandlers &uriHandlers();
@@ -34,6 +37,9 @@ public:
     ApplicationCatalogue catalogue;
     DirectoryWatcher watcher;
     LookPace pace;
+    /// Runs from a look that could not see everything to the next try.
+    QTimer retry;
+    int retryMs;
     /// Runs out when nothing has changed for some time.
     QTimer keepSoon;
     VersionOverrides versionOverrides;

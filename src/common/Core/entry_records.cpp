@@ -3,6 +3,7 @@
 #include "common/Core/findings.h"
 #include "common/Core/kept_records.h"
 #include "files/folder_listing.h"
+#include "files/read_failures.h"
 
 #include <iterator>
 
@@ -63,6 +64,7 @@ void EntryRecords::beginLook(const Places &places)
 ApplicationInfo EntryRecords::record(const QString &path, const ListedFile &file,
                                      const Places &places, Findings &findings)
 {
+    const ReadFailures failures;
     const auto earlier = m_kept.find(path);
     if (earlier != m_kept.end() && isUnchanged(*earlier, file.state, places)) {
         earlier->look = m_look;
@@ -71,17 +73,33 @@ ApplicationInfo EntryRecords::record(const QString &path, const ListedFile &file
     ++m_readCount;
     NotedFindings noted(findings);
     const ApplicationInfo info(path, places, noted, m_packages, m_extent);
-    if (noted.any || m_extent != ApplicationInfo::Everything)
-        m_kept.remove(path);
-    else
-        keep(path, file.state, info);
+    if (failures.any() && earlier != m_kept.end()) {
+        earlier->look = m_look;
+        return earlier->info;
+    }
+    if (m_extent == ApplicationInfo::Everything)
+        keep(path, file.state, info, !noted.any && !failures.any());
     return info;
 }
 
-void EntryRecords::keep(const QString &path, const FileState &state, const ApplicationInfo &info)
+QMap<QString, ApplicationInfo> EntryRecords::knownIn(const QString &folder)
+{
+    QMap<QString, ApplicationInfo> known;
+    for (auto kept = m_kept.begin(); kept != m_kept.end(); ++kept) {
+        const int slash = kept.key().lastIndexOf(QLatin1Char('/'));
+        if (kept.key().leftRef(slash) != folder)
+            continue;
+        kept->look = m_look;
+        known.insert(kept.key().mid(slash + 1), kept->info);
+    }
+    return known;
+}
+
+void EntryRecords::keep(const QString &path, const FileState &state, const ApplicationInfo &info,
+                        bool isWhole)
 {
     const PackageStates &package = info.packageStates();
-    const bool isSettled = state.isSettled(m_now) && package.manifest.isSettled(m_now)
+    const bool isSettled = isWhole && state.isSettled(m_now) && package.manifest.isSettled(m_now)
         && package.certificate.isSettled(m_now);
     m_kept.insert(path, {info, state, isSettled, m_look});
     m_isKeepingDue = m_isKeepingDue || isSettled;

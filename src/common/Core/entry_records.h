@@ -5,6 +5,7 @@
 #include "files/file_state.h"
 
 #include <QHash>
+#include <QMap>
 #include <QString>
 
 struct ListedFile;
@@ -16,7 +17,8 @@ class Findings;
 
 /// What desktop entries and packages said when they were last read, so that of many entries only
 /// those are read again that a look finds changed. An entry of which there is something to say is
-/// read at each look: each look tells of it, and what was unreadable for a moment is not kept.
+/// read at each look: each look tells of it. Of an entry that cannot be read, the record that is
+/// known already stays.
 /// Event-loop thread only.
 class EntryRecords
 {
@@ -38,10 +40,13 @@ public:
 
     /// To be called before the first entry of a look. Lists the packages.
     void beginLook(const Places &places);
-    /// The record of an entry: the kept one, unless a file of it has changed.
+    /// The record of an entry: the kept one, unless a file of it has changed and all of them can be
+    /// read.
     /// @param path of the entry; `file` is its file as just listed.
     [[nodiscard]] ApplicationInfo record(const QString &path, const ListedFile &file,
                                          const Places &places, Findings &findings);
+    /// The entries in a folder that are known, by name of the file, for a look that cannot list it.
+    [[nodiscard]] QMap<QString, ApplicationInfo> knownIn(const QString &folder);
     /// Forgets the entries that the look did not ask for.
     void endLook();
     /// How many entries were read since this object was made.
@@ -60,7 +65,9 @@ private:
         int look = 0;
     };
 
-    void keep(const QString &path, const FileState &state, const ApplicationInfo &info);
+    /// @param isWhole false when it has to be read again at the next look.
+    void keep(const QString &path, const FileState &state, const ApplicationInfo &info,
+              bool isWhole);
     [[nodiscard]] bool isUnchanged(const Kept &kept, const FileState &state,
                                    const Places &places) const;
 

@@ -5,6 +5,7 @@
 #include "common/ini_file.h"
 #include "common/places.h"
 #include "files/foreign_file.h"
+#include "files/read_failures.h"
 
 #include <QVersionNumber>
 
@@ -43,7 +44,9 @@ void VersionOverrides::reload()
 
 void VersionOverrides::load()
 {
+    const ReadFailures failures;
     const ForeignFile content = readForeignFile(m_realPath);
+    m_isLoaded = !failures.any();
     if (content.state != ForeignFile::Read && content.state != ForeignFile::Missing)
         ORVANE_REMARK(m_findings, findingOf(Rules::overridesUnreadable, {m_path}))
             << "Failed to read" << m_path << content.reason;

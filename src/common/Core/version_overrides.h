@@ -24,6 +24,8 @@ public:
 
     /// Forgets what was loaded and loads the file again.
     void reload();
+    /// False when the file is there, or may be, and could not be read: worth another reload().
+    [[nodiscard]] bool isLoaded() const { return m_isLoaded; }
     /// The version text that applies to `application`, the most specific key first; empty when
     /// none does.
     [[nodiscard]] QString versionFor(const ApplicationId &application) const;
@@ -36,6 +38,7 @@ private:
     const QString m_realPath;
     Findings &m_findings;
     QHash<QString, QString> m_versions;
+    bool m_isLoaded = false;
 };
 
 } // namespace Core

@@ -1,11 +1,13 @@
 #include "system/autostart/interface.h"
 
+#include "files/read_failures.h"
 #include "system/DBus/caller_authorization.h"
 #include "system/autostart/manager.h"
 
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QDebug>
 
 namespace Autostart {
 
@@ -50,7 +52,17 @@ QStringList DBusInterface::GetEnabled(int uid)
         sendErrorReply(QDBusError::InvalidArgs, QStringLiteral("UID cannot be less than 0"));
         return {};
     }
-    return m_manager->enabledApplications(uid);
+    const ReadFailures failures;
+    const QStringList enabled = m_manager->enabledApplications(uid);
+    // An application that is left out would look like one that is switched off.
+    if (failures.any()) {
+        qWarning() << "Could not read every autostart setting. First:" << failures.first();
+        sendErrorReply(
+            QDBusError::InternalError,
+            QStringLiteral("Failed to read autostart values for user with UID %1").arg(uid));
+        return {};
+    }
+    return enabled;
 }
 
 void DBusInterface::pulseIdle()

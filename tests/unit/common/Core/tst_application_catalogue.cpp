@@ -196,7 +196,8 @@ void TestApplicationCatalogue::announcesWhatItReadsBeforeItReadsIt()
     };
     const ApplicationCatalogue catalogue(placesOf(*root), findings, records, change);
     QCOMPARE(announced,
-             QStringList({root->path(QStringLiteral("/usr/share/applications")),
+             QStringList({root->path(QStringLiteral("/home/data/applications")),
+                          root->path(QStringLiteral("/usr/share/applications")),
                           system("another.desktop"), system("app.desktop")}));
     QCOMPARE(catalogue.applications().size(), 2);
 }

@@ -2,6 +2,7 @@
 #include "common/Core/findings.h"
 #include "common/Core/task_bounds.h"
 #include "common/look_pace.h"
+#include "support/descriptor_limit.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
@@ -14,9 +15,12 @@
 #include <QTest>
 #include <QUrl>
 
+#include <csignal>
 #include <cstdio>
 #include <ctime>
+#include <fcntl.h>
 #include <functional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using Core::ApplicationId;
@@ -43,6 +47,11 @@ private Q_SLOTS:
     void noticesEachKindOfChange();
     void noticesThatTheDirectoryGoesAndComesBack();
     void noticesADirectoryThatIsMadeLater();
+    void keepsWhatItKnowsWhileItCannotRead();
+    void keepsWhatItKnowsOfADirectoryThatItCannotList();
+    void keepsAnEntryThatItCannotRead();
+    void forgetsADirectoryThatIsGone();
+    void loadsTheVersionOverridesLater();
     void looksAgainAtWhatIsWrittenInPieces();
     void looksSeldomWhilePackagesAreInstalled();
     void readsAManifestAnewWhenItLooks();
@@ -70,6 +79,11 @@ private:
     static ApplicationTaskId task(const char *id)
     {
         return ApplicationTaskId(QString::fromLatin1(id));
+    }
+
+    static QString entryFile(const char *application)
+    {
+        return QStringLiteral("/usr/share/applications/%1.desktop").arg(QLatin1String(application));
     }
 
     /// Puts an entry in place in one step, as a package manager does: written beside, then the new
@@ -328,6 +342,87 @@ void TestApplicationRegistry::noticesADirectoryThatIsMadeLater()
     load();
     root->write(QStringLiteral("/home/data/applications/notes.desktop"), notesOfType("First"));
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
+}
+
+void TestApplicationRegistry::keepsWhatItKnowsWhileItCannotRead()
+{
+    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
+    root->writeApplication(QStringLiteral("Old"), {});
+    load();
+    TempRoot staging;
+    staging.writeApplication(QStringLiteral("New"), {});
+    const QByteArray from = staging.path(entryFile("New")).toUtf8();
+    const QByteArray to = root->path(entryFile("New")).toUtf8();
+    const QByteArray old = root->path(entryFile("Old")).toUtf8();
+    QSignalSpy scans(registry.get(), &ApplicationRegistry::manifestsChanged);
+    {
+        const NoDescriptors limit;
+        QCOMPARE(std::rename(from.constData(), to.constData()), 0);
+        QCOMPARE(::unlink(old.constData()), 0);
+        QTRY_VERIFY(scans.count() >= 1);
+        QVERIFY(knows("com.example.Notes"));
+        QCOMPARE(registry->task(task("com.example.Notes.task_sync")).type, QStringLiteral("Sync"));
+    }
+    // No file changes any more.
+    QTRY_VERIFY(knows("com.example.New") && !knows("com.example.Old"));
+    QVERIFY(knows("com.example.Notes"));
+}
+
+void TestApplicationRegistry::keepsWhatItKnowsOfADirectoryThatItCannotList()
+{
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    QSignalSpy scans(registry.get(), &ApplicationRegistry::manifestsChanged);
+    const QString folder = root->path(QStringLiteral("/usr/share/applications"));
+    const QString beside = root->path(QStringLiteral("/beside"));
+    QVERIFY(QDir().rename(folder, beside));
+    QVERIFY(QFile::link(folder, folder));
+    QTRY_VERIFY(scans.count() >= 2);
+    QVERIFY(knows("com.example.Notes"));
+    // Tried again, at longer and longer intervals.
+    QTRY_VERIFY(scans.count() >= 4);
+    QVERIFY(knows("com.example.Notes"));
+}
+
+void TestApplicationRegistry::keepsAnEntryThatItCannotRead()
+{
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    QSignalSpy scans(registry.get(), &ApplicationRegistry::manifestsChanged);
+    // Whoever has a lease on a file keeps others from opening it.
+    const QByteArray path = root->path(entryFile("Notes")).toUtf8();
+    const int fd = ::open(path.constData(), O_RDWR | O_CLOEXEC);
+    QVERIFY(fd >= 0);
+    std::signal(SIGIO, SIG_IGN);
+    const bool hasLease = ::fcntl(fd, F_SETLEASE, F_WRLCK) == 0;
+    QCOMPARE(::fchmod(fd, 0640), 0);
+    if (hasLease)
+        QTRY_VERIFY(scans.count() >= 1);
+    const bool knew = knows("com.example.Notes");
+    ::close(fd);
+    std::signal(SIGIO, SIG_DFL);
+    if (!hasLease)
+        QSKIP("This file system knows no leases");
+    QVERIFY(knew);
+}
+
+void TestApplicationRegistry::forgetsADirectoryThatIsGone()
+{
+    root->writeApplication(QStringLiteral("Notes"), {});
+    load();
+    QVERIFY(QDir(root->path(QStringLiteral("/usr/share/applications"))).removeRecursively());
+    QTRY_VERIFY(!knows("com.example.Notes"));
+}
+
+void TestApplicationRegistry::loadsTheVersionOverridesLater()
+{
+    root->write(QStringLiteral("/etc/orvane/os-version-support.cfg"), "[Applications]\n*=4.3\n");
+    {
+        const NoDescriptors limit;
+        load();
+    }
+    QTRY_COMPARE(registry->compatibilityLevel(ApplicationId(QStringLiteral("com.example.Notes"))),
+                 1);
 }
 
 void TestApplicationRegistry::looksAgainAtWhatIsWrittenInPieces()

@@ -1,0 +1,133 @@
+#include "files/folder_listing.h"
+#include "files/foreign_file.h"
+#include "files/read_failures.h"
+#include "support/descriptor_limit.h"
+#include "support/temp_root.h"
+
+#include <QFile>
+#include <QTest>
+
+#include <functional>
+#include <memory>
+#include <thread>
+
+using Work = std::function<void(const QString &path)>;
+Q_DECLARE_METATYPE(Work)
+
+class TestReadFailures : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void notesWhatCannotBeReadWithoutDescriptors_data() { works(); }
+    void notesWhatCannotBeReadWithoutDescriptors();
+    void notesNothingOfWhatIsRead_data() { works(); }
+    void notesNothingOfWhatIsRead();
+    void notesNothingOfWhatIsMissing_data() { works(); }
+    void notesNothingOfWhatIsMissing();
+    void notesWhatTheSystemRefusesToOpen_data() { works(); }
+    void notesWhatTheSystemRefusesToOpen();
+    void keepsTheFirst();
+    void tellsEveryOneThatLives();
+    void isOfItsThread();
+
+private:
+    static void works();
+    [[nodiscard]] QString path(const char *name) const
+    {
+        return root->path(QLatin1Char('/') + QLatin1String(name));
+    }
+
+    std::unique_ptr<TempRoot> root;
+};
+
+void TestReadFailures::init()
+{
+    root = std::make_unique<TempRoot>();
+    root->write(QStringLiteral("/folder/inner/file"), "text");
+    root->write(QStringLiteral("/file"), "text");
+    QVERIFY(QFile::link(path("loop"), path("loop")));
+}
+
+void TestReadFailures::works()
+{
+    QTest::addColumn<Work>("work");
+    QTest::newRow("a file is read")
+        << Work([](const QString &path) { (void)readForeignFile(path); });
+    QTest::newRow("a folder is listed")
+        << Work([](const QString &path) { (void)filesIn(path, QString()); });
+    QTest::newRow("a folder is listed with those below it")
+        << Work([](const QString &path) { (void)pathsBelow(path); });
+}
+
+void TestReadFailures::notesWhatCannotBeReadWithoutDescriptors()
+{
+    QFETCH(Work, work);
+    const bool isFile = qstrcmp(QTest::currentDataTag(), "a file is read") == 0;
+    const QString read = isFile ? path("file") : path("folder");
+    const ReadFailures failures;
+    {
+        const NoDescriptors limit;
+        work(read);
+    }
+    QCOMPARE(failures.first(), read + QStringLiteral(": Too many open files"));
+}
+
+void TestReadFailures::notesNothingOfWhatIsRead()
+{
+    QFETCH(Work, work);
+    const ReadFailures failures;
+    work(path("folder"));
+    work(path("file"));
+    QVERIFY(!failures.any());
+}
+
+void TestReadFailures::notesNothingOfWhatIsMissing()
+{
+    QFETCH(Work, work);
+    const ReadFailures failures;
+    work(path("none"));
+    work(path("file/none"));
+    work(path("folder/") + QString(300, QLatin1Char('x')));
+    QVERIFY(!failures.any());
+}
+
+void TestReadFailures::notesWhatTheSystemRefusesToOpen()
+{
+    QFETCH(Work, work);
+    const ReadFailures failures;
+    work(path("loop"));
+    QVERIFY(failures.any());
+}
+
+void TestReadFailures::keepsTheFirst()
+{
+    const ReadFailures failures;
+    ReadFailures::note(QStringLiteral("/a"), QStringLiteral("one"));
+    ReadFailures::note(QStringLiteral("/b"), QStringLiteral("two"));
+    QCOMPARE(failures.first(), QStringLiteral("/a: one"));
+}
+
+void TestReadFailures::tellsEveryOneThatLives()
+{
+    const ReadFailures outer;
+    {
+        const ReadFailures inner;
+        ReadFailures::note(QStringLiteral("/a"), QStringLiteral("one"));
+        QVERIFY(inner.any());
+    }
+    QVERIFY(outer.any());
+    const ReadFailures later;
+    QVERIFY(!later.any());
+}
+
+void TestReadFailures::isOfItsThread()
+{
+    const ReadFailures failures;
+    std::thread([] { ReadFailures::note(QStringLiteral("/a"), QStringLiteral("one")); }).join();
+    QVERIFY(!failures.any());
+}
+
+QTEST_GUILESS_MAIN(TestReadFailures)
+#include "tst_read_failures.moc"
