@@ -8,10 +8,12 @@
 #include "common/names.h"
 #include "system/Core/task_manager.h"
 #include "system/DBus/caller_authorization.h"
+#include "system/DBus/clients.h"
 
 #include <QDBusError>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace DBus {
@@ -29,6 +31,14 @@ QVector<Orvane::AvailableTask> declaredTasks(const QString &taskType)
                           {QStringLiteral("Conditions"), task.conditions}}});
     }
     return declared;
+}
+
+// Half of what there is for all, so that a flood of one user's leaves room to everybody else.
+UserShare &openCalls()
+{
+    constexpr int most = 512;
+    static auto *const calls = new UserShare(most);
+    return *calls;
 }
 
 bool isSame(const Orvane::AvailableTask &one, const Orvane::AvailableTask &other)
@@ -126,39 +136,48 @@ bool TaskInvokerSession::isRefused()
     return true;
 }
 
-bool TaskInvokerSession::isTooMuch()
+UserShare::Place TaskInvokerSession::takePlace()
 {
-    if (Core::TaskManager::instance()->hasRoom())
-        return false;
+    UserShare::Place place;
+    const std::optional<uint> user = Clients::instance().userOf(message().service());
+    if (user && Core::TaskManager::instance()->hasRoom())
+        place = openCalls().takePlace(*user);
+    if (place)
+        return place;
     setDelayedReply(true);
     sendAnswer(connection(), message(),
                message().createErrorReply(QDBusError::LimitsExceeded,
                                           QStringLiteral("Too many tasks are being started and "
                                                          "stopped already")));
-    return true;
+    return nullptr;
 }
 
 int TaskInvokerSession::Start(const QString &fullTaskId, const QVariantMap &startupInfo,
                               const QVariantMap &hints)
 {
-    if (isRefused() || isTooMuch())
+    if (isRefused())
+        return 0;
+    const UserShare::Place place = takePlace();
+    if (!place)
         return 0;
     setDelayedReply(true);
     Core::TaskManager::instance()->start(fullTaskId, startupInfo, hints,
-                                         [reply = DelayedReply(message(), connection())](
+                                         [reply = DelayedReply(message(), connection()), place](
                                              const Core::Error &error) { reply.finish(error); });
     return 0;
 }
 
 void TaskInvokerSession::Stop(const QString &fullTaskId)
 {
-    if (isRefused() || isTooMuch())
+    if (isRefused())
+        return;
+    const UserShare::Place place = takePlace();
+    if (!place)
         return;
     setDelayedReply(true);
-    Core::TaskManager::instance()->stop(
-        fullTaskId, [reply = DelayedReply(message(), connection())](const Core::Error &error) {
-            reply.finish(error);
-        });
+    Core::TaskManager::instance()->stop(fullTaskId,
+                                        [reply = DelayedReply(message(), connection()),
+                                         place](const Core::Error &error) { reply.finish(error); });
 }
 
 void TaskInvokerSession::CloseSession()

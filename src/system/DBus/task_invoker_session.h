@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/DBus/types.h"
+#include "system/DBus/user_share.h"
 
 #include <QDBusContext>
 #include <QObject>
@@ -59,8 +60,9 @@ public Q_SLOTS:
 private:
     /// Answers the current call when its sender may not run tasks.
     [[nodiscard]] bool isRefused();
-    /// Answers it when too many calls wait for systemd already.
-    [[nodiscard]] bool isTooMuch();
+    /// A place for the current call among the calls to systemd that have no outcome yet, for as
+    /// long as it has none. Null when the caller's user or all together have too many: answered.
+    [[nodiscard]] UserShare::Place takePlace();
 
     std::unique_ptr<TaskInvokerSessionPrivate> const d;
 };
