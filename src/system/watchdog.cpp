@@ -1,21 +1,21 @@
 #include "system/watchdog.h"
 
+#include "system/manager_notice.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
-#include <systemd/sd-daemon.h>
-
-#include <cstdint>
+#include <chrono>
 
 Watchdog::Watchdog(const QDBusConnection &bus, QObject *parent)
     : QObject(parent)
     , m_bus(bus)
 {
-    std::uint64_t timeoutUs = 0;
-    if (sd_watchdog_enabled(0, &timeoutUs) <= 0)
+    const std::chrono::microseconds timeout = ManagerNotice::watchdogTime();
+    if (timeout.count() <= 0)
         return;
     // Three times in the time that is allowed, so that a loaded machine may miss two.
-    m_timer.setInterval(static_cast<int>(timeoutUs / 1000 / 3));
+    m_timer.setInterval(std::chrono::duration_cast<std::chrono::milliseconds>(timeout / 3));
     m_timer.setTimerType(Qt::CoarseTimer);
     connect(&m_timer, &QTimer::timeout, this, &Watchdog::askTheBus);
     m_timer.start();
@@ -32,6 +32,6 @@ void Watchdog::askTheBus()
                 finished->deleteLater();
                 // Only an answer proves that messages still come in.
                 if (!finished->isError())
-                    sd_notify(0, "WATCHDOG=1");
+                    ManagerNotice::send(QByteArrayLiteral("WATCHDOG=1"));
             });
 }

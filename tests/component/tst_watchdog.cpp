@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <cstddef>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -19,14 +20,23 @@ constexpr int periodMs = 100;
 class Manager : public QObject
 {
 public:
-    Manager()
-        : m_socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
+    enum class Name { Path, InNoFileSystem };
+
+    explicit Manager(Name name = Name::Path)
+        : m_name((name == Name::Path ? QString() : QStringLiteral("@"))
+                 + m_directory.filePath(QStringLiteral("notify")))
+        , m_socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
     {
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        const QByteArray path = QFile::encodeName(m_directory.filePath(QStringLiteral("notify")));
-        std::copy(path.cbegin(), path.cend(), address.sun_path);
-        isUp = ::bind(m_socket, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+        const QByteArray bytes = QFile::encodeName(m_name);
+        std::copy(bytes.cbegin(), bytes.cend(), address.sun_path);
+        if (name == Name::InNoFileSystem)
+            address.sun_path[0] = '\0';
+        const auto size = offsetof(sockaddr_un, sun_path) + static_cast<std::size_t>(bytes.size());
+        isUp =
+            ::bind(m_socket, reinterpret_cast<sockaddr *>(&address), static_cast<socklen_t>(size))
+            == 0;
     }
     ~Manager() override { ::close(m_socket); }
     Q_DISABLE_COPY(Manager)
@@ -34,7 +44,7 @@ public:
     /// What makes a process report here.
     [[nodiscard]] QStringList environment() const
     {
-        return {QStringLiteral("NOTIFY_SOCKET=") + m_directory.filePath(QStringLiteral("notify")),
+        return {QStringLiteral("NOTIFY_SOCKET=") + m_name,
                 QStringLiteral("WATCHDOG_USEC=%1").arg(3 * periodMs * 1000)};
     }
     /// How often it has heard WATCHDOG=1 since the last look.
@@ -55,6 +65,7 @@ public:
 
 private:
     QTemporaryDir m_directory;
+    const QString m_name;
     int m_socket;
 };
 
@@ -66,9 +77,11 @@ class TestWatchdog : public QObject
 
 private Q_SLOTS:
     void reportsAgainAndAgain();
+    void reportsOverANameThatIsInNoFileSystem();
     void isSilentWhileTheLoopHangs();
     void isSilentWhileTheBusDoesNotAnswer();
     void isSilentWhenNobodyAsksForIt();
+    void isSilentWhenAnotherProcessIsAsked();
 };
 
 void TestWatchdog::reportsAgainAndAgain()
@@ -79,6 +92,15 @@ void TestWatchdog::reportsAgainAndAgain()
     QVERIFY(stage.start(manager.environment()));
     int heard = 0;
     QVERIFY(stage.waitUntil([&] { return (heard += manager.heard()) >= 5; }));
+}
+
+void TestWatchdog::reportsOverANameThatIsInNoFileSystem()
+{
+    Manager manager(Manager::Name::InNoFileSystem);
+    QVERIFY(manager.isUp);
+    Stage stage;
+    QVERIFY(stage.start(manager.environment()));
+    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
 }
 
 void TestWatchdog::isSilentWhileTheLoopHangs()
@@ -115,6 +137,14 @@ void TestWatchdog::isSilentWhenNobodyAsksForIt()
     Manager manager;
     Stage stage;
     QVERIFY(stage.start({manager.environment().constFirst()}));
+    QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
+}
+
+void TestWatchdog::isSilentWhenAnotherProcessIsAsked()
+{
+    Manager manager;
+    Stage stage;
+    QVERIFY(stage.start(manager.environment() + QStringList{QStringLiteral("WATCHDOG_PID=1")}));
     QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
 }
 
