@@ -25,9 +25,10 @@ QString dataOf(const Plot &plot)
 
 QString scriptOf(const Plot &plot, const QString &file)
 {
-    QString script = QStringLiteral("set terminal svg size 720,480\nset output '%1.svg'\n"
-                                    "set logscale xy\nset key left top noenhanced\nset grid\n"
-                                    "set xlabel '%2'\nset ylabel \"%3\"\nset yrange [*:*]\nplot ")
+    // Commands of an argument are told apart by semicolons; lines are not.
+    QString script = QStringLiteral("set terminal svg size 720,480; set output '%1.svg'; "
+                                    "set logscale xy; set key left top noenhanced; set grid; "
+                                    "set xlabel '%2'; set ylabel \"%3\"; set yrange [*:*]; plot ")
                          .arg(file, plot.xAxis, plot.yAxis);
     for (int line = 0; line < plot.titles.size(); ++line)
         script += QStringLiteral("%1'%2.dat' using 1:%3 with linespoints title '%4'")
