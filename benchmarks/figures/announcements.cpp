@@ -4,8 +4,9 @@
 
 namespace Bench {
 
-Announcements::Announcements(const Size &size)
+Announcements::Announcements(const Size &size, Announcer announcer)
     : m_size(size)
+    , m_announcer(announcer)
 {
     for (int number = 0; number < size.tasks; ++number) {
         const QString type = QStringLiteral("T%1").arg(number);
@@ -18,15 +19,27 @@ Announcements::Announcements(const Size &size)
 
 void Announcements::start()
 {
-    stage.startDaemon();
-    listen();
+    if (m_announcer == Announcer::Daemon) {
+        stage.startDaemon();
+        listen();
+        return;
+    }
+    const QString name = QStringLiteral("org.zarn.Bare");
+    stage.startUntilName(m_relay, programBeside(QStringLiteral("relay-qtdbus")),
+                         {name, QString::number(m_size.sessions)}, name);
+    hear(name);
 }
 
 void Announcements::listen()
 {
     for (int number = 0; number < m_size.sessions; ++number)
         stage.registerInvoker(stage.client, QStringLiteral("T%1").arg(number));
-    stage.client.connect(Names::service(), Names::taskInvokerSessionsPath() + QStringLiteral("T0"),
+    hear(Names::service());
+}
+
+void Announcements::hear(const QString &service)
+{
+    stage.client.connect(service, Names::taskInvokerSessionsPath() + QStringLiteral("T0"),
                          Names::propertiesInterface(), Names::propertiesChanged(), this,
                          SLOT(onChange()));
 }
@@ -42,10 +55,11 @@ void Announcements::changeOnce()
 
 QVector<double> Announcements::costOfAChange(int changes)
 {
-    const double before = processorMs(stage.daemon.pid());
+    const Child &announcer = m_announcer == Announcer::Daemon ? stage.daemon : m_relay;
+    const double before = processorMs(announcer.pid());
     for (int number = 0; number < changes; ++number)
         changeOnce();
-    return {(processorMs(stage.daemon.pid()) - before) / changes};
+    return {(processorMs(announcer.pid()) - before) / changes};
 }
 
 } // namespace Bench

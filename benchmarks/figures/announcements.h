@@ -7,7 +7,7 @@
 namespace Bench {
 
 /// A stage with task units that run, and a client that hears what the first task's session
-/// announces.
+/// announces: the daemon's, or that of a bare service that announces the same.
 class Announcements : public QObject
 {
     Q_OBJECT
@@ -25,14 +25,16 @@ public:
         int sessions = 1;
     };
 
-    explicit Announcements(const Size &size);
-    /// Starts the daemon and listens.
+    enum class Announcer { Daemon, Relay };
+
+    explicit Announcements(const Size &size, Announcer announcer = Announcer::Daemon);
+    /// Starts the announcer and listens.
     void start();
     /// Registers with a daemon that runs, and listens.
     void listen();
     /// Has the first task's unit stop or run again and waits until its session has announced it.
     void changeOnce();
-    /// The daemon's processor time of one such change, in milliseconds.
+    /// The announcer's processor time of one such change, in milliseconds.
     [[nodiscard]] QVector<double> costOfAChange(int changes);
 
     Stage stage;
@@ -41,7 +43,11 @@ private Q_SLOTS:
     void onChange() { ++m_heard; }
 
 private:
+    void hear(const QString &service);
+
     const Size m_size;
+    const Announcer m_announcer;
+    Child m_relay;
     int m_heard = 0;
     bool m_runs = true;
 };

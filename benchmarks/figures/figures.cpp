@@ -21,6 +21,7 @@ QVector<Measurement> allMeasurements()
             startToRegistration(),
             registrationWithManyTasks(),
             signalWithSessions(),
+            signalPerSession(),
             signalWithUnits(),
             startAndStop(),
             matchRules(),

@@ -17,6 +17,7 @@ Measurement startEmptyBesideSdBus();
 Measurement startToRegistration();
 Measurement registrationWithManyTasks();
 Measurement signalWithSessions();
+Measurement signalPerSession();
 Measurement signalWithUnits();
 Measurement startAndStop();
 Measurement matchRules();

@@ -57,28 +57,20 @@ QVector<Line> linesOfEntries(int entries)
              [root] { return scanMs(QStringLiteral("scan-gio"), {}, *root); }}};
 }
 
-// A service that passes on every change of a unit and knows nothing of units.
-double relayMs(Announcements &announcements, Child &relay)
+Line changesBy(const QString &title, int units, Announcements::Announcer announcer)
 {
-    constexpr int changes = 60;
-    const double before = processorMs(relay.pid());
-    for (int number = 0; number < changes; ++number)
-        announcements.changeOnce();
-    return (processorMs(relay.pid()) - before) / changes;
+    auto announcements =
+        std::make_shared<Announcements>(Announcements::Size{1, units, 1, 1}, announcer);
+    announcements->start();
+    return {title, [announcements] { return announcements->costOfAChange(60).constFirst(); }};
 }
 
 QVector<Line> linesOfUnits(int units)
 {
-    auto announcements = std::make_shared<Announcements>(Announcements::Size{1, units, 1, 1});
-    auto relay = std::make_shared<Child>();
-    const QString name = QStringLiteral("org.zarn.Bare");
-    announcements->start();
-    announcements->stage.startUntilName(*relay, programBeside(QStringLiteral("bare-qtdbus")),
-                                        {name, QStringLiteral("--relay")}, name);
-    return {{QStringLiteral("orvane"),
-             [announcements] { return announcements->costOfAChange(60).constFirst(); }},
-            {QStringLiteral("bare QtDBus service that passes each signal on"),
-             [announcements, relay] { return relayMs(*announcements, *relay); }}};
+    using Announcer = Announcements::Announcer;
+    return {changesBy(QStringLiteral("orvane"), units, Announcer::Daemon),
+            changesBy(QStringLiteral("bare QtDBus service that announces as much"), units,
+                      Announcer::Relay)};
 }
 
 // Processor time of a process for one registration of a client that comes anew.
