@@ -30,6 +30,10 @@ double instructionsOfScan();
 double instructionsOfStartAndStop();
 double instructionsOfRegistration();
 double instructionsOfSignal();
+/// The same with 100 sessions, each of which announces it.
+double instructionsOfSignalWithSessions();
+/// What 300 entries add from exec to the first answered registration.
+double instructionsOfFirstAnswer();
 
 /// How often anything wakes an idle daemon up within 20 s, with a client and a running task.
 double wakeUpsWhenIdle();

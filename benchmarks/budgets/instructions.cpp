@@ -61,6 +61,32 @@ double scanOf(int entries)
                           root.environment() + QStringList{QStringLiteral("QT_HASH_SEED=0")});
 }
 
+double firstAnswerWith(int entries)
+{
+    Stage stage;
+    writeEntries(stage.root, entries, QStringLiteral("Sync"));
+    stage.startManager();
+    const auto answerOnce = [&stage] {
+        return instructionsOfDaemon(
+            stage, [&stage] { stage.registerInvoker(stage.client, QStringLiteral("Sync")); });
+    };
+    // This run keeps for the next one what it has read, as all but the first after a boot find it.
+    answerOnce();
+    return answerOnce();
+}
+
+double signalWith(const Announcements::Size &size)
+{
+    return perOperation([&size](int count) {
+        Announcements announcements(size);
+        return instructionsOfDaemon(announcements.stage, [&] {
+            announcements.listen();
+            for (int number = 0; number < count; ++number)
+                announcements.changeOnce();
+        });
+    });
+}
+
 } // namespace
 
 double instructionsOfStartUp()
@@ -81,16 +107,15 @@ double instructionsOfStartAndStop() { return perOperationOfDaemon(startAndStop);
 
 double instructionsOfRegistration() { return perOperationOfDaemon(registerClients); }
 
-double instructionsOfSignal()
+double instructionsOfFirstAnswer()
 {
-    return perOperation([](int count) {
-        Announcements announcements({});
-        return instructionsOfDaemon(announcements.stage, [&] {
-            announcements.listen();
-            for (int number = 0; number < count; ++number)
-                announcements.changeOnce();
-        });
-    });
+    const double full = firstAnswerWith(300);
+    const double empty = firstAnswerWith(0);
+    return full < 0 || empty < 0 ? -1 : full - empty;
 }
+
+double instructionsOfSignal() { return signalWith({}); }
+
+double instructionsOfSignalWithSessions() { return signalWith({100, 100, 100, 100}); }
 
 } // namespace Bench
