@@ -20,6 +20,8 @@ namespace {
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t everybodyReads = ownerOnly | S_IRGRP | S_IROTH;
 
+constexpr char temporaryPrefix[] = ".orvane.";
+
 // A device or a pipe cannot be replaced by a file: a unit that is masked by a link to /dev/null
 // would cost the system its /dev/null. Opened so that a pipe without a reader does not block.
 FileWrite writeInPlace(const QByteArray &path, const QByteArray &text)
@@ -85,12 +87,10 @@ bool writeAll(int fd, const QByteArray &text)
     return true;
 }
 
-// Closes the descriptor in any case.
 bool completeFile(int fd, const QByteArray &text, FileReaders readers)
 {
     const mode_t mode = readers == FileReaders::Everybody ? everybodyReads : ownerOnly;
-    const bool complete = writeAll(fd, text) && ::fchmod(fd, mode) == 0 && ::fsync(fd) == 0;
-    return ::close(fd) == 0 && complete;
+    return writeAll(fd, text) && ::fchmod(fd, mode) == 0 && ::fsync(fd) == 0;
 }
 
 // A file that says that nobody may write it stays, although its directory would let it go.
@@ -99,42 +99,67 @@ bool mayBeReplaced(const QByteArray &path)
     return ::access(path.constData(), W_OK) == 0 || meansNothing(errno);
 }
 
-FileWrite replaceFile(const QByteArray &path, const QByteArray &text, FileReaders readers)
+} // namespace
+
+PreparedFile::PreparedFile(const QString &path, const QByteArray &text, FileReaders readers,
+                           OddPlaces places)
+    : m_target(QFile::encodeName(path))
 {
-    const QByteArray folder = path.left(path.lastIndexOf('/') + 1);
+    const Found found = foundAt(m_target, places);
+    if (found == Found::Directory || found == Found::Unknown)
+        m_state = FileWrite::CannotOpen;
+    else if (found == Found::Special && places == OddPlaces::WrittenThrough)
+        m_inPlace = text;
+    else
+        m_state = prepare(text, readers, places);
+}
+
+PreparedFile::~PreparedFile()
+{
+    if (!m_temporary.isEmpty())
+        ::unlink(m_temporary.constData());
+    // Only now: to others the file is being written until it has its name.
+    if (m_fd >= 0)
+        ::close(m_fd);
+}
+
+FileWrite PreparedFile::prepare(const QByteArray &text, FileReaders readers, OddPlaces places)
+{
+    if (places == OddPlaces::WrittenThrough) {
+        const std::optional<QByteArray> target = endOfLinks(m_target);
+        if (!target || !mayBeReplaced(*target))
+            return FileWrite::CannotOpen;
+        m_target = *target;
+    }
+    const QByteArray folder = m_target.left(m_target.lastIndexOf('/') + 1);
     // Open before anything changes: without a free descriptor nothing does.
-    const HeldDirectory directory(QFile::decodeName(folder));
-    if (!directory.isHeld())
+    m_directory = std::make_unique<HeldDirectory>(QFile::decodeName(folder));
+    if (!m_directory->isHeld())
         return FileWrite::CannotOpen;
     // A short name of its own: with the target's in it, a target whose name is as long as names can
     // be could not be written.
-    QByteArray temporary = folder + ".orvane.XXXXXX";
-    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0)
+    QByteArray temporary = folder + temporaryPrefix + "XXXXXX";
+    m_fd = ::mkostemp(temporary.data(), O_CLOEXEC);
+    if (m_fd < 0)
         return FileWrite::CannotOpen;
-    if (!completeFile(fd, text, readers)
-        || ::rename(temporary.constData(), path.constData()) != 0) {
-        ::unlink(temporary.constData());
-        return FileWrite::Incomplete;
-    }
-    return directory.sync() ? FileWrite::Written : FileWrite::Incomplete;
+    m_temporary = temporary;
+    return completeFile(m_fd, text, readers) ? FileWrite::Written : FileWrite::Incomplete;
 }
 
-} // namespace
+FileWrite PreparedFile::takePlace()
+{
+    if (m_inPlace)
+        return writeInPlace(m_target, *m_inPlace);
+    if (m_state != FileWrite::Written)
+        return m_state;
+    if (::rename(m_temporary.constData(), m_target.constData()) != 0)
+        return FileWrite::Incomplete;
+    m_temporary.clear();
+    return m_directory->sync() ? FileWrite::Written : FileWrite::Incomplete;
+}
 
 FileWrite writeFileAtomically(const QString &path, const QByteArray &text, FileReaders readers,
                               OddPlaces places)
 {
-    const QByteArray name = QFile::encodeName(path);
-    const Found found = foundAt(name, places);
-    if (found == Found::Directory || found == Found::Unknown)
-        return FileWrite::CannotOpen;
-    if (places == OddPlaces::Replaced)
-        return replaceFile(name, text, readers);
-    if (found == Found::Special)
-        return writeInPlace(name, text);
-    const std::optional<QByteArray> target = endOfLinks(name);
-    if (!target || !mayBeReplaced(*target))
-        return FileWrite::CannotOpen;
-    return replaceFile(*target, text, readers);
+    return PreparedFile(path, text, readers, places).takePlace();
 }

@@ -3,6 +3,11 @@
 #include <QByteArray>
 #include <QString>
 
+#include <memory>
+#include <optional>
+
+class HeldDirectory;
+
 /// How writeFileAtomically() ended.
 enum class FileWrite {
     Written,
@@ -23,6 +28,40 @@ enum class OddPlaces {
     WrittenThrough,
     /// The file takes its name; what a link leads to stays as it is.
     Replaced,
+};
+
+/// A new text for a file, on the disk but not yet in the file's place: for texts that belong
+/// together, of which none may take its place before all are written. Unless it takes it, it is
+/// gone with this object.
+class PreparedFile
+{
+public:
+    /// Writes the text beside the file, to the disk.
+    /// @param path absolute path; its directory must exist.
+    PreparedFile(const QString &path, const QByteArray &text,
+                 FileReaders readers = FileReaders::Everybody,
+                 OddPlaces places = OddPlaces::WrittenThrough);
+    ~PreparedFile();
+    Q_DISABLE_COPY(PreparedFile)
+
+    /// Whether the text could be written so far. A device or a pipe is only written by
+    /// takePlace().
+    [[nodiscard]] FileWrite state() const { return m_state; }
+    /// Puts the text in the file's place, in one step. To be called once.
+    [[nodiscard]] FileWrite takePlace();
+
+private:
+    [[nodiscard]] FileWrite prepare(const QByteArray &text, FileReaders readers, OddPlaces places);
+
+    QByteArray m_target;
+    /// Of the target, which is put on the disk with the file's name in it.
+    std::unique_ptr<HeldDirectory> m_directory;
+    FileWrite m_state = FileWrite::Written;
+    /// The text for what no file can take the place of.
+    std::optional<QByteArray> m_inPlace;
+    /// Empty when there is none any more.
+    QByteArray m_temporary;
+    int m_fd = -1;
 };
 
 /// Writes a file that readers never see half-written, also after a crash at any instant: the text

@@ -85,6 +85,7 @@ private Q_SLOTS:
     void handsStrangeNamesOn();
     void followsNoLinkOutOfTheStore();
     void reportsWhatCouldNotBeForgottenAndStopsTheTasks();
+    void reportsAFileOfATaskThatStays();
     void aCallStartsTheIdleTimeAnew();
 
 private:
@@ -229,6 +230,21 @@ void TestPackageHook::reportsWhatCouldNotBeForgottenAndStopsTheTasks()
                           "Failed to remove application \"a.b\" from autostart\n"),
              log);
     QVERIFY2(!log.contains("from task manager"), log);
+}
+
+void TestPackageHook::reportsAFileOfATaskThatStays()
+{
+    QVERIFY(QFile::remove(m_root->path(units + notes)));
+    QVERIFY(m_root->write(units + notes + QStringLiteral("/in-the-way"), "x"));
+    QVERIFY(startDaemon());
+    const QDBusMessage reply = onRemove(QStringLiteral("a.b"));
+    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to remove application a.b"));
+    QTRY_VERIFY(
+        m_daemon->log().contains("Failed to remove application \"a.b\" from task manager\n"));
+    const QByteArray log = m_daemon->log();
+    QVERIFY2(log.contains("Could not remove file: \"" + m_root->path(units + notes).toUtf8()), log);
+    QVERIFY2(!log.contains("from autostart"), log);
 }
 
 void TestPackageHook::aCallStartsTheIdleTimeAnew()

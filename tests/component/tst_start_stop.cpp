@@ -93,11 +93,13 @@ private Q_SLOTS:
     void keepsWhatWasThereWhenTheUnitCannotBeWritten();
     void saysThatTheUnitCannotBeWritten();
     void saysThatThePolicyCannotBeWritten();
+    void keepsTheOldUnitWhenThePolicyCannotBeWritten();
     void passesOnWhatSystemdRefuses_data();
     void passesOnWhatSystemdRefuses();
     void keepsItsFilesWhenTheStartFails();
     void stopsAndForgetsTheFiles();
     void removesTheFilesWithoutWaiting();
+    void saysThatAFileCannotBeRemoved();
     void stopsWhatItDoesNotKnow();
     void leavesFilesOfOthersAlone_data();
     void leavesFilesOfOthersAlone();
@@ -512,6 +514,20 @@ void TestStartStop::saysThatThePolicyCannotBeWritten()
     QCOMPARE(newCalls(), QStringList());
 }
 
+void TestStartStop::keepsTheOldUnitWhenThePolicyCannotBeWritten()
+{
+    (void)stage->start(task(), user());
+    const QByteArray before = stage->root.read(stage->root.unitFile(task()));
+    const int calls = newCalls().size();
+    stage->root.write(stage->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
+    QVariantMap hints = owningName();
+    hints.insert(QStringLiteral("Weight"), 7);
+    QCOMPARE(stage->start(task(), hints).errorMessage(),
+             QStringLiteral("Failed to write DBus policy file for ") + task());
+    QCOMPARE(stage->root.read(stage->root.unitFile(task())), before);
+    QCOMPARE(newCalls().size(), calls);
+}
+
 void TestStartStop::passesOnWhatSystemdRefuses_data()
 {
     QTest::addColumn<QString>("refusal");
@@ -576,6 +592,15 @@ void TestStartStop::removesTheFilesWithoutWaiting()
     QVERIFY(!stopped.isFinished());
     stage->systemd->release(method("StopUnit"));
     QVERIFY(stage->waitUntil([&] { return stopped.isFinished(); }));
+}
+
+void TestStartStop::saysThatAFileCannotBeRemoved()
+{
+    const QString file = stage->root.unitFile(task());
+    stage->root.write(file + QStringLiteral("/in-the-way"), "x");
+    QCOMPARE(stage->stop(task()).arguments(), QVariantList{0});
+    QVERIFY(stage->daemonLogs("Could not remove file: \"" + stage->root.path(file).toUtf8()
+                              + "\" \"Is a directory\"\n"));
 }
 
 void TestStartStop::stopsWhatItDoesNotKnow()

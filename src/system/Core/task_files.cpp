@@ -3,51 +3,128 @@
 #include "common/atomic_file.h"
 #include "common/directories.h"
 #include "common/places.h"
+#include "files/foreign_file.h"
 #include "plan/task_names.h"
 
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
 
+#include <cerrno>
+
+#include <unistd.h>
+
 namespace Core {
 
-Error writeTaskFiles(const TaskPlan &plan, const Places &places)
+namespace {
+
+Error unitFailure(const QString &taskId)
 {
-    if (!writeUnitFile(places, plan.taskId, plan.unit()))
-        return {Error::Failed, QStringLiteral("Failed to write unit file for %1").arg(plan.taskId)};
-    if (plan.policy && !writePolicyFile(places, plan.taskId, *plan.policy))
-        return {Error::Failed,
-                QStringLiteral("Failed to write DBus policy file for %1").arg(plan.taskId)};
-    return {};
+    return {Error::Failed, QStringLiteral("Failed to write unit file for %1").arg(taskId)};
 }
 
-bool writeUnitFile(const Places &places, const QString &taskId, const QByteArray &text)
+Error policyFailure(const QString &taskId)
 {
-    const QString path = unitFilePath(places, taskId);
-    const FileWrite result = writeFileAtomically(path, text);
+    return {Error::Failed, QStringLiteral("Failed to write DBus policy file for %1").arg(taskId)};
+}
+
+bool isUnitWritten(const QString &path, FileWrite result)
+{
     if (result == FileWrite::Incomplete)
         qWarning() << "Could not write file:" << path;
     return result == FileWrite::Written;
 }
 
-bool writePolicyFile(const Places &places, const QString &taskId, const QByteArray &text)
+bool isPolicyWritten(const QString &path, FileWrite result)
 {
-    const QString path = policyFilePath(places, taskId);
-    // A directory that cannot be made shows in the next step.
-    (void)makeDirectory(QFileInfo(path).path());
-    const FileWrite result = writeFileAtomically(path, text);
     if (result == FileWrite::CannotOpen)
         qWarning() << "Could not create file:" << path;
     return result == FileWrite::Written;
 }
 
-bool removeTaskFiles(const Places &places, const ApplicationTaskId &id)
+// A folder that cannot be made shows when the policy is written.
+void makePolicyFolder(const QString &policyPath)
+{
+    (void)makeDirectory(QFileInfo(policyPath).path());
+}
+
+enum class Removal { Removed, WasNotThere, Failed };
+
+Removal removeFile(const QString &path)
+{
+    if (::unlink(QFile::encodeName(path).constData()) == 0)
+        return Removal::Removed;
+    // No file has a name that is too long.
+    const int reason = errno;
+    if (reason == ENOENT || reason == ENOTDIR || reason == ENAMETOOLONG)
+        return Removal::WasNotThere;
+    qWarning() << "Could not remove file:" << path << qt_error_string(reason);
+    return Removal::Failed;
+}
+
+// Brings back the policy that a new one has replaced.
+void putBack(const QString &path, const ForeignFile &old)
+{
+    if (old.state == ForeignFile::Missing)
+        removeFile(path);
+    else if (old.state == ForeignFile::Read
+             && writeFileAtomically(path, old.text) != FileWrite::Written)
+        qWarning() << "Could not restore file:" << path;
+}
+
+Error writePair(const TaskPlan &plan, const QString &unitPath, const QString &policyPath)
+{
+    PreparedFile unit(unitPath, plan.unit());
+    if (!isUnitWritten(unitPath, unit.state()))
+        return unitFailure(plan.taskId);
+    makePolicyFolder(policyPath);
+    PreparedFile policy(policyPath, *plan.policy);
+    const ForeignFile oldPolicy = readForeignFile(policyPath);
+    if (!isPolicyWritten(policyPath, policy.takePlace())) {
+        const bool replacesNothing = !QFileInfo::exists(unitPath);
+        return replacesNothing && !isUnitWritten(unitPath, unit.takePlace())
+            ? unitFailure(plan.taskId)
+            : policyFailure(plan.taskId);
+    }
+    if (isUnitWritten(unitPath, unit.takePlace()))
+        return {};
+    putBack(policyPath, oldPolicy);
+    return unitFailure(plan.taskId);
+}
+
+} // namespace
+
+Error writeTaskFiles(const TaskPlan &plan, const Places &places)
+{
+    if (plan.policy)
+        return writePair(plan, unitFilePath(places, plan.taskId),
+                         policyFilePath(places, plan.taskId));
+    return writeUnitFile(places, plan.taskId, plan.unit()) ? Error() : unitFailure(plan.taskId);
+}
+
+bool writeUnitFile(const Places &places, const QString &taskId, const QByteArray &text)
+{
+    const QString path = unitFilePath(places, taskId);
+    return isUnitWritten(path, writeFileAtomically(path, text));
+}
+
+bool writePolicyFile(const Places &places, const QString &taskId, const QByteArray &text)
+{
+    const QString path = policyFilePath(places, taskId);
+    makePolicyFolder(path);
+    return isPolicyWritten(path, writeFileAtomically(path, text));
+}
+
+TaskFilesRemoval removeTaskFiles(const Places &places, const ApplicationTaskId &id)
 {
     const QString &taskId = id.toString();
     if (taskId.contains(QLatin1Char('/')))
-        return false;
-    QFile::remove(unitFilePath(places, taskId));
-    return id.isValid() && QFile::remove(policyFilePath(places, taskId));
+        return {};
+    if (removeFile(unitFilePath(places, taskId)) == Removal::Failed)
+        return {false, false};
+    const Removal policy =
+        id.isValid() ? removeFile(policyFilePath(places, taskId)) : Removal::WasNotThere;
+    return {policy == Removal::Removed, policy != Removal::Failed};
 }
 
 } // namespace Core

@@ -13,8 +13,10 @@ struct Places;
 
 namespace Core {
 
-/// Writes what is planned: the unit, then the policy if there is one. What was written stays when
-/// the policy cannot be.
+/// Writes what is planned: the unit, and the policy if there is one. Neither takes its place before
+/// both are on the disk, and the policy does so first: a crash in between leaves no new unit that
+/// lacks its policy. When one of the two cannot be written, the unit and the policy that were there
+/// stay. A unit that takes nobody's place also stays when only its policy cannot be written.
 /// @return which file of the task could not be written.
 [[nodiscard]] Error writeTaskFiles(const TaskPlan &plan, const Places &places);
 
@@ -27,10 +29,20 @@ namespace Core {
 [[nodiscard]] bool writePolicyFile(const Places &places, const QString &taskId,
                                    const QByteArray &text);
 
-/// Removes both as far as they are there. The id comes from a client: only the files of a
-/// well-formed one can be this daemon's own. Any other text could name somebody else's policy, or
-/// with a slash any file.
-/// @return whether the task had a bus policy.
-[[nodiscard]] bool removeTaskFiles(const Places &places, const ApplicationTaskId &id);
+/// What came of removing a task's files.
+struct TaskFilesRemoval
+{
+    /// Whether a bus policy was removed.
+    bool tookPolicy = false;
+    /// Whether none is there any more.
+    bool isComplete = true;
+};
+
+/// Removes both as far as they are there, the unit first: a crash in between leaves a policy, which
+/// the next run knows as its own, and no unit that lacks its policy. For the same reason the policy
+/// stays, with the unit, when the unit cannot be removed. What cannot be removed is logged. The id
+/// comes from a client: only the files of a well-formed one can be this daemon's own. Any other
+/// text could name somebody else's policy, or with a slash any file.
+[[nodiscard]] TaskFilesRemoval removeTaskFiles(const Places &places, const ApplicationTaskId &id);
 
 } // namespace Core

@@ -11,6 +11,7 @@
 #include <QDebug>
 #include <QFileInfo>
 
+#include <memory>
 #include <utility>
 
 namespace Core {
@@ -202,22 +203,26 @@ void TaskManagerPrivate::startLeft(const QString &taskId)
 }
 
 void TaskManagerPrivate::stop(const ApplicationTaskId &id, const CallTimes &times,
-                              const TaskManager::Callback &callback)
+                              const TaskManager::Callback &callback,
+                              const std::function<void()> &filesStayed)
 {
     const auto task = underWay.find(id.toString());
     if (task != underWay.end()) {
-        task->later.push_back([=] { stop(id, times, callback); });
+        task->later.push_back([=] { stop(id, times, callback, filesStayed); });
         return;
     }
     const QString unitName = unitNameOf(id.toString());
-    const auto left = [this, id, unitName](bool sent) {
+    const auto left = [this, id, unitName, filesStayed](bool sent) {
         // A task that is not stopped keeps its files.
         if (!sent)
             return;
         systemd.disableUnitFiles({unitName}, false);
+        const TaskFilesRemoval removal = removeTaskFiles(places, id);
         // Not every bus watches the directory: the policy would stay in force.
-        if (removeTaskFiles(places, id))
+        if (removal.tookPolicy)
             busConfig.reload([] {});
+        if (!removal.isComplete && filesStayed)
+            filesStayed();
     };
     systemd.stopUnit(unitName, Systemd::replace(),
                      [callback](const QString &, const Error &error) { callback(error); },
@@ -303,18 +308,21 @@ void TaskManager::runWhenReady(const std::function<void()> &callback)
 
 bool TaskManager::cleanupUninstalledApplication(const QString &application)
 {
+    // Shared with stops that wait for a start of their task, and outlive this call.
+    const auto filesAreGone = std::make_shared<bool>(true);
     const QStringList taskIds = d->records.all().keys();
     for (const QString &text : taskIds) {
         const ApplicationTaskId id(text);
         if (id.applicationId().toString() != application)
             continue;
         // Held open, and without a time limit: nobody would ask for this stop again.
-        d->stop(id, {}, [open = DBus::OpenCall()](const Error &error) {
+        const auto stopped = [open = DBus::OpenCall()](const Error &error) {
             if (error)
                 qWarning() << "Failed to stop task" << error;
-        });
+        };
+        d->stop(id, {}, stopped, [filesAreGone] { *filesAreGone = false; });
     }
-    return true;
+    return *filesAreGone;
 }
 
 void TaskManager::sendWaiting() { d->sharedReload.sendWaiting(); }

@@ -41,8 +41,9 @@ public:
                const QVariantMap &taskSettings, const Callback &callback);
     void start(const QString &id, const QVariantMap &startParameters,
                const QVariantMap &taskSettings, const Callback &callback);
-    /// Asks systemd to stop and disable the task's unit and deletes its files. When systemd could
-    /// not be asked within 25 s, this fails and nothing has changed.
+    /// Asks systemd to stop and disable the task's unit and deletes its files; one that cannot be
+    /// deleted is logged. When systemd could not be asked within 25 s, this fails and nothing has
+    /// changed.
     void stop(const ApplicationTaskId &id, const Callback &callback);
     void stop(const QString &id, const Callback &callback);
     /// All records, in task id order.
@@ -52,7 +53,8 @@ public:
     /// Runs the callback once systemd's initial listings have arrived: at once if they have.
     void runWhenReady(const std::function<void()> &callback);
     /// Stops every task of a removed application; failures are logged when they arrive.
-    /// @return true; does not wait for the stops.
+    /// @return whether no file of these tasks was left over. Does not wait for the stops: where one
+    /// has to wait for a start of its task or for a slow systemd, a file that stays is logged only.
     bool cleanupUninstalledApplication(const QString &application);
     /// Sends starts that wait for the reload of others: for a process that has to end.
     void sendWaiting();

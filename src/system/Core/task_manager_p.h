@@ -68,8 +68,9 @@ public:
     void startUnit(const QString &taskId, bool atBoot, const CallTimes &times,
                    const TaskManager::Callback &callback);
     /// Has the unit stopped; disables it and removes its files when that has been asked.
+    /// @param filesStayed runs when a file could not be removed, perhaps inside this call.
     void stop(const ApplicationTaskId &id, const CallTimes &times,
-              const TaskManager::Callback &callback);
+              const TaskManager::Callback &callback, const std::function<void()> &filesStayed = {});
     /// A start of the task has been asked of systemd, or will not be.
     void startLeft(const QString &taskId);
 

@@ -91,6 +91,7 @@ private Q_SLOTS:
     void writesIntoAPipeInsteadOfReplacingIt();
     void doesNotWaitForTheReaderOfAPipe();
     void saysWhenADeviceDoesNotTakeTheText();
+    void aPreparedTextIsGoneUnlessItTakesItsPlace();
 
 private:
     QString file() const { return m_directory->filePath(QStringLiteral("file")); }
@@ -274,6 +275,19 @@ void TestAtomicFile::saysWhenADeviceDoesNotTakeTheText()
     // By way of the descriptor, so that nothing beside the device can be touched.
     const QString path = QStringLiteral("/proc/self/fd/%1").arg(device);
     QCOMPARE(writeFileAtomically(path, "text"), FileWrite::Incomplete);
+}
+
+void TestAtomicFile::aPreparedTextIsGoneUnlessItTakesItsPlace()
+{
+    fill(file(), "old");
+    {
+        const PreparedFile prepared(file(), "new");
+        QCOMPARE(prepared.state(), FileWrite::Written);
+        QCOMPARE(namesIn(m_directory->path()).size(), 2);
+        QCOMPARE(contentOf(file()), QByteArray("old"));
+    }
+    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+    QCOMPARE(contentOf(file()), QByteArray("old"));
 }
 
 QTEST_GUILESS_MAIN(TestAtomicFile)

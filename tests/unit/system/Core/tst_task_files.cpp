@@ -4,6 +4,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -47,6 +49,19 @@ void expectIncompleteWrite(const QString &path)
         QStringLiteral("Could not write file: \"%1\"").arg(path).toUtf8().constData());
 }
 
+QStringList filesIn(const QString &besides)
+{
+    return QFileInfo(besides).dir().entryList(QDir::Files | QDir::Hidden | QDir::System);
+}
+
+Core::TaskPlan newPlan()
+{
+    Core::TaskPlan plan;
+    plan.taskId = taskId;
+    plan.policy = QByteArray("new policy");
+    return plan;
+}
+
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
@@ -69,9 +84,20 @@ private Q_SLOTS:
     void writesTheUnitOfTheLongestName();
     void reportsANameThatIsTooLong();
     void keepsTheOldUnitWhenTheDiskIsFull();
+    void writesUnitAndPolicy();
+    void keepsTheOldPairWhenThePolicyCannotBeWritten();
+    void keepsTheOldPairWhenTheUnitCannotTakeItsPlace_data();
+    void keepsTheOldPairWhenTheUnitCannotTakeItsPlace();
+    void keepsANewUnitWhosePolicyCannotBeWritten();
+    void removesUnitAndPolicy();
+    void saysWhichFileItCouldNotRemove_data();
+    void saysWhichFileItCouldNotRemove();
 
 private:
     void makeUnitDirectory() const;
+    void fill(const QString &path, const QByteArray &text) const;
+    [[nodiscard]] QString unitPath() const { return Core::unitFilePath(places(), taskId); }
+    [[nodiscard]] QString policyPath() const { return Core::policyFilePath(places(), taskId); }
     [[nodiscard]] Places places() const { return Places::below(m_root->path()); }
 
     QScopedPointer<QTemporaryDir> m_root;
@@ -155,6 +181,108 @@ void TestTaskFiles::keepsTheOldUnitWhenTheDiskIsFull()
 
     QVERIFY(!written);
     QCOMPARE(contentOf(path), typicalText());
+}
+
+void TestTaskFiles::fill(const QString &path, const QByteArray &text) const
+{
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(text), qint64(text.size()));
+}
+
+void TestTaskFiles::writesUnitAndPolicy()
+{
+    makeUnitDirectory();
+    QVERIFY(!Core::writeTaskFiles(newPlan(), places()));
+    QCOMPARE(contentOf(unitPath()), newPlan().unit());
+    QCOMPARE(contentOf(policyPath()), *newPlan().policy);
+}
+
+void TestTaskFiles::keepsTheOldPairWhenThePolicyCannotBeWritten()
+{
+    fill(unitPath(), "old unit");
+    // A link into a folder that is not there: nothing can be written to the end of it.
+    QVERIFY(QDir().mkpath(QFileInfo(policyPath()).path()));
+    QVERIFY(QFile::link(m_root->filePath(QStringLiteral("nowhere/policy")), policyPath()));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QStringLiteral("Could not create file: \"%1\"").arg(policyPath()).toUtf8().constData());
+    const Core::Error error = Core::writeTaskFiles(newPlan(), places());
+    QCOMPARE(error.message(), QLatin1String("Failed to write DBus policy file for ") + taskId);
+    QCOMPARE(contentOf(unitPath()), QByteArray("old unit"));
+    QVERIFY(QFileInfo(policyPath()).isSymLink());
+    QCOMPARE(filesIn(unitPath()), QStringList(Core::unitNameOf(taskId)));
+}
+
+void TestTaskFiles::keepsTheOldPairWhenTheUnitCannotTakeItsPlace_data()
+{
+    QTest::addColumn<QByteArray>("oldPolicy");
+    QTest::newRow("a policy") << QByteArray("old policy");
+    QTest::newRow("none") << QByteArray("(cannot be read)");
+}
+
+void TestTaskFiles::keepsTheOldPairWhenTheUnitCannotTakeItsPlace()
+{
+    QFETCH(QByteArray, oldPolicy);
+    makeUnitDirectory();
+    // A device that is always full, in the unit's place.
+    QVERIFY(QFile::link(QStringLiteral("/dev/full"), unitPath()));
+    if (oldPolicy != "(cannot be read)")
+        fill(policyPath(), oldPolicy);
+    expectIncompleteWrite(unitPath());
+    const Core::Error error = Core::writeTaskFiles(newPlan(), places());
+    QCOMPARE(error.message(), QLatin1String("Failed to write unit file for ") + taskId);
+    QVERIFY(QFileInfo(unitPath()).isSymLink());
+    QCOMPARE(contentOf(policyPath()), oldPolicy);
+}
+
+void TestTaskFiles::keepsANewUnitWhosePolicyCannotBeWritten()
+{
+    makeUnitDirectory();
+    QVERIFY(QDir().mkpath(policyPath()));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QStringLiteral("Could not create file: \"%1\"").arg(policyPath()).toUtf8().constData());
+    QVERIFY(Core::writeTaskFiles(newPlan(), places()));
+    QCOMPARE(contentOf(unitPath()), newPlan().unit());
+}
+
+void TestTaskFiles::removesUnitAndPolicy()
+{
+    fill(unitPath(), "unit");
+    fill(policyPath(), "policy");
+    const Core::ApplicationTaskId id(taskId);
+    Core::TaskFilesRemoval removal = Core::removeTaskFiles(places(), id);
+    QVERIFY(removal.isComplete && removal.tookPolicy);
+    QVERIFY(!QFileInfo::exists(unitPath()) && !QFileInfo::exists(policyPath()));
+    // Nothing is missed that was not there.
+    removal = Core::removeTaskFiles(places(), id);
+    QVERIFY(removal.isComplete && !removal.tookPolicy);
+}
+
+void TestTaskFiles::saysWhichFileItCouldNotRemove_data()
+{
+    QTest::addColumn<bool>("unitStays");
+    QTest::newRow("the unit") << true;
+    QTest::newRow("the policy") << false;
+}
+
+void TestTaskFiles::saysWhichFileItCouldNotRemove()
+{
+    QFETCH(bool, unitStays);
+    const QString stays = unitStays ? unitPath() : policyPath();
+    const QString other = unitStays ? policyPath() : unitPath();
+    QVERIFY(QDir().mkpath(stays));
+    fill(other, "x");
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("^Could not remove file: \"%1\"")
+                                                .arg(QRegularExpression::escape(stays))));
+    const Core::TaskFilesRemoval removal =
+        Core::removeTaskFiles(places(), Core::ApplicationTaskId(taskId));
+    QVERIFY(!removal.isComplete && !removal.tookPolicy);
+    // A unit does not stay without its policy.
+    QCOMPARE(QFileInfo::exists(other), unitStays);
 }
 
 QTEST_GUILESS_MAIN(TestTaskFiles)

@@ -5,6 +5,8 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDir>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -26,6 +28,7 @@ private Q_SLOTS:
     void announcesManyChangesOnce();
     void stopsTheTasksOfARemovedApplicationOnly();
     void logsATaskThatCannotBeStopped();
+    void saysThatAFileOfARemovedApplicationStays();
 
 private:
     static constexpr int patienceMs = 30000;
@@ -186,6 +189,19 @@ void TestTaskManager::logsATaskThatCannotBeStopped()
         answered = error.code() == Core::Error::AccessDenied;
     });
     QTRY_VERIFY_WITH_TIMEOUT(answered, patienceMs);
+}
+
+void TestTaskManager::saysThatAFileOfARemovedApplicationStays()
+{
+    makeReady();
+    const QString file = root.unitFile(QStringLiteral("a.bc.task_x"));
+    root.write(file + QStringLiteral("/in-the-way"), "x");
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QRegularExpression(QStringLiteral("^Could not remove file: \".*a\\.bc\\.task_x")));
+    QVERIFY(!manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
+    QVERIFY(QDir(root.path(file)).removeRecursively());
+    QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
 }
 
 QTEST_GUILESS_MAIN(TestTaskManager)
