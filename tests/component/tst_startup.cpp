@@ -18,6 +18,7 @@ private Q_SLOTS:
     void endsOrderlyOnASignalBeforeItIsReady();
     void isReadyThoughTheListingsFail();
     void isReadyWithoutSystemd();
+    void hearsSystemdAgainWhenItIsAnotherProcess();
     void looksAtNoApplicationBeforeItHasItsName_data();
     void looksAtNoApplicationBeforeItHasItsName();
     void startsWithOtherArguments_data();
@@ -139,6 +140,18 @@ void TestStartup::isReadyWithoutSystemd()
     Stage stage;
     stage.systemd.reset();
     QVERIFY(stage.start());
+}
+
+void TestStartup::hearsSystemdAgainWhenItIsAnotherProcess()
+{
+    Stage stage;
+    QVERIFY(stage.start());
+    const QDBusConnection bus = stage.connect();
+    stage.systemd.reset();
+    stage.systemd = std::make_unique<FakeSystemd>(bus);
+    QVERIFY(stage.waitUntil([&] { return stage.systemd->calls.size() == 3; }));
+    QCOMPARE(membersOf(stage.systemd->calls),
+             QStringList({QStringLiteral("Subscribe"), listUnits(), listFiles()}));
 }
 
 void TestStartup::looksAtNoApplicationBeforeItHasItsName_data()

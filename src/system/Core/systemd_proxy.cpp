@@ -8,6 +8,7 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 
 #include <utility>
@@ -22,13 +23,20 @@ namespace {
 // while systemd does not answer the starts of others.
 constexpr DBus::CallQueue::Limits maxCallsInFlight{48, 32, 8};
 
-// The records of a listing; empty when the call failed or answered with something else.
-template <typename Record>
-QVector<Record> recordsIn(const QDBusMessage &reply, const char *signature)
+// Hands on the records of a listing. An answer of another form is a failure, too.
+template <typename Record, typename Callback>
+auto listingAnswered(const char *signature, Callback callback, const std::function<void()> &failed)
 {
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != QLatin1String(signature))
-        return {};
-    return qdbus_cast<QVector<Record>>(reply.arguments().constFirst());
+    return [=](const QDBusMessage &answer) {
+        if (answer.type() == QDBusMessage::ReplyMessage
+            && answer.signature() == QLatin1String(signature)) {
+            callback(qdbus_cast<QVector<Record>>(answer.arguments().constFirst()));
+        } else if (failed) {
+            failed();
+        } else {
+            callback({});
+        }
+    };
 }
 
 } // namespace
@@ -62,6 +70,25 @@ void SystemdProxyPrivate::callForJob(const QDBusMessage &message, DBus::CallQueu
             callback(reply.value().path(), {});
     };
     calls.call({message, answered, lane, terms.sendBy, terms.answerBy, terms.left});
+}
+
+void SystemdProxyPrivate::subscribe()
+{
+    connection().send(managerCall(QStringLiteral("Subscribe")));
+}
+
+void SystemdProxyPrivate::watchOwner()
+{
+    // Costs no match rule: the framework has the same one, to know who sends systemd's signals.
+    auto *watcher = new QDBusServiceWatcher(service(), connection(),
+                                            QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString &, const QString &, const QString &owner) {
+                if (owner.isEmpty())
+                    return;
+                subscribe();
+                Q_EMIT q->managerReplaced();
+            });
 }
 
 void SystemdProxyPrivate::subscribeOnce()
@@ -113,27 +140,25 @@ SystemdProxy::SystemdProxy(QObject *parent)
     qDBusRegisterMetaType<QVector<Unit>>();
     qDBusRegisterMetaType<UnitFileStatus>();
     qDBusRegisterMetaType<QVector<UnitFileStatus>>();
-    d->connection().send(d->managerCall(QStringLiteral("Subscribe")));
+    d->watchOwner();
+    d->subscribe();
 }
 
 SystemdProxy::~SystemdProxy() { delete d; }
 
 void SystemdProxy::listUnitsByPatterns(const QStringList &states, const QStringList &patterns,
-                                       UnitsCallback callback)
+                                       UnitsCallback callback, const std::function<void()> &failed)
 {
     d->calls.call({d->managerCall(QStringLiteral("ListUnitsByPatterns"), {states, patterns}),
-                   [callback = std::move(callback)](const QDBusMessage &answer) {
-                       callback(recordsIn<Unit>(answer, "a(ssssssouso)"));
-                   }});
+                   listingAnswered<Unit>("a(ssssssouso)", std::move(callback), failed)});
 }
 
 void SystemdProxy::listUnitFilesByPatterns(const QStringList &states, const QStringList &patterns,
-                                           UnitFilesCallback callback)
+                                           UnitFilesCallback callback,
+                                           const std::function<void()> &failed)
 {
     d->calls.call({d->managerCall(QStringLiteral("ListUnitFilesByPatterns"), {states, patterns}),
-                   [callback = std::move(callback)](const QDBusMessage &answer) {
-                       callback(recordsIn<UnitFileStatus>(answer, "a(ss)"));
-                   }});
+                   listingAnswered<UnitFileStatus>("a(ss)", std::move(callback), failed)});
 }
 
 void SystemdProxy::enableUnitFiles(const QStringList &files, bool runtime, bool force)

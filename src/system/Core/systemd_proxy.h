@@ -80,16 +80,18 @@ public:
     /// A process id; nothing when it is not known.
     using PidCallback = std::function<void(std::optional<qint32>)>;
 
-    /// Subscribes to systemd's unit signals.
+    /// Subscribes to systemd's unit signals, and again whenever another process has systemd's name
+    /// on the bus: it knows nothing of the subscription with the one before.
     explicit SystemdProxy(QObject *parent = nullptr);
     ~SystemdProxy() override;
 
-    /// A failed listing gives an empty vector.
+    /// @param failed runs in the callback's place when the listing failed. Without it the callback
+    /// is given an empty vector.
     void listUnitsByPatterns(const QStringList &states, const QStringList &patterns,
-                             UnitsCallback callback);
-    /// A failed listing gives an empty vector.
+                             UnitsCallback callback, const std::function<void()> &failed = {});
     void listUnitFilesByPatterns(const QStringList &states, const QStringList &patterns,
-                                 UnitFilesCallback callback);
+                                 UnitFilesCallback callback,
+                                 const std::function<void()> &failed = {});
     void enableUnitFiles(const QStringList &files, bool runtime, bool force);
     void disableUnitFiles(const QStringList &files, bool runtime);
     /// @param answered runs when systemd has reloaded or refused to, or the deadline is over.
@@ -114,6 +116,9 @@ public:
     [[nodiscard]] static QString unitObjectPath(const QString &name);
 
 Q_SIGNALS:
+    /// Another process has systemd's name now and is subscribed to. What changed meanwhile has not
+    /// been reported.
+    void managerReplaced();
     /// Properties of a watched unit changed; only changed values, any interface.
     void unitPropertiesChanged(const QString &unitName, const QVariantMap &properties);
 

@@ -21,6 +21,11 @@ public:
                                            const QVariantList &arguments = {}) const;
     void callForJob(const QDBusMessage &message, DBus::CallQueue::Lane lane, const JobTerms &terms,
                     const SystemdProxy::JobCallback &callback);
+    /// Has systemd send its signals.
+    void subscribe();
+    /// Notices when systemd's name gets another owner.
+    void watchOwner();
+    /// Has the bus deliver them.
     void subscribeOnce();
 
     /// Why a unit is watched.

@@ -77,25 +77,44 @@ void TaskManagerPrivate::loadUnits()
     systemd.listUnitsByPatterns(
         {}, {taskUnitPrefix() + QLatin1Char('*')},
         [this](const QVector<SystemdProxy::Unit> &units) {
-            for (const SystemdProxy::Unit &unit : units) {
-                systemd.watchUnit(unit.name);
-                records.setState(unit.name, TaskRecords::stateOf(unit.activeState, unit.subState));
-            }
+            takeUnits(units);
             loadFinished();
-        });
+        },
+        [this] { loadFinished(); });
+}
+
+void TaskManagerPrivate::takeUnits(const QVector<SystemdProxy::Unit> &units)
+{
+    QSet<QString> listed;
+    for (const SystemdProxy::Unit &unit : units) {
+        systemd.watchUnit(unit.name);
+        records.setState(unit.name, TaskRecords::stateOf(unit.activeState, unit.subState));
+        listed.insert(unit.name);
+    }
+    records.setUnitsListed(listed);
 }
 
 void TaskManagerPrivate::loadUnitFiles()
 {
     ++pendingLoads;
-    systemd.listUnitFilesByPatterns({}, {taskUnitPrefix() + QLatin1Char('*')},
-                                    [this](const QVector<SystemdProxy::UnitFileStatus> &files) {
-                                        for (const SystemdProxy::UnitFileStatus &file : files) {
-                                            records.setEnabled(QFileInfo(file.path).fileName(),
-                                                               file.state == Systemd::enabled());
-                                        }
-                                        loadFinished();
-                                    });
+    systemd.listUnitFilesByPatterns(
+        {}, {taskUnitPrefix() + QLatin1Char('*')},
+        [this](const QVector<SystemdProxy::UnitFileStatus> &files) {
+            takeUnitFiles(files);
+            loadFinished();
+        },
+        [this] { loadFinished(); });
+}
+
+void TaskManagerPrivate::takeUnitFiles(const QVector<SystemdProxy::UnitFileStatus> &files)
+{
+    QSet<QString> listed;
+    for (const SystemdProxy::UnitFileStatus &file : files) {
+        const QString unitName = QFileInfo(file.path).fileName();
+        records.setEnabled(unitName, file.state == Systemd::enabled());
+        listed.insert(unitName);
+    }
+    records.setUnitFilesListed(listed);
 }
 
 void TaskManagerPrivate::loadFinished()
@@ -250,8 +269,12 @@ TaskManager::TaskManager(QObject *parent)
                 if (d->records.applyProperties(unitName, properties))
                     d->requestNotification();
             });
-    d->loadUnits();
-    d->loadUnitFiles();
+    const auto load = [this] {
+        d->loadUnits();
+        d->loadUnitFiles();
+    };
+    connect(&d->systemd, &SystemdProxy::managerReplaced, this, load);
+    load();
 }
 
 TaskManager::~TaskManager()

@@ -24,7 +24,8 @@ public:
     /// Called exactly once with the outcome.
     using Callback = std::function<void(const Error &)>;
 
-    /// Starts loading what systemd already knows of the tasks.
+    /// Starts loading what systemd already knows of the tasks, and does so again whenever another
+    /// process has taken systemd's name.
     explicit TaskManager(QObject *parent = nullptr);
     ~TaskManager() override;
     /// The manager that the process shares; made by the first call unless one exists.

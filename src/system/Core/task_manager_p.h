@@ -50,7 +50,9 @@ public:
                                       const QVariantMap &taskSettings) const;
 
     void loadUnits();
+    void takeUnits(const QVector<SystemdProxy::Unit> &units);
     void loadUnitFiles();
+    void takeUnitFiles(const QVector<SystemdProxy::UnitFileStatus> &files);
     void loadFinished();
     void requestNotification();
     /// Asks for the main processes of the tasks that run already.

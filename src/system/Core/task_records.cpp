@@ -31,6 +31,20 @@ void TaskRecords::setEnabled(const QString &unitName, bool enabled)
         record->enabled = enabled;
 }
 
+void TaskRecords::setUnitsListed(const QSet<QString> &unitNames)
+{
+    for (TaskRecord &record : m_records) {
+        if (record.state == TaskRecord::Running && !unitNames.contains(unitNameOf(record.taskId)))
+            changeState(record, TaskRecord::NotRunning);
+    }
+}
+
+void TaskRecords::setUnitFilesListed(const QSet<QString> &unitNames)
+{
+    for (TaskRecord &record : m_records)
+        record.enabled = record.enabled && unitNames.contains(unitNameOf(record.taskId));
+}
+
 TaskRecord *TaskRecords::recordOf(const QString &unitName)
 {
     const QString taskId = taskIdOfUnit(unitName);

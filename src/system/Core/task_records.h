@@ -54,6 +54,9 @@ public:
     /// What systemd's listings say of a task unit; makes its record on first sight.
     void setState(const QString &unitName, TaskRecord::State state);
     void setEnabled(const QString &unitName, bool enabled);
+    /// The units that no listing of systemd has any more neither run nor start at boot.
+    void setUnitsListed(const QSet<QString> &unitNames);
+    void setUnitFilesListed(const QSet<QString> &unitNames);
     /// Applies changed unit properties.
     /// @return false when the name is no task unit's or no record of it exists.
     bool applyProperties(const QString &unitName, const QVariantMap &properties);

@@ -22,6 +22,9 @@ private Q_SLOTS:
     void goesOnWatchingAStartedUnitThatIsStopped();
     void givesTheMainProcessOfAUnit_data();
     void givesTheMainProcessOfAUnit();
+    void subscribesAgainWhenSystemdIsAnotherProcess();
+    void tellsAFailedListingFromAnEmptyOne_data();
+    void tellsAFailedListingFromAnEmptyOne();
 
 private:
     static constexpr int patienceMs = 30000;
@@ -120,6 +123,45 @@ void TestSystemdProxy::givesTheMainProcessOfAUnit()
     proxy->mainPid(unit, [&given](std::optional<qint32> answer) { given = answer.value_or(-1); });
     QTRY_VERIFY_WITH_TIMEOUT(given != -2, patienceMs);
     QCOMPARE(given, pid);
+}
+
+void TestSystemdProxy::subscribesAgainWhenSystemdIsAnotherProcess()
+{
+    QSignalSpy replaced(proxy.get(), &SystemdProxy::managerReplaced);
+    QTRY_COMPARE_WITH_TIMEOUT(fake->calls.size(), 1, patienceMs);
+    fake.reset();
+    fake = std::make_unique<FakeSystemd>(fakeBus);
+    QVERIFY(replaced.size() == 1 || replaced.wait(patienceMs));
+    QTRY_COMPARE_WITH_TIMEOUT(membersOf(fake->calls), QStringList(QStringLiteral("Subscribe")),
+                              patienceMs);
+    // Its leaving was no replacement.
+    QCOMPARE(replaced.size(), 1);
+}
+
+void TestSystemdProxy::tellsAFailedListingFromAnEmptyOne_data()
+{
+    QTest::addColumn<bool>("fails");
+    QTest::newRow("empty") << false;
+    QTest::newRow("failed") << true;
+}
+
+void TestSystemdProxy::tellsAFailedListingFromAnEmptyOne()
+{
+    QFETCH(bool, fails);
+    for (const char *method : {"ListUnitsByPatterns", "ListUnitFilesByPatterns"})
+        fake->refuse(QString::fromLatin1(method),
+                     fails ? QStringLiteral("org.example.No") : QString(), QString());
+    QStringList heard;
+    const auto failed = [&heard] { heard.append(QStringLiteral("failed")); };
+    const auto listed = [&heard](const auto &) { heard.append(QStringLiteral("listed")); };
+    proxy->listUnitsByPatterns({}, {}, listed, failed);
+    proxy->listUnitFilesByPatterns({}, {}, listed, failed);
+    const QString outcome = fails ? QStringLiteral("failed") : QStringLiteral("listed");
+    QTRY_COMPARE_WITH_TIMEOUT(heard, QStringList({outcome, outcome}), patienceMs);
+    // Who does not ask for the difference hears of an empty one.
+    proxy->listUnitsByPatterns({}, {}, listed);
+    QTRY_COMPARE_WITH_TIMEOUT(heard.size(), 3, patienceMs);
+    QCOMPARE(heard.last(), QStringLiteral("listed"));
 }
 
 QTEST_GUILESS_MAIN(TestSystemdProxy)

@@ -29,6 +29,8 @@ private Q_SLOTS:
     void stopsTheTasksOfARemovedApplicationOnly();
     void logsATaskThatCannotBeStopped();
     void saysThatAFileOfARemovedApplicationStays();
+    void listsAnewWhenSystemdIsAnotherProcess();
+    void keepsWhatItKnowsWhenTheNewListingFails();
 
 private:
     static constexpr int patienceMs = 30000;
@@ -37,6 +39,8 @@ private:
         return QStringLiteral("ov_task.%1.service").arg(QString::fromLatin1(task));
     }
     void makeReady();
+    void replaceSystemd(const QString &refused = {});
+    [[nodiscard]] QStringList runningTasks() const;
 
     PrivateBus bus;
     TempRoot root;
@@ -202,6 +206,50 @@ void TestTaskManager::saysThatAFileOfARemovedApplicationStays()
     QVERIFY(!manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
     QVERIFY(QDir(root.path(file)).removeRecursively());
     QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
+}
+
+void TestTaskManager::replaceSystemd(const QString &refused)
+{
+    systemd.reset();
+    systemd = std::make_unique<FakeSystemd>(systemdBus);
+    if (!refused.isEmpty())
+        systemd->refuse(refused, QStringLiteral("org.example.No"), QString());
+    systemd->units = {{unit("a.b.task_y"), QStringLiteral("active"), QStringLiteral("running")}};
+    systemd->properties.insert(unit("a.b.task_y"), {{QStringLiteral("MainPID"), 4712u}});
+}
+
+QStringList TestTaskManager::runningTasks() const
+{
+    QStringList running;
+    const auto tasks = manager->tasks();
+    for (const Core::TaskRecord &task : tasks) {
+        if (task.state == Core::TaskRecord::Running)
+            running.append(QStringLiteral("%1 %2").arg(task.taskId).arg(task.mainPid));
+    }
+    return running;
+}
+
+void TestTaskManager::listsAnewWhenSystemdIsAnotherProcess()
+{
+    makeReady();
+    replaceSystemd();
+    QSignalSpy changed(manager.get(), &TaskManager::systemTasksChanged);
+    QTRY_COMPARE_WITH_TIMEOUT(runningTasks(), QStringList(QStringLiteral("a.b.task_y 4712")),
+                              patienceMs);
+    QVERIFY(!changed.isEmpty() || changed.wait(patienceMs));
+    const auto tasks = manager->tasks();
+    for (const Core::TaskRecord &task : tasks)
+        QVERIFY2(!task.enabled, qPrintable(task.taskId));
+}
+
+void TestTaskManager::keepsWhatItKnowsWhenTheNewListingFails()
+{
+    makeReady();
+    const QStringList before = runningTasks();
+    replaceSystemd(QStringLiteral("ListUnitsByPatterns"));
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, patienceMs);
+    makeReady();
+    QCOMPARE(runningTasks(), before);
 }
 
 QTEST_GUILESS_MAIN(TestTaskManager)
