@@ -4,8 +4,10 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -21,6 +23,45 @@ constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t everybodyReads = ownerOnly | S_IRGRP | S_IROTH;
 
 constexpr char temporaryPrefix[] = ".orvane.";
+
+bool isTemporaryName(const QByteArray &name)
+{
+    constexpr int randomCharacters = 6;
+    constexpr int prefixLength = sizeof(temporaryPrefix) - 1;
+    return name.size() == prefixLength + randomCharacters && name.startsWith(temporaryPrefix)
+        && std::all_of(name.cbegin() + prefixLength, name.cend(), [](char character) {
+               return QChar::isLetterOrNumber(static_cast<uchar>(character));
+           });
+}
+
+// Whether no process has the file open for writing. The kernel grants a lease for reading only
+// then; where it grants none at all, the file counts as being written.
+bool isWrittenByNobody(int fd)
+{
+    // Who opens the file for writing in this very moment makes the kernel send a signal. The usual
+    // one would end the process.
+    if (::fcntl(fd, F_SETSIG, SIGURG) != 0 || ::fcntl(fd, F_SETLEASE, F_RDLCK) != 0)
+        return false;
+    ::fcntl(fd, F_SETLEASE, F_UNLCK);
+    return true;
+}
+
+// The mode of a regular file of this process's user that has one name and that nobody writes to.
+// Nothing for anything else.
+std::optional<mode_t> modeOfAbandonedFile(const QString &path)
+{
+    const int fd =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return {};
+    constexpr mode_t modeBits = 07777;
+    struct stat status = {};
+    const bool isOurs = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)
+        && status.st_uid == ::geteuid() && status.st_nlink == 1;
+    const bool isAbandoned = isOurs && isWrittenByNobody(fd);
+    ::close(fd);
+    return isAbandoned ? std::optional<mode_t>(status.st_mode & modeBits) : std::nullopt;
+}
 
 // A device or a pipe cannot be replaced by a file: a unit that is masked by a link to /dev/null
 // would cost the system its /dev/null. Opened so that a pipe without a reader does not block.
@@ -163,3 +204,13 @@ FileWrite writeFileAtomically(const QString &path, const QByteArray &text, FileR
 {
     return PreparedFile(path, text, readers, places).takePlace();
 }
+
+bool isUnfinishedFile(const QString &path)
+{
+    if (!isTemporaryName(QFile::encodeName(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1))))
+        return false;
+    const std::optional<mode_t> mode = modeOfAbandonedFile(path);
+    return mode == ownerOnly || mode == everybodyReads;
+}
+
+bool isOwnAndAtRest(const QString &path) { return modeOfAbandonedFile(path).has_value(); }

@@ -72,3 +72,13 @@ private:
 [[nodiscard]] FileWrite writeFileAtomically(const QString &path, const QByteArray &text,
                                             FileReaders readers = FileReaders::Everybody,
                                             OddPlaces places = OddPlaces::WrittenThrough);
+
+/// Whether a file is what a process that has ended in the middle of writeFileAtomically() left
+/// behind: it has such a name and mode, belongs to this process's user, and nobody writes to it.
+/// False when that cannot be told.
+[[nodiscard]] bool isUnfinishedFile(const QString &path);
+
+/// Whether a regular file belongs to this process's user, has no other name, and nobody writes to
+/// it; a PreparedFile does as long as it lives. Links are not followed. False when that cannot be
+/// told.
+[[nodiscard]] bool isOwnAndAtRest(const QString &path);

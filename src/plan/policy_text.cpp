@@ -1,8 +1,13 @@
 #include "plan/policy_text.h"
 
+#include <QRegularExpression>
+
 namespace Core {
 
-QByteArray policyText(const QString &busName, const QString &user)
+namespace {
+
+// Of texts that are escaped for XML.
+QByteArray policyTextOf(const QString &busName, const QString &user)
 {
     const QString text =
         QStringLiteral("<!DOCTYPE busconfig PUBLIC \n"
@@ -19,7 +24,22 @@ QByteArray policyText(const QString &busName, const QString &user)
                        "  </policy>\n"
                        "</busconfig>\n");
     // Both in one call, so that a placeholder inside the bus name stays as it is.
-    return text.arg(busName.toHtmlEscaped(), user.toHtmlEscaped()).toUtf8();
+    return text.arg(busName, user).toUtf8();
+}
+
+} // namespace
+
+QByteArray policyText(const QString &busName, const QString &user)
+{
+    return policyTextOf(busName.toHtmlEscaped(), user.toHtmlEscaped());
+}
+
+bool isPolicyText(const QByteArray &text)
+{
+    static const QRegularExpression values(
+        QStringLiteral("<policy user=\"([^\"<>]+)\">\\n    <allow own=\"([^\"<>]+)\"/>"));
+    const QRegularExpressionMatch match = values.match(QString::fromUtf8(text));
+    return match.hasMatch() && text == policyTextOf(match.captured(2), match.captured(1));
 }
 
 } // namespace Core

@@ -1,5 +1,6 @@
 #include "plan/task_names.h"
 
+#include "common/Core/application_id.h"
 #include "common/places.h"
 
 namespace Core {
@@ -7,6 +8,7 @@ namespace Core {
 namespace {
 
 QString unitSuffix() { return QStringLiteral(".service"); }
+QString policySuffix() { return QStringLiteral(".conf"); }
 
 } // namespace
 
@@ -21,6 +23,14 @@ QString taskIdOfUnit(const QString &unitName)
     return name.endsWith(unitSuffix()) ? name.chopped(unitSuffix().size()) : QString();
 }
 
+QString taskIdOfPolicy(const QString &fileName)
+{
+    if (!fileName.endsWith(policySuffix()))
+        return {};
+    const QString taskId = fileName.chopped(policySuffix().size());
+    return ApplicationTaskId(taskId).isValid() ? taskId : QString();
+}
+
 QString unitFilePath(const Places &places, const QString &taskId)
 {
     return places.unitFolder() + QLatin1Char('/') + unitNameOf(taskId);
@@ -28,7 +38,7 @@ QString unitFilePath(const Places &places, const QString &taskId)
 
 QString policyFilePath(const Places &places, const QString &taskId)
 {
-    return places.policyFolder() + QLatin1Char('/') + taskId + QLatin1String(".conf");
+    return places.policyFolder() + QLatin1Char('/') + taskId + policySuffix();
 }
 
 } // namespace Core

@@ -1,5 +1,7 @@
+#include "plan/policy_text.h"
 #include "support/stage.h"
 
+#include <QDir>
 #include <QTest>
 
 #include <csignal>
@@ -18,6 +20,7 @@ private Q_SLOTS:
     void endsOrderlyOnASignalBeforeItIsReady();
     void isReadyThoughTheListingsFail();
     void isReadyWithoutSystemd();
+    void putsRightWhatAnEarlierRunLeft();
     void hearsSystemdAgainWhenItIsAnotherProcess();
     void looksAtNoApplicationBeforeItHasItsName_data();
     void looksAtNoApplicationBeforeItHasItsName();
@@ -140,6 +143,26 @@ void TestStartup::isReadyWithoutSystemd()
     Stage stage;
     stage.systemd.reset();
     QVERIFY(stage.start());
+}
+
+void TestStartup::putsRightWhatAnEarlierRunLeft()
+{
+    Stage stage;
+    const QByteArray text = Core::policyText(QStringLiteral("a.b.C"), QStringLiteral("appuser"));
+    const QString policy = stage.root.policyFile(QStringLiteral("a.b.task_left"));
+    const QString unfinished = QStringLiteral("/etc/dbus-1/system.d/.orvane.aB3xYz");
+    const QString folder = QStringLiteral("/var/lib/am/apps/a.b");
+    const QString foreign = stage.root.policyFile(QStringLiteral("a.b.task_foreign"));
+    stage.root.write(policy, text);
+    stage.root.write(unfinished, text.left(100));
+    QVERIFY(QDir().mkpath(stage.root.path(folder)));
+    stage.root.write(foreign, text + "<!-- by somebody else -->\n");
+    QVERIFY(stage.start());
+    for (const QString &leftover : {policy, unfinished, folder}) {
+        QVERIFY(stage.waitUntil([&] { return !stage.root.exists(leftover); }));
+        QVERIFY(stage.daemonLogs('"' + stage.root.path(leftover).toUtf8() + "\"\n"));
+    }
+    QVERIFY(stage.root.exists(foreign));
 }
 
 void TestStartup::hearsSystemdAgainWhenItIsAnotherProcess()

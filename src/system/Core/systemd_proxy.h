@@ -26,6 +26,8 @@ inline QString mainPid() { return QStringLiteral("MainPID"); }
 inline QString activeState() { return QStringLiteral("ActiveState"); }
 inline QString subState() { return QStringLiteral("SubState"); }
 inline QString active() { return QStringLiteral("active"); }
+inline QString inactive() { return QStringLiteral("inactive"); }
+inline QString failed() { return QStringLiteral("failed"); }
 inline QString running() { return QStringLiteral("running"); }
 inline QString enabled() { return QStringLiteral("enabled"); }
 inline QString replace() { return QStringLiteral("replace"); }

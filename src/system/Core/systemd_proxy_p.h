@@ -25,7 +25,7 @@ public:
     void subscribe();
     /// Notices when systemd's name gets another owner.
     void watchOwner();
-    /// Has the bus deliver them.
+    /// Has the bus deliver what systemd says of units.
     void subscribeOnce();
 
     /// Why a unit is watched.

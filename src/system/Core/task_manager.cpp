@@ -5,6 +5,7 @@
 #include "common/DBus/open_call.h"
 #include "plan/policy_text.h"
 #include "plan/task_names.h"
+#include "system/Core/leftover_files.h"
 #include "system/Core/start_hints.h"
 #include "system/Core/task_files.h"
 
@@ -86,12 +87,17 @@ void TaskManagerPrivate::loadUnits()
 void TaskManagerPrivate::takeUnits(const QVector<SystemdProxy::Unit> &units)
 {
     QSet<QString> listed;
+    QSet<QString> live;
     for (const SystemdProxy::Unit &unit : units) {
         systemd.watchUnit(unit.name);
         records.setState(unit.name, TaskRecords::stateOf(unit.activeState, unit.subState));
         listed.insert(unit.name);
+        if (unit.activeState != Systemd::inactive() && unit.activeState != Systemd::failed())
+            live.insert(unit.name);
     }
     records.setUnitsListed(listed);
+    if (!isTidied)
+        liveUnits = live;
 }
 
 void TaskManagerPrivate::loadUnitFiles()
@@ -127,6 +133,22 @@ void TaskManagerPrivate::loadFinished()
         callback();
     // Behind the callbacks, since clients wait for them.
     askMainPids();
+    if (liveUnits)
+        QMetaObject::invokeMethod(
+            q, [this] { tidy(); }, Qt::QueuedConnection);
+}
+
+void TaskManagerPrivate::tidy()
+{
+    if (isTidied)
+        return;
+    isTidied = true;
+    const LeftoverFiles leftovers(places);
+    leftovers.removeUnfinished();
+    leftovers.removeEmptyFolders();
+    // Not every bus watches the directory: the policies would stay in force.
+    if (leftovers.removePolicies(*std::exchange(liveUnits, {})))
+        busConfig.reload([] {});
 }
 
 void TaskManagerPrivate::requestNotification()

@@ -25,7 +25,8 @@ public:
     using Callback = std::function<void(const Error &)>;
 
     /// Starts loading what systemd already knows of the tasks, and does so again whenever another
-    /// process has taken systemd's name.
+    /// process has taken systemd's name. When the first list of units is here, this removes what
+    /// an earlier run has left half done.
     explicit TaskManager(QObject *parent = nullptr);
     ~TaskManager() override;
     /// The manager that the process shares; made by the first call unless one exists.

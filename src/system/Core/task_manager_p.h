@@ -12,9 +12,11 @@
 
 #include <QDeadlineTimer>
 #include <QHash>
+#include <QSet>
 #include <QVariantMap>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace Core {
@@ -54,6 +56,8 @@ public:
     void loadUnitFiles();
     void takeUnitFiles(const QVector<SystemdProxy::UnitFileStatus> &files);
     void loadFinished();
+    /// Puts right what an earlier run has left on the disk.
+    void tidy();
     void requestNotification();
     /// Asks for the main processes of the tasks that run already.
     void askMainPids();
@@ -97,6 +101,9 @@ public:
     unsigned pendingLoads = 0;
     std::vector<std::function<void()>> readyCallbacks;
     bool notificationPending = false;
+    /// The units that run, come or go, from the first listing until the tidying.
+    std::optional<QSet<QString>> liveUnits;
+    bool isTidied = false;
     /// Starts and stops whose outcome is not known.
     int openCalls = 0;
     /// By task id.

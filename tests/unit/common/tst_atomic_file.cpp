@@ -92,6 +92,8 @@ private Q_SLOTS:
     void doesNotWaitForTheReaderOfAPipe();
     void saysWhenADeviceDoesNotTakeTheText();
     void aPreparedTextIsGoneUnlessItTakesItsPlace();
+    void knowsWhatItLeftUnfinished_data();
+    void knowsWhatItLeftUnfinished();
 
 private:
     QString file() const { return m_directory->filePath(QStringLiteral("file")); }
@@ -288,6 +290,59 @@ void TestAtomicFile::aPreparedTextIsGoneUnlessItTakesItsPlace()
     }
     QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
     QCOMPARE(contentOf(file()), QByteArray("old"));
+}
+
+void TestAtomicFile::knowsWhatItLeftUnfinished_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QString>("what");
+    QTest::addColumn<bool>("isUnfinished");
+    const QString name = QStringLiteral(".orvane.aB3xYz");
+    QTest::newRow("for its owner") << name << 0600 << QString() << true;
+    QTest::newRow("for everybody") << name << 0644 << QString() << true;
+    QTest::newRow("another mode") << name << 0755 << QString() << false;
+    QTest::newRow("another name") << QStringLiteral(".orvane.conf") << 0600 << QString() << false;
+    QTest::newRow("a longer name") << name + QLatin1Char('x') << 0600 << QString() << false;
+    QTest::newRow("another character")
+        << QStringLiteral(".orvane.a-3xYz") << 0600 << QString() << false;
+    QTest::newRow("somebody writes to it") << name << 0600 << QStringLiteral("written") << false;
+    QTest::newRow("somebody reads it") << name << 0600 << QStringLiteral("read") << true;
+    QTest::newRow("another name of a file") << name << 0600 << QStringLiteral("linked") << false;
+    QTest::newRow("a link") << name << 0600 << QStringLiteral("link") << false;
+    QTest::newRow("somebody else's") << name << 0600 << QStringLiteral("given away") << false;
+    QTest::newRow("a folder") << name << 0600 << QStringLiteral("folder") << false;
+    QTest::newRow("a pipe") << name << 0600 << QStringLiteral("pipe") << false;
+    QTest::newRow("nothing") << name << 0600 << QStringLiteral("nothing") << false;
+}
+
+void TestAtomicFile::knowsWhatItLeftUnfinished()
+{
+    QFETCH(QString, name);
+    QFETCH(int, mode);
+    QFETCH(QString, what);
+    QFETCH(bool, isUnfinished);
+    const QString path = m_directory->filePath(name);
+    const QByteArray encoded = QFile::encodeName(path);
+    const auto is = [&what](const char *other) { return what == QLatin1String(other); };
+    if (is("link"))
+        QVERIFY(QFile::link(file(), path));
+    else if (is("folder"))
+        QVERIFY(QDir().mkdir(path));
+    else if (is("pipe"))
+        QCOMPARE(::mkfifo(encoded.constData(), 0600), 0);
+    else if (!is("nothing"))
+        fill(path, "text");
+    if (!is("nothing") && !is("link"))
+        QCOMPARE(::chmod(encoded.constData(), static_cast<mode_t>(mode)), 0);
+    if (is("linked"))
+        QCOMPARE(::link(encoded.constData(), QFile::encodeName(file()).constData()), 0);
+    if (is("given away") && ::chown(encoded.constData(), 1, 1) != 0)
+        QSKIP("needs a user who may give files away");
+    QFile user(path);
+    if (is("written") || is("read"))
+        QVERIFY(user.open(is("read") ? QIODevice::ReadOnly : QIODevice::WriteOnly));
+    QCOMPARE(isUnfinishedFile(path), isUnfinished);
 }
 
 QTEST_GUILESS_MAIN(TestAtomicFile)

@@ -1,4 +1,5 @@
 #include "fakes/fake_systemd.h"
+#include "plan/policy_text.h"
 #include "support/private_bus.h"
 #include "support/temp_root.h"
 #include "system/Core/task_manager.h"
@@ -29,6 +30,8 @@ private Q_SLOTS:
     void stopsTheTasksOfARemovedApplicationOnly();
     void logsATaskThatCannotBeStopped();
     void saysThatAFileOfARemovedApplicationStays();
+    void tidiesUpWhenItHasHeardOfTheUnits();
+    void keepsPoliciesAsLongAsNoListingSucceeds();
     void listsAnewWhenSystemdIsAnotherProcess();
     void keepsWhatItKnowsWhenTheNewListingFails();
 
@@ -39,6 +42,7 @@ private:
         return QStringLiteral("ov_task.%1.service").arg(QString::fromLatin1(task));
     }
     void makeReady();
+    void startAnew();
     void replaceSystemd(const QString &refused = {});
     [[nodiscard]] QStringList runningTasks() const;
 
@@ -206,6 +210,53 @@ void TestTaskManager::saysThatAFileOfARemovedApplicationStays()
     QVERIFY(!manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
     QVERIFY(QDir(root.path(file)).removeRecursively());
     QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
+}
+
+// A run of the daemon that finds what is there now.
+void TestTaskManager::startAnew()
+{
+    manager.reset();
+    systemd->calls.clear();
+    manager = std::make_unique<TaskManager>();
+}
+
+void TestTaskManager::tidiesUpWhenItHasHeardOfTheUnits()
+{
+    const QByteArray text = Core::policyText(QStringLiteral("a.b.C"), QStringLiteral("appuser"));
+    const QString leftover = root.policyFile(QStringLiteral("a.b.task_y"));
+    const QString running = root.policyFile(QStringLiteral("a.b.task_x"));
+    const QString unfinished = QStringLiteral("/etc/systemd/system/.orvane.aB3xYz");
+    for (const QString &policy : {leftover, running})
+        root.write(policy, text);
+    root.write(unfinished, "x");
+    systemd->hold(QStringLiteral("ListUnitsByPatterns"));
+    startAnew();
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, patienceMs);
+    QCoreApplication::processEvents();
+    QVERIFY(root.exists(leftover) && root.exists(unfinished));
+    bool wereThereWhenReady = false;
+    manager->runWhenReady(
+        [&] { wereThereWhenReady = root.exists(leftover) && root.exists(unfinished); });
+    systemd->release(QStringLiteral("ListUnitsByPatterns"));
+    QTRY_VERIFY_WITH_TIMEOUT(!root.exists(leftover) && !root.exists(unfinished), patienceMs);
+    // Who waits for the task manager does not wait for this.
+    QVERIFY(wereThereWhenReady);
+    QVERIFY(root.exists(running));
+    root.remove(running);
+}
+
+void TestTaskManager::keepsPoliciesAsLongAsNoListingSucceeds()
+{
+    const QString leftover = root.policyFile(QStringLiteral("a.b.task_z"));
+    root.write(leftover, Core::policyText(QStringLiteral("a.b.C"), QStringLiteral("appuser")));
+    systemd->refuse(QStringLiteral("ListUnitsByPatterns"), QStringLiteral("org.example.No"),
+                    QString());
+    startAnew();
+    makeReady();
+    QCoreApplication::processEvents();
+    QVERIFY(root.exists(leftover));
+    replaceSystemd();
+    QTRY_VERIFY_WITH_TIMEOUT(!root.exists(leftover), patienceMs);
 }
 
 void TestTaskManager::replaceSystemd(const QString &refused)
