@@ -3,6 +3,7 @@
 
 option(ORVANE_WERROR "Treat compiler warnings as errors (CI does)" OFF)
 option(ORVANE_SANITIZE "Instrument with the address and undefined-behaviour sanitizers" OFF)
+option(ORVANE_FUZZ "Make the programs of fuzz/ fuzzers, with what they link instrumented (clang only)" OFF)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
@@ -67,7 +68,7 @@ endif()
 
 if(ORVANE_SANITIZE)
     # A report needs functions and lines, which -g1 keeps at three quarters of the cost of -g.
-    string(REPLACE "-g" "-g1" CMAKE_CXX_FLAGS_DEBUG "${CMAKE_CXX_FLAGS_DEBUG}")
+    string(REGEX REPLACE "-g( |$)" "-g1\\1" CMAKE_CXX_FLAGS_DEBUG "${CMAKE_CXX_FLAGS_DEBUG}")
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                         -fno-omit-frame-pointer)
     # Several sources are compiled as one here, and the compiler takes them for headers.
@@ -78,4 +79,11 @@ if(ORVANE_SANITIZE)
     if(ORVANE_LLD)
         add_link_options(-fuse-ld=lld)
     endif()
+endif()
+
+if(ORVANE_FUZZ)
+    # Coverage of everything, so that the fuzzer sees which input led where; the fuzzer itself is linked
+    # into the programs of fuzz/ only.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+    add_link_options(-fsanitize=fuzzer-no-link)
 endif()

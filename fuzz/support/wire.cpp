@@ -1,0 +1,101 @@
+#include "fuzz/support/wire.h"
+
+#include "fuzz/support/application.h"
+#include "fuzz/support/property.h"
+#include "fuzz/support/random_message.h"
+
+#include <QCoreApplication>
+
+#include <dbus/dbus.h>
+
+namespace {
+
+QString objectPath() { return QStringLiteral("/o"); }
+
+// What tells that the wire is up.
+const char *const greeting = "Greeting";
+
+DBusMessage *newCall(const char *method)
+{
+    DBusMessage *message = dbus_message_new_method_call(nullptr, "/o", "i.i", method);
+    dbus_message_set_no_reply(message, TRUE);
+    return message;
+}
+
+} // namespace
+
+Wire &Wire::instance()
+{
+    needApplication();
+    static Wire *const wire = new Wire;
+    return *wire;
+}
+
+Wire::Wire()
+    : m_server(QStringLiteral("unix:tmpdir=/tmp"))
+{
+    m_server.setAnonymousAuthenticationAllowed(true);
+    QObject::connect(&m_server, &QDBusServer::newConnection, this,
+                     [this](const QDBusConnection &connection) {
+                         m_connection = connection;
+                         m_connection.registerVirtualObject(objectPath(), this);
+                     });
+    m_libraryEnd = dbus_connection_open_private(m_server.address().toUtf8().constData(), nullptr);
+    FUZZ_PROPERTY(m_libraryEnd != nullptr, "the wire connects");
+    // Also when both ends know each other, the framework may leave the first message lying.
+    while (!m_isUp) {
+        dbus_connection_read_write(m_libraryEnd, 1);
+        if (dbus_connection_get_is_authenticated(m_libraryEnd) != FALSE)
+            send(newCall(greeting));
+        QCoreApplication::processEvents();
+    }
+}
+
+QDBusMessage Wire::received(const QByteArray &signature, Input &input)
+{
+    DBusMessage *message = newCall("M");
+    appendArguments(message, signature, input);
+    return received(message);
+}
+
+QDBusMessage Wire::sentAndReceived(const QVariantList &arguments)
+{
+    // A call, because signals do not reach the object.
+    QDBusMessage call = QDBusMessage::createMethodCall(QString(), objectPath(),
+                                                       QStringLiteral("i.i"), QStringLiteral("M"));
+    call.setArguments(arguments);
+    if (!m_connection.send(call))
+        return {};
+    DBusMessage *sent = nullptr;
+    while ((sent = dbus_connection_pop_message(m_libraryEnd)) == nullptr)
+        FUZZ_PROPERTY(dbus_connection_read_write(m_libraryEnd, -1), "what is sent arrives");
+    DBusMessage *copy = dbus_message_copy(sent);
+    dbus_message_unref(sent);
+    return received(copy);
+}
+
+QDBusMessage Wire::received(DBusMessage *message)
+{
+    m_received = QDBusMessage();
+    send(message);
+    while (m_received.type() == QDBusMessage::InvalidMessage) {
+        FUZZ_PROPERTY(m_connection.isConnected(), "a well-formed message keeps its connection");
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return m_received;
+}
+
+void Wire::send(DBusMessage *message)
+{
+    FUZZ_PROPERTY(dbus_connection_send(m_libraryEnd, message, nullptr), "a message can be sent");
+    dbus_message_unref(message);
+    dbus_connection_flush(m_libraryEnd);
+}
+
+bool Wire::handleMessage(const QDBusMessage &message, const QDBusConnection &)
+{
+    m_isUp = true;
+    if (message.member() != QLatin1String(greeting))
+        m_received = message;
+    return true;
+}

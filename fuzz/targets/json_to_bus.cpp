@@ -1,0 +1,81 @@
+// JSON that is sent over the bus and read there: it is what it was, but for what the bus has no
+// form for. A null becomes an empty list; a list of lists is left out where it is the value of a
+// member.
+
+#include "common/DBus/types.h"
+#include "fuzz/support/property.h"
+#include "fuzz/support/scratch.h"
+#include "fuzz/support/wire.h"
+
+#include <QDBusVariant>
+#include <QJsonDocument>
+
+#include <algorithm>
+
+namespace {
+
+QJsonValue plain(const QJsonValue &value)
+{
+    if (value.isNull())
+        return QJsonArray();
+    if (value.isArray()) {
+        QJsonArray read;
+        const QJsonArray array = value.toArray();
+        for (const QJsonValue &element : array)
+            read.append(plain(element));
+        return read;
+    }
+    QJsonObject object = value.toObject();
+    for (auto member = object.begin(); member != object.end(); ++member)
+        *member = plain(*member);
+    return value.isObject() ? object : value;
+}
+
+// Undefined for what has no form.
+QJsonValue expected(const QJsonValue &value)
+{
+    const QJsonArray array = value.toArray();
+    const auto isOfFirstType = [&](const QJsonValue &e) { return e.type() == array[0].type(); };
+    if (value.isArray()) {
+        if (array.isEmpty() || !std::all_of(array.begin(), array.end(), isOfFirstType))
+            return plain(value);
+        if (array[0].isArray() || array[0].isNull())
+            return QJsonValue::Undefined;
+        QJsonArray read;
+        for (const QJsonValue &element : array)
+            read.append(expected(element));
+        return read;
+    }
+    if (!value.isObject())
+        return value.isNull() ? QJsonArray() : value;
+    QJsonObject read;
+    const QJsonObject object = value.toObject();
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        const QJsonValue content = expected(*member);
+        if (!content.isUndefined())
+            read.insert(member.key(), content);
+    }
+    return read;
+}
+
+int depthOf(const QByteArray &text) { return text.count('[') + text.count('{'); }
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const QByteArray text(reinterpret_cast<const char *>(data), static_cast<int>(size));
+    const QJsonDocument document = QJsonDocument::fromJson(text);
+    // The bus has a bound of its own on how deep values are, and no zero bytes in texts.
+    if (!document.isObject() || depthOf(text) > 24 || text.contains("\\u") || text.contains('\0'))
+        return 0;
+    (void)Scratch::instance();
+    QDBusArgument written;
+    written << document.object();
+    const QDBusMessage message = Wire::instance().sentAndReceived({QVariant::fromValue(written)});
+    FUZZ_PROPERTY(message.arguments().size() == 1, "an object can be sent");
+    QJsonValue read;
+    message.arguments().constFirst().value<QDBusArgument>() >> read;
+    FUZZ_PROPERTY(read == expected(document.object()), "what is written is read");
+    return 0;
+}

@@ -1,0 +1,73 @@
+// Kept registrations of any bytes, in which "@BUS@" stands for the id of the bus: what is taken was
+// kept by unique names, is taken once, and kept again reads the same.
+
+#include "fuzz/support/application.h"
+#include "fuzz/support/property.h"
+#include "fuzz/support/scratch.h"
+#include "system/DBus/registrations.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusServer>
+#include <QFile>
+
+#include <chrono>
+#include <future>
+
+using DBus::Registration;
+
+namespace {
+
+bool isSame(const Registration &a, const Registration &b)
+{
+    return a.client == b.client && a.path == b.path && a.taskType == b.taskType;
+}
+
+// A connection that knows the id of its other end, as one to a bus does. Connecting waits for the
+// other end, which the framework accepts on this thread.
+const QDBusConnection &bus()
+{
+    needApplication();
+    static auto *const server = new QDBusServer(QStringLiteral("unix:tmpdir=/tmp"));
+    static const auto *const connection = [] {
+        auto pending = std::async(std::launch::async, [] {
+            return QDBusConnection::connectToPeer(server->address(), QStringLiteral("bus"));
+        });
+        while (pending.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+            QCoreApplication::processEvents();
+        return new QDBusConnection(pending.get());
+    }();
+    return *connection;
+}
+
+// As the daemon keeps it.
+QByteArray busIdIn(const QString &file)
+{
+    FUZZ_PROPERTY(DBus::keepRegistrations(bus(), {{{}, {}, {}}}), "registrations can be kept");
+    const QByteArray text = Scratch::read(file);
+    const int start = text.indexOf(": \"") + 3;
+    return text.mid(start, text.indexOf('"', start) - start);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const Scratch &scratch = Scratch::instance();
+    qputenv("RUNTIME_DIRECTORY", scratch.places().root.toUtf8());
+    const QString file = scratch.places().root + QStringLiteral("/registrations.json");
+    static const QByteArray busId = busIdIn(file);
+    QByteArray text(reinterpret_cast<const char *>(data), static_cast<int>(size));
+    scratch.write(file, text.replace("@BUS@", busId));
+    const QVector<Registration> taken = DBus::takeKeptRegistrations(bus());
+    FUZZ_PROPERTY(!QFile::exists(file), "registrations are taken once");
+    for (const Registration &registration : taken)
+        FUZZ_PROPERTY(registration.client.startsWith(QLatin1Char(':')), "a client is known");
+    FUZZ_PROPERTY(DBus::keepRegistrations(bus(), taken) == !taken.isEmpty(),
+                  "what is taken is kept");
+    const QVector<Registration> again = DBus::takeKeptRegistrations(bus());
+    FUZZ_PROPERTY(again.size() == taken.size(), "as many are taken as are kept");
+    for (int i = 0; i < taken.size(); ++i)
+        FUZZ_PROPERTY(isSame(taken.at(i), again.at(i)), "what is kept is taken");
+    return 0;
+}
