@@ -18,7 +18,7 @@ void sendAnswer(const QDBusConnection &connection, const QDBusMessage &request,
     if (contents.isTooLarge()) {
         connection.send(request.createErrorReply(
             QDBusError::LimitsExceeded, QStringLiteral("The answer is too large for the bus")));
-    } else if (contents.hasNestedDescriptors || !connection.send(answer)) {
+    } else if (!contents.canBeSentOn() || !connection.send(answer)) {
         connection.send(request.createErrorReply(
             QDBusError::Failed, QStringLiteral("The answer holds a value that cannot be sent")));
     }

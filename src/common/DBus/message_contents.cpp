@@ -164,11 +164,16 @@ void Walk::add(const QVariant &value)
     } else if (value.userType() == qMetaTypeId<QDBusArgument>()) {
         // Reads a copy, because reading moves the position in the argument.
         const auto argument = value.value<QDBusArgument>();
+        // The framework copies a record as it is, and takes only values of its own apart.
+        const bool hadEmptySignature = m_found.hasEmptySignature;
         addRecord(argument);
+        m_found.hasEmptySignature = hadEmptySignature;
     } else if (value.userType() == qMetaTypeId<QDBusObjectPath>()) {
         addText(value.value<QDBusObjectPath>().path());
     } else if (value.userType() == qMetaTypeId<QDBusSignature>()) {
         addNumber(longestSignature);
+        if (value.value<QDBusSignature>().signature().isEmpty())
+            m_found.hasEmptySignature = true;
     } else if (value.userType() == qMetaTypeId<QDBusUnixFileDescriptor>()) {
         m_found.hasNestedDescriptors = true;
     } else {

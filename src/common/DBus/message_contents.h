@@ -27,9 +27,16 @@ struct MessageContents
     /// Whether it carries some inside another value, too. The framework never closes its copies of
     /// those when it sends them on.
     bool hasNestedDescriptors = false;
+    /// Whether it carries a signature without types other than in a record, which is copied as it
+    /// is. The framework refuses to send that, and never frees what it has written of the value
+    /// around it.
+    bool hasEmptySignature = false;
 
     [[nodiscard]] bool isTooLarge() const { return size > largestMessage || values > mostValues; }
-    [[nodiscard]] bool canBeSentOn() const { return !isTooLarge() && !hasNestedDescriptors; }
+    [[nodiscard]] bool canBeSentOn() const
+    {
+        return !isTooLarge() && !hasNestedDescriptors && !hasEmptySignature;
+    }
 };
 
 /// Reads all arguments once, and ends early with a message that is too large: the numbers are then

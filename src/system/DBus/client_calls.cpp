@@ -49,7 +49,7 @@ ClientCalls::Refusal ClientCalls::call(const QString &client, const QDBusMessage
     if (!hasRoom(*entry, {0, 1, 0, 0}))
         return TooMuch;
     const MessageContents contents = contentsOf(message);
-    if (contents.hasNestedDescriptors)
+    if (contents.hasNestedDescriptors || contents.hasEmptySignature)
         return CannotBeSentOn;
     const Usage usage{0, 1, contents.size, contents.descriptors};
     if (contents.isTooLarge() || !hasRoom(*entry, usage))

@@ -55,7 +55,8 @@ public:
         Taken,
         /// A share is used up, or the message is too large for the bus.
         TooMuch,
-        /// It carries file descriptors inside other values, which cannot be sent on.
+        /// It carries file descriptors inside other values, or a signature without types, which
+        /// cannot be sent on.
         CannotBeSentOn
     };
 

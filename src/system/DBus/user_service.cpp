@@ -29,7 +29,8 @@ QDBusMessage refusalOf(const QDBusMessage &request, ClientCalls::Refusal refusal
     if (refusal == ClientCalls::CannotBeSentOn)
         return request.createErrorReply(
             QDBusError::NotSupported,
-            QStringLiteral("File descriptors inside other values cannot be passed on"));
+            QStringLiteral("File descriptors inside other values and signatures without types "
+                           "cannot be passed on"));
     return request.createErrorReply(QDBusError::LimitsExceeded,
                                     QStringLiteral("Too many calls wait for the user service"));
 }

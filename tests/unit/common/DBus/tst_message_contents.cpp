@@ -69,6 +69,8 @@ private Q_SLOTS:
     void countsDescriptors();
     void findsDescriptorsInsideOtherValues_data();
     void findsDescriptorsInsideOtherValues();
+    void findsSignaturesWithoutTypes_data();
+    void findsSignaturesWithoutTypes();
 
 private:
     QDBusMessage received(const QVariantList &arguments);
@@ -210,6 +212,31 @@ void TestMessageContents::findsDescriptorsInsideOtherValues()
     const DBus::MessageContents contents = DBus::contentsOf(received({value}));
     QVERIFY(contents.hasNestedDescriptors);
     QVERIFY(!contents.canBeSentOn());
+}
+
+void TestMessageContents::findsSignaturesWithoutTypes_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("isEmpty");
+    const QVariant empty = QVariant::fromValue(QDBusSignature());
+    const QVariant full = QVariant::fromValue(QDBusSignature(QStringLiteral("s")));
+    QTest::newRow("an argument") << empty << true;
+    QTest::newRow("inside a list") << QVariant(QVariantList{full, empty}) << true;
+    QTest::newRow("inside a map") << QVariant(QVariantMap{{QStringLiteral("k"), empty}}) << true;
+    QTest::newRow("none that is empty") << QVariant(QVariantList{full, full}) << false;
+}
+
+// The framework cannot send one, so no message with one comes from it.
+void TestMessageContents::findsSignaturesWithoutTypes()
+{
+    QFETCH(QVariant, value);
+    QFETCH(bool, isEmpty);
+    QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/o"), QStringLiteral("a.b"),
+                                                      QStringLiteral("S"));
+    message << value;
+    const DBus::MessageContents contents = DBus::contentsOf(message);
+    QCOMPARE(contents.hasEmptySignature, isEmpty);
+    QCOMPARE(contents.canBeSentOn(), !isEmpty);
 }
 
 QTEST_GUILESS_MAIN(TestMessageContents)
