@@ -72,7 +72,7 @@ if(ORVANE_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                         -fno-omit-frame-pointer)
     # Several sources are compiled as one here, and the compiler takes them for headers.
-    add_compile_options(-Wno-subobject-linkage)
+    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
     add_link_options(-fsanitize=address,undefined)
     # There are over a hundred programs to link, and this linker takes a quarter of the time.
     find_program(ORVANE_LLD ld.lld)
