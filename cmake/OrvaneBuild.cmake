@@ -4,6 +4,7 @@
 option(ORVANE_WERROR "Treat compiler warnings as errors (CI does)" OFF)
 option(ORVANE_SANITIZE "Instrument with the address and undefined-behaviour sanitizers" OFF)
 option(ORVANE_FUZZ "Make the programs of fuzz/ fuzzers, with what they link instrumented (clang only)" OFF)
+option(ORVANE_TSAN "Instrument with the thread sanitizer, which goes with no other" OFF)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
@@ -45,7 +46,7 @@ target_compile_definitions(orvane-build INTERFACE
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 include(CheckPIESupported)
 check_pie_supported()
-if(NOT ORVANE_SANITIZE)
+if(NOT ORVANE_SANITIZE AND NOT ORVANE_TSAN)
     set(hardening
         # A compiler may define it by itself.
         -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
@@ -86,4 +87,12 @@ if(ORVANE_FUZZ)
     # into the programs of fuzz/ only.
     add_compile_options(-fsanitize=fuzzer-no-link)
     add_link_options(-fsanitize=fuzzer-no-link)
+endif()
+
+if(ORVANE_TSAN)
+    if(ORVANE_SANITIZE)
+        message(FATAL_ERROR "ORVANE_SANITIZE and ORVANE_TSAN exclude each other")
+    endif()
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
 endif()
