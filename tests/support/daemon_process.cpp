@@ -18,7 +18,8 @@ QString DaemonProcess::program()
 void DaemonProcess::start(const QStringList &environment, const QStringList &arguments)
 {
     m_process.setEnvironment(QProcess::systemEnvironment() + environment);
-    m_process.start(program(), arguments);
+    const QStringList command = m_wrapper + QStringList{program()} + arguments;
+    m_process.start(command.constFirst(), command.mid(1));
     if (!m_process.waitForStarted())
         qFatal("the daemon does not start: %s", qPrintable(m_process.errorString()));
 }

@@ -1,0 +1,261 @@
+#include "chaos/attempt.h"
+
+#include "chaos/promises.h"
+
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+
+namespace Chaos {
+
+namespace {
+
+// Calls that change a file or look at one, and those that send a message.
+QStringList tracedCalls()
+{
+    return {QStringLiteral("%file"),      QStringLiteral("read"),     QStringLiteral("pread64"),
+            QStringLiteral("write"),      QStringLiteral("pwrite64"), QStringLiteral("fsync"),
+            QStringLiteral("fdatasync"),  QStringLiteral("fchmod"),   QStringLiteral("ftruncate"),
+            QStringLiteral("getdents64"), QStringLiteral("fstat"),    QStringLiteral("lseek"),
+            QStringLiteral("sendmsg"),    QStringLiteral("sendto"),   QStringLiteral("writev"),
+            QStringLiteral("flock"),      QStringLiteral("fchown")};
+}
+
+bool startsItself(const Operation &operation)
+{
+    return operation.kind == Operation::StartUp || operation.kind == Operation::Program;
+}
+
+struct Traced
+{
+    Outcome outcome;
+    bool fired = false;
+    bool isReliable = false;
+    QVector<TracedCall> calls;
+};
+
+std::optional<Traced> runTracedOnce(Scene &scene, const Operation &operation,
+                                    const Injection &injection)
+{
+    scene.renew();
+    operation.prepare(scene);
+    QTemporaryDir folder;
+    Trace trace(folder.filePath(QStringLiteral("trace")), tracedCalls(), injection);
+    if (!begin(scene, operation))
+        return {};
+    if (!startsItself(operation) && !trace.attach(scene.stage.daemon.processId()))
+        return {};
+    Traced traced;
+    traced.outcome =
+        run(scene, operation, startsItself(operation) ? trace.wrapper() : QStringList());
+    trace.finish(scene.stage.daemon.isRunning());
+    traced.calls = trace.calls();
+    // How often a thread is woken differs, and an error that met no file is none that is meant.
+    const auto metAFile = [&scene](const TracedCall &call) {
+        return call.wasInjected && isOfFiles(scene, call);
+    };
+    traced.fired =
+        trace.hasKilled() || std::any_of(traced.calls.cbegin(), traced.calls.cend(), metAFile);
+    traced.isReliable = !trace.isConfused();
+    return traced;
+}
+
+std::optional<Traced> runTraced(Scene &scene, const Operation &operation,
+                                const Injection &injection)
+{
+    constexpr int mostTries = 10;
+    std::optional<Traced> traced;
+    for (int tries = 0; tries < mostTries && (!traced || !traced->isReliable); ++tries)
+        traced = runTracedOnce(scene, operation, injection);
+    return traced && traced->isReliable ? traced : std::nullopt;
+}
+
+int answersToTheCaller(Scene &scene)
+{
+    // What the observer was answered is behind everything that the caller was answered.
+    const QString observer = scene.observer.baseService();
+    (void)Stage::waitUntil(
+        [&] { return scene.answers.answersTo(observer) > 0 || !scene.stage.daemon.isRunning(); });
+    return scene.answers.answersTo(scene.stage.client.baseService());
+}
+
+Attempt whatIsLeft(Scene &scene, const Operation &operation, const Outcome &outcome)
+{
+    Attempt attempt;
+    attempt.outcome = outcome;
+    attempt.isRunning = scene.stage.daemon.isRunning();
+    if (operation.kind == Operation::Call)
+        attempt.answers = answersToTheCaller(scene);
+    attempt.left = scene.snapshot();
+    return attempt;
+}
+
+QStringList faultsOfTheTasks(Scene &scene)
+{
+    QStringList wrong;
+    for (const QString &unit : scene.startedWithoutFile())
+        wrong.append(unit + QStringLiteral(" was started without its file"));
+    // What systemd tells of a change comes a moment after its answer.
+    constexpr int momentMs = 5000;
+    QStringList active;
+    const auto knowsAll = [&] { return (active = scene.activeTasks()) == scene.runningTasks(); };
+    if (!QTest::qWaitFor(knowsAll, momentMs))
+        wrong.append(
+            QStringLiteral("active tasks are %1, running ones %2")
+                .arg(active.join(QLatin1Char(' ')), scene.runningTasks().join(QLatin1Char(' '))));
+    return wrong;
+}
+
+// Without what is not promised yet.
+QStringList faultsOfTheFiles(const Snapshot &found, const Reference &reference)
+{
+    QStringList wrong = differences(settled(found), settled(reference.after));
+    if (!Promises::tidiesAtStart)
+        wrong = wrong.filter(QRegularExpression(QStringLiteral("^(?!/etc/dbus-1/)")));
+    for (auto entry = found.cbegin(); entry != found.cend() && Promises::tidiesAtStart; ++entry) {
+        if (isLeftover(entry.key()))
+            wrong.append(entry.key() + QStringLiteral(" is left over"));
+    }
+    return wrong;
+}
+
+QStringList faultsOfTheRepetition(Scene &scene, const Operation &operation,
+                                  const Reference &reference)
+{
+    const Outcome again = run(scene, operation);
+    QStringList wrong = faultsOfTheFiles(scene.snapshot(), reference);
+    if (!again.succeeded)
+        wrong.prepend(QStringLiteral("the second attempt fails: ") + again.answer.errorMessage());
+    return wrong;
+}
+
+QStringList faultsOfTheSameRun(Scene &scene, const Operation &operation, const Reference &reference)
+{
+    if (!scene.isAlive())
+        return {QStringLiteral("the daemon does not answer any more")};
+    QStringList wrong = faultsOfTheRepetition(scene, operation, reference);
+    const auto seesAll = [&] { return scene.availableTasks() == reference.availableTasks; };
+    if (Promises::looksAgain && !Stage::waitUntil(seesAll))
+        wrong.append(QStringLiteral("what can be started is forgotten"));
+    return wrong + faultsOfTheTasks(scene);
+}
+
+QStringList faultsOfTheLeftovers(const Attempt &attempt)
+{
+    QStringList wrong;
+    for (auto entry = attempt.left.cbegin(); entry != attempt.left.cend(); ++entry) {
+        if (isLeftover(entry.key()))
+            wrong.append(entry.key() + QStringLiteral(" is left over"));
+    }
+    return wrong;
+}
+
+QStringList faultsOfTheAnswer(const Operation &operation, const Reference &reference,
+                              const Attempt &attempt)
+{
+    QStringList wrong;
+    if (attempt.answers != 1)
+        wrong.append(QStringLiteral("%1 answers").arg(attempt.answers));
+    const bool succeeded = attempt.outcome.succeeded;
+    if (succeeded && operation.succeedsWhole)
+        wrong += differences(settled(attempt.left), settled(reference.after));
+    if (!succeeded && operation.failsWhole)
+        wrong += differences(settled(attempt.left), settled(reference.before));
+    if (!wrong.isEmpty())
+        wrong.append(succeeded ? QStringLiteral("although the answer is no error")
+                               : QStringLiteral("although the answer is ")
+                             + attempt.outcome.answer.errorMessage());
+    return wrong;
+}
+
+// It comes to its end, or ends with a status that says that it failed and a line that says why.
+QStringList faultsOfTheProcess(Scene &scene, const Attempt &attempt)
+{
+    DaemonProcess &daemon = scene.stage.daemon;
+    if (attempt.outcome.succeeded || (daemon.exitStatus() == 1 && !daemon.log().isEmpty()))
+        return {};
+    return {QStringLiteral("it ended with status %1").arg(daemon.exitStatus())};
+}
+
+} // namespace
+
+bool isOfFiles(const Scene &scene, const TracedCall &call)
+{
+    return call.line.contains(scene.stage.root.path());
+}
+
+Reference referenceOf(Scene &scene, const Operation &operation)
+{
+    Reference reference;
+    scene.renew();
+    operation.prepare(scene);
+    reference.before = scene.snapshot();
+    const std::optional<Traced> traced = runTraced(scene, operation, {});
+    if (!traced || !traced->outcome.succeeded)
+        qFatal("%s fails without a fault: %s\n%s", qPrintable(operation.name),
+               traced ? qPrintable(traced->outcome.answer.errorMessage()) : "cannot begin",
+               scene.stage.daemon.log().constData());
+    reference.calls = traced->calls;
+    reference.after = scene.snapshot();
+    if (operation.kind == Operation::Call)
+        reference.availableTasks = scene.availableTasks();
+    return reference;
+}
+
+std::optional<Attempt> attempt(Scene &scene, const Operation &operation, const Injection &injection)
+{
+    const std::optional<Traced> traced = runTraced(scene, operation, injection);
+    if (!traced)
+        return {};
+    Attempt attempt = whatIsLeft(scene, operation, traced->outcome);
+    attempt.fired = traced->fired;
+    return attempt;
+}
+
+std::optional<Attempt> attempt(Scene &scene, const Operation &operation, const Hardship &hardship)
+{
+    scene.renew();
+    operation.prepare(scene);
+    if (!begin(scene, operation))
+        return {};
+    if (hardship.set)
+        hardship.set(scene);
+    Attempt attempt = whatIsLeft(scene, operation, run(scene, operation));
+    attempt.fired = true;
+    if (hardship.lift)
+        hardship.lift(scene);
+    return attempt;
+}
+
+QStringList faultsOfTheNextRun(Scene &scene, const Operation &operation, const Reference &reference)
+{
+    scene.killDaemon();
+    if (operation.kind == Operation::Program)
+        return faultsOfTheRepetition(scene, operation, reference);
+    if (operation.kind == Operation::StartUp) {
+        const QStringList wrong = faultsOfTheRepetition(scene, operation, reference);
+        return wrong + faultsOfTheTasks(scene);
+    }
+    if (!begin(scene, operation))
+        return {QStringLiteral("the next run does not come up")};
+    const QStringList wrong = faultsOfTheTasks(scene);
+    return wrong + faultsOfTheRepetition(scene, operation, reference);
+}
+
+QStringList faultsOf(Scene &scene, const Operation &operation, const Reference &reference,
+                     const Attempt &attempt, Leftovers leftovers)
+{
+    QStringList wrong = neitherOldNorNew(attempt.left, reference.before, reference.after);
+    if (leftovers == Leftovers::Go)
+        wrong += faultsOfTheLeftovers(attempt);
+    if (operation.kind == Operation::Call) {
+        wrong += faultsOfTheAnswer(operation, reference, attempt);
+        return wrong + faultsOfTheSameRun(scene, operation, reference);
+    }
+    wrong += faultsOfTheProcess(scene, attempt);
+    return wrong + faultsOfTheNextRun(scene, operation, reference);
+}
+
+} // namespace Chaos

@@ -1,0 +1,96 @@
+#include "chaos/attempt.h"
+#include "chaos/campaign.h"
+
+#include <algorithm>
+
+namespace Chaos {
+
+namespace {
+
+constexpr int sampleOfEach = 6;
+
+const QStringList errors{QStringLiteral("ENOSPC"), QStringLiteral("EIO"), QStringLiteral("EACCES"),
+                         QStringLiteral("EMFILE"), QStringLiteral("EROFS")};
+
+class Errors
+{
+public:
+    Errors(Campaign &campaign, const Operation &operation)
+        : m_campaign(campaign)
+        , m_operation(operation)
+        , m_reference(referenceOf(m_scene, operation))
+    {
+        for (const TracedCall &call : qAsConst(m_reference.calls)) {
+            if (!isOfFiles(m_scene, call) || call.name == QLatin1String("execve"))
+                continue;
+            for (const QString &error : errors) {
+                for (const bool stays : {false, true})
+                    m_faults.append({call.name, call.when, effectOf(error), stays});
+            }
+        }
+    }
+
+    void run()
+    {
+        if (m_campaign.isSample) {
+            std::shuffle(m_faults.begin(), m_faults.end(), m_campaign.random);
+            m_faults = m_faults.mid(0, sampleOfEach);
+        }
+        for (const Injection &fault : qAsConst(m_faults))
+            inject(fault);
+    }
+    void runOne(const QString &fault)
+    {
+        const QStringList words = fault.split(QLatin1Char(':'));
+        const bool stays = fault.endsWith(QLatin1Char('+'));
+        inject({words.value(0), words.value(2).remove(QLatin1Char('+')).toInt(),
+                effectOf(words.value(1)), stays});
+    }
+
+private:
+    static QString effectOf(const QString &error) { return QStringLiteral("error=") + error; }
+
+    void inject(const Injection &fault)
+    {
+        const std::optional<Attempt> attempt = Chaos::attempt(m_scene, m_operation, fault);
+        QStringList broken;
+        if (!attempt)
+            broken.append(QStringLiteral("it cannot begin"));
+        else if (attempt->fired)
+            // What cannot be unlinked stays.
+            broken = faultsOf(m_scene, m_operation, m_reference, *attempt,
+                              fault.call.startsWith(QLatin1String("unlink")) ? Leftovers::MayStay
+                                                                             : Leftovers::Go);
+        const QString name = fault.effect.mid(6)
+            + (fault.stays ? QStringLiteral(" from a file call on")
+                           : QStringLiteral(" at a file call"));
+        m_campaign.tally.count(m_operation.name, name, attempt && attempt->fired, broken,
+                               QStringLiteral("scripts/chaos --only \"%1\" --fault %2:%3:%4 errors")
+                                   .arg(m_operation.name, fault.call, fault.effect.mid(6))
+                                   .arg(fault.when));
+    }
+
+    Campaign &m_campaign;
+    const Operation &m_operation;
+    Scene m_scene;
+    const Reference m_reference;
+    QVector<Injection> m_faults;
+};
+
+} // namespace
+
+void runErrors(Campaign &campaign)
+{
+    const QVector<Operation> all = operations();
+    for (int number = 0; number < all.size(); ++number) {
+        if (!campaign.does(number, all.at(number).name))
+            continue;
+        Errors errors(campaign, all.at(number));
+        if (campaign.fault.isEmpty())
+            errors.run();
+        else
+            errors.runOne(campaign.fault);
+    }
+}
+
+} // namespace Chaos

@@ -1,0 +1,228 @@
+#include "chaos/operation.h"
+
+#include "chaos/promises.h"
+#include "client/calls.h"
+
+#include <QDir>
+
+#include <csignal>
+
+namespace Chaos {
+
+namespace {
+
+const QString settings = QStringLiteral("/var/lib/am/apps/com.example.Notes/");
+
+QVariantMap hints(bool ownsName)
+{
+    QVariantMap hints{{QStringLiteral("User"), QStringLiteral("appuser")}};
+    if (ownsName)
+        hints.insert(QStringLiteral("DBusService"), QStringLiteral("com.example.Notes.Sync"));
+    return hints;
+}
+
+QDBusMessage startAtBootCall()
+{
+    QVariantMap atBoot = hints(true);
+    atBoot.insert(QStringLiteral("Autostart"), 2);
+    return Stage::startCall(Scene::task(), atBoot);
+}
+
+QDBusMessage startCall(bool ownsName) { return Stage::startCall(Scene::task(), hints(ownsName)); }
+
+void writeTaskFiles(Scene &scene)
+{
+    scene.stage.root.write(scene.stage.root.unitFile(Scene::task()),
+                           "[Service]\nExecStart=/opt/old\n");
+    scene.stage.root.write(scene.stage.root.policyFile(Scene::task()),
+                           "<busconfig><!-- old --></busconfig>\n");
+}
+
+void writeRunningTask(Scene &scene)
+{
+    writeTaskFiles(scene);
+    scene.run(Scene::unit());
+}
+
+void writeRunningTaskWithoutPolicy(Scene &scene)
+{
+    writeRunningTask(scene);
+    scene.stage.root.remove(scene.stage.root.policyFile(Scene::task()));
+}
+
+void writeSetting(Scene &scene, const QString &file, const QByteArray &text)
+{
+    scene.stage.root.write(settings + file, text);
+}
+
+void writeSettings(Scene &scene)
+{
+    writeSetting(scene, QStringLiteral("all-users.conf"), "[com.example.Notes]\nautostart=false\n");
+    writeSetting(scene, QStringLiteral("100000.conf"),
+                 "[com.example.Notes%7C100000]\nautostart=false\n");
+}
+
+void writeSettingsOfManyUsers(Scene &scene)
+{
+    writeSettings(scene);
+    for (const char *user : {"100001.conf", "100002.conf"})
+        writeSetting(scene, QString::fromLatin1(user), "[x]\nautostart=true\n");
+    scene.stage.root.write(QStringLiteral("/var/lib/am/apps/com.example.Mail/100001.conf"),
+                           "[com.example.Mail%7C100001]\nautostart=true\n");
+}
+
+void writeRemovable(Scene &scene)
+{
+    writeRunningTask(scene);
+    writeSettings(scene);
+}
+
+void writeHandler(Scene &scene)
+{
+    scene.stage.root.write(QStringLiteral("/usr/share/applications/Notes.desktop"),
+                           "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n"
+                           "MimeType=image/png;x-scheme-handler/http;\n"
+                           "[X-Application]\nOrganizationName=com.example\n"
+                           "ApplicationName=Notes\n");
+}
+
+void writeMimeapps(Scene &scene)
+{
+    writeHandler(scene);
+    scene.stage.root.write(QStringLiteral("/home/config/mimeapps.list"),
+                           "[Default Applications]\nimage/png=Notes.desktop\n");
+}
+
+void writeKeptRegistrations(Scene &scene)
+{
+    writeRunningTask(scene);
+    scene.stage.root.write(QStringLiteral("/run/registrations.json"),
+                           "{\"bus\": \"another\", \"registrations\": []}\n");
+}
+
+void nothing(Scene &) { }
+
+QVector<Operation> starts()
+{
+    const auto call = Operation::Call;
+    const bool whole = Promises::failedStartChangesNothing;
+    const QDBusMessage stop = Client::stopCall(Stage::sessionPath(), Scene::task());
+    return {
+        {QStringLiteral("first Start with policy"), call, nothing, startCall(true), whole},
+        {QStringLiteral("Start with policy again"), call, writeTaskFiles, startCall(true), whole},
+        {QStringLiteral("Start without policy"), call, writeTaskFiles, startCall(false), whole},
+        {QStringLiteral("Start at boot"), call, nothing, startAtBootCall(), whole},
+        {QStringLiteral("Stop"), call, writeRunningTask, stop, true, false},
+        {QStringLiteral("Stop without policy"), call, writeRunningTaskWithoutPolicy, stop, true,
+         false}};
+}
+
+QVector<Operation> switches()
+{
+    const auto call = Operation::Call;
+    const bool whole = Promises::failedSwitchChangesNothing;
+    const QString id = Scene::application();
+    const QDBusMessage one = Client::setEnabledCall(100000, id, true);
+    const QDBusMessage all = Client::setEnabledCall(-1, id, true);
+    return {
+        {QStringLiteral("first SetEnabled for one"), call, nothing, one},
+        {QStringLiteral("SetEnabled for one again"), call, writeSettings, one},
+        {QStringLiteral("first SetEnabled for all"), call, nothing, all},
+        {QStringLiteral("SetEnabled for all"), call, writeSettings, all, whole, false},
+        {QStringLiteral("GetEnabled"), call, writeSettings, Client::getEnabledCall(100000)},
+        {QStringLiteral("OnRemove"), call, writeRemovable, Client::onRemoveCall(id), false, false}};
+}
+
+QVector<Operation> others()
+{
+    const auto operation = [](const char *name, Operation::Kind kind, void (*prepare)(Scene &)) {
+        return Operation{QString::fromLatin1(name), kind, prepare, {}, false, false};
+    };
+    return {{QStringLiteral("first look at the entries"), Operation::Call, nothing,
+             Client::registerInvokerCall(QStringLiteral("Sync"))},
+            operation("clean-up of users", Operation::StartUp, writeSettingsOfManyUsers),
+            operation("start-up", Operation::StartUp, writeKeptRegistrations),
+            operation("shutdown with registrations", Operation::ShutDown, writeRunningTask),
+            operation("first default handler", Operation::Program, writeHandler),
+            operation("default handler", Operation::Program, writeMimeapps)};
+}
+
+bool isFirstLook(const Operation &operation)
+{
+    return operation.call.member() == QLatin1String("RegisterInvoker");
+}
+
+Outcome runCall(Scene &scene, const Operation &operation)
+{
+    scene.answers.forget();
+    Outcome outcome;
+    outcome.answer = scene.stage.call(operation.call);
+    outcome.succeeded = outcome.answer.type() == QDBusMessage::ReplyMessage;
+    (void)scene.isDone();
+    return outcome;
+}
+
+Outcome runStartUp(Scene &scene, const QStringList &wrapper)
+{
+    int questions = 0;
+    scene.stage.userManager->onCall = [&questions] { ++questions; };
+    Outcome outcome;
+    outcome.succeeded = scene.startDaemon(wrapper);
+    // What the user manager answers comes before what is asked behind it.
+    (void)Stage::waitUntil([&] { return questions > 0 || !scene.stage.daemon.isRunning(); });
+    (void)scene.isDone();
+    scene.stage.userManager->onCall = {};
+    return outcome;
+}
+
+Outcome runShutDown(Scene &scene)
+{
+    scene.stage.daemon.sendSignal(SIGTERM);
+    (void)Stage::waitUntil([&scene] { return !scene.stage.daemon.isRunning(); });
+    Outcome outcome;
+    outcome.succeeded = scene.stage.daemon.exitStatus() == 0;
+    return outcome;
+}
+
+Outcome runProgram(Scene &scene, const QStringList &wrapper)
+{
+    qputenv("ORVANE_BINARY", DEFAULT_HANDLER);
+    scene.launchDaemon(wrapper);
+    qunsetenv("ORVANE_BINARY");
+    (void)Stage::waitUntil([&scene] { return !scene.stage.daemon.isRunning(); });
+    Outcome outcome;
+    outcome.succeeded = scene.stage.daemon.exitStatus() == 0;
+    return outcome;
+}
+
+} // namespace
+
+QVector<Operation> operations() { return starts() + switches() + others(); }
+
+bool begin(Scene &scene, const Operation &operation)
+{
+    if (operation.kind == Operation::StartUp || operation.kind == Operation::Program)
+        return true;
+    if (!scene.startDaemon())
+        return false;
+    // What is not about the first look comes behind it.
+    return isFirstLook(operation)
+        || scene.stage.registerInvoker(QStringLiteral("Sync")).type() == QDBusMessage::ReplyMessage;
+}
+
+Outcome run(Scene &scene, const Operation &operation, const QStringList &wrapper)
+{
+    switch (operation.kind) {
+    case Operation::Call:
+        return runCall(scene, operation);
+    case Operation::StartUp:
+        return runStartUp(scene, wrapper);
+    case Operation::ShutDown:
+        return runShutDown(scene);
+    case Operation::Program:
+        return runProgram(scene, wrapper);
+    }
+    return {};
+}
+
+} // namespace Chaos

@@ -1,0 +1,179 @@
+#include "chaos/scene.h"
+
+#include "client/calls.h"
+#include "common/DBus/types.h"
+
+#include <QDBusArgument>
+#include <QDir>
+#include <QFileInfo>
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+
+namespace Chaos {
+
+namespace {
+
+const QString unitPrefix = QStringLiteral("ov_task.");
+const QString unitSuffix = QStringLiteral(".service");
+
+void empty(const QString &folder)
+{
+    const QFileInfoList entries = QDir(folder).entryInfoList(QDir::AllEntries | QDir::Hidden
+                                                             | QDir::System | QDir::NoDotAndDotDot);
+    for (const QFileInfo &entry : entries) {
+        if (entry.isDir() && !entry.isSymLink())
+            QDir(entry.filePath()).removeRecursively();
+        else
+            QFile::remove(entry.filePath());
+    }
+}
+
+void layOut(const TempRoot &root)
+{
+    empty(root.path());
+    for (const char *folder :
+         {"/etc/systemd/system", "/usr/share/applications", "/home", "/run", "/var/lib/am/apps"})
+        QDir().mkpath(root.path(QString::fromLatin1(folder)));
+    root.serveType(QStringLiteral("Sync"));
+    for (const char *name : {"Notes", "Mail"})
+        root.writeApplication(QString::fromLatin1(name),
+                              "[X-Task sync]\nType=Sync\nExec=/opt/worker --deep\n");
+}
+
+// One of the lists that a registration gives, or what it failed with.
+template <typename Record>
+QStringList listOf(const Stage &stage, const QString &list)
+{
+    const QDBusMessage reply = stage.registerInvoker(QStringLiteral("Sync"));
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return {reply.errorMessage()};
+    const auto lists = qdbus_cast<QVariantMap>(reply.arguments().value(1));
+    QStringList ids;
+    for (const Record &record : qdbus_cast<QVector<Record>>(lists.value(list)))
+        ids.append(record.id);
+    ids.sort();
+    return ids;
+}
+
+} // namespace
+
+Scene::Scene()
+    : observer(stage.connect())
+    , answers(stage.bus.address())
+{
+    DBus::registerTypes();
+    stage.systemd->onCall = [this](const QDBusMessage &call) { onSystemdCall(call); };
+}
+
+Scene::~Scene() { killDaemon(); }
+
+void Scene::onSystemdCall(const QDBusMessage &call)
+{
+    const QString unit = call.arguments().value(0).toString();
+    QVector<FakeSystemd::Unit> &units = stage.systemd->units;
+    const auto isUnit = [&unit](const FakeSystemd::Unit &one) { return one.name == unit; };
+    if (call.member() == QLatin1String("ListUnitFilesByPatterns"))
+        listUnitFiles();
+    const bool starts = call.member() == QLatin1String("StartUnit");
+    if (!starts && call.member() != QLatin1String("StopUnit"))
+        return;
+    units.erase(std::remove_if(units.begin(), units.end(), isUnit), units.end());
+    const QString state = starts ? QStringLiteral("active") : QStringLiteral("inactive");
+    stage.systemd->emitChange(FakeSystemd::pathOf(unit),
+                              {{QStringLiteral("ActiveState"), state},
+                               {QStringLiteral("SubState"),
+                                starts ? QStringLiteral("running") : QStringLiteral("dead")}});
+    if (!starts)
+        return;
+    run(unit);
+    if (!stage.root.exists(QStringLiteral("/etc/systemd/system/") + unit))
+        m_startedWithoutFile.append(unit);
+}
+
+void Scene::listUnitFiles()
+{
+    const QDir folder(stage.root.path(QStringLiteral("/etc/systemd/system")));
+    stage.systemd->unitFiles.clear();
+    const QStringList names = folder.entryList({QStringLiteral("ov_task.*")}, QDir::Files);
+    for (const QString &name : names)
+        stage.systemd->unitFiles.append({folder.filePath(name), QStringLiteral("disabled")});
+}
+
+void Scene::run(const QString &unit)
+{
+    stage.systemd->units.append({unit, QStringLiteral("active"), QStringLiteral("running")});
+}
+
+void Scene::renew()
+{
+    killDaemon();
+    layOut(stage.root);
+    stage.systemd->units.clear();
+    stage.systemd->calls.clear();
+    stage.userManager->behave(QStringLiteral("list"));
+    m_startedWithoutFile.clear();
+}
+
+QStringList Scene::environment() const
+{
+    return {QStringLiteral("RUNTIME_DIRECTORY=") + stage.root.path(QStringLiteral("/run")),
+            QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")};
+}
+
+void Scene::launchDaemon(const QStringList &wrapper)
+{
+    stage.daemon.runUnder(m_surroundings + wrapper);
+    stage.launch(environment());
+}
+
+bool Scene::startDaemon(const QStringList &wrapper)
+{
+    launchDaemon(wrapper);
+    return Stage::waitUntil([this] { return stage.nameIsOwned() || !stage.daemon.isRunning(); })
+        && stage.nameIsOwned();
+}
+
+void Scene::killDaemon()
+{
+    if (!stage.daemon.isRunning())
+        return;
+    stage.daemon.sendSignal(SIGKILL);
+    (void)Stage::waitUntil([this] { return !stage.daemon.isRunning() && !stage.nameIsOwned(); });
+}
+
+bool Scene::isAlive()
+{
+    // Answered without a look at any file.
+    const QDBusMessage answer = stage.call(Client::getEnabledCall(-1), observer);
+    return answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NotSupported");
+}
+
+bool Scene::isDone()
+{
+    constexpr int timeToDieMs = 5000;
+    return isAlive() || !QTest::qWaitFor([this] { return !stage.daemon.isRunning(); }, timeToDieMs);
+}
+
+QStringList Scene::activeTasks() const
+{
+    return listOf<Orvane::ActiveTask>(stage, QStringLiteral("ActiveTasks"));
+}
+
+QStringList Scene::availableTasks() const
+{
+    return listOf<Orvane::AvailableTask>(stage, QStringLiteral("AvailableTasks"));
+}
+
+QStringList Scene::runningTasks() const
+{
+    QStringList tasks;
+    for (const FakeSystemd::Unit &unit : qAsConst(stage.systemd->units))
+        tasks.append(unit.name.mid(unitPrefix.size(),
+                                   unit.name.size() - unitPrefix.size() - unitSuffix.size()));
+    tasks.sort();
+    return tasks;
+}
+
+} // namespace Chaos

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "chaos/answer_counter.h"
+#include "chaos/snapshot.h"
+#include "support/stage.h"
+
+#include <memory>
+
+namespace Chaos {
+
+/// A bus, the fakes and a root that are laid out anew for each attempt. systemd's stand-in keeps
+/// account of what runs, and looks whether the files of what it starts are there.
+class Scene
+{
+public:
+    static QString application() { return QStringLiteral("com.example.Notes"); }
+    static QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
+    static QString unit() { return QStringLiteral("ov_task.com.example.Notes.task_sync.service"); }
+
+    Scene();
+    ~Scene();
+    Q_DISABLE_COPY(Scene)
+
+    /// Ends the daemon and puts every file, unit and peer back to what each attempt begins with.
+    void renew();
+    /// Starts the daemon and waits for its name.
+    /// @param wrapper see DaemonProcess::runUnder().
+    [[nodiscard]] bool startDaemon(const QStringList &wrapper = {});
+    /// Starts it and waits for nothing.
+    void launchDaemon(const QStringList &wrapper = {});
+    void killDaemon();
+    /// Has every daemon from now on started by another program: see DaemonProcess::runUnder().
+    void surround(const QStringList &wrapper) { m_surroundings = wrapper; }
+    /// Whether the daemon's loop turns: waits for an answer that it gives itself, behind which
+    /// everything that it was about to do for an earlier call is done.
+    [[nodiscard]] bool isAlive();
+    /// The same, and when it is not, gives a process that was killed the time to end.
+    [[nodiscard]] bool isDone();
+    [[nodiscard]] Snapshot snapshot() const { return snapshotOf(stage.root.path()); }
+    /// What the daemon tells a client that runs and that can be started.
+    [[nodiscard]] QStringList activeTasks() const;
+    [[nodiscard]] QStringList availableTasks() const;
+    /// What systemd says that runs.
+    [[nodiscard]] QStringList runningTasks() const;
+    /// Says that a task runs.
+    void run(const QString &unit);
+    [[nodiscard]] QStringList environment() const;
+    /// What systemd was asked to start without its unit file.
+    [[nodiscard]] const QStringList &startedWithoutFile() const { return m_startedWithoutFile; }
+
+    Stage stage;
+    /// Asks what an attempt is not about.
+    QDBusConnection observer;
+    AnswerCounter answers;
+
+private:
+    void onSystemdCall(const QDBusMessage &call);
+    void listUnitFiles();
+
+    QStringList m_surroundings;
+    QStringList m_startedWithoutFile;
+};
+
+} // namespace Chaos

@@ -1,0 +1,140 @@
+#include "chaos/trace.h"
+
+#include "support/stage.h"
+
+#include <QDir>
+#include <QFile>
+#include <QHash>
+#include <QRegularExpression>
+
+#include <cctype>
+#include <csignal>
+
+namespace Chaos {
+
+namespace {
+
+QByteArray fileText(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool isTraced(qint64 process, bool inAllThreads)
+{
+    const QString threads = QStringLiteral("/proc/%1/task").arg(process);
+    const QStringList ids = inAllThreads
+        ? QDir(threads).entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+        : QStringList{QString::number(process)};
+    for (const QString &id : ids) {
+        if (fileText(QStringLiteral("%1/%2/status").arg(threads, id)).contains("\nTracerPid:\t0\n"))
+            return false;
+    }
+    return !ids.isEmpty();
+}
+
+} // namespace
+
+Trace::Trace(const QString &logFile, const QStringList &calls, const Injection &injection)
+    : m_logFile(logFile)
+    , m_calls(calls)
+    , m_injection(injection)
+{
+    QFile::remove(logFile);
+}
+
+Trace::~Trace() { finish(true); }
+
+QStringList Trace::options() const
+{
+    QStringList options{
+        QStringLiteral("-y"), QStringLiteral("-q"),
+        QStringLiteral("-s"), QStringLiteral("64"),
+        QStringLiteral("-o"), m_logFile,
+        QStringLiteral("-e"), QStringLiteral("trace=?") + m_calls.join(QStringLiteral(",?"))};
+    // Files are the first thread's matter. Each thread has a count of its own, so an error would
+    // also meet what another thread writes to a pipe.
+    if (!m_injection.effect.startsWith(QLatin1String("error=")))
+        options << QStringLiteral("-f");
+    if (!m_injection.call.isEmpty())
+        options << QStringLiteral("-e")
+                << QStringLiteral("inject=%1:%2:when=%3")
+                       .arg(m_injection.call, m_injection.effect)
+                       .arg(m_injection.when)
+                + (m_injection.stays ? QStringLiteral("+") : QString());
+    return options;
+}
+
+bool Trace::attach(qint64 process)
+{
+    QObject::connect(&m_strace, &QProcess::readyReadStandardError, &m_strace, [this] {
+        if (m_strace.readAllStandardError().contains("ptrace_syscall_info"))
+            m_isConfused = true;
+        if (m_isConfused)
+            m_strace.kill();
+    });
+    m_strace.start(QStringLiteral("strace"),
+                   options() << QStringLiteral("-p") << QString::number(process));
+    const bool inAllThreads = options().contains(QStringLiteral("-f"));
+    return Stage::waitUntil([&] {
+               return isTraced(process, inAllThreads) || m_strace.state() == QProcess::NotRunning;
+           })
+        && isTraced(process, inAllThreads);
+}
+
+QStringList Trace::wrapper() const
+{
+    return QStringList{QStringLiteral("strace"), QStringLiteral("-D")} + options();
+}
+
+void Trace::finish(bool isRunning)
+{
+    if (m_isConfused) {
+        m_strace.kill();
+        m_strace.waitForFinished();
+        return;
+    }
+    if (m_strace.state() != QProcess::NotRunning) {
+        // It can miss a signal that comes right before it waits.
+        constexpr int momentMs = 100;
+        do {
+            if (isRunning)
+                ::kill(static_cast<pid_t>(m_strace.processId()), SIGINT);
+        } while (!m_strace.waitForFinished(momentMs));
+        return;
+    }
+    // The first line is of the process, the others may be of its threads. Without other threads no
+    // line has a number.
+    const auto isWhole = [this] {
+        const QByteArray text = log();
+        const QByteArray first = text.left(text.indexOf(' ') + 1);
+        const QByteArray end =
+            !first.isEmpty() && isdigit(first.at(0)) != 0 ? first + "+++ " : "+++ ";
+        return hasKilled() || text.startsWith(end) || text.contains('\n' + end);
+    };
+    if (!isRunning)
+        (void)Stage::waitUntil(isWhole);
+}
+
+QByteArray Trace::log() const { return fileText(m_logFile); }
+
+QVector<TracedCall> Trace::calls() const
+{
+    static const QRegularExpression entered(QStringLiteral("^(\\d+ +)?([a-z0-9_]+)\\("));
+    QHash<QString, int> counts;
+    QVector<TracedCall> calls;
+    const QStringList lines = QString::fromUtf8(log()).split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        const QRegularExpressionMatch match = entered.match(line);
+        if (!match.hasMatch())
+            continue;
+        const QString name = match.captured(2);
+        const int when = ++counts[match.captured(1) + name];
+        calls.append({name, when, line, line.endsWith(QLatin1String("(INJECTED)"))});
+    }
+    return calls;
+}
+
+bool Trace::hasKilled() const { return log().contains("+++ killed by SIGKILL +++"); }
+
+} // namespace Chaos
