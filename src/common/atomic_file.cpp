@@ -140,6 +140,39 @@ bool mayBeReplaced(const QByteArray &path)
     return ::access(path.constData(), W_OK) == 0 || meansNothing(errno);
 }
 
+/// How a file took its place.
+enum class Placing {
+    Failed,
+    /// What was there has the other name now.
+    Exchanged,
+    /// Nothing was there.
+    New,
+    /// What was there is gone, because the file system cannot exchange names.
+    Replaced,
+};
+
+Placing place(const QByteArray &from, const QByteArray &to)
+{
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_EXCHANGE) == 0)
+        return Placing::Exchanged;
+    const int reason = errno;
+    if (reason != ENOENT && reason != EINVAL && reason != ENOSYS)
+        return Placing::Failed;
+    if (::rename(from.constData(), to.constData()) != 0)
+        return Placing::Failed;
+    return reason == ENOENT ? Placing::New : Placing::Replaced;
+}
+
+// The disk did not take the file's name. Whoever asked is told of a failure, and so the earlier
+// file has to be there.
+void takeBack(Placing placing, const QByteArray &temporary, const QByteArray &target)
+{
+    if (placing == Placing::Exchanged)
+        ::renameat2(AT_FDCWD, temporary.constData(), AT_FDCWD, target.constData(), RENAME_EXCHANGE);
+    else if (placing == Placing::New)
+        ::unlink(target.constData());
+}
+
 } // namespace
 
 PreparedFile::PreparedFile(const QString &path, const QByteArray &text, FileReaders readers,
@@ -193,10 +226,16 @@ FileWrite PreparedFile::takePlace()
         return writeInPlace(m_target, *m_inPlace);
     if (m_state != FileWrite::Written)
         return m_state;
-    if (::rename(m_temporary.constData(), m_target.constData()) != 0)
+    const Placing placing = place(m_temporary, m_target);
+    if (placing == Placing::Failed)
         return FileWrite::Incomplete;
-    m_temporary.clear();
-    return m_directory->sync() ? FileWrite::Written : FileWrite::Incomplete;
+    const bool isOnDisk = m_directory->sync();
+    if (!isOnDisk)
+        takeBack(placing, m_temporary, m_target);
+    // Under the temporary name there is now what the file has replaced, or what was taken back.
+    if (placing != Placing::Exchanged)
+        m_temporary.clear();
+    return isOnDisk ? FileWrite::Written : FileWrite::Incomplete;
 }
 
 FileWrite writeFileAtomically(const QString &path, const QByteArray &text, FileReaders readers,

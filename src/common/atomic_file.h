@@ -13,9 +13,8 @@ enum class FileWrite {
     Written,
     /// The file could not be opened for writing; nothing changed.
     CannotOpen,
-    /// The file could be opened but not written to the end; what was there before still is. Or the
-    /// disk did not take the file's name: readers find the new text, and perhaps the earlier one
-    /// after a crash.
+    /// The file could be opened but not written to the end, or the disk did not take its name; what
+    /// was there before still is, unless the file system cannot exchange two names.
     Incomplete,
 };
 

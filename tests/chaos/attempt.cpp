@@ -109,23 +109,25 @@ QStringList faultsOfTheTasks(Scene &scene)
 }
 
 // Without what is not promised yet.
-QStringList faultsOfTheFiles(const Snapshot &found, const Reference &reference)
+QStringList faultsOfTheFiles(const Snapshot &found, const Reference &reference, bool isTidied)
 {
     QStringList wrong = differences(settled(found), settled(reference.after));
     if (!Promises::tidiesAtStart)
         wrong = wrong.filter(QRegularExpression(QStringLiteral("^(?!/etc/dbus-1/)")));
-    for (auto entry = found.cbegin(); entry != found.cend() && Promises::tidiesAtStart; ++entry) {
+    for (auto entry = found.cbegin(); entry != found.cend() && Promises::tidiesAtStart && isTidied;
+         ++entry) {
         if (isLeftover(entry.key()))
             wrong.append(entry.key() + QStringLiteral(" is left over"));
     }
     return wrong;
 }
 
+// @param isTidied whether the daemon has started since.
 QStringList faultsOfTheRepetition(Scene &scene, const Operation &operation,
-                                  const Reference &reference)
+                                  const Reference &reference, bool isTidied)
 {
     const Outcome again = run(scene, operation);
-    QStringList wrong = faultsOfTheFiles(scene.snapshot(), reference);
+    QStringList wrong = faultsOfTheFiles(scene.snapshot(), reference, isTidied);
     if (!again.succeeded)
         wrong.prepend(QStringLiteral("the second attempt fails: ") + again.answer.errorMessage());
     return wrong;
@@ -135,7 +137,7 @@ QStringList faultsOfTheSameRun(Scene &scene, const Operation &operation, const R
 {
     if (!scene.isAlive())
         return {QStringLiteral("the daemon does not answer any more")};
-    QStringList wrong = faultsOfTheRepetition(scene, operation, reference);
+    QStringList wrong = faultsOfTheRepetition(scene, operation, reference, false);
     const auto seesAll = [&] { return scene.availableTasks() == reference.availableTasks; };
     if (Promises::looksAgain && !Stage::waitUntil(seesAll))
         wrong.append(QStringLiteral("what can be started is forgotten"));
@@ -233,15 +235,15 @@ QStringList faultsOfTheNextRun(Scene &scene, const Operation &operation, const R
 {
     scene.killDaemon();
     if (operation.kind == Operation::Program)
-        return faultsOfTheRepetition(scene, operation, reference);
+        return faultsOfTheRepetition(scene, operation, reference, false);
     if (operation.kind == Operation::StartUp) {
-        const QStringList wrong = faultsOfTheRepetition(scene, operation, reference);
+        const QStringList wrong = faultsOfTheRepetition(scene, operation, reference, true);
         return wrong + faultsOfTheTasks(scene);
     }
     if (!begin(scene, operation))
         return {QStringLiteral("the next run does not come up")};
     const QStringList wrong = faultsOfTheTasks(scene);
-    return wrong + faultsOfTheRepetition(scene, operation, reference);
+    return wrong + faultsOfTheRepetition(scene, operation, reference, true);
 }
 
 QStringList faultsOf(Scene &scene, const Operation &operation, const Reference &reference,

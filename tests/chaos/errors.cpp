@@ -24,8 +24,15 @@ public:
             if (!isOfFiles(m_scene, call) || call.name == QLatin1String("execve"))
                 continue;
             for (const QString &error : errors) {
-                for (const bool stays : {false, true})
+                for (const bool stays : {false, true}) {
+                    // The daemon also wakes its own loop by writing, which no disk can refuse. And
+                    // where no file takes a name any more, none can get its own back.
+                    if (stays
+                        && (call.name == QLatin1String("write")
+                            || call.name.startsWith(QLatin1String("rename"))))
+                        continue;
                     m_faults.append({call.name, call.when, effectOf(error), stays});
+                }
             }
         }
     }

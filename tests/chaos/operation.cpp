@@ -2,6 +2,7 @@
 
 #include "chaos/promises.h"
 #include "client/calls.h"
+#include "plan/policy_text.h"
 
 #include <QDir>
 
@@ -34,8 +35,10 @@ void writeTaskFiles(Scene &scene)
 {
     scene.stage.root.write(scene.stage.root.unitFile(Scene::task()),
                            "[Service]\nExecStart=/opt/old\n");
-    scene.stage.root.write(scene.stage.root.policyFile(Scene::task()),
-                           "<busconfig><!-- old --></busconfig>\n");
+    scene.stage.root.write(
+        scene.stage.root.policyFile(Scene::task()),
+        // As the daemon writes it: it removes no other.
+        Core::policyText(QStringLiteral("com.example.Old"), QStringLiteral("appuser")));
 }
 
 void writeRunningTask(Scene &scene)
@@ -106,12 +109,14 @@ QVector<Operation> starts()
 {
     const auto call = Operation::Call;
     const bool whole = Promises::failedStartChangesNothing;
+    // A unit that replaces nothing stays when its policy cannot be written: nobody has started it.
+    const bool firstWhole = false;
     const QDBusMessage stop = Client::stopCall(Stage::sessionPath(), Scene::task());
     return {
-        {QStringLiteral("first Start with policy"), call, nothing, startCall(true), whole},
+        {QStringLiteral("first Start with policy"), call, nothing, startCall(true), firstWhole},
         {QStringLiteral("Start with policy again"), call, writeTaskFiles, startCall(true), whole},
         {QStringLiteral("Start without policy"), call, writeTaskFiles, startCall(false), whole},
-        {QStringLiteral("Start at boot"), call, nothing, startAtBootCall(), whole},
+        {QStringLiteral("Start at boot"), call, nothing, startAtBootCall(), firstWhole},
         {QStringLiteral("Stop"), call, writeRunningTask, stop, true, false},
         {QStringLiteral("Stop without policy"), call, writeRunningTaskWithoutPolicy, stop, true,
          false}};

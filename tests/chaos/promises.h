@@ -8,15 +8,15 @@ namespace Promises {
 
 /// A start finds what a killed run left half done and removes it: temporary files, and policies of
 /// tasks without a unit.
-constexpr bool tidiesAtStart = false;
+constexpr bool tidiesAtStart = true;
 /// A switch for all users that fails leaves those of single users as they were.
-constexpr bool failedSwitchChangesNothing = false;
+constexpr bool failedSwitchChangesNothing = true;
 /// A start that fails leaves both of the task's files as they were.
-constexpr bool failedStartChangesNothing = false;
+constexpr bool failedStartChangesNothing = true;
 /// A removal that fails is in the answer or in the log.
-constexpr bool saysWhatCouldNotBeRemoved = false;
+constexpr bool saysWhatCouldNotBeRemoved = true;
 /// A look at the desktop entries that fails is repeated without a change of the entries.
-constexpr bool looksAgain = false;
+constexpr bool looksAgain = true;
 
 } // namespace Promises
 

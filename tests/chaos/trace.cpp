@@ -95,13 +95,18 @@ void Trace::finish(bool isRunning)
         return;
     }
     if (m_strace.state() != QProcess::NotRunning) {
-        // It can miss a signal that comes right before it waits.
         constexpr int momentMs = 100;
-        do {
+        constexpr int endMs = 2000;
+        for (int waitedMs = 0;; waitedMs += momentMs) {
+            // It can miss a signal that comes right before it waits.
             if (isRunning)
                 ::kill(static_cast<pid_t>(m_strace.processId()), SIGINT);
-        } while (!m_strace.waitForFinished(momentMs));
-        return;
+            // It can wait for ever for two threads that were killed at once.
+            else if (waitedMs >= endMs)
+                m_strace.kill();
+            if (m_strace.waitForFinished(momentMs) || m_strace.state() == QProcess::NotRunning)
+                return;
+        }
     }
     // The first line is of the process, the others may be of its threads. Without other threads no
     // line has a number.

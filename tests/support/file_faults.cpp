@@ -168,6 +168,18 @@ int close(int descriptor)
     return isToFail ? -1 : result;
 }
 
+int renameat2(int fromFolder, const char *from, int toFolder, const char *to,
+              unsigned int flags) noexcept
+{
+    if (fails("renameat2", to))
+        return -1;
+    const auto result =
+        static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+    if (result == 0)
+        noteChange("rename", to);
+    return result;
+}
+
 int rename(const char *from, const char *to) noexcept
 {
     if (fails("rename", to))

@@ -4,6 +4,7 @@
 #include "common/directories.h"
 #include "common/places.h"
 #include "files/foreign_file.h"
+#include "files/read_failures.h"
 #include "plan/task_names.h"
 
 #include <QDebug>
@@ -12,6 +13,7 @@
 
 #include <cerrno>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Core {
@@ -72,6 +74,14 @@ void putBack(const QString &path, const ForeignFile &old)
         qWarning() << "Could not restore file:" << path;
 }
 
+// A unit that cannot be looked at may be there.
+bool isMissing(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) != 0
+        && ReadFailures::isMissing(errno);
+}
+
 Error writePair(const TaskPlan &plan, const QString &unitPath, const QString &policyPath)
 {
     PreparedFile unit(unitPath, plan.unit());
@@ -81,8 +91,7 @@ Error writePair(const TaskPlan &plan, const QString &unitPath, const QString &po
     PreparedFile policy(policyPath, *plan.policy);
     const ForeignFile oldPolicy = readForeignFile(policyPath);
     if (!isPolicyWritten(policyPath, policy.takePlace())) {
-        const bool replacesNothing = !QFileInfo::exists(unitPath);
-        return replacesNothing && !isUnitWritten(unitPath, unit.takePlace())
+        return isMissing(unitPath) && !isUnitWritten(unitPath, unit.takePlace())
             ? unitFailure(plan.taskId)
             : policyFailure(plan.taskId);
     }

@@ -178,11 +178,16 @@ void TestMimeappsList::keepsTheOldChoicesOrHasTheNew()
             QVERIFY2(now == newText || (now == oldText && !log.taken().isEmpty()),
                      qPrintable(failed));
             QCOMPARE(QFile::symLinkTarget(root->path(file())), root->path(target()));
+            // What cannot be removed stays.
+            const bool isLeft = failed.startsWith(QLatin1String("unlink"));
             for (const char *folder : {"/home/config", "/home/target"})
-                QCOMPARE(QDir(root->path(QString::fromLatin1(folder)))
-                             .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
-                             .size(),
-                         1);
+                QVERIFY2(
+                    isLeft
+                        || QDir(root->path(QString::fromLatin1(folder)))
+                                .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+                                .size()
+                            == 1,
+                    qPrintable(failed));
         };
         check();
         return !failed.isEmpty();

@@ -131,10 +131,16 @@ Outcome setWithAFault(Stand &stand, int uid, int which, int error)
     return {isWritten, faults.failed()};
 }
 
-// A setting whose name the disk did not take is there, and reported all the same.
-bool isLastWord(const Outcome &outcome)
+// Without the temporary file that could not be removed: the next start of the daemon does that.
+Contents contentsOf(const Stand &stand, const Outcome &outcome)
 {
-    return outcome.failed.startsWith(QLatin1String("fsync"));
+    Contents contents = stand.contents();
+    for (const QString &path : contents.keys()) {
+        if (outcome.failed.startsWith(QLatin1String("unlink")) && outcome.failed.endsWith(path)
+            && path.contains(QLatin1String("/.orvane.")))
+            contents.remove(path);
+    }
+    return contents;
 }
 
 } // namespace
@@ -150,12 +156,10 @@ void TestStoreFaults::keepsTheOldSettingOfAUserOrHasTheNew()
         Contents after = before;
         after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
         const Outcome outcome = setWithAFault(stand, 5, which, error);
-        const Contents now = stand.contents();
+        const Contents now = contentsOf(stand, outcome);
         const auto check = [&] {
             QVERIFY(isReady);
-            QVERIFY2(outcome.isWritten ? now == after
-                                       : now == before || (isLastWord(outcome) && now == after),
-                     qPrintable(outcome.failed));
+            QVERIFY2(now == (outcome.isWritten ? after : before), qPrintable(outcome.failed));
         };
         check();
         return !outcome.failed.isEmpty();
@@ -169,12 +173,10 @@ void TestStoreFaults::leavesNoTraceOfAFirstSettingThatFailed()
         const LogLines log;
         Stand stand;
         const Outcome outcome = setWithAFault(stand, 5, which, error);
-        const Contents now = stand.contents();
+        const Contents now = contentsOf(stand, outcome);
         const QByteArray setting = now.value(QStringLiteral("var/lib/am/apps/a.b/5.conf"));
         const auto check = [&] {
-            QVERIFY2(outcome.isWritten
-                         ? setting == newOfOne
-                         : now.isEmpty() || (isLastWord(outcome) && setting == newOfOne),
+            QVERIFY2(outcome.isWritten ? setting == newOfOne : now.isEmpty(),
                      qPrintable(outcome.failed));
         };
         check();
@@ -194,12 +196,10 @@ void TestStoreFaults::keepsALinkAndItsTargetOrHasTheNewSetting()
         Contents after = before;
         after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
         const Outcome outcome = setWithAFault(stand, 5, which, error);
-        const Contents now = stand.contents();
+        const Contents now = contentsOf(stand, outcome);
         const auto check = [&] {
             QVERIFY(isReady);
-            QVERIFY2(outcome.isWritten ? now == after
-                                       : now == before || (isLastWord(outcome) && now == after),
-                     qPrintable(outcome.failed));
+            QVERIFY2(now == (outcome.isWritten ? after : before), qPrintable(outcome.failed));
         };
         check();
         return !outcome.failed.isEmpty();
@@ -214,16 +214,12 @@ void TestStoreFaults::losesNoUsersSettingWithoutTheNewOneForAll()
         Stand stand;
         const bool isReady = putSettings(stand);
         const Contents before = stand.contents();
-        Contents withTheNewOne = before;
-        withTheNewOne[QStringLiteral("var/lib/am/apps/a.b/all-users.conf")] = newOfAll;
         const Outcome outcome = setWithAFault(stand, Manager::allUsers, which, error);
         const Contents now = stand.contents();
         const QByteArray setting = now.value(QStringLiteral("var/lib/am/apps/a.b/all-users.conf"));
         const auto check = [&] {
             QVERIFY(isReady);
-            QVERIFY2(outcome.isWritten
-                         ? setting == newOfAll
-                         : now == before || (isLastWord(outcome) && now == withTheNewOne),
+            QVERIFY2(outcome.isWritten ? setting == newOfAll : now == before,
                      qPrintable(outcome.failed));
         };
         check();
@@ -238,7 +234,9 @@ void TestStoreFaults::removesUsersSettingsOnceTheNewOneForAllIsOnTheDisk()
     const FileFaults watched;
     QVERIFY(stand.manager().setEnabled(Manager::allUsers, app, true));
     const QString folder = stand.path("a.b");
-    QCOMPARE(watched.changes().mid(1),
+    // Without those of temporary files.
+    const QRegularExpression ofSettings(QStringLiteral("^(?!.*/\\.orvane\\.)"));
+    QCOMPARE(watched.changes().filter(ofSettings),
              QStringList({QStringLiteral("rename ") + folder + QStringLiteral("/all-users.conf"),
                           QStringLiteral("fsync ") + folder,
                           QStringLiteral("unlink ") + folder + QStringLiteral("/5.conf"),
