@@ -23,7 +23,8 @@ bool InactivityTimerPrivate::allIdle() const
 
 void InactivityTimerPrivate::onIdleChanged()
 {
-    if (allIdle())
+    const bool elapses = timer.interval() >= 0;
+    if (elapses && allIdle())
         timer.start();
     else
         timer.stop();

@@ -1,5 +1,6 @@
 #include "system/inactivity_timer.h"
 #include "system/inactivity_timer_p.h"
+#include "unit/common/Core/log_lines.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
@@ -178,10 +179,12 @@ void TestInactivityTimer::neverFiresWithANegativeTime()
     Orvane::InactivityTimer timer(-1);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     Worker worker;
-    QTest::ignoreMessage(QtWarningMsg,
-                         "QObject::startTimer: Timers cannot have negative intervals");
+    const LogLines log;
     timer.watch(&worker);
+    worker.say(false);
+    worker.say(true);
     QVERIFY(!fired.wait(200));
+    QCOMPARE(log.taken(), QStringList());
 }
 
 void TestInactivityTimer::hasOneSignalAndOneSlot()
