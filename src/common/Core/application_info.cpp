@@ -194,11 +194,13 @@ void EntryReader::parseIntents(const MDesktopEntry &entry, EntryFindings &findin
     }
     const QStringList parts = text.split(QLatin1Char(';'), Qt::SkipEmptyParts);
     for (const QString &part : parts) {
-        const QStringList sides = part.split(QLatin1Char(':'));
-        const QStringList nameAndQualifier = sides.constFirst().split(QLatin1Char('/'));
-        intents.insert(nameAndQualifier.constFirst(),
-                       {nameAndQualifier.value(1),
-                        sides.value(1).split(QLatin1Char('|'), Qt::SkipEmptyParts)});
+        // What follows the first colon is kept whole, with the colons in it.
+        const QStringList nameAndQualifier =
+            part.section(QLatin1Char(':'), 0, 0).split(QLatin1Char('/'));
+        const QString items = part.section(QLatin1Char(':'), 1);
+        intents.insert(
+            nameAndQualifier.constFirst(),
+            {nameAndQualifier.value(1), items.split(QLatin1Char('|'), Qt::SkipEmptyParts)});
     }
 }
 

@@ -221,7 +221,8 @@ void TestApplicationInfo::readsIntents()
 {
     const auto intents =
         read({},
-             QByteArray(identity) + "Intents=Share/image:a|b||c;;Print;Send/a/b:x:y;Print/again\n")
+             QByteArray(identity)
+                 + "Intents=Share/image:a|b||c;;Print;Send/a/b:x:y|z:;Print/again\n")
             .intents();
     QCOMPARE(
         intents.keys(),
@@ -233,7 +234,8 @@ void TestApplicationInfo::readsIntents()
     QCOMPARE(intents.value(QStringLiteral("Print")).qualifier, QStringLiteral("again"));
     QCOMPARE(intents.value(QStringLiteral("Print")).items, QStringList());
     QCOMPARE(intents.value(QStringLiteral("Send")).qualifier, QStringLiteral("a"));
-    QCOMPARE(intents.value(QStringLiteral("Send")).items, QStringList{QStringLiteral("x")});
+    QCOMPARE(intents.value(QStringLiteral("Send")).items,
+             QStringList({QStringLiteral("x:y"), QStringLiteral("z:")}));
 }
 
 void TestApplicationInfo::readsTasks()
