@@ -96,7 +96,7 @@ constexpr Rule autostartId{
     "An autostart setting is for an application id that is none, and starts nothing."};
 constexpr Rule autostartUser{
     "autostart-user", Finding::Warning,
-    "An autostart setting names a user that is no number, which counts as user 0."};
+    "An autostart setting names a user that is no number, and counts for nobody."};
 constexpr Rule autostartBoolean{
     "autostart-boolean", Finding::Warning,
     "autostart of a setting is missing or no boolean: nothing and lists count as false, any other "

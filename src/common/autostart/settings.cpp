@@ -130,7 +130,7 @@ bool ConfigFile::speaksOf(const QStringList &parts, const QString &group, int ui
     if (!isNumber)
         ORVANE_REMARK(m_findings, findingOf(Rules::autostartUser, {m_path, group}))
             << "No user:" << parts.at(1).left(longestId);
-    return user == uid;
+    return isNumber && user == uid;
 }
 
 Setting ConfigFile::setting(const IniFile &file, const QString &group,

@@ -53,6 +53,8 @@ private Q_SLOTS:
     void readsSubdirectoriesAndHiddenFiles();
     void readsOnlyWhatTheFilterNames();
     void laterFilesOverrideEarlierOnes();
+    void skipsASettingOfAUserThatIsNoNumber_data();
+    void skipsASettingOfAUserThatIsNoNumber();
     void survivesStrangeFiles_data();
     void survivesStrangeFiles();
     void readsBooleansAsTheSettingsLibraryDoes_data();
@@ -134,6 +136,22 @@ void TestSettings::readsOnlyWhatTheFilterNames()
     EnabledMap enabled;
     readInto(path(), {QStringLiteral("5.conf")}, 5, enabled);
     QCOMPARE(enabled.keys(), QStringList{QStringLiteral("e.f")});
+}
+
+void TestSettings::skipsASettingOfAUserThatIsNoNumber_data()
+{
+    QTest::addColumn<QByteArray>("group");
+    QTest::newRow("a name") << QByteArray("a.b%7Croot");
+    QTest::newRow("nothing") << QByteArray("a.b%7C");
+    QTest::newRow("a number and more") << QByteArray("a.b%7C0x");
+    QTest::newRow("too large a number") << QByteArray("a.b%7C4294967296");
+}
+
+void TestSettings::skipsASettingOfAUserThatIsNoNumber()
+{
+    QFETCH(QByteArray, group);
+    QVERIFY(write(path(QStringLiteral("x.conf")), '[' + group + "]\nautostart=true\n"));
+    QCOMPARE(readAll(0), EnabledMap());
 }
 
 void TestSettings::laterFilesOverrideEarlierOnes()
