@@ -43,7 +43,8 @@ QStringList permissionNames(const Places &places)
     QStringList names;
     for (const QString &folder : places.permissionFolders) {
         const QDir directory(pathBelow(places.programRoot, folder));
-        for (const QString &file : directory.entryList({QLatin1Char('*') + suffix()}, QDir::Files))
+        for (const QString &file :
+             directory.entryList({QLatin1Char('*') + suffix()}, QDir::Files | QDir::CaseSensitive))
             names.append(file.chopped(suffix().size()));
     }
     names.removeDuplicates();

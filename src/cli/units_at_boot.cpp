@@ -14,11 +14,12 @@ QStringList unitsAtBoot(const Places &places)
     QStringList units;
     const QStringList wishes =
         folder.entryList({QStringLiteral("*.wants"), QStringLiteral("*.requires")},
-                         QDir::Dirs | QDir::System, QDir::Name);
+                         QDir::Dirs | QDir::System | QDir::CaseSensitive, QDir::Name);
     for (const QString &wish : wishes) {
         // Also the links that lead to nothing here: in an image they are absolute.
-        const QStringList links = QDir(places.real(folder.filePath(wish)))
-                                      .entryList({taskUnitPattern()}, QDir::Files | QDir::System);
+        const QStringList links =
+            QDir(places.real(folder.filePath(wish)))
+                .entryList({taskUnitPattern()}, QDir::Files | QDir::System | QDir::CaseSensitive);
         for (const QString &link : links) {
             const QFileInfo unit(folder.filePath(link));
             // One that is masked is a link.

@@ -40,8 +40,7 @@ QVector<QRegularExpression> expressionsOf(const QStringList &patterns)
     QVector<QRegularExpression> expressions;
     for (const QString &pattern : patterns)
         expressions.append(
-            QRegularExpression(QRegularExpression::wildcardToRegularExpression(pattern),
-                               QRegularExpression::CaseInsensitiveOption));
+            QRegularExpression(QRegularExpression::wildcardToRegularExpression(pattern)));
     return expressions;
 }
 

@@ -122,7 +122,7 @@ QVector<ListedFile> filesIn(const QString &folder, const QString &suffix, Links 
         if (entry->d_name[0] == '.')
             continue;
         const QString name = textOf(entry->d_name);
-        if (!name.endsWith(suffix, Qt::CaseInsensitive))
+        if (!name.endsWith(suffix))
             continue;
         if (const std::optional<ListedFile> file = listed(listing.folder(), *entry, name, links))
             files.append(*file);

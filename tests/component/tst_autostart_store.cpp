@@ -84,8 +84,8 @@ void TestAutostartStore::removesTheSettingsOfUsersThatAreGone()
 {
     for (const char *file :
          {"a.b/100000.conf", "a.b/100002.conf", "a.b/all-users.conf", "c.d/100002.conf",
-          "e.f/100002.conf", "e.f/notes.txt", "g.h/deeper/100002.conf", "i.j/nonsense.conf",
-          "i.j/0100000.conf", ".k.l/100002.conf", "m.n/100001.conf"})
+          "e.f/100002.conf", "e.f/notes.txt", "e.f/note.CONF", "g.h/deeper/100002.conf",
+          "i.j/nonsense.conf", "i.j/0100000.conf", ".k.l/100002.conf", "m.n/100001.conf"})
         QVERIFY(writeSetting(QString::fromLatin1(file)));
     QVERIFY(m_root->write(QStringLiteral("etc/am/conf.d/100002.conf"),
                           "[a.b%7C100002]\nautostart=true\n"));
@@ -97,8 +97,8 @@ void TestAutostartStore::removesTheSettingsOfUsersThatAreGone()
     for (const char *gone :
          {"a.b/100002.conf", "c.d", "e.f/100002.conf", "g.h/deeper", "i.j", ".k.l"})
         QTRY_VERIFY2_WITH_TIMEOUT(!exists(QString::fromLatin1(gone)), gone, 20000);
-    for (const char *kept : {"a.b/100000.conf", "a.b/all-users.conf", "e.f/notes.txt", "g.h",
-                             "m.n/100001.conf", "empty"})
+    for (const char *kept : {"a.b/100000.conf", "a.b/all-users.conf", "e.f/notes.txt",
+                             "e.f/note.CONF", "g.h", "m.n/100001.conf", "empty"})
         QVERIFY2(exists(QString::fromLatin1(kept)), kept);
     QVERIFY(QFileInfo::exists(m_root->path(QStringLiteral("etc/am/conf.d/100002.conf"))));
     QVERIFY2(!m_daemon->log().contains("cleanupRemovedUsers"), m_daemon->log());

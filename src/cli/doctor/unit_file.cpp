@@ -28,8 +28,8 @@ QMap<QString, QString> dropInsOf(const QString &unit, const QString &root)
     QMap<QString, QString> files;
     for (const QString &folder : foldersOf(UnitKind::System)) {
         const QString dropIns = pathBelow(root, QStringLiteral("%1/%2.d").arg(folder, unit));
-        const QStringList names =
-            QDir(dropIns).entryList({QStringLiteral("*.conf")}, QDir::Files, QDir::Name);
+        const QStringList names = QDir(dropIns).entryList(
+            {QStringLiteral("*.conf")}, QDir::Files | QDir::CaseSensitive, QDir::Name);
         for (const QString &name : names) {
             if (!files.contains(name))
                 files.insert(name, dropIns + QLatin1Char('/') + name);

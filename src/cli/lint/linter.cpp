@@ -157,7 +157,8 @@ void lintPermissions(const Places &places, Collected &findings)
         const QDir directory(places.programRoot + folder);
         for (const QString &name :
              QDir(places.real(directory.path()))
-                 .entryList({QStringLiteral("*.permission")}, QDir::AllEntries | QDir::System))
+                 .entryList({QStringLiteral("*.permission")},
+                            QDir::AllEntries | QDir::System | QDir::CaseSensitive))
             lintPermission(directory.filePath(name), places, findings);
     }
 }
@@ -301,7 +302,9 @@ bool lintFolder(const QString &folder, const Places &system, Collected &findings
     places.applicationFolders = QStringList{folder};
     places.root = system.root;
     lintEntries(lintTexts(places, findings), places, known, findings);
-    bool hasAny = !QDir(folder).entryList({QStringLiteral("*.desktop")}, QDir::Files).isEmpty();
+    bool hasAny = !QDir(folder)
+                       .entryList({QStringLiteral("*.desktop")}, QDir::Files | QDir::CaseSensitive)
+                       .isEmpty();
     QDirIterator files(folder, QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext()) {
         const QString path = files.next();

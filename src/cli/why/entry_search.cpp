@@ -44,9 +44,10 @@ EntryCandidate elsewhere(const QString &application, const Places &places)
 {
     const QString name = fileNameOf(application);
     for (const QString &folder : places.applicationFolders) {
-        for (const QString &file : places.filesBelow(folder, {name + QLatin1Char('*')})) {
-            const QString target = folder + QLatin1Char('/') + name;
-            if (file != target)
+        const QString target = folder + QLatin1Char('/') + name;
+        for (const QString &file : places.filesBelow(folder, {QStringLiteral("*")})) {
+            // Also in another letter case, which the readers of entries tell apart.
+            if (file != target && QFileInfo(file).fileName().startsWith(name, Qt::CaseInsensitive))
                 return {EntryCandidate::Elsewhere, file, target};
         }
     }

@@ -23,7 +23,7 @@ QString found(const QString &fileName, const QString &root)
     for (const char *folder : {"/usr/local/bin", "/usr/bin", "/usr/sbin", "/usr/local/libexec",
                                "/usr/libexec", "/usr/lib", "/opt"}) {
         const QString below = pathBelow(root, QString::fromLatin1(folder));
-        QDirIterator files(below, {fileName}, QDir::Files,
+        QDirIterator files(below, {fileName}, QDir::Files | QDir::CaseSensitive,
                            QString::fromLatin1(folder).endsWith(QLatin1String("bin"))
                                ? QDirIterator::NoIteratorFlags
                                : QDirIterator::Subdirectories);

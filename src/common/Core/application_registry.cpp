@@ -96,8 +96,8 @@ void ApplicationRegistryPrivate::watch(const QString &path, const ListedFile *fi
 void ApplicationRegistryPrivate::notice(const QString &path, DirectoryWatcher::Change change)
 {
     // Other files may come and go on the way of an entry, but nobody reads them.
-    const bool isOther = change == DirectoryWatcher::Content
-        && !path.endsWith(QLatin1String(".desktop"), Qt::CaseInsensitive);
+    const bool isOther =
+        change == DirectoryWatcher::Content && !path.endsWith(QLatin1String(".desktop"));
     if (!isOther)
         pace.request();
 }

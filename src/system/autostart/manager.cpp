@@ -22,7 +22,8 @@ namespace {
 
 QFileInfoList settingsIn(const QDir &directory)
 {
-    return directory.entryInfoList(anyConfigFile(), QDir::Files | QDir::Hidden);
+    return directory.entryInfoList(anyConfigFile(),
+                                   QDir::Files | QDir::Hidden | QDir::CaseSensitive);
 }
 
 // Removes what single users had set for an application. Returns the base names of the files that

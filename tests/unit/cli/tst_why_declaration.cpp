@@ -136,6 +136,9 @@ static void addEntryFaults()
     addFault("an entry with another ending", "entry", [](const TempRoot &root) {
         move(root, entryPath(), entryPath() + QStringLiteral(".disabled"));
     });
+    addFault("an entry whose ending is in upper case", "entry", [=](const TempRoot &root) {
+        move(root, entryPath(), applications + QStringLiteral("com.example.Notes.DESKTOP"));
+    });
     addFault("an entry in a subfolder", "entry", [=](const TempRoot &root) {
         move(root, entryPath(), applications + QStringLiteral("a/com.example.Notes.desktop"));
     });

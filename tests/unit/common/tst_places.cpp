@@ -161,6 +161,7 @@ public:
     {
         write("/opt/real/file.conf");
         write("/opt/real/.hidden.conf");
+        write("/opt/real/other.CONF");
         write("/opt/real/deep/other.conf");
         // A folder of this system.
         write("/etc");

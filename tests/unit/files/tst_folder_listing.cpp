@@ -64,10 +64,11 @@ void TestFolderListing::listsWhatTheFrameworkLists()
     const QByteArray odd = QFile::encodeName(folder->path()) + "/\xff.desktop";
     QCOMPARE(::link(qPrintable(path("a.desktop")), odd.constData()), 0);
 
-    QCOMPARE(
-        listed(),
-        QDir(folder->path()).entryList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name));
-    QCOMPARE(listed().size(), 7);
+    QCOMPARE(listed(),
+             QDir(folder->path())
+                 .entryList({QStringLiteral("*.desktop")}, QDir::Files | QDir::CaseSensitive,
+                            QDir::Name));
+    QCOMPARE(listed().size(), 6);
     QCOMPARE(::unlink(odd.constData()), 0);
 }
 

@@ -136,6 +136,8 @@ void TestSettings::readsOnlyWhatTheFilterNames()
     EnabledMap enabled;
     readInto(path(), {QStringLiteral("5.conf")}, 5, enabled);
     QCOMPARE(enabled.keys(), QStringList{QStringLiteral("e.f")});
+    QVERIFY(write(path(QStringLiteral("x.CONF")), "[g.h]\nautostart=true\n"));
+    QCOMPARE(readAll().keys(), QStringList({QStringLiteral("c.d"), QStringLiteral("e.f")}));
 }
 
 void TestSettings::skipsASettingOfAUserThatIsNoNumber_data()

@@ -195,8 +195,10 @@ void TestManager::aSettingForAllUsersLeavesOtherFilesAlone()
 {
     QVERIFY(write(runtime(QStringLiteral("a.b/notes.txt")), "kept"));
     QVERIFY(write(runtime(QStringLiteral("a.b/deeper/5.conf")), "[a.b%7C5]\nautostart=true\n"));
+    QVERIFY(write(runtime(QStringLiteral("a.b/5.CONF")), "kept"));
 
     QVERIFY(m_manager->setEnabled(Manager::allUsers, app, false));
+    QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/5.CONF"))));
     QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/notes.txt"))));
     QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/deeper/5.conf"))));
 }
