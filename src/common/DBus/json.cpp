@@ -13,6 +13,29 @@ namespace {
 // null travels as the emptiest value that there is.
 QVariant nullOnTheBus() { return QVariantList(); }
 
+// How many containers the bus allows around a value of a message. It closes the connection of a
+// sender who goes beyond. Three are left to whoever sends a value: a map, its entry and its
+// variant.
+constexpr int mostContainers = 64 - 3;
+constexpr int containersOfMember = 3;
+
+// The containers of the bus within a value: a member of an object is in a map, in its entry and in
+// a variant, an element of an array in an array and at most in a variant.
+int containersIn(const QJsonValue &value)
+{
+    int most = 0;
+    if (value.isObject()) {
+        const QJsonObject object = value.toObject();
+        for (const QJsonValue &member : object)
+            most = std::max(most, containersOfMember + containersIn(member));
+    } else if (value.isArray()) {
+        const QJsonArray array = value.toArray();
+        for (const QJsonValue &element : array)
+            most = std::max(most, 2 + containersIn(element));
+    }
+    return most;
+}
+
 // What a mixed array holds: every value in a variant of its own, at any depth.
 QVariant plainValue(const QJsonValue &value)
 {
@@ -97,6 +120,17 @@ QJsonValue fromWire(const QVariant &value)
     return QJsonValue::fromVariant(value);
 }
 
+// The framework turns a byte into a character, and a path or a signature into nothing.
+QString textOfKey(const QVariant &key)
+{
+    if (key.userType() == QMetaType::UChar)
+        return QString::number(key.toUInt());
+    if (key.userType() == qMetaTypeId<QDBusObjectPath>()
+        || key.userType() == qMetaTypeId<QDBusSignature>())
+        return fromWire(key).toString();
+    return key.toString();
+}
+
 // What a variant held: still marshalled when it is structured, possibly a variant again.
 void readUnwrapped(const QVariant &content, QJsonValue &value)
 {
@@ -140,6 +174,10 @@ QDBusArgument &operator<<(QDBusArgument &argument, const QJsonValue &value)
 
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonArray &array)
 {
+    if (containersIn(array) > mostContainers) {
+        qWarning() << "JSON value is nested too deep for the bus";
+        return argument;
+    }
     if (array.isEmpty() || isMixed(array)) {
         writeMixedArray(argument, array);
         return argument;
@@ -174,6 +212,10 @@ QDBusArgument &operator<<(QDBusArgument &argument, const QJsonObject &object)
 {
     argument.beginMap(QMetaType::QString, qMetaTypeId<QDBusVariant>());
     for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
+        if (containersOfMember + containersIn(member.value()) > mostContainers) {
+            qWarning() << "JSON value is nested too deep for the bus";
+            continue;
+        }
         QDBusArgument content;
         if (member.value().isNull())
             content << nullOnTheBus().toList();
@@ -226,6 +268,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonValue &value
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonArray &array)
 {
+    array = QJsonArray();
     argument.beginArray();
     while (!argument.atEnd()) {
         QJsonValue element;
@@ -238,11 +281,12 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonArray &array
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonObject &object)
 {
+    object = QJsonObject();
     argument.beginMap();
     while (!argument.atEnd()) {
         QJsonValue value;
         argument.beginMapEntry();
-        const QString key = argument.asVariant().toString();
+        const QString key = textOfKey(argument.asVariant());
         argument >> value;
         argument.endMapEntry();
         object.insert(key, value);

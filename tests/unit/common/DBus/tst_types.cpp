@@ -63,10 +63,18 @@ private Q_SLOTS:
     void writesNothingForArraysOfArrays();
     void writesNothingForUnknownTypes();
     void leavesOutWhatCannotBeWritten();
+    void leavesOutWhatIsTooDeepForTheBus_data();
+    void leavesOutWhatIsTooDeepForTheBus();
+    void writesNothingForAnArrayThatIsTooDeep();
+    void writesWhatIsAsDeepAsTheBusAllows_data();
+    void writesWhatIsAsDeepAsTheBusAllows();
     void keepsMessagesWithNullsWhole_data();
     void keepsMessagesWithNullsWhole();
     void readsJson_data();
     void readsJson();
+    void keepsTheTextOfKeys_data();
+    void keepsTheTextOfKeys();
+    void replacesWhatIsReadInto();
     void skipsStructures_data();
     void skipsStructures();
     void leavesTheValueWhenItIsAStructure();
@@ -240,6 +248,61 @@ void TestTypes::leavesOutWhatCannotBeWritten()
     QCOMPARE(map, QVariantMap({{QStringLiteral("b"), QStringLiteral("kept")}}));
 }
 
+// "{"a":{"a":1}}" and the like.
+static QByteArray nested(int levels, const QByteArray &before, const QByteArray &after)
+{
+    return before.repeated(levels) + '1' + after.repeated(levels);
+}
+
+void TestTypes::leavesOutWhatIsTooDeepForTheBus_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("objects") << nested(20, "{\"a\":", "}");
+    QTest::newRow("many objects") << nested(1000, "{\"a\":", "}");
+    QTest::newRow("mixed arrays") << nested(30, "[\"x\",", "]");
+    QTest::newRow("arrays of objects") << nested(15, "[{\"a\":", "}]");
+    QTest::newRow("objects in a mixed array") << "[1," + nested(19, "{\"a\":", "}") + "]";
+}
+
+void TestTypes::leavesOutWhatIsTooDeepForTheBus()
+{
+    QFETCH(QByteArray, text);
+    const QJsonValue value = parsed("{\"deep\": " + text + ", \"flat\": \"kept\"}");
+    QVERIFY(value.isObject());
+    QTest::ignoreMessage(QtWarningMsg, "JSON value is nested too deep for the bus");
+    // As the value of a map, which is the deepest place that it has room for.
+    const auto map =
+        qdbus_cast<QVariantMap>(roundTrip(QVariantMap{{QStringLiteral("json"), json(value)}}));
+    QVERIFY(sender.isConnected());
+    QCOMPARE(qdbus_cast<QVariantMap>(map.value(QStringLiteral("json"))),
+             QVariantMap({{QStringLiteral("flat"), QStringLiteral("kept")}}));
+}
+
+void TestTypes::writesNothingForAnArrayThatIsTooDeep()
+{
+    QTest::ignoreMessage(QtWarningMsg, "JSON value is nested too deep for the bus");
+    const QVariant deep = json(parsed(nested(31, "[\"x\",", "]")));
+    QCOMPARE(deep.value<QDBusArgument>().currentSignature(), QString());
+}
+
+void TestTypes::writesWhatIsAsDeepAsTheBusAllows_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("objects") << nested(20, "{\"a\":", "}");
+    QTest::newRow("mixed arrays") << nested(30, "[\"x\",", "]");
+    QTest::newRow("arrays of objects") << nested(12, "[{\"a\":", "}]");
+}
+
+void TestTypes::writesWhatIsAsDeepAsTheBusAllows()
+{
+    QFETCH(QByteArray, text);
+    const QVariant arrived = roundTrip(QVariantMap{{QStringLiteral("json"), json(parsed(text))}});
+    QVERIFY(sender.isConnected());
+    QJsonObject map;
+    arrived.value<QDBusArgument>() >> map;
+    QCOMPARE(map.value(QStringLiteral("json")), parsed(text));
+}
+
 void TestTypes::keepsMessagesWithNullsWhole_data()
 {
     QTest::addColumn<QByteArray>("text");
@@ -304,6 +367,49 @@ void TestTypes::readsJson()
     QFETCH(QVariant, value);
     QFETCH(QByteArray, text);
     QCOMPARE(readBack(value), parsed(text));
+}
+
+template <typename Key>
+static QVariant mapWithKey(const Key &key)
+{
+    QDBusArgument argument;
+    argument.beginMap(qMetaTypeId<Key>(), QMetaType::Int);
+    argument.beginMapEntry();
+    argument << key << 5;
+    argument.endMapEntry();
+    argument.endMap();
+    return QVariant::fromValue(argument);
+}
+
+void TestTypes::keepsTheTextOfKeys_data()
+{
+    QTest::addColumn<QVariant>("map");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("string") << mapWithKey(QStringLiteral("a")) << QStringLiteral("a");
+    QTest::newRow("object path") << mapWithKey(QDBusObjectPath("/a/b")) << QStringLiteral("/a/b");
+    QTest::newRow("signature") << mapWithKey(QDBusSignature("a{sv}")) << QStringLiteral("a{sv}");
+    QTest::newRow("byte") << mapWithKey(uchar(65)) << QStringLiteral("65");
+    QTest::newRow("byte of no ASCII") << mapWithKey(uchar(200)) << QStringLiteral("200");
+    QTest::newRow("number") << mapWithKey(-7) << QStringLiteral("-7");
+    QTest::newRow("bool") << mapWithKey(true) << QStringLiteral("true");
+    QTest::newRow("double") << mapWithKey(2.5) << QStringLiteral("2.5");
+}
+
+void TestTypes::keepsTheTextOfKeys()
+{
+    QFETCH(QVariant, map);
+    QFETCH(QString, key);
+    QCOMPARE(readBack(map), QJsonValue(QJsonObject{{key, 5}}));
+}
+
+void TestTypes::replacesWhatIsReadInto()
+{
+    QJsonArray array{1, 2};
+    roundTrip(json(parsed("[3]"))).value<QDBusArgument>() >> array;
+    QCOMPARE(array, QJsonArray{3});
+    QJsonObject object{{QStringLiteral("old"), 1}};
+    roundTrip(json(parsed("{\"new\": 2}"))).value<QDBusArgument>() >> object;
+    QCOMPARE(object, QJsonObject({{QStringLiteral("new"), 2}}));
 }
 
 void TestTypes::skipsStructures_data()
