@@ -116,7 +116,9 @@ QStringList description()
                            "that decided is shown with each."),
             QStringLiteral("An address is looked up by its scheme (x-scheme-handler/), by its host "
                            "and path (x-url-handler/) and by its MIME type, in this order; a file "
-                           "by its MIME type alone. A path that begins with / or . is a file's. "
+                           "by its MIME type alone. Those that declare the same come in the order "
+                           "in which the folders of entries are read, the user's data home first, "
+                           "then by file name. A path that begins with / or . is a file's. "
                            "Which types there are, and of which type a file is, is known from "
                            "this system also with --root.")};
 }

@@ -80,6 +80,7 @@ private:
 
 void ApplicationCatalogue::Scan::run()
 {
+    m_catalogue.m_folders = m_places.applicationFolders;
     m_records.beginLook(m_places);
     for (const QString &directory : m_places.applicationFolders)
         scanDirectory(directory);
@@ -263,15 +264,35 @@ QList<ApplicationCatalogue::TaskInfo> ApplicationCatalogue::tasksOfType(const QS
     return *m_tasksOfType->insert(type, joinedWithinBounds(ofApplications, findings));
 }
 
+// The records of the applications in the order in which their files were read.
+QVector<ApplicationInfo> ApplicationCatalogue::inOrderOfFiles() const
+{
+    QVector<QPair<QPair<int, QString>, ApplicationInfo>> placed;
+    placed.reserve(m_applications.size());
+    for (const ApplicationInfo &info : m_applications) {
+        const QString &file = info.desktopFilePath();
+        const int slash = file.lastIndexOf(QLatin1Char('/'));
+        placed.append({{m_folders.indexOf(file.left(slash)), file.mid(slash + 1)}, info});
+    }
+    std::sort(placed.begin(), placed.end(),
+              [](const auto &a, const auto &b) { return a.first < b.first; });
+    QVector<ApplicationInfo> inOrder;
+    inOrder.reserve(placed.size());
+    for (const auto &each : qAsConst(placed))
+        inOrder.append(each.second);
+    return inOrder;
+}
+
 UriHandlers ApplicationCatalogue::uriHandlers(const MimeappsEntries &chosen) const
 {
     UriHandlers handlers;
-    for (auto info = m_applications.constBegin(); info != m_applications.constEnd(); ++info) {
+    const QVector<ApplicationInfo> inOrder = inOrderOfFiles();
+    for (const ApplicationInfo &info : inOrder) {
         // An entry may repeat a type, and each wildcard costs a walk through the database.
-        QStringList types = info->mimeTypes();
+        QStringList types = info.mimeTypes();
         types.removeDuplicates();
         for (const QString &mimeType : qAsConst(types))
-            handlers.registerType(mimeType, info.key());
+            handlers.registerType(mimeType, info.applicationId().toString());
     }
     handlers.takeDefaults(chosen, m_fileToApplication);
     return handlers;

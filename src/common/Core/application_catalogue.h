@@ -91,8 +91,8 @@ public:
     /// as joinedWithinBounds() has room. Made when it is first asked for, which is when findings
     /// are reported; a copy of the catalogue has it too.
     [[nodiscard]] QList<TaskInfo> tasksOfType(const QString &type, Findings &findings) const;
-    /// The types that the applications declare, and what the user chose. Asks the MIME database
-    /// of this system.
+    /// The types that the applications declare, file by file: folder after folder, by file name
+    /// within one; and what the user chose. Asks the MIME database of this system.
     [[nodiscard]] UriHandlers uriHandlers(const MimeappsEntries &chosen) const;
     /// The applications that also open what is a kind of their MIME types.
     [[nodiscard]] QSet<QString> supportingMimeParents() const;
@@ -100,6 +100,10 @@ public:
 private:
     class Scan;
 
+    [[nodiscard]] QVector<ApplicationInfo> inOrderOfFiles() const;
+
+    /// Those that were read, in order.
+    QStringList m_folders;
     QMap<QString, ApplicationInfo> m_applications;
     QMap<QString, QString> m_fileToApplication;
     QVector<Shadowed> m_shadowed;

@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QMimeDatabase>
+#include <QRegularExpression>
 #include <QTest>
 #include <QUrl>
 
@@ -26,6 +27,8 @@ private Q_SLOTS:
     void skipsExcludedStages_data();
     void skipsExcludedStages();
     void asksForTypesOnlyWithALocalFile();
+    void asksFilesInTheOrderOfTheScan();
+    void asksTheFileThatCountsInItsPlace();
     void expandsWildcards();
     void asksParentsOfThoseThatWantThem();
     void putsTheUsersChoiceFirst();
@@ -41,11 +44,17 @@ private:
     static QString file() { return QStringLiteral("/home/config/mimeapps.list"); }
     void add(const char *name, const char *mimeTypes, const char *more = "") const
     {
-        root->write(
-            QStringLiteral("/usr/share/applications/%1.desktop").arg(QString::fromLatin1(name)),
-            QByteArray("[Desktop Entry]\nType=Application\nName=x\nMimeType=") + mimeTypes + "\n"
-                + more + "\n[X-Application]\nOrganizationName=com.x\nApplicationName=" + name
-                + "\n");
+        addAs((QByteArray("/usr/share/applications/") + name + ".desktop").constData(), name,
+              mimeTypes, more);
+    }
+    void addAs(const char *file, const char *name, const char *mimeTypes,
+               const char *more = "") const
+    {
+        root->write(QString::fromLatin1(file),
+                    QByteArray("[Desktop Entry]\nType=Application\nName=x\nMimeType=") + mimeTypes
+                        + "\n" + more
+                        + "\n[X-Application]\nOrganizationName=com.x\nApplicationName=" + name
+                        + "\n");
     }
     void load()
     {
@@ -152,6 +161,29 @@ void TestUriHandlers::asksForTypesOnlyWithALocalFile()
     add("Scheme", "x-scheme-handler/file;x-url-handler/localhost/*;");
     load();
     QCOMPARE(ask("file:///tmp/none.png"), QStringLiteral("Type"));
+}
+
+void TestUriHandlers::asksFilesInTheOrderOfTheScan()
+{
+    // Neither by id nor by path: the folder of the user's data comes first, then the name counts.
+    addAs("/usr/share/applications/1.desktop", "Y", "image/*;");
+    addAs("/usr/share/applications/2.desktop", "A", "image/png;");
+    addAs("/home/data/applications/3.desktop", "Z", "image/png;");
+    addAs("/home/data/applications/4.desktop", "B", "image/png;");
+    load();
+    QCOMPARE(ask("file:///none.png"), QStringLiteral("Z B Y A"));
+}
+
+void TestUriHandlers::asksTheFileThatCountsInItsPlace()
+{
+    addAs("/usr/share/applications/1.desktop", "A", "image/png;");
+    addAs("/usr/share/applications/2.desktop", "B", "image/png;");
+    // Named by the id, it counts instead of the first file.
+    addAs("/usr/share/applications/com.x.A.desktop", "A", "image/png;");
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(QStringLiteral("^Two entries declare \"com\\.x\\.A\"")));
+    load();
+    QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
 }
 
 void TestUriHandlers::expandsWildcards()
