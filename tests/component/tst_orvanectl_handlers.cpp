@@ -83,7 +83,8 @@ void TestOrvanectlHandlers::listsHandlersAsJson()
 void TestOrvanectlHandlers::looksAtTheChoiceOfAnother()
 {
     root->write(QStringLiteral("/etc/passwd"), "other:x:77:77::/home/other:/bin/sh\n");
-    root->write(QStringLiteral("/home/other/.config/mimeapps.list"), "image/png=Ape.desktop\n");
+    root->write(QStringLiteral("/home/other/.config/mimeapps.list"),
+                "[Default Applications]\nimage/png=Ape.desktop\n");
     const QStringList image{QStringLiteral("image/png"), QStringLiteral("--root"), root->path()};
     for (const char *user : {"other", "77"}) {
         const ToolOutput output =

@@ -17,6 +17,8 @@ namespace Core {
 
 namespace {
 
+constexpr const char *defaultsGroup = "[Default Applications]";
+
 void removeRepeated(QVector<ChosenFile> &files)
 {
     QSet<QString> seen;
@@ -40,6 +42,22 @@ void addLine(const QString &line, int number, MimeappsEntries &entries)
         files.append({name, number});
 }
 
+MimeappsEntries defaultsIn(const QByteArray &text)
+{
+    MimeappsEntries entries;
+    const QList<QByteArray> lines = text.split('\n');
+    bool areDefaults = false;
+    for (int at = 0; at < lines.size(); ++at) {
+        if (lines.at(at).startsWith('['))
+            areDefaults = lines.at(at).trimmed() == defaultsGroup;
+        else if (areDefaults)
+            addLine(QString::fromUtf8(lines.at(at)), at + 1, entries);
+    }
+    for (QVector<ChosenFile> &files : entries)
+        removeRepeated(files);
+    return entries;
+}
+
 QByteArray lineOf(const QString &mimeType, const QString &file)
 {
     return mimeType.toUtf8() + '=' + file.toUtf8();
@@ -56,7 +74,7 @@ bool readsBack(const QString &mimeType, const QString &file)
 
 QByteArray textOf(const QString &path, const QMap<QString, QString> &defaults)
 {
-    QByteArray text = "[Default Applications]\n";
+    QByteArray text = QByteArray(defaultsGroup) + '\n';
     for (auto entry = defaults.constBegin(); entry != defaults.constEnd(); ++entry) {
         if (readsBack(entry.key(), entry.value()))
             text += lineOf(entry.key(), entry.value()) + '\n';
@@ -87,13 +105,7 @@ std::optional<MimeappsEntries> readMimeappsList(const Places &places, Findings &
         return file.state == ForeignFile::CannotOpen ? std::nullopt
                                                      : std::optional(MimeappsEntries());
     }
-    MimeappsEntries entries;
-    const QList<QByteArray> lines = file.text.split('\n');
-    for (int at = 0; at < lines.size(); ++at)
-        addLine(QString::fromUtf8(lines.at(at)), at + 1, entries);
-    for (QVector<ChosenFile> &files : entries)
-        removeRepeated(files);
-    return entries;
+    return defaultsIn(file.text);
 }
 
 void writeMimeappsList(const Places &places, const QMap<QString, QString> &defaults)

@@ -28,8 +28,9 @@ using MimeappsEntries = QMap<QString, QVector<ChosenFile>>;
 /// Where the file is; empty when the user has no place for settings.
 [[nodiscard]] QString mimeappsListPath(const Places &places);
 
-/// Everything that the file lists, whatever group it is in; empty without a file, and when what has
-/// its name is none. Nothing when the system did not let the file be read, perhaps for the moment.
+/// The default applications that the file lists, in their group; what is in other groups, such as
+/// associations that a user has removed, is no choice. Empty without a file, and when what has its
+/// name is none. Nothing when the system did not let the file be read, perhaps for the moment.
 [[nodiscard]] std::optional<MimeappsEntries> readMimeappsList(const Places &places,
                                                               Findings &findings);
 

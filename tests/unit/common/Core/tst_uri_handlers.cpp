@@ -34,7 +34,9 @@ private Q_SLOTS:
     void putsTheUsersChoiceFirst();
     void keepsTheChoiceForTheNextStart();
     void writesOneGroupOnly();
-    void mergesEveryGroupOfTheFile();
+    void takesTheChoicesFromTheirGroupOnly_data();
+    void takesTheChoicesFromTheirGroupOnly();
+    void readsOddLinesOfTheFile();
     void refusesAnUnknownApplication();
     void saysThatTheFileCannotBeRead();
     void saysThatTheFileCannotBeWritten();
@@ -255,22 +257,53 @@ void TestUriHandlers::writesOneGroupOnly()
 {
     add("A", "image/png;");
     root->write(file(),
-                "# mine\n[Added Associations]\nimage/gif=A.desktop;gone.desktop;\n[Other]\nx\n");
+                "# mine\n[Default Applications]\nimage/gif=A.desktop;gone.desktop;\n[Other]\nx\n");
     load();
     choose("file:///x.png", "A");
     QCOMPARE(root->read(file()),
              QByteArray("[Default Applications]\nimage/gif=A.desktop\nimage/png=A.desktop\n"));
 }
 
-void TestUriHandlers::mergesEveryGroupOfTheFile()
+void TestUriHandlers::takesTheChoicesFromTheirGroupOnly_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("expected");
+    const QByteArray line("image/png=B.desktop;\n");
+    const QString chosen = QStringLiteral("B A");
+    const QString declared = QStringLiteral("A B");
+    QTest::newRow("defaults") << "[Default Applications]\n" + line << chosen;
+    QTest::newRow("defaults behind another group")
+        << "[Other]\nx\n[Default Applications]\n" + line << chosen;
+    QTest::newRow("defaults in two parts")
+        << "[Default Applications]\n[Other]\n[Default Applications]\n" + line << chosen;
+    QTest::newRow("removed") << "[Removed Associations]\n" + line << declared;
+    QTest::newRow("removed behind the defaults")
+        << "[Default Applications]\n[Removed Associations]\n" + line << declared;
+    QTest::newRow("added") << "[Added Associations]\n" + line << declared;
+    QTest::newRow("no group") << line << declared;
+}
+
+void TestUriHandlers::takesTheChoicesFromTheirGroupOnly()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, expected);
+    add("A", "image/png;");
+    add("B", "image/png;");
+    root->write(file(), text);
+    load();
+    QCOMPARE(ask("file:///none.png"), expected);
+}
+
+void TestUriHandlers::readsOddLinesOfTheFile()
 {
     add("A", "image/png;");
     add("B", "image/png;");
     add("S", "x-scheme-handler/https;");
     add("T", "x-scheme-handler/https;");
     root->write(file(),
-                "\n# c=d\n[One]\nimage/png = gone.desktop;B.desktop;;A.desktop;B.desktop\r\n"
-                "no separator\n[Two]\nimage/png=A.desktop;\n"
+                "\n# c=d\n[Default Applications]\r\n"
+                "image/png = gone.desktop;B.desktop;;A.desktop;B.desktop\r\n"
+                "no separator\nimage/png=A.desktop;\n"
                 "x-scheme-handler/https=T.desktop\nimage/gif=gone.desktop");
     load();
     QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
