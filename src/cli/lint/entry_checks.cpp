@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cstring>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -39,6 +40,7 @@ const QStringList &mainKeys()
                                   QStringLiteral("Name"),
                                   QStringLiteral("Exec"),
                                   QStringLiteral("Icon"),
+                                  QStringLiteral("Hidden"),
                                   QStringLiteral("MimeType"),
                                   QStringLiteral("URL"),
                                   QStringLiteral("Mode"),
@@ -55,17 +57,25 @@ const QStringList &mainKeys()
 // What the format gives a meaning that is nothing to the daemon.
 const QStringList &keysOfTheFormat()
 {
-    static const QStringList keys{
-        QStringLiteral("Version"),        QStringLiteral("GenericName"),
-        QStringLiteral("NoDisplay"),      QStringLiteral("Comment"),
-        QStringLiteral("Hidden"),         QStringLiteral("OnlyShowIn"),
-        QStringLiteral("NotShowIn"),      QStringLiteral("DBusActivatable"),
-        QStringLiteral("TryExec"),        QStringLiteral("Path"),
-        QStringLiteral("Terminal"),       QStringLiteral("Actions"),
-        QStringLiteral("Categories"),     QStringLiteral("Implements"),
-        QStringLiteral("Keywords"),       QStringLiteral("StartupNotify"),
-        QStringLiteral("StartupWMClass"), QStringLiteral("PrefersNonDefaultGPU"),
-        QStringLiteral("Encoding"),       QStringLiteral("SingleMainWindow")};
+    static const QStringList keys{QStringLiteral("Version"),
+                                  QStringLiteral("GenericName"),
+                                  QStringLiteral("NoDisplay"),
+                                  QStringLiteral("Comment"),
+                                  QStringLiteral("OnlyShowIn"),
+                                  QStringLiteral("NotShowIn"),
+                                  QStringLiteral("DBusActivatable"),
+                                  QStringLiteral("TryExec"),
+                                  QStringLiteral("Path"),
+                                  QStringLiteral("Terminal"),
+                                  QStringLiteral("Actions"),
+                                  QStringLiteral("Categories"),
+                                  QStringLiteral("Implements"),
+                                  QStringLiteral("Keywords"),
+                                  QStringLiteral("StartupNotify"),
+                                  QStringLiteral("StartupWMClass"),
+                                  QStringLiteral("PrefersNonDefaultGPU"),
+                                  QStringLiteral("Encoding"),
+                                  QStringLiteral("SingleMainWindow")};
     return keys;
 }
 
@@ -73,13 +83,14 @@ const QStringList &keysOfTheFormat()
 const QMap<QString, QStringList> &switchWords()
 {
     static const QStringList yesOrNo{QStringLiteral("yes"), QStringLiteral("no")};
+    static const QStringList booleans{QStringLiteral("true"), QStringLiteral("false"),
+                                      QStringLiteral("1"), QStringLiteral("0")};
     static const QMap<QString, QStringList> words{
         {QStringLiteral("Sandboxing"), {QStringLiteral("Disabled"), QStringLiteral("Enabled")}},
         {QStringLiteral("X-Nemo-Single-Instance"), yesOrNo},
         {QStringLiteral("X-Halcyn-Single-Cover"), yesOrNo},
-        {QStringLiteral("X-Halcyn-Support-Mime-Parents"),
-         {QStringLiteral("true"), QStringLiteral("false"), QStringLiteral("1"),
-          QStringLiteral("0")}}};
+        {QStringLiteral("Hidden"), booleans},
+        {QStringLiteral("X-Halcyn-Support-Mime-Parents"), booleans}};
     return words;
 }
 
@@ -232,7 +243,8 @@ bool TextChecks::isMisspelt(const EntryLine &line, const QStringList &known) con
 void TextChecks::checkSwitch(const EntryLine &line) const
 {
     // Nearly every key is none of these.
-    if (m_group == Group::Task || (line.key.front() != 'S' && line.key.front() != 'X'))
+    const bool mayBeOne = std::strchr("HSX", line.key.front()) != nullptr;
+    if (m_group == Group::Task || !mayBeOne)
         return;
     const QString key = textOf(line.key);
     const auto words = switchWords().constFind(key);

@@ -13,6 +13,7 @@ QVector<LintRule> entryRules()
 {
     return {
         {&entryInvalid, "Write [Desktop Entry] with Type=Application and a Name."},
+        {&entryHidden, "Remove the file, or the line when the application is there."},
         {&entryTooLarge, "Leave out what does not belong into an entry."},
         {&notUtf8, "Save the file as UTF-8."},
         {&entryId, "Write OrganizationName and ApplicationName into [X-Application]."},
@@ -26,7 +27,7 @@ QVector<LintRule> entryRules()
         {&mimeTypesSize, "Declare up to 1024 MIME types of up to 1024 characters each."},
         {&entrySwitch,
          "Write Sandboxing=Disabled, X-Nemo-Single-Instance=no, X-Halcyn-Single-Cover=yes and "
-         "X-Halcyn-Support-Mime-Parents=true exactly so, or leave the key out."},
+         "Hidden=true and X-Halcyn-Support-Mime-Parents=true exactly so, or leave the key out."},
         {&unknownKey, "Correct the key's name, or begin it with X- when another program reads it."},
         {&keyTwice, "Remove the lines that do not count."},
         {&unknownGroup, "Write [X-Task NAME], with one blank and a name of letters and digits."},

@@ -80,6 +80,8 @@ Gate launchGate(const Question &question)
     const QString id = entry.appOrgname() + QLatin1Char('.') + entry.appName();
     if (entry.type() == QLatin1String("Link"))
         return {gate, Gate::Yes, QStringLiteral("%1 is a link to %2").arg(file, entry.url())};
+    if (!entry.isValid())
+        return {gate, Gate::No, QStringLiteral("%1 is no valid entry").arg(file), consequence};
     if (id == question.application)
         return {gate, Gate::Yes, file};
     return {gate, Gate::No, QStringLiteral("%1 declares \"%2\"").arg(file, id), consequence};

@@ -145,6 +145,13 @@ QString settingOf(const QString &file, const QString &key, const QString &value)
                     : addingLine(file, lines.of(mainGroup()), setting(key, value));
 }
 
+// The line that says that the entry is deleted; 0 when none does.
+int hiddenLine(const MDesktopEntry &entry, const KeyFileLines &lines)
+{
+    const QString key = QStringLiteral("Hidden");
+    return entry.value(key) == QLatin1String("true") ? lines.of(mainGroup(), key) : 0;
+}
+
 Gate invalidEntry(const QString &name, const QString &file, const QString &application)
 {
     const ForeignFile content = readForeignFile(Places::ofProcess().real(file));
@@ -161,7 +168,11 @@ Gate invalidEntry(const QString &name, const QString &file, const QString &appli
     } else if (lines.of(mainGroup()) == 0) {
         gate.evidence += QStringLiteral("there is no [%1]").arg(mainGroup());
         gate.cure = headerCure(file, content.text);
-    } else if (entry.name().isEmpty()) {
+    } else if (const int hidden = hiddenLine(entry, lines)) {
+        gate.evidence =
+            placeOf(file, hidden) + QStringLiteral(": Hidden=true, which means deleted");
+        gate.cure = deletingLine(file, hidden);
+    } else if (entry.value(QStringLiteral("Name")).isEmpty()) {
         gate.evidence += QStringLiteral("there is no Name");
         gate.cure = settingOf(file, QStringLiteral("Name"), application);
     } else {

@@ -130,6 +130,7 @@ public:
                const PackageFolders &packages, ApplicationInfo::Extent extent);
 
 private:
+    void remarkInvalid(const MDesktopEntry &entry, EntryFindings &findings) const;
     void parseTheRest(const MDesktopEntry &entry, const Places &places,
                       const PackageFolders &packages, EntryFindings &findings);
     void parseIntents(const MDesktopEntry &entry, EntryFindings &findings);
@@ -147,7 +148,7 @@ void EntryReader::parse(const QString &path, const Places &places, Findings &sin
     EntryFindings findings(desktopFilePath, places, sink);
     const MyDesktopEntry entry(places.real(path));
     if (!entry.isValid()) {
-        ORVANE_REMARK(sink, findingOf(Rules::entryInvalid, {path})) << "No valid entry:" << path;
+        remarkInvalid(entry, findings);
         return;
     }
     applicationId = ApplicationId(entry.appOrgname(), entry.appName());
@@ -163,6 +164,17 @@ void EntryReader::parse(const QString &path, const Places &places, Findings &sin
     if (extent == ApplicationInfo::Everything)
         parseTheRest(entry, places, packages, findings);
     valid = true;
+}
+
+void EntryReader::remarkInvalid(const MDesktopEntry &entry, EntryFindings &findings) const
+{
+    const QString hidden = QStringLiteral("Hidden");
+    if (entry.value(hidden) == QLatin1String("true"))
+        ORVANE_REMARK(findings.sink, findings.of(Rules::entryHidden, mainGroup(), hidden))
+            << "Deleted with Hidden=true:" << desktopFilePath;
+    else
+        ORVANE_REMARK(findings.sink, findingOf(Rules::entryInvalid, {desktopFilePath}))
+            << "No valid entry:" << desktopFilePath;
 }
 
 void EntryReader::parseTheRest(const MDesktopEntry &entry, const Places &places,

@@ -21,7 +21,11 @@ namespace Rules {
 // Desktop entries.
 constexpr Rule entryInvalid{
     "entry-invalid", Finding::Error,
-    "A desktop entry cannot be read, has no known Type or has no Name, and is passed over."};
+    "A desktop entry cannot be read, has no known Type or no Name without a translation, and is "
+    "passed over."};
+constexpr Rule entryHidden{
+    "entry-hidden", Finding::Note,
+    "A desktop entry says Hidden=true, which means that it is deleted, and is passed over."};
 constexpr Rule entryId{
     "entry-id", Finding::Error,
     "Neither a desktop entry nor its file name gives an application id, and it is passed over."};
@@ -112,21 +116,16 @@ constexpr Rule refusedBySandbox{
 
 /// Every one of them, in the order in which a list shows them.
 constexpr const Rule *all[] = {
-    &entryInvalid,        &entryId,
-    &entryIdTwice,        &entryShadowed,
-    &fileNameShadowed,    &intentsSize,
-    &mimeTypesSize,       &taskName,
-    &taskTwice,           &taskSize,
-    &tasksSize,           &taskListSize,
-    &manifestUnreadable,  &manifestIgnored,
-    &manifestSyntax,      &packageUnreadable,
-    &overridesUnreadable, &overrideKey,
-    &overrideVersion,     &taskTypeUnreadable,
-    &taskTypeBoolean,     &mimeappsUnreadable,
-    &autostartSize,       &autostartUnreadable,
-    &autostartId,         &autostartUser,
-    &autostartBoolean,    &unknownPermission,
-    &refusedBySandbox,
+    &entryInvalid,        &entryHidden,        &entryId,
+    &entryIdTwice,        &entryShadowed,      &fileNameShadowed,
+    &intentsSize,         &mimeTypesSize,      &taskName,
+    &taskTwice,           &taskSize,           &tasksSize,
+    &taskListSize,        &manifestUnreadable, &manifestIgnored,
+    &manifestSyntax,      &packageUnreadable,  &overridesUnreadable,
+    &overrideKey,         &overrideVersion,    &taskTypeUnreadable,
+    &taskTypeBoolean,     &mimeappsUnreadable, &autostartSize,
+    &autostartUnreadable, &autostartId,        &autostartUser,
+    &autostartBoolean,    &unknownPermission,  &refusedBySandbox,
 };
 
 } // namespace Rules

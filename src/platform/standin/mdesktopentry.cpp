@@ -2,6 +2,7 @@
 
 #include "files/foreign_file.h"
 
+#include <QDebug>
 #include <QVarLengthArray>
 
 #include <glib.h>
@@ -167,6 +168,8 @@ public:
     QString applicationKey(const QString &key);
     QString string(const char *group, const char *key);
     QStringList list(const char *group, const char *key);
+    /// Of a key of the main group that may be translated, in the language of the process.
+    QString localString(const char *key);
     const QString &localName();
 
     GKeyFile *const file;
@@ -174,6 +177,7 @@ public:
 
 private:
     static GKeyFile *loaded(const QString &fileName);
+    static GKeyFile *parsed(const QByteArray &text);
     // Of a key that the group has: nothing if there are escapes to undo or it is not UTF-8.
     std::optional<QString> plainText(const char *group, const char *key) const;
     QString textAsItStands(const char *group, const char *key) const;
@@ -184,11 +188,26 @@ private:
 GKeyFile *MDesktopEntryPrivate::loaded(const QString &fileName)
 {
     const ForeignFile content = readForeignFile(fileName);
+    if (content.state == ForeignFile::TooLarge)
+        qWarning() << "Desktop entry is too large:" << fileName;
+    GKeyFile *file = parsed(content.text);
+    if (g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_HIDDEN,
+                               nullptr)
+        == FALSE)
+        return file;
+    // The format's word for deleted: nothing else of it is there.
+    g_key_file_unref(file);
+    file = g_key_file_new();
+    g_key_file_set_boolean(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_HIDDEN, TRUE);
+    return file;
+}
+
+GKeyFile *MDesktopEntryPrivate::parsed(const QByteArray &text)
+{
     GKeyFile *file = g_key_file_new();
-    const auto size = static_cast<gsize>(content.text.size());
-    if (content.state != ForeignFile::Read
-        || g_key_file_load_from_data(file, content.text.constData(), size, G_KEY_FILE_NONE, nullptr)
-            != FALSE)
+    if (g_key_file_load_from_data(file, text.constData(), static_cast<gsize>(text.size()),
+                                  G_KEY_FILE_NONE, nullptr)
+        != FALSE)
         return file;
     // A parse that stopped half-way must not show what it read.
     g_key_file_unref(file);
@@ -238,19 +257,19 @@ QString MDesktopEntryPrivate::textAsItStands(const char *group, const char *key)
     return taken(g_key_file_get_value(file, group, key, nullptr));
 }
 
-const QString &MDesktopEntryPrivate::localName()
+QString MDesktopEntryPrivate::localString(const char *key)
 {
     const char *const group = G_KEY_FILE_DESKTOP_GROUP;
-    const char *const key = G_KEY_FILE_DESKTOP_KEY_NAME;
-    if (m_localName)
-        return *m_localName;
     // GLib keeps the translations that the process may want, and tries one after the other.
     if (index.hasTranslation(group, key))
-        m_localName = taken(g_key_file_get_locale_string(file, group, key, nullptr, nullptr));
-    else if (index.has(group, key))
-        m_localName = taken(g_key_file_get_string(file, group, key, nullptr));
-    else
-        m_localName = QString();
+        return taken(g_key_file_get_locale_string(file, group, key, nullptr, nullptr));
+    return string(group, key);
+}
+
+const QString &MDesktopEntryPrivate::localName()
+{
+    if (!m_localName)
+        m_localName = localString(G_KEY_FILE_DESKTOP_KEY_NAME);
     return *m_localName;
 }
 
@@ -276,7 +295,8 @@ bool MDesktopEntry::isValid() const
 {
     static const QStringList knownTypes{QStringLiteral("Application"), QStringLiteral("Link"),
                                         QStringLiteral("Directory")};
-    return knownTypes.contains(type()) && !name().isEmpty();
+    // Of the name as it is without a translation: an entry is the same for every language.
+    return knownTypes.contains(type()) && !value(QStringLiteral("Name")).isEmpty();
 }
 
 QString MDesktopEntry::type() const { return value(QStringLiteral("Type")); }
@@ -285,7 +305,7 @@ QString MDesktopEntry::url() const { return value(QStringLiteral("URL")); }
 
 QString MDesktopEntry::name() const { return d->localName(); }
 
-QString MDesktopEntry::icon() const { return value(QStringLiteral("Icon")); }
+QString MDesktopEntry::icon() const { return d->localString(G_KEY_FILE_DESKTOP_KEY_ICON); }
 
 QString MDesktopEntry::exec() const { return value(QStringLiteral("Exec")); }
 

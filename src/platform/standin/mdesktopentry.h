@@ -10,7 +10,9 @@
 class MDesktopEntryPrivate;
 
 /// One desktop entry file, read at construction. A file that cannot be read or parsed gives an
-/// entry that is not valid and whose values are all empty.
+/// entry that is not valid and whose values are all empty. So does one that says that it is
+/// deleted, with Hidden=true; of its values only that one is there. One that is too large is
+/// logged.
 class MDesktopEntry
 {
 public:
@@ -19,12 +21,13 @@ public:
     MDesktopEntry(const MDesktopEntry &) = delete;
     MDesktopEntry &operator=(const MDesktopEntry &) = delete;
 
-    /// True when the main group has a Type that is known and a Name.
+    /// True when the main group has a Type that is known and a Name, whatever the language.
     bool isValid() const;
     QString type() const;
     QString url() const;
     /// In the language of the process.
     QString name() const;
+    /// In the language of the process.
     QString icon() const;
     QString exec() const;
     QString xMaemoService() const;

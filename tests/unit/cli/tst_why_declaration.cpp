@@ -148,6 +148,8 @@ static void addEntryFaults()
             "[X-Application]\nOrganizationName=com.example\nApplicationName=Notes\n", "");
     addEdit("no organisation", "entry", "OrganizationName=com.example\n", "");
     addEdit("no name to show", "valid entry", "\nName=Notes", "");
+    addEdit("a name in one language only", "valid entry", "\nName=Notes", "\nName[de]=Notizen");
+    addEdit("a deleted entry", "valid entry", "\nName=Notes", "\nName=Notes\nHidden=true");
     addEdit("no type", "valid entry", "Type=Application\n", "");
     addEdit("an unknown type", "valid entry", "=Application\n", "=Aplication\n");
     addEdit("a misspelt header", "valid entry", "Desktop Entry", "Desktop entry");

@@ -48,6 +48,11 @@ private Q_SLOTS:
     void keepsAListWithAnUnknownEscape();
     void splitsLists();
     void prefersTheLanguageOfTheProcess();
+    void isValidInEveryLanguageOrNone_data();
+    void isValidInEveryLanguageOrNone();
+    void isNotThereWhenItIsHidden_data();
+    void isNotThereWhenItIsHidden();
+    void refusesWhatIsTooLargeWithALine();
     void survivesWhatIsNoEntry();
 
 private:
@@ -146,14 +151,81 @@ void TestDesktopEntry::prefersTheLanguageOfTheProcess()
 {
     const LanguageGuard german("de");
     const MDesktopEntry entry(
-        write("[Desktop Entry]\nType=Application\nName=Notes\nName[de]=Notizen\n"));
+        write("[Desktop Entry]\nType=Application\nName=Notes\nName[de]=Notizen\n"
+              "Icon=notes\nIcon[de]=notizen\n"));
     QVERIFY(entry.isValid());
+    QCOMPARE(entry.icon(), QStringLiteral("notizen"));
+    QCOMPARE(entry.value(QStringLiteral("Icon")), QStringLiteral("notes"));
     QCOMPARE(entry.name(), QStringLiteral("Notizen"));
     QCOMPARE(entry.value(QStringLiteral("Name")), QStringLiteral("Notes"));
 }
 
+void TestDesktopEntry::isValidInEveryLanguageOrNone_data()
+{
+    QTest::addColumn<QByteArray>("names");
+    QTest::addColumn<bool>("valid");
+    QTest::newRow("a name and no translation") << QByteArray("Name=Notes\n") << true;
+    QTest::newRow("an empty translation") << QByteArray("Name=Notes\nName[de]=\n") << true;
+    QTest::newRow("nothing but a translation") << QByteArray("Name[de]=Notizen\n") << false;
+    QTest::newRow("an empty name") << QByteArray("Name=\nName[de]=Notizen\n") << false;
+}
+
+void TestDesktopEntry::isValidInEveryLanguageOrNone()
+{
+    QFETCH(QByteArray, names);
+    QFETCH(bool, valid);
+    const QString path = write("[Desktop Entry]\nType=Application\n" + names);
+    for (const char *language : {"de", "en"}) {
+        const LanguageGuard guard(language);
+        QCOMPARE(MDesktopEntry(path).isValid(), valid);
+    }
+}
+
+void TestDesktopEntry::isNotThereWhenItIsHidden_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<bool>("hidden");
+    QTest::newRow("true") << QByteArray("Hidden=true\n") << true;
+    QTest::newRow("one") << QByteArray("Hidden=1\n") << true;
+    QTest::newRow("with blanks") << QByteArray("Hidden = true \n") << true;
+    QTest::newRow("false") << QByteArray("Hidden=false\n") << false;
+    QTest::newRow("no boolean") << QByteArray("Hidden=yes\n") << false;
+    QTest::newRow("in another group") << QByteArray("[G]\nHidden=true\n") << false;
+    QTest::newRow("not shown in menus") << QByteArray("NoDisplay=true\n") << false;
+}
+
+void TestDesktopEntry::isNotThereWhenItIsHidden()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(bool, hidden);
+    const MDesktopEntry entry(
+        write("[Desktop Entry]\nType=Link\nName=Page\nURL=https://example.com\nMimeType=a/b;\n"
+              + line + "[X-Application]\nOrganizationName=a\nApplicationName=b\n[X-Task t]\n"));
+    QCOMPARE(entry.isValid(), !hidden);
+    QCOMPARE(entry.type().isEmpty(), hidden);
+    QCOMPARE(entry.name().isEmpty(), hidden);
+    QCOMPARE(entry.url().isEmpty(), hidden);
+    QCOMPARE(entry.mimeType().isEmpty(), hidden);
+    QCOMPARE(entry.appName().isEmpty(), hidden);
+    QCOMPARE(entry.groups().contains(QStringLiteral("X-Task t")), !hidden);
+}
+
+void TestDesktopEntry::refusesWhatIsTooLargeWithALine()
+{
+    const QByteArray entry("[Desktop Entry]\nType=Application\nName=x\n#");
+    const QString path = write(entry + QByteArray((1 << 20) - entry.size(), 'x'));
+    QVERIFY(MDesktopEntry(path).isValid());
+    (void)write(entry + QByteArray((1 << 20) - entry.size() + 1, 'x'));
+    QTest::ignoreMessage(
+        QtWarningMsg, qPrintable(QStringLiteral("Desktop entry is too large: \"%1\"").arg(path)));
+    QVERIFY(!MDesktopEntry(path).isValid());
+}
+
 void TestDesktopEntry::survivesWhatIsNoEntry()
 {
+    const QString tooLarge = QStringLiteral("Desktop entry is too large: \"%1\"");
+    QTest::ignoreMessage(QtWarningMsg,
+                         qPrintable(tooLarge.arg(root.path(QStringLiteral("/x.desktop")))));
     QVERIFY(!MDesktopEntry(root.path(QStringLiteral("/none"))).isValid());
     QVERIFY(!MDesktopEntry(QString()).isValid());
     QVERIFY(!MDesktopEntry(root.path()).isValid());

@@ -58,6 +58,8 @@ QVector<Sample> entrySamples()
     namespace Rules = Core::Rules;
     return {
         {&Rules::entryInvalid, entryPath, "text"},
+        {&Rules::entryHidden, entryPath, "[Desktop Entry]\nName=x\nHidden=true\n", "Desktop Entry",
+         "Hidden", 3},
         {&Rules::intentsSize, entryPath, entry("Intents=" + repeated("a;", 40000)), "X-Application",
          "Intents", 7},
         {&Rules::mimeTypesSize, entryPath,
