@@ -1,8 +1,5 @@
 #include "chaos/attempt.h"
 
-#include "chaos/promises.h"
-
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -108,14 +105,11 @@ QStringList faultsOfTheTasks(Scene &scene)
     return wrong;
 }
 
-// Without what is not promised yet.
+// @param isTidied whether the daemon has started since.
 QStringList faultsOfTheFiles(const Snapshot &found, const Reference &reference, bool isTidied)
 {
     QStringList wrong = differences(settled(found), settled(reference.after));
-    if (!Promises::tidiesAtStart)
-        wrong = wrong.filter(QRegularExpression(QStringLiteral("^(?!/etc/dbus-1/)")));
-    for (auto entry = found.cbegin(); entry != found.cend() && Promises::tidiesAtStart && isTidied;
-         ++entry) {
+    for (auto entry = found.cbegin(); entry != found.cend() && isTidied; ++entry) {
         if (isLeftover(entry.key()))
             wrong.append(entry.key() + QStringLiteral(" is left over"));
     }
@@ -139,7 +133,7 @@ QStringList faultsOfTheSameRun(Scene &scene, const Operation &operation, const R
         return {QStringLiteral("the daemon does not answer any more")};
     QStringList wrong = faultsOfTheRepetition(scene, operation, reference, false);
     const auto seesAll = [&] { return scene.availableTasks() == reference.availableTasks; };
-    if (Promises::looksAgain && !Stage::waitUntil(seesAll))
+    if (!Stage::waitUntil(seesAll))
         wrong.append(QStringLiteral("what can be started is forgotten"));
     return wrong + faultsOfTheTasks(scene);
 }

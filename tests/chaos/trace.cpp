@@ -33,6 +33,11 @@ bool isTraced(qint64 process, bool inAllThreads)
     return !ids.isEmpty();
 }
 
+bool isZombie(qint64 process)
+{
+    return fileText(QStringLiteral("/proc/%1/status").arg(process)).contains("\nState:\tZ");
+}
+
 } // namespace
 
 Trace::Trace(const QString &logFile, const QStringList &calls, const Injection &injection)
@@ -69,12 +74,19 @@ bool Trace::attach(qint64 process)
 {
     QObject::connect(&m_strace, &QProcess::readyReadStandardError, &m_strace, [this] {
         if (m_strace.readAllStandardError().contains("ptrace_syscall_info"))
-            m_isConfused = true;
-        if (m_isConfused)
-            m_strace.kill();
+            giveUp();
     });
     m_strace.start(QStringLiteral("strace"),
                    options() << QStringLiteral("-p") << QString::number(process));
+    // Its parent cannot have it as long as strace does not let it go.
+    constexpr int lookMs = 100;
+    constexpr int mostLooks = 10;
+    QObject::connect(&m_lookout, &QTimer::timeout, &m_strace, [this, process] {
+        m_looksAtAZombie = isZombie(process) ? m_looksAtAZombie + 1 : 0;
+        if (m_looksAtAZombie == mostLooks)
+            giveUp();
+    });
+    m_lookout.start(lookMs);
     const bool inAllThreads = options().contains(QStringLiteral("-f"));
     return Stage::waitUntil([&] {
                return isTraced(process, inAllThreads) || m_strace.state() == QProcess::NotRunning;
@@ -87,8 +99,15 @@ QStringList Trace::wrapper() const
     return QStringList{QStringLiteral("strace"), QStringLiteral("-D")} + options();
 }
 
+void Trace::giveUp()
+{
+    m_isConfused = true;
+    m_strace.kill();
+}
+
 void Trace::finish(bool isRunning)
 {
+    m_lookout.stop();
     if (m_isConfused) {
         m_strace.kill();
         m_strace.waitForFinished();
@@ -101,9 +120,8 @@ void Trace::finish(bool isRunning)
             // It can miss a signal that comes right before it waits.
             if (isRunning)
                 ::kill(static_cast<pid_t>(m_strace.processId()), SIGINT);
-            // It can wait for ever for two threads that were killed at once.
-            else if (waitedMs >= endMs)
-                m_strace.kill();
+            if (waitedMs >= endMs)
+                giveUp();
             if (m_strace.waitForFinished(momentMs) || m_strace.state() == QProcess::NotRunning)
                 return;
         }

@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QVector>
 
 namespace Chaos {
@@ -53,17 +54,22 @@ public:
     /// Whether the log proves that the process was killed.
     [[nodiscard]] bool hasKilled() const;
     /// Whether strace has lost count. Attached while a thread enters a system call, it can take the
-    /// end of the call for its beginning; then it is ended, and the process runs on.
+    /// end of the call for its beginning; then it is ended, and the process runs on. Or it waits
+    /// for ever for threads that were killed at once; then it is ended, too.
     [[nodiscard]] bool isConfused() const { return m_isConfused; }
 
 private:
     [[nodiscard]] QStringList options() const;
     [[nodiscard]] QByteArray log() const;
+    void giveUp();
 
     const QString m_logFile;
     const QStringList m_calls;
     const Injection m_injection;
     DeathBoundProcess m_strace;
+    /// Looks whether the process has ended without strace noticing it.
+    QTimer m_lookout;
+    int m_looksAtAZombie = 0;
     bool m_isConfused = false;
 };
 

@@ -10,12 +10,12 @@ namespace Core {
 namespace {
 
 // The marks into an id are 16-bit numbers; nothing of that length is a real id.
-constexpr int longestId = std::numeric_limits<qint16>::max();
+constexpr int longestText = std::numeric_limits<qint16>::max();
 
 // Length of the organisation when the text is an application id; 0 when it is none.
 qint16 organisationLengthOf(const QString &text)
 {
-    if (text.size() > longestId)
+    if (text.size() > longestText)
         return 0;
     // Not "$", which would also match before a trailing line break: ids end up in file names.
     static const QRegularExpression pattern(
@@ -28,7 +28,7 @@ qint16 organisationLengthOf(const QString &text)
     return static_cast<qint16>(match.capturedLength(1));
 }
 
-qint16 markOf(int length) { return static_cast<qint16>(qMin(length, longestId)); }
+qint16 markOf(int length) { return static_cast<qint16>(qMin(length, longestText)); }
 
 QString taskPrefix() { return QStringLiteral("task_"); }
 
@@ -62,7 +62,7 @@ ApplicationId::ApplicationId(const QString &text)
 
 ApplicationId::ApplicationId(const QString &organisation, const QString &name)
     : m_text(organisation + QLatin1Char('.') + name)
-    , m_organisationLength(m_text.size() > longestId ? qint16(0) : markOf(organisation.size()))
+    , m_organisationLength(m_text.size() > longestText ? qint16(0) : markOf(organisation.size()))
     , m_length(markOf(m_text.size()))
 {
 }
@@ -111,7 +111,7 @@ ApplicationTaskId::ApplicationTaskId(const QString &text)
 {
     const int dot = text.lastIndexOf(QLatin1Char('.'));
     const int nameStart = dot + 1 + taskPrefix().size();
-    if (text.size() > longestId || dot < 1 || !text.midRef(dot + 1).startsWith(taskPrefix())
+    if (text.size() > longestText || dot < 1 || !text.midRef(dot + 1).startsWith(taskPrefix())
         || text.size() <= nameStart)
         return;
     m_organisationLength = organisationLengthOf(text.left(dot));
@@ -121,7 +121,7 @@ ApplicationTaskId::ApplicationTaskId(const QString &text)
 
 ApplicationTaskId::ApplicationTaskId(const ApplicationId &application, const QString &taskName)
     : m_text(application.toString() + QLatin1Char('.') + taskPrefix() + taskName)
-    , m_organisationLength(taskName.isEmpty() || m_text.size() > longestId
+    , m_organisationLength(taskName.isEmpty() || m_text.size() > longestText
                                ? qint16(-1)
                                : application.m_organisationLength)
     , m_applicationIdLength(application.m_length)
@@ -145,7 +145,7 @@ ApplicationInstanceId::ApplicationInstanceId(const QString &text)
     , m_applicationIdLength(markOf(text.size()))
 {
     const int dot = text.lastIndexOf(QLatin1Char('.'));
-    if (text.size() > longestId || dot < 1)
+    if (text.size() > longestText || dot < 1)
         return;
     const QStringRef suffix = text.midRef(dot + 1);
     const QStringRef number = suffix.mid(instancePrefix().size());
@@ -164,7 +164,7 @@ ApplicationInstanceId::ApplicationInstanceId(const ApplicationId &application, i
 {
     if (number != 0)
         m_text += QStringLiteral(".%1%2").arg(instancePrefix()).arg(number);
-    if (m_text.size() > longestId)
+    if (m_text.size() > longestText)
         m_organisationLength = -1;
 }
 

@@ -26,11 +26,12 @@ constexpr ClientCalls::Limits limits{
 
 QDBusMessage refusalOf(const QDBusMessage &request, ClientCalls::Refusal refusal)
 {
-    if (refusal == ClientCalls::CannotBeSentOn)
+    if (refusal == ClientCalls::CannotBeSentOn) {
         return request.createErrorReply(
             QDBusError::NotSupported,
             QStringLiteral("File descriptors inside other values and signatures without types "
                            "cannot be passed on"));
+    }
     return request.createErrorReply(QDBusError::LimitsExceeded,
                                     QStringLiteral("Too many calls wait for the user service"));
 }
