@@ -231,7 +231,8 @@ void TestTaskManager::tidiesUpWhenItHasHeardOfTheUnits()
     root.write(unfinished, "x");
     systemd->hold(QStringLiteral("ListUnitsByPatterns"));
     startAnew();
-    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, patienceMs);
+    // There are more when the manager before this one could still ask.
+    QTRY_VERIFY_WITH_TIMEOUT(systemd->calls.size() >= 3, patienceMs);
     QCoreApplication::processEvents();
     QVERIFY(root.exists(leftover) && root.exists(unfinished));
     bool wereThereWhenReady = false;
