@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <functional>
+
 #include <memory>
 
 using Autostart::Manager;
@@ -143,27 +145,32 @@ Contents contentsOf(const Stand &stand, const Outcome &outcome)
     return contents;
 }
 
+// Sets what a user has set before, with one call failing: all is as before, or only the setting is
+// new. Whether the fault has fired.
+bool keepsOrReplaces(const std::function<bool(const Stand &)> &put, int which, int error)
+{
+    const LogLines log;
+    Stand stand;
+    const bool isReady = put(stand);
+    const Contents before = stand.contents();
+    Contents after = before;
+    after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
+    const Outcome outcome = setWithAFault(stand, 5, which, error);
+    const Contents now = contentsOf(stand, outcome);
+    const auto check = [&] {
+        QVERIFY(isReady);
+        QVERIFY2(now == (outcome.isWritten ? after : before), qPrintable(outcome.failed));
+    };
+    check();
+    return !outcome.failed.isEmpty();
+}
+
 } // namespace
 
 void TestStoreFaults::keepsTheOldSettingOfAUserOrHasTheNew()
 {
     QFETCH(int, error);
-    withEveryCallFailing([&](int which) {
-        const LogLines log;
-        Stand stand;
-        const bool isReady = putSettings(stand);
-        const Contents before = stand.contents();
-        Contents after = before;
-        after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
-        const Outcome outcome = setWithAFault(stand, 5, which, error);
-        const Contents now = contentsOf(stand, outcome);
-        const auto check = [&] {
-            QVERIFY(isReady);
-            QVERIFY2(now == (outcome.isWritten ? after : before), qPrintable(outcome.failed));
-        };
-        check();
-        return !outcome.failed.isEmpty();
-    });
+    withEveryCallFailing([&](int which) { return keepsOrReplaces(putSettings, which, error); });
 }
 
 void TestStoreFaults::leavesNoTraceOfAFirstSettingThatFailed()
@@ -187,23 +194,11 @@ void TestStoreFaults::leavesNoTraceOfAFirstSettingThatFailed()
 void TestStoreFaults::keepsALinkAndItsTargetOrHasTheNewSetting()
 {
     QFETCH(int, error);
-    withEveryCallFailing([&](int which) {
-        const LogLines log;
-        Stand stand;
-        const bool isReady = write(stand.outside(), "kept") && QDir().mkpath(stand.path("a.b"))
+    const auto putLink = [](const Stand &stand) {
+        return write(stand.outside(), "kept") && QDir().mkpath(stand.path("a.b"))
             && QFile::link(stand.outside(), stand.path("a.b/5.conf"));
-        const Contents before = stand.contents();
-        Contents after = before;
-        after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
-        const Outcome outcome = setWithAFault(stand, 5, which, error);
-        const Contents now = contentsOf(stand, outcome);
-        const auto check = [&] {
-            QVERIFY(isReady);
-            QVERIFY2(now == (outcome.isWritten ? after : before), qPrintable(outcome.failed));
-        };
-        check();
-        return !outcome.failed.isEmpty();
-    });
+    };
+    withEveryCallFailing([&](int which) { return keepsOrReplaces(putLink, which, error); });
 }
 
 void TestStoreFaults::losesNoUsersSettingWithoutTheNewOneForAll()
