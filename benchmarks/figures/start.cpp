@@ -105,7 +105,7 @@ Measurement startToRegistration()
     return {
         {{QStringLiteral("start-to-registration"), QStringLiteral("ms"), Judged::Ratio, 1.5, 1.15}},
         Place::Here,
-        11,
+        31,
         [] {
             const auto without = stageWith(0);
             const auto with = stageWith(300);
