@@ -9,6 +9,7 @@
 
 #include <QByteArray>
 #include <QDebug>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
@@ -114,8 +115,9 @@ void LeftoverFiles::removeEmptyFolders() const
     const QStringList names = sortedNamesIn(m_places.runtimeAutostartFolder());
     for (const QString &name : names) {
         const QString path = m_places.runtimeAutostartFolder() + QLatin1Char('/') + name;
-        // The system refuses to remove one that is not empty.
-        if (isFolderOfSettings(name) && isOwnFolder(path)
+        // The name last: most folders are not empty, and the first look at a name costs 0.3 MiB of
+        // memory for the library of regular expressions.
+        if (isOwnFolder(path) && QDir(path).isEmpty() && isFolderOfSettings(name)
             && ::rmdir(QFile::encodeName(path).constData()) == 0)
             qInfo() << "Removed an empty folder:" << path;
     }
