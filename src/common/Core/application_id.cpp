@@ -84,10 +84,14 @@ ApplicationId ApplicationId::fromDesktopFileName(const QString &fileName)
 
 ApplicationId ApplicationId::startOf(const QString &text, qint16 length, qint16 organisationLength)
 {
-    ApplicationId id(length < 1 ? text : text.left(length));
+    const QString start = length < 1 ? text : text.left(length);
+    if (organisationLength < 1)
+        return ApplicationId(start);
     // The text alone does not say which of its dots is the one between the parts.
-    if (organisationLength > 0)
-        id.m_organisationLength = organisationLength;
+    ApplicationId id;
+    id.m_text = start;
+    id.m_organisationLength = organisationLength;
+    id.m_length = markOf(start.size());
     return id;
 }
 

@@ -23,7 +23,7 @@ namespace Core {
 
 namespace {
 
-// In order; none when the folder cannot be listed.
+// In order, without "." and ".."; none when the folder cannot be listed.
 QStringList sortedNamesIn(const QString &folder)
 {
     QStringList names;
@@ -32,6 +32,8 @@ QStringList sortedNamesIn(const QString &folder)
         for (const QByteArray &name : *listed)
             names.append(QFile::decodeName(name));
     }
+    names.removeAll(QStringLiteral("."));
+    names.removeAll(QStringLiteral(".."));
     names.sort();
     return names;
 }
