@@ -37,7 +37,7 @@ QVector<double> memoryOf(const Activated &service)
 {
     if (callActivated(pinged(service)) < 0)
         return {};
-    QThread::msleep(2500);
+    QThread::msleep(3000);
     const qint64 pid = mainPid(service.unit);
     const QVector<double> memory{memoryMb(pid, "Pss"), memoryMb(pid, "Private_Dirty")};
     stopActivated(service);
@@ -51,7 +51,7 @@ Measurement sharedMemory()
     return {{{QStringLiteral("memory-shared"), QStringLiteral("MiB"), Judged::Ratio, 1.3, 1.2},
              {QStringLiteral("memory-private"), QStringLiteral("MiB"), Judged::Ratio, 1.2, 1.1}},
             Place::Container,
-            4,
+            8,
             [] {
                 stopActivated(activatedOrvane());
                 return Sides{[] { return memoryOf(activatedBare()); },
