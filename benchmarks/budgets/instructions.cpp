@@ -21,23 +21,23 @@ double perOperation(const Run &run)
     return more < 0 || less < 0 ? -1 : (more - less) / (many - few);
 }
 
-void startAndStop(const Stage &stage, int count)
+void startAndStop(const Fixture &fixture, int count)
 {
     const QString session = Names::taskInvokerSessionsPath() + QStringLiteral("Sync");
-    stage.registerInvoker(stage.client, QStringLiteral("Sync"));
+    fixture.registerInvoker(fixture.client, QStringLiteral("Sync"));
     for (int number = 0; number < count; ++number) {
-        callAndWait(stage.client,
+        callAndWait(fixture.client,
                     Client::startCall(session, taskId(0), {},
                                       {{QStringLiteral("User"), QStringLiteral("nobody")}}));
-        callAndWait(stage.client, Client::stopCall(session, taskId(0)));
+        callAndWait(fixture.client, Client::stopCall(session, taskId(0)));
     }
 }
 
-void registerClients(const Stage &stage, int count)
+void registerClients(const Fixture &fixture, int count)
 {
     for (int number = 0; number < count; ++number) {
-        const QDBusConnection client = newConnection(stage.bus.address());
-        stage.registerInvoker(client, QStringLiteral("Sync"));
+        const QDBusConnection client = newConnection(fixture.bus.address());
+        fixture.registerInvoker(client, QStringLiteral("Sync"));
     }
 }
 
@@ -46,10 +46,10 @@ template <typename Work>
 double perOperationOfDaemon(const Work &work)
 {
     return perOperation([&work](int count) {
-        Stage stage;
-        writeEntries(stage.root, 1, QStringLiteral("Sync"));
-        stage.startManager();
-        return instructionsOfDaemon(stage, [&] { work(stage, count); });
+        Fixture fixture;
+        writeEntries(fixture.root, 1, QStringLiteral("Sync"));
+        fixture.startManager();
+        return instructionsOfDaemon(fixture, [&] { work(fixture, count); });
     });
 }
 
@@ -63,12 +63,13 @@ double scanOf(int entries)
 
 double firstAnswerWith(int entries)
 {
-    Stage stage;
-    writeEntries(stage.root, entries, QStringLiteral("Sync"));
-    stage.startManager();
-    const auto answerOnce = [&stage] {
-        return instructionsOfDaemon(
-            stage, [&stage] { stage.registerInvoker(stage.client, QStringLiteral("Sync")); });
+    Fixture fixture;
+    writeEntries(fixture.root, entries, QStringLiteral("Sync"));
+    fixture.startManager();
+    const auto answerOnce = [&fixture] {
+        return instructionsOfDaemon(fixture, [&fixture] {
+            fixture.registerInvoker(fixture.client, QStringLiteral("Sync"));
+        });
     };
     // This run keeps for the next one what it has read, as all but the first after a boot find it.
     answerOnce();
@@ -79,7 +80,7 @@ double signalWith(const Announcements::Size &size)
 {
     return perOperation([&size](int count) {
         Announcements announcements(size);
-        return instructionsOfDaemon(announcements.stage, [&] {
+        return instructionsOfDaemon(announcements.fixture, [&] {
             announcements.listen();
             for (int number = 0; number < count; ++number)
                 announcements.changeOnce();
@@ -91,9 +92,9 @@ double signalWith(const Announcements::Size &size)
 
 double instructionsOfStartUp()
 {
-    Stage stage;
-    stage.startManager();
-    return instructionsOfDaemon(stage, [] {});
+    Fixture fixture;
+    fixture.startManager();
+    return instructionsOfDaemon(fixture, [] {});
 }
 
 double instructionsOfScan()

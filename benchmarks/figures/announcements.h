@@ -1,12 +1,12 @@
 #pragma once
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QObject>
 
 namespace Bench {
 
-/// A stage with task units that run, and a client that hears what the first task's session
+/// A fixture with task units that run, and a client that hears what the first task's session
 /// announces: the daemon's, or that of a bare service that announces the same.
 class Announcements : public QObject
 {
@@ -37,7 +37,7 @@ public:
     /// The announcer's processor time of one such change, in milliseconds.
     [[nodiscard]] QVector<double> costOfAChange(int changes);
 
-    Stage stage;
+    Fixture fixture;
 
 private Q_SLOTS:
     void onChange() { ++m_heard; }

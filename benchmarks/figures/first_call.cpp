@@ -8,7 +8,7 @@
 #include "client/calls.h"
 #include "figures/figures.h"
 #include "support/confined.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QElapsedTimer>
 

@@ -8,7 +8,7 @@
 #include "figures/figures.h"
 
 #include "common/names.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QThread>
 
@@ -28,38 +28,38 @@ QStringList textsOf(int bytes)
     return texts;
 }
 
-void forward(const Stage &stage, int size)
+void forward(const Fixture &fixture, int size)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(Names::service(), Names::controlPath(),
                                                        QStringLiteral("org.zarn.Orvane.Control1"),
                                                        QStringLiteral("Take"));
     // Many texts, as maps of properties hold them.
     call << textsOf(size);
-    callAndWait(stage.client, call);
+    callAndWait(fixture.client, call);
 }
 
-double residentKb(const Stage &stage, const char *line)
+double residentKb(const Fixture &fixture, const char *line)
 {
     return static_cast<double>(
-        memoryKb(stage.daemon.pid(), QStringLiteral("status"), QString::fromLatin1(line)));
+        memoryKb(fixture.daemon.pid(), QStringLiteral("status"), QString::fromLatin1(line)));
 }
 
 QVector<double> measure()
 {
-    Stage stage;
-    stage.startManager();
+    Fixture fixture;
+    fixture.startManager();
     Child service;
-    stage.startUntilName(service, programBeside(QStringLiteral("bare-sdbus")),
-                         {Names::userService()}, Names::userService());
-    stage.startDaemon();
-    forward(stage, 16);
-    const double before = residentKb(stage, "VmRSS");
-    resetPeakMemory(stage.daemon.pid());
-    forward(stage, payload);
-    const double peak = residentKb(stage, "VmHWM");
+    fixture.startUntilName(service, programBeside(QStringLiteral("bare-sdbus")),
+                           {Names::userService()}, Names::userService());
+    fixture.startDaemon();
+    forward(fixture, 16);
+    const double before = residentKb(fixture, "VmRSS");
+    resetPeakMemory(fixture.daemon.pid());
+    forward(fixture, payload);
+    const double peak = residentKb(fixture, "VmHWM");
     // The daemon looks a second after the last time that it was woken up.
     QThread::msleep(2500);
-    const double after = residentKb(stage, "VmRSS");
+    const double after = residentKb(fixture, "VmRSS");
     return {(peak - before) * 1024 / payload, (after - before) / 1024};
 }
 

@@ -26,8 +26,8 @@ constexpr uid_t firstUser = 1;
 
 Clients::Clients()
 {
-    stage.startManager();
-    stage.startDaemon();
+    fixture.startManager();
+    fixture.startDaemon();
 }
 
 // As root a connection of another user each time; else of this one.
@@ -36,7 +36,7 @@ QDBusConnection Clients::connectionOfUser(int number) const
     const uid_t self = geteuid();
     if (self == 0 && seteuid(firstUser + static_cast<uid_t>(number)) != 0)
         qFatal("cannot become another user");
-    const QDBusConnection connection = newConnection(stage.bus.address());
+    const QDBusConnection connection = newConnection(fixture.bus.address());
     if (self == 0 && seteuid(0) != 0)
         qFatal("cannot become root again");
     return connection;
@@ -48,7 +48,7 @@ void Clients::come(int count)
 {
     while (m_clients.size() < count) {
         m_clients.append(connectionOfUser(m_clients.size() / clientsOfAUser));
-        stage.registerInvoker(m_clients.constLast(), QStringLiteral("Sync"));
+        fixture.registerInvoker(m_clients.constLast(), QStringLiteral("Sync"));
     }
 }
 
@@ -68,7 +68,7 @@ int Clients::rules() const
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus.Debug.Stats"), QStringLiteral("GetConnectionStats"));
     call << QStringLiteral("org.zarn.Orvane");
-    const QDBusMessage reply = callAndWait(stage.client, call);
+    const QDBusMessage reply = callAndWait(fixture.client, call);
     return qdbus_cast<QVariantMap>(reply.arguments().value(0))
         .value(QStringLiteral("MatchRules"), -1)
         .toInt();

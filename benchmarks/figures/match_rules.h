@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QVector>
 
@@ -20,7 +20,7 @@ public:
     /// How many match rules the daemon holds, as the bus says; -1 when it does not.
     [[nodiscard]] int rules() const;
 
-    Stage stage;
+    Fixture fixture;
 
 private:
     [[nodiscard]] QDBusConnection connectionOfUser(int number) const;

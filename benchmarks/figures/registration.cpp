@@ -7,7 +7,7 @@
 #include "figures/figures.h"
 
 #include "common/names.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <memory>
 
@@ -19,23 +19,23 @@ constexpr int size = 3000;
 constexpr int callsOfASample = 5;
 
 template <typename Call>
-QVector<double> costOf(const Stage &stage, const Call &call)
+QVector<double> costOf(const Fixture &fixture, const Call &call)
 {
-    const double before = processorMs(stage.daemon.pid());
+    const double before = processorMs(fixture.daemon.pid());
     for (int number = 0; number < callsOfASample; ++number) {
         if (call().type() != QDBusMessage::ReplyMessage)
             return {};
     }
-    return {(processorMs(stage.daemon.pid()) - before) / callsOfASample};
+    return {(processorMs(fixture.daemon.pid()) - before) / callsOfASample};
 }
 
-QDBusMessage getAll(const Stage &stage)
+QDBusMessage getAll(const Fixture &fixture)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
         Names::service(), Names::taskInvokerSessionsPath() + QStringLiteral("Sync"),
         Names::propertiesInterface(), QStringLiteral("GetAll"));
     call << Names::taskInvokerSessionInterface();
-    return callAndWait(stage.client, call);
+    return callAndWait(fixture.client, call);
 }
 
 } // namespace
@@ -46,19 +46,20 @@ Measurement registrationWithManyTasks()
             Place::Here,
             11,
             [] {
-                auto stage = std::make_shared<Stage>();
-                writeEntries(stage->root, size, QStringLiteral("Sync"));
-                stage->startManager();
-                stage->startDaemon();
+                auto fixture = std::make_shared<Fixture>();
+                writeEntries(fixture->root, size, QStringLiteral("Sync"));
+                fixture->startManager();
+                fixture->startDaemon();
                 const QString type = QStringLiteral("Sync");
                 // The scan that the first one brings about is measured elsewhere.
-                stage->registerInvoker(stage->client, type);
-                return Sides{[stage] { return costOf(*stage, [&] { return getAll(*stage); }); },
-                             [stage, type] {
-                                 return costOf(*stage, [&] {
-                                     return stage->registerInvoker(stage->client, type);
-                                 });
-                             }};
+                fixture->registerInvoker(fixture->client, type);
+                return Sides{
+                    [fixture] { return costOf(*fixture, [&] { return getAll(*fixture); }); },
+                    [fixture, type] {
+                        return costOf(*fixture, [&] {
+                            return fixture->registerInvoker(fixture->client, type);
+                        });
+                    }};
             }};
 }
 

@@ -7,7 +7,7 @@
 #include "figures/figures.h"
 
 #include "support/calls_at_once.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <memory>
 
@@ -17,12 +17,12 @@ namespace {
 
 constexpr int count = 40;
 
-std::shared_ptr<Stage> slowStage()
+std::shared_ptr<Fixture> slowFixture()
 {
-    auto stage = std::make_shared<Stage>();
-    writeEntries(stage->root, count, QStringLiteral("Sync"));
-    stage->startManager({QStringLiteral("--reload-ms"), QStringLiteral("1000")});
-    return stage;
+    auto fixture = std::make_shared<Fixture>();
+    writeEntries(fixture->root, count, QStringLiteral("Sync"));
+    fixture->startManager({QStringLiteral("--reload-ms"), QStringLiteral("1000")});
+    return fixture;
 }
 
 template <typename Name>
@@ -37,10 +37,10 @@ QStringList namesOf(const Name &name)
 // A daemon of its own for each sample: it may still be busy with the one before.
 QVector<double> startAll()
 {
-    const auto stage = slowStage();
-    stage->startDaemon();
+    const auto fixture = slowFixture();
+    fixture->startDaemon();
     return callAtOnce({QStringLiteral("start"), QStringLiteral("nobody")}, namesOf(taskId),
-                      stage->environment());
+                      fixture->environment());
 }
 
 } // namespace
@@ -55,7 +55,7 @@ Measurement slowReload()
         [] {
             return Sides{[] {
                              return callAtOnce({QStringLiteral("pair")}, namesOf(unitName),
-                                               slowStage()->environment());
+                                               slowFixture()->environment());
                          },
                          startAll};
         }};

@@ -7,7 +7,7 @@
 
 #include "figures/figures.h"
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QElapsedTimer>
 
@@ -17,38 +17,38 @@ namespace Bench {
 
 namespace {
 
-std::shared_ptr<Stage> stageWith(int entries, const QStringList &manager = {})
+std::shared_ptr<Fixture> fixtureWith(int entries, const QStringList &manager = {})
 {
-    auto stage = std::make_shared<Stage>();
-    writeEntries(stage->root, entries, QStringLiteral("Sync"));
-    stage->startManager(manager);
-    return stage;
+    auto fixture = std::make_shared<Fixture>();
+    writeEntries(fixture->root, entries, QStringLiteral("Sync"));
+    fixture->startManager(manager);
+    return fixture;
 }
 
-QVector<double> timeToName(Stage &stage)
+QVector<double> timeToName(Fixture &fixture)
 {
-    const double time = stage.startDaemon();
-    stage.daemon.end();
+    const double time = fixture.startDaemon();
+    fixture.daemon.end();
     return {time};
 }
 
-QVector<double> timeToNameOfBare(Stage &stage, const QString &program)
+QVector<double> timeToNameOfBare(Fixture &fixture, const QString &program)
 {
     Child bare;
     const QString name = QStringLiteral("org.zarn.Bare");
-    const double time = stage.startUntilName(bare, programBeside(program), {name}, name);
+    const double time = fixture.startUntilName(bare, programBeside(program), {name}, name);
     bare.end();
     return {time};
 }
 
-QVector<double> timeToRegistration(Stage &stage)
+QVector<double> timeToRegistration(Fixture &fixture)
 {
-    const double toName = stage.startDaemon();
+    const double toName = fixture.startDaemon();
     QElapsedTimer time;
     time.start();
-    const QDBusMessage reply = stage.registerInvoker(stage.client, QStringLiteral("Sync"));
+    const QDBusMessage reply = fixture.registerInvoker(fixture.client, QStringLiteral("Sync"));
     const double toAnswer = static_cast<double>(time.nsecsElapsed()) / 1e6;
-    stage.daemon.end();
+    fixture.daemon.end();
     return reply.type() == QDBusMessage::ReplyMessage ? QVector<double>{toName + toAnswer}
                                                       : QVector<double>();
 }
@@ -58,15 +58,16 @@ QVector<double> timeToRegistration(Stage &stage)
 // The peer is the daemon itself without a known unit, on the same entries.
 Measurement startWithUnit()
 {
-    return {{{QStringLiteral("start-with-unit"), QStringLiteral("ms"), Judged::Ratio, 1.3, 1.1}},
-            Place::Here,
-            11,
-            [] {
-                const auto without = stageWith(1000);
-                const auto with = stageWith(1000, {QStringLiteral("--units"), QStringLiteral("1")});
-                return Sides{[without] { return timeToName(*without); },
-                             [with] { return timeToName(*with); }};
-            }};
+    return {
+        {{QStringLiteral("start-with-unit"), QStringLiteral("ms"), Judged::Ratio, 1.3, 1.1}},
+        Place::Here,
+        11,
+        [] {
+            const auto without = fixtureWith(1000);
+            const auto with = fixtureWith(1000, {QStringLiteral("--units"), QStringLiteral("1")});
+            return Sides{[without] { return timeToName(*without); },
+                         [with] { return timeToName(*with); }};
+        }};
 }
 
 // The peer is a service that does nothing, on the same libraries.
@@ -76,10 +77,10 @@ Measurement startEmpty()
             Place::Here,
             15,
             [] {
-                const auto stage = stageWith(0);
+                const auto fixture = fixtureWith(0);
                 return Sides{
-                    [stage] { return timeToNameOfBare(*stage, QStringLiteral("bare-qtdbus")); },
-                    [stage] { return timeToName(*stage); }};
+                    [fixture] { return timeToNameOfBare(*fixture, QStringLiteral("bare-qtdbus")); },
+                    [fixture] { return timeToName(*fixture); }};
             }};
 }
 
@@ -91,10 +92,10 @@ Measurement startEmptyBesideSdBus()
             Place::Here,
             15,
             [] {
-                const auto stage = stageWith(0);
+                const auto fixture = fixtureWith(0);
                 return Sides{
-                    [stage] { return timeToNameOfBare(*stage, QStringLiteral("bare-sdbus")); },
-                    [stage] { return timeToName(*stage); }};
+                    [fixture] { return timeToNameOfBare(*fixture, QStringLiteral("bare-sdbus")); },
+                    [fixture] { return timeToName(*fixture); }};
             }};
 }
 
@@ -107,8 +108,8 @@ Measurement startToRegistration()
         Place::Here,
         31,
         [] {
-            const auto without = stageWith(0);
-            const auto with = stageWith(300);
+            const auto without = fixtureWith(0);
+            const auto with = fixtureWith(300);
             return Sides{[without] { return timeToRegistration(*without); },
                          [with] { return timeToRegistration(*with); }};
         }};

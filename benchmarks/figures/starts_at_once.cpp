@@ -9,7 +9,7 @@
 
 #include "support/calls_at_once.h"
 #include "support/confined.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QFile>
 

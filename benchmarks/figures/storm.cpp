@@ -10,7 +10,7 @@
 #include "figures/figures.h"
 #include "support/child.h"
 #include "support/entries.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QElapsedTimer>
 #include <QFile>

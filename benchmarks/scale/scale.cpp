@@ -75,12 +75,12 @@ QVector<Line> linesOfUnits(int units)
 
 // Processor time of a process for one registration of a client that comes anew.
 template <typename Register>
-double registrationMs(const Stage &stage, qint64 pid, const Register &registerClient)
+double registrationMs(const Fixture &fixture, qint64 pid, const Register &registerClient)
 {
     constexpr int registrations = 20;
     const double before = processorMs(pid);
     for (int number = 0; number < registrations; ++number) {
-        QDBusConnection client = newConnection(stage.bus.address());
+        QDBusConnection client = newConnection(fixture.bus.address());
         registerClient(client);
         QDBusConnection::disconnectFromBus(client.name());
     }
@@ -101,19 +101,20 @@ QVector<Line> linesOfClients(int count)
     auto clients = std::make_shared<Clients>();
     auto bare = std::make_shared<Child>();
     const QString name = QStringLiteral("org.zarn.Bare");
-    clients->stage.startUntilName(*bare, programBeside(QStringLiteral("bare-qtdbus")), {name},
-                                  name);
+    clients->fixture.startUntilName(*bare, programBeside(QStringLiteral("bare-qtdbus")), {name},
+                                    name);
     clients->come(count);
-    return {
-        {QStringLiteral("orvane"),
-         [clients] {
-             Stage &stage = clients->stage;
-             return registrationMs(stage, stage.daemon.pid(), [&](const QDBusConnection &client) {
-                 stage.registerInvoker(client, QStringLiteral("Sync"));
-             });
-         }},
-        {QStringLiteral("bare QtDBus service"),
-         [clients, bare] { return registrationMs(clients->stage, bare->pid(), registerBare); }}};
+    return {{QStringLiteral("orvane"),
+             [clients] {
+                 Fixture &fixture = clients->fixture;
+                 return registrationMs(fixture, fixture.daemon.pid(),
+                                       [&](const QDBusConnection &client) {
+                                           fixture.registerInvoker(client, QStringLiteral("Sync"));
+                                       });
+             }},
+            {QStringLiteral("bare QtDBus service"), [clients, bare] {
+                 return registrationMs(clients->fixture, bare->pid(), registerBare);
+             }}};
 }
 
 template <typename Lines>

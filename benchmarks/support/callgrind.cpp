@@ -39,15 +39,15 @@ double instructionsOf(const QString &program, const QStringList &arguments,
     return totalIn(file);
 }
 
-double instructionsOfDaemon(Stage &stage, const std::function<void()> &work)
+double instructionsOfDaemon(Fixture &fixture, const std::function<void()> &work)
 {
     const QTemporaryDir folder;
     const QString file = folder.filePath(QStringLiteral("out"));
-    stage.startUntilName(stage.daemon, QStringLiteral("valgrind"),
-                         counting(file, Stage::daemonProgram(), {}),
-                         QStringLiteral("org.zarn.Orvane"));
+    fixture.startUntilName(fixture.daemon, QStringLiteral("valgrind"),
+                           counting(file, Fixture::daemonProgram(), {}),
+                           QStringLiteral("org.zarn.Orvane"));
     work();
-    stage.daemon.end();
+    fixture.daemon.end();
     return totalIn(file);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <functional>
 
@@ -10,8 +10,8 @@ namespace Bench {
 double instructionsOf(const QString &program, const QStringList &arguments,
                       const QStringList &environment);
 
-/// Instructions of the daemon on a stage whose manager runs: from its start, through the work,
+/// Instructions of the daemon on a fixture whose manager runs: from its start, through the work,
 /// which begins when it has its name, to its end.
-double instructionsOfDaemon(Stage &stage, const std::function<void()> &work);
+double instructionsOfDaemon(Fixture &fixture, const std::function<void()> &work);
 
 } // namespace Bench

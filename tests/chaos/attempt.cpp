@@ -42,12 +42,12 @@ std::optional<Traced> runTracedOnce(Scene &scene, const Operation &operation,
     Trace trace(folder.filePath(QStringLiteral("trace")), tracedCalls(), injection);
     if (!begin(scene, operation))
         return {};
-    if (!startsItself(operation) && !trace.attach(scene.stage.daemon.processId()))
+    if (!startsItself(operation) && !trace.attach(scene.fixture.daemon.processId()))
         return {};
     Traced traced;
     traced.outcome =
         run(scene, operation, startsItself(operation) ? trace.wrapper() : QStringList());
-    trace.finish(scene.stage.daemon.isRunning());
+    trace.finish(scene.fixture.daemon.isRunning());
     traced.calls = trace.calls();
     // How often a thread is woken differs, and an error that met no file is none that is meant.
     const auto metAFile = [&scene](const TracedCall &call) {
@@ -73,16 +73,16 @@ int answersToTheCaller(Scene &scene)
 {
     // What the observer was answered is behind everything that the caller was answered.
     const QString observer = scene.observer.baseService();
-    (void)Stage::waitUntil(
-        [&] { return scene.answers.answersTo(observer) > 0 || !scene.stage.daemon.isRunning(); });
-    return scene.answers.answersTo(scene.stage.client.baseService());
+    (void)Fixture::waitUntil(
+        [&] { return scene.answers.answersTo(observer) > 0 || !scene.fixture.daemon.isRunning(); });
+    return scene.answers.answersTo(scene.fixture.client.baseService());
 }
 
 Attempt whatIsLeft(Scene &scene, const Operation &operation, const Outcome &outcome)
 {
     Attempt attempt;
     attempt.outcome = outcome;
-    attempt.isRunning = scene.stage.daemon.isRunning();
+    attempt.isRunning = scene.fixture.daemon.isRunning();
     if (operation.kind == Operation::Call)
         attempt.answers = answersToTheCaller(scene);
     attempt.left = scene.snapshot();
@@ -133,7 +133,7 @@ QStringList faultsOfTheSameRun(Scene &scene, const Operation &operation, const R
         return {QStringLiteral("the daemon does not answer any more")};
     QStringList wrong = faultsOfTheRepetition(scene, operation, reference, false);
     const auto seesAll = [&] { return scene.availableTasks() == reference.availableTasks; };
-    if (!Stage::waitUntil(seesAll))
+    if (!Fixture::waitUntil(seesAll))
         wrong.append(QStringLiteral("what can be started is forgotten"));
     return wrong + faultsOfTheTasks(scene);
 }
@@ -169,7 +169,7 @@ QStringList faultsOfTheAnswer(const Operation &operation, const Reference &refer
 // It comes to its end, or ends with a status that says that it failed and a line that says why.
 QStringList faultsOfTheProcess(Scene &scene, const Attempt &attempt)
 {
-    DaemonProcess &daemon = scene.stage.daemon;
+    DaemonProcess &daemon = scene.fixture.daemon;
     if (attempt.outcome.succeeded || (daemon.exitStatus() == 1 && !daemon.log().isEmpty()))
         return {};
     return {QStringLiteral("it ended with status %1").arg(daemon.exitStatus())};
@@ -179,7 +179,7 @@ QStringList faultsOfTheProcess(Scene &scene, const Attempt &attempt)
 
 bool isOfFiles(const Scene &scene, const TracedCall &call)
 {
-    return call.line.contains(scene.stage.root.path());
+    return call.line.contains(scene.fixture.root.path());
 }
 
 Reference referenceOf(Scene &scene, const Operation &operation)
@@ -192,7 +192,7 @@ Reference referenceOf(Scene &scene, const Operation &operation)
     if (!traced || !traced->outcome.succeeded)
         qFatal("%s fails without a fault: %s\n%s", qPrintable(operation.name),
                traced ? qPrintable(traced->outcome.answer.errorMessage()) : "cannot begin",
-               scene.stage.daemon.log().constData());
+               scene.fixture.daemon.log().constData());
     reference.calls = traced->calls;
     reference.after = scene.snapshot();
     if (operation.kind == Operation::Call)

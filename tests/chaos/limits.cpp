@@ -83,7 +83,7 @@ private:
 // The soft limit of a process: so many more than it has open.
 void limitDescriptors(Scene &scene, int free)
 {
-    const auto process = static_cast<pid_t>(scene.stage.daemon.processId());
+    const auto process = static_cast<pid_t>(scene.fixture.daemon.processId());
     int highest = 0;
     const QStringList open =
         QDir(QStringLiteral("/proc/%1/fd").arg(process))
@@ -99,7 +99,7 @@ void limitDescriptors(Scene &scene, int free)
 void liftLimit(Scene &scene)
 {
     rlimit limit = {};
-    const auto process = static_cast<pid_t>(scene.stage.daemon.processId());
+    const auto process = static_cast<pid_t>(scene.fixture.daemon.processId());
     if (process == 0)
         return;
     ::prlimit(process, RLIMIT_NOFILE, nullptr, &limit);

@@ -25,17 +25,17 @@ QDBusMessage startAtBootCall()
 {
     QVariantMap atBoot = hints(true);
     atBoot.insert(QStringLiteral("Autostart"), 2);
-    return Stage::startCall(Scene::task(), atBoot);
+    return Fixture::startCall(Scene::task(), atBoot);
 }
 
-QDBusMessage startCall(bool ownsName) { return Stage::startCall(Scene::task(), hints(ownsName)); }
+QDBusMessage startCall(bool ownsName) { return Fixture::startCall(Scene::task(), hints(ownsName)); }
 
 void writeTaskFiles(Scene &scene)
 {
-    scene.stage.root.write(scene.stage.root.unitFile(Scene::task()),
-                           "[Service]\nExecStart=/opt/old\n");
-    scene.stage.root.write(
-        scene.stage.root.policyFile(Scene::task()),
+    scene.fixture.root.write(scene.fixture.root.unitFile(Scene::task()),
+                             "[Service]\nExecStart=/opt/old\n");
+    scene.fixture.root.write(
+        scene.fixture.root.policyFile(Scene::task()),
         // As the daemon writes it: it removes no other.
         Core::policyText(QStringLiteral("com.example.Old"), QStringLiteral("appuser")));
 }
@@ -49,12 +49,12 @@ void writeRunningTask(Scene &scene)
 void writeRunningTaskWithoutPolicy(Scene &scene)
 {
     writeRunningTask(scene);
-    scene.stage.root.remove(scene.stage.root.policyFile(Scene::task()));
+    scene.fixture.root.remove(scene.fixture.root.policyFile(Scene::task()));
 }
 
 void writeSetting(Scene &scene, const QString &file, const QByteArray &text)
 {
-    scene.stage.root.write(settings + file, text);
+    scene.fixture.root.write(settings + file, text);
 }
 
 void writeSettings(Scene &scene)
@@ -69,8 +69,8 @@ void writeSettingsOfManyUsers(Scene &scene)
     writeSettings(scene);
     for (const char *user : {"100001.conf", "100002.conf"})
         writeSetting(scene, QString::fromLatin1(user), "[x]\nautostart=true\n");
-    scene.stage.root.write(QStringLiteral("/var/lib/am/apps/com.example.Mail/100001.conf"),
-                           "[com.example.Mail%7C100001]\nautostart=true\n");
+    scene.fixture.root.write(QStringLiteral("/var/lib/am/apps/com.example.Mail/100001.conf"),
+                             "[com.example.Mail%7C100001]\nautostart=true\n");
 }
 
 void writeRemovable(Scene &scene)
@@ -81,25 +81,25 @@ void writeRemovable(Scene &scene)
 
 void writeHandler(Scene &scene)
 {
-    scene.stage.root.write(QStringLiteral("/usr/share/applications/Notes.desktop"),
-                           "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n"
-                           "MimeType=image/png;x-scheme-handler/http;\n"
-                           "[X-Application]\nOrganizationName=com.example\n"
-                           "ApplicationName=Notes\n");
+    scene.fixture.root.write(QStringLiteral("/usr/share/applications/Notes.desktop"),
+                             "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n"
+                             "MimeType=image/png;x-scheme-handler/http;\n"
+                             "[X-Application]\nOrganizationName=com.example\n"
+                             "ApplicationName=Notes\n");
 }
 
 void writeMimeapps(Scene &scene)
 {
     writeHandler(scene);
-    scene.stage.root.write(QStringLiteral("/home/config/mimeapps.list"),
-                           "[Default Applications]\nimage/png=Notes.desktop\n");
+    scene.fixture.root.write(QStringLiteral("/home/config/mimeapps.list"),
+                             "[Default Applications]\nimage/png=Notes.desktop\n");
 }
 
 void writeKeptRegistrations(Scene &scene)
 {
     writeRunningTask(scene);
-    scene.stage.root.write(QStringLiteral("/run/registrations.json"),
-                           "{\"bus\": \"another\", \"registrations\": []}\n");
+    scene.fixture.root.write(QStringLiteral("/run/registrations.json"),
+                             "{\"bus\": \"another\", \"registrations\": []}\n");
 }
 
 void nothing(Scene &) { }
@@ -110,7 +110,7 @@ QVector<Operation> starts()
     const bool whole = true;
     // A unit that replaces nothing stays when its policy cannot be written: nobody has started it.
     const bool firstWhole = false;
-    const QDBusMessage stop = Client::stopCall(Stage::sessionPath(), Scene::task());
+    const QDBusMessage stop = Client::stopCall(Fixture::sessionPath(), Scene::task());
     return {
         {QStringLiteral("first Start with policy"), call, nothing, startCall(true), firstWhole},
         {QStringLiteral("Start with policy again"), call, writeTaskFiles, startCall(true), whole},
@@ -160,7 +160,7 @@ Outcome runCall(Scene &scene, const Operation &operation)
 {
     scene.answers.forget();
     Outcome outcome;
-    outcome.answer = scene.stage.call(operation.call);
+    outcome.answer = scene.fixture.call(operation.call);
     outcome.succeeded = outcome.answer.type() == QDBusMessage::ReplyMessage;
     (void)scene.isDone();
     return outcome;
@@ -169,22 +169,22 @@ Outcome runCall(Scene &scene, const Operation &operation)
 Outcome runStartUp(Scene &scene, const QStringList &wrapper)
 {
     int questions = 0;
-    scene.stage.userManager->onCall = [&questions] { ++questions; };
+    scene.fixture.userManager->onCall = [&questions] { ++questions; };
     Outcome outcome;
     outcome.succeeded = scene.startDaemon(wrapper);
     // What the user manager answers comes before what is asked behind it.
-    (void)Stage::waitUntil([&] { return questions > 0 || !scene.stage.daemon.isRunning(); });
+    (void)Fixture::waitUntil([&] { return questions > 0 || !scene.fixture.daemon.isRunning(); });
     (void)scene.isDone();
-    scene.stage.userManager->onCall = {};
+    scene.fixture.userManager->onCall = {};
     return outcome;
 }
 
 Outcome runShutDown(Scene &scene)
 {
-    scene.stage.daemon.sendSignal(SIGTERM);
-    (void)Stage::waitUntil([&scene] { return !scene.stage.daemon.isRunning(); });
+    scene.fixture.daemon.sendSignal(SIGTERM);
+    (void)Fixture::waitUntil([&scene] { return !scene.fixture.daemon.isRunning(); });
     Outcome outcome;
-    outcome.succeeded = scene.stage.daemon.exitStatus() == 0;
+    outcome.succeeded = scene.fixture.daemon.exitStatus() == 0;
     return outcome;
 }
 
@@ -193,9 +193,9 @@ Outcome runProgram(Scene &scene, const QStringList &wrapper)
     qputenv("ORVANE_BINARY", DEFAULT_HANDLER);
     scene.launchDaemon(wrapper);
     qunsetenv("ORVANE_BINARY");
-    (void)Stage::waitUntil([&scene] { return !scene.stage.daemon.isRunning(); });
+    (void)Fixture::waitUntil([&scene] { return !scene.fixture.daemon.isRunning(); });
     Outcome outcome;
-    outcome.succeeded = scene.stage.daemon.exitStatus() == 0;
+    outcome.succeeded = scene.fixture.daemon.exitStatus() == 0;
     return outcome;
 }
 
@@ -211,7 +211,8 @@ bool begin(Scene &scene, const Operation &operation)
         return false;
     // What is not about the first look comes behind it.
     return isFirstLook(operation)
-        || scene.stage.registerInvoker(QStringLiteral("Sync")).type() == QDBusMessage::ReplyMessage;
+        || scene.fixture.registerInvoker(QStringLiteral("Sync")).type()
+        == QDBusMessage::ReplyMessage;
 }
 
 Outcome run(Scene &scene, const Operation &operation, const QStringList &wrapper)

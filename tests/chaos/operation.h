@@ -29,7 +29,7 @@ struct Operation
     Kind kind = Call;
     /// Lays out what there is before, on a scene that has just been renewed.
     std::function<void(Scene &)> prepare;
-    /// For Call: what is asked, by Stage::client, which has registered itself before.
+    /// For Call: what is asked, by Fixture::client, which has registered itself before.
     QDBusMessage call;
     /// Whether a failure leaves everything as it was. Otherwise each single file is old or new.
     bool failsWhole = true;

@@ -44,9 +44,9 @@ void layOut(const TempRoot &root)
 
 // One of the lists that a registration gives, or what it failed with.
 template <typename Record>
-QStringList listOf(const Stage &stage, const QString &list)
+QStringList listOf(const Fixture &fixture, const QString &list)
 {
-    const QDBusMessage reply = stage.registerInvoker(QStringLiteral("Sync"));
+    const QDBusMessage reply = fixture.registerInvoker(QStringLiteral("Sync"));
     if (reply.type() != QDBusMessage::ReplyMessage)
         return {reply.errorMessage()};
     const auto lists = qdbus_cast<QVariantMap>(reply.arguments().value(1));
@@ -60,11 +60,11 @@ QStringList listOf(const Stage &stage, const QString &list)
 } // namespace
 
 Scene::Scene()
-    : observer(stage.connect())
-    , answers(stage.bus.address())
+    : observer(fixture.connect())
+    , answers(fixture.bus.address())
 {
     DBus::registerTypes();
-    stage.systemd->onCall = [this](const QDBusMessage &call) { onSystemdCall(call); };
+    fixture.systemd->onCall = [this](const QDBusMessage &call) { onSystemdCall(call); };
 }
 
 Scene::~Scene() { killDaemon(); }
@@ -72,7 +72,7 @@ Scene::~Scene() { killDaemon(); }
 void Scene::onSystemdCall(const QDBusMessage &call)
 {
     const QString unit = call.arguments().value(0).toString();
-    QVector<FakeSystemd::Unit> &units = stage.systemd->units;
+    QVector<FakeSystemd::Unit> &units = fixture.systemd->units;
     const auto isUnit = [&unit](const FakeSystemd::Unit &one) { return one.name == unit; };
     if (call.member() == QLatin1String("ListUnitFilesByPatterns"))
         listUnitFiles();
@@ -81,95 +81,98 @@ void Scene::onSystemdCall(const QDBusMessage &call)
         return;
     units.erase(std::remove_if(units.begin(), units.end(), isUnit), units.end());
     const QString state = starts ? QStringLiteral("active") : QStringLiteral("inactive");
-    stage.systemd->emitChange(FakeSystemd::pathOf(unit),
-                              {{QStringLiteral("ActiveState"), state},
-                               {QStringLiteral("SubState"),
-                                starts ? QStringLiteral("running") : QStringLiteral("dead")}});
+    fixture.systemd->emitChange(FakeSystemd::pathOf(unit),
+                                {{QStringLiteral("ActiveState"), state},
+                                 {QStringLiteral("SubState"),
+                                  starts ? QStringLiteral("running") : QStringLiteral("dead")}});
     if (!starts)
         return;
     run(unit);
-    if (!stage.root.exists(QStringLiteral("/etc/systemd/system/") + unit))
+    if (!fixture.root.exists(QStringLiteral("/etc/systemd/system/") + unit))
         m_startedWithoutFile.append(unit);
 }
 
 void Scene::listUnitFiles()
 {
-    const QDir folder(stage.root.path(QStringLiteral("/etc/systemd/system")));
-    stage.systemd->unitFiles.clear();
+    const QDir folder(fixture.root.path(QStringLiteral("/etc/systemd/system")));
+    fixture.systemd->unitFiles.clear();
     const QStringList names = folder.entryList({QStringLiteral("ov_task.*")}, QDir::Files);
     for (const QString &name : names)
-        stage.systemd->unitFiles.append({folder.filePath(name), QStringLiteral("disabled")});
+        fixture.systemd->unitFiles.append({folder.filePath(name), QStringLiteral("disabled")});
 }
 
 void Scene::run(const QString &unit)
 {
-    stage.systemd->units.append({unit, QStringLiteral("active"), QStringLiteral("running")});
+    fixture.systemd->units.append({unit, QStringLiteral("active"), QStringLiteral("running")});
 }
 
 void Scene::renew()
 {
     killDaemon();
-    layOut(stage.root);
-    stage.systemd->units.clear();
-    stage.systemd->calls.clear();
-    stage.userManager->behave(QStringLiteral("list"));
+    layOut(fixture.root);
+    fixture.systemd->units.clear();
+    fixture.systemd->calls.clear();
+    fixture.userManager->behave(QStringLiteral("list"));
     m_startedWithoutFile.clear();
 }
 
 QStringList Scene::environment() const
 {
-    return {QStringLiteral("RUNTIME_DIRECTORY=") + stage.root.path(QStringLiteral("/run")),
+    return {QStringLiteral("RUNTIME_DIRECTORY=") + fixture.root.path(QStringLiteral("/run")),
             QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")};
 }
 
 void Scene::launchDaemon(const QStringList &wrapper)
 {
-    stage.daemon.runUnder(m_surroundings + wrapper);
-    stage.launch(environment());
+    fixture.daemon.runUnder(m_surroundings + wrapper);
+    fixture.launch(environment());
 }
 
 bool Scene::startDaemon(const QStringList &wrapper)
 {
     launchDaemon(wrapper);
-    return Stage::waitUntil([this] { return stage.nameIsOwned() || !stage.daemon.isRunning(); })
-        && stage.nameIsOwned();
+    return Fixture::waitUntil(
+               [this] { return fixture.nameIsOwned() || !fixture.daemon.isRunning(); })
+        && fixture.nameIsOwned();
 }
 
 void Scene::killDaemon()
 {
-    if (!stage.daemon.isRunning())
+    if (!fixture.daemon.isRunning())
         return;
-    stage.daemon.sendSignal(SIGKILL);
-    (void)Stage::waitUntil([this] { return !stage.daemon.isRunning() && !stage.nameIsOwned(); });
+    fixture.daemon.sendSignal(SIGKILL);
+    (void)Fixture::waitUntil(
+        [this] { return !fixture.daemon.isRunning() && !fixture.nameIsOwned(); });
 }
 
 bool Scene::isAlive()
 {
     // Answered without a look at any file.
-    const QDBusMessage answer = stage.call(Client::getEnabledCall(-1), observer);
+    const QDBusMessage answer = fixture.call(Client::getEnabledCall(-1), observer);
     return answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NotSupported");
 }
 
 bool Scene::isDone()
 {
     constexpr int timeToDieMs = 5000;
-    return isAlive() || !QTest::qWaitFor([this] { return !stage.daemon.isRunning(); }, timeToDieMs);
+    return isAlive()
+        || !QTest::qWaitFor([this] { return !fixture.daemon.isRunning(); }, timeToDieMs);
 }
 
 QStringList Scene::activeTasks() const
 {
-    return listOf<Orvane::ActiveTask>(stage, QStringLiteral("ActiveTasks"));
+    return listOf<Orvane::ActiveTask>(fixture, QStringLiteral("ActiveTasks"));
 }
 
 QStringList Scene::availableTasks() const
 {
-    return listOf<Orvane::AvailableTask>(stage, QStringLiteral("AvailableTasks"));
+    return listOf<Orvane::AvailableTask>(fixture, QStringLiteral("AvailableTasks"));
 }
 
 QStringList Scene::runningTasks() const
 {
     QStringList tasks;
-    for (const FakeSystemd::Unit &unit : qAsConst(stage.systemd->units))
+    for (const FakeSystemd::Unit &unit : qAsConst(fixture.systemd->units))
         tasks.append(unit.name.mid(unitPrefix.size(),
                                    unit.name.size() - unitPrefix.size() - unitSuffix.size()));
     tasks.sort();

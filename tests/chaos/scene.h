@@ -2,7 +2,7 @@
 
 #include "chaos/answer_counter.h"
 #include "chaos/snapshot.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <memory>
 
@@ -36,7 +36,7 @@ public:
     [[nodiscard]] bool isAlive();
     /// The same, and when it is not, gives a process that was killed the time to end.
     [[nodiscard]] bool isDone();
-    [[nodiscard]] Snapshot snapshot() const { return snapshotOf(stage.root.path()); }
+    [[nodiscard]] Snapshot snapshot() const { return snapshotOf(fixture.root.path()); }
     /// What the daemon tells a client that runs and that can be started.
     [[nodiscard]] QStringList activeTasks() const;
     [[nodiscard]] QStringList availableTasks() const;
@@ -48,7 +48,7 @@ public:
     /// What systemd was asked to start without its unit file.
     [[nodiscard]] const QStringList &startedWithoutFile() const { return m_startedWithoutFile; }
 
-    Stage stage;
+    Fixture fixture;
     /// Asks what an attempt is not about.
     QDBusConnection observer;
     AnswerCounter answers;

@@ -67,10 +67,10 @@ public:
         m_scene.renew();
         for (int number = 0; number < applications; ++number)
             declare(number);
-        m_userService = std::make_unique<FakeUserService>(m_scene.stage.connect());
+        m_userService = std::make_unique<FakeUserService>(m_scene.fixture.connect());
         m_isUp = m_scene.startDaemon();
         for (int number = 0; number < visitors; ++number)
-            m_visitors.push_back({m_scene.stage.connect()});
+            m_visitors.push_back({m_scene.fixture.connect()});
     }
 
     /// @return what did not hold.
@@ -98,21 +98,21 @@ private:
 
     void declare(int number)
     {
-        m_scene.stage.root.writeApplication(QStringLiteral("App%1").arg(number),
-                                            "[X-Task sync]\nType=Sync\nExec=/opt/w\n# "
-                                                + QByteArray::number(qulonglong(m_random()))
-                                                + '\n');
+        m_scene.fixture.root.writeApplication(QStringLiteral("App%1").arg(number),
+                                              "[X-Task sync]\nType=Sync\nExec=/opt/w\n# "
+                                                  + QByteArray::number(qulonglong(m_random()))
+                                                  + '\n');
     }
 
     // So many steps, then until every call is answered.
     bool walk(int steps)
     {
         for (int step = 0; step < steps; ++step) {
-            if (!Stage::waitUntil([this] { return m_open < mostOpenCalls; }))
+            if (!Fixture::waitUntil([this] { return m_open < mostOpenCalls; }))
                 return false;
             takeStep();
         }
-        return Stage::waitUntil([this] { return m_open == 0; });
+        return Fixture::waitUntil([this] { return m_open == 0; });
     }
 
     void takeStep()
@@ -125,8 +125,8 @@ private:
         else
             ask(call(kind));
         // They are recorded for others.
-        if (m_scene.stage.systemd->calls.size() > 1000)
-            m_scene.stage.systemd->calls.clear();
+        if (m_scene.fixture.systemd->calls.size() > 1000)
+            m_scene.fixture.systemd->calls.clear();
         if (m_userService->calls.size() > 1000 && m_open == 0)
             m_userService->calls.clear();
     }
@@ -137,8 +137,8 @@ private:
             declare(number(applications));
             return;
         }
-        m_scene.stage.systemd->emitChange(
-            Stage::unitPath(task()),
+        m_scene.fixture.systemd->emitChange(
+            Fixture::unitPath(task()),
             {{QStringLiteral("ActiveState"),
               number(2) == 0 ? QStringLiteral("active") : QStringLiteral("inactive")}});
     }
@@ -149,8 +149,8 @@ private:
         Visitor &visitor = anyVisitor();
         m_open -= visitor.watchers->children().size();
         visitor.watchers = std::make_unique<QObject>();
-        Stage::drop(visitor.connection);
-        visitor.connection = m_scene.stage.connect();
+        Fixture::drop(visitor.connection);
+        visitor.connection = m_scene.fixture.connect();
     }
     Visitor &anyVisitor() { return m_visitors[size_t(number(visitors))]; }
 
@@ -160,10 +160,10 @@ private:
         if (kind < 20) {
             if (kind == 19)
                 hints.insert(QStringLiteral("DBusService"), QStringLiteral("com.example.Own"));
-            return Stage::startCall(task(), hints);
+            return Fixture::startCall(task(), hints);
         }
         if (kind < 28)
-            return Client::stopCall(Stage::sessionPath(), task());
+            return Client::stopCall(Fixture::sessionPath(), task());
         if (kind < 42)
             return Client::setEnabledCall(number(6) - 1, application(), number(2) == 0);
         if (kind < 56)
@@ -172,16 +172,16 @@ private:
             return Client::registerInvokerCall(number(4) == 0 ? QStringLiteral("Foreign")
                                                               : QStringLiteral("Sync"));
         if (kind < 78)
-            return Client::sessionPropertyCall(Stage::sessionPath(),
+            return Client::sessionPropertyCall(Fixture::sessionPath(),
                                                number(2) == 0 ? QStringLiteral("ActiveTasks")
                                                               : QStringLiteral("AvailableTasks"));
         if (kind < 80)
             return Client::onRemoveCall(application());
         if (kind < 90)
-            return Stage::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
-                                     QStringLiteral("org.zarn.Orvane.Control1"),
-                                     QStringLiteral("Echo"), {number(1000)});
-        return Stage::methodCall(
+            return Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
+                                       QStringLiteral("org.zarn.Orvane.Control1"),
+                                       QStringLiteral("Echo"), {number(1000)});
+        return Fixture::methodCall(
             QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
             number(2) == 0 ? QStringLiteral("SetEnabled") : QStringLiteral("NoSuchMethod"),
             {QStringLiteral("wrong"), number(9)});
@@ -196,7 +196,7 @@ private:
         }
         ++m_open;
         auto *watcher = new QDBusPendingCallWatcher(
-            visitor.connection.asyncCall(message, Stage::patienceMs), visitor.watchers.get());
+            visitor.connection.asyncCall(message, Fixture::patienceMs), visitor.watchers.get());
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [this, watcher] {
             --m_open;
             watcher->setParent(nullptr);
@@ -208,27 +208,27 @@ private:
     Holdings holdings()
     {
         for (Visitor &visitor : m_visitors)
-            Stage::drop(visitor.connection);
+            Fixture::drop(visitor.connection);
         for (int number = 0; number < applications; ++number)
-            (void)m_scene.stage.call(Client::stopCall(
-                Stage::sessionPath(), QStringLiteral("com.example.App%1.task_sync").arg(number)));
+            (void)m_scene.fixture.call(Client::stopCall(
+                Fixture::sessionPath(), QStringLiteral("com.example.App%1.task_sync").arg(number)));
         Holdings holdings;
         // What goes when the visitors have gone is gone when two looks are the same.
-        (void)Stage::waitUntil([&] {
+        (void)Fixture::waitUntil([&] {
             const Holdings last = holdings;
             holdings = look();
             return last.descriptors == holdings.descriptors
                 && last.matchRules == holdings.matchRules && last.memoryKb == holdings.memoryKb;
         });
         for (Visitor &visitor : m_visitors)
-            visitor.connection = m_scene.stage.connect();
+            visitor.connection = m_scene.fixture.connect();
         return holdings;
     }
 
     Holdings look()
     {
         QTest::qWait(500);
-        const QString process = QStringLiteral("/proc/%1/").arg(m_scene.stage.daemon.processId());
+        const QString process = QStringLiteral("/proc/%1/").arg(m_scene.fixture.daemon.processId());
         QFile status(process + QStringLiteral("status"));
         const QByteArray text =
             status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray("RssAnon: 0 kB");
@@ -239,7 +239,7 @@ private:
             QStringLiteral("GetConnectionStats"));
         question << QStringLiteral("org.zarn.Orvane");
         const QVariantMap stats =
-            qdbus_cast<QVariantMap>(m_scene.stage.call(question).arguments().value(0));
+            qdbus_cast<QVariantMap>(m_scene.fixture.call(question).arguments().value(0));
         const QStringList open =
             QDir(process + QStringLiteral("fd"))
                 .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);

@@ -1,6 +1,6 @@
 #include "chaos/trace.h"
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDir>
 #include <QFile>
@@ -88,7 +88,7 @@ bool Trace::attach(qint64 process)
     });
     m_lookout.start(lookMs);
     const bool inAllThreads = options().contains(QStringLiteral("-f"));
-    return Stage::waitUntil([&] {
+    return Fixture::waitUntil([&] {
                return isTraced(process, inAllThreads) || m_strace.state() == QProcess::NotRunning;
            })
         && isTraced(process, inAllThreads);
@@ -136,7 +136,7 @@ void Trace::finish(bool isRunning)
         return hasKilled() || text.startsWith(end) || text.contains('\n' + end);
     };
     if (!isRunning)
-        (void)Stage::waitUntil(isWhole);
+        (void)Fixture::waitUntil(isWhole);
 }
 
 QByteArray Trace::log() const { return fileText(m_logFile); }

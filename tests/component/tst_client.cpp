@@ -1,6 +1,6 @@
 #include "client/daemon.h"
 #include "client/wait_for.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QTest>
 
@@ -40,25 +40,25 @@ private Q_SLOTS:
 private:
     [[nodiscard]] Session session();
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
     std::unique_ptr<Daemon> daemon;
 };
 
 void TestClient::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(taskType());
-    stage->root.writeApplication(
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(taskType());
+    fixture->root.writeApplication(
         QStringLiteral("Notes"),
         "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\nPermissions=Internet\n");
-    QVERIFY(stage->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
-    daemon = std::make_unique<Daemon>(stage->client);
+    QVERIFY(fixture->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    daemon = std::make_unique<Daemon>(fixture->client);
 }
 
 void TestClient::cleanup()
 {
     daemon.reset();
-    stage.reset();
+    fixture.reset();
 }
 
 Session TestClient::session()
@@ -71,7 +71,7 @@ Session TestClient::session()
 void TestClient::registersAndReadsBothLists()
 {
     const Session registered = session();
-    QCOMPARE(registered.path, Stage::sessionPath());
+    QCOMPARE(registered.path, Fixture::sessionPath());
     QCOMPARE(registered.availableTasks.size(), 1);
     QCOMPARE(registered.availableTasks.constFirst().id, task());
     QCOMPARE(registered.availableTasks.constFirst()
@@ -90,11 +90,11 @@ void TestClient::startsAndStops()
     const auto [started] =
         waitFor<Outcome>([&](const auto &done) { daemon->start(path, task(), request, done); });
     QCOMPARE(started.toString(), QString());
-    QVERIFY(membersOf(stage->systemd->calls).contains(QStringLiteral("EnableUnitFiles")));
+    QVERIFY(membersOf(fixture->systemd->calls).contains(QStringLiteral("EnableUnitFiles")));
     const auto [stopped] =
         waitFor<Outcome>([&](const auto &done) { daemon->stop(path, task(), done); });
     QCOMPARE(stopped.toString(), QString());
-    QVERIFY(membersOf(stage->systemd->calls).contains(QStringLiteral("StopUnit")));
+    QVERIFY(membersOf(fixture->systemd->calls).contains(QStringLiteral("StopUnit")));
 }
 
 void TestClient::hearsOfWhatRuns()
@@ -113,10 +113,10 @@ void TestClient::hearsOfWhatRuns()
     const auto [started] = waitFor<Outcome>(
         [&](const auto &done) { daemon->start(ofSession, task(), request, done); });
     QVERIFY(!started);
-    stage->systemd->emitChange(Stage::unitPath(task()),
-                               {{QStringLiteral("ActiveState"), QStringLiteral("active")},
-                                {QStringLiteral("SubState"), QStringLiteral("running")}});
-    QVERIFY(Stage::waitUntil([&] { return last.size() == 1; }));
+    fixture->systemd->emitChange(Fixture::unitPath(task()),
+                                 {{QStringLiteral("ActiveState"), QStringLiteral("active")},
+                                  {QStringLiteral("SubState"), QStringLiteral("running")}});
+    QVERIFY(Fixture::waitUntil([&] { return last.size() == 1; }));
     QCOMPARE(last.constFirst().id, task());
     QCOMPARE(path, ofSession);
 }
@@ -183,7 +183,7 @@ void TestClient::switchesAutostart()
 
 void TestClient::tellsOfARemovedApplication()
 {
-    stage->root.write(stage->root.unitFile(task()), "x");
+    fixture->root.write(fixture->root.unitFile(task()), "x");
     const auto [outcome] = waitFor<Outcome>([&](const auto &done) {
         daemon->applicationRemoved(QStringLiteral("com.example.Notes"), done);
     });

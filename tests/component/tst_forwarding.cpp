@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
@@ -16,15 +16,15 @@ QString control() { return QStringLiteral("/org/zarn/Orvane/Control1"); }
 
 QDBusMessage controlCall(const QString &method, const QVariantList &arguments = {})
 {
-    return Stage::methodCall(control(), QString::fromLatin1(controlInterface), method, arguments);
+    return Fixture::methodCall(control(), QString::fromLatin1(controlInterface), method, arguments);
 }
 
 QString userSession() { return QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/user7"); }
 
 QDBusMessage userSessionCall(const QString &method)
 {
-    return Stage::methodCall(userSession(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
-                             method);
+    return Fixture::methodCall(userSession(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
+                               method);
 }
 
 } // namespace
@@ -61,21 +61,21 @@ private Q_SLOTS:
 private:
     QDBusMessage registerForUser();
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
     std::unique_ptr<FakeUserService> user;
 };
 
 void TestForwarding::init()
 {
-    stage = std::make_unique<Stage>();
-    user = std::make_unique<FakeUserService>(stage->connect());
-    QVERIFY(stage->start());
+    fixture = std::make_unique<Fixture>();
+    user = std::make_unique<FakeUserService>(fixture->connect());
+    QVERIFY(fixture->start());
 }
 
 void TestForwarding::cleanup()
 {
     user.reset();
-    stage.reset();
+    fixture.reset();
 }
 
 void TestForwarding::passesCallsAndAnswersOn_data()
@@ -91,7 +91,7 @@ void TestForwarding::passesCallsAndAnswersOn()
     user->answer = [](const QDBusMessage &call) {
         return call.createReply({QStringLiteral("yes"), 7});
     };
-    const QDBusMessage reply = stage->call(Stage::methodCall(
+    const QDBusMessage reply = fixture->call(Fixture::methodCall(
         path, QStringLiteral("org.example.Any"), QStringLiteral("Do"), {QStringLiteral("x"), 5u}));
     QCOMPARE(reply.arguments(), QVariantList({QStringLiteral("yes"), 7}));
 
@@ -103,7 +103,7 @@ void TestForwarding::passesCallsAndAnswersOn()
     QCOMPARE(call.signature(), QStringLiteral("su"));
     QCOMPARE(call.arguments(), QVariantList({QStringLiteral("x"), 5u}));
     // The user service sees the daemon, not its client.
-    QCOMPARE(call.service(), stage->systemd->calls.constFirst().service());
+    QCOMPARE(call.service(), fixture->systemd->calls.constFirst().service());
 }
 
 void TestForwarding::keepsArgumentsAsTheyAre()
@@ -120,7 +120,7 @@ void TestForwarding::keepsArgumentsAsTheyAre()
                                  QStringList(),
                                  true,
                                  QVariant::fromValue(qint64(-1))};
-    const QDBusMessage reply = stage->call(controlCall(QStringLiteral("Do"), arguments));
+    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("Do"), arguments));
     QCOMPARE(user->calls.constFirst().signature(), QStringLiteral("a{sv}ovayasbx"));
     QCOMPARE(reply.signature(), QStringLiteral("a{sv}ovayasbx"));
     const auto returned = qdbus_cast<QVariantMap>(reply.arguments().at(0));
@@ -140,7 +140,7 @@ void TestForwarding::keepsArgumentsAsTheyAre()
 void TestForwarding::passesACallWithoutAnInterfaceOnWithoutOne()
 {
     const QDBusMessage reply =
-        stage->call(Stage::methodCall(control(), QString(), QStringLiteral("Do")));
+        fixture->call(Fixture::methodCall(control(), QString(), QStringLiteral("Do")));
     QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(user->calls.constFirst().interface(), QString());
 }
@@ -151,7 +151,7 @@ void TestForwarding::passesErrorsOn()
         return call.createErrorReply(QStringLiteral("org.example.Error.No"),
                                      QStringLiteral("not today"));
     };
-    const QDBusMessage reply = stage->call(controlCall(QStringLiteral("Do")));
+    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("Do")));
     QCOMPARE(reply.errorName(), QStringLiteral("org.example.Error.No"));
     QCOMPARE(reply.errorMessage(), QStringLiteral("not today"));
 }
@@ -160,28 +160,28 @@ void TestForwarding::tellsWhenThereIsNoUserService()
 {
     user.reset();
     const QString unknown = QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown");
-    QCOMPARE(stage->call(controlCall(QStringLiteral("Do"))).errorName(), unknown);
-    QCOMPARE(stage->registerInvoker(QStringLiteral("Any")).errorName(), unknown);
+    QCOMPARE(fixture->call(controlCall(QStringLiteral("Do"))).errorName(), unknown);
+    QCOMPARE(fixture->registerInvoker(QStringLiteral("Any")).errorName(), unknown);
 }
 
 void TestForwarding::showsTheUserServicesIntrospection()
 {
     const QString xml = QStringLiteral("<node><interface name=\"x\"/></node>");
     user->answer = [xml](const QDBusMessage &call) { return call.createReply(xml); };
-    const QDBusMessage reply = stage->call(
-        Stage::methodCall(control(), QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                          QStringLiteral("Introspect")));
+    const QDBusMessage reply = fixture->call(
+        Fixture::methodCall(control(), QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                            QStringLiteral("Introspect")));
     QCOMPARE(reply.arguments(), QVariantList{xml});
 }
 
 void TestForwarding::relaysPropertyChangesOfItsPath()
 {
-    SignalRecorder relayed(stage->client, QStringLiteral("org.zarn.Orvane"), control(),
+    SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), control(),
                            QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
     user->emitChange(control(), QString::fromLatin1(controlInterface),
                      {{QStringLiteral("Number"), 5}, {QStringLiteral("Text"), QString()}},
                      {QStringLiteral("Gone")});
-    QVERIFY(stage->waitUntil([&] { return !relayed.received.isEmpty(); }));
+    QVERIFY(fixture->waitUntil([&] { return !relayed.received.isEmpty(); }));
     const QVariantList arguments = relayed.received.constFirst();
     QCOMPARE(arguments.at(0).toString(), QString::fromLatin1(controlInterface));
     QCOMPARE(qdbus_cast<QVariantMap>(arguments.at(1)),
@@ -191,43 +191,43 @@ void TestForwarding::relaysPropertyChangesOfItsPath()
 
 void TestForwarding::relaysNothingElse()
 {
-    SignalRecorder relayed(stage->client, QStringLiteral("org.zarn.Orvane"), QString(),
+    SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), QString(),
                            QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
     user->emitChange(QStringLiteral("/org/zarn/Orvane/Other"), QStringLiteral("a.b"), {}, {});
     // Somebody else's, from the right path.
     QDBusMessage forged = QDBusMessage::createSignal(control(), QString::fromLatin1(properties),
                                                      QStringLiteral("PropertiesChanged"));
     forged << QStringLiteral("forged") << QVariantMap() << QStringList();
-    stage->client.send(forged);
-    (void)stage->call(controlCall(QStringLiteral("Do")));
+    fixture->client.send(forged);
+    (void)fixture->call(controlCall(QStringLiteral("Do")));
     user->emitChange(control(), QStringLiteral("genuine"), {}, {});
-    QVERIFY(stage->waitUntil([&] { return !relayed.received.isEmpty(); }));
+    QVERIFY(fixture->waitUntil([&] { return !relayed.received.isEmpty(); }));
     QCOMPARE(relayed.received.size(), 1);
     QCOMPARE(relayed.received.constFirst().at(0).toString(), QStringLiteral("genuine"));
 }
 
 void TestForwarding::staysUsableWhileTheUserServiceHangs()
 {
-    stage->root.serveType(QStringLiteral("Sync"));
-    stage->root.writeApplication(QStringLiteral("Notes"),
-                                 "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.writeApplication(QStringLiteral("Notes"),
+                                   "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
     user->hangs = true;
     constexpr int clients = 10;
     constexpr int callsOfEach = 30;
     QVector<QDBusConnection> connections;
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < clients; ++number) {
-        connections.append(stage->connect());
+        connections.append(fixture->connect());
         for (int round = 0; round < callsOfEach; ++round)
             calls.append(connections.constLast().asyncCall(
-                controlCall(QStringLiteral("Do"), {calls.size()}), Stage::patienceMs));
+                controlCall(QStringLiteral("Do"), {calls.size()}), Fixture::patienceMs));
     }
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 64; }));
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 64; }));
 
-    QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
     const QString task = QStringLiteral("com.example.Notes.task_sync");
-    QVERIFY(stage->waitUntil([&] {
-        return stage->start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).type()
+    QVERIFY(fixture->waitUntil([&] {
+        return fixture->start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).type()
             == QDBusMessage::ReplyMessage;
     }));
     QCOMPARE(user->calls.size(), 64);
@@ -235,7 +235,7 @@ void TestForwarding::staysUsableWhileTheUserServiceHangs()
     // Once it answers, everybody gets what is his, in order.
     user->release();
     for (int number = 0; number < calls.size(); ++number) {
-        QVERIFY(stage->waitUntil([&] { return calls.at(number).isFinished(); }));
+        QVERIFY(fixture->waitUntil([&] { return calls.at(number).isFinished(); }));
         QCOMPARE(calls.at(number).reply().arguments(), QVariantList{number});
     }
     QVector<int> lastOf(clients, -1);
@@ -255,23 +255,23 @@ void TestForwarding::tellsWhenTooManyCallsWait()
     QVector<QDBusPendingCall> calls;
     while (calls.size() < room) {
         if (calls.size() % 100 == 0)
-            connections.append(stage->connect());
+            connections.append(fixture->connect());
         calls.append(connections.constLast().asyncCall(controlCall(QStringLiteral("Do")),
-                                                       Stage::patienceMs));
+                                                       Fixture::patienceMs));
         // One connection after the other, so that the daemon has seen them all.
         if (calls.size() % 100 == 0 || calls.size() == room)
-            (void)stage->call(
-                Stage::methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
-                                  QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                  QStringLiteral("Introspect")),
+            (void)fixture->call(
+                Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
+                                    QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                    QStringLiteral("Introspect")),
                 connections.constLast());
     }
-    const QDBusMessage refused = stage->call(controlCall(QStringLiteral("Do")));
+    const QDBusMessage refused = fixture->call(controlCall(QStringLiteral("Do")));
     QCOMPARE(refused.errorName(), QStringLiteral("org.freedesktop.DBus.Error.LimitsExceeded"));
-    QCOMPARE(stage->registerInvoker(QStringLiteral("Any")).errorName(), refused.errorName());
+    QCOMPARE(fixture->registerInvoker(QStringLiteral("Any")).errorName(), refused.errorName());
     user->release();
     for (const QDBusPendingCall &call : qAsConst(calls)) {
-        QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
+        QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
         QVERIFY(!call.isError());
     }
 }
@@ -284,13 +284,13 @@ QDBusMessage TestForwarding::registerForUser()
         return call.createReply({QVariant::fromValue(QDBusObjectPath(userSession())),
                                  QVariantMap{{QStringLiteral("AvailableTasks"), 1}}});
     };
-    return stage->registerInvoker(QStringLiteral("Any"));
+    return fixture->registerInvoker(QStringLiteral("Any"));
 }
 
 void TestForwarding::givesMemoryBackAfterALargeCall()
 {
     const auto memoryKib = [this] {
-        QFile status(QStringLiteral("/proc/%1/status").arg(stage->daemon.processId()));
+        QFile status(QStringLiteral("/proc/%1/status").arg(fixture->daemon.processId()));
         const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
         const int start = text.indexOf("RssAnon:") + 8;
         return text.mid(start, text.indexOf("kB", start) - start).trimmed().toInt();
@@ -303,14 +303,14 @@ void TestForwarding::givesMemoryBackAfterALargeCall()
     };
     const QStringList megabyte = textsOf(1 << 20);
     // What is allocated for good at the first call is not meant.
-    QCOMPARE(stage->call(controlCall(QStringLiteral("Do"), {textsOf(16)})).arguments().size(), 1);
+    QCOMPARE(fixture->call(controlCall(QStringLiteral("Do"), {textsOf(16)})).arguments().size(), 1);
     const int before = memoryKib();
     QVERIFY(before > 0);
-    QCOMPARE(stage->call(controlCall(QStringLiteral("Do"), {megabyte})).arguments(),
+    QCOMPARE(fixture->call(controlCall(QStringLiteral("Do"), {megabyte})).arguments(),
              QVariantList{megabyte});
 #ifndef __SANITIZE_ADDRESS__
     // A sanitizer keeps what is freed.
-    QVERIFY(stage->waitUntil([&] { return memoryKib() < before + 1000; }));
+    QVERIFY(fixture->waitUntil([&] { return memoryKib() < before + 1000; }));
 #endif
 }
 
@@ -327,7 +327,7 @@ void TestForwarding::registersForTypesOfTheUsersSession()
     QCOMPARE(call.arguments(), QVariantList{QStringLiteral("Any")});
     // A second registration uses the same forwarding object.
     QCOMPARE(registerForUser().type(), QDBusMessage::ReplyMessage);
-    QVERIFY(!stage->daemon.log().contains("Couldn't register"));
+    QVERIFY(!fixture->daemon.log().contains("Couldn't register"));
 }
 
 void TestForwarding::passesARegistrationErrorOn()
@@ -335,7 +335,7 @@ void TestForwarding::passesARegistrationErrorOn()
     user->answer = [](const QDBusMessage &call) {
         return call.createErrorReply(QStringLiteral("org.example.Error.No"), QStringLiteral("no"));
     };
-    const QDBusMessage reply = stage->registerInvoker(QStringLiteral("Any"));
+    const QDBusMessage reply = fixture->registerInvoker(QStringLiteral("Any"));
     QCOMPARE(reply.errorName(), QStringLiteral("org.example.Error.No"));
     QCOMPARE(reply.errorMessage(), QStringLiteral("no"));
 }
@@ -344,11 +344,11 @@ void TestForwarding::staysSilentOnAnEmptyRegistration()
 {
     user->answer = [](const QDBusMessage &call) { return call.createReply(); };
     const QDBusPendingCall call =
-        stage->client.asyncCall(Stage::registerCall(QStringLiteral("Any")), 1000);
-    QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
+        fixture->client.asyncCall(Fixture::registerCall(QStringLiteral("Any")), 1000);
+    QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
     QCOMPARE(call.reply().errorName(), QStringLiteral("org.freedesktop.DBus.Error.NoReply"));
-    QVERIFY(stage->daemonLogs("DBus::TaskInvokerPrivate::createSessionProxy(const QString&)::"
-                              "<lambda(QDBusPendingCallWatcher*)>: Reply without parameters!\n"));
+    QVERIFY(fixture->daemonLogs("DBus::TaskInvokerPrivate::createSessionProxy(const QString&)::"
+                                "<lambda(QDBusPendingCallWatcher*)>: Reply without parameters!\n"));
 }
 
 void TestForwarding::answersThoughTheSessionCannotBeServed()
@@ -356,9 +356,9 @@ void TestForwarding::answersThoughTheSessionCannotBeServed()
     user->answer = [](const QDBusMessage &call) {
         return call.createReply(QVariantList{QStringLiteral("no path"), 1});
     };
-    const QDBusMessage reply = stage->registerInvoker(QStringLiteral("Any"));
+    const QDBusMessage reply = fixture->registerInvoker(QStringLiteral("Any"));
     QCOMPARE(reply.arguments(), QVariantList({QStringLiteral("no path"), 1}));
-    QVERIFY(stage->daemonLogs(
+    QVERIFY(fixture->daemonLogs(
         "void DBus::TaskInvokerPrivate::registerSessionProxy(const QDBusConnection&, const "
         "QDBusMessage&, const QString&): Couldn't register TaskInvokerSession proxy at \"\"\n"));
 }
@@ -368,12 +368,12 @@ void TestForwarding::forwardsTheCallsOfASession()
     (void)registerForUser();
     QDBusMessage call = userSessionCall(QStringLiteral("Start"));
     call << QStringLiteral("x");
-    QCOMPARE(stage->call(call).arguments(), QVariantList{QStringLiteral("x")});
+    QCOMPARE(fixture->call(call).arguments(), QVariantList{QStringLiteral("x")});
 
-    SignalRecorder relayed(stage->client, QStringLiteral("org.zarn.Orvane"), userSession(),
+    SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), userSession(),
                            QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
     user->emitChange(userSession(), QStringLiteral("a.b"), {}, {});
-    QVERIFY(stage->waitUntil([&] { return relayed.received.size() == 1; }));
+    QVERIFY(fixture->waitUntil([&] { return relayed.received.size() == 1; }));
 }
 
 void TestForwarding::closesASession()
@@ -381,18 +381,18 @@ void TestForwarding::closesASession()
     (void)registerForUser();
     user->hangs = true;
     const QDBusPendingCall closed =
-        stage->client.asyncCall(userSessionCall(QStringLiteral("CloseSession")), 2000);
-    QVERIFY(stage->waitUntil(
+        fixture->client.asyncCall(userSessionCall(QStringLiteral("CloseSession")), 2000);
+    QVERIFY(fixture->waitUntil(
         [&] { return user->calls.constLast().member() == QLatin1String("CloseSession"); }));
-    QCOMPARE(stage->call(userSessionCall(QStringLiteral("Start"))).errorName(),
+    QCOMPARE(fixture->call(userSessionCall(QStringLiteral("Start"))).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
     // Who closes a session that answers late hears nothing of it.
     user->release();
-    QVERIFY(stage->waitUntil([&] { return closed.isFinished(); }));
+    QVERIFY(fixture->waitUntil([&] { return closed.isFinished(); }));
     QCOMPARE(closed.reply().errorName(), QStringLiteral("org.freedesktop.DBus.Error.NoReply"));
     // The path is free for the next.
     QCOMPARE(registerForUser().type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(stage->call(userSessionCall(QStringLiteral("Start"))).type(),
+    QCOMPARE(fixture->call(userSessionCall(QStringLiteral("Start"))).type(),
              QDBusMessage::ReplyMessage);
 }
 
@@ -400,15 +400,15 @@ void TestForwarding::answersOthersThoughTheSessionWasClosed()
 {
     (void)registerForUser();
     user->hangs = true;
-    const QDBusConnection other = stage->connect();
+    const QDBusConnection other = fixture->connect();
     const QDBusPendingCall started = other.asyncCall(userSessionCall(QStringLiteral("Start")));
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 2; }));
-    stage->client.asyncCall(userSessionCall(QStringLiteral("CloseSession")));
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 3; }));
-    QCOMPARE(stage->call(userSessionCall(QStringLiteral("Start"))).errorName(),
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 2; }));
+    fixture->client.asyncCall(userSessionCall(QStringLiteral("CloseSession")));
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 3; }));
+    QCOMPARE(fixture->call(userSessionCall(QStringLiteral("Start"))).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
     user->release();
-    QVERIFY(stage->waitUntil([&] { return started.isFinished(); }));
+    QVERIFY(fixture->waitUntil([&] { return started.isFinished(); }));
     QVERIFY2(!started.isError(), qPrintable(started.error().message()));
 }
 

@@ -1,7 +1,7 @@
 // What the daemon writes is what the golden files say.
 
+#include "support/fixture.h"
 #include "support/golden_plan.h"
-#include "support/stage.h"
 
 #include <QTest>
 
@@ -26,16 +26,17 @@ void TestGoldenPlans::writesTheGoldenFiles()
 {
     QFETCH(QString, name);
     const GoldenPlan golden(name);
-    Stage stage;
-    stage.root.serveType(QStringLiteral("Sync"));
-    stage.root.write(QStringLiteral("/usr/share/applications/") + golden.file, golden.entry);
-    QVERIFY(stage.start());
-    QCOMPARE(stage.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(stage.start(golden.task, golden.hints, golden.info).errorMessage(), QString());
+    Fixture fixture;
+    fixture.root.serveType(QStringLiteral("Sync"));
+    fixture.root.write(QStringLiteral("/usr/share/applications/") + golden.file, golden.entry);
+    QVERIFY(fixture.start());
+    QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture.start(golden.task, golden.hints, golden.info).errorMessage(), QString());
     // The daemon looks for permissions in the system that runs the test.
-    QCOMPARE(stage.root.read(stage.root.unitFile(golden.task)), golden.unitWithoutPermissions());
-    QCOMPARE(stage.root.exists(stage.root.policyFile(golden.task)), !golden.policy.isEmpty());
-    QCOMPARE(stage.root.read(stage.root.policyFile(golden.task)), golden.policy);
+    QCOMPARE(fixture.root.read(fixture.root.unitFile(golden.task)),
+             golden.unitWithoutPermissions());
+    QCOMPARE(fixture.root.exists(fixture.root.policyFile(golden.task)), !golden.policy.isEmpty());
+    QCOMPARE(fixture.root.read(fixture.root.policyFile(golden.task)), golden.policy);
 }
 
 QTEST_GUILESS_MAIN(TestGoldenPlans)

@@ -1,6 +1,6 @@
 // Clients as attackers: whatever one of them sends and keeps, the daemon answers the others.
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
@@ -21,16 +21,16 @@ QString hugeText() { return QString(30 * 1000 * 1000, QLatin1Char('x')); }
 
 QDBusMessage controlCall(const QVariantList &arguments = {})
 {
-    return Stage::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
-                             QStringLiteral("org.zarn.Orvane.Control1"), QStringLiteral("Do"),
-                             arguments);
+    return Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
+                               QStringLiteral("org.zarn.Orvane.Control1"), QStringLiteral("Do"),
+                               arguments);
 }
 
 QDBusMessage getCall(const QString &interface)
 {
-    return Stage::methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
-                             QStringLiteral("org.freedesktop.DBus.Properties"),
-                             QStringLiteral("Get"), {interface, QString()});
+    return Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
+                               QStringLiteral("org.freedesktop.DBus.Properties"),
+                               QStringLiteral("Get"), {interface, QString()});
 }
 
 } // namespace
@@ -68,33 +68,33 @@ private Q_SLOTS:
 private:
     QDBusMessage registerSync(const QDBusConnection &from)
     {
-        return stage->call(Stage::registerCall(QStringLiteral("Sync")), from);
+        return fixture->call(Fixture::registerCall(QStringLiteral("Sync")), from);
     }
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
     std::unique_ptr<FakeUserService> user;
 };
 
 void TestHostileClients::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
-    stage->root.serveType(QStringLiteral("a b"));
-    user = std::make_unique<FakeUserService>(stage->connect());
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.serveType(QStringLiteral("a b"));
+    user = std::make_unique<FakeUserService>(fixture->connect());
 }
 
 void TestHostileClients::cleanup()
 {
     user.reset();
-    stage.reset();
+    fixture.reset();
 }
 
 void TestHostileClients::hearsAfterHugeCalls_data()
 {
     QTest::addColumn<QDBusMessage>("call");
-    QTest::newRow("a task type") << Stage::registerCall(hugeText());
+    QTest::newRow("a task type") << Fixture::registerCall(hugeText());
     QTest::newRow("a property's interface") << getCall(hugeText());
-    QTest::newRow("a user's application") << Stage::methodCall(
+    QTest::newRow("a user's application") << Fixture::methodCall(
         QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
         QStringLiteral("SetEnabled"), {5, hugeText(), true});
 }
@@ -103,13 +103,13 @@ void TestHostileClients::hearsAfterHugeCalls()
 {
     QFETCH(QDBusMessage, call);
     user.reset();
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     QVector<QDBusConnection> attackers;
     for (int number = 0; number < 4; ++number) {
-        attackers.append(stage->connect());
-        attackers.constLast().asyncCall(call, Stage::patienceMs);
+        attackers.append(fixture->connect());
+        attackers.constLast().asyncCall(call, Fixture::patienceMs);
     }
-    const QDBusConnection other = stage->connect();
+    const QDBusConnection other = fixture->connect();
     QCOMPARE(registerSync(other).type(), QDBusMessage::ReplyMessage);
     for (const QDBusConnection &attacker : qAsConst(attackers))
         QCOMPARE(registerSync(attacker).type(), QDBusMessage::ReplyMessage);
@@ -117,19 +117,20 @@ void TestHostileClients::hearsAfterHugeCalls()
 
 void TestHostileClients::hearsWhileHugeCallsWaitForTheUserService()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     user->hangs = true;
     QVector<QDBusConnection> attackers;
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < 4; ++number) {
-        attackers.append(stage->connect());
-        calls.append(attackers.constLast().asyncCall(controlCall({hugeText()}), Stage::patienceMs));
+        attackers.append(fixture->connect());
+        calls.append(
+            attackers.constLast().asyncCall(controlCall({hugeText()}), Fixture::patienceMs));
     }
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 4; }));
-    QCOMPARE(registerSync(stage->client).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 4; }));
+    QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
     user->release();
     for (const QDBusPendingCall &call : qAsConst(calls)) {
-        QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
+        QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
         QCOMPARE(call.reply().arguments(), QVariantList{hugeText()});
     }
 }
@@ -166,15 +167,15 @@ void TestHostileClients::answersOthersWhileManyValuesAreSent_data()
 void TestHostileClients::answersOthersWhileManyValuesAreSent()
 {
     QFETCH(QVariant, argument);
-    QVERIFY(stage->start());
-    QCOMPARE(registerSync(stage->client).type(), QDBusMessage::ReplyMessage);
-    const int before = memoryOf(stage->daemon.processId());
+    QVERIFY(fixture->start());
+    QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
+    const int before = memoryOf(fixture->daemon.processId());
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < 4; ++number)
-        calls.append(stage->connect().asyncCall(controlCall({argument}), Stage::patienceMs));
-    QCOMPARE(registerSync(stage->connect()).type(), QDBusMessage::ReplyMessage);
+        calls.append(fixture->connect().asyncCall(controlCall({argument}), Fixture::patienceMs));
+    QCOMPARE(registerSync(fixture->connect()).type(), QDBusMessage::ReplyMessage);
     for (const QDBusPendingCall &call : qAsConst(calls)) {
-        QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
+        QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
         QCOMPARE(call.reply().errorName(), QLatin1String(limitsExceeded));
     }
     QCOMPARE(user->calls.size(), 0);
@@ -184,17 +185,18 @@ void TestHostileClients::answersOthersWhileManyValuesAreSent()
 #else
     constexpr int mostThatStaysKib = 32 * 1024;
 #endif
-    QVERIFY(stage->waitUntil(
-        [&] { return memoryOf(stage->daemon.processId()) < before + mostThatStaysKib; }));
+    QVERIFY(fixture->waitUntil(
+        [&] { return memoryOf(fixture->daemon.processId()) < before + mostThatStaysKib; }));
 }
 
 void TestHostileClients::keepsLogLinesShort()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     user->answer = [](const QDBusMessage &call) { return call.createReply(5); };
-    (void)stage->call(Stage::registerCall(QString(100000, QLatin1Char('\n'))));
-    QVERIFY(stage->daemonLogs("RegisterInvoker(const QString&, QDBusObjectPath&, QVariantMap&): "));
-    const QByteArray log = stage->daemon.log();
+    (void)fixture->call(Fixture::registerCall(QString(100000, QLatin1Char('\n'))));
+    QVERIFY(
+        fixture->daemonLogs("RegisterInvoker(const QString&, QDBusObjectPath&, QVariantMap&): "));
+    const QByteArray log = fixture->daemon.log();
     for (const QByteArray &line : log.split('\n'))
         QVERIFY2(line.size() < 600, line.left(1000).constData());
     QVERIFY(log.contains(": \"" + QByteArray("\\n").repeated(100) + "\"..."));
@@ -202,54 +204,55 @@ void TestHostileClients::keepsLogLinesShort()
 
 void TestHostileClients::tellsAClientThatItsCallsAreTooLarge()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     user->hangs = true;
     const QDBusPendingCall first =
-        stage->client.asyncCall(controlCall({hugeText()}), Stage::patienceMs);
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 1; }));
-    QCOMPARE(stage->call(controlCall({hugeText()})).errorName(), QLatin1String(limitsExceeded));
+        fixture->client.asyncCall(controlCall({hugeText()}), Fixture::patienceMs);
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 1; }));
+    QCOMPARE(fixture->call(controlCall({hugeText()})).errorName(), QLatin1String(limitsExceeded));
     // There is room again when the first is answered.
     user->release();
-    QVERIFY(stage->waitUntil([&] { return first.isFinished(); }));
-    QCOMPARE(stage->call(controlCall({hugeText()})).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(fixture->waitUntil([&] { return first.isFinished(); }));
+    QCOMPARE(fixture->call(controlCall({hugeText()})).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestHostileClients::leavesOthersTheirPlaces()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     user->hangs = true;
     constexpr int shareOfOne = 8;
-    const QDBusConnection greedy = stage->connect();
+    const QDBusConnection greedy = fixture->connect();
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < 120; ++number)
-        calls.append(greedy.asyncCall(controlCall({number}), Stage::patienceMs));
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == shareOfOne; }));
-    const QDBusPendingCall other = stage->client.asyncCall(controlCall({-1}), Stage::patienceMs);
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == shareOfOne + 1; }));
+        calls.append(greedy.asyncCall(controlCall({number}), Fixture::patienceMs));
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == shareOfOne; }));
+    const QDBusPendingCall other =
+        fixture->client.asyncCall(controlCall({-1}), Fixture::patienceMs);
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == shareOfOne + 1; }));
     QCOMPARE(user->calls.constLast().arguments(), QVariantList{-1});
     user->release();
-    QVERIFY(stage->waitUntil([&] { return other.isFinished(); }));
+    QVERIFY(fixture->waitUntil([&] { return other.isFinished(); }));
     for (int number = 0; number < calls.size(); ++number) {
-        QVERIFY(stage->waitUntil([&] { return calls.at(number).isFinished(); }));
+        QVERIFY(fixture->waitUntil([&] { return calls.at(number).isFinished(); }));
         QCOMPARE(calls.at(number).reply().arguments(), QVariantList{number});
     }
 }
 
 void TestHostileClients::dropsWhatWaitsForAClientThatLeft()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     user->hangs = true;
-    QDBusConnection leaving = stage->connect();
+    QDBusConnection leaving = fixture->connect();
     for (int number = 0; number < 50; ++number)
-        leaving.asyncCall(controlCall({number}), Stage::patienceMs);
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 8; }));
+        leaving.asyncCall(controlCall({number}), Fixture::patienceMs);
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 8; }));
     QCOMPARE(registerSync(leaving).type(), QDBusMessage::ReplyMessage);
     const QString name = leaving.baseService();
-    Stage::drop(leaving);
-    QVERIFY(stage->waitUntil([&] { return !stage->nameIsOwned(name); }));
-    (void)registerSync(stage->client);
+    Fixture::drop(leaving);
+    QVERIFY(fixture->waitUntil([&] { return !fixture->nameIsOwned(name); }));
+    (void)registerSync(fixture->client);
     user->release();
-    (void)stage->call(controlCall({-1}));
+    (void)fixture->call(controlCall({-1}));
     QCOMPARE(user->calls.size(), 8 + 1);
 }
 
@@ -260,114 +263,114 @@ void TestHostileClients::boundsTheSessionsOfAClient()
             QStringLiteral("/user/session/") + call.arguments().value(0).toString();
         return call.createReply({QVariant::fromValue(QDBusObjectPath(path)), QVariantMap()});
     };
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     constexpr int most = 256;
     for (int number = 0; number < most; ++number)
-        QCOMPARE(stage->registerInvoker(QStringLiteral("t%1").arg(number)).type(),
+        QCOMPARE(fixture->registerInvoker(QStringLiteral("t%1").arg(number)).type(),
                  QDBusMessage::ReplyMessage);
     for (const char *type : {"more", "Sync", "a b"})
-        QCOMPARE(stage->registerInvoker(QString::fromLatin1(type)).errorName(),
+        QCOMPARE(fixture->registerInvoker(QString::fromLatin1(type)).errorName(),
                  QLatin1String(limitsExceeded));
     // What it holds it may register for again; others are not concerned.
-    QCOMPARE(stage->registerInvoker(QStringLiteral("t7")).type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(registerSync(stage->connect()).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(QStringLiteral("t7")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(registerSync(fixture->connect()).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestHostileClients::boundsTheClientsOfAUser()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     constexpr int most = 128;
     QVector<QDBusConnection> clients;
     for (int number = 0; number < most; ++number) {
-        clients.append(stage->connect());
+        clients.append(fixture->connect());
         QCOMPARE(registerSync(clients.constLast()).type(), QDBusMessage::ReplyMessage);
     }
-    QCOMPARE(registerSync(stage->client).errorName(), QLatin1String(limitsExceeded));
+    QCOMPARE(registerSync(fixture->client).errorName(), QLatin1String(limitsExceeded));
     QCOMPARE(registerSync(clients.constFirst()).type(), QDBusMessage::ReplyMessage);
-    Stage::drop(clients[5]);
-    QVERIFY(stage->waitUntil(
-        [&] { return registerSync(stage->client).type() == QDBusMessage::ReplyMessage; }));
+    Fixture::drop(clients[5]);
+    QVERIFY(fixture->waitUntil(
+        [&] { return registerSync(fixture->client).type() == QDBusMessage::ReplyMessage; }));
 }
 
 void TestHostileClients::keepsNothingForATypeThatNobodyCanReach()
 {
     const QString task = QStringLiteral("com.example.Notes.task_sync");
-    stage->systemd->units = {{QStringLiteral("ov_task.%1.service").arg(task),
-                              QStringLiteral("active"), QStringLiteral("running")}};
-    QVERIFY(stage->start());
-    (void)registerSync(stage->client);
-    QCOMPARE(stage->registerInvoker(QStringLiteral("a b")).errorName(),
+    fixture->systemd->units = {{QStringLiteral("ov_task.%1.service").arg(task),
+                                QStringLiteral("active"), QStringLiteral("running")}};
+    QVERIFY(fixture->start());
+    (void)registerSync(fixture->client);
+    QCOMPARE(fixture->registerInvoker(QStringLiteral("a b")).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
-    QVERIFY(stage->daemonLogs("QDBusObjectPath: invalid path"));
-    const int before = stage->daemon.log().size();
+    QVERIFY(fixture->daemonLogs("QDBusObjectPath: invalid path"));
+    const int before = fixture->daemon.log().size();
     // A session would announce this at its impossible path, and fail with a log line.
-    stage->systemd->emitChange(Stage::unitPath(task),
-                               {{QStringLiteral("ActiveState"), QStringLiteral("failed")}});
-    SignalRecorder changes(stage->client, QStringLiteral("org.zarn.Orvane"), Stage::sessionPath(),
-                           QStringLiteral("org.freedesktop.DBus.Properties"),
-                           QStringLiteral("PropertiesChanged"));
-    stage->systemd->emitChange(Stage::unitPath(task),
-                               {{QStringLiteral("ActiveState"), QStringLiteral("inactive")}});
-    QVERIFY(stage->waitUntil([&] { return !changes.received.isEmpty(); }));
-    (void)stage->call(getCall(QString()));
-    QCOMPARE(stage->daemon.log().mid(before), QByteArray());
+    fixture->systemd->emitChange(Fixture::unitPath(task),
+                                 {{QStringLiteral("ActiveState"), QStringLiteral("failed")}});
+    SignalRecorder changes(
+        fixture->client, QStringLiteral("org.zarn.Orvane"), Fixture::sessionPath(),
+        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("PropertiesChanged"));
+    fixture->systemd->emitChange(Fixture::unitPath(task),
+                                 {{QStringLiteral("ActiveState"), QStringLiteral("inactive")}});
+    QVERIFY(fixture->waitUntil([&] { return !changes.received.isEmpty(); }));
+    (void)fixture->call(getCall(QString()));
+    QCOMPARE(fixture->daemon.log().mid(before), QByteArray());
 }
 
 void TestHostileClients::waitsForAClientOfATypeThatNobodyCanReach()
 {
     constexpr int idleMs = 300;
-    QVERIFY(stage->start({QStringLiteral("ORVANE_DAEMON_TIMEOUT=%1").arg(idleMs)}));
-    QDBusConnection client = stage->connect();
-    (void)stage->call(Stage::registerCall(QStringLiteral("a b")), client);
-    QVERIFY(!QTest::qWaitFor([&] { return !stage->daemon.isRunning(); }, 4 * idleMs));
-    Stage::drop(client);
-    QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
-    QCOMPARE(stage->daemon.exitStatus(), 0);
+    QVERIFY(fixture->start({QStringLiteral("ORVANE_DAEMON_TIMEOUT=%1").arg(idleMs)}));
+    QDBusConnection client = fixture->connect();
+    (void)fixture->call(Fixture::registerCall(QStringLiteral("a b")), client);
+    QVERIFY(!QTest::qWaitFor([&] { return !fixture->daemon.isRunning(); }, 4 * idleMs));
+    Fixture::drop(client);
+    QVERIFY(fixture->waitUntil([&] { return !fixture->daemon.isRunning(); }));
+    QCOMPARE(fixture->daemon.exitStatus(), 0);
 }
 
 void TestHostileClients::endsWhenTheBusIsGone()
 {
-    QVERIFY(stage->start());
-    stage->bus.stop();
-    QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
-    QCOMPARE(stage->daemon.exitStatus(), 1);
-    QVERIFY(stage->daemonLogs("Lost the connection to the bus"));
+    QVERIFY(fixture->start());
+    fixture->bus.stop();
+    QVERIFY(fixture->waitUntil([&] { return !fixture->daemon.isRunning(); }));
+    QCOMPARE(fixture->daemon.exitStatus(), 1);
+    QVERIFY(fixture->daemonLogs("Lost the connection to the bus"));
 }
 
 void TestHostileClients::hasFailedWithoutABusThoughItIsToldToEnd()
 {
-    QVERIFY(stage->start());
-    const auto daemon = static_cast<pid_t>(stage->daemon.processId());
+    QVERIFY(fixture->start());
+    const auto daemon = static_cast<pid_t>(fixture->daemon.processId());
     // It sees both at once, as when the service manager tells it to end for the lost name.
     QCOMPARE(::kill(daemon, SIGSTOP), 0);
-    stage->bus.stop();
+    fixture->bus.stop();
     QCOMPARE(::kill(daemon, SIGTERM), 0);
     QCOMPARE(::kill(daemon, SIGCONT), 0);
-    QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
-    QCOMPARE(stage->daemon.exitStatus(), 1);
+    QVERIFY(fixture->waitUntil([&] { return !fixture->daemon.isRunning(); }));
+    QCOMPARE(fixture->daemon.exitStatus(), 1);
 }
 
 void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()
 {
-    const QString runtime = stage->root.path(QStringLiteral("/run"));
+    const QString runtime = fixture->root.path(QStringLiteral("/run"));
     QVERIFY(QDir().mkpath(runtime));
     const QStringList environment{QStringLiteral("RUNTIME_DIRECTORY=") + runtime};
-    QVERIFY(stage->start(environment));
-    QCOMPARE(registerSync(stage->client).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(fixture->start(environment));
+    QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
     // The framework's own error reply repeats the name and is longer than the call, so that the bus
     // takes the one and closes the connection for the other.
     constexpr int most = 32 * 1024 * 1024;
-    for (int length = most - 160; stage->daemon.isRunning() && length > most - 400; length -= 8) {
-        QDBusConnection attacker = stage->connect();
-        (void)stage->call(getCall(QString(length, QLatin1Char('x'))), attacker);
-        Stage::drop(attacker);
-        (void)QTest::qWaitFor([&] { return !stage->nameIsOwned(); }, 50);
+    for (int length = most - 160; fixture->daemon.isRunning() && length > most - 400; length -= 8) {
+        QDBusConnection attacker = fixture->connect();
+        (void)fixture->call(getCall(QString(length, QLatin1Char('x'))), attacker);
+        Fixture::drop(attacker);
+        (void)QTest::qWaitFor([&] { return !fixture->nameIsOwned(); }, 50);
     }
-    QVERIFY(stage->waitUntil([&] { return !stage->daemon.isRunning(); }));
-    QCOMPARE(stage->daemon.exitStatus(), 1);
-    QVERIFY(stage->start(environment));
+    QVERIFY(fixture->waitUntil([&] { return !fixture->daemon.isRunning(); }));
+    QCOMPARE(fixture->daemon.exitStatus(), 1);
+    QVERIFY(fixture->start(environment));
     const QDBusMessage stopped =
-        stage->call(Stage::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
+        fixture->call(Fixture::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
     QCOMPARE(stopped.arguments(), QVariantList{0});
 }
 
@@ -400,37 +403,38 @@ void TestHostileClients::keepsNoDescriptor()
     QFETCH(QVariant, argument);
     QFETCH(QString, error);
     user->answer = [](const QDBusMessage &call) { return call.createReply(); };
-    QVERIFY(stage->start());
-    QCOMPARE(stage->call(controlCall({argument})).errorName(), error);
-    const int before = descriptorsOf(stage->daemon.processId());
+    QVERIFY(fixture->start());
+    QCOMPARE(fixture->call(controlCall({argument})).errorName(), error);
+    const int before = descriptorsOf(fixture->daemon.processId());
     for (int round = 0; round < 30; ++round)
-        (void)stage->call(controlCall({argument, argument}));
+        (void)fixture->call(controlCall({argument, argument}));
     // The bus library closes some of them on a thread of its own.
-    QVERIFY(stage->waitUntil([&] { return descriptorsOf(stage->daemon.processId()) <= before; }));
+    QVERIFY(
+        fixture->waitUntil([&] { return descriptorsOf(fixture->daemon.processId()) <= before; }));
 }
 
 void TestHostileClients::boundsTheDescriptorsOfAClient()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     user->hangs = true;
     const QVariantList sixteen = QVector<QVariant>(16, descriptor()).toList();
     for (int number = 0; number < 2; ++number)
-        stage->client.asyncCall(controlCall(sixteen), Stage::patienceMs);
-    QVERIFY(stage->waitUntil([&] { return user->calls.size() == 2; }));
-    QCOMPARE(stage->call(controlCall({descriptor()})).errorName(), QLatin1String(limitsExceeded));
+        fixture->client.asyncCall(controlCall(sixteen), Fixture::patienceMs);
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 2; }));
+    QCOMPARE(fixture->call(controlCall({descriptor()})).errorName(), QLatin1String(limitsExceeded));
     user->release();
-    QVERIFY(stage->waitUntil([&] {
-        return stage->call(controlCall({descriptor()})).type() == QDBusMessage::ReplyMessage;
+    QVERIFY(fixture->waitUntil([&] {
+        return fixture->call(controlCall({descriptor()})).type() == QDBusMessage::ReplyMessage;
     }));
 }
 
 void TestHostileClients::letsNobodyNameItsObjects()
 {
-    QVERIFY(stage->start());
-    QCOMPARE(registerSync(stage->client).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(fixture->start());
+    QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
     const auto property = [this](const QString &method, const QVariantList &more) {
-        return stage->call(Stage::methodCall(
-            Stage::sessionPath(), QStringLiteral("org.freedesktop.DBus.Properties"), method,
+        return fixture->call(Fixture::methodCall(
+            Fixture::sessionPath(), QStringLiteral("org.freedesktop.DBus.Properties"), method,
             QVariantList{QString(), QStringLiteral("objectName")} + more));
     };
     (void)property(QStringLiteral("Set"),
@@ -445,18 +449,19 @@ void TestHostileClients::removesWhatNobodyHolds()
     user->answer = [path](const QDBusMessage &call) {
         return call.createReply({QVariant::fromValue(QDBusObjectPath(path)), QVariantMap()});
     };
-    QVERIFY(stage->start());
-    QDBusConnection first = stage->connect();
-    QDBusConnection second = stage->connect();
-    const QDBusMessage call = Stage::methodCall(path, QStringLiteral("a.b"), QStringLiteral("Do"));
+    QVERIFY(fixture->start());
+    QDBusConnection first = fixture->connect();
+    QDBusConnection second = fixture->connect();
+    const QDBusMessage call =
+        Fixture::methodCall(path, QStringLiteral("a.b"), QStringLiteral("Do"));
     for (const QDBusConnection &client : {first, second})
-        (void)stage->call(Stage::registerCall(QStringLiteral("Any")), client);
-    Stage::drop(first);
-    (void)registerSync(stage->client);
-    QCOMPARE(stage->call(call).type(), QDBusMessage::ReplyMessage);
-    Stage::drop(second);
-    QVERIFY(stage->waitUntil([&] {
-        return stage->call(call).errorName()
+        (void)fixture->call(Fixture::registerCall(QStringLiteral("Any")), client);
+    Fixture::drop(first);
+    (void)registerSync(fixture->client);
+    QCOMPARE(fixture->call(call).type(), QDBusMessage::ReplyMessage);
+    Fixture::drop(second);
+    QVERIFY(fixture->waitUntil([&] {
+        return fixture->call(call).errorName()
             == QLatin1String("org.freedesktop.DBus.Error.UnknownObject");
     }));
 }

@@ -2,7 +2,7 @@
 // once and gives away nothing of its own.
 
 #include "support/death_bound_process.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDBusConnectionInterface>
 #include <QTest>
@@ -13,8 +13,8 @@ QString control() { return QStringLiteral("/org/zarn/Orvane/Control1"); }
 
 QDBusMessage controlCall(const QString &method, const QVariantList &arguments = {})
 {
-    return Stage::methodCall(control(), QStringLiteral("org.zarn.Orvane.Control1"), method,
-                             arguments);
+    return Fixture::methodCall(control(), QStringLiteral("org.zarn.Orvane.Control1"), method,
+                               arguments);
 }
 
 } // namespace
@@ -40,25 +40,26 @@ private Q_SLOTS:
 private:
     bool stillAnswers()
     {
-        return stage->registerInvoker(QStringLiteral("Sync")).type() == QDBusMessage::ReplyMessage;
+        return fixture->registerInvoker(QStringLiteral("Sync")).type()
+            == QDBusMessage::ReplyMessage;
     }
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
     std::unique_ptr<DeathBoundProcess> service;
 };
 
 void TestHostileUserService::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
-    QVERIFY(stage->start());
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
+    QVERIFY(fixture->start());
     service = std::make_unique<DeathBoundProcess>();
     service->setEnvironment(QProcess::systemEnvironment()
-                            << QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + stage->bus.address());
+                            << QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + fixture->bus.address());
     service->setProcessChannelMode(QProcess::ForwardedChannels);
     service->start(QStringLiteral(HOSTILE_USER_SERVICE), QStringList());
-    QVERIFY(stage->waitUntil(
-        [this] { return stage->nameIsOwned(QStringLiteral("org.zarn.Orvane.User")); }));
+    QVERIFY(fixture->waitUntil(
+        [this] { return fixture->nameIsOwned(QStringLiteral("org.zarn.Orvane.User")); }));
 }
 
 void TestHostileUserService::cleanup()
@@ -66,7 +67,7 @@ void TestHostileUserService::cleanup()
     service->kill();
     service->waitForFinished();
     service.reset();
-    stage.reset();
+    fixture.reset();
 }
 
 void TestHostileUserService::survivesASignalOfAnyTypes_data()
@@ -80,12 +81,12 @@ void TestHostileUserService::survivesASignalOfAnyTypes_data()
 void TestHostileUserService::survivesASignalOfAnyTypes()
 {
     QFETCH(QString, body);
-    SignalRecorder relayed(stage->client, QStringLiteral("org.zarn.Orvane"), control(),
+    SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), control(),
                            QStringLiteral("org.freedesktop.DBus.Properties"),
                            QStringLiteral("PropertiesChanged"));
-    (void)stage->call(controlCall(QStringLiteral("Emit"), {body}));
-    (void)stage->call(controlCall(QStringLiteral("Emit"), {QStringLiteral("genuine")}));
-    QVERIFY(stage->waitUntil([&] { return !relayed.received.isEmpty(); }));
+    (void)fixture->call(controlCall(QStringLiteral("Emit"), {body}));
+    (void)fixture->call(controlCall(QStringLiteral("Emit"), {QStringLiteral("genuine")}));
+    QVERIFY(fixture->waitUntil([&] { return !relayed.received.isEmpty(); }));
     QCOMPARE(relayed.received.size(), 1);
     QCOMPARE(relayed.received.constFirst().at(0).toString(), QStringLiteral("genuine"));
     QVERIFY(stillAnswers());
@@ -93,7 +94,7 @@ void TestHostileUserService::survivesASignalOfAnyTypes()
 
 void TestHostileUserService::answersWithAnErrorWhatCannotBePassedOn()
 {
-    const QDBusMessage reply = stage->call(controlCall(QStringLiteral("EmptySignature")));
+    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("EmptySignature")));
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
     QCOMPARE(reply.errorMessage(), QStringLiteral("The answer holds a value that cannot be sent"));
     QVERIFY(stillAnswers());
@@ -101,13 +102,13 @@ void TestHostileUserService::answersWithAnErrorWhatCannotBePassedOn()
 
 void TestHostileUserService::passesAnEmptySignatureInARecordOn()
 {
-    const QDBusMessage reply = stage->call(controlCall(QStringLiteral("EmptyInVariant")));
+    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("EmptyInVariant")));
     QCOMPARE(reply.signature(), QStringLiteral("(sa{sv})"));
 }
 
 void TestHostileUserService::passesADescriptorOn()
 {
-    const QDBusMessage reply = stage->call(controlCall(QStringLiteral("Descriptor")));
+    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("Descriptor")));
     QCOMPARE(reply.signature(), QStringLiteral("h"));
 }
 
@@ -123,14 +124,15 @@ void TestHostileUserService::keepsItsOwnObjects_data()
 void TestHostileUserService::keepsItsOwnObjects()
 {
     QFETCH(QString, path);
-    const QDBusMessage reply = stage->registerInvoker(QStringLiteral("Any=") + path);
+    const QDBusMessage reply = fixture->registerInvoker(QStringLiteral("Any=") + path);
     QCOMPARE(reply.arguments().constFirst().value<QDBusObjectPath>().path(), path);
-    QVERIFY(stage->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
-                              + "\"\n"));
-    (void)stage->call(Stage::methodCall(path, QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
-                                        QStringLiteral("CloseSession")));
+    QVERIFY(fixture->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
+                                + "\"\n"));
+    (void)fixture->call(Fixture::methodCall(path,
+                                            QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
+                                            QStringLiteral("CloseSession")));
     // The object is still this daemon's own.
-    const QDBusMessage introspected = stage->call(Stage::methodCall(
+    const QDBusMessage introspected = fixture->call(Fixture::methodCall(
         path, QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect")));
     QCOMPARE(introspected.type(), QDBusMessage::ReplyMessage);
     QVERIFY(stillAnswers());
@@ -138,30 +140,30 @@ void TestHostileUserService::keepsItsOwnObjects()
 
 void TestHostileUserService::keepsThePathOfASessionThatIsNotThereYet()
 {
-    const QString path = Stage::sessionPath();
-    const QDBusMessage reply = stage->registerInvoker(QStringLiteral("Any=") + path);
+    const QString path = Fixture::sessionPath();
+    const QDBusMessage reply = fixture->registerInvoker(QStringLiteral("Any=") + path);
     QCOMPARE(reply.arguments().constFirst().value<QDBusObjectPath>().path(), path);
-    QVERIFY(stage->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
-                              + "\"\n"));
+    QVERIFY(fixture->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
+                                + "\"\n"));
     QVERIFY(stillAnswers());
     // Answered here: the service itself would answer with nothing.
     const QDBusMessage stopped =
-        stage->call(Stage::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
+        fixture->call(Fixture::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
     QCOMPARE(stopped.arguments(), QVariantList{0});
 }
 
 void TestHostileUserService::takesOverAPathWhenItServesTheTypeItself()
 {
     const QString type = QStringLiteral("Later");
-    const QString path = Stage::sessionPath(type);
-    (void)stage->registerInvoker(type + QLatin1Char('=') + path);
+    const QString path = Fixture::sessionPath(type);
+    (void)fixture->registerInvoker(type + QLatin1Char('=') + path);
     const QDBusMessage call =
-        Stage::methodCall(path, QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
-                          QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")});
-    QCOMPARE(stage->call(call).arguments(), QVariantList());
-    stage->root.serveType(type);
-    QCOMPARE(stage->registerInvoker(type).type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(stage->call(call).arguments(), QVariantList{0});
+        Fixture::methodCall(path, QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
+                            QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")});
+    QCOMPARE(fixture->call(call).arguments(), QVariantList());
+    fixture->root.serveType(type);
+    QCOMPARE(fixture->registerInvoker(type).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->call(call).arguments(), QVariantList{0});
 }
 
 QTEST_GUILESS_MAIN(TestHostileUserService)

@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -22,88 +22,88 @@ private:
     {
         return {QStringLiteral("ORVANE_DAEMON_TIMEOUT=") + QString::fromLatin1(text)};
     }
-    static bool waitForTheEnd(Stage &stage)
+    static bool waitForTheEnd(Fixture &fixture)
     {
-        return Stage::waitUntil([&stage] { return !stage.daemon.isRunning(); });
+        return Fixture::waitUntil([&fixture] { return !fixture.daemon.isRunning(); });
     }
 };
 
 void TestIdleExit::leavesAfterTheIdleTime()
 {
-    Stage stage;
+    Fixture fixture;
     QElapsedTimer timer;
     timer.start();
-    QVERIFY(stage.start(idleTime("1500")));
-    QVERIFY(waitForTheEnd(stage));
+    QVERIFY(fixture.start(idleTime("1500")));
+    QVERIFY(waitForTheEnd(fixture));
     QVERIFY(timer.elapsed() >= 1500);
-    QCOMPARE(stage.daemon.exitStatus(), 0);
-    QCOMPARE(stage.daemon.log(), QByteArray());
+    QCOMPARE(fixture.daemon.exitStatus(), 0);
+    QCOMPARE(fixture.daemon.log(), QByteArray());
 }
 
 void TestIdleExit::leavesBeforeItIsReady()
 {
-    Stage stage;
-    stage.systemd->hold(QStringLiteral("ListUnitsByPatterns"));
-    stage.launch(idleTime("300"));
-    QVERIFY(waitForTheEnd(stage));
-    QCOMPARE(stage.daemon.exitStatus(), 0);
+    Fixture fixture;
+    fixture.systemd->hold(QStringLiteral("ListUnitsByPatterns"));
+    fixture.launch(idleTime("300"));
+    QVERIFY(waitForTheEnd(fixture));
+    QCOMPARE(fixture.daemon.exitStatus(), 0);
 }
 
 void TestIdleExit::staysForARegisteredClient()
 {
-    Stage stage;
-    stage.root.serveType(QStringLiteral("Sync"));
-    QVERIFY(stage.start(idleTime("500")));
-    QDBusConnection client = stage.connect();
-    QCOMPARE(stage.call(Stage::registerCall(QStringLiteral("Sync")), client).type(),
+    Fixture fixture;
+    fixture.root.serveType(QStringLiteral("Sync"));
+    QVERIFY(fixture.start(idleTime("500")));
+    QDBusConnection client = fixture.connect();
+    QCOMPARE(fixture.call(Fixture::registerCall(QStringLiteral("Sync")), client).type(),
              QDBusMessage::ReplyMessage);
-    QVERIFY(!QTest::qWaitFor([&] { return !stage.daemon.isRunning(); }, 2000));
+    QVERIFY(!QTest::qWaitFor([&] { return !fixture.daemon.isRunning(); }, 2000));
 
-    stage.drop(client);
-    QVERIFY(waitForTheEnd(stage));
-    QCOMPARE(stage.daemon.exitStatus(), 0);
+    fixture.drop(client);
+    QVERIFY(waitForTheEnd(fixture));
+    QCOMPARE(fixture.daemon.exitStatus(), 0);
 }
 
 void TestIdleExit::leavesWhenTheLastSessionIsClosed()
 {
-    Stage stage;
-    stage.root.serveType(QStringLiteral("Sync"));
-    QVERIFY(stage.start(idleTime("500")));
-    QCOMPARE(stage.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(stage.call(Stage::sessionCall(QStringLiteral("CloseSession"))).type(),
+    Fixture fixture;
+    fixture.root.serveType(QStringLiteral("Sync"));
+    QVERIFY(fixture.start(idleTime("500")));
+    QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture.call(Fixture::sessionCall(QStringLiteral("CloseSession"))).type(),
              QDBusMessage::ReplyMessage);
-    QVERIFY(waitForTheEnd(stage));
+    QVERIFY(waitForTheEnd(fixture));
 }
 
 void TestIdleExit::leavesThoughAClientVanishedAtOnce()
 {
-    Stage stage;
-    stage.root.serveType(QStringLiteral("Sync"));
-    QVERIFY(stage.start(idleTime("500")));
+    Fixture fixture;
+    fixture.root.serveType(QStringLiteral("Sync"));
+    QVERIFY(fixture.start(idleTime("500")));
     for (int round = 0; round < 20; ++round) {
-        QDBusConnection client = stage.connect();
-        client.asyncCall(Stage::registerCall(QStringLiteral("Sync")));
-        stage.drop(client);
+        QDBusConnection client = fixture.connect();
+        client.asyncCall(Fixture::registerCall(QStringLiteral("Sync")));
+        fixture.drop(client);
     }
-    QVERIFY(waitForTheEnd(stage));
-    QCOMPARE(stage.daemon.exitStatus(), 0);
+    QVERIFY(waitForTheEnd(fixture));
+    QCOMPARE(fixture.daemon.exitStatus(), 0);
 }
 
 void TestIdleExit::staysWhileAForwardedCallIsOutstanding()
 {
-    Stage stage;
-    FakeUserService user(stage.connect());
+    Fixture fixture;
+    FakeUserService user(fixture.connect());
     user.hangs = true;
-    QVERIFY(stage.start(idleTime("500")));
-    const auto call = Stage::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
-                                        QStringLiteral("org.zarn.Orvane.Control1"),
-                                        QStringLiteral("Start"), {QStringLiteral("a.b")});
-    const QDBusPendingCall first = stage.client.asyncCall(call);
-    const QDBusPendingCall second = stage.client.asyncCall(call);
-    QVERIFY(!QTest::qWaitFor([&] { return !stage.daemon.isRunning(); }, 2000));
+    QVERIFY(fixture.start(idleTime("500")));
+    const auto call = Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
+                                          QStringLiteral("org.zarn.Orvane.Control1"),
+                                          QStringLiteral("Start"), {QStringLiteral("a.b")});
+    const QDBusPendingCall first = fixture.client.asyncCall(call);
+    const QDBusPendingCall second = fixture.client.asyncCall(call);
+    QVERIFY(!QTest::qWaitFor([&] { return !fixture.daemon.isRunning(); }, 2000));
     QCOMPARE(user.calls.size(), 2);
     user.release();
-    QVERIFY(waitForTheEnd(stage));
+    QVERIFY(waitForTheEnd(fixture));
     QVERIFY(first.isFinished() && !first.isError());
     QVERIFY(second.isFinished() && !second.isError());
 }
@@ -112,28 +112,28 @@ void TestIdleExit::staysUntilTheUserManagerHasAnswered()
 {
     const QString old = QStringLiteral("/var/lib/am/apps/a.b/100002.conf");
     const QString set = QStringLiteral("/var/lib/am/apps/c.d/100003.conf");
-    Stage stage;
-    stage.root.write(old, "[a.b]\nautostart=true\n");
-    stage.userManager->behave(QStringLiteral("hang"));
+    Fixture fixture;
+    fixture.root.write(old, "[a.b]\nautostart=true\n");
+    fixture.userManager->behave(QStringLiteral("hang"));
     bool asked = false;
-    stage.userManager->onCall = [&asked] { asked = true; };
+    fixture.userManager->onCall = [&asked] { asked = true; };
     QVERIFY(
-        stage.start(idleTime("1") + QStringList{QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
-    QVERIFY(Stage::waitUntil([&asked] { return asked; }));
+        fixture.start(idleTime("1") + QStringList{QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    QVERIFY(Fixture::waitUntil([&asked] { return asked; }));
     // This user is newer than the list that is on its way.
-    QCOMPARE(stage
-                 .call(Stage::methodCall(
+    QCOMPARE(fixture
+                 .call(Fixture::methodCall(
                      QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
                      QStringLiteral("SetEnabled"), {100003, QStringLiteral("c.d"), true}))
                  .type(),
              QDBusMessage::ReplyMessage);
-    QVERIFY(stage.daemon.isRunning() && stage.root.exists(old));
+    QVERIFY(fixture.daemon.isRunning() && fixture.root.exists(old));
 
-    stage.userManager->release(QStringLiteral("list"));
-    QVERIFY(waitForTheEnd(stage));
-    QCOMPARE(stage.daemon.exitStatus(), 0);
-    QVERIFY(!stage.root.exists(old));
-    QVERIFY(stage.root.exists(set));
+    fixture.userManager->release(QStringLiteral("list"));
+    QVERIFY(waitForTheEnd(fixture));
+    QCOMPARE(fixture.daemon.exitStatus(), 0);
+    QVERIFY(!fixture.root.exists(old));
+    QVERIFY(fixture.root.exists(set));
 }
 
 void TestIdleExit::takesTheDefaultForUnusableTimes()
@@ -141,19 +141,19 @@ void TestIdleExit::takesTheDefaultForUnusableTimes()
     // Side by side, since the default is five real seconds.
     const QVector<QStringList> unusable{idleTime("0"), idleTime(""), idleTime("soon"),
                                         idleTime("1.5")};
-    std::vector<std::unique_ptr<Stage>> stages;
-    Stage never;
+    std::vector<std::unique_ptr<Fixture>> fixtures;
+    Fixture never;
     QVERIFY(never.start(idleTime("-1")));
     QElapsedTimer timer;
     timer.start();
     for (const QStringList &environment : unusable) {
-        stages.push_back(std::make_unique<Stage>());
-        QVERIFY(stages.back()->start(environment));
+        fixtures.push_back(std::make_unique<Fixture>());
+        QVERIFY(fixtures.back()->start(environment));
     }
-    for (const auto &stage : stages) {
-        QVERIFY(waitForTheEnd(*stage));
+    for (const auto &fixture : fixtures) {
+        QVERIFY(waitForTheEnd(*fixture));
         QVERIFY(timer.elapsed() >= 5000);
-        QCOMPARE(stage->daemon.exitStatus(), 0);
+        QCOMPARE(fixture->daemon.exitStatus(), 0);
     }
     QVERIFY(never.daemon.isRunning());
 }

@@ -1,6 +1,6 @@
 // The interface descriptions that are installed say what the running daemon says.
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDir>
 #include <QFile>
@@ -48,7 +48,7 @@ class TestInterfaces : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase() { m_stage.reset(); }
+    void cleanupTestCase() { m_fixture.reset(); }
     void areWhatTheDaemonSays_data();
     void areWhatTheDaemonSays();
     void areAll();
@@ -56,9 +56,9 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QByteArray description(const QString &path) const
     {
-        const QDBusMessage reply = m_stage->call(
-            Stage::methodCall(path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                              QStringLiteral("Introspect")));
+        const QDBusMessage reply = m_fixture->call(
+            Fixture::methodCall(path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                QStringLiteral("Introspect")));
         return reply.arguments().value(0).toString().toUtf8();
     }
 
@@ -66,19 +66,19 @@ private:
     const QMap<QString, QString> m_paths{
         {QStringLiteral("org.zarn.Orvane.TaskInvoker1"),
          QStringLiteral("/org/zarn/Orvane/TaskInvoker1")},
-        {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), Stage::sessionPath()},
+        {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), Fixture::sessionPath()},
         {QStringLiteral("org.zarn.am.Autostart"), QStringLiteral("/org/zarn/am")},
         {QStringLiteral("org.zarn.Teller.Hooks"), QStringLiteral("/org/zarn/Teller/Hooks")}};
     const QDir m_directory{QStringLiteral(INTERFACES)};
-    std::unique_ptr<Stage> m_stage;
+    std::unique_ptr<Fixture> m_fixture;
 };
 
 void TestInterfaces::initTestCase()
 {
-    m_stage = std::make_unique<Stage>();
-    m_stage->root.serveType(QStringLiteral("Sync"));
-    QVERIFY(m_stage->start());
-    QCOMPARE(m_stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    m_fixture = std::make_unique<Fixture>();
+    m_fixture->root.serveType(QStringLiteral("Sync"));
+    QVERIFY(m_fixture->start());
+    QCOMPARE(m_fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestInterfaces::areWhatTheDaemonSays_data()

@@ -1,6 +1,6 @@
 // Many starts and stops at a time, and a systemd that takes its time or does not answer.
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QTest>
 #include <QThread>
@@ -22,12 +22,12 @@ QString stopUnit() { return QStringLiteral("StopUnit"); }
 
 QDBusMessage startOf(int number)
 {
-    return Stage::startCall(task(number), {{QStringLiteral("User"), QStringLiteral("appuser")}});
+    return Fixture::startCall(task(number), {{QStringLiteral("User"), QStringLiteral("appuser")}});
 }
 
 QDBusMessage stopOf(int number)
 {
-    return Stage::sessionCall(QStringLiteral("Stop"), {task(number)});
+    return Fixture::sessionCall(QStringLiteral("Stop"), {task(number)});
 }
 
 } // namespace
@@ -54,42 +54,43 @@ private:
     // Whether the daemon has handled everything that was asked of it before.
     void waitUntilHandled() const
     {
-        QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(),
+                 QDBusMessage::ReplyMessage);
     }
     // Reloads, and the units of starts and stops, from the first of them on.
     [[nodiscard]] QStringList asked() const;
     [[nodiscard]] int count(const QString &method) const
     {
-        return membersOf(stage->systemd->calls).count(method);
+        return membersOf(fixture->systemd->calls).count(method);
     }
     // Asks for starts of different tasks.
     QVector<QDBusPendingCall> startTasks(int number, int timeoutMs = -1) const;
     void expectSuccess(const QVector<QDBusPendingCall> &calls) const;
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
 };
 
 void TestManyStarts::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
     QByteArray declarations;
     for (int number = 0; number < tasks; ++number)
         declarations += "[X-Task t" + QByteArray::number(number) + "]\nType=Sync\nExec=/opt/w\n";
-    stage->root.write(QStringLiteral("/usr/share/applications/com.example.Many.desktop"),
-                      "[Desktop Entry]\nType=Application\nName=x\nExec=/opt/x\n"
-                      "[X-Application]\nOrganizationName=com.example\nApplicationName=Many\n"
-                          + declarations);
-    QVERIFY(stage->start());
+    fixture->root.write(QStringLiteral("/usr/share/applications/com.example.Many.desktop"),
+                        "[Desktop Entry]\nType=Application\nName=x\nExec=/opt/x\n"
+                        "[X-Application]\nOrganizationName=com.example\nApplicationName=Many\n"
+                            + declarations);
+    QVERIFY(fixture->start());
     waitUntilHandled();
 }
 
-void TestManyStarts::cleanup() { stage.reset(); }
+void TestManyStarts::cleanup() { fixture.reset(); }
 
 QStringList TestManyStarts::asked() const
 {
     QStringList words;
-    for (const QDBusMessage &call : qAsConst(stage->systemd->calls)) {
+    for (const QDBusMessage &call : qAsConst(fixture->systemd->calls)) {
         if (call.member() == reload())
             words.append(reload());
         else if (call.member() == startUnit())
@@ -104,14 +105,14 @@ QVector<QDBusPendingCall> TestManyStarts::startTasks(int number, int timeoutMs) 
 {
     QVector<QDBusPendingCall> calls;
     for (int index = 0; index < number; ++index)
-        calls.append(stage->client.asyncCall(startOf(index), timeoutMs));
+        calls.append(fixture->client.asyncCall(startOf(index), timeoutMs));
     return calls;
 }
 
 void TestManyStarts::expectSuccess(const QVector<QDBusPendingCall> &calls) const
 {
     for (const QDBusPendingCall &call : calls) {
-        QVERIFY(Stage::waitUntil([&] { return call.isFinished(); }));
+        QVERIFY(Fixture::waitUntil([&] { return call.isFinished(); }));
         QVERIFY2(!call.isError(), qPrintable(call.error().message()));
         QCOMPARE(call.reply().arguments(), QVariantList{0});
     }
@@ -122,20 +123,20 @@ void TestManyStarts::sharesTheReloadOfFiftyStarts()
     constexpr int starts = 50;
     QSet<QString> loaded;
     QStringList notLoaded;
-    stage->systemd->onCall = [&](const QDBusMessage &call) {
+    fixture->systemd->onCall = [&](const QDBusMessage &call) {
         for (int number = 0; call.member() == reload() && number < starts; ++number) {
-            if (stage->root.exists(stage->root.unitFile(task(number))))
+            if (fixture->root.exists(fixture->root.unitFile(task(number))))
                 loaded.insert(unit(number));
         }
         const QString name = call.arguments().value(0).toString();
         if (call.member() == startUnit() && !loaded.contains(name))
             notLoaded.append(name);
     };
-    stage->systemd->hold(reload());
+    fixture->systemd->hold(reload());
     const QVector<QDBusPendingCall> calls = startTasks(starts);
     waitUntilHandled();
-    QVERIFY(Stage::waitUntil([&] { return count(startUnit()) == 1; }));
-    stage->systemd->release(reload());
+    QVERIFY(Fixture::waitUntil([&] { return count(startUnit()) == 1; }));
+    fixture->systemd->release(reload());
     expectSuccess(calls);
     QStringList expected{reload(), QStringLiteral("start ") + unit(0), reload()};
     for (int number = 1; number < starts; ++number)
@@ -148,7 +149,7 @@ void TestManyStarts::tellsNoCallerOfAFailureWhileReloadsAreSlow()
 {
     constexpr unsigned long reloadTakesMs = 1000;
     // systemd does nothing else meanwhile.
-    stage->systemd->onCall = [](const QDBusMessage &call) {
+    fixture->systemd->onCall = [](const QDBusMessage &call) {
         if (call.member() == reload())
             QThread::msleep(reloadTakesMs);
     };
@@ -158,106 +159,106 @@ void TestManyStarts::tellsNoCallerOfAFailureWhileReloadsAreSlow()
 
 void TestManyStarts::startsThoughAReloadIsNeverAnswered()
 {
-    stage->systemd->hold(reload());
+    fixture->systemd->hold(reload());
     expectSuccess(startTasks(10));
     QCOMPARE(count(reload()), 2);
 }
 
 void TestManyStarts::startsThoughReloadsAreRefused()
 {
-    stage->systemd->refuse(reload(), QStringLiteral("org.freedesktop.DBus.Error.AccessDenied"),
-                           QStringLiteral("no"));
+    fixture->systemd->refuse(reload(), QStringLiteral("org.freedesktop.DBus.Error.AccessDenied"),
+                             QStringLiteral("no"));
     expectSuccess(startTasks(10));
 }
 
 void TestManyStarts::keepsTheOrderOfWhatIsAskedOfOneTask()
 {
-    stage->systemd->hold(reload());
+    fixture->systemd->hold(reload());
     QVector<QDBusPendingCall> calls = startTasks(2);
-    calls.append(stage->client.asyncCall(stopOf(1)));
-    calls.append(stage->client.asyncCall(startOf(1)));
+    calls.append(fixture->client.asyncCall(stopOf(1)));
+    calls.append(fixture->client.asyncCall(startOf(1)));
     // Nothing is under way for this one.
-    calls.append(stage->client.asyncCall(stopOf(2)));
-    QVERIFY(Stage::waitUntil([&] { return count(stopUnit()) == 1; }));
+    calls.append(fixture->client.asyncCall(stopOf(2)));
+    QVERIFY(Fixture::waitUntil([&] { return count(stopUnit()) == 1; }));
     QCOMPARE(asked(),
              QStringList({reload(), QStringLiteral("start ") + unit(0),
                           QStringLiteral("stop ") + unit(2)}));
-    stage->systemd->release(reload());
+    fixture->systemd->release(reload());
     expectSuccess(calls);
     QCOMPARE(asked().mid(3),
              QStringList({reload(), QStringLiteral("start ") + unit(1),
                           QStringLiteral("stop ") + unit(1), reload(),
                           QStringLiteral("start ") + unit(1)}));
-    QVERIFY(stage->root.exists(stage->root.unitFile(task(1))));
+    QVERIFY(fixture->root.exists(fixture->root.unitFile(task(1))));
 }
 
 void TestManyStarts::enablesBehindTheStart()
 {
-    stage->systemd->hold(reload());
+    fixture->systemd->hold(reload());
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < 3; ++number) {
-        calls.append(stage->client.asyncCall(
-            Stage::startCall(task(number),
-                             {{QStringLiteral("User"), QStringLiteral("appuser")},
-                              {QStringLiteral("Autostart"), number == 1 ? 2 : 1}})));
+        calls.append(fixture->client.asyncCall(
+            Fixture::startCall(task(number),
+                               {{QStringLiteral("User"), QStringLiteral("appuser")},
+                                {QStringLiteral("Autostart"), number == 1 ? 2 : 1}})));
     }
     waitUntilHandled();
-    stage->systemd->release(reload());
+    fixture->systemd->release(reload());
     expectSuccess(calls);
-    QCOMPARE(membersOf(stage->systemd->calls).mid(3),
+    QCOMPARE(membersOf(fixture->systemd->calls).mid(3),
              QStringList({reload(), startUnit(), reload(), startUnit(),
                           QStringLiteral("EnableUnitFiles"), startUnit()}));
 }
 
 void TestManyStarts::stopsAtOnceWhileManyStartsWait()
 {
-    stage->systemd->hold(startUnit());
-    const QVector<QDBusPendingCall> starts = startTasks(100, Stage::patienceMs);
+    fixture->systemd->hold(startUnit());
+    const QVector<QDBusPendingCall> starts = startTasks(100, Fixture::patienceMs);
     waitUntilHandled();
-    QVERIFY(Stage::waitUntil([&] { return count(startUnit()) > 1; }));
-    QCOMPARE(stage->stop(task(110)).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(Fixture::waitUntil([&] { return count(startUnit()) > 1; }));
+    QCOMPARE(fixture->stop(task(110)).type(), QDBusMessage::ReplyMessage);
     QVERIFY2(count(startUnit()) < 100, "nothing waited");
-    stage->systemd->release(startUnit());
+    fixture->systemd->release(startUnit());
     expectSuccess(starts);
 }
 
 void TestManyStarts::startsNothingThatItsCallerHasGivenUp()
 {
     constexpr int asked = 60;
-    stage->systemd->hold(startUnit());
-    const QVector<QDBusPendingCall> starts = startTasks(asked, 3 * Stage::patienceMs);
-    QVERIFY(Stage::waitUntil([&] { return starts.constLast().isFinished(); }));
+    fixture->systemd->hold(startUnit());
+    const QVector<QDBusPendingCall> starts = startTasks(asked, 3 * Fixture::patienceMs);
+    QVERIFY(Fixture::waitUntil([&] { return starts.constLast().isFinished(); }));
     QCOMPARE(starts.constLast().error().name(),
              QStringLiteral("org.freedesktop.DBus.Error.Failed"));
     const int sent = count(startUnit());
     QVERIFY2(sent < asked, qPrintable(QString::number(sent)));
-    stage->systemd->release(startUnit());
+    fixture->systemd->release(startUnit());
     int succeeded = 0;
     for (const QDBusPendingCall &call : starts) {
-        QVERIFY(Stage::waitUntil([&] { return call.isFinished(); }));
+        QVERIFY(Fixture::waitUntil([&] { return call.isFinished(); }));
         succeeded += call.isError() ? 0 : 1;
     }
     QCOMPARE(succeeded, sent);
     QCOMPARE(count(startUnit()), sent);
     // What was started is what the answers say, and what comes now is started.
-    QCOMPARE(stage->call(startOf(0)).arguments(), QVariantList{0});
+    QCOMPARE(fixture->call(startOf(0)).arguments(), QVariantList{0});
 }
 
 void TestManyStarts::refusesMoreThanItCanKeep()
 {
     constexpr int calls = 1100;
-    stage->systemd->hold(stopUnit());
+    fixture->systemd->hold(stopUnit());
     for (int number = 0; number < calls; ++number)
-        stage->client.send(stopOf(number));
+        fixture->client.send(stopOf(number));
     for (const QDBusMessage &call : {startOf(0), stopOf(0)}) {
-        QCOMPARE(stage->call(call).errorName(),
+        QCOMPARE(fixture->call(call).errorName(),
                  QStringLiteral("org.freedesktop.DBus.Error.LimitsExceeded"));
     }
-    QVERIFY(!stage->root.exists(stage->root.unitFile(task(0))));
-    stage->systemd->release(stopUnit());
-    QVERIFY(Stage::waitUntil([&] { return count(stopUnit()) == 1024; }));
-    QVERIFY(Stage::waitUntil(
-        [&] { return stage->call(startOf(0)).type() == QDBusMessage::ReplyMessage; }));
+    QVERIFY(!fixture->root.exists(fixture->root.unitFile(task(0))));
+    fixture->systemd->release(stopUnit());
+    QVERIFY(Fixture::waitUntil([&] { return count(stopUnit()) == 1024; }));
+    QVERIFY(Fixture::waitUntil(
+        [&] { return fixture->call(startOf(0)).type() == QDBusMessage::ReplyMessage; }));
 }
 
 QTEST_GUILESS_MAIN(TestManyStarts)

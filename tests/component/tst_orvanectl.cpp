@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -79,45 +79,45 @@ private Q_SLOTS:
     void stopsOnlyWhatIsDeclared();
 
 private:
-    [[nodiscard]] ToolOutput run(const char *line) const { return stage->runTool(words(line)); }
-    [[nodiscard]] QStringList calls() const { return membersOf(stage->systemd->calls); }
+    [[nodiscard]] ToolOutput run(const char *line) const { return fixture->runTool(words(line)); }
+    [[nodiscard]] QStringList calls() const { return membersOf(fixture->systemd->calls); }
     // Has systemd say this of the task when it is started.
     void onStart(const std::function<void()> &happens) const;
     void emitService(const QVariantMap &changed) const;
     void emitUnit(const QVariantMap &changed) const;
     void runTheTask() const;
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
 };
 
 void TestOrvanectl::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
-    stage->root.writeApplication(QStringLiteral("Notes"),
-                                 "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\n"
-                                 "[X-Task alarm]\nType=OfTheUser\nExec=/opt/notes/worker\n");
-    stage->root.writeApplication(QStringLiteral("Mail"),
-                                 "[X-Task sync]\nType=Sync\nExec=/opt/mail/worker\n");
-    QVERIFY(stage->start());
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.writeApplication(QStringLiteral("Notes"),
+                                   "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\n"
+                                   "[X-Task alarm]\nType=OfTheUser\nExec=/opt/notes/worker\n");
+    fixture->root.writeApplication(QStringLiteral("Mail"),
+                                   "[X-Task sync]\nType=Sync\nExec=/opt/mail/worker\n");
+    QVERIFY(fixture->start());
 }
 
-void TestOrvanectl::cleanup() { stage.reset(); }
+void TestOrvanectl::cleanup() { fixture.reset(); }
 
 void TestOrvanectl::emitService(const QVariantMap &changed) const
 {
-    stage->systemd->emitChange(Stage::unitPath(task()), changed,
-                               QStringLiteral("org.freedesktop.systemd1.Service"));
+    fixture->systemd->emitChange(Fixture::unitPath(task()), changed,
+                                 QStringLiteral("org.freedesktop.systemd1.Service"));
 }
 
 void TestOrvanectl::emitUnit(const QVariantMap &changed) const
 {
-    stage->systemd->emitChange(Stage::unitPath(task()), changed);
+    fixture->systemd->emitChange(Fixture::unitPath(task()), changed);
 }
 
 void TestOrvanectl::onStart(const std::function<void()> &happens) const
 {
-    stage->systemd->onCall = [happens](const QDBusMessage &call) {
+    fixture->systemd->onCall = [happens](const QDBusMessage &call) {
         if (call.member() == QLatin1String("StartUnit"))
             happens();
     };
@@ -125,23 +125,23 @@ void TestOrvanectl::onStart(const std::function<void()> &happens) const
 
 void TestOrvanectl::runTheTask() const
 {
-    stage->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
+    fixture->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
     QVariantMap properties = unitState("active");
     properties.insert(QStringLiteral("MainPID"), 4711u);
     properties.insert(QStringLiteral("StateChangeTimestamp"), quint64(1580702706000000));
     properties.insert(QStringLiteral("CPUUsageNSec"), quint64(1500000000));
     properties.insert(QStringLiteral("MemoryCurrent"), quint64(12900000));
     properties.insert(QStringLiteral("ActiveEnterTimestampMonotonic"), quint64(1));
-    stage->systemd->properties.insert(unit(), properties);
-    stage->systemd->processes.insert(unit(), 3);
+    fixture->systemd->properties.insert(unit(), properties);
+    fixture->systemd->processes.insert(unit(), 3);
 }
 
 void TestOrvanectl::listsTasks()
 {
     runTheTask();
-    stage->systemd->units.append(
+    fixture->systemd->units.append(
         {QStringLiteral("ov_task.com.example.Gone.task_x.service"), QStringLiteral("failed"), {}});
-    stage->root.startAtBoot(task());
+    fixture->root.startAtBoot(task());
     const ToolOutput output = run("tasks");
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(QString::fromUtf8(output.out),
@@ -188,7 +188,7 @@ void TestOrvanectl::listsOnlyWhatIsAskedFor()
     QFETCH(QStringList, line);
     QFETCH(QStringList, tasks);
     runTheTask();
-    const ToolOutput output = stage->runTool(line + words("--json"));
+    const ToolOutput output = fixture->runTool(line + words("--json"));
     QStringList listed;
     for (const QJsonValue &value : objectIn(output.out).value(QStringLiteral("tasks")).toArray())
         listed.append(value.toObject().value(QStringLiteral("task")).toString());
@@ -198,11 +198,11 @@ void TestOrvanectl::listsOnlyWhatIsAskedFor()
 void TestOrvanectl::listsTheTasksOfAnImageWithoutAskingSystemd()
 {
     runTheTask();
-    stage->root.startAtBoot(task());
-    stage->systemd->calls.clear();
+    fixture->root.startAtBoot(task());
+    fixture->systemd->calls.clear();
     const ToolOutput output =
-        stage->runTool(words("tasks --json --root") << stage->root.path(),
-                       {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+        fixture->runTool(words("tasks --json --root") << fixture->root.path(),
+                         {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
     const QJsonArray tasks = objectIn(output.out).value(QStringLiteral("tasks")).toArray();
     QCOMPARE(tasks.size(), 3);
     const QJsonObject sync = tasks.at(2).toObject();
@@ -210,7 +210,7 @@ void TestOrvanectl::listsTheTasksOfAnImageWithoutAskingSystemd()
     QVERIFY(sync.value(QStringLiteral("atBoot")).toBool());
     QVERIFY(!sync.contains(QStringLiteral("state")));
     QVERIFY(!sync.contains(QStringLiteral("pid")));
-    QVERIFY(stage->systemd->calls.isEmpty());
+    QVERIFY(fixture->systemd->calls.isEmpty());
     QCOMPARE(output.status, 0);
 }
 
@@ -221,7 +221,7 @@ void TestOrvanectl::listsTypes()
              "TYPE       SERVED BY  TASKS  FILE\n"
              "OfTheUser  user           1  -\n"
              "Sync       system         2  "
-                 + stage->root.path(QStringLiteral("/usr/share/orvane/task-types/Sync.conf\n"))
+                 + fixture->root.path(QStringLiteral("/usr/share/orvane/task-types/Sync.conf\n"))
                        .toUtf8());
 }
 
@@ -245,12 +245,12 @@ void TestOrvanectl::startsWithEachHint()
             "--weight 7 --cpu-limit 9 --set MemoryMax=200M --env A=b");
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(output.status, 0);
-    const QByteArray text = stage->root.read(stage->root.unitFile(task()));
+    const QByteArray text = fixture->root.read(fixture->root.unitFile(task()));
     for (const char *line :
          {"\nUser=appuser\n", "\nWantedBy=multi-user.target\n", "\nOOMScoreAdjust=7\n",
           "\nLimitCPU=9\n", "\nMemoryMax=200M\n", "first -second\n", "A=b"})
         QVERIFY2(text.contains(line), line);
-    QVERIFY(stage->root.read(stage->root.policyFile(task())).contains("com.example.Own"));
+    QVERIFY(fixture->root.read(fixture->root.policyFile(task())).contains("com.example.Own"));
     QVERIFY(calls().contains(QStringLiteral("EnableUnitFiles")));
     // It has no directories of its own in a home.
     QVERIFY(!text.contains(".config"));
@@ -285,7 +285,7 @@ void TestOrvanectl::saysWhyAStartIsRefused()
     QFETCH(QStringList, line);
     QFETCH(QString, error);
     QFETCH(QByteArray, complaint);
-    const ToolOutput output = stage->runTool(line + QStringList(QStringLiteral("--json")));
+    const ToolOutput output = fixture->runTool(line + QStringList(QStringLiteral("--json")));
     QCOMPARE(output.status, 1);
     QCOMPARE(output.errors, QByteArray("orvanectl: " + complaint + '\n'));
     const QJsonObject object = objectIn(output.out);
@@ -308,7 +308,7 @@ void TestOrvanectl::refusesAWrongLine_data()
 void TestOrvanectl::refusesAWrongLine()
 {
     QFETCH(QStringList, line);
-    const ToolOutput output = stage->runTool(line);
+    const ToolOutput output = fixture->runTool(line);
     QCOMPARE(output.status, 2);
     QCOMPARE(output.out, QByteArray());
     QCOMPARE(output.errors.count('\n'), 1);
@@ -327,7 +327,7 @@ void TestOrvanectl::refusesARootThatIsNoDirectory()
     QFETCH(QString, root);
     for (const char *command : {"tasks", "lint", "doctor", "types"}) {
         const ToolOutput output =
-            stage->runTool({QString::fromLatin1(command), QStringLiteral("--root=") + root});
+            fixture->runTool({QString::fromLatin1(command), QStringLiteral("--root=") + root});
         QCOMPARE(output.status, 2);
         QCOMPARE(output.out, QByteArray());
         QCOMPARE(output.errors,
@@ -352,13 +352,13 @@ void TestOrvanectl::saysThatItCouldNotWrite()
 void TestOrvanectl::rendersWhatAStartWouldWrite()
 {
     // Asks nobody.
-    const ToolOutput output = stage->runTool(
+    const ToolOutput output = fixture->runTool(
         words("render com.example.Notes.task_sync --user appuser --own com.example.Own "
               "--permission NotThere --param last --at-boot"),
         {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
     QCOMPARE(output.status, 0);
-    QVERIFY(!stage->root.exists(stage->root.unitFile(task())));
-    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
+    QVERIFY(!fixture->root.exists(fixture->root.unitFile(task())));
+    QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
     QVERIFY2(output.errors.contains("orvanectl: Unknown permission \"NotThere\"\n"),
              output.errors.constData());
     QCOMPARE(run("start com.example.Notes.task_sync --user appuser --own com.example.Own "
@@ -366,10 +366,10 @@ void TestOrvanectl::rendersWhatAStartWouldWrite()
                  .status,
              0);
     const auto fileIn = [this](const QString &file) {
-        return "# " + stage->root.path(file).toUtf8() + '\n' + stage->root.read(file) + '\n';
+        return "# " + fixture->root.path(file).toUtf8() + '\n' + fixture->root.read(file) + '\n';
     };
-    const QByteArray files = fileIn(stage->root.unitFile(task()))
-        + fileIn(stage->root.policyFile(task()))
+    const QByteArray files = fileIn(fixture->root.unitFile(task()))
+        + fileIn(fixture->root.policyFile(task()))
         + "# command line, one word on each line\n/usr/bin/firejail\n";
     QCOMPARE(output.out.left(files.size()), files);
     QVERIFY(output.out.endsWith("\nlast\n\n# the unit would be enabled, too\n"));
@@ -415,7 +415,7 @@ void TestOrvanectl::rendersNothingWhenAStartWouldBeRefused()
 {
     QFETCH(QStringList, line);
     QFETCH(QByteArray, says);
-    const ToolOutput output = stage->runTool(words("render") + line);
+    const ToolOutput output = fixture->runTool(words("render") + line);
     QCOMPARE(output.status, 1);
     QCOMPARE(output.out, QByteArray());
     QCOMPARE(output.errors, "orvanectl: " + says + '\n');
@@ -443,7 +443,7 @@ void TestOrvanectl::saysThatThereIsNoBus()
 {
     QFETCH(QStringList, line);
     const ToolOutput output =
-        stage->runTool(line, {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+        fixture->runTool(line, {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
     QCOMPARE(output.status, 3);
     QCOMPARE(output.out, QByteArray());
     QCOMPARE(output.errors.count('\n'), 1);
@@ -494,7 +494,7 @@ void TestOrvanectl::waitsUntilATaskRuns()
 void TestOrvanectl::waitsForNothingWhenATaskRunsAlready()
 {
     runTheTask();
-    onStart([&] { stage->systemd->emitJobRemoved(unit(), QStringLiteral("done")); });
+    onStart([&] { fixture->systemd->emitJobRemoved(unit(), QStringLiteral("done")); });
     const ToolOutput output = run("start com.example.Notes.task_sync --user appuser --wait");
     QVERIFY(output.out.startsWith("com.example.Notes.task_sync runs"));
     QCOMPARE(output.status, 0);

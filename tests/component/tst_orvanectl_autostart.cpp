@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -42,36 +42,37 @@ private:
     // Below the root, without a daemon and without a bus.
     [[nodiscard]] ToolOutput read(const char *line) const
     {
-        return stage->runTool(words(line)
-                                  + QStringList{QStringLiteral("--root"), stage->root.path()},
-                              {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+        return fixture->runTool(words(line)
+                                    + QStringList{QStringLiteral("--root"), fixture->root.path()},
+                                {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
     }
-    [[nodiscard]] ToolOutput run(const char *line) const { return stage->runTool(words(line)); }
+    [[nodiscard]] ToolOutput run(const char *line) const { return fixture->runTool(words(line)); }
     [[nodiscard]] QString shipped() const
     {
-        return stage->root.path(QStringLiteral("/etc/am/conf.d/shipped.conf"));
+        return fixture->root.path(QStringLiteral("/etc/am/conf.d/shipped.conf"));
     }
     [[nodiscard]] QString stored(const char *name) const
     {
-        return stage->root.path(QStringLiteral("/var/lib/am/apps/com.example.Notes/")
-                                + QLatin1String(name));
+        return fixture->root.path(QStringLiteral("/var/lib/am/apps/com.example.Notes/")
+                                  + QLatin1String(name));
     }
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
 };
 
 void TestOrvanectlAutostart::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.write(QStringLiteral("/etc/am/conf.d/shipped.conf"),
-                      "[com.example.Notes]\nautostart=true\n[com.example.Mail]\nautostart=true\n");
-    stage->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/all-users.conf"),
-                      "# set\n[com.example.Notes]\nautostart=true\n");
-    stage->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/4242.conf"),
-                      "[com.example.Notes|4242]\nautostart=false\n");
+    fixture = std::make_unique<Fixture>();
+    fixture->root.write(
+        QStringLiteral("/etc/am/conf.d/shipped.conf"),
+        "[com.example.Notes]\nautostart=true\n[com.example.Mail]\nautostart=true\n");
+    fixture->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/all-users.conf"),
+                        "# set\n[com.example.Notes]\nautostart=true\n");
+    fixture->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/4242.conf"),
+                        "[com.example.Notes|4242]\nautostart=false\n");
 }
 
-void TestOrvanectlAutostart::cleanup() { stage.reset(); }
+void TestOrvanectlAutostart::cleanup() { fixture.reset(); }
 
 void TestOrvanectlAutostart::listsWhatStartsForAUser()
 {
@@ -151,7 +152,7 @@ void TestOrvanectlAutostart::explainsThatNoSettingSpeaksOfIt()
 
 void TestOrvanectlAutostart::takesUsersOfAnImage()
 {
-    stage->root.write(QStringLiteral("/etc/passwd"), "ofimage:x:4242:4242::/:\n");
+    fixture->root.write(QStringLiteral("/etc/passwd"), "ofimage:x:4242:4242::/:\n");
     const ToolOutput output = read("autostart list --user ofimage --json");
     QCOMPARE(objectIn(output.out).value(QStringLiteral("user")).toInt(), 4242);
     const ToolOutput unknown = read("autostart list --user nobody-of-that-name");
@@ -161,7 +162,7 @@ void TestOrvanectlAutostart::takesUsersOfAnImage()
 
 void TestOrvanectlAutostart::switchesForOneUserAndForAll()
 {
-    QVERIFY(stage->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    QVERIFY(fixture->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
     const ToolOutput output = run("autostart enable com.example.Notes --user 4242 --json");
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(output.status, 0);
@@ -177,7 +178,7 @@ void TestOrvanectlAutostart::switchesForOneUserAndForAll()
 void TestOrvanectlAutostart::saysWhoMaySwitch()
 {
     // Whose processes the daemon looks up below its root, where there are none.
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     const ToolOutput output = run("autostart enable com.example.Notes");
     QCOMPARE(output.status, 1);
     QCOMPARE(output.out, QByteArray());
@@ -186,7 +187,7 @@ void TestOrvanectlAutostart::saysWhoMaySwitch()
 
 void TestOrvanectlAutostart::saysThatAnIdIsNone()
 {
-    QVERIFY(stage->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    QVERIFY(fixture->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
     const ToolOutput output = run("autostart enable rubbish --user 4242");
     QCOMPARE(output.status, 1);
     QCOMPARE(output.errors,
@@ -207,7 +208,7 @@ void TestOrvanectlAutostart::refusesAWrongLine_data()
 void TestOrvanectlAutostart::refusesAWrongLine()
 {
     QFETCH(QStringList, line);
-    const ToolOutput output = stage->runTool(line);
+    const ToolOutput output = fixture->runTool(line);
     QCOMPARE(output.status, 2);
     QCOMPARE(output.out, QByteArray());
     QCOMPARE(output.errors.count('\n'), 1);

@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -38,8 +38,8 @@ class TestOrvanectlDoctor : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { stage = std::make_unique<Stage>(); }
-    void cleanup() { stage.reset(); }
+    void init() { fixture = std::make_unique<Fixture>(); }
+    void cleanup() { fixture.reset(); }
 
     void asksTheBusAndSystemd();
     void startsTheDaemonToAskIt();
@@ -50,23 +50,23 @@ private:
     [[nodiscard]] ToolOutput run(const QStringList &more = {},
                                  const QStringList &environment = {}) const
     {
-        return stage->runTool(QStringList{text("doctor"), text("--json")} + more, environment);
+        return fixture->runTool(QStringList{text("doctor"), text("--json")} + more, environment);
     }
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
 };
 
 void TestOrvanectlDoctor::asksTheBusAndSystemd()
 {
     QVariantMap daemon = unit("loaded", "active");
     daemon.insert(text("Environment"), QStringList{text("ORVANE_TASK_GROUPS=some")});
-    stage->systemd->properties.insert(text("orvane.service"), daemon);
-    stage->systemd->properties.insert(text("sailjail-prepare-binds.service"),
-                                      unit("loaded", "failed"));
-    stage->systemd->properties.insert(text("dbus.service"),
-                                      {{text("Id"), text("dbus-broker.service")}});
-    stage->root.write(text("/etc/group"), "some:x:7:\n");
-    QVERIFY(stage->start());
+    fixture->systemd->properties.insert(text("orvane.service"), daemon);
+    fixture->systemd->properties.insert(text("sailjail-prepare-binds.service"),
+                                        unit("loaded", "failed"));
+    fixture->systemd->properties.insert(text("dbus.service"),
+                                        {{text("Id"), text("dbus-broker.service")}});
+    fixture->root.write(text("/etc/group"), "some:x:7:\n");
+    QVERIFY(fixture->start());
     const ToolOutput output = run();
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(output.status, 1);
@@ -86,18 +86,18 @@ void TestOrvanectlDoctor::asksTheBusAndSystemd()
 
 void TestOrvanectlDoctor::startsTheDaemonToAskIt()
 {
-    stage->root.write(text("/usr/share/dbus-1/system.d/orvane.conf"),
-                      "<busconfig><policy user=\"root\"><allow own=\"org.zarn.Orvane\"/></policy>"
-                      "</busconfig>");
-    stage->root.write(text("/usr/share/dbus-1/system-services/org.zarn.Orvane.service"),
-                      "[D-BUS Service]\nSystemdService=orvane.service\n");
-    stage->systemd->properties.insert(text("orvane.service"), unit("loaded", "inactive"));
-    QVERIFY(stage->activateDaemon({}));
-    QVERIFY(!stage->nameIsOwned());
+    fixture->root.write(text("/usr/share/dbus-1/system.d/orvane.conf"),
+                        "<busconfig><policy user=\"root\"><allow own=\"org.zarn.Orvane\"/></policy>"
+                        "</busconfig>");
+    fixture->root.write(text("/usr/share/dbus-1/system-services/org.zarn.Orvane.service"),
+                        "[D-BUS Service]\nSystemdService=orvane.service\n");
+    fixture->systemd->properties.insert(text("orvane.service"), unit("loaded", "inactive"));
+    QVERIFY(fixture->activateDaemon({}));
+    QVERIFY(!fixture->nameIsOwned());
     const ToolOutput output = run();
     QCOMPARE(answerIn(output, "bus activation"), text("yes"));
     QCOMPARE(answerIn(output, "daemon"), text("yes"));
-    QVERIFY(stage->nameIsOwned());
+    QVERIFY(fixture->nameIsOwned());
 }
 
 void TestOrvanectlDoctor::saysThatTheBusIsNotThere()
@@ -121,7 +121,7 @@ void TestOrvanectlDoctor::looksAtFilesAloneOfAnImage()
     const QJsonObject object = QJsonDocument::fromJson(output.out).object();
     QCOMPARE(object.value(text("tasksAtBoot")).toArray().at(0).toObject().value(text("task")),
              QJsonValue(text("a.b.task_c")));
-    const ToolOutput words = stage->runTool({text("doctor"), text("--root"), image.path()});
+    const ToolOutput words = fixture->runTool({text("doctor"), text("--root"), image.path()});
     const QByteArray end = "\nOn its first boot:\n  a.b.task_c\n    " + image.path().toUtf8()
         + "/etc/systemd/system/ov_task.a.b.task_c.service\n";
     QVERIFY2(words.out.endsWith(end), words.out.constData());

@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -40,7 +40,7 @@ private Q_SLOTS:
 private:
     [[nodiscard]] ToolOutput show(const QString &id, const QStringList &more = {}) const
     {
-        return stage->runTool(QStringList{QStringLiteral("show"), id} + more);
+        return fixture->runTool(QStringList{QStringLiteral("show"), id} + more);
     }
     [[nodiscard]] QJsonObject shown(const QString &id = task()) const
     {
@@ -49,28 +49,28 @@ private:
     void runTheTask() const;
     void endTheTask() const;
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
 };
 
 void TestOrvanectlShow::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
     // The task's group begins on line 8.
-    stage->root.writeApplication(QStringLiteral("Notes"),
-                                 "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\n"
-                                 "Permissions=Internet;Documents\n"
-                                 "[X-Task index]\nType=Sync\n"
-                                 "[X-Task alarm]\nType=OfTheUser\nExec=/opt/notes/worker\n");
+    fixture->root.writeApplication(QStringLiteral("Notes"),
+                                   "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\n"
+                                   "Permissions=Internet;Documents\n"
+                                   "[X-Task index]\nType=Sync\n"
+                                   "[X-Task alarm]\nType=OfTheUser\nExec=/opt/notes/worker\n");
 }
 
-void TestOrvanectlShow::cleanup() { stage.reset(); }
+void TestOrvanectlShow::cleanup() { fixture.reset(); }
 
 void TestOrvanectlShow::runTheTask() const
 {
-    stage->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
-    stage->root.startAtBoot(task());
-    stage->systemd->properties.insert(
+    fixture->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
+    fixture->root.startAtBoot(task());
+    fixture->systemd->properties.insert(
         unit(),
         {{QStringLiteral("ActiveState"), QStringLiteral("active")},
          {QStringLiteral("MainPID"), 4711u},
@@ -81,21 +81,21 @@ void TestOrvanectlShow::runTheTask() const
          {QStringLiteral("Result"), QStringLiteral("success")},
          {QStringLiteral("ExecMainCode"), 0},
          {QStringLiteral("ExecMainStatus"), 0}});
-    stage->systemd->processes.insert(unit(), 3);
-    stage->root.write(QStringLiteral("/sys/fs/cgroup/system.slice/x.service/memory.peak"),
-                      "20971520\n");
-    stage->root.write(QStringLiteral("/proc/3/stat"), "3 (program) S 1 1 1 0");
-    stage->root.write(QStringLiteral("/proc/2/stat"), "2 (program) S 3 1 1 0");
+    fixture->systemd->processes.insert(unit(), 3);
+    fixture->root.write(QStringLiteral("/sys/fs/cgroup/system.slice/x.service/memory.peak"),
+                        "20971520\n");
+    fixture->root.write(QStringLiteral("/proc/3/stat"), "3 (program) S 1 1 1 0");
+    fixture->root.write(QStringLiteral("/proc/2/stat"), "2 (program) S 3 1 1 0");
 }
 
 void TestOrvanectlShow::endTheTask() const
 {
-    stage->systemd->units = {{unit(), QStringLiteral("failed"), QStringLiteral("failed")}};
-    stage->systemd->properties.insert(unit(),
-                                      {{QStringLiteral("ActiveState"), QStringLiteral("failed")},
-                                       {QStringLiteral("Result"), QStringLiteral("exit-code")},
-                                       {QStringLiteral("ExecMainCode"), 1},
-                                       {QStringLiteral("ExecMainStatus"), 3}});
+    fixture->systemd->units = {{unit(), QStringLiteral("failed"), QStringLiteral("failed")}};
+    fixture->systemd->properties.insert(unit(),
+                                        {{QStringLiteral("ActiveState"), QStringLiteral("failed")},
+                                         {QStringLiteral("Result"), QStringLiteral("exit-code")},
+                                         {QStringLiteral("ExecMainCode"), 1},
+                                         {QStringLiteral("ExecMainStatus"), 3}});
 }
 
 void TestOrvanectlShow::showsATaskThatRuns()
@@ -120,7 +120,7 @@ void TestOrvanectlShow::showsATaskThatRuns()
                             "               3 program\n"
                             "                 2 program\n"
                             "Log          there is no journal\n")
-                 .arg(stage->root.path()));
+                 .arg(fixture->root.path()));
     QCOMPARE(output.status, 0);
 }
 
@@ -151,7 +151,7 @@ void TestOrvanectlShow::showsATaskThatRunsAsJson()
 void TestOrvanectlShow::takesThePeakFromSystemdWhereItTells()
 {
     runTheTask();
-    stage->systemd->properties[unit()].insert(QStringLiteral("MemoryPeak"), quint64(30000000));
+    fixture->systemd->properties[unit()].insert(QStringLiteral("MemoryPeak"), quint64(30000000));
     QCOMPARE(shown().value(QStringLiteral("memoryPeakBytes")).toInt(), 30000000);
 }
 
@@ -178,7 +178,7 @@ void TestOrvanectlShow::showsATaskThatNeverRan()
 void TestOrvanectlShow::showsWhatIsNotDeclaredAnyMore()
 {
     runTheTask();
-    stage->root.remove(QStringLiteral("/usr/share/applications/Notes.desktop"));
+    fixture->root.remove(QStringLiteral("/usr/share/applications/Notes.desktop"));
     const QJsonObject object = shown();
     QCOMPARE(object.value(QStringLiteral("declared")).toBool(true), false);
     QVERIFY(!object.contains(QStringLiteral("servedBy")));
@@ -198,12 +198,12 @@ void TestOrvanectlShow::knowsNoStateOfATaskOfTheSession()
 void TestOrvanectlShow::showsTheDeclarationOfAnImage()
 {
     runTheTask();
-    stage->systemd->calls.clear();
-    const ToolOutput output = show(task(), {QStringLiteral("--root"), stage->root.path()});
+    fixture->systemd->calls.clear();
+    const ToolOutput output = show(task(), {QStringLiteral("--root"), fixture->root.path()});
     QVERIFY(output.out.contains("Exec         /opt/notes/worker (line 10)\n"));
     QVERIFY(!output.out.contains("State"));
     QCOMPARE(output.status, 0);
-    QVERIFY(stage->systemd->calls.isEmpty());
+    QVERIFY(fixture->systemd->calls.isEmpty());
 }
 
 void TestOrvanectlShow::saysThatThereIsNoSuchTask()

@@ -1,6 +1,6 @@
 #include "cli/command.h"
 #include "cli/table.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -99,34 +99,34 @@ private:
     // What a command shows until it has shown this.
     [[nodiscard]] QStringList shownBy(const QString &line, const QString &until) const;
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
 };
 
 void TestOrvanectlTerminal::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
-    stage->root.writeApplication(
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.writeApplication(
         application(),
         "[X-Task synchroniseEverything]\nType=Sync\n"
         "Exec=/opt/app/com.example.notes/current/libexec/synchronise --with a --number of --words\n"
         "Permissions=Internet;Documents\n"
         "[X-Task broken]\nType=Sync\nExec=relative\n");
-    stage->root.write(QStringLiteral("/etc/am/conf.d/a-file-of-the-vendor.conf"),
-                      "[com.example." + application().toUtf8() + "]\nautostart=true\n");
-    stage->root.write(QStringLiteral("/usr/share/applications/viewer.desktop"),
-                      "[Desktop Entry]\nType=Application\nName=V\nExec=/bin/true\n"
-                      "MimeType=text/plain\n");
-    QVERIFY(stage->start());
+    fixture->root.write(QStringLiteral("/etc/am/conf.d/a-file-of-the-vendor.conf"),
+                        "[com.example." + application().toUtf8() + "]\nautostart=true\n");
+    fixture->root.write(QStringLiteral("/usr/share/applications/viewer.desktop"),
+                        "[Desktop Entry]\nType=Application\nName=V\nExec=/bin/true\n"
+                        "MimeType=text/plain\n");
+    QVERIFY(fixture->start());
     runTheTask();
 }
 
-void TestOrvanectlTerminal::cleanup() { stage.reset(); }
+void TestOrvanectlTerminal::cleanup() { fixture.reset(); }
 
 void TestOrvanectlTerminal::runTheTask() const
 {
-    stage->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
-    stage->systemd->properties.insert(
+    fixture->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
+    fixture->systemd->properties.insert(
         unit(),
         {{QStringLiteral("ActiveState"), QStringLiteral("active")},
          {QStringLiteral("MainPID"), 4194304u},
@@ -135,7 +135,7 @@ void TestOrvanectlTerminal::runTheTask() const
          {QStringLiteral("CPUUsageNSec"), quint64(15000000000000)},
          {QStringLiteral("MemoryCurrent"), quint64(12900000000)},
          {QStringLiteral("ActiveEnterTimestampMonotonic"), quint64(1)}});
-    stage->systemd->processes.insert(unit(), 3);
+    fixture->systemd->processes.insert(unit(), 3);
 }
 
 void TestOrvanectlTerminal::fitsATerminal_data()
@@ -148,10 +148,10 @@ void TestOrvanectlTerminal::fitsATerminal_data()
 
 QStringList TestOrvanectlTerminal::shownBy(const QString &line, const QString &until) const
 {
-    const auto tool = stage->startToolInTerminal(
+    const auto tool = fixture->startToolInTerminal(
         words(line) + QStringList(QStringLiteral("--no-pager")), columns);
     const bool goesOn = line == QLatin1String("top") || line == QLatin1String("watch");
-    (void)Stage::waitUntil([&] {
+    (void)Fixture::waitUntil([&] {
         return tool->hasEnded()
             || (goesOn && QString::fromUtf8(tool->output().out).contains(until));
     });

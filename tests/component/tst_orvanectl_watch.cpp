@@ -1,5 +1,5 @@
 #include "common/DBus/types.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDBusObjectPath>
 #include <QJsonDocument>
@@ -63,35 +63,35 @@ private:
     [[nodiscard]] QVector<QJsonObject> told() { return objectsIn(tool->output().out); }
     [[nodiscard]] bool hasTold(int count)
     {
-        return Stage::waitUntil([this, count] { return told().size() >= count; });
+        return Fixture::waitUntil([this, count] { return told().size() >= count; });
     }
     void change(const QString &task, const QVariantMap &service, const QVariantMap &unit) const;
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
     std::unique_ptr<ToolProcess> tool;
 };
 
 void TestOrvanectlWatch::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
-    stage->root.writeApplication(QStringLiteral("Many"),
-                                 "[X-Task t1]\nType=Sync\nExec=/opt/x\n"
-                                 "[X-Task t2]\nType=Other\nExec=/opt/x\n");
-    QVERIFY(stage->start());
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.writeApplication(QStringLiteral("Many"),
+                                   "[X-Task t1]\nType=Sync\nExec=/opt/x\n"
+                                   "[X-Task t2]\nType=Other\nExec=/opt/x\n");
+    QVERIFY(fixture->start());
 }
 
 void TestOrvanectlWatch::cleanup()
 {
     tool.reset();
-    stage.reset();
+    fixture.reset();
 }
 
 void TestOrvanectlWatch::watch(const QStringList &options)
 {
-    tool =
-        stage->startTool(QStringList{QStringLiteral("watch"), QStringLiteral("--json")} + options);
-    QVERIFY(Stage::waitUntil([this] {
+    tool = fixture->startTool(QStringList{QStringLiteral("watch"), QStringLiteral("--json")}
+                              + options);
+    QVERIFY(Fixture::waitUntil([this] {
         const QVector<QJsonObject> objects = told();
         return !objects.isEmpty() && eventOf(objects.constLast()) == QLatin1String("watching");
     }));
@@ -100,9 +100,9 @@ void TestOrvanectlWatch::watch(const QStringList &options)
 void TestOrvanectlWatch::change(const QString &task, const QVariantMap &service,
                                 const QVariantMap &unit) const
 {
-    const QString path = Stage::unitPath(task);
-    stage->systemd->emitChange(path, service, QStringLiteral("org.freedesktop.systemd1.Service"));
-    stage->systemd->emitChange(path, unit);
+    const QString path = Fixture::unitPath(task);
+    fixture->systemd->emitChange(path, service, QStringLiteral("org.freedesktop.systemd1.Service"));
+    fixture->systemd->emitChange(path, unit);
 }
 
 void TestOrvanectlWatch::tellsOfEachOfManyShortRunsOnce()
@@ -134,8 +134,8 @@ void TestOrvanectlWatch::tellsOfEachOfManyShortRunsOnce()
 void TestOrvanectlWatch::tellsWhatRanBefore()
 {
     const QString unit = QStringLiteral("ov_task.%1.service").arg(taskNumber(1));
-    stage->systemd->units = {{unit, QStringLiteral("active"), QStringLiteral("running")}};
-    stage->systemd->properties.insert(unit, unitState("active", QByteArray(16, 'a')));
+    fixture->systemd->units = {{unit, QStringLiteral("active"), QStringLiteral("running")}};
+    fixture->systemd->properties.insert(unit, unitState("active", QByteArray(16, 'a')));
     watch();
     QCOMPARE(eventOf(told().constFirst()), QStringLiteral("running"));
     change(taskNumber(1), serviceState("exit-code", 4), unitState("failed", QByteArray(16, 'a')));
@@ -159,7 +159,7 @@ void TestOrvanectlWatch::tellsOfTheUsersSession()
 {
     DBus::registerTypes();
     const QString path = QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/Other");
-    FakeUserService user(stage->connect());
+    FakeUserService user(fixture->connect());
     const auto listOf = [](const QVector<Orvane::ActiveTask> &tasks) {
         return QVariantMap{{QStringLiteral("ActiveTasks"), QVariant::fromValue(tasks)}};
     };
@@ -180,8 +180,8 @@ void TestOrvanectlWatch::tellsOfTheUsersSession()
 void TestOrvanectlWatch::endsWithTheBus()
 {
     watch();
-    stage->bus.stop();
-    QVERIFY(Stage::waitUntil([this] { return tool->hasEnded(); }));
+    fixture->bus.stop();
+    QVERIFY(Fixture::waitUntil([this] { return tool->hasEnded(); }));
     QCOMPARE(tool->output().status, 3);
 }
 

@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -53,7 +53,7 @@ private:
     [[nodiscard]] ToolOutput run(const QStringList &words,
                                  const QStringList &environment = {}) const
     {
-        return stage->runTool(QStringList{QStringLiteral("why")} + words, environment);
+        return fixture->runTool(QStringList{QStringLiteral("why")} + words, environment);
     }
     [[nodiscard]] QJsonObject explained(const QStringList &words,
                                         const QStringList &environment = {}) const
@@ -63,26 +63,26 @@ private:
     }
     void enableAutostart() const;
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
 };
 
 void TestOrvanectlWhy::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
-    stage->root.write(QStringLiteral("/usr/share/applications/com.example.Notes.desktop"),
-                      "[Desktop Entry]\nType=Application\nName=Notes\n[X-Application]\n"
-                      "OrganizationName=com.example\nApplicationName=Notes\n"
-                      "[X-Task sync]\nType=Sync\nExec=/bin/true\n");
-    stage->root.write(QStringLiteral("/unit"), "");
-    stage->systemd->properties.insert(
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.write(QStringLiteral("/usr/share/applications/com.example.Notes.desktop"),
+                        "[Desktop Entry]\nType=Application\nName=Notes\n[X-Application]\n"
+                        "OrganizationName=com.example\nApplicationName=Notes\n"
+                        "[X-Task sync]\nType=Sync\nExec=/bin/true\n");
+    fixture->root.write(QStringLiteral("/unit"), "");
+    fixture->systemd->properties.insert(
         unit(),
         {{QStringLiteral("LoadState"), QStringLiteral("loaded")},
-         {QStringLiteral("FragmentPath"), stage->root.path(QStringLiteral("/unit"))},
+         {QStringLiteral("FragmentPath"), fixture->root.path(QStringLiteral("/unit"))},
          {QStringLiteral("ActiveState"), QStringLiteral("active")},
          {QStringLiteral("MainPID"), 4711u},
          {QStringLiteral("User"), QStringLiteral("nobody")}});
-    stage->systemd->properties.insert(
+    fixture->systemd->properties.insert(
         QStringLiteral("orvane.service"),
         {{QStringLiteral("LoadState"), QStringLiteral("loaded")},
          {QStringLiteral("ActiveState"), QStringLiteral("active")},
@@ -91,11 +91,11 @@ void TestOrvanectlWhy::init()
           QStringList{QStringLiteral("ORVANE_TASK_GROUPS=privileged")}}});
 }
 
-void TestOrvanectlWhy::cleanup() { stage.reset(); }
+void TestOrvanectlWhy::cleanup() { fixture.reset(); }
 
 void TestOrvanectlWhy::asksTheDaemonAndSystemd()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     const QJsonObject object = explained({task()});
     QCOMPARE(field(object, "task"), task());
     QCOMPARE(gateIn(object, "bus"), QStringLiteral("yes the system bus answers"));
@@ -106,13 +106,13 @@ void TestOrvanectlWhy::asksTheDaemonAndSystemd()
     QCOMPARE(gateIn(object, "known"), QStringLiteral("yes the answer lists it"));
     QCOMPARE(gateIn(object, "unit"),
              QStringLiteral("yes %1, not started at boot")
-                 .arg(stage->root.path(QStringLiteral("/unit"))));
+                 .arg(fixture->root.path(QStringLiteral("/unit"))));
     QVERIFY(gateIn(object, "last result").startsWith(QLatin1String("yes running")));
 }
 
 void TestOrvanectlWhy::takesTheUserOfTheUnit()
 {
-    QVERIFY(stage->start());
+    QVERIFY(fixture->start());
     const QJsonObject object = explained({task()});
     QCOMPARE(field(object, "user"), QStringLiteral("nobody"));
     QCOMPARE(gateIn(object, "user"), QStringLiteral("yes nobody is user 65534"));
@@ -123,8 +123,8 @@ void TestOrvanectlWhy::takesTheUserOfTheUnit()
 
 void TestOrvanectlWhy::findsThatTheDaemonReadsOtherFolders()
 {
-    QVERIFY(stage->start(
-        {QStringLiteral("XDG_DATA_DIRS=/nowhere:") + stage->root.path(QStringLiteral("/etc")),
+    QVERIFY(fixture->start(
+        {QStringLiteral("XDG_DATA_DIRS=/nowhere:") + fixture->root.path(QStringLiteral("/etc")),
          QStringLiteral("XDG_DATA_HOME=/nowhere")}));
     const QJsonObject object = explained({task()});
     // The type's file is out of the daemon's sight, too, so that it asks the per-user service.
@@ -153,24 +153,24 @@ void TestOrvanectlWhy::answersWhatFilesSayWithoutABus()
 
 void TestOrvanectlWhy::asksNothingThatRunsAboutAnImage()
 {
-    QVERIFY(stage->start());
-    stage->systemd->calls.clear();
-    const QJsonObject object = explained({task(), QStringLiteral("--root"), stage->root.path()});
+    QVERIFY(fixture->start());
+    fixture->systemd->calls.clear();
+    const QJsonObject object = explained({task(), QStringLiteral("--root"), fixture->root.path()});
     QVERIFY(gateIn(object, "task").startsWith(QLatin1String("yes ")));
     QCOMPARE(gateIn(object, "bus"), QString());
     QCOMPARE(gateIn(object, "unit"), QString());
-    QVERIFY(stage->systemd->calls.isEmpty());
+    QVERIFY(fixture->systemd->calls.isEmpty());
 }
 
 void TestOrvanectlWhy::enableAutostart() const
 {
-    stage->root.write(QStringLiteral("/etc/am/conf.d/shipped.conf"),
-                      "[com.example.Notes]\nautostart=false\n");
-    stage->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/4242.conf"),
-                      "[com.example.Notes|4242]\nautostart=true\n");
-    stage->root.write(QStringLiteral("/usr/lib/systemd/user/orvane-launcher.service"),
-                      "[Service]\n");
-    stage->root.write(
+    fixture->root.write(QStringLiteral("/etc/am/conf.d/shipped.conf"),
+                        "[com.example.Notes]\nautostart=false\n");
+    fixture->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/4242.conf"),
+                        "[com.example.Notes|4242]\nautostart=true\n");
+    fixture->root.write(QStringLiteral("/usr/lib/systemd/user/orvane-launcher.service"),
+                        "[Service]\n");
+    fixture->root.write(
         QStringLiteral("/usr/lib/systemd/user/default.target.wants/orvane-launcher.service"), "");
 }
 
@@ -185,7 +185,7 @@ void TestOrvanectlWhy::explainsAnApplication()
              QStringLiteral("yes user: yes in %1/var/lib/am/apps/com.example.Notes/4242.conf:2, "
                             "which decides; all users: no setting; system: no in "
                             "%1/etc/am/conf.d/shipped.conf:2")
-                 .arg(stage->root.path()));
+                 .arg(fixture->root.path()));
     QVERIFY(!object.contains(QStringLiteral("firstShut")));
     const QJsonObject other =
         explained({application, QStringLiteral("--user"), QStringLiteral("4243")});

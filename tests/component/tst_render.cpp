@@ -4,7 +4,7 @@
 #include "cli/rendering.h"
 #include "common/places.h"
 #include "component/generated_starts.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -103,7 +103,7 @@ private:
     void compare(const Start &start);
     void compareTool(const Start &start) const;
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
     QVector<Cli::DeclaredTask> tasks;
     // Declared with an id that does not parse back, so that nobody can name them.
     QVector<Cli::DeclaredTask> nameless;
@@ -114,14 +114,14 @@ private:
 
 void TestRender::initTestCase()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
     GeneratedStarts generated(seed);
     for (int number = 0; number < applications; ++number)
-        generated.writeApplication(stage->root, number);
+        generated.writeApplication(fixture->root, number);
     // As main() of the tool does.
     QCoreApplication::setApplicationName(QStringLiteral("orvane"));
-    setEnvironment(stage->root.environment()
+    setEnvironment(fixture->root.environment()
                    + QStringList{QStringLiteral("ORVANE_COMPONENT_TESTS=1")});
     Places::setOfProcess(Places::ofEnvironment());
     for (const Cli::DeclaredTask &task : Cli::declaredTasks()) {
@@ -129,30 +129,30 @@ void TestRender::initTestCase()
         (isFound ? tasks : nameless).append(task);
     }
     QVERIFY(tasks.size() > applications * 3 / 4);
-    QVERIFY(stage->start());
-    QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(fixture->start());
+    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
 }
 
-void TestRender::cleanupTestCase() { stage.reset(); }
+void TestRender::cleanupTestCase() { fixture.reset(); }
 
 QByteArray TestRender::unit(const QString &task) const
 {
-    return stage->root.read(stage->root.unitFile(task));
+    return fixture->root.read(fixture->root.unitFile(task));
 }
 
 QByteArray TestRender::policy(const QString &task) const
 {
-    return stage->root.read(stage->root.policyFile(task));
+    return fixture->root.read(fixture->root.policyFile(task));
 }
 
 void TestRender::send(Start &start) const
 {
     const QString task = start.task.taskId.toString();
-    stage->root.remove(stage->root.unitFile(task));
-    stage->root.remove(stage->root.policyFile(task));
-    start.call = stage->client.asyncCall(
-        Stage::startCall(task, start.request.hints(), start.request.information()),
-        Stage::patienceMs);
+    fixture->root.remove(fixture->root.unitFile(task));
+    fixture->root.remove(fixture->root.policyFile(task));
+    start.call = fixture->client.asyncCall(
+        Fixture::startCall(task, start.request.hints(), start.request.information()),
+        Fixture::patienceMs);
 }
 
 void TestRender::start(QVector<Start> &starts) const
@@ -161,7 +161,7 @@ void TestRender::start(QVector<Start> &starts) const
     for (auto first = starts.begin(); first != starts.end();) {
         const auto end = first + std::min(atOnce, int(starts.end() - first));
         std::for_each(first, end, [this](Start &start) { send(start); });
-        QVERIFY(Stage::waitUntil([&] { return std::all_of(first, end, isAnswered); }));
+        QVERIFY(Fixture::waitUntil([&] { return std::all_of(first, end, isAnswered); }));
         first = end;
     }
 }
@@ -216,8 +216,8 @@ void TestRender::compareTool(const Start &start) const
 {
     const QString task = start.task.taskId.toString();
     const ToolOutput output =
-        stage->runTool(QStringList{QStringLiteral("render"), task, QStringLiteral("--json")}
-                       + optionsOf(start.request));
+        fixture->runTool(QStringList{QStringLiteral("render"), task, QStringLiteral("--json")}
+                         + optionsOf(start.request));
     const QJsonObject object = QJsonDocument::fromJson(output.out).object();
     const auto text = [&object](const char *field) {
         return object.value(QLatin1String(field)).toString();

@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
@@ -80,38 +80,39 @@ private Q_SLOTS:
     void tracksAThousandUnits();
 
 private:
-    static QVariant property(const Stage &stage, const QString &name)
+    static QVariant property(const Fixture &fixture, const QString &name)
     {
-        const QDBusMessage reply = stage.call(Stage::methodCall(
-            Stage::sessionPath(), QString::fromLatin1(properties), QStringLiteral("Get"),
+        const QDBusMessage reply = fixture.call(Fixture::methodCall(
+            Fixture::sessionPath(), QString::fromLatin1(properties), QStringLiteral("Get"),
             {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), name}));
         return reply.arguments().value(0).value<QDBusVariant>().variant();
     }
-    static QVector<Active> activeTasks(const Stage &stage)
+    static QVector<Active> activeTasks(const Fixture &fixture)
     {
-        return activeTasksIn(property(stage, QStringLiteral("ActiveTasks")));
+        return activeTasksIn(property(fixture, QStringLiteral("ActiveTasks")));
     }
-    static void addNotes(Stage &stage)
+    static void addNotes(Fixture &fixture)
     {
-        stage.root.serveType(syncType());
-        stage.root.writeApplication(QStringLiteral("Notes"), notesTasks());
+        fixture.root.serveType(syncType());
+        fixture.root.writeApplication(QStringLiteral("Notes"), notesTasks());
     }
-    static bool startNotes(Stage &stage)
+    static bool startNotes(Fixture &fixture)
     {
-        return stage.registerInvoker(syncType()).type() == QDBusMessage::ReplyMessage
-            && stage.start(syncTask(), {{QStringLiteral("User"), QStringLiteral("nobody")}}).type()
+        return fixture.registerInvoker(syncType()).type() == QDBusMessage::ReplyMessage
+            && fixture.start(syncTask(), {{QStringLiteral("User"), QStringLiteral("nobody")}})
+                   .type()
             == QDBusMessage::ReplyMessage;
     }
 };
 
 void TestSessions::givesThePathAndBothLists()
 {
-    Stage stage;
-    addNotes(stage);
-    QVERIFY(stage.start());
-    const QDBusMessage reply = stage.registerInvoker(syncType());
+    Fixture fixture;
+    addNotes(fixture);
+    QVERIFY(fixture.start());
+    const QDBusMessage reply = fixture.registerInvoker(syncType());
     QCOMPARE(reply.signature(), QStringLiteral("oa{sv}"));
-    QCOMPARE(reply.arguments().at(0).value<QDBusObjectPath>().path(), Stage::sessionPath());
+    QCOMPARE(reply.arguments().at(0).value<QDBusObjectPath>().path(), Fixture::sessionPath());
     const auto lists = qdbus_cast<QVariantMap>(reply.arguments().at(1));
     QCOMPARE(lists.keys(),
              QStringList({QStringLiteral("ActiveTasks"), QStringLiteral("AvailableTasks")}));
@@ -138,12 +139,12 @@ void TestSessions::givesThePathAndBothLists()
 
 void TestSessions::logsTheRegistration()
 {
-    Stage stage;
-    stage.root.serveType(syncType());
-    QVERIFY(stage.start());
-    (void)stage.registerInvoker(syncType());
-    QVERIFY(stage.waitUntil([&] { return stage.daemon.log().endsWith('\n'); }));
-    const QByteArray log = stage.daemon.log();
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
+    (void)fixture.registerInvoker(syncType());
+    QVERIFY(fixture.waitUntil([&] { return fixture.daemon.log().endsWith('\n'); }));
+    const QByteArray log = fixture.daemon.log();
     QVERIFY2(log.startsWith("src/system/DBus/task_invoker.cpp:")
                  && log.endsWith(": void DBus::TaskInvoker::RegisterInvoker(const QString&, "
                                  "QDBusObjectPath&, QVariantMap&): \"Sync\"\n"),
@@ -152,12 +153,12 @@ void TestSessions::logsTheRegistration()
 
 void TestSessions::servesATypeWithoutTasks()
 {
-    Stage stage;
-    stage.root.serveType(syncType());
-    QVERIFY(stage.start());
-    const QDBusMessage reply = stage.registerInvoker(syncType());
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
+    const QDBusMessage reply = fixture.registerInvoker(syncType());
     QCOMPARE(reply.signature(), QStringLiteral("oa{sv}"));
-    const auto list = property(stage, QStringLiteral("AvailableTasks")).value<QDBusArgument>();
+    const auto list = property(fixture, QStringLiteral("AvailableTasks")).value<QDBusArgument>();
     QCOMPARE(list.currentSignature(), QStringLiteral("a(sa{sv})"));
     list.beginArray();
     QVERIFY(list.atEnd());
@@ -166,34 +167,35 @@ void TestSessions::servesATypeWithoutTasks()
 
 void TestSessions::sharesOneSessionAmongItsClients()
 {
-    Stage stage;
-    stage.root.serveType(syncType());
-    QVERIFY(stage.start());
-    const QDBusConnection other = stage.connect();
-    const QVariant mine = stage.registerInvoker(syncType()).arguments().value(0);
-    const QVariant his = stage.call(Stage::registerCall(syncType()), other).arguments().value(0);
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
+    const QDBusConnection other = fixture.connect();
+    const QVariant mine = fixture.registerInvoker(syncType()).arguments().value(0);
+    const QVariant his =
+        fixture.call(Fixture::registerCall(syncType()), other).arguments().value(0);
     QCOMPARE(his.value<QDBusObjectPath>().path(), mine.value<QDBusObjectPath>().path());
 
     // What one closes is closed for both, and the close is answered with nothing.
     const QDBusMessage closed =
-        stage.call(Stage::sessionCall(QStringLiteral("CloseSession")), other);
+        fixture.call(Fixture::sessionCall(QStringLiteral("CloseSession")), other);
     QCOMPARE(closed.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(closed.signature(), QString());
-    QCOMPARE(stage.stop(syncTask()).errorName(),
+    QCOMPARE(fixture.stop(syncTask()).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
 }
 
 void TestSessions::exportsItsMethodsAndPropertiesOnly()
 {
-    Stage stage;
-    stage.root.serveType(syncType());
-    QVERIFY(stage.start());
-    (void)stage.registerInvoker(syncType());
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
+    (void)fixture.registerInvoker(syncType());
     const QString xml =
-        stage
-            .call(Stage::methodCall(Stage::sessionPath(),
-                                    QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                    QStringLiteral("Introspect")))
+        fixture
+            .call(Fixture::methodCall(Fixture::sessionPath(),
+                                      QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                      QStringLiteral("Introspect")))
             .arguments()
             .value(0)
             .toString();
@@ -207,89 +209,90 @@ void TestSessions::exportsItsMethodsAndPropertiesOnly()
 
 void TestSessions::isThereAgainRightBehindAClose()
 {
-    Stage stage;
-    stage.root.serveType(syncType());
-    QVERIFY(stage.start());
-    (void)stage.registerInvoker(syncType());
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
+    (void)fixture.registerInvoker(syncType());
     for (int round = 0; round < 20; ++round) {
         // Both are on the way before the first is handled.
-        stage.client.asyncCall(Stage::sessionCall(QStringLiteral("CloseSession")));
-        QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
-        QCOMPARE(stage.stop(syncTask()).type(), QDBusMessage::ReplyMessage);
+        fixture.client.asyncCall(Fixture::sessionCall(QStringLiteral("CloseSession")));
+        QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture.stop(syncTask()).type(), QDBusMessage::ReplyMessage);
     }
 }
 
 void TestSessions::registersAClientThatWantsNoReply()
 {
-    Stage stage;
-    stage.root.serveType(syncType());
-    QVERIFY(stage.start());
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
     for (int round = 0; round < 3; ++round) {
         for (int call = 0; call < 3; ++call)
-            QVERIFY(stage.client.send(Stage::registerCall(syncType())));
-        QVERIFY(stage.waitUntil(
-            [&] { return stage.stop(syncTask()).type() == QDBusMessage::ReplyMessage; }));
-        QCOMPARE(stage.call(Stage::sessionCall(QStringLiteral("CloseSession"))).type(),
+            QVERIFY(fixture.client.send(Fixture::registerCall(syncType())));
+        QVERIFY(fixture.waitUntil(
+            [&] { return fixture.stop(syncTask()).type() == QDBusMessage::ReplyMessage; }));
+        QCOMPARE(fixture.call(Fixture::sessionCall(QStringLiteral("CloseSession"))).type(),
                  QDBusMessage::ReplyMessage);
     }
 }
 
 void TestSessions::keepsTheNextSessionWhenTheLastIsClosedTwice()
 {
-    Stage stage;
-    addNotes(stage);
-    QVERIFY(stage.start());
-    QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
-    const QDBusMessage close = Stage::sessionCall(QStringLiteral("CloseSession"));
+    Fixture fixture;
+    addNotes(fixture);
+    QVERIFY(fixture.start());
+    QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
+    const QDBusMessage close = Fixture::sessionCall(QStringLiteral("CloseSession"));
     for (int round = 0; round < 200; ++round) {
         // In one go, so that the second close may be meant for the first session still.
-        stage.client.asyncCall(close);
-        stage.client.asyncCall(Stage::registerCall(syncType()));
-        stage.client.asyncCall(close);
+        fixture.client.asyncCall(close);
+        fixture.client.asyncCall(Fixture::registerCall(syncType()));
+        fixture.client.asyncCall(close);
         // Whatever became of it: a client that registers now can close its session, and does so
         // once.
-        QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
-        QCOMPARE(stage.call(close).type(), QDBusMessage::ReplyMessage);
-        QCOMPARE(stage.call(close).errorName(),
+        QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture.call(close).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture.call(close).errorName(),
                  QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
-        QCOMPARE(stage.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
     }
 }
 
 void TestSessions::answersForATypeThatIsNoObjectPath()
 {
-    Stage stage;
+    Fixture fixture;
     const QString type = QStringLiteral("a b");
-    stage.root.serveType(type);
-    QVERIFY(stage.start());
+    fixture.root.serveType(type);
+    QVERIFY(fixture.start());
     // The session is kept, so the second time is no different.
     for (int round = 0; round < 2; ++round) {
-        const QDBusMessage reply = stage.registerInvoker(type);
+        const QDBusMessage reply = fixture.registerInvoker(type);
         QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
         QCOMPARE(reply.errorMessage(),
                  QStringLiteral("Task type \"a b\" cannot be part of an object path"));
     }
-    QVERIFY(stage.daemonLogs("QDBusObjectPath: invalid path"));
+    QVERIFY(fixture.daemonLogs("QDBusObjectPath: invalid path"));
 }
 
 void TestSessions::announcesRunningTasks()
 {
-    Stage stage;
-    addNotes(stage);
-    QVERIFY(stage.start());
-    QVERIFY(startNotes(stage));
-    SignalRecorder changes(stage.client, QStringLiteral("org.zarn.Orvane"), Stage::sessionPath(),
-                           QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
-    stage.systemd->emitChange(Stage::unitPath(syncTask()), {{QStringLiteral("MainPID"), 4711u}},
-                              QStringLiteral("org.freedesktop.systemd1.Service"));
-    stage.systemd->emitChange(Stage::unitPath(syncTask()), runningUnit());
+    Fixture fixture;
+    addNotes(fixture);
+    QVERIFY(fixture.start());
+    QVERIFY(startNotes(fixture));
+    SignalRecorder changes(fixture.client, QStringLiteral("org.zarn.Orvane"),
+                           Fixture::sessionPath(), QString::fromLatin1(properties),
+                           QStringLiteral("PropertiesChanged"));
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), {{QStringLiteral("MainPID"), 4711u}},
+                                QStringLiteral("org.freedesktop.systemd1.Service"));
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
     const auto announced = [&changes] {
         const QVariantList arguments =
             changes.received.isEmpty() ? QVariantList() : changes.received.constLast();
         return qdbus_cast<QVariantMap>(arguments.value(1)).value(QStringLiteral("ActiveTasks"));
     };
     // The process id comes in an announcement of its own.
-    QVERIFY(stage.waitUntil([&] { return !activeTasksIn(announced()).isEmpty(); }));
+    QVERIFY(fixture.waitUntil([&] { return !activeTasksIn(announced()).isEmpty(); }));
 
     const QVariantList last = changes.received.constLast();
     QCOMPARE(last.at(0).toString(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"));
@@ -307,15 +310,16 @@ void TestSessions::announcesRunningTasks()
 
 void TestSessions::announcesAnUnchangedListToo()
 {
-    Stage stage;
-    addNotes(stage);
-    QVERIFY(stage.start());
-    QVERIFY(startNotes(stage));
-    SignalRecorder changes(stage.client, QStringLiteral("org.zarn.Orvane"), Stage::sessionPath(),
-                           QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
+    Fixture fixture;
+    addNotes(fixture);
+    QVERIFY(fixture.start());
+    QVERIFY(startNotes(fixture));
+    SignalRecorder changes(fixture.client, QStringLiteral("org.zarn.Orvane"),
+                           Fixture::sessionPath(), QString::fromLatin1(properties),
+                           QStringLiteral("PropertiesChanged"));
     for (int round = 1; round <= 3; ++round) {
-        stage.systemd->emitChange(Stage::unitPath(syncTask()), {});
-        QVERIFY(stage.waitUntil([&] { return changes.received.size() == round; }));
+        fixture.systemd->emitChange(Fixture::unitPath(syncTask()), {});
+        QVERIFY(fixture.waitUntil([&] { return changes.received.size() == round; }));
         const auto changed = qdbus_cast<QVariantMap>(changes.received.constLast().at(1));
         QCOMPARE(activeTasksIn(changed.value(QStringLiteral("ActiveTasks"))).size(), 0);
     }
@@ -323,13 +327,14 @@ void TestSessions::announcesAnUnchangedListToo()
 
 void TestSessions::announcesAvailableTasks()
 {
-    Stage stage;
-    stage.root.serveType(syncType());
-    QVERIFY(stage.start());
-    (void)stage.registerInvoker(syncType());
-    SignalRecorder changes(stage.client, QStringLiteral("org.zarn.Orvane"), Stage::sessionPath(),
-                           QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
-    stage.root.writeApplication(QStringLiteral("Notes"), notesTasks());
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
+    (void)fixture.registerInvoker(syncType());
+    SignalRecorder changes(fixture.client, QStringLiteral("org.zarn.Orvane"),
+                           Fixture::sessionPath(), QString::fromLatin1(properties),
+                           QStringLiteral("PropertiesChanged"));
+    fixture.root.writeApplication(QStringLiteral("Notes"), notesTasks());
     const auto announcedLength = [&changes] {
         if (changes.received.isEmpty())
             return -1;
@@ -343,35 +348,35 @@ void TestSessions::announcesAvailableTasks()
         list.endArray();
         return length;
     };
-    QVERIFY(stage.waitUntil([&] { return announcedLength() == 1; }));
-    stage.root.remove(QStringLiteral("/usr/share/applications/Notes.desktop"));
-    QVERIFY(stage.waitUntil([&] { return announcedLength() == 0; }));
+    QVERIFY(fixture.waitUntil([&] { return announcedLength() == 1; }));
+    fixture.root.remove(QStringLiteral("/usr/share/applications/Notes.desktop"));
+    QVERIFY(fixture.waitUntil([&] { return announcedLength() == 0; }));
 }
 
 void TestSessions::announcesNoListThatAChangeLeftAsItWas()
 {
-    Stage stage;
+    Fixture fixture;
     const QString otherType = QStringLiteral("Other");
-    stage.root.serveType(otherType);
-    addNotes(stage);
-    QVERIFY(stage.start());
-    (void)stage.registerInvoker(syncType());
-    (void)stage.registerInvoker(otherType);
+    fixture.root.serveType(otherType);
+    addNotes(fixture);
+    QVERIFY(fixture.start());
+    (void)fixture.registerInvoker(syncType());
+    (void)fixture.registerInvoker(otherType);
     const QString service = QStringLiteral("org.zarn.Orvane");
     const QString signal = QStringLiteral("PropertiesChanged");
-    SignalRecorder changes(stage.client, service, Stage::sessionPath(),
+    SignalRecorder changes(fixture.client, service, Fixture::sessionPath(),
                            QString::fromLatin1(properties), signal);
-    SignalRecorder others(stage.client, service, Stage::sessionPath(otherType),
+    SignalRecorder others(fixture.client, service, Fixture::sessionPath(otherType),
                           QString::fromLatin1(properties), signal);
     for (int round = 1; round <= 3; ++round) {
-        stage.root.writeApplication(QStringLiteral("More%1").arg(round),
-                                    "[X-Task more]\nType=Other\nExec=/opt/worker\n");
-        QVERIFY(stage.waitUntil([&] { return others.received.size() >= round; }));
+        fixture.root.writeApplication(QStringLiteral("More%1").arg(round),
+                                      "[X-Task more]\nType=Other\nExec=/opt/worker\n");
+        QVERIFY(fixture.waitUntil([&] { return others.received.size() >= round; }));
     }
     // In order: an announcement behind those of the other session.
-    QVERIFY(startNotes(stage));
-    stage.systemd->emitChange(Stage::unitPath(syncTask()), runningUnit());
-    QVERIFY(stage.waitUntil([&] { return !changes.received.isEmpty(); }));
+    QVERIFY(startNotes(fixture));
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
+    QVERIFY(fixture.waitUntil([&] { return !changes.received.isEmpty(); }));
     for (const QVariantList &change : qAsConst(changes.received))
         QCOMPARE(qdbus_cast<QVariantMap>(change.at(1)).keys(),
                  QStringList{QStringLiteral("ActiveTasks")});
@@ -379,17 +384,17 @@ void TestSessions::announcesNoListThatAChangeLeftAsItWas()
 
 void TestSessions::needsNoMoreMatchRulesForMoreClients()
 {
-    Stage stage;
-    stage.root.serveType(syncType());
-    QVERIFY(stage.start());
-    (void)stage.registerInvoker(syncType());
-    const auto rules = [&stage] {
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
+    (void)fixture.registerInvoker(syncType());
+    const auto rules = [&fixture] {
         QDBusMessage call = QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
             QStringLiteral("org.freedesktop.DBus.Debug.Stats"),
             QStringLiteral("GetConnectionStats"));
         call << QStringLiteral("org.zarn.Orvane");
-        return qdbus_cast<QVariantMap>(stage.call(call).arguments().value(0))
+        return qdbus_cast<QVariantMap>(fixture.call(call).arguments().value(0))
             .value(QStringLiteral("MatchRules"), -1)
             .toInt();
     };
@@ -399,8 +404,8 @@ void TestSessions::needsNoMoreMatchRulesForMoreClients()
     QVERIFY2(before > 0 && before <= 12, QByteArray::number(before).constData());
     QVector<QDBusConnection> clients;
     for (int number = 0; number < 100; ++number) {
-        clients.append(stage.connect());
-        QCOMPARE(stage.call(Stage::registerCall(syncType()), clients.constLast()).type(),
+        clients.append(fixture.connect());
+        QCOMPARE(fixture.call(Fixture::registerCall(syncType()), clients.constLast()).type(),
                  QDBusMessage::ReplyMessage);
     }
     QCOMPARE(rules(), before);
@@ -408,79 +413,81 @@ void TestSessions::needsNoMoreMatchRulesForMoreClients()
 
 void TestSessions::findsWhatRunsAlready()
 {
-    Stage stage;
-    addNotes(stage);
-    stage.systemd->units = {{QStringLiteral("ov_task.com.example.Notes.task_sync.service"),
-                             QStringLiteral("active"), QStringLiteral("running")},
-                            {QStringLiteral("ov_task.com.example.Notes.task_other.service"),
-                             QStringLiteral("active"), QStringLiteral("exited")},
-                            {QStringLiteral("ov_task.com.example.Notes.task_sync.timer"),
-                             QStringLiteral("active"), QStringLiteral("running")}};
-    stage.systemd->unitFiles = {
+    Fixture fixture;
+    addNotes(fixture);
+    fixture.systemd->units = {{QStringLiteral("ov_task.com.example.Notes.task_sync.service"),
+                               QStringLiteral("active"), QStringLiteral("running")},
+                              {QStringLiteral("ov_task.com.example.Notes.task_other.service"),
+                               QStringLiteral("active"), QStringLiteral("exited")},
+                              {QStringLiteral("ov_task.com.example.Notes.task_sync.timer"),
+                               QStringLiteral("active"), QStringLiteral("running")}};
+    fixture.systemd->unitFiles = {
         {QStringLiteral("/etc/systemd/system/ov_task.x.service"), QStringLiteral("enabled")}};
-    QVERIFY(stage.start());
+    QVERIFY(fixture.start());
     const auto lists =
-        qdbus_cast<QVariantMap>(stage.registerInvoker(syncType()).arguments().value(1));
+        qdbus_cast<QVariantMap>(fixture.registerInvoker(syncType()).arguments().value(1));
     const auto tasks = activeTasksIn(lists.value(QStringLiteral("ActiveTasks")));
     QCOMPARE(tasks.size(), 1);
     QCOMPARE(tasks.constFirst().id, syncTask());
     QCOMPARE(tasks.constFirst().pid, -1);
 
     // And follows it from there.
-    stage.systemd->emitChange(Stage::unitPath(syncTask()),
-                              {{QStringLiteral("ActiveState"), QStringLiteral("deactivating")}});
-    QVERIFY(stage.waitUntil([&] { return activeTasks(stage).isEmpty(); }));
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()),
+                                {{QStringLiteral("ActiveState"), QStringLiteral("deactivating")}});
+    QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).isEmpty(); }));
 }
 
 void TestSessions::findsTheProcessOfWhatRunsAlready()
 {
-    Stage stage;
-    addNotes(stage);
+    Fixture fixture;
+    addNotes(fixture);
     const QString unit = QStringLiteral("ov_task.com.example.Notes.task_sync.service");
-    stage.systemd->units = {{unit, QStringLiteral("active"), QStringLiteral("running")}};
-    stage.systemd->properties.insert(unit, {{QStringLiteral("MainPID"), 4711u}});
-    QVERIFY(stage.start());
-    (void)stage.registerInvoker(syncType());
-    QVERIFY(stage.waitUntil([&] { return activeTasks(stage).value(0).pid == 4711; }));
-    QCOMPARE(stage.systemd->propertyQuestions, 1);
+    fixture.systemd->units = {{unit, QStringLiteral("active"), QStringLiteral("running")}};
+    fixture.systemd->properties.insert(unit, {{QStringLiteral("MainPID"), 4711u}});
+    QVERIFY(fixture.start());
+    (void)fixture.registerInvoker(syncType());
+    QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).value(0).pid == 4711; }));
+    QCOMPARE(fixture.systemd->propertyQuestions, 1);
 }
 
 void TestSessions::ignoresWhatIsNotSystemds()
 {
-    Stage stage;
-    addNotes(stage);
-    QVERIFY(stage.start());
-    QVERIFY(startNotes(stage));
+    Fixture fixture;
+    addNotes(fixture);
+    QVERIFY(fixture.start());
+    QVERIFY(startNotes(fixture));
     // Anybody can send a signal from any path.
     QDBusMessage forged =
-        QDBusMessage::createSignal(Stage::unitPath(syncTask()), QString::fromLatin1(properties),
+        QDBusMessage::createSignal(Fixture::unitPath(syncTask()), QString::fromLatin1(properties),
                                    QStringLiteral("PropertiesChanged"));
     forged << QStringLiteral("org.freedesktop.systemd1.Unit") << runningUnit() << QStringList();
-    stage.client.send(forged);
-    (void)stage.call(Stage::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
-    QCOMPARE(activeTasks(stage).size(), 0);
+    fixture.client.send(forged);
+    (void)fixture.call(
+        Fixture::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
+    QCOMPARE(activeTasks(fixture).size(), 0);
 
-    stage.systemd->emitChange(Stage::unitPath(syncTask()), runningUnit());
-    QVERIFY(stage.waitUntil([&] { return activeTasks(stage).size() == 1; }));
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
+    QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).size() == 1; }));
 }
 
 void TestSessions::ignoresUnitsThatItDoesNotKnow()
 {
-    Stage stage;
-    addNotes(stage);
-    QVERIFY(stage.start());
-    QVERIFY(startNotes(stage));
-    SignalRecorder changes(stage.client, QStringLiteral("org.zarn.Orvane"), Stage::sessionPath(),
-                           QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
-    stage.systemd->emitChange(Stage::unitPath(QStringLiteral("com.example.Notes.task_other")),
-                              runningUnit());
-    stage.systemd->emitChange(QStringLiteral("/org/freedesktop/systemd1/unit/ssh_2eservice"),
-                              runningUnit());
+    Fixture fixture;
+    addNotes(fixture);
+    QVERIFY(fixture.start());
+    QVERIFY(startNotes(fixture));
+    SignalRecorder changes(fixture.client, QStringLiteral("org.zarn.Orvane"),
+                           Fixture::sessionPath(), QString::fromLatin1(properties),
+                           QStringLiteral("PropertiesChanged"));
+    fixture.systemd->emitChange(Fixture::unitPath(QStringLiteral("com.example.Notes.task_other")),
+                                runningUnit());
+    fixture.systemd->emitChange(QStringLiteral("/org/freedesktop/systemd1/unit/ssh_2eservice"),
+                                runningUnit());
     // In order: when this one has come through, the others have been seen.
-    stage.systemd->emitChange(Stage::unitPath(syncTask()), runningUnit());
-    QVERIFY(stage.waitUntil([&] { return !changes.received.isEmpty(); }));
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
+    QVERIFY(fixture.waitUntil([&] { return !changes.received.isEmpty(); }));
     QCOMPARE(changes.received.size(), 1);
-    QCOMPARE(activeTasks(stage).size(), 1);
+    QCOMPARE(activeTasks(fixture).size(), 1);
 }
 
 void TestSessions::takesAnythingButRunningAsNotRunning_data()
@@ -500,44 +507,44 @@ void TestSessions::takesAnythingButRunningAsNotRunning_data()
 void TestSessions::takesAnythingButRunningAsNotRunning()
 {
     QFETCH(QVariantMap, change);
-    Stage stage;
-    addNotes(stage);
-    QVERIFY(stage.start());
-    QVERIFY(startNotes(stage));
-    stage.systemd->emitChange(Stage::unitPath(syncTask()), runningUnit());
+    Fixture fixture;
+    addNotes(fixture);
+    QVERIFY(fixture.start());
+    QVERIFY(startNotes(fixture));
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
     // A sub-state alone changes nothing.
-    stage.systemd->emitChange(Stage::unitPath(syncTask()),
-                              {{QStringLiteral("SubState"), QStringLiteral("dead")}});
-    QVERIFY(stage.waitUntil([&] { return activeTasks(stage).size() == 1; }));
-    stage.systemd->emitChange(Stage::unitPath(syncTask()), change);
-    QVERIFY(stage.waitUntil([&] { return activeTasks(stage).isEmpty(); }));
-    stage.systemd->emitChange(
-        Stage::unitPath(syncTask()),
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()),
+                                {{QStringLiteral("SubState"), QStringLiteral("dead")}});
+    QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).size() == 1; }));
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), change);
+    QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).isEmpty(); }));
+    fixture.systemd->emitChange(
+        Fixture::unitPath(syncTask()),
         {{QStringLiteral("SubState"), QStringLiteral("running")}, {QStringLiteral("MainPID"), 1u}});
-    (void)stage.stop(syncTask());
-    QCOMPARE(activeTasks(stage).size(), 0);
+    (void)fixture.stop(syncTask());
+    QCOMPARE(activeTasks(fixture).size(), 0);
 }
 
 void TestSessions::tracksAThousandUnits()
 {
     constexpr int count = 1000;
-    Stage stage;
-    stage.root.serveType(syncType());
+    Fixture fixture;
+    fixture.root.serveType(syncType());
     QByteArray tasks;
     for (int number = 0; number < count; ++number) {
         tasks += "[X-Task t" + QByteArray::number(number) + "]\nType=Sync\nExec=/opt/worker\n";
-        stage.systemd->units.append(
+        fixture.systemd->units.append(
             {QStringLiteral("ov_task.com.example.Many.task_t%1.service").arg(number),
              QStringLiteral("inactive"), QStringLiteral("dead")});
     }
-    stage.root.writeApplication(QStringLiteral("Many"), tasks);
-    QVERIFY(stage.start());
-    (void)stage.registerInvoker(syncType());
+    fixture.root.writeApplication(QStringLiteral("Many"), tasks);
+    QVERIFY(fixture.start());
+    (void)fixture.registerInvoker(syncType());
     for (int number = 0; number < count; ++number)
-        stage.systemd->emitChange(
-            Stage::unitPath(QStringLiteral("com.example.Many.task_t%1").arg(number)),
+        fixture.systemd->emitChange(
+            Fixture::unitPath(QStringLiteral("com.example.Many.task_t%1").arg(number)),
             runningUnit());
-    QVERIFY(stage.waitUntil([&] { return activeTasks(stage).size() == count; }));
+    QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).size() == count; }));
 }
 
 QTEST_GUILESS_MAIN(TestSessions)

@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDir>
 #include <QTest>
@@ -108,7 +108,7 @@ private Q_SLOTS:
     void startsWithoutAReplyWanted();
 
 private:
-    [[nodiscard]] QStringList newCalls() const { return membersOf(stage->systemd->calls).mid(3); }
+    [[nodiscard]] QStringList newCalls() const { return membersOf(fixture->systemd->calls).mid(3); }
     // Declares a task "sync" of an application of this organisation and name.
     void declare(const QString &file, const QString &organisation, const QString &name) const;
     // Declares applications of names that none may have.
@@ -116,24 +116,24 @@ private:
     void expectNothingWritten() const;
     static QString method(const char *name) { return QString::fromLatin1(name); }
 
-    std::unique_ptr<Stage> stage;
+    std::unique_ptr<Fixture> fixture;
 };
 
 void TestStartStop::init()
 {
-    stage = std::make_unique<Stage>();
-    stage->root.serveType(QStringLiteral("Sync"));
-    stage->root.writeApplication(QStringLiteral("Notes"),
-                                 "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker --deep\n"
-                                 "[X-Task lines]\nType=Sync\nExec=/opt/w\\nExecStartPre=/bin/sh\n"
-                                 "[X-Task tab]\nType=Sync\nExec=/opt/w\\t-x\n"
-                                 "[X-Task escape]\nType=Sync\nExec=/opt/w \x1b[2J\n"
-                                 "[X-Task joins]\nType=Sync\nExec=/opt/w \\\\\n"
-                                 "[X-Task second]\nType=Sync\nExec=/opt/w ; +/bin/sh\n"
-                                 "[X-Task opens]\nType=Sync\nExec=/opt/w\" --noprofile x\n"
-                                 "[X-Task lists]\nType=Sync\nExec=/opt/w,sh\n"
-                                 "[X-Task expands]\nType=Sync\nExec=/opt/${X}\n"
-                                 "[X-Task relative]\nType=Sync\nExec=sleep 5\n");
+    fixture = std::make_unique<Fixture>();
+    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.writeApplication(QStringLiteral("Notes"),
+                                   "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker --deep\n"
+                                   "[X-Task lines]\nType=Sync\nExec=/opt/w\\nExecStartPre=/bin/sh\n"
+                                   "[X-Task tab]\nType=Sync\nExec=/opt/w\\t-x\n"
+                                   "[X-Task escape]\nType=Sync\nExec=/opt/w \x1b[2J\n"
+                                   "[X-Task joins]\nType=Sync\nExec=/opt/w \\\\\n"
+                                   "[X-Task second]\nType=Sync\nExec=/opt/w ; +/bin/sh\n"
+                                   "[X-Task opens]\nType=Sync\nExec=/opt/w\" --noprofile x\n"
+                                   "[X-Task lists]\nType=Sync\nExec=/opt/w,sh\n"
+                                   "[X-Task expands]\nType=Sync\nExec=/opt/${X}\n"
+                                   "[X-Task relative]\nType=Sync\nExec=sleep 5\n");
     declareTheSystem();
     declare(QStringLiteral("dotted"), QStringLiteral("com.example"), QStringLiteral("dotted.Name"));
     declare(QStringLiteral("1st"), QString(), QString());
@@ -141,19 +141,19 @@ void TestStartStop::init()
     declare(QStringLiteral("digit"), QStringLiteral("com"), QStringLiteral("1st"));
     for (const int bytes : {NAME_MAX, NAME_MAX + 1})
         declare(QString::number(bytes), QStringLiteral("com.example"), nameForUnitNameOf(bytes));
-    QVERIFY(stage->start());
-    QCOMPARE(stage->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(fixture->start());
+    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
 }
 
-void TestStartStop::cleanup() { stage.reset(); }
+void TestStartStop::cleanup() { fixture.reset(); }
 
 void TestStartStop::reloadsThenStarts()
 {
-    const QDBusMessage reply = stage->start(task(), user());
+    const QDBusMessage reply = fixture->start(task(), user());
     QCOMPARE(reply.signature(), QStringLiteral("i"));
     QCOMPARE(reply.arguments(), QVariantList{0});
     QCOMPARE(newCalls(), QStringList({method("Reload"), method("StartUnit")}));
-    QCOMPARE(stage->systemd->calls.constLast().arguments(),
+    QCOMPARE(fixture->systemd->calls.constLast().arguments(),
              QVariantList({unit(), QStringLiteral("replace")}));
 }
 
@@ -173,26 +173,26 @@ void TestStartStop::enablesTheUnitForAutostartTwoOnly()
 {
     QFETCH(QVariant, value);
     QFETCH(bool, enables);
-    (void)stage->start(task(), userAnd(QStringLiteral("Autostart"), value));
-    (void)stage->stop(task());
+    (void)fixture->start(task(), userAnd(QStringLiteral("Autostart"), value));
+    (void)fixture->stop(task());
     const QStringList between = newCalls().mid(2, newCalls().indexOf(method("StopUnit")) - 2);
     QCOMPARE(between, enables ? QStringList{method("EnableUnitFiles")} : QStringList());
     if (enables)
-        QCOMPARE(stage->systemd->calls.at(5).arguments(),
+        QCOMPARE(fixture->systemd->calls.at(5).arguments(),
                  QVariantList({QStringList{unit()}, false, true}));
 }
 
 void TestStartStop::answersWhenTheJobIsAccepted()
 {
-    stage->systemd->hold(method("StartUnit"));
-    const QDBusPendingCall started = stage->client.asyncCall(Stage::startCall(task(), user()));
-    QVERIFY(stage->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
+    fixture->systemd->hold(method("StartUnit"));
+    const QDBusPendingCall started = fixture->client.asyncCall(Fixture::startCall(task(), user()));
+    QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
     // Other calls are answered meanwhile.
-    QCOMPARE(stage->stop(QStringLiteral("com.example.Notes.task_other")).type(),
+    QCOMPARE(fixture->stop(QStringLiteral("com.example.Notes.task_other")).type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(!started.isFinished());
-    stage->systemd->release(method("StartUnit"));
-    QVERIFY(stage->waitUntil([&] { return started.isFinished(); }));
+    fixture->systemd->release(method("StartUnit"));
+    QVERIFY(fixture->waitUntil([&] { return started.isFinished(); }));
     QVERIFY(!started.isError());
 }
 
@@ -204,8 +204,8 @@ void TestStartStop::writesTheUnit()
         {QStringLiteral("CPULimit"), 30},
         {QStringLiteral("Params"), QStringList({QStringLiteral("--fast"), QStringLiteral("x y")})}};
     const QVariantMap info{{QStringLiteral("Environment"), QStringList{QStringLiteral("LANG=C")}}};
-    QCOMPARE(stage->start(task(), hints, info).type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(stage->root.read(stage->root.unitFile(task())),
+    QCOMPARE(fixture->start(task(), hints, info).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->root.read(fixture->root.unitFile(task())),
              "[Unit]\n"
              "Description=Background task for com.example.Notes.task_sync\n"
              "After=sailjail-prepare-binds.service\n"
@@ -222,22 +222,22 @@ void TestStartStop::writesTheUnit()
                    "\n"
                    "[Install]\n"
                    "WantedBy=multi-user.target\n");
-    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
-    QVERIFY(stage->daemonLogs("Unknown permission \"BaseTask\"\n"));
+    QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
+    QVERIFY(fixture->daemonLogs("Unknown permission \"BaseTask\"\n"));
 }
 
 void TestStartStop::writesThePolicyBeforeSystemdReloads()
 {
     QStringList existed;
-    stage->systemd->onCall = [&](const QDBusMessage &call) {
-        if (stage->root.exists(stage->root.policyFile(task()))
-            && stage->root.exists(stage->root.unitFile(task())))
+    fixture->systemd->onCall = [&](const QDBusMessage &call) {
+        if (fixture->root.exists(fixture->root.policyFile(task()))
+            && fixture->root.exists(fixture->root.unitFile(task())))
             existed.append(call.member());
     };
-    QCOMPARE(stage->start(task(), owningName()).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->start(task(), owningName()).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(existed, QStringList({method("Reload"), method("StartUnit")}));
     QCOMPARE(newCalls(), existed);
-    QCOMPARE(stage->root.read(stage->root.policyFile(task())),
+    QCOMPARE(fixture->root.read(fixture->root.policyFile(task())),
              QByteArray("<!DOCTYPE busconfig PUBLIC \n"
                         "  \"-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN\"\n"
                         "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
@@ -259,9 +259,9 @@ void TestStartStop::takesAMapOfUnitPropertiesFromTheBus()
                              {QStringLiteral("CPUWeight"), 20u},
                              {QStringLiteral("WantedBy"), QStringLiteral("graphical.target")},
                              {QStringLiteral("User"), QStringLiteral("root")}};
-    QCOMPARE(stage->start(task(), userAnd(QStringLiteral("CGroups"), groups)).type(),
+    QCOMPARE(fixture->start(task(), userAnd(QStringLiteral("CGroups"), groups)).type(),
              QDBusMessage::ReplyMessage);
-    const QByteArray text = stage->root.read(stage->root.unitFile(task()));
+    const QByteArray text = fixture->root.read(fixture->root.unitFile(task()));
     QVERIFY2(text.contains("\n[Service]\nCPUWeight=20\nEnvironment="), text.constData());
     QVERIFY2(text.endsWith(expectedExecStart()
                            + "\nMemoryMax=64M\nUser=appuser\n\n[Install]\n"
@@ -313,11 +313,11 @@ void TestStartStop::refusesBadHints_data()
 void TestStartStop::declare(const QString &file, const QString &organisation,
                             const QString &name) const
 {
-    stage->root.write(QStringLiteral("/usr/share/applications/%1.desktop").arg(file),
-                      "[Desktop Entry]\nType=Application\nName=x\nExec=/opt/x\n"
-                      "[X-Application]\nOrganizationName="
-                          + organisation.toUtf8() + "\nApplicationName=" + name.toUtf8()
-                          + "\n[X-Task sync]\nType=Sync\n");
+    fixture->root.write(QStringLiteral("/usr/share/applications/%1.desktop").arg(file),
+                        "[Desktop Entry]\nType=Application\nName=x\nExec=/opt/x\n"
+                        "[X-Application]\nOrganizationName="
+                            + organisation.toUtf8() + "\nApplicationName=" + name.toUtf8()
+                            + "\n[X-Task sync]\nType=Sync\n");
 }
 
 void TestStartStop::declareTheSystem() const
@@ -338,7 +338,7 @@ void TestStartStop::declareTheSystem() const
 void TestStartStop::expectNothingWritten() const
 {
     for (const char *directory : {"/etc/systemd/system", "/etc/dbus-1/system.d"}) {
-        const QDir files(stage->root.path(QString::fromLatin1(directory)));
+        const QDir files(fixture->root.path(QString::fromLatin1(directory)));
         QCOMPARE(files.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                  QStringList());
     }
@@ -349,7 +349,7 @@ void TestStartStop::refusesBadHints()
 {
     QFETCH(QVariantMap, hints);
     QFETCH(QString, message);
-    const QDBusMessage reply = stage->start(task(), hints);
+    const QDBusMessage reply = fixture->start(task(), hints);
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
     QCOMPARE(reply.errorMessage(), message);
     expectNothingWritten();
@@ -369,7 +369,7 @@ void TestStartStop::refusesATaskThatNobodyDeclares_data()
 void TestStartStop::refusesATaskThatNobodyDeclares()
 {
     QFETCH(QString, id);
-    const QDBusMessage reply = stage->start(id, user());
+    const QDBusMessage reply = fixture->start(id, user());
     QCOMPARE(reply.errorName(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
     QCOMPARE(reply.errorMessage(), QStringLiteral("Task not found: ") + id);
     QCOMPARE(newCalls(), QStringList());
@@ -387,7 +387,7 @@ void TestStartStop::refusesACommandLineThatLeavesItsLine()
 {
     QFETCH(QString, name);
     const QString id = QStringLiteral("com.example.Notes.task_") + name;
-    const QDBusMessage reply = stage->start(id, user());
+    const QDBusMessage reply = fixture->start(id, user());
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
     if (name == QLatin1String("relative"))
         QCOMPARE(reply.errorMessage(), QStringLiteral("sleep is not an absolute path"));
@@ -407,7 +407,7 @@ void TestStartStop::refusesAnIdOfTheSystem_data()
 void TestStartStop::refusesAnIdOfTheSystem()
 {
     QFETCH(QString, id);
-    const QDBusMessage reply = stage->start(id + QStringLiteral(".task_sync"), user());
+    const QDBusMessage reply = fixture->start(id + QStringLiteral(".task_sync"), user());
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
     QVERIFY(reply.errorMessage().startsWith(QStringLiteral("Application id must not")));
     expectNothingWritten();
@@ -430,8 +430,8 @@ void TestStartStop::confinesToThePartsThatWereDeclared()
     QFETCH(QByteArray, organisation);
     QFETCH(QByteArray, name);
     const QString id = application + QStringLiteral(".task_sync");
-    QCOMPARE(stage->start(id, user()).errorMessage(), QString());
-    const QByteArray unitText = stage->root.read(stage->root.unitFile(id));
+    QCOMPARE(fixture->start(id, user()).errorMessage(), QString());
+    const QByteArray unitText = fixture->root.read(fixture->root.unitFile(id));
     for (const QByteArray &option :
          {QByteArray("--template=OrganizationName:" + organisation),
           QByteArray("--template=ApplicationName:" + name),
@@ -450,7 +450,7 @@ void TestStartStop::refusesAnIdOfNoPattern_data()
 void TestStartStop::refusesAnIdOfNoPattern()
 {
     QFETCH(QString, id);
-    const QDBusMessage reply = stage->start(id, user());
+    const QDBusMessage reply = fixture->start(id, user());
     QCOMPARE(reply.errorName(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
     expectNothingWritten();
 }
@@ -459,10 +459,10 @@ void TestStartStop::startsAUnitOfTheLongestNameTwice()
 {
     const QString id = taskIdForUnitNameOf(NAME_MAX);
     for (int round = 0; round < 2; ++round) {
-        const QDBusMessage reply = stage->start(id, user());
+        const QDBusMessage reply = fixture->start(id, user());
         QCOMPARE(reply.errorMessage(), QString());
         QCOMPARE(reply.arguments(), QVariantList{0});
-        QVERIFY(stage->root.exists(stage->root.unitFile(id)));
+        QVERIFY(fixture->root.exists(fixture->root.unitFile(id)));
     }
     QCOMPARE(newCalls().count(method("StartUnit")), 2);
 }
@@ -470,7 +470,7 @@ void TestStartStop::startsAUnitOfTheLongestNameTwice()
 void TestStartStop::refusesAUnitOfALongerName()
 {
     const QString id = taskIdForUnitNameOf(NAME_MAX + 1);
-    const QDBusMessage reply = stage->start(id, owningName());
+    const QDBusMessage reply = fixture->start(id, owningName());
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
     QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + id);
     expectNothingWritten();
@@ -479,52 +479,52 @@ void TestStartStop::refusesAUnitOfALongerName()
 void TestStartStop::keepsWhatWasThereWhenTheUnitCannotBeWritten()
 {
     // A device that is always full, in the unit's place.
-    QVERIFY(
-        QFile::link(QStringLiteral("/dev/full"), stage->root.path(stage->root.unitFile(task()))));
-    const QDBusMessage reply = stage->start(task(), owningName());
+    QVERIFY(QFile::link(QStringLiteral("/dev/full"),
+                        fixture->root.path(fixture->root.unitFile(task()))));
+    const QDBusMessage reply = fixture->start(task(), owningName());
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
     QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + task());
-    QVERIFY(stage->root.exists(stage->root.unitFile(task())));
-    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
+    QVERIFY(fixture->root.exists(fixture->root.unitFile(task())));
+    QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
     QCOMPARE(newCalls(), QStringList());
 }
 
 void TestStartStop::saysThatTheUnitCannotBeWritten()
 {
-    stage->root.write(stage->root.unitFile(task()) + QStringLiteral("/in-the-way"), "x");
-    const QDBusMessage reply = stage->start(task(), owningName());
+    fixture->root.write(fixture->root.unitFile(task()) + QStringLiteral("/in-the-way"), "x");
+    const QDBusMessage reply = fixture->start(task(), owningName());
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
     QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + task());
-    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
+    QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
     QCOMPARE(newCalls(), QStringList());
 }
 
 void TestStartStop::saysThatThePolicyCannotBeWritten()
 {
-    stage->root.write(stage->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
-    const QDBusMessage reply = stage->start(task(), owningName());
+    fixture->root.write(fixture->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
+    const QDBusMessage reply = fixture->start(task(), owningName());
     QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
     QCOMPARE(reply.errorMessage(),
              QStringLiteral("Failed to write DBus policy file for ") + task());
-    QVERIFY(stage->daemonLogs("Could not create file: \""
-                              + stage->root.path(stage->root.policyFile(task())).toUtf8()
-                              + "\"\n"));
+    QVERIFY(fixture->daemonLogs("Could not create file: \""
+                                + fixture->root.path(fixture->root.policyFile(task())).toUtf8()
+                                + "\"\n"));
     // What was written by then stays.
-    QVERIFY(stage->root.exists(stage->root.unitFile(task())));
+    QVERIFY(fixture->root.exists(fixture->root.unitFile(task())));
     QCOMPARE(newCalls(), QStringList());
 }
 
 void TestStartStop::keepsTheOldUnitWhenThePolicyCannotBeWritten()
 {
-    (void)stage->start(task(), user());
-    const QByteArray before = stage->root.read(stage->root.unitFile(task()));
+    (void)fixture->start(task(), user());
+    const QByteArray before = fixture->root.read(fixture->root.unitFile(task()));
     const int calls = newCalls().size();
-    stage->root.write(stage->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
+    fixture->root.write(fixture->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
     QVariantMap hints = owningName();
     hints.insert(QStringLiteral("Weight"), 7);
-    QCOMPARE(stage->start(task(), hints).errorMessage(),
+    QCOMPARE(fixture->start(task(), hints).errorMessage(),
              QStringLiteral("Failed to write DBus policy file for ") + task());
-    QCOMPARE(stage->root.read(stage->root.unitFile(task())), before);
+    QCOMPARE(fixture->root.read(fixture->root.unitFile(task())), before);
     QCOMPARE(newCalls().size(), calls);
 }
 
@@ -546,67 +546,68 @@ void TestStartStop::passesOnWhatSystemdRefuses()
     QFETCH(QString, refusal);
     QFETCH(QString, answer);
     const QString message = QStringLiteral("for a reason of its own");
-    stage->systemd->refuse(method("StartUnit"), refusal, message);
-    stage->systemd->refuse(method("StopUnit"), refusal, message);
-    const QDBusMessage started = stage->start(task(), user());
+    fixture->systemd->refuse(method("StartUnit"), refusal, message);
+    fixture->systemd->refuse(method("StopUnit"), refusal, message);
+    const QDBusMessage started = fixture->start(task(), user());
     QCOMPARE(started.errorName(), answer);
     QCOMPARE(started.errorMessage(), message);
-    const QDBusMessage stopped = stage->stop(task());
+    const QDBusMessage stopped = fixture->stop(task());
     QCOMPARE(stopped.errorName(), answer);
     QCOMPARE(stopped.errorMessage(), message);
 }
 
 void TestStartStop::keepsItsFilesWhenTheStartFails()
 {
-    stage->systemd->refuse(method("StartUnit"), QStringLiteral("org.example.No"), QString());
-    (void)stage->start(task(), owningName());
-    QVERIFY(stage->root.exists(stage->root.unitFile(task())));
-    QVERIFY(stage->root.exists(stage->root.policyFile(task())));
+    fixture->systemd->refuse(method("StartUnit"), QStringLiteral("org.example.No"), QString());
+    (void)fixture->start(task(), owningName());
+    QVERIFY(fixture->root.exists(fixture->root.unitFile(task())));
+    QVERIFY(fixture->root.exists(fixture->root.policyFile(task())));
 }
 
 void TestStartStop::stopsAndForgetsTheFiles()
 {
-    (void)stage->start(task(), owningName());
-    const QDBusMessage reply = stage->stop(task());
+    (void)fixture->start(task(), owningName());
+    const QDBusMessage reply = fixture->stop(task());
     // Not announced by the method's signature, but sent.
     QCOMPARE(reply.signature(), QStringLiteral("i"));
     QCOMPARE(reply.arguments(), QVariantList{0});
-    QVERIFY(stage->waitUntil([&] { return newCalls().size() == 4; }));
+    QVERIFY(fixture->waitUntil([&] { return newCalls().size() == 4; }));
     QCOMPARE(newCalls().mid(2), QStringList({method("StopUnit"), method("DisableUnitFiles")}));
-    QCOMPARE(stage->systemd->calls.at(5).arguments(),
+    QCOMPARE(fixture->systemd->calls.at(5).arguments(),
              QVariantList({unit(), QStringLiteral("replace")}));
-    QCOMPARE(stage->systemd->calls.at(6).arguments(), QVariantList({QStringList{unit()}, false}));
-    QVERIFY(!stage->root.exists(stage->root.unitFile(task())));
-    QVERIFY(!stage->root.exists(stage->root.policyFile(task())));
+    QCOMPARE(fixture->systemd->calls.at(6).arguments(), QVariantList({QStringList{unit()}, false}));
+    QVERIFY(!fixture->root.exists(fixture->root.unitFile(task())));
+    QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
 }
 
 void TestStartStop::removesTheFilesWithoutWaiting()
 {
-    (void)stage->start(task(), owningName());
-    stage->systemd->hold(method("StopUnit"));
+    (void)fixture->start(task(), owningName());
+    fixture->systemd->hold(method("StopUnit"));
     const QDBusPendingCall stopped =
-        stage->client.asyncCall(Stage::sessionCall(method("Stop"), {task()}));
-    QVERIFY(stage->waitUntil([&] { return newCalls().contains(method("DisableUnitFiles")); }));
-    QVERIFY(stage->waitUntil([&] { return !stage->root.exists(stage->root.policyFile(task())); }));
-    QVERIFY(!stage->root.exists(stage->root.unitFile(task())));
+        fixture->client.asyncCall(Fixture::sessionCall(method("Stop"), {task()}));
+    QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("DisableUnitFiles")); }));
+    QVERIFY(fixture->waitUntil(
+        [&] { return !fixture->root.exists(fixture->root.policyFile(task())); }));
+    QVERIFY(!fixture->root.exists(fixture->root.unitFile(task())));
     QVERIFY(!stopped.isFinished());
-    stage->systemd->release(method("StopUnit"));
-    QVERIFY(stage->waitUntil([&] { return stopped.isFinished(); }));
+    fixture->systemd->release(method("StopUnit"));
+    QVERIFY(fixture->waitUntil([&] { return stopped.isFinished(); }));
 }
 
 void TestStartStop::saysThatAFileCannotBeRemoved()
 {
-    const QString file = stage->root.unitFile(task());
-    stage->root.write(file + QStringLiteral("/in-the-way"), "x");
-    QCOMPARE(stage->stop(task()).arguments(), QVariantList{0});
-    QVERIFY(stage->daemonLogs("Could not remove file: \"" + stage->root.path(file).toUtf8()
-                              + "\" \"Is a directory\"\n"));
+    const QString file = fixture->root.unitFile(task());
+    fixture->root.write(file + QStringLiteral("/in-the-way"), "x");
+    QCOMPARE(fixture->stop(task()).arguments(), QVariantList{0});
+    QVERIFY(fixture->daemonLogs("Could not remove file: \"" + fixture->root.path(file).toUtf8()
+                                + "\" \"Is a directory\"\n"));
 }
 
 void TestStartStop::stopsWhatItDoesNotKnow()
 {
-    QCOMPARE(stage->stop(QStringLiteral("no id at all")).arguments(), QVariantList{0});
-    QCOMPARE(stage->systemd->calls.at(3).arguments().constFirst().toString(),
+    QCOMPARE(fixture->stop(QStringLiteral("no id at all")).arguments(), QVariantList{0});
+    QCOMPARE(fixture->systemd->calls.at(3).arguments().constFirst().toString(),
              QStringLiteral("ov_task.no id at all.service"));
 }
 
@@ -627,10 +628,10 @@ void TestStartStop::leavesFilesOfOthersAlone()
 {
     QFETCH(QString, id);
     QFETCH(QString, file);
-    stage->root.write(file, "x");
-    stage->root.write(QStringLiteral("/etc/dbus-1/system.d/keep.conf"), "x");
-    QCOMPARE(stage->stop(id).type(), QDBusMessage::ReplyMessage);
-    QVERIFY(stage->root.exists(file));
+    fixture->root.write(file, "x");
+    fixture->root.write(QStringLiteral("/etc/dbus-1/system.d/keep.conf"), "x");
+    QCOMPARE(fixture->stop(id).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(fixture->root.exists(file));
 }
 
 void TestStartStop::keepsTheOrderOfStartAndStop()
@@ -639,19 +640,19 @@ void TestStartStop::keepsTheOrderOfStartAndStop()
     // it.
     QVector<QDBusPendingCall> calls;
     for (int round = 0; round < 5; ++round) {
-        calls.append(stage->client.asyncCall(Stage::startCall(task(), owningName())));
-        calls.append(stage->client.asyncCall(Stage::sessionCall(method("Stop"), {task()})));
+        calls.append(fixture->client.asyncCall(Fixture::startCall(task(), owningName())));
+        calls.append(fixture->client.asyncCall(Fixture::sessionCall(method("Stop"), {task()})));
     }
-    calls.append(stage->client.asyncCall(Stage::startCall(task(), owningName())));
-    QVERIFY(stage->waitUntil([&] { return calls.constLast().isFinished(); }));
+    calls.append(fixture->client.asyncCall(Fixture::startCall(task(), owningName())));
+    QVERIFY(fixture->waitUntil([&] { return calls.constLast().isFinished(); }));
     QStringList jobs = newCalls();
     jobs.removeAll(method("Reload"));
     jobs.removeAll(method("DisableUnitFiles"));
     for (int index = 0; index < jobs.size(); ++index)
         QCOMPARE(jobs.at(index), index % 2 == 0 ? method("StartUnit") : method("StopUnit"));
     QCOMPARE(jobs.size(), 11);
-    QVERIFY(stage->root.exists(stage->root.unitFile(task())));
-    QVERIFY(stage->root.exists(stage->root.policyFile(task())));
+    QVERIFY(fixture->root.exists(fixture->root.unitFile(task())));
+    QVERIFY(fixture->root.exists(fixture->root.policyFile(task())));
 }
 
 void TestStartStop::answersEachOfManyCallsOnce()
@@ -660,19 +661,19 @@ void TestStartStop::answersEachOfManyCallsOnce()
     // outstanding either, so there are several.
     constexpr int clients = 5;
     constexpr int callsOfEach = 60;
-    stage->systemd->hold(method("StartUnit"));
+    fixture->systemd->hold(method("StartUnit"));
     QVector<QDBusConnection> connections;
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < clients; ++number) {
-        connections.append(stage->connect());
+        connections.append(fixture->connect());
         for (int round = 0; round < callsOfEach; ++round)
-            calls.append(connections.constLast().asyncCall(Stage::startCall(task(), user()),
-                                                           Stage::patienceMs));
+            calls.append(connections.constLast().asyncCall(Fixture::startCall(task(), user()),
+                                                           Fixture::patienceMs));
     }
-    QVERIFY(stage->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
-    stage->systemd->release(method("StartUnit"));
+    QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
+    fixture->systemd->release(method("StartUnit"));
     for (const QDBusPendingCall &call : qAsConst(calls)) {
-        QVERIFY(stage->waitUntil([&] { return call.isFinished(); }));
+        QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
         QVERIFY2(!call.isError(), qPrintable(call.error().message()));
         QCOMPARE(call.reply().arguments(), QVariantList{0});
     }
@@ -682,9 +683,9 @@ void TestStartStop::answersEachOfManyCallsOnce()
 
 void TestStartStop::startsWithoutAReplyWanted()
 {
-    QVERIFY(stage->client.send(Stage::startCall(task(), user())));
-    QVERIFY(stage->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
-    QCOMPARE(stage->stop(task()).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(fixture->client.send(Fixture::startCall(task(), user())));
+    QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
+    QCOMPARE(fixture->stop(task()).type(), QDBusMessage::ReplyMessage);
 }
 
 QTEST_GUILESS_MAIN(TestStartStop)

@@ -1,5 +1,5 @@
 #include "plan/policy_text.h"
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QDir>
 #include <QTest>
@@ -41,38 +41,38 @@ private:
 
 void TestStartup::claimsTheNameLast()
 {
-    Stage stage;
-    FakeUserService user(stage.connect());
-    stage.systemd->hold(listFiles());
-    stage.launch();
-    QVERIFY(stage.waitUntil([&] { return stage.systemd->calls.size() == 3; }));
+    Fixture fixture;
+    FakeUserService user(fixture.connect());
+    fixture.systemd->hold(listFiles());
+    fixture.launch();
+    QVERIFY(fixture.waitUntil([&] { return fixture.systemd->calls.size() == 3; }));
 
     // Reachable through the connection's own name only; the task invoker not even so.
-    const QString daemon = stage.systemd->calls.constFirst().service();
-    QVERIFY(!stage.nameIsOwned());
+    const QString daemon = fixture.systemd->calls.constFirst().service();
+    QVERIFY(!fixture.nameIsOwned());
     const QStringList forwarding{QStringLiteral("/org/zarn/Orvane/SystemControl1"),
                                  QStringLiteral("/org/zarn/Orvane/Control1")};
     for (const QString &path : forwarding)
-        QCOMPARE(stage.call(introspect(daemon, path)).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture.call(introspect(daemon, path)).type(), QDBusMessage::ReplyMessage);
     QDBusMessage early = QDBusMessage::createMethodCall(
         daemon, QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
         QStringLiteral("org.zarn.Orvane.TaskInvoker1"), QStringLiteral("RegisterInvoker"));
     early << QStringLiteral("Sync");
-    QCOMPARE(stage.call(early).errorName(),
+    QCOMPARE(fixture.call(early).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
 
-    stage.systemd->release(listFiles());
-    QVERIFY(stage.waitUntil([&] { return stage.nameIsOwned(); }));
+    fixture.systemd->release(listFiles());
+    QVERIFY(fixture.waitUntil([&] { return fixture.nameIsOwned(); }));
     // Whoever sees the name finds the task invoker.
-    stage.root.serveType(QStringLiteral("Sync"));
-    QCOMPARE(stage.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    fixture.root.serveType(QStringLiteral("Sync"));
+    QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestStartup::asksSystemdInOrder()
 {
-    Stage stage;
-    QVERIFY(stage.start());
-    const RecordedCalls &calls = stage.systemd->calls;
+    Fixture fixture;
+    QVERIFY(fixture.start());
+    const RecordedCalls &calls = fixture.systemd->calls;
     QCOMPARE(membersOf(calls),
              QStringList({QStringLiteral("Subscribe"), listUnits(), listFiles()}));
     for (int listing : {1, 2}) {
@@ -84,12 +84,12 @@ void TestStartup::asksSystemdInOrder()
 
 void TestStartup::leavesWhenTheNameIsTaken()
 {
-    Stage stage;
-    QVERIFY(stage.client.registerService(QStringLiteral("org.zarn.Orvane")));
-    stage.launch();
-    QVERIFY(stage.waitUntil([&] { return !stage.daemon.isRunning(); }));
-    QCOMPARE(stage.daemon.exitStatus(), 1);
-    QVERIFY(stage.daemon.log().contains(": couldn't register service\n"));
+    Fixture fixture;
+    QVERIFY(fixture.client.registerService(QStringLiteral("org.zarn.Orvane")));
+    fixture.launch();
+    QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
+    QCOMPARE(fixture.daemon.exitStatus(), 1);
+    QVERIFY(fixture.daemon.log().contains(": couldn't register service\n"));
 }
 
 void TestStartup::endsOrderlyOnASignal_data()
@@ -102,12 +102,12 @@ void TestStartup::endsOrderlyOnASignal_data()
 void TestStartup::endsOrderlyOnASignal()
 {
     QFETCH(int, number);
-    Stage stage;
-    QVERIFY(stage.start());
-    stage.daemon.sendSignal(number);
-    QVERIFY(stage.waitUntil([&] { return !stage.daemon.isRunning(); }));
-    QCOMPARE(stage.daemon.exitStatus(), 0);
-    QCOMPARE(stage.daemon.log(), QByteArray());
+    Fixture fixture;
+    QVERIFY(fixture.start());
+    fixture.daemon.sendSignal(number);
+    QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
+    QCOMPARE(fixture.daemon.exitStatus(), 0);
+    QCOMPARE(fixture.daemon.log(), QByteArray());
 }
 
 void TestStartup::endsOrderlyOnASignalBeforeItIsReady_data() { endsOrderlyOnASignal_data(); }
@@ -115,65 +115,65 @@ void TestStartup::endsOrderlyOnASignalBeforeItIsReady_data() { endsOrderlyOnASig
 void TestStartup::endsOrderlyOnASignalBeforeItIsReady()
 {
     QFETCH(int, number);
-    Stage stage;
-    SignalRecorder owners(stage.client, QStringLiteral("org.freedesktop.DBus"), QString(),
+    Fixture fixture;
+    SignalRecorder owners(fixture.client, QStringLiteral("org.freedesktop.DBus"), QString(),
                           QStringLiteral("org.freedesktop.DBus"),
                           QStringLiteral("NameOwnerChanged"));
-    stage.systemd->hold(listUnits());
-    stage.launch();
-    QVERIFY(stage.waitUntil([&] { return stage.systemd->calls.size() == 3; }));
-    stage.daemon.sendSignal(number);
-    QVERIFY(stage.waitUntil([&] { return !stage.daemon.isRunning(); }));
-    QCOMPARE(stage.daemon.exitStatus(), 0);
+    fixture.systemd->hold(listUnits());
+    fixture.launch();
+    QVERIFY(fixture.waitUntil([&] { return fixture.systemd->calls.size() == 3; }));
+    fixture.daemon.sendSignal(number);
+    QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
+    QCOMPARE(fixture.daemon.exitStatus(), 0);
     for (const QVariantList &change : qAsConst(owners.received))
         QVERIFY(change.constFirst() != QLatin1String("org.zarn.Orvane"));
 }
 
 void TestStartup::isReadyThoughTheListingsFail()
 {
-    Stage stage;
+    Fixture fixture;
     const QString error = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
-    stage.systemd->refuse(listUnits(), error, QStringLiteral("no"));
-    stage.systemd->refuse(listFiles(), error, QStringLiteral("no"));
-    QVERIFY(stage.start());
+    fixture.systemd->refuse(listUnits(), error, QStringLiteral("no"));
+    fixture.systemd->refuse(listFiles(), error, QStringLiteral("no"));
+    QVERIFY(fixture.start());
 }
 
 void TestStartup::isReadyWithoutSystemd()
 {
-    Stage stage;
-    stage.systemd.reset();
-    QVERIFY(stage.start());
+    Fixture fixture;
+    fixture.systemd.reset();
+    QVERIFY(fixture.start());
 }
 
 void TestStartup::putsRightWhatAnEarlierRunLeft()
 {
-    Stage stage;
+    Fixture fixture;
     const QByteArray text = Core::policyText(QStringLiteral("a.b.C"), QStringLiteral("appuser"));
-    const QString policy = stage.root.policyFile(QStringLiteral("a.b.task_left"));
+    const QString policy = fixture.root.policyFile(QStringLiteral("a.b.task_left"));
     const QString unfinished = QStringLiteral("/etc/dbus-1/system.d/.orvane.aB3xYz");
     const QString folder = QStringLiteral("/var/lib/am/apps/a.b");
-    const QString foreign = stage.root.policyFile(QStringLiteral("a.b.task_foreign"));
-    stage.root.write(policy, text);
-    stage.root.write(unfinished, text.left(100));
-    QVERIFY(QDir().mkpath(stage.root.path(folder)));
-    stage.root.write(foreign, text + "<!-- by somebody else -->\n");
-    QVERIFY(stage.start());
+    const QString foreign = fixture.root.policyFile(QStringLiteral("a.b.task_foreign"));
+    fixture.root.write(policy, text);
+    fixture.root.write(unfinished, text.left(100));
+    QVERIFY(QDir().mkpath(fixture.root.path(folder)));
+    fixture.root.write(foreign, text + "<!-- by somebody else -->\n");
+    QVERIFY(fixture.start());
     for (const QString &leftover : {policy, unfinished, folder}) {
-        QVERIFY(stage.waitUntil([&] { return !stage.root.exists(leftover); }));
-        QVERIFY(stage.daemonLogs('"' + stage.root.path(leftover).toUtf8() + "\"\n"));
+        QVERIFY(fixture.waitUntil([&] { return !fixture.root.exists(leftover); }));
+        QVERIFY(fixture.daemonLogs('"' + fixture.root.path(leftover).toUtf8() + "\"\n"));
     }
-    QVERIFY(stage.root.exists(foreign));
+    QVERIFY(fixture.root.exists(foreign));
 }
 
 void TestStartup::hearsSystemdAgainWhenItIsAnotherProcess()
 {
-    Stage stage;
-    QVERIFY(stage.start());
-    const QDBusConnection bus = stage.connect();
-    stage.systemd.reset();
-    stage.systemd = std::make_unique<FakeSystemd>(bus);
-    QVERIFY(stage.waitUntil([&] { return stage.systemd->calls.size() == 3; }));
-    QCOMPARE(membersOf(stage.systemd->calls),
+    Fixture fixture;
+    QVERIFY(fixture.start());
+    const QDBusConnection bus = fixture.connect();
+    fixture.systemd.reset();
+    fixture.systemd = std::make_unique<FakeSystemd>(bus);
+    QVERIFY(fixture.waitUntil([&] { return fixture.systemd->calls.size() == 3; }));
+    QCOMPARE(membersOf(fixture.systemd->calls),
              QStringList({QStringLiteral("Subscribe"), listUnits(), listFiles()}));
 }
 
@@ -190,29 +190,30 @@ void TestStartup::looksAtNoApplicationBeforeItHasItsName()
 {
     QFETCH(bool, knowsAUnit);
     QFETCH(bool, knowsAClient);
-    Stage stage;
-    stage.root.serveType(QStringLiteral("Sync"));
+    Fixture fixture;
+    fixture.root.serveType(QStringLiteral("Sync"));
     // Whoever looks at it complains.
-    stage.root.writeApplication(QStringLiteral("Notes"), "[X-Task my-sync]\nType=Sync\n");
+    fixture.root.writeApplication(QStringLiteral("Notes"), "[X-Task my-sync]\nType=Sync\n");
     const QByteArray complaint = "Invalid task name";
-    const QStringList keeping{QStringLiteral("RUNTIME_DIRECTORY=") + stage.root.path()};
+    const QStringList keeping{QStringLiteral("RUNTIME_DIRECTORY=") + fixture.root.path()};
     if (knowsAUnit)
-        stage.systemd->units = {{QStringLiteral("ov_task.com.example.Notes.task_sync.service"),
-                                 QStringLiteral("active"), QStringLiteral("running")}};
+        fixture.systemd->units = {{QStringLiteral("ov_task.com.example.Notes.task_sync.service"),
+                                   QStringLiteral("active"), QStringLiteral("running")}};
     if (knowsAClient) {
-        QVERIFY(stage.start(keeping));
-        QCOMPARE(stage.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
-        QVERIFY(stage.daemonLogs(complaint));
-        stage.daemon.sendSignal(SIGTERM);
-        QVERIFY(stage.waitUntil([&] { return !stage.daemon.isRunning(); }));
-        QVERIFY(stage.root.exists(QStringLiteral("/registrations.json")));
+        QVERIFY(fixture.start(keeping));
+        QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(),
+                 QDBusMessage::ReplyMessage);
+        QVERIFY(fixture.daemonLogs(complaint));
+        fixture.daemon.sendSignal(SIGTERM);
+        QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
+        QVERIFY(fixture.root.exists(QStringLiteral("/registrations.json")));
     }
     // The daemon gets as far as to its name, and no further.
-    QVERIFY(stage.client.registerService(QStringLiteral("org.zarn.Orvane")));
-    const int before = knowsAClient ? stage.daemon.log().size() : 0;
-    stage.launch(keeping);
-    QVERIFY(stage.waitUntil([&] { return !stage.daemon.isRunning(); }));
-    const QByteArray log = stage.daemon.log().mid(before);
+    QVERIFY(fixture.client.registerService(QStringLiteral("org.zarn.Orvane")));
+    const int before = knowsAClient ? fixture.daemon.log().size() : 0;
+    fixture.launch(keeping);
+    QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
+    const QByteArray log = fixture.daemon.log().mid(before);
     QVERIFY(log.contains("couldn't register service"));
     QVERIFY2(!log.contains(complaint), log);
 }
@@ -229,17 +230,17 @@ void TestStartup::startsWithOtherArguments_data()
 void TestStartup::startsWithOtherArguments()
 {
     QFETCH(QStringList, arguments);
-    Stage stage;
-    stage.launch({}, arguments);
-    QVERIFY(stage.waitUntil([&] { return stage.nameIsOwned(); }));
+    Fixture fixture;
+    fixture.launch({}, arguments);
+    QVERIFY(fixture.waitUntil([&] { return fixture.nameIsOwned(); }));
 }
 
 void TestStartup::leavesWithoutABus()
 {
-    Stage stage;
-    stage.launch({QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
-    QVERIFY(stage.waitUntil([&] { return !stage.daemon.isRunning(); }));
-    QCOMPARE(stage.daemon.exitStatus(), 1);
+    Fixture fixture;
+    fixture.launch({QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+    QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
+    QCOMPARE(fixture.daemon.exitStatus(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestStartup)

@@ -1,7 +1,7 @@
 // Who may run tasks on the daemon's own sessions. The caller is this process; below the root prefix
 // it can be anybody's.
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QCoreApplication>
 #include <QDBusObjectPath>
@@ -39,20 +39,20 @@ private Q_SLOTS:
     void asksTheBusOnceForACallerAndLooksAtItsProcessEachTime();
 
 private:
-    static bool ownCaller(const Stage &stage, uid_t uid, gid_t gid)
+    static bool ownCaller(const Fixture &fixture, uid_t uid, gid_t gid)
     {
         const QString process =
-            stage.root.path(QStringLiteral("/proc/%1").arg(QCoreApplication::applicationPid()));
+            fixture.root.path(QStringLiteral("/proc/%1").arg(QCoreApplication::applicationPid()));
         return QDir().mkpath(process)
             && ::chown(QFile::encodeName(process).constData(), uid, gid) == 0;
     }
-    static bool startFor(Stage &stage, const QStringList &environment)
+    static bool startFor(Fixture &fixture, const QStringList &environment)
     {
-        stage.root.serveType(QStringLiteral("Sync"));
-        stage.root.writeApplication(QStringLiteral("Notes"),
-                                    "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
-        return stage.start(environment)
-            && stage.registerInvoker(QStringLiteral("Sync")).type() == QDBusMessage::ReplyMessage;
+        fixture.root.serveType(QStringLiteral("Sync"));
+        fixture.root.writeApplication(QStringLiteral("Notes"),
+                                      "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+        return fixture.start(environment)
+            && fixture.registerInvoker(QStringLiteral("Sync")).type() == QDBusMessage::ReplyMessage;
     }
 };
 
@@ -88,65 +88,66 @@ void TestTaskGroups::decidesByTheGroupsNamed()
     QFETCH(uint, gid);
     QFETCH(bool, admitted);
 
-    Stage stage;
-    if (!ownCaller(stage, uid, gid))
+    Fixture fixture;
+    if (!ownCaller(fixture, uid, gid))
         QSKIP("only root can give files away");
-    QVERIFY(startFor(stage, environment));
+    QVERIFY(startFor(fixture, environment));
     const QString refused = admitted ? QString() : accessDenied;
-    QCOMPARE(stage.start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).errorName(),
+    QCOMPARE(fixture.start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).errorName(),
              refused);
-    QCOMPARE(stage.stop(task).errorName(), refused);
-    const QStringList asked = membersOf(stage.systemd->calls);
+    QCOMPARE(fixture.stop(task).errorName(), refused);
+    const QStringList asked = membersOf(fixture.systemd->calls);
     QCOMPARE(asked.count(QStringLiteral("StartUnit")), admitted ? 1 : 0);
     QCOMPARE(asked.count(QStringLiteral("StopUnit")), admitted ? 1 : 0);
-    const QDBusMessage closing = Stage::sessionCall(QStringLiteral("CloseSession"));
-    QCOMPARE(stage.call(closing).errorName(), refused);
+    const QDBusMessage closing = Fixture::sessionCall(QStringLiteral("CloseSession"));
+    QCOMPARE(fixture.call(closing).errorName(), refused);
     // The session is gone only if the caller was let in.
-    QCOMPARE(stage.call(closing).errorName(),
+    QCOMPARE(fixture.call(closing).errorName(),
              admitted ? QStringLiteral("org.freedesktop.DBus.Error.UnknownObject") : accessDenied);
 }
 
 void TestTaskGroups::refusesBeforeLookingAtTheArguments()
 {
-    Stage stage;
-    if (!ownCaller(stage, nobody, nobody))
+    Fixture fixture;
+    if (!ownCaller(fixture, nobody, nobody))
         QSKIP("only root can give files away");
-    QVERIFY(startFor(stage, {QStringLiteral("ORVANE_TASK_GROUPS=man")}));
-    const QDBusMessage reply = stage.start(QStringLiteral("no such task"), {});
+    QVERIFY(startFor(fixture, {QStringLiteral("ORVANE_TASK_GROUPS=man")}));
+    const QDBusMessage reply = fixture.start(QStringLiteral("no such task"), {});
     QCOMPARE(reply.errorName(), accessDenied);
     QCOMPARE(reply.errorMessage(),
              QStringLiteral("Start is for the groups that may run background tasks"));
-    QCOMPARE(stage.stop(QStringLiteral("no such task")).errorMessage(),
+    QCOMPARE(fixture.stop(QStringLiteral("no such task")).errorMessage(),
              QStringLiteral("Stop is for the groups that may run background tasks"));
 }
 
 void TestTaskGroups::leavesReadingAndRegisteringToEverybody()
 {
-    Stage stage;
-    if (!ownCaller(stage, nobody, nobody))
+    Fixture fixture;
+    if (!ownCaller(fixture, nobody, nobody))
         QSKIP("only root can give files away");
-    QVERIFY(startFor(stage, {QStringLiteral("ORVANE_TASK_GROUPS=man")}));
-    const QDBusMessage reply = stage.call(Stage::methodCall(
-        Stage::sessionPath(), QStringLiteral("org.freedesktop.DBus.Properties"),
+    QVERIFY(startFor(fixture, {QStringLiteral("ORVANE_TASK_GROUPS=man")}));
+    const QDBusMessage reply = fixture.call(Fixture::methodCall(
+        Fixture::sessionPath(), QStringLiteral("org.freedesktop.DBus.Properties"),
         QStringLiteral("GetAll"), {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1")}));
     QCOMPARE(reply.signature(), QStringLiteral("a{sv}"));
 }
 
 void TestTaskGroups::leavesForwardedSessionsToTheUserService()
 {
-    Stage stage;
-    if (!ownCaller(stage, nobody, nobody))
+    Fixture fixture;
+    if (!ownCaller(fixture, nobody, nobody))
         QSKIP("only root can give files away");
-    FakeUserService user(stage.connect());
-    QVERIFY(stage.start({QStringLiteral("ORVANE_TASK_GROUPS=man")}));
+    FakeUserService user(fixture.connect());
+    QVERIFY(fixture.start({QStringLiteral("ORVANE_TASK_GROUPS=man")}));
     user.answer = [](const QDBusMessage &call) {
         return call.member() == QLatin1String("RegisterInvoker")
             ? call.createReply(
-                {QVariant::fromValue(QDBusObjectPath(Stage::sessionPath())), QVariantMap()})
+                {QVariant::fromValue(QDBusObjectPath(Fixture::sessionPath())), QVariantMap()})
             : call.createReply(QStringLiteral("let in"));
     };
-    QCOMPARE(stage.registerInvoker(QStringLiteral("UserType")).type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(stage.stop(task).arguments(), QVariantList{QStringLiteral("let in")});
+    QCOMPARE(fixture.registerInvoker(QStringLiteral("UserType")).type(),
+             QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture.stop(task).arguments(), QVariantList{QStringLiteral("let in")});
 }
 
 namespace {
@@ -162,7 +163,7 @@ public:
                          QStringLiteral("member='GetConnectionCredentials'")});
     }
     /// How often a connection was asked for up to now.
-    int questionsFor(const QString &name, const Stage &stage)
+    int questionsFor(const QString &name, const Fixture &fixture)
     {
         // The last question in the log is this one: nobody has that name.
         const QByteArray end = "no.such.name" + QByteArray::number(++m_looks);
@@ -171,10 +172,10 @@ public:
                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionCredentials"));
             question << QString::fromLatin1(end);
-            (void)stage.call(question);
+            (void)fixture.call(question);
             return (m_text += m_monitor.readAllStandardOutput()).contains(end);
         };
-        if (!Stage::waitUntil(ask))
+        if (!Fixture::waitUntil(ask))
             return -1;
         return m_text.count("string \"" + name.toLatin1() + '"');
     }
@@ -189,20 +190,20 @@ private:
 
 void TestTaskGroups::asksTheBusOnceForACallerAndLooksAtItsProcessEachTime()
 {
-    Stage stage;
-    if (!ownCaller(stage, nobody, groupId("games")))
+    Fixture fixture;
+    if (!ownCaller(fixture, nobody, groupId("games")))
         QSKIP("only root can give files away");
-    CredentialsLog log(stage.bus.address());
-    QCOMPARE(log.questionsFor(stage.client.baseService(), stage), 0);
-    QVERIFY(startFor(stage, {QStringLiteral("ORVANE_TASK_GROUPS=games")}));
+    CredentialsLog log(fixture.bus.address());
+    QCOMPARE(log.questionsFor(fixture.client.baseService(), fixture), 0);
+    QVERIFY(startFor(fixture, {QStringLiteral("ORVANE_TASK_GROUPS=games")}));
     for (int round = 0; round < 3; ++round) {
-        QCOMPARE(stage.start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).type(),
+        QCOMPARE(fixture.start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).type(),
                  QDBusMessage::ReplyMessage);
-        QCOMPARE(stage.stop(task).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture.stop(task).type(), QDBusMessage::ReplyMessage);
     }
-    QCOMPARE(log.questionsFor(stage.client.baseService(), stage), 1);
-    QVERIFY(ownCaller(stage, nobody, nobody));
-    QCOMPARE(stage.stop(task).errorName(), accessDenied);
+    QCOMPARE(log.questionsFor(fixture.client.baseService(), fixture), 1);
+    QVERIFY(ownCaller(fixture, nobody, nobody));
+    QCOMPARE(fixture.stop(task).errorName(), accessDenied);
 }
 
 QTEST_GUILESS_MAIN(TestTaskGroups)

@@ -1,6 +1,6 @@
 // The service manager hears from a daemon that works, and from no other.
 
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include <QSocketNotifier>
 #include <QTest>
@@ -88,29 +88,29 @@ void TestWatchdog::reportsAgainAndAgain()
 {
     Manager manager;
     QVERIFY(manager.isUp);
-    Stage stage;
-    QVERIFY(stage.start(manager.environment()));
+    Fixture fixture;
+    QVERIFY(fixture.start(manager.environment()));
     int heard = 0;
-    QVERIFY(stage.waitUntil([&] { return (heard += manager.heard()) >= 5; }));
+    QVERIFY(fixture.waitUntil([&] { return (heard += manager.heard()) >= 5; }));
 }
 
 void TestWatchdog::reportsOverANameThatIsInNoFileSystem()
 {
     Manager manager(Manager::Name::InNoFileSystem);
     QVERIFY(manager.isUp);
-    Stage stage;
-    QVERIFY(stage.start(manager.environment()));
-    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
+    Fixture fixture;
+    QVERIFY(fixture.start(manager.environment()));
+    QVERIFY(fixture.waitUntil([&] { return manager.heard() > 0; }));
 }
 
 void TestWatchdog::isSilentWhileTheLoopHangs()
 {
     Manager manager;
-    Stage stage;
-    QVERIFY(stage.start(manager.environment()));
-    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
+    Fixture fixture;
+    QVERIFY(fixture.start(manager.environment()));
+    QVERIFY(fixture.waitUntil([&] { return manager.heard() > 0; }));
     // The thread of the event loop alone: the others go on.
-    const auto loop = static_cast<pid_t>(stage.daemon.processId());
+    const auto loop = static_cast<pid_t>(fixture.daemon.processId());
     QCOMPARE(::ptrace(PTRACE_SEIZE, loop, nullptr, nullptr), 0L);
     QCOMPARE(::ptrace(PTRACE_INTERRUPT, loop, nullptr, nullptr), 0L);
     // One may be on its way.
@@ -121,30 +121,30 @@ void TestWatchdog::isSilentWhileTheLoopHangs()
 void TestWatchdog::isSilentWhileTheBusDoesNotAnswer()
 {
     Manager manager;
-    Stage stage;
-    QVERIFY(stage.start(manager.environment()));
-    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
-    stage.bus.sendSignal(SIGSTOP);
+    Fixture fixture;
+    QVERIFY(fixture.start(manager.environment()));
+    QVERIFY(fixture.waitUntil([&] { return manager.heard() > 0; }));
+    fixture.bus.sendSignal(SIGSTOP);
     // One answer may be on its way.
     (void)QTest::qWaitFor([&] { return manager.heard() > 0; }, 2 * periodMs);
     QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
-    stage.bus.sendSignal(SIGCONT);
-    QVERIFY(stage.waitUntil([&] { return manager.heard() > 0; }));
+    fixture.bus.sendSignal(SIGCONT);
+    QVERIFY(fixture.waitUntil([&] { return manager.heard() > 0; }));
 }
 
 void TestWatchdog::isSilentWhenNobodyAsksForIt()
 {
     Manager manager;
-    Stage stage;
-    QVERIFY(stage.start({manager.environment().constFirst()}));
+    Fixture fixture;
+    QVERIFY(fixture.start({manager.environment().constFirst()}));
     QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
 }
 
 void TestWatchdog::isSilentWhenAnotherProcessIsAsked()
 {
     Manager manager;
-    Stage stage;
-    QVERIFY(stage.start(manager.environment() + QStringList{QStringLiteral("WATCHDOG_PID=1")}));
+    Fixture fixture;
+    QVERIFY(fixture.start(manager.environment() + QStringList{QStringLiteral("WATCHDOG_PID=1")}));
     QVERIFY(!QTest::qWaitFor([&] { return manager.heard() > 0; }, 5 * periodMs));
 }
 

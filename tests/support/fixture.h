@@ -16,16 +16,16 @@
 
 /// Everything that one component test needs: a bus, a root directory, systemd's stand-in, and the
 /// daemon. A test makes one, lays out files, starts the daemon.
-class Stage
+class Fixture
 {
 public:
     /// How long a condition may take to come true, in milliseconds. Long: a test on a loaded
     /// machine must not fail, and one that passes does not wait for it.
     static constexpr int patienceMs = 60000;
 
-    Stage();
-    ~Stage();
-    Q_DISABLE_COPY(Stage)
+    Fixture();
+    ~Fixture();
+    Q_DISABLE_COPY(Fixture)
 
     /// Starts the daemon with an idle time that no test reaches, and further variables.
     void launch(const QStringList &environment = {}, const QStringList &arguments = {});

@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include "client/calls.h"
 #include "common/DBus/receive_limits.h"
@@ -27,7 +27,7 @@ QDBusConnection startedBus(PrivateBus &bus)
 
 } // namespace
 
-Stage::Stage()
+Fixture::Fixture()
     : client(startedBus(bus))
     , systemd(std::make_unique<FakeSystemd>(connect()))
     , userManager(std::make_unique<FakeUserManager>(connect(), QStringLiteral("list"),
@@ -35,13 +35,13 @@ Stage::Stage()
 {
 }
 
-Stage::~Stage()
+Fixture::~Fixture()
 {
     if (QTest::currentTestFailed())
         qWarning().noquote() << "The daemon's log:\n" << daemon.log();
 }
 
-QStringList Stage::daemonEnvironment(const QStringList &more) const
+QStringList Fixture::daemonEnvironment(const QStringList &more) const
 {
     return root.environment()
         + QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + bus.address(),
@@ -50,32 +50,32 @@ QStringList Stage::daemonEnvironment(const QStringList &more) const
     + more;
 }
 
-std::unique_ptr<ToolProcess> Stage::startTool(const QStringList &arguments,
-                                              const QStringList &environment) const
+std::unique_ptr<ToolProcess> Fixture::startTool(const QStringList &arguments,
+                                                const QStringList &environment) const
 {
     return std::make_unique<ToolProcess>(daemonEnvironment(environment), arguments);
 }
 
-std::unique_ptr<ToolProcess> Stage::startToolInTerminal(const QStringList &arguments,
-                                                        int columns) const
+std::unique_ptr<ToolProcess> Fixture::startToolInTerminal(const QStringList &arguments,
+                                                          int columns) const
 {
     const QStringList plain{QStringLiteral("NO_COLOR=1"), QStringLiteral("LC_ALL=C.UTF-8")};
     return std::make_unique<ToolProcess>(daemonEnvironment(plain), arguments, columns);
 }
 
-ToolOutput Stage::runTool(const QStringList &arguments, const QStringList &environment) const
+ToolOutput Fixture::runTool(const QStringList &arguments, const QStringList &environment) const
 {
     const std::unique_ptr<ToolProcess> tool = startTool(arguments, environment);
     (void)waitUntil([&tool] { return tool->hasEnded(); });
     return tool->output();
 }
 
-void Stage::launch(const QStringList &environment, const QStringList &arguments)
+void Fixture::launch(const QStringList &environment, const QStringList &arguments)
 {
     daemon.start(daemonEnvironment(environment), arguments);
 }
 
-bool Stage::activateDaemon(const QStringList &environment)
+bool Fixture::activateDaemon(const QStringList &environment)
 {
     // As the service manager starts it: with its own process id in the environment.
     const QString command =
@@ -88,58 +88,61 @@ bool Stage::activateDaemon(const QStringList &environment)
         && client.call(reload).type() == QDBusMessage::ReplyMessage;
 }
 
-bool Stage::start(const QStringList &environment)
+bool Fixture::start(const QStringList &environment)
 {
     launch(environment);
     return waitUntil([this] { return nameIsOwned() || !daemon.isRunning(); }) && nameIsOwned();
 }
 
-QDBusConnection Stage::connect() { return newConnection(bus.address()); }
+QDBusConnection Fixture::connect() { return newConnection(bus.address()); }
 
-void Stage::drop(QDBusConnection &connection)
+void Fixture::drop(QDBusConnection &connection)
 {
     QDBusConnection::disconnectFromBus(connection.name());
     // The library closes the socket with the last handle.
     connection = QDBusConnection(QString());
 }
 
-bool Stage::daemonLogs(const QByteArray &text)
+bool Fixture::daemonLogs(const QByteArray &text)
 {
     return waitUntil([&] { return daemon.log().contains(text); });
 }
 
-bool Stage::nameIsOwned(const QString &name)
+bool Fixture::nameIsOwned(const QString &name)
 {
     return client.interface()->isServiceRegistered(name);
 }
 
-bool Stage::waitUntil(const std::function<bool()> &condition)
+bool Fixture::waitUntil(const std::function<bool()> &condition)
 {
     return QTest::qWaitFor(condition, patienceMs);
 }
 
-QDBusMessage Stage::call(const QDBusMessage &message, const QDBusConnection &from) const
+QDBusMessage Fixture::call(const QDBusMessage &message, const QDBusConnection &from) const
 {
     const QDBusPendingCall pending = from.asyncCall(message, patienceMs);
     (void)waitUntil([&pending] { return pending.isFinished(); });
     return pending.reply();
 }
 
-QDBusMessage Stage::registerInvoker(const QString &type) const { return call(registerCall(type)); }
+QDBusMessage Fixture::registerInvoker(const QString &type) const
+{
+    return call(registerCall(type));
+}
 
-QDBusMessage Stage::start(const QString &taskId, const QVariantMap &hints,
-                          const QVariantMap &info) const
+QDBusMessage Fixture::start(const QString &taskId, const QVariantMap &hints,
+                            const QVariantMap &info) const
 {
     return call(startCall(taskId, hints, info));
 }
 
-QDBusMessage Stage::stop(const QString &taskId) const
+QDBusMessage Fixture::stop(const QString &taskId) const
 {
     return call(Client::stopCall(sessionPath(), taskId));
 }
 
-QDBusMessage Stage::methodCall(const QString &path, const QString &interface, const QString &method,
-                               const QVariantList &arguments)
+QDBusMessage Fixture::methodCall(const QString &path, const QString &interface,
+                                 const QString &method, const QVariantList &arguments)
 {
     QDBusMessage message =
         QDBusMessage::createMethodCall(QStringLiteral("org.zarn.Orvane"), path, interface, method);
@@ -147,26 +150,29 @@ QDBusMessage Stage::methodCall(const QString &path, const QString &interface, co
     return message;
 }
 
-QDBusMessage Stage::startCall(const QString &taskId, const QVariantMap &hints,
-                              const QVariantMap &info)
+QDBusMessage Fixture::startCall(const QString &taskId, const QVariantMap &hints,
+                                const QVariantMap &info)
 {
     return Client::startCall(sessionPath(), taskId, info, hints);
 }
 
-QDBusMessage Stage::sessionCall(const QString &method, const QVariantList &arguments)
+QDBusMessage Fixture::sessionCall(const QString &method, const QVariantList &arguments)
 {
     return methodCall(sessionPath(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), method,
                       arguments);
 }
 
-QDBusMessage Stage::registerCall(const QString &type) { return Client::registerInvokerCall(type); }
+QDBusMessage Fixture::registerCall(const QString &type)
+{
+    return Client::registerInvokerCall(type);
+}
 
-QString Stage::sessionPath(const QString &type)
+QString Fixture::sessionPath(const QString &type)
 {
     return QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/") + type;
 }
 
-QString Stage::unitPath(const QString &taskId)
+QString Fixture::unitPath(const QString &taskId)
 {
     return FakeSystemd::pathOf(QStringLiteral("ov_task.%1.service").arg(taskId));
 }

@@ -1,4 +1,4 @@
-#include "support/stage.h"
+#include "support/fixture.h"
 
 #include "client/calls.h"
 
@@ -67,7 +67,7 @@ bool waitUntil(const std::function<bool()> &condition)
     return true;
 }
 
-Stage::Stage()
+Fixture::Fixture()
     // One user's clients are all of them here.
     : bus(QStringLiteral("<limit name=\"max_connections_per_user\">2000</limit>"))
     , client(newConnection(startedBus(bus)))
@@ -78,7 +78,7 @@ Stage::Stage()
     root.write(QStringLiteral("/run/orvane/.keep"), {});
 }
 
-QStringList Stage::environment() const
+QStringList Fixture::environment() const
 {
     return root.environment()
         + QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + bus.address(),
@@ -90,10 +90,10 @@ QStringList Stage::environment() const
                       QStringLiteral("QT_HASH_SEED=0")};
 }
 
-QString Stage::daemonProgram() { return programBeside(QStringLiteral("orvane")); }
+QString Fixture::daemonProgram() { return programBeside(QStringLiteral("orvane")); }
 
-double Stage::startUntilName(Child &child, const QString &program, const QStringList &arguments,
-                             const QString &name)
+double Fixture::startUntilName(Child &child, const QString &program, const QStringList &arguments,
+                               const QString &name)
 {
     QEventLoop loop;
     QDBusServiceWatcher watcher(name, client, QDBusServiceWatcher::WatchForRegistration);
@@ -107,23 +107,23 @@ double Stage::startUntilName(Child &child, const QString &program, const QString
     return static_cast<double>(time.nsecsElapsed()) / 1e6;
 }
 
-void Stage::startManager(const QStringList &arguments)
+void Fixture::startManager(const QStringList &arguments)
 {
     startUntilName(manager, programBeside(QStringLiteral("fake-manager")), arguments,
                    QStringLiteral("org.freedesktop.systemd1"));
 }
 
-double Stage::startDaemon()
+double Fixture::startDaemon()
 {
     return startUntilName(daemon, daemonProgram(), {}, QStringLiteral("org.zarn.Orvane"));
 }
 
-QDBusMessage Stage::registerInvoker(const QDBusConnection &from, const QString &type) const
+QDBusMessage Fixture::registerInvoker(const QDBusConnection &from, const QString &type) const
 {
     return callAndWait(from, Client::registerInvokerCall(type));
 }
 
-void Stage::emitState(const QString &unit, bool runs) const
+void Fixture::emitState(const QString &unit, bool runs) const
 {
     callAndWait(client,
                 managerCall(QStringLiteral("Emit"),
@@ -131,7 +131,7 @@ void Stage::emitState(const QString &unit, bool runs) const
                              runs ? QStringLiteral("running") : QStringLiteral("dead")}));
 }
 
-int Stage::reloads() const
+int Fixture::reloads() const
 {
     return callAndWait(client, managerCall(QStringLiteral("Reloads"))).arguments().value(0).toInt();
 }

@@ -7,7 +7,7 @@ embedded_pids=()
 embedded_daemon=
 embedded_status=
 
-stage_open() {
+fixture_open() {
     embedded_dir=$(mktemp -d -t orvane-demo.XXXXXX)
     local data=$embedded_dir/usr/share notes=$container_source/examples/notes
     mkdir -p "$embedded_dir"/etc/systemd/system "$data"/applications "$data"/orvane/task-types \
@@ -36,15 +36,15 @@ CONF
     export ORVANE_ROOTFS=$embedded_dir XDG_DATA_DIRS=$data XDG_DATA_HOME=$embedded_dir/home
     # Below the temporary folder there is no /proc to look callers up in.
     export ORVANE_SKIP_AUTHENTICATION=1
-    wait_for 20 "the private bus" stage_run busctl status org.freedesktop.DBus >/dev/null 2>&1
+    wait_for 20 "the private bus" fixture_run busctl status org.freedesktop.DBus >/dev/null 2>&1
     "$ORVANE_BIN/fake-systemd" >"$embedded_dir/units.log" 2>&1 &
     embedded_pids+=($!)
     wait_for 20 "the stand-in for systemd" embedded_manager_is_up
 }
 
-embedded_manager_is_up() { stage_run busctl status org.freedesktop.systemd1 >/dev/null 2>&1; }
+embedded_manager_is_up() { fixture_run busctl status org.freedesktop.systemd1 >/dev/null 2>&1; }
 
-stage_close() {
+fixture_close() {
     local pid
     for pid in $embedded_daemon "${embedded_pids[@]}"; do
         kill "$pid" 2>/dev/null || true
@@ -53,17 +53,17 @@ stage_close() {
     [ -z "$embedded_dir" ] || rm -rf "$embedded_dir"
 }
 
-stage_start_daemon() {
+fixture_start_daemon() {
     ORVANE_DAEMON_TIMEOUT=$1 "$ORVANE_BIN/orvane" 2>"$embedded_dir/daemon.log" &
     embedded_daemon=$!
     wait_for 20 "the daemon's name" embedded_name_is_owned
 }
 
-embedded_name_is_owned() { stage_run busctl status org.zarn.Orvane >/dev/null 2>&1; }
+embedded_name_is_owned() { fixture_run busctl status org.zarn.Orvane >/dev/null 2>&1; }
 
 # There is a daemon here, but nothing that a system has besides: no journal, no sandbox, no users.
-stage_is_a_system() { false; }
-stage_run() {
+fixture_is_a_system() { false; }
+fixture_run() {
     local program=$1
     shift
     case "$program" in
@@ -73,9 +73,9 @@ stage_run() {
     esac
 }
 
-stage_path() { echo "$embedded_dir$1"; }
+fixture_path() { echo "$embedded_dir$1"; }
 
-stage_daemon_runs() {
+fixture_daemon_runs() {
     kill -0 "$embedded_daemon" 2>/dev/null && return 0
     if [ -z "$embedded_status" ]; then
         embedded_status=0
@@ -84,14 +84,14 @@ stage_daemon_runs() {
     return 1
 }
 
-stage_daemon_status() { echo "$embedded_status"; }
-stage_daemon_log() { cat "$embedded_dir/daemon.log"; }
-stage_task_log() { cat "$embedded_dir/units.log"; }
-stage_user() { echo nobody; }
-stage_workers() { pgrep -P "${embedded_pids[1]}" || true; }
-stage_confinement() { echo "  (the stand-in for systemd confines nothing)"; }
+fixture_daemon_status() { echo "$embedded_status"; }
+fixture_daemon_log() { cat "$embedded_dir/daemon.log"; }
+fixture_task_log() { cat "$embedded_dir/units.log"; }
+fixture_user() { echo nobody; }
+fixture_workers() { pgrep -P "${embedded_pids[1]}" || true; }
+fixture_confinement() { echo "  (the stand-in for systemd confines nothing)"; }
 
-stage_end_watcher() {
+fixture_end_watcher() {
     pkill -P "$1" 2>/dev/null || kill "$1" 2>/dev/null || true
     wait "$1" 2>/dev/null || true
 }

@@ -20,10 +20,10 @@ QDBusMessage callAndWait(const QDBusConnection &from, const QDBusMessage &call);
 bool waitUntil(const std::function<bool()> &condition);
 
 /// A private bus with a manager that costs nothing, a place for files, and the daemon.
-class Stage
+class Fixture
 {
 public:
-    Stage();
+    Fixture();
     /// Starts the manager; see fake_manager.cpp for its arguments.
     void startManager(const QStringList &arguments = {});
     /// Starts the daemon and waits for its name.
