@@ -24,7 +24,7 @@ namespace {
 // The bus lets a connection have 128 calls unanswered.
 constexpr std::size_t callsOfAConnection = 100;
 // Longer than whatever is called: who is asked has to answer.
-constexpr std::uint64_t patienceUs = 600ULL * 1000 * 1000;
+constexpr std::uint64_t timeoutUs = 600ULL * 1000 * 1000;
 
 constexpr const char *sessionPath = "/org/zarn/Orvane/TaskInvokerSessions/Sync";
 
@@ -113,7 +113,7 @@ std::vector<sd_bus *> connectionsFor(std::size_t calls)
         sd_bus *bus = nullptr;
         if (sd_bus_open_system(&bus) < 0)
             return {};
-        sd_bus_set_method_call_timeout(bus, patienceUs);
+        sd_bus_set_method_call_timeout(bus, timeoutUs);
         connections.push_back(bus);
     }
     return connections;

@@ -15,7 +15,7 @@ namespace Bench {
 namespace {
 
 // A daemon under callgrind on a machine that is busy takes its time.
-constexpr int patienceMs = 240000;
+constexpr int timeoutMs = 240000;
 
 QString startedBus(PrivateBus &bus)
 {
@@ -47,7 +47,7 @@ QDBusConnection newConnection(const QString &address)
 
 QDBusMessage callAndWait(const QDBusConnection &from, const QDBusMessage &call)
 {
-    QDBusMessage reply = from.call(call, QDBus::Block, patienceMs);
+    QDBusMessage reply = from.call(call, QDBus::Block, timeoutMs);
     if (reply.type() != QDBusMessage::ReplyMessage)
         qWarning("%s: %s", qPrintable(call.member()), qPrintable(reply.errorMessage()));
     return reply;
@@ -59,7 +59,7 @@ bool waitUntil(const std::function<bool()> &condition)
     waited.start();
     QEventLoop loop;
     while (!condition()) {
-        if (waited.elapsed() > patienceMs)
+        if (waited.elapsed() > timeoutMs)
             return false;
         QTimer::singleShot(2, &loop, &QEventLoop::quit);
         loop.exec();
@@ -101,7 +101,7 @@ double Fixture::startUntilName(Child &child, const QString &program, const QStri
     QElapsedTimer time;
     time.start();
     child.start(program, arguments, environment());
-    QTimer::singleShot(patienceMs, &loop, [&loop] { loop.exit(1); });
+    QTimer::singleShot(timeoutMs, &loop, [&loop] { loop.exit(1); });
     if (loop.exec() != 0)
         qFatal("%s does not appear on the bus", qPrintable(name));
     return static_cast<double>(time.nsecsElapsed()) / 1e6;

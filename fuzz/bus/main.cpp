@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr int patienceMs = 60000;
+constexpr int timeoutMs = 60000;
 constexpr int mostUnanswered = 64;
 
 // A second answer to a call would otherwise end at the bus.
@@ -106,7 +106,7 @@ void Run::workUntil(const Condition &condition, const char *text)
     waited.start();
     while (!condition()) {
         work();
-        if (waited.hasExpired(patienceMs))
+        if (waited.hasExpired(timeoutMs))
             fail(text);
         if (m_daemon.waitForFinished(0) && !condition())
             fail("the daemon stays");

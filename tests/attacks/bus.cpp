@@ -24,7 +24,7 @@ sd_bus *connectToBus()
 {
     sd_bus *bus = nullptr;
     check(sd_bus_open_system(&bus), "connecting");
-    check(sd_bus_set_method_call_timeout(bus, patienceUs), "setting the time to wait");
+    check(sd_bus_set_method_call_timeout(bus, timeoutUs), "setting the time to wait");
     return bus;
 }
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-constexpr std::uint64_t patienceUs = 60 * 1000 * 1000;
+constexpr std::uint64_t timeoutUs = 60 * 1000 * 1000;
 
 /// An object's method.
 struct Method

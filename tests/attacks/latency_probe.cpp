@@ -38,7 +38,7 @@ long timeOfACall(sd_bus *bus)
 {
     const Clock::time_point start = Clock::now();
     std::string outcome = callOnce(bus);
-    while (outcome != "answered" && millisecondsSince(start) < static_cast<long>(patienceUs / 1000))
+    while (outcome != "answered" && millisecondsSince(start) < static_cast<long>(timeoutUs / 1000))
         outcome = callOnce(bus);
     if (outcome == "answered")
         return millisecondsSince(start);

@@ -196,7 +196,7 @@ private:
         }
         ++m_open;
         auto *watcher = new QDBusPendingCallWatcher(
-            visitor.connection.asyncCall(message, Fixture::patienceMs), visitor.watchers.get());
+            visitor.connection.asyncCall(message, Fixture::timeoutMs), visitor.watchers.get());
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [this, watcher] {
             --m_open;
             watcher->setParent(nullptr);

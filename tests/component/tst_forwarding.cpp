@@ -220,7 +220,7 @@ void TestForwarding::staysUsableWhileTheUserServiceHangs()
         connections.append(fixture->connect());
         for (int round = 0; round < callsOfEach; ++round)
             calls.append(connections.constLast().asyncCall(
-                controlCall(QStringLiteral("Do"), {calls.size()}), Fixture::patienceMs));
+                controlCall(QStringLiteral("Do"), {calls.size()}), Fixture::timeoutMs));
     }
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 64; }));
 
@@ -257,7 +257,7 @@ void TestForwarding::tellsWhenTooManyCallsWait()
         if (calls.size() % 100 == 0)
             connections.append(fixture->connect());
         calls.append(connections.constLast().asyncCall(controlCall(QStringLiteral("Do")),
-                                                       Fixture::patienceMs));
+                                                       Fixture::timeoutMs));
         // One connection after the other, so that the daemon has seen them all.
         if (calls.size() % 100 == 0 || calls.size() == room)
             (void)fixture->call(

@@ -107,7 +107,7 @@ void TestHostileClients::hearsAfterHugeCalls()
     QVector<QDBusConnection> attackers;
     for (int number = 0; number < 4; ++number) {
         attackers.append(fixture->connect());
-        attackers.constLast().asyncCall(call, Fixture::patienceMs);
+        attackers.constLast().asyncCall(call, Fixture::timeoutMs);
     }
     const QDBusConnection other = fixture->connect();
     QCOMPARE(registerSync(other).type(), QDBusMessage::ReplyMessage);
@@ -124,7 +124,7 @@ void TestHostileClients::hearsWhileHugeCallsWaitForTheUserService()
     for (int number = 0; number < 4; ++number) {
         attackers.append(fixture->connect());
         calls.append(
-            attackers.constLast().asyncCall(controlCall({hugeText()}), Fixture::patienceMs));
+            attackers.constLast().asyncCall(controlCall({hugeText()}), Fixture::timeoutMs));
     }
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 4; }));
     QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
@@ -172,7 +172,7 @@ void TestHostileClients::answersOthersWhileManyValuesAreSent()
     const int before = memoryOf(fixture->daemon.processId());
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < 4; ++number)
-        calls.append(fixture->connect().asyncCall(controlCall({argument}), Fixture::patienceMs));
+        calls.append(fixture->connect().asyncCall(controlCall({argument}), Fixture::timeoutMs));
     QCOMPARE(registerSync(fixture->connect()).type(), QDBusMessage::ReplyMessage);
     for (const QDBusPendingCall &call : qAsConst(calls)) {
         QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
@@ -207,7 +207,7 @@ void TestHostileClients::tellsAClientThatItsCallsAreTooLarge()
     QVERIFY(fixture->start());
     user->hangs = true;
     const QDBusPendingCall first =
-        fixture->client.asyncCall(controlCall({hugeText()}), Fixture::patienceMs);
+        fixture->client.asyncCall(controlCall({hugeText()}), Fixture::timeoutMs);
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 1; }));
     QCOMPARE(fixture->call(controlCall({hugeText()})).errorName(), QLatin1String(limitsExceeded));
     // There is room again when the first is answered.
@@ -224,10 +224,9 @@ void TestHostileClients::leavesOthersTheirPlaces()
     const QDBusConnection greedy = fixture->connect();
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < 120; ++number)
-        calls.append(greedy.asyncCall(controlCall({number}), Fixture::patienceMs));
+        calls.append(greedy.asyncCall(controlCall({number}), Fixture::timeoutMs));
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == shareOfOne; }));
-    const QDBusPendingCall other =
-        fixture->client.asyncCall(controlCall({-1}), Fixture::patienceMs);
+    const QDBusPendingCall other = fixture->client.asyncCall(controlCall({-1}), Fixture::timeoutMs);
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == shareOfOne + 1; }));
     QCOMPARE(user->calls.constLast().arguments(), QVariantList{-1});
     user->release();
@@ -244,7 +243,7 @@ void TestHostileClients::dropsWhatWaitsForAClientThatLeft()
     user->hangs = true;
     QDBusConnection leaving = fixture->connect();
     for (int number = 0; number < 50; ++number)
-        leaving.asyncCall(controlCall({number}), Fixture::patienceMs);
+        leaving.asyncCall(controlCall({number}), Fixture::timeoutMs);
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 8; }));
     QCOMPARE(registerSync(leaving).type(), QDBusMessage::ReplyMessage);
     const QString name = leaving.baseService();
@@ -419,7 +418,7 @@ void TestHostileClients::boundsTheDescriptorsOfAClient()
     user->hangs = true;
     const QVariantList sixteen = QVector<QVariant>(16, descriptor()).toList();
     for (int number = 0; number < 2; ++number)
-        fixture->client.asyncCall(controlCall(sixteen), Fixture::patienceMs);
+        fixture->client.asyncCall(controlCall(sixteen), Fixture::timeoutMs);
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 2; }));
     QCOMPARE(fixture->call(controlCall({descriptor()})).errorName(), QLatin1String(limitsExceeded));
     user->release();

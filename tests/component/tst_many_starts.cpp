@@ -213,7 +213,7 @@ void TestManyStarts::enablesBehindTheStart()
 void TestManyStarts::stopsAtOnceWhileManyStartsWait()
 {
     fixture->systemd->hold(startUnit());
-    const QVector<QDBusPendingCall> starts = startTasks(100, Fixture::patienceMs);
+    const QVector<QDBusPendingCall> starts = startTasks(100, Fixture::timeoutMs);
     waitUntilHandled();
     QVERIFY(Fixture::waitUntil([&] { return count(startUnit()) > 1; }));
     QCOMPARE(fixture->stop(task(110)).type(), QDBusMessage::ReplyMessage);
@@ -226,7 +226,7 @@ void TestManyStarts::startsNothingThatItsCallerHasGivenUp()
 {
     constexpr int asked = 60;
     fixture->systemd->hold(startUnit());
-    const QVector<QDBusPendingCall> starts = startTasks(asked, 3 * Fixture::patienceMs);
+    const QVector<QDBusPendingCall> starts = startTasks(asked, 3 * Fixture::timeoutMs);
     QVERIFY(Fixture::waitUntil([&] { return starts.constLast().isFinished(); }));
     QCOMPARE(starts.constLast().error().name(),
              QStringLiteral("org.freedesktop.DBus.Error.Failed"));

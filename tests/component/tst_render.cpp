@@ -152,7 +152,7 @@ void TestRender::send(Start &start) const
     fixture->root.remove(fixture->root.policyFile(task));
     start.call = fixture->client.asyncCall(
         Fixture::startCall(task, start.request.hints(), start.request.information()),
-        Fixture::patienceMs);
+        Fixture::timeoutMs);
 }
 
 void TestRender::start(QVector<Start> &starts) const

@@ -668,7 +668,7 @@ void TestStartStop::answersEachOfManyCallsOnce()
         connections.append(fixture->connect());
         for (int round = 0; round < callsOfEach; ++round)
             calls.append(connections.constLast().asyncCall(Fixture::startCall(task(), user()),
-                                                           Fixture::patienceMs));
+                                                           Fixture::timeoutMs));
     }
     QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
     fixture->systemd->release(method("StartUnit"));

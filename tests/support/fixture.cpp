@@ -115,12 +115,12 @@ bool Fixture::nameIsOwned(const QString &name)
 
 bool Fixture::waitUntil(const std::function<bool()> &condition)
 {
-    return QTest::qWaitFor(condition, patienceMs);
+    return QTest::qWaitFor(condition, timeoutMs);
 }
 
 QDBusMessage Fixture::call(const QDBusMessage &message, const QDBusConnection &from) const
 {
-    const QDBusPendingCall pending = from.asyncCall(message, patienceMs);
+    const QDBusPendingCall pending = from.asyncCall(message, timeoutMs);
     (void)waitUntil([&pending] { return pending.isFinished(); });
     return pending.reply();
 }

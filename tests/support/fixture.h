@@ -21,7 +21,7 @@ class Fixture
 public:
     /// How long a condition may take to come true, in milliseconds. Long: a test on a loaded
     /// machine must not fail, and one that passes does not wait for it.
-    static constexpr int patienceMs = 60000;
+    static constexpr int timeoutMs = 60000;
 
     Fixture();
     ~Fixture();

@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 // The bus grants a connection 128 answers that it waits for.
 constexpr int callsOfAConnection = 100;
 // Longer than anybody waits: what is counted are wrong answers, not slow ones.
-constexpr unsigned long patienceUs = 240000000;
+constexpr unsigned long timeoutUs = 240000000;
 
 struct Outcome
 {
@@ -81,7 +81,7 @@ sd_bus_message *startUnit(sd_bus *bus, const std::string &unit)
 
 void send(sd_bus *bus, sd_bus_message *call, Outcome &outcome)
 {
-    check(sd_bus_call_async(bus, nullptr, call, countAnswer, &outcome, patienceUs), "calling");
+    check(sd_bus_call_async(bus, nullptr, call, countAnswer, &outcome, timeoutUs), "calling");
     sd_bus_message_unref(call);
 }
 
@@ -128,7 +128,7 @@ int main(int argc, char *argv[])
     if (!areTasks)
         check(sd_bus_call_async(connections.front(), nullptr,
                                 managerCall(connections.front(), "Reload"), nullptr, nullptr,
-                                patienceUs),
+                                timeoutUs),
               "calling");
     for (int number = 1; number <= count; ++number) {
         sd_bus *bus = connections[static_cast<std::size_t>((number - 1) / callsOfAConnection)];

@@ -26,7 +26,7 @@ constexpr uint seed = 12;
 constexpr int applications = 400;
 constexpr int fewestUnits = 200;
 constexpr int fewestPlainUnits = 40;
-constexpr int patienceMs = 60000;
+constexpr int timeoutMs = 60000;
 
 // A folder of units that systemd looks at as at those of an image.
 class Image
@@ -56,7 +56,7 @@ public:
                                  QStringLiteral("--recursive-errors=no"),
                                  QStringLiteral("--root=") + m_root.path()}
                          + m_units.keys());
-        if (!verify.waitForFinished(patienceMs))
+        if (!verify.waitForFinished(timeoutMs))
             return {QStringLiteral("systemd-analyze did not run: ") + verify.errorString()};
         return complaintsIn(QString::fromUtf8(verify.readAll()));
     }

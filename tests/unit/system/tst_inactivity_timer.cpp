@@ -53,7 +53,7 @@ private Q_SLOTS:
 
 private:
     static constexpr int idleMs = 200;
-    static constexpr int patienceMs = 30000;
+    static constexpr int timeoutMs = 30000;
 };
 
 void TestInactivityTimer::firesAfterTheIdleTime()
@@ -64,7 +64,7 @@ void TestInactivityTimer::firesAfterTheIdleTime()
     QElapsedTimer clock;
     clock.start();
     timer.watch(&worker);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
     QVERIFY(clock.elapsed() >= idleMs - 1);
 }
 
@@ -74,10 +74,10 @@ void TestInactivityTimer::firesOnce()
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     Worker worker;
     timer.watch(&worker);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
     QVERIFY(!fired.wait(200));
     worker.say(true);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
 }
 
 void TestInactivityTimer::startsAnewWhenIdleAgain()
@@ -91,7 +91,7 @@ void TestInactivityTimer::startsAnewWhenIdleAgain()
     QElapsedTimer clock;
     clock.start();
     worker.say(true);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
     QVERIFY(clock.elapsed() >= idleMs - 1);
 }
 
@@ -106,7 +106,7 @@ void TestInactivityTimer::startsAnewAtEachWordOfIdleness()
     QVERIFY(!fired.wait(idleMs / 2));
     const qint64 lastWord = clock.elapsed();
     worker.say(true);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
     QVERIFY(clock.elapsed() - lastWord >= idleMs - 1);
 }
 
@@ -122,7 +122,7 @@ void TestInactivityTimer::doesNotFireWhileOneIsBusy()
     idle.say(true);
     QVERIFY(!fired.wait(200));
     busy.say(true);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
 }
 
 void TestInactivityTimer::asksAgainWhenTheTimeIsUp()
@@ -137,7 +137,7 @@ void TestInactivityTimer::asksAgainWhenTheTimeIsUp()
     worker.idle = true;
     QVERIFY(!fired.wait(200));
     worker.say(true);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
 }
 
 void TestInactivityTimer::forgetsDestroyedObjects()
@@ -153,7 +153,7 @@ void TestInactivityTimer::forgetsDestroyedObjects()
     // Its end alone changes nothing.
     QVERIFY(!fired.wait(200));
     worker.say(true);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
 }
 
 void TestInactivityTimer::takesAnObjectWithoutThePropertyAsBusy()
@@ -171,7 +171,7 @@ void TestInactivityTimer::watchesNothingGladly()
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     QVERIFY(!fired.wait(100));
     timer.watch(nullptr);
-    QVERIFY(fired.wait(patienceMs));
+    QVERIFY(fired.wait(timeoutMs));
 }
 
 void TestInactivityTimer::neverFiresWithANegativeTime()

@@ -25,7 +25,7 @@ private Q_SLOTS:
     void keepsThePlaceOfACallThatIsNotAnswered();
 
 private:
-    static constexpr int patienceMs = 30000;
+    static constexpr int timeoutMs = 30000;
     static constexpr int soonMs = 300;
     static QDBusMessage message(int number)
     {
@@ -82,10 +82,10 @@ void TestCallQueue::keepsABoundAndTheOrder()
     CallQueue queue(own, {2, 2, 2});
     for (int number = 0; number < 6; ++number)
         queue.call(call(number));
-    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 2, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 2, timeoutMs);
     QVERIFY(!QTest::qWaitFor([&] { return user.calls.size() > 2; }, 200));
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers, numbers("0 1 2 3 4 5"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, numbers("0 1 2 3 4 5"), timeoutMs);
     QCOMPARE(user.calls.size(), 6);
 }
 
@@ -100,9 +100,9 @@ void TestCallQueue::sendsUrgentCallsFirst()
     queue.call(call(3));
     queue.call(call(4, CallQueue::Urgent));
     queue.call(call(5, CallQueue::Urgent));
-    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 1, timeoutMs);
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers, numbers("0 4 5 2 3 1"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, numbers("0 4 5 2 3 1"), timeoutMs);
 }
 
 void TestCallQueue::leavesPlacesToUrgentCalls()
@@ -116,10 +116,10 @@ void TestCallQueue::leavesPlacesToUrgentCalls()
         queue.call(call(number));
     queue.call(call(10, CallQueue::Urgent));
     queue.call(call(11, CallQueue::Urgent));
-    QTRY_COMPARE_WITH_TIMEOUT(sentTo(user), numbers("0 5 10"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(sentTo(user), numbers("0 5 10"), timeoutMs);
     QVERIFY(!QTest::qWaitFor([&] { return user.calls.size() > 3; }, 200));
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 12, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 12, timeoutMs);
 }
 
 void TestCallQueue::tellsWhenACallIsSent()
@@ -136,11 +136,11 @@ void TestCallQueue::tellsWhenACallIsSent()
         queue.call(numbered);
     }
     QCOMPARE(left, QStringList{QStringLiteral("0 1")});
-    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 1, timeoutMs);
     user.release();
     QTRY_COMPARE_WITH_TIMEOUT(left, QStringList({QStringLiteral("0 1"), QStringLiteral("1 1")}),
-                              patienceMs);
-    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 2, patienceMs);
+                              timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 2, timeoutMs);
 }
 
 void TestCallQueue::sendsNothingThatHasExpired()
@@ -155,10 +155,10 @@ void TestCallQueue::sendsNothingThatHasExpired()
     late.left = [&left](bool sent) { left.append(QString::number(int(sent))); };
     queue.call(late);
     queue.call(call(2));
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{timeout}, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{timeout}, timeoutMs);
     QCOMPARE(left, QStringList{QStringLiteral("0")});
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 3, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 3, timeoutMs);
     QCOMPARE(sentTo(user), numbers("0 2"));
 }
 
@@ -171,7 +171,7 @@ void TestCallQueue::sendsNothingThatHadExpiredWhenItWasAsked()
     queue.call(late);
     QCOMPARE(answers.size(), 0);
     queue.call(call(1));
-    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 2, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 2, timeoutMs);
     QCOMPARE(sentTo(user), QStringList{QStringLiteral("1")});
     QVERIFY(answers.contains(timeout));
 }
@@ -185,10 +185,10 @@ void TestCallQueue::answersForAPeerThatDoesNot()
     impatient.answerBy = QDeadlineTimer(soonMs);
     queue.call(impatient);
     queue.call(call(1));
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, timeoutMs);
     user.release();
     // Once: what comes later is nobody's.
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), timeoutMs);
 }
 
 void TestCallQueue::answersForACallThatStillWaits()
@@ -200,10 +200,10 @@ void TestCallQueue::answersForACallThatStillWaits()
     CallQueue::Call impatient = call(1);
     impatient.answerBy = QDeadlineTimer(soonMs);
     queue.call(impatient);
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, timeoutMs);
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 2, patienceMs);
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("0")}), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 2, timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("0")}), timeoutMs);
 }
 
 void TestCallQueue::keepsThePlaceOfACallThatIsNotAnswered()
@@ -215,11 +215,11 @@ void TestCallQueue::keepsThePlaceOfACallThatIsNotAnswered()
     impatient.answerBy = QDeadlineTimer(soonMs);
     queue.call(impatient);
     queue.call(call(1));
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, timeoutMs);
     // The bus counts it as long as its peer does not answer.
     QVERIFY(!QTest::qWaitFor([&] { return user.calls.size() > 1; }, 200));
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), timeoutMs);
 }
 
 QTEST_GUILESS_MAIN(TestCallQueue)

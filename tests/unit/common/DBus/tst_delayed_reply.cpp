@@ -63,7 +63,7 @@ private:
     QPointer<Worker> worker;
 };
 
-static constexpr int patienceMs = 30000;
+static constexpr int timeoutMs = 30000;
 
 void TestDelayedReply::initTestCase()
 {
@@ -82,10 +82,10 @@ void TestDelayedReply::init()
 void TestDelayedReply::answersWithZeroOnSuccess()
 {
     const QDBusPendingCall call = client.asyncCall(work());
-    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, timeoutMs);
     QVERIFY(!call.isFinished());
     reply->finish({});
-    QTRY_VERIFY_WITH_TIMEOUT(call.isFinished(), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(call.isFinished(), timeoutMs);
     QCOMPARE(call.reply().type(), QDBusMessage::ReplyMessage);
     QCOMPARE(call.reply().signature(), QStringLiteral("i"));
     QCOMPARE(call.reply().arguments(), QVariantList{0});
@@ -94,9 +94,9 @@ void TestDelayedReply::answersWithZeroOnSuccess()
 void TestDelayedReply::answersWithNameAndMessageOnFailure()
 {
     const QDBusPendingCall call = client.asyncCall(work());
-    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, timeoutMs);
     reply->finish({Core::Error::TaskNotFound, QStringLiteral("Task not found: x")});
-    QTRY_VERIFY_WITH_TIMEOUT(call.isFinished(), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(call.isFinished(), timeoutMs);
     QCOMPARE(call.reply().type(), QDBusMessage::ErrorMessage);
     QCOMPARE(call.error().name(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
     QCOMPARE(call.error().message(), QStringLiteral("Task not found: x"));
@@ -105,7 +105,7 @@ void TestDelayedReply::answersWithNameAndMessageOnFailure()
 void TestDelayedReply::keepsSilentWhenNoReplyIsWanted()
 {
     QVERIFY(client.send(work()));
-    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, timeoutMs);
     reply->finish({});
     // The connection has lived through it: the next caller is answered.
     worker = new Worker(reply);

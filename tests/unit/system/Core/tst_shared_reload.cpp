@@ -24,7 +24,7 @@ private Q_SLOTS:
     void sendsWhatWaitsWhenTold();
 
 private:
-    static constexpr int patienceMs = 30000;
+    static constexpr int timeoutMs = 30000;
     // Has a unit started behind a reload.
     void start(const char *unit) const
     {
@@ -77,7 +77,7 @@ void TestSharedReload::cleanup()
 void TestSharedReload::reloadsForASingleStart()
 {
     start("a");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), timeoutMs);
 }
 
 void TestSharedReload::sharesTheReloadOfWhatIsAskedMeanwhile()
@@ -85,9 +85,9 @@ void TestSharedReload::sharesTheReloadOfWhatIsAskedMeanwhile()
     fake->hold(QStringLiteral("Reload"));
     for (const char *unit : {"a", "b", "c", "d"})
         start(unit);
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), timeoutMs);
     fake->release(QStringLiteral("Reload"));
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b c d"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b c d"), timeoutMs);
 }
 
 void TestSharedReload::reloadsAgainForEachThatWaitsItsTurn()
@@ -95,14 +95,14 @@ void TestSharedReload::reloadsAgainForEachThatWaitsItsTurn()
     fake->hold(QStringLiteral("Reload"));
     start("a");
     start("b");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), timeoutMs);
     fake->release(QStringLiteral("Reload"));
     fake->hold(QStringLiteral("Reload"));
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
     // Its file was not there when the second reload was asked for.
     start("c");
     fake->release(QStringLiteral("Reload"));
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), timeoutMs);
 }
 
 void TestSharedReload::goesOnWhenTheReloadIsRefused()
@@ -110,7 +110,7 @@ void TestSharedReload::goesOnWhenTheReloadIsRefused()
     fake->refuse(QStringLiteral("Reload"), QStringLiteral("org.example.No"), QString());
     start("a");
     start("b");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
 }
 
 void TestSharedReload::goesOnWhenTheReloadIsNotAnswered()
@@ -119,7 +119,7 @@ void TestSharedReload::goesOnWhenTheReloadIsNotAnswered()
     fake->hold(QStringLiteral("Reload"));
     start("a");
     start("b");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
 }
 
 void TestSharedReload::sendsWhatWaitsWhenTold()
@@ -130,9 +130,9 @@ void TestSharedReload::sendsWhatWaitsWhenTold()
     start("b");
     reload->sendWaiting();
     start("c");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
     fake->release(QStringLiteral("Reload"));
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), timeoutMs);
 }
 
 QTEST_GUILESS_MAIN(TestSharedReload)

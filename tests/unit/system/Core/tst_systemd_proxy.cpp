@@ -27,7 +27,7 @@ private Q_SLOTS:
     void tellsAFailedListingFromAnEmptyOne();
 
 private:
-    static constexpr int patienceMs = 30000;
+    static constexpr int timeoutMs = 30000;
     void stop(const QString &name)
     {
         proxy->stopUnit(name, QStringLiteral("replace"),
@@ -75,12 +75,12 @@ void TestSystemdProxy::watchesAStoppingUnitUntilTheAnswer()
     fake->hold(QStringLiteral("StopUnit"));
     stop(unit);
     stop(unit);
-    QTRY_COMPARE_WITH_TIMEOUT(fake->calls.size(), 3, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(fake->calls.size(), 3, timeoutMs);
     fake->emitChange(FakeSystemd::pathOf(unit), {});
-    QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, timeoutMs);
     QCOMPARE(changes.at(0).at(0).toString(), unit);
     fake->release(QStringLiteral("StopUnit"));
-    QTRY_COMPARE_WITH_TIMEOUT(answers, 2, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, 2, timeoutMs);
     QCOMPARE(proxy->watchedUnits(), 0);
 }
 
@@ -89,7 +89,7 @@ void TestSystemdProxy::keepsNothingOfUnitsThatWereOnlyStopped()
     fake->refuse(QStringLiteral("StopUnit"), QStringLiteral("org.example.None"), QString());
     for (int number = 0; number < 1000; ++number)
         stop(QString::number(number));
-    QTRY_COMPARE_WITH_TIMEOUT(answers, 1000, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, 1000, timeoutMs);
     QCOMPARE(proxy->watchedUnits(), 0);
 }
 
@@ -98,11 +98,11 @@ void TestSystemdProxy::goesOnWatchingAStartedUnitThatIsStopped()
     proxy->startUnit(unit, QStringLiteral("replace"),
                      [this](const QString &, const Core::Error &) { ++answers; });
     stop(unit);
-    QTRY_COMPARE_WITH_TIMEOUT(answers, 2, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, 2, timeoutMs);
     QCOMPARE(proxy->watchedUnits(), 1);
     QSignalSpy changes(proxy.get(), &SystemdProxy::unitPropertiesChanged);
     fake->emitChange(FakeSystemd::pathOf(unit), {});
-    QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, timeoutMs);
 }
 
 void TestSystemdProxy::givesTheMainProcessOfAUnit_data()
@@ -121,19 +121,19 @@ void TestSystemdProxy::givesTheMainProcessOfAUnit()
     fake->properties.insert(unit, properties);
     int given = -2;
     proxy->mainPid(unit, [&given](std::optional<qint32> answer) { given = answer.value_or(-1); });
-    QTRY_VERIFY_WITH_TIMEOUT(given != -2, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(given != -2, timeoutMs);
     QCOMPARE(given, pid);
 }
 
 void TestSystemdProxy::subscribesAgainWhenSystemdIsAnotherProcess()
 {
     QSignalSpy replaced(proxy.get(), &SystemdProxy::managerReplaced);
-    QTRY_COMPARE_WITH_TIMEOUT(fake->calls.size(), 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(fake->calls.size(), 1, timeoutMs);
     fake.reset();
     fake = std::make_unique<FakeSystemd>(fakeBus);
-    QVERIFY(replaced.size() == 1 || replaced.wait(patienceMs));
+    QVERIFY(replaced.size() == 1 || replaced.wait(timeoutMs));
     QTRY_COMPARE_WITH_TIMEOUT(membersOf(fake->calls), QStringList(QStringLiteral("Subscribe")),
-                              patienceMs);
+                              timeoutMs);
     // Its leaving was no replacement.
     QCOMPARE(replaced.size(), 1);
 }
@@ -157,10 +157,10 @@ void TestSystemdProxy::tellsAFailedListingFromAnEmptyOne()
     proxy->listUnitsByPatterns({}, {}, listed, failed);
     proxy->listUnitFilesByPatterns({}, {}, listed, failed);
     const QString outcome = fails ? QStringLiteral("failed") : QStringLiteral("listed");
-    QTRY_COMPARE_WITH_TIMEOUT(heard, QStringList({outcome, outcome}), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(heard, QStringList({outcome, outcome}), timeoutMs);
     // Who does not ask for the difference hears of an empty one.
     proxy->listUnitsByPatterns({}, {}, listed);
-    QTRY_COMPARE_WITH_TIMEOUT(heard.size(), 3, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(heard.size(), 3, timeoutMs);
     QCOMPARE(heard.last(), QStringLiteral("listed"));
 }
 

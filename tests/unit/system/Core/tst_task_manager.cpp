@@ -36,7 +36,7 @@ private Q_SLOTS:
     void keepsWhatItKnowsWhenTheNewListingFails();
 
 private:
-    static constexpr int patienceMs = 30000;
+    static constexpr int timeoutMs = 30000;
     static QString unit(const char *task)
     {
         return QStringLiteral("ov_task.%1.service").arg(QString::fromLatin1(task));
@@ -85,7 +85,7 @@ void TestTaskManager::makeReady()
 {
     bool ready = false;
     manager->runWhenReady([&ready] { ready = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(ready, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(ready, timeoutMs);
     // The load's own announcement is out before a test listens.
     QCoreApplication::processEvents();
 }
@@ -98,11 +98,11 @@ void TestTaskManager::runsReadyCallbacksInOrder()
     systemd->hold(QStringLiteral("ListUnitFilesByPatterns"));
     manager->runWhenReady([&ran] { ran.append(QStringLiteral("first")); });
     manager->runWhenReady([&ran] { ran.append(QStringLiteral("second")); });
-    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, timeoutMs);
     QVERIFY(ran.isEmpty());
     systemd->release(QStringLiteral("ListUnitFilesByPatterns"));
     QTRY_COMPARE_WITH_TIMEOUT(ran, QStringList({QStringLiteral("first"), QStringLiteral("second")}),
-                              patienceMs);
+                              timeoutMs);
     manager->runWhenReady([&ran] { ran.append(QStringLiteral("at once")); });
     QCOMPARE(ran.size(), 3);
 }
@@ -132,8 +132,8 @@ void TestTaskManager::asksForTheMainProcessesOfWhatRuns()
     manager->runWhenReady([&] { questionsWhenReady = systemd->propertyQuestions; });
     const auto pidOf = [this](int index) { return manager->tasks().at(index).mainPid; };
     makeReady();
-    QTRY_COMPARE_WITH_TIMEOUT(pidOf(0), 4711, patienceMs);
-    QTRY_COMPARE_WITH_TIMEOUT(pidOf(3), 4711, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(pidOf(0), 4711, timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(pidOf(3), 4711, timeoutMs);
     QCOMPARE(pidOf(1), -1);
     QCOMPARE(systemd->propertyQuestions, 2);
     QCOMPARE(questionsWhenReady, 0);
@@ -156,7 +156,7 @@ void TestTaskManager::announcesManyChangesOnce()
     (void)systemdBus.call(question);
     (void)QDBusConnection::systemBus().call(question);
     QCOMPARE(changed.size(), 0);
-    QVERIFY(changed.wait(patienceMs));
+    QVERIFY(changed.wait(timeoutMs));
     QCoreApplication::processEvents();
     QCOMPARE(changed.size(), 1);
 }
@@ -168,7 +168,7 @@ void TestTaskManager::stopsTheTasksOfARemovedApplicationOnly()
     root.write(root.policyFile(QStringLiteral("a.b.task_x")), "x");
     root.write(root.unitFile(QStringLiteral("a.bc.task_x")), "x");
     QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.b")));
-    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3 + 6, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3 + 6, timeoutMs);
     QStringList stopped;
     for (const QDBusMessage &call : qAsConst(systemd->calls)) {
         if (call.member() == QLatin1String("StopUnit"))
@@ -191,12 +191,12 @@ void TestTaskManager::logsATaskThatCannotBeStopped()
                     QStringLiteral("no"));
     QTest::ignoreMessage(QtWarningMsg, "Failed to stop task Error(6, \"no\")");
     QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
-    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 5, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 5, timeoutMs);
     bool answered = false;
     manager->stop(QStringLiteral("a.bc.task_x"), [&answered](const Core::Error &error) {
         answered = error.code() == Core::Error::AccessDenied;
     });
-    QTRY_VERIFY_WITH_TIMEOUT(answered, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(answered, timeoutMs);
 }
 
 void TestTaskManager::saysThatAFileOfARemovedApplicationStays()
@@ -232,14 +232,14 @@ void TestTaskManager::tidiesUpWhenItHasHeardOfTheUnits()
     systemd->hold(QStringLiteral("ListUnitsByPatterns"));
     startAnew();
     // There are more when the manager before this one could still ask.
-    QTRY_VERIFY_WITH_TIMEOUT(systemd->calls.size() >= 3, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(systemd->calls.size() >= 3, timeoutMs);
     QCoreApplication::processEvents();
     QVERIFY(root.exists(leftover) && root.exists(unfinished));
     bool wereThereWhenReady = false;
     manager->runWhenReady(
         [&] { wereThereWhenReady = root.exists(leftover) && root.exists(unfinished); });
     systemd->release(QStringLiteral("ListUnitsByPatterns"));
-    QTRY_VERIFY_WITH_TIMEOUT(!root.exists(leftover) && !root.exists(unfinished), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!root.exists(leftover) && !root.exists(unfinished), timeoutMs);
     // Who waits for the task manager does not wait for this.
     QVERIFY(wereThereWhenReady);
     QVERIFY(root.exists(running));
@@ -257,7 +257,7 @@ void TestTaskManager::keepsPoliciesAsLongAsNoListingSucceeds()
     QCoreApplication::processEvents();
     QVERIFY(root.exists(leftover));
     replaceSystemd();
-    QTRY_VERIFY_WITH_TIMEOUT(!root.exists(leftover), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!root.exists(leftover), timeoutMs);
 }
 
 void TestTaskManager::replaceSystemd(const QString &refused)
@@ -287,8 +287,8 @@ void TestTaskManager::listsAnewWhenSystemdIsAnotherProcess()
     replaceSystemd();
     QSignalSpy changed(manager.get(), &TaskManager::systemTasksChanged);
     QTRY_COMPARE_WITH_TIMEOUT(runningTasks(), QStringList(QStringLiteral("a.b.task_y 4712")),
-                              patienceMs);
-    QVERIFY(!changed.isEmpty() || changed.wait(patienceMs));
+                              timeoutMs);
+    QVERIFY(!changed.isEmpty() || changed.wait(timeoutMs));
     const auto tasks = manager->tasks();
     for (const Core::TaskRecord &task : tasks)
         QVERIFY2(!task.enabled, qPrintable(task.taskId));
@@ -299,7 +299,7 @@ void TestTaskManager::keepsWhatItKnowsWhenTheNewListingFails()
     makeReady();
     const QStringList before = runningTasks();
     replaceSystemd(QStringLiteral("ListUnitsByPatterns"));
-    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, timeoutMs);
     makeReady();
     QCOMPARE(runningTasks(), before);
 }

@@ -30,7 +30,7 @@ private Q_SLOTS:
     void givesTheBytesOfAClientThatLeftBack();
 
 private:
-    static constexpr int patienceMs = 30000;
+    static constexpr int timeoutMs = 30000;
 
     bool call(const QString &client, int number, const QVariant &more = 0)
     {
@@ -57,7 +57,7 @@ private:
             QStringLiteral("a.b"), QStringLiteral("C"));
         last << -1;
         own.send(last);
-        (void)QTest::qWaitFor([&] { return sent().contains(-1); }, patienceMs);
+        (void)QTest::qWaitFor([&] { return sent().contains(-1); }, timeoutMs);
         QVector<int> numbers = sent();
         numbers.removeAll(-1);
         user->calls.removeLast();
@@ -116,7 +116,7 @@ void TestClientCalls::keepsTheOrderOfOneClient()
         QVERIFY(call(a(), number));
     QCOMPARE(settled(), QVector<int>({0, 1}));
     user->release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>({0, 1, 2, 3, 4, 5}), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>({0, 1, 2, 3, 4, 5}), timeoutMs);
 }
 
 void TestClientCalls::givesEachClientItsShare()
@@ -156,7 +156,7 @@ void TestClientCalls::letsClientsTakeTurns()
     QVERIFY(call(b(), 11));
     QVERIFY(call(c(), 20));
     user->release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 7, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 7, timeoutMs);
     QCOMPARE(answers.count(10), 1);
     // Nobody waits until another has had everything.
     QVERIFY(answers.indexOf(11) < answers.indexOf(3));
@@ -199,7 +199,7 @@ void TestClientCalls::refusesWhatIsTooMuch()
     QCOMPARE(number, taken);
     // All of it is free again once it has been answered.
     user->release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), taken, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), taken, timeoutMs);
     QVERIFY(call(clients.constFirst(), 100));
 }
 
@@ -216,7 +216,7 @@ void TestClientCalls::dropsWhatWaitsForAClientThatLeaves()
     QVERIFY(call(b(), 10));
     calls->forgetClient(a());
     user->release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>{10}, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>{10}, timeoutMs);
     QCOMPARE(settled(), QVector<int>({0, 1, 10}));
 }
 
@@ -230,7 +230,7 @@ void TestClientCalls::keepsThePlaceOfWhatWasSentForAClientThatLeft()
     QVERIFY(call(b(), 11));
     QCOMPARE(settled(), QVector<int>({0, 1, 10}));
     user->release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>({10, 11}), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>({10, 11}), timeoutMs);
 }
 
 void TestClientCalls::givesTheBytesOfAClientThatLeftBack()

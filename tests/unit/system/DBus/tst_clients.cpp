@@ -24,7 +24,7 @@ private Q_SLOTS:
     void asksForThoseOfANameThatMayChangeHandsEachTime();
 
 private:
-    static constexpr int patienceMs = 30000;
+    static constexpr int timeoutMs = 30000;
     QDBusConnection connect(const char *name) const
     {
         return QDBusConnection::connectToBus(bus.address(), QString::fromLatin1(name));
@@ -65,7 +65,7 @@ void TestClients::reportsThatAClientLeaves()
     // A name that changes hands is nobody's leaving.
     QVERIFY(client.registerService(QStringLiteral("org.example.Name")));
     drop(client);
-    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), timeoutMs);
     QCOMPARE(left.count({QStringLiteral("org.example.Name")}), 1);
 }
 
@@ -77,7 +77,7 @@ void TestClients::forgetsTheUserOfAClientThatLeft()
     const QString name = client.baseService();
     QVERIFY(clients.userOf(name));
     drop(client);
-    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), timeoutMs);
     QVERIFY(!clients.userOf(name));
 }
 
@@ -95,7 +95,7 @@ void TestClients::asksForTheCredentialsOfAClientOnce()
         QThread::msleep(1);
     QVERIFY(left.isEmpty());
     QCOMPARE(clients.credentialsOf(name)->pid, std::optional<uint>(::getpid()));
-    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), timeoutMs);
     QVERIFY(!clients.credentialsOf(name));
 }
 

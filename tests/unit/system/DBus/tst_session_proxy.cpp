@@ -26,7 +26,7 @@ private Q_SLOTS:
     void saysWhyItCannotIntrospect();
 
 private:
-    static constexpr int patienceMs = 30000;
+    static constexpr int timeoutMs = 30000;
     QDBusMessage call() const
     {
         return QDBusMessage::createMethodCall(QDBusConnection::systemBus().baseService(),
@@ -83,12 +83,12 @@ void TestSessionProxy::reportsEachTransitionOnce()
     user->hangs = true;
     const QDBusPendingCall first = client.asyncCall(call());
     const QDBusPendingCall second = client.asyncCall(call());
-    QTRY_COMPARE_WITH_TIMEOUT(user->calls.size(), 2, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(user->calls.size(), 2, timeoutMs);
     QCOMPARE(changes.size(), 1);
     QVERIFY(!proxy->isIdle());
     user->release();
-    QTRY_VERIFY_WITH_TIMEOUT(first.isFinished() && second.isFinished(), patienceMs);
-    QTRY_VERIFY_WITH_TIMEOUT(proxy->isIdle(), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(first.isFinished() && second.isFinished(), timeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(proxy->isIdle(), timeoutMs);
     QCOMPARE(changes.size(), 2);
 }
 
@@ -116,7 +116,7 @@ void TestSessionProxy::reportsObjectPathsBeforeTheAnswer()
     bool beforeTheAnswer = true;
     connect(proxy.get(), &DBus::SessionProxy::foundObjectPathInReply, this,
             [&] { beforeTheAnswer = beforeTheAnswer && !answered.isFinished(); });
-    QTRY_VERIFY_WITH_TIMEOUT(answered.isFinished(), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(answered.isFinished(), timeoutMs);
     QVERIFY(beforeTheAnswer);
     QCOMPARE(found.size(), 2);
     QCOMPARE(found.at(0), QVariantList({QStringLiteral("/one"), client.baseService()}));
