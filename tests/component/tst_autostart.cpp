@@ -1,6 +1,6 @@
 // Autostart over the bus: who may switch it, what is answered, what counts as activity.
 
-#include "component/autostart_bus.h"
+#include "component/bus_programs.h"
 
 #include <QDBusError>
 #include <QDBusMessage>
@@ -42,7 +42,7 @@ private:
     }
     bool ownCaller(uid_t uid, gid_t gid) const;
 
-    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<PrivateBus> m_bus;
     std::unique_ptr<TestRoot> m_root;
     std::unique_ptr<Program> m_daemon;
 };
@@ -72,7 +72,8 @@ QStringList setEnabledArguments(const QString &address)
 
 void TestAutostart::init()
 {
-    m_bus = std::make_unique<OwnBus>();
+    m_bus = std::make_unique<PrivateBus>();
+    QVERIFY(m_bus->start());
     m_root = std::make_unique<TestRoot>(m_bus->address());
     QVERIFY(m_bus->connect(client).isConnected());
     QVERIFY(ownCaller(0, 0));

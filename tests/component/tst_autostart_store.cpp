@@ -1,6 +1,6 @@
 // What the start of the daemon makes of settings whose users are gone.
 
-#include "component/autostart_bus.h"
+#include "component/bus_programs.h"
 #include "component/immutable_path.h"
 
 #include <csignal>
@@ -37,7 +37,7 @@ private:
             || QFileInfo::exists(m_root->runtime(relative));
     }
 
-    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<PrivateBus> m_bus;
     std::unique_ptr<TestRoot> m_root;
     std::unique_ptr<Program> m_userManager;
     std::unique_ptr<Program> m_daemon;
@@ -53,7 +53,8 @@ const QByteArray cleanupFunction = "void Autostart::Manager::cleanupRemovedUsers
 
 void TestAutostartStore::init()
 {
-    m_bus = std::make_unique<OwnBus>();
+    m_bus = std::make_unique<PrivateBus>();
+    QVERIFY(m_bus->start());
     m_root = std::make_unique<TestRoot>(m_bus->address());
     QVERIFY(m_bus->connect(client).isConnected());
 }

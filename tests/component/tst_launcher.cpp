@@ -1,6 +1,6 @@
 // "--launcher": what is started for a user, and through whom.
 
-#include "component/autostart_bus.h"
+#include "component/bus_programs.h"
 
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
@@ -64,7 +64,7 @@ private:
     bool launch(const QStringList &arguments = {QStringLiteral("--launcher")});
     QByteArrayList opened() const;
 
-    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<PrivateBus> m_bus;
     std::unique_ptr<TestRoot> m_root;
     std::unique_ptr<Control> m_control;
     QByteArray m_log;
@@ -85,7 +85,8 @@ QByteArray applicationKeys(const QByteArray &organisation, const QByteArray &nam
 
 void TestLauncher::init()
 {
-    m_bus = std::make_unique<OwnBus>();
+    m_bus = std::make_unique<PrivateBus>();
+    QVERIFY(m_bus->start());
     m_root = std::make_unique<TestRoot>(m_bus->address());
     m_control = std::make_unique<Control>();
     QDBusConnection bus = m_bus->connect(service);

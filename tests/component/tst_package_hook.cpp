@@ -1,6 +1,6 @@
 // The package manager's call when it removes an application.
 
-#include "component/autostart_bus.h"
+#include "component/bus_programs.h"
 #include "component/immutable_path.h"
 
 #include <QDBusArgument>
@@ -92,7 +92,7 @@ private:
     bool startDaemon();
     QDBusMessage onRemove(const QString &application) const;
 
-    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<PrivateBus> m_bus;
     std::unique_ptr<TestRoot> m_root;
     std::unique_ptr<Systemd> m_systemd;
     std::unique_ptr<Program> m_daemon;
@@ -110,7 +110,8 @@ const QString other = QStringLiteral("ov_task.c.d.task_sync.service");
 
 void TestPackageHook::init()
 {
-    m_bus = std::make_unique<OwnBus>();
+    m_bus = std::make_unique<PrivateBus>();
+    QVERIFY(m_bus->start());
     m_root = std::make_unique<TestRoot>(m_bus->address());
     m_systemd = std::make_unique<Systemd>(QStringList({notes, longer, other}));
     QDBusConnection bus = m_bus->connect(client);

@@ -6,8 +6,8 @@
 
 namespace {
 
-// Without a word on limits the bus has those of a system bus: 128 outstanding replies and 512 match
-// rules for a connection.
+// No limits are configured, so that the bus has those of a system bus: 128 outstanding replies and
+// 512 match rules for a connection.
 const char configuration[] =
     R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -46,6 +46,10 @@ void PrivateBus::sendSignal(int number)
 
 bool PrivateBus::start()
 {
+    // Clients of other users can reach the socket.
+    QFile folder(m_directory.path());
+    if (!folder.setPermissions(folder.permissions() | QFile::ExeGroup | QFile::ExeOther))
+        return false;
     QFile file(m_directory.filePath(QStringLiteral("bus.conf")));
     if (!file.open(QIODevice::WriteOnly))
         return false;
@@ -57,13 +61,18 @@ bool PrivateBus::start()
     m_daemon.start(QStringLiteral("dbus-daemon"),
                    {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
                     QStringLiteral("--config-file=") + file.fileName()});
-    // It says its address when it listens.
+    // It prints its address once it listens.
     return m_daemon.waitForReadyRead(30000);
 }
 
 QString PrivateBus::address() const
 {
     return QStringLiteral("unix:path=") + m_directory.filePath(QStringLiteral("socket"));
+}
+
+QDBusConnection PrivateBus::connect(const QString &name) const
+{
+    return QDBusConnection::connectToBus(address(), name);
 }
 
 bool PrivateBus::activate(const QString &name, const QString &command) const

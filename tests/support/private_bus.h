@@ -2,11 +2,13 @@
 
 #include "support/death_bound_process.h"
 
+#include <QDBusConnection>
 #include <QString>
 #include <QTemporaryDir>
 
-/// A dbus-daemon of the test's own, with the limits of a system bus and no restrictions. Ends with
-/// the object.
+/// A bus of the test's own: a dbus-daemon with the limits of a system bus, on which every user may
+/// connect, own every name and call everybody. It ends with the object. Everything outside
+/// containers that needs a bus starts it by this class; scripts use the program private-bus.
 class PrivateBus
 {
 public:
@@ -15,14 +17,19 @@ public:
     ~PrivateBus();
     Q_DISABLE_COPY(PrivateBus)
 
-    /// @return whether the bus accepts connections.
+    /// Starts the bus and waits until it accepts connections.
+    /// @return whether it does.
     [[nodiscard]] bool start();
-    /// Ends it without a word to anybody.
+    /// Kills the bus.
     void stop();
+    /// Sends a signal to the bus's process.
     void sendSignal(int number);
     [[nodiscard]] QString address() const;
-    /// Has the bus start a program when its name is called; from the next time on that the bus
-    /// reads its configuration.
+    /// The connection with a name, which is made when there is none yet. It stays until
+    /// QDBusConnection::disconnectFromBus() of that name.
+    [[nodiscard]] QDBusConnection connect(const QString &name) const;
+    /// Has the bus start a program when its name is called. This takes effect the next time that
+    /// the bus reads its configuration.
     [[nodiscard]] bool activate(const QString &name, const QString &command) const;
 
 private:

@@ -1,6 +1,7 @@
 # shellcheck shell=bash
-# The demo's stage without a container: a private bus and a stand-in for systemd that runs what units
-# say, unconfined, as the user who calls. All files lie in a temporary folder. To be sourced.
+# A fixture of the demo's walkthrough without a container: a private bus, and a stand-in for systemd that
+# runs the units' commands, unconfined and as the user who runs the demo. All files are in a temporary
+# folder. To be sourced.
 
 embedded_dir=
 embedded_pids=()
@@ -12,36 +13,25 @@ fixture_open() {
     local data=$embedded_dir/usr/share notes=$container_source/examples/notes
     mkdir -p "$embedded_dir"/etc/systemd/system "$data"/applications "$data"/orvane/task-types \
         "$embedded_dir/opt/app/com.example.Notes/current"
-    # The worker lies elsewhere here; the rest of the entry is the example's own.
+    # Here the worker has another path. The rest of the entry is the example's own.
     sed "s#/usr/libexec/notes/worker#$ORVANE_BIN/notes-worker#" "$notes/com.example.Notes.desktop" \
         >"$data/applications/com.example.Notes.desktop"
     cp "$notes/Sync.conf" "$data/orvane/task-types/"
     cp "$notes/manifest.json" "$embedded_dir/opt/app/com.example.Notes/current/"
-    cat >"$embedded_dir/bus.conf" <<CONF
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <listen>unix:path=$embedded_dir/bus</listen>
-  <policy context="default">
-    <allow user="*"/>
-    <allow own="*"/>
-    <allow send_destination="*"/>
-    <allow receive_sender="*"/>
-  </policy>
-</busconfig>
-CONF
-    dbus-daemon --config-file="$embedded_dir/bus.conf" --nofork >"$embedded_dir/bus.log" 2>&1 &
+    TMPDIR=$embedded_dir "$ORVANE_BIN/private-bus" >"$embedded_dir/address" 2>"$embedded_dir/bus.log" &
     embedded_pids+=($!)
-    export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$embedded_dir/bus
+    wait_for 20 "the private bus" embedded_bus_is_up
+    DBUS_SYSTEM_BUS_ADDRESS=$(cat "$embedded_dir/address")
+    export DBUS_SYSTEM_BUS_ADDRESS
     export ORVANE_ROOTFS=$embedded_dir XDG_DATA_DIRS=$data XDG_DATA_HOME=$embedded_dir/home
-    # Below the temporary folder there is no /proc to look callers up in.
+    # The daemon cannot check its callers, because it looks for /proc below the temporary folder.
     export ORVANE_SKIP_AUTHENTICATION=1
-    wait_for 20 "the private bus" fixture_run busctl status org.freedesktop.DBus >/dev/null 2>&1
     "$ORVANE_BIN/fake-systemd" >"$embedded_dir/units.log" 2>&1 &
     embedded_pids+=($!)
     wait_for 20 "the stand-in for systemd" embedded_manager_is_up
 }
 
+embedded_bus_is_up() { [ -s "$embedded_dir/address" ]; }
 embedded_manager_is_up() { fixture_run busctl status org.freedesktop.systemd1 >/dev/null 2>&1; }
 
 fixture_close() {
@@ -61,7 +51,7 @@ fixture_start_daemon() {
 
 embedded_name_is_owned() { fixture_run busctl status org.zarn.Orvane >/dev/null 2>&1; }
 
-# There is a daemon here, but nothing that a system has besides: no journal, no sandbox, no users.
+# Only the daemon and its peers run here: there is no journal, no sandbox and no other user.
 fixture_is_a_system() { false; }
 fixture_run() {
     local program=$1

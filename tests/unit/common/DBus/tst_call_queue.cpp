@@ -69,8 +69,8 @@ private:
 void TestCallQueue::initTestCase()
 {
     QVERIFY(bus.start());
-    userBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("user"));
-    own = QDBusConnection::connectToBus(bus.address(), QStringLiteral("own"));
+    userBus = bus.connect(QStringLiteral("user"));
+    own = bus.connect(QStringLiteral("own"));
 }
 
 void TestCallQueue::init() { answers.clear(); }

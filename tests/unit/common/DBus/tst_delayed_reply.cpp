@@ -68,8 +68,8 @@ static constexpr int timeoutMs = 30000;
 void TestDelayedReply::initTestCase()
 {
     QVERIFY(bus.start());
-    client = QDBusConnection::connectToBus(bus.address(), QStringLiteral("client"));
-    server = QDBusConnection::connectToBus(bus.address(), QStringLiteral("server"));
+    client = bus.connect(QStringLiteral("client"));
+    server = bus.connect(QStringLiteral("server"));
 }
 
 void TestDelayedReply::init()

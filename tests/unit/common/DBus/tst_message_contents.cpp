@@ -87,8 +87,8 @@ void TestMessageContents::initTestCase()
     qDBusRegisterMetaType<QList<Pair>>();
     qDBusRegisterMetaType<QList<QDBusUnixFileDescriptor>>();
     QVERIFY(bus.start());
-    from = QDBusConnection::connectToBus(bus.address(), QStringLiteral("from"));
-    to = QDBusConnection::connectToBus(bus.address(), QStringLiteral("to"));
+    from = bus.connect(QStringLiteral("from"));
+    to = bus.connect(QStringLiteral("to"));
     QVERIFY(to.registerVirtualObject(QStringLiteral("/o"), &receiver));
 }
 

@@ -140,8 +140,8 @@ void TestPropertyNotifier::initTestCase()
     qDBusRegisterMetaType<Opaque>();
     qDBusRegisterMetaType<QVector<Opaque>>();
     QVERIFY(bus.start());
-    sender = QDBusConnection::connectToBus(bus.address(), QStringLiteral("sender"));
-    receiver = QDBusConnection::connectToBus(bus.address(), QStringLiteral("receiver"));
+    sender = bus.connect(QStringLiteral("sender"));
+    receiver = bus.connect(QStringLiteral("receiver"));
 }
 
 void TestPropertyNotifier::init()

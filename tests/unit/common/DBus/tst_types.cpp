@@ -107,8 +107,8 @@ void TestTypes::initTestCase()
     qDBusRegisterMetaType<QVector<Pair>>();
     qDBusRegisterMetaType<PairsByNumber>();
     QVERIFY(bus.start());
-    sender = QDBusConnection::connectToBus(bus.address(), QStringLiteral("sender"));
-    target = QDBusConnection::connectToBus(bus.address(), QStringLiteral("target"));
+    sender = bus.connect(QStringLiteral("sender"));
+    target = bus.connect(QStringLiteral("target"));
     QVERIFY(target.registerObject(QStringLiteral("/"), &receiver, QDBusConnection::ExportAllSlots));
 }
 

@@ -57,7 +57,7 @@ void TestSharedReload::initTestCase()
 {
     QVERIFY(bus.start());
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
-    fakeBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("systemd"));
+    fakeBus = bus.connect(QStringLiteral("systemd"));
 }
 
 void TestSharedReload::init()

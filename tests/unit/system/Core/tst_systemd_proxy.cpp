@@ -46,7 +46,7 @@ void TestSystemdProxy::initTestCase()
 {
     QVERIFY(bus.start());
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
-    fakeBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("systemd"));
+    fakeBus = bus.connect(QStringLiteral("systemd"));
 }
 
 void TestSystemdProxy::init()

@@ -60,7 +60,7 @@ void TestTaskManager::initTestCase()
     qputenv("ORVANE_ROOTFS", root.path().toUtf8());
     qputenv("XDG_DATA_HOME", root.path(QStringLiteral("/home/data")).toUtf8());
     qputenv("XDG_DATA_DIRS", root.path(QStringLiteral("/usr/share")).toUtf8());
-    systemdBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("systemd"));
+    systemdBus = bus.connect(QStringLiteral("systemd"));
 }
 
 void TestTaskManager::init()

@@ -146,8 +146,8 @@ class Wire
 public:
     Wire()
         : m_isUp(m_bus.start())
-        , m_to(QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("to")))
-        , m_from(QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("from")))
+        , m_to(m_bus.connect(QStringLiteral("to")))
+        , m_from(m_bus.connect(QStringLiteral("from")))
     {
         m_to.registerObject(QStringLiteral("/"), &m_receiver, QDBusConnection::ExportAllSlots);
     }

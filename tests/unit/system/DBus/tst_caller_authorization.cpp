@@ -1,17 +1,22 @@
 #include "system/DBus/caller_authorization.h"
 
-#include "component/autostart_bus.h"
 #include "support/lone_bus.h"
+#include "support/private_bus.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
 
 #include <grp.h>
 #include <pwd.h>
 #include <unistd.h>
 
 #include <initializer_list>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -149,14 +154,15 @@ private:
             && ::chown(QFile::encodeName(process).constData(), uid, gid) == 0;
     }
 
-    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<PrivateBus> m_bus;
     std::unique_ptr<QTemporaryDir> m_root;
     Receiver m_receiver;
 };
 
 void TestCallerAuthorization::initTestCase()
 {
-    m_bus = std::make_unique<OwnBus>();
+    m_bus = std::make_unique<PrivateBus>();
+    QVERIFY(m_bus->start());
     QDBusConnection to = m_bus->connect(QStringLiteral("to"));
     QVERIFY(to.isConnected());
     QVERIFY(to.registerObject(QStringLiteral("/"), &m_receiver, QDBusConnection::ExportAllSlots));

@@ -71,10 +71,8 @@ QVariantMap answerWith(const char *name, const QVariant &value)
 
 void TestCallerCredentials::namesUserGroupsAndProcess()
 {
-    const QDBusConnection one =
-        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("one"));
-    const QDBusConnection other =
-        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("other"));
+    const QDBusConnection one = m_bus.connect(QStringLiteral("one"));
+    const QDBusConnection other = m_bus.connect(QStringLiteral("other"));
     const auto credentials = credentialsOf(one.baseService(), other);
     QVERIFY(credentials);
     QCOMPARE(credentials->uid, uint(::geteuid()));
@@ -98,17 +96,14 @@ void TestCallerCredentials::knowsNobodyWhoIsNotThere()
 {
     QFETCH(QString, name);
 
-    const QDBusConnection bus =
-        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("one"));
+    const QDBusConnection bus = m_bus.connect(QStringLiteral("one"));
     QVERIFY(!credentialsOf(name, bus));
 }
 
 void TestCallerCredentials::knowsNobodyWhoHasLeft()
 {
-    const QDBusConnection bus =
-        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("one"));
-    const QString name =
-        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("leaving")).baseService();
+    const QDBusConnection bus = m_bus.connect(QStringLiteral("one"));
+    const QString name = m_bus.connect(QStringLiteral("leaving")).baseService();
     QVERIFY(credentialsOf(name, bus));
     QDBusConnection::disconnectFromBus(QStringLiteral("leaving"));
     QTRY_VERIFY(!bus.interface()->isServiceRegistered(name));

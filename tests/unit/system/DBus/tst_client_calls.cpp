@@ -85,8 +85,8 @@ QString rootClient() { return QStringLiteral(":1.r"); }
 void TestClientCalls::initTestCase()
 {
     QVERIFY(bus.start());
-    userBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("user"));
-    own = QDBusConnection::connectToBus(bus.address(), QStringLiteral("own"));
+    userBus = bus.connect(QStringLiteral("user"));
+    own = bus.connect(QStringLiteral("own"));
 }
 
 void TestClientCalls::init()

@@ -27,7 +27,7 @@ private:
     static constexpr int timeoutMs = 30000;
     QDBusConnection connect(const char *name) const
     {
-        return QDBusConnection::connectToBus(bus.address(), QString::fromLatin1(name));
+        return bus.connect(QString::fromLatin1(name));
     }
     static void drop(QDBusConnection &connection)
     {

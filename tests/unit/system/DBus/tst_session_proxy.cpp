@@ -45,8 +45,8 @@ void TestSessionProxy::initTestCase()
 {
     QVERIFY(bus.start());
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
-    userBus = QDBusConnection::connectToBus(bus.address(), QStringLiteral("user"));
-    client = QDBusConnection::connectToBus(bus.address(), QStringLiteral("client"));
+    userBus = bus.connect(QStringLiteral("user"));
+    client = bus.connect(QStringLiteral("client"));
 }
 
 void TestSessionProxy::init()

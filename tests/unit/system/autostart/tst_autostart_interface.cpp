@@ -3,11 +3,15 @@
 #include "system/autostart/interface.h"
 #include "system/autostart/manager.h"
 
-#include "component/autostart_bus.h"
+#include "support/private_bus.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
 
 class TestAutostartInterface : public QObject
 {
@@ -20,7 +24,7 @@ private Q_SLOTS:
     void isIdleFromTheStart();
 
 private:
-    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<PrivateBus> m_bus;
     QTemporaryDir m_root;
 };
 
@@ -29,7 +33,8 @@ void TestAutostartInterface::initTestCase()
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
     // Without /proc nobody may switch.
     Places::setOfProcess(Places::below(m_root.path()));
-    m_bus = std::make_unique<OwnBus>();
+    m_bus = std::make_unique<PrivateBus>();
+    QVERIFY(m_bus->start());
     QVERIFY(m_bus->connect(QStringLiteral("daemon")).isConnected());
     QVERIFY(m_bus->connect(QStringLiteral("client")).isConnected());
 }

@@ -1,10 +1,13 @@
 #include "system/teller-hooks/interface.h"
 
-#include "component/autostart_bus.h"
+#include "support/private_bus.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
 
 using TellerHooks::DBusInterface;
 
@@ -24,12 +27,13 @@ private Q_SLOTS:
 private:
     QDBusPendingReply<> onRemove(const QString &application) const;
 
-    std::unique_ptr<OwnBus> m_bus;
+    std::unique_ptr<PrivateBus> m_bus;
 };
 
 void TestTellerHooksInterface::initTestCase()
 {
-    m_bus = std::make_unique<OwnBus>();
+    m_bus = std::make_unique<PrivateBus>();
+    QVERIFY(m_bus->start());
     QVERIFY(m_bus->connect(QStringLiteral("daemon")).isConnected());
     QVERIFY(m_bus->connect(QStringLiteral("client")).isConnected());
 }

@@ -1,7 +1,8 @@
-// A private bus and the processes on it, for the tests of autostart and of the package hook.
+// The processes on a private bus, for tests that call them by blocking calls.
 #pragma once
 
 #include "support/death_bound_process.h"
+#include "support/private_bus.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -13,49 +14,6 @@
 #include <QtTest>
 
 #include <memory>
-
-/// A dbus-daemon of its own that lets every user connect, own and call everything: its socket lies
-/// where other users can reach it, as some of these tests call as such.
-class OwnBus
-{
-public:
-    OwnBus()
-    {
-        QFile config(m_directory.filePath(QStringLiteral("bus.conf")));
-        const bool written = config.open(QIODevice::WriteOnly)
-            && config.write("<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
-                            "<policy context=\"default\"><allow user=\"*\"/><allow own=\"*\"/>"
-                            "<allow send_destination=\"*\" eavesdrop=\"true\"/>"
-                            "<allow eavesdrop=\"true\"/></policy></busconfig>")
-                > 0;
-        config.close();
-        if (!written)
-            return;
-        m_process.start(QStringLiteral("dbus-daemon"),
-                        {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
-                         QStringLiteral("--config-file=") + config.fileName()});
-        if (m_process.waitForStarted() && m_process.waitForReadyRead(10000))
-            m_address = QString::fromLocal8Bit(m_process.readLine()).trimmed();
-    }
-    ~OwnBus()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-    Q_DISABLE_COPY(OwnBus)
-
-    /// Empty when the bus could not be started.
-    [[nodiscard]] const QString &address() const { return m_address; }
-    [[nodiscard]] QDBusConnection connect(const QString &name) const
-    {
-        return QDBusConnection::connectToBus(m_address, name);
-    }
-
-private:
-    QTemporaryDir m_directory;
-    DeathBoundProcess m_process;
-    QString m_address;
-};
 
 /// The root that a daemon works on and the environment that it runs in.
 class TestRoot
