@@ -98,6 +98,39 @@ private:
     QByteArray m_log;
 };
 
+/// A daemon on a bus of its own that nobody calls. When it has left, every daemon with the same
+/// idle time has left that was started before and that nobody has called since.
+class UncalledDaemon
+{
+public:
+    explicit UncalledDaemon(const QString &idleMs)
+    {
+        if (!m_bus.start())
+            return;
+        m_root.environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), idleMs);
+        m_daemon = std::make_unique<Program>(m_root, QStringLiteral(ORVANE_BINARY));
+    }
+    Q_DISABLE_COPY(UncalledDaemon)
+
+    /// Whether it has left, or does so within a moment.
+    [[nodiscard]] bool leavesSoon()
+    {
+        return !m_daemon || m_daemon->process.state() == QProcess::NotRunning
+            || m_daemon->process.waitForFinished(20);
+    }
+    /// Whether it has left without a failure.
+    [[nodiscard]] bool wasFine() const
+    {
+        return m_daemon && m_daemon->process.exitStatus() == QProcess::NormalExit
+            && m_daemon->process.exitCode() == 0;
+    }
+
+private:
+    PrivateBus m_bus;
+    TestRoot m_root{m_bus.address()};
+    std::unique_ptr<Program> m_daemon;
+};
+
 /// Whether a name has an owner within the time limit.
 inline bool waitForName(const QDBusConnection &bus, const QString &name)
 {

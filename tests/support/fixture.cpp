@@ -94,6 +94,13 @@ bool Fixture::start(const QStringList &environment)
     return waitUntil([this] { return nameIsOwned() || !daemon.isRunning(); }) && nameIsOwned();
 }
 
+bool Fixture::waitForAnIdleTime(int idleMs)
+{
+    Fixture other;
+    return other.start({QStringLiteral("ORVANE_DAEMON_TIMEOUT=%1").arg(idleMs)})
+        && waitUntil([&other] { return !other.daemon.isRunning(); });
+}
+
 QDBusConnection Fixture::connect() { return newConnection(bus.address()); }
 
 void Fixture::drop(QDBusConnection &connection)

@@ -31,7 +31,10 @@ public:
     void launch(const QStringList &environment = {}, const QStringList &arguments = {});
     /// Launches it and waits for its name.
     [[nodiscard]] bool start(const QStringList &environment = {});
-    /// Leaves starting the daemon to the bus; its log then goes to the test's own.
+    /// Starts another daemon, with this idle time and on a bus of its own, and waits until it has
+    /// left. By then every daemon with the same idle time has left that was idle before.
+    [[nodiscard]] static bool waitForAnIdleTime(int idleMs);
+    /// Has the bus start the daemon when it is called. The daemon's log is in the test's own.
     [[nodiscard]] bool activateDaemon(const QStringList &environment);
     /// Starts orvanectl on this bus and these files.
     [[nodiscard]] std::unique_ptr<ToolProcess> startTool(const QStringList &arguments,

@@ -38,6 +38,15 @@ start_daemon() {
     in_container systemctl start orvane.service
 }
 
+# wait_for_an_idle_time MILLISECONDS: runs another daemon with this idle time, on a bus of its own and without
+# clients, until it leaves. By then every daemon with the same idle time has left that was idle before.
+wait_for_an_idle_time() {
+    # shellcheck disable=SC2016
+    in_container env ORVANE_DAEMON_TIMEOUT="$1" ORVANE_ROOTFS=/tmp/idle-daemon dbus-run-session -- \
+        sh -c 'DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS exec timeout 60 /usr/libexec/orvane' \
+        || fail "a daemon without clients did not leave"
+}
+
 daemon_is() { [ "$(in_container systemctl is-active orvane.service)" = "$1" ]; }
 
 invoker=/org/zarn/Orvane/TaskInvoker1

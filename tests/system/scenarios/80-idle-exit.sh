@@ -10,11 +10,11 @@ scenario() {
     start_task $task User s appuser >/dev/null
     wait_for 20 "the task to be listed" is_listed $task
 
-    # Three idle times pass with a client on the bus.
-    local until=$((SECONDS + 4))
-    while [ "$SECONDS" -lt "$until" ]; do
-        bus_name_is_owned org.zarn.Orvane || fail "the daemon left its client"
-    done
+    local daemon
+    daemon=$(main_pid)
+    wait_for_an_idle_time 1000
+    bus_name_is_owned org.zarn.Orvane || fail "the daemon left its client"
+    expect_equal "the daemon's process" "$(main_pid)" "$daemon"
 
     in_container pkill -x orvane-watch
     wait_for 20 "the daemon to leave" daemon_is inactive

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 /// An object that can be told to be busy, with or without saying so.
 class Worker : public QObject
@@ -52,7 +53,19 @@ private Q_SLOTS:
     void hasOneSignalAndOneSlot();
 
 private:
-    static constexpr int idleMs = 200;
+    /// Waits until an idle time that starts now is over. A thread's timers fire in the order of
+    /// their deadlines, so that a timer with the same idle time that was started before has fired
+    /// by then.
+    static bool waitForAnIdleTime()
+    {
+        Orvane::InactivityTimer timer(idleMs);
+        QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
+        Worker worker;
+        timer.watch(&worker);
+        return fired.wait(timeoutMs);
+    }
+
+    static constexpr int idleMs = 50;
     static constexpr int timeoutMs = 30000;
 };
 
@@ -70,12 +83,13 @@ void TestInactivityTimer::firesAfterTheIdleTime()
 
 void TestInactivityTimer::firesOnce()
 {
-    Orvane::InactivityTimer timer(20);
+    Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     Worker worker;
     timer.watch(&worker);
     QVERIFY(fired.wait(timeoutMs));
-    QVERIFY(!fired.wait(200));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 1);
     worker.say(true);
     QVERIFY(fired.wait(timeoutMs));
 }
@@ -87,7 +101,8 @@ void TestInactivityTimer::startsAnewWhenIdleAgain()
     Worker worker;
     timer.watch(&worker);
     worker.say(false);
-    QVERIFY(!fired.wait(2 * idleMs));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 0);
     QElapsedTimer clock;
     clock.start();
     worker.say(true);
@@ -101,18 +116,20 @@ void TestInactivityTimer::startsAnewAtEachWordOfIdleness()
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     Worker worker;
     timer.watch(&worker);
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY(!fired.wait(idleMs / 2));
-    const qint64 lastWord = clock.elapsed();
-    worker.say(true);
+    QElapsedTimer sinceTheLastWord;
+    // Started later, but fires first: its time is half as long.
+    QTimer::singleShot(idleMs / 2, Qt::PreciseTimer, &worker, [&] {
+        sinceTheLastWord.start();
+        worker.say(true);
+    });
     QVERIFY(fired.wait(timeoutMs));
-    QVERIFY(clock.elapsed() - lastWord >= idleMs - 1);
+    QVERIFY(sinceTheLastWord.isValid());
+    QVERIFY(sinceTheLastWord.elapsed() >= idleMs - 1);
 }
 
 void TestInactivityTimer::doesNotFireWhileOneIsBusy()
 {
-    Orvane::InactivityTimer timer(20);
+    Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     Worker idle;
     Worker busy;
@@ -120,29 +137,32 @@ void TestInactivityTimer::doesNotFireWhileOneIsBusy()
     timer.watch(&busy);
     timer.watch(&idle);
     idle.say(true);
-    QVERIFY(!fired.wait(200));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 0);
     busy.say(true);
     QVERIFY(fired.wait(timeoutMs));
 }
 
 void TestInactivityTimer::asksAgainWhenTheTimeIsUp()
 {
-    Orvane::InactivityTimer timer(20);
+    Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     Worker worker;
     timer.watch(&worker);
     worker.idle = false;
-    QVERIFY(!fired.wait(200));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 0);
     // Nothing arms it but a word of some object.
     worker.idle = true;
-    QVERIFY(!fired.wait(200));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 0);
     worker.say(true);
     QVERIFY(fired.wait(timeoutMs));
 }
 
 void TestInactivityTimer::forgetsDestroyedObjects()
 {
-    Orvane::InactivityTimer timer(20);
+    Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     Worker worker;
     auto busy = std::make_unique<Worker>();
@@ -151,25 +171,28 @@ void TestInactivityTimer::forgetsDestroyedObjects()
     timer.watch(&worker);
     busy.reset();
     // Its end alone changes nothing.
-    QVERIFY(!fired.wait(200));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 0);
     worker.say(true);
     QVERIFY(fired.wait(timeoutMs));
 }
 
 void TestInactivityTimer::takesAnObjectWithoutThePropertyAsBusy()
 {
-    Orvane::InactivityTimer timer(20);
+    Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
     Mute mute;
     timer.watch(&mute);
-    QVERIFY(!fired.wait(200));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 0);
 }
 
 void TestInactivityTimer::watchesNothingGladly()
 {
-    Orvane::InactivityTimer timer(20);
+    Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
-    QVERIFY(!fired.wait(100));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 0);
     timer.watch(nullptr);
     QVERIFY(fired.wait(timeoutMs));
 }
@@ -183,7 +206,8 @@ void TestInactivityTimer::neverFiresWithANegativeTime()
     timer.watch(&worker);
     worker.say(false);
     worker.say(true);
-    QVERIFY(!fired.wait(200));
+    QVERIFY(waitForAnIdleTime());
+    QCOMPARE(fired.size(), 0);
     QCOMPARE(log.taken(), QStringList());
 }
 

@@ -73,8 +73,10 @@ void TestSignalQuit::leavesOtherSignalsAlone()
     struct sigaction action = {};
     sigaction(SIGTERM, nullptr, &action);
     action.sa_handler(SIGUSR1);
-    // The loop looks at its descriptors in a pass that ends before the later timer does.
-    QTimer::singleShot(100, this, [] { QCoreApplication::exit(3); });
+    // The second timer fires in a later pass of the loop than the first. Each pass looks at the
+    // descriptors, so that the loop would have ended before.
+    QTimer::singleShot(0, this,
+                       [this] { QTimer::singleShot(0, this, [] { QCoreApplication::exit(3); }); });
     QCOMPARE(QCoreApplication::exec(), 3);
 }
 
