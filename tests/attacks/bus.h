@@ -1,4 +1,4 @@
-// What the attack programs share: connections to the system bus, and the daemon's objects.
+// Shared by the attack programs: connections to the system bus, and the daemon's objects.
 #pragma once
 
 #include <systemd/sd-bus.h>
@@ -8,7 +8,7 @@
 
 constexpr std::uint64_t timeoutUs = 60 * 1000 * 1000;
 
-/// An object's method.
+/// A method of an object.
 struct Method
 {
     const char *path;
@@ -23,10 +23,10 @@ extern const Method getProperty;
 extern const Method control;
 extern const Method unknown;
 
-/// Ends the program with a text about it when a function of the bus library has failed.
+/// When a function of the bus library has failed, prints what failed and ends the program.
 void check(int result, const char *what);
 
-/// A connection of its own. Ends the program when there is none.
+/// Opens another connection to the bus. Ends the program when that fails.
 sd_bus *connectToBus();
 
 /// A call of the daemon, without arguments.
@@ -36,6 +36,6 @@ sd_bus_message *callOf(sd_bus *bus, const Method &method);
 /// @return the name of the error, or "answered".
 std::string outcomeOf(sd_bus *bus, sd_bus_message *call);
 
-/// Waits until the daemon has answered a call: what this connection sent it before has been
-/// handled.
+/// Waits until the daemon has answered a call. It has then handled what this connection sent
+/// before.
 void waitUntilHandled(sd_bus *bus);

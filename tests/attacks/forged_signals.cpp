@@ -1,6 +1,6 @@
-// Sends the daemon what systemd, the bus and the per-user service would send it, as whoever runs
-// it: to the daemon alone and to everybody, with the bodies that the real ones have and with
-// others.
+// Sends the daemon the signals of systemd, of the bus and of the per-user service, as the user who
+// runs this program: to the daemon alone and to everybody, with the arguments of the real signals
+// and with others.
 //   forged-signals UNIT-PATH CLIENT
 // UNIT-PATH: object path of the unit of a running task. CLIENT: unique name of a client of the
 // daemon. Ends when the daemon has answered a call that was sent after all of them, and so has read
@@ -69,7 +69,7 @@ QVector<Signal> forgeries(const QString &unit, const QString &client)
     return all;
 }
 
-// To everybody when nobody is named.
+// Sends a signal to a receiver, or to everybody when `to` is empty.
 bool send(const Signal &signal, const QString &to)
 {
     QDBusMessage message = to.isEmpty()

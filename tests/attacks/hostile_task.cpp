@@ -1,4 +1,4 @@
-// A task that tries to be more than a confined program with one name on the bus.
+// A task that tries to do more than a confined program with one bus name may.
 //   hostile-task NAME TASK
 // NAME: the bus name that it may own. TASK: the id of another task, which it tells the daemon is
 // gone. Prints a line for each attempt: what was tried, and "done" or why not.
@@ -64,7 +64,7 @@ void callTheDaemon(sd_bus *bus, const char *task)
     reportCall(bus, "OnRemove", call);
 }
 
-// To everybody without a receiver.
+// Sends a signal to a receiver, or to everybody when there is none.
 void sendTo(sd_bus *bus, const char *receiver, sd_bus_message *signal)
 {
     if (receiver != nullptr)

@@ -80,7 +80,8 @@ int main(int argc, char *argv[])
         return EXIT_FAILURE;
     }
     sd_bus *const bus = connectToBus();
-    // Connected, and known to the daemon: what follows is the answer's time alone.
+    // The connection is set up and the daemon knows it, so that only the time of the answers is
+    // measured.
     waitUntilHandled(bus);
     std::puts("ready");
     std::fflush(stdout);

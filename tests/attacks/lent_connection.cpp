@@ -1,15 +1,13 @@
-// Calls SetEnabled and Start over a connection to the system bus that another process has made: the
-// bus names that one as the caller. Start's hints would have root make a file.
-//   lent-connection FILE own                  this process connects itself: an ordinary caller
+// Calls SetEnabled and Start over a connection to the system bus that another process has made. The
+// bus names that process as the caller. Start's hints would make root create a file.
+//   lent-connection FILE own                  this process connects itself, as an ordinary caller
 //   lent-connection FILE ended                a child connects and ends
-//   lent-connection FILE replaced             so, and another process gets its number: told by a
-//   line
-//                                             of input
-//   lent-connection FILE becomes PROGRAM...   a child connects and becomes a set-id program that
-//   waits
-//                                             for input
-// FILE: the file that root would make. Prints what /proc tells of the process that connected, once
-// it is as it should be, and what came of each call.
+//   lent-connection FILE replaced             a child connects and ends, and another process gets
+//                                             its number; a line of input says when
+//   lent-connection FILE becomes PROGRAM...   a child connects and becomes a set-id program, which
+//                                             waits for input
+// FILE: the file that root would create. Prints what /proc says of the process that connected at
+// the time of the calls, and the outcome of each call.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -50,7 +48,7 @@ void connectToBus(int socket)
         fail("connecting");
 }
 
-// The child keeps no copy of the socket, and gets input that never comes.
+// The child keeps no copy of the socket. It waits for input that never comes.
 pid_t connectInChild(int socket, char *const program[])
 {
     int input[2];
@@ -68,7 +66,7 @@ pid_t connectInChild(int socket, char *const program[])
         _exit(EXIT_SUCCESS);
     close(input[1]);
     dup2(input[0], STDIN_FILENO);
-    // What it asks for is of no interest.
+    // What the program prints is not needed.
     dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
     dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
     execvp(program[0], program);
@@ -112,7 +110,7 @@ void waitForALine()
     while (std::getchar() != '\n') { }
 }
 
-// Gives the number of the process that the bus takes for the caller.
+// Returns the number of the process that the bus takes for the caller.
 pid_t connectAs(const std::string &way, int socket, char *const program[])
 {
     if (way == "own") {

@@ -1,7 +1,7 @@
-// Becomes a program under a process number of one's choice, which has to be free. Takes root:
-// others would start processes until the number comes round again.
+// Runs a program under a given process number, which has to be free. Needs root. Other users could
+// only start processes until the number is used again.
 //   process-with-id NUMBER PROGRAM [ARGUMENT...]
-// Ends with the program.
+// Ends when the program ends.
 
 #include <linux/sched.h>
 #include <sys/syscall.h>

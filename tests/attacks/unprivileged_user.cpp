@@ -1,22 +1,21 @@
-// A local user without any rights, who sends whatever the bus takes.
+// A local user without any rights, who sends everything that the bus lets through.
 //   unprivileged-user huge METHOD        four connections send 30 MB each to METHOD of the daemon:
 //                                        register, get or forwarded; waits for the answers
-//   unprivileged-user leave METHOD       the same, and leaves without waiting for any
-//   unprivileged-user flood METHOD COUNT sends so many small calls that want no reply, over one
-//                                        connection; also getenabled, setenabled, unknown
-//   unprivileged-user types TYPE...      registers for each type; prints what came of it
-//   unprivileged-user paths COUNT        has the per-user service answer with so many paths;
-//                                        prints how often that was admitted
-//   unprivileged-user sessions COUNT     registers for so many types over one connection; prints
-//   how
-//                                        often that was admitted
-//   unprivileged-user connections COUNT  makes so many connections, and registers over each; prints
-//                                        how often that was admitted
-//   unprivileged-user descriptors COUNT  sends so many calls with descriptors, plain and nested
-//   unprivileged-user slow COUNT         sends so many forwarded calls that are never answered, and
+//   unprivileged-user leave METHOD       the same, and leaves without waiting for an answer
+//   unprivileged-user flood METHOD COUNT sends COUNT small calls that want no reply over one
+//                                        connection; METHOD also getenabled, setenabled, unknown
+//   unprivileged-user types TYPE...      registers for each type; prints the outcomes
+//   unprivileged-user paths COUNT        makes the per-user service answer with COUNT paths; prints
+//                                        how many were admitted
+//   unprivileged-user sessions COUNT     registers for COUNT types over one connection; prints how
+//                                        many were admitted
+//   unprivileged-user connections COUNT  makes COUNT connections and registers over each; prints
+//                                        how many were admitted
+//   unprivileged-user descriptors COUNT  sends COUNT calls with descriptors, plain and nested
+//   unprivileged-user slow COUNT         sends COUNT forwarded calls that are never answered, and
 //                                        leaves
-//   unprivileged-user oversize           has the daemon send more than the bus takes
-// What is sent has been handled by the daemon when the program ends, except where it leaves.
+//   unprivileged-user oversize           makes the daemon send more than the bus accepts
+// When the program ends, the daemon has handled what it sent, except after "leave" and "slow".
 
 #include "bus.h"
 
@@ -139,7 +138,7 @@ void types(char *const names[])
         std::printf("%s %s\n", *names, registerFor(bus, *names).c_str());
 }
 
-// Over one connection, PREFIX and a number each.
+// Registers over one connection for types that are PREFIX and a number.
 void sessions(const std::string &prefix, int count)
 {
     sd_bus *const bus = connectToBus();
@@ -154,7 +153,7 @@ void connections(int count)
     int admitted = 0;
     for (int number = 0; number < count; ++number) {
         sd_bus *bus = nullptr;
-        // The bus has a limit of its own.
+        // The bus also limits a user's connections.
         if (sd_bus_open_system(&bus) < 0)
             break;
         admitted += registerFor(bus, "Sync") == "answered" ? 1 : 0;
@@ -181,7 +180,7 @@ void descriptors(int count)
     for (int number = 0; number < count; ++number) {
         sd_bus_message *call = callOf(bus, number / 4 % 2 == 0 ? control : getEnabled);
         appendDescriptors(call, number % 4);
-        // Whatever it answers.
+        // Any answer will do.
         (void)outcomeOf(bus, call);
     }
 }

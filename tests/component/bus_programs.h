@@ -1,4 +1,4 @@
-// The processes on a private bus, for tests that call them by blocking calls.
+// Programs on a private bus, for tests that make blocking calls.
 #pragma once
 
 #include "support/death_bound_process.h"
@@ -60,7 +60,7 @@ private:
     QTemporaryDir m_directory;
 };
 
-/// A program on the bus; its log is shown when its test fails.
+/// A program on the bus. Its log is shown when the test fails.
 class Program
 {
 public:
@@ -86,7 +86,8 @@ public:
         m_log += process.readAllStandardError();
         return m_log;
     }
-    /// Whether it ended by itself within the time limit.
+    /// Waits for its end.
+    /// @return whether it ended by itself within 30 s.
     [[nodiscard]] bool ended()
     {
         return process.state() == QProcess::NotRunning || process.waitForFinished(30000);
@@ -131,7 +132,8 @@ private:
     std::unique_ptr<Program> m_daemon;
 };
 
-/// Whether a name has an owner within the time limit.
+/// Waits until a name has an owner.
+/// @return whether it has one within 20 s.
 inline bool waitForName(const QDBusConnection &bus, const QString &name)
 {
     return QTest::qWaitFor([&] { return bus.interface()->isServiceRegistered(name).value(); },

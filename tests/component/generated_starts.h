@@ -9,8 +9,8 @@
 
 #include <random>
 
-/// Makes declarations and requests of every kind out of a seed: ordinary ones, and odd texts in
-/// every place that takes one. The same seed makes the same.
+/// Generates declarations and requests of every kind from a seed: ordinary ones, and odd texts
+/// wherever a text can be. The same seed generates the same ones.
 class GeneratedStarts
 {
 public:
@@ -56,7 +56,7 @@ private:
     static QString text(const QByteArray &utf8) { return QString::fromUtf8(utf8); }
     QByteArray one(Choices choices) { return choices.begin()[number(0, int(choices.size()) - 1)]; }
 
-    // What is odd and yet a text, and now and then what is refused.
+    // An odd but valid text; now and then one that is refused.
     QByteArray odd()
     {
         QByteArray text;
@@ -104,7 +104,8 @@ private:
             words.append(text(value(choices)));
         return words;
     }
-    // An application without one is called after its file. An odd one does not parse back.
+    // An application without this group has its name from its file. An id with odd parts cannot be
+    // parsed.
     QByteArray idGroup(int number)
     {
         if (chance(20))
@@ -118,7 +119,7 @@ private:
         return '[' + one({"X-Application", "X-Sailjail", "Sailjail"}) + "]\nOrganizationName="
             + organisation + "\nApplicationName=" + name + QByteArray::number(number) + '\n';
     }
-    // Sometimes bytes that are no text at all; without any, the application's own counts.
+    // Sometimes the bytes are not valid text. A task without Exec has that of its application.
     QByteArray exec()
     {
         if (chance(10))

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-/// Makes a file or directory refuse every change, also by root, for as long as this lives.
+/// Makes a file or directory refuse every change, even by root, as long as this object exists.
 class ImmutablePath
 {
 public:
@@ -21,7 +21,7 @@ public:
     }
     Q_DISABLE_COPY(ImmutablePath)
 
-    /// False where the file system or the user cannot do that.
+    /// False where the file system does not support that or the user may not do it.
     [[nodiscard]] bool isSet() const { return m_set; }
 
 private:

@@ -55,7 +55,7 @@ const QString internalError = QStringLiteral("org.qtproject.QtDBus.Error.Interna
 const QString client = QStringLiteral("client");
 const QString app = QStringLiteral("a.b");
 
-// What dbus-send is told.
+// The arguments of dbus-send.
 QStringList setEnabledArguments(const QString &address)
 {
     return {QStringLiteral("--bus=") + address,
@@ -102,7 +102,8 @@ QDBusMessage TestAutostart::call(const QString &method, const QVariantList &argu
     return m_bus->connect(client).call(message);
 }
 
-// Below the root prefix, so that this process can be anybody's.
+// Makes this process belong to a user and a group, as the daemon sees it: it looks callers up in
+// /proc below its root.
 bool TestAutostart::ownCaller(uid_t uid, gid_t gid) const
 {
     const QString process =
@@ -222,8 +223,8 @@ void TestAutostart::admitsRealCallersByTheirGroups()
     QFETCH(int, gid);
     QFETCH(bool, admitted);
 
-    // The real processes below the root prefix, and a user database of the daemon's own: the bus
-    // lets in only users that every Debian has.
+    // The daemon gets the real /proc below its root and a user database of its own. The callers are
+    // users that every Debian has, because the bus refuses others.
     QVERIFY(QDir(m_root->path(QStringLiteral("proc"))).removeRecursively());
     QVERIFY(QFile::link(QStringLiteral("/proc"), m_root->path(QStringLiteral("proc"))));
     QVERIFY(m_root->write(QStringLiteral("passwd"),
@@ -309,7 +310,7 @@ void TestAutostart::saysThatItCouldNotReadTheSettings()
 {
     QVERIFY(startDaemon());
     QVERIFY(setEnabled(100000, app, true).type() == QDBusMessage::ReplyMessage);
-    // A folder that the system refuses to open, whoever asks.
+    // A folder that nobody can open, not even root.
     const QString folder = m_root->path(QStringLiteral("etc/am/conf.d"));
     QVERIFY(QDir().mkpath(QFileInfo(folder).path()) && QFile::link(folder, folder));
     const QDBusMessage reply = call(QStringLiteral("GetEnabled"), {100000});

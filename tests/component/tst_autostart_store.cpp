@@ -1,4 +1,4 @@
-// What the start of the daemon makes of settings whose users are gone.
+// What the daemon does at its start with the settings of users who no longer exist.
 
 #include "component/bus_programs.h"
 #include "component/immutable_path.h"
@@ -200,7 +200,7 @@ void TestAutostartStore::namesADirectoryThatCannotBeRemoved()
     QVERIFY(!exists(QStringLiteral("a.b/100002.conf")));
 }
 
-// As without a free descriptor, when a directory is looked at for the second time.
+// The second look at a directory fails as it does when there is no free descriptor.
 void TestAutostartStore::keepsTheSettingsInADirectoryThatCannotBeListed()
 {
     for (const char *file : {"a.b/100000.conf", "a.b/100002.conf", "c.d/100002.conf"})
@@ -220,7 +220,7 @@ void TestAutostartStore::keepsTheSettingsInADirectoryThatCannotBeListed()
                     QStringLiteral(ORVANE_BINARY)});
     QVERIFY(waitForName(m_bus->connect(client), QStringLiteral("org.zarn.Orvane")));
 
-    // The last one in order.
+    // This directory is the last in the order of the clean-up.
     QTRY_VERIFY_WITH_TIMEOUT(!exists(QStringLiteral("c.d")), 20000);
     QTRY_VERIFY2(m_daemon->log().contains("(INJECTED)"), m_daemon->log());
     QVERIFY(!exists(QStringLiteral("a.b/100002.conf")));
@@ -241,7 +241,8 @@ void TestAutostartStore::servesAndEndsWhenToldToWhileTheUserManagerIsSilent()
     QCOMPARE(m_bus->connect(client).call(call).type(), QDBusMessage::ReplyMessage);
 
     ::kill(static_cast<pid_t>(m_daemon->process.processId()), SIGTERM);
-    // Less than the 25 s after which the question would have ended by itself.
+    // The question to the user manager would end by itself after 25 s, so that the limit has to be
+    // less.
     QVERIFY(m_daemon->process.waitForFinished(15000));
     QCOMPARE(m_daemon->process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(m_daemon->process.exitCode(), 0);

@@ -17,7 +17,7 @@ QString taskType() { return QStringLiteral("Sync"); }
 
 } // namespace
 
-// The library that programs talk to the daemon with, against the daemon.
+// The client library, tested against the daemon.
 class TestClient : public QObject
 {
     Q_OBJECT

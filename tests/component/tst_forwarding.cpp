@@ -194,7 +194,7 @@ void TestForwarding::relaysNothingElse()
     SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), QString(),
                            QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
     user->emitChange(QStringLiteral("/org/zarn/Orvane/Other"), QStringLiteral("a.b"), {}, {});
-    // Somebody else's, from the right path.
+    // A signal of another sender with the right path.
     QDBusMessage forged = QDBusMessage::createSignal(control(), QString::fromLatin1(properties),
                                                      QStringLiteral("PropertiesChanged"));
     forged << QStringLiteral("forged") << QVariantMap() << QStringList();
@@ -232,7 +232,7 @@ void TestForwarding::staysUsableWhileTheUserServiceHangs()
     }));
     QCOMPARE(user->calls.size(), 64);
 
-    // Once it answers, everybody gets what is his, in order.
+    // Once it answers, every client gets its own answers, in order.
     user->release();
     for (int number = 0; number < calls.size(); ++number) {
         QVERIFY(fixture->waitUntil([&] { return calls.at(number).isFinished(); }));
@@ -249,7 +249,7 @@ void TestForwarding::staysUsableWhileTheUserServiceHangs()
 void TestForwarding::tellsWhenTooManyCallsWait()
 {
     user->hangs = true;
-    // 64 on their way and 1024 waiting; the next is one too many.
+    // 64 calls are under way and 1024 wait; the next one is refused.
     constexpr int room = 64 + 1024;
     QVector<QDBusConnection> connections;
     QVector<QDBusPendingCall> calls;
@@ -258,7 +258,8 @@ void TestForwarding::tellsWhenTooManyCallsWait()
             connections.append(fixture->connect());
         calls.append(connections.constLast().asyncCall(controlCall(QStringLiteral("Do")),
                                                        Fixture::timeoutMs));
-        // One connection after the other, so that the daemon has seen them all.
+        // One connection after the other is flushed, so that the daemon has received all of the
+        // calls.
         if (calls.size() % 100 == 0 || calls.size() == room)
             (void)fixture->call(
                 Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
@@ -302,14 +303,14 @@ void TestForwarding::givesMemoryBackAfterALargeCall()
         return texts;
     };
     const QStringList megabyte = textsOf(1 << 20);
-    // What is allocated for good at the first call is not meant.
+    // The first call is not measured, because it allocates memory that is kept.
     QCOMPARE(fixture->call(controlCall(QStringLiteral("Do"), {textsOf(16)})).arguments().size(), 1);
     const int before = memoryKib();
     QVERIFY(before > 0);
     QCOMPARE(fixture->call(controlCall(QStringLiteral("Do"), {megabyte})).arguments(),
              QVariantList{megabyte});
 #ifndef __SANITIZE_ADDRESS__
-    // A sanitizer keeps what is freed.
+    // A sanitizer does not give freed memory back.
     QVERIFY(fixture->waitUntil([&] { return memoryKib() < before + 1000; }));
 #endif
 }
@@ -386,11 +387,11 @@ void TestForwarding::closesASession()
         [&] { return user->calls.constLast().member() == QLatin1String("CloseSession"); }));
     QCOMPARE(fixture->call(userSessionCall(QStringLiteral("Start"))).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
-    // Who closes a session that answers late hears nothing of it.
+    // A client that closes a session gets NoReply when the service answers late.
     user->release();
     QVERIFY(fixture->waitUntil([&] { return closed.isFinished(); }));
     QCOMPARE(closed.reply().errorName(), QStringLiteral("org.freedesktop.DBus.Error.NoReply"));
-    // The path is free for the next.
+    // The path can be used by the next session.
     QCOMPARE(registerForUser().type(), QDBusMessage::ReplyMessage);
     QCOMPARE(fixture->call(userSessionCall(QStringLiteral("Start"))).type(),
              QDBusMessage::ReplyMessage);

@@ -1,4 +1,4 @@
-// What the daemon writes is what the golden files say.
+// The daemon writes what the golden files contain.
 
 #include "support/fixture.h"
 #include "support/golden_plan.h"
@@ -32,7 +32,8 @@ void TestGoldenPlans::writesTheGoldenFiles()
     QVERIFY(fixture.start());
     QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(fixture.start(golden.task, golden.hints, golden.info).errorMessage(), QString());
-    // The daemon looks for permissions in the system that runs the test.
+    // The plan without permissions is expected, because the daemon looks for permission files in
+    // the real system.
     QCOMPARE(fixture.root.read(fixture.root.unitFile(golden.task)),
              golden.unitWithoutPermissions());
     QCOMPARE(fixture.root.exists(fixture.root.policyFile(golden.task)), !golden.policy.isEmpty());

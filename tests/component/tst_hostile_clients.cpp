@@ -1,4 +1,4 @@
-// Clients as attackers: whatever one of them sends and keeps, the daemon answers the others.
+// Clients as attackers: whatever one client sends or holds back, the daemon answers the others.
 
 #include "support/fixture.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 const char limitsExceeded[] = "org.freedesktop.DBus.Error.LimitsExceeded";
 
-// What the bus takes is a little more.
+// The bus accepts messages that are a little larger.
 QString hugeText() { return QString(30 * 1000 * 1000, QLatin1Char('x')); }
 
 QDBusMessage controlCall(const QVariantList &arguments = {})
@@ -180,7 +180,7 @@ void TestHostileClients::answersOthersWhileManyValuesAreSent()
     }
     QCOMPARE(user->calls.size(), 0);
 #ifdef __SANITIZE_ADDRESS__
-    // The sanitizer keeps what is freed, to see whether it is used again.
+    // The sanitizer keeps freed memory for a while, to see whether it is used again.
     constexpr int mostThatStaysKib = 4 * 1024 * 1024;
 #else
     constexpr int mostThatStaysKib = 32 * 1024;
@@ -210,7 +210,7 @@ void TestHostileClients::tellsAClientThatItsCallsAreTooLarge()
         fixture->client.asyncCall(controlCall({hugeText()}), Fixture::timeoutMs);
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 1; }));
     QCOMPARE(fixture->call(controlCall({hugeText()})).errorName(), QLatin1String(limitsExceeded));
-    // There is room again when the first is answered.
+    // Another huge call is accepted once the first one is answered.
     user->release();
     QVERIFY(fixture->waitUntil([&] { return first.isFinished(); }));
     QCOMPARE(fixture->call(controlCall({hugeText()})).type(), QDBusMessage::ReplyMessage);
@@ -270,7 +270,8 @@ void TestHostileClients::boundsTheSessionsOfAClient()
     for (const char *type : {"more", "Sync", "a b"})
         QCOMPARE(fixture->registerInvoker(QString::fromLatin1(type)).errorName(),
                  QLatin1String(limitsExceeded));
-    // What it holds it may register for again; others are not concerned.
+    // The client may register again for a type that it has, and the limit of one client does not
+    // affect others.
     QCOMPARE(fixture->registerInvoker(QStringLiteral("t7")).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(registerSync(fixture->connect()).type(), QDBusMessage::ReplyMessage);
 }
@@ -302,7 +303,8 @@ void TestHostileClients::keepsNothingForATypeThatNobodyCanReach()
              QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
     QVERIFY(fixture->daemonLogs("QDBusObjectPath: invalid path"));
     const int before = fixture->daemon.log().size();
-    // A session would announce this at its impossible path, and fail with a log line.
+    // If there were a session, it would announce this at its invalid path, which fails with a log
+    // line.
     fixture->systemd->emitChange(Fixture::unitPath(task),
                                  {{QStringLiteral("ActiveState"), QStringLiteral("failed")}});
     SignalRecorder changes(
@@ -341,7 +343,8 @@ void TestHostileClients::hasFailedWithoutABusThoughItIsToldToEnd()
 {
     QVERIFY(fixture->start());
     const auto daemon = static_cast<pid_t>(fixture->daemon.processId());
-    // It sees both at once, as when the service manager tells it to end for the lost name.
+    // The daemon sees the lost bus and the signal at the same time, as when the service manager
+    // ends it because it has lost its name.
     QCOMPARE(::kill(daemon, SIGSTOP), 0);
     fixture->bus.stop();
     QCOMPARE(::kill(daemon, SIGTERM), 0);
@@ -357,12 +360,12 @@ void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()
     const QStringList environment{QStringLiteral("RUNTIME_DIRECTORY=") + runtime};
     QVERIFY(fixture->start(environment));
     QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
-    // The framework's own error reply repeats the name and is longer than the call, so that the bus
-    // takes the one and closes the connection for the other.
+    // The framework's error reply repeats the name and so is longer than the call. The bus accepts
+    // the call, but closes the daemon's connection when it sends the reply.
     constexpr int most = 32 * 1024 * 1024;
     for (int length = most - 160; fixture->nameIsOwned() && length > most - 400; length -= 8) {
         QDBusConnection attacker = fixture->connect();
-        // When the bus closes the daemon's connection it answers this call itself.
+        // When the bus closes the daemon's connection, it answers this call itself.
         (void)fixture->call(getCall(QString(length, QLatin1Char('x'))), attacker);
         Fixture::drop(attacker);
     }
@@ -408,7 +411,7 @@ void TestHostileClients::keepsNoDescriptor()
     const int before = descriptorsOf(fixture->daemon.processId());
     for (int round = 0; round < 30; ++round)
         (void)fixture->call(controlCall({argument, argument}));
-    // The bus library closes some of them on a thread of its own.
+    // The bus library closes some of the descriptors in another thread.
     QVERIFY(
         fixture->waitUntil([&] { return descriptorsOf(fixture->daemon.processId()) <= before; }));
 }

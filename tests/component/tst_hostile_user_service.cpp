@@ -1,5 +1,5 @@
-// The per-user service as an attacker: whatever it sends, the daemon lives, answers each caller
-// once and gives away nothing of its own.
+// The per-user service as an attacker: whatever it sends, the daemon runs on, answers each caller
+// once and keeps its own objects.
 
 #include "support/death_bound_process.h"
 #include "support/fixture.h"
@@ -131,7 +131,7 @@ void TestHostileUserService::keepsItsOwnObjects()
     (void)fixture->call(Fixture::methodCall(path,
                                             QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
                                             QStringLiteral("CloseSession")));
-    // The object is still this daemon's own.
+    // The daemon's own object is still there.
     const QDBusMessage introspected = fixture->call(Fixture::methodCall(
         path, QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect")));
     QCOMPARE(introspected.type(), QDBusMessage::ReplyMessage);
@@ -146,7 +146,7 @@ void TestHostileUserService::keepsThePathOfASessionThatIsNotThereYet()
     QVERIFY(fixture->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
                                 + "\"\n"));
     QVERIFY(stillAnswers());
-    // Answered here: the service itself would answer with nothing.
+    // This is the daemon's own answer, because the service would send an empty one.
     const QDBusMessage stopped =
         fixture->call(Fixture::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
     QCOMPARE(stopped.arguments(), QVariantList{0});

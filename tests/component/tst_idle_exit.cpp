@@ -122,7 +122,7 @@ void TestIdleExit::staysUntilTheUserManagerHasAnswered()
     QVERIFY(
         fixture.start(idleTime("1") + QStringList{QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
     QVERIFY(Fixture::waitUntil([&asked] { return asked; }));
-    // This user is newer than the list that is on its way.
+    // This user is not in the list of users that the daemon is waiting for.
     QCOMPARE(fixture
                  .call(Fixture::methodCall(
                      QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
@@ -140,7 +140,7 @@ void TestIdleExit::staysUntilTheUserManagerHasAnswered()
 
 void TestIdleExit::takesTheDefaultForUnusableTimes()
 {
-    // Side by side, since the default is five real seconds.
+    // The daemons run at the same time, because the default idle time is five seconds.
     const QVector<QStringList> unusable{idleTime("0"), idleTime(""), idleTime("soon"),
                                         idleTime("1.5")};
     std::vector<std::unique_ptr<Fixture>> fixtures;

@@ -1,4 +1,4 @@
-// The interface descriptions that are installed say what the running daemon says.
+// The installed interface descriptions agree with the introspection of the running daemon.
 
 #include "support/fixture.h"
 
@@ -9,8 +9,8 @@
 
 namespace {
 
-// Every element with its attributes in one line, in order of the file; what stands between an
-// interface's tags, and nothing else of a description.
+// The elements of one interface of a description in the order of the file, each with its attributes
+// in one line.
 QStringList interfaceIn(const QByteArray &xml, const QString &interface, bool &valid)
 {
     QStringList lines;
@@ -62,7 +62,7 @@ private:
         return reply.arguments().value(0).toString().toUtf8();
     }
 
-    // By interface.
+    // The object path of each interface.
     const QMap<QString, QString> m_paths{
         {QStringLiteral("org.zarn.Orvane.TaskInvoker1"),
          QStringLiteral("/org/zarn/Orvane/TaskInvoker1")},
@@ -108,7 +108,7 @@ void TestInterfaces::areAll()
     for (QString &name : names)
         name += QStringLiteral(".xml");
     QCOMPARE(m_directory.entryList(QDir::Files, QDir::Name), names);
-    // Nor does any of the objects offer another of the daemon's own interfaces.
+    // No object offers a second interface of the daemon.
     for (const QString &path : m_paths) {
         const QByteArray xml = description(path);
         QCOMPARE(xml.count("<interface name=\"org.zarn."), 1);

@@ -1,4 +1,4 @@
-// "--launcher": what is started for a user, and through whom.
+// "--launcher": what is started for a user, and by which service.
 
 #include "component/bus_programs.h"
 
@@ -7,7 +7,7 @@
 
 #include <unistd.h>
 
-/// The service that launches applications; keeps what it is asked for.
+/// The service that launches applications. Records what it is asked for.
 class Control : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -60,7 +60,7 @@ private:
                              "[Desktop Entry]\n" + keys);
     }
     bool enable(const QStringList &ids) const;
-    /// Runs the launcher to its end; its log is in m_log.
+    /// Runs the launcher and waits for its end. Its log is then in m_log.
     bool launch(const QStringList &arguments = {QStringLiteral("--launcher")});
     QByteArrayList opened() const;
 
@@ -93,7 +93,7 @@ void TestLauncher::init()
     QVERIFY(
         bus.registerVirtualObject(QStringLiteral("/org/zarn/Orvane/Control1"), m_control.get()));
     QVERIFY(bus.registerService(QStringLiteral("org.zarn.Orvane")));
-    // Each call is a file with its arguments, each ended by a zero byte.
+    // Each call of xdg-open leaves a file with the arguments, each followed by a zero byte.
     QVERIFY(m_root->write(QStringLiteral("bin/xdg-open"),
                           "#!/bin/sh\nout=$(mktemp \"$ORVANE_ROOTFS/opened/XXXXXX.part\")\n"
                           "printf '%s\\0' \"$@\" > \"$out\"\nmv \"$out\" \"${out%.part}\"\n"));
@@ -124,7 +124,8 @@ bool TestLauncher::enable(const QStringList &ids) const
 bool TestLauncher::launch(const QStringList &arguments)
 {
     Program launcher(*m_root, QStringLiteral(ORVANE_BINARY), arguments);
-    // The service that it calls lives in this process.
+    // The event loop has to run meanwhile, because the service that the launcher calls is in this
+    // process.
     const bool ended =
         QTest::qWaitFor([&] { return launcher.process.state() == QProcess::NotRunning; }, 30000);
     m_log = launcher.log();
@@ -302,7 +303,7 @@ void TestLauncher::isRecognisedByTheFirstArgument()
         QCOMPARE(m_control->started, QStringList{QStringLiteral("a.b")});
         return;
     }
-    // The daemon instead: it takes the free name and launches nothing.
+    // The program is the daemon instead: it claims its name and launches nothing.
     m_root->environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), QStringLiteral("60000"));
     QDBusConnection bus = m_bus->connect(service);
     QVERIFY(bus.unregisterService(QStringLiteral("org.zarn.Orvane")));

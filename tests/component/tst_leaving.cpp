@@ -1,4 +1,4 @@
-// Calls and clients that come while the daemon leaves.
+// Calls and clients that arrive while the daemon is ending.
 
 #include "support/fixture.h"
 
@@ -68,7 +68,7 @@ private:
         fixture->daemon.sendSignal(SIGTERM);
         return waitForTheEnd() && fixture->start(withRuntimeDirectory(idleTime));
     }
-    /// Whether signals that it was told to end by mean nothing to the daemon any more.
+    /// Whether the daemon ignores SIGTERM, which it does from the end of its event loop on.
     [[nodiscard]] bool isOnItsWayOut() const
     {
         QFile status(QStringLiteral("/proc/%1/status").arg(fixture->daemon.processId()));
@@ -106,7 +106,8 @@ void TestLeaving::answersTheStartThatSystemdIsSlowWith_data()
 void TestLeaving::answersTheStartThatSystemdIsSlowWith()
 {
     QFETCH(bool, told);
-    // A session without clients is what lets a daemon be idle with a start under way.
+    // The only client of the session leaves, because the daemon is idle only without clients. The
+    // start comes from another connection.
     QVERIFY(fixture->start(withRuntimeDirectory(told ? "600000" : "1500")));
     QDBusConnection other = fixture->connect();
     QCOMPARE(fixture->call(Fixture::registerCall(QStringLiteral("Sync")), other).type(),
@@ -164,7 +165,7 @@ void TestLeaving::answersTheRegistrationThatTheUserServiceIsSlowWith()
 
 void TestLeaving::stopsEveryTaskOfARemovedApplication()
 {
-    // More than are sent at a time.
+    // More tasks than calls are sent to systemd at a time.
     constexpr int tasks = 100;
     for (int number = 0; number < tasks; ++number) {
         fixture->systemd->units.append(
@@ -248,7 +249,7 @@ void TestLeaving::announcesBothListsToClientsItTookOver()
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
     changes.received.clear();
-    // What the client could not hear of.
+    // A change that happened while no daemon ran.
     fixture->systemd->units = {{QStringLiteral("ov_task.%1.service").arg(task),
                                 QStringLiteral("active"), QStringLiteral("running")}};
     QVERIFY(fixture->start(withRuntimeDirectory()));
@@ -282,7 +283,7 @@ void TestLeaving::takesOverOnlyOnce()
     QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
     QVERIFY(startAgain());
     QVERIFY(!fixture->root.exists(keptFile));
-    // Whoever closes the session closes it for good.
+    // A closed session is not restored.
     QCOMPARE(fixture->call(Fixture::sessionCall(QStringLiteral("CloseSession"))).type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(startAgain());
@@ -320,7 +321,8 @@ void TestLeaving::takesOverNobodyWithoutAName()
     QByteArray kept = fixture->root.read(keptFile);
     kept.replace("\"client\": \":", "\"client\": \"");
     fixture->root.write(keptFile, kept);
-    // Nobody would ever be reported gone.
+    // A client without a name must not be taken over, because the daemon would never hear that it
+    // has left.
     QVERIFY(fixture->start(withRuntimeDirectory("500")));
     QVERIFY(waitForTheEnd());
 }
@@ -333,7 +335,7 @@ void TestLeaving::takesOverNothingFromAnotherBus()
     QVERIFY(waitForTheEnd());
     QByteArray kept = fixture->root.read(keptFile);
     QVERIFY(kept.contains("\"Sync\""));
-    // The same names belong to others there.
+    // On another bus the same unique names belong to other clients.
     kept.replace("\"bus\": \"", "\"bus\": \"0");
     fixture->root.write(keptFile, kept);
     QVERIFY(fixture->start(withRuntimeDirectory()));
@@ -374,7 +376,8 @@ void TestLeaving::staysForWhoeverHadItStarted()
 
 void TestLeaving::claimsNoNameOnItsWayOut()
 {
-    // Told to leave before it was ready, and held up by a call, until it could be ready.
+    // The daemon is told to end before it is ready, and an open call keeps it until it could become
+    // ready.
     FakeUserService user(fixture->connect());
     user.hangs = true;
     fixture->systemd->hold(QStringLiteral("ListUnitsByPatterns"));
@@ -389,7 +392,7 @@ void TestLeaving::claimsNoNameOnItsWayOut()
                                QDBusServiceWatcher::WatchForRegistration);
     QSignalSpy claimed(&claims, &QDBusServiceWatcher::serviceRegistered);
     fixture->daemon.sendSignal(SIGTERM);
-    // It could be ready just before it looks at the signal.
+    // Otherwise the daemon could become ready just before it handles the signal.
     QVERIFY(Fixture::waitUntil([this] { return isOnItsWayOut(); }));
     fixture->systemd->release(QStringLiteral("ListUnitsByPatterns"));
     QVERIFY(waitForTheEnd());
@@ -409,7 +412,7 @@ QString TestLeaving::uniqueNameOfTheDaemon() const
 
 void TestLeaving::losesNoCallInManyIdleExits()
 {
-    // Here the bus itself starts the daemon, and the next run while the last one is on its way out.
+    // The bus starts the daemon, and starts the next run while the last one is ending.
     QVERIFY(fixture->activateDaemon({QStringLiteral("ORVANE_DAEMON_TIMEOUT=20")}));
     QProcess caller;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

@@ -1,4 +1,4 @@
-// Many starts and stops at a time, and a systemd that takes its time or does not answer.
+// Many starts and stops at a time, with a systemd that is slow or does not answer.
 
 #include "support/fixture.h"
 
@@ -51,19 +51,19 @@ private Q_SLOTS:
     void refusesMoreThanItCanKeep();
 
 private:
-    // Whether the daemon has handled everything that was asked of it before.
+    // Waits until the daemon has handled every call that was sent before.
     void waitUntilHandled() const
     {
         QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(),
                  QDBusMessage::ReplyMessage);
     }
-    // Reloads, and the units of starts and stops, from the first of them on.
+    // What systemd was asked for, in order: reloads, and starts and stops with their units.
     [[nodiscard]] QStringList asked() const;
     [[nodiscard]] int count(const QString &method) const
     {
         return membersOf(fixture->systemd->calls).count(method);
     }
-    // Asks for starts of different tasks.
+    // Calls Start for this number of different tasks.
     QVector<QDBusPendingCall> startTasks(int number, int timeoutMs = -1) const;
     void expectSuccess(const QVector<QDBusPendingCall> &calls) const;
 
@@ -148,7 +148,7 @@ void TestManyStarts::sharesTheReloadOfFiftyStarts()
 void TestManyStarts::tellsNoCallerOfAFailureWhileReloadsAreSlow()
 {
     constexpr unsigned long reloadTakesMs = 1000;
-    // systemd does nothing else meanwhile.
+    // While it reloads, systemd does nothing else.
     fixture->systemd->onCall = [](const QDBusMessage &call) {
         if (call.member() == reload())
             QThread::msleep(reloadTakesMs);
@@ -177,7 +177,7 @@ void TestManyStarts::keepsTheOrderOfWhatIsAskedOfOneTask()
     QVector<QDBusPendingCall> calls = startTasks(2);
     calls.append(fixture->client.asyncCall(stopOf(1)));
     calls.append(fixture->client.asyncCall(startOf(1)));
-    // Nothing is under way for this one.
+    // No other call for this task is under way.
     calls.append(fixture->client.asyncCall(stopOf(2)));
     QVERIFY(Fixture::waitUntil([&] { return count(stopUnit()) == 1; }));
     QCOMPARE(asked(),
@@ -240,7 +240,7 @@ void TestManyStarts::startsNothingThatItsCallerHasGivenUp()
     }
     QCOMPARE(succeeded, sent);
     QCOMPARE(count(startUnit()), sent);
-    // What was started is what the answers say, and what comes now is started.
+    // A start is accepted again.
     QCOMPARE(fixture->call(startOf(0)).arguments(), QVariantList{0});
 }
 

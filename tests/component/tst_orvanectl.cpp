@@ -39,7 +39,7 @@ QVariantMap serviceState(const char *result, int code, int status)
 
 } // namespace
 
-// The tool as a person runs it, against the daemon.
+// The tool as a user runs it, against the daemon.
 class TestOrvanectl : public QObject
 {
     Q_OBJECT
@@ -81,7 +81,7 @@ private Q_SLOTS:
 private:
     [[nodiscard]] ToolOutput run(const char *line) const { return fixture->runTool(words(line)); }
     [[nodiscard]] QStringList calls() const { return membersOf(fixture->systemd->calls); }
-    // Has systemd say this of the task when it is started.
+    // Runs a function when systemd is asked to start the task.
     void onStart(const std::function<void()> &happens) const;
     void emitService(const QVariantMap &changed) const;
     void emitUnit(const QVariantMap &changed) const;
@@ -252,7 +252,7 @@ void TestOrvanectl::startsWithEachHint()
         QVERIFY2(text.contains(line), line);
     QVERIFY(fixture->root.read(fixture->root.policyFile(task())).contains("com.example.Own"));
     QVERIFY(calls().contains(QStringLiteral("EnableUnitFiles")));
-    // It has no directories of its own in a home.
+    // A homeless task gets no directories in a home.
     QVERIFY(!text.contains(".config"));
 }
 
@@ -351,7 +351,7 @@ void TestOrvanectl::saysThatItCouldNotWrite()
 
 void TestOrvanectl::rendersWhatAStartWouldWrite()
 {
-    // Asks nobody.
+    // Works without a bus.
     const ToolOutput output = fixture->runTool(
         words("render com.example.Notes.task_sync --user appuser --own com.example.Own "
               "--permission NotThere --param last --at-boot"),
@@ -470,7 +470,7 @@ void TestOrvanectl::waitsForAnEnd()
     QFETCH(QVariantMap, unit);
     QFETCH(int, status);
     QFETCH(QByteArray, says);
-    // Before systemd has even answered.
+    // The task ends before systemd has answered the start.
     onStart([&] {
         emitService(service);
         emitUnit(unit);

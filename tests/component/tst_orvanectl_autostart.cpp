@@ -16,7 +16,7 @@ QJsonObject objectIn(const QByteArray &text) { return QJsonDocument::fromJson(te
 
 } // namespace
 
-// orvanectl autostart: list and explain on files alone, enable and disable against the daemon.
+// orvanectl autostart: list and explain read files alone, enable and disable call the daemon.
 class TestOrvanectlAutostart : public QObject
 {
     Q_OBJECT
@@ -39,7 +39,7 @@ private Q_SLOTS:
     void refusesAWrongLine();
 
 private:
-    // Below the root, without a daemon and without a bus.
+    // Runs the tool on the files below the root, without a daemon and without a bus.
     [[nodiscard]] ToolOutput read(const char *line) const
     {
         return fixture->runTool(words(line)
@@ -177,7 +177,8 @@ void TestOrvanectlAutostart::switchesForOneUserAndForAll()
 
 void TestOrvanectlAutostart::saysWhoMaySwitch()
 {
-    // Whose processes the daemon looks up below its root, where there are none.
+    // The daemon refuses the tool, because it looks its caller up in /proc below its root, where
+    // there is none.
     QVERIFY(fixture->start());
     const ToolOutput output = run("autostart enable com.example.Notes");
     QCOMPARE(output.status, 1);

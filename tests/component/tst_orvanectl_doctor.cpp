@@ -77,7 +77,7 @@ void TestOrvanectlDoctor::asksTheBusAndSystemd()
     QCOMPARE(gateIn(output, "binds").value(text("cure")).toString(),
              text("systemctl restart sailjail-prepare-binds.service"));
     QCOMPARE(answerIn(output, "list of users"), text("yes"));
-    // A private bus has no policy and starts nothing.
+    // A private bus has no policy for the daemon and cannot start it.
     QCOMPARE(answerIn(output, "bus policy"), text("no"));
     QCOMPARE(answerIn(output, "bus activation"), text("no"));
     QCOMPARE(gateIn(output, "daemon").value(text("evidence")).toString(),
@@ -113,7 +113,7 @@ void TestOrvanectlDoctor::looksAtFilesAloneOfAnImage()
 {
     const TempRoot image;
     image.startAtBoot(text("a.b.task_c"));
-    // Is not started, because there is no unit.
+    // This task is not started at boot, because its unit is missing.
     image.write(text("/etc/systemd/system/multi-user.target.wants/ov_task.a.b.task_d.service"), "");
     const ToolOutput output = run({text("--root"), image.path()});
     QCOMPARE(answerIn(output, "bus"), QString());

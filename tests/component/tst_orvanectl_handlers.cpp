@@ -7,7 +7,8 @@
 #include <QJsonObject>
 #include <QTest>
 
-// orvanectl handlers: who opens what, and the line that says so. Asks no daemon.
+// orvanectl handlers: which application opens what, and which line of which file says so. Works
+// without the daemon.
 class TestOrvanectlHandlers : public QObject
 {
     Q_OBJECT

@@ -56,7 +56,7 @@ void TestOrvanectlShow::init()
 {
     fixture = std::make_unique<Fixture>();
     fixture->root.serveType(QStringLiteral("Sync"));
-    // The task's group begins on line 8.
+    // The task's group begins in line 8 of the entry.
     fixture->root.writeApplication(QStringLiteral("Notes"),
                                    "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\n"
                                    "Permissions=Internet;Documents\n"
@@ -171,7 +171,7 @@ void TestOrvanectlShow::showsATaskThatNeverRan()
     const QByteArray out = show(QStringLiteral("com.example.Notes.task_index")).out;
     QVERIFY(out.contains("\nState        stopped\n"));
     QVERIFY(out.contains("\nMemory       - now, - at most\n"));
-    // It runs the application's program.
+    // The task has no Exec of its own and runs the application's program.
     QVERIFY2(out.contains("\nExec         /usr/bin/app (line 4)\n"), out.constData());
 }
 

@@ -20,7 +20,8 @@ QString unit() { return QStringLiteral("ov_task.%1.service").arg(task()); }
 
 QStringList words(const QString &line) { return line.split(QLatin1Char(' ')); }
 
-// A command line, and what it has to show in one piece; the last of it comes last.
+// A command line, and the texts that it has to show without breaking them. The last of them is the
+// last thing that is shown.
 struct Row
 {
     QString line;
@@ -62,7 +63,7 @@ QStringList lookedAt()
     return names;
 }
 
-// What a terminal shows: without line ends of its own, and without what clears it.
+// The lines that a terminal shows, without carriage returns and control sequences.
 QStringList linesIn(const QByteArray &shown)
 {
     QString text = QString::fromUtf8(shown).remove(QLatin1Char('\r'));
@@ -70,8 +71,8 @@ QStringList linesIn(const QByteArray &shown)
     return text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
-// A path or an id, perhaps behind a label, or a command: it stays whole, because it is there to be
-// copied.
+// Whether a line is a path, an id (perhaps after a label) or a command. These are not shortened,
+// because people copy them.
 bool isToBeCopied(const QString &line)
 {
     static const QRegularExpression word(QStringLiteral("^(\\w+( \\w+)?)? *\\S+$|^ *try: |Try: "));
@@ -80,8 +81,8 @@ bool isToBeCopied(const QString &line)
 
 } // namespace
 
-// Long ids, paths and texts on a terminal of eighty columns: nothing wraps, and what identifies a
-// thing is still there.
+// Long ids, paths and texts on a terminal of eighty columns: no line wraps, and what identifies a
+// thing is never cut.
 class TestOrvanectlTerminal : public QObject
 {
     Q_OBJECT
@@ -96,7 +97,7 @@ private Q_SLOTS:
 
 private:
     void runTheTask() const;
-    // What a command shows until it has shown this.
+    // The lines that a command shows up to the one with this text.
     [[nodiscard]] QStringList shownBy(const QString &line, const QString &until) const;
 
     std::unique_ptr<Fixture> fixture;
@@ -172,7 +173,7 @@ void TestOrvanectlTerminal::fitsATerminal()
 
 void TestOrvanectlTerminal::looksAtEveryCommand()
 {
-    // Those that show no table, or need a journal: the system tests look at these.
+    // These show no table or need a journal. The system tests cover them.
     const QStringList rest{QStringLiteral("start"), QStringLiteral("stop"),
                            QStringLiteral("history")};
     for (const Cli::Command &command : Cli::commands())
@@ -182,7 +183,7 @@ void TestOrvanectlTerminal::looksAtEveryCommand()
 
 int main(int argc, char *argv[])
 {
-    // How wide a character is depends on the encoding.
+    // The width of a character depends on the encoding.
     qputenv("LC_ALL", "C.UTF-8");
     const QCoreApplication application(argc, argv);
     TestOrvanectlTerminal test;

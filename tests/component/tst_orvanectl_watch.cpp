@@ -58,7 +58,7 @@ private Q_SLOTS:
     void endsWithTheBus();
 
 private:
-    // Starts the tool and waits until it misses nothing any more.
+    // Starts the tool and waits until it says that it watches.
     void watch(const QStringList &options = {});
     [[nodiscard]] QVector<QJsonObject> told() { return objectsIn(tool->output().out); }
     [[nodiscard]] bool hasTold(int count)
@@ -111,7 +111,7 @@ void TestOrvanectlWatch::tellsOfEachOfManyShortRunsOnce()
     watch();
     for (int number = 1; number <= tasks; ++number) {
         const QByteArray run = QByteArray::number(number).rightJustified(16, '.');
-        // Of every third run the start is never sent; every fifth fails.
+        // The start of every third run is never sent, and every fifth run fails.
         if (number % 3 != 0)
             change(taskNumber(number), serviceState("success", 0), unitState("active", run));
         const bool fails = number % 5 == 0;

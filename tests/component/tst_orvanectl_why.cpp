@@ -16,7 +16,7 @@ QString field(const QJsonObject &object, const char *name)
     return object.value(QLatin1String(name)).toString();
 }
 
-// "yes EVIDENCE" of a gate.
+// A gate's answer and evidence, as "yes EVIDENCE".
 QString gateIn(const QJsonObject &object, const char *name)
 {
     for (const QJsonValue value : object.value(QStringLiteral("gates")).toArray()) {
@@ -127,7 +127,7 @@ void TestOrvanectlWhy::findsThatTheDaemonReadsOtherFolders()
         {QStringLiteral("XDG_DATA_DIRS=/nowhere:") + fixture->root.path(QStringLiteral("/etc")),
          QStringLiteral("XDG_DATA_HOME=/nowhere")}));
     const QJsonObject object = explained({task()});
-    // The type's file is out of the daemon's sight, too, so that it asks the per-user service.
+    // The daemon does not find the type's file either, so that it asks the per-user service.
     QVERIFY2(gateIn(object, "answer").startsWith(QLatin1String("no RegisterInvoker for Sync: ")),
              qPrintable(gateIn(object, "answer")));
 }

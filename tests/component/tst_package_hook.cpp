@@ -1,4 +1,4 @@
-// The package manager's call when it removes an application.
+// The call that the package manager makes when it removes an application.
 
 #include "component/bus_programs.h"
 #include "component/immutable_path.h"
@@ -36,7 +36,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, ListedUnit &unit)
     return argument;
 }
 
-/// systemd's manager with some running units; keeps what is asked of them.
+/// systemd's manager with some running units. Records what it is asked to do with them.
 class Systemd : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -148,7 +148,7 @@ QDBusMessage TestPackageHook::onRemove(const QString &application) const
         QStringLiteral("org.zarn.Teller.Hooks"), QStringLiteral("OnRemove"));
     call << application;
     const QDBusPendingCall reply = m_bus->connect(client).asyncCall(call);
-    // Not blocking: systemd lives in this process.
+    // The call does not block, because the stand-in for systemd is in this process.
     return QTest::qWaitFor([&] { return reply.isFinished(); }, 20000) ? reply.reply()
                                                                       : QDBusMessage();
 }

@@ -1,4 +1,4 @@
-// orvanectl render shows what the daemon writes, to the byte.
+// orvanectl render shows exactly the bytes that the daemon writes.
 
 #include "cli/declared_tasks.h"
 #include "cli/rendering.h"
@@ -18,7 +18,7 @@ constexpr uint seed = 9;
 constexpr int applications = 250;
 constexpr int startsOfEach = 8;
 constexpr int startsByTheTool = 20;
-// The bus lets a connection wait for 128 answers.
+// The bus allows a connection 128 unanswered calls.
 constexpr int atOnce = 64;
 
 void setEnvironment(const QStringList &variables)
@@ -37,7 +37,7 @@ QStringList repeated(const char *option, const QStringList &values)
     return words;
 }
 
-// The request as options of the tool.
+// The tool's options for a request.
 QStringList optionsOf(const Client::StartRequest &request)
 {
     QStringList words = repeated("--user", {*request.user})
@@ -56,14 +56,14 @@ QStringList optionsOf(const Client::StartRequest &request)
     return words;
 }
 
-// Its options are pairs, unlike what the daemon takes.
+// The tool takes NAME=VALUE for a variable, while the daemon takes any text.
 bool canBeWritten(const Client::StartRequest &request)
 {
     return std::all_of(request.environment.cbegin(), request.environment.cend(),
                        [](const QString &entry) { return entry.indexOf(QLatin1Char('=')) > 0; });
 }
 
-// One start, and the daemon's answer to it.
+// A start and the daemon's answer to it.
 struct Start
 {
     Start() = default;
@@ -94,18 +94,18 @@ private Q_SLOTS:
     void cleanupTestCase();
 
 private:
-    // Has the daemon start them all, each without files of a start before.
+    // Makes the daemon start all of them. Each finds no files of an earlier start.
     void start(QVector<Start> &starts) const;
     void send(Start &start) const;
     [[nodiscard]] QByteArray unit(const QString &task) const;
-    // Empty without one.
+    // The policy's text; empty when there is none.
     [[nodiscard]] QByteArray policy(const QString &task) const;
     void compare(const Start &start);
     void compareTool(const Start &start) const;
 
     std::unique_ptr<Fixture> fixture;
     QVector<Cli::DeclaredTask> tasks;
-    // Declared with an id that does not parse back, so that nobody can name them.
+    // Tasks whose id cannot be parsed, so that no caller can name them.
     QVector<Cli::DeclaredTask> nameless;
     int started = 0;
     int refused = 0;
@@ -119,7 +119,7 @@ void TestRender::initTestCase()
     GeneratedStarts generated(seed);
     for (int number = 0; number < applications; ++number)
         generated.writeApplication(fixture->root, number);
-    // As main() of the tool does.
+    // The tool's main() does the same.
     QCoreApplication::setApplicationName(QStringLiteral("orvane"));
     setEnvironment(fixture->root.environment()
                    + QStringList{QStringLiteral("ORVANE_COMPONENT_TESTS=1")});

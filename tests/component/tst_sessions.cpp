@@ -172,11 +172,11 @@ void TestSessions::sharesOneSessionAmongItsClients()
     QVERIFY(fixture.start());
     const QDBusConnection other = fixture.connect();
     const QVariant mine = fixture.registerInvoker(syncType()).arguments().value(0);
-    const QVariant his =
+    const QVariant theirs =
         fixture.call(Fixture::registerCall(syncType()), other).arguments().value(0);
-    QCOMPARE(his.value<QDBusObjectPath>().path(), mine.value<QDBusObjectPath>().path());
+    QCOMPARE(theirs.value<QDBusObjectPath>().path(), mine.value<QDBusObjectPath>().path());
 
-    // What one closes is closed for both, and the close is answered with nothing.
+    // When one client closes the session it is closed for both, and the answer is empty.
     const QDBusMessage closed =
         fixture.call(Fixture::sessionCall(QStringLiteral("CloseSession")), other);
     QCOMPARE(closed.type(), QDBusMessage::ReplyMessage);
@@ -214,7 +214,7 @@ void TestSessions::isThereAgainRightBehindAClose()
     QVERIFY(fixture.start());
     (void)fixture.registerInvoker(syncType());
     for (int round = 0; round < 20; ++round) {
-        // Both are on the way before the first is handled.
+        // Both calls have been sent before the first one is handled.
         fixture.client.asyncCall(Fixture::sessionCall(QStringLiteral("CloseSession")));
         QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
         QCOMPARE(fixture.stop(syncTask()).type(), QDBusMessage::ReplyMessage);
@@ -244,12 +244,11 @@ void TestSessions::keepsTheNextSessionWhenTheLastIsClosedTwice()
     QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
     const QDBusMessage close = Fixture::sessionCall(QStringLiteral("CloseSession"));
     for (int round = 0; round < 200; ++round) {
-        // In one go, so that the second close may be meant for the first session still.
+        // The calls are sent together, so that the second close may reach the first session.
         fixture.client.asyncCall(close);
         fixture.client.asyncCall(Fixture::registerCall(syncType()));
         fixture.client.asyncCall(close);
-        // Whatever became of it: a client that registers now can close its session, and does so
-        // once.
+        // Whatever these calls did, a client that registers now can close its session exactly once.
         QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
         QCOMPARE(fixture.call(close).type(), QDBusMessage::ReplyMessage);
         QCOMPARE(fixture.call(close).errorName(),
@@ -264,7 +263,7 @@ void TestSessions::answersForATypeThatIsNoObjectPath()
     const QString type = QStringLiteral("a b");
     fixture.root.serveType(type);
     QVERIFY(fixture.start());
-    // The session is kept, so the second time is no different.
+    // The second registration is refused in the same way, though the session is kept.
     for (int round = 0; round < 2; ++round) {
         const QDBusMessage reply = fixture.registerInvoker(type);
         QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
@@ -291,7 +290,7 @@ void TestSessions::announcesRunningTasks()
             changes.received.isEmpty() ? QVariantList() : changes.received.constLast();
         return qdbus_cast<QVariantMap>(arguments.value(1)).value(QStringLiteral("ActiveTasks"));
     };
-    // The process id comes in an announcement of its own.
+    // A further announcement contains the process id.
     QVERIFY(fixture.waitUntil([&] { return !activeTasksIn(announced()).isEmpty(); }));
 
     const QVariantList last = changes.received.constLast();
@@ -373,7 +372,7 @@ void TestSessions::announcesNoListThatAChangeLeftAsItWas()
                                       "[X-Task more]\nType=Other\nExec=/opt/worker\n");
         QVERIFY(fixture.waitUntil([&] { return others.received.size() >= round; }));
     }
-    // In order: an announcement behind those of the other session.
+    // Signals arrive in order, so that this announcement comes after those of the other session.
     QVERIFY(startNotes(fixture));
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
     QVERIFY(fixture.waitUntil([&] { return !changes.received.isEmpty(); }));
@@ -431,7 +430,7 @@ void TestSessions::findsWhatRunsAlready()
     QCOMPARE(tasks.constFirst().id, syncTask());
     QCOMPARE(tasks.constFirst().pid, -1);
 
-    // And follows it from there.
+    // The daemon also follows later changes of the unit.
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()),
                                 {{QStringLiteral("ActiveState"), QStringLiteral("deactivating")}});
     QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).isEmpty(); }));
@@ -456,7 +455,7 @@ void TestSessions::ignoresWhatIsNotSystemds()
     addNotes(fixture);
     QVERIFY(fixture.start());
     QVERIFY(startNotes(fixture));
-    // Anybody can send a signal from any path.
+    // Every client of the bus can send a signal from any path.
     QDBusMessage forged =
         QDBusMessage::createSignal(Fixture::unitPath(syncTask()), QString::fromLatin1(properties),
                                    QStringLiteral("PropertiesChanged"));
@@ -483,7 +482,7 @@ void TestSessions::ignoresUnitsThatItDoesNotKnow()
                                 runningUnit());
     fixture.systemd->emitChange(QStringLiteral("/org/freedesktop/systemd1/unit/ssh_2eservice"),
                                 runningUnit());
-    // In order: when this one has come through, the others have been seen.
+    // Signals arrive in order: when this one has been passed on, the daemon has handled the others.
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
     QVERIFY(fixture.waitUntil([&] { return !changes.received.isEmpty(); }));
     QCOMPARE(changes.received.size(), 1);
@@ -512,7 +511,7 @@ void TestSessions::takesAnythingButRunningAsNotRunning()
     QVERIFY(fixture.start());
     QVERIFY(startNotes(fixture));
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
-    // A sub-state alone changes nothing.
+    // A change of the sub-state alone is ignored.
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()),
                                 {{QStringLiteral("SubState"), QStringLiteral("dead")}});
     QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).size() == 1; }));

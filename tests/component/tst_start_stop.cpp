@@ -25,7 +25,7 @@ QVariantMap owningName()
     return userAnd(QStringLiteral("DBusService"), QStringLiteral("com.example.Notes.Sync"));
 }
 
-// An application of com.example whose task has a unit of a name with so many bytes.
+// The name of an application of com.example whose task's unit has a name of this number of bytes.
 QString nameForUnitNameOf(int bytes)
 {
     const int others = QStringLiteral("ov_task.com.example..task_sync.service").size();
@@ -109,9 +109,9 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QStringList newCalls() const { return membersOf(fixture->systemd->calls).mid(3); }
-    // Declares a task "sync" of an application of this organisation and name.
+    // Declares the task "sync" of an application with this organisation and name.
     void declare(const QString &file, const QString &organisation, const QString &name) const;
-    // Declares applications of names that none may have.
+    // Declares applications with names that are reserved.
     void declareTheSystem() const;
     void expectNothingWritten() const;
     static QString method(const char *name) { return QString::fromLatin1(name); }
@@ -187,7 +187,7 @@ void TestStartStop::answersWhenTheJobIsAccepted()
     fixture->systemd->hold(method("StartUnit"));
     const QDBusPendingCall started = fixture->client.asyncCall(Fixture::startCall(task(), user()));
     QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
-    // Other calls are answered meanwhile.
+    // The daemon answers other calls meanwhile.
     QCOMPARE(fixture->stop(QStringLiteral("com.example.Notes.task_other")).type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(!started.isFinished());
@@ -478,7 +478,7 @@ void TestStartStop::refusesAUnitOfALongerName()
 
 void TestStartStop::keepsWhatWasThereWhenTheUnitCannotBeWritten()
 {
-    // A device that is always full, in the unit's place.
+    // The unit's path is a link to a device that is always full.
     QVERIFY(QFile::link(QStringLiteral("/dev/full"),
                         fixture->root.path(fixture->root.unitFile(task()))));
     const QDBusMessage reply = fixture->start(task(), owningName());
@@ -509,7 +509,7 @@ void TestStartStop::saysThatThePolicyCannotBeWritten()
     QVERIFY(fixture->daemonLogs("Could not create file: \""
                                 + fixture->root.path(fixture->root.policyFile(task())).toUtf8()
                                 + "\"\n"));
-    // What was written by then stays.
+    // The file that was written before stays.
     QVERIFY(fixture->root.exists(fixture->root.unitFile(task())));
     QCOMPARE(newCalls(), QStringList());
 }
@@ -568,7 +568,7 @@ void TestStartStop::stopsAndForgetsTheFiles()
 {
     (void)fixture->start(task(), owningName());
     const QDBusMessage reply = fixture->stop(task());
-    // Not announced by the method's signature, but sent.
+    // The answer has a value though the method is described without one.
     QCOMPARE(reply.signature(), QStringLiteral("i"));
     QCOMPARE(reply.arguments(), QVariantList{0});
     QVERIFY(fixture->waitUntil([&] { return newCalls().size() == 4; }));
@@ -636,8 +636,7 @@ void TestStartStop::leavesFilesOfOthersAlone()
 
 void TestStartStop::keepsTheOrderOfStartAndStop()
 {
-    // A start with a policy waits for the bus; what is asked of the task meanwhile must not pass
-    // it.
+    // A start with a policy waits for the bus. Later calls for the same task must not overtake it.
     QVector<QDBusPendingCall> calls;
     for (int round = 0; round < 5; ++round) {
         calls.append(fixture->client.asyncCall(Fixture::startCall(task(), owningName())));
@@ -657,8 +656,8 @@ void TestStartStop::keepsTheOrderOfStartAndStop()
 
 void TestStartStop::answersEachOfManyCallsOnce()
 {
-    // More than the 128 answers that the bus lets the daemon wait for. A client may not have more
-    // outstanding either, so there are several.
+    // More calls than the 128 that the bus lets the daemon have unanswered. There are several
+    // clients, because the same limit holds for a client.
     constexpr int clients = 5;
     constexpr int callsOfEach = 60;
     fixture->systemd->hold(method("StartUnit"));

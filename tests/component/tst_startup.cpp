@@ -47,7 +47,7 @@ void TestStartup::claimsTheNameLast()
     fixture.launch();
     QVERIFY(fixture.waitUntil([&] { return fixture.systemd->calls.size() == 3; }));
 
-    // Reachable through the connection's own name only; the task invoker not even so.
+    // Before that, objects can be reached by the unique name only, and the task invoker not at all.
     const QString daemon = fixture.systemd->calls.constFirst().service();
     QVERIFY(!fixture.nameIsOwned());
     const QStringList forwarding{QStringLiteral("/org/zarn/Orvane/SystemControl1"),
@@ -63,7 +63,7 @@ void TestStartup::claimsTheNameLast()
 
     fixture.systemd->release(listFiles());
     QVERIFY(fixture.waitUntil([&] { return fixture.nameIsOwned(); }));
-    // Whoever sees the name finds the task invoker.
+    // When the name is owned, the task invoker is there.
     fixture.root.serveType(QStringLiteral("Sync"));
     QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
 }
@@ -192,7 +192,7 @@ void TestStartup::looksAtNoApplicationBeforeItHasItsName()
     QFETCH(bool, knowsAClient);
     Fixture fixture;
     fixture.root.serveType(QStringLiteral("Sync"));
-    // Whoever looks at it complains.
+    // The registry logs a line when it reads this entry.
     fixture.root.writeApplication(QStringLiteral("Notes"), "[X-Task my-sync]\nType=Sync\n");
     const QByteArray complaint = "Invalid task name";
     const QStringList keeping{QStringLiteral("RUNTIME_DIRECTORY=") + fixture.root.path()};
@@ -208,7 +208,7 @@ void TestStartup::looksAtNoApplicationBeforeItHasItsName()
         QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
         QVERIFY(fixture.root.exists(QStringLiteral("/registrations.json")));
     }
-    // The daemon gets as far as to its name, and no further.
+    // The daemon ends when it claims its name, because another connection owns it.
     QVERIFY(fixture.client.registerService(QStringLiteral("org.zarn.Orvane")));
     const int before = knowsAClient ? fixture.daemon.log().size() : 0;
     fixture.launch(keeping);

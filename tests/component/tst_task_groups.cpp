@@ -1,5 +1,5 @@
-// Who may run tasks on the daemon's own sessions. The caller is this process; below the root prefix
-// it can be anybody's.
+// Which callers may run tasks in the daemon's own sessions. The caller is this process. A file
+// below the daemon's root says whom it belongs to.
 
 #include "support/fixture.h"
 
@@ -101,7 +101,7 @@ void TestTaskGroups::decidesByTheGroupsNamed()
     QCOMPARE(asked.count(QStringLiteral("StopUnit")), admitted ? 1 : 0);
     const QDBusMessage closing = Fixture::sessionCall(QStringLiteral("CloseSession"));
     QCOMPARE(fixture.call(closing).errorName(), refused);
-    // The session is gone only if the caller was let in.
+    // The session is closed only if the caller was admitted.
     QCOMPARE(fixture.call(closing).errorName(),
              admitted ? QStringLiteral("org.freedesktop.DBus.Error.UnknownObject") : accessDenied);
 }
@@ -152,7 +152,7 @@ void TestTaskGroups::leavesForwardedSessionsToTheUserService()
 
 namespace {
 
-/// Writes down which credentials the bus is asked for.
+/// Records which connections the bus is asked about.
 class CredentialsLog
 {
 public:
@@ -162,10 +162,11 @@ public:
                         {QStringLiteral("--address"), busAddress,
                          QStringLiteral("member='GetConnectionCredentials'")});
     }
-    /// How often a connection was asked for up to now.
+    /// How often the bus has been asked about a connection.
     int questionsFor(const QString &name, const Fixture &fixture)
     {
-        // The last question in the log is this one: nobody has that name.
+        // Waits until the log contains this question, about a name that nobody else asks about. The
+        // log is complete then.
         const QByteArray end = "no.such.name" + QByteArray::number(++m_looks);
         const auto ask = [&] {
             QDBusMessage question = QDBusMessage::createMethodCall(

@@ -1,5 +1,5 @@
-// The service manager hears from a daemon that works, and from no other. That a daemon is silent is
-// shown beside another one that reports in the same period.
+// Only a daemon that works reports to the service manager. To show that a daemon is silent, a test
+// runs another one that reports in the same period.
 
 #include "support/fixture.h"
 
@@ -43,13 +43,13 @@ public:
     ~Manager() override { ::close(m_socket); }
     Q_DISABLE_COPY(Manager)
 
-    /// What makes a process report here.
+    /// The environment that makes a process report here.
     [[nodiscard]] QStringList environment() const
     {
         return {QStringLiteral("NOTIFY_SOCKET=") + m_name,
                 QStringLiteral("WATCHDOG_USEC=%1").arg(3 * periodMs * 1000)};
     }
-    /// How often it has heard WATCHDOG=1 since the last look.
+    /// How often WATCHDOG=1 has arrived since the last call.
     int heard()
     {
         int count = 0;
@@ -63,7 +63,7 @@ public:
         }
     }
 
-    /// Waits until it has heard so many from now on.
+    /// Waits until this number of reports has arrived, counted from now on.
     [[nodiscard]] bool waitForReports(int count)
     {
         (void)heard();
@@ -79,11 +79,11 @@ private:
     int m_socket;
 };
 
-/// A daemon that reports, as a clock of periods.
+/// A daemon that reports. It is used as a clock.
 class ReportingDaemon
 {
 public:
-    /// Starts it and waits for two reports, so that a whole period has passed.
+    /// Starts the daemon and waits for two reports, between which a whole period passes.
     [[nodiscard]] bool passAPeriod()
     {
         return m_fixture.start(m_manager.environment()) && passPeriods(2);
@@ -95,8 +95,8 @@ private:
     Fixture m_fixture;
 };
 
-// Whether the daemon answers several calls, one after the other. Meanwhile it does what was due
-// before, gets what the bus answers to it, and has acted on that.
+// Whether the daemon answers several calls, one after the other. In that time it handles timers
+// that were due, gets the bus's answers to its calls and acts on them.
 bool isAnsweredSeveralTimes(const Fixture &fixture)
 {
     for (int call = 0; call < 4; ++call) {

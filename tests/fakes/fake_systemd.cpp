@@ -55,7 +55,7 @@ static QDBusArgument &operator<<(QDBusArgument &argument, const ListedUnit &list
     return argument;
 }
 
-// Nothing reads these; the type system wants both directions.
+// Nothing reads these types; QtDBus requires both directions.
 static const QDBusArgument &operator>>(const QDBusArgument &argument, ListedUnit &)
 {
     return argument;

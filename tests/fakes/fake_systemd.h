@@ -11,7 +11,8 @@
 
 #include <functional>
 
-/// systemd's manager as far as the daemon calls it. Records every call; can hold, refuse and emit.
+/// Stands in for the parts of systemd's manager that the daemon calls. It records every call, can
+/// hold and refuse calls, and can emit signals.
 class FakeSystemd : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -29,23 +30,24 @@ public:
     ~FakeSystemd() override;
 
     RecordedCalls calls;
-    /// What the listings say.
+    /// The units of the listings.
     QVector<Unit> units;
-    /// What the properties of a unit are when they are asked for, by the unit's name.
+    /// The properties of units, by the unit's name.
     QHash<QString, QVariantMap> properties;
-    /// How often a single property of a unit was asked for.
+    /// How often a single property has been read.
     int propertyQuestions = 0;
-    /// How many processes a unit has, by its name.
+    /// The number of processes of a unit, by the unit's name.
     QHash<QString, int> processes;
-    /// Path and state.
+    /// The unit files of the listing: path and state.
     QVector<QPair<QString, QString>> unitFiles;
-    /// Runs before a call is answered.
+    /// Runs before each call is answered.
     std::function<void(const QDBusMessage &)> onCall;
 
-    /// Answers calls of this method only once released.
+    /// Leaves calls of this method unanswered until release().
     void hold(const QString &method);
     void release(const QString &method);
-    /// Answers calls of this method with an error; an empty name undoes it.
+    /// Answers calls of this method with an error, or as usual again when the error's name is
+    /// empty.
     void refuse(const QString &method, const QString &errorName, const QString &message);
     /// Emits a unit's PropertiesChanged.
     void emitChange(const QString &unitPath, const QVariantMap &changed,

@@ -1,9 +1,10 @@
-// The stand-in for systemd as a program: really runs what units say, unconfined, as its own user.
+// The stand-in for systemd as a program: really runs the commands of units, unconfined and as its
+// own user.
 //
 //     fake-systemd
 //
-// Units are read from below ORVANE_ROOTFS. Of a unit's command line only the program behind the
-// sandbox's "--" is run, with the unit's environment; its output goes to this program's.
+// Units are read from below ORVANE_ROOTFS. Of a unit's command line only the program after the
+// sandbox's "--" is run, with the unit's environment. Its output is part of this program's output.
 
 #include "fakes/fake_systemd.h"
 
@@ -31,7 +32,7 @@ QString unitPathOf(const QString &name)
     return path;
 }
 
-// The value of a key of a unit file; empty when it has none.
+// The value of a key in a unit file; empty when it is not there.
 QString unitValue(const QString &unit, const QString &key)
 {
     QFile file(qEnvironmentVariable("ORVANE_ROOTFS") + QStringLiteral("/etc/systemd/system/")

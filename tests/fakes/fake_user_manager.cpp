@@ -25,7 +25,7 @@ QDBusArgument &operator<<(QDBusArgument &argument, const User &user)
     return argument;
 }
 
-// Nothing reads these; the type system wants both directions.
+// Nothing reads these types; QtDBus requires both directions.
 const QDBusArgument &operator>>(const QDBusArgument &argument, User &) { return argument; }
 
 } // namespace

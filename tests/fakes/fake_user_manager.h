@@ -8,7 +8,7 @@
 
 #include <functional>
 
-/// The user manager: answers "users" as its mode says.
+/// Stands in for the user manager: answers "users" by its mode.
 ///   list       the given users
 ///   empty      no user
 ///   error      an error reply
@@ -27,7 +27,7 @@ public:
     [[nodiscard]] bool isUp() const { return m_isUp; }
     /// Answers in another mode from now on.
     void behave(const QString &mode) { m_mode = mode; }
-    /// Answers in another mode from now on, also the calls that have had no reply.
+    /// Answers in another mode from now on, and answers the calls that have no reply yet.
     void release(const QString &mode);
     /// Runs at each call.
     std::function<void()> onCall;

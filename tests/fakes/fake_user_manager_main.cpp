@@ -1,9 +1,9 @@
-// The stand-in for the user manager as a program, for tests that wait without an event loop and for
-// the container.
+// The stand-in for the user manager as a program, for tests that block and for the container.
 //
 //     fake-user-manager MODE [UID...]
 //
-// The modes are FakeUserManager's. Each call is a line "users" on standard output, after "ready".
+// The modes are those of FakeUserManager. Prints "ready" when it has its name, then "users" for
+// each call.
 
 #include "fakes/fake_user_manager.h"
 

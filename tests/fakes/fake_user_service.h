@@ -7,8 +7,8 @@
 
 #include <functional>
 
-/// The per-user service: answers every call below /org/zarn/Orvane with its own arguments unless
-/// told otherwise.
+/// Stands in for the per-user service: answers every call below /org/zarn/Orvane with the call's
+/// own arguments, unless a test changes that.
 class FakeUserService : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -19,12 +19,12 @@ public:
     ~FakeUserService() override;
 
     RecordedCalls calls;
-    /// Keeps every call unanswered until release().
+    /// Leaves every call unanswered until release().
     bool hangs = false;
-    /// Makes the answer to a call; the default sends its arguments back.
+    /// Makes the answer to a call. By default it has the call's arguments.
     std::function<QDBusMessage(const QDBusMessage &)> answer;
 
-    /// Answers everything that was kept, in order, and hangs no longer.
+    /// Answers the calls that have no answer yet, in order, and ends `hangs`.
     void release();
     void emitChange(const QString &path, const QString &interface, const QVariantMap &changed,
                     const QStringList &invalidated);

@@ -1,6 +1,6 @@
-// The stand-in for the per-user service as a program, for the container: answers every call with
-// its own arguments, and fails a Start without an application id as the real one would. Each call
-// is a line of member and first argument on standard output.
+// The stand-in for the per-user service as a program, for the container. It answers every call with
+// the call's own arguments, but a Start without an application id with an error, as the real
+// service does. It prints the member and the first argument of each call.
 
 #include "fakes/fake_user_service.h"
 

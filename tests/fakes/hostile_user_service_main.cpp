@@ -1,5 +1,5 @@
-// The per-user service as an attacker would write it: sends what the framework itself would refuse
-// to write. By member of the call below /org/zarn/Orvane:
+// The per-user service as an attacker would write it: it sends what the framework refuses to send.
+// The member of a call below /org/zarn/Orvane says what it does:
 //   EmptySignature     answers with a signature that names no type
 //   EmptyInVariant     the same, inside the map of a record
 //   Descriptor         answers with a descriptor
@@ -22,7 +22,7 @@
 
 namespace {
 
-// The bus takes a little more.
+// The bus accepts messages that are a little larger.
 constexpr int hugeLength = 30 * 1000 * 1000;
 
 void check(int result, const char *what)

@@ -1,5 +1,5 @@
-// Reads as many bytes from standard input as its argument says into a place for sixteen. Built like
-// what ships, the C library ends it where they are more, before any is read.
+// Reads a number of bytes, its argument, from standard input into room for sixteen. With the build
+// options of a package the C library ends the program before it reads more.
 
 #include <cstdlib>
 

@@ -5,7 +5,7 @@
 #include <QStringList>
 #include <QVector>
 
-/// Keeps what is reported, silent remarks included.
+/// Collects everything that is reported, including remarks that are not logged.
 class CollectedFindings : public Core::Findings
 {
 public:

@@ -5,7 +5,7 @@
 #include <QByteArray>
 #include <QStringList>
 
-/// The built daemon as a process of its own. Killed with the object.
+/// The built daemon as a process. It is killed when the object is destroyed.
 class DaemonProcess
 {
 public:
@@ -16,18 +16,19 @@ public:
     /// Path of the executable.
     [[nodiscard]] static QString program();
 
-    /// @param environment NAME=VALUE; everything else comes from the test's own environment.
+    /// @param environment variables as NAME=VALUE, in addition to the test's own environment.
     void start(const QStringList &environment, const QStringList &arguments = {});
-    /// Has another program start it from now on, such as a tracer.
-    /// @param wrapper that program and its arguments; the daemon's path comes behind them. It must
-    ///     become the daemon, or signals do not reach it. Empty: nobody.
+    /// Makes another program, such as a tracer, start the daemon from now on.
+    /// @param wrapper that program and its arguments, to which the daemon's path is added. The
+    ///     program must become the daemon by exec, or signals do not reach it. Empty for no
+    ///     program.
     void runUnder(const QStringList &wrapper) { m_wrapper = wrapper; }
     void sendSignal(int number);
     [[nodiscard]] uint processId() const { return static_cast<uint>(m_process.processId()); }
     [[nodiscard]] bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
-    /// Exit status; -1 while it runs or when it crashed.
+    /// The exit status; -1 while the daemon runs or when it crashed.
     [[nodiscard]] int exitStatus() const;
-    /// What it has logged so far.
+    /// What the daemon has logged so far.
     [[nodiscard]] QByteArray log();
 
 private:

@@ -5,7 +5,7 @@
 #include <csignal>
 #include <sys/prctl.h>
 
-/// A child that ends when the test does, however the test ends.
+/// A child process that is killed when the test ends, even when the test crashes.
 class DeathBoundProcess : public QProcess
 {
 public:

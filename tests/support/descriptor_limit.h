@@ -7,8 +7,8 @@
 
 #include <vector>
 
-/// While one lives, this process can open nothing: all descriptors that it may have are in use. Its
-/// event loop works.
+/// While such an object exists, this process cannot open anything, because all descriptors that it
+/// may have are in use. Its event loop still works.
 class NoDescriptors
 {
 public:

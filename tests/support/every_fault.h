@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <functional>
 
-/// What a disk, a file system or a process at its limits fails with, as rows for a test that
-/// fetches `error`.
+/// Adds a row for each error of a full or broken disk, of a file system, or of a process at its
+/// limits. For a test that fetches `error`.
 inline void addFileErrors()
 {
     QTest::addColumn<int>("error");
@@ -19,15 +19,15 @@ inline void addFileErrors()
     QTest::newRow("no free descriptor") << EMFILE;
 }
 
-/// Does a piece of work again and again, and has another of its calls to the file system fail each
-/// time, until there is no such call any more. Ends early when a check of the test has failed.
-/// @param work does the work from the beginning and checks what came of it; the faults are of
-/// its own making, with the number that it is given. Says whether the fault has fired.
+/// Repeats a piece of work, and makes another one of its calls to the file system fail each time,
+/// until every call has failed once. Ends early when a check of the test has failed.
+/// @param work does the work from the beginning and checks the outcome. It makes the call with the
+///     number that it is given fail, and returns whether there was such a call.
 inline void withEveryCallFailing(const std::function<bool(int)> &work)
 {
     int which = 0;
     while (work(which) && !QTest::currentTestFailed())
         ++which;
-    // A number that says that the faults reach the work at all.
+    // With fewer calls the faults would not have reached the work.
     QVERIFY2(QTest::currentTestFailed() || which > 3, qPrintable(QString::number(which)));
 }

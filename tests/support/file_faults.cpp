@@ -1,4 +1,4 @@
-// The inline versions of these functions would get in the way of definitions.
+// Without this the C library's headers define some of these functions inline.
 #undef _FORTIFY_SOURCE
 
 #include "support/file_faults.h"
@@ -30,7 +30,7 @@ struct Watch
 
 thread_local Watch watch;
 
-// Keeping notes allocates memory and must not be watched itself.
+// Recording a call allocates memory. Calls that this makes are not watched.
 class Pause
 {
 public:
@@ -59,7 +59,7 @@ QString described(const char *call, const QByteArray &path)
     return QString::fromLatin1(call) + QLatin1Char(' ') + QString::fromUtf8(path);
 }
 
-// Whether this is the call that fails; errno then says why.
+// Whether this is the call that fails; if so, sets errno.
 bool fails(const char *call, const QByteArray &path)
 {
     if (!watch.isOn || watch.calls++ != watch.which)
@@ -86,7 +86,7 @@ Function *following(const char *name)
     return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
 }
 
-// The test's own output is no part of the work.
+// Output of the test does not belong to the work.
 bool isOutput(int descriptor) { return descriptor <= STDERR_FILENO; }
 
 int openFile(const char *path, int flags, mode_t mode)
@@ -148,7 +148,7 @@ int fchmod(int descriptor, mode_t mode) noexcept
         : static_cast<int>(::syscall(SYS_fchmod, descriptor, mode));
 }
 
-// Waits for no disk, because these tests write thousands of files.
+// Does not wait for the disk, because these tests write thousands of files.
 int fsync(int descriptor)
 {
     const QByteArray path = pathOf(descriptor);
@@ -158,7 +158,7 @@ int fsync(int descriptor)
     return 0;
 }
 
-// Closes the descriptor in any case, as the system does.
+// Closes the descriptor also when the call fails, as the system does.
 int close(int descriptor)
 {
     const bool isToFail = !isOutput(descriptor) && fails("close", pathOf(descriptor));

@@ -3,24 +3,25 @@
 #include <QByteArray>
 #include <QStringList>
 
-/// Watches what this thread asks of the file system, and has one of the calls fail. One at a time.
-/// A program that uses this is linked with orvane-file-faults: its definitions of the C library's
-/// functions take the place of that library's, also for the libraries of the program.
+/// Watches the calls of this thread to the file system, and can make one of them fail. Only one
+/// such object may exist at a time. A program that uses this is linked with orvane-file-faults,
+/// whose functions replace those of the C library, also for the program's libraries.
 class FileFaults
 {
 public:
-    /// Only watches.
+    /// Watches and lets every call succeed.
     FileFaults();
     /// @param which the call that fails, counted from 0.
-    /// @param error what it fails with, an errno.
+    /// @param error the errno that it fails with.
     FileFaults(int which, int error);
     ~FileFaults();
     Q_DISABLE_COPY(FileFaults)
 
-    /// Whether there was such a call.
+    /// Whether the call has been made to fail.
     [[nodiscard]] bool hasFired() const;
-    /// The call that failed; empty when none did.
+    /// Name of the call that failed; empty when none did.
     [[nodiscard]] QString failed() const;
-    /// Every call that changes files and did not fail, in order: the name, a blank, the path.
+    /// The calls that changed files, in order, each as its name, a blank and the path. The call
+    /// that failed is not among them.
     [[nodiscard]] QStringList changes() const;
 };

@@ -77,7 +77,7 @@ void Fixture::launch(const QStringList &environment, const QStringList &argument
 
 bool Fixture::activateDaemon(const QStringList &environment)
 {
-    // As the service manager starts it: with its own process id in the environment.
+    // The service manager puts the process's own id into its environment, and so does this command.
     const QString command =
         QStringLiteral("/bin/sh -c 'SYSTEMD_EXEC_PID=$$ exec /usr/bin/env %1 %2'")
             .arg(daemonEnvironment(environment).join(QLatin1Char(' ')), DaemonProcess::program());
@@ -106,7 +106,7 @@ QDBusConnection Fixture::connect() { return newConnection(bus.address()); }
 void Fixture::drop(QDBusConnection &connection)
 {
     QDBusConnection::disconnectFromBus(connection.name());
-    // The library closes the socket with the last handle.
+    // The library closes the socket when the last handle is gone.
     connection = QDBusConnection(QString());
 }
 

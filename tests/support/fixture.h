@@ -14,45 +14,45 @@
 
 #include <memory>
 
-/// Everything that one component test needs: a bus, a root directory, systemd's stand-in, and the
-/// daemon. A test makes one, lays out files, starts the daemon.
+/// Everything that a component test needs: a bus, a root directory, stand-ins for systemd and for
+/// the user manager, and the daemon. A test makes one, writes files and starts the daemon.
 class Fixture
 {
 public:
-    /// How long a condition may take to come true, in milliseconds. Long: a test on a loaded
-    /// machine must not fail, and one that passes does not wait for it.
+    /// How long a condition may take to come true, in milliseconds. It is long because a test must
+    /// not fail on a loaded machine; a test that passes does not wait for it.
     static constexpr int timeoutMs = 60000;
 
     Fixture();
     ~Fixture();
     Q_DISABLE_COPY(Fixture)
 
-    /// Starts the daemon with an idle time that no test reaches, and further variables.
+    /// Starts the daemon's process, with an idle time that no test reaches.
     void launch(const QStringList &environment = {}, const QStringList &arguments = {});
-    /// Launches it and waits for its name.
+    /// Starts the daemon and waits until it owns its name.
     [[nodiscard]] bool start(const QStringList &environment = {});
     /// Starts another daemon, with this idle time and on a bus of its own, and waits until it has
     /// left. By then every daemon with the same idle time has left that was idle before.
     [[nodiscard]] static bool waitForAnIdleTime(int idleMs);
     /// Has the bus start the daemon when it is called. The daemon's log is in the test's own.
     [[nodiscard]] bool activateDaemon(const QStringList &environment);
-    /// Starts orvanectl on this bus and these files.
+    /// Starts orvanectl with this bus and these files.
     [[nodiscard]] std::unique_ptr<ToolProcess> startTool(const QStringList &arguments,
                                                          const QStringList &environment = {}) const;
-    /// The same on a terminal of so many columns.
+    /// The same on a terminal with this number of columns.
     [[nodiscard]] std::unique_ptr<ToolProcess> startToolInTerminal(const QStringList &arguments,
                                                                    int columns) const;
-    /// Runs it to its end, while the fakes go on working.
+    /// Starts orvanectl and waits for its end, while the fakes go on working.
     [[nodiscard]] ToolOutput runTool(const QStringList &arguments,
                                      const QStringList &environment = {}) const;
-    /// A new connection to the bus; it stays until drop().
+    /// A new connection to the bus. It stays open until drop().
     [[nodiscard]] QDBusConnection connect();
-    /// Leaves the bus; the connection is no longer usable.
+    /// Closes a connection, which cannot be used any more.
     static void drop(QDBusConnection &connection);
-    /// Waits until the daemon's log holds a text.
+    /// Waits until the daemon's log contains a text.
     [[nodiscard]] bool daemonLogs(const QByteArray &text);
     [[nodiscard]] bool nameIsOwned(const QString &name = QStringLiteral("org.zarn.Orvane"));
-    /// Fails and shows the daemon's log when the condition does not come true.
+    /// Waits until a condition is true, for the timeout at most.
     [[nodiscard]] static bool waitUntil(const std::function<bool()> &condition);
 
     /// Calls the daemon and waits for the answer while the fakes go on working.
@@ -84,13 +84,13 @@ private:
     [[nodiscard]] QStringList daemonEnvironment(const QStringList &more) const;
 };
 
-/// Receives a signal and keeps what came, one list of arguments each.
+/// Connects to a signal and records the arguments of each one that arrives.
 class SignalRecorder : public QObject
 {
     Q_OBJECT
 
 public:
-    /// @param sender bus name whose signals are meant.
+    /// @param sender bus name of the sender.
     SignalRecorder(QDBusConnection connection, const QString &sender, const QString &path,
                    const QString &interface, const QString &name);
 

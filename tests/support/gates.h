@@ -4,7 +4,7 @@
 
 #include <QVector>
 
-/// The gate of a name; one without a name when there is none.
+/// The gate with a name; a gate without a name when there is none.
 inline Cli::Gate gateNamed(const QVector<Cli::Gate> &gates, const QString &name)
 {
     for (const Cli::Gate &gate : gates) {

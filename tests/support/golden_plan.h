@@ -5,20 +5,20 @@
 #include <QStringList>
 #include <QVariantMap>
 
-/// A start and what it writes, as tests/data tells it.
+/// A start and the files that it writes, read from tests/data.
 struct GoldenPlan
 {
-    /// Names of all of them.
+    /// Names of all golden plans.
     [[nodiscard]] static QStringList names();
-    /// Ends the test program when a file is missing or no JSON.
+    /// Reads one. Ends the test program when a file is missing or cannot be read.
     explicit GoldenPlan(const QString &name);
 
-    /// The desktop entry, and what its file is called.
+    /// Text and file name of the desktop entry.
     QByteArray entry;
     QString file;
     QString task;
     QString program;
-    /// Names of the permission files that the system has.
+    /// Names of the permission files that exist in the system.
     QStringList permissions;
     QVariantMap info;
     QVariantMap hints;

@@ -15,9 +15,9 @@
 #include <future>
 #include <memory>
 
-/// Runs a test object and ends the process without its destructors of static objects: the
-/// framework's server and its own threads can wait for each other there for ever. For tests that
-/// use LoneBus.
+/// Runs a test object and ends the process without destroying static objects, because the
+/// framework's server and threads can wait for each other there for ever. For tests that use
+/// LoneBus.
 template <typename Test>
 [[noreturn]] void runTestAndExit(int argc, char *argv[])
 {
@@ -28,8 +28,9 @@ template <typename Test>
     std::_Exit(status);
 }
 
-/// Answers as a bus would that says exactly `answer` of every connection: a real one cannot be made
-/// to leave a value out. No other connection is on it, and it understands no other question.
+/// Stands in for a bus that answers every question about a connection's credentials with `answer`,
+/// because a real bus cannot be made to leave a value out. It has a single client and answers
+/// nothing else.
 class LoneBus : private QDBusVirtualObject
 {
 public:
@@ -37,14 +38,14 @@ public:
     ~LoneBus() override = default;
     Q_DISABLE_COPY(LoneBus)
 
-    /// The answer to GetConnectionCredentials; an error when empty.
+    /// The answer to GetConnectionCredentials; when it is empty, the answer is an error.
     QVariantMap answer;
 
     /// @return whether it accepts connections.
     [[nodiscard]] bool listen()
     {
         m_server = std::make_unique<QDBusServer>(QStringLiteral("unix:tmpdir=/tmp"));
-        // Whoever connects may have become somebody else.
+        // The process may have changed its user before it connects.
         m_server->setAnonymousAuthenticationAllowed(true);
         QObject::connect(
             m_server.get(), &QDBusServer::newConnection, this, [this](QDBusConnection connection) {
@@ -53,8 +54,8 @@ public:
         return m_server->isConnected();
     }
 
-    /// Runs a function with a connection to this bus, on a thread of its own as it blocks, and
-    /// gives back what it returns.
+    /// Runs a function with a connection to this bus and returns its result. The function runs in
+    /// another thread, because it blocks.
     template <typename Function>
     [[nodiscard]] auto ask(const Function &function) const
     {

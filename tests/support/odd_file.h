@@ -9,11 +9,11 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-// What can be in the place of a file that a program reads, for tests of every reader.
+// The odd things that can be at the path of a file that a program reads, for tests of every reader.
 
 namespace OddFile {
 
-/// Everything but a small regular file, in words. None of these is a file to read.
+/// Every kind of thing but a small regular file, in words. A program should read none of them.
 inline QStringList kinds()
 {
     return {QStringLiteral("pipe"),
@@ -29,7 +29,7 @@ inline QStringList kinds()
 
 inline bool makeSocket(const QByteArray &path)
 {
-    // The name of a socket is short; that of a temporary folder may not be.
+    // The name of a socket has to be short, and the path of a temporary folder may be too long.
     const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -41,12 +41,12 @@ inline bool makeSocket(const QByteArray &path)
     return made;
 }
 
-/// A value of a settings file that ends a program that deserialises it: a list that says that it
-/// has two thousand million elements.
+/// A value of a settings file that ends a program which deserialises it: a list that claims to have
+/// two thousand million elements.
 inline QByteArray fatalValue() { return "@Variant(\\0\\0\\0\\x9\\x7f\\xff\\xff\\xff)"; }
 
-/// Puts `kind` in the place of `path`, where nothing is.
-/// @param text what an honest file would say; the large ones begin with it.
+/// Makes a thing of this kind at a path where nothing is.
+/// @param text the text of an ordinary file; the large ones begin with it.
 inline bool make(const QString &kind, const QString &path, const QByteArray &text)
 {
     const QByteArray name = QFile::encodeName(path);

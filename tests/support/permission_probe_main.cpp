@@ -1,8 +1,8 @@
-// Tries everything that the daemon offers on the bus, as whoever runs it, and says what it was let
-// do: a line "CALL<tab>yes" or "CALL<tab>no" each. "no" is AccessDenied, whoever said it, "yes" any
-// other answer than one of the bus on the daemon's behalf. Fails when the daemon offers a member
-// that is not tried here. Needs the application com.example.Notes, and the per-user service on the
-// bus.
+// Makes every call that the daemon offers on the bus, as the user who runs this, and prints a line
+// "CALL<tab>yes" or "CALL<tab>no" for each. "no" means AccessDenied, from the daemon or from the
+// bus, and "yes" every other answer of the daemon. Fails when the bus answers in the daemon's
+// place, and when the daemon offers a member that is not tried here. Needs the application
+// com.example.Notes, and the per-user service on the bus.
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -120,7 +120,7 @@ bool isAnswerOfTheBus(const QString &error)
 
 void run(const QDBusConnection &bus, const Probe &probe)
 {
-    // Whoever came before may have closed it.
+    // An earlier call may have closed the session.
     bus.call(registering());
     const QDBusMessage reply = bus.call(probe.call);
     const QString error = reply.errorName();
@@ -130,7 +130,7 @@ void run(const QDBusConnection &bus, const Probe &probe)
     std::printf("%s\t%s\n", qPrintable(probe.name), refused ? "no" : "yes");
 }
 
-// Methods and properties of the daemon's own interfaces, as it describes them.
+// Methods and properties of the daemon's own interfaces, by its introspection.
 QStringList offeredAt(const QDBusConnection &bus, const QString &path)
 {
     bus.call(registering());

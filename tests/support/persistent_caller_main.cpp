@@ -1,9 +1,10 @@
-// Calls the daemon just when it may be leaving, over and over, and loses its temper at the first
-// call that is not answered as it should be.
+// Calls the daemon again and again at the moments when it may be leaving. Fails at the first call
+// that is not answered as it should be.
 //   persistent-caller EXITS IDLE_MS [sessions]
-// Ends when the daemon has left the bus EXITS times. IDLE_MS: the idle time that the daemon runs
-// with, in milliseconds. With "sessions" a client that has registered must find its session, too:
-// where the next run starts when the last has ended. Uses the system bus (DBUS_SYSTEM_BUS_ADDRESS).
+// Ends when the daemon has left the bus EXITS times. IDLE_MS: the daemon's idle time, in
+// milliseconds. With "sessions" a client that has registered must find its session as well, which
+// needs a next run that starts when the last one has ended. Uses the system bus
+// (DBUS_SYSTEM_BUS_ADDRESS).
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -19,7 +20,7 @@
 
 namespace {
 
-// The bus's own limit for a service to start.
+// The time that the bus gives a service to start.
 constexpr int answerLimitMs = 25000;
 
 QString service() { return QStringLiteral("org.zarn.Orvane"); }
@@ -68,7 +69,7 @@ public:
     }
 
 private:
-    // Around the moment at which an idle daemon leaves, seen from the last answer.
+    // Waits from the last answer until about the moment at which an idle daemon leaves.
     void pause()
     {
         const int spread = std::max(2, m_idleMs / 2);
@@ -89,7 +90,7 @@ private:
                QString());
     }
 
-    // A client that registers just then must find its session afterwards.
+    // Registers a client at such a moment. It must find its session afterwards.
     void registerAClient()
     {
         const QString name = QStringLiteral("client-%1").arg(m_calls);

@@ -1,5 +1,5 @@
-// Runs a private bus for a script: prints its address once it accepts connections, and runs until it
-// is ended. Its files are in $TMPDIR.
+// Runs a private bus for a script: prints its address once it accepts connections, and runs until
+// it is killed. Its files are in $TMPDIR.
 #include "support/private_bus.h"
 
 #include <QCoreApplication>

@@ -3,7 +3,8 @@
 #include "common/places.h"
 #include "support/temp_root.h"
 
-/// Everything in its place below a test's root: what a process finds in TempRoot::environment().
+/// The places that a process with the environment TempRoot::environment() uses, all of them below a
+/// test's root.
 inline Places placesOf(const TempRoot &root)
 {
     Places places;

@@ -1,4 +1,4 @@
-// A task's program that is over soon.
+// The program of a task that ends soon, with this status.
 //
 //     short-lived MILLISECONDS STATUS
 

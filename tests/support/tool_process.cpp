@@ -2,7 +2,7 @@
 
 namespace {
 
-// A word of a shell's line.
+// Quotes a word for the shell.
 QString quoted(QString word)
 {
     return QLatin1Char('\'') + word.replace(QLatin1Char('\''), QLatin1String("'\\''"))

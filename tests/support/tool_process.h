@@ -5,31 +5,31 @@
 #include <QByteArray>
 #include <QStringList>
 
-/// What orvanectl left.
+/// What orvanectl has printed, and how it ended.
 struct ToolOutput
 {
-    /// Exit status; -1 when it crashed or has not ended.
+    /// The exit status; -1 when it crashed or has not ended.
     int status = -1;
     QByteArray out;
     QByteArray errors;
 };
 
-/// orvanectl as a process of its own, on pipes or on a terminal. Killed with the object.
+/// orvanectl as a process, on pipes or on a terminal. It is killed when the object is destroyed.
 class ToolProcess
 {
 public:
-    /// @param environment NAME=VALUE, besides the test's own.
+    /// @param environment variables as NAME=VALUE, in addition to the test's own.
     ToolProcess(const QStringList &environment, const QStringList &arguments);
     /// The same on a terminal.
-    /// @param columns how wide it is; it has 24 lines.
+    /// @param columns width of the terminal, which has 24 lines.
     ToolProcess(const QStringList &environment, const QStringList &arguments, int columns);
     ~ToolProcess();
     Q_DISABLE_COPY(ToolProcess)
 
-    /// The tool that is run.
+    /// Path of the executable.
     [[nodiscard]] static QString program();
     [[nodiscard]] bool hasEnded() const { return m_process.state() == QProcess::NotRunning; }
-    /// What it has left so far.
+    /// What it has printed so far.
     [[nodiscard]] ToolOutput output();
 
 private:

@@ -1,9 +1,9 @@
-// Starts many units at once and says how long the last answer takes.
-//   start-burst tasks COUNT PREFIX USER   asks the daemon for tasks PREFIX1, PREFIX2 ...
-//   start-burst units COUNT PREFIX        asks systemd for one reload and for units PREFIX1.service
-//   ...
+// Starts many units at once and measures the time until the last answer.
+//   start-burst tasks COUNT PREFIX USER   asks the daemon for the tasks PREFIX1, PREFIX2, ...
+//   start-burst units COUNT PREFIX        asks systemd for one reload and for the units
+//                                         PREFIX1.service, PREFIX2.service, ...
 // Prints the number of answers, the number of errors among them and the milliseconds from the first
-// call to the last answer; the errors themselves go to the error output.
+// call to the last answer. The errors go to the error output.
 
 #include <systemd/sd-bus.h>
 
@@ -20,9 +20,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The bus grants a connection 128 answers that it waits for.
+// The bus allows a connection 128 unanswered calls.
 constexpr int callsOfAConnection = 100;
-// Longer than anybody waits: what is counted are wrong answers, not slow ones.
+// Longer than any answer takes, because wrong answers are counted and slow ones are not.
 constexpr unsigned long timeoutUs = 240000000;
 
 struct Outcome
@@ -85,7 +85,7 @@ void send(sd_bus *bus, sd_bus_message *call, Outcome &outcome)
     sd_bus_message_unref(call);
 }
 
-// Handles what has come in on any of the connections, and waits when there is nothing.
+// Handles what has arrived on any of the connections, and waits when there is nothing.
 void handleSome(const std::vector<sd_bus *> &connections)
 {
     std::vector<pollfd> inputs;
@@ -124,7 +124,7 @@ int main(int argc, char *argv[])
     const std::vector<sd_bus *> connections = connect(count);
     Outcome outcome;
     const Clock::time_point start = Clock::now();
-    // A reload of its own, of which nobody counts the answer.
+    // The answer to this reload is not counted.
     if (!areTasks)
         check(sd_bus_call_async(connections.front(), nullptr,
                                 managerCall(connections.front(), "Reload"), nullptr, nullptr,
