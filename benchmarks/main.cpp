@@ -1,11 +1,16 @@
-// Measures the daemon beside its peers. scripts/bench builds this and runs it where each figure
-// needs it.
+// Measures the daemon beside its peers. scripts/bench builds this and runs it in the places that
+// the figures need.
 //
-//     orvane-bench list                             names of figures, each with the place where it
-//     is measured orvane-bench run PLACE FILE [FIGURE...]       measures (here or container),
-//     writes samples into FILE orvane-bench table RESULT FILE...             prints the table of
-//     such files, writes it as JSON orvane-bench scale FOLDER                     measures how
-//     costs grow, leaves plots in FOLDER orvane-bench budgets FILE [--write WHY] [NAME...]
+//     orvane-bench list
+//         prints the names of the figures, each with the place where it is measured
+//     orvane-bench run PLACE FILE [FIGURE...]
+//         measures in this place (here or container), writes samples into FILE
+//     orvane-bench table RESULT FILE...
+//         prints the table of such files, and writes it as JSON into RESULT
+//     orvane-bench scale FOLDER
+//         measures how costs grow, and leaves plots in FOLDER
+//     orvane-bench budgets FILE [--write WHY] [NAME...]
+//         measures the budgets, and compares them with FILE or writes them into it
 //
 // Status: 0 all is met, 1 something is missed, 2 wrong usage, 3 the machine was too noisy to judge.
 
@@ -28,7 +33,7 @@ namespace {
 
 using namespace Bench;
 
-// A side that takes minutes is not repeated as often as it would be else.
+// A side that takes minutes is measured fewer times.
 constexpr int longestMeasurementMs = 240 * 1000;
 
 constexpr int wrongUsage = 2;
@@ -38,9 +43,9 @@ QString wordOf(Place place)
     return place == Place::Here ? QStringLiteral("here") : QStringLiteral("container");
 }
 
-// What is read and written for a figure is in memory: a busy disk would be measured with it, and
-// the order of a folder's files, on which the cost of sorting them depends, is the same on every
-// machine.
+// Files that are read and written for a figure are in memory, so that a busy disk is not measured.
+// There the order of a folder's files, on which the cost of sorting them depends, is also the same
+// on every machine.
 void keepFilesInMemory()
 {
     const QString memory = QStringLiteral("/dev/shm");
@@ -74,7 +79,7 @@ void append(const QVector<double> &values, QVector<double> Samples::*side, QVect
     }
 }
 
-// Both sides in turn, and each first in turn.
+// Measures the sides alternately, and each of them first every other time.
 QVector<Samples> measure(const Measurement &measurement)
 {
     QVector<Samples> all;

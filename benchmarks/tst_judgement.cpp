@@ -1,4 +1,4 @@
-// What figures are judged by.
+// How figures are judged.
 
 #include "support/judgement.h"
 #include "support/report.h"

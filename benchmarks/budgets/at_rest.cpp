@@ -12,7 +12,7 @@ double wakeUpsWhenIdle()
     Announcements announcements({});
     announcements.start();
     announcements.changeOnce();
-    // What work leaves behind, such as giving memory back, is over by then.
+    // By then the daemon has finished what follows its work, such as giving memory back.
     QThread::msleep(3000);
     const qint64 before = wakeUps(announcements.fixture.daemon.pid());
     QThread::msleep(20000);

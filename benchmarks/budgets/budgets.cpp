@@ -15,9 +15,9 @@ namespace Bench {
 
 namespace {
 
-/// What a measured value may exceed its budget by.
+/// The highest allowed ratio of a measured value to its budget.
 constexpr double room = 1.05;
-/// A budget that is used less than this is worth moving.
+/// Below this ratio the budget should be lowered.
 constexpr double generous = 0.8;
 
 /// One line of the file.
@@ -29,7 +29,7 @@ struct Budget
     QString why;
 };
 
-/// The file: its head as it is, and the lines by name.
+/// The file: its head, which stays unchanged, and the lines by name.
 struct Budgets
 {
     QString head;
@@ -67,7 +67,7 @@ void write(const QString &path, const Budgets &budgets)
         qFatal("cannot write %s", qPrintable(path));
     QTextStream text(&file);
     text << budgets.head;
-    // In the order of the counts.
+    // The lines are in the order of the counts.
     for (const Count &count : allCounts()) {
         if (!budgets.lines.contains(count.name))
             continue;
@@ -145,7 +145,7 @@ int checkBudgets(const QString &path, const QStringList &names)
     return status;
 }
 
-// Takes a value over where it is another one.
+// Writes a measured value into its budget if it differs.
 // @return what was done, for the table.
 static QString move(Budget &budget, const Count &count, double measured, const QString &why)
 {
@@ -153,7 +153,7 @@ static QString move(Budget &budget, const Count &count, double measured, const Q
         return QStringLiteral("NOT MEASURED");
     if (count.isBound && !budget.moved.isEmpty())
         return QStringLiteral("a bound: move it by hand");
-    // A count of instructions differs by some thousandths between two runs.
+    // Counts of instructions differ by some thousandths from run to run.
     if (!budget.moved.isEmpty() && std::abs(measured - budget.value) <= 0.005 * budget.value)
         return QStringLiteral("the same");
     budget = {measured, count.unit, QDate::currentDate().toString(Qt::ISODate), why};

@@ -12,7 +12,7 @@ namespace {
 constexpr int few = 2;
 constexpr int many = 22;
 
-// Of one operation, when run(n) is a run with n of them.
+// The cost of one operation. run(n) returns the cost of a run with n operations.
 template <typename Run>
 double perOperation(const Run &run)
 {
@@ -41,7 +41,7 @@ void registerClients(const Fixture &fixture, int count)
     }
 }
 
-// A daemon with one application, and a number of operations on it.
+// The cost of one operation of a daemon with one application.
 template <typename Work>
 double perOperationOfDaemon(const Work &work)
 {
@@ -71,7 +71,8 @@ double firstAnswerWith(int entries)
             fixture.registerInvoker(fixture.client, QStringLiteral("Sync"));
         });
     };
-    // This run keeps for the next one what it has read, as all but the first after a boot find it.
+    // The first run writes the records that the second one reads. Every run but the first after a
+    // boot finds them.
     answerOnce();
     return answerOnce();
 }

@@ -6,19 +6,19 @@
 
 namespace Bench {
 
-/// A fixture with task units that run, and a client that hears what the first task's session
-/// announces: the daemon's, or that of a bare service that announces the same.
+/// A fixture with running task units and a client that listens to the first task's session. The
+/// session is the daemon's, or that of a bare service that announces the same.
 class Announcements : public QObject
 {
     Q_OBJECT
 
 public:
-    /// How much there is of everything.
+    /// The sizes of a measurement.
     struct Size
     {
         /// Applications with one task each, of its own type "T<number>".
         int tasks = 1;
-        /// Units that the manager lists; the first `running` of them run.
+        /// Units in the manager's list; the first `running` of them run.
         int units = 1;
         int running = 1;
         /// Types that a client registers for.
@@ -30,11 +30,12 @@ public:
     explicit Announcements(const Size &size, Announcer announcer = Announcer::Daemon);
     /// Starts the announcer and listens.
     void start();
-    /// Registers with a daemon that runs, and listens.
+    /// Registers with the running daemon and listens.
     void listen();
-    /// Has the first task's unit stop or run again and waits until its session has announced it.
+    /// Stops the first task's unit or runs it again, and waits until its session has announced
+    /// that.
     void changeOnce();
-    /// The announcer's processor time of one such change, in milliseconds.
+    /// The announcer's processor time for one such change, in milliseconds.
     [[nodiscard]] QVector<double> costOfAChange(int changes);
 
     Fixture fixture;

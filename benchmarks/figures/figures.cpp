@@ -4,7 +4,8 @@ namespace Bench {
 
 QVector<Measurement> allMeasurements()
 {
-    // First those of a daemon without known units: others leave hundreds of them in the container.
+    // The measurements without known units come first, because others leave hundreds of units in
+    // the container.
     return {sharedMemory(),
             firstCall(),
             startsAtOnce50(),

@@ -1,7 +1,8 @@
 // The first call to a stopped daemon, which the bus and systemd start for it.
 //
-// The peer is a service that does nothing, on the same libraries, in a copy of the daemon's unit:
-// same confinement, same way of being started. Time runs from the call to its answer.
+// The peer is a service that does nothing, with the same libraries and in a copy of the daemon's
+// unit, so that it is confined and started in the same way. The time is that from the call to its
+// answer.
 
 #include "figures/first_call.h"
 

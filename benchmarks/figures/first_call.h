@@ -5,8 +5,8 @@
 
 namespace Bench {
 
-/// A service that the container's bus starts when it is called: the daemon, or the bare one in the
-/// same confinement.
+/// A service that the container's bus starts when it is called: the daemon, or the bare service
+/// with the same confinement.
 struct Activated
 {
     QString unit;
@@ -18,7 +18,7 @@ Activated activatedBare();
 
 /// Stops it and waits until it has ended.
 void stopActivated(const Activated &service);
-/// Calls it, which starts it when it is stopped.
+/// Calls the service, which starts it when it does not run.
 /// @return milliseconds until the answer; -1 for an error.
 double callActivated(const Activated &service);
 

@@ -1,9 +1,9 @@
-// What forwarding one message of 1 MiB, and the answer of the same size, takes of the daemon's
-// memory at its peak, and what stays afterwards.
+// The daemon's peak memory while it forwards a message of 1 MiB and an answer of the same size, and
+// the memory that it keeps afterwards.
 //
-// In payloads of 1 MiB, beyond what the daemon had before; the kernel keeps the peak. Each sample
-// is a daemon of its own, after a small call the same way, so that what is allocated once is not
-// counted.
+// The unit is a payload of 1 MiB, and the memory from before is subtracted. The kernel records the
+// peak. Each sample is a new daemon that has forwarded a small call before, so that what is
+// allocated once is not counted.
 
 #include "figures/figures.h"
 
@@ -22,7 +22,7 @@ QStringList textsOf(int bytes)
 {
     const QString text(15, QLatin1Char('x'));
     QStringList texts;
-    // On the bus each has a length and an end besides.
+    // On the bus each text also has a length and an end.
     for (int written = 0; written < bytes; written += 20)
         texts.append(text);
     return texts;
@@ -33,7 +33,7 @@ void forward(const Fixture &fixture, int size)
     QDBusMessage call = QDBusMessage::createMethodCall(Names::service(), Names::controlPath(),
                                                        QStringLiteral("org.zarn.Orvane.Control1"),
                                                        QStringLiteral("Take"));
-    // Many texts, as maps of properties hold them.
+    // Many texts, as in maps of properties.
     call << textsOf(size);
     callAndWait(fixture.client, call);
 }
@@ -57,7 +57,7 @@ QVector<double> measure()
     resetPeakMemory(fixture.daemon.pid());
     forward(fixture, payload);
     const double peak = residentKb(fixture, "VmHWM");
-    // The daemon looks a second after the last time that it was woken up.
+    // The daemon gives memory back a second after it was last woken up.
     QThread::msleep(2500);
     const double after = residentKb(fixture, "VmRSS");
     return {(peak - before) * 1024 / payload, (after - before) / 1024};

@@ -1,8 +1,8 @@
-// How many match rules the daemon holds at the bus with 200 clients, each on a connection of its
-// own, beside the same daemon without a client.
+// How many match rules the daemon has on the bus with 200 clients, each on its own connection,
+// beside the same daemon without a client.
 //
-// The bus compares every message with every rule and drops signals beyond 512 rules of a
-// connection. It tells how many there are itself.
+// The bus compares every message with every rule, and allows a connection 512 rules. The number is
+// the bus's own count.
 
 #include "figures/match_rules.h"
 
@@ -17,9 +17,10 @@ namespace Bench {
 
 namespace {
 
-// The daemon lets a user have 128.
+// The daemon allows a user 128 clients.
 constexpr int clientsOfAUser = 100;
-// The users of the base system, daemon and those after it: the bus admits those that it finds.
+// The clients belong to users of the base system, from "daemon" on, because the bus admits only
+// users that exist.
 constexpr uid_t firstUser = 1;
 
 } // namespace
@@ -30,7 +31,7 @@ Clients::Clients()
     fixture.startDaemon();
 }
 
-// As root a connection of another user each time; else of this one.
+// Run by root, each connection belongs to another user; otherwise to this one.
 QDBusConnection Clients::connectionOfUser(int number) const
 {
     const uid_t self = geteuid();
@@ -56,7 +57,7 @@ void Clients::leave()
 {
     for (QDBusConnection &client : m_clients) {
         QDBusConnection::disconnectFromBus(client.name());
-        // The library closes the socket with the last handle.
+        // The library closes the socket when the last handle is gone.
         client = QDBusConnection(QString());
     }
     m_clients.clear();

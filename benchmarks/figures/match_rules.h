@@ -6,18 +6,18 @@
 
 namespace Bench {
 
-/// A daemon whose clients come, each on a connection of its own, and leave. More than the 128 that
-/// a user may have take root, since they have to be of several users.
+/// A daemon with clients that come and leave, each on its own connection. More clients than the 128
+/// that a user may have need root, because they have to belong to several users.
 class Clients
 {
 public:
     Clients();
     ~Clients();
     Q_DISABLE_COPY(Clients)
-    /// Has clients come, and register for the type Sync, until there are so many.
+    /// Adds clients, which register for the type Sync, until there is this number of them.
     void come(int count);
     void leave();
-    /// How many match rules the daemon holds, as the bus says; -1 when it does not.
+    /// The bus's count of the daemon's match rules; -1 when it does not answer.
     [[nodiscard]] int rules() const;
 
     Fixture fixture;

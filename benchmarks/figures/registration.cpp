@@ -1,8 +1,8 @@
 // RegisterInvoker for a type with 3,000 tasks, beside GetAll of the session's properties.
 //
-// Fair, because both answers of the same daemon hold the same two lists, and what counts is the
-// daemon's processor time from the call to the answer. Nobody can be cheaper than sending the list
-// once.
+// The comparison is fair because both answers of the same daemon contain the same two lists. The
+// daemon's processor time from the call to the answer is measured. No implementation can be cheaper
+// than sending the lists once.
 
 #include "figures/figures.h"
 
@@ -51,7 +51,7 @@ Measurement registrationWithManyTasks()
                 fixture->startManager();
                 fixture->startDaemon();
                 const QString type = QStringLiteral("Sync");
-                // The scan that the first one brings about is measured elsewhere.
+                // The first registration causes a scan, which is measured elsewhere.
                 fixture->registerInvoker(fixture->client, type);
                 return Sides{
                     [fixture] { return costOf(*fixture, [&] { return getAll(*fixture); }); },

@@ -1,7 +1,8 @@
-// The look after one of 1,000 desktop entries has changed, beside a full scan of them.
+// The cost of reading again after one of 1,000 desktop entries has changed, beside a full scan of
+// them.
 //
-// Fair, because both are the registry's own work on the same files, and what counts is the
-// processor time of its process: from the change to the signal that announces it.
+// The comparison is fair because both are the registry's own work on the same files. The processor
+// time of its process is measured, from the change to the signal that announces it.
 
 #include "figures/figures.h"
 
@@ -23,7 +24,8 @@ QVector<double> probe(const TempRoot &root)
                      root.environment());
 }
 
-// Of what the probe says: the scan's time is its second number, the look's the third.
+// In the probe's output the second number is the time of the scan, and the third that of the
+// reading after the change.
 QVector<double> millisecondsOf(const QVector<double> &numbers, int which)
 {
     return numbers.size() == 3 ? QVector<double>{numbers[which] / 1e6} : QVector<double>();

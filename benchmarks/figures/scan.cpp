@@ -1,9 +1,9 @@
 // The scan of all desktop entries, beside GLib's parser on the same files.
 //
-// Fair, because both sides read the same files once in a fresh process, with warm caches of the
-// system, and what counts is their processor time. The peer keeps nothing of what it reads; the
-// daemon's registry also makes its records, its handlers and its watches, so it cannot be expected
-// to reach 1.0.
+// The comparison is fair because both sides read the same files once in a new process while the
+// system has them in its cache. Their processor time is measured. The peer keeps nothing that it
+// reads, while the daemon's registry also makes records, handlers and watches, so that it cannot
+// reach 1.0.
 
 #include "figures/figures.h"
 
@@ -20,8 +20,8 @@ namespace {
 
 constexpr std::array<int, 3> sizes{1000, 5000, 10000};
 
-// Entries of about 5 KB, with all the languages of a phone and more tasks than most have: then
-// parsing is most of the peer's work, and opening files is not.
+// Entries of about 5 KB, with all the languages of a phone and more tasks than usual. With them the
+// peer spends most of its time on parsing and not on opening files.
 constexpr EntrySize large{60, 7};
 
 class Scans
@@ -50,14 +50,14 @@ public:
     }
 
 private:
-    // Milliseconds of each size; last, how the second has grown over the first.
+    // Milliseconds for each size, then the ratio of the second to the first.
     template <typename Run>
     [[nodiscard]] QVector<double> timesOf(const Run &run) const
     {
         QVector<double> times;
         for (std::size_t index = 0; index < sizes.size(); ++index) {
             const QVector<double> numbers = run(m_roots[index]);
-            // Both have to find the same.
+            // Both sides have to find the same number.
             if (numbers.value(0) != sizes[index])
                 return {};
             times.append(numbers.value(1) / 1e6);

@@ -1,10 +1,10 @@
 // The first scan of 1,000 desktop entries in a run of the daemon, beside GIO's list of all
 // applications.
 //
-// Both make a record of each application of the same files, in a fresh process, and what counts is
-// their processor time; both also watch the folder from then on. The daemon has what an earlier run
-// left in its runtime directory, as it does with the shipped unit at every activation but the
-// first; GIO keeps nothing. The scan without that is measured by scan-1000.
+// Both make a record of each application from the same files in a new process, and watch the folder
+// from then on. Their processor time is measured. The daemon has the records of an earlier run in
+// its runtime directory, as with the shipped unit at every activation but the first, while GIO
+// keeps nothing. scan-1000 measures the scan without such records.
 
 #include "figures/figures.h"
 
@@ -43,7 +43,8 @@ Measurement scanBesideGio()
             [] {
                 auto root = std::make_shared<TempRoot>();
                 writeEntries(*root, size, QStringLiteral("Sync"));
-                // It ends at once, because nothing is written to it, and keeps what it has read.
+                // The probe ends at once, because its input is empty, and leaves records of what it
+                // has read.
                 (void)timeOf(QStringLiteral("registry-probe"), {QStringLiteral("follow")}, *root);
                 return Sides{[root] { return timeOf(QStringLiteral("scan-gio"), {}, *root); },
                              [root] {

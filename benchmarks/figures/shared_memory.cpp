@@ -1,9 +1,9 @@
-// The memory of the idle daemon, its share of what it shares with one other program of the same
-// libraries included; and what is its own alone.
+// The memory of the idle daemon: its private memory with its share of what another program with the
+// same libraries uses too, and its private memory alone.
 //
-// The peer is a service that does nothing, on the same libraries, in the same confinement. The
-// other program is this one. Both are started by the same call, which asks nothing of either, and
-// measured when they have given back what starting took.
+// The peer is a service that does nothing, with the same libraries and the same confinement. The
+// other program is this one. Both sides are started by the same call, which needs no work of them,
+// and are measured after they have given back the memory that starting took.
 
 #include "figures/figures.h"
 
@@ -24,7 +24,7 @@ double memoryMb(qint64 pid, const char *line)
         / 1024;
 }
 
-// The service with a call that every connection answers by itself.
+// The same service with Ping as its first call, which the bus library answers.
 Activated pinged(const Activated &service)
 {
     return {service.unit,

@@ -1,8 +1,9 @@
-// 40 Starts at once where a Reload takes a second, as it does on phones: how many callers are told
-// of a failure that did not happen.
+// 40 Starts at once when a Reload takes a second, as on a phone: how many callers get an error
+// although nothing failed.
 //
-// The peer is what the starts need of systemd: one Reload and 40 StartUnit, asked of the same
-// stand-in by the same program. It refuses nothing, so every error is the daemon's.
+// The peer is what the starts need from systemd: one Reload and 40 StartUnit, called by the same
+// program on the same stand-in. The stand-in refuses nothing, so that every error comes from the
+// daemon.
 
 #include "figures/figures.h"
 
@@ -34,7 +35,7 @@ QStringList namesOf(const Name &name)
     return names;
 }
 
-// A daemon of its own for each sample: it may still be busy with the one before.
+// Each sample has a new daemon, because the last one may still be busy.
 QVector<double> startAll()
 {
     const auto fixture = slowFixture();

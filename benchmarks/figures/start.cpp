@@ -1,9 +1,10 @@
-// How soon a started daemon has its name, and how soon it has answered its first client.
+// The time from the start of the daemon until it has its name, and until it has answered its first
+// client.
 //
-// Fair, because both sides are started the same way on a bus of their own, with the same
-// environment and the same stand-in for systemd, and time runs from the start of the process until
-// the bus announces the name or the answer is there. What the daemon keeps from one run to the next
-// in its runtime directory stays, as it does with the shipped unit.
+// The comparison is fair because both sides are started in the same way on their own bus, with the
+// same environment and the same stand-in for systemd. The time is that from the start of the
+// process until the bus announces the name or the answer is there. The daemon's runtime directory
+// stays from run to run, as with the shipped unit.
 
 #include "figures/figures.h"
 
@@ -55,7 +56,7 @@ QVector<double> timeToRegistration(Fixture &fixture)
 
 } // namespace
 
-// The peer is the daemon itself without a known unit, on the same entries.
+// The peer is the daemon itself without a known unit, with the same entries.
 Measurement startWithUnit()
 {
     return {
@@ -70,7 +71,7 @@ Measurement startWithUnit()
         }};
 }
 
-// The peer is a service that does nothing, on the same libraries.
+// The peer is a service that does nothing, with the same libraries.
 Measurement startEmpty()
 {
     return {{{QStringLiteral("start-empty"), QStringLiteral("ms"), Judged::Ratio, 1.5, 1.2}},
@@ -84,8 +85,8 @@ Measurement startEmpty()
             }};
 }
 
-// The peer does as little on systemd's bus library: what the framework costs. Nothing is asked of
-// it.
+// The peer does as little with systemd's bus library, which shows the cost of the framework. There
+// is no bound.
 Measurement startEmptyBesideSdBus()
 {
     return {{{QStringLiteral("start-empty-sdbus"), QStringLiteral("ms"), Judged::Ratio, {}, {}}},
@@ -99,8 +100,8 @@ Measurement startEmptyBesideSdBus()
             }};
 }
 
-// The peer is the daemon itself without entries. Paid at every activation, since the daemon leaves
-// when idle.
+// The peer is the daemon itself without entries. This is the cost of every activation, because the
+// daemon leaves when it is idle.
 Measurement startToRegistration()
 {
     return {

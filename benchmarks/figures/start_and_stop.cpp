@@ -1,7 +1,8 @@
-// What one Start and the Stop of the same task cost the daemon, in instructions.
+// The instructions of the daemon for one Start and the Stop of the same task.
 //
-// Counted by callgrind, so that no noise reaches it: the difference of two runs of the daemon, in
-// one of which there are 20 more of them, with a stand-in for systemd that answers at once.
+// Callgrind counts them, so that noise does not change the figure. It is the difference of two runs
+// of the daemon, one of which has 20 more starts and stops, with a stand-in for systemd that
+// answers at once.
 
 #include "figures/figures.h"
 

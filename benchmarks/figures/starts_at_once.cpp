@@ -1,9 +1,9 @@
-// Many Starts asked at once, with real systemd: how long the last caller waits. And a single one.
+// Many Starts at once with real systemd: how long the last caller waits. Also a single Start.
 //
-// The peer is what the starts need of systemd: one Reload and a StartUnit for each, by the same
-// program through the same library. Fair, because the units are the same text, run the same
-// confined program, and lie there for the peer already; what the daemon does besides is what is
-// measured.
+// The peer is what the starts need from systemd: one Reload and a StartUnit for each, called by the
+// same program with the same library. The comparison is fair because the units have the same text
+// and run the same confined program. The peer finds the units written, so that the rest of the
+// daemon's work is measured.
 
 #include "figures/figures.h"
 
@@ -40,8 +40,8 @@ bool isGone(const QString &pattern)
         .isEmpty();
 }
 
-// Where most callers are told of a failure, how soon they are says nothing: then there is no sample
-// of the time, and the figure counts as not measured.
+// When most callers get an error, the time means nothing. Then there is no sample, and the figure
+// counts as not measured.
 QVector<double> timed(QVector<double> numbers, int count)
 {
     if (numbers.size() == 2 && numbers[1] > count / 2.0)
@@ -56,11 +56,11 @@ QVector<double> start(int count)
         count);
 }
 
-// systemd has forgotten all of them when the next sample begins.
+// Stops the tasks and waits until systemd has forgotten all of them.
 void stopTasks(int count)
 {
     (void)callAtOnce({QStringLiteral("stop")}, namesOf(count, manyTask));
-    // One of which a start has failed at the daemon, but not at systemd, may be left.
+    // A task may be left whose start failed for the daemon, but not for systemd.
     const QString pattern = QStringLiteral("ov_task.*");
     waitUntil([&] {
         if (!isGone(pattern))
@@ -85,7 +85,7 @@ void writeUnit(const QString &name, const QByteArray &text)
         qFatal("cannot write %s", qPrintable(file.fileName()));
 }
 
-// The unit that the daemon writes, under as many other names.
+// Copies the unit that the daemon writes to this number of other names.
 void copyUnits(int count)
 {
     start(1);

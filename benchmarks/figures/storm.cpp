@@ -1,9 +1,9 @@
-// 200 packages are installed within 10 s on a system with 1,000 desktop entries: what the registry
-// spends on it, how often it looks, and how soon it knows.
+// 200 packages are installed within 10 s on a system with 1,000 desktop entries: the registry's
+// cost, how often it reads the entries, and how soon it knows the new ones.
 //
-// Processor time is given in full scans of the same files, measured in the same run, so that the
-// figure does not depend on the machine. A package's files come as a package manager writes them:
-// under another name, renamed when whole.
+// The unit of the processor time is a full scan of the same files, measured in the same run, so
+// that the figure does not depend on the machine. The files are written as a package manager writes
+// them: under another name, and renamed when they are complete.
 
 #include "figures/storm.h"
 
@@ -39,7 +39,7 @@ public:
         const double spentBefore = m_spent;
         m_looks = 0;
         installAll();
-        // What the last package has set off is over when nothing is announced any more.
+        // The work for the last package is done when nothing more is announced.
         if (!waitUntil([this] { return read() == before + packages && isQuiet(); }))
             return std::nullopt;
         const double spent = m_spent - spentBefore;
@@ -67,7 +67,8 @@ private:
         }
     }
 
-    // Takes what the probe has said meanwhile; the number of applications that it knows.
+    // Reads the probe's new output.
+    // @return the number of applications that the probe knows.
     int read()
     {
         while (m_probe.process().canReadLine()) {
@@ -88,8 +89,8 @@ private:
     [[nodiscard]] bool isQuiet() const { return now() - m_said > 1000; }
     [[nodiscard]] double now() const { return static_cast<double>(m_time.nsecsElapsed()) / 1e6; }
 
-    // Nanoseconds of a full scan of what there is now: the best of three, as noise makes it longer
-    // only.
+    // Nanoseconds of a full scan of the present entries. It is the shortest of three, because noise
+    // can only make a scan longer.
     [[nodiscard]] double scanNow() const
     {
         double best = 0;

@@ -4,10 +4,10 @@
 
 namespace Bench {
 
-/// What a storm of 200 packages in 10 s costs the registry, with 1,000 entries there before.
+/// The cost of installing 200 packages within 10 s for the registry, with 1,000 entries before.
 struct StormCost
 {
-    /// Processor time, in full scans of what there is at the end.
+    /// Processor time, in full scans of all entries at the end.
     double scans;
     /// How often the registry announced a new catalogue.
     double looks;
@@ -17,7 +17,7 @@ struct StormCost
     double lastMs;
 };
 
-/// Nothing when not all packages were seen within ten seconds of the last.
+/// Nothing when some packages were not seen within ten seconds of the last one.
 [[nodiscard]] std::optional<StormCost> measureStorm();
 
 } // namespace Bench

@@ -1,10 +1,10 @@
-// What one unit's change costs the daemon: with many sessions, and with many units.
+// The daemon's cost of one unit's change, with many sessions and with many units.
 //
-// Fair, because both sides are told of the same change of the same unit, one at a time, each
-// awaited at a client that hears it from its session; what counts is the processor time of the one
-// that announces. Both are the daemon on the same entries, except where the daemon's own share is
-// judged: each session announces every change, also one of another type, so that 100 sessions are
-// 100 messages whoever sends them. There the peer is a bare service on the same libraries that
+// The comparison is fair because both sides get the same change of the same unit, one at a time,
+// and a client waits for each announcement. The processor time of the process that announces is
+// measured. Both sides are the daemon with the same entries, except where only the daemon's own
+// share is judged: each session announces every change, also of other types, so that 100 sessions
+// cause 100 messages in any case. There the peer is a bare service with the same libraries that
 // sends the same messages.
 
 #include "figures/announcements.h"
@@ -32,7 +32,7 @@ std::function<QVector<double>()> sideOf(const Announcements::Size &size,
 
 } // namespace
 
-// 100 sessions with a running task each, beside a bare service that announces as much.
+// 100 sessions with a running task each, beside a bare service that sends the same announcements.
 Measurement signalWithSessions()
 {
     return {
@@ -44,8 +44,8 @@ Measurement signalWithSessions()
         }};
 }
 
-// The same, beside one session and the same 100 running tasks. Nothing is asked of it: it is the
-// price of so many messages.
+// The same, beside one session with the same 100 running tasks. There is no bound, because it is
+// the cost of the messages.
 Measurement signalPerSession()
 {
     return {{{QStringLiteral("signal-100-to-1"), QStringLiteral("ms"), Judged::Ratio, {}, {}}},
@@ -56,7 +56,7 @@ Measurement signalPerSession()
             }};
 }
 
-// 10,000 units beside 10, one of which runs.
+// 10,000 units beside 10 units. One unit runs.
 Measurement signalWithUnits()
 {
     return {

@@ -1,9 +1,9 @@
-// A service that does nothing, on the daemon's libraries: what a process of this kind costs at
-// least.
+// A service that does nothing, with the daemon's libraries: the least cost of such a process.
 //
 //     bare-qtdbus NAME
 //
-// Exports one object with one method, Register, at /bare; then claims the name. On the system bus.
+// Exports one object with one method, Register, at /bare, then claims the name. Uses the system
+// bus.
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -1,10 +1,10 @@
-// A service that does nothing, on systemd's bus library: what a process on this bus costs at least,
-// whatever it is written with.
+// A service that does nothing, with systemd's bus library: the least cost of a process on this bus,
+// however it is written.
 //
 //     bare-sdbus NAME
 //
-// Answers every call below / with the call's own arguments, as a user service as good as any. On
-// the system bus.
+// Answers every call below / with the call's own arguments, so that it can also be the per-user
+// service. Uses the system bus.
 
 #include <systemd/sd-bus.h>
 

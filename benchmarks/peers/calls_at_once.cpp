@@ -1,14 +1,13 @@
-// Makes many calls at once and waits for the last answer. What it asks of the daemon and what it
-// asks of systemd itself go the same way through the same library, so that the caller costs both
-// sides the same.
+// Makes many calls at once and waits for the last answer. Calls to the daemon and calls to systemd
+// use the same library in the same way, so that the caller costs both sides the same.
 //
-//     calls-at-once start USER TASK...   Start of each task, on the session of the type Sync
-//     calls-at-once stop TASK...         Stop of each
-//     calls-at-once pair UNIT...         one Reload and a StartUnit of each: what the starts need
-//     of systemd
+//     calls-at-once start USER TASK...   Start of each task, in the session of the type Sync
+//     calls-at-once stop TASK...         Stop of each task
+//     calls-at-once pair UNIT...         one Reload and a StartUnit of each unit, which is what
+//                                        starts need from systemd
 //
-// Prints milliseconds from the first call to the last answer, and how many answers were errors. On
-// the system bus.
+// Prints the milliseconds from the first call to the last answer, and the number of errors among
+// the answers. Uses the system bus.
 
 #include <systemd/sd-bus.h>
 
@@ -21,9 +20,9 @@
 
 namespace {
 
-// The bus lets a connection have 128 calls unanswered.
+// The bus allows a connection 128 unanswered calls.
 constexpr std::size_t callsOfAConnection = 100;
-// Longer than whatever is called: who is asked has to answer.
+// Longer than the timeouts of those that are called, which have to answer.
 constexpr std::uint64_t timeoutUs = 600ULL * 1000 * 1000;
 
 constexpr const char *sessionPath = "/org/zarn/Orvane/TaskInvokerSessions/Sync";
@@ -47,7 +46,7 @@ int onAnswer(sd_bus_message *reply, void *data, sd_bus_error *)
     ++answers->all;
     if (sd_bus_message_is_method_error(reply, nullptr) != 0) {
         const sd_bus_error *error = sd_bus_message_get_error(reply);
-        // The first tells enough about all of them.
+        // The first error is shown for all of them.
         if (answers->errors++ == 0)
             std::fprintf(stderr, "%s: %s\n", error->name, error->message);
     }
@@ -73,7 +72,7 @@ sd_bus_message *callOf(sd_bus *bus, const std::string &mode, const char *user, c
     return call;
 }
 
-// Has the session made before anything is measured.
+// Registers, so that the session exists before the measurement.
 bool registerClient(sd_bus *bus)
 {
     return sd_bus_call_method(bus, "org.zarn.Orvane", "/org/zarn/Orvane/TaskInvoker1",

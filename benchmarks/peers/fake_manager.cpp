@@ -1,12 +1,13 @@
-// systemd's manager without its work: answers at once, so that what is measured is the daemon.
+// A stand-in for systemd's manager that does no work and answers at once, so that only the daemon
+// is measured.
 //
 //     fake-manager [--units N] [--running N] [--reload-ms N]
 //
-// --units: how many task units its listing has; the first --running of them run. --reload-ms: how
-// long a Reload takes; like systemd it does nothing else meanwhile. A started unit runs at once, a
-// stopped one is gone at once, and both are announced. Two more methods are for the benchmarks:
-// Reloads() says how many Reloads there were, Emit(unit, active state, sub state) announces a
-// state. On the system bus.
+// --units: the number of task units in its listing; the first --running of them run. --reload-ms:
+// the time of a Reload, during which it does nothing else, like systemd. A started unit runs at
+// once, a stopped unit is gone at once, and both are announced. Two more methods are for the
+// benchmarks: Reloads() returns the number of Reloads, and Emit(unit, active state, sub state)
+// announces a state. Uses the system bus.
 
 #include <systemd/sd-bus.h>
 
@@ -34,8 +35,8 @@ std::string unitPath(const char *unit)
 {
     char *path = nullptr;
     sd_bus_path_encode("/org/freedesktop/systemd1/unit", unit, &path);
-    // Digits in front are the one thing in which the two escapings differ, and no unit starts with
-    // one.
+    // systemd and this function would escape only a digit in front differently, and no unit's name
+    // begins with a digit.
     std::string result = path;
     std::free(path);
     return result;

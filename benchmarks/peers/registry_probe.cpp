@@ -1,11 +1,12 @@
-// The daemon's registry of applications in a process of its own, without a bus: what a scan costs
-// is then the process's processor time.
+// The daemon's registry of applications as a process without a bus, so that the cost of a scan is
+// the processor time of this process.
 //
-//     registry-probe scan           applications found, nanoseconds of the scan
-//     registry-probe rescan FILE    the same, then nanoseconds of the look after FILE was written
-//     anew registry-probe follow         a line after each look: applications, nanoseconds so far;
-//     until its
-//                                   input ends
+//     registry-probe scan          prints the number of applications and the nanoseconds of the
+//     scan registry-probe rescan FILE   the same, then the nanoseconds of reading again after FILE
+//     was
+//                                  written
+//     registry-probe follow        prints a line after each reading: the number of applications and
+//                                  the nanoseconds so far; until its input ends
 //
 // The environment says where entries are, as for the daemon.
 
@@ -31,7 +32,7 @@ long long processorTime()
     return now.tv_sec * 1000000000LL + now.tv_nsec;
 }
 
-// How many of the task type "Sync" there are: one of each application of the benchmarks.
+// The number of tasks of the type "Sync". Each application of the benchmarks has one.
 int applicationsIn(const Core::ApplicationRegistry &registry)
 {
     return registry.tasksOfType(QStringLiteral("Sync")).size();
@@ -62,7 +63,7 @@ int rescan(Core::ApplicationRegistry &registry, const QString &path)
 int follow(Core::ApplicationRegistry &registry)
 {
     const auto tell = [&registry] {
-        // First: the question that follows is the probe's own.
+        // The time is read first, so that the question below is not measured.
         const long long spent = processorTime();
         std::printf("%d %lld\n", applicationsIn(registry), spent);
         std::fflush(stdout);

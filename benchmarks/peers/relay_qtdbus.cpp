@@ -1,12 +1,12 @@
-// What it takes at least to announce a unit's change for each of many sessions, on the daemon's
+// The least cost of announcing a unit's change for each of many sessions, with the daemon's
 // libraries.
 //
 //     relay-qtdbus NAME SESSIONS
 //
-// Stands for the daemon at the bus: its sessions of the types T0, T1, ... have a running task each,
-// and every change of a unit of systemd's is announced for every session, with a list of the same
-// content as the daemon's. Keeps one record for each session and looks at nothing else, so that the
-// lists of all but the first stay as they are. On the system bus.
+// Takes the daemon's place on the bus: its sessions of the types T0, T1, ... have a running task
+// each, and it announces every change of a unit for every session, with a list like the daemon's.
+// It has one record for each session and reads nothing else, so that only the first list changes.
+// Uses the system bus.
 
 #include <QCoreApplication>
 #include <QDBusArgument>

@@ -1,9 +1,9 @@
-// Has GIO list all applications, as a desktop's menu does. XDG_DATA_DIRS and XDG_DATA_HOME say
-// where.
+// Makes GIO list all applications, as the menu of a desktop does. XDG_DATA_DIRS and XDG_DATA_HOME
+// say where they are.
 //
 //     scan-gio
 //
-// Prints how many applications there are and the processor time, in nanoseconds.
+// Prints the number of applications and the processor time in nanoseconds.
 
 #include <gio/gio.h>
 

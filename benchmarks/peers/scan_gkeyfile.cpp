@@ -1,9 +1,9 @@
-// Loads every desktop entry of a folder with GLib's parser and keeps nothing: the least that
-// reading these files can cost with a common library.
+// Loads every desktop entry of a folder with GLib's parser and keeps nothing: the least cost of
+// reading these files with a common library.
 //
 //     scan-gkeyfile FOLDER
 //
-// Prints how many files it loaded and the processor time, in nanoseconds.
+// Prints the number of files and the processor time in nanoseconds.
 
 #include <glib.h>
 

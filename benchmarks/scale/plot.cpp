@@ -25,7 +25,7 @@ QString dataOf(const Plot &plot)
 
 QString scriptOf(const Plot &plot, const QString &file)
 {
-    // Commands of an argument are told apart by semicolons; lines are not.
+    // gnuplot's argument separates commands by semicolons, not by line ends.
     QString script = QStringLiteral("set terminal svg size 720,480; set output '%1.svg'; "
                                     "set logscale xy; set key left top noenhanced; set grid; "
                                     "set xlabel '%2'; set ylabel \"%3\"; set yrange [*:*]; plot ")

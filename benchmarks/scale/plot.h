@@ -10,7 +10,7 @@ namespace Bench {
 struct Plot
 {
     QString folder;
-    /// Of the files in the folder: <name>.dat, <name>.svg.
+    /// Name of the files in the folder: <name>.dat, <name>.svg.
     QString name;
     QString xAxis;
     QString yAxis;
@@ -25,7 +25,7 @@ struct Plot
     QVector<Point> points = {};
 };
 
-/// Has gnuplot draw it, and prints its numbers.
+/// Makes gnuplot draw the plot, and prints the numbers.
 /// @return whether it could.
 bool draw(const Plot &plot);
 

@@ -1,5 +1,6 @@
 // How costs grow: the scan with entries, a unit's change with units, a registration with clients.
-// Each beside a peer that does the least of the same kind, measured in turn, as a plot.
+// Each is a plot with a peer that does the least work of the same kind; they are measured
+// alternately.
 
 #include "scale/scale.h"
 
@@ -16,14 +17,14 @@ namespace {
 
 constexpr int rounds = 5;
 
-/// One line of a plot: what it measures once, in milliseconds, with something of a size.
+/// One line of a plot. `measure` measures once and returns milliseconds.
 struct Line
 {
     QString title;
     std::function<double()> measure;
 };
 
-// Medians of lines that are measured in turn.
+// The medians of lines, which are measured alternately.
 QVector<double> mediansOf(const QVector<Line> &lines)
 {
     QVector<QVector<double>> samples(lines.size());
@@ -73,7 +74,7 @@ QVector<Line> linesOfUnits(int units)
                       Announcer::Relay)};
 }
 
-// Processor time of a process for one registration of a client that comes anew.
+// Processor time of a process for one registration of a new client.
 template <typename Register>
 double registrationMs(const Fixture &fixture, qint64 pid, const Register &registerClient)
 {

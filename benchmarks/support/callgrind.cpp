@@ -14,7 +14,7 @@ QStringList counting(const QString &file, const QString &program, const QStringL
     + arguments;
 }
 
-// The sum that the tool writes last.
+// The total, which callgrind writes last.
 double totalIn(const QString &path)
 {
     QFile file(path);

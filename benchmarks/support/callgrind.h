@@ -6,12 +6,12 @@
 
 namespace Bench {
 
-/// Instructions that a program executes until it ends by itself, all threads; -1 when it failed.
+/// Instructions of all threads of a program that ends by itself; -1 when it failed.
 double instructionsOf(const QString &program, const QStringList &arguments,
                       const QStringList &environment);
 
-/// Instructions of the daemon on a fixture whose manager runs: from its start, through the work,
-/// which begins when it has its name, to its end.
+/// Instructions of the daemon of a fixture whose manager runs, from the daemon's start to its end.
+/// The work begins when the daemon has its name.
 double instructionsOfDaemon(Fixture &fixture, const std::function<void()> &work);
 
 } // namespace Bench

@@ -6,7 +6,7 @@
 namespace Bench {
 
 /// Milliseconds from the first of the calls to the last answer, and how many were errors.
-/// @param mode,names as calls_at_once.cpp says.
+/// @param mode,names see calls_at_once.cpp.
 QVector<double> callAtOnce(const QStringList &mode, const QStringList &names,
                            const QStringList &environment = {});
 

@@ -23,7 +23,7 @@ QStringList threadsOf(qint64 pid)
     return threads;
 }
 
-// The number in a line "Name:  number …"; -1 without such a line.
+// The number in a line "Name:  number …"; -1 when there is no such line.
 qint64 numberInLine(const QByteArray &text, const QByteArray &name)
 {
     for (const QByteArray &line : text.split('\n')) {

@@ -8,23 +8,23 @@ namespace Bench {
 
 /// Processor time of all threads of a process, in milliseconds.
 double processorMs(qint64 pid);
-/// How often the threads of a process went to sleep of their own will: each time something woke one
-/// first.
+/// How often the threads of a process went to sleep by themselves, which each did after something
+/// had woken it.
 qint64 wakeUps(qint64 pid);
-/// A line of a process's memory in KiB: "Pss" and the like of smaps_rollup, "VmHWM" and the like of
-/// status.
+/// A value of a process's memory in KiB, from a file such as smaps_rollup and a line such as "Pss".
 qint64 memoryKb(qint64 pid, const QString &file, const QString &line);
-/// Has the kernel forget the largest memory that a process had.
+/// Makes the kernel forget a process's peak memory.
 void resetPeakMemory(qint64 pid);
 
-/// A program of the benchmarks, beside this one.
+/// Path of a program of the benchmarks, which is in the same folder as this one.
 QString programBeside(const QString &name);
 
-/// What a program that ends by itself printed, as numbers; nothing when it failed.
+/// Runs a program that ends by itself, and returns the numbers that it printed; nothing when it
+/// failed.
 QVector<double> numbersOf(const QString &program, const QStringList &arguments,
                           const QStringList &environment = {});
 
-/// A program that runs on until it is told to end, or with this object.
+/// A program that runs until it is told to end, and at most as long as this object exists.
 class Child
 {
 public:

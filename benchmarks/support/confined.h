@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-// Services of the container's systemd.
+// Services that the container's systemd runs.
 
 namespace Bench {
 

@@ -26,7 +26,7 @@ QByteArray task(const QByteArray &application, const QByteArray &name, const QBy
 QByteArray entryText(int number, const QString &type, const EntrySize &size)
 {
     const QByteArray name = "App" + QByteArray::number(number);
-    // The program is there: GIO leaves out applications without one.
+    // The program exists, because GIO leaves out applications without their program.
     QByteArray text = "[Desktop Entry]\nType=Application\nVersion=1.1\nName=" + name
         + "\nGenericName=Benchmark\nComment=Keeps what belongs to " + name + "\nIcon=icon-launcher-"
         + name + "\nExec=/usr/bin/true " + name

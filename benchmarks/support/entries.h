@@ -4,19 +4,19 @@
 
 namespace Bench {
 
-/// How much an entry holds besides its application and the task "sync".
+/// The size of an entry, besides its application and the task "sync".
 struct EntrySize
 {
-    /// Languages that its name and comment are in.
+    /// Number of languages of its name and comment.
     int languages = 10;
-    /// Tasks of the type "Other".
+    /// Number of tasks of the type "Other".
     int moreTasks = 0;
 };
 
-/// How the entries of the benchmarks are made: each is an application com.example.App<number> with
-/// a task of the type.
+/// Makes the entries of the benchmarks. Each is an application com.example.App<number> with a task
+/// of the type.
 QByteArray entryText(int number, const QString &type, const EntrySize &size = {});
-/// Writes the entries numbered from first on.
+/// Writes entries with numbers from `first` on.
 void writeEntries(const TempRoot &root, int count, const QString &type, int first = 0,
                   const EntrySize &size = {});
 QString entryPath(int number);

@@ -8,23 +8,23 @@
 
 namespace Bench {
 
-/// What a figure's bounds are for: orvane's value divided by its peer's, or orvane's value itself.
+/// What a figure's bounds apply to: orvane's value divided by the peer's, or orvane's value itself.
 enum class Judged { Ratio, Value };
 
-/// One number that is measured on both sides.
+/// A number that is measured on both sides.
 struct Figure
 {
     QString name;
-    /// Of both values: "ms", "rules".
+    /// The unit of both values, such as "ms" or "rules".
     QString unit;
     Judged judged = Judged::Ratio;
-    /// Not more than this; nothing is judged without it.
+    /// The largest value that is allowed. Without it the figure is not judged.
     std::optional<double> must;
     std::optional<double> stretch;
 };
 
-/// Both sides of a measurement. Each call measures once and returns one value for each figure, in
-/// order; nothing where a side has no value or the measuring failed.
+/// Both sides of a measurement. Each call measures once and returns a value for each figure, in
+/// order, or nothing when a side has no value or the measurement failed.
 struct Sides
 {
     std::function<QVector<double>()> peer;
@@ -35,19 +35,18 @@ struct Sides
 /// systemd.
 enum class Place { Here, Container };
 
-/// One way to measure; gives one figure or several.
+/// A measurement of one or several figures.
 struct Measurement
 {
     QVector<Figure> figures;
     Place place = Place::Here;
-    /// How often each side is measured. The first round is not counted when there are more than
-    /// three.
+    /// How often each side is measured. With more than three rounds the first one is not counted.
     int rounds = 7;
-    /// Sets up what both sides share.
+    /// Sets up what both sides need.
     std::function<Sides()> prepare;
 };
 
-/// What was measured of one figure.
+/// The measured values of a figure.
 struct Samples
 {
     Figure figure;

@@ -13,7 +13,7 @@ namespace Bench {
 
 namespace {
 
-// A daemon under callgrind on a machine that is busy takes its time.
+// Long, because a daemon under callgrind is slow on a busy machine.
 constexpr int timeoutMs = 240000;
 
 QString startedBus(PrivateBus &bus)
@@ -63,12 +63,13 @@ bool waitUntil(const std::function<bool()> &condition)
 }
 
 Fixture::Fixture()
-    // One user's clients are all of them here.
+    // All clients here belong to one user.
     : bus(QStringLiteral("<limit name=\"max_connections_per_user\">2000</limit>"))
     , client(newConnection(startedBus(bus)))
 {
     root.serveType(QStringLiteral("Sync"));
-    // As on a system: the framework's own copy of the types is slower to read.
+    // The database of MIME types is the system's, as on a device. The framework's own copy is
+    // slower to read.
     QFile::link(QStringLiteral("/usr/share/mime"), root.path(QStringLiteral("/usr/share/mime")));
     root.write(QStringLiteral("/run/orvane/.keep"), {});
 }
@@ -81,7 +82,7 @@ QStringList Fixture::environment() const
                           + root.path(QStringLiteral("/run/orvane")),
                       QStringLiteral("ORVANE_COMPONENT_TESTS=1"),
                       QStringLiteral("ORVANE_DAEMON_TIMEOUT=600000"),
-                      // The same order of hashes in every run: the same instructions.
+                      // With the same order of hashes every run has the same instructions.
                       QStringLiteral("QT_HASH_SEED=0")};
 }
 

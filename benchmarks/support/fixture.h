@@ -12,14 +12,14 @@
 
 namespace Bench {
 
-/// A connection of its own to a bus.
+/// Opens another connection to a bus.
 QDBusConnection newConnection(const QString &address);
-/// Makes a call and waits for its answer, four minutes at most. A failure is told on stderr.
+/// Makes a call and waits for its answer, four minutes at most. An error is printed on stderr.
 QDBusMessage callAndWait(const QDBusConnection &from, const QDBusMessage &call);
 /// Waits until a condition holds, four minutes at most, while events are handled.
 bool waitUntil(const std::function<bool()> &condition);
 
-/// A private bus with a manager that costs nothing, a place for files, and the daemon.
+/// A private bus with a manager that takes no time, a root directory for files, and the daemon.
 class Fixture
 {
 public:
@@ -29,14 +29,14 @@ public:
     /// Starts the daemon and waits for its name.
     /// @return milliseconds from the start to the name.
     double startDaemon();
-    /// The same of any program and name.
+    /// The same for any program and name.
     double startUntilName(Child &child, const QString &program, const QStringList &arguments,
                           const QString &name);
     [[nodiscard]] QStringList environment() const;
 
     /// Registers a connection for a task type.
     QDBusMessage registerInvoker(const QDBusConnection &from, const QString &type) const;
-    /// Has the manager announce a state of a unit.
+    /// Makes the manager announce a state of a unit.
     void emitState(const QString &unit, bool runs) const;
     [[nodiscard]] int reloads() const;
 

@@ -12,7 +12,7 @@ namespace {
 constexpr double tooNoisy = 0.25;
 constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
 
-// The value at a part of the way from the smallest to the largest.
+// The quantile of the values for a part from 0 to 1.
 double quantile(QVector<double> values, double part)
 {
     if (values.isEmpty())
@@ -29,7 +29,7 @@ double judgedValue(const Figure &figure, double orvane, double peer)
     return figure.judged == Judged::Ratio ? orvane / peer : orvane;
 }
 
-// Whether quieter runs of this machine could be on either side of the bound.
+// Whether runs with less noise could give values on either side of the bound.
 bool isUndecided(const Samples &samples, double bound)
 {
     const double low =

@@ -5,7 +5,7 @@
 namespace Bench {
 
 double median(QVector<double> values);
-/// How far apart the middle half of the values is, as a part of the median; 0 of fewer than two.
+/// The range of the middle half of the values divided by the median; 0 for fewer than two values.
 double spread(const QVector<double> &values);
 
 enum class Verdict {
@@ -14,9 +14,9 @@ enum class Verdict {
     /// At or below must.
     Met,
     Missed,
-    /// The machine was too noisy to tell.
+    /// The machine was too noisy to decide.
     Noisy,
-    /// Nothing was asked of it.
+    /// The figure has no bound.
     Open,
     /// A side has no value.
     Failed,
@@ -24,7 +24,7 @@ enum class Verdict {
 
 struct Judgement
 {
-    /// Medians; NaN without one.
+    /// Medians; NaN when there is none.
     double peer;
     double orvane;
     double ratio;
@@ -33,9 +33,9 @@ struct Judgement
     Verdict verdict;
 };
 
-/// Judges medians. Refuses where the middle half of a side's values spreads by more than a quarter
-/// of its median and the bound is within what the quartiles of both sides allow: then another run
-/// could say the opposite.
+/// Judges medians. The verdict is Noisy when the middle half of a side's values spreads by more
+/// than a quarter of the median and the bound is between the values that the quartiles of both
+/// sides allow, because another run could give the opposite verdict.
 Judgement judge(const Samples &samples);
 
 } // namespace Bench

@@ -31,7 +31,7 @@ QString wordOf(Verdict verdict)
     return QStringLiteral("-");
 }
 
-// Three digits that count.
+// Three significant digits.
 QString number(double value)
 {
     if (std::isnan(value) || std::isinf(value))
@@ -53,7 +53,7 @@ QString bound(const Figure &figure, const std::optional<double> &value)
                                           : withUnit(*value, figure.unit);
 }
 
-// One sample says nothing of the noise.
+// One sample says nothing about the noise.
 QString noiseOf(const QVector<double> &values)
 {
     if (values.size() < 2)
@@ -173,7 +173,7 @@ QJsonArray judgedToJson(const QVector<Samples> &all)
     for (const Samples &samples : all) {
         const Judgement judgement = judge(samples);
         QJsonObject object = toJson(samples);
-        // What is not a number is null in JSON.
+        // NaN is null in JSON.
         object[QStringLiteral("peerMedian")] = judgement.peer;
         object[QStringLiteral("orvaneMedian")] = judgement.orvane;
         object[QStringLiteral("ratio")] = judgement.ratio;

@@ -6,15 +6,15 @@
 
 namespace Bench {
 
-/// Samples as JSON, and back: the container's go through a file.
+/// Converts samples to JSON and back, because the container's samples are read from a file.
 QJsonArray toJson(const QVector<Samples> &all);
 QVector<Samples> fromJson(const QJsonArray &array);
-/// The same with what came of them.
+/// The same with the judgements.
 QJsonArray judgedToJson(const QVector<Samples> &all);
-/// figure, peer, orvane, ratio, must, stretch, how noisy it was, and the verdict: aligned text.
+/// An aligned table of figure, peer, orvane, ratio, must, stretch, noise and verdict.
 QString tableOf(const QVector<Samples> &all);
-/// 0: every must is met. 1: one is missed, or could not be measured. 3: none is missed, and the
-/// machine was too noisy to judge one.
+/// The exit status. 0: every "must" is met. 1: one is missed or could not be measured. 3: none is
+/// missed, but the machine was too noisy to judge one.
 int statusOf(const QVector<Samples> &all);
 
 } // namespace Bench
