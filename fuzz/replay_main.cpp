@@ -1,5 +1,5 @@
-// Runs a target on the files of the folders that are named, once each: what a fuzzer's own program
-// does with -runs=0. For builds whose compiler has no fuzzer. Options are passed over.
+// Runs a target once on each file of the given folders, as a fuzzer does with -runs=0. For builds
+// with a compiler that has no fuzzer. Options are ignored.
 
 #include <QDirIterator>
 #include <QFile>
@@ -18,7 +18,7 @@ bool replay(const QString &path)
     if (!file.open(QIODevice::ReadOnly))
         return false;
     const QByteArray input = file.readAll();
-    // Named first, so that it is known when the target ends the process.
+    // The file is printed first, so that it is known when the target ends the process.
     std::printf("%s\n", qPrintable(path));
     std::fflush(stdout);
     (void)LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(input.constData()),

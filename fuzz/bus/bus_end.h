@@ -8,10 +8,11 @@
 struct DBusConnection;
 struct DBusMessage;
 
-/// Where every random number of a run comes from, so that a seed repeats it.
+/// The source of every random number of a run, so that a seed repeats the run.
 using Random = std::mt19937_64;
 
-/// The bytes of an input.
+/// Random bytes for an input.
+/// @param most the largest number of bytes.
 [[nodiscard]] QByteArray randomBytes(Random &random, int most);
 
 struct MessageUnref
@@ -20,12 +21,12 @@ struct MessageUnref
 };
 using Message = std::unique_ptr<DBusMessage, MessageUnref>;
 
-/// One connection to the bus, by the bus library alone: the framework refuses to send much of what
-/// the others here send. Nothing in it waits, once it is connected.
+/// A connection to the bus that uses the bus library alone, because the framework refuses to send
+/// much of what is sent here. Once it is connected, none of its functions waits.
 class BusEnd
 {
 public:
-    /// Connects, or ends the process.
+    /// Connects. Ends the process when that fails.
     explicit BusEnd(const QByteArray &address);
     virtual ~BusEnd();
     BusEnd(const BusEnd &) = delete;
@@ -33,9 +34,9 @@ public:
 
     [[nodiscard]] bool claim(const char *name);
     [[nodiscard]] bool isNameOwned(const char *name);
-    /// @return its serial.
+    /// @return the serial of the message.
     unsigned send(const Message &message);
-    /// Handles what has come.
+    /// Handles the messages that have arrived.
     void work();
 
 protected:

@@ -1,6 +1,6 @@
 // Sends random well-formed messages to every object of the daemon, whose peers answer at random,
-// and looks at three things: the daemon stays, each call has exactly one answer, and the daemon
-// leaves with status 0 when nobody needs it any more.
+// and checks three things: the daemon keeps running, each call gets exactly one answer, and the
+// daemon leaves with status 0 when nobody needs it any more.
 //   bus-fuzzer [SEED [MESSAGES]]    without a seed, one of the clock
 
 #include "fuzz/bus/random_client.h"
@@ -21,7 +21,7 @@ namespace {
 constexpr int timeoutMs = 60000;
 constexpr int mostUnanswered = 64;
 
-// A second answer to a call would otherwise end at the bus.
+// Without this the bus would drop a second answer to a call.
 const char *const unaskedAnswers =
     "<policy context=\"default\"><allow send_requested_reply=\"false\" "
     "send_type=\"method_return\"/>"
@@ -29,7 +29,7 @@ const char *const unaskedAnswers =
     "<allow receive_requested_reply=\"false\" receive_type=\"method_return\"/>"
     "<allow receive_requested_reply=\"false\" receive_type=\"error\"/></policy>";
 
-/// The daemon, and everybody else on its bus.
+/// The daemon, its peers and its clients on a bus.
 class Run
 {
 public:
@@ -44,8 +44,8 @@ private:
     void workUntil(const Condition &condition, const char *text);
     void fail(const char *text);
 
-    // The client's messages hang on the seed alone; what the peers say also hangs on who asks
-    // first.
+    // The client's messages depend on the seed alone. What the peers send also depends on the order
+    // in which they are called.
     Random m_random;
     Random m_randomOfPeers;
     PrivateBus m_bus{QString::fromLatin1(unaskedAnswers)};
@@ -131,7 +131,7 @@ void Run::sendMessages(int count)
         workUntil([this] { return m_client->unanswered() < mostUnanswered; }, "calls are answered");
     }
     workUntil([this] { return m_client->unanswered() == 0; }, "every call is answered");
-    // Answers come in order: what was sent twice is there by then.
+    // Answers arrive in order, so that a second answer to an earlier call has arrived by then.
     m_client->registerFor("Sync");
     workUntil([this] { return m_client->unanswered() == 0; }, "the daemon still serves");
     if (m_client->answeredTwice() != 0)

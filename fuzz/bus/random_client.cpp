@@ -19,7 +19,7 @@ const char *const objects[] = {"/org/zarn/Orvane/TaskInvoker1",
                                "/org/freedesktop/systemd1/job/5",
                                "/"};
 
-// Interface, method, arguments.
+// Interface, method and signature of the arguments.
 const char *const methods[][3] = {{"org.zarn.Orvane.TaskInvoker1", "RegisterInvoker", "s"},
                                   {"org.zarn.Orvane.TaskInvokerSession1", "Start", "sa{sv}a{sv}"},
                                   {"org.zarn.Orvane.TaskInvokerSession1", "Start", "sa{sv}a{sv}"},
@@ -74,7 +74,7 @@ void RandomClient::call(const Message &message)
     const unsigned serial = send(message);
     if (dbus_message_get_no_reply(message.get()) != FALSE)
         return;
-    // When a session of the user's closes, its answer may get lost with it.
+    // When a forwarded session is closed, its answer may get lost.
     const bool isAwaited = dbus_message_has_member(message.get(), "CloseSession") == FALSE;
     m_calls.insert(serial, {textOf(message), 0, isAwaited});
     m_unanswered += isAwaited ? 1 : 0;

@@ -4,22 +4,22 @@
 
 #include <QHash>
 
-/// Calls the daemon: every object, every interface and method, with the arguments that the method
-/// takes and with others. Counts the answers to each call.
+/// Calls every object, interface and method of the daemon, with the arguments that the method takes
+/// and with others. Counts the answers to each call.
 class RandomClient : public BusEnd
 {
 public:
     RandomClient(const QByteArray &address, Random &random);
 
-    /// Registers for a task type, so that the daemon stays while this is on the bus.
+    /// Registers for a task type, so that the daemon stays while this client is on the bus.
     void registerFor(const char *taskType);
     /// Sends one message.
     void speak();
-    /// Calls that have no answer yet.
+    /// Number of calls that have no answer yet.
     [[nodiscard]] int unanswered() const { return m_unanswered; }
-    /// Those, one in a line, for a person.
+    /// These calls as text, each in a line.
     [[nodiscard]] QByteArray unansweredCalls() const;
-    /// Calls that have more than one.
+    /// Number of calls that have more than one answer.
     [[nodiscard]] int answeredTwice() const { return m_answeredTwice; }
     [[nodiscard]] int messages() const { return m_messages; }
     [[nodiscard]] int failures() const { return m_failures; }
@@ -39,7 +39,7 @@ private:
         bool isAwaited = true;
     };
 
-    /// By serial.
+    /// Calls by their serials.
     QHash<unsigned, Call> m_calls;
     int m_unanswered = 0;
     int m_answeredTwice = 0;

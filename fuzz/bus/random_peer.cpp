@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What the methods that the daemon calls answer.
+// Signatures of the answers to the methods that the daemon calls.
 const char *const answers[][2] = {{"ListUnitsByPatterns", "a(ssssssouso)"},
                                   {"ListUnitFilesByPatterns", "a(ss)"},
                                   {"StartUnit", "o"},
@@ -67,7 +67,7 @@ void RandomPeer::handle(const Message &message)
     if (dbus_message_get_type(message.get()) != DBUS_MESSAGE_TYPE_METHOD_CALL
         || dbus_message_get_no_reply(message.get()) != FALSE)
         return;
-    // Some at once, the others in another order than that of the calls.
+    // Some answers are sent at once, the others in another order than that of the calls.
     const auto delay = std::chrono::milliseconds(m_random() % 2 == 0 ? 0 : m_random() % 30);
     m_waiting.push_back({Clock::now() + delay, answerTo(message)});
 }
@@ -83,7 +83,8 @@ Message RandomPeer::answerTo(const Message &call)
                 static_cast<size_t>(bytes.size()));
     const char *method = dbus_message_get_member(call.get());
     QByteArray signature = kind < 7 ? expectedSignature(method) : randomSignature(input, 4);
-    // Whoever registers gets no answer when this is empty, and is to wait in vain.
+    // With an empty answer the daemon would never answer a registration, so that the answer gets an
+    // argument.
     if (signature.isEmpty() && std::strcmp(method, "RegisterInvoker") == 0)
         signature = "s";
     appendArguments(answer.get(), signature, input);

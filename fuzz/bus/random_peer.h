@@ -5,15 +5,15 @@
 #include <chrono>
 #include <deque>
 
-/// Whom the daemon calls: systemd, the user service, the user manager. Answers each call in time,
-/// but with what it likes: what is expected, values of other types, an error. Also sends signals
-/// that nobody asked for.
+/// A peer that the daemon calls: systemd, the user service or the user manager. It answers each
+/// call in time, but with anything: the expected values, values of other types, or an error. It
+/// also sends signals.
 class RandomPeer : public BusEnd
 {
 public:
     RandomPeer(const QByteArray &address, const char *name, Random &random);
 
-    /// Sends the answers that are due, and perhaps a signal.
+    /// Sends the answers that are due, and sometimes a signal.
     void speak();
     [[nodiscard]] int answered() const { return m_answered; }
 

@@ -1,5 +1,5 @@
 #pragma once
 
-/// Makes the application object that the framework's connections need, once. It is never destroyed,
-/// nor should be what uses it: their threads and those of the framework may not outlive each other.
+/// Makes the application object that the framework's connections need, once. Neither it nor what
+/// uses it is ever destroyed, because the framework's threads may still use them.
 void needApplication();

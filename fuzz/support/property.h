@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the process with the broken property's text and place when it does not hold. The fuzzer
+/// Ends the process and prints text and place of the property when it does not hold. The fuzzer
 /// takes that for a crash and keeps the input.
 #define FUZZ_PROPERTY(holds, text)                                                                 \
     do {                                                                                           \

@@ -53,7 +53,7 @@ const char *oneOf(const char *const (&words)[size], Input &input)
 
 void appendType(Input &input, int depth, QByteArray &signature)
 {
-    // The basic types, then the containers, of which a deep value has no more.
+    // The basic types, then the containers. Values at the greatest depth contain no containers.
     static const char basic[] = "sssybnqiuxtdogh";
     constexpr int count = sizeof basic - 1;
     const int choice = input.below(depth > 0 ? count + 6 : count);
@@ -78,7 +78,7 @@ void appendType(Input &input, int depth, QByteArray &signature)
     }
 }
 
-/// Appends values, deeper ones with fewer elements.
+/// Appends values. The deeper a value is, the fewer elements it has.
 class Values
 {
 public:

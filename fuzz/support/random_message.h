@@ -6,11 +6,11 @@
 
 struct DBusMessage;
 
-// Well-formed messages that the bytes of an input describe: any types, any values. Texts are often
-// names that the daemon and its peers use, because random ones never are.
+// Makes well-formed messages of any types and values from the bytes of an input. Texts are often
+// names that the daemon and its peers use, because random texts never match one.
 
-/// A signature of so many complete types at most, each nested at most four times.
+/// A signature of at most this many complete types, each nested at most four times.
 [[nodiscard]] QByteArray randomSignature(Input &input, int types);
 
-/// Appends arguments of a signature.
+/// Appends arguments with this signature.
 void appendArguments(DBusMessage *message, const QByteArray &signature, Input &input);

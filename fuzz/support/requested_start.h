@@ -4,11 +4,11 @@
 #include "fuzz/support/input.h"
 #include "plan/start_request.h"
 
-/// What an application declares and a caller asks for, made of an input: fields "KEY=VALUE". The
-/// keys are those of a desktop entry (Organization, Application, Task, Exec) and the names of the
-/// hints (User, DBusService, Homeless, Weight, CPULimit); Param, Permission and Environment add one
-/// word each, and every other key is a setting of the unit, which becomes a list when it comes
-/// again. Of what is missing there is a plain value.
+/// A task's declaration and the hints of a start, made from an input of fields "KEY=VALUE". The
+/// keys are those of a desktop entry (Organization, Application, Task, Exec) and the names of hints
+/// (User, DBusService, Homeless, Weight, CPULimit). Param, Permission and Environment add a word
+/// each. Every other key is a setting of the unit, which becomes a list when it is repeated. A key
+/// that is missing has an ordinary value.
 struct RequestedStart
 {
     explicit RequestedStart(Input input);

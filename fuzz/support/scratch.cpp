@@ -16,7 +16,7 @@ void drop(QtMsgType type, const QMessageLogContext &context, const QString &text
     (void)qFormatLogMessage(type, context, text);
 }
 
-// TMPDIR decides, when whoever runs many wants to clean up behind them.
+// TMPDIR can be set by a script that removes the folders of many runs.
 QString folderInMemory()
 {
     const QString shared = QStringLiteral("/dev/shm");

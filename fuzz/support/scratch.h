@@ -6,21 +6,20 @@
 #include <QByteArray>
 #include <QString>
 
-/// A root of the process's own, in memory, in which every reader finds its file: one for the whole
-/// run, because making folders costs more than most readers do. What is logged is formatted and
-/// dropped.
+/// A temporary root in memory, in which every reader finds its file. There is one for the whole
+/// run, because making folders costs more than most readers. Log lines are formatted and dropped.
 class Scratch
 {
 public:
     static const Scratch &instance();
 
-    /// Everything below the root, and what is kept for the next run as well. Programs are not
+    /// The places below the root, including those of files for the next run. Programs are not
     /// examined.
     [[nodiscard]] const Places &places() const { return m_places; }
-    /// Writes a file in place of what it was. Its folder is made when it is not there yet.
+    /// Replaces a file. Makes its folder when it does not exist.
     void write(const QString &path, const QByteArray &text) const;
-    /// Writes the text to a file of a new name, for who keeps what files said by their names.
-    /// Removes the one before.
+    /// Writes a file with a new name, for readers that remember files by their names. Removes the
+    /// last such file.
     [[nodiscard]] QString writeAnew(const QByteArray &text) const;
     [[nodiscard]] static QByteArray read(const QString &path);
 
@@ -30,7 +29,7 @@ private:
     Places m_places;
 };
 
-/// Takes findings and forgets them.
+/// Ignores findings.
 class NoFindings : public Core::Findings
 {
 public:

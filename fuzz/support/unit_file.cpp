@@ -31,7 +31,7 @@ QVector<QByteArray> linesOf(const QByteArray &text)
     return lines;
 }
 
-// A backslash that no other one precedes.
+// Whether the line ends with a backslash that is not escaped by another one.
 bool isContinued(const QByteArray &line)
 {
     bool escaped = false;
@@ -47,7 +47,7 @@ QVector<QByteArray> joinedLinesOf(const QByteArray &text)
     const QVector<QByteArray> lines = linesOf(text);
     for (const QByteArray &line : lines) {
         const QByteArray start = stripped(line).left(1);
-        // A comment, also between the parts of a line.
+        // A comment, also between the parts of a continued line.
         if (start == "#" || start == ";")
             continue;
         current += line;
@@ -63,7 +63,7 @@ QVector<QByteArray> joinedLinesOf(const QByteArray &text)
     return joined;
 }
 
-// systemd passes over a line that is no UTF-8, or has code points that are no characters.
+// systemd ignores a line that is not UTF-8 or that has code points which are no characters.
 bool isText(const QByteArray &line)
 {
     QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
@@ -79,7 +79,7 @@ bool isText(const QByteArray &line)
     return true;
 }
 
-/// Takes words from a command line.
+/// Splits a command line into words.
 class Words
 {
 public:
@@ -89,7 +89,7 @@ public:
         skipBlanks();
     }
     [[nodiscard]] bool isAtEnd() const { return m_at == m_line.size(); }
-    // Two characters at most that are a word of their own.
+    // At most two characters that are a word by themselves.
     bool takeAlone(const QByteArray &word)
     {
         const int end = m_at + word.size();
@@ -100,7 +100,7 @@ public:
         skipBlanks();
         return true;
     }
-    // Nothing when a quote is open.
+    // Nothing when a quote is not closed.
     std::optional<QByteArray> take()
     {
         QByteArray word;

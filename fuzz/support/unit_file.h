@@ -5,12 +5,10 @@
 
 #include <optional>
 
-// Reads a unit file by the rules of systemd.syntax(7) and systemd.service(5), and shares no code
-// with the program that writes units: it says what systemd makes of one. Texts are bytes, as they
-// are to systemd.
+// Reads a unit file as systemd does, by the rules of systemd.syntax(7) and systemd.service(5). It
+// shares no code with the program that writes units. Texts are bytes, as in systemd.
 
-/// One assignment. systemd ignores what it cannot read, so a line that is missing here has no
-/// effect.
+/// An assignment. systemd ignores lines that it cannot read, and so does this reader.
 struct UnitAssignment
 {
     QByteArray section;
@@ -18,11 +16,11 @@ struct UnitAssignment
     QByteArray value;
 };
 
-/// The assignments of a unit file, in its order.
+/// The assignments of a unit file, in the file's order.
 [[nodiscard]] QVector<UnitAssignment> readUnit(const QByteArray &text);
 
-/// One command: its words, unquoted. Specifiers and variables are not replaced.
+/// The words of a command, without quotes. Specifiers and variables are not replaced.
 using UnitCommand = QVector<QByteArray>;
 
-/// The commands of an ExecStart=; nothing when a quote is open, which systemd refuses.
+/// The commands of an ExecStart=; nothing when a quote is not closed, because systemd refuses that.
 [[nodiscard]] std::optional<QVector<UnitCommand>> readCommands(const QByteArray &value);

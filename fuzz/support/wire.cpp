@@ -12,7 +12,7 @@ namespace {
 
 QString objectPath() { return QStringLiteral("/o"); }
 
-// What tells that the wire is up.
+// The message that shows that the connection works.
 const char *const greeting = "Greeting";
 
 DBusMessage *newCall(const char *method)
@@ -42,7 +42,7 @@ Wire::Wire()
                      });
     m_libraryEnd = dbus_connection_open_private(m_server.address().toUtf8().constData(), nullptr);
     FUZZ_PROPERTY(m_libraryEnd != nullptr, "the wire connects");
-    // Also when both ends know each other, the framework may leave the first message lying.
+    // The framework may not deliver the first message, even when both ends are connected.
     while (!m_isUp) {
         dbus_connection_read_write(m_libraryEnd, 1);
         if (dbus_connection_get_is_authenticated(m_libraryEnd) != FALSE)
@@ -60,7 +60,7 @@ QDBusMessage Wire::received(const QByteArray &signature, Input &input)
 
 QDBusMessage Wire::sentAndReceived(const QVariantList &arguments)
 {
-    // A call, because signals do not reach the object.
+    // The message is a call, because the object does not receive signals.
     QDBusMessage call = QDBusMessage::createMethodCall(QString(), objectPath(),
                                                        QStringLiteral("i.i"), QStringLiteral("M"));
     call.setArguments(arguments);

@@ -12,22 +12,22 @@
 struct DBusConnection;
 struct DBusMessage;
 
-/// A connection inside this process, between the bus library and the framework, over which messages
-/// travel as they do from a bus: what the framework makes of bytes cannot be had otherwise. Made
-/// once; main thread only.
+/// A connection in this process between the bus library and the framework. Messages go through it
+/// as they come from a bus, which is the only way to have the framework read a message's bytes.
+/// There is one; main thread only.
 class Wire : private QDBusVirtualObject
 {
 public:
     static Wire &instance();
 
-    /// A message with the arguments that an input describes, as its receiver gets it.
+    /// A message with arguments made from an input, as its receiver gets it.
     [[nodiscard]] QDBusMessage received(const QByteArray &signature, Input &input);
-    /// A message with arguments of the framework's, sent by it and received again.
+    /// A message with these arguments, which the framework has sent and received.
     [[nodiscard]] QDBusMessage sentAndReceived(const QVariantList &arguments);
 
 private:
     Wire();
-    // Takes the message.
+    // Takes ownership of the message.
     [[nodiscard]] QDBusMessage received(DBusMessage *message);
     void send(DBusMessage *message);
     [[nodiscard]] QString introspect(const QString &) const override { return {}; }

@@ -1,6 +1,6 @@
-// An autostart file of any bytes: each layer says the same of an application whether it is asked
-// for alone or with all others, and a switch that the daemon writes reads back as it was written,
-// whatever the file said before.
+// An autostart file of any bytes: a layer has the same setting for an application whether this one
+// or all of them are read, and a switch that the daemon writes is read as it was written, whatever
+// the file contained before.
 
 #include "common/Core/application_id.h"
 #include "common/autostart/settings.h"
@@ -45,7 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                       "a switch is on or off");
         FUZZ_PROPERTY(enabled.contains(application) == layers->isEnabled(),
                       "what is enabled is listed");
-        // Every write is synced, and a file may name many.
+        // Only a few applications are switched, because every write is synced and a file may have
+        // many.
         if (Core::ApplicationId(application).isValid() && ++written <= 2)
             checkWriting(settings, application, !layers->isEnabled());
     }

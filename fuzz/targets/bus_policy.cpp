@@ -1,6 +1,6 @@
-// A bus name and a user, as the fields DBusService and User of a start: what the planner accepts
-// gives a policy that is well-formed XML and has exactly two policies, one by which this user may
-// own the name and one by which everybody may send to it.
+// A bus name and a user, as the fields DBusService and User of a start: when the planner accepts
+// them, the file is well-formed XML with exactly two policies, one that lets this user own the name
+// and one that lets everybody send to it.
 
 #include "fuzz/support/property.h"
 #include "fuzz/support/requested_start.h"

@@ -1,5 +1,5 @@
-// A desktop entry of any bytes: what is kept of it is within the bounds, every task is one of the
-// application by its id, and a list of tasks is the same whether the rest is read or not.
+// A desktop entry of any bytes: what is kept of it is within the limits, the id of every task is
+// one of the application, and the list of tasks is the same whether the rest is read or not.
 
 #include "common/Core/application_info.h"
 #include "common/Core/task_bounds.h"

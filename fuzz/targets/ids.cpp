@@ -1,5 +1,5 @@
-// Any text as an id: a valid one is made of its parts, and joining the parts of one that was parsed
-// gives it again.
+// Any text as an id: a valid id consists of its parts, and joining the parts of a parsed id gives
+// the id again.
 
 #include "common/Core/application_id.h"
 #include "fuzz/support/property.h"

@@ -1,5 +1,5 @@
 // An INI file of any bytes: groups, keys and values are those that the settings library reads,
-// unless it would make an object of a value, which begins with "@".
+// except for values that begin with "@", which that library may deserialise.
 
 #include "common/ini_file.h"
 #include "fuzz/support/property.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// A name with an empty part can be in a file, but not be asked for.
+// A name with an empty part can be in a file, but the settings library cannot look it up.
 bool canBeAskedFor(const QString &key)
 {
     return !key.isEmpty() && !key.startsWith(QLatin1Char('/')) && !key.endsWith(QLatin1Char('/'))
@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             FUZZ_PROPERTY(file.value(group, key) || !canBeAskedFor(group) || !canBeAskedFor(key),
                           "a key has a value");
     }
-    // However "@" is escaped, the library deserialises what it unescapes to.
+    // The library deserialises a value that begins with "@" after unescaping.
     if (text.contains('@') || text.contains('\\'))
         return 0;
     const QSettings reference(Scratch::instance().writeAnew(text), QSettings::IniFormat);

@@ -1,5 +1,5 @@
-// Any value from the bus read as JSON: reading ends behind the value, so that the next one is read
-// as it is.
+// Any value from the bus read as JSON: reading ends exactly at the end of the value, so that the
+// next value is read correctly.
 
 #include "common/DBus/types.h"
 #include "fuzz/support/property.h"
@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     (void)Scratch::instance();
     Input input(data, size);
     const QByteArray members = randomSignature(input, 4);
-    // In one structure, because arguments are taken apart before anybody reads them.
+    // Both values are in one structure, because the framework separates the arguments of a message.
     const QByteArray record = '(' + members + "s)";
     if (members.isEmpty() || members.size() > 200)
         return 0;

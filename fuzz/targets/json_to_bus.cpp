@@ -1,5 +1,5 @@
-// JSON that is sent over the bus and read there: it is what it was, but for what the bus has no
-// form for. A null becomes an empty list; a list of lists is left out where it is the value of a
+// JSON that is sent over the bus and read there is unchanged, except for values that the bus has no
+// form for: a null becomes an empty list, and a list of lists is left out when it is the value of a
 // member.
 
 #include "common/DBus/types.h"
@@ -31,7 +31,7 @@ QJsonValue plain(const QJsonValue &value)
     return value.isObject() ? object : value;
 }
 
-// Undefined for what has no form.
+// Undefined for a value that the bus has no form for.
 QJsonValue expected(const QJsonValue &value)
 {
     const QJsonArray array = value.toArray();
@@ -65,11 +65,12 @@ int depthOf(const QByteArray &text) { return text.count('[') + text.count('{'); 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QByteArray text(reinterpret_cast<const char *>(data), static_cast<int>(size));
-    // The parser lets bytes pass that are no text, and the bus does not.
+    // The parser accepts bytes that are no valid text, but the bus does not.
     if (QString::fromUtf8(text).toUtf8() != text)
         return 0;
     const QJsonDocument document = QJsonDocument::fromJson(text);
-    // What is deeper than the bus allows is left out, and the bus has no zero bytes in texts.
+    // Values nested deeper than the bus allows are left out, and texts on the bus have no zero
+    // bytes.
     if (!document.isObject() || depthOf(text) > 20 || text.contains("\\u") || text.contains('\0'))
         return 0;
     (void)Scratch::instance();

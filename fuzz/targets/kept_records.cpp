@@ -1,5 +1,5 @@
-// Kept records with any bytes behind the right header, under the right checksum: what is read can
-// be kept and reads the same again. When a bit is another, nothing is read.
+// Kept records with any bytes after a correct header and with a correct checksum: what is read can
+// be kept, and is read again without a change. When one bit differs, nothing is read.
 
 #include "common/Core/kept_records.h"
 #include "common/sealed_bytes.h"

@@ -1,5 +1,6 @@
-// Kept registrations of any bytes, in which "@BUS@" stands for the id of the bus: what is taken was
-// kept by unique names, is taken once, and kept again reads the same.
+// Kept registrations of any bytes, in which "@BUS@" is replaced by the id of the bus: registrations
+// that are restored have unique names, are restored once, and are the same when they are kept
+// again.
 
 #include "fuzz/support/application.h"
 #include "fuzz/support/property.h"
@@ -23,8 +24,9 @@ bool isSame(const Registration &a, const Registration &b)
     return a.client == b.client && a.path == b.path && a.taskType == b.taskType;
 }
 
-// A connection that knows the id of its other end, as one to a bus does. Connecting waits for the
-// other end, which the framework accepts on this thread.
+// A connection that knows the id of its other end, as a connection to a bus does. Connecting is
+// done in another thread, because it waits for the other end, which the framework accepts in this
+// one.
 const QDBusConnection &bus()
 {
     needApplication();
@@ -40,7 +42,7 @@ const QDBusConnection &bus()
     return *connection;
 }
 
-// As the daemon keeps it.
+// As the daemon writes it.
 QByteArray busIdIn(const QString &file)
 {
     FUZZ_PROPERTY(DBus::keepRegistrations(bus(), {{{}, {}, {}}}), "registrations can be kept");

@@ -1,4 +1,4 @@
-// A manifest of any bytes: it counts exactly when it is a JSON object, and media are kept active
+// A manifest of any bytes: it is valid exactly when it is a JSON object, and media are kept active
 // exactly when it says so.
 
 #include "common/Core/manifest.h"

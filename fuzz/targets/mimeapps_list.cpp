@@ -1,5 +1,5 @@
-// A mimeapps.list of any bytes: what is read of it and written back is read again, and writing that
-// changes nothing more.
+// A mimeapps.list of any bytes: what is read and written back is read again, and writing it once
+// more changes nothing.
 
 #include "common/Core/mimeapps_list.h"
 #include "fuzz/support/property.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// No MIME type and no entry that anybody installs is called otherwise.
+// Other names are neither MIME types nor names of installed entries.
 bool isPlain(const QString &type, const QString &file)
 {
     const QChar mark(QChar::ByteOrderMark);
@@ -17,7 +17,7 @@ bool isPlain(const QString &type, const QString &file)
         && !type.startsWith(QLatin1Char('#'));
 }
 
-// The file that the user means for each type.
+// The user's default entry for each type.
 QMap<QString, QString> choicesIn(const Places &places)
 {
     NoFindings none;

@@ -1,5 +1,5 @@
-// A package file of any bytes: the certificate is what the settings library reads, unless it would
-// make an object of a value, which begins with "@".
+// A package file of any bytes: the certificate is the one that the settings library reads, except
+// for values that begin with "@", which that library may deserialise.
 
 #include "common/Core/application_info.h"
 #include "fuzz/support/property.h"
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     NoFindings none;
     const Core::ApplicationInfo info(entry, places, none);
     FUZZ_PROPERTY(info.isValid(), "a package does not spoil its entry");
-    // However "@" is escaped, the library deserialises what it unescapes to.
+    // The library deserialises a value that begins with "@" after unescaping.
     if (text.contains('@') || text.contains('\\'))
         return 0;
     const QSettings reference(scratch.writeAnew(text), QSettings::IniFormat);

@@ -1,5 +1,5 @@
-// Names of permissions (fields): a permission gives one word, which names a file that is there, in
-// a folder of permissions, and which a unit keeps as it is.
+// Names of permissions, as fields: a permission gives one word, which names an existing file in a
+// folder of permissions, and a unit contains the word unchanged.
 
 #include "fuzz/support/input.h"
 #include "fuzz/support/property.h"

@@ -1,5 +1,5 @@
-// Any two maps from the bus as start-up information and hints: what is understood of them, said
-// again in plain values, is understood the same.
+// Any two maps from the bus as start-up information and hints: what is read from them is read again
+// in the same way when it is written as plain values.
 
 #include "system/Core/start_hints.h"
 #include "common/DBus/types.h"

@@ -1,5 +1,5 @@
-// systemd's listings, of any values: as many records are read as there are, and a record that is
-// sent again is read the same.
+// systemd's listings with any values: every record is read, and a record that is sent again is read
+// in the same way.
 
 #include "fuzz/support/property.h"
 #include "fuzz/support/scratch.h"

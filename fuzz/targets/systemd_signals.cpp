@@ -1,5 +1,5 @@
-// Changes of a unit's properties, of any values: a record of a known task runs exactly when systemd
-// says active and running, whatever else it says, and no signal makes a record or an unknown state.
+// Changes of a unit's properties with any values: a known task runs exactly when systemd says
+// active and running, whatever else it says, and no signal makes a new record or an unknown state.
 
 #include "fuzz/support/property.h"
 #include "fuzz/support/scratch.h"

@@ -1,6 +1,6 @@
 // A task type of any name (the first field) with a file of any bytes (the rest): no name leads to a
-// file outside the folder of types, and a type leaves the user's session when its file says
-// something else than yes, and only then.
+// file outside the folder of types, and the daemon serves a type itself exactly when its file says
+// something other than yes.
 
 #include "common/Core/task_type_config.h"
 #include "fuzz/support/input.h"

@@ -1,6 +1,6 @@
-// A declaration and hints, as fields "KEY=VALUE" in any order: what the planner accepts gives a
-// unit in which another reader of systemd's grammar finds exactly the keys that are meant, once
-// each, and one command, whose words up to the program are those of the sandbox.
+// A declaration and hints, as fields "KEY=VALUE" in any order: when the planner accepts them,
+// another reader of systemd's grammar finds exactly the intended keys in the unit, once each, and
+// one command, whose words up to the program are those of the sandbox.
 
 #include "common/Core/application_info.h"
 #include "fuzz/support/property.h"
@@ -39,7 +39,7 @@ QMap<QByteArray, QByteArray> meantKeys(const TaskPlan &plan, const RequestedStar
 void checkCommand(const QByteArray &line, const TaskPlan &plan, const RequestedStart &start)
 {
     const auto commands = readCommands(line);
-    // systemd starts nothing of a unit in which a quote is open.
+    // systemd refuses a unit in which a quote is not closed.
     if (!commands)
         return;
     FUZZ_PROPERTY(commands->size() == 1, "a unit has one command");

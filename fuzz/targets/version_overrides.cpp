@@ -10,7 +10,7 @@
 
 namespace {
 
-// From the most specific on, spelled out.
+// The keys, the most specific one first.
 const char *const keys[] = {"com.example.Notes", "com.example.*", "com.*", "*"};
 
 QString expectedVersion(QSettings &reference)
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const Core::VersionOverrides overrides(scratch.places(), none);
     const QString version =
         overrides.versionFor(Core::ApplicationId(QStringLiteral("com.example.Notes")));
-    // However "@" is escaped, the library deserialises what it unescapes to.
+    // The library deserialises a value that begins with "@" after unescaping.
     if (text.contains('@') || text.contains('\\'))
         return 0;
     QSettings reference(scratch.writeAnew(text), QSettings::IniFormat);
