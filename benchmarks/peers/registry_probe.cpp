@@ -62,16 +62,16 @@ int rescan(Core::ApplicationRegistry &registry, const QString &path)
 
 int follow(Core::ApplicationRegistry &registry)
 {
-    const auto tell = [&registry] {
+    const auto print = [&registry] {
         // The time is read first, so that the question below is not measured.
         const long long spent = processorTime();
         std::printf("%d %lld\n", applicationsIn(registry), spent);
         std::fflush(stdout);
     };
-    QObject::connect(&registry, &Core::ApplicationRegistry::manifestsChanged, qApp, tell);
+    QObject::connect(&registry, &Core::ApplicationRegistry::manifestsChanged, qApp, print);
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, qApp, &QCoreApplication::quit);
-    tell();
+    print();
     return QCoreApplication::exec();
 }
 

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A throw-away Debian 12 system with systemd, dbus and firejail of its own: to be sourced. The image
-# stays as it is; all that happens is written to an overlay in memory that goes with the container.
+# A throw-away Debian 12 system with its own systemd, dbus and firejail. To be sourced. The image is never
+# changed: everything is written to an overlay in memory, which is removed with the container.
 #
 #   container_enter SCRIPT ARGUMENT...
 #                        goes on as root, in a mount namespace that goes with the script; returns at once
@@ -14,7 +14,7 @@
 #   container_cut_power  ends it at once, as a power cut does; the overlay stays
 #   container_remove     ends it and leaves nothing behind: call at exit
 #
-# ORVANE_BUS: which program is the system bus: daemon (dbus-daemon), also when unset, or broker (dbus-broker).
+# ORVANE_BUS: the program that is the system bus: daemon (dbus-daemon, the default) or broker (dbus-broker).
 # ORVANE_BIN: folder of the built programs, build/release/bin when unset. The packages are in the build
 # folder, one above.
 
@@ -31,7 +31,7 @@ container_leader=
 container_enter() {
     local become=() keep
     [ -z "${ORVANE_CONTAINER_ENTERED:-}" ] || return 0
-    # Never asks for a password: tests have nobody to answer.
+    # sudo must not ask for a password, because nobody can answer in a test.
     [ "$(id -u)" -eq 0 ] || become=(sudo -n)
     "${become[@]}" unshare --mount true 2>/dev/null || return 0
     keep=(ORVANE_BIN="$ORVANE_BIN" ORVANE_BUS="$ORVANE_BUS" ORVANE_IMAGE_CACHE="${ORVANE_IMAGE_CACHE:-}"
@@ -53,8 +53,8 @@ container_obstacle() {
     done
 }
 
-# Where this process stands in the hierarchies that systemd keeps its units in: the unified one, and
-# on machines with the older layout the one named after it.
+# The control groups of this process in the hierarchies that systemd uses for units: the unified one, and on
+# machines with the older layout also "name=systemd".
 container_cgroup_parents() {
     local controllers path root
     while IFS=: read -r _ controllers path; do
@@ -117,17 +117,17 @@ container_boot() {
     fi
 }
 
-# Becomes nspawn, in a process namespace that ends with this script, however it ends: the container
-# would outlive an nspawn that is killed.
+# Becomes nspawn in a process namespace that ends with this script, even when the script is killed, because
+# the container would outlive an nspawn that is killed.
 container_run_nspawn() {
     local cgroup
-    # A control group of its own: nspawn would put all containers that are started from one place into the
-    # same, and each would take the others' processes for its own.
+    # Each container gets its own control group. Otherwise nspawn would put all containers that are started
+    # from one place into the same group, and each would take the others' processes for its own.
     for cgroup in "${container_cgroups[@]}"; do
         mkdir -p "$cgroup"
         echo "$BASHPID" >"$cgroup/cgroup.procs"
     done
-    # No registration: there need not be a system manager outside to register with.
+    # The container is not registered, because there may be no system manager outside.
     exec setpriv --pdeathsig KILL unshare --pid --fork --kill-child --mount-proc \
         systemd-nspawn --quiet --register=no --keep-unit --private-network --console=pipe \
         --link-journal=no --resolv-conf=off --timezone=off --machine="$container_name" --boot \
@@ -180,8 +180,8 @@ container_forget() {
 container_remove() {
     local cgroup
     if [ -n "$container_pid" ]; then
-        # Nothing of it is wanted any more: no orderly end. Without its first process it is gone, and
-        # nspawn clears away what it had set up.
+        # The container is not shut down in order, because nothing of it is needed any more. It ends with its
+        # first process, and nspawn then removes what it has set up.
         container_gone || kill -KILL "${container_leader:-$container_pid}" 2>/dev/null || true
         wait_for 10 "nspawn to end" container_gone || kill -KILL "$container_pid"
         container_forget
@@ -193,7 +193,7 @@ container_remove() {
     wait_for 10 "the overlay to be free" umount -q "$container_dir/root" || umount -l "$container_dir/root"
     umount -l "$container_dir"
     rmdir "$container_dir"
-    # nspawn itself leaves this where /run is on a disk.
+    # nspawn leaves this folder where /run is on a disk.
     rmdir "/run/systemd/nspawn/propagate/$container_name" 2>/dev/null || true
     container_dir=
 }
@@ -202,7 +202,7 @@ container_cgroup_is_removed() {
     [ ! -d "$1" ] || find "$1" -depth -type d -exec rmdir {} + 2>/dev/null
 }
 
-# wait_for SECONDS WHAT CMD...: until CMD succeeds; fails, and says what it waited for, after SECONDS.
+# wait_for SECONDS WHAT CMD...: waits until CMD succeeds. After SECONDS it fails and prints WHAT.
 wait_for() {
     local deadline=$((SECONDS + $1)) what=$2
     shift 2

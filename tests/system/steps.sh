@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the scenarios are written in: to be sourced after container.sh.
+# Functions for the scenarios. To be sourced after container.sh.
 
 fail() {
     echo "FAILED: $*" >&2
@@ -17,8 +17,8 @@ expect_match() {
     [[ $2 == $3 ]] || fail "$1"$'\n'"expected: $3"$'\n'"actual:   $2"
 }
 
-# configure_daemon [NAME=VALUE...]: has the daemon run with these environment variables. Without one the
-# idle time is long enough for any scenario.
+# configure_daemon [NAME=VALUE...]: sets the daemon's environment variables. By default the idle time is
+# longer than any scenario.
 configure_daemon() {
     local assignment
     {
@@ -32,7 +32,7 @@ configure_daemon() {
     in_container systemctl daemon-reload
 }
 
-# start_daemon [NAME=VALUE...]: starts it so and waits until it has its bus name.
+# start_daemon [NAME=VALUE...]: the same, then starts the daemon and waits until it has its bus name.
 start_daemon() {
     configure_daemon "$@"
     in_container systemctl start orvane.service
@@ -62,7 +62,7 @@ session_call() {
     in_container busctl call org.zarn.Orvane "$session" org.zarn.Orvane.TaskInvokerSession1 "$@"
 }
 
-# start_task ID HINT...: hints in busctl's form, each three words: NAME TYPE VALUE.
+# start_task ID HINT...: each hint is three words in busctl's form: NAME TYPE VALUE.
 start_task() {
     local id=$1
     shift
@@ -90,7 +90,7 @@ unit_property() {
 
 unit_is() { [ "$(unit_property "$1" ActiveState)" = "$2" ]; }
 
-# Which program is the system bus: daemon or broker.
+# Prints which program is the system bus: daemon or broker.
 system_bus() { in_container systemctl show --value -p Id dbus.service | sed 's/^dbus-broker.service$/broker/; s/^dbus.service$/daemon/'; }
 
 bus_name_is_owned() { in_container busctl status "$1" >/dev/null 2>&1; }
@@ -128,26 +128,26 @@ start_peer() {
 
 autostart_file() { echo "/var/lib/am/apps/$1/$2.conf"; }
 
-# What no attack may change: remember_system, then each attack by withstand. What the scenario itself starts
-# for the attacks has to run before remember_system.
+# Checks that attacks change nothing: a scenario calls remember_system once, and then withstand for each
+# attack. What the scenario starts for its attacks has to run before remember_system.
 longest_wait_during_ms=2000
-# Where programs had to wait for a processor meanwhile: that time on top, up to this in all.
+# When programs had to wait for a processor meanwhile, that time is added to the limit, up to this total.
 longest_wait_on_a_busy_machine_ms=8000
 longest_wait_after_ms=100
 memory_to_spare_kb=$((32 * 1024))
 
 main_pid() { in_container systemctl show --value -p MainPID orvane.service; }
 
-# Of directories without the time: a file that is made and removed leaves nothing. Without the records of
-# applications, which the daemon makes of their files whenever it has read them.
+# For directories the time is left out, because it also changes when a file is made and removed. The records
+# of applications are left out, because the daemon writes them whenever it has read the entries.
 written_files() {
     in_container find /etc/systemd/system /etc/dbus-1/system.d /var/lib/am /run/orvane \
         -path /run/orvane/applications.records -prune -o \
         \( -type d -printf '%p/ %M %u\n' \) -o -printf '%p %M %u %s %T@ %l\n' | sort
 }
 
-# Of the container's own: not of what is run in it from outside, whose control group is outside. A name in
-# parentheses is systemd itself, about to become a service.
+# Root's processes in the container, without those that the test runs in it from outside, whose control group
+# is outside. A name in parentheses is left out too: it is systemd itself, which is about to become a service.
 root_processes() {
     in_container ps --no-headers -e -o uid=,cgroup:200=,comm= \
         | awk '$1 == 0 && $2 !~ /::\/\.\./ && $3 !~ /^\(/ { $1 = ""; print }' | sort -u
@@ -165,7 +165,7 @@ remember_system() {
     remembered_descriptors=$(daemon_descriptors)
 }
 
-# withstand WHAT CMD...: runs an attack while another client calls the daemon, and looks at what is left.
+# withstand WHAT CMD...: runs an attack while another client calls the daemon, and checks what is left of it.
 withstand() {
     local what=$1
     shift
@@ -174,7 +174,7 @@ withstand() {
     expect_equal "the daemon's process after $what" "$(main_pid)" "$remembered_pid"
 }
 
-# The same for an attack that ends the daemon: another runs, and nobody has noticed.
+# The same for an attack that ends the daemon: afterwards another one runs, and clients have not noticed.
 withstand_an_end() {
     local what=$1
     shift
@@ -184,7 +184,7 @@ withstand_an_end() {
     remembered_pid=$(main_pid)
 }
 
-# The best of up to three: what else the machine does makes waits longer, never shorter.
+# The best of three attacks counts, because other work of the machine can only make waits longer.
 attack_while_another_calls() {
     local what=$1 longest allowed round median
     shift
@@ -198,13 +198,14 @@ attack_while_another_calls() {
     [ "${median:-99999}" -le "$longest_wait_after_ms" ] || fail "others wait $median ms after $what"
 }
 
-# For how long programs have waited for a processor since the machine started, where the kernel tells.
+# The time for which programs have waited for a processor since the machine started; 0 where the kernel does
+# not say.
 processor_pressure_ms() {
     { awk '$1 == "some" { sub("total=", "", $5); print int($5 / 1000) }' /proc/pressure/cpu 2>/dev/null || true; } \
         | grep . || echo 0
 }
 
-# Sets longest and allowed.
+# Sets the variables longest and allowed.
 attack_once() {
     local what=$1 ready input before
     shift
@@ -232,12 +233,12 @@ expect_system_unchanged() {
     wait_for 20 "the daemon's descriptors after $1" descriptors_are_back
 }
 
-# The daemon returns memory when it has nothing more to do: it has to have had something.
+# The daemon gives memory back after it has done something, so that it is called first.
 memory_is_back() {
     wait_afterwards >/dev/null
     [ "$(daemon_memory_kb)" -le $((remembered_memory_kb + memory_to_spare_kb)) ]
 }
-# A few more for what is connected at the moment.
+# A few more are allowed for present connections.
 descriptors_are_back() { [ "$(daemon_descriptors)" -le $((remembered_descriptors + 4)) ]; }
 
 # as USER CMD...: runs a command in the container as a user of it.

@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# The life of the package on a system that has never seen it: apt installs it, the bus starts the daemon,
-# an upgrade loses neither tasks nor sessions nor settings, removing stops what ran, and purging leaves
-# nothing but what the owner wrote.
+# The package on a system that has never had it: apt installs it, the bus starts the daemon, an upgrade loses
+# no tasks, sessions and settings, removing stops the tasks, and purging leaves only what the owner has
+# written.
 
-# Without the daemon. What a platform has comes first.
+# The system is without the daemon. The package with the parts of a platform is installed first.
 system=clean
 task=com.example.Notes.task_index
 name=com.example.Notes.Index
@@ -13,7 +13,7 @@ prepare() {
     cp "$(container_package orvane-standalone)" "$container_dir/root/root/platform.deb"
     cp "$(container_package orvane)" "$container_dir/root/root/first.deb"
     make_upgrade "$(container_package orvane)" "$container_dir/root/root/second.deb"
-    # What an owner may have written before.
+    # Files that an owner may have written before.
     mkdir -p "$container_dir/root/etc/am/conf.d" "$container_dir/root/etc/systemd/system/orvane.service.d"
     printf '[com.example.Other]\nautostart=false\n' >"$container_dir/root/etc/am/conf.d/owner.conf"
     printf '[Service]\nEnvironment=ORVANE_DAEMON_TIMEOUT=600000\n' \
@@ -54,14 +54,14 @@ upgrade_while_a_task_runs() {
 
     apt_get install --no-install-recommends /root/second.deb
     [ "$(daemon_pid)" != "$daemon" ] || fail "the old daemon still runs"
-    # The process is not in systemd's list of units: the new daemon asks for it by itself.
+    # systemd's list of units does not contain processes, so that the new daemon has to ask for the process.
     wait_for 20 "the task's process to be known" is_listed_with_process $task "$worker"
     expect_equal "the task's process" "$(unit_property $task MainPID)" "$worker"
     bus_name_is_owned $name || fail "the task lost its name"
     expect_file "$(policy_file $task)"
     expect_equal "the settings" "$(enabled)" 'as 1 "com.example.Notes"'
 
-    # The client from before hears of what happens after, and keeps the daemon awake.
+    # The client still gets announcements after the upgrade, and keeps the daemon running.
     : >"$container_dir/watch.log"
     stop_task $task >/dev/null
     wait_for 20 "the client to hear of the end" grep -q '^ActiveTasks: none' "$container_dir/watch.log"
@@ -82,7 +82,7 @@ remove_while_a_task_runs() {
     expect_theirs_untouched
 }
 
-# Units, policies and links of others whose names look like the daemon's.
+# Other people's units, policies and links, whose names look like those of the daemon.
 theirs=(/etc/systemd/system/ov_other.service /etc/systemd/system/ov_task.backup.service
     /etc/systemd/system/multi-user.target.wants/ov_task.backup.service
     /etc/systemd/system/ov_task.com.example.Masked.task_sync.service
@@ -122,7 +122,7 @@ install_again() {
 purge() {
     apt_get purge orvane
     traces >"$container_dir/after"
-    # A user's own choice is the owner's, and so is what others have put there.
+    # A user's setting stays because the owner has chosen it, and so does what others have put there.
     expect_equal "what is left" "$(comm -13 "$container_dir/before" "$container_dir/after")" \
         "$(printf '%s\n' /var/lib/am $apps $apps/com.example.Notes $apps/com.example.Notes/100000.conf \
             /var/lib/am/theirs)"
@@ -140,12 +140,12 @@ purge() {
 apt_get() {
     in_container env DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes "$@" \
         >"$container_dir/apt.log" 2>&1 </dev/null || fail "apt-get $*"$'\n'"$(cat "$container_dir/apt.log")"
-    # The scripts of the package have nothing to say.
+    # The package's scripts print no warning.
     ! grep -iE 'failed|cannot|warning|error' "$container_dir/apt.log" || fail "apt-get $*"
 }
 
-# Every path that could have to do with the daemon; the package manager's own books, homes and what the image
-# has in /usr/local aside.
+# Every path that could belong to the daemon, except in the package manager's own folders, in homes and in
+# /usr/local, which is the image's.
 traces() {
     in_container find / -xdev \( -path /proc -o -path /sys -o -path /var/log -o -path /var/cache \
         -o -path /var/lib/dpkg -o -path /var/lib/apt -o -path /tmp -o -path /root -o -path /usr/local -o -path /home \) -prune -o -print \
@@ -159,7 +159,7 @@ enabled() {
     in_container busctl call org.zarn.Orvane /org/zarn/am org.zarn.am.Autostart GetEnabled i 100000 || true
 }
 
-# make_upgrade PACKAGE RESULT: the same package as a later version.
+# make_upgrade PACKAGE RESULT: makes the same package with a later version.
 make_upgrade() {
     dpkg-deb -R "$1" "$container_dir/upgrade"
     sed -i 's/^Version: .*/&+later/' "$container_dir/upgrade/DEBIAN/control"

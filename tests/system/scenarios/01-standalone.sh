@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A plain Debian with both packages: a task runs, confined by Debian's firejail through the adapter; and
-# without the second package Debian's firejail is what it was.
+# A plain Debian with both packages: a task runs, confined by Debian's firejail through the adapter. After the
+# second package is removed, Debian's firejail is as it was.
 
 system=clean
 sandbox=/usr/bin/firejail

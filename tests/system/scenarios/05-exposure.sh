@@ -1,11 +1,11 @@
 # shellcheck shell=bash
-# The units are well-formed, and the daemon's is confined as far as its work allows: what the file says is
-# what systemd holds, and what the running daemon meets.
+# The units are well-formed, and the daemon is confined as far as its work allows: the settings of the file
+# are those of systemd, and apply to the running daemon.
 
 unit=/usr/lib/systemd/system/orvane.service
 
 prepare() {
-    # Something to be kept from.
+    # A file that the daemon must not be able to read.
     echo secret >"$container_dir/root/root/secret"
     mkdir -p "$container_dir/root/opt/app"
     cp "$ORVANE_BIN/notes-worker" "$container_dir/root/opt/app/program"
@@ -15,12 +15,12 @@ scenario() {
     in_container systemd-analyze verify --man=no $unit
     in_container env XDG_RUNTIME_DIR=/run systemd-analyze verify --man=no --user /usr/lib/systemd/user/orvane-launcher.service
 
-    # Everything that it should not see is in its environment, as far as systemd is asked.
+    # systemd is told to give the daemon every variable that the daemon must not get.
     local names
     read -ra names <<<"$(in_container systemctl show --value -p UnsetEnvironment orvane.service)"
     start_daemon "${names[@]/%/=1}" "${unwanted[@]/%/=1}"
     local report
-    # In tenths: 4.0 is the most that is allowed.
+    # The threshold is in tenths: the exposure has to be below 4.0.
     report=$(in_container systemd-analyze security --no-pager --threshold=39 orvane.service) \
         || fail "exposed too far"$'\n'"$report"
     tail -n 1 <<<"$report"
@@ -32,7 +32,7 @@ scenario() {
     expect_view
 }
 
-# Every setting that is not the tightest, and every limit, says why, in a comment above it or above the
+# Every limit, and every setting that could be stricter, has a comment with the reason above it or above the
 # lines of its kind.
 expect_reasons() {
     local setting
@@ -43,7 +43,7 @@ expect_reasons() {
     done
 }
 
-# What systemd holds, whatever the lines of the file look like.
+# The settings as systemd has read them.
 expect_settings() {
     local expected property
     while IFS='=' read -r property expected; do
@@ -67,7 +67,7 @@ NoExecPaths=/
 SETTINGS
 }
 
-# What must not reach the daemon, however it was set.
+# Variables that must not reach the daemon.
 unwanted=(ORVANE_SKIP_AUTHENTICATION ORVANE_COMPONENT_TESTS LD_PRELOAD LD_LIBRARY_PATH LD_AUDIT LD_DEBUG
     LD_BIND_NOT GLIBC_TUNABLES QT_PLUGIN_PATH QT_LOGGING_RULES QT_LOGGING_CONF QT_MESSAGE_PATTERN
     QT_DEBUG_PLUGINS QT_HASH_SEED QT_FATAL_WARNINGS)
@@ -83,7 +83,7 @@ expect_environment() {
 
 expect_limits() {
     local status
-    # Below the limit of the machine that runs the container, which the container cannot raise.
+    # The limit may be lower on the machine that runs the container, and the container cannot raise it.
     local most
     most=$(in_container awk '/^Max open files/ { print $5 }' /proc/1/limits)
     [ "$most" -le 65536 ] || most=65536
@@ -103,7 +103,7 @@ expect_view() {
     expect_equal "the system's log" "$(in_container ls -A "$view/var/log")" ""
     expect_equal "the devices" "$(in_container ls -A "$view/sys")" ""
     expect_equal "the passwords" "$(in_container cat "$view/etc/shadow")" ""
-    # Programs of tasks are looked at, not run.
+    # The daemon reads the programs of tasks but cannot run them.
     in_container test -r "$view/opt/app/program" || fail "what is below /opt cannot be read"
     in_container test -r "$view/home/appuser/.profile" || fail "homes cannot be read"
     ! in_container "$view/opt/app/program" 2>/dev/null || fail "a program below /opt can be run"

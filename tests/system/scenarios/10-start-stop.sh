@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# A declared task starts confined, is published, stops, and leaves nothing.
+# A declared task starts confined, is announced, stops, and leaves nothing.
 
 task=com.example.Notes.task_sync
 
@@ -42,7 +42,7 @@ expect_confined() {
         || fail "the worker could reach programs of the system"
 }
 
-# Byte for byte, the line feed at the end too.
+# The files are compared byte for byte, including the last line feed.
 expect_unit_file() {
     local golden=../data/plans/notes-sync/unit.service
     in_container cat "$(unit_file $task)" | diff -u "$golden" - || fail "the unit file is not $golden"

@@ -1,6 +1,5 @@
 # shellcheck shell=bash
-# A program that its user alone may read and execute is as good as any other, though the daemon's own
-# rights are confined.
+# A task may run a program that only its user may read and execute, though the daemon itself has few rights.
 
 task=com.example.Notes.task_sync
 program=/usr/libexec/notes/worker

@@ -1,12 +1,13 @@
 # shellcheck shell=bash
-# What was checked is what runs: the argument vector that systemd makes of a unit has the sandbox's
-# options, "--", the program and each argument where the daemon put them, however odd the arguments are.
-# An open quote makes systemd refuse the unit. What would move the "--" is refused, and nothing is written.
+# systemd runs what the daemon has checked: the arguments that systemd reads from a unit are the sandbox's
+# options, "--", the program and its arguments in the places where the daemon put them, however odd the
+# arguments are. systemd refuses a unit with a quote that is not closed. The daemon refuses everything that
+# would move the "--", and writes nothing.
 
 program=/usr/libexec/notes/worker
 application=com.example.Odd
 
-# Each task: its name and the arguments that its Exec has behind the program.
+# The names of the tasks, and the arguments after the program in their Exec.
 declare -A declared=(
     [plain]='sync'
     [parameters]='sync'
@@ -27,7 +28,8 @@ prepare() {
     local task
     container_install "$ORVANE_BIN/notes-worker" "$program\"" 755
     declare_application Odd com.example Odd "${!declared[@]}"
-    # The second quote closes what the first opens, ahead of the "--": the rest would be the sandbox's.
+    # The second quote would end before the "--" what the first one begins, so that the rest would be the
+    # sandbox's options.
     declare_program Opens "$program\" --noprofile $program sync"
     declare_program Many "$program,sh sync"
     declare_program Variable '/usr/libexec/${X}/worker sync'
@@ -37,7 +39,7 @@ prepare() {
     declare_application parent .. x plain
 }
 
-# declare_application FILE ORGANISATION NAME TASK...: with the tasks of the table.
+# declare_application FILE ORGANISATION NAME TASK...: an application with these tasks of the table.
 declare_application() {
     local file=$1 organisation=$2 name=$3 task
     shift 3
@@ -45,7 +47,7 @@ declare_application() {
         printf '[Desktop Entry]\nType=Application\nName=Odd\nExec=/usr/bin/odd\n'
         printf '[X-Application]\nOrganizationName=%s\nApplicationName=%s\n' "$organisation" "$name"
         for task in "$@"; do
-            # A desktop entry takes a backslash for the beginning of an escape.
+            # In a desktop entry a backslash begins an escape.
             printf '[X-Task %s]\nType=Sync\nExec=%s %s\n' "$task" "$program" \
                 "${declared[$task]//\\/\\\\}"
         done
@@ -69,8 +71,8 @@ scenario() {
 }
 
 declarations_keep_their_places() {
-    # What systemd holds: quotes are gone, and so are blanks that separate; specifiers are replaced;
-    # variables are replaced only when the program is run.
+    # systemd removes quotes and the blanks between words, and replaces specifiers. It replaces variables only
+    # when the program is run.
     holds plain sync
     holds closedquotes a "b c" "d  e" "--x=f g"
     holds specifiers "$(unit_of $application.task_specifiers)" % %= 100%
@@ -84,7 +86,7 @@ declarations_keep_their_places() {
     holds long "${declared[long]}"
 }
 
-# holds TASK ARGUMENT...: starts the task and compares what systemd holds of its command.
+# holds TASK ARGUMENT...: starts the task and compares its command as systemd has read it.
 holds() {
     local task=$application.task_$1
     shift
@@ -93,7 +95,7 @@ holds() {
     stop_task "$task" >/dev/null
 }
 
-# The vector of the unit's only command, as JSON.
+# The arguments of the unit's only command, as JSON.
 vector_of() {
     local path
     path=$(in_container busctl --json=short call org.freedesktop.systemd1 /org/freedesktop/systemd1 \
@@ -103,7 +105,7 @@ vector_of() {
         | jq -c 'if .data | length == 1 then .data[0][1] else "several commands" end'
 }
 
-# expected_vector ARGUMENT...: with these arguments of the program.
+# expected_vector ARGUMENT...: the expected arguments, with these of the program.
 expected_vector() {
     local home='${HOME}' directory=com.example/Odd common=com.example/common
     jq -cn '$ARGS.positional' --args -- /usr/bin/firejail --quiet --private-bin=worker \
@@ -129,7 +131,7 @@ hints_keep_their_places() {
     expect_equal "the answer to Start with odd hints" "$answer" "i 0"
     expect_equal "what systemd holds of odd parameters" "$(vector_of $task)" \
         "$(expected_vector sync "one two" "$(unit_of $task)" '${A}' 'a;' 'b\c')"
-    # Quotes belong to an entry only when they surround the whole of it; variables are not replaced.
+    # systemd removes quotes only when they surround a whole entry, and does not replace variables.
     expect_equal "what systemd holds of an odd environment" \
         "$(in_container systemctl show --value -p Environment "$(unit_of $task)")" \
         "\"A=one two\" B=$(unit_of $task) \"C=ü\\\$X\" HALCYN_APP_ID=$application HALCYN_PACKAGE_NAME=$application HALCYN_TASK_ID=plain QT_QPA_PLATFORM=minimal"
@@ -141,7 +143,7 @@ an_open_quote_is_refused_by_systemd() {
     systemd_refuses $application.task_parameters Params as 1 "it's"
 }
 
-# systemd_refuses TASK [HINT...]: nothing runs of a task that has not run before.
+# systemd_refuses TASK [HINT...]: no process of the task is started.
 systemd_refuses() {
     local task=$1 answer
     answer=$(start_with_hint "$@") && fail "$task started with an open quote"
@@ -179,7 +181,7 @@ nothing_is_written_of_what_is_refused() {
     expect_no_file /run/outside
 }
 
-# is_refused PATTERN TASK [HINT...]: by the daemon.
+# is_refused PATTERN TASK [HINT...]: the daemon answers with this error.
 is_refused() {
     local pattern=$1 answer
     shift

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# What of the user's home a task sees: its own folders, with a permission those that it opens, and a
-# homeless task none at all.
+# The folders in the user's home that a task can see: its own ones, with a permission also those that the
+# permission allows, and none for a homeless task.
 
 task=com.example.Notes.task_sync
 home=/home/appuser

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A task whose program gives up at once: the start was accepted all the same, the unit has failed, and
-# nobody lists it as running.
+# A task whose program fails at once: the start is still accepted, the unit has failed, and the task is not
+# listed as running.
 
 task=com.example.Broken.task_fail
 
@@ -19,7 +19,7 @@ scenario() {
     expect_equal "the program's status" "$(unit_property $task ExecMainStatus)" 3
     wait_for 20 "the task not to be listed" is_not_listed $task
 
-    # It can be tried again.
+    # The task can be started again.
     expect_equal "the answer to the second Start" "$(start_task $task User s appuser)" "i 0"
     wait_for 20 "the unit to fail again" unit_is $task failed
 

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Somebody kills the task: the daemon notices and says so.
+# Somebody kills the task: the daemon notices and announces it.
 
 task=com.example.Notes.task_sync
 
@@ -13,7 +13,7 @@ scenario() {
     in_container systemctl kill --kill-who=main --signal=KILL "$(unit_of $task)"
     wait_for 20 "the end to be announced" ends_with_none
     wait_for 20 "the task not to be listed" is_not_listed $task
-    # Its files stay: it was not asked to stop.
+    # Its files stay, because nobody has stopped it.
     expect_file "$(unit_file $task)"
 }
 

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The daemon is killed while a task runs: the task runs on, and the next daemon finds it.
+# The daemon is killed while a task runs: the task runs on, and the next run of the daemon finds it.
 
 task=com.example.Notes.task_sync
 

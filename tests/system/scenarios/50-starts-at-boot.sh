@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Autostart 2 has the task start with the system; Autostart 1 does not; Stop undoes it.
+# Autostart 2 makes the task start with the system, and Autostart 1 does not. Stop undoes it.
 
 boots=com.example.Notes.task_sync
 waits=com.example.Notes.task_index

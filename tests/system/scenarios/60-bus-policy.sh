@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The task's user may own the task's bus name, and nobody else may; with the task goes the policy.
+# Only the task's user may own the task's bus name. The policy is removed with the task.
 
 task=com.example.Notes.task_index
 name=com.example.Notes.Index
@@ -15,7 +15,7 @@ scenario() {
         "u 100000"
     expect_equal "mode and owner of the policy" \
         "$(in_container stat -c '%a %U' "$(policy_file $task)")" "644 root"
-    # Everybody may talk to it.
+    # Everybody may call it.
     in_container setpriv --reuid=nobody --clear-groups \
         busctl call $name / org.freedesktop.DBus.Peer Ping >/dev/null || fail "nobody cannot talk to $name"
 

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A task that claims its bus name first of all succeeds, 100 times out of 100: each time under a name
-# that the bus has never heard of, so that only the policy just written can allow it.
+# A task that claims its bus name as the first thing succeeds 100 times out of 100. Each time the name is new
+# to the bus, so that only the policy that has just been written can allow it.
 
 count=100
 batch=10

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# Somebody's policy file is broken. dbus-daemon reads the others and goes on. dbus-broker keeps the rules that
-# it has, refuses new ones and, once stopped, does not start again: tasks run all the same, without their names,
-# and the daemon says why. With a file that can be read everything is as it should be.
+# Another program's policy file is broken. dbus-daemon ignores the file and reads the others. dbus-broker
+# keeps the rules that it has, refuses new ones and, once stopped, does not start again: tasks still run, but
+# without their names, and the daemon logs why. Once the file is correct, everything works again.
 
 task=com.example.Notes.task_index
 name=com.example.Notes.Index
@@ -17,7 +17,7 @@ scenario() {
     expect_equal "the answer to Stop" "$(stop_task $task)" "i 0"
     wait_for 20 "the task to end" is_not_listed $task
 
-    # What is well-formed, but speaks of nobody, is not broken.
+    # A well-formed file without any rule is not broken.
     in_container tee $broken >/dev/null <<<'<busconfig><policy user="nowhere"><allow own="*"/></policy></busconfig>'
     expect_equal "the answer to Start" "$(start_task $task User s appuser DBusService s $name)" "i 0"
     wait_for 20 "the name to be owned" bus_name_is_owned $name
@@ -49,7 +49,7 @@ expect_on_broker() {
     expect_match "the daemon's log" "$(daemon_log)" "$complaint"
 }
 
-# The system manager answers without the bus.
+# systemctl works without the bus.
 expect_restart_on_daemon() {
     in_container systemctl restart dbus.service || fail "dbus-daemon did not start again"
     wait_for 20 "systemd to be on the bus again" bus_name_is_owned org.freedesktop.systemd1

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Real callers of three kinds against everything that the daemon offers. The page on security holds the
-# outcome: with ORVANE_UPDATE_DOCS=1 it is written there, else it must be what stands there.
+# Callers of three kinds make every call that the daemon offers. The outcome is in the page on security: with
+# ORVANE_UPDATE_DOCS=1 it is written into the page, otherwise it must be the same as in the page.
 
 page=$container_source/docs/security.md
 begin='<!-- Written by tests/system/scenarios/65-who-may-do-what.sh; do not edit. -->'
@@ -24,7 +24,7 @@ scenario() {
             | awk -F '\t' '{ name = $1 ~ /^org\./ ? "`" $1 "`" : $1; print "| " name " | " $2 " | " $4 " | " $6 " |" }'
     } >"$container_dir/table"
 
-    # Apart from the page: what must hold whatever stands there.
+    # These must hold whatever the page says.
     expect_equal "what root may not do" "$(grep -c $'\tno' "$container_dir/may-root" || true)" 0
     expect_denied member "own the name" 'OnRemove'
     expect_denied outsider "own the name" 'OnRemove' '\.Start' '\.Stop' '\.CloseSession' '\.SetEnabled'
@@ -40,7 +40,7 @@ probe_as() {
         /usr/local/bin/permission-probe
 }
 
-# expect_denied USER PATTERN...: exactly the calls that match one of the patterns are refused.
+# expect_denied USER PATTERN...: exactly the calls that match one of the patterns are refused to this user.
 expect_denied() {
     local user=$1 patterns
     shift

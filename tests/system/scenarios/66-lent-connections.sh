@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# An unprivileged user calls over connections that other processes of theirs have made: one that is a
-# set-user-id or a set-group-id program by now, one that has ended, one whose number belongs to root's
-# process by now. The same calls by those who may are admitted.
+# An unprivileged user makes calls over connections of their other processes: of one that has become a
+# set-user-id or set-group-id program, of one that has ended, and of one whose number a process of root now
+# has. All calls are refused. The same calls of authorised users are admitted.
 
 app=com.example.Notes
 task=com.example.Notes.task_sync
@@ -14,7 +14,7 @@ scenario() {
     in_container useradd outsider
     container_install "$ORVANE_BIN/lent-connection" /usr/local/bin/lent-connection 755
     container_install "$ORVANE_BIN/process-with-id" /usr/local/bin/process-with-id 755
-    # A program that waits for input, with the group's rights.
+    # A set-group-id program that waits for input.
     in_container install -g privileged -m 2755 /usr/bin/cat /usr/local/bin/set-group-id
     start_daemon
 
@@ -31,7 +31,7 @@ scenario() {
     for user in root primary member; do
         expect_admitted user $user "$(in_container id -g $user)"
     done
-    # By the group of the process alone.
+    # Admitted only because of the process's own group.
     expect_admitted "outsider in the group" outsider "$privileged" --clear-groups
 }
 
@@ -47,8 +47,8 @@ lend_as_outsider() {
     lend_as outsider "$(in_container id -g outsider)" --init-groups "$@"
 }
 
-# expect_refused OWNER WAY...: OWNER, user:group, is whom the process that connected belongs to when the
-# calls are made.
+# expect_refused OWNER WAY...: OWNER is the user:group of the process that has connected, at the time of the
+# calls.
 expect_refused() {
     local owner=$1 answer
     shift
@@ -85,7 +85,7 @@ expect_admitted() {
     owner=$(in_container id -u "$2"):$3
     expect_equal "what came of the calls by $1 $2" "$(lend_as "$2" "$3" "${4:---init-groups}" own)" \
         "connected by $owner"$'\n'"SetEnabled admitted"$'\n'"Start admitted"$'\n'"connected by $owner"
-    # The calls that others were refused are such that would have given root away.
+    # An admitted call makes root create a file, which shows that the refused calls were dangerous.
     wait_for 20 "the file that root makes" in_container test -f $made_by_root
     stop_task $task >/dev/null
     set_enabled 100000 $app false

@@ -1,6 +1,7 @@
 # shellcheck shell=bash
-# A user of the system sends what only systemd, the bus and the per-user service may say: that a task has ended,
-# that a client has left, that a property has changed. The daemon ignores it and passes nothing of it on.
+# A user of the system sends signals that only systemd, the bus and the per-user service may send: that a task
+# has ended, that a client has left, that a property has changed. The daemon ignores it and passes nothing of
+# it on.
 
 task=com.example.Notes.task_sync
 
@@ -21,7 +22,7 @@ scenario() {
     in_container busctl monitor --json=short --match="type='signal',sender='org.zarn.Orvane'" \
         >"$container_dir/monitor.log" 2>"$container_dir/monitor.err" &
     wait_for 20 "the monitor to listen" grep -q Monitoring "$container_dir/monitor.err"
-    # 14 forgeries, each to everybody and to the daemon by both of its names.
+    # There are 14 forged signals, each sent to everybody and to both names of the daemon.
     expect_equal "what the attack says" "$(forge)" "sent 42"
 
     expect_equal "the task" "$(active_tasks)" "$before"
@@ -42,7 +43,7 @@ client_name() {
     in_container busctl list --unique --no-legend | awk '$3 == "orvane-watch" { print $1 }'
 }
 
-# The first thing that the daemon says after the attack is what really happens next.
+# The first signal of the daemon after the attack is about the next thing that really happens.
 expect_nothing_was_passed_on() {
     stop_task $task >/dev/null
     wait_for 20 "the client to hear of the end" grep -q '^ActiveTasks: none' "$container_dir/watch.log"

@@ -1,10 +1,11 @@
 # shellcheck shell=bash
-# A local user without any rights sends whatever the bus takes: huge messages, calls that are
-# never answered, sessions and connections without number, descriptors, types of tasks that are paths. Others are served meanwhile, and nothing is left of it.
+# A local user without any rights sends everything that the bus lets through: huge messages, calls that are
+# never answered, very many sessions and connections, descriptors, and paths as task types. Meanwhile the
+# daemon serves others, and afterwards nothing is left of the attack.
 
 prepare() {
     container_install "$ORVANE_BIN/unprivileged-user" /usr/local/bin/unprivileged-user 755
-    # Anybody may bring their files.
+    # Every user can create such files.
     mkdir "$container_dir/root/home/u"
     mkfifo "$container_dir/root/home/u/pipe.conf"
     printf '[TaskType]\nWorksInSession=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x5QUrl\\0\\xff\\xff\\xff\\xfe)\n' \
@@ -41,7 +42,7 @@ expect_answer() {
     expect_equal "what came of $*" "$("$@")" "$expected"
 }
 
-# The bus lets a user have 256. Others have their own share.
+# The bus allows a user 256 connections. Each user has their own limit.
 connections_without_number() {
     expect_answer 128 attack connections 250
     as nobody timeout 5 unprivileged-user sessions 1 >/dev/null
@@ -60,7 +61,7 @@ slow_calls() {
     for _ in 1 2 3; do
         attack slow 100
     done
-    # There is a place for others.
+    # Other users' calls are still accepted.
     as nobody timeout 5 busctl call org.zarn.Orvane /org/zarn/Orvane/Control1 org.zarn.Orvane.Control1 Pid \
         >/dev/null || fail "nobody gets through to the user service"
 }
@@ -71,9 +72,9 @@ one_message_too_large() {
     wait_for 20 "a client to be registered" grep -q ^session "$container_dir/watch.log"
     remember_system
     withstand_an_end "an answer over the bus's limit" attack oversize
-    # Without registering again.
+    # The client need not register again.
     expect_match "the session of the client that had one" "$(active_tasks)" 'a(sia{sv}) 0'
-    # Nobody has to call for that.
+    # This happens without a call.
     attack oversize
     wait_for 30 "the service manager to start it again" daemon_runs_again
     in_container pkill -x orvane-watch
@@ -84,7 +85,7 @@ daemon_runs_again() { daemon_is active && [ "$(main_pid)" != "$remembered_pid" ]
 types_that_are_paths() {
     register >/dev/null
     remember_system
-    # No file is looked for: they are what is unknown here.
+    # The daemon opens none of the files: to it these are unknown types.
     local unknown=org.freedesktop.DBus.Error.ServiceUnknown home=../../../../home/u
     withstand "types that are paths" expect_answer \
         "$(printf "%s $unknown\n" ./Sync .//Sync $home/pipe $home/variant $home/sparse)" \

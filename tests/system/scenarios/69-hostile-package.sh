@@ -1,6 +1,7 @@
 # shellcheck shell=bash
-# What packages of applications ship: entries that try to leave their line or the sandbox, to be another
-# application or the system, to be huge or to be many. The tasks of other applications are listed and start.
+# Packages of applications ship entries that try to break out of their line or of the sandbox, to be another
+# application or the system, to be huge or to be very many. The tasks of other applications are still listed
+# and can be started.
 
 applications=/usr/share/applications
 worker=/usr/libexec/notes/worker
@@ -41,7 +42,8 @@ nothing_leaves_its_place() {
     while read -r id; do
         [ "$id" = "$honest" ] || [ "$id" = com.example.Notes.task_index ] || refuse_to_start "$id"
     done <"$container_dir/available"
-    # One each, apart from the honest one's two; an entry whose id is none may be left out.
+    # Each entry has one task, and the honest application has two. An entry without a valid id may be left
+    # out.
     [ "$(wc -l <"$container_dir/available")" -ge 8 ] || fail "the hostile applications are not listed"
     expect_no_file $outside
 }
@@ -61,7 +63,7 @@ start_is_refused() {
     expect_match "the answer to Start of $1" "$(cat "$container_dir/answer")" "Call failed: *"
 }
 
-# Needs a daemon that reads others' files with care.
+# The daemon has to read these files without running into their traps.
 packages_that_are_large() {
     lay_large_packages
     in_container systemctl restart orvane.service
@@ -74,7 +76,7 @@ packages_that_are_large() {
 
 lay_large_packages() {
     local number package
-    # What deserialises these bytes ends.
+    # A program that deserialises these bytes crashes.
     package=/opt/app/com.example.Variant/current
     declare_task Variant com.example Variant "$worker sync"
     lay "$package/halcyn.pkg" <<<$'[certificate]\nid=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x5QUrl\\0\\xff\\xff\\xff\\xfe)'
@@ -89,11 +91,11 @@ lay_large_packages() {
     done
     declare_many_tasks 10000
     declare_mime_types
-    # The first of its name would win.
+    # The first file with a name would be used.
     declare_task aaa com.example Notes "$worker other"
 }
 
-# lay PATH: from the input.
+# lay PATH: writes the input into a file.
 lay() {
     mkdir -p "$container_dir/root${1%/*}"
     cat >"$container_dir/root$1"

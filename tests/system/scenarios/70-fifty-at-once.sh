@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Fifty tasks started at once: each call is answered, each task runs and is listed, each stops.
+# Fifty tasks are started at once: each call is answered, and each task runs, is listed and stops.
 
 count=50
 
@@ -30,7 +30,7 @@ scenario() {
 start_one() { start_task "com.example.Many.task_t$1" User s appuser; }
 stop_one() { stop_task "com.example.Many.task_t$1"; }
 
-# Runs a step for every task, all at the same time, and gathers what it prints.
+# Runs a command for every task at the same time, and collects the output.
 for_each_task() {
     local number callers=()
     : >"$container_dir/answers"

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# The per-user service sends whatever the bus takes: signals with other bodies, answers that cannot be passed
-# on, paths of the daemon's own objects, or nothing. Whoever calls gets an answer where one can be given,
-# and the daemon serves the others.
+# The per-user service sends everything that the bus lets through: signals with other arguments, answers that
+# cannot be forwarded, paths of the daemon's own objects, or nothing. Callers get an answer where there can be
+# one, and the daemon serves the others.
 
 control=/org/zarn/Orvane/Control1
 limit=$((32 * 1024 * 1024))
@@ -9,7 +9,7 @@ limit=$((32 * 1024 * 1024))
 prepare() {
     container_install "$ORVANE_BIN/unprivileged-user" /usr/local/bin/unprivileged-user 755
     container_install "$ORVANE_BIN/hostile-user-service" /usr/local/bin/hostile-user-service 755
-    # A user's, as on a device; the image lets only root's be one.
+    # The service belongs to a user, as on a device. The image's policy allows only root's.
     cat >"$container_dir/root/etc/dbus-1/system.d/user-service.conf" <<'END'
 <busconfig>
   <policy user="appuser">
@@ -21,7 +21,7 @@ END
 
 scenario() {
     in_container useradd outsider
-    # The bus closes its connection, too, when it sends too much.
+    # The bus also closes the service's connection when the service sends too much.
     in_container systemd-run --quiet --uid=appuser --unit=hostile-user-service --property=Restart=always \
         --property=RestartSec=0 --property=StartLimitIntervalSec=0 /usr/local/bin/hostile-user-service
     wait_for 20 "the user service" bus_name_is_owned org.zarn.Orvane.User
@@ -68,7 +68,7 @@ odd_answers() {
     done
 }
 
-# Around the size at which the answer to the client is larger than the answer to the daemon.
+# Sizes around the one at which the answer to the client becomes larger than the answer to the daemon.
 huge_answers() {
     local less
     for less in 400 200 160 128 112 96 80 64 48; do
@@ -76,7 +76,7 @@ huge_answers() {
     done
 }
 
-# register_at PATH: has the service answer with that path.
+# register_at PATH: makes the service answer with this path.
 register_at() {
     as outsider timeout 20 unprivileged-user types "any=$1"
 }
@@ -86,11 +86,11 @@ own_paths() {
     for path in /org/zarn/am /org/zarn/Teller/Hooks /org/zarn/Orvane/SystemControl1 $control $invoker \
         "$session"; do
         register_at "$path" >/dev/null
-        # Takes a forwarding object away, where one had been made.
+        # Removes the forwarding object if there is one.
         as outsider busctl call org.zarn.Orvane "$path" org.zarn.Orvane.TaskInvokerSession1 CloseSession \
             >/dev/null 2>&1 || true
     done
-    # Answered here, and refused: the service itself would answer with nothing.
+    # This is the daemon's own refusal, because the service would send an empty answer.
     expect_match "an outsider's Stop" \
         "$(as outsider busctl call org.zarn.Orvane $session org.zarn.Orvane.TaskInvokerSession1 Stop s a.b.task_c \
             2>&1 || true)" "*[Dd]enied*"
@@ -101,7 +101,7 @@ own_paths() {
 odd_paths() {
     register_at / >/dev/null
     register_at "/$(printf 'x%.0s' {1..100000})" >/dev/null
-    # Of a session that is not there yet, and of one that cannot be.
+    # A path that no session has yet, and one that no session can have.
     register_at ${session%Sync}Other >/dev/null
     register_at ${session%/Sync} >/dev/null
 }

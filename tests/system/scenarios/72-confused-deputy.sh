@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A member of "privileged" passes on hints that others gave them. What would become more than its argument,
-# value or name is refused with nothing written; odd but honest text arrives unchanged.
+# A member of "privileged" passes on hints from others. Hints that would become more than their argument,
+# value or name are refused, and nothing is written. Odd but valid texts arrive unchanged.
 
 task=com.example.Notes.task_sync
 line=$'a\nExecStartPre=+/usr/bin/touch /run/outside'
@@ -21,13 +21,13 @@ scenario() {
     withstand "honest text" honest_text_arrives
 }
 
-# start_as_member TASK STARTUP-INFO... HINT...: each map as busctl takes it, the number of entries first.
+# start_as_member TASK STARTUP-INFO... HINT...: each map in busctl's form, with the number of entries first.
 start_as_member() {
     as member busctl call org.zarn.Orvane $session org.zarn.Orvane.TaskInvokerSession1 Start 'sa{sv}a{sv}' \
         "$@" 2>&1
 }
 
-# refused HINT...: one, besides the user.
+# refused HINT...: a start with this hint and the user is refused.
 refused() { refused_start $task 0 2 User s appuser "$@"; }
 
 # refused_start TASK STARTUP-INFO... HINT...

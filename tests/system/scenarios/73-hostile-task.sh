@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A confined task that owns its one bus name tries to own others, to call what only others may, to tell the
-# daemon what only systemd and the bus may, and to write where the daemon does.
+# A confined task with one bus name tries to own others, to make calls that only others may make, to send the
+# daemon signals of systemd and of the bus, and to write files where the daemon does.
 
 attack=com.example.Hostile.task_attack
 victim=com.example.Notes.task_sync
@@ -30,7 +30,7 @@ scenario() {
 run_the_task() {
     expect_equal "the answer to Start" "$(start_task $attack User s appuser DBusService s $name)" "i 0"
     wait_for 20 "the task to have tried everything" task_is_done
-    # It may have been forgotten already; its files are removed all the same.
+    # The daemon may have forgotten the task already, but its files are removed in any case.
     stop_task $attack >/dev/null 2>&1 || true
 }
 

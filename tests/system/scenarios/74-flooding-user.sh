@@ -1,6 +1,7 @@
 # shellcheck shell=bash
-# A local user without any rights sends 100,000 small calls of a kind over one connection, none of which wants
-# an answer: the bus limits only those that do. Others are served meanwhile, and nothing is left of it.
+# A local user without any rights sends 100,000 small calls over one connection, none of which wants an
+# answer, because the bus limits only calls that want one. Meanwhile the daemon serves others, and afterwards
+# nothing is left of the attack.
 
 prepare() {
     container_install "$ORVANE_BIN/unprivileged-user" /usr/local/bin/unprivileged-user 755

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Three hundred tasks that live 0 to 50 ms: orvanectl misses no start and no end of them, and tells of none
-# twice; and who waits for a start is told what came of it.
+# Three hundred tasks that run for 0 to 50 ms: orvanectl watch misses no start and no end, and prints none
+# twice. orvanectl start --wait prints how each task ended.
 
 count=300
 app=com.example.Short
@@ -17,7 +17,7 @@ prepare() {
                 $number $((number % 51)) $((number % 7 == 0 ? 3 : 0))
         done
     } >"$container_dir/root/usr/share/applications/$app.desktop"
-    # The sandbox alone takes longer than these tasks live.
+    # The sandbox is replaced, because it takes longer to start than these tasks run.
     rm "$container_dir/root/usr/bin/firejail"
     # shellcheck disable=SC2016
     printf '#!/bin/sh\nwhile [ "$1" != -- ]; do shift; done\nshift\nexec "$@"\n' >"$container_dir/firejail"
@@ -53,12 +53,12 @@ watch_many() {
     expect_equal "their status" "$(jq -r 'select(.event == "failed").exitStatus' "$container_dir/events" | sort -u)" 3
 }
 
-# The tasks of one kind of event.
+# The tasks of the events of one kind.
 told() { jq -r "select(.event == \"$1\").task" "$container_dir/events"; }
 
 ends_are() { [ "$(grep -cE '"event":"(ended|failed)"' "$container_dir/events")" -ge "$1" ]; }
 
-# Waiting for a task gives the end of each, at once or within its second.
+# --wait prints the end of each task, because each ends within the second that --wait waits.
 wait_for_some() {
     local number
     for ((number = 1; number <= 7; number++)); do

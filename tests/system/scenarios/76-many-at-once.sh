@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Fifty and three hundred tasks started at once by one program: no wrong answer, and a few reloads for all of them.
-# Prints how long it takes, beside one reload and as many starts of the same units without the daemon.
+# One program starts fifty and three hundred tasks at once: no wrong answer, and a few reloads for all of
+# them. Prints how long it takes, beside one reload and as many starts of the same units without the daemon.
 
 most=300
 
@@ -23,10 +23,10 @@ scenario() {
     burst $most 6
 }
 
-# burst COUNT RELOADS: starts so many tasks with at most so many reloads, and stops them.
+# burst COUNT RELOADS: starts COUNT tasks, which must cause at most RELOADS reloads, and stops them.
 burst() {
     local count=$1 reloads answers errors tasks_ms units_ms
-    # The manager says when it reloads.
+    # systemd logs each reload.
     in_container journalctl --sync
     reloads=$(count_reloads)
     read -r answers errors tasks_ms < <(in_container start-burst tasks "$count" com.example.Many.task_t appuser)

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Faults that keep a task or an application from starting: of each, orvanectl why names the gate, and the
-# command that it prints, run as it is, opens the gate.
+# Faults that keep a task or an application from starting. For each, orvanectl why names the gate, and the
+# command that it prints opens the gate.
 
 task=com.example.Notes.task_sync
 index=com.example.Notes.task_index
@@ -9,7 +9,8 @@ entry=$apps/com.example.Notes.desktop
 permissions=/etc/sailjail/permissions
 bus_policy=/usr/share/dbus-1/system.d/org.zarn.Orvane.conf
 
-# Each: the fault, the gate that is shut, and who is asked about what where it is not root about the task.
+# Each line has the fault and the gate that it shuts, and the question where it is not root's question about
+# the task.
 faults() {
     while read -r fault gate question; do
         [ -z "$fault" ] || examine "$fault" "${gate//_/ }" "$question"
@@ -74,7 +75,7 @@ fault_program_is_not_executable() { run chmod a-x /usr/libexec/notes/worker; }
 fault_program_has_moved() { run mv /usr/libexec/notes/worker /usr/libexec/worker; }
 fault_program_has_no_path() { edit 's#/usr/libexec/notes/worker#worker#'; }
 fault_program_is_a_script() {
-    # In the sandbox the shell finds no other program.
+    # The shell finds no other program in the sandbox.
     printf '#!/bin/sh\nkill -STOP $$\n' >"$container_dir/script"
     container_install "$container_dir/script" /usr/libexec/notes/script 755
     edit 's#/worker#/script#'
@@ -136,7 +137,7 @@ scenario() {
     [ "$count" -ge 15 ] || fail "only $count faults"
 }
 
-# Everything as it should be, whatever the fault and its cure were.
+# Restores everything, whatever the fault and its cure were.
 mend() {
     run bash -c "
         rm -rf $apps/notes $apps/notes.desktop /usr/local/share/applications /root/.local \
@@ -159,7 +160,7 @@ what_works_has_no_shut_gate() {
     expect_equal "its gates that are not open" "$(jq -r '.gates[] | select(.answer != "yes").gate' <<<"$said")" ""
 }
 
-# why ID [OPTION...]: sets said. Asks as what is in the array as.
+# why ID [OPTION...]: asks with the command in the array "as", and sets "said".
 as=()
 why() { said=$(in_container "${as[@]}" orvanectl why "$@" --json); }
 
@@ -176,7 +177,7 @@ examine() {
         --*) read -ra options <<<"$3" ;;
     esac
     "fault_$fault"
-    # The daemon looks at files that change one after another every now and then, not at each.
+    # The daemon waits for a while when files change one after another, and reads them together.
     wait_for 5 "$fault to be noticed" is_shut "$about" "${options[@]}" || fail "no gate is shut: $said"
     expect_equal "the gate of $fault" "$(jq -r .firstShut <<<"$said")" "$gate"
     cure=$(jq -r --arg gate "$gate" '.gates[] | select(.gate == $gate).cure' <<<"$said")
@@ -189,7 +190,7 @@ examine() {
     mend
 }
 
-# expect_start FAULT [--user USER]: that the task can be started, by whoever asked.
+# expect_start FAULT [--user USER]: the task can be started, by the same user.
 expect_start() {
     local fault=$1
     shift

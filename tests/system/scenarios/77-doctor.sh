@@ -1,11 +1,11 @@
 # shellcheck shell=bash
-# orvanectl doctor: finds nothing missing on a system that has everything; and when one thing is broken it says
-# no to that one, and the command that it prints mends it.
+# orvanectl doctor finds nothing missing on a system that has everything. When one thing is broken it says
+# "no" for this gate alone, and the command that it prints repairs it.
 
 app=com.example.Notes
 binds=sailjail-prepare-binds.service
 sandbox=/usr/bin/firejail
-# A copy of it.
+# A copy of the sandbox.
 adapter=/usr/local/lib/adapter
 policy=/usr/share/dbus-1/system.d/org.zarn.Orvane.conf
 activation=/usr/share/dbus-1/system-services/org.zarn.Orvane.service
@@ -22,7 +22,8 @@ scenario() {
     stop_the_bus
 }
 
-# Has the doctor look; found_with ANSWER and cure_of GATE tell what was found: gates, each in a line.
+# Runs the doctor. found_with ANSWER prints the gates with this answer, each in a line, and cure_of GATE
+# prints the command for a gate.
 examine() { in_container orvanectl doctor --json >"$container_dir/found" || true; }
 found_with() { jq -r --arg answer "$1" '.gates[] | select(.answer == $answer).gate' "$container_dir/found"; }
 cure_of() { jq -r --arg gate "$1" '.gates[] | select(.gate == $gate) | .cure // ""' "$container_dir/found"; }
@@ -32,8 +33,8 @@ doctor_says() {
 }
 in_shell() { in_container sh -c "$1"; }
 
-# lacks GATE [UNDO]: doctor says no to this gate alone. What it prints mends it; where it prints nothing,
-# the shell command UNDO does.
+# lacks GATE [UNDO]: doctor says "no" for this gate alone, and the command that it prints repairs it. With
+# UNDO it prints no command, and the shell command UNDO repairs it.
 lacks() {
     local gate=$1 undo=${2:-} cure
     examine
@@ -54,7 +55,7 @@ reload_bus() {
     in_container busctl --quiet call org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus ReloadConfig
 }
 
-# The platform's user manager, until it is started.
+# The image has no user manager, which the scenario then starts.
 what_the_image_lacks() {
     expect_equal "what the image lacks" "$(doctor_says no)" "list of users"
     start_peer fake-user-manager org.sailfishos.usermanager list 0 100000
@@ -103,7 +104,8 @@ break_the_daemon() {
     lacks "task types" "mv /tmp/Sync.conf /usr/share/orvane/task-types/"
 }
 
-# replace_sandbox LINE...: a program that does this before it is the real one.
+# replace_sandbox LINE...: puts a script in the sandbox's place, which runs these lines and then the real
+# program.
 replace_sandbox() {
     in_container rm $sandbox
     printf '%s\n' '#!/bin/sh' "$@" "exec $adapter \"\$@\"" | in_container tee $sandbox >/dev/null
@@ -151,7 +153,7 @@ break_sessions() {
         until busctl status org.sailfishos.usermanager >/dev/null 2>&1; do sleep 0.05; done"
 }
 
-# image_says FILTER: of what doctor says of the container's files from outside.
+# image_says FILTER: filters the doctor's output about the container's files, when it runs outside.
 image_says() {
     { "$ORVANE_BIN/orvanectl" doctor --json --root "$container_dir/root" || true; } | jq -r "$1"
 }

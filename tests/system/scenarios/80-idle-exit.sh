@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The daemon leaves by itself when nobody needs it, and not before; tasks run on.
+# The daemon ends when nobody needs it, and not before. Its tasks run on.
 
 task=com.example.Notes.task_sync
 

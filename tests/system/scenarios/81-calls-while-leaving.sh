@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A client that calls just when the daemon leaves is answered, and one that registers just then keeps
-# its session: 500 idle exits long, with the bus and systemd starting the daemon again each time.
+# A client that calls at the moment when the daemon leaves is answered, and one that registers then keeps its
+# session. This holds for 500 idle exits, after each of which the bus and systemd start the daemon again.
 
 scenario() {
     container_install "$ORVANE_BIN/persistent-caller" /usr/local/bin/persistent-caller 755

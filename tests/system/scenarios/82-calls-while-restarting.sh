@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Restarts, as an upgrade makes one, lose neither a call nor a session.
+# Restarts, such as that of an upgrade, lose no call and no session.
 
 scenario() {
     container_install "$ORVANE_BIN/persistent-caller" /usr/local/bin/persistent-caller 755

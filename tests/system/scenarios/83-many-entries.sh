@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# A thousand applications, each with a task, and some dozens of tasks that run: the tool's list takes no longer
-# than systemctl takes for the same facts (units, processes, moments, what starts at boot), measured side by
-# side. systemctl's list of units alone is shown beside it: it reads no desktop entry.
+# A thousand applications with a task each, and some dozens of running tasks: the tool's list takes about as
+# long as systemctl takes for the same facts (units, processes, times, what starts at boot). systemctl's list
+# of units alone, which reads no desktop entries, is shown beside it.
 
 count=1000
 running=36
@@ -26,7 +26,7 @@ systemctl list-units
 systemctl show --property=Id,MainPID,StateChangeTimestamp 'ov_task.*'
 systemctl list-unit-files 'ov_task.*'
 SCRIPT
-    # Prints the times of each command in microseconds, a line a command; they take turns.
+    # Runs the commands alternately and prints the times of each in microseconds, a line for each command.
     cat >"$container_dir/measure" <<'SCRIPT'
 #!/bin/bash
 runs=$1
@@ -54,7 +54,7 @@ scenario() {
     wait_for 60 "tasks to run" running_are $running
     expect_equal "tasks" "$(in_container orvanectl tasks --json | jq '[.tasks[].task | select(contains("Many"))] | length')" \
         $count
-    # The best of three: what else the machine does makes times longer, never shorter.
+    # The best of three tries counts, because other work of the machine can only make times longer.
     for try in 1 2 3; do
         measure
         [ $((tool * 100)) -gt $((facts * most_percent)) ] || return 0
@@ -75,7 +75,7 @@ measure() {
         "systemctl list-units alone $(shortest "${times[2]}"), $(median "${times[2]}")"
 }
 
-# Of numbers between blanks.
+# These take numbers separated by blanks.
 sorted() { xargs -n 1 <<<"$1" | sort -n; }
 shortest() { sorted "$1" | head -n 1; }
 median() { sorted "$1" | sed -n "$(((runs + 1) / 2))p"; }

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# orvanectl show and top tell of a real task: unit, state, processes, what they take, how it ended, its
-# log; to root and to somebody who may not read the journal.
+# orvanectl show and top describe a real task: unit, state, processes, their resources, how it ended and its
+# log. Root runs them, and a user who may not read the journal.
 
 task=com.example.Notes.task_sync
 
@@ -18,7 +18,7 @@ scenario() {
 
 worker_works() { in_container journalctl -o cat -u "$(unit_of $task)" | grep -qx working; }
 
-# shown FILTER: of what show tells now.
+# shown FILTER: filters the present output of show.
 shown() { in_container orvanectl show $task --json | jq -r "$1"; }
 
 expect_shown() {
@@ -33,7 +33,7 @@ expect_shown() {
     expect_equal "the line of Exec" "$(shown '.keys[] | select(.key == "Exec").line')" "${line%%:*}"
     expect_equal "its last log lines" "$(shown '[.log[].text | select(. == "working")] | length')" 1
     expect_equal "a result before the end" "$(shown .result)" null
-    # The sandbox made the worker.
+    # The worker is a child of the sandbox.
     expect_equal "the processes" "$(shown '.processes | map(.pid) | sort | join(" ")')" \
         "$(in_container systemctl status "$(unit_of $task)" | sed -n 's/^ *[│ ]*[├└]─ *\([0-9]*\) .*/\1/p' | sort -n | paste -sd' ')"
     expect_equal "the main process above all others" \
@@ -42,8 +42,8 @@ expect_shown() {
     expect_equal "the worker among them" "$(shown '[.processes[].command | select(contains("/worker"))] != []')" true
 }
 
-# Also where systemd keeps no account, as without the control groups for it. The time is counted in
-# ticks of 10 ms then, and the example needs less: what matters is that there is a number.
+# There is a processor time even where systemd has none, as without the control groups for it. Then it is
+# counted in ticks of 10 ms, and the example needs less, so that only the number's presence is checked.
 expect_taken() {
     expect_equal "what it takes" \
         "$(shown '.memoryBytes > 100000 and .memoryBytes < 1000000000 and .cpuNanoseconds >= 0')" true

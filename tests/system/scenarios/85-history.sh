@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Runs of a task that end in different ways, before and after restarts, a reboot and a power cut:
-# orvanectl history tells of each, with the time that it took.
+# Runs of a task end in different ways, before and after restarts, a reboot and a power cut. orvanectl history
+# lists each of them with its duration.
 
 app=com.example.Past
 
@@ -18,18 +18,18 @@ prepare() {
 
 scenario() {
     start_daemon
-    tell_of_ends
-    tell_of_restarts
-    tell_of_boots
-    tell_on_a_terminal
-    tell_of_none
-    tell_others
+    list_ends
+    list_restarts
+    list_boots
+    list_on_a_terminal
+    list_none
+    refuse_others
     read_an_image
 }
 
 history_of() { in_container orvanectl history "$app.task_$1" --json "${@:2}"; }
 
-# told TASK: the state of each run and how it ended, one in a line.
+# told TASK: the state of each run and how it ended, a line for each.
 told() { history_of "$1" | jq -r '.runs[] | .state + ": " + .reason'; }
 
 now_us() { local now=${EPOCHREALTIME/./}; echo "${now/,/}"; }
@@ -39,8 +39,8 @@ start() {
     in_container orvanectl start "$app.task_$1" --user appuser "${@:2}"
 }
 
-# expect_duration TASK LEAST: the last run lasted so many microseconds at least, and at most the time
-# since it was begun.
+# expect_duration TASK LEAST: the last run lasted at least LEAST microseconds, and at most the time since its
+# start.
 expect_duration() {
     local lasted most
     most=$(($(now_us) - begun))
@@ -49,7 +49,7 @@ expect_duration() {
         || fail "the run of $1 lasted $lasted us, expected $2 to $most us"
 }
 
-tell_of_ends() {
+list_ends() {
     start good
     wait_for 20 "the end" unit_is $app.task_good inactive
     expect_equal "a success" "$(told good)" "ended: exit status 0"
@@ -64,13 +64,13 @@ tell_of_ends() {
     in_container systemctl kill --signal=KILL "$(unit_of $app.task_long)"
     wait_for 20 "the failure" unit_is $app.task_long failed
     expect_equal "a signal" "$(told long)" "failed: killed by signal 9 (Killed)"
-    # As long as --wait has waited.
+    # --wait has waited for about this time.
     expect_duration long 900000
     expect_equal "its signal" "$(history_of long | jq '.runs[0].signal')" 9
 }
 
-# The run goes on while the daemon, systemd and the journal are replaced.
-tell_of_restarts() {
+# A run continues while the daemon, systemd and the journal are restarted.
+list_restarts() {
     start long --wait >/dev/null
     in_container systemctl restart orvane.service
     in_container systemctl daemon-reexec
@@ -82,11 +82,12 @@ tell_of_restarts() {
     expect_equal "the number of runs" "$(told long | wc -l)" 2
 }
 
-# Whether systemd counts a stop as a failure depends on the status that the sandbox ends with.
+# Only the reason is compared, because the sandbox's exit status decides whether systemd counts a stop as a
+# failure.
 last_reason() { history_of "$1" | jq -r '.runs[-1].reason'; }
 last_is() { [ "$(last_reason "$1")" = "$2" ]; }
 
-tell_of_boots() {
+list_boots() {
     start long --wait >/dev/null
     container_stop
     container_boot
@@ -109,15 +110,15 @@ tell_of_boots() {
         "STARTED * LASTED  CPU TIME * PEAK  RESULT*killed by signal 9 (Killed)*stopped*stopped*ended with the boot, not known how*running"
 }
 
-# A terminal of eighty columns: nothing wraps.
-tell_on_a_terminal() {
+# No line wraps on a terminal of eighty columns.
+list_on_a_terminal() {
     local shown
     shown=$(in_container script -qec "stty cols 80 rows 50; orvanectl history $app.task_long" /dev/null | tr -d '\r')
     expect_match "the table on a terminal" "$shown" "STARTED*ended with the boot, not known how*running"
     expect_equal "lines that are too wide" "$(awk 'length > 80' <<<"$shown")" ""
 }
 
-tell_of_none() {
+list_none() {
     local said status=0
     said=$(in_container orvanectl history $app.task_never 2>&1) || fail "a task that has not run yet is an error: $said"
     expect_match "a task that has not run yet" "$said" "orvanectl: the journal has no run of $app.task_never; see: *"
@@ -126,8 +127,8 @@ tell_of_none() {
     expect_match "a task that is not declared" "$said" "orvanectl: no installed application declares the task $app.task_none; *"
 }
 
-# Who may not read the journal is told so; who is in the group sees what root sees.
-tell_others() {
+# Users who may not read the journal are told so. Members of its group see what root sees.
+refuse_others() {
     local said status=0
     said=$(as appuser orvanectl history $app.task_bad 2>&1) || status=$?
     expect_equal "the status for those who may not read it" $status 1
@@ -137,7 +138,7 @@ tell_others() {
         "$(as nobody orvanectl history $app.task_bad --json)" "$(history_of bad)"
 }
 
-# Nothing of an image goes on, whatever its last entry is.
+# No run of an image is still running, whatever its last entry is.
 read_an_image() {
     in_container journalctl --sync
     in_container mkdir -p /tmp/image/var/log

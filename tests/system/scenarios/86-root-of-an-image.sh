@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What the tool says of a system from outside, by --root, is what it says inside, when the system runs: of
-# entries, task types, permissions, programs, autostart settings and users of that system alone, and along
-# links that are absolute in it.
+# With --root the tool says the same about a system from outside as it says inside the running system. It
+# reads the entries, task types, permissions, programs, autostart settings and users of that system alone, and
+# follows absolute links within it.
 
 root() { echo "$container_dir/root"; }
 
@@ -10,9 +10,9 @@ prepare() {
     tree=$(root)
     container_install /bin/true /opt/only-here/worker 755
     entry /usr/local/share/applications/com.example.Local.desktop Local "/opt/only-here/worker local"
-    # The first folder's counts.
+    # The entry in the first folder is used.
     entry /usr/share/applications/com.example.Local.desktop Local "/opt/only-here/worker shadowed"
-    # Links that lead nowhere outside, and one that leads to something else there.
+    # Links that would lead nowhere outside, and one that would lead to another file there.
     entry /opt/linked/linked.desktop Linked /opt/program-link
     ln -s /opt/linked/linked.desktop "$tree/usr/share/applications/com.example.Linked.desktop"
     ln -s /opt/only-here/worker "$tree/opt/program-link"
@@ -74,8 +74,8 @@ scenario() {
         "$(jq -r ".findings[].file" "$container_dir/printed" | grep -cE 'os-version-support.cfg|shipped.conf')" 3
 }
 
-# Run inside and outside; what both print, the exit status included, has to be the same but for the root in
-# front of files, and for what only a system that runs can say.
+# Runs the tool inside and outside. Output and exit status have to be the same, apart from the root in front
+# of paths and from what only a running system can say.
 says_the_same() {
     in_container orvanectl "$@" --json >"$container_dir/printed" 2>"$container_dir/errors" || echo "status $?" >>"$container_dir/errors"
     told <"$container_dir/printed" >"$container_dir/inside"
@@ -87,7 +87,7 @@ says_the_same() {
     diff "$container_dir/inside" "$container_dir/outside" || fail "orvanectl $* says something else by --root"
 }
 
-# Without what is asked of systemd.
+# Removes what the tool gets from systemd.
 told() {
     jq --sort-keys 'if .tasks then .tasks |= map(del(.state, .pid, .since)) else . end
         | if .keys then del(.unit, .state, .since, .pid, .atBoot, .log, .noLogBecause, .result, .processes) else . end'

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Who may switch autostart: root, and users of the group "privileged", however they belong to it.
-# Everybody may read.
+# Root and members of the group "privileged", however they belong to it, may switch autostart. Everybody may
+# read.
 
 app=com.example.Notes
 interface=org.freedesktop.DBus.Error
@@ -20,7 +20,7 @@ scenario() {
     done
 
     expect_refused outsider SetEnabled isb 100000 $app true
-    # The caller is looked at before what he asks for.
+    # The caller is checked before the arguments.
     expect_refused outsider SetEnabled isb -- -5 $app true
     expect_equal "what an outsider reads" "$(call_as outsider GetEnabled i 100000)" "as 0"
     expect_equal "a user below all users" "$(call_as root SetEnabled isb -- -5 $app true 2>&1 || true)" \

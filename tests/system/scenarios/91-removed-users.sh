@@ -1,5 +1,6 @@
 # shellcheck shell=bash
-# Settings of users that are gone go when the daemon starts; without a usable list of users none does.
+# When the daemon starts it removes the settings of users who no longer exist. Without a usable list of users
+# it removes none.
 
 app=com.example.Notes
 

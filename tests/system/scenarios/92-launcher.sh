@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# At the start of a real user session the shipped unit starts what the user wants started, once:
-# applications through the service that launches them, links through xdg-open with the URL as its one
-# argument. What it started lives on.
+# At the start of a real user session the shipped unit starts the user's autostart applications, once:
+# applications through the service that launches them, links through xdg-open with the URL as its only
+# argument. What it has started runs on.
 
 url='https://example.com/?q=a b&c="$HOME";`id`%20\n'
 
@@ -38,7 +38,7 @@ scenario() {
     expect_equal "what the service was asked for" "$(asked_for)" "Start"$'\n'"Start com.example.Notes"
     in_container pgrep -u appuser -f '^sleep 4711$' >/dev/null || fail "what was opened did not live on"
 
-    # Whatever else happens in the session: once is enough.
+    # Nothing is started a second time in the same session.
     as_appuser systemctl --user start default.target
     expect_equal "what the service was asked for in all" "$(asked_for)" \
         "Start"$'\n'"Start com.example.Notes"
@@ -49,7 +49,7 @@ as_appuser() {
         env HOME=/home/appuser XDG_RUNTIME_DIR=/run/user/100000 "$@"
 }
 
-# Starts the service manager of appuser, as a login does.
+# Starts the service manager of the user appuser, as a login does.
 session_starts() {
     in_container systemctl start user@100000.service
     wait_for 20 "the launcher to have done its work" launcher_is_done
@@ -62,7 +62,7 @@ launcher_is_done() {
     [ "$(as_appuser systemctl --user show --value -p SubState orvane-launcher.service)" = exited ]
 }
 
-# But for the user manager that the container has none of.
+# Without the line about the user manager, which the container does not have.
 launcher_log() {
     in_container journalctl --no-pager -o cat -t orvane _UID=100000 \
         | grep -v "couldn't get available users list:" || true

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Removing an application's package leaves no unit, policy, autostart file or process of it behind, and
-# nothing of another application is touched.
+# Removing an application's package removes its units, policies, autostart files and processes, and nothing of
+# another application.
 
 sync=com.example.Notes.task_sync
 index=com.example.Notes.task_index
@@ -10,7 +10,7 @@ prepare() {
     local package=$container_dir/root/root/package notes=$container_source/examples/notes
     sed 's/ApplicationName=Notes/ApplicationName=Other/' "$notes/com.example.Notes.desktop" \
         >"$container_dir/root/usr/share/applications/com.example.Other.desktop"
-    # The example comes as a package here; the worker stays for the other application.
+    # Here the example is a package. The worker stays, because the other application uses it.
     rm "$container_dir/root/usr/share/applications/com.example.Notes.desktop"
     mkdir -p "$package/DEBIAN" "$package/usr/share/applications"
     cp "$notes/com.example.Notes.desktop" "$package/usr/share/applications/"
