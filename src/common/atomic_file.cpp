@@ -18,7 +18,8 @@
 
 namespace {
 
-// The bus daemon reads its policies as another user, whatever the umask of this process.
+// Files are readable for everybody, because the bus daemon reads its policies as another user. The
+// umask is not applied.
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t everybodyReads = ownerOnly | S_IRGRP | S_IROTH;
 
@@ -34,20 +35,20 @@ bool isTemporaryName(const QByteArray &name)
            });
 }
 
-// Whether no process has the file open for writing. The kernel grants a lease for reading only
-// then; where it grants none at all, the file counts as being written.
+// Whether no process has the file open for writing: only then does the kernel grant a read lease.
+// On a file system without leases the file counts as being written.
 bool isWrittenByNobody(int fd)
 {
-    // Who opens the file for writing in this very moment makes the kernel send a signal. The usual
-    // one would end the process.
+    // A process that opens the file for writing during the lease makes the kernel send a signal to
+    // this process. The default one, SIGIO, would end the process; SIGURG is ignored.
     if (::fcntl(fd, F_SETSIG, SIGURG) != 0 || ::fcntl(fd, F_SETLEASE, F_RDLCK) != 0)
         return false;
     ::fcntl(fd, F_SETLEASE, F_UNLCK);
     return true;
 }
 
-// The mode of a regular file of this process's user that has one name and that nobody writes to.
-// Nothing for anything else.
+// The mode of a regular file that belongs to this process's user, has one name, and is not being
+// written; nothing for any other file.
 std::optional<mode_t> modeOfAbandonedFile(const QString &path)
 {
     const int fd =
@@ -63,8 +64,9 @@ std::optional<mode_t> modeOfAbandonedFile(const QString &path)
     return isAbandoned ? std::optional<mode_t>(status.st_mode & modeBits) : std::nullopt;
 }
 
-// A device or a pipe cannot be replaced by a file: a unit that is masked by a link to /dev/null
-// would cost the system its /dev/null. Opened so that a pipe without a reader does not block.
+// Writes to a device or a pipe without replacing it: replacing the target of a unit that is masked
+// by a link to /dev/null would remove /dev/null. Opened without blocking, for a pipe that has no
+// reader.
 FileWrite writeInPlace(const QByteArray &path, const QByteArray &text)
 {
     const int fd = ::open(path.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
@@ -79,8 +81,8 @@ FileWrite writeInPlace(const QByteArray &path, const QByteArray &text)
     return file.write(text) == text.size() ? FileWrite::Written : FileWrite::Incomplete;
 }
 
-// Whether a failed look means that nothing has the name: a link to itself leads to nothing, and no
-// file has a name that is too long.
+// Whether the error means that there is no such file. This includes a link to itself and a name
+// that is too long.
 bool meansNothing(int error) { return error == ENOENT || error == ELOOP || error == ENAMETOOLONG; }
 
 enum class Found { Nothing, File, Directory, Special, Unknown };
@@ -98,8 +100,9 @@ Found foundAt(const QByteArray &path, OddPlaces places)
     return S_ISREG(status.st_mode) ? Found::File : Found::Special;
 }
 
-// What a link leads to, or the path itself. After 128 links this assumes a loop and says the link
-// itself. Nothing when the system does not tell, because a link must not be taken for a file.
+// The target of a link, through all further links, or the path itself. After 128 links it assumes a
+// loop and returns `path`. Nothing when a link cannot be read, because it must not be mistaken for
+// a file.
 std::optional<QByteArray> endOfLinks(const QByteArray &path)
 {
     constexpr int mostLinks = 128;
@@ -134,20 +137,20 @@ bool completeFile(int fd, const QByteArray &text, FileReaders readers)
     return writeAll(fd, text) && ::fchmod(fd, mode) == 0 && ::fsync(fd) == 0;
 }
 
-// A file that says that nobody may write it stays, although its directory would let it go.
+// A read-only file is not replaced, although its directory would permit it.
 bool mayBeReplaced(const QByteArray &path)
 {
     return ::access(path.constData(), W_OK) == 0 || meansNothing(errno);
 }
 
-/// How a file took its place.
+/// The result of renaming a file into place.
 enum class Placing {
     Failed,
-    /// What was there has the other name now.
+    /// The names were exchanged; the old file now has the temporary name.
     Exchanged,
-    /// Nothing was there.
+    /// There was no old file.
     New,
-    /// What was there is gone, because the file system cannot exchange names.
+    /// The old file is gone, because the file system cannot exchange names.
     Replaced,
 };
 
@@ -163,8 +166,8 @@ Placing place(const QByteArray &from, const QByteArray &to)
     return reason == ENOENT ? Placing::New : Placing::Replaced;
 }
 
-// The disk did not take the file's name. Whoever asked is told of a failure, and so the earlier
-// file has to be there.
+// Undoes the rename after the directory could not be synced: the caller is told that the write
+// failed, so the old file has to be there.
 void takeBack(Placing placing, const QByteArray &temporary, const QByteArray &target)
 {
     if (placing == Placing::Exchanged)
@@ -192,7 +195,7 @@ PreparedFile::~PreparedFile()
 {
     if (!m_temporary.isEmpty())
         ::unlink(m_temporary.constData());
-    // Only now: to others the file is being written until it has its name.
+    // Closed last, because an open file counts as being written for isOwnAndNotWritten().
     if (m_fd >= 0)
         ::close(m_fd);
 }
@@ -206,12 +209,11 @@ FileWrite PreparedFile::prepare(const QByteArray &text, FileReaders readers, Odd
         m_target = *target;
     }
     const QByteArray folder = m_target.left(m_target.lastIndexOf('/') + 1);
-    // Open before anything changes: without a free descriptor nothing does.
+    // Opened before anything changes, so that a lack of file descriptors changes nothing.
     m_directory = std::make_unique<HeldDirectory>(QFile::decodeName(folder));
     if (!m_directory->isHeld())
         return FileWrite::CannotOpen;
-    // A short name of its own: with the target's in it, a target whose name is as long as names can
-    // be could not be written.
+    // A short name that does not contain the target's name, which may be as long as names can be.
     QByteArray temporary = folder + temporaryPrefix + "XXXXXX";
     m_fd = ::mkostemp(temporary.data(), O_CLOEXEC);
     if (m_fd < 0)
@@ -232,7 +234,8 @@ FileWrite PreparedFile::takePlace()
     const bool isOnDisk = m_directory->sync();
     if (!isOnDisk)
         takeBack(placing, m_temporary, m_target);
-    // Under the temporary name there is now what the file has replaced, or what was taken back.
+    // After an exchange, the temporary name belongs to the old file, or to the new one if it was
+    // undone; the destructor removes it.
     if (placing != Placing::Exchanged)
         m_temporary.clear();
     return isOnDisk ? FileWrite::Written : FileWrite::Incomplete;

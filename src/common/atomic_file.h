@@ -8,76 +8,75 @@
 
 class HeldDirectory;
 
-/// How writeFileAtomically() ended.
+/// The result of writing a file.
 enum class FileWrite {
     Written,
     /// The file could not be opened for writing; nothing changed.
     CannotOpen,
-    /// The file could be opened but not written to the end, or the disk did not take its name; what
-    /// was there before still is, unless the file system cannot exchange two names.
+    /// The file could not be written completely or its name could not be synced to the disk. The
+    /// old content is kept, unless the file system cannot exchange two names.
     Incomplete,
 };
 
-/// Who may read a file besides the daemon.
+/// Who may read the file besides its owner.
 enum class FileReaders { Everybody, Nobody };
 
-/// What becomes of a symbolic link, a pipe or a device in the place of a file.
+/// What to do when the path is a symbolic link, a pipe or a device.
 enum class OddPlaces {
-    /// It stays, and what it leads to takes the text.
+    /// Keep it: write to the target of the link, or into the pipe or device.
     WrittenThrough,
-    /// The file takes its name; what a link leads to stays as it is.
+    /// Replace it with the file. The target of a link is not touched.
     Replaced,
 };
 
-/// A new text for a file, on the disk but not yet in the file's place: for texts that belong
-/// together, of which none may take its place before all are written. Unless it takes it, it is
-/// gone with this object.
+/// A new file on the disk that does not have its final name yet: for files that belong together,
+/// where all have to be written before the first one is replaced. Removed by the destructor unless
+/// commit() succeeded. Usable from any thread, by one at a time.
 class PreparedFile
 {
 public:
-    /// Writes the text beside the file, to the disk.
-    /// @param path absolute path; its directory must exist.
+    /// Writes the text to a temporary file in the same directory and syncs it.
+    /// @param path absolute path of the final file; its directory must exist.
     PreparedFile(const QString &path, const QByteArray &text,
                  FileReaders readers = FileReaders::Everybody,
                  OddPlaces places = OddPlaces::WrittenThrough);
     ~PreparedFile();
     Q_DISABLE_COPY(PreparedFile)
 
-    /// Whether the text could be written so far. A device or a pipe is only written by
-    /// takePlace().
+    /// Whether the text could be written so far. To a device or a pipe, only commit() writes.
     [[nodiscard]] FileWrite state() const { return m_state; }
-    /// Puts the text in the file's place, in one step. To be called once.
+    /// Renames the file to its final name, atomically, and syncs the directory. To be called once.
     [[nodiscard]] FileWrite takePlace();
 
 private:
     [[nodiscard]] FileWrite prepare(const QByteArray &text, FileReaders readers, OddPlaces places);
 
     QByteArray m_target;
-    /// Of the target, which is put on the disk with the file's name in it.
+    /// The directory of the target, which is synced after the rename.
     std::unique_ptr<HeldDirectory> m_directory;
     FileWrite m_state = FileWrite::Written;
-    /// The text for what no file can take the place of.
+    /// The text for a device or a pipe, which cannot be replaced.
     std::optional<QByteArray> m_inPlace;
-    /// Empty when there is none any more.
+    /// Path of the temporary file; empty when there is none.
     QByteArray m_temporary;
     int m_fd = -1;
 };
 
-/// Writes a file that readers never see half-written, also after a crash at any instant: the text
-/// goes to a new file beside it, `.orvane.` and six characters, to the disk, and then takes the
-/// name. Its directory is on the disk, too, before this returns. The file is writable by its owner.
-/// Where a pipe or a device is written to, nothing of this can be promised.
+/// Replaces a file atomically: readers never see a half-written file, even after a crash. The text
+/// is written to a temporary file in the same directory, `.orvane.` and six characters, which is
+/// synced and renamed; the directory is synced before this returns. The file is writable by its
+/// owner. For a pipe or a device none of this holds. Usable from any thread.
 /// @param path absolute path; its directory must exist.
 [[nodiscard]] FileWrite writeFileAtomically(const QString &path, const QByteArray &text,
                                             FileReaders readers = FileReaders::Everybody,
                                             OddPlaces places = OddPlaces::WrittenThrough);
 
-/// Whether a file is what a process that has ended in the middle of writeFileAtomically() left
-/// behind: it has such a name and mode, belongs to this process's user, and nobody writes to it.
-/// False when that cannot be told.
+/// Whether a file is a leftover of a writeFileAtomically() that was interrupted by the end of its
+/// process: it has such a name and mode, belongs to this process's user and is not being written.
+/// False when this cannot be determined.
 [[nodiscard]] bool isUnfinishedFile(const QString &path);
 
-/// Whether a regular file belongs to this process's user, has no other name, and nobody writes to
-/// it; a PreparedFile does as long as it lives. Links are not followed. False when that cannot be
-/// told.
+/// Whether a regular file belongs to this process's user, has no other name, and no process has it
+/// open for writing. A PreparedFile has its file open as long as it exists. Links are not followed.
+/// False when this cannot be determined.
 [[nodiscard]] bool isOwnAndAtRest(const QString &path);

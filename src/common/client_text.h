@@ -3,8 +3,9 @@
 #include <QDebug>
 #include <QString>
 
-/// A text of somebody else in a log line: written as the framework writes any text, in quotes and
-/// escaped, but at most 200 characters of it, because a client may send 30 MB as a name.
+/// A text from another process in a log line: in quotes and escaped, as Qt logs any text, but at
+/// most 200 characters, because a client may send 30 MB as a name. Refers to the text, which has to
+/// exist until the line is logged. Usable from any thread.
 class ClientText
 {
 public:

@@ -25,7 +25,7 @@ bool makeOne(const QString &path)
     const QByteArray name = QFile::encodeName(path);
     if (!parent.isHeld())
         return false;
-    // Somebody else may have made it since.
+    // Another process may have made it meanwhile.
     if (::mkdir(name.constData(), everythingButTheUmask) != 0)
         return errno == EEXIST && QFileInfo(path).isDir();
     if (parent.sync())
@@ -57,7 +57,7 @@ bool makeDirectory(const QString &path, QStringList *made)
 {
     QStringList missing;
     for (QString place = path; !QFileInfo(place).isDir(); place = QFileInfo(place).path()) {
-        // The last one is "/" or ".", which the system fails to look at.
+        // Reached "/" or ".", which has no parent.
         if (!missing.isEmpty() && missing.constFirst() == place)
             return false;
         missing.prepend(place);

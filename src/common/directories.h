@@ -3,11 +3,11 @@
 #include <QString>
 #include <QStringList>
 
-// Directories whose changes survive a crash of the system: a new name in a directory does so only
-// once the directory itself is on the disk.
+// Changes of directories that survive a crash of the system: a new name in a directory does so only
+// after the directory has been synced.
 
-/// A directory that is held open, so that what changes in it can be put on the disk whatever
-/// becomes of free descriptors meanwhile. Usable from any thread, by one at a time.
+/// A directory that is kept open, so that it can be synced later even if no file descriptor is free
+/// then. Usable from any thread, by one at a time.
 class HeldDirectory
 {
 public:
@@ -16,11 +16,11 @@ public:
     ~HeldDirectory();
     Q_DISABLE_COPY(HeldDirectory)
 
-    /// Whether it is there and open. A directory that may be changed but not read counts as open,
-    /// and cannot be put on the disk.
+    /// Whether the directory exists and is open. A directory that may be changed but not read
+    /// counts as open; sync() does nothing for it.
     [[nodiscard]] bool isHeld() const { return m_isHeld; }
-    /// Puts names that were made, changed or removed in it on the disk.
-    /// @return false when the disk refuses. A file system that does not know how is no failure.
+    /// Writes names that were added, changed or removed in the directory to the disk.
+    /// @return false when the disk refuses. A file system that cannot do this is not an error.
     [[nodiscard]] bool sync() const;
 
 private:
@@ -28,11 +28,11 @@ private:
     const bool m_isHeld;
 };
 
-/// Makes a directory with its missing parents, and puts each on the disk.
+/// Makes a directory and its missing parents, and syncs each. Usable from any thread.
 /// @param path absolute path.
-/// @param made gets the directories that were missing, outermost first.
-/// @return whether it is there. Otherwise no directory is left that this call has made.
+/// @param made is set to the directories that were missing, outermost first.
+/// @return whether the directory exists. On failure, the directories made by this call are removed.
 [[nodiscard]] bool makeDirectory(const QString &path, QStringList *made = nullptr);
 
-/// Removes directories that makeDirectory() has made, as far as they are empty.
+/// Removes the directories that makeDirectory() made, if they are empty.
 void removeMadeDirectories(const QStringList &made);

@@ -23,19 +23,19 @@ constexpr quint32 ofDirectory =
 constexpr quint32 ofFile = ofContent | ofItself | IN_ATTRIB;
 constexpr quint32 ofParent = IN_ONLYDIR | ofItself | ofNewNames;
 
-/// What a watch is for. One watch of the system may be for several, because the system has one for
-/// each file or directory, whatever its names.
+/// What a watch is for. One inotify watch may serve several purposes, because the kernel has one
+/// watch for each file or directory, whatever its names.
 struct Purpose
 {
     enum Kind {
         Directory,
         File,
-        /// A directory that does not exist is expected below.
+        /// The parent of a directory that does not exist yet.
         Parent
     };
     Kind kind;
     QString path;
-    /// The name that is expected.
+    /// For a parent: the name that is expected to appear in it.
     QByteArray expected{};
 };
 
@@ -71,9 +71,9 @@ public:
     QHash<int, Watch> watches;
     int look = 0;
     std::unique_ptr<QSocketNotifier> notifier;
-    /// Runs when the system has no more watches.
+    /// Runs while there are too few inotify watches.
     QTimer polling;
-    /// Whether the system had none left for something that this look has named.
+    /// Whether a watch was refused during this scan.
     bool isShort = false;
     DirectoryWatcher *const q;
 };
@@ -100,13 +100,13 @@ DirectoryWatcherPrivate::~DirectoryWatcherPrivate()
         ::close(descriptor);
 }
 
-// Whoever looks then finds out what has changed.
+// Reports a possible change every second, so that the receiver scans again.
 void DirectoryWatcherPrivate::poll()
 {
     isShort = true;
     if (polling.isActive())
         return;
-    qWarning() << "The system has no more watches for directories. They are looked at every second:"
+    qWarning() << "No inotify watches are left. Directories are scanned every second:"
                << std::strerror(errno);
     polling.start();
 }
@@ -129,7 +129,7 @@ bool DirectoryWatcherPrivate::add(const QString &path, quint32 mask, const Purpo
     return true;
 }
 
-// Watches the nearest directory on the way that exists.
+// Watches the nearest existing parent directory.
 void DirectoryWatcherPrivate::addParent(const QString &path)
 {
     QString missing = path;
@@ -141,8 +141,8 @@ void DirectoryWatcherPrivate::addParent(const QString &path)
             missing = parent;
             continue;
         }
-        // What was missing may have come into being in between. What is still not watched then is
-        // there, but may not be watched, or the system has no more watches.
+        // The missing directory may have been created in between; then the search starts again. If
+        // it exists but still is not watched, it may not be watched, or there are no more watches.
         if (missing == path || missing == unwatchable || !QFileInfo(missing).isDir())
             return;
         unwatchable = missing;
@@ -173,7 +173,7 @@ void DirectoryWatcherPrivate::tell(const inotify_event &event)
         Q_EMIT q->changed(QString(), DirectoryWatcher::Anything);
         return;
     }
-    // A copy: a receiver may name what it watches.
+    // A copy, because a receiver may add watches.
     const QVector<Purpose> purposes = watches.value(event.wd).purposes;
     if ((event.mask & IN_IGNORED) != 0)
         watches.remove(event.wd);
@@ -216,7 +216,7 @@ void DirectoryWatcher::watchDirectory(const QString &path)
     if (d->add(path, ofDirectory, {Purpose::Directory, path}))
         return;
     d->addParent(path);
-    // It may have come into being in between.
+    // It may have been created in between.
     (void)d->add(path, ofDirectory, {Purpose::Directory, path});
 }
 

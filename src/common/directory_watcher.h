@@ -7,19 +7,19 @@
 
 class DirectoryWatcherPrivate;
 
-/// Tells of changes in directories, by one watch for each directory instead of one for each file.
-/// What is watched is named again before each look, so that a directory or file which has been
-/// replaced meanwhile is watched anew. Main thread only.
+/// Reports changes in directories. Needs one inotify watch for each directory, not for each file.
+/// The user of this class names everything that it watches again at each scan, so that a directory
+/// or file that was replaced is watched, too. Event-loop thread only.
 class DirectoryWatcher : public QObject
 {
     Q_OBJECT
 
 public:
     enum Change {
-        /// Something was written to a file.
+        /// The content of a file was changed.
         Content,
-        /// A name has come or gone, rights were changed, or a directory itself is another. Also
-        /// after a loss of events, when anything may have changed.
+        /// Any other change: a name was added or removed, permissions were changed, or a directory
+        /// was replaced. Also reported when events were lost.
         Anything
     };
     Q_ENUM(Change)
@@ -27,25 +27,25 @@ public:
     explicit DirectoryWatcher(QObject *parent = nullptr);
     ~DirectoryWatcher() override;
 
-    /// To be called before a look names what it watches.
+    /// To be called at the start of a scan.
     void beginLook();
-    /// Watches a directory and all files in it. When it does not exist, the watcher tells when it
-    /// comes into being.
+    /// Watches a directory and all files in it. If it does not exist, its creation is reported.
     void watchDirectory(const QString &path);
-    /// Watches one file that its directory cannot speak for: what a link leads to, or a file that
-    /// can be written to under another name. One that does not exist is not watched.
+    /// Watches a file whose changes the watch on its directory does not report: the target of a
+    /// link, or a file with several names. A file that does not exist is not watched.
     void watchFile(const QString &path);
-    /// Stops watching what the look has not named.
+    /// Stops watching everything that was not named since beginLook().
     void endLook();
-    /// How many watches of the system are held.
+    /// Number of inotify watches in use.
     [[nodiscard]] int count() const;
-    /// Whether the system had too few watches for the last look. Until a look has all that it
-    /// names, the watcher says every second that anything may have changed.
+    /// Whether there were too few inotify watches for the last scan. Until a scan gets all its
+    /// watches, changed() is emitted every second.
     [[nodiscard]] bool isPolling() const;
 
 Q_SIGNALS:
-    /// @param path of the file or directory that has changed, below or as one of those that are
-    /// watched; empty when it is not known.
+    /// Something has changed.
+    /// @param path the changed file or directory: one that is watched or in one that is watched.
+    /// Empty when not known.
     void changed(const QString &path, DirectoryWatcher::Change change);
 
 private:

@@ -15,7 +15,8 @@ bool isHexDigit(char c)
 
 bool isOctalDigit(char c) { return c >= '0' && c <= '7'; }
 
-/// Cuts a text into lines: without what leads to them, with continued ones as one.
+/// Splits a text into lines: skips blank space and comments before a line, and joins continued
+/// lines.
 class LineReader
 {
 public:
@@ -25,16 +26,16 @@ public:
     {
     }
 
-    /// Goes to the next line; false at the end.
+    /// Moves to the next line; false at the end.
     bool next();
-    /// Where the line begins, and the position behind its last character.
+    /// Position of the first character of the line, and the position after its last one.
     [[nodiscard]] int start() const { return m_start; }
     [[nodiscard]] int end() const { return m_position; }
-    /// Where its first "=" outside quotes is; -1 without one.
+    /// Position of the first "=" outside quotes; -1 when there is none.
     [[nodiscard]] int separator() const { return m_separator; }
 
 private:
-    /// Takes one character. False when the line ends before it.
+    /// Reads one character. False when the line ends before it.
     bool take();
     bool takeLineEnd();
     bool takeSemicolon();
@@ -93,7 +94,7 @@ bool LineReader::takeLineEnd()
     return true;
 }
 
-// A comment where the line begins, the line's end anywhere else.
+// Starts a comment at the beginning of a line; ends the line anywhere else.
 bool LineReader::takeSemicolon()
 {
     if (m_position == m_start) {
@@ -110,7 +111,7 @@ bool LineReader::takeSemicolon()
     return true;
 }
 
-// Skips the backslash and, of a line end of two characters, the first; take() skips the rest.
+// Skips the backslash and the first character of a line end of two; take() skips the second.
 void LineReader::takeEscape()
 {
     if (m_position + 1 >= m_text.size())
@@ -120,12 +121,12 @@ void LineReader::takeEscape()
         return;
     const char first = m_text.at(m_position);
     const char second = m_text.at(m_position + 1);
-    // Either order of the two is one line end.
+    // "\r\n" and "\n\r" are both one line end.
     if (isLineEnd(first) && isLineEnd(second) && first != second)
         ++m_position;
 }
 
-/// Undoes the escapes of a value.
+/// Reads a value and undoes its escapes.
 class ValueReader
 {
 public:
@@ -153,7 +154,7 @@ private:
     const int m_end;
     const bool m_isUtf8;
     IniFile::Value m_value;
-    /// Blanks at the end of the text that were escaped are kept: those up to here.
+    /// Length of the text up to the last escaped character: blanks before it are not removed.
     int m_kept = 0;
     bool m_inQuotes = false;
     bool m_wasQuoted = false;
@@ -177,7 +178,7 @@ IniFile::Value ValueReader::read()
     chop();
     if (m_value.isList)
         m_value.text.clear();
-    // The settings library writes a text that begins with "@" with another one in front.
+    // QSettings writes a text that begins with "@" with a second "@" in front.
     if (m_value.text.startsWith(QLatin1String("@@")))
         m_value.text.remove(0, 1);
     return m_value;
@@ -207,7 +208,7 @@ void ValueReader::takeEscape()
     m_kept = m_value.text.size();
 }
 
-// As many digits as there are; what does not fit a character is cut off.
+// Reads all digits; a number that is too large is truncated to 16 bits.
 void ValueReader::takeNumber(int base, bool (*isDigit)(char))
 {
     uint number = 0;
@@ -269,8 +270,7 @@ void ValueReader::chop()
     m_value.text.truncate(length);
 }
 
-// A percent sign and two digits, or "%U" and four, stand for a character. Anything else that
-// begins so is what it looks like.
+// "%" and two hexadecimal digits, or "%U" and four, are a character. Any other "%" is literal.
 QChar escapedCharacter(const QByteArray &name, int &position)
 {
     const bool isLong = name.at(position + 1) == 'U';
@@ -286,7 +286,7 @@ QChar escapedCharacter(const QByteArray &name, int &position)
     return QChar(static_cast<ushort>(number));
 }
 
-// The name of a key or a group as it was before it was written to a file.
+// Decodes the name of a key or a group.
 QString unescapedName(const QByteArray &name)
 {
     QString result;
@@ -303,14 +303,14 @@ QString unescapedName(const QByteArray &name)
     return result;
 }
 
-// What stands between the brackets, as the beginning of the names of its keys.
+// The name between the brackets and a slash: the prefix of the names of the section's keys.
 QString sectionName(const QByteArray &line)
 {
     const int end = line.indexOf(']');
     const QByteArray name = line.mid(1, end < 0 ? -1 : end - 1).trimmed();
     if (name.compare("general", Qt::CaseInsensitive) == 0)
         return {};
-    // How a group is written that is really called so.
+    // QSettings writes a group that is really called "General" like this.
     if (name.compare("%general", Qt::CaseInsensitive) == 0)
         return QString::fromLatin1(name.mid(1)) + QLatin1Char('/');
     return unescapedName(name) + QLatin1Char('/');
@@ -318,8 +318,8 @@ QString sectionName(const QByteArray &line)
 
 bool isMarkedAsUtf8(const QByteArray &text) { return text.startsWith("\xef\xbb\xbf"); }
 
-// Where the first line begins. In front of a group the mark of UTF-8 is no part of it; in front of
-// a key it is part of its name.
+// Position of the first line. A byte order mark before a group is skipped; before a key it is part
+// of the key's name, as in QSettings.
 int startOf(const QByteArray &text)
 {
     if (!isMarkedAsUtf8(text))
@@ -328,7 +328,7 @@ int startOf(const QByteArray &text)
     return first.next() && text.at(first.start()) == '[' ? 3 : 0;
 }
 
-// Counts lines up to positions that only grow.
+// Gives the line number of a position. Positions must be asked for in ascending order.
 class LineNumber
 {
 public:
@@ -358,7 +358,7 @@ IniFile::IniFile(const QByteArray &text)
     LineReader line(text, startOf(text));
     LineNumber number(text);
     QString group;
-    // Made by its first key: a group without one is none.
+    // Created by its first key, because a group without keys does not count.
     Section *section = nullptr;
     while (line.next()) {
         if (text.at(line.start()) == '[') {
@@ -420,8 +420,8 @@ std::optional<IniFile::Value> IniFile::value(const QString &group, const QString
 {
     const QString path = group.isEmpty() ? key : group + QLatin1Char('/') + key;
     std::optional<Value> found;
-    // a/b/c can be key b/c of section a, or key c of section a/b. All are tried; the last section
-    // in order counts.
+    // a/b/c can be the key b/c of section a, or the key c of section a/b. All are tried; the last
+    // section in order decides.
     for (int split = 0;;) {
         const auto section = m_sections.constFind(path.left(split));
         if (section != m_sections.constEnd()) {

@@ -7,42 +7,43 @@
 
 #include <optional>
 
-/// The settings in a file of the settings library's INI format, which that library itself must not
-/// read when others may write the file: it makes objects of every kind out of values that begin
-/// with "@". Here such a value is the text that it is. Everything else reads as the library reads
-/// it: escapes, quotes, comments, continued lines, Latin-1 unless the file begins with the mark of
-/// UTF-8, keys and groups that differ in case only, group "General" for keys without a group.
-/// Memory and time grow with the size of the text and no faster. A value; usable from any thread.
+/// Reads the INI format of QSettings. QSettings itself must not read files that others may write,
+/// because it deserialises objects from values that begin with "@"; here such a value is plain
+/// text. Everything else is read as QSettings reads it: escapes, quotes, comments, continued lines,
+/// Latin-1 unless the file begins with a UTF-8 byte order mark, case-sensitive keys and groups, and
+/// the group "General" for keys without a group. Memory and time are linear in the size of the
+/// text. A value; usable from any thread.
 class IniFile
 {
 public:
-    /// What one key says: a text, or a list, which is what a comma outside quotes makes.
+    /// The value of a key: a text, or a list if it has a comma outside quotes.
     struct Value
     {
         /// Empty for a list.
         QString text;
         bool isList = false;
-        /// The line of the file on which the key is, from 1 on.
+        /// The line of the key, from 1.
         int line = 0;
     };
 
-    /// Parses `text`, of which unreadable lines are left out.
+    /// Parses `text`; lines that cannot be parsed are skipped.
     explicit IniFile(const QByteArray &text);
 
-    /// The names of the outermost groups that hold a key, sorted.
+    /// The names of the top-level groups that have a key, sorted.
     [[nodiscard]] QStringList groups() const;
-    /// All keys below a group, sorted; those of a group inside it with that group's name and "/",
-    /// so that long names of groups inside take more memory than the text.
+    /// All keys of a group, sorted. Keys of a nested group begin with its name and "/", so the
+    /// result can be larger than the text when nested groups have long names.
     [[nodiscard]] QStringList keys(const QString &group) const;
-    /// @param group name of a group; empty for the keys outside any.
+    /// The value of a key.
+    /// @param group name of the group; empty for keys outside any group.
     /// @return nothing when there is no such key.
     [[nodiscard]] std::optional<Value> value(const QString &group, const QString &key) const;
 
 private:
-    /// By name of the key, in which "/" may separate groups too.
+    /// Values by key; "/" in a key may separate groups.
     using Section = QMap<QString, Value>;
 
-    /// By name of the group and a closing "/"; empty for the keys outside any. Kept apart, because
-    /// a group with a long name may hold many keys.
+    /// Sections by group name with a closing "/"; empty for the keys outside any group. Two levels,
+    /// because a group with a long name may have many keys.
     QMap<QString, Section> m_sections;
 };

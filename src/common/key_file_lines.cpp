@@ -8,7 +8,7 @@ namespace {
 
 bool isAsciiSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-/// Cuts a text into its lines, of which leading space and comments do not count.
+/// Splits a text into lines; blank space at the start of a line is ignored.
 class Lines
 {
 public:

@@ -19,8 +19,8 @@
 
 namespace {
 
-// The manager names the journal's stream by device and inode; standard error may have been
-// redirected elsewhere since.
+// systemd sets JOURNAL_STREAM to device and inode of the journal's stream. They are compared,
+// because standard error may have been redirected since.
 bool writesToJournal()
 {
     struct stat status = {};
@@ -48,8 +48,8 @@ const char *priorityPrefix(QtMsgType type)
     return "<5>";
 }
 
-// A text taken from somebody else must not forge a second line. To the journal a zero byte ends a
-// line too, and so does a length of 48 KiB.
+// A text from another process must not fake a second log line. The journal also ends a line at a
+// zero byte and after 48 KiB.
 QByteArray onOneLine(const QString &message)
 {
     constexpr int longest = 4096;
@@ -68,8 +68,8 @@ bool isSocket()
     return fstat(STDERR_FILENO, &status) == 0 && S_ISSOCK(status.st_mode);
 }
 
-/// Standard error as a place for lines that somebody may not read. A line for which there is no
-/// room is lost, because the program has more to do than to be heard. Usable from any thread.
+/// Writes lines to standard error, whose reader may not keep up. A line for which there is no room
+/// is dropped, because logging must not block the program for long. Usable from any thread.
 class LineSink
 {
 public:
@@ -79,12 +79,12 @@ private:
     [[nodiscard]] bool hasRoom() const;
     [[nodiscard]] bool push(const QByteArray &text);
 
-    /// For a reader that is only slow, in milliseconds.
+    /// How long to wait for a slow reader, in milliseconds.
     static constexpr int patienceMs = 500;
 
     QMutex m_mutex;
     const bool m_isSocket = isSocket();
-    /// Nobody waits a second time before something has been read.
+    /// After a timeout, later lines do not wait until something has been read.
     bool m_isStuck = false;
     bool m_endsInsideLine = false;
     quint64 m_lost = 0;
@@ -101,7 +101,7 @@ bool LineSink::push(const QByteArray &text)
     for (int done = 0; done < text.size();) {
         if (!hasRoom())
             return false;
-        // A pipe that has any room takes so many without waiting.
+        // A pipe that is ready accepts up to PIPE_BUF bytes without blocking.
         const auto size = static_cast<std::size_t>(qMin(text.size() - done, PIPE_BUF));
         const char *const from = text.constData() + done;
         const ssize_t written = m_isSocket
@@ -132,12 +132,13 @@ void LineSink::write(const QByteArray &line)
     m_isStuck = true;
 }
 
-// A file or a connection that is opened later must not get the log.
+// Opens closed standard streams, so that a file or connection that is opened later does not get the
+// number of standard error and with it the log.
 void openStandardStreams()
 {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         if (::fcntl(fd, F_GETFD) < 0 && errno == EBADF)
-            // The lowest number that is free.
+            // open() returns the lowest free number, which is fd.
             (void)::open("/dev/null", O_RDWR | O_NOCTTY);
     }
 }
@@ -145,7 +146,7 @@ void openStandardStreams()
 void writeLine(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     static const bool journal = writesToJournal();
-    // Never destroyed: lines are written until the very end.
+    // Never destroyed, because lines may be written until the process ends.
     static auto *const sink = new LineSink;
 
     QByteArray line;
@@ -171,7 +172,7 @@ void writeLine(QtMsgType type, const QMessageLogContext &context, const QString 
 void installLogHandler()
 {
     openStandardStreams();
-    // A reader of the log who leaves must not end the program.
+    // The program must not end when the reader of the log ends.
     std::signal(SIGPIPE, SIG_IGN);
     qInstallMessageHandler(writeLine);
 }

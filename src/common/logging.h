@@ -1,7 +1,8 @@
 #pragma once
 
-/// Sends everything that qDebug(), qWarning() and their kin say to standard error, one line each:
-/// source file and line, the full signature of the function that logs, then the message. When
-/// standard error is the journal, each line starts with the priority prefix of sd-daemon(3).
-/// Call once, before anything logs.
+/// Installs a message handler that writes what qDebug(), qWarning() and the like log to standard
+/// error, one line each: source file and line, the full signature of the function that logs, and
+/// the message. When standard error is the journal, each line starts with a priority prefix of
+/// sd-daemon(3). Also opens closed standard streams and ignores SIGPIPE. Call once, before anything
+/// is logged.
 void installLogHandler();

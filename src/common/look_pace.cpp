@@ -13,7 +13,7 @@ void LookPace::request()
     if (m_timer.isActive())
         return;
     const qint64 elapsed = m_sinceLook.isValid() ? m_sinceLook.elapsed() : longGap;
-    // One timeout for all requests of a pass of the event loop.
+    // Used even for a delay of 0, so that all requests of one pass of the event loop share a scan.
     m_timer.start(static_cast<int>(qMax<qint64>(0, m_gap - elapsed)));
     m_gap = elapsed >= longGap ? shortGap : longGap;
 }

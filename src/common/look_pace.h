@@ -4,30 +4,31 @@
 #include <QObject>
 #include <QTimer>
 
-/// When to look after changes: at once after the first one, soon once more, because what has begun
-/// to change is seldom complete, and while changes go on, at a bounded rate. Main thread only.
+/// Limits the rate of scans after changes: the first change causes a scan at once, then another one
+/// soon, because a series of changes has rarely ended by then; while changes continue, scans follow
+/// at long intervals. Event-loop thread only.
 class LookPace : public QObject
 {
     Q_OBJECT
 
 public:
-    /// From the end of the first look to the second, and from then on; in milliseconds.
+    /// Time from the end of the first scan to the second, and between later ones, in milliseconds.
     static constexpr int shortGap = 50;
     static constexpr int longGap = 400;
 
     explicit LookPace(QObject *parent = nullptr);
-    /// Asks for a look. Requests until it is due are answered by one.
+    /// Requests a scan. All requests until it is due share it.
     void request();
 
 Q_SIGNALS:
-    /// To be looked now, by the time that the signal returns. Never sent within request().
+    /// A scan is due; the receiver scans before it returns. Never emitted inside request().
     void due();
 
 private:
     void look();
 
     QTimer m_timer;
-    /// Since the end of the last look; not valid before the first.
+    /// Time since the end of the last scan; invalid before the first.
     QElapsedTimer m_sinceLook;
     int m_gap = shortGap;
 };

@@ -1,4 +1,4 @@
-// Names that cross a process border: spelled here once.
+// Names that other processes use, each defined once.
 #pragma once
 
 #include <QString>
@@ -7,13 +7,13 @@ namespace Names {
 
 inline QString service() { return QStringLiteral("org.zarn.Orvane"); }
 inline QString userService() { return QStringLiteral("org.zarn.Orvane.User"); }
-/// Of the platform, which knows the users.
+/// The platform's service that lists the users of the device.
 inline QString userManager() { return QStringLiteral("org.sailfishos.usermanager"); }
 
 inline QString taskInvokerPath() { return QStringLiteral("/org/zarn/Orvane/TaskInvoker1"); }
 inline QString taskInvokerInterface() { return QStringLiteral("org.zarn.Orvane.TaskInvoker1"); }
 
-/// Task invoker sessions live directly below this path, which ends with a slash.
+/// The parent path of all task invoker sessions, with a closing slash.
 inline QString taskInvokerSessionsPath()
 {
     return QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/");

@@ -34,7 +34,7 @@ QString languagesOfEnvironment()
     return languages.join(QLatin1Char('\n'));
 }
 
-// Names match in any case.
+// Patterns are case-sensitive.
 QVector<QRegularExpression> expressionsOf(const QStringList &patterns)
 {
     QVector<QRegularExpression> expressions;
@@ -144,7 +144,7 @@ QVector<ListedFile> Places::filesIn(const QString &folder, const QString &suffix
 {
     if (programRoot.isEmpty())
         return ::filesIn(folder, suffix);
-    // What a link leads to in this system says nothing.
+    // Links are resolved within the image, not within this system.
     QVector<ListedFile> files = ::filesIn(real(folder), suffix, Links::AreNotFollowed);
     const auto isNoFile = [&](ListedFile &file) {
         if (!file.isLink)
@@ -171,7 +171,7 @@ QStringList Places::filesBelow(const QString &folder, const QStringList &pattern
     QStringList paths;
     const QStringList all = pathsBelow(real(folder));
     for (const QString &below : all) {
-        // Neither a folder nor a link to a pipe or a device.
+        // Excludes folders, and links to pipes and devices.
         if (matches(below) && mayBeFile(real(folder + below)))
             paths.append(folder + below);
     }

@@ -6,72 +6,75 @@
 
 struct ListedFile;
 
-/// Where everything is that is read and written: a value, made once where a program starts and
-/// handed down. What works with one asks neither the environment nor the framework for a path.
+/// All paths that are read and written. A value, made once when a program starts and passed down.
+/// Functions that take a Places get no path from the environment or the framework. Usable from any
+/// thread.
 struct Places
 {
-    /// Where the daemon finds and puts things, as its environment says: desktop entries, task types
-    /// and mimeapps.list in the data and configuration folders of this process, permissions and
+    /// The daemon's paths according to its environment: desktop entries, task types and
+    /// mimeapps.list in the data and configuration folders of this process, permissions and
     /// programs in this system, and everything else below ORVANE_ROOTFS.
     [[nodiscard]] static Places ofEnvironment();
-    /// The places that this process works with: those that setOfProcess() was given, and those of
-    /// the environment, as it is at the call, when nobody gave any. For the objects that there is
-    /// one of in a process; everything below them is given its places.
+    /// The places of this process: what setOfProcess() was given, otherwise those of the current
+    /// environment. For singletons only; other objects are given their places.
     [[nodiscard]] static Places ofProcess();
-    /// To be called where the program starts, before the first use of ofProcess().
+    /// To be called when the program starts, before the first use of ofProcess().
     static void setOfProcess(const Places &places);
-    /// The same of a mounted image or a staging tree: everything is below its root, in the places
-    /// where a system service looks.
-    /// @param root a path, taken from the working directory when it is relative; empty and "/" both
+    /// The paths of a mounted image or a staging tree: everything is below its root, where a system
+    /// service would look.
+    /// @param root path of the root, relative to the working directory or absolute; empty and "/"
     /// mean this system.
     [[nodiscard]] static Places below(const QString &root);
 
-    /// In front of packages, overrides, units, policies, autostart settings and /proc; empty for
-    /// this system. Never ends with a slash of its own making.
+    /// Prefix of packages, overrides, units, policies, autostart settings and /proc; empty for this
+    /// system. below() adds no closing slash.
     QString root;
-    /// In front of programs and permissions; empty for this system.
+    /// Prefix of programs and permissions; empty for this system.
     QString programRoot;
-    /// Folders of desktop entries; an earlier one goes before a later one.
+    /// Folders of desktop entries; an earlier one takes precedence.
     QStringList applicationFolders;
-    /// Folders of task type files; the same.
+    /// Folders of task type files; an earlier one takes precedence.
     QStringList taskTypeFolders;
-    /// Folders of permission files, each with a closing slash; the same. As they are named in a
-    /// sandbox's command line, without the root.
+    /// Folders of permission files, each with a closing slash; an earlier one takes precedence.
+    /// Without the root, as they appear in the command line of a sandbox.
     QStringList permissionFolders;
-    /// The folder of mimeapps.list; empty when there is no place for settings.
+    /// The folder of mimeapps.list; empty when there is no configuration folder.
     QString configFolder;
-    /// Where what desktop entries said is kept for the next run; empty when there is no such place.
+    /// File in which the records of desktop entries are saved for the next run; empty when they are
+    /// not.
     QString recordsFile;
-    /// What the language of names depends on; changes with it, and means nothing else.
+    /// The environment variables that determine the language of names; only compared.
     QString languages;
-    /// Whether a task's program is looked at beyond its path being absolute.
+    /// Whether a task's program is examined, and not only its path.
     bool programsAreExamined = true;
 
-    /// The folder of packages; without a closing slash.
+    /// The folder of packages, without a closing slash.
     [[nodiscard]] QString packages() const;
     /// A file of an application's package.
     [[nodiscard]] QString packageFile(const QString &applicationId, const QString &name) const;
-    /// The two that are read.
+    /// The two files of a package that are read.
     [[nodiscard]] QString manifestFile(const QString &applicationId) const;
     [[nodiscard]] QString certificateFile(const QString &applicationId) const;
     [[nodiscard]] QString versionOverrides() const;
-    /// Folder of units, and of bus policies; without a closing slash.
+    /// The folders of units and of bus policies, without a closing slash.
     [[nodiscard]] QString unitFolder() const;
     [[nodiscard]] QString policyFolder() const;
-    /// Autostart settings that the system ships, and those that the daemon writes.
+    /// The folders of autostart settings that the system ships, and of those that the daemon
+    /// writes.
     [[nodiscard]] QString systemAutostartFolder() const;
     [[nodiscard]] QString runtimeAutostartFolder() const;
-    /// A file in the first folder that has one of that name; empty when none has.
+    /// Path of the file in the first folder that has it; empty when none has.
     [[nodiscard]] QString firstFile(const QStringList &folders, const QString &name) const;
-    /// Where a file below the root of an image really is: links on the way lead to where they would
-    /// lead in the image. For other paths, the path itself.
+    /// The real path of a file in an image: symbolic links are resolved as they would be in the
+    /// image. Other paths are returned unchanged.
     [[nodiscard]] QString real(const QString &path) const;
-    /// The files in a folder whose names end in `suffix`, in order; none that is hidden. Their
-    /// states are those of the real files. See filesIn() of folder_listing.h for what fails.
+    /// The files in a folder whose names end in `suffix`, sorted, without hidden ones. Their states
+    /// are those of the real files. For errors see filesIn() of folder_listing.h.
     [[nodiscard]] QVector<ListedFile> filesIn(const QString &folder, const QString &suffix) const;
-    /// The paths of the files in a folder and in the folders below it that match one of the
-    /// patterns, in order; hidden ones too. Without what cannot be listed, which ReadFailures tell.
+    /// The paths of the files in a folder and its subfolders that match one of the patterns,
+    /// sorted, with hidden ones. Folders that cannot be listed are skipped and reported by
+    /// ReadFailures.
     [[nodiscard]] QStringList filesBelow(const QString &folder, const QStringList &patterns) const;
-    /// What /proc says of a process.
+    /// The folder of a process in /proc.
     [[nodiscard]] QString process(uint id) const;
 };

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// The root prefix: the value of the environment variable ORVANE_ROOTFS, read as UTF-8 up to its
-/// first zero byte; empty when unset. With it the daemon works on a mounted system image.
-/// Read anew at each call, so that a test may change it.
+/// The value of the environment variable ORVANE_ROOTFS, read as UTF-8; empty when unset. If it is
+/// set, the daemon works on the system image mounted there. Read at each call, so that tests can
+/// change it.
 [[nodiscard]] QString rootPrefix();

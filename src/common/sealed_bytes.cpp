@@ -4,8 +4,8 @@
 
 namespace {
 
-// Each step can be undone, so that two texts which differ in one word never have the same sum. For
-// accidents, not against somebody who means it.
+// Each step is reversible, so two texts that differ in one word always have different checksums. It
+// detects accidental changes, not deliberate ones.
 quint64 checksumOf(const char *data, int size)
 {
     constexpr quint64 factor = 0x9e3779b97f4a7c15;

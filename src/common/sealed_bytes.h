@@ -6,15 +6,15 @@
 
 #include <optional>
 
-// Values as bytes, for a file that the same program reads again: numbers and texts as they are in
-// memory. Not for other machines.
+// Binary serialisation, for a file that the same program reads again: numbers and texts have the
+// byte order of this machine. Usable from any thread.
 
-/// Bytes with a checksum in front, by which unsealed() knows them again.
+/// Puts a checksum in front, which unsealed() checks.
 [[nodiscard]] QByteArray sealed(const QByteArray &bytes);
-/// What sealed() was given; nothing when a bit of it has changed, or it was cut off.
+/// What sealed() was given; nothing when the bytes were changed or cut off.
 [[nodiscard]] std::optional<QByteArray> unsealed(const QByteArray &bytes);
 
-/// Puts values one behind the other.
+/// Appends values to a byte array.
 class ByteWriter
 {
 public:
@@ -27,22 +27,23 @@ private:
     QByteArray m_bytes;
 };
 
-/// Takes values as a ByteWriter has put them. Whatever the bytes are, it reads nothing beyond them
-/// and takes no more memory than they do: what is not there is zero or empty, and the reader is not
-/// ok from then on.
+/// Reads the values that a ByteWriter wrote, in the same order. Safe for any input: it never reads
+/// beyond the bytes, and allocates no more memory than they take. A value that is missing is 0 or
+/// empty, and isOk() is false from then on.
 class ByteReader
 {
 public:
-    /// @param bytes have to live as long as this object.
+    /// @param bytes has to outlive this object.
     explicit ByteReader(const QByteArray &bytes);
 
     [[nodiscard]] qint64 number();
     [[nodiscard]] QString text();
     [[nodiscard]] QStringList list();
-    /// A number of things that take at least eight bytes each.
+    /// A count of elements that take at least eight bytes each; checked against the bytes that are
+    /// left.
     [[nodiscard]] int count();
     [[nodiscard]] bool isOk() const { return m_isOk; }
-    /// Whether everything was taken.
+    /// Whether all bytes have been read.
     [[nodiscard]] bool isAtEnd() const { return m_position == m_bytes.size(); }
 
 private:

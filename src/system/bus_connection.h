@@ -3,8 +3,8 @@
 #include <QDBusConnection>
 #include <QObject>
 
-/// The daemon's connection to the system bus, set up so that no client can make it deaf. Tells when
-/// it is lost. Event-loop thread only.
+/// The daemon's connection to the system bus, without limits on received messages (see
+/// DBus::liftReceiveLimits()). Reports when it is lost. Event-loop thread only.
 class BusConnection : public QObject
 {
     Q_OBJECT
@@ -16,8 +16,7 @@ public:
     [[nodiscard]] QDBusConnection &bus() { return m_bus; }
 
 Q_SIGNALS:
-    /// The bus has gone, or has closed the connection. There is no way back: the framework does not
-    /// connect again.
+    /// The bus has ended or has closed the connection. The framework does not connect again.
     void disconnected();
 
 private:

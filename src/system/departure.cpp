@@ -15,8 +15,9 @@
 
 namespace {
 
-// How long callers may keep the process, in milliseconds. Nobody waits for an idle daemon to end
-// but callers of the next run, who have 25 s; somebody waits for one that was told to.
+// How long to wait until all calls are answered, in milliseconds. When the daemon leaves because it
+// is idle, only callers of the next run wait for its end, and they wait 25 s. When it was told to
+// leave, the service manager waits.
 int patienceMs(Departure departure) { return departure == Departure::Idle ? 10000 : 2000; }
 
 QDBusMessage busCall(const QString &method)
@@ -26,7 +27,7 @@ QDBusMessage busCall(const QString &method)
                                           QStringLiteral("org.freedesktop.DBus"), method);
 }
 
-// Has the bus start the next run. By a call without a reply: this run does not live to see it.
+// Asks the bus to start the next run. Without a reply, because this run does not wait for it.
 void requestNextRun(const QDBusConnection &bus)
 {
     QDBusMessage call = busCall(QStringLiteral("StartServiceByName"));
@@ -39,7 +40,7 @@ void answerOpenCalls(int limitMs)
     const QDeadlineTimer deadline(limitMs);
     QTimer wakeUp;
     wakeUp.start(limitMs);
-    // Not an event loop of its own: what ended the last one would end it too.
+    // No nested event loop, because quit() would end that, too.
     QCoreApplication::processEvents();
     while (DBus::OpenCall::count() > 0 && !deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
@@ -53,21 +54,22 @@ void leaveBus(QDBusConnection bus, const DBus::TaskInvoker &taskInvoker, Departu
         DBus::keepRegistrations(bus, taskInvoker.registrations());
         return;
     }
-    // Blocks until the bus has answered. It hands out messages in order, so every call that was
-    // sent to the name before is an event here by then.
+    // Blocks until the bus has answered. The bus delivers messages in order, so every call that was
+    // sent to the name before has been received by then.
     bus.unregisterService(Names::service());
     answerOpenCalls(patienceMs(departure) / 2);
     if (DBus::OpenCall::count() > 0) {
-        // They may wait for an answer of systemd that comes too late for them.
+        // Some may wait for a reload of systemd that takes too long.
         Core::TaskManager::instance()->sendWaiting();
         answerOpenCalls(patienceMs(departure) / 2);
     }
     if (DBus::OpenCall::count() > 0)
         qWarning() << "Leaving" << DBus::OpenCall::count() << "calls unanswered";
     const bool handedOn = DBus::keepRegistrations(bus, taskInvoker.registrations());
-    // A client that came at the last moment waits for signals too, so somebody must send them.
+    // A client that registered at the last moment needs a daemon that sends it signals.
     if (handedOn && departure == Departure::Idle)
         requestNextRun(bus);
-    // Answers leave through another thread; once the bus answers this it has all of them.
+    // Answers are sent by another thread. When the bus has answered this call, it has received all
+    // of them.
     bus.call(busCall(QStringLiteral("GetId")));
 }

@@ -8,17 +8,18 @@ class TaskInvoker;
 
 /// Why the daemon leaves the bus.
 enum class Departure {
-    /// Nobody needed it.
+    /// It was idle.
     Idle,
-    /// It was told to.
+    /// It was told to, by a signal.
     Told,
-    /// The bus has gone, or has closed the connection.
+    /// The bus has ended or has closed the connection.
     Disconnected
 };
 
-/// Leaves the bus so that no call is lost. The name goes first: what reached the daemon until then
-/// is answered here, and what comes later is for the next run of the daemon, which the bus starts
-/// for it. Clients that hold sessions by then are handed on to that run. Blocks, while events are
-/// handled, for some seconds at most; afterwards nothing more is answered. A connection that is
-/// lost leaves nothing to wait for.
+/// Leaves the bus without losing a call. First releases the name: calls that were sent before are
+/// answered here, and later ones are for the next run of the daemon, which the bus starts for them.
+/// Saves the clients that hold sessions for that run. Blocks for some seconds at most and handles
+/// events meanwhile; afterwards no call is answered. When the connection is lost, only saves the
+/// clients.
+/// @param bus the daemon's connection.
 void leaveBus(QDBusConnection bus, const DBus::TaskInvoker &taskInvoker, Departure departure);

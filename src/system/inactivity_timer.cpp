@@ -45,7 +45,7 @@ InactivityTimer::~InactivityTimer() { delete d; }
 void InactivityTimer::watch(QObject *object)
 {
     d->objects.removeAll(QPointer<QObject>());
-    // By name: whatever has the signal can be watched.
+    // Connected by name, so that any object with the signal can be watched.
     if (object != nullptr)
         connect(object, SIGNAL(isIdleChanged()), d, SLOT(onIdleChanged()));
     d->objects.append(object);

@@ -6,20 +6,20 @@ namespace Orvane {
 
 class InactivityTimerPrivate;
 
-/// Tells when nothing has been going on for a while. Watches objects that have a boolean property
-/// "isIdle" and a signal isIdleChanged(); while all of them are idle a single-shot timer runs.
-/// A watched object may be destroyed at any time and then no longer counts.
-/// Event-loop thread only.
+/// Reports when all watched objects have been idle for some time. They need a boolean property
+/// "isIdle" and a signal isIdleChanged(). A watched object may be destroyed at any time. Event-loop
+/// thread only.
 class InactivityTimer : public QObject
 {
     Q_OBJECT
 
 public:
-    /// @param timeoutMs the idle time in milliseconds; a negative one never elapses.
+    /// @param timeoutMs the idle time in milliseconds; with a negative one timeout() is never
+    /// emitted.
     explicit InactivityTimer(int timeoutMs, QObject *parent = nullptr);
     ~InactivityTimer() override;
 
-    /// Adds an object, not owned. The idle time starts anew when all are idle.
+    /// Adds an object, not owned. Restarts the idle time if all objects are idle.
     void watch(QObject *object);
 
 Q_SIGNALS:

@@ -1,4 +1,4 @@
-// The entry: exports the daemon's objects in a fixed order and claims its name last.
+// The daemon's entry point: exports its objects in a fixed order and claims its name last.
 
 #include "common/logging.h"
 #include "common/names.h"
@@ -37,8 +37,8 @@ int idleTimeMs()
     return idleTime == 0 ? defaultIdleTimeMs : idleTime;
 }
 
-// Whether the service manager has started this process and waits for its name, and a caller with
-// it: a process that ends without the name counts as failed.
+// Whether systemd started this process. It then waits for the name, as does a caller: a process
+// that ends without claiming the name counts as failed.
 bool isAwaited()
 {
     return qgetenv("SYSTEMD_EXEC_PID").toLongLong() == QCoreApplication::applicationPid();
@@ -46,7 +46,7 @@ bool isAwaited()
 
 enum class Phase { Starting, Serving, Leaving };
 
-/// Everything that the daemon consists of, in order of life: what was made last is destroyed first.
+/// All parts of the daemon in order of construction; they are destroyed in reverse order.
 class Daemon
 {
 public:
@@ -61,7 +61,7 @@ private:
     struct Export
     {
         QString path;
-        /// Makes the object, in the member that it lives in.
+        /// Constructs the object in its member.
         std::function<QObject *()> make;
         enum { AllSlots, SingleNode } kind;
         const char *warning;
@@ -81,7 +81,7 @@ private:
     QDBusConnection &bus = connection.bus();
     const Watchdog watchdog{bus};
     const MemoryReturn memoryReturn;
-    // Each is made when the one before it is on the bus.
+    // Each is constructed after the one before it was exported.
     std::optional<Autostart::DBusInterface> autostart;
     std::optional<TellerHooks::DBusInterface> tellerHooks;
     std::optional<DBus::SessionProxy> systemControl;
@@ -99,7 +99,7 @@ Daemon::Daemon()
 
 void Daemon::leaveWhenIdle()
 {
-    // The idle time starts anew with the name.
+    // The idle time starts again when the name is claimed.
     if (phase == Phase::Starting && isAwaited())
         return;
     departure = Departure::Idle;
@@ -150,7 +150,7 @@ bool Daemon::offer(const Export &entry)
     return offered;
 }
 
-// The task manager knows what systemd knows.
+// Runs when the task manager has systemd's lists of units.
 void Daemon::serve()
 {
     if (phase == Phase::Leaving)
@@ -161,13 +161,13 @@ void Daemon::serve()
         return;
     }
     taskInvoker->restore(DBus::takeKeptRegistrations(bus));
-    // Last: a client that sees the name finds every object in place.
+    // Claimed last, so that a client that sees the name finds every object.
     if (!bus.registerService(Names::service())) {
         qWarning() << "couldn't register service";
         QCoreApplication::exit(EXIT_FAILURE);
         return;
     }
-    // This looks at what applications declare, and nobody has to wait for the name so long.
+    // After the name was claimed, because this scans the applications.
     taskInvoker->announceLists();
     phase = Phase::Serving;
 }
@@ -182,14 +182,13 @@ int Daemon::run()
     inactivity.watch(Autostart::Manager::instance()->question());
     taskInvoker.emplace().runWhenReady([this] { serve(); });
     const int status = QCoreApplication::exec();
-    // Nothing can call it off any more, and the service manager signals a process whose name is
-    // gone.
+    // The process ends in any case now, and systemd sends a signal to a process that has released
+    // its name.
     quitOnSignal.reset();
     phase = Phase::Leaving;
     leaveBus(bus, *taskInvoker, departure);
-    // The service manager tells whoever has lost the name to end. When that comes before the loss
-    // of the connection, or overtakes it, the process has failed all the same, and has to be
-    // started again.
+    // When the connection is lost, systemd sees that the name is gone and tells the process to end.
+    // This may arrive first; the process has failed nevertheless and has to be restarted.
     return bus.isConnected() ? status : EXIT_FAILURE;
 }
 
@@ -202,7 +201,7 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationName(QStringLiteral("orvane"));
     Places::setOfProcess(Places::ofEnvironment());
     if (QCoreApplication::arguments().value(1) == QLatin1String("--launcher")) {
-        // Its outcome is in the log; the session goes on either way.
+        // Failures are logged; they must not stop the session.
         Autostart::Launcher::launchApplications();
         return EXIT_SUCCESS;
     }

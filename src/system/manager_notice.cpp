@@ -20,8 +20,8 @@ bool isForThisProcess(const QByteArray &pid)
     return pid.isEmpty() || pid.toLongLong() == QCoreApplication::applicationPid();
 }
 
-// A path, or a name that is in no file system, which the environment writes with '@' and the kernel
-// with a null byte.
+// A path, or the name of an abstract socket, which starts with '@' in the environment and with a
+// zero byte for the kernel.
 bool isAddress(const QByteArray &name)
 {
     return name.size() > 1 && static_cast<std::size_t>(name.size()) < sizeof(sockaddr_un::sun_path)
@@ -48,7 +48,7 @@ std::chrono::microseconds watchdogTime()
 {
     constexpr auto longest = std::numeric_limits<std::int64_t>::max();
     const qulonglong time = qgetenv("WATCHDOG_USEC").toULongLong();
-    // The manager's word for "no limit" is larger.
+    // systemd's value for "no limit" is larger.
     if (time > static_cast<qulonglong>(longest) || !isForThisProcess(qgetenv("WATCHDOG_PID")))
         return {};
     return std::chrono::microseconds(static_cast<std::int64_t>(time));

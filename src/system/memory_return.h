@@ -5,26 +5,26 @@
 
 #include <cstddef>
 
-/// Gives memory back to the system after it was needed for large messages. The C library keeps what
-/// has been freed between blocks that are in use, and a client that sends 30 MB of small texts
-/// would leave hundreds of megabytes with an idle daemon. Looks once, a second after the last time
-/// that the process was woken up first; costs nothing while it sleeps. Event-loop thread only.
+/// Returns free memory to the system after large messages. The C library keeps free memory between
+/// blocks that are in use: a client that sends 30 MB of small texts would leave hundreds of
+/// megabytes in an idle daemon. Checks once, some time after the process has woken up; costs
+/// nothing while it sleeps. Event-loop thread only.
 class MemoryReturn : public QObject
 {
     Q_OBJECT
 
 public:
-    /// @param delayMs how long after a wake-up it looks, in milliseconds.
+    /// @param delayMs delay of the check after a wake-up, in milliseconds.
     explicit MemoryReturn(int delayMs = 1000, QObject *parent = nullptr);
 
 private:
     void look();
 
     QTimer m_timer;
-    /// Whether the wake-up that is told of next was the timer's own.
+    /// Whether the last wake-up was the timer's own.
     bool m_hasLooked = false;
-    /// Bytes of freed blocks after the last look.
+    /// Bytes in free blocks after the last check.
     std::size_t m_freedAtLook = 0;
-    /// Bytes of freed blocks after the last return, none of them with pages.
+    /// Bytes in free blocks after the last return; their pages have been returned.
     std::size_t m_returned = 0;
 };

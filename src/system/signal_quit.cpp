@@ -11,7 +11,7 @@
 
 namespace {
 
-// All that a signal handler can reach.
+// Global, because a signal handler cannot reach anything else.
 int s_wakeUp = -1;
 
 void onSignal(int number)
@@ -20,7 +20,7 @@ void onSignal(int number)
         return;
     const int error = errno;
     const std::uint64_t one = 1;
-    // Fails only when the counter is full, and then the loop wakes up anyway.
+    // Fails only when the counter is full; the loop wakes up then anyway.
     [[maybe_unused]] const ssize_t written = write(s_wakeUp, &one, sizeof one);
     errno = error;
 }
@@ -51,8 +51,8 @@ SignalQuit::SignalQuit(QObject *parent)
 
 SignalQuit::~SignalQuit()
 {
-    // The process is on its way out. The service manager may still signal it, for the bus name that
-    // goes first, and must not turn a clean end into a kill.
+    // The process is ending. systemd may still send a signal because the bus name is released, and
+    // this must not kill the process.
     handleWith(SIG_IGN);
     close(s_wakeUp);
     s_wakeUp = -1;

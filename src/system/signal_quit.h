@@ -2,10 +2,10 @@
 
 #include <QObject>
 
-/// Turns SIGTERM and SIGINT into a call of QCoreApplication::quit() from the event loop. The
-/// handler itself only writes to an event descriptor that the loop watches, so a signal that
-/// arrives before the loop runs ends it as soon as it does. One instance at a time; needs the
-/// application object. Once gone it leaves the signals ignored.
+/// Calls QCoreApplication::quit() from the event loop on SIGTERM and SIGINT. The signal handler
+/// only writes to an event descriptor that the loop watches, so a signal that arrives before the
+/// loop runs is not lost. At most one instance at a time; needs the application object. After
+/// destruction the signals are ignored. Event-loop thread only.
 class SignalQuit : public QObject
 {
     Q_OBJECT

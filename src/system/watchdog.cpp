@@ -14,7 +14,7 @@ Watchdog::Watchdog(const QDBusConnection &bus, QObject *parent)
     const std::chrono::microseconds timeout = ManagerNotice::watchdogTime();
     if (timeout.count() <= 0)
         return;
-    // Three times in the time that is allowed, so that a loaded machine may miss two.
+    // Three times within the timeout, so that a busy machine may miss two.
     m_timer.setInterval(std::chrono::duration_cast<std::chrono::milliseconds>(timeout / 3));
     m_timer.setTimerType(Qt::CoarseTimer);
     connect(&m_timer, &QTimer::timeout, this, &Watchdog::askTheBus);
@@ -30,7 +30,7 @@ void Watchdog::askTheBus()
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();
-                // Only an answer proves that messages still come in.
+                // Only an answer proves that messages are still received.
                 if (!finished->isError())
                     ManagerNotice::send(QByteArrayLiteral("WATCHDOG=1"));
             });

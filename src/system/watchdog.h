@@ -4,10 +4,9 @@
 #include <QObject>
 #include <QTimer>
 
-/// Tells the service manager that this process still works: that its event loop runs and that the
-/// bus answers it. The manager ends and restarts a process that it does not hear from in time
-/// (WatchdogSec= of the unit). Does nothing where the manager does not ask for it. Event-loop
-/// thread only.
+/// Tells systemd regularly that this process works: that its event loop runs and the bus answers.
+/// systemd restarts a process that it does not hear from within WatchdogSec= of the unit. Does
+/// nothing without a watchdog timeout. Event-loop thread only.
 class Watchdog : public QObject
 {
     Q_OBJECT

@@ -115,9 +115,9 @@ void TestTaskGroups::refusesBeforeLookingAtTheArguments()
     const QDBusMessage reply = fixture.start(QStringLiteral("no such task"), {});
     QCOMPARE(reply.errorName(), accessDenied);
     QCOMPARE(reply.errorMessage(),
-             QStringLiteral("Start is for the groups that may run background tasks"));
+             QStringLiteral("Start is allowed only to the groups that may run background tasks"));
     QCOMPARE(fixture.stop(QStringLiteral("no such task")).errorMessage(),
-             QStringLiteral("Stop is for the groups that may run background tasks"));
+             QStringLiteral("Stop is allowed only to the groups that may run background tasks"));
 }
 
 void TestTaskGroups::leavesReadingAndRegisteringToEverybody()

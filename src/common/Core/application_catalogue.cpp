@@ -23,8 +23,9 @@ QString fileNameOf(const ApplicationInfo &info)
     return QFileInfo(info.desktopFilePath()).fileName();
 }
 
-// How much the name of an entry's file says for its id. Of two packages only one can own a name, so
-// that an id that follows from the name is nobody else's.
+// Ranks entries that declare the same id: 2 when the id follows from the file name, 1 when the file
+// is named after the id, 0 otherwise. Only one package can own a file name, so no other package can
+// declare an id that follows from it.
 int claimOf(const ApplicationInfo &info)
 {
     const QString file = fileNameOf(info);
@@ -51,7 +52,8 @@ public:
     void run();
 
 private:
-    /// The entries of one folder that count, and which of them is an application's.
+    /// The entries of one folder that are used, and the position of each in the list by application
+    /// id.
     struct Chosen
     {
         QVector<ApplicationInfo> entries;
@@ -74,7 +76,7 @@ private:
     Findings &m_findings;
     EntryRecords &m_records;
     const AboutToRead &m_aboutToRead;
-    /// Path of the file that a file name means.
+    /// File name to the path of the file that is used for it.
     QHash<QString, QString> m_fileOfName;
 };
 
@@ -93,8 +95,8 @@ void ApplicationCatalogue::Scan::announce(const QString &path, const ListedFile 
         m_aboutToRead(path, file);
 }
 
-// The file as it is now that it has been announced. Whoever watches it from now on has not seen
-// what was written to it since the folder was listed.
+// Announces the file, then reads its state again: a watch that starts now reports nothing that was
+// written between the listing of the folder and this moment.
 ListedFile ApplicationCatalogue::Scan::announced(const QString &path, const ListedFile &file) const
 {
     announce(path, &file);
@@ -108,7 +110,7 @@ void ApplicationCatalogue::Scan::scanDirectory(const QString &directory)
 {
     announce(directory, nullptr);
     const ReadFailures failures;
-    // By name, so that two entries of the same application do not depend on the disk's order.
+    // Sorted by name, because the order of the directory listing is arbitrary.
     QVector<ListedFile> files = m_places.filesIn(directory, QStringLiteral(".desktop"));
     Chosen chosen;
     if (failures.any()) {
@@ -136,7 +138,7 @@ void ApplicationCatalogue::Scan::take(const QString &path, const QString &name,
     addFileName(name, info);
 }
 
-// What cannot be listed is not gone.
+// A folder that cannot be listed still has its entries, so the known ones are used.
 void ApplicationCatalogue::Scan::takeKnown(const QString &directory, Chosen &chosen)
 {
     const QMap<QString, ApplicationInfo> known = m_records.knownIn(directory);
@@ -144,7 +146,7 @@ void ApplicationCatalogue::Scan::takeKnown(const QString &directory, Chosen &cho
         take(directory + QLatin1Char('/') + info.key(), info.key(), *info, chosen);
 }
 
-// One entry of each application, whatever entries of one directory say that they are the same.
+// Uses one entry of each application, even when several entries of a folder declare the same id.
 void ApplicationCatalogue::Scan::takeOne(const ApplicationInfo &info, Chosen &chosen)
 {
     const QString id = info.applicationId().toString();
@@ -170,7 +172,7 @@ void ApplicationCatalogue::Scan::addAll(QVector<ApplicationInfo> &chosen)
     std::sort(chosen.begin(), chosen.end(), [](const ApplicationInfo &a, const ApplicationInfo &b) {
         return a.applicationId().toString() < b.applicationId().toString();
     });
-    // The user's data home comes first in the list and goes before the system's.
+    // Entries that were added from an earlier folder win. The first folder is the user's data home.
     for (const ApplicationInfo &info : qAsConst(chosen))
         add(info);
 }
@@ -179,7 +181,7 @@ void ApplicationCatalogue::Scan::add(const ApplicationInfo &info)
 {
     QMap<QString, ApplicationInfo> &applications = m_catalogue.m_applications;
     const QString id = info.applicationId().toString();
-    // In order, so that each usually comes last.
+    // The entries come sorted, so this is the usual case.
     if (applications.isEmpty() || applications.lastKey() < id) {
         applications.insert(applications.constEnd(), id, info);
         return;
@@ -202,16 +204,16 @@ void ApplicationCatalogue::Scan::addFileName(const QString &name, const Applicat
     const auto earlier = m_fileOfName.constFind(name);
     if (earlier == m_fileOfName.constEnd()) {
         m_fileOfName.insert(name, info.desktopFilePath());
-        // In order of name within a folder.
+        // The files of a folder come sorted by name, which makes the hint right.
         m_catalogue.m_fileToApplication.insert(m_catalogue.m_fileToApplication.constEnd(), name,
                                                id);
         return;
     }
-    // Of an application that has an entry already, that is told.
+    // When the application has another entry already, that has been reported.
     if (m_catalogue.m_applications.contains(id))
         return;
     ORVANE_REMARK(m_findings, findingOf(Rules::fileNameShadowed, {info.desktopFilePath()}))
-        << name << "means" << *earlier;
+        << name << "refers to" << *earlier;
     m_catalogue.m_shadowed.append({Shadowed::SameFileName, info.desktopFilePath(), id, *earlier});
 }
 
@@ -264,7 +266,7 @@ QList<ApplicationCatalogue::TaskInfo> ApplicationCatalogue::tasksOfType(const QS
     return *m_tasksOfType->insert(type, joinedWithinBounds(ofApplications, findings));
 }
 
-// The records of the applications in the order in which their files were read.
+// The records of the applications, in the order in which their files were read.
 QVector<ApplicationInfo> ApplicationCatalogue::inOrderOfFiles() const
 {
     QVector<QPair<QPair<int, QString>, ApplicationInfo>> placed;
@@ -288,7 +290,7 @@ UriHandlers ApplicationCatalogue::uriHandlers(const MimeappsEntries &chosen) con
     UriHandlers handlers;
     const QVector<ApplicationInfo> inOrder = inOrderOfFiles();
     for (const ApplicationInfo &info : inOrder) {
-        // An entry may repeat a type, and each wildcard costs a walk through the database.
+        // Duplicates are removed first, because each wildcard costs a search of the whole database.
         QStringList types = info.mimeTypes();
         types.removeDuplicates();
         for (const QString &mimeType : qAsConst(types))

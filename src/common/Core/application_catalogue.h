@@ -22,47 +22,51 @@ namespace Core {
 class EntryRecords;
 class Findings;
 
-/// What is installed, as one look at the folders of desktop entries found it. A value: it does not
-/// notice what changes later.
+/// The installed applications, as one scan of the folders of desktop entries found them. A value:
+/// it does not change when the files change later. Event-loop thread only.
 class ApplicationCatalogue
 {
 public:
     using TaskInfo = ApplicationInfo::TaskInfo;
 
-    /// An entry that is there and does not count, or not for everything.
+    /// A valid entry that is not used, or not for every purpose, because another one takes
+    /// precedence.
     struct Shadowed
     {
         enum Reason {
-            /// Another entry of its folder says that it is the same application.
+            /// Another entry in the same folder declares the same application.
             SameIdInFolder,
-            /// So does one of an earlier folder.
+            /// An entry in an earlier folder declares the same application.
             SameIdInEarlierFolder,
-            /// Its application counts, but an earlier folder has a file of its name, and
-            /// mimeapps.list means that one.
+            /// The entry is used, but an earlier folder has a file of the same name, and an entry
+            /// of mimeapps.list with that name refers to the earlier file.
             SameFileName
         };
         Reason reason;
         QString file;
-        /// The application that it declares.
+        /// The id of the application that the entry declares.
         QString application;
-        /// The file that counts instead.
+        /// The file that takes precedence.
         QString by;
     };
 
-    /// Called with each folder before it is listed, then without a file, whether there is one or
-    /// not, and with each file before it is read.
+    /// Called before anything is read, so that the caller can watch it: with each folder before it
+    /// is listed (`file` is null, and the folder may not exist), and with each file before it is
+    /// read.
     using AboutToRead = std::function<void(const QString &path, const ListedFile *file)>;
 
-    /// Knows nothing.
+    /// An empty catalogue.
     ApplicationCatalogue() = default;
     /// Reads every desktop entry in the folders of applications. An entry in an earlier folder
-    /// goes before one in a later folder; within one, the file that is named by its application's
-    /// id goes before others, and then the first by name.
+    /// takes precedence over one in a later folder. Within a folder, the file that is named after
+    /// its application's id takes precedence, then the first by name.
+    /// @param places the folders, and the root that they are in.
+    /// @param findings gets what is wrong with the entries.
     /// @param extent how much of each record is read.
     ApplicationCatalogue(const Places &places, Findings &findings,
                          ApplicationInfo::Extent extent = ApplicationInfo::Everything);
-    /// The same, without reading what `records` have and what has not changed since. Of what cannot
-    /// be listed or read it takes what `records` have, changed or not.
+    /// The same, but uses the records in `records` whose files have not changed. For what cannot be
+    /// listed or read it uses `records` even if the files have changed.
     /// @param aboutToRead may be empty.
     ApplicationCatalogue(const Places &places, Findings &findings, EntryRecords &records,
                          const AboutToRead &aboutToRead = {});
@@ -77,24 +81,25 @@ public:
     {
         return m_fileToApplication;
     }
-    /// In the order in which they were found.
+    /// The entries that another one takes precedence over, in the order in which they were found.
     [[nodiscard]] const QVector<Shadowed> &shadowed() const { return m_shadowed; }
-    /// The desktop entries that declare no application, by path in the order of reading.
+    /// Paths of the desktop entries that are not valid, in the order in which they were read.
     [[nodiscard]] const QStringList &invalidFiles() const { return m_invalidFiles; }
 
-    /// The record of an application; one that is not valid when it is unknown.
+    /// The record of an application; an invalid record when the application is unknown.
     [[nodiscard]] ApplicationInfo application(const ApplicationId &id) const;
-    /// A task's record; one shared empty record when the application or the task is unknown. The
-    /// reference holds as long as the catalogue, or a handle to the application's record.
+    /// A task's record; a shared empty record when the application or the task is unknown. The
+    /// reference is valid as long as the catalogue or any copy of the application's record exists.
     [[nodiscard]] const TaskInfo &task(const ApplicationTaskId &id) const;
-    /// All tasks whose type is exactly `type`, in order of application id, then task name, as far
-    /// as joinedWithinBounds() has room. Made when it is first asked for, which is when findings
-    /// are reported; a copy of the catalogue has it too.
+    /// All tasks whose type is exactly `type`, sorted by application id, then task name, within the
+    /// limit of joinedWithinBounds(). The list is made, and findings are reported, at the first
+    /// call for a type; copies of the catalogue share it.
     [[nodiscard]] QList<TaskInfo> tasksOfType(const QString &type, Findings &findings) const;
-    /// The types that the applications declare, file by file: folder after folder, by file name
-    /// within one; and what the user chose. Asks the MIME database of this system.
+    /// Which applications open what: the types that the applications declare, in the order in which
+    /// their files were read, and the user's choices in `chosen`. Uses the MIME database of this
+    /// system.
     [[nodiscard]] UriHandlers uriHandlers(const MimeappsEntries &chosen) const;
-    /// The applications that also open what is a kind of their MIME types.
+    /// Ids of the applications that also open subtypes of their MIME types.
     [[nodiscard]] QSet<QString> supportingMimeParents() const;
 
 private:
@@ -102,13 +107,14 @@ private:
 
     [[nodiscard]] QVector<ApplicationInfo> inOrderOfFiles() const;
 
-    /// Those that were read, in order.
+    /// The folders that were read, in order.
     QStringList m_folders;
     QMap<QString, ApplicationInfo> m_applications;
     QMap<QString, QString> m_fileToApplication;
     QVector<Shadowed> m_shadowed;
     QStringList m_invalidFiles;
-    /// Lists that are not empty, by type: no more than there are tasks, whatever is asked for.
+    /// The lists by type. Empty ones are not kept, so that clients that ask for arbitrary types
+    /// cannot make this grow.
     std::shared_ptr<QHash<QString, QList<TaskInfo>>> m_tasksOfType =
         std::make_shared<QHash<QString, QList<TaskInfo>>>();
 };

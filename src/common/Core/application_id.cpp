@@ -9,15 +9,16 @@ namespace Core {
 
 namespace {
 
-// The marks into an id are 16-bit numbers; nothing of that length is a real id.
+// Lengths within an id are stored in 16 bits. No real id is that long.
 constexpr int longestText = std::numeric_limits<qint16>::max();
 
-// Length of the organisation when the text is an application id; 0 when it is none.
+// Length of the organisation; 0 when the text is not an application id.
 qint16 organisationLengthOf(const QString &text)
 {
     if (text.size() > longestText)
         return 0;
-    // Not "$", which would also match before a trailing line break: ids end up in file names.
+    // "\z" and not "$", which also matches before a trailing line break: ids become part of file
+    // names.
     static const QRegularExpression pattern(
         QStringLiteral("^([0-9a-z._-]+)\\.([A-Za-z_-][A-Z0-9a-z_.-]*)\\z"));
     const QRegularExpressionMatch match = pattern.match(text);
@@ -36,8 +37,8 @@ QString instancePrefix() { return QStringLiteral("instance_"); }
 
 bool isDecimalDigit(QChar character) { return character.category() == QChar::Number_DecimalDigit; }
 
-// One character of a file name as it stands in an id. Names made this way are stored in settings
-// and unit files, so the code stays what it always was: the Latin-1 value as a signed byte.
+// Encodes one character of a file name for an id. The code is the Latin-1 value as a signed byte.
+// It must not change, because such ids are stored in settings and unit files.
 QString encoded(QChar character)
 {
     const ushort code = character.unicode();
@@ -87,7 +88,7 @@ ApplicationId ApplicationId::startOf(const QString &text, qint16 length, qint16 
     const QString start = length < 1 ? text : text.left(length);
     if (organisationLength < 1)
         return ApplicationId(start);
-    // The text alone does not say which of its dots is the one between the parts.
+    // The text alone does not tell which of its dots separates the two parts.
     ApplicationId id;
     id.m_text = start;
     id.m_organisationLength = organisationLength;

@@ -4,19 +4,21 @@
 
 namespace Core {
 
-/// Names an application: organisation, a dot, name, as in com.example.Notes. A cheap value: the
-/// text and two marks into it; the parts are views that live as long as the id they came from.
-/// Never raises an error: an unparsable text gives an id that is not valid.
+/// Identifies an application: organisation, a dot and a name, as in com.example.Notes. A cheap
+/// value: the text and two lengths. The parts are views that are valid as long as the id that they
+/// came from. A text that cannot be parsed gives an invalid id; there is no other error. Usable
+/// from any thread.
 class ApplicationId
 {
 public:
     ApplicationId() = default;
     /// Parses `text`.
     explicit ApplicationId(const QString &text);
-    /// Joins the parts without checking them: valid exactly when `organisation` is not empty.
+    /// Joins the parts without checking them. Valid if and only if `organisation` is not empty.
     ApplicationId(const QString &organisation, const QString &name);
-    /// The fallback id of an application whose desktop entry does not name it: organisation
-    /// org.zarn and the file's base name with every character but letters and digits encoded.
+    /// The fallback id for a desktop entry that does not declare one: the organisation org.zarn,
+    /// and the base name of the file, in which every character other than letters and digits is
+    /// encoded.
     [[nodiscard]] static ApplicationId fromDesktopFileName(const QString &fileName);
 
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
@@ -39,9 +41,10 @@ private:
     friend class ApplicationInstanceId;
     friend class ApplicationTaskId;
 
-    // The application at the start of another id: the first `length` characters of `text`, the
-    // whole when that is less than 1, with its parts as they are marked there. Where no
-    // organisation is marked, the text is parsed.
+    // The application id at the start of another id.
+    // @param length number of characters of `text` that form the id; the whole text when less than
+    // 1.
+    // @param organisationLength length of the organisation; when less than 1, the text is parsed.
     [[nodiscard]] static ApplicationId startOf(const QString &text, qint16 length,
                                                qint16 organisationLength);
 
@@ -50,21 +53,21 @@ private:
     qint16 m_length = 0;
 };
 
-/// Names one background task: application id, ".task_", task name. Same kind of value.
+/// Identifies one background task: application id, ".task_" and task name. The same kind of value.
 class ApplicationTaskId
 {
 public:
     ApplicationTaskId() = default;
-    /// Parses `text`; not valid unless it has an application id, ".task_" and a name.
+    /// Parses `text`; invalid unless it has an application id, ".task_" and a name.
     explicit ApplicationTaskId(const QString &text);
-    /// Joins the parts; an empty `taskName` makes the result not valid.
+    /// Joins the parts; invalid when `taskName` is empty.
     ApplicationTaskId(const ApplicationId &application, const QString &taskName);
 
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
-    /// The application that declares the task, with the parts that it was joined of or parsed to;
-    /// made of the whole text when this is not valid.
+    /// The application that declares the task. When this id is invalid, the result is parsed from
+    /// the whole text.
     [[nodiscard]] ApplicationId applicationId() const;
-    /// The task's own name, without "task_"; null when this is not valid.
+    /// The task's name, without "task_"; null when this id is invalid.
     [[nodiscard]] QStringRef taskName() const;
     [[nodiscard]] const QString &toString() const { return m_text; }
 
@@ -89,8 +92,8 @@ private:
     qint16 m_applicationIdLength = 0;
 };
 
-/// Names one running copy of an application: the application id, followed by ".instance_" and a
-/// decimal number unless that is 0. Same kind of value.
+/// Identifies one running instance of an application: the application id, followed by ".instance_"
+/// and a decimal number unless the number is 0. The same kind of value.
 class ApplicationInstanceId
 {
 public:
@@ -99,12 +102,11 @@ public:
     explicit ApplicationInstanceId(const QString &text);
     /// Instance `number` of `application`; 0 is the bare application id.
     ApplicationInstanceId(const ApplicationId &application, int number);
-    /// Accepts either form: the id of a task (then its application and task suffix are marked as
-    /// ApplicationTaskId does) or of an instance.
+    /// Parses the id of a task or of an instance.
     [[nodiscard]] static ApplicationInstanceId fromTaskOrInstance(const QString &text);
 
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
-    /// The application, with the parts that it was joined of or parsed to.
+    /// The application of which this is an instance.
     [[nodiscard]] ApplicationId applicationId() const;
     [[nodiscard]] const QString &toString() const { return m_text; }
 

@@ -17,7 +17,7 @@ namespace Core {
 
 namespace {
 
-/// The reader, as this program's own class.
+/// The platform's reader of desktop entries, as a class of this program.
 class MyDesktopEntry : public MDesktopEntry
 {
 public:
@@ -25,8 +25,9 @@ public:
     ~MyDesktopEntry() override = default;
 };
 
-// The first of the groups that speak of the sandbox in which the key says something, and what it
-// says there.
+// The value of a key in the first sandbox group that has it. There are three such groups, in order
+// of precedence.
+// @param inGroup is set to the group's name.
 QString sandboxValue(const MDesktopEntry &entry, const QString &key, QString *inGroup = nullptr)
 {
     static const QStringList groups{QStringLiteral("X-Application"), QStringLiteral("X-Sailjail"),
@@ -42,7 +43,8 @@ QString sandboxValue(const MDesktopEntry &entry, const QString &key, QString *in
     return {};
 }
 
-// The task's name when the group declares a task: what follows the prefix. Empty otherwise.
+// The name of the task that a group declares: the text after the prefix. Empty when it declares
+// none.
 QString taskNameOfGroup(const QString &group)
 {
     for (const QLatin1String prefix : {QLatin1String("X-Task "), QLatin1String("X-Service ")}) {
@@ -65,8 +67,8 @@ bool isValidTaskName(const QString &name)
                        [&](QChar c) { return isDigit(c) || isLetter(c); });
 }
 
-// What is kept of an entry that says very much takes no more than what is kept of others. Honest
-// entries stay far below.
+// Limits on how much is kept of one entry, so that no entry can use much memory. Real entries stay
+// far below them.
 constexpr int longestId = 1024;
 constexpr int longestIntents = 64 << 10;
 constexpr int mostMimeTypes = 1024;
@@ -76,8 +78,9 @@ constexpr int longestNameInLog = 200;
 
 QString mainGroup() { return QStringLiteral("Desktop Entry"); }
 
-/// Makes findings of one entry. The entry is read for its lines when there is something to say.
-/// The first ones only get lines, because each costs a walk through the file.
+/// Makes the findings about one entry, with line numbers. The file is read for the line numbers
+/// only when there is a finding. Only the first findings get one, because each costs a search of
+/// the file.
 class EntryFindings
 {
 public:
@@ -174,7 +177,7 @@ void EntryReader::remarkInvalid(const MDesktopEntry &entry, EntryFindings &findi
             << "Deleted with Hidden=true:" << desktopFilePath;
     else
         ORVANE_REMARK(findings.sink, findingOf(Rules::entryInvalid, {desktopFilePath}))
-            << "No valid entry:" << desktopFilePath;
+            << "Not a valid entry:" << desktopFilePath;
 }
 
 void EntryReader::parseTheRest(const MDesktopEntry &entry, const Places &places,
@@ -206,7 +209,7 @@ void EntryReader::parseIntents(const MDesktopEntry &entry, EntryFindings &findin
     }
     const QStringList parts = text.split(QLatin1Char(';'), Qt::SkipEmptyParts);
     for (const QString &part : parts) {
-        // What follows the first colon is kept whole, with the colons in it.
+        // The text after the first colon is kept whole, including further colons.
         const QStringList nameAndQualifier =
             part.section(QLatin1Char(':'), 0, 0).split(QLatin1Char('/'));
         const QString items = part.section(QLatin1Char(':'), 1);
@@ -225,7 +228,7 @@ void EntryReader::parseTasks(const MDesktopEntry &entry, EntryFindings &findings
         if (taskName.isEmpty())
             continue;
         if (!isValidTaskName(taskName)) {
-            // A package fills no log with these.
+            // Limited, so that a package cannot fill the log.
             if (++badNames <= mostNameWarnings)
                 ORVANE_WARN(findings.sink, findings.of(Rules::taskName, group))
                     << "Invalid task name:" << taskName.left(longestNameInLog);
@@ -241,7 +244,7 @@ void EntryReader::addTask(const QString &taskName, const MDesktopEntry &entry, c
 {
     if (tasks.contains(taskName))
         ORVANE_REMARK(findings.sink, findings.of(Rules::taskTwice, group))
-            << "Declared before:" << taskName;
+            << "Declared twice:" << taskName;
     const QString exec = entry.value(group, QStringLiteral("Exec"));
     tasks.insert(taskName,
                  {ApplicationTaskId(applicationId, taskName),

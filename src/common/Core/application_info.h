@@ -18,8 +18,8 @@ class PackageFolders;
 struct PackageStates;
 
 /// Everything that one installed application declares, read once from its desktop entry and its
-/// package. A handle to a shared, immutable record: copies are cheap, and what the accessors
-/// return lives as long as any handle to the record.
+/// package. A handle to a shared, immutable record: copies are cheap, and the references that the
+/// accessors return are valid as long as any copy exists.
 class ApplicationInfo
 {
 public:
@@ -32,7 +32,7 @@ public:
         QString exec;
         QStringList permissions;
         QStringList conditions;
-        /// The entry that declares it, and the group's name in it.
+        /// The desktop entry that declares the task, and the name of its group there.
         QString file{};
         QString group{};
     };
@@ -44,7 +44,8 @@ public:
         QStringList items;
     };
 
-    /// How the application is launched.
+    /// How the application is launched: the values of the keys, empty or the default where not
+    /// declared.
     struct LaunchInfo
     {
         QString exec;
@@ -63,27 +64,27 @@ public:
     /// How much of a record is read.
     enum Extent {
         Everything,
-        /// Whether the entry is valid, the id and the tasks: what a list of tasks takes.
+        /// Only what a list of tasks needs: validity, the id and the tasks.
         Tasks,
     };
 
-    /// An empty record; not valid.
+    /// An empty, invalid record.
     ApplicationInfo();
-    /// Reads the desktop entry at `desktopFilePath`, and its package's files in their places. An
-    /// unusable file gives a record that is not valid, and a finding.
-    /// @param packages which packages need not be looked for.
+    /// Reads a desktop entry and the files of its package. A file that cannot be used gives an
+    /// invalid record and a finding.
+    /// @param packages tells which packages exist, so that the others are not looked for.
     ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings,
                     const PackageFolders &packages, Extent extent = Everything);
-    /// The same without such knowledge.
+    /// The same, but looks for the package in any case.
     ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings,
                     Extent extent = Everything);
-    /// A record that was read before.
+    /// A handle to a record that was read before.
     explicit ApplicationInfo(const QSharedPointer<const ApplicationInfoPrivate> &record);
     ~ApplicationInfo();
     ApplicationInfo(const ApplicationInfo &);
     ApplicationInfo &operator=(const ApplicationInfo &);
 
-    /// True when the whole entry was read.
+    /// True when the entry is valid and was read.
     [[nodiscard]] bool isValid() const;
     [[nodiscard]] const QString &desktopFilePath() const;
     [[nodiscard]] const ApplicationId &applicationId() const;
@@ -95,12 +96,12 @@ public:
     [[nodiscard]] const QString &name() const;
     [[nodiscard]] const QString &icon() const;
     [[nodiscard]] const QStringList &mimeTypes() const;
-    /// Whether the application also handles what is a kind of its MIME types.
+    /// Whether the application also opens subtypes of its MIME types.
     [[nodiscard]] bool supportsMimeParents() const;
     [[nodiscard]] const Manifest &manifest() const;
     /// Identifier of the certificate that signed the package; empty when there is none.
     [[nodiscard]] const QString &certificateId() const;
-    /// What the package's files were like before they were read.
+    /// The states of the package's files before they were read, to detect changes.
     [[nodiscard]] const PackageStates &packageStates() const;
 
 private:

@@ -11,7 +11,7 @@
 
 namespace Core {
 
-/// What one application declares.
+/// The record behind ApplicationInfo.
 class ApplicationInfoPrivate
 {
 public:

@@ -18,8 +18,9 @@ namespace Core {
 
 namespace {
 
-// Between the tries of a look that could not see everything, in milliseconds: soon at first,
-// because a lack of descriptors passes, and seldom later, because a broken disk does not.
+// Delays before a scan that could not read everything is tried again, in milliseconds: short at
+// first, because a lack of file descriptors is temporary, then longer, because a broken disk is
+// not.
 constexpr int firstRetryMs = 500;
 constexpr int lastRetryMs = 60000;
 
@@ -50,12 +51,12 @@ ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces
 void ApplicationRegistryPrivate::scan()
 {
     const ReadFailures failures;
-    // What was known stays as long as the file cannot be read.
+    // Keeps the known choices when the file cannot be read.
     chosenHandlers = readMimeappsList(places, findings).value_or(chosenHandlers);
     handlers.reset();
     if (!versionOverrides.isLoaded())
         versionOverrides.reload();
-    // Watched before it is read, so that no change in between is lost.
+    // Watched before they are read, so that no change in between is missed.
     watcher.beginLook();
     for (const QString &folder : places.applicationFolders)
         watcher.watchDirectory(folder);
@@ -76,11 +77,11 @@ void ApplicationRegistryPrivate::retryAfter(const QString &failure)
         retryMs = firstRetryMs;
         return;
     }
-    // Looks that changes cause do not put the next try off.
+    // A scan that was caused by a change does not postpone the next try.
     if (retry.isActive())
         return;
     if (retryMs == firstRetryMs)
-        qWarning() << "Could not read all of what is installed. What was known stays. First:"
+        qWarning() << "Could not read all applications, and kept the known ones. First failure:"
                    << failure;
     retry.start(retryMs);
     retryMs = qMin(2 * retryMs, lastRetryMs);
@@ -88,14 +89,14 @@ void ApplicationRegistryPrivate::retryAfter(const QString &failure)
 
 void ApplicationRegistryPrivate::watch(const QString &path, const ListedFile *file)
 {
-    // Of the others their folder tells.
+    // The watch on the folder reports changes of all other files.
     if (file != nullptr && file->isElsewhere())
         watcher.watchFile(path);
 }
 
 void ApplicationRegistryPrivate::notice(const QString &path, DirectoryWatcher::Change change)
 {
-    // Other files may come and go on the way of an entry, but nobody reads them.
+    // Writing to a file that is not a desktop entry changes nothing here.
     const bool isOther =
         change == DirectoryWatcher::Content && !path.endsWith(QLatin1String(".desktop"));
     if (!isOther)
@@ -191,12 +192,12 @@ void ApplicationRegistry::setDefaultHandlerForUri(const QUrl &uri, const Applica
                    << "uri (application doesn't exists in the application registry)";
         return;
     }
-    // Another program may have written to the file since the last scan.
+    // Read again, because another program may have written to the file since the last scan.
     const std::optional<MimeappsEntries> chosen = readMimeappsList(d->places, d->findings);
     UriHandlers &handlers = d->uriHandlers();
     handlers.takeDefaults(chosen.value_or(MimeappsEntries()), d->catalogue.fileToApplication());
     handlers.setDefault(uri, application.toString());
-    // The new file would cost the user the choices that could not be read.
+    // Not written when the file could not be read, because the user's other choices would be lost.
     if (chosen)
         d->writeDefaults();
 }

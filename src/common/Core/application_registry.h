@@ -15,8 +15,8 @@ namespace Core {
 class ApplicationRegistryPrivate;
 class Findings;
 
-/// The live catalogue of installed applications: every desktop entry in the standard applications
-/// directories, re-read as a whole when one of them changes. Main thread only.
+/// The live catalogue of installed applications: every desktop entry in the standard application
+/// folders, scanned again when one of them changes. Event-loop thread only.
 class ApplicationRegistry : public QObject
 {
     Q_OBJECT
@@ -24,35 +24,35 @@ class ApplicationRegistry : public QObject
 public:
     using TaskInfo = ApplicationInfo::TaskInfo;
 
-    /// Scans at once, then watches.
-    /// @param findings has to live as long as this object.
+    /// Scans the folders, then watches them.
+    /// @param findings has to outlive this object.
     ApplicationRegistry(const Places &places, Findings &findings, QObject *parent = nullptr);
     ~ApplicationRegistry() override;
-    /// The registry that the process shares, of Places::ofProcess(); created by the first call,
-    /// never destroyed. Logs what it finds.
+    /// The registry that the process shares, of Places::ofProcess(). Created by the first call,
+    /// never destroyed. Logs its findings.
     static ApplicationRegistry *instance();
 
-    /// The record of an application; one that is not valid when it is unknown.
+    /// The record of an application; an invalid record when the application is unknown.
     [[nodiscard]] ApplicationInfo application(const ApplicationId &id) const;
-    /// A task's record; one shared empty record (its id is not valid) when the application or the
-    /// task is unknown. The reference holds until the next scan.
+    /// A task's record; a shared empty record, whose id is invalid, when the application or the
+    /// task is unknown. The reference is valid until the next scan.
     [[nodiscard]] const TaskInfo &task(const ApplicationTaskId &id) const;
-    /// All tasks of an application, in order of task name.
+    /// All tasks of an application, sorted by task name.
     [[nodiscard]] QList<TaskInfo> tasksOfApplication(const ApplicationId &id) const;
-    /// All tasks whose type is exactly `type`, in order of application id, then task name. Together
-    /// they take no more than largestTaskList bytes, so that the bus carries them: what is over,
-    /// the tasks of the applications that declare most, is left out with one log line.
+    /// All tasks whose type is exactly `type`, sorted by application id, then task name. Together
+    /// they are at most largestTaskList bytes, so that they fit into a message of the bus. If there
+    /// are more, the tasks of the applications that declare most are left out, with one log line.
     [[nodiscard]] QList<TaskInfo> tasksOfType(const QString &type) const;
-    /// Which platform generation the application is written for: 0, 1 or 2.
+    /// The platform generation that the application is written for: 0, 1 or 2.
     [[nodiscard]] int compatibilityLevel(const ApplicationId &id) const;
     /// Ids of the applications that can open a URI, best first.
     [[nodiscard]] QStringList handlersForUri(const QUrl &uri, const HandlerFilters &filters) const;
-    /// Makes an application the user's choice for the type of a URI, for good. An application that
-    /// is not installed is logged and changes nothing.
+    /// Stores an application as the user's choice for the type of a URI. An application that is not
+    /// installed is logged and changes nothing.
     void setDefaultHandlerForUri(const QUrl &uri, const ApplicationId &application);
 
 Q_SIGNALS:
-    /// The catalogue was read anew. Emitted at the end of every scan.
+    /// Emitted at the end of every scan.
     void manifestsChanged();
 
 private:

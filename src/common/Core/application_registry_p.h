@@ -22,11 +22,11 @@ public:
 
     void scan();
     void watch(const QString &path, const ListedFile *file);
-    /// Looks again later when a look could not see everything.
-    /// @param failure what it could not read, for a person; empty when it has seen everything.
+    /// Schedules another scan if the last one could not read everything.
+    /// @param failure what could not be read, for a person; empty when everything was read.
     void retryAfter(const QString &failure);
     void notice(const QString &path, DirectoryWatcher::Change change);
-    /// Made when the first caller asks after a scan.
+    /// Made at the first call after a scan.
     UriHandlers &uriHandlers();
     void writeDefaults();
     void keepRecords();
@@ -37,13 +37,13 @@ public:
     ApplicationCatalogue catalogue;
     DirectoryWatcher watcher;
     LookPace pace;
-    /// Runs from a look that could not see everything to the next try.
+    /// Time until a scan that could not read everything is tried again.
     QTimer retry;
     int retryMs;
-    /// Runs out when nothing has changed for some time.
+    /// Delay before the records are saved, so that one write follows a series of changes.
     QTimer keepSoon;
     VersionOverrides versionOverrides;
-    /// What the user has chosen, as it was at the scan.
+    /// The user's choices, as read by the last scan.
     MimeappsEntries chosenHandlers;
     std::optional<UriHandlers> handlers;
     ApplicationRegistry *const q;

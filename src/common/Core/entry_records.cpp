@@ -11,7 +11,7 @@ namespace Core {
 
 namespace {
 
-/// Passes findings on, and notes that there were any.
+/// Passes findings on and remembers whether there were any.
 class NotedFindings : public Findings
 {
 public:

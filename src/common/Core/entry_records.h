@@ -15,57 +15,57 @@ namespace Core {
 
 class Findings;
 
-/// What desktop entries and packages said when they were last read, so that of many entries only
-/// those are read again that a look finds changed. An entry of which there is something to say is
-/// read at each look: each look tells of it. Of an entry that cannot be read, the record that is
-/// known already stays.
-/// Event-loop thread only.
+/// A cache of the records of desktop entries and packages: a scan reads only entries whose files
+/// have changed. An entry with findings is read by every scan, so that every scan reports them.
+/// When an entry cannot be read, its known record is kept. Event-loop thread only.
 class EntryRecords
 {
 public:
     EntryRecords() = default;
-    /// @param extent how much of each record is read. Less than everything is not kept.
+    /// @param extent how much of each record is read. Only complete records are cached.
     explicit EntryRecords(ApplicationInfo::Extent extent)
         : m_extent(extent)
     {
     }
     Q_DISABLE_COPY(EntryRecords)
 
-    /// Takes what the run before has kept, to be called before the first look; and keeps what the
-    /// next run may use, if that is not kept already.
+    /// Loads the records that an earlier run saved. To be called before the first scan.
     void takeKept(const Places &places);
     void keepForNextRun(const Places &places);
-    /// Whether keepForNextRun() has something to do.
+    /// Whether there are changes to save.
     [[nodiscard]] bool isKeepingDue() const { return m_isKeepingDue; }
 
-    /// To be called before the first entry of a look. Lists the packages.
+    /// To be called before the first entry of a scan. Lists the packages.
     void beginLook(const Places &places);
-    /// The record of an entry: the kept one, unless a file of it has changed and all of them can be
-    /// read.
-    /// @param path of the entry; `file` is its file as just listed.
+    /// The record of an entry: from the cache if none of its files has changed or one of them
+    /// cannot be read; otherwise read now.
+    /// @param path path of the entry.
+    /// @param file the entry's file as just listed.
     [[nodiscard]] ApplicationInfo record(const QString &path, const ListedFile &file,
                                          const Places &places, Findings &findings);
-    /// The entries in a folder that are known, by name of the file, for a look that cannot list it.
+    /// The cached records of a folder's entries, by file name: for a scan that cannot list the
+    /// folder.
     [[nodiscard]] QMap<QString, ApplicationInfo> knownIn(const QString &folder);
-    /// Forgets the entries that the look did not ask for.
+    /// Removes the entries that the scan did not ask for.
     void endLook();
-    /// How many entries were read since this object was made.
+    /// How many entries this object has read.
     [[nodiscard]] int readCount() const { return m_readCount; }
 
 private:
-    /// A record, and what the files that it was read from were like.
+    /// A record, and the state of its file.
     struct Kept
     {
         ApplicationInfo info;
-        /// Of the entry, before it was read.
+        /// The state of the entry's file before it was read.
         FileState state;
-        /// Whether no file of it may have been changed while it was read without showing it.
+        /// False when a file may have changed while it was read without its times showing it. Such
+        /// a record is not used again.
         bool isSettled = false;
-        /// The last look that asked for it.
+        /// Number of the last scan that asked for it.
         int look = 0;
     };
 
-    /// @param isWhole false when it has to be read again at the next look.
+    /// @param isReusable false when the next scan has to read the entry again.
     void keep(const QString &path, const FileState &state, const ApplicationInfo &info,
               bool isWhole);
     [[nodiscard]] bool isUnchanged(const Kept &kept, const FileState &state,
@@ -75,7 +75,7 @@ private:
     /// By path of the entry.
     QHash<QString, Kept> m_kept;
     PackageFolders m_packages;
-    /// When the look began, by the clock of files.
+    /// Start of the scan, by the clock that sets file times, in nanoseconds.
     qint64 m_now = 0;
     int m_look = 0;
     int m_readCount = 0;

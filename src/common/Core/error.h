@@ -5,14 +5,14 @@
 
 namespace Core {
 
-/// The outcome of an operation that can fail: a code and a text for a person. Failures travel as
-/// values of this type, returned or handed to a completion callback; nothing throws.
-/// Plain value, usable from any thread.
+/// The outcome of an operation that can fail: a code and a text for a person. Failures are returned
+/// as values of this type or passed to a completion callback; nothing throws. Plain value, usable
+/// from any thread.
 class Error
 {
 public:
-    /// The kinds of failure. The numbers fix the D-Bus error name (see DBus::Error); the gaps are
-    /// codes without a name of their own.
+    /// The kinds of failure. The number determines the D-Bus error name (see DBus::Error). Numbers
+    /// that are missing here have no name of their own.
     enum Code : qint32 {
         NoError = 0,
         Failed = 1,
@@ -31,7 +31,7 @@ public:
 
     /// Success.
     Error() = default;
-    /// @param code one of Code, though any value is kept as it stands; 0 is success.
+    /// @param code one of Code; other values are kept unchanged. 0 is success.
     /// @param message text for a person, empty on success.
     Error(qint32 code, QString message);
     virtual ~Error() = default;

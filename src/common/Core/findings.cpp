@@ -31,7 +31,7 @@ FindingStream::FindingStream(Findings &findings, Finding finding, const FindingO
 
 FindingStream::~FindingStream()
 {
-    // The framework's own streams drop the blank behind the last value when they log.
+    // Qt's own log streams drop the trailing space, too.
     if (m_finding.text.endsWith(QLatin1Char(' ')))
         m_finding.text.chop(1);
     m_findings.report(m_finding, m_origin);

@@ -6,13 +6,13 @@
 
 namespace Core {
 
-/// What a reader or the planner has to say of somebody's file or request. A plain value.
+/// A problem or a remark about a file or a request, made by a reader or the planner. A plain value.
 struct Finding
 {
     enum Severity {
-        /// Worth knowing; everything works as declared.
+        /// For information; everything works as declared.
         Note,
-        /// Something is ignored or read otherwise than its author may have meant.
+        /// Something is ignored, or is read in a way that its author may not have meant.
         Warning,
         /// What was declared does not work.
         Error
@@ -21,28 +21,29 @@ struct Finding
     Severity severity = Warning;
     /// Stable name of the rule, for example "task-name".
     QString rule;
-    /// The file, the line in it from 1 on (0: not known), and the group and key that are meant;
-    /// each empty where it does not apply.
+    /// The file, the line (from 1; 0 when not known), the group and the key; empty where it does
+    /// not apply.
     QString file;
     int line = 0;
     QString group;
     QString key;
-    /// One line for a person: the words of the daemon's log.
+    /// One line for a person, as the daemon logs it.
     QString text;
 };
 
-/// Where a finding was made in this program, for a log line.
+/// The place in the source where a finding was made, for the log line.
 struct FindingOrigin
 {
     const char *file;
     int line;
     const char *function;
-    /// QtDebugMsg or QtWarningMsg for what the daemon logs, QtInfoMsg for what it keeps silent
-    /// about.
+    /// The level at which the daemon logs the finding: QtDebugMsg or QtWarningMsg. QtInfoMsg: the
+    /// daemon does not log it.
     QtMsgType type;
 };
 
-/// Takes findings: the daemon's sink logs them, a tool's collects them. Event-loop thread only.
+/// Receives findings: the daemon's implementation logs them, the tool's collects them. Event-loop
+/// thread only.
 class Findings
 {
 public:
@@ -50,17 +51,18 @@ public:
     virtual void report(const Finding &finding, const FindingOrigin &origin) = 0;
 };
 
-/// Logs each finding's text as qWarning() or qDebug() would have at the place where it was made.
-/// What the daemon keeps silent about is not logged.
+/// Logs each finding's text as qWarning() or qDebug() would at the place where the finding was
+/// made. Findings of QtInfoMsg are not logged.
 class LoggedFindings : public Findings
 {
 public:
-    /// The one that the daemon hands down.
+    /// The instance that the daemon passes to its readers.
     static LoggedFindings &instance();
     void report(const Finding &finding, const FindingOrigin &origin) override;
 };
 
-/// One finding in the making: a stream of its text, reported when the statement ends.
+/// Builds the text of a finding as a stream; reports the finding when it is destroyed, which is at
+/// the end of the statement. Made by the macros below.
 class FindingStream
 {
 public:
@@ -96,7 +98,7 @@ private:
     Core::FindingStream(findings, __VA_ARGS__,                                                     \
                         {QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, QT_MESSAGELOG_FUNC, QtDebugMsg})
 
-/// The same for what the daemon keeps silent about and a tool tells.
+/// The same for a finding that only the tool reports; the daemon does not log it.
 #define ORVANE_REMARK(findings, ...)                                                               \
     Core::FindingStream(findings, __VA_ARGS__,                                                     \
                         {QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, QT_MESSAGELOG_FUNC, QtInfoMsg})

@@ -153,9 +153,9 @@ KeptRecord readRecord(ByteReader &bytes)
     return {ApplicationInfo(record), state};
 }
 
-// What the reader has to be for the records to mean what the writer meant: another build may read
-// entries otherwise.
-// Empty when nothing can be kept.
+// The start of the file: format, program file and languages. Records are used only if all of these
+// are the same, because another build may read entries differently. Empty when nothing can be
+// saved.
 QByteArray header(const Places &places)
 {
     const FileState program = FileState::of("/proc/self/exe");
@@ -184,7 +184,7 @@ void keepRecords(const Places &places, const QVector<KeptRecord> &records)
     const FileWrite result =
         writeFileAtomically(places.recordsFile, sealed(content), FileReaders::Nobody);
     if (result != FileWrite::Written)
-        qWarning() << "Could not keep what applications declare in" << places.recordsFile;
+        qWarning() << "Could not save the records of applications in" << places.recordsFile;
 }
 
 QVector<KeptRecord> keptRecords(const Places &places)

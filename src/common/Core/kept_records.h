@@ -11,21 +11,21 @@ struct Places;
 
 namespace Core {
 
-/// What an entry said, and its file's state from before it was read. Those of the package's files
-/// are in the record.
+/// The record of an entry, and the state of its file before it was read. The states of the
+/// package's files are part of the record.
 struct KeptRecord
 {
     ApplicationInfo info;
     FileState state;
 };
 
-/// Keeps records in the places' file for the next run of this very program in the same language, if
-/// the places have such a file: as many as fit into 16 MiB. A file that cannot be written is logged
-/// and costs the next run its time only.
+/// Saves records in Places::recordsFile, if that is set, for a later run of the same program file
+/// in the same language: as many as fit into 16 MiB. When the file cannot be written, this is
+/// logged and the next run reads all entries again. Event-loop thread only.
 void keepRecords(const Places &places, const QVector<KeptRecord> &records);
 
-/// What the run before has kept. Anything but the whole file that this very program has written for
-/// the same language counts as nothing.
+/// Loads the records that an earlier run saved. Empty when the file is missing or damaged, or was
+/// written by another program file or for another language.
 [[nodiscard]] QVector<KeptRecord> keptRecords(const Places &places);
 
 } // namespace Core

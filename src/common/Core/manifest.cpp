@@ -15,7 +15,8 @@ class ManifestPrivate
 public:
     void parse(const QString &path, const Places &places, Findings &findings);
 
-    // All that is asked for: an object takes many times the room of its text.
+    // Only the value that is used: a parsed JSON object would take many times the memory of its
+    // text.
     bool keepMediaActiveInBackground = false;
     bool valid = false;
 };
@@ -42,7 +43,7 @@ void ManifestPrivate::parse(const QString &path, const Places &places, Findings 
     }
     if (!document.isObject())
         ORVANE_REMARK(findings, findingOf(Rules::manifestIgnored, {path}))
-            << "The manifest is no JSON object";
+            << "The manifest is not a JSON object";
     valid = document.isObject();
     keepMediaActiveInBackground =
         document.object().value(QStringLiteral("keepMediaActiveInBackground")).toBool(false);

@@ -10,16 +10,17 @@ class ApplicationId;
 class Findings;
 class ManifestPrivate;
 
-/// The manifest that an application's package carries, read once at construction. That it is
-/// there says that the application targets a newer platform. Problems are reported, never raised.
+/// The manifest of an application's package, read once at construction. An application with a valid
+/// manifest targets a newer platform. Problems become findings. Event-loop thread only.
 class Manifest
 {
 public:
-    /// Not valid; reads nothing.
+    /// An invalid manifest; reads nothing.
     Manifest();
-    /// Reads the manifest of `application`, if that is a valid id.
+    /// Reads the manifest of `application`, if that is a valid id. A missing file gives an invalid
+    /// manifest.
     Manifest(const ApplicationId &application, const Places &places, Findings &findings);
-    /// A valid one that was read before.
+    /// A valid manifest with a known value, which was read before.
     explicit Manifest(bool keepsMediaActiveInBackground);
     ~Manifest();
     Manifest(const Manifest &other);
@@ -27,7 +28,7 @@ public:
 
     /// True when the file was read and its top level is a JSON object.
     [[nodiscard]] bool isValid() const;
-    /// Whether the application keeps media playing in the background; false when it does not say.
+    /// Whether the application keeps media playing in the background; false when not declared.
     [[nodiscard]] bool keepMediaActiveInBackground() const;
 
 private:

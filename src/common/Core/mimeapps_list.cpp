@@ -80,7 +80,7 @@ QByteArray textOf(const QString &path, const QMap<QString, QString> &defaults)
             text += lineOf(entry.key(), entry.value()) + '\n';
         else
             qWarning() << "Not written to" << path
-                       << "because it would not be read as it is:" << entry.key() << entry.value();
+                       << "because it would be read differently:" << entry.key() << entry.value();
     }
     return text;
 }
@@ -114,7 +114,7 @@ void writeMimeappsList(const Places &places, const QMap<QString, QString> &defau
     if (path.isEmpty())
         return;
     const QString directory = QFileInfo(path).path();
-    // A directory that cannot be made shows in the next step too.
+    // When this fails, writing the file fails, too, and is logged.
     if (!makeDirectory(directory))
         qWarning() << "Failed to create directory" << directory;
     const FileWrite result = writeFileAtomically(path, textOf(path, defaults));

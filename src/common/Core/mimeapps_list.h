@@ -8,34 +8,35 @@
 
 struct Places;
 
-// The file in which a user's choice of applications for MIME types is kept.
+// mimeapps.list: the file with a user's choice of applications for MIME types.
 
 namespace Core {
 
 class Findings;
 
-/// The name of a desktop file in a line.
+/// A desktop file name in a line of the file.
 struct ChosenFile
 {
     QString name;
-    /// The line's number, from 1 on.
+    /// The line number, from 1.
     int line = 0;
 };
 
-/// Key of a line (a MIME type) to the desktop files that it lists, each once.
+/// MIME type to the desktop files that the file lists for it, without duplicates.
 using MimeappsEntries = QMap<QString, QVector<ChosenFile>>;
 
-/// Where the file is; empty when the user has no place for settings.
+/// Path of the file; empty when there is no configuration folder.
 [[nodiscard]] QString mimeappsListPath(const Places &places);
 
-/// The default applications that the file lists, in their group; what is in other groups, such as
-/// associations that a user has removed, is no choice. Empty without a file, and when what has its
-/// name is none. Nothing when the system did not let the file be read, perhaps for the moment.
+/// Reads the group of default applications; other groups, such as removed associations, are no
+/// choice.
+/// @return an empty map when there is no such file, or when it is too large or not a regular file;
+/// nothing when the file exists but cannot be opened, which may be temporary.
 [[nodiscard]] std::optional<MimeappsEntries> readMimeappsList(const Places &places,
                                                               Findings &findings);
 
-/// Writes the file anew, whole or not at all: one group of default applications and nothing else.
-/// A choice that readMimeappsList() would not find again, such as a file name with a semicolon or a
+/// Replaces the file atomically: it then has the group of default applications and nothing else. An
+/// entry that readMimeappsList() would not read back, such as a file name with a semicolon or a
 /// line break, is left out. Problems are logged.
 /// @param defaults MIME type to desktop file name.
 void writeMimeappsList(const Places &places, const QMap<QString, QString> &defaults);

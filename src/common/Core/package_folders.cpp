@@ -23,7 +23,7 @@ PackageFolders::PackageFolders(const Places &places)
 
 bool PackageFolders::mayHave(const QString &applicationId) const
 {
-    // An id with a slash leads to a folder inside another.
+    // An id with a slash names a folder inside another, which the listing does not show.
     return !m_names || applicationId.contains(QLatin1Char('/'))
         || m_names->contains(QFile::encodeName(applicationId));
 }

@@ -12,30 +12,30 @@ struct Places;
 
 namespace Core {
 
-/// What the files of a package that are read were like before that.
+/// The states of those files of a package that are read.
 struct PackageStates
 {
     FileState manifest;
     FileState certificate;
 };
 
-/// Which applications may have a package, by one listing of the folder of packages instead of two
+/// Which applications may have a package. One listing of the folder of packages replaces two
 /// look-ups for each application. A value; usable from any thread.
 class PackageFolders
 {
 public:
-    /// Knows of none, so that each application may have one.
+    /// Without a listing: any application may have a package.
     PackageFolders() = default;
     /// Lists the folder.
     explicit PackageFolders(const Places &places);
 
-    /// False when none of the package's files can be there.
+    /// False when the application certainly has no package.
     [[nodiscard]] bool mayHave(const QString &applicationId) const;
-    /// What the package's files are like now.
+    /// The current states of the package's files.
     [[nodiscard]] PackageStates statesOf(const QString &applicationId, const Places &places) const;
 
 private:
-    /// Nothing when they are not known.
+    /// Names of the folders; nothing when there is no listing.
     std::optional<QSet<QByteArray>> m_names;
 };
 

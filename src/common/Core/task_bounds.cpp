@@ -13,7 +13,7 @@ namespace {
 
 using TaskInfo = ApplicationInfo::TaskInfo;
 
-// With the length before it, the zero byte behind it and the space up to the next one.
+// Including the length field, the terminating zero and the padding.
 int sizeOf(const QString &text)
 {
     const bool isAscii =
@@ -33,7 +33,7 @@ int sizeOf(const QList<TaskInfo> &tasks)
                            [](int sum, const TaskInfo &task) { return sum + Core::sizeOf(task); });
 }
 
-// Collects what is left out, for one line about it.
+// Collects the tasks that are left out, for one finding about all of them.
 struct LeftOut
 {
     int count = 0;
@@ -84,7 +84,7 @@ void boundTasksOfApplication(QMap<QString, TaskInfo> &tasks, Findings &findings)
             << tooLarge.first;
     if (withoutRoom.count > 0)
         ORVANE_WARN(findings, findingOf(Rules::tasksSize, withoutRoom.place))
-            << "The application declares too much in all its tasks. Left out:" << withoutRoom.count
+            << "The tasks of the application declare too much. Left out:" << withoutRoom.count
             << "of them, first" << withoutRoom.first;
 }
 

@@ -5,31 +5,32 @@
 #include <QList>
 #include <QMap>
 
-// How much tasks may declare. The bus ends the connection of a program that sends a message of more
-// than 32 MiB, and a session's answer holds every task of its type twice at most: among the
-// available and among the active ones.
+// Limits on how much tasks may declare. The bus disconnects a program that sends a message of more
+// than 32 MiB, and the answer of a session has each task of its type at most twice: as available
+// and as active.
 
 namespace Core {
 
 class Findings;
 
-/// Bytes that one task may take; an honest one takes some hundred.
+/// Largest size of one task, in bytes. Real tasks have some hundred.
 constexpr int largestTask = 16 << 10;
-/// Bytes that the tasks of one application may take together.
+/// Largest size of all tasks of one application, in bytes.
 constexpr int largestTasksOfApplication = 256 << 10;
-/// Bytes that the tasks of a list from the registry take at most.
+/// Largest size of a list of tasks from the registry, in bytes.
 constexpr int largestTaskList = 8 << 20;
 
-/// Bytes that a task takes: what it takes in a message of the bus, if all of it were sent.
+/// Size of a task in bytes: what it takes in a message of the bus, if all of it were sent.
 [[nodiscard]] int sizeOf(const ApplicationInfo::TaskInfo &task);
 
-/// Leaves out what one application declares beyond the bounds, with a finding that names the
-/// first task of each kind: tasks that are too large, then those for which no room is left, in
-/// order of task name.
+/// Removes the tasks of one application that exceed the limits: first those that are too large,
+/// then those that no longer fit, in order of task name. One finding for each of the two reasons
+/// names the first task.
 void boundTasksOfApplication(QMap<QString, ApplicationInfo::TaskInfo> &tasks, Findings &findings);
 
-/// Joins lists of tasks, one of each application, in order, as far as there is room. Those that
-/// take most are left out first, with one finding: nobody fills the room of the others.
+/// Joins the lists of tasks of several applications, in order. If they exceed largestTaskList, the
+/// longest lists are left out first, with one finding, so that one application cannot displace
+/// others.
 [[nodiscard]] QList<ApplicationInfo::TaskInfo>
 joinedWithinBounds(const QList<QList<ApplicationInfo::TaskInfo>> &ofApplications,
                    Findings &findings);

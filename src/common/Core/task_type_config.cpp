@@ -13,7 +13,8 @@ namespace Core {
 
 namespace {
 
-// Only what says yes is yes: a word that is no boolean must not open the user's session to a type.
+// An unknown word counts as false, because a typing mistake must not give a type access to the
+// user's session.
 bool saysYes(const IniFile::Value &value)
 {
     const QString text = value.text.trimmed().toLower();
@@ -67,7 +68,7 @@ TaskTypeConfig::TaskTypeConfig(const QString &taskType, const Places &places, Fi
     if (!isBoolean(*value))
         ORVANE_REMARK(findings,
                       findingOf(Rules::taskTypeBoolean, {m_file, group, key, value->line}))
-            << "No boolean:" << value->text;
+            << "Not a boolean:" << value->text;
 }
 
 } // namespace Core

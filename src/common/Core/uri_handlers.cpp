@@ -59,7 +59,7 @@ void UriHandlers::registerType(const QString &mimeType, const QString &applicati
         return;
     if (m_typeNames.isEmpty())
         m_typeNames = namesOf(QMimeDatabase().allMimeTypes());
-    // Sorted: those that begin so are neighbours.
+    // The names are sorted, so all names with the prefix follow one another.
     const auto first = std::lower_bound(m_typeNames.constBegin(), m_typeNames.constEnd(), prefix);
     for (auto name = first; name != m_typeNames.constEnd() && name->startsWith(prefix); ++name)
         registerType(*name, application);

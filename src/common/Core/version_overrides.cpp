@@ -15,7 +15,7 @@ namespace {
 
 const QChar wildcard = QLatin1Char('*');
 
-// A wildcard stands for whole parts of an id at its end, or for every id.
+// A wildcard is allowed only as the last part of an id, or as the whole key.
 bool isValidKey(const QString &key)
 {
     const int position = key.indexOf(wildcard);
@@ -64,7 +64,7 @@ void VersionOverrides::load()
         const QString version = value.text.trimmed();
         if (QVersionNumber::fromString(version).isNull())
             ORVANE_REMARK(m_findings, findingOf(Rules::overrideVersion, place))
-                << "No version:" << version;
+                << "Not a version:" << version;
         m_versions.insert(key, version);
     }
 }

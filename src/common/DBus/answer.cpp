@@ -11,7 +11,7 @@ namespace DBus {
 void sendAnswer(const QDBusConnection &connection, const QDBusMessage &request,
                 const QDBusMessage &answer)
 {
-    // The bus would not deliver an answer that nobody waits for.
+    // The bus does not deliver an answer that was not asked for.
     if (!request.isReplyRequired())
         return;
     const MessageContents contents = contentsOf(answer);

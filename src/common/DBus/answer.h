@@ -5,9 +5,9 @@ class QDBusMessage;
 
 namespace DBus {
 
-/// Sends the answer to a call, unless its sender wants none. An answer that cannot travel, because
-/// the bus would refuse its size or the bus library cannot write one of its values, is replaced by
-/// an error, so that the caller is never left waiting.
+/// Sends the answer to a call, unless the caller asked for no reply. An answer that cannot be sent,
+/// because it is too large for the bus or the bus library cannot write one of its values, is
+/// replaced by an error, so that the caller does not wait in vain. Event-loop thread only.
 /// @param connection the connection that the call came in on.
 /// @param request the call.
 /// @param answer a reply or an error reply to it.

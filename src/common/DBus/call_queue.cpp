@@ -13,8 +13,8 @@ namespace DBus {
 
 namespace {
 
-// The deadlines are this queue's own: the bus library would forget a call that the bus still
-// counts.
+// Deadlines are handled here. At a timeout of its own, the bus library would forget the call, but
+// the bus would still count it.
 constexpr int noTimeoutMs = std::numeric_limits<int>::max();
 
 QDBusMessage notSent()
@@ -69,7 +69,7 @@ void CallQueue::sendWaiting()
         else
             dispatch(std::move(call));
     }
-    // Not here: call() runs no callback.
+    // From the event loop, because no callback may run inside call().
     if (!m_tooLate.empty())
         m_expiry.start(0);
 }
@@ -104,7 +104,7 @@ void CallQueue::watch(const QDeadlineTimer &deadline)
 {
     if (deadline.isForever())
         return;
-    // The overall remaining time fits: deadlines are minutes.
+    // Deadlines are minutes, which fit into an int.
     const int remaining = static_cast<int>(deadline.remainingTime());
     if (!m_expiry.isActive() || remaining < m_expiry.remainingTime())
         m_expiry.start(remaining);
@@ -150,7 +150,7 @@ void CallQueue::answerOverdue()
         call.answerBy = QDeadlineTimer::Forever;
         overdue.push_back(std::exchange(call.answered, nullptr));
     };
-    // What still waits is sent all the same: that is what sendBy is for.
+    // Calls that still wait stay in the queue; only sendBy removes them.
     for (auto &lane : m_waiting)
         std::for_each(lane.begin(), lane.end(), takeOverdue);
     for (auto &[number, call] : m_unanswered)

@@ -14,25 +14,25 @@
 
 namespace DBus {
 
-/// Sends method calls and keeps a bounded number of them unanswered at a time; the rest wait here,
-/// in lanes. The bus allows a connection 128 outstanding replies in all, so a peer that does not
-/// answer would otherwise make calls to every other peer fail. A call keeps its place until its
-/// answer is here, also when nobody waits for that any longer, because the bus counts it until
-/// then. Event-loop thread only.
+/// Sends method calls, and limits how many of them are unanswered at a time. The other calls wait
+/// in lanes. The bus allows a connection 128 outstanding replies, so without the limit one peer
+/// that does not answer could make calls to all other peers fail. A call counts until its answer
+/// arrives, even after its deadline, because the bus counts it until then. Event-loop thread only.
 class CallQueue : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Looks at the answer: a reply, or an error from the peer, the bus or this queue. Runs exactly
+    /// Receives the answer: a reply, or an error from the peer, the bus or this queue. Runs exactly
     /// once, and never inside call().
     using Callback = std::function<void(const QDBusMessage &)>;
 
-    /// What waits in a lane is sent before all that waits in the lanes below it, in the order in
-    /// which it was asked.
+    /// Priorities. Calls in an earlier lane are sent before those in later lanes; within a lane,
+    /// calls are sent in the order in which they were queued.
     enum Lane { Urgent, Normal, Background };
-    /// By lane: how many calls of all lanes together may be unanswered when one more is sent. The
-    /// lanes above Background should have more, so that some places are always left to them.
+    /// For each lane: a call of the lane is sent only while fewer calls than this, of all lanes
+    /// together, are unanswered. Earlier lanes should have higher limits, so that room is reserved
+    /// for them.
     using Limits = std::array<int, 3>;
 
     struct Call
@@ -40,25 +40,27 @@ public:
         QDBusMessage message;
         Callback answered;
         Lane lane = Normal;
-        /// When it is not sent by then it is never sent: the answer is the error Timeout.
+        /// A call that has not been sent by then is dropped and gets the error Timeout.
         QDeadlineTimer sendBy = QDeadlineTimer::Forever;
-        /// When its answer is not here by then, the answer is the error NoReply. A call that still
-        /// waits is sent later all the same.
+        /// A call that has not been answered by then gets the error NoReply. If it still waits, it
+        /// is sent later nevertheless.
         QDeadlineTimer answerBy = QDeadlineTimer::Forever;
-        /// Runs when the call leaves the queue: right behind the sending, perhaps inside call(), or
-        /// with false when it is not sent.
+        /// Runs when the call leaves the queue: with true right after it was sent, which may be
+        /// inside call(), or with false when it was dropped.
         std::function<void(bool sent)> left = {};
     };
 
+    /// @param connection the connection to send on.
     CallQueue(const QDBusConnection &connection, const Limits &limits, QObject *parent = nullptr);
     ~CallQueue() override;
 
+    /// Queues a call, and sends it at once if the limits allow it.
     void call(Call call);
 
 private:
     struct Unanswered
     {
-        /// None once it has run.
+        /// Empty once it has run.
         Callback answered;
         QDeadlineTimer answerBy;
     };
@@ -76,12 +78,12 @@ private:
     QDBusConnection m_connection;
     const Limits m_limits;
     std::array<std::deque<Call>, 3> m_waiting;
-    /// Calls whose turn came behind their deadline, for the timer.
+    /// Calls whose turn came after their deadline; the timer answers them.
     std::vector<Call> m_tooLate;
-    /// What has been sent, in that order.
+    /// Calls that have been sent, in order of sending.
     std::map<quint64, Unanswered> m_unanswered;
     quint64 m_lastNumber = 0;
-    /// Runs while anything has a deadline, up to the next one.
+    /// Runs until the next deadline.
     QTimer m_expiry;
 };
 

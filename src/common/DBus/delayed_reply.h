@@ -11,8 +11,8 @@ class Error;
 
 namespace DBus {
 
-/// A call whose answer comes later: the request and the connection it came on, kept by value so
-/// that the answer goes out even when the object that took the call is gone by then.
+/// Answers a call later. Holds the request and its connection by value, so the answer can be sent
+/// even after the object that received the call is destroyed. Event-loop thread only.
 class DelayedReply
 {
 public:
@@ -21,7 +21,7 @@ public:
 
     /// Answers with the int32 0 on success, else with the error's D-Bus name and message.
     void finish(const Core::Error &result) const;
-    /// The message that finish() sends; public so that it can be looked at without a bus.
+    /// The message that finish() sends; public for tests without a bus.
     [[nodiscard]] QDBusMessage replyFor(const Core::Error &result) const;
 
 private:

@@ -6,20 +6,20 @@ class QDBusError;
 
 namespace DBus {
 
-/// A Core::Error as the bus sees it: adds the D-Bus error name that belongs to its code.
+/// A Core::Error with the D-Bus error name of its code. Plain value, usable from any thread.
 class Error : public Core::Error
 {
 public:
     explicit Error(const Core::Error &error);
 
-    /// The D-Bus error name of the code; codes without a name of their own, out-of-range ones
-    /// included, give the generic failure name.
+    /// The D-Bus error name of the code. Codes without a name of their own, and unknown ones, give
+    /// org.freedesktop.DBus.Error.Failed.
     [[nodiscard]] QString name() const;
 };
 
-/// What a finished outgoing call says as a Core::Error: an invalid `error` is success; access
-/// denied and invalid arguments keep their kind, every other failure is Core::Error::Failed. The
-/// message is the D-Bus error's own.
+/// The result of an outgoing call as a Core::Error. An invalid `error` is success. AccessDenied and
+/// InvalidArgs keep their code, every other failure becomes Core::Error::Failed. The message is
+/// kept.
 [[nodiscard]] Core::Error fromCallError(const QDBusError &error);
 
 } // namespace DBus

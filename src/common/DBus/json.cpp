@@ -1,4 +1,4 @@
-// How JSON travels over the bus.
+// JSON in messages of the bus.
 
 #include "common/DBus/types.h"
 
@@ -9,18 +9,17 @@
 
 namespace {
 
-// The bus has no null and the library drops a whole message that holds an invalid variant, so a
-// null travels as the emptiest value that there is.
+// A null is sent as an empty list, because the bus has no null, and the bus library does not send a
+// message that holds an invalid variant.
 QVariant nullOnTheBus() { return QVariantList(); }
 
-// How many containers the bus allows around a value of a message. It closes the connection of a
-// sender who goes beyond. Three are left to whoever sends a value: a map, its entry and its
-// variant.
+// The bus allows 64 nested containers in a message and disconnects a sender of more. Three are
+// reserved for what the sender of the value puts around it: a map, its entry and its variant.
 constexpr int mostContainers = 64 - 3;
 constexpr int containersOfMember = 3;
 
-// The containers of the bus within a value: a member of an object is in a map, in its entry and in
-// a variant, an element of an array in an array and at most in a variant.
+// How many bus containers are nested in a value. A member of an object takes three: the map, its
+// entry and a variant. An element of an array takes at most two: the array and a variant.
 int containersIn(const QJsonValue &value)
 {
     int most = 0;
@@ -36,7 +35,7 @@ int containersIn(const QJsonValue &value)
     return most;
 }
 
-// What a mixed array holds: every value in a variant of its own, at any depth.
+// An element of a mixed array: every value in it, at any depth, is in a variant of its own.
 QVariant plainValue(const QJsonValue &value)
 {
     switch (value.type()) {
@@ -120,7 +119,8 @@ QJsonValue fromWire(const QVariant &value)
     return QJsonValue::fromVariant(value);
 }
 
-// The framework turns a byte into a character, and a path or a signature into nothing.
+// The text of a map's key. QVariant::toString() would turn a byte into a character, and an object
+// path or a signature into an empty text.
 QString textOfKey(const QVariant &key)
 {
     if (key.userType() == QMetaType::UChar)
@@ -131,7 +131,8 @@ QString textOfKey(const QVariant &key)
     return key.toString();
 }
 
-// What a variant held: still marshalled when it is structured, possibly a variant again.
+// Reads the content of a variant. Structured content is still marshalled; it may be a variant
+// again.
 void readUnwrapped(const QVariant &content, QJsonValue &value)
 {
     if (content.userType() == qMetaTypeId<QDBusVariant>())
@@ -221,7 +222,8 @@ QDBusArgument &operator<<(QDBusArgument &argument, const QJsonObject &object)
             content << nullOnTheBus().toList();
         else
             content << member.value();
-        // What could not be written, and was logged, is left out: a variant cannot be empty.
+        // A value that could not be written has been logged. It is left out, because a variant must
+        // not be empty.
         if (content.currentSignature().isEmpty())
             continue;
         argument.beginMapEntry();
@@ -255,7 +257,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, QJsonValue &value
     }
     case QDBusArgument::StructureType:
         qWarning() << "Unsupported type: " << argument.currentSignature();
-        // Steps over it, so that what follows is still read.
+        // Skipped, so that the following values can be read.
         argument.beginStructure();
         argument.endStructure();
         break;

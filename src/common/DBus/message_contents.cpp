@@ -12,20 +12,20 @@ namespace DBus {
 
 namespace {
 
-// What a value may take besides its content: padding, a length, a closing zero.
+// Bytes that a value may take besides its content: padding, length, terminating zero.
 constexpr qint64 overhead = 8;
-// A variant names the type of its content.
+// Longest signature of a variant's content, in bytes.
 constexpr qint64 longestSignature = 256;
 
 qint64 sizeOfText(const QString &text) { return text.toUtf8().size() + overhead; }
 
-/// Walks through values and adds up what it finds.
+/// Visits all values and adds up their sizes and numbers.
 class Walk
 {
 public:
     void addArgument(const QVariant &argument);
     [[nodiscard]] const MessageContents &found() const { return m_found; }
-    /// Nothing that follows matters any more.
+    /// True when the message is too large, so that the rest need not be visited.
     [[nodiscard]] bool isDone() const { return m_found.isTooLarge(); }
 
 private:
@@ -59,7 +59,7 @@ void Walk::addArgument(const QVariant &argument)
     }
     const qint64 before = m_found.size;
     add(argument);
-    // Each may need padding.
+    // Each argument may need padding.
     m_found.size = qMax(m_found.size, before + overhead);
 }
 
@@ -115,7 +115,7 @@ void Walk::addRecord(const QDBusArgument &argument)
     }
 }
 
-// The types of the framework's own; false for those of the bus.
+// Handles Qt's own types; returns false for the types of the bus.
 bool Walk::addPlain(const QVariant &value)
 {
     switch (value.userType()) {
@@ -162,9 +162,10 @@ void Walk::add(const QVariant &value)
     if (value.userType() == qMetaTypeId<QDBusVariant>()) {
         addVariant(value.value<QDBusVariant>().variant());
     } else if (value.userType() == qMetaTypeId<QDBusArgument>()) {
-        // Reads a copy, because reading moves the position in the argument.
+        // A copy, because reading moves the position in the argument.
         const auto argument = value.value<QDBusArgument>();
-        // The framework copies a record as it is, and takes only values of its own apart.
+        // The framework copies a marshalled record unchanged, so an empty signature inside it does
+        // no harm.
         const bool hadEmptySignature = m_found.hasEmptySignature;
         addRecord(argument);
         m_found.hasEmptySignature = hadEmptySignature;

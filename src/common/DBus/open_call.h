@@ -4,15 +4,15 @@
 
 namespace DBus {
 
-/// Stands for a call that has been taken and is not answered yet, as long as it or a copy of it
-/// lives: kept by whatever will answer. The process looks at their number before it ends, so that
-/// no caller is left waiting. Event-loop thread only.
+/// Counts an incoming call that is not answered yet, from construction until the last copy is
+/// destroyed. Held by whatever will send the answer. Before the process ends, it waits for these
+/// calls. Event-loop thread only.
 class OpenCall
 {
 public:
     OpenCall();
 
-    /// How many calls wait for their answer.
+    /// Number of calls that are not answered yet.
     [[nodiscard]] static int count();
 
 private:

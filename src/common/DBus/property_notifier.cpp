@@ -15,8 +15,9 @@ namespace DBus {
 
 namespace {
 
-// The framework compares values of a type that it has no comparison for by their bytes: lists of
-// records are then equal or not by where they lie in memory. Such a value counts as changed.
+// Whether values of a type can be compared. For a type without a registered comparison, the
+// framework compares bytes, and for lists of records these are addresses. Such values always count
+// as changed.
 bool isComparable(int type)
 {
     return type < QMetaType::User || QMetaType::hasRegisteredComparators(type);
@@ -117,7 +118,7 @@ void PropertyNotifierPrivate::deliverNotifySignal()
     for (const int property : qAsConst(pending))
         collect(property, changed);
     pending.clear();
-    // Changed and changed back: there is nothing to tell.
+    // Empty when the properties changed back meanwhile.
     if (!changed.inOrder.isEmpty())
         send(changed);
 }

@@ -9,23 +9,24 @@ namespace DBus {
 
 class PropertyNotifierPrivate;
 
-/// Announces the changes of an object's own properties on the bus, as PropertiesChanged of
-/// org.freedesktop.DBus.Properties: listens to their notify signals, gathers the changes of one
-/// pass of the event loop and sends them as one signal. Child of the watched object, so it dies
-/// with it. The interface named is the object's class information "D-Bus Interface".
-/// Event-loop thread only.
+/// Announces changes of an object's own properties on the bus, as PropertiesChanged of
+/// org.freedesktop.DBus.Properties. Listens to the notify signals of the properties, and sends all
+/// changes of one pass of the event loop in one signal. The interface name is the class information
+/// "D-Bus Interface" of the object. A child of the object, so it is destroyed with it. Event-loop
+/// thread only.
 class PropertyNotifier : public QObject
 {
     Q_OBJECT
 
 public:
+    /// @param connection the connection to send on.
     /// @param path object path that the signal is sent from.
-    /// @param object the watched object, which becomes the parent.
+    /// @param object the observed object, which becomes the parent.
     PropertyNotifier(const QDBusConnection &connection, const QString &path, QObject *object);
     ~PropertyNotifier() override;
 
-    /// Announces at once, in one signal, those of the named properties whose value changed since
-    /// they were last announced. Names are compared exactly; unknown ones are ignored.
+    /// Announces the named properties at once in one signal, except those whose value is the one
+    /// announced last. Names are case-sensitive; unknown ones are ignored.
     void notify(const QStringList &properties);
 
 private:

@@ -12,13 +12,13 @@
 
 namespace DBus {
 
-/// Names and values in the order in which they are to be announced. On the bus: a{sv}
+/// Names and values in the order of the announcement. On the bus: a{sv}
 struct PropertyChanges
 {
     QVector<QPair<QString, QVariant>> inOrder;
 };
 
-/// Writes the values themselves: the bus library then forms each once, right where it is sent from.
+/// Writes the values directly into the message, so that each is marshalled only once.
 QDBusArgument &operator<<(QDBusArgument &argument, const PropertyChanges &changes);
 const QDBusArgument &operator>>(const QDBusArgument &argument, PropertyChanges &changes);
 

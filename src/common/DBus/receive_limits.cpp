@@ -11,7 +11,7 @@ namespace DBus {
 void liftReceiveLimits(const QDBusConnection &bus)
 {
     auto *connection = static_cast<DBusConnection *>(bus.internalPointer());
-    // There is none when the bus could not be reached.
+    // Null when the bus could not be reached.
     if (connection == nullptr)
         return;
     dbus_connection_set_max_received_size(connection, LONG_MAX);

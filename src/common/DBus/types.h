@@ -8,7 +8,7 @@
 #include <QVariantMap>
 #include <QVector>
 
-// The records that cross the bus to clients, and how JSON travels over it.
+// The records in messages to and from clients, and JSON in messages.
 
 namespace Orvane {
 
@@ -19,11 +19,11 @@ struct AvailableTask
     QVariantMap properties;
 };
 
-/// A task that runs. On the bus: (sia{sv})
+/// A running task. On the bus: (sia{sv})
 struct ActiveTask
 {
     QString id;
-    /// Main process of the task's unit; -1 while unknown.
+    /// Process id of the main process of the task's unit; -1 while unknown.
     qint32 pid = -1;
     QVariantMap properties;
 };
@@ -62,8 +62,8 @@ enum class ApplicationState : qint32 {
 
 } // namespace Orvane
 
-// None of the records has an equality operator, on purpose: a property that holds a list of them
-// is announced at every change signal, equal or not.
+// The records have no equality operator on purpose: a property that holds a list of them is
+// announced at every change signal, even if the list is equal.
 Q_DECLARE_METATYPE(Orvane::AvailableTask)
 Q_DECLARE_METATYPE(Orvane::ActiveTask)
 Q_DECLARE_METATYPE(Orvane::TaskState)
@@ -73,13 +73,13 @@ Q_DECLARE_METATYPE(Orvane::ApplicationState)
 
 namespace DBus {
 
-/// Makes the records, lists of them and their form on the bus known to the type system. Call
-/// before any of them is sent, received or exported; calling again changes nothing.
+/// Registers the records and lists of them with the meta type system and with QtDBus. Call before
+/// any of them is sent, received or exported. Further calls have no effect.
 void registerTypes();
 
-/// `value` as a map: a map inside a map of variants arrives from the bus still marshalled, while
-/// one made in this process is plain. Anything else gives an empty map.
-/// @param isMap set, when not null, to whether `value` was a map of variants.
+/// Converts a value to a map. A map inside a map of variants is still marshalled when it arrives
+/// from the bus; one made in this process is not. Any other value gives an empty map.
+/// @param isMap is set, unless null, to whether `value` was a map of variants.
 [[nodiscard]] QVariantMap toVariantMap(const QVariant &value, bool *isMap = nullptr);
 
 } // namespace DBus
@@ -99,8 +99,8 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, RunningService &s
 
 } // namespace Orvane
 
-// In the global namespace, where the log line of an unsupported value names them. Reading leaves
-// the value as it was when the bus holds something that JSON cannot.
+// In the global namespace, because the log line of an unsupported value has the function's full
+// name. Reading leaves the value unchanged when JSON has no such type.
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonValue &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonArray &array);
 QDBusArgument &operator<<(QDBusArgument &argument, const QJsonObject &object);

@@ -19,8 +19,8 @@ namespace {
 using Core::findingOf;
 namespace Rules = Core::Rules;
 
-// As the settings library turns a text into a boolean, so that a file means what it meant to every
-// other program. What that library would deserialise says nothing.
+// Reads a boolean as QSettings does, so that a file means the same to every program. Values that
+// QSettings would deserialise count as false.
 bool saysYes(const IniFile::Value &value)
 {
     const QString &text = value.text;
@@ -41,10 +41,11 @@ bool isApplication(const QString &id)
     return Core::ApplicationId(id).isValid() || id == QLatin1String("enabledMode");
 }
 
-// An application id is part of file names.
+// Longest application id, because ids are part of file names.
 constexpr int longestId = 255;
-// What the files of one layer may have together; honest ones have some kilobytes. The answer that
-// is made of them has to fit a message of the bus, and everybody waits while they are read.
+// Largest size of all files of one layer together, in bytes; real ones have some kilobytes. The
+// answer made from them has to fit into a message of the bus, and all clients wait while they are
+// read.
 constexpr qint64 mostText = 4 << 20;
 
 // Drops the largest files until the rest fits, so that large files cannot push out small ones.
@@ -120,7 +121,7 @@ bool ConfigFile::speaksOf(const QStringList &parts, const QString &group, int ui
     const QString &application = parts.constFirst();
     if (!isApplication(application) || application.size() > longestId)
         ORVANE_REMARK(m_findings, findingOf(Rules::autostartId, {m_path, group}))
-            << "No application id:" << application.left(longestId);
+            << "Not an application id:" << application.left(longestId);
     if (application.size() > longestId)
         return false;
     if (parts.size() < 2)
@@ -129,7 +130,7 @@ bool ConfigFile::speaksOf(const QStringList &parts, const QString &group, int ui
     const int user = parts.at(1).toInt(&isNumber);
     if (!isNumber)
         ORVANE_REMARK(m_findings, findingOf(Rules::autostartUser, {m_path, group}))
-            << "No user:" << parts.at(1).left(longestId);
+            << "Not a user id:" << parts.at(1).left(longestId);
     return isNumber && user == uid;
 }
 
@@ -141,7 +142,7 @@ Setting ConfigFile::setting(const IniFile &file, const QString &group,
     const int line = value ? value->line : 0;
     if (!value || !isBoolean(*value))
         ORVANE_REMARK(m_findings, findingOf(Rules::autostartBoolean, {m_path, group, key, line}))
-            << "No boolean for" << application;
+            << "Not a boolean for" << application;
     return {application, value && saysYes(*value), m_path, line};
 }
 
@@ -161,8 +162,8 @@ QString userFile(qint64 uid) { return QString::number(uid) + QStringLiteral(".co
 
 QStringList anyConfigFile() { return {QStringLiteral("*.conf")}; }
 
-// Hidden ones too: an application id may start with a dot. In order: two files may speak of the
-// same application, and the answer must not hang on the disk's.
+// Includes hidden files, because an application id may start with a dot. Sorted, because two files
+// may have settings for the same application and the later one decides.
 QStringList configFilesBelow(const QString &directory, const QStringList &nameFilters,
                              const Places &places)
 {

@@ -12,69 +12,71 @@ namespace Core {
 class Findings;
 }
 
-// Reading the autostart store. Its files have one group per application, or per application and
-// user, with the one key "autostart".
+// Reading the autostart settings. A file has one group for each application, or for each
+// application and user, with the single key "autostart".
 
 namespace Autostart {
 
-/// What one group of one file says.
+/// The setting in one group of one file.
 struct Setting
 {
     QString application;
     bool enabled = false;
     QString file;
-    /// The line of the key; 0 when the group does not have it, which says no.
+    /// The line of the key; 0 when the group does not have the key, which means false.
     int line = 0;
 };
 
-/// Names of the files in the store: the setting for all users, and that of one user.
+/// Names of the files with the setting for all users, and with that of one user.
 [[nodiscard]] QString allUsersFile();
 [[nodiscard]] QString userFile(qint64 uid);
-/// A name filter for every file of settings.
+/// A name filter that matches every settings file.
 [[nodiscard]] QStringList anyConfigFile();
 
-/// The regular files below a directory, subdirectories included but no symbolic links to any, that
-/// match a name filter. In the order of their paths.
-/// @param places whose links are followed: those of an image lead to files of the image.
+/// The regular files below a directory whose names match one of the filters, sorted by path.
+/// Includes subdirectories, but does not follow symbolic links to directories.
+/// @param places resolves the links of an image within the image.
 [[nodiscard]] QStringList configFilesBelow(const QString &directory, const QStringList &nameFilters,
                                            const Places &places = {});
 
-/// What every file that configFilesBelow() finds says for a user, in the order in which the later
-/// overrides the earlier. A file that cannot be read, or is too large to be one of these, says
-/// nothing; of files that are too large together the largest say nothing.
+/// Reads the settings for a user from every file that configFilesBelow() finds; a later one
+/// overrides an earlier one. A file that cannot be read or is too large is skipped. When all files
+/// together are too large, the largest are skipped.
 [[nodiscard]] QVector<Setting> readConfigFiles(const QString &directory,
                                                const QStringList &nameFilters, int uid,
                                                Core::Findings &findings, const Places &places = {});
 
-/// The switch of one application and user, layer by layer. In each the last setting decides.
+/// The autostart settings of one application for one user, by layer. In each layer the last setting
+/// decides.
 struct Layers
 {
-    /// What the system ships.
+    /// Settings that the system ships.
     QVector<Setting> system;
-    /// What was set for all users, and for this one.
+    /// Settings for all users, and for this user.
     QVector<Setting> allUsers;
     QVector<Setting> user;
 
-    /// The setting that counts: of the last layer that says anything. Null when none does, and
-    /// then the application does not start. Lives as long as this.
+    /// The setting that decides: from the user's layer, else from the layer for all users, else
+    /// from the system's. Null when there is none; the application then does not start. Valid as
+    /// long as this object.
     [[nodiscard]] const Setting *deciding() const;
     [[nodiscard]] bool isEnabled() const;
 };
 
-/// The store as a reader sees it: nothing is cached, written or asked of anybody; every call reads
-/// the disk. Usable from one thread, the one of `findings`.
+/// Read access to the autostart settings. Nothing is cached; every call reads the disk. Usable from
+/// one thread, the one of `findings`.
 class Settings
 {
 public:
-    /// @param findings has to live as long as this object.
+    /// @param findings has to outlive this object.
     Settings(const Places &places, Core::Findings &findings);
 
-    /// Every layer of a switch.
+    /// The settings of one application for a user, by layer.
     [[nodiscard]] Layers layersOf(const QString &application, int uid) const;
-    /// Those of every application that any setting for the user, or for all, speaks of.
+    /// The settings of every application that has any for the user or for all users.
     [[nodiscard]] QMap<QString, Layers> allLayers(int uid) const;
-    /// The applications that start for a user: the user's own settings go before those for all
-    /// users, and these before the system's. Sorted.
+    /// Ids of the applications that start for a user, sorted. The user's own settings take
+    /// precedence over those for all users, and these over the system's.
     [[nodiscard]] QStringList enabledApplications(int uid) const;
 
 private:

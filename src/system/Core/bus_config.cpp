@@ -17,7 +17,8 @@ BusConfig::BusConfig(QObject *parent)
 
 void BusConfig::reload(const std::function<void()> &callback)
 {
-    // A reload under way may have read the directory before the caller's file was there.
+    // A reload that is already running may have read the directory before the caller's file was
+    // written.
     m_waiting.push_back(callback);
     if (m_running.empty())
         send();
@@ -29,7 +30,7 @@ void BusConfig::send()
     const QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig"));
-    // Starts wait for it, and their callers do not wait for ever.
+    // Limited, because starts and their callers wait for the reload.
     constexpr int patienceMs = 5000;
     auto *watcher =
         new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(call, patienceMs), this);

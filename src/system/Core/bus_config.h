@@ -7,8 +7,8 @@
 
 namespace Core {
 
-/// Has the bus read its configuration anew, so that a policy file just written is in force. The
-/// bus would do so by itself, but on its own time. Event-loop thread only.
+/// Makes the bus daemon reload its configuration, so that a new policy file takes effect at once.
+/// The bus would do so by itself, but at an unknown time. Event-loop thread only.
 class BusConfig : public QObject
 {
     Q_OBJECT
@@ -16,10 +16,9 @@ class BusConfig : public QObject
 public:
     explicit BusConfig(QObject *parent = nullptr);
 
-    /// Asks the bus to reload and runs the callback, from the event loop, once a reload that began
-    /// after this call has finished. A refused or failed reload is logged and runs it all the same:
-    /// the bus then still finds the file by itself. Requests made while one is under way share the
-    /// next.
+    /// Asks the bus to reload. The callback runs from the event loop when a reload that began after
+    /// this call has ended. It also runs when the reload failed, which is logged, because the bus
+    /// may still find the file by itself. Requests during a reload share the next one.
     void reload(const std::function<void()> &callback);
 
 private:

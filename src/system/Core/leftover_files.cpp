@@ -23,7 +23,7 @@ namespace Core {
 
 namespace {
 
-// In order, without "." and ".."; none when the folder cannot be listed.
+// Sorted, without "." and ".."; empty when the folder cannot be listed.
 QStringList sortedNamesIn(const QString &folder)
 {
     QStringList names;
@@ -38,7 +38,7 @@ QStringList sortedNamesIn(const QString &folder)
     return names;
 }
 
-// What cannot be looked at is there, and so is a link that leads to nothing.
+// True also for a link whose target is missing, and when the system does not tell.
 bool isThere(const QString &path)
 {
     struct stat status = {};
@@ -52,7 +52,7 @@ bool isOwnFolder(const QString &path)
         && status.st_uid == ::geteuid();
 }
 
-// As the autostart store calls its folders.
+// Whether the autostart settings may have a folder of this name.
 bool isFolderOfSettings(const QString &name)
 {
     return ApplicationId(name).isValid() || name == QLatin1String("enabledMode");
@@ -64,7 +64,7 @@ void removeUnfinishedIn(const QString &folder)
     for (const QString &name : names) {
         const QString path = folder + QLatin1Char('/') + name;
         if (isUnfinishedFile(path) && QFile::remove(path))
-            qInfo() << "Removed a file that was not finished:" << path;
+            qInfo() << "Removed an unfinished file:" << path;
     }
 }
 
@@ -105,7 +105,7 @@ void LeftoverFiles::removeUnfinished() const
         folders.append(m_places.runtimeAutostartFolder() + QLatin1Char('/') + name);
     if (!m_places.configFolder.isEmpty())
         folders.append(m_places.configFolder);
-    // With the registrations that are kept for the next run.
+    // The saved registrations are in the same folder.
     if (!m_places.recordsFile.isEmpty())
         folders.append(QFileInfo(m_places.recordsFile).path());
     for (const QString &folder : qAsConst(folders))
@@ -117,8 +117,8 @@ void LeftoverFiles::removeEmptyFolders() const
     const QStringList names = sortedNamesIn(m_places.runtimeAutostartFolder());
     for (const QString &name : names) {
         const QString path = m_places.runtimeAutostartFolder() + QLatin1Char('/') + name;
-        // The name last: most folders are not empty, and the first look at a name costs 0.3 MiB of
-        // memory for the library of regular expressions.
+        // The name is checked last, because most folders are not empty and the first check of a
+        // name uses 0.3 MiB of memory for the library of regular expressions.
         if (isOwnFolder(path) && QDir(path).isEmpty() && isFolderOfSettings(name)
             && ::rmdir(QFile::encodeName(path).constData()) == 0)
             qInfo() << "Removed an empty folder:" << path;

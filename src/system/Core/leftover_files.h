@@ -7,23 +7,23 @@
 
 namespace Core {
 
-/// What a run of the daemon that ended in the middle of its work has left on the disk. Each removal
-/// is logged. Only what is known by its name, its form and its owner as the daemon's own is
-/// removed, and nothing that a process is writing to. Event-loop thread only, where it cannot meet
-/// a start half done.
+/// Removes files that an interrupted run of the daemon left on the disk. Each removal is logged. A
+/// file is removed only if its name, form and owner show that it is the daemon's, and no process is
+/// writing to it. Event-loop thread only, so that no start can be half done meanwhile.
 class LeftoverFiles
 {
 public:
+    /// @param places where the daemon writes.
     explicit LeftoverFiles(const Places &places);
 
     /// Removes the policies of tasks that have no unit.
-    /// @param liveUnits the units that run, come or go. They keep their policies, because their
-    /// files may have been removed already.
-    /// @return whether there were any.
+    /// @param liveUnits names of the units that are active, starting or stopping. Their policies
+    /// are kept, because their unit files may have been removed already.
+    /// @return whether any policy was removed.
     bool removePolicies(const QSet<QString> &liveUnits) const;
-    /// Removes the files that were not finished, wherever the daemon writes.
+    /// Removes unfinished files from all folders that the daemon writes to.
     void removeUnfinished() const;
-    /// Removes the folders of applications without autostart settings.
+    /// Removes empty folders of autostart settings.
     void removeEmptyFolders() const;
 
 private:

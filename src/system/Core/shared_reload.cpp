@@ -26,8 +26,8 @@ void SharedReload::sendWaiting()
     if (m_waiting.empty())
         return;
     ++m_underWay;
-    // Later, so that starts that have arrived before the answer but are not handled yet share the
-    // next reload.
+    // Finished from the event loop, so that starts that arrived before the answer, but are not
+    // handled yet, share the next reload.
     m_systemd.reload(
         [this] { QMetaObject::invokeMethod(this, "finishReload", Qt::QueuedConnection); },
         QDeadlineTimer(m_patience));

@@ -10,31 +10,31 @@ namespace Core {
 
 class SystemdProxy;
 
-/// Lets starts share systemd's reloads, which take 0.1 s each and up to 11 s on a slow phone. One
-/// reload is under way at most. What is asked for meanwhile waits for its answer, and then one
-/// reload goes for all of it. Event-loop thread only.
+/// Lets several starts share one reload of systemd, which takes 0.1 s, and up to 11 s on a slow
+/// phone. At most one reload runs at a time. Starts that are requested meanwhile wait for it, then
+/// share the next. Event-loop thread only.
 class SharedReload : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Asks systemd for what the reload was for.
+    /// Sends the call to systemd that needs the reload.
     using Operation = std::function<void()>;
 
-    /// @param systemd must live as long as this object.
-    /// @param patience how long a reload without an answer holds up others.
+    /// @param systemd has to outlive this object.
+    /// @param timeout how long others wait for a reload that is not answered.
     explicit SharedReload(SystemdProxy &systemd,
                           std::chrono::milliseconds patience = defaultPatience,
                           QObject *parent = nullptr);
 
-    /// Asks for a reload and runs the operation right behind it: at once, unless a reload is under
-    /// way. Operations run in the order in which they were asked for, whatever the answer says.
+    /// Requests a reload and runs the operation right after it was requested, without waiting for
+    /// the answer. Does this at once, unless a reload is running. Operations run in the order of
+    /// the calls, even if the reload fails.
     void run(Operation operation);
-    /// Sends what waits, without waiting any longer: for a process that has to end.
+    /// Requests the next reload at once, for a process that is about to end.
     void sendWaiting();
 
-    /// Longer than the slowest reload that is known of, and shorter than the 25 s that callers
-    /// wait.
+    /// Longer than the slowest known reload, and shorter than the 25 s that callers wait.
     static constexpr std::chrono::milliseconds defaultPatience{15000};
 
 private Q_SLOTS:
@@ -43,7 +43,8 @@ private Q_SLOTS:
 private:
     SystemdProxy &m_systemd;
     const std::chrono::milliseconds m_patience;
-    /// Reloads without an answer. More than one only for a process that has to end.
+    /// Number of reloads without an answer. More than one only after sendWaiting() was called from
+    /// outside.
     int m_underWay = 0;
     std::vector<Operation> m_waiting;
 };

@@ -8,10 +8,11 @@ namespace Core {
 
 namespace {
 
-// The value of the setting "Autostart" that has the unit start at boot.
+// The value of the setting "Autostart" for a unit that starts at boot.
 constexpr int startAtBoot = 2;
 
-// An array of variants arrives from the bus still marshalled; one of strings does not.
+// An array of variants is still marshalled when it arrives from the bus; an array of strings is
+// not.
 QStringList stringListOf(const QVariant &value)
 {
     if (value.userType() != qMetaTypeId<QDBusArgument>())
@@ -32,7 +33,7 @@ UnitValue unitValueOf(const QVariant &value)
     case QMetaType::Int:
         return value.toInt();
     case QMetaType::UChar:
-        // A decimal number: the framework would turn a byte into a character.
+        // As a decimal number; QVariant would turn a byte into a character.
         return QString::number(value.toUInt());
     default:
         return value.toString();

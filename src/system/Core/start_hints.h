@@ -5,25 +5,24 @@
 #include <QVariant>
 #include <QVariantMap>
 
-// A caller's maps of variants, as they arrive from the bus or as this process makes them, become
-// plain values here and nowhere else. A value of another type than is meant is converted as the
-// framework does, or counts as not given.
+// Converts a caller's maps of variants to plain values, and nothing else does. A value of an
+// unexpected type is converted as QVariant does, or ignored. Usable from any thread.
 
 namespace Core {
 
-/// What a caller asks for.
-/// @param startParameters what it says of this start: "Environment".
-/// @param taskSettings how the task is to run: "User", "CGroups", "DBusService", ...
+/// Converts the arguments of a start.
+/// @param startParameters settings of this start: "Environment".
+/// @param taskSettings settings of the task: "User", "CGroups", "DBusService", ...
 [[nodiscard]] StartRequest startRequestOf(const QVariantMap &startParameters,
                                           const QVariantMap &taskSettings);
 
-/// One value of a unit: a list of strings stays one, a number of 32 bits too, everything else
-/// becomes a text.
+/// Converts one value of a unit: a list of strings and a 32-bit integer keep their type, anything
+/// else becomes a text.
 [[nodiscard]] UnitValue unitValueOf(const QVariant &value);
-/// All of them.
+/// Converts all values of a map.
 [[nodiscard]] UnitValues unitValuesOf(const QVariantMap &properties);
 
-/// The other way round: the value as a variant.
+/// The value as a variant.
 [[nodiscard]] QVariant variantOf(const UnitValue &value);
 
 } // namespace Core

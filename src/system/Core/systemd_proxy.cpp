@@ -17,13 +17,14 @@ namespace Core {
 
 namespace {
 
-// Part of the 128 outstanding replies that the bus grants a connection; the other parts belong to
-// forwarded calls and to calls of the bus itself. systemd works through its calls one by one, so
-// more of them at a time would not be faster. What is left to urgent calls lets a task be stopped
-// while systemd does not answer the starts of others.
+// By lane; see CallQueue::Limits. A share of the 128 outstanding replies that the bus allows a
+// connection; the rest is for forwarded calls and for calls to the bus. systemd handles its calls
+// one by one, so more would not be faster. The urgent lane has a higher limit, so that a task can
+// be stopped while systemd does not answer the starts of others.
 constexpr DBus::CallQueue::Limits maxCallsInFlight{48, 32, 8};
 
-// Hands on the records of a listing. An answer of another form is a failure, too.
+// Passes the records of a listing to the callback. An answer with another signature counts as a
+// failure.
 template <typename Record, typename Callback>
 auto listingAnswered(const char *signature, Callback callback, const std::function<void()> &failed)
 {
@@ -79,7 +80,8 @@ void SystemdProxyPrivate::subscribe()
 
 void SystemdProxyPrivate::watchOwner()
 {
-    // Costs no match rule: the framework has the same one, to know who sends systemd's signals.
+    // Needs no further match rule: the framework already has the same one, to check the sender of
+    // systemd's signals.
     auto *watcher = new QDBusServiceWatcher(service(), connection(),
                                             QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
@@ -93,8 +95,9 @@ void SystemdProxyPrivate::watchOwner()
 
 void SystemdProxyPrivate::subscribeOnce()
 {
-    // One subscription for every unit: the bus grants a connection 512 match rules and then drops
-    // signals without a word. Naming the sender keeps forged ones out.
+    // One subscription for all units, because the bus allows a connection 512 match rules and
+    // silently drops the signals of further ones. It names the sender, so that other senders cannot
+    // fake a signal.
     if (!isSubscribed)
         connection().connect(service(), QString(), Names::propertiesInterface(),
                              Names::propertiesChanged(), {}, QStringLiteral("sa{sv}as"), this,
@@ -114,7 +117,7 @@ SystemdProxyPrivate::Watch &SystemdProxyPrivate::watchAt(const QString &objectPa
 void SystemdProxyPrivate::endStop(const QString &objectPath)
 {
     const auto watch = watches.find(objectPath);
-    if (--watch->stops == 0 && !watch->forEver)
+    if (--watch->stops == 0 && !watch->isPermanent)
         watches.erase(watch);
 }
 
@@ -123,7 +126,7 @@ void SystemdProxyPrivate::onUnitPropertiesChanged(const QDBusMessage &msg)
     const auto watch = watches.constFind(msg.path());
     if (watch == watches.constEnd())
         return;
-    // A copy: whoever hears of it may have the watch ended.
+    // A copy, because a receiver may end the watch.
     const QString unit = watch->unit;
     Q_EMIT q->unitPropertiesChanged(unit, qdbus_cast<QVariantMap>(msg.arguments().at(1)));
 }
@@ -163,7 +166,7 @@ void SystemdProxy::listUnitFilesByPatterns(const QStringList &states, const QStr
 
 void SystemdProxy::enableUnitFiles(const QStringList &files, bool runtime, bool force)
 {
-    // Sent as wanting no reply, so it does not count against the bus's limit.
+    // Sent without asking for a reply, so that it does not count against the bus's limit.
     d->connection().send(
         d->managerCall(QStringLiteral("EnableUnitFiles"), {files, runtime, force}));
 }
@@ -175,7 +178,7 @@ void SystemdProxy::disableUnitFiles(const QStringList &files, bool runtime)
 
 void SystemdProxy::reload(const std::function<void()> &answered, QDeadlineTimer answerBy)
 {
-    // Urgent, so that start jobs asked for behind it cannot overtake it.
+    // Urgent, so that start jobs that are requested later cannot overtake it.
     d->calls.call({d->managerCall(QStringLiteral("Reload")),
                    [answered](const QDBusMessage &) {
                        if (answered)
@@ -187,7 +190,7 @@ void SystemdProxy::reload(const std::function<void()> &answered, QDeadlineTimer 
 void SystemdProxy::startUnit(const QString &name, const QString &mode, const JobCallback &callback,
                              const JobTerms &terms)
 {
-    // First, so that no state change of the job is missed.
+    // Before the call, so that no state change is missed.
     watchUnit(name);
     d->callForJob(d->managerCall(QStringLiteral("StartUnit"), {name, mode}),
                   DBus::CallQueue::Normal, terms, callback);
@@ -225,7 +228,7 @@ void SystemdProxy::mainPid(const QString &name, PidCallback callback)
 
 void SystemdProxy::watchUnit(const QString &name)
 {
-    d->watchAt(unitObjectPath(name), name).forEver = true;
+    d->watchAt(unitObjectPath(name), name).isPermanent = true;
 }
 
 int SystemdProxy::watchedUnits() const { return d->watches.size(); }
@@ -234,7 +237,7 @@ QString SystemdProxy::unitObjectPath(const QString &name)
 {
     QByteArray path = "/org/freedesktop/systemd1/unit/";
     const QByteArray bytes = name.toUtf8();
-    // Most of a name is copied.
+    // Most characters of a name need no escaping.
     path.reserve(path.size() + 2 * bytes.size());
     for (const char byte : bytes) {
         const bool plain = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z')
@@ -243,7 +246,7 @@ QString SystemdProxy::unitObjectPath(const QString &name)
             path += byte;
             continue;
         }
-        // A byte with the high bit set widens as a signed number: eight digits.
+        // A byte above 0x7f is sign-extended, which gives eight digits.
         const auto code = static_cast<quint32>(qint32(qint8(byte)));
         path += code < 0x10 ? "_0" : "_";
         path += QByteArray::number(code, 16);

@@ -18,7 +18,7 @@ namespace Core {
 
 class SystemdProxyPrivate;
 
-/// The names that systemd's manager uses and that the task manager reads.
+/// Names and values of systemd's D-Bus interface.
 namespace Systemd {
 inline QString service() { return QStringLiteral("org.freedesktop.systemd1"); }
 inline QString managerPath() { return QStringLiteral("/org/freedesktop/systemd1"); }
@@ -33,23 +33,23 @@ inline QString enabled() { return QStringLiteral("enabled"); }
 inline QString replace() { return QStringLiteral("replace"); }
 } // namespace Systemd
 
-/// How long a job may be asked for, and who hears that it has been.
+/// Deadlines of a job request, and a callback for when it is sent.
 struct JobTerms
 {
-    /// When the job has not been asked for by then it never is, and that is its outcome.
+    /// A request that has not been sent by then is dropped and fails.
     QDeadlineTimer sendBy = QDeadlineTimer::Forever;
-    /// When systemd has not answered by then, that is its outcome.
+    /// A request that has not been answered by then fails.
     QDeadlineTimer answerBy = QDeadlineTimer::Forever;
-    /// Runs right behind the question, perhaps inside the call that asks, or with false when
-    /// the job is not asked for.
+    /// Runs with true right after the request was sent, which may be inside the call that makes it,
+    /// or with false when it was dropped.
     std::function<void(bool sent)> left = {};
 };
 
-/// The daemon's only client of systemd: the manager's operations, all asynchronous, and one signal
-/// for the property changes of the units that are watched. Nothing here blocks or logs; callbacks
-/// run later from the event loop, never inside the call that they complete. Reloads and stop jobs
-/// reach systemd in the order in which they were asked, and so do start jobs. Of what waits while
-/// systemd is busy, reloads and stop jobs go first. Event-loop thread only.
+/// The daemon's connection to systemd: the operations of its manager, all asynchronous, and one
+/// signal for the property changes of watched units. Nothing blocks or logs. Callbacks run from the
+/// event loop, never inside the call that they belong to. Reloads and stop jobs are sent in the
+/// order of the calls, and so are start jobs; reloads and stop jobs that wait are sent before start
+/// jobs. Event-loop thread only.
 class SystemdProxy : public QObject
 {
     Q_OBJECT
@@ -77,51 +77,62 @@ public:
 
     using UnitsCallback = std::function<void(const QVector<Unit> &)>;
     using UnitFilesCallback = std::function<void(const QVector<UnitFileStatus> &)>;
-    /// Job path, empty on failure, and the outcome.
+    /// Gets the job's object path, empty on failure, and the outcome.
     using JobCallback = std::function<void(const QString &, const Error &)>;
-    /// A process id; nothing when it is not known.
+    /// Gets a process id; nothing when it is not known.
     using PidCallback = std::function<void(std::optional<qint32>)>;
 
-    /// Subscribes to systemd's unit signals, and again whenever another process has systemd's name
-    /// on the bus: it knows nothing of the subscription with the one before.
+    /// Subscribes to systemd's unit signals. Does so again whenever another process takes systemd's
+    /// name, because that one does not know of the subscription.
     explicit SystemdProxy(QObject *parent = nullptr);
     ~SystemdProxy() override;
 
-    /// @param failed runs in the callback's place when the listing failed. Without it the callback
-    /// is given an empty vector.
+    /// Lists the loaded units.
+    /// @param states states of units to list; all when empty.
+    /// @param patterns name patterns, of which a unit has to match one.
+    /// @param failed runs instead of the callback when the listing failed. If it is empty, the
+    /// callback gets an empty list.
     void listUnitsByPatterns(const QStringList &states, const QStringList &patterns,
                              UnitsCallback callback, const std::function<void()> &failed = {});
+    /// Lists the installed unit files in the same way.
     void listUnitFilesByPatterns(const QStringList &states, const QStringList &patterns,
                                  UnitFilesCallback callback,
                                  const std::function<void()> &failed = {});
+    /// Enables units so that they start at boot. The answer is ignored.
+    /// @param files unit names or paths of unit files.
+    /// @param runtime whether only until the next boot.
+    /// @param force whether links of other units are replaced.
     void enableUnitFiles(const QStringList &files, bool runtime, bool force);
+    /// Disables units. The answer is ignored.
     void disableUnitFiles(const QStringList &files, bool runtime);
-    /// @param answered runs when systemd has reloaded or refused to, or the deadline is over.
+    /// Makes systemd reload its unit files.
+    /// @param answered runs when systemd has answered or the deadline is over.
     void reload(const std::function<void()> &answered = {},
                 QDeadlineTimer answerBy = QDeadlineTimer::Forever);
-    /// Watches the unit, then asks for the job. Success says that the job was accepted, not that
-    /// the unit runs.
+    /// Watches the unit and requests a start job. Success means that the job was accepted, not that
+    /// the unit is running.
+    /// @param mode mode of the job, as in systemctl(1): "replace".
     void startUnit(const QString &name, const QString &mode, const JobCallback &callback,
                    const JobTerms &terms = {});
-    /// The same for the stop job, with the unit watched until the answer is there.
+    /// Requests a stop job. The unit is watched until the answer arrives.
     void stopUnit(const QString &name, const QString &mode, const JobCallback &callback,
                   const JobTerms &terms = {});
-    /// Asks for the main process of a unit, behind everything else.
+    /// Asks for the main process of a unit, with the lowest priority.
     void mainPid(const QString &name, PidCallback callback);
-    /// Has the unit's property changes reported. Watching twice is watching once; for ever.
+    /// Reports the unit's property changes from now on. A second call has no effect.
     void watchUnit(const QString &name);
-    /// How many units are watched, for ever or for a stop job.
+    /// Number of watched units.
     [[nodiscard]] int watchedUnits() const;
 
-    /// The unit's object path as this process derives it. Differs from systemd's own rule for
-    /// leading digits and non-ASCII bytes, neither of which a task unit's name has.
+    /// The unit's object path. Differs from systemd's own rule for leading digits and non-ASCII
+    /// bytes, which the name of a task unit does not have.
     [[nodiscard]] static QString unitObjectPath(const QString &name);
 
 Q_SIGNALS:
-    /// Another process has systemd's name now and is subscribed to. What changed meanwhile has not
-    /// been reported.
+    /// Another process has taken systemd's name, and its signals are subscribed. Changes in between
+    /// have not been reported.
     void managerReplaced();
-    /// Properties of a watched unit changed; only changed values, any interface.
+    /// Properties of a watched unit changed, of any of its interfaces. Has only the changed values.
     void unitPropertiesChanged(const QString &unitName, const QVariantMap &properties);
 
 private:

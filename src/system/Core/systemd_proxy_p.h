@@ -9,7 +9,7 @@
 
 namespace Core {
 
-/// The manager's interface object.
+/// The D-Bus interface of systemd's manager.
 class SystemdProxyPrivate : public QDBusAbstractInterface
 {
     Q_OBJECT
@@ -21,29 +21,30 @@ public:
                                            const QVariantList &arguments = {}) const;
     void callForJob(const QDBusMessage &message, DBus::CallQueue::Lane lane, const JobTerms &terms,
                     const SystemdProxy::JobCallback &callback);
-    /// Has systemd send its signals.
+    /// Asks systemd to send signals.
     void subscribe();
-    /// Notices when systemd's name gets another owner.
+    /// Watches for a new owner of systemd's name.
     void watchOwner();
-    /// Has the bus deliver what systemd says of units.
+    /// Adds the match rule for property changes of units, at the first call.
     void subscribeOnce();
 
     /// Why a unit is watched.
     struct Watch
     {
         QString unit;
-        bool forEver = false;
+        /// Whether the watch stays after all stop jobs.
+        bool isPermanent = false;
         /// Stop jobs that are not answered yet.
         int stops = 0;
     };
     Watch &watchAt(const QString &objectPath, const QString &unit);
-    /// Ends what a stop job began, whose unit may be a client's invention.
+    /// Ends the watch that a stop job began, because a client may stop units that do not exist.
     void endStop(const QString &objectPath);
 
     SystemdProxy *const q;
     DBus::CallQueue calls;
     bool isSubscribed = false;
-    /// By object path: a signal must not cost a walk over all units.
+    /// By object path, so that the cost of a signal does not depend on the number of units.
     QHash<QString, Watch> watches;
 
 public Q_SLOTS:

@@ -44,7 +44,7 @@ bool isPolicyWritten(const QString &path, FileWrite result)
     return result == FileWrite::Written;
 }
 
-// A folder that cannot be made shows when the policy is written.
+// When this fails, writing the policy fails, too.
 void makePolicyFolder(const QString &policyPath)
 {
     (void)makeDirectory(QFileInfo(policyPath).path());
@@ -56,7 +56,7 @@ Removal removeFile(const QString &path)
 {
     if (::unlink(QFile::encodeName(path).constData()) == 0)
         return Removal::Removed;
-    // No file has a name that is too long.
+    // There is no file whose name is too long.
     const int reason = errno;
     if (reason == ENOENT || reason == ENOTDIR || reason == ENAMETOOLONG)
         return Removal::WasNotThere;
@@ -64,7 +64,7 @@ Removal removeFile(const QString &path)
     return Removal::Failed;
 }
 
-// Brings back the policy that a new one has replaced.
+// Restores the policy that a new one has replaced.
 void putBack(const QString &path, const ForeignFile &old)
 {
     if (old.state == ForeignFile::Missing)
@@ -74,7 +74,7 @@ void putBack(const QString &path, const ForeignFile &old)
         qWarning() << "Could not restore file:" << path;
 }
 
-// A unit that cannot be looked at may be there.
+// Whether a file certainly does not exist.
 bool isMissing(const QString &path)
 {
     struct stat status = {};

@@ -21,14 +21,13 @@ namespace {
 
 TaskManager *s_instance = nullptr;
 
-// As long as callers wait by default. What has not been asked of systemd by then is not asked: its
-// caller has given up.
+// The time that callers wait by default. A request that has not been sent to systemd by then is
+// dropped, because its caller has given up.
 constexpr int sendWithinMs = 25000;
-// What systemd has been asked is not a failure because it is slow: reloads of 11 s are known, and a
-// start may be behind several and the jobs of others.
+// A slow answer is no failure: reloads of 11 s are known, and a start may have to wait for several
+// of them and for the jobs of others.
 constexpr int answerWithinMs = 120000;
-// Calls whose outcome is not known. Far more than all tasks of a system; beyond it a caller is told
-// rather than kept waiting.
+// Limit on calls without an outcome. Far more than there are tasks; beyond it, calls are refused.
 constexpr int maxOpenCalls = 1024;
 
 CallTimes timesFromNow() { return {QDeadlineTimer(sendWithinMs), QDeadlineTimer(answerWithinMs)}; }
@@ -131,7 +130,7 @@ void TaskManagerPrivate::loadFinished()
     const auto callbacks = std::exchange(readyCallbacks, {});
     for (const auto &callback : callbacks)
         callback();
-    // Behind the callbacks, since clients wait for them.
+    // After the callbacks, because clients wait for those.
     askMainPids();
     if (liveUnits)
         QMetaObject::invokeMethod(
@@ -146,7 +145,7 @@ void TaskManagerPrivate::tidy()
     const LeftoverFiles leftovers(places);
     leftovers.removeUnfinished();
     leftovers.removeEmptyFolders();
-    // Not every bus watches the directory: the policies would stay in force.
+    // Reloaded explicitly, because not every bus daemon watches the directory.
     if (leftovers.removePolicies(*std::exchange(liveUnits, {})))
         busConfig.reload([] {});
 }
@@ -206,7 +205,7 @@ void TaskManagerPrivate::startPlanned(const TaskPlan &plan, const CallTimes &tim
     };
     UnderWay &task = underWay[taskId];
     ++task.starts;
-    // A start without a policy does not overtake one with a policy.
+    // A start without a policy waits, too, while one with a policy does.
     if (!plan.policy && task.startsAtBus == 0) {
         startSoon();
         return;
@@ -254,13 +253,13 @@ void TaskManagerPrivate::stop(const ApplicationTaskId &id, const CallTimes &time
     }
     const QString unitName = unitNameOf(id.toString());
     const auto left = [this, id, unitName, filesStayed](bool sent) {
-        // A task that is not stopped keeps its files.
+        // When the task was not stopped, its files are kept.
         if (!sent)
             return;
         systemd.disableUnitFiles({unitName}, false);
         const TaskFilesRemoval removal = removeTaskFiles(places, id);
-        // Not every bus watches the directory: the policy would stay in force.
-        if (removal.tookPolicy)
+        // Reloaded explicitly, because not every bus daemon watches the directory.
+        if (removal.removedPolicy)
             busConfig.reload([] {});
         if (!removal.isComplete && filesStayed)
             filesStayed();
@@ -353,14 +352,15 @@ void TaskManager::runWhenReady(const std::function<void()> &callback)
 
 bool TaskManager::cleanupUninstalledApplication(const QString &application)
 {
-    // Shared with stops that wait for a start of their task, and outlive this call.
+    // Shared with stops that wait for a start of their task, which run after this call has
+    // returned.
     const auto filesAreGone = std::make_shared<bool>(true);
     const QStringList taskIds = d->records.all().keys();
     for (const QString &text : taskIds) {
         const ApplicationTaskId id(text);
         if (id.applicationId().toString() != application)
             continue;
-        // Held open, and without a time limit: nobody would ask for this stop again.
+        // Counted as an open call and without a deadline, because nobody would repeat this stop.
         const auto stopped = [open = DBus::OpenCall()](const Error &error) {
             if (error)
                 qWarning() << "Failed to stop task" << error;

@@ -14,8 +14,8 @@ namespace Core {
 
 class TaskManagerPrivate;
 
-/// Owns the running background tasks: turns a declared task into a unit, has systemd start and
-/// stop it, follows its state, cleans up. Event-loop thread only; at most one at a time.
+/// Manages the background tasks: makes a unit of a declared task, has systemd start and stop it,
+/// tracks its state, and cleans up. Event-loop thread only; at most one instance at a time.
 class TaskManager : public QObject
 {
     Q_OBJECT
@@ -24,45 +24,46 @@ public:
     /// Called exactly once with the outcome.
     using Callback = std::function<void(const Error &)>;
 
-    /// Starts loading what systemd already knows of the tasks, and does so again whenever another
-    /// process has taken systemd's name. When the first list of units is here, this removes what
-    /// an earlier run has left half done.
+    /// Starts to load the list of task units from systemd; does so again whenever another process
+    /// takes systemd's name. After the first list has arrived, removes the files that an
+    /// interrupted run left.
     explicit TaskManager(QObject *parent = nullptr);
     ~TaskManager() override;
-    /// The manager that the process shares; made by the first call unless one exists.
+    /// The instance of this process; made by the first call unless one exists.
     static TaskManager *instance();
 
-    /// Whether few enough calls wait for their outcome for one more of a client.
+    /// Whether one more call of a client is within the limit on calls without an outcome.
     [[nodiscard]] bool hasRoom() const;
-    /// Writes the task's files and asks systemd to start its unit, behind a reload that it may
-    /// share with other starts. Success says that systemd accepted the job. What was written stays
-    /// when a later step fails. Fails when systemd could not be asked within 25 s.
-    /// @param startParameters what the caller says of this start ("Environment").
-    /// @param taskSettings how the task is to run ("User", "CGroups", "DBusService", ...).
+    /// Writes the task's files and requests the start of its unit, after a reload that other starts
+    /// may share. Success means that systemd accepted the job. The files are kept when a later step
+    /// fails. Fails when the request could not be sent to systemd within 25 s.
+    /// @param startParameters settings of this start ("Environment").
+    /// @param taskSettings settings of the task ("User", "CGroups", "DBusService", ...).
     void start(const ApplicationTaskId &id, const QVariantMap &startParameters,
                const QVariantMap &taskSettings, const Callback &callback);
     void start(const QString &id, const QVariantMap &startParameters,
                const QVariantMap &taskSettings, const Callback &callback);
-    /// Asks systemd to stop and disable the task's unit and deletes its files; one that cannot be
-    /// deleted is logged. When systemd could not be asked within 25 s, this fails and nothing has
-    /// changed.
+    /// Requests that systemd stops and disables the task's unit, and removes its files; a file that
+    /// cannot be removed is logged. If the request could not be sent within 25 s, this fails and
+    /// nothing changes.
     void stop(const ApplicationTaskId &id, const Callback &callback);
     void stop(const QString &id, const Callback &callback);
-    /// All records, in task id order.
+    /// All records, sorted by task id.
     [[nodiscard]] QList<TaskRecord> tasks() const;
-    /// Those of a type that run. As long as the revision is the same, so is the list.
+    /// The running tasks of a type. The list is unchanged as long as its revision is.
     [[nodiscard]] RunningTasks runningTasks(const QString &taskType) const;
-    /// Runs the callback once systemd's initial listings have arrived: at once if they have.
+    /// Runs the callback when systemd's initial lists have arrived; at once if they have already.
     void runWhenReady(const std::function<void()> &callback);
-    /// Stops every task of a removed application; failures are logged when they arrive.
-    /// @return whether no file of these tasks was left over. Does not wait for the stops: where one
-    /// has to wait for a start of its task or for a slow systemd, a file that stays is logged only.
+    /// Stops every task of a removed application; failures are logged.
+    /// @return whether all files of these tasks were removed, as far as is known when this returns:
+    /// it does not wait for stops that have to wait for a start of their task or for systemd.
     bool cleanupUninstalledApplication(const QString &application);
-    /// Sends starts that wait for the reload of others: for a process that has to end.
+    /// Sends the starts that wait for a reload, for a process that is about to end.
     void sendWaiting();
 
 Q_SIGNALS:
-    /// The set or the state of tasks may have changed. One for all changes of an event-loop pass.
+    /// The set of tasks or their state may have changed. Emitted once for all changes of one pass
+    /// of the event loop.
     void systemTasksChanged();
 
 private Q_SLOTS:

@@ -21,32 +21,32 @@
 
 namespace Core {
 
-/// Until when a call may be made to systemd, and until when its answer is waited for.
+/// Deadlines for sending a request to systemd, and for its answer.
 struct CallTimes
 {
     QDeadlineTimer sendBy = QDeadlineTimer::Forever;
     QDeadlineTimer answerBy = QDeadlineTimer::Forever;
 };
 
-/// The task manager's state, and its steps. What a start writes is planned in src/plan and
-/// written by task_files; the static functions put both together for one task.
+/// The state and the steps of the task manager. What a start writes is planned in src/plan and
+/// written by task_files; the static functions do both for one task.
 class TaskManagerPrivate
 {
 public:
     explicit TaskManagerPrivate(TaskManager *manager);
 
-    /// Fills in the unit of a task: what its application declares and what the caller asks for.
-    /// Does not clear `properties`, and leaves them as they are when something is wrong.
+    /// Adds the unit settings of a task to `properties`, from what its application declares and
+    /// what the caller asks for. On an error `properties` is unchanged.
     [[nodiscard]] static Error buildUnitProperties(QVariantMap &properties,
                                                    const ApplicationRegistry::TaskInfo &task,
                                                    const QVariantMap &startParameters,
                                                    const QVariantMap &taskSettings);
-    /// Writes the bus policy of a task that owns a bus name, whole or not at all.
-    /// @return whether the whole text was written.
+    /// Writes the bus policy of a task that owns a bus name, atomically.
+    /// @return whether it was written.
     [[nodiscard]] static bool writeDBusPolicy(const ApplicationTaskId &id, const QString &busName,
                                               const QString &user);
 
-    /// What a start of the task would write; an error when nobody declares it.
+    /// What a start of the task would write; an error when no application declares the task.
     [[nodiscard]] TaskPlanResult plan(const ApplicationTaskId &id,
                                       const QVariantMap &startParameters,
                                       const QVariantMap &taskSettings) const;
@@ -56,39 +56,40 @@ public:
     void loadUnitFiles();
     void takeUnitFiles(const QVector<SystemdProxy::UnitFileStatus> &files);
     void loadFinished();
-    /// Puts right what an earlier run has left on the disk.
+    /// Removes files that an interrupted run left.
     void tidy();
     void requestNotification();
-    /// Asks for the main processes of the tasks that run already.
+    /// Asks for the process ids of the running tasks.
     void askMainPids();
     /// Counts a call until its outcome is known.
     [[nodiscard]] TaskManager::Callback counted(const TaskManager::Callback &callback);
-    /// Writes the task's files and has its unit started.
+    /// Writes the task's files and requests the start of its unit.
     void start(const ApplicationTaskId &id, const QVariantMap &startParameters,
                const QVariantMap &taskSettings, const CallTimes &times,
                const TaskManager::Callback &callback);
-    /// Has the unit that was written started behind a reload, and where there is a policy, when the
-    /// bus has read it: a task may claim its name in its first millisecond.
+    /// Requests the start of the written unit after a reload. With a policy, first waits until the
+    /// bus has read it, because a task may claim its name at once.
     void startPlanned(const TaskPlan &plan, const CallTimes &times,
                       const TaskManager::Callback &callback);
     void startUnit(const QString &taskId, bool atBoot, const CallTimes &times,
                    const TaskManager::Callback &callback);
-    /// Has the unit stopped; disables it and removes its files when that has been asked.
+    /// Requests the stop of the unit; disables it and removes its files when the request has been
+    /// sent.
     /// @param filesStayed runs when a file could not be removed, perhaps inside this call.
     void stop(const ApplicationTaskId &id, const CallTimes &times,
               const TaskManager::Callback &callback, const std::function<void()> &filesStayed = {});
-    /// A start of the task has been asked of systemd, or will not be.
+    /// To be called when the request for a start has been sent or dropped.
     void startLeft(const QString &taskId);
 
-    /// What is under way for one task.
+    /// Requests for one task that have not been sent.
     struct UnderWay
     {
-        /// Starts that have not been asked of systemd.
+        /// Number of starts that have not been sent to systemd.
         int starts = 0;
-        /// Those of them that wait for the bus.
+        /// How many of them wait for the bus.
         int startsAtBus = 0;
-        /// What was asked of the task since, beginning with a stop. It waits for those starts, so
-        /// that what is asked of one task happens in the order in which it was asked.
+        /// Requests since the first stop. They wait for those starts, so that all requests for one
+        /// task are handled in order.
         std::vector<std::function<void()>> later;
     };
 
@@ -101,10 +102,11 @@ public:
     unsigned pendingLoads = 0;
     std::vector<std::function<void()>> readyCallbacks;
     bool notificationPending = false;
-    /// The units that run, come or go, from the first listing until the tidying.
+    /// Units that were active, starting or stopping in the first list; needed until leftovers are
+    /// removed.
     std::optional<QSet<QString>> liveUnits;
     bool isTidied = false;
-    /// Starts and stops whose outcome is not known.
+    /// Number of starts and stops without an outcome.
     int openCalls = 0;
     /// By task id.
     QHash<QString, UnderWay> underWay;

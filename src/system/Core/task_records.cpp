@@ -68,7 +68,7 @@ bool TaskRecords::applyProperties(const QString &unitName, const QVariantMap &pr
         record->mainPid = mainPid->toInt();
         listRecord(*record);
     }
-    // systemd reports both states together, so a sub-state that comes alone says nothing new.
+    // systemd always reports both states together, so a sub-state alone is ignored.
     const auto activeState = properties.constFind(Systemd::activeState());
     if (activeState != properties.constEnd())
         changeState(

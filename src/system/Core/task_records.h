@@ -13,34 +13,34 @@
 
 namespace Core {
 
-/// What the daemon knows about one background task's unit.
+/// What is known about the unit of one background task.
 struct TaskRecord
 {
     enum State : qint32 { Unknown = 0, NotRunning = 1, Running = 2 };
 
-    /// Full task id.
+    /// The full task id.
     QString taskId;
-    /// The type that the task declares; empty while the application is unknown.
+    /// The declared type of the task; empty while the application is unknown.
     QString taskType;
     /// Whether the unit starts at boot.
     bool enabled = false;
     qint32 state = Unknown;
-    /// Main process of the unit; -1 while unknown.
+    /// Process id of the unit's main process; -1 while unknown.
     qint32 mainPid = -1;
 };
 
-/// The running tasks of a type, as they were when they were asked for.
+/// A snapshot of the running tasks of a type.
 struct RunningTasks
 {
-    /// In task id order.
+    /// Sorted by task id.
     QVector<TaskRecord> tasks;
-    /// Another number after each change of the list.
+    /// Changes with each change of the list.
     quint64 revision = 0;
 };
 
-/// The table of task records, kept by task id, and the rules that turn what systemd reports into
-/// their state. What the listings and signals say is taken in without a look at types: knowing
-/// systemd's units does not wait for what applications declare. Knows no bus.
+/// The table of task records, and the rules for their state. Types are looked up only when they are
+/// needed, so that reading systemd's units does not wait for the declarations of applications. Does
+/// not use the bus. Event-loop thread only.
 class TaskRecords
 {
 public:
@@ -49,26 +49,28 @@ public:
 
     explicit TaskRecords(TypeLookup typeOf);
 
-    /// The record of a task unit, made on first sight; null when the name is no task unit's.
+    /// The record of a task unit, created if necessary; null when the name is not a task unit's.
     const TaskRecord *findOrCreate(const QString &unitName);
-    /// What systemd's listings say of a task unit; makes its record on first sight.
+    /// Sets the state or enablement of a task unit as systemd listed it; creates its record if
+    /// necessary.
     void setState(const QString &unitName, TaskRecord::State state);
     void setEnabled(const QString &unitName, bool enabled);
-    /// The units that no listing of systemd has any more neither run nor start at boot.
+    /// Takes the names of all units or unit files in systemd's list: units that are not in it no
+    /// longer run, unit files that are not in it no longer start at boot.
     void setUnitsListed(const QSet<QString> &unitNames);
     void setUnitFilesListed(const QSet<QString> &unitNames);
     /// Applies changed unit properties.
-    /// @return false when the name is no task unit's or no record of it exists.
+    /// @return false when the unit has no record.
     bool applyProperties(const QString &unitName, const QVariantMap &properties);
-    /// All records in task id order.
+    /// All records, sorted by task id.
     [[nodiscard]] const QMap<QString, TaskRecord> &all();
-    /// The units of the tasks that run. Looks up no type.
+    /// The units of the running tasks. Looks up no types.
     [[nodiscard]] QStringList runningUnits() const;
-    /// The running tasks of a type. Costs nothing for those that do not run, nor for a type whose
-    /// list has not changed.
+    /// The running tasks of a type. Its cost does not depend on tasks that are not running, and
+    /// there is none when the list has not changed.
     [[nodiscard]] RunningTasks running(const QString &taskType);
 
-    /// Running exactly when active and running.
+    /// The state for systemd's states: Running if they are "active" and "running".
     [[nodiscard]] static TaskRecord::State stateOf(const QString &activeState,
                                                    const QString &subState);
 
@@ -78,20 +80,20 @@ private:
     {
         std::set<QString> ids;
         RunningTasks running;
-        /// The list is older than the revision.
+        /// True when the list has to be made again.
         bool isStale = false;
     };
 
     TaskRecord *recordOf(const QString &unitName);
     void changeState(TaskRecord &record, TaskRecord::State state);
-    /// Brings the list of its type up to date with a record.
+    /// Updates the list of running tasks of the record's type.
     void listRecord(const TaskRecord &record);
     void lookUpTypes();
 
     TypeLookup m_typeOf;
     QMap<QString, TaskRecord> m_records;
     QHash<QString, OfType> m_running;
-    /// Ids of the records whose type has not been looked up.
+    /// Ids of records whose type has not been looked up.
     QSet<QString> m_untyped;
 };
 

@@ -20,10 +20,9 @@ namespace DBus {
 
 namespace {
 
-/// Callers that have been refused a moment ago. To judge one takes a question to the bus, and what
-/// everybody else sends waits meanwhile: without this, one client's calls without end would have
-/// all others wait for as long. A bus gives a unique name once only, so a name stands for one
-/// caller.
+/// Callers that were refused within the last second. A check asks the bus and blocks all other
+/// clients meanwhile; without this, a client that calls without pause would block them all the
+/// time. The bus never reuses a unique name, so a name identifies one caller.
 class RecentRefusals
 {
 public:
@@ -52,12 +51,12 @@ private:
     std::deque<std::pair<QDeadlineTimer, QString>> m_byAge;
 };
 
-/// A process as its directory below /proc shows it: by its effective user and group.
+/// The effective user and group of a process, as its directory in /proc shows them.
 struct Process
 {
     uint uid;
     uint gid;
-    /// Empty when the group has no name.
+    /// Name of the group; empty when it has none.
     QString group;
 };
 
@@ -66,7 +65,7 @@ std::optional<Process> processOf(const CallerCredentials &caller, const Places &
     if (!caller.pid)
         return {};
     const QFileInfo directory(places.process(*caller.pid));
-    // A missing path has no owner; its id must not be mistaken for a user.
+    // The owner id of a missing path must not be mistaken for a user.
     if (!directory.exists())
         return {};
     return Process{directory.ownerId(), directory.groupId(), directory.group()};
@@ -104,14 +103,14 @@ bool isAuthorized(const QString &name, const QDBusConnection &connection, const 
     const std::optional<Process> process = processOf(*caller, places);
     if (!process)
         return false;
-    // Below a root prefix /proc is another system's, whose ids the bus does not know.
+    // With a root prefix, /proc belongs to another system, whose ids the bus does not know.
     if (!places.root.isEmpty())
         caller = CallerCredentials{process->uid, QVector<uint>{process->gid}, caller->pid};
 
     if (process->uid == 0 && caller->uid == 0)
         return true;
     return std::any_of(groups.cbegin(), groups.cend(), [&](const QString &group) {
-        // A group that has no name in the user database must match nothing.
+        // A group without a name must match nothing.
         return !group.isEmpty() && bothBelongTo(group, *process, *caller);
     });
 }

@@ -9,24 +9,26 @@ class QString;
 
 namespace DBus {
 
-/// Who connected, as the bus recorded it at that moment. What the process has become since then,
-/// and who else holds its socket, does not change it.
+/// The credentials of a connection, as the bus recorded them when it was made. They do not change
+/// when the process changes its user or passes its socket on. Plain value.
 struct CallerCredentials
 {
-    /// The user that the process ran as.
+    /// User id of the process.
     uint uid = 0;
-    /// All groups that the process had, its main one among them. None when the bus does not say.
+    /// Ids of all groups of the process, including the primary one. Nothing when the bus does not
+    /// say.
     std::optional<QVector<uint>> gids;
-    /// The number of the process. It may have ended, and the number may belong to another by now.
-    /// None when the bus does not say.
+    /// Process id. The process may have ended, and another one may have its id. Nothing when the
+    /// bus does not say.
     std::optional<uint> pid;
 };
 
-/// Asks the bus for the credentials of a connection. Blocks for the answer; can be called on any
-/// thread. Nothing when there is no such connection, no answer within the time that the bus library
-/// allows (25 s), an answer that names no user, or one in which a value has an unexpected type.
-/// @param uniqueName the connection to ask for, for instance ":1.42".
+/// Asks the bus for the credentials of a connection. Blocks until the answer arrives; usable from
+/// any thread.
+/// @param uniqueName the connection to ask about, for example ":1.42".
 /// @param connection the connection to ask on.
+/// @return nothing when there is no such connection, when there is no answer within the bus
+/// library's timeout (25 s), or when the answer names no user or has a value of an unexpected type.
 [[nodiscard]] std::optional<CallerCredentials> credentialsOf(const QString &uniqueName,
                                                              const QDBusConnection &connection);
 

@@ -45,7 +45,7 @@ ClientCalls::Refusal ClientCalls::call(const QString &client, const QDBusMessage
     std::shared_ptr<Client> entry = m_byName.value(client);
     if (entry == nullptr)
         entry = std::make_shared<Client>(Client{*user, {}, {}, {}});
-    // Before the message is looked at, which takes its time.
+    // Checked first, because examining the message takes time.
     if (!hasRoom(*entry, {0, 1, 0, 0}))
         return TooMuch;
     const MessageContents contents = contentsOf(message);
@@ -66,7 +66,7 @@ ClientCalls::Refusal ClientCalls::call(const QString &client, const QDBusMessage
 bool ClientCalls::hasRoom(const Client &client, const Usage &call) const
 {
     const auto fits = [&](const Usage &usage, int Share::*share) {
-        // A call that is sent at once does not wait, but every call is counted as waiting first.
+        // Every call counts as waiting first, even one that is sent at once.
         return usage.waiting + call.waiting <= m_limits.waiting.*share
             && usage.bytes + call.bytes <= m_limits.bytes.*share
             && usage.descriptors + call.descriptors <= m_limits.descriptors.*share;
@@ -94,8 +94,8 @@ void ClientCalls::count(Client &client, const Usage &change)
 
 void ClientCalls::sendWaiting()
 {
-    // Ends when a full round of clients has sent nothing. A client that may not send now moves to
-    // the end of the queue.
+    // Ends when no client could send in a full round. A client that may not send now moves to the
+    // end of the queue.
     std::size_t couldNot = 0;
     while (m_all.inFlight < m_limits.inFlight.all && couldNot < m_turns.size()) {
         const QString name = m_turns.front();
@@ -121,7 +121,8 @@ void ClientCalls::sendNext(const QString &name, Client &client)
     client.callbacks.insert(number, call.callback);
     auto *watcher =
         new QDBusPendingCallWatcher(m_bus.asyncCall(call.message, call.timeoutMs), this);
-    // The bus library would keep them until the answer comes, which may take a day.
+    // Otherwise the bus library would keep the arguments until the answer comes, which may take a
+    // day.
     call.message.setArguments({});
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, name, number, usage = call.usage](QDBusPendingCallWatcher *finished) {
@@ -135,7 +136,7 @@ void ClientCalls::finish(const QString &name, quint64 number, const Usage &usage
 {
     const std::shared_ptr<Client> client = m_byName.value(name);
     const Callback callback = client->callbacks.take(number);
-    // What a client that has left kept has been counted off already.
+    // For a client that has left, forgetClient() has subtracted bytes and descriptors already.
     count(*client, {-1, 0, callback ? -usage.bytes : 0, callback ? -usage.descriptors : 0});
     dropIfUnused(name);
     sendWaiting();
@@ -150,7 +151,7 @@ void ClientCalls::forgetClient(const QString &client)
         return;
     const int dropped = static_cast<int>(entry->waiting.size());
     entry->waiting.clear();
-    // What has been sent keeps its place: the bus counts it until the answer is there.
+    // Calls that have been sent still count, because the bus counts them until they are answered.
     entry->callbacks.clear();
     count(*entry, {0, -dropped, -entry->usage.bytes, -entry->usage.descriptors});
     m_turns.erase(std::remove(m_turns.begin(), m_turns.end(), client), m_turns.end());

@@ -15,24 +15,22 @@ class QDBusPendingCallWatcher;
 
 namespace DBus {
 
-/// Calls that are made to another service on behalf of clients. The bus allows a connection 128
-/// outstanding replies in all, so a bounded number of calls is unanswered at a time and the others
-/// wait here. Clients take turns, and nobody can fill the places of all: there is a share for one
-/// client and one for one user. Calls of one client are sent in the order in which they were made.
-/// Event-loop thread only.
+/// Calls to another service on behalf of clients. The bus allows a connection 128 outstanding
+/// replies, so the number of unanswered calls is limited and the other calls wait in a queue.
+/// Clients take turns, and limits for each client and each user ensure that nobody can block the
+/// others. The calls of one client are sent in order. Event-loop thread only.
 class ClientCalls : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Looks at the finished call. Never runs inside call(), and not at all when the client has
-    /// left by then.
+    /// Receives the finished call. Never runs inside call(), and not at all if the client has left.
     using Callback = std::function<void(QDBusPendingCallWatcher *)>;
-    /// The user id of a client, by its unique bus name; nothing when it has left.
+    /// Finds the user id of a client by its unique bus name; nothing when the client has left.
     using UserLookup = std::function<std::optional<uint>(const QString &)>;
 
-    /// How much of everything may be kept for all clients, for one user and for one client. Root
-    /// has no share of its own: it may take what there is.
+    /// Limits for all clients together, for one user and for one client. The limit for one user
+    /// does not apply to root.
     struct Share
     {
         int all;
@@ -43,39 +41,43 @@ public:
     {
         /// Calls that have been sent and are not answered.
         Share inFlight;
-        /// Calls that wait for their turn.
+        /// Calls that wait in the queue.
         Share waiting;
-        /// Bytes of both kinds.
+        /// Bytes of all these calls.
         Share bytes;
-        /// File descriptors of both kinds.
+        /// File descriptors of all these calls.
         Share descriptors;
     };
-    /// Why a call was not taken.
+    /// Whether and why a call was refused.
     enum Refusal {
         Taken,
-        /// A share is used up, or the message is too large for the bus.
+        /// A limit is reached, or the message is too large for the bus.
         TooMuch,
-        /// It carries file descriptors inside other values, or a signature without types, which
-        /// cannot be sent on.
+        /// The message has file descriptors inside other values, or an empty signature, which
+        /// cannot be passed on.
         CannotBeSentOn
     };
 
+    /// @param bus the connection to send on.
+    /// @param userOf finds the user of a client.
     ClientCalls(const QDBusConnection &bus, UserLookup userOf, const Limits &limits,
                 QObject *parent = nullptr);
     ~ClientCalls() override;
 
-    /// Queues a call. Its arguments are dropped once it has been sent.
+    /// Queues a call, and sends it at once if the limits allow it. Its arguments are dropped once
+    /// it has been sent.
     /// @param client unique bus name of the client.
-    /// @param timeoutMs how long to wait for the answer once sent, in milliseconds; -1 is the bus
-    ///     library's default.
-    /// @return why the call is not taken and the callback never runs, or Taken.
+    /// @param timeoutMs how long to wait for the answer after sending, in milliseconds; -1 for the
+    /// bus library's default.
+    /// @return Taken if the call was queued; otherwise why not, and the callback never runs.
     [[nodiscard]] Refusal call(const QString &client, const QDBusMessage &message, int timeoutMs,
                                Callback callback);
-    /// Drops what waits for a client that has left, and the callbacks of what has been sent.
+    /// Removes the waiting calls of a client that has left, and the callbacks of its calls that
+    /// were sent.
     void forgetClient(const QString &client);
 
 private:
-    /// What is in flight and waiting, of all, of one user or of one client; or a change of it.
+    /// How much all clients, one user or one client use; or a change of that.
     struct Usage
     {
         int inFlight = 0;
@@ -90,7 +92,8 @@ private:
         QDBusMessage message;
         int timeoutMs;
         Callback callback;
-        /// What it takes as long as it waits; also the bytes and descriptors of what is in flight.
+        /// What the call uses while it waits. Its bytes and descriptors also count while it is in
+        /// flight.
         Usage usage;
     };
     struct Client
@@ -98,7 +101,7 @@ private:
         uint user;
         Usage usage;
         std::deque<Call> waiting;
-        /// The callbacks of what is in flight, by number; none after the client has left.
+        /// Callbacks of the calls in flight, by number; empty after the client has left.
         QHash<quint64, Callback> callbacks;
     };
 
@@ -117,7 +120,7 @@ private:
     Usage m_all;
     QHash<uint, Usage> m_users;
     QHash<QString, std::shared_ptr<Client>> m_byName;
-    /// Clients whose calls wait, in the order of their turns.
+    /// Clients that have waiting calls, in the order of their turns.
     std::deque<QString> m_turns;
     quint64 m_lastNumber = 0;
 };

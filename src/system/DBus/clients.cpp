@@ -12,7 +12,7 @@ Clients::Clients(const QDBusConnection &bus, QObject *parent)
     : QObject(parent)
     , m_bus(bus)
 {
-    // The third argument is the new owner: only names that have none from now on are reported.
+    // The third argument is the new owner: matches only names that have lost their owner.
     const QStringList noNewOwner{QString(), QString(), QStringLiteral("")};
     m_bus.connect(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
                   QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
@@ -38,8 +38,8 @@ std::optional<CallerCredentials> Clients::credentialsOf(const QString &busName)
     if (known != m_known.constEnd())
         return *known;
     const std::optional<CallerCredentials> asked = DBus::credentialsOf(busName, m_bus);
-    // Kept as long as the client is on the bus: the answer is about the moment at which it
-    // connected, and no other client ever gets its unique name. A well-known name changes hands.
+    // Cached until the client leaves, because the answer never changes and the bus never reuses a
+    // unique name. A well-known name may change its owner.
     if (asked && busName.startsWith(QLatin1Char(':')))
         m_known.insert(busName, *asked);
     return asked;

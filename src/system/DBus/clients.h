@@ -11,28 +11,29 @@
 
 namespace DBus {
 
-/// The daemon's clients as the bus knows them: who has made each connection, and when one leaves.
-/// One match rule serves all of them, however many there are. Event-loop thread only.
+/// The clients on the bus: their credentials, and when they leave. One match rule serves all
+/// clients. Event-loop thread only.
 class Clients : public QObject
 {
     Q_OBJECT
 
 public:
+    /// @param bus the connection that the clients call on.
     explicit Clients(const QDBusConnection &bus, QObject *parent = nullptr);
-    /// Those on the system bus; made by the first call, never destroyed.
+    /// The clients on the system bus; made by the first call, never destroyed.
     static Clients &instance();
-    /// These, when they have been made and the connection is theirs; else null.
+    /// instance() if it was made and uses this connection; otherwise null.
     [[nodiscard]] static Clients *of(const QDBusConnection &connection);
 
-    /// What the bus recorded of a client when it connected. Blocks for a question to the bus the
-    /// first time that a client is asked for. Nothing when the client has left.
+    /// The credentials with which a client connected. The first call for a client blocks for a call
+    /// to the bus. Nothing when the client has left.
     /// @param busName the client's unique bus name.
     [[nodiscard]] std::optional<CallerCredentials> credentialsOf(const QString &busName);
-    /// The user id among these.
+    /// The user id from credentialsOf().
     [[nodiscard]] std::optional<uint> userOf(const QString &busName);
 
 Q_SIGNALS:
-    /// A name on the bus has no owner any more; a client's unique name when the client has left.
+    /// A name on the bus has lost its owner. For a unique name: the client has left.
     void left(const QString &busName);
 
 private Q_SLOTS:

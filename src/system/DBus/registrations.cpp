@@ -22,18 +22,18 @@ QString clientKey() { return QStringLiteral("client"); }
 QString pathKey() { return QStringLiteral("path"); }
 QString typeKey() { return QStringLiteral("type"); }
 
-// As many sessions as clients may hold take less.
+// Larger than a file with the largest number of sessions that clients may hold.
 constexpr qint64 largestKeptFile = 16 << 20;
 
-// Empty when there is no place for it.
+// Path of the file; empty when there is no runtime directory.
 QString keptFile()
 {
     const QString directory = qEnvironmentVariable("RUNTIME_DIRECTORY");
     return directory.isEmpty() ? QString() : directory + QStringLiteral("/registrations.json");
 }
 
-// A bus that was started again gives the same unique names to other clients. Known from the time of
-// connecting, because the registrations are also kept when the bus has closed the connection.
+// The id of the bus: after a restart, a bus gives the same unique names to other clients. The id is
+// known since connecting, because it is also needed after the bus has closed the connection.
 QString idOf(const QDBusConnection &bus)
 {
     auto *connection = static_cast<DBusConnection *>(bus.internalPointer());
@@ -62,7 +62,7 @@ bool keepRegistrations(const QDBusConnection &bus, const QVector<Registration> &
     const QJsonDocument document(QJsonObject{{busKey(), busId}, {registrationsKey(), list}});
     const bool kept = writeFileAtomically(file, document.toJson()) == FileWrite::Written;
     if (!kept)
-        qWarning() << "Could not keep the clients' registrations in" << file;
+        qWarning() << "Could not save the clients' registrations in" << file;
     return kept;
 }
 
@@ -72,7 +72,7 @@ QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus)
     const ForeignFile file = readForeignFile(path, largestKeptFile);
     if (path.isEmpty() || file.state == ForeignFile::Missing)
         return {};
-    // Once only, so that a file that does harm does it once.
+    // Removed before it is used, so that a harmful file is used only once.
     QFile::remove(path);
     const QJsonObject kept = QJsonDocument::fromJson(file.text).object();
     const QString busId = kept.value(busKey()).toString();
@@ -83,7 +83,7 @@ QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus)
     for (const QJsonValue &value : list) {
         const QJsonObject entry = value.toObject();
         const QString client = entry.value(clientKey()).toString();
-        // Only of a unique name the bus can say whether its client is still there.
+        // Only unique names: for these, the bus can tell whether the client has left.
         if (client.startsWith(QLatin1Char(':')))
             registrations.append(
                 {client, entry.value(pathKey()).toString(), entry.value(typeKey()).toString()});

@@ -7,25 +7,27 @@ class QDBusConnection;
 
 namespace DBus {
 
-/// A client's hold on a session.
+/// A client and a session that it holds.
 struct Registration
 {
     /// The client's unique bus name.
     QString client;
-    /// Where the session is exported.
+    /// Object path of the session.
     QString path;
-    /// Empty for a session of the per-user service.
+    /// Task type of the session; empty for a session of the per-user service.
     QString taskType;
 };
 
-/// Keeps registrations in the daemon's runtime directory for the next run of it: clients that are
-/// on the bus when the daemon is restarted or leaves go on with the sessions that they have. Does
-/// nothing without a runtime directory (RUNTIME_DIRECTORY, as the service manager sets it).
-/// @return whether there was anything to keep and it is kept.
+/// Saves registrations in the runtime directory for the next run of the daemon, so that clients
+/// keep their sessions when the daemon is restarted or leaves. Does nothing without a runtime
+/// directory (RUNTIME_DIRECTORY, which systemd sets) or without registrations.
+/// @param bus the connection that the clients call on.
+/// @return whether something was saved.
 bool keepRegistrations(const QDBusConnection &bus, const QVector<Registration> &registrations);
 
-/// What the run before has kept on the same bus; the second call finds nothing. Anything else in
-/// the file's place, or the clients of another bus, count as nothing.
+/// Loads and removes the registrations that the previous run saved.
+/// @return an empty list when there are none, when the file is damaged, or when it is from another
+/// bus.
 [[nodiscard]] QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus);
 
 } // namespace DBus

@@ -23,7 +23,7 @@ namespace DBus {
 
 namespace {
 
-// A day: a long-running call of the user service is never cut short here.
+// A day, so that long-running calls of the user service are not interrupted.
 constexpr int forwardTimeoutMs = 24 * 60 * 60 * 1000;
 
 QString objectPathIn(const QVariant &argument)
@@ -33,7 +33,7 @@ QString objectPathIn(const QVariant &argument)
     return argument.value<QDBusObjectPath>().path();
 }
 
-// The user service's answer, made an answer to the client's own call.
+// Converts the user service's answer to an answer to the client's call.
 QDBusMessage answerTo(const QDBusMessage &request, const QDBusMessage &reply)
 {
     if (reply.type() == QDBusMessage::ErrorMessage)
@@ -41,7 +41,7 @@ QDBusMessage answerTo(const QDBusMessage &request, const QDBusMessage &reply)
     return request.createReply(reply.arguments());
 }
 
-/// Counts as an outstanding call of a proxy as long as it lives.
+/// Counts as an outstanding call of a proxy until it is destroyed.
 class Busy
 {
 public:
@@ -103,7 +103,7 @@ void SessionProxyPrivate::onPropertiesChanged(const QString &interface, const QV
     QDBusMessage signal =
         QDBusMessage::createSignal(path, Names::propertiesInterface(), Names::propertiesChanged());
     signal << interface << changed << invalidated;
-    // The user service may have sent what the bus takes from it and not from this process.
+    // The user service may have sent something that this process cannot send.
     if (!contentsOf(signal).canBeSentOn() || !connection.send(signal))
         qWarning() << "Could not relay a property change of" << ClientText(path);
 }

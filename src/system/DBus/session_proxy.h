@@ -7,9 +7,9 @@ namespace DBus {
 
 class SessionProxyPrivate;
 
-/// An object of the per-user service under this daemon's own name: passes every method call to the
-/// same path there and the answer back, and re-emits the property changes of that path. Register
-/// it as a virtual object at path(), single node. Event-loop thread only.
+/// Makes an object of the per-user service available under this daemon's name: forwards every
+/// method call to the same path there, passes the answer back, and re-emits the property changes of
+/// that path. Register it as a virtual object at path(), single node. Event-loop thread only.
 class SessionProxy : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -17,32 +17,34 @@ class SessionProxy : public QDBusVirtualObject
     Q_PROPERTY(bool isIdle READ isIdle NOTIFY isIdleChanged)
 
 public:
-    /// @param path the one object path that is served, here and at the user service.
+    /// @param path object path, here and at the user service.
     explicit SessionProxy(const QString &path, QObject *parent = nullptr);
     ~SessionProxy() override;
 
     [[nodiscard]] const QString &path() const;
     [[nodiscard]] bool isIdle() const;
-    /// Counts one more outstanding call, or one less.
+    /// Adds or removes one outstanding call.
     void raiseBusy();
     void lowerBusy();
 
-    /// The user service's introspection text of path(); blocks until it answers. Empty, with a log
-    /// line, for another path or when it fails.
+    /// The introspection XML of path() from the user service. Blocks until it answers. Empty, with
+    /// a log line, when `path` is not path() or the call fails.
     [[nodiscard]] QString introspect(const QString &path) const override;
-    /// Forwards a method call; leaves every other message alone.
+    /// Forwards a method call; ignores other messages.
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
 Q_SIGNALS:
     void isIdleChanged();
-    /// A reply of the user service carried an object path.
-    /// @param creatorId bus name of the client whose call produced it.
+    /// A reply of the user service had an object path.
+    /// @param creatorId bus name of the client whose call was answered.
     void foundObjectPathInReply(const QString &path, const QString &creatorId);
 
 protected:
-    /// Whether a call is answered although this object is gone when the user service answers.
+    /// Whether a call is still answered if this object has been destroyed when the user service
+    /// answers.
     enum class AnswerAfterwards { Yes, No };
-    /// @return false when too many calls wait already; the caller has been told.
+    /// Forwards a method call.
+    /// @return false when it was refused; the caller has got an error.
     bool forward(const QDBusMessage &message, const QDBusConnection &connection,
                  AnswerAfterwards answerAfterwards);
 

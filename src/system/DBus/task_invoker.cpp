@@ -26,9 +26,9 @@ namespace DBus {
 
 namespace {
 
-// Far more than a program uses: a system has some ten task types.
+// Limit for one client. Real programs use far fewer: a system has some ten task types.
 constexpr int maxObjectsOfClient = 256;
-// The programs of one user together, each with one connection.
+// Limits for all programs of one user.
 constexpr int maxClientsOfUser = 128;
 constexpr int maxObjectsOfUser = 1024;
 
@@ -38,7 +38,7 @@ QDBusMessage tooManySessions(const QDBusMessage &request)
                                     QStringLiteral("Too many sessions are held already"));
 }
 
-// Objects of this daemon that are there whatever the per-user service says.
+// Whether this daemon always has an object of its own at the path.
 bool isOwnObject(const QString &path)
 {
     const QStringList own{Names::autostartPath(), Names::tellerHooksPath(),
@@ -53,15 +53,15 @@ bool worksInSession(const QString &taskType)
         .worksInSession();
 }
 
-// Whether a session at this path is this daemon's to serve, now or later.
+// Whether this daemon itself serves, or may serve, the session at this path.
 bool isOwnSession(const QString &path)
 {
     const QString sessions = Names::taskInvokerSessionsPath();
     return path.startsWith(sessions) && !worksInSession(path.mid(sessions.size()));
 }
 
-// Whether the per-user service may have an object there: it must not take the place of what this
-// daemon serves itself.
+// Whether the per-user service may have an object at the path. It must not replace an object of
+// this daemon.
 bool isForeign(const QString &path)
 {
     return !path.isEmpty() && !isOwnObject(path) && !isOwnSession(path);
@@ -83,7 +83,7 @@ TaskInvokerSession *TaskInvokerPrivate::sessionFor(const QString &taskType)
     auto *session = new TaskInvokerSession(taskType, q);
     sessions.insert(taskType, session);
     connect(session, &TaskInvokerSession::sessionClosed, this, [this, session] {
-        // Closed before, and on its way out: the type may have its next session by now.
+        // Ignored when the session was closed before: the type may have a new session by now.
         if (sessions.value(session->taskType()) != session)
             return;
         sessions.remove(session->taskType());
@@ -95,10 +95,10 @@ TaskInvokerSession *TaskInvokerPrivate::sessionFor(const QString &taskType)
 void TaskInvokerPrivate::exportSession(TaskInvokerSession *session)
 {
     const QString path = TaskInvokerSession::pathFor(session->taskType());
-    // From the time before this daemon served the type itself.
+    // The per-user service served the type before; this daemon does now.
     if (auto *proxy = qobject_cast<TaskInvokerSessionProxy *>(bus.objectRegisteredAt(path)))
         forgetObject(proxy, path);
-    // Fails, and changes nothing, when it is exported already.
+    // Fails without effect when the session is exported already.
     bus.registerObject(path, session,
                        QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
 }
@@ -117,7 +117,7 @@ void TaskInvokerPrivate::createSessionProxy(const QString &taskType)
                          open = OpenCall()](QDBusPendingCallWatcher *watcher) {
         const QDBusMessage reply = watcher->reply();
         if (reply.type() == QDBusMessage::ReplyMessage && reply.arguments().isEmpty()) {
-            // On purpose the client gets no answer either and runs into its own time-out.
+            // On purpose the client gets no answer, too, and its call times out.
             qWarning() << "Reply without parameters!";
             return;
         }
@@ -218,7 +218,7 @@ TaskInvokerPrivate::Client &TaskInvokerPrivate::entryOf(const QString &busName,
 
 void TaskInvokerPrivate::registerClient(const QString &busName, QObject *object)
 {
-    // From the moment at which the bus names the user, it also reports that the client leaves.
+    // A client whose user the bus knows is on the bus, and the bus will report when it leaves.
     if (const std::optional<uint> user = Clients::instance().userOf(busName))
         entryOf(busName, user).add(object);
 }
@@ -226,8 +226,8 @@ void TaskInvokerPrivate::registerClient(const QString &busName, QObject *object)
 void TaskInvokerPrivate::restoreClient(const QString &busName, QObject *object)
 {
     entryOf(busName, {}).add(object);
-    // A client that left between the two runs is never reported: without this question it would
-    // keep the daemon awake for ever.
+    // The bus does not report a client that left between the two runs. Without this check, it would
+    // keep the daemon from becoming idle.
     QDBusMessage question = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameHasOwner"));
@@ -277,8 +277,8 @@ void TaskInvokerPrivate::forgetObject(QObject *object, const QString &path)
 
 void TaskInvokerPrivate::removeObject(QObject *object, const QString &path)
 {
-    // Now, not with the deletion: a client that registers right behind a close must find the path
-    // free for its new session.
+    // At once, before the object is deleted, because a client that registers right after a close
+    // needs the path for its new session.
     if (bus.objectRegisteredAt(path) == object)
         bus.unregisterObject(path);
     object->deleteLater();
@@ -344,7 +344,7 @@ void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sess
 {
     qDebug() << ClientText(taskType);
     const QString client = message().service();
-    // Nothing would come of it, and a client can send very many of these.
+    // Ignored, because it has no effect and a client can send very many of these.
     if (!message().isReplyRequired() && d->holdsSession(client, taskType))
         return;
     if (worksInSession(taskType)) {
@@ -358,9 +358,10 @@ void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sess
     }
     sessionPath = QDBusObjectPath(TaskInvokerSession::pathFor(taskType));
     if (sessionPath.path().isEmpty()) {
-        // Nobody could reach the session. The client counts as one that is on the bus all the same.
+        // Nobody could reach the session. The client is registered nevertheless and keeps the
+        // daemon from becoming idle.
         d->registerClient(client, nullptr);
-        // An empty object path cannot travel on the bus: the reply would never leave.
+        // An empty object path cannot be sent, so there would be no reply at all.
         sendErrorReply(
             QDBusError::InvalidArgs,
             QStringLiteral("Task type \"%1\" cannot be part of an object path").arg(taskType));
@@ -368,7 +369,7 @@ void TaskInvoker::RegisterInvoker(const QString &taskType, QDBusObjectPath &sess
     }
     TaskInvokerSession *session = d->sessionFor(taskType);
     d->registerClient(client, session);
-    // The records themselves: the bus library forms each once, right in the reply.
+    // The lists themselves, so that each is marshalled only once, directly into the reply.
     properties.insert(QStringLiteral("ActiveTasks"), QVariant::fromValue(session->activeTasks()));
     properties.insert(QStringLiteral("AvailableTasks"),
                       QVariant::fromValue(session->availableTasks()));

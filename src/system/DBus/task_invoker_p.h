@@ -13,7 +13,7 @@ namespace DBus {
 class TaskInvoker;
 class TaskInvokerSession;
 
-/// The bookkeeping of sessions and clients; hears of clients that leave the bus.
+/// Keeps track of sessions and clients, and of clients that leave the bus.
 class TaskInvokerPrivate : public QObject
 {
     Q_OBJECT
@@ -24,30 +24,32 @@ public:
     [[nodiscard]] TaskInvokerSession *sessionFor(const QString &taskType);
     void exportSession(TaskInvokerSession *session);
     void createSessionProxy(const QString &taskType);
-    /// Answers the client's call with what the per-user service answered.
+    /// Answers the client's call with the answer of the per-user service.
     void finishRegistration(const QDBusConnection &connection, const QDBusMessage &request,
                             const QDBusMessage &reply);
     void registerSessionProxy(const QDBusConnection &connection, const QDBusMessage &message,
                               const QString &path);
-    /// What serves the session of the per-user service at a path, made when there is nothing; null
-    /// when it cannot be exported.
+    /// The proxy for a session of the per-user service at a path, created if necessary; null when
+    /// it cannot be exported.
     [[nodiscard]] QObject *sessionProxyAt(const QString &path);
-    /// Whether a client holds the session of a type that this daemon serves.
+    /// Whether a client holds this daemon's session of a type.
     [[nodiscard]] bool holdsSession(const QString &busName, const QString &taskType) const;
-    /// Whether the limits allow it. Always true for an object that the client already holds. Null:
-    /// an object that does not exist yet.
+    /// Whether the limits allow that a client holds one more object. Always true for an object that
+    /// it already holds.
+    /// @param object null for an object that does not exist yet.
     [[nodiscard]] bool mayHold(const QString &busName, QObject *object) const;
-    /// Has a client hold an object from now on. A client that has left by now holds nothing.
-    /// @param object null for a client that holds nothing and counts all the same until it leaves.
+    /// Records that a client holds an object. Ignores a client that has left.
+    /// @param object null when the client holds nothing but counts until it leaves.
     void registerClient(const QString &busName, QObject *object);
-    /// The same for a client of an earlier run, which may have left in between.
+    /// The same for a client of an earlier run, which may have left since.
     void restoreClient(const QString &busName, QObject *object);
     void forgetClient(const QString &busName);
-    /// Has no client hold the object any more, and removes it.
+    /// Removes the object from all clients, and then removes the object itself.
     void forgetObject(QObject *object, const QString &path);
-    /// Removes a proxy that no client holds: the paths of the per-user service are without number.
+    /// Removes a proxy that no client holds. Otherwise proxies would accumulate, because the
+    /// per-user service may use any number of paths.
     void dropProxyOfNobody(QObject *object);
-    /// Frees the object's path and deletes the object once the current event is handled.
+    /// Unregisters the object at once, and deletes it later from the event loop.
     void removeObject(QObject *object, const QString &path);
 
     QDBusConnection bus;
@@ -55,15 +57,15 @@ public:
     QHash<QString, TaskInvokerSession *> sessions;
     struct Client
     {
-        /// Unknown for a client of an earlier run.
+        /// The client's user; unknown for a client of an earlier run.
         std::optional<uint> user;
         QList<QObject *> objects;
-        /// Counts until it leaves, even when it holds nothing.
+        /// Whether the client counts until it leaves, even when it holds nothing.
         bool staysUntilItLeaves = false;
 
         void add(QObject *object);
     };
-    /// The client's entry, made when there is none.
+    /// The client's entry, created if necessary.
     Client &entryOf(const QString &busName, std::optional<uint> user);
 
     /// By bus name.

@@ -33,7 +33,7 @@ QVector<Orvane::AvailableTask> declaredTasks(const QString &taskType)
     return declared;
 }
 
-// Half of what there is for all, so that a flood of one user's leaves room to everybody else.
+// Half of the limit for all users, so that one user's calls leave room for the others.
 UserShare &openCalls()
 {
     constexpr int most = 512;
@@ -101,7 +101,7 @@ TaskInvokerSession::TaskInvokerSession(const QString &taskType, QObject *parent)
         Q_EMIT activeTasksChanged();
     });
     new PropertyNotifier(d->connection, pathFor(taskType), this);
-    // The framework exports this property of every object too, and lets everybody write to it.
+    // The framework also exports the property objectName, and lets every client write it.
     connect(this, &QObject::objectNameChanged, this, [this] { setObjectName(QString()); });
 }
 
@@ -131,7 +131,7 @@ bool TaskInvokerSession::isRefused()
     setDelayedReply(true);
     DelayedReply(message(), connection())
         .finish({Core::Error::AccessDenied,
-                 QStringLiteral("%1 is for the groups that may run background tasks")
+                 QStringLiteral("%1 is allowed only to the groups that may run background tasks")
                      .arg(message().member())});
     return true;
 }

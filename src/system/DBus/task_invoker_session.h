@@ -12,10 +12,10 @@ namespace DBus {
 
 class TaskInvokerSessionPrivate;
 
-/// Through it clients start and stop the background tasks of one type and watch which exist and
-/// which run. One per task type, shared by all its clients, until one of them closes it; tasks run
-/// on when it goes. Changes of the two lists are announced as PropertiesChanged.
-/// Made and exported by the task invoker. Event-loop thread only.
+/// The session of a task type: through it clients start and stop the background tasks of the type,
+/// and read which exist and which are running. All clients of a type share one session, until one
+/// of them closes it; tasks keep running then. Changes of the two lists are announced as
+/// PropertiesChanged. Made and exported by the task invoker. Event-loop thread only.
 class TaskInvokerSession : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -29,16 +29,16 @@ class TaskInvokerSession : public QObject, protected QDBusContext
     Q_PROPERTY(QVector<ActiveTask> ActiveTasks READ activeTasks NOTIFY activeTasksChanged)
 
 public:
-    /// @param taskType the type whose tasks the session serves.
+    /// @param taskType type of the tasks.
     TaskInvokerSession(const QString &taskType, QObject *parent);
     ~TaskInvokerSession() override;
 
     [[nodiscard]] const QString &taskType() const;
-    /// Where a session of a task type is exported; not an object path for every task type.
+    /// The object path of a type's session. Not a valid object path for every task type.
     [[nodiscard]] static QString pathFor(const QString &taskType);
-    /// What applications declare of this type. Scans them when nobody has asked before.
+    /// The declared tasks of this type. The first call in a process scans the applications.
     [[nodiscard]] QVector<AvailableTask> availableTasks() const;
-    /// What runs of this type.
+    /// The running tasks of this type.
     [[nodiscard]] QVector<ActiveTask> activeTasks() const;
 
 Q_SIGNALS:
@@ -47,21 +47,22 @@ Q_SIGNALS:
     /// A client closed the session.
     void sessionClosed();
 
-    // What the three below have in common: ORVANE_TASK_GROUPS decides who may call them, and a
-    // caller that may not is answered with AccessDenied before anything else is looked at.
+    // For all three methods, ORVANE_TASK_GROUPS decides who may call them. Other callers get
+    // AccessDenied before anything else is checked.
 public Q_SLOTS:
-    /// Starts a task. Answers later: 0 when systemd accepted the start, else an error.
+    /// Starts a task. Answers later: 0 when systemd has accepted the start, otherwise an error.
     int Start(const QString &fullTaskId, const QVariantMap &startupInfo, const QVariantMap &hints);
-    /// Stops a task. Answers later, on success with a 0 that the signature does not announce.
+    /// Stops a task. Answers later: a 0, which the signature does not declare, or an error.
     void Stop(const QString &fullTaskId);
-    /// Ends the session for every client.
+    /// Closes the session for all its clients.
     void CloseSession();
 
 private:
-    /// Answers the current call when its sender may not run tasks.
+    /// Whether the sender of the current call may not run tasks; the call has then been answered.
     [[nodiscard]] bool isRefused();
-    /// A place for the current call among the calls to systemd that have no outcome yet, for as
-    /// long as it has none. Null when the caller's user or all together have too many: answered.
+    /// Counts the current call among the calls to systemd without an outcome, until the result is
+    /// destroyed. Null when the caller's user or all users together have too many; the call has
+    /// then been answered.
     [[nodiscard]] UserShare::Place takePlace();
 
     std::unique_ptr<TaskInvokerSessionPrivate> const d;

@@ -20,21 +20,21 @@ class TaskInvokerSessionPrivate : public QObject
 public:
     TaskInvokerSessionPrivate(const QString &type, TaskInvokerSession *session);
 
-    /// Both look at what applications declare when they are first called, not before: the first
-    /// scan of a run is for the client that wants to know.
+    /// Both scan the applications at their first call and not before, so that the first scan of a
+    /// run is for a client that needs it.
     [[nodiscard]] const QVector<Orvane::ActiveTask> &currentActiveTasks();
     [[nodiscard]] const QVector<Orvane::AvailableTask> &currentAvailableTasks();
-    /// The catalogue was read anew. Announces the list if it has become another.
+    /// To be called after a scan. Announces the list if it has changed.
     void takeDeclaredTasks();
 
     QDBusConnection connection;
     const QString taskType;
     QVector<Orvane::ActiveTask> activeTasks;
-    /// The task manager has told of changes since.
+    /// Whether the task manager has reported changes since the list was made.
     bool activeTasksAreOld = true;
-    /// Of the running tasks that they were made of; none run at 0.
+    /// Revision of the running tasks that the list was made from; 0 when none were running.
     quint64 activeTasksRevision = 0;
-    /// None before the first question.
+    /// Nothing before the first call.
     std::optional<QVector<Orvane::AvailableTask>> availableTasks;
     TaskInvokerSession *const q;
 };

@@ -4,7 +4,7 @@
 
 namespace DBus {
 
-/// A task invoker session of the per-user service under this daemon's own name.
+/// A task invoker session of the per-user service under this daemon's name. Event-loop thread only.
 class TaskInvokerSessionProxy : public SessionProxy
 {
     Q_OBJECT
@@ -12,8 +12,8 @@ class TaskInvokerSessionProxy : public SessionProxy
 public:
     using SessionProxy::SessionProxy;
 
-    /// Forwards the call; a CloseSession also ends this object. Its caller is then answered only
-    /// if the user service is quicker than that.
+    /// Forwards the call. CloseSession also closes this object, and its caller gets an answer only
+    /// if the user service answers before that.
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
 Q_SIGNALS:

@@ -14,14 +14,14 @@ namespace {
 constexpr int mebibyte = 1024 * 1024;
 
 constexpr ClientCalls::Limits limits{
-    // Half of the 128 outstanding replies that the bus grants a connection: a user service that
-    // hangs must leave room for the calls to systemd. One user may fill a quarter of it.
+    // Half of the 128 outstanding replies that the bus allows a connection, so that a user service
+    // that does not answer leaves room for calls to systemd. One user may use a quarter of it.
     {64, 16, 8},
-    // Enough for any burst of clients; beyond it a client is told rather than kept waiting.
+    // Enough for any burst of calls; beyond it calls are refused.
     {1024, 512, 256},
-    // A client may have one call of the largest size that the bus carries.
+    // One client may have one call of the largest size that the bus accepts.
     {128 * mebibyte, 64 * mebibyte, 32 * mebibyte},
-    // The bus carries 16 in a message.
+    // The bus allows 16 in one message.
     {128, 64, 32}};
 
 QDBusMessage refusalOf(const QDBusMessage &request, ClientCalls::Refusal refusal)

@@ -4,15 +4,18 @@
 
 namespace DBus {
 
-/// The calls that this process makes to the per-user service for its clients; made by the first
-/// call, on the system bus, never destroyed. Event-loop thread only.
+/// The queue of calls to the per-user service. Made by the first call, on the system bus, never
+/// destroyed. Event-loop thread only.
 ClientCalls &userServiceCalls();
 
-/// Makes a call to the per-user service for the client whose call `request` is. A call that is not
-/// taken is answered with an error. The request's arguments are dropped: what is kept until the
-/// answer comes says whom to answer, and that may take a day.
-/// @param connection the connection that the request came in on.
-/// @return whether the call was taken and the callback will run.
+/// Makes a call to the per-user service on behalf of a client. If it is refused, the client gets an
+/// error.
+/// @param connection the connection that the client's call came in on.
+/// @param request the client's call. Its arguments are dropped, because it may be kept for a day.
+/// @param call the call to make.
+/// @param timeoutMs how long to wait for the answer, in milliseconds; -1 for the bus library's
+/// default.
+/// @return whether the call was queued and the callback will run.
 bool callUserService(const QDBusConnection &connection, QDBusMessage request,
                      const QDBusMessage &call, int timeoutMs,
                      const ClientCalls::Callback &callback);

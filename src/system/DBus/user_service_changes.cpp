@@ -10,8 +10,8 @@ namespace DBus {
 
 UserServiceChanges::UserServiceChanges()
 {
-    // With the signature, because the bus library ends the process when a body holds other types
-    // than the receiver expects.
+    // The match includes the signature, because the bus library aborts the process when it reads a
+    // value of an unexpected type.
     QDBusConnection::systemBus().connect(
         Names::userService(), QString(), Names::propertiesInterface(), Names::propertiesChanged(),
         QStringList(), QStringLiteral("sa{sv}as"), this, SLOT(onPropertiesChanged(QDBusMessage)));

@@ -9,19 +9,20 @@ namespace DBus {
 
 class SessionProxyPrivate;
 
-/// Hands the property changes of the per-user service to the proxies of the objects that changed.
-/// One match rule serves all proxies: the bus grants a connection 512. Event-loop thread only.
+/// Passes property changes of the per-user service's objects to their proxies. One match rule
+/// serves all proxies, because the bus allows a connection only 512. Event-loop thread only.
 class UserServiceChanges : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The one that the process shares, on the system bus; made by the first call.
+    /// The instance of this process, on the system bus; made by the first call, never destroyed.
     static UserServiceChanges &instance();
 
-    /// Hands the changes of an object to a proxy, not owned, from now on.
+    /// Passes the changes of the object at a path to a proxy from now on.
+    /// @param proxy not owned; has to call forget() before it is destroyed.
     void deliver(const QString &path, SessionProxyPrivate *proxy);
-    /// Stops that. Another proxy that serves the path by now is left alone.
+    /// Stops this, unless another proxy serves the path by now.
     void forget(const QString &path, const SessionProxyPrivate *proxy);
 
 private Q_SLOTS:

@@ -7,27 +7,26 @@
 
 namespace DBus {
 
-/// Bounds how much each user has open at a time, so that what all have together is not one user's.
-/// Event-loop thread only.
+/// Limits how much each user may have open at a time, so that one user cannot use up what there is
+/// for all. Event-loop thread only.
 class UserShare
 {
 public:
-    /// A place within a user's share; it is free again when the last copy is gone. May outlive the
-    /// share.
+    /// Counts against the user's limit until the last copy is destroyed. May outlive this object.
     using Place = std::shared_ptr<void>;
 
-    /// @param most places of one user. Root may have any number.
+    /// @param most limit for one user. There is none for root.
     explicit UserShare(int most)
         : m_most(most)
     {
     }
 
-    /// Null when the user has no place left.
+    /// Counts one more for the user; null when the limit is reached.
     [[nodiscard]] Place takePlace(uint user);
 
 private:
     const int m_most;
-    /// Users who have any.
+    /// Number of open places by user id; users without any are not in it.
     std::shared_ptr<QHash<uint, int>> m_taken = std::make_shared<QHash<uint, int>>();
 };
 

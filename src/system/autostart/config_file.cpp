@@ -11,8 +11,8 @@ namespace Autostart {
 
 namespace {
 
-// What QSettings would write. Not left to it, because it rewrites a file where it stands and
-// does not tell a full disk from success.
+// The text that QSettings would write. QSettings is not used, because it overwrites a file in place
+// and does not report a full disk.
 QByteArray settingText(const QString &appId, int uid, bool enabled)
 {
     QByteArray group = appId.toUtf8();
@@ -38,8 +38,9 @@ bool writeRuntimeConfig(const QString &filePath, const QString &appId, int uid, 
         qWarning() << "couldn't create base directory" << old.absolutePath() << "for" << filePath;
         return false;
     }
-    // The new setting takes the place of whatever is there in one step, so that a crash or a full
-    // disk leaves one or the other. Written through a link, it would end up outside the store.
+    // Replaces whatever is there atomically, so that after a crash or on a full disk the old or the
+    // new setting is there. A link is replaced and not followed, because its target may be outside
+    // the store.
     const FileWrite result = writeFileAtomically(filePath, settingText(appId, uid, enabled),
                                                  FileReaders::Everybody, OddPlaces::Replaced);
     if (result == FileWrite::Written)

@@ -40,7 +40,7 @@ void DBusInterface::SetEnabled(int uid, const QString &application, bool value)
 QStringList DBusInterface::GetEnabled(int uid)
 {
     pulseIdle();
-    // Reading every setting for nobody would cost the others their time.
+    // The result would not be sent, and reading all settings blocks the other clients.
     if (calledFromDBus() && !message().isReplyRequired())
         return {};
     if (uid == Manager::allUsers) {
@@ -54,7 +54,7 @@ QStringList DBusInterface::GetEnabled(int uid)
     }
     const ReadFailures failures;
     const QStringList enabled = m_manager->enabledApplications(uid);
-    // An application that is left out would look like one that is switched off.
+    // An application that is missing from the answer would look switched off.
     if (failures.any()) {
         qWarning() << "Could not read every autostart setting. First:" << failures.first();
         sendErrorReply(
@@ -67,7 +67,7 @@ QStringList DBusInterface::GetEnabled(int uid)
 
 void DBusInterface::pulseIdle()
 {
-    // Idle between calls; each call starts the idle time anew.
+    // The object is idle between calls; each call restarts the idle time.
     setIdle(false);
     setIdle(true);
 }

@@ -8,8 +8,9 @@ namespace Autostart {
 
 class Manager;
 
-/// The bus face of the autostart store: anybody may read, privileged callers may switch. Each call
-/// counts as activity. Event-loop thread only; SetEnabled blocks for a question to the bus.
+/// The D-Bus interface of the autostart settings: anybody may read, privileged callers may write.
+/// Each call restarts the idle time. Event-loop thread only; SetEnabled blocks for a call to the
+/// bus.
 class DBusInterface : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -26,9 +27,9 @@ Q_SIGNALS:
     void isIdleChanged();
 
 public Q_SLOTS:
-    /// Switches autostart of an application for a user; uid -1 stands for all users.
+    /// Sets autostart of an application for a user, or with uid -1 for all users.
     void SetEnabled(int uid, const QString &application, bool value);
-    /// The ids of the applications that start for a user.
+    /// The ids of the applications that start automatically for a user.
     QStringList GetEnabled(int uid);
 
 private:

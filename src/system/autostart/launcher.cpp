@@ -24,7 +24,7 @@ bool Launcher::launchApplications()
         const MDesktopEntry entry(places.firstFile(places.applicationFolders,
                                                    QStringLiteral("%1.desktop").arg(application)));
         if (entry.type() == QLatin1String("Link")) {
-            // As an argument of its own: no character of the URL can become a second one.
+            // The URL is one argument, so no character in it can start a second one.
             if (!QProcess::startDetached(QStringLiteral("xdg-open"), {entry.url()})) {
                 qWarning() << "Failed to launch browser link: " << entry.url();
                 allStarted = false;

@@ -2,14 +2,14 @@
 
 namespace Autostart {
 
-/// Starts what a user wants to start with his session. Runs once, before any event loop; waits for
-/// each application's answer in turn.
+/// Starts the applications that start automatically with a user's session. Runs without an event
+/// loop; waits for the answer of each application in turn. Main thread only.
 class Launcher
 {
 public:
-    /// Starts every application that the store lists for the user of this process. One that fails
-    /// is logged and does not stop the others.
-    /// @return whether every one of them started.
+    /// Starts every application whose autostart setting is on for the user of this process. A
+    /// failure is logged and does not stop the others.
+    /// @return whether all of them started.
     static bool launchApplications();
 };
 

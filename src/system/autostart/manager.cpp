@@ -26,8 +26,8 @@ QFileInfoList settingsIn(const QDir &directory)
                                    QDir::Files | QDir::Hidden | QDir::CaseSensitive);
 }
 
-// Removes what single users had set for an application. Returns the base names of the files that
-// are still there.
+// Removes the settings of single users for an application. Returns the base names of the files that
+// could not be removed.
 QStringList removeOverrides(const QString &runtimeDirectory, const QDir &directory)
 {
     QStringList kept;
@@ -39,13 +39,13 @@ QStringList removeOverrides(const QString &runtimeDirectory, const QDir &directo
         if (!isNew && !(reached && QFile::remove(file.filePath())))
             kept.append(file.baseName());
     }
-    // No failure of the setting: it is on the disk already. A crash could bring back what users had
-    // set.
+    // An error is ignored, because the new setting is on the disk already. After a crash the old
+    // settings of users could be there again.
     (void)held.sync();
     return kept;
 }
 
-// The base names of the files that would not let themselves be removed.
+// The base names of the files that cannot be removed.
 QStringList fixedSettings(const QDir &directory)
 {
     QStringList fixed;
@@ -94,14 +94,14 @@ bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
     }
     const QDir directory(QDir(m_runtimeDirectory).absoluteFilePath(appId));
     if (uid != allUsers) {
-        // The list that is on its way may be older than this user.
+        // The list of users that was requested may be older than this user.
         if (m_question && !m_question->isIdle())
             m_setMeanwhile.insert(userFile(uid));
         return writeRuntimeConfig(directory.filePath(userFile(uid)), appId, uid, enabled);
     }
 
-    // The new setting first: after a crash in between, users have what they had before or what is
-    // new. Without the new setting theirs stay.
+    // The new setting is written first, so that after a crash in between each user has the old or
+    // the new one. If that fails, the settings of users are kept.
     const bool written =
         writeRuntimeConfig(directory.filePath(allUsersFile()), appId, uid, enabled);
     const QStringList kept =
@@ -150,7 +150,7 @@ void Manager::cleanupRemovedUsers()
         QDir directory = file.absoluteDir();
         const bool empty = directory.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System
                                              | QDir::NoDotAndDotDot);
-        // Only an empty one, because a directory that cannot be read looks empty, too.
+        // rmdir() removes only empty directories; one that cannot be read looks empty, too.
         if (empty && !QDir().rmdir(directory.path()))
             qWarning() << "coudln't cleanup empty directory" << directory.path();
     }

@@ -13,7 +13,7 @@ namespace Autostart {
 
 namespace {
 
-// Whether there is no directory of that name. False when the system does not tell.
+// Whether there certainly is no directory of that name.
 bool isNoDirectory(const QString &path)
 {
     struct stat status = {};
@@ -33,13 +33,13 @@ bool liesBelow(const QString &directory, const QString &path)
 
 bool removeBelow(const QString &directory, const QString &name)
 {
-    // Step by step, as the file system reads a path, so that every link on the way is seen.
+    // One step at a time, as the file system resolves a path, so that every link in it is checked.
     QString place = QFileInfo(directory).canonicalFilePath();
     if (place.isEmpty())
         return isNoDirectory(directory);
     const QStringList steps = name.split(QLatin1Char('/'));
     for (int i = 0; i < steps.size(); ++i) {
-        // Whatever follows, "x/.." is nowhere when there is no x.
+        // A path through a missing directory does not exist, even if ".." follows.
         if (!QFileInfo(place).isDir())
             return isNoDirectory(place);
         const QString &step = steps.at(i);
@@ -51,7 +51,7 @@ bool removeBelow(const QString &directory, const QString &name)
         }
         place = QDir(place).filePath(step);
         struct stat status = {};
-        // Without an answer it may be a link.
+        // When the system does not tell what it is, it may be a link.
         if (::lstat(QFile::encodeName(place).constData(), &status) != 0)
             return isNoDirectory(place);
         if (!S_ISLNK(status.st_mode))

@@ -4,15 +4,15 @@
 
 namespace Autostart {
 
-/// Whether a path, with every symbolic link in it followed, is the directory or lies below it.
-/// False when one of the two does not exist.
+/// Whether a path is the directory or below it, with all symbolic links resolved. False when one of
+/// the two does not exist. Usable from any thread.
 [[nodiscard]] bool liesBelow(const QString &directory, const QString &path);
 
-/// Removes what a name stands for below a directory, with all that is in it. The name is not
-/// checked: it may be empty or hold slashes and dots, and then stands for what the file system
-/// makes of it. A symbolic link is removed itself when the name ends with it; a name that leads
-/// through one out of the directory removes nothing.
-/// @return whether there is no such directory any more. One that never was counts as removed.
+/// Removes a directory and everything in it. Usable from any thread.
+/// @param name path of it below `directory`. Not checked: it may be empty or have slashes and dots,
+/// which mean what they mean in a path. If its last part is a symbolic link, the link is removed.
+/// If another part is a link that leads out of `directory`, nothing is removed.
+/// @return whether the directory no longer exists; also true when it never did.
 [[nodiscard]] bool removeBelow(const QString &directory, const QString &name);
 
 } // namespace Autostart

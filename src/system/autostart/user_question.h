@@ -6,8 +6,8 @@
 
 namespace Autostart {
 
-/// Asks the user manager who exists, and goes on with other work until it answers. Asks once, when
-/// it is made. Event-loop thread only.
+/// Requests the list of users from the user manager, once, when it is constructed. Does not block.
+/// Event-loop thread only.
 class UserQuestion : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
     [[nodiscard]] bool isIdle() const { return m_isAnswered; }
 
 Q_SIGNALS:
-    /// The answer, or an error after the bus library's default time. Comes once.
+    /// The answer, or an error after the bus library's default timeout. Emitted once.
     void answered(const QDBusMessage &answer);
     void isIdleChanged();
 

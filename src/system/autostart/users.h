@@ -7,7 +7,7 @@
 
 class QDBusError;
 
-/// One user as the user manager lists him; only the id is used here. On the bus: (ssu)
+/// One user in the user manager's list; only the id is used. On the bus: (ssu)
 struct SailfishUserManagerEntry
 {
     QString user;
@@ -21,13 +21,13 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, SailfishUserManag
 
 namespace Autostart {
 
-/// The call that asks the user manager who exists.
+/// The call that requests the list of users.
 [[nodiscard]] QDBusMessage usersCall();
 
 /// Reads the user manager's answer to that call.
-/// @param users filled in on success.
-/// @return an error that is valid when the answer is not usable. One that lists nobody is not: a
-///     device always has its owner.
+/// @param users is set to the user ids on success.
+/// @return a valid error when the answer cannot be used. An empty list counts as an error, because
+/// a device always has a user.
 [[nodiscard]] QDBusError readUsers(const QDBusMessage &answer, QSet<quint32> &users);
 
 } // namespace Autostart

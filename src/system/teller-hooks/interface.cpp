@@ -18,7 +18,7 @@ DBusInterface::DBusInterface(CleanUp autostart, CleanUp tasks, QObject *parent)
 
 void DBusInterface::OnRemove(const QString &application)
 {
-    // Idle between calls; the pair starts the idle time anew.
+    // The object is idle between calls; each call restarts the idle time.
     setIdle(false);
     setIdle(true);
     const bool autostartForgot = m_autostart(application);

@@ -7,8 +7,8 @@
 
 namespace TellerHooks {
 
-/// What the package manager calls when it removes an application: has everything forgotten that
-/// the daemon keeps for it. Each call counts as activity. Event-loop thread only.
+/// The hook that the package manager calls when it removes an application: removes everything that
+/// the daemon stores for it. Each call restarts the idle time. Event-loop thread only.
 class DBusInterface : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -16,11 +16,11 @@ class DBusInterface : public QObject, protected QDBusContext
     Q_PROPERTY(bool isIdle READ isIdle NOTIFY isIdleChanged)
 
 public:
-    /// Forgets one application; returns whether it could.
+    /// Cleans up after one application; returns whether that succeeded.
     using CleanUp = std::function<bool(const QString &application)>;
 
-    /// @param autostart forgets the autostart settings.
-    /// @param tasks stops the background tasks.
+    /// @param autostart removes the autostart settings.
+    /// @param tasks stops the background tasks and removes their files.
     DBusInterface(CleanUp autostart, CleanUp tasks, QObject *parent = nullptr);
 
     [[nodiscard]] bool isIdle() const { return m_isIdle; }
@@ -29,7 +29,8 @@ Q_SIGNALS:
     void isIdleChanged();
 
 public Q_SLOTS:
-    /// @param application the name as the package manager knows it, handed on as it stands.
+    /// Cleans up after a removed application; answers with an error if that fails.
+    /// @param application the package manager's name for it, passed on unchanged.
     void OnRemove(const QString &application);
 
 private:

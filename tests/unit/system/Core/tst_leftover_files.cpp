@@ -176,7 +176,7 @@ void TestLeftoverFiles::removesUnfinishedFilesWhereverTheDaemonWrites()
     m_root->write(leftover, "[Unit]\nDescr");
     m_root->write(foreign, "x");
     QTest::ignoreMessage(QtInfoMsg,
-                         QStringLiteral("Removed a file that was not finished: \"%1\"")
+                         QStringLiteral("Removed an unfinished file: \"%1\"")
                              .arg(m_root->path(leftover))
                              .toUtf8()
                              .constData());

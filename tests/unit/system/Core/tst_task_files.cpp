@@ -254,11 +254,11 @@ void TestTaskFiles::removesUnitAndPolicy()
     fill(policyPath(), "policy");
     const Core::ApplicationTaskId id(taskId);
     Core::TaskFilesRemoval removal = Core::removeTaskFiles(places(), id);
-    QVERIFY(removal.isComplete && removal.tookPolicy);
+    QVERIFY(removal.isComplete && removal.removedPolicy);
     QVERIFY(!QFileInfo::exists(unitPath()) && !QFileInfo::exists(policyPath()));
     // Nothing is missed that was not there.
     removal = Core::removeTaskFiles(places(), id);
-    QVERIFY(removal.isComplete && !removal.tookPolicy);
+    QVERIFY(removal.isComplete && !removal.removedPolicy);
 }
 
 void TestTaskFiles::saysWhichFileItCouldNotRemove_data()
@@ -280,7 +280,7 @@ void TestTaskFiles::saysWhichFileItCouldNotRemove()
                                                 .arg(QRegularExpression::escape(stays))));
     const Core::TaskFilesRemoval removal =
         Core::removeTaskFiles(places(), Core::ApplicationTaskId(taskId));
-    QVERIFY(!removal.isComplete && !removal.tookPolicy);
+    QVERIFY(!removal.isComplete && !removal.removedPolicy);
     // A unit does not stay without its policy.
     QCOMPARE(QFileInfo::exists(other), unitStays);
 }
