@@ -1,4 +1,4 @@
-# The commands of the README; everything else is CMake's (see CMakePresets.json).
+# The commands of the README. Everything else is done with CMake (see CMakePresets.json).
 .PHONY: demo test package
 
 demo:

@@ -1,17 +1,16 @@
-# How every target of the project is compiled: language level, warnings, sanitizers and the
-# options that a builder may set.
+# How all targets are compiled: language level, warnings, sanitizers, and the options for a build.
 
 option(ORVANE_WERROR "Treat compiler warnings as errors (CI does)" OFF)
 option(ORVANE_SANITIZE "Instrument with the address and undefined-behaviour sanitizers" OFF)
-option(ORVANE_FUZZ "Make the programs of fuzz/ fuzzers, with what they link instrumented (clang only)" OFF)
-option(ORVANE_TSAN "Instrument with the thread sanitizer, which goes with no other" OFF)
+option(ORVANE_FUZZ "Build the fuzzers of fuzz/ and instrument all code for them (clang only)" OFF)
+option(ORVANE_TSAN "Instrument with the thread sanitizer (not together with the other sanitizers)" OFF)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
-# Not -O3, CMake's own choice: the daemon waits most of the time, and its code was a fifth larger
-# with it and no faster.
+# -O2 instead of CMake's default -O3: the daemon waits most of the time, and with -O3 its code was a fifth
+# larger and not faster.
 string(REPLACE "-O3" "-O2" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
 
 set(CMAKE_CXX_STANDARD 17)
@@ -22,10 +21,10 @@ set(CMAKE_AUTOMOC ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
-# Log lines carry the source file; readers want its place in the tree, not on the build machine.
+# Log lines have the source file's path in the tree, without the directory of the build machine.
 add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
-# Everything that the options above and below say reaches a target through this one.
+# The include directory, warnings and definitions of all targets.
 add_library(orvane-build INTERFACE)
 target_include_directories(orvane-build INTERFACE "${PROJECT_SOURCE_DIR}/src")
 target_compile_options(orvane-build INTERFACE
@@ -40,20 +39,20 @@ target_compile_definitions(orvane-build INTERFACE
     QT_NO_FOREACH
     QT_NO_SIGNALS_SLOTS_KEYWORDS)
 
-# What ships is hardened as the distribution hardens its own: whoever finds a fault in the daemon shall
-# find it hard to use. In the files, tests/packages looks for each. Not with a debugger's build, where
-# nothing is optimised and so nothing is fortified, nor with the sanitizers, which watch the same places.
+# Release builds are hardened like Debian's own packages, so that a fault in the daemon is difficult to
+# exploit; tests/packages checks this. Not in debug builds, because fortification needs optimisation, and not
+# with sanitizers, which check the same things.
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 include(CheckPIESupported)
 check_pie_supported()
 if(NOT ORVANE_SANITIZE AND NOT ORVANE_TSAN)
     set(hardening
-        # A compiler may define it by itself.
+        # Some compilers define it by default.
         -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
         -fstack-protector-strong
         -fstack-clash-protection
         -Wformat -Werror=format-security)
-    # Where calls and jumps may lead: each flag is for one processor.
+    # Control-flow protection. Each of the flags is for another processor architecture.
     include(CheckCXXCompilerFlag)
     foreach(flag IN ITEMS -fcf-protection -mbranch-protection=standard)
         string(MAKE_C_IDENTIFIER "ORVANE_KNOWS${flag}" known)
@@ -68,14 +67,14 @@ if(NOT ORVANE_SANITIZE AND NOT ORVANE_TSAN)
 endif()
 
 if(ORVANE_SANITIZE)
-    # A report needs functions and lines, which -g1 keeps at three quarters of the cost of -g.
+    # A report needs functions and line numbers. -g1 has them and takes three quarters of the time of -g.
     string(REGEX REPLACE "-g( |$)" "-g1\\1" CMAKE_CXX_FLAGS_DEBUG "${CMAKE_CXX_FLAGS_DEBUG}")
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                         -fno-omit-frame-pointer)
-    # Several sources are compiled as one here, and the compiler takes them for headers.
+    # Sanitizer builds compile several sources as one, and the compiler mistakes them for headers.
     add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
     add_link_options(-fsanitize=address,undefined)
-    # There are over a hundred programs to link, and this linker takes a quarter of the time.
+    # lld links the more than one hundred programs in a quarter of the time.
     find_program(ORVANE_LLD ld.lld)
     if(ORVANE_LLD)
         add_link_options(-fuse-ld=lld)
@@ -83,8 +82,8 @@ if(ORVANE_SANITIZE)
 endif()
 
 if(ORVANE_FUZZ)
-    # Coverage of everything, so that the fuzzer sees which input led where; the fuzzer itself is linked
-    # into the programs of fuzz/ only.
+    # All code is instrumented, so that the fuzzer sees which code an input reaches. Only the programs of
+    # fuzz/ link the fuzzer itself.
     add_compile_options(-fsanitize=fuzzer-no-link)
     add_link_options(-fsanitize=fuzzer-no-link)
 endif()

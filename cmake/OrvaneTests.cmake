@@ -1,4 +1,4 @@
-# Test executables: one per source file, all run by ctest under a label.
+# Test programs: one for each source file. ctest runs them, each with a label.
 
 find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
 
@@ -9,11 +9,11 @@ endif()
 
 option(ORVANE_FORBID_SKIPS "A test that skips any of its cases fails (CI does)" OFF)
 
-# orvane_add_test(NAME LABEL LIBRARY... ) builds NAME.cpp of the current folder into a test
-# program and registers it under LABEL (unit, component or system).
+# orvane_add_test(NAME LABEL LIBRARY...) builds NAME.cpp of the current folder as a test program and adds it
+# to ctest with the label unit, component or system.
 function(orvane_add_test name label)
     add_executable(${name} ${name}.cpp)
-    # AUTOMOC would look through each of these programs for a second before it is built.
+    # moc is called directly, because AUTOMOC takes a second for each of these programs.
     qt5_generate_moc(${name}.cpp ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc TARGET ${name})
     target_sources(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc)
     target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})

@@ -1,5 +1,5 @@
-// The smallest useful client: registers for a task type and prints which of its tasks run, each
-// time the daemon announces it. While it runs, the daemon stays.
+// A minimal client: registers for a task type and prints its running tasks, and again after each
+// change. The daemon keeps running while this client does.
 //
 //     orvane-watch TASK-TYPE
 
@@ -33,7 +33,7 @@ int main(int argc, char *argv[])
     const QCoreApplication application(argc, argv);
     const QDBusConnection bus = QDBusConnection::systemBus();
     Client::Daemon daemon(bus);
-    // Before the session is known: nothing that happens behind the answer is missed.
+    // Before registering, so that no change after the answer is missed.
     if (!daemon.followSessions()) {
         say(QStringLiteral("no system bus: ") + bus.lastError().message());
         return EXIT_FAILURE;

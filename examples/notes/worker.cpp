@@ -1,9 +1,9 @@
-// The program behind the tasks of the example application.
+// The program that the tasks of the example application run.
 //
 //     worker NAME [--own BUS-NAME] [--fail]
 //
-// Says what it sees of its confinement and then works until SIGTERM. With --own it claims a name on
-// the system bus first of all; with --fail it gives up at once with status 3.
+// Prints what it sees of its confinement and then works until SIGTERM. With --own it first claims a
+// name on the system bus; with --fail it exits at once with status 3.
 
 #include <QCoreApplication>
 #include <QDBusConnection>

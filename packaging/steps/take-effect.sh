@@ -1,5 +1,4 @@
-# Makes systemd and the bus read what has been installed or removed. Neither runs in an image that is
-# being put together.
+# Makes systemd and the bus reload their configuration. Neither runs while an image is built.
 take_effect() {
     [ -d /run/systemd/system ] || return 0
     systemctl daemon-reload || true
