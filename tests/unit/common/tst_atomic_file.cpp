@@ -40,7 +40,7 @@ QStringList namesIn(const QString &directory)
                                      | QDir::NoDotAndDotDot);
 }
 
-// Makes every file of this process end at `bytes` for as long as it lives, as a full disk would.
+// Limits the size of every file of this process while it exists, like a full disk.
 class FileSizeLimit
 {
 public:
@@ -236,7 +236,7 @@ void TestAtomicFile::leavesNothingBehindWhenTheDiskIsFull()
     FileWrite result = FileWrite::Written;
     {
         const FileSizeLimit limit(4);
-        // Larger than any buffer, so that the write itself fails and not the end of it.
+        // Larger than any buffer, so that the write fails and not only the close.
         result = writeFileAtomically(file(), QByteArray(1 << 20, 'x'));
     }
     QCOMPARE(result, FileWrite::Incomplete);
@@ -274,7 +274,7 @@ void TestAtomicFile::saysWhenADeviceDoesNotTakeTheText()
     if (device < 0)
         QSKIP("needs /dev/full");
     const auto closeDevice = qScopeGuard([device] { ::close(device); });
-    // By way of the descriptor, so that nothing beside the device can be touched.
+    // Through the descriptor, so that no file beside the device can be touched.
     const QString path = QStringLiteral("/proc/self/fd/%1").arg(device);
     QCOMPARE(writeFileAtomically(path, "text"), FileWrite::Incomplete);
 }

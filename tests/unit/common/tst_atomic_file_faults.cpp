@@ -1,4 +1,4 @@
-// What is left of a file when any one call to the file system fails while it is replaced.
+// The state of a file after any single system call has failed while it was replaced.
 
 #include "common/atomic_file.h"
 #include "support/every_fault.h"
@@ -24,7 +24,7 @@ bool fill(const QString &path, const QByteArray &text)
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
 
-/// A folder with what a test wants in the file's place.
+/// A folder with something in the file's place.
 class Stand
 {
 public:
@@ -62,7 +62,7 @@ private:
     QStringList m_before;
 };
 
-// Whether the fault has fired.
+// Returns whether the call was reached.
 bool writeWithAFault(const QString &inPlace, OddPlaces places, int which, int error)
 {
     const Stand stand(inPlace);
@@ -87,7 +87,7 @@ bool writeWithAFault(const QString &inPlace, OddPlaces places, int which, int er
         const bool keepsLink = !isNew || places == OddPlaces::WrittenThrough;
         QVERIFY2(!keepsLink || stand.linkTarget() == link, qPrintable(failed));
         QVERIFY2(isNew || stand.names() == stand.namesBefore(), qPrintable(failed));
-        // What cannot be removed stays, until the daemon starts again.
+        // A temporary file that cannot be removed is left until the daemon starts again.
         QVERIFY2(failed.startsWith(QLatin1String("unlink"))
                      || stand.names().filter(QStringLiteral(".orvane.")).isEmpty(),
                  qPrintable(failed));
@@ -131,7 +131,7 @@ void TestAtomicFileFaults::leavesTheOldFileOrTheNew()
 
 namespace {
 
-// The number of a call in a write of a new file.
+// The position of a system call in the write of a new file.
 int numberOf(const QString &call)
 {
     for (int which = 0;; ++which) {
@@ -203,14 +203,14 @@ void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd()
     QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::Written);
     const QStringList changes = watched.changes();
     QCOMPARE(changes.size(), 4);
-    // The text first: a name that is on the disk before its text stands for half a file.
+    // The text is synced first, because a name without its text would be half a file after a crash.
     QVERIFY2(changes.at(0).startsWith(QLatin1String("fsync "))
                  && changes.at(0).contains(QLatin1String("/.orvane.")),
              qPrintable(changes.at(0)));
     QVERIFY2(changes.at(1).startsWith(QLatin1String("rename ")), qPrintable(changes.at(1)));
     QCOMPARE(changes.at(2),
              QStringLiteral("fsync ") + QFileInfo(stand.file()).absolutePath() + folder);
-    // The earlier file goes last, because it is what a failure brings back.
+    // The old file is removed last, because it is restored after a failure.
     QVERIFY2(changes.at(3).startsWith(QLatin1String("unlink ")), qPrintable(changes.at(3)));
 }
 

@@ -54,8 +54,7 @@ private:
         watcher->endLook();
         changes.clear();
     }
-    /// Whether it is told that the path has changed, in this way or, where nothing more is known,
-    /// as anything.
+    /// Whether a change of the path is reported, of this kind or of an unknown kind.
     [[nodiscard]] bool isTold(const QString &changed, DirectoryWatcher::Change change) const
     {
         return changes.contains({changed, change});
@@ -195,7 +194,7 @@ void TestDirectoryWatcher::endsAtADirectoryThatCannotBeWatched()
     QVERIFY(QDir().mkdir(path("closed")));
     QCOMPARE(::chmod(qPrintable(path("closed")), 0111), 0);
     const bool isRoot = ::geteuid() == 0;
-    // Root may read everything.
+    // As another user, because root may read everything.
     constexpr uid_t somebody = 65534;
     if (isRoot) {
         QCOMPARE(::chown(qPrintable(root->path()), somebody, somebody), 0);
@@ -204,7 +203,7 @@ void TestDirectoryWatcher::endsAtADirectoryThatCannotBeWatched()
     look([this] { watcher->watchDirectory(path("closed/below/applications")); });
     if (isRoot)
         QCOMPARE(::seteuid(0), 0);
-    // The nearest directory that can be.
+    // The nearest directory that can be watched.
     QCOMPARE(watcher->count(), 1);
     QCOMPARE(::chmod(qPrintable(path("closed")), 0700), 0);
     QVERIFY(QDir().rename(path("closed"), path("aside")));
@@ -257,7 +256,7 @@ void TestDirectoryWatcher::saysThatAnythingMayHaveChangedWhenEventsAreLost()
     look([this] { watcher->watchDirectory(path("watched")); });
     const QByteArray files[] = {QFile::encodeName(path("watched/file")),
                                 QFile::encodeName(path("watched/second"))};
-    // Two in turns, because the system counts the same event twice as one.
+    // Two files alternately, because the kernel merges equal successive events.
     for (int i = 0; i < most + 10; ++i)
         QCOMPARE(::chmod(files[i % 2].constData(), 0600), 0);
     QTRY_VERIFY_WITH_TIMEOUT(isTold(QString(), DirectoryWatcher::Anything), 30000);
@@ -273,8 +272,8 @@ void look(DirectoryWatcher &watcher, const QStringList &directories)
     watcher.endLook();
 }
 
-// Runs in a process of its own, because it takes the watches away from all that its process does.
-// Returns the number of the step that failed, 0 for none.
+// Runs in a child process, because it uses up all inotify watches of its process. Returns the
+// number of the step that failed; 0 for none.
 int pollWithOneWatch(const QString &one, const QString &other)
 {
     const QByteArray user = "0 " + QByteArray::number(::geteuid()) + " 1\n";

@@ -1,5 +1,5 @@
-// The settings library is the measure: whatever it makes of a file, the reader makes the same of
-// it, except of values that begin with "@".
+// QSettings is the reference: the reader has to give the same result for any file, except for
+// values that begin with "@".
 
 #include "common/ini_file.h"
 
@@ -44,7 +44,7 @@ QByteArray repeated(const QByteArray &piece, int size = 1 << 20)
 
 } // namespace
 
-// The library keeps what it read of a file by its name: each text gets a file of its own.
+// A new file for each text, because QSettings caches files by name.
 void TestIniFile::compare(const QByteArray &text)
 {
     const QString path = m_directory.filePath(QString::number(++m_number));
@@ -68,8 +68,7 @@ void TestIniFile::compare(const QByteArray &text)
     }
     const QStringList keys = reference.allKeys();
     for (const QString &key : keys) {
-        // A name that is empty, or has an empty part, can be written to a file by hand, but not be
-        // asked for.
+        // QSettings cannot be asked for a name that is empty or has an empty part.
         if (key.isEmpty() || key.startsWith(QLatin1Char('/')) || key.endsWith(QLatin1Char('/'))
             || key.contains(QLatin1String("//")))
             continue;
@@ -148,7 +147,8 @@ void TestIniFile::readsWhatTheSettingsLibraryWrites()
     compare(file.readAll());
 }
 
-// Texts of nothing but what the format gives a meaning to. The seed is fixed: a failure comes back.
+// Random texts of characters that have a meaning in the format. The seed is fixed, so that a
+// failure is reproducible.
 void TestIniFile::readsAnythingAsTheSettingsLibraryDoes()
 {
     const QVector<QByteArray> pieces{
@@ -250,7 +250,7 @@ void TestIniFile::needsLittleTimeForAnyMebibyte_data()
 void TestIniFile::needsLittleTimeForAnyMebibyte()
 {
     QFETCH(QByteArray, text);
-    // Of the processor's time, so that other processes do not count: some hundredths of a second.
+    // Processor time, so that other processes do not count: some hundredths of a second.
     const std::clock_t start = std::clock();
     const IniFile file(text);
     QVERIFY(file.groups().size() < 3);

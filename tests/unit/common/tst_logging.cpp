@@ -25,7 +25,7 @@ void speak(const QString &name)
 
 } // namespace Speaker
 
-/// A pipe that its reader may leave unread.
+/// A pipe whose reader may stop reading.
 class Pipe
 {
 public:
@@ -77,9 +77,9 @@ private Q_SLOTS:
     void writesToNothingThatTookItsPlace();
 
 private:
-    /// What this program logs when it is told to speak; standard error goes to a file.
+    /// The lines that this program logs in a child process; standard error is a file.
     static QByteArrayList linesOfSpeech(bool toTheJournal);
-    /// Has this program speak when it is sent a line. Its standard error is a pipe.
+    /// Starts this program as a child that logs when it gets a line. Its standard error is a pipe.
     static void listen(QProcess &process, const Pipe &pipe);
 };
 
@@ -111,11 +111,11 @@ void TestLogging::namesFileLineAndFunction()
              file + "17: void Speaker::speak(const QString&): Invalid app ID in \"a\\nb\"");
     QCOMPARE(lines.at(1),
              file + "18: Speaker::speak(const QString&)::<lambda(int)>: from a lambda 5");
-    // One message is one line, whatever it holds.
+    // One message is always one line.
     QCOMPARE(lines.at(2), file + "20: void Speaker::speak(const QString&): one two");
     QCOMPARE(lines.at(3), file + "21: void Speaker::speak(const QString&): three four");
     QCOMPARE(lines.at(4), file + "22: void Speaker::speak(const QString&): five [31m six seven");
-    // The journal would make two lines of a longer one.
+    // The journal would split a longer line.
     QCOMPARE(lines.at(5),
              file + "23: void Speaker::speak(const QString&): " + QByteArray(4096, 'x') + "...");
 }
@@ -158,7 +158,7 @@ void TestLogging::saysHowManyLinesWereLost()
     QProcess process;
     listen(process, pipe);
     process.write("\n");
-    // It says so when it has spoken.
+    // The child reports when it has logged.
     QVERIFY(process.waitForReadyRead(20000));
     (void)pipe.readAll();
     process.write("\n");
@@ -202,7 +202,7 @@ void TestLogging::writesToNothingThatTookItsPlace()
 int main(int argc, char *argv[])
 {
     if (qEnvironmentVariableIsSet("SPEAK")) {
-        // As a program's first state, whatever this test's own parent has set.
+        // The default, even if the parent of this test has changed it.
         std::signal(SIGPIPE, SIG_DFL);
         installLogHandler();
         const QByteArray laterFile = qgetenv("LATER_FILE");

@@ -54,7 +54,7 @@ void TestLookPace::looksSeldomWhileRequestsGoOn()
         pace.request();
         QCoreApplication::processEvents();
     }
-    // The first at once, the second after the short gap.
+    // The first scan is at once, the second after the short gap.
     QVERIFY(time.elapsed() >= LookPace::shortGap + 3 * LookPace::longGap - 5);
 }
 

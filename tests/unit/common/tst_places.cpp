@@ -45,10 +45,10 @@ void TestPlaces::areTheFrameworksOwnForTheDaemon()
     const Places places = Places::ofEnvironment();
     QCOMPARE(places.applicationFolders,
              QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation));
-    // By the framework's rule, which depends on the name of the process.
+    // As the framework determines it, which depends on the name of the process.
     QStringList types = QStandardPaths::standardLocations(QStandardPaths::AppDataLocation);
     types.replaceInStrings(QRegularExpression(QStringLiteral("$")), QStringLiteral("/task-types"));
-    // The folder of the program itself, which the framework lists as well, is no data folder.
+    // Without the program's own folder, which the framework lists, too.
     types = types.filter(QRegularExpression(QStringLiteral("/orvane/task-types$")));
     types.removeDuplicates();
     QCOMPARE(places.taskTypeFolders, types);
@@ -89,7 +89,7 @@ void TestPlaces::takeTheRootFromTheEnvironment()
     QCOMPARE(places.systemAutostartFolder(), QStringLiteral("/image/etc/am/conf.d"));
     QCOMPARE(places.runtimeAutostartFolder(), QStringLiteral("/image/var/lib/am/apps"));
     QCOMPARE(places.process(7), QStringLiteral("/image/proc/7"));
-    // The daemon looks at this system's programs and permissions all the same.
+    // The daemon uses this system's programs and permissions nevertheless.
     QCOMPARE(places.programRoot, QString());
     QVERIFY(!places.programsAreExamined);
 }
@@ -106,7 +106,7 @@ void TestPlaces::areAllBelowTheRootOfAnImage()
              QStringList({QStringLiteral("/image/usr/local/share/orvane/task-types"),
                           QStringLiteral("/image/usr/share/orvane/task-types")}));
     QCOMPARE(places.configFolder, QStringLiteral("/image/root/.config"));
-    // As they are named in a command line that runs inside the image.
+    // Without the root, because they are used in a command line inside the image.
     QCOMPARE(places.permissionFolders.constFirst(), QStringLiteral("/etc/sailjail/permissions/"));
 }
 
@@ -120,7 +120,7 @@ void TestPlaces::areThoseOfTheWorkingDirectoryBelowARelativeRoot()
     QVERIFY(QDir::setCurrent(before));
     QCOMPARE(places.root, image);
     QCOMPARE(places.programRoot, image);
-    // So that links are followed as in the image.
+    // Below programRoot, so that links are resolved within the image.
     QVERIFY(places.systemAutostartFolder().startsWith(places.programRoot + QLatin1Char('/')));
 }
 
@@ -153,7 +153,7 @@ void TestPlaces::findTheFirstFile()
 
 namespace {
 
-// An image with links that are absolute in it, and lead nowhere or elsewhere from outside.
+// An image with absolute links, which are broken or have another target when seen from outside.
 class Image
 {
 public:
@@ -163,7 +163,7 @@ public:
         write("/opt/real/.hidden.conf");
         write("/opt/real/other.CONF");
         write("/opt/real/deep/other.conf");
-        // A folder of this system.
+        // A folder that this system has, too.
         write("/etc");
         link("/opt/real", "/srv/settings");
         link("/opt/real/file.conf", "/opt/real/link.conf");
@@ -234,7 +234,7 @@ void TestPlaces::listFilesBehindLinksOfTheImage()
     QCOMPARE(namesOf(image.places().filesIn(folder, QStringLiteral(".conf"))),
              QStringList({QStringLiteral("file.conf"), QStringLiteral("folder-outside.conf"),
                           QStringLiteral("link.conf")}));
-    // The target's, as it is in the image.
+    // The state of the link's target in the image.
     const FileState target =
         FileState::of(qPrintable(image.path(QStringLiteral("/opt/real/file.conf"))));
     QVERIFY(image.places().filesIn(folder, QStringLiteral("link.conf")).at(0).state == target);

@@ -7,7 +7,7 @@
 #include <QTest>
 #include <QTimer>
 
-/// An object that can be told to be busy, with or without saying so.
+/// An object whose state can be changed with or without the signal.
 class Worker : public QObject
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ Q_SIGNALS:
     void isIdleChanged();
 };
 
-/// Says that it changed, but has no such property.
+/// Has the signal, but not the property.
 class Mute : public QObject
 {
     Q_OBJECT
@@ -152,7 +152,7 @@ void TestInactivityTimer::asksAgainWhenTheTimeIsUp()
     worker.idle = false;
     QVERIFY(waitForAnIdleTime());
     QCOMPARE(fired.size(), 0);
-    // Nothing arms it but a word of some object.
+    // Only a signal of an object starts the timer.
     worker.idle = true;
     QVERIFY(waitForAnIdleTime());
     QCOMPARE(fired.size(), 0);
@@ -170,7 +170,7 @@ void TestInactivityTimer::forgetsDestroyedObjects()
     timer.watch(busy.get());
     timer.watch(&worker);
     busy.reset();
-    // Its end alone changes nothing.
+    // The destruction of an object alone does not start the timer.
     QVERIFY(waitForAnIdleTime());
     QCOMPARE(fired.size(), 0);
     worker.say(true);

@@ -22,7 +22,7 @@ void TestMemoryReturn::letsAnIdleProcessSleep()
     QEventLoop loop;
     QTimer::singleShot(50 * delayMs, &loop, &QEventLoop::quit);
     loop.exec();
-    // The look, the end of the loop, and perhaps one for each of their starts.
+    // The check, the end of the loop, and perhaps one for the start of each.
     QVERIFY2(wakeUps <= 4, qPrintable(QString::number(wakeUps)));
 }
 

@@ -51,7 +51,7 @@ void TestSignalQuit::installsAPlainHandler()
     for (const int number : {SIGTERM, SIGINT}) {
         struct sigaction action = {};
         sigaction(number, nullptr, &action);
-        // The C library adds a flag of its own.
+        // The C library adds a flag, so not all flags are compared.
         QVERIFY((action.sa_flags & (SA_RESTART | SA_RESETHAND | SA_NODEFER | SA_SIGINFO)) == 0);
         QVERIFY(sigismember(&action.sa_mask, SIGINT) == 0);
         QVERIFY(sigismember(&action.sa_mask, SIGHUP) == 0);
@@ -73,8 +73,7 @@ void TestSignalQuit::leavesOtherSignalsAlone()
     struct sigaction action = {};
     sigaction(SIGTERM, nullptr, &action);
     action.sa_handler(SIGUSR1);
-    // The second timer fires in a later pass of the loop than the first. Each pass looks at the
-    // descriptors, so that the loop would have ended before.
+    // The loop checks its descriptors in a pass that ends before this timer does.
     QTimer::singleShot(0, this,
                        [this] { QTimer::singleShot(0, this, [] { QCoreApplication::exit(3); }); });
     QCOMPARE(QCoreApplication::exec(), 3);

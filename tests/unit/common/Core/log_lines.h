@@ -4,8 +4,8 @@
 #include <QStringList>
 #include <QtGlobal>
 
-/// Collects what is logged while it lives, so that a test can tell silence from a line that nobody
-/// asked for. One at a time.
+/// Collects log lines while it exists, so that a test can check that nothing else is logged. One
+/// instance at a time.
 class LogLines
 {
 public:

@@ -69,7 +69,7 @@ void TestApplicationCatalogue::findsThePackagesOfAnImageBehindItsLinks()
     root->write(below("app.desktop"), entryOf("App"));
     root->write(QStringLiteral("/srv/app/com.example.App/current/manifest.json"), "{}");
     QVERIFY(QDir().mkpath(root->path(QStringLiteral("/opt"))));
-    // In this system it leads elsewhere.
+    // In this system the link has another target.
     QVERIFY(QFile::link(QStringLiteral("/srv/app"), root->path(QStringLiteral("/opt/app"))));
     const ApplicationCatalogue catalogue(Places::below(root->path()), findings);
     const Core::ApplicationInfo info =
@@ -88,7 +88,7 @@ void TestApplicationCatalogue::readsNothingButTheTasksWhereAskedTo()
     QCOMPARE(info.tasks().size(), 1);
     QCOMPARE(info.name(), QString());
     QVERIFY(!info.manifest().isValid());
-    // What is incomplete is not kept.
+    // Incomplete records are not cached.
     Core::EntryRecords records(Core::ApplicationInfo::Tasks);
     for (int look = 1; look <= 2; ++look) {
         const ApplicationCatalogue next(placesOf(*root), findings, records);
@@ -126,7 +126,7 @@ void TestApplicationCatalogue::makesAListOfOneTypeOnce()
     const QString type = QStringLiteral("Sync");
     const auto first = catalogue.tasksOfType(type, findings);
     QCOMPARE(first.size(), 1);
-    // The same list, not an equal one.
+    // The same list, not a copy.
     QCOMPARE(&catalogue.tasksOfType(type, findings).constFirst(), &first.constFirst());
     QCOMPARE(&copy.tasksOfType(type, findings).constFirst(), &first.constFirst());
     root->writeApplication(QStringLiteral("Other"), "[X-Task sync]\nType=Sync\n");
@@ -185,7 +185,7 @@ void TestApplicationCatalogue::announcesWhatItReadsBeforeItReadsIt()
 {
     root->write(below("app.desktop"), "text");
     QStringList announced;
-    // What is in the file when it is announced is what is read.
+    // The content at the time of the announcement is read.
     Core::EntryRecords records;
     const auto change = [&](const QString &path, const ListedFile *file) {
         announced.append(path);

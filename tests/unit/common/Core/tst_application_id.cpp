@@ -61,7 +61,7 @@ void TestApplicationId::parsesApplications()
     QFETCH(QString, organisation);
     QFETCH(QString, name);
     if (text == QLatin1String("a-b_9.c-d_E.f")) {
-        // Upper case ends the organisation earlier.
+        // An upper-case letter cannot be part of the organisation.
         organisation = QStringLiteral("a-b_9");
         name = QStringLiteral("c-d_E.f");
     }
@@ -266,14 +266,14 @@ void TestApplicationId::comparesByText()
 
 void TestApplicationId::refusesTextsThatAreTooLong()
 {
-    // The marks into the text are 16-bit numbers.
+    // Lengths within an id are stored in 16 bits.
     const QString text = QStringLiteral("a.b") + QString(40000, QLatin1Char('c'));
     QVERIFY(!ApplicationId(text).isValid());
     QVERIFY(!ApplicationId(QStringLiteral("a"), text).isValid());
     QVERIFY(!ApplicationTaskId(text + QStringLiteral(".task_x")).isValid());
     QVERIFY(!ApplicationInstanceId(text + QStringLiteral(".instance_1")).isValid());
 
-    // Nor may the suffix alone make it so.
+    // Also when only the suffix makes it too long.
     const ApplicationId application(QStringLiteral("a.b"));
     const QString name(40000, QLatin1Char('c'));
     const QString number(40000, QLatin1Char('1'));

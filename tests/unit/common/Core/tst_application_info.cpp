@@ -123,7 +123,7 @@ void TestApplicationInfo::takesTheIdFromTheFileName()
     QVERIFY(!info.supportsMimeParents());
 }
 
-// The parts of an id are counted in 16 bits: a length beyond that would make it look like another.
+// Lengths within an id are stored in 16 bits: a longer one would overflow and look like another id.
 void TestApplicationInfo::takesTheIdFromTheFileNameWhenTheEntrysIsTooLong()
 {
     const ApplicationInfo info =
@@ -255,7 +255,7 @@ void TestApplicationInfo::readsTasks()
     QCOMPARE(sync.permissions,
              QStringList({QStringLiteral("Internet"), QStringLiteral("Documents")}));
     QCOMPARE(sync.conditions, QStringList{QStringLiteral("Charging")});
-    // Without a command line of its own, the application's.
+    // A task without Exec uses the application's.
     QCOMPARE(tasks.value(QStringLiteral("index")).exec, QStringLiteral("/usr/bin/app"));
 }
 
@@ -326,7 +326,7 @@ void TestApplicationInfo::readsManifestAndCertificate()
                 "[other]\nid=no\n[certificate]\nid=abc123\n");
     root->write(package + QStringLiteral("manifest.json"), "{}");
     QCOMPARE(read({}, identity).certificateId(), QStringLiteral("abc123"));
-    // A pipe in its place is not waited for.
+    // A pipe instead of the file must not block.
     root->remove(package + QStringLiteral("halcyn.pkg"));
     QCOMPARE(mkfifo(qPrintable(root->path(package + QStringLiteral("halcyn.pkg"))), 0600), 0);
     QCOMPARE(read({}, identity).certificateId(), QString());

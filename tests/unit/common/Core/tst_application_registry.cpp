@@ -86,8 +86,8 @@ private:
         return QStringLiteral("/usr/share/applications/%1.desktop").arg(QLatin1String(application));
     }
 
-    /// Puts an entry in place in one step, as a package manager does: written beside, then the new
-    /// file takes the name.
+    /// Installs an entry atomically, as a package manager does: writes a temporary file and renames
+    /// it.
     void install(const QString &application, const QByteArray &groups = {}) const
     {
         TempRoot staging;
@@ -106,7 +106,7 @@ private:
 void TestApplicationRegistry::init()
 {
     root = std::make_unique<TempRoot>();
-    // Of the MIME database.
+    // For the MIME database.
     qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
     qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
 }
@@ -173,7 +173,7 @@ void TestApplicationRegistry::noticesANewEntryOnce()
     QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
     install(QStringLiteral("Notes"));
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
-    // Whatever the watcher still had to say of it is said before it tells of the next one.
+    // Events about the old file arrive before those about this one.
     install(QStringLiteral("Other"));
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
     QCOMPARE(changed.size(), 2);
@@ -209,7 +209,8 @@ void TestApplicationRegistry::noticesARewrittenEntryAfterAReplacement()
     install(QStringLiteral("Notes"), "[X-Task sync]\nType=First\n");
     QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type,
                               QStringLiteral("First"), 30000);
-    // The directory says nothing of a change inside a file: the new file itself is watched.
+    // The watch on the directory does not report writes to this file, so the new file itself must
+    // be watched.
     root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Second\n");
     QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type,
                               QStringLiteral("Second"), 30000);
@@ -251,7 +252,7 @@ void TestApplicationRegistry::noticesEachKindOfChange_data()
 {
     QTest::addColumn<Change>("before");
     QTest::addColumn<Change>("change");
-    // What the task's type is then; empty when the application is not known.
+    // The type of the task afterwards; empty when the application is unknown.
     QTest::addColumn<QString>("type");
     const QString other = QStringLiteral("Other");
     const Change none = [](const QString &, const QString &) {};
@@ -363,7 +364,7 @@ void TestApplicationRegistry::keepsWhatItKnowsWhileItCannotRead()
         QVERIFY(knows("com.example.Notes"));
         QCOMPARE(registry->task(task("com.example.Notes.task_sync")).type, QStringLiteral("Sync"));
     }
-    // No file changes any more.
+    // No further change causes a scan.
     QTRY_VERIFY(knows("com.example.New") && !knows("com.example.Old"));
     QVERIFY(knows("com.example.Notes"));
 }
@@ -379,7 +380,7 @@ void TestApplicationRegistry::keepsWhatItKnowsOfADirectoryThatItCannotList()
     QVERIFY(QFile::link(folder, folder));
     QTRY_VERIFY(scans.count() >= 2);
     QVERIFY(knows("com.example.Notes"));
-    // Tried again, at longer and longer intervals.
+    // Scanned again at increasing intervals.
     QTRY_VERIFY(scans.count() >= 4);
     QVERIFY(knows("com.example.Notes"));
 }
@@ -389,7 +390,7 @@ void TestApplicationRegistry::keepsAnEntryThatItCannotRead()
     root->writeApplication(QStringLiteral("Notes"), {});
     load();
     QSignalSpy scans(registry.get(), &ApplicationRegistry::manifestsChanged);
-    // Whoever has a lease on a file keeps others from opening it.
+    // A lease on a file keeps other processes from opening it.
     const QByteArray path = root->path(entryFile("Notes")).toUtf8();
     const int fd = ::open(path.constData(), O_RDWR | O_CLOEXEC);
     QVERIFY(fd >= 0);
@@ -445,11 +446,11 @@ void TestApplicationRegistry::looksSeldomWhilePackagesAreInstalled()
     constexpr int count = 60;
     for (int i = 0; i < count; ++i) {
         install(QStringLiteral("App%1").arg(i));
-        // Until this one's events are here.
+        // Until the events of this change have arrived.
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     }
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.App59"), 30000);
-    // At once, soon once more, then at the bounded rate.
+    // At once, soon once more, then at the limited rate.
     const auto most = 2 + time.elapsed() / LookPace::longGap + 1;
     QVERIFY2(changed.size() <= most, qPrintable(QString::number(changed.size())));
     QVERIFY(knows("com.example.App0"));
@@ -462,7 +463,7 @@ void TestApplicationRegistry::readsAManifestAnewWhenItLooks()
     const ApplicationId id(QStringLiteral("com.example.Notes"));
     QCOMPARE(registry->compatibilityLevel(id), 0);
     root->write(QStringLiteral("/opt/app/com.example.Notes/current/manifest.json"), "{}");
-    // The package is not watched, but looked at whenever an entry changes.
+    // The package is not watched, but checked at each scan, which a change of any entry causes.
     install(QStringLiteral("Other"));
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
     QCOMPARE(registry->compatibilityLevel(id), 2);
@@ -502,7 +503,7 @@ void TestApplicationRegistry::prefersTheFirstFileByName()
 
 namespace {
 
-// An entry of com.example.App whose name tells which one it is.
+// An entry of com.example.App with this name, to tell several entries apart.
 QByteArray entryCalled(const char *name, const char *mimeType)
 {
     return QByteArray("[Desktop Entry]\nType=Application\nExec=/bin/a\nName=") + name
@@ -531,7 +532,7 @@ void TestApplicationRegistry::prefersTheFileThatIsNamedByItsId()
     QCOMPARE(registry->handlersForUri(QUrl(QStringLiteral("own:x")), {}), id);
     for (const char *uri : {"stolen:x", "late:x"})
         QCOMPARE(registry->handlersForUri(QUrl(QString::fromLatin1(uri)), {}), QStringList());
-    // The owner of the system may name any of an application's files.
+    // mimeapps.list may name any of an application's files.
     QCOMPARE(registry->handlersForUri(QUrl(QStringLiteral("other:x")), {}), id);
     const QStringList lines = log.taken();
     QCOMPARE(lines.size(), 2);
@@ -571,7 +572,7 @@ void TestApplicationRegistry::keepsTheEarlierDirectoryWhateverItsFileIsCalled()
 
 void TestApplicationRegistry::keepsTheTasksOfOneTypeWithinTheBound()
 {
-    // Each stays within what one task and one application may declare.
+    // Each is within the limits for one task and one application.
     QByteArray large;
     for (int i = 0; i < 20; ++i)
         large += "[X-Task t" + QByteArray::number(i)
@@ -592,7 +593,7 @@ void TestApplicationRegistry::keepsTheTasksOfOneTypeWithinTheBound()
     QVERIFY(sum > Core::largestTaskList - Core::largestTasksOfApplication);
     QVERIFY(ids.contains(QStringLiteral("com.example.Zoo.task_sync")));
     QCOMPARE(log.taken().size(), 1);
-    // The list is kept, and what was left out is told.
+    // The list is cached, so the finding is reported only once.
     QCOMPARE(registry->tasksOfType(QStringLiteral("Sync")).size(), tasks.size());
     QCOMPARE(log.taken().size(), 1);
     QStringList sorted = ids;
@@ -651,7 +652,7 @@ void TestApplicationRegistry::needsLittleTimeForAnyEntry()
                 "[Desktop Entry]\nType=Application\nName=x\n" + main + "\n" + groups);
     root->writeApplication(QStringLiteral("Notes"), {});
     const LogLines log;
-    // Of the processor's time, so that other processes do not count: a few tenths of a second.
+    // Processor time, so that other processes do not count: a few tenths of a second.
     const std::clock_t start = std::clock();
     load();
     const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;

@@ -1,4 +1,4 @@
-// What is read again, counted.
+// Counts which entries are read again.
 
 #include "common/Core/application_catalogue.h"
 #include "common/Core/entry_records.h"
@@ -54,14 +54,14 @@ private:
     }
     ApplicationCatalogue look() { return {placesOf(*root), findings, records()}; }
     EntryRecords &records() { return *kept; }
-    /// How many entries a look reads.
+    /// How many entries a scan reads.
     int readByLook()
     {
         const int before = records().readCount();
         (void)look();
         return records().readCount() - before;
     }
-    /// Looks until nothing is too fresh to be kept.
+    /// Scans until no file has been changed too recently to be cached.
     void settle() { QTRY_COMPARE_WITH_TIMEOUT(readByLook(), 0, 30000); }
 
     std::unique_ptr<TempRoot> root;
@@ -90,7 +90,7 @@ void TestEntryRecords::readsEachEntryOnce()
     QCOMPARE(second.applications().keys(), first.applications().keys());
     QCOMPARE(second.fileToApplication(), first.fileToApplication());
     const ApplicationId id(QStringLiteral("com.example.App3"));
-    // The very same record, not one that was made again.
+    // The same record, not a new one.
     QCOMPARE(&second.application(id).tasks(), &first.application(id).tasks());
 }
 
@@ -144,7 +144,7 @@ void TestEntryRecords::readsAgainWhatWasChangedJustBefore()
     settle();
     root->writeApplication(QStringLiteral("App3"), "[X-Task sync]\nType=First\n");
     (void)look();
-    // Of the same size, and so soon that the times may be the same.
+    // Of the same size, and written so soon that the times may be the same.
     root->writeApplication(QStringLiteral("App3"), "[X-Task sync]\nType=Other\n");
     const auto task =
         look().task(Core::ApplicationTaskId(QStringLiteral("com.example.App3.task_sync")));
@@ -170,7 +170,7 @@ void TestEntryRecords::readsAgainWhatWasChangedBeforeItWasWatched()
                     : ::link(file.constData(), name.constData()),
              0);
     settle();
-    // The folder has been listed by then. No other look follows, because nobody watches it before.
+    // The folder has been listed by then. No other scan follows, because nothing is watched here.
     const auto change = [&](const QString &path, const ListedFile *) {
         if (path.endsWith(QStringLiteral("App3.desktop")))
             root->write(target, root->read(target) + "[X-Task late]\nType=Sync\n");
@@ -205,7 +205,7 @@ void TestEntryRecords::readsAgainWhatThereIsSomethingToSayOf()
     const QStringList once = findings.rules();
     QVERIFY(!once.isEmpty());
     (void)look();
-    // Each look says what the one before said.
+    // Each scan reports the same findings.
     QCOMPARE(findings.rules(), once + once);
 }
 

@@ -21,7 +21,7 @@ void keep(QtMsgType type, const QMessageLogContext &context, const QString &text
     s_messages.append({type, text, context.line, context.file, context.function});
 }
 
-/// What a tool has: keeps what it gets.
+/// Collects findings, as a tool does.
 class Collected : public Core::Findings
 {
 public:
@@ -58,8 +58,7 @@ void TestFindings::logsWhatAWarningWouldHaveLogged()
 {
     const auto speak = [](Core::Findings &findings) {
         const QString name = QStringLiteral("1\nsync");
-        // On one line, so that both have the same context.
-        // clang-format off
+        // On one line, so that both have the same line number.
         ORVANE_WARN(findings, taskName()) << "Invalid task name:" << name << 5; qWarning() << "Invalid task name:" << name << 5;
         // clang-format on
     };

@@ -1,4 +1,4 @@
-// What one run keeps for the next, and whatever else may be in its place.
+// The records that one run saves for the next, and damaged files in their place.
 
 #include "common/Core/application_catalogue.h"
 #include "common/Core/application_registry.h"
@@ -52,7 +52,7 @@ private Q_SLOTS:
     void isKeptWhenNothingChangesForAWhile();
 
 private:
-    /// How many entries a run reads that begins with what is kept.
+    /// How many entries a run reads that starts with the saved records.
     int readByRun(ApplicationCatalogue *catalogue = nullptr)
     {
         EntryRecords records;
@@ -62,14 +62,14 @@ private:
             *catalogue = found;
         return records.readCount();
     }
-    /// A run that keeps what it has read.
+    /// A run that saves its records.
     void keep()
     {
         EntryRecords records;
         (void)ApplicationCatalogue(places, findings, records);
         records.keepForNextRun(places);
     }
-    /// Runs until nothing is too fresh to be kept.
+    /// Repeats runs until no file has been changed too recently to be saved.
     void settle()
     {
         const auto isSettled = [this] {
@@ -85,7 +85,7 @@ private:
     }
     void put(const QByteArray &bytes) const
     {
-        // Not emptied first: some file systems then wait for the disk each time.
+        // Not truncated first, because some file systems then wait for the disk each time.
         QFile file(places.recordsFile);
         QVERIFY(file.open(QIODevice::ReadWrite));
         QCOMPARE(file.write(bytes), bytes.size());
@@ -108,7 +108,7 @@ const char *const everything =
     "Sandboxing=Disabled\n[X-Task sync]\nType=Sync\nPermissions=A;B\nConditions=C\n"
     "[X-Service serve]\nType=Serve\nExec=/bin/s\n";
 
-// Everything in an order of its own, for comparing.
+// The whole content of a record, for comparison.
 QStringList described(const ApplicationInfo &info)
 {
     QStringList all{info.desktopFilePath(),
@@ -226,7 +226,7 @@ void TestKeptRecords::keepsNothingThatWasJustChanged()
     settle();
     root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=One\n");
     keep();
-    // Of the same size, and so soon that the times may be the same.
+    // Of the same size, and written so soon that the times may be the same.
     root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=Two\n");
     ApplicationCatalogue found;
     QCOMPARE(readByRun(&found), 1);
@@ -290,7 +290,7 @@ void TestKeptRecords::takesTheRecordsOfAnotherProgramForNothing()
 {
     settle();
     QByteArray content = unsealed(kept()).value();
-    // Behind the name of the format is what tells the program.
+    // The state of the program file follows the name of the format.
     const int program = 8 + 2 * static_cast<int>(qstrlen("orvane application records 1"));
     for (int position = 0; position < program + 5 * 8; position += 4) {
         QByteArray other = content;

@@ -1,4 +1,4 @@
-// What becomes of the user's choices of applications in odd cases and on a bad disk.
+// The user's choices of applications in unusual cases and on a failing disk.
 
 #include "common/Core/application_registry.h"
 #include "common/Core/findings.h"
@@ -178,7 +178,7 @@ void TestMimeappsList::keepsTheOldChoicesOrHasTheNew()
             QVERIFY2(now == newText || (now == oldText && !log.taken().isEmpty()),
                      qPrintable(failed));
             QCOMPARE(QFile::symLinkTarget(root->path(file())), root->path(target()));
-            // What cannot be removed stays.
+            // A temporary file that cannot be removed is left.
             const bool isLeft = failed.startsWith(QLatin1String("unlink"));
             for (const char *folder : {"/home/config", "/home/target"})
                 QVERIFY2(
@@ -224,7 +224,7 @@ void TestMimeappsList::writesNoNewChoiceOverThoseThatItCouldNotRead()
     Core::ApplicationRegistry registry(placesOf(*root), Core::LoggedFindings::instance());
     const Core::ApplicationId application(QStringLiteral("com.x"), QStringLiteral("A"));
     withEveryCallFailing([&](int which) {
-        // By another program, since the registry has looked.
+        // Written by another program after the scan.
         root->write(file(), "[Default Applications]\nimage/gif=A.desktop\n");
         QString failed;
         {

@@ -1,5 +1,5 @@
-// Whatever is in the place of a file that the catalogue is made of: it is not waited for, it ends
-// nobody, and everything else is served.
+// Something unexpected in the place of a file that the catalogue reads: reading does not block or
+// crash, and everything else is still served.
 
 #include "common/Core/application_registry.h"
 #include "common/Core/findings.h"
@@ -39,7 +39,7 @@ namespace {
 struct Place
 {
     const char *path;
-    // What an honest file says.
+    // The text of a valid file.
     const char *text;
 };
 
@@ -54,7 +54,7 @@ const Place places[] = {
     {"/home/config/mimeapps.list", "[Default Applications]\nx-scheme-handler/odd=Notes.desktop\n"},
 };
 
-/// What the catalogue says of each of the places: whether it took what the file says.
+/// For each of the files: whether the catalogue has its content.
 QVector<bool> taken(const Places &where)
 {
     Core::Findings &findings = Core::LoggedFindings::instance();
@@ -114,7 +114,7 @@ void TestOddFiles::readsAFileOfExactlyTheBound()
                 QByteArray(places[place].text).leftJustified(1 << 20, '\n'));
     QVector<bool> expected(6, false);
     expected[place] = true;
-    // With a manifest an application is a new one.
+    // With a manifest, an application targets the newer platform.
     QCOMPARE(taken(placesOf(*root)), expected);
 }
 

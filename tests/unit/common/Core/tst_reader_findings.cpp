@@ -1,4 +1,4 @@
-// Every rule has a file that breaks it, and every reader says where.
+// For every rule, a file that violates it, and the place that the reader reports.
 
 #include "common/Core/application_catalogue.h"
 #include "common/Core/mimeapps_list.h"
@@ -17,14 +17,14 @@ namespace {
 
 struct Sample
 {
-    /// The rule that is broken: the first of those that are reported.
+    /// The rule that is violated: the first one that is reported.
     const Core::Rule *rule;
     const char *path;
     QByteArray text;
     const char *group = "";
     const char *key = "";
     int line = 0;
-    /// Where a directory is in the file's place.
+    /// Whether there is a directory instead of the file.
     bool isDirectory = false;
 };
 
@@ -34,7 +34,7 @@ const char *const typePath = "/usr/share/orvane/task-types/Sync.conf";
 const char *const overridesPath = "/etc/orvane/os-version-support.cfg";
 const char *const autostartPath = "/etc/am/conf.d/x.conf";
 
-// Six lines before what is given.
+// Adds six lines before the text.
 QByteArray entry(const QByteArray &more)
 {
     return "[Desktop Entry]\nType=Application\nName=x\n"
@@ -106,7 +106,7 @@ QVector<Sample> otherSamples()
 
 QVector<Sample> samples() { return entrySamples() + otherSamples(); }
 
-/// Reads everything that there is below a root.
+/// Reads every kind of file below a root.
 QVector<Core::Finding> findingsOf(const TempRoot &root)
 {
     CollectedFindings findings;
@@ -170,7 +170,7 @@ void TestReaderFindings::saysWhatIsWrongAndWhere()
     }
 }
 
-// Not in a scan: the folder's listing has no hidden files.
+// Reads the entry directly, because a scan does not list hidden files.
 void TestReaderFindings::saysWhichEntryHasNoId()
 {
     const TempRoot root;
@@ -243,7 +243,7 @@ void TestReaderFindings::hasASampleForEveryRule()
     const QVector<Sample> all = samples();
     for (const Sample &sample : all)
         shown.insert(QString::fromLatin1(sample.rule->id));
-    // Those that other cases show, here and in the tests of the catalogue and of the planner.
+    // Rules that other tests cover, here and in the tests of the catalogue and the planner.
     for (const Core::Rule *rule :
          {&Core::Rules::entryId, &Core::Rules::autostartSize, &Core::Rules::manifestSyntax,
           &Core::Rules::taskListSize, &Core::Rules::entryIdTwice, &Core::Rules::entryShadowed,

@@ -73,7 +73,7 @@ void TestTaskTypeConfig::saysWhetherItWorksInSession()
 {
     QFETCH(QByteArray, text);
     QFETCH(bool, works);
-    // A file of its own: the settings reader may keep what it read of one.
+    // A new file for each case, in case the reader caches files.
     static int number = 0;
     const QString type = QStringLiteral("Type%1").arg(++number);
     root.write(QStringLiteral("/usr/share/orvane/task-types/%1.conf").arg(type), text);
@@ -122,7 +122,7 @@ void TestTaskTypeConfig::hasNoFileForAnOddType_data()
     row("a control character of Latin-1", QStringLiteral("Sync") + QChar(0x85), false);
 }
 
-// The files are there wherever the type would lead: what is not read is not looked for.
+// The files exist wherever the type would lead, so that a wrong path would be noticed.
 void TestTaskTypeConfig::hasNoFileForAnOddType()
 {
     QFETCH(QString, type);
@@ -139,7 +139,7 @@ void TestTaskTypeConfig::hasNoFileForAnOddType()
     QCOMPARE(worksInSession(type), !(mayHaveFile && type.contains(QLatin1String("Sync"))));
 }
 
-// A look at a file through a link changes nothing, but one that is opened says so.
+// inotify reports that a file is opened, but not that its state is read.
 void TestTaskTypeConfig::opensNothingOutsideItsDirectory()
 {
     root.write(QStringLiteral("/usr/home/u/v.conf"), "[TaskType]\nWorksInSession=false\n");

@@ -88,7 +88,7 @@ void TestUriHandlers::init()
     root = std::make_unique<TempRoot>();
     qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
     qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
-    // The MIME database is the system's own.
+    // Uses the system's MIME database.
     QVERIFY(QFile::link(QStringLiteral("/usr/share/mime"),
                         root->path(QStringLiteral("/usr/share/mime"))));
     qputenv("XDG_CONFIG_HOME", root->path(QStringLiteral("/home/config")).toUtf8());
@@ -167,7 +167,8 @@ void TestUriHandlers::asksForTypesOnlyWithALocalFile()
 
 void TestUriHandlers::asksFilesInTheOrderOfTheScan()
 {
-    // Neither by id nor by path: the folder of the user's data comes first, then the name counts.
+    // The order is not by id or path: the user's data folder is first, then files are in order of
+    // name.
     addAs("/usr/share/applications/1.desktop", "Y", "image/*;");
     addAs("/usr/share/applications/2.desktop", "A", "image/png;");
     addAs("/home/data/applications/3.desktop", "Z", "image/png;");
@@ -180,7 +181,7 @@ void TestUriHandlers::asksTheFileThatCountsInItsPlace()
 {
     addAs("/usr/share/applications/1.desktop", "A", "image/png;");
     addAs("/usr/share/applications/2.desktop", "B", "image/png;");
-    // Named by the id, it counts instead of the first file.
+    // A file that is named after the id takes precedence over the first file.
     addAs("/usr/share/applications/com.x.A.desktop", "A", "image/png;");
     QTest::ignoreMessage(
         QtWarningMsg, QRegularExpression(QStringLiteral("^Two entries declare \"com\\.x\\.A\"")));
@@ -211,7 +212,7 @@ void TestUriHandlers::expandsWildcards()
 
 void TestUriHandlers::asksParentsOfThoseThatWantThem()
 {
-    // C++ source is C source is plain text.
+    // C++ source is a subtype of C source, which is a subtype of plain text.
     add("Wants", "text/plain;", "X-Halcyn-Support-Mime-Parents=true");
     add("Not", "text/plain;text/x-csrc;");
     add("Nearer", "text/x-csrc;", "X-Halcyn-Support-Mime-Parents=true");
@@ -229,7 +230,7 @@ void TestUriHandlers::putsTheUsersChoiceFirst()
     QCOMPARE(ask("file:///none.png"), QStringLiteral("A B"));
     choose("file:///other.png", "B");
     QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
-    // Also one that does not declare the type.
+    // An application that does not declare the type may be chosen, too.
     choose("file:///other.png", "C");
     QCOMPARE(ask("file:///none.png"), QStringLiteral("C A B"));
     QCOMPARE(ask("file:///none.txt"), QStringLiteral("C"));
@@ -243,11 +244,11 @@ void TestUriHandlers::keepsTheChoiceForTheNextStart()
     choose("file:///x.png", "B");
     load();
     QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
-    // One choice more keeps the first.
+    // A second choice keeps the first.
     choose("file:///x.txt", "A");
     QCOMPARE(root->read(file()),
              QByteArray("[Default Applications]\nimage/png=B.desktop\ntext/plain=A.desktop\n"));
-    // And what another program has written since.
+    // A choice that another program has written since is kept, too.
     root->write(file(), "[Default Applications]\nimage/gif=B.desktop\n");
     choose("file:///x.txt", "B");
     QVERIFY(root->read(file()).contains("image/gif=B.desktop\n"));
@@ -338,7 +339,7 @@ void TestUriHandlers::saysThatTheFileCannotBeWritten()
     root->write(file() + QStringLiteral("/a-directory"), "");
     const QByteArray message =
         QStringLiteral("Failed to open file \"%1\"").arg(root->path(file())).toUtf8();
-    // Once for reading what is there, once for writing.
+    // Once for reading, once for writing.
     QTest::ignoreMessage(QtWarningMsg, message);
     QTest::ignoreMessage(QtWarningMsg, message);
     choose("file:///x.png", "A");

@@ -36,7 +36,7 @@ private:
         message << number;
         return message;
     }
-    // A call that puts the number, or the name of an error, into the answers.
+    // A call that appends the number, or the name of an error, to the answers.
     CallQueue::Call call(int number, CallQueue::Lane lane = CallQueue::Normal)
     {
         return {message(number),
@@ -198,7 +198,7 @@ void TestCallQueue::answersForAPeerThatDoesNot()
     queue.call(call(1));
     QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, timeoutMs);
     user.release();
-    // Once: what comes later is nobody's.
+    // Only once: the late answer is ignored.
     QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), timeoutMs);
 }
 
@@ -227,7 +227,7 @@ void TestCallQueue::keepsThePlaceOfACallThatIsNotAnswered()
     queue.call(impatient);
     queue.call(call(1));
     QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, timeoutMs);
-    // The bus counts it as long as its peer does not answer.
+    // The bus counts the call until its peer answers.
     QCOMPARE(everythingSentTo(user), numbers("0 99"));
     user.release();
     QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), timeoutMs);

@@ -11,7 +11,7 @@
 
 #include <memory>
 
-/// Takes a call and dies of it, leaving the answer to whoever holds the reply.
+/// Receives a call and is destroyed, so that the answer is sent later by the reply object.
 class Worker : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -107,7 +107,7 @@ void TestDelayedReply::keepsSilentWhenNoReplyIsWanted()
     QVERIFY(client.send(work()));
     QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, timeoutMs);
     reply->finish({});
-    // The connection has lived through it: the next caller is answered.
+    // The connection still works: the next caller gets an answer.
     worker = new Worker(reply);
     QVERIFY(server.registerObject(QStringLiteral("/"), worker, QDBusConnection::ExportAllSlots));
     answersWithZeroOnSuccess();

@@ -38,7 +38,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Pair &pair)
 
 namespace {
 
-/// Keeps the call that it gets, as it comes from the bus.
+/// Stores the call that it receives from the bus.
 class Receiver : public QDBusVirtualObject
 {
 public:
@@ -104,7 +104,7 @@ QDBusMessage TestMessageContents::received(const QVariantList &arguments)
 
 void TestMessageContents::isNeverLessAndNotMuchMore_data()
 {
-    // Marshalled by hand: what the body takes on the bus.
+    // Size of the marshalled body, calculated by hand.
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<int>("body");
     constexpr int many = 10000;
@@ -226,7 +226,7 @@ void TestMessageContents::findsSignaturesWithoutTypes_data()
     QTest::newRow("none that is empty") << QVariant(QVariantList{full, full}) << false;
 }
 
-// The framework cannot send one, so no message with one comes from it.
+// The framework cannot send an empty signature, so the message is not sent over the bus.
 void TestMessageContents::findsSignaturesWithoutTypes()
 {
     QFETCH(QVariant, value);

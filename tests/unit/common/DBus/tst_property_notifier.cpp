@@ -20,7 +20,7 @@ Q_SIGNALS:
     void inheritedChanged();
 };
 
-/// A value without a comparison, like the records that clients get.
+/// A type without a comparison, like the records that clients get.
 struct Opaque
 {
     int value = 0;
@@ -116,7 +116,7 @@ private Q_SLOTS:
     void hasTwoSlots();
 
 private:
-    /// Everything that was sent up to now has arrived when this returns.
+    /// Waits until everything that was sent has arrived.
     void settle();
     [[nodiscard]] QVariantMap change(int index) const
     {
@@ -162,7 +162,7 @@ void TestPropertyNotifier::cleanup()
 
 void TestPropertyNotifier::settle()
 {
-    // Deliver what is queued, then send a marker behind it and wait for that.
+    // Delivers queued signals, then sends a marker and waits for it.
     QCoreApplication::processEvents();
     QDBusMessage marker = QDBusMessage::createSignal(
         QStringLiteral("/marker"), QStringLiteral("org.freedesktop.DBus.Properties"),
@@ -290,7 +290,7 @@ void TestPropertyNotifier::notifiesAtOnceByName()
     settle();
     QCOMPARE(recorder->received.size(), 2);
     QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 1}, {QStringLiteral("quiet"), 2}}));
-    // Asked for, so it is sent, whatever there is to say.
+    // notify() sends the signal even if nothing has changed.
     QCOMPARE(change(1), QVariantMap());
 }
 

@@ -9,7 +9,7 @@
 #include <QJsonDocument>
 #include <QTest>
 
-/// Receives calls and keeps the last one's arguments.
+/// Receives calls and stores the arguments of the last one.
 class Receiver : public QObject
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ public Q_SLOTS:
     void Take(const QDBusMessage &message) { last = message; }
 };
 
-/// What JSON cannot hold. On the bus: (ii)
+/// A type that JSON does not have. On the bus: (ii)
 struct Pair
 {
     int first;
@@ -84,7 +84,7 @@ private Q_SLOTS:
     void readsMapsOfVariants();
 
 private:
-    /// Sends one argument over the bus and gives what arrives.
+    /// Sends one argument over the bus and returns the received one.
     QVariant roundTrip(const QVariant &value);
     QJsonValue readBack(const QVariant &value);
     static QVariant json(const QJsonValue &value);
@@ -270,7 +270,7 @@ void TestTypes::leavesOutWhatIsTooDeepForTheBus()
     const QJsonValue value = parsed("{\"deep\": " + text + ", \"flat\": \"kept\"}");
     QVERIFY(value.isObject());
     QTest::ignoreMessage(QtWarningMsg, "JSON value is nested too deep for the bus");
-    // As the value of a map, which is the deepest place that it has room for.
+    // As a value in a map, which is the deepest position that room is reserved for.
     const auto map =
         qdbus_cast<QVariantMap>(roundTrip(QVariantMap{{QStringLiteral("json"), json(value)}}));
     QVERIFY(sender.isConnected());
@@ -327,7 +327,7 @@ void TestTypes::keepsMessagesWithNullsWhole()
 
 QJsonValue TestTypes::readBack(const QVariant &value)
 {
-    // Inside a variant, so that plain values can be asked for as arguments too.
+    // Inside a variant, so that plain values can be read as arguments, too.
     const QVariant arrived = roundTrip(QVariantList{value});
     QJsonArray array;
     arrived.value<QDBusArgument>() >> array;
@@ -450,7 +450,7 @@ void TestTypes::leavesTheValueWhenItIsAStructure()
 
 void TestTypes::readsDeepNesting()
 {
-    // As deep as the bus lets through: an array and a variant count each.
+    // The deepest value that the bus accepts: an array and a variant count as one level each.
     QVariant value(5);
     QByteArray text("5");
     for (int depth = 0; depth < 30; ++depth) {
@@ -460,7 +460,7 @@ void TestTypes::readsDeepNesting()
     QCOMPARE(readBack(value), parsed(text));
 }
 
-// What the warning of an operator says about where it comes from.
+// The function that the last warning names.
 static QByteArray s_warningFunction;
 
 void TestTypes::warnsInTheNameOfTheOperator_data()
@@ -494,7 +494,7 @@ void TestTypes::warnsInTheNameOfTheOperator()
         json(value.toJsonValue());
     }
     qInstallMessageHandler(previous);
-    // Once, too.
+    // And only once.
     QCOMPARE(s_warningFunction, function);
 }
 

@@ -29,7 +29,7 @@ bool write(const QString &path, const QByteArray &text)
 
 using EnabledMap = QMap<QString, bool>;
 
-/// Overlays what the files say on `enabled`.
+/// Adds to and removes from `enabled` according to the files.
 void readInto(const QString &directory, const QStringList &nameFilters, int uid,
               EnabledMap &enabled)
 {
@@ -191,7 +191,7 @@ bool makeStrangeFile(const QString &kind, const QString &path)
     if (kind == QLatin1String("binary"))
         return write(path, QByteArray("\0\xff[\xfe]=\x01[[[%ZZ\n=\0=\n]", 20));
     const QByteArray text = "[big.one]\nautostart=true\n";
-    // Sparse: no disk is filled by it.
+    // A sparse file, which takes no room on the disk.
     if (kind == QLatin1String("huge"))
         return write(path, text) && QFile::resize(path, 1LL << 40);
     return OddFile::make(kind, path, text);
@@ -251,7 +251,7 @@ void TestSettings::leavesOutIdsThatAreNone()
     QCOMPARE(readAll().keys(), QStringList{QStringLiteral("a.b")});
 }
 
-// Each level of a walk may hold a descriptor.
+// A recursive walk may have one descriptor open for each level.
 void TestSettings::reachesTheLastOfManyAndDeepDirectories()
 {
     QString deep = path(QStringLiteral("deep"));
@@ -347,11 +347,11 @@ void TestSettings::tellsTheLayersOfEveryApplication()
     QCOMPARE(one.user.size(), 1);
     QVERIFY(!one.isEnabled());
     QVERIFY(all.last().isEnabled());
-    // The file of another user.
+    // This is the file of another user.
     QVERIFY(settings.allLayers(6).first().user.isEmpty());
 }
 
-// The daemon's store removes settings of users that are gone when it is made; a reader must not.
+// The daemon removes the settings of removed users at the start; a reader must not.
 void TestSettings::leavesTheStoreAsItIs()
 {
     const QString file = path(QStringLiteral("var/lib/am/apps/a.b/4242.conf"));
@@ -395,7 +395,7 @@ void TestSettings::reportsWhatIsReadOtherwiseThanItLooks()
         return;
     QCOMPARE(findings.all.constFirst().file, path(QStringLiteral("x.conf")));
     QCOMPARE(findings.all.constFirst().line, line);
-    // The daemon keeps silent about it.
+    // The daemon does not log it.
     const LogLines log;
     (void)Autostart::readConfigFiles(path(), Autostart::anyConfigFile(), 5,
                                      Core::LoggedFindings::instance());

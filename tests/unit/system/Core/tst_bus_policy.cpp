@@ -54,7 +54,7 @@ QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
 }
 
-// What an XML reader finds: every attribute of every element, in order.
+// All attributes of all elements in order, as an XML parser reads them.
 QStringList attributesOf(const QByteArray &text)
 {
     QStringList found;

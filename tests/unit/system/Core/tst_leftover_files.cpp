@@ -153,7 +153,7 @@ void TestLeftoverFiles::keepsAPolicyThatIsBeingWritten()
     m_root->write(policy(), "x");
     PreparedFile text(m_root->path(policy()), ownText());
     QCOMPARE(text.takePlace(), FileWrite::Written);
-    // Its unit may be about to follow.
+    // Its unit may be written next.
     QVERIFY(!removesPolicies());
     QVERIFY(m_root->exists(policy()));
 }

@@ -25,7 +25,7 @@ private Q_SLOTS:
 
 private:
     static constexpr int timeoutMs = 30000;
-    // Has a unit started behind a reload.
+    // Requests the start of a unit after a reload.
     void start(const char *unit) const
     {
         reload->run([this, unit] {
@@ -33,7 +33,7 @@ private:
                                [](const QString &, const Core::Error &) {});
         });
     }
-    // What systemd was asked, apart from the subscription: reloads as "R".
+    // The calls to systemd except the subscription; "R" is a reload.
     [[nodiscard]] QString asked() const
     {
         QStringList words;
@@ -99,7 +99,7 @@ void TestSharedReload::reloadsAgainForEachThatWaitsItsTurn()
     fake->release(QStringLiteral("Reload"));
     fake->hold(QStringLiteral("Reload"));
     QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
-    // Its file was not there when the second reload was asked for.
+    // Its file did not exist when the second reload was requested.
     start("c");
     fake->release(QStringLiteral("Reload"));
     QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), timeoutMs);

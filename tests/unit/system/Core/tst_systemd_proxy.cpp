@@ -134,7 +134,7 @@ void TestSystemdProxy::subscribesAgainWhenSystemdIsAnotherProcess()
     QVERIFY(replaced.size() == 1 || replaced.wait(timeoutMs));
     QTRY_COMPARE_WITH_TIMEOUT(membersOf(fake->calls), QStringList(QStringLiteral("Subscribe")),
                               timeoutMs);
-    // Its leaving was no replacement.
+    // That the name lost its owner was not reported.
     QCOMPARE(replaced.size(), 1);
 }
 
@@ -158,7 +158,7 @@ void TestSystemdProxy::tellsAFailedListingFromAnEmptyOne()
     proxy->listUnitFilesByPatterns({}, {}, listed, failed);
     const QString outcome = fails ? QStringLiteral("failed") : QStringLiteral("listed");
     QTRY_COMPARE_WITH_TIMEOUT(heard, QStringList({outcome, outcome}), timeoutMs);
-    // Who does not ask for the difference hears of an empty one.
+    // Without a callback for failures, a failed listing gives an empty list.
     proxy->listUnitsByPatterns({}, {}, listed);
     QTRY_COMPARE_WITH_TIMEOUT(heard.size(), 3, timeoutMs);
     QCOMPARE(heard.last(), QStringLiteral("listed"));

@@ -34,7 +34,7 @@ QByteArray typicalText()
 
 QByteArray otherText() { return "[Unit]\nDescription=Another\n"; }
 
-// A task whose unit's name has as many bytes.
+// The id of a task whose unit name has this many bytes.
 QString taskIdForUnitNameOf(int bytes)
 {
     const int application = bytes - Core::unitNameOf(QStringLiteral("com..task_t")).size();
@@ -148,7 +148,7 @@ void TestTaskFiles::writesTheUnitOfTheLongestName()
     makeUnitDirectory();
     const QString id = taskIdForUnitNameOf(NAME_MAX);
     QVERIFY(Core::writeUnitFile(places(), id, typicalText()));
-    // Again, as there is something to replace now.
+    // Again, because there is a file to replace now.
     QVERIFY(Core::writeUnitFile(places(), id, otherText()));
     QCOMPARE(contentOf(Core::unitFilePath(places(), id)), otherText());
 }
@@ -202,7 +202,7 @@ void TestTaskFiles::writesUnitAndPolicy()
 void TestTaskFiles::keepsTheOldPairWhenThePolicyCannotBeWritten()
 {
     fill(unitPath(), "old unit");
-    // A link into a folder that is not there: nothing can be written to the end of it.
+    // A link into a missing folder, through which nothing can be written.
     QVERIFY(QDir().mkpath(QFileInfo(policyPath()).path()));
     QVERIFY(QFile::link(m_root->filePath(QStringLiteral("nowhere/policy")), policyPath()));
     QTest::ignoreMessage(
@@ -226,7 +226,7 @@ void TestTaskFiles::keepsTheOldPairWhenTheUnitCannotTakeItsPlace()
 {
     QFETCH(QByteArray, oldPolicy);
     makeUnitDirectory();
-    // A device that is always full, in the unit's place.
+    // A device that is always full, instead of the unit.
     QVERIFY(QFile::link(QStringLiteral("/dev/full"), unitPath()));
     if (oldPolicy != "(cannot be read)")
         fill(policyPath(), oldPolicy);
@@ -256,7 +256,7 @@ void TestTaskFiles::removesUnitAndPolicy()
     Core::TaskFilesRemoval removal = Core::removeTaskFiles(places(), id);
     QVERIFY(removal.isComplete && removal.removedPolicy);
     QVERIFY(!QFileInfo::exists(unitPath()) && !QFileInfo::exists(policyPath()));
-    // Nothing is missed that was not there.
+    // Files that never existed are no failure.
     removal = Core::removeTaskFiles(places(), id);
     QVERIFY(removal.isComplete && !removal.removedPolicy);
 }
@@ -281,7 +281,7 @@ void TestTaskFiles::saysWhichFileItCouldNotRemove()
     const Core::TaskFilesRemoval removal =
         Core::removeTaskFiles(places(), Core::ApplicationTaskId(taskId));
     QVERIFY(!removal.isComplete && !removal.removedPolicy);
-    // A unit does not stay without its policy.
+    // A unit is not left without its policy.
     QCOMPARE(QFileInfo::exists(other), unitStays);
 }
 

@@ -86,7 +86,7 @@ void TestTaskManager::makeReady()
     bool ready = false;
     manager->runWhenReady([&ready] { ready = true; });
     QTRY_VERIFY_WITH_TIMEOUT(ready, timeoutMs);
-    // The load's own announcement is out before a test listens.
+    // The announcement of the first list is sent before a test listens.
     QCoreApplication::processEvents();
 }
 
@@ -148,8 +148,8 @@ void TestTaskManager::announcesManyChangesOnce()
     systemd->emitChange(prefix + QStringLiteral("x_2eservice"), {});
     systemd->emitChange(prefix + QStringLiteral("y_2eservice"), {});
     systemd->emitChange(prefix + QStringLiteral("unknown_2eservice"), {});
-    // Blocking questions to the bus, one behind the other: when the second is answered, all that
-    // was emitted waits for the next pass of the loop.
+    // Two blocking calls to the bus, one after the other: when the second is answered, everything
+    // that was emitted waits for the next pass of the loop.
     const QDBusMessage question = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId"));
@@ -212,7 +212,7 @@ void TestTaskManager::saysThatAFileOfARemovedApplicationStays()
     QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
 }
 
-// A run of the daemon that finds what is there now.
+// A new run of the daemon, which finds the current files.
 void TestTaskManager::startAnew()
 {
     manager.reset();
@@ -231,7 +231,7 @@ void TestTaskManager::tidiesUpWhenItHasHeardOfTheUnits()
     root.write(unfinished, "x");
     systemd->hold(QStringLiteral("ListUnitsByPatterns"));
     startAnew();
-    // There are more when the manager before this one could still ask.
+    // There are more calls if the previous manager could still send some.
     QTRY_VERIFY_WITH_TIMEOUT(systemd->calls.size() >= 3, timeoutMs);
     QCoreApplication::processEvents();
     QVERIFY(root.exists(leftover) && root.exists(unfinished));
@@ -240,7 +240,7 @@ void TestTaskManager::tidiesUpWhenItHasHeardOfTheUnits()
         [&] { wereThereWhenReady = root.exists(leftover) && root.exists(unfinished); });
     systemd->release(QStringLiteral("ListUnitsByPatterns"));
     QTRY_VERIFY_WITH_TIMEOUT(!root.exists(leftover) && !root.exists(unfinished), timeoutMs);
-    // Who waits for the task manager does not wait for this.
+    // Callers of runWhenReady() do not wait for this.
     QVERIFY(wereThereWhenReady);
     QVERIFY(root.exists(running));
     root.remove(running);

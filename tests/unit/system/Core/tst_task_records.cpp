@@ -112,7 +112,7 @@ void TestTaskRecords::keepsTheStateWithoutAnActiveState()
     QVERIFY(
         records.applyProperties(unit(), {{QStringLiteral("SubState"), QStringLiteral("running")}}));
     QCOMPARE(records.all().first().state, 0);
-    // Even a change of nothing counts as a change.
+    // An empty set of changes counts as a change, too.
     QVERIFY(records.applyProperties(unit(), {}));
 }
 
@@ -178,13 +178,13 @@ void TestTaskRecords::numbersTheChangesOfAList()
     QVERIFY(running != 0);
     QCOMPARE(revision("b"), 0U);
 
-    // What changes nothing in the list, and what changes another one.
+    // A change that does not affect the list, and a change of another list.
     (void)records.applyProperties(a1, runs);
     (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), -1}});
     (void)records.applyProperties(b1, runs);
     const QVector<TaskRecord> list = records.running(QStringLiteral("a")).tasks;
     QCOMPARE(revision("a"), running);
-    // Nor is it made anew.
+    // The list is not made again.
     QVERIFY(list.constBegin() == records.running(QStringLiteral("a")).tasks.constBegin());
 
     (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), 7U}});
@@ -193,7 +193,7 @@ void TestTaskRecords::numbersTheChangesOfAList()
     (void)records.applyProperties(a1, ends);
     QVERIFY(revision("a") != withProcess);
     const quint64 ended = revision("a");
-    // The process of a task that does not run is in no list.
+    // A task that is not running is in no list, whatever its process id.
     (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), 8U}});
     QCOMPARE(revision("a"), ended);
 }

@@ -35,8 +35,8 @@ QVariantMap withUser(QVariantMap settings = {})
     return settings;
 }
 
-// The option that a permission gives on this machine. One that the machine does not know is
-// expected to be logged.
+// The option that a permission gives on this machine. If the machine does not have the permission,
+// a log line is expected.
 QString permissionOption(const char *name)
 {
     const QString path = Core::permissionPath(QLatin1String(name),
@@ -122,7 +122,7 @@ QString commandOf(const QVariantMap &properties)
     return line.mid(line.indexOf(QLatin1String(" -- ")));
 }
 
-// The far end of a connection: keeps the map that it is sent, as a client's hints arrive.
+// Receives a map over the bus, as the daemon receives a client's hints, and stores it.
 class Receiver : public QObject
 {
     Q_OBJECT
@@ -140,7 +140,7 @@ public Q_SLOTS:
     }
 };
 
-// Sends maps through a bus, as a client's hints arrive.
+// Sends maps over a bus, as clients send hints.
 class Wire
 {
 public:
@@ -331,7 +331,7 @@ void TestUnitProperties::replacesControlGroupSettingsWithItsOwn()
                 .startsWith(QLatin1String("/usr/bin/firejail ")));
     QCOMPARE(properties.value(QStringLiteral("Environment")), QVariant(ownEnvironment()));
     QCOMPARE(properties.value(QStringLiteral("OOMScoreAdjust")), QVariant(7));
-    // No limit of its own: what was set stays.
+    // Without a limit of its own, the value that was set is kept.
     QCOMPARE(properties.value(QStringLiteral("LimitCPU")), QVariant(2));
 }
 
@@ -436,7 +436,7 @@ void TestUnitProperties::putsTheCallersEnvironmentFirst()
 
 void TestUnitProperties::asksForPermissionsInOrder()
 {
-    // Told by the order of the complaints about names that no machine knows.
+    // The order shows in the warnings about unknown names.
     QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"no-such-b\"");
     QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"no-such-a\"");
     const QString last = permissionOption("BaseTask");
@@ -460,12 +460,12 @@ void TestUnitProperties::asksForTheHomelessPermissionLast()
 void TestUnitProperties::splitsTheCommandLineAtEveryBlank()
 {
     permissionOption("BaseTask");
-    // Two blanks hold an empty argument, so that both are there again once it is joined.
+    // Between two blanks is an empty argument, so both blanks are kept when the words are joined.
     const QVariantMap properties =
         build(withUser(), taskWithExec(QStringLiteral("/bin/true  \"a b\" ")));
     QCOMPARE(commandOf(properties), QStringLiteral(" -- /bin/true  \"a b\" "));
 
-    // The first argument is the program, whatever it is.
+    // The first word is always the program.
     QTest::ignoreMessage(QtWarningMsg,
                          "Failed to build firejail argv: \" is not an absolute path\"");
     QCOMPARE(build(withUser(), taskWithExec(QStringLiteral(" /bin/true"))),

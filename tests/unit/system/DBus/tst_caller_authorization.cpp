@@ -20,7 +20,7 @@
 #include <utility>
 #include <vector>
 
-/// Whom a process belongs to.
+/// User and group of a process.
 struct Ids
 {
     uid_t user;
@@ -46,7 +46,7 @@ uid_t userId(const char *name)
     return entry != nullptr ? entry->pw_uid : noSuchUser;
 }
 
-/// Makes this process somebody else's, and root's again at the end.
+/// Gives this process another user and group while it exists; then root's again.
 class Disguise
 {
 public:
@@ -72,7 +72,7 @@ QVariantMap answerOf(std::initializer_list<std::pair<const char *, QVariant>> va
 
 } // namespace
 
-/// Keeps the call that it gets.
+/// Stores the call that it receives.
 class Receiver : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -126,7 +126,7 @@ private:
             return DBus::isCallerAuthorized(m_receiver.received, connection, groups);
         });
     }
-    /// Has this process call as `connecting` and be `now`'s when it is looked at.
+    /// Lets this process connect as `connecting` and have the ids `now` when it is checked.
     bool admitsAcrossTheChange(const Ids &connecting, const Ids &now, bool &admitted)
     {
         const Disguise disguise;
@@ -177,7 +177,7 @@ void TestCallerAuthorization::init()
 
 void TestCallerAuthorization::cleanup()
 {
-    // Another caller for the next: this one may have been refused.
+    // Disconnects, because the next call needs another caller: this one may have been refused.
     QDBusConnection::disconnectFromBus(QStringLiteral("from"));
     qunsetenv("ORVANE_ROOTFS");
     qunsetenv("ORVANE_SKIP_AUTHENTICATION");
@@ -247,7 +247,7 @@ void TestCallerAuthorization::admitsAMemberOfASecondGroup()
 
 void TestCallerAuthorization::admitsRoot()
 {
-    // The real process, below no root prefix.
+    // The real process, without a root prefix.
     qunsetenv("ORVANE_ROOTFS");
     QCOMPARE(admits({QStringLiteral("no-such-group")}), ::geteuid() == 0);
 }
@@ -258,7 +258,7 @@ void TestCallerAuthorization::wantsBothViewsToAgree_data()
     QTest::addColumn<Ids>("now");
     QTest::addColumn<bool>("admitted");
 
-    // The bus lets nobody in whom the user database does not know.
+    // The bus does not admit users that are missing in the user database.
     const uid_t other = userId("nobody");
     const gid_t none = noSuchGroup;
     const uid_t member = userId("man");
@@ -295,7 +295,7 @@ void TestCallerAuthorization::wantsBothViewsToAgree()
 
     if (::geteuid() != 0)
         QSKIP("only root can become others");
-    // Real processes and what the bus says of them, below no root prefix.
+    // Real processes and their credentials from the bus, without a root prefix.
     qunsetenv("ORVANE_ROOTFS");
     bool actual = !admitted;
     QVERIFY(admitsAcrossTheChange(connecting, now, actual));
@@ -376,7 +376,7 @@ void TestCallerAuthorization::matchesNoGroupWithoutAName()
 {
     QFETCH(QByteArray, groups);
 
-    // Its group has no name either.
+    // Its group has no name, too.
     if (!ownProcess(noSuchUser, noSuchGroup))
         QSKIP("only root can give files away");
     qputenv("ORVANE_TASK_GROUPS", groups);
@@ -386,7 +386,7 @@ void TestCallerAuthorization::matchesNoGroupWithoutAName()
 
 void TestCallerAuthorization::refusesAProcessThatIsGone()
 {
-    // Nothing below the root tells who it was.
+    // There is no process directory below the root.
     QVERIFY(!admits({QStringLiteral("man")}));
 }
 

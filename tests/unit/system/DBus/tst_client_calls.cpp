@@ -49,7 +49,7 @@ private:
             numbers.append(message.arguments().value(0).toInt());
         return numbers;
     }
-    // What has been sent once nothing more can be on its way.
+    // The calls that have been sent, when no further one can follow.
     QVector<int> settled()
     {
         QDBusMessage last = QDBusMessage::createMethodCall(
@@ -133,7 +133,7 @@ void TestClientCalls::givesEachUserItsShare()
         QVERIFY(call(a(), number));
         QVERIFY(call(b(), 10 + number));
     }
-    // Two of one client and one of the other; another user is not concerned.
+    // Two calls of one client and one of the other; another user is not affected.
     QVERIFY(call(c(), 20));
     QCOMPARE(settled(), QVector<int>({0, 10, 1, 20}));
 }
@@ -158,7 +158,7 @@ void TestClientCalls::letsClientsTakeTurns()
     user->release();
     QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 7, timeoutMs);
     QCOMPARE(answers.count(10), 1);
-    // Nobody waits until another has had everything.
+    // No client waits until another one has got all its answers.
     QVERIFY(answers.indexOf(11) < answers.indexOf(3));
 }
 
@@ -197,7 +197,7 @@ void TestClientCalls::refusesWhatIsTooMuch()
             number += call(client, number, argument) ? 1 : 0;
     }
     QCOMPARE(number, taken);
-    // All of it is free again once it has been answered.
+    // All limits are free again after the answers.
     user->release();
     QTRY_COMPARE_WITH_TIMEOUT(answers.size(), taken, timeoutMs);
     QVERIFY(call(clients.constFirst(), 100));
@@ -226,7 +226,7 @@ void TestClientCalls::keepsThePlaceOfWhatWasSentForAClientThatLeft()
     QVERIFY(call(a(), 1));
     QVERIFY(call(b(), 10));
     calls->forgetClient(a());
-    // The bus still counts the two, so the user's share is used up.
+    // The bus still counts the two calls, so the user's limit is reached.
     QVERIFY(call(b(), 11));
     QCOMPARE(settled(), QVector<int>({0, 1, 10}));
     user->release();

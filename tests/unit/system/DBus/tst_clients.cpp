@@ -62,7 +62,7 @@ void TestClients::reportsThatAClientLeaves()
     QSignalSpy left(&clients, &DBus::Clients::left);
     QDBusConnection client = connect("leaving");
     const QString name = client.baseService();
-    // A name that changes hands is nobody's leaving.
+    // A name that gets another owner does not mean that a client left.
     QVERIFY(client.registerService(QStringLiteral("org.example.Name")));
     drop(client);
     QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), timeoutMs);
@@ -89,7 +89,7 @@ void TestClients::asksForTheCredentialsOfAClientOnce()
     const QString name = client.baseService();
     QCOMPARE(clients.credentialsOf(name)->pid, std::optional<uint>(::getpid()));
     drop(client);
-    // The bus has nothing to say of it any more, and this process has not looked at that yet.
+    // The client has left the bus, but this process has not handled the signal yet.
     const QDBusConnection other = connect("other");
     while (other.interface()->isServiceRegistered(name))
         QThread::msleep(1);

@@ -26,7 +26,7 @@ private:
     {
         return m_directory->filePath(QStringLiteral("registrations.json"));
     }
-    /// Not connected: nothing here comes as far as asking the bus.
+    /// Not connected: these tests never get as far as asking the bus.
     static QDBusConnection noBus() { return QDBusConnection(QStringLiteral("none")); }
 
     std::unique_ptr<QTemporaryDir> m_directory;
@@ -59,7 +59,7 @@ void TestRegistrations::takesNothingWithoutADirectory()
     QVERIFY(takeKeptRegistrations(noBus()).isEmpty());
 }
 
-// So that a file that does harm does it once.
+// So that a harmful file is used only once.
 void TestRegistrations::removesWhatItCannotUse()
 {
     QVERIFY(OddFile::make(QStringLiteral("sparse, 1.5 GB"), path(), "{}"));

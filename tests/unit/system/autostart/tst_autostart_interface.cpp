@@ -31,7 +31,7 @@ private:
 void TestAutostartInterface::initTestCase()
 {
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
-    // Without /proc nobody may switch.
+    // Without /proc, nobody may change settings.
     Places::setOfProcess(Places::below(m_root.path()));
     m_bus = std::make_unique<PrivateBus>();
     QVERIFY(m_bus->start());

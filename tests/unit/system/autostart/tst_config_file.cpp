@@ -213,7 +213,7 @@ void TestConfigFile::reportsAReadOnlyDirectory()
 
 namespace {
 
-/// Writes the setting while no file of this process may grow beyond some bytes, as on a full disk.
+/// Writes the setting while the size of files of this process is limited, like on a full disk.
 bool writeOnAFullDisk(const QString &path, rlim_t room)
 {
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
@@ -237,7 +237,7 @@ void TestConfigFile::keepsTheSettingWhenTheDiskIsFull()
     QString log;
     static QString *collected = nullptr;
     collected = &log;
-    // The limit is on the test's own log file too: nothing is to be printed meanwhile.
+    // The limit also applies to the test's own log file, so nothing may be printed meanwhile.
     const auto printed = qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext &, const QString &text) { *collected += text; });
     written = writeOnAFullDisk(setting(), 10);

@@ -45,7 +45,7 @@ bool touch(const QString &path)
 
 } // namespace
 
-// lib/apps has two applications, and links to lib/outside and to one of them.
+// lib/apps has two applications, and links to lib/outside and to one of the applications.
 void TestRemoval::init()
 {
     m_directory = std::make_unique<QTemporaryDir>();

@@ -1,4 +1,4 @@
-// What is left of autostart settings when any one call to the file system fails.
+// The state of autostart settings after any single system call has failed.
 
 #include "common/Core/findings.h"
 #include "common/places.h"
@@ -31,7 +31,7 @@ bool write(const QString &path, const QByteArray &text)
         && file.write(text) == text.size();
 }
 
-/// What every file below a folder holds; links by what they say.
+/// Path to content of every file below a folder; for a link, its target.
 using Contents = QMap<QString, QByteArray>;
 
 Contents contentsOf(const QString &folder)
@@ -53,7 +53,7 @@ Contents contentsOf(const QString &folder)
     return contents;
 }
 
-/// A store of its own, with a manager that has nobody to ask for users.
+/// A store in a temporary folder, with a manager that has no user manager to ask.
 class Stand
 {
 public:
@@ -133,7 +133,7 @@ Outcome setWithAFault(Stand &stand, int uid, int which, int error)
     return {isWritten, faults.failed()};
 }
 
-// Without the temporary file that could not be removed: the next start of the daemon does that.
+// Without a temporary file that could not be removed; the next start of the daemon removes it.
 Contents contentsOf(const Stand &stand, const Outcome &outcome)
 {
     Contents contents = stand.contents();
@@ -145,8 +145,8 @@ Contents contentsOf(const Stand &stand, const Outcome &outcome)
     return contents;
 }
 
-// Sets what a user has set before, with one call failing: all is as before, or only the setting is
-// new. Whether the fault has fired.
+// Changes a setting of a user while one call fails. Checks that everything is as before, or that
+// only the setting is new. Returns whether the call was reached.
 bool keepsOrReplaces(const std::function<bool(const Stand &)> &put, int which, int error)
 {
     const LogLines log;
@@ -229,7 +229,7 @@ void TestStoreFaults::removesUsersSettingsOnceTheNewOneForAllIsOnTheDisk()
     const FileFaults watched;
     QVERIFY(stand.manager().setEnabled(Manager::allUsers, app, true));
     const QString folder = stand.path("a.b");
-    // Without those of temporary files.
+    // Without temporary files.
     const QRegularExpression ofSettings(QStringLiteral("^(?!.*/\\.orvane\\.)"));
     QCOMPARE(watched.changes().filter(ofSettings),
              QStringList({QStringLiteral("rename ") + folder + QStringLiteral("/all-users.conf"),

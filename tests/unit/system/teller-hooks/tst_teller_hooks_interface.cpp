@@ -86,7 +86,7 @@ void TestTellerHooksInterface::answersAndLogsByOutcome()
                         [&](const QString &) { return tasks; });
     QVERIFY(m_bus->connect(QStringLiteral("daemon"))
                 .registerObject(QStringLiteral("/hooks"), &hooks, QDBusConnection::ExportAllSlots));
-    // Not ignoreMessage(): the order counts, and that nothing else is said.
+    // Not with ignoreMessage(), because the order matters and nothing else may be logged.
     collectedLog().clear();
     const auto printed =
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
@@ -144,7 +144,7 @@ void TestTellerHooksInterface::pulsesItsIdleStateBeforeTheWork()
             [&] { states.append(hooks.property("isIdle").toBool()); });
     QVERIFY(hooks.isIdle());
 
-    // Also without a bus: it is needed for an error only.
+    // This works without a bus, which is needed only for an error.
     hooks.OnRemove(QStringLiteral("a.b"));
     QCOMPARE(states, QList<bool>({false, true}));
     QCOMPARE(pulsesBeforeWork, 2);
