@@ -37,7 +37,7 @@ bool isTemporaryName(const QByteArray &name)
 
 // Whether no process has the file open for writing: only then does the kernel grant a read lease.
 // On a file system without leases the file counts as being written.
-bool isWrittenByNobody(int fd)
+bool hasNoWriter(int fd)
 {
     // A process that opens the file for writing during the lease makes the kernel send a signal to
     // this process. The default one, SIGIO, would end the process; SIGURG is ignored.
@@ -49,7 +49,7 @@ bool isWrittenByNobody(int fd)
 
 // The mode of a regular file that belongs to this process's user, has one name, and is not being
 // written; nothing for any other file.
-std::optional<mode_t> modeOfAbandonedFile(const QString &path)
+std::optional<mode_t> modeOfUnusedFile(const QString &path)
 {
     const int fd =
         ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
@@ -59,7 +59,7 @@ std::optional<mode_t> modeOfAbandonedFile(const QString &path)
     struct stat status = {};
     const bool isOurs = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)
         && status.st_uid == ::geteuid() && status.st_nlink == 1;
-    const bool isAbandoned = isOurs && isWrittenByNobody(fd);
+    const bool isAbandoned = isOurs && hasNoWriter(fd);
     ::close(fd);
     return isAbandoned ? std::optional<mode_t>(status.st_mode & modeBits) : std::nullopt;
 }
@@ -83,18 +83,18 @@ FileWrite writeInPlace(const QByteArray &path, const QByteArray &text)
 
 // Whether the error means that there is no such file. This includes a link to itself and a name
 // that is too long.
-bool meansNothing(int error) { return error == ENOENT || error == ELOOP || error == ENAMETOOLONG; }
+bool isNotFound(int error) { return error == ENOENT || error == ELOOP || error == ENAMETOOLONG; }
 
 enum class Found { Nothing, File, Directory, Special, Unknown };
 
-Found foundAt(const QByteArray &path, OddPlaces places)
+Found foundAt(const QByteArray &path, SpecialFiles special)
 {
     struct stat status = {};
-    const bool throughLinks = places == OddPlaces::WrittenThrough;
+    const bool throughLinks = special == SpecialFiles::WriteThrough;
     const int result =
         throughLinks ? ::stat(path.constData(), &status) : ::lstat(path.constData(), &status);
     if (result != 0)
-        return meansNothing(errno) ? Found::Nothing : Found::Unknown;
+        return isNotFound(errno) ? Found::Nothing : Found::Unknown;
     if (S_ISDIR(status.st_mode))
         return Found::Directory;
     return S_ISREG(status.st_mode) ? Found::File : Found::Special;
@@ -111,7 +111,7 @@ std::optional<QByteArray> endOfLinks(const QByteArray &path)
         char text[PATH_MAX];
         const ssize_t length = ::readlink(place.constData(), text, sizeof text);
         if (length < 0)
-            return errno == EINVAL || meansNothing(errno) ? std::optional(place) : std::nullopt;
+            return errno == EINVAL || isNotFound(errno) ? std::optional(place) : std::nullopt;
         const QByteArray target(text, static_cast<int>(length));
         place = target.startsWith('/') ? target : place.left(place.lastIndexOf('/') + 1) + target;
     }
@@ -140,11 +140,11 @@ bool completeFile(int fd, const QByteArray &text, FileReaders readers)
 // A read-only file is not replaced, although its directory would permit it.
 bool mayBeReplaced(const QByteArray &path)
 {
-    return ::access(path.constData(), W_OK) == 0 || meansNothing(errno);
+    return ::access(path.constData(), W_OK) == 0 || isNotFound(errno);
 }
 
 /// The result of renaming a file into place.
-enum class Placing {
+enum class RenameResult {
     Failed,
     /// The names were exchanged; the old file now has the temporary name.
     Exchanged,
@@ -154,41 +154,41 @@ enum class Placing {
     Replaced,
 };
 
-Placing place(const QByteArray &from, const QByteArray &to)
+RenameResult renameInto(const QByteArray &from, const QByteArray &to)
 {
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_EXCHANGE) == 0)
-        return Placing::Exchanged;
+        return RenameResult::Exchanged;
     const int reason = errno;
     if (reason != ENOENT && reason != EINVAL && reason != ENOSYS)
-        return Placing::Failed;
+        return RenameResult::Failed;
     if (::rename(from.constData(), to.constData()) != 0)
-        return Placing::Failed;
-    return reason == ENOENT ? Placing::New : Placing::Replaced;
+        return RenameResult::Failed;
+    return reason == ENOENT ? RenameResult::New : RenameResult::Replaced;
 }
 
 // Undoes the rename after the directory could not be synced: the caller is told that the write
 // failed, so the old file has to be there.
-void takeBack(Placing placing, const QByteArray &temporary, const QByteArray &target)
+void undoRename(RenameResult renamed, const QByteArray &temporary, const QByteArray &target)
 {
-    if (placing == Placing::Exchanged)
+    if (renamed == RenameResult::Exchanged)
         ::renameat2(AT_FDCWD, temporary.constData(), AT_FDCWD, target.constData(), RENAME_EXCHANGE);
-    else if (placing == Placing::New)
+    else if (renamed == RenameResult::New)
         ::unlink(target.constData());
 }
 
 } // namespace
 
 PreparedFile::PreparedFile(const QString &path, const QByteArray &text, FileReaders readers,
-                           OddPlaces places)
+                           SpecialFiles special)
     : m_target(QFile::encodeName(path))
 {
-    const Found found = foundAt(m_target, places);
+    const Found found = foundAt(m_target, special);
     if (found == Found::Directory || found == Found::Unknown)
         m_state = FileWrite::CannotOpen;
-    else if (found == Found::Special && places == OddPlaces::WrittenThrough)
+    else if (found == Found::Special && special == SpecialFiles::WriteThrough)
         m_inPlace = text;
     else
-        m_state = prepare(text, readers, places);
+        m_state = prepare(text, readers, special);
 }
 
 PreparedFile::~PreparedFile()
@@ -200,9 +200,9 @@ PreparedFile::~PreparedFile()
         ::close(m_fd);
 }
 
-FileWrite PreparedFile::prepare(const QByteArray &text, FileReaders readers, OddPlaces places)
+FileWrite PreparedFile::prepare(const QByteArray &text, FileReaders readers, SpecialFiles special)
 {
-    if (places == OddPlaces::WrittenThrough) {
+    if (special == SpecialFiles::WriteThrough) {
         const std::optional<QByteArray> target = endOfLinks(m_target);
         if (!target || !mayBeReplaced(*target))
             return FileWrite::CannotOpen;
@@ -210,8 +210,8 @@ FileWrite PreparedFile::prepare(const QByteArray &text, FileReaders readers, Odd
     }
     const QByteArray folder = m_target.left(m_target.lastIndexOf('/') + 1);
     // Opened before anything changes, so that a lack of file descriptors changes nothing.
-    m_directory = std::make_unique<HeldDirectory>(QFile::decodeName(folder));
-    if (!m_directory->isHeld())
+    m_directory = std::make_unique<OpenDirectory>(QFile::decodeName(folder));
+    if (!m_directory->isOpen())
         return FileWrite::CannotOpen;
     // A short name that does not contain the target's name, which may be as long as names can be.
     QByteArray temporary = folder + temporaryPrefix + "XXXXXX";
@@ -222,37 +222,37 @@ FileWrite PreparedFile::prepare(const QByteArray &text, FileReaders readers, Odd
     return completeFile(m_fd, text, readers) ? FileWrite::Written : FileWrite::Incomplete;
 }
 
-FileWrite PreparedFile::takePlace()
+FileWrite PreparedFile::commit()
 {
     if (m_inPlace)
         return writeInPlace(m_target, *m_inPlace);
     if (m_state != FileWrite::Written)
         return m_state;
-    const Placing placing = place(m_temporary, m_target);
-    if (placing == Placing::Failed)
+    const RenameResult renamed = renameInto(m_temporary, m_target);
+    if (renamed == RenameResult::Failed)
         return FileWrite::Incomplete;
     const bool isOnDisk = m_directory->sync();
     if (!isOnDisk)
-        takeBack(placing, m_temporary, m_target);
+        undoRename(renamed, m_temporary, m_target);
     // After an exchange, the temporary name belongs to the old file, or to the new one if it was
     // undone; the destructor removes it.
-    if (placing != Placing::Exchanged)
+    if (renamed != RenameResult::Exchanged)
         m_temporary.clear();
     return isOnDisk ? FileWrite::Written : FileWrite::Incomplete;
 }
 
 FileWrite writeFileAtomically(const QString &path, const QByteArray &text, FileReaders readers,
-                              OddPlaces places)
+                              SpecialFiles special)
 {
-    return PreparedFile(path, text, readers, places).takePlace();
+    return PreparedFile(path, text, readers, special).commit();
 }
 
 bool isUnfinishedFile(const QString &path)
 {
     if (!isTemporaryName(QFile::encodeName(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1))))
         return false;
-    const std::optional<mode_t> mode = modeOfAbandonedFile(path);
+    const std::optional<mode_t> mode = modeOfUnusedFile(path);
     return mode == ownerOnly || mode == everybodyReads;
 }
 
-bool isOwnAndAtRest(const QString &path) { return modeOfAbandonedFile(path).has_value(); }
+bool isOwnAndNotWritten(const QString &path) { return modeOfUnusedFile(path).has_value(); }

@@ -6,7 +6,7 @@
 #include <memory>
 #include <optional>
 
-class HeldDirectory;
+class OpenDirectory;
 
 /// The result of writing a file.
 enum class FileWrite {
@@ -22,11 +22,11 @@ enum class FileWrite {
 enum class FileReaders { Everybody, Nobody };
 
 /// What to do when the path is a symbolic link, a pipe or a device.
-enum class OddPlaces {
+enum class SpecialFiles {
     /// Keep it: write to the target of the link, or into the pipe or device.
-    WrittenThrough,
+    WriteThrough,
     /// Replace it with the file. The target of a link is not touched.
-    Replaced,
+    Replace,
 };
 
 /// A new file on the disk that does not have its final name yet: for files that belong together,
@@ -39,21 +39,22 @@ public:
     /// @param path absolute path of the final file; its directory must exist.
     PreparedFile(const QString &path, const QByteArray &text,
                  FileReaders readers = FileReaders::Everybody,
-                 OddPlaces places = OddPlaces::WrittenThrough);
+                 SpecialFiles special = SpecialFiles::WriteThrough);
     ~PreparedFile();
     Q_DISABLE_COPY(PreparedFile)
 
     /// Whether the text could be written so far. To a device or a pipe, only commit() writes.
     [[nodiscard]] FileWrite state() const { return m_state; }
     /// Renames the file to its final name, atomically, and syncs the directory. To be called once.
-    [[nodiscard]] FileWrite takePlace();
+    [[nodiscard]] FileWrite commit();
 
 private:
-    [[nodiscard]] FileWrite prepare(const QByteArray &text, FileReaders readers, OddPlaces places);
+    [[nodiscard]] FileWrite prepare(const QByteArray &text, FileReaders readers,
+                                    SpecialFiles special);
 
     QByteArray m_target;
     /// The directory of the target, which is synced after the rename.
-    std::unique_ptr<HeldDirectory> m_directory;
+    std::unique_ptr<OpenDirectory> m_directory;
     FileWrite m_state = FileWrite::Written;
     /// The text for a device or a pipe, which cannot be replaced.
     std::optional<QByteArray> m_inPlace;
@@ -69,7 +70,7 @@ private:
 /// @param path absolute path; its directory must exist.
 [[nodiscard]] FileWrite writeFileAtomically(const QString &path, const QByteArray &text,
                                             FileReaders readers = FileReaders::Everybody,
-                                            OddPlaces places = OddPlaces::WrittenThrough);
+                                            SpecialFiles special = SpecialFiles::WriteThrough);
 
 /// Whether a file is a leftover of a writeFileAtomically() that was interrupted by the end of its
 /// process: it has such a name and mode, belongs to this process's user and is not being written.
@@ -79,4 +80,4 @@ private:
 /// Whether a regular file belongs to this process's user, has no other name, and no process has it
 /// open for writing. A PreparedFile has its file open as long as it exists. Links are not followed.
 /// False when this cannot be determined.
-[[nodiscard]] bool isOwnAndAtRest(const QString &path);
+[[nodiscard]] bool isOwnAndNotWritten(const QString &path);

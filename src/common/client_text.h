@@ -9,6 +9,7 @@
 class ClientText
 {
 public:
+    /// @param text has to outlive this object.
     explicit ClientText(const QString &text)
         : m_text(text)
     {

@@ -21,9 +21,9 @@ int openDirectory(const QString &path)
 
 bool makeOne(const QString &path)
 {
-    const HeldDirectory parent(QFileInfo(path).path());
+    const OpenDirectory parent(QFileInfo(path).path());
     const QByteArray name = QFile::encodeName(path);
-    if (!parent.isHeld())
+    if (!parent.isOpen())
         return false;
     // Another process may have made it meanwhile.
     if (::mkdir(name.constData(), everythingButTheUmask) != 0)
@@ -36,19 +36,19 @@ bool makeOne(const QString &path)
 
 } // namespace
 
-HeldDirectory::HeldDirectory(const QString &path)
+OpenDirectory::OpenDirectory(const QString &path)
     : m_descriptor(openDirectory(path))
-    , m_isHeld(m_descriptor >= 0 || errno == EACCES)
+    , m_isOpen(m_descriptor >= 0 || errno == EACCES)
 {
 }
 
-HeldDirectory::~HeldDirectory()
+OpenDirectory::~OpenDirectory()
 {
     if (m_descriptor >= 0)
         ::close(m_descriptor);
 }
 
-bool HeldDirectory::sync() const
+bool OpenDirectory::sync() const
 {
     return m_descriptor < 0 || ::fsync(m_descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
 }

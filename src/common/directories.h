@@ -8,24 +8,24 @@
 
 /// A directory that is kept open, so that it can be synced later even if no file descriptor is free
 /// then. Usable from any thread, by one at a time.
-class HeldDirectory
+class OpenDirectory
 {
 public:
     /// @param path absolute path; symbolic links are followed.
-    explicit HeldDirectory(const QString &path);
-    ~HeldDirectory();
-    Q_DISABLE_COPY(HeldDirectory)
+    explicit OpenDirectory(const QString &path);
+    ~OpenDirectory();
+    Q_DISABLE_COPY(OpenDirectory)
 
     /// Whether the directory exists and is open. A directory that may be changed but not read
     /// counts as open; sync() does nothing for it.
-    [[nodiscard]] bool isHeld() const { return m_isHeld; }
+    [[nodiscard]] bool isOpen() const { return m_isOpen; }
     /// Writes names that were added, changed or removed in the directory to the disk.
     /// @return false when the disk refuses. A file system that cannot do this is not an error.
     [[nodiscard]] bool sync() const;
 
 private:
     const int m_descriptor;
-    const bool m_isHeld;
+    const bool m_isOpen;
 };
 
 /// Makes a directory and its missing parents, and syncs each. Usable from any thread.

@@ -42,7 +42,7 @@ struct Purpose
 struct Watch
 {
     QVector<Purpose> purposes;
-    int look = 0;
+    int scan = 0;
 };
 
 QString parentOf(const QString &path)
@@ -63,13 +63,13 @@ public:
     bool add(const QString &path, quint32 mask, const Purpose &purpose);
     void addParent(const QString &path);
     void read();
-    void tell(const inotify_event &event);
-    void tell(const Purpose &purpose, const inotify_event &event);
+    void report(const inotify_event &event);
+    void report(const Purpose &purpose, const inotify_event &event);
     void poll();
 
     const int descriptor;
     QHash<int, Watch> watches;
-    int look = 0;
+    int scan = 0;
     std::unique_ptr<QSocketNotifier> notifier;
     /// Runs while there are too few inotify watches.
     QTimer polling;
@@ -122,9 +122,9 @@ bool DirectoryWatcherPrivate::add(const QString &path, quint32 mask, const Purpo
         return false;
     }
     Watch &watch = watches[id];
-    if (watch.look != look)
+    if (watch.scan != scan)
         watch.purposes.clear();
-    watch.look = look;
+    watch.scan = scan;
     watch.purposes.append(purpose);
     return true;
 }
@@ -162,12 +162,12 @@ void DirectoryWatcherPrivate::read()
         for (ssize_t position = 0; position < size;) {
             const auto *event = reinterpret_cast<const inotify_event *>(buffer + position);
             position += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-            tell(*event);
+            report(*event);
         }
     }
 }
 
-void DirectoryWatcherPrivate::tell(const inotify_event &event)
+void DirectoryWatcherPrivate::report(const inotify_event &event)
 {
     if ((event.mask & IN_Q_OVERFLOW) != 0) {
         Q_EMIT q->changed(QString(), DirectoryWatcher::Anything);
@@ -179,10 +179,10 @@ void DirectoryWatcherPrivate::tell(const inotify_event &event)
         watches.remove(event.wd);
     else
         for (const Purpose &purpose : purposes)
-            tell(purpose, event);
+            report(purpose, event);
 }
 
-void DirectoryWatcherPrivate::tell(const Purpose &purpose, const inotify_event &event)
+void DirectoryWatcherPrivate::report(const Purpose &purpose, const inotify_event &event)
 {
     const QByteArray name = event.len > 0 ? QByteArray(event.name) : QByteArray();
     if (purpose.kind == Purpose::Parent) {
@@ -205,9 +205,9 @@ DirectoryWatcher::DirectoryWatcher(QObject *parent)
 
 DirectoryWatcher::~DirectoryWatcher() = default;
 
-void DirectoryWatcher::beginLook()
+void DirectoryWatcher::beginScan()
 {
-    ++d->look;
+    ++d->scan;
     d->isShort = d->descriptor < 0;
 }
 
@@ -225,10 +225,10 @@ void DirectoryWatcher::watchFile(const QString &path)
     (void)d->add(path, ofFile, {Purpose::File, path});
 }
 
-void DirectoryWatcher::endLook()
+void DirectoryWatcher::endScan()
 {
     for (auto watch = d->watches.begin(); watch != d->watches.end();) {
-        if (watch->look == d->look) {
+        if (watch->scan == d->scan) {
             ++watch;
             continue;
         }

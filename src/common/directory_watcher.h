@@ -28,14 +28,14 @@ public:
     ~DirectoryWatcher() override;
 
     /// To be called at the start of a scan.
-    void beginLook();
+    void beginScan();
     /// Watches a directory and all files in it. If it does not exist, its creation is reported.
     void watchDirectory(const QString &path);
     /// Watches a file whose changes the watch on its directory does not report: the target of a
     /// link, or a file with several names. A file that does not exist is not watched.
     void watchFile(const QString &path);
-    /// Stops watching everything that was not named since beginLook().
-    void endLook();
+    /// Stops watching everything that was not named since beginScan().
+    void endScan();
     /// Number of inotify watches in use.
     [[nodiscard]] int count() const;
     /// Whether there were too few inotify watches for the last scan. Until a scan gets all its

@@ -80,7 +80,7 @@ private:
     [[nodiscard]] bool push(const QByteArray &text);
 
     /// How long to wait for a slow reader, in milliseconds.
-    static constexpr int patienceMs = 500;
+    static constexpr int timeoutMs = 500;
 
     QMutex m_mutex;
     const bool m_isSocket = isSocket();
@@ -93,7 +93,7 @@ private:
 bool LineSink::hasRoom() const
 {
     pollfd output{STDERR_FILENO, POLLOUT, 0};
-    return ::poll(&output, 1, m_isStuck ? 0 : patienceMs) > 0;
+    return ::poll(&output, 1, m_isStuck ? 0 : timeoutMs) > 0;
 }
 
 bool LineSink::push(const QByteArray &text)

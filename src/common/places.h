@@ -55,6 +55,7 @@ struct Places
     /// The two files of a package that are read.
     [[nodiscard]] QString manifestFile(const QString &applicationId) const;
     [[nodiscard]] QString certificateFile(const QString &applicationId) const;
+    /// The file of version overrides.
     [[nodiscard]] QString versionOverrides() const;
     /// The folders of units and of bus policies, without a closing slash.
     [[nodiscard]] QString unitFolder() const;

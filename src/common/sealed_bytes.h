@@ -18,9 +18,13 @@
 class ByteWriter
 {
 public:
+    /// Appends a number.
     void number(qint64 value);
+    /// Appends a text.
     void text(const QString &value);
+    /// Appends a list of texts.
     void list(const QStringList &values);
+    /// Everything that was written.
     [[nodiscard]] const QByteArray &bytes() const { return m_bytes; }
 
 private:
@@ -36,12 +40,16 @@ public:
     /// @param bytes has to outlive this object.
     explicit ByteReader(const QByteArray &bytes);
 
+    /// Reads a number; 0 when there is none.
     [[nodiscard]] qint64 number();
+    /// Reads a text; empty when there is none.
     [[nodiscard]] QString text();
+    /// Reads a list of texts; empty when there is none.
     [[nodiscard]] QStringList list();
     /// A count of elements that take at least eight bytes each; checked against the bytes that are
     /// left.
     [[nodiscard]] int count();
+    /// False when a value was missing or wrong.
     [[nodiscard]] bool isOk() const { return m_isOk; }
     /// Whether all bytes have been read.
     [[nodiscard]] bool isAtEnd() const { return m_position == m_bytes.size(); }

@@ -13,6 +13,7 @@ public:
     /// Connects. Needs the application object.
     explicit BusConnection(QObject *parent = nullptr);
 
+    /// The connection; valid as long as this object.
     [[nodiscard]] QDBusConnection &bus() { return m_bus; }
 
 Q_SIGNALS:

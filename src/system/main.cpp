@@ -11,9 +11,9 @@
 #include "system/autostart/launcher.h"
 #include "system/autostart/manager.h"
 #include "system/bus_connection.h"
-#include "system/departure.h"
 #include "system/inactivity_timer.h"
-#include "system/memory_return.h"
+#include "system/memory_trimmer.h"
+#include "system/shutdown.h"
 #include "system/signal_quit.h"
 #include "system/teller-hooks/interface.h"
 #include "system/watchdog.h"
@@ -76,11 +76,11 @@ private:
     std::optional<SignalQuit> quitOnSignal{std::in_place};
     Orvane::InactivityTimer inactivity{idleTimeMs()};
     Phase phase = Phase::Starting;
-    Departure departure = Departure::Told;
+    ShutdownReason shutdownReason = ShutdownReason::Requested;
     BusConnection connection;
     QDBusConnection &bus = connection.bus();
     const Watchdog watchdog{bus};
-    const MemoryReturn memoryReturn;
+    const MemoryTrimmer memoryTrimmer;
     // Each is constructed after the one before it was exported.
     std::optional<Autostart::DBusInterface> autostart;
     std::optional<TellerHooks::DBusInterface> tellerHooks;
@@ -102,14 +102,14 @@ void Daemon::leaveWhenIdle()
     // The idle time starts again when the name is claimed.
     if (phase == Phase::Starting && isAwaited())
         return;
-    departure = Departure::Idle;
+    shutdownReason = ShutdownReason::Idle;
     QCoreApplication::quit();
 }
 
 void Daemon::failWithoutTheBus()
 {
     qWarning() << "Lost the connection to the bus";
-    departure = Departure::Disconnected;
+    shutdownReason = ShutdownReason::Disconnected;
     QCoreApplication::exit(EXIT_FAILURE);
 }
 
@@ -160,7 +160,7 @@ void Daemon::serve()
         QCoreApplication::exit(EXIT_FAILURE);
         return;
     }
-    taskInvoker->restore(DBus::takeKeptRegistrations(bus));
+    taskInvoker->restore(DBus::restoreRegistrations(bus));
     // Claimed last, so that a client that sees the name finds every object.
     if (!bus.registerService(Names::service())) {
         qWarning() << "couldn't register service";
@@ -179,14 +179,14 @@ int Daemon::run()
         if (!offer(entry))
             return EXIT_FAILURE;
     }
-    inactivity.watch(Autostart::Manager::instance()->question());
+    inactivity.watch(Autostart::Manager::instance()->userListQuery());
     taskInvoker.emplace().runWhenReady([this] { serve(); });
     const int status = QCoreApplication::exec();
     // The process ends in any case now, and systemd sends a signal to a process that has released
     // its name.
     quitOnSignal.reset();
     phase = Phase::Leaving;
-    leaveBus(bus, *taskInvoker, departure);
+    leaveBus(bus, *taskInvoker, shutdownReason);
     // When the connection is lost, systemd sees that the name is gone and tells the process to end.
     // This may arrive first; the process has failed nevertheless and has to be restarted.
     return bus.isConnected() ? status : EXIT_FAILURE;

@@ -11,6 +11,7 @@ class SignalQuit : public QObject
     Q_OBJECT
 
 public:
+    /// Installs the signal handlers.
     explicit SignalQuit(QObject *parent = nullptr);
     ~SignalQuit() override;
 };

@@ -1,6 +1,6 @@
 #include "system/watchdog.h"
 
-#include "system/manager_notice.h"
+#include "system/systemd_notify.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -11,7 +11,7 @@ Watchdog::Watchdog(const QDBusConnection &bus, QObject *parent)
     : QObject(parent)
     , m_bus(bus)
 {
-    const std::chrono::microseconds timeout = ManagerNotice::watchdogTime();
+    const std::chrono::microseconds timeout = SystemdNotify::watchdogTimeout();
     if (timeout.count() <= 0)
         return;
     // Three times within the timeout, so that a busy machine may miss two.
@@ -32,6 +32,6 @@ void Watchdog::askTheBus()
                 finished->deleteLater();
                 // Only an answer proves that messages are still received.
                 if (!finished->isError())
-                    ManagerNotice::send(QByteArrayLiteral("WATCHDOG=1"));
+                    SystemdNotify::send(QByteArrayLiteral("WATCHDOG=1"));
             });
 }

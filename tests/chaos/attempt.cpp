@@ -105,23 +105,24 @@ QStringList faultsOfTheTasks(Scene &scene)
     return wrong;
 }
 
-// @param isTidied whether the daemon has started since.
-QStringList faultsOfTheFiles(const Snapshot &found, const Reference &reference, bool isTidied)
+// @param areLeftoversRemoved whether the daemon has started since.
+QStringList faultsOfTheFiles(const Snapshot &found, const Reference &reference,
+                             bool areLeftoversRemoved)
 {
     QStringList wrong = differences(settled(found), settled(reference.after));
-    for (auto entry = found.cbegin(); entry != found.cend() && isTidied; ++entry) {
+    for (auto entry = found.cbegin(); entry != found.cend() && areLeftoversRemoved; ++entry) {
         if (isLeftover(entry.key()))
             wrong.append(entry.key() + QStringLiteral(" is left over"));
     }
     return wrong;
 }
 
-// @param isTidied whether the daemon has started since.
+// @param areLeftoversRemoved whether the daemon has started since.
 QStringList faultsOfTheRepetition(Scene &scene, const Operation &operation,
-                                  const Reference &reference, bool isTidied)
+                                  const Reference &reference, bool areLeftoversRemoved)
 {
     const Outcome again = run(scene, operation);
-    QStringList wrong = faultsOfTheFiles(scene.snapshot(), reference, isTidied);
+    QStringList wrong = faultsOfTheFiles(scene.snapshot(), reference, areLeftoversRemoved);
     if (!again.succeeded)
         wrong.prepend(QStringLiteral("the second attempt fails: ") + again.answer.errorMessage());
     return wrong;

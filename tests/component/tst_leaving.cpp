@@ -82,7 +82,7 @@ private:
         return Fixture::waitUntil([this] { return !fixture->daemon.isRunning(); });
     }
 
-    const QString keptFile = QStringLiteral("/registrations.json");
+    const QString savedFile = QStringLiteral("/registrations.json");
     std::unique_ptr<Fixture> fixture;
 };
 
@@ -282,12 +282,12 @@ void TestLeaving::takesOverOnlyOnce()
     QVERIFY(fixture->start(withRuntimeDirectory()));
     QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
     QVERIFY(startAgain());
-    QVERIFY(!fixture->root.exists(keptFile));
+    QVERIFY(!fixture->root.exists(savedFile));
     // A closed session is not restored.
     QCOMPARE(fixture->call(Fixture::sessionCall(QStringLiteral("CloseSession"))).type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(startAgain());
-    QVERIFY(!fixture->root.exists(keptFile));
+    QVERIFY(!fixture->root.exists(savedFile));
     QCOMPARE(fixture->call(readActiveTasks()).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
 }
@@ -305,9 +305,9 @@ void TestLeaving::takesOverNothingUnreadable_data()
 void TestLeaving::takesOverNothingUnreadable()
 {
     QFETCH(QByteArray, text);
-    fixture->root.write(keptFile, text);
+    fixture->root.write(savedFile, text);
     QVERIFY(fixture->start(withRuntimeDirectory("500")));
-    QVERIFY(!fixture->root.exists(keptFile));
+    QVERIFY(!fixture->root.exists(savedFile));
     QVERIFY(waitForTheEnd());
     QCOMPARE(fixture->daemon.exitStatus(), 0);
 }
@@ -318,9 +318,9 @@ void TestLeaving::takesOverNobodyWithoutAName()
     QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
-    QByteArray kept = fixture->root.read(keptFile);
+    QByteArray kept = fixture->root.read(savedFile);
     kept.replace("\"client\": \":", "\"client\": \"");
-    fixture->root.write(keptFile, kept);
+    fixture->root.write(savedFile, kept);
     // A client without a name must not be taken over, because the daemon would never hear that it
     // has left.
     QVERIFY(fixture->start(withRuntimeDirectory("500")));
@@ -333,11 +333,11 @@ void TestLeaving::takesOverNothingFromAnotherBus()
     QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
-    QByteArray kept = fixture->root.read(keptFile);
+    QByteArray kept = fixture->root.read(savedFile);
     QVERIFY(kept.contains("\"Sync\""));
     // On another bus the same unique names belong to other clients.
     kept.replace("\"bus\": \"", "\"bus\": \"0");
-    fixture->root.write(keptFile, kept);
+    fixture->root.write(savedFile, kept);
     QVERIFY(fixture->start(withRuntimeDirectory()));
     QCOMPARE(fixture->call(readActiveTasks()).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));

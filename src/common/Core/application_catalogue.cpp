@@ -26,7 +26,7 @@ QString fileNameOf(const ApplicationInfo &info)
 // Ranks entries that declare the same id: 2 when the id follows from the file name, 1 when the file
 // is named after the id, 0 otherwise. Only one package can own a file name, so no other package can
 // declare an id that follows from it.
-int claimOf(const ApplicationInfo &info)
+int idRank(const ApplicationInfo &info)
 {
     const QString file = fileNameOf(info);
     if (ApplicationId::fromDesktopFileName(file) == info.applicationId())
@@ -63,10 +63,10 @@ private:
     void announce(const QString &path, const ListedFile *file) const;
     [[nodiscard]] ListedFile announced(const QString &path, const ListedFile &file) const;
     void scanDirectory(const QString &directory);
-    void take(const QString &path, const QString &name, const ApplicationInfo &info,
-              Chosen &chosen);
-    void takeKnown(const QString &directory, Chosen &chosen);
-    void takeOne(const ApplicationInfo &info, Chosen &chosen);
+    void addEntry(const QString &path, const QString &name, const ApplicationInfo &info,
+                  Chosen &chosen);
+    void addKnownEntries(const QString &directory, Chosen &chosen);
+    void chooseEntry(const ApplicationInfo &info, Chosen &chosen);
     void addAll(QVector<ApplicationInfo> &chosen);
     void add(const ApplicationInfo &info);
     void addFileName(const QString &name, const ApplicationInfo &info);
@@ -83,10 +83,10 @@ private:
 void ApplicationCatalogue::Scan::run()
 {
     m_catalogue.m_folders = m_places.applicationFolders;
-    m_records.beginLook(m_places);
+    m_records.beginScan(m_places);
     for (const QString &directory : m_places.applicationFolders)
         scanDirectory(directory);
-    m_records.endLook();
+    m_records.endScan();
 }
 
 void ApplicationCatalogue::Scan::announce(const QString &path, const ListedFile *file) const
@@ -115,39 +115,39 @@ void ApplicationCatalogue::Scan::scanDirectory(const QString &directory)
     Chosen chosen;
     if (failures.any()) {
         files.clear();
-        takeKnown(directory, chosen);
+        addKnownEntries(directory, chosen);
     }
     chosen.entries.reserve(files.size());
     chosen.byId.reserve(files.size());
     for (const ListedFile &file : files) {
         const QString path = directory + QLatin1Char('/') + file.name;
-        take(path, file.name, m_records.record(path, announced(path, file), m_places, m_findings),
-             chosen);
+        addEntry(path, file.name,
+                 m_records.record(path, announced(path, file), m_places, m_findings), chosen);
     }
     addAll(chosen.entries);
 }
 
-void ApplicationCatalogue::Scan::take(const QString &path, const QString &name,
-                                      const ApplicationInfo &info, Chosen &chosen)
+void ApplicationCatalogue::Scan::addEntry(const QString &path, const QString &name,
+                                          const ApplicationInfo &info, Chosen &chosen)
 {
     if (!info.isValid()) {
         m_catalogue.m_invalidFiles.append(path);
         return;
     }
-    takeOne(info, chosen);
+    chooseEntry(info, chosen);
     addFileName(name, info);
 }
 
 // A folder that cannot be listed still has its entries, so the known ones are used.
-void ApplicationCatalogue::Scan::takeKnown(const QString &directory, Chosen &chosen)
+void ApplicationCatalogue::Scan::addKnownEntries(const QString &directory, Chosen &chosen)
 {
     const QMap<QString, ApplicationInfo> known = m_records.knownIn(directory);
     for (auto info = known.constBegin(); info != known.constEnd(); ++info)
-        take(directory + QLatin1Char('/') + info.key(), info.key(), *info, chosen);
+        addEntry(directory + QLatin1Char('/') + info.key(), info.key(), *info, chosen);
 }
 
 // Uses one entry of each application, even when several entries of a folder declare the same id.
-void ApplicationCatalogue::Scan::takeOne(const ApplicationInfo &info, Chosen &chosen)
+void ApplicationCatalogue::Scan::chooseEntry(const ApplicationInfo &info, Chosen &chosen)
 {
     const QString id = info.applicationId().toString();
     const auto known = chosen.byId.constFind(id);
@@ -157,7 +157,7 @@ void ApplicationCatalogue::Scan::takeOne(const ApplicationInfo &info, Chosen &ch
         return;
     }
     ApplicationInfo &earlier = chosen.entries[*known];
-    const bool wins = claimOf(info) > claimOf(earlier);
+    const bool wins = idRank(info) > idRank(earlier);
     const QString winner = (wins ? info : earlier).desktopFilePath();
     const QString loser = (wins ? earlier : info).desktopFilePath();
     ORVANE_WARN(m_findings, findingOf(Rules::entryIdTwice, {loser}))
@@ -296,7 +296,7 @@ UriHandlers ApplicationCatalogue::uriHandlers(const MimeappsEntries &chosen) con
         for (const QString &mimeType : qAsConst(types))
             handlers.registerType(mimeType, info.applicationId().toString());
     }
-    handlers.takeDefaults(chosen, m_fileToApplication);
+    handlers.setDefaults(chosen, m_fileToApplication);
     return handlers;
 }
 

@@ -21,10 +21,13 @@ public:
     /// encoded.
     [[nodiscard]] static ApplicationId fromDesktopFileName(const QString &fileName);
 
+    /// False when the text could not be parsed.
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
+    /// The part before the name; empty when this id is invalid.
     [[nodiscard]] QStringRef organisation() const;
     /// What follows the organisation and its dot; null when there is none.
     [[nodiscard]] QStringRef name() const;
+    /// The full text, also of an invalid id.
     [[nodiscard]] const QString &toString() const { return m_text; }
 
     friend bool operator==(const ApplicationId &a, const ApplicationId &b)
@@ -63,12 +66,14 @@ public:
     /// Joins the parts; invalid when `taskName` is empty.
     ApplicationTaskId(const ApplicationId &application, const QString &taskName);
 
+    /// False when the text could not be parsed.
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
     /// The application that declares the task. When this id is invalid, the result is parsed from
     /// the whole text.
     [[nodiscard]] ApplicationId applicationId() const;
     /// The task's name, without "task_"; null when this id is invalid.
     [[nodiscard]] QStringRef taskName() const;
+    /// The full text, also of an invalid id.
     [[nodiscard]] const QString &toString() const { return m_text; }
 
     friend bool operator==(const ApplicationTaskId &a, const ApplicationTaskId &b)
@@ -105,9 +110,11 @@ public:
     /// Parses the id of a task or of an instance.
     [[nodiscard]] static ApplicationInstanceId fromTaskOrInstance(const QString &text);
 
+    /// False when the text could not be parsed.
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
     /// The application of which this is an instance.
     [[nodiscard]] ApplicationId applicationId() const;
+    /// The full text, also of an invalid id.
     [[nodiscard]] const QString &toString() const { return m_text; }
 
     friend bool operator==(const ApplicationInstanceId &a, const ApplicationInstanceId &b)

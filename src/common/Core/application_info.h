@@ -86,18 +86,25 @@ public:
 
     /// True when the entry is valid and was read.
     [[nodiscard]] bool isValid() const;
+    /// Path of the desktop entry.
     [[nodiscard]] const QString &desktopFilePath() const;
+    /// The declared id, or the fallback from the file name.
     [[nodiscard]] const ApplicationId &applicationId() const;
     /// By intent name.
     [[nodiscard]] const QMap<QString, IntentInfo> &intents() const;
     /// By task name.
     [[nodiscard]] const QMap<QString, TaskInfo> &tasks() const;
+    /// How the application is launched.
     [[nodiscard]] const LaunchInfo &launchInfo() const;
+    /// The localised name.
     [[nodiscard]] const QString &name() const;
+    /// The localised icon name or path.
     [[nodiscard]] const QString &icon() const;
+    /// The declared MIME types and pseudo-types; see UriHandlers.
     [[nodiscard]] const QStringList &mimeTypes() const;
     /// Whether the application also opens subtypes of its MIME types.
     [[nodiscard]] bool supportsMimeParents() const;
+    /// The manifest of the package; invalid when there is none.
     [[nodiscard]] const Manifest &manifest() const;
     /// Identifier of the certificate that signed the package; empty when there is none.
     [[nodiscard]] const QString &certificateId() const;

@@ -37,15 +37,15 @@ ApplicationRegistryPrivate::ApplicationRegistryPrivate(const Places &givenPlaces
     QObject::connect(
         &watcher, &DirectoryWatcher::changed, q,
         [this](const QString &path, DirectoryWatcher::Change change) { notice(path, change); });
-    QObject::connect(&pace, &LookPace::due, q, [this] { scan(); });
+    QObject::connect(&throttle, &ScanThrottle::due, q, [this] { scan(); });
     retry.setSingleShot(true);
-    QObject::connect(&retry, &QTimer::timeout, q, [this] { pace.request(); });
-    keepSoon.setSingleShot(true);
-    keepSoon.setInterval(1000);
-    QObject::connect(&keepSoon, &QTimer::timeout, q, [this] { keepRecords(); });
+    QObject::connect(&retry, &QTimer::timeout, q, [this] { throttle.request(); });
+    saveTimer.setSingleShot(true);
+    saveTimer.setInterval(1000);
+    QObject::connect(&saveTimer, &QTimer::timeout, q, [this] { saveRecords(); });
     if (auto *application = QCoreApplication::instance())
-        QObject::connect(application, &QCoreApplication::aboutToQuit, q, [this] { keepRecords(); });
-    records.takeKept(places);
+        QObject::connect(application, &QCoreApplication::aboutToQuit, q, [this] { saveRecords(); });
+    records.restore(places);
 }
 
 void ApplicationRegistryPrivate::scan()
@@ -57,15 +57,15 @@ void ApplicationRegistryPrivate::scan()
     if (!versionOverrides.isLoaded())
         versionOverrides.reload();
     // Watched before they are read, so that no change in between is missed.
-    watcher.beginLook();
+    watcher.beginScan();
     for (const QString &folder : places.applicationFolders)
         watcher.watchDirectory(folder);
     catalogue = ApplicationCatalogue(
         places, findings, records,
         [this](const QString &path, const ListedFile *file) { watch(path, file); });
-    watcher.endLook();
-    if (records.isKeepingDue())
-        keepSoon.start();
+    watcher.endScan();
+    if (records.hasUnsavedChanges())
+        saveTimer.start();
     retryAfter(failures.first());
     Q_EMIT q->manifestsChanged();
 }
@@ -100,13 +100,13 @@ void ApplicationRegistryPrivate::notice(const QString &path, DirectoryWatcher::C
     const bool isOther =
         change == DirectoryWatcher::Content && !path.endsWith(QLatin1String(".desktop"));
     if (!isOther)
-        pace.request();
+        throttle.request();
 }
 
-void ApplicationRegistryPrivate::keepRecords()
+void ApplicationRegistryPrivate::saveRecords()
 {
-    if (records.isKeepingDue())
-        records.keepForNextRun(places);
+    if (records.hasUnsavedChanges())
+        records.save(places);
 }
 
 UriHandlers &ApplicationRegistryPrivate::uriHandlers()
@@ -195,7 +195,7 @@ void ApplicationRegistry::setDefaultHandlerForUri(const QUrl &uri, const Applica
     // Read again, because another program may have written to the file since the last scan.
     const std::optional<MimeappsEntries> chosen = readMimeappsList(d->places, d->findings);
     UriHandlers &handlers = d->uriHandlers();
-    handlers.takeDefaults(chosen.value_or(MimeappsEntries()), d->catalogue.fileToApplication());
+    handlers.setDefaults(chosen.value_or(MimeappsEntries()), d->catalogue.fileToApplication());
     handlers.setDefault(uri, application.toString());
     // Not written when the file could not be read, because the user's other choices would be lost.
     if (chosen)

@@ -5,8 +5,8 @@
 #include "common/Core/entry_records.h"
 #include "common/Core/version_overrides.h"
 #include "common/directory_watcher.h"
-#include "common/look_pace.h"
 #include "common/places.h"
+#include "common/scan_throttle.h"
 
 #include <QTimer>
 
@@ -29,19 +29,19 @@ public:
     /// Made at the first call after a scan.
     UriHandlers &uriHandlers();
     void writeDefaults();
-    void keepRecords();
+    void saveRecords();
 
     const Places places;
     Findings &findings;
     EntryRecords records;
     ApplicationCatalogue catalogue;
     DirectoryWatcher watcher;
-    LookPace pace;
+    ScanThrottle throttle;
     /// Time until a scan that could not read everything is tried again.
     QTimer retry;
     int retryMs;
     /// Delay before the records are saved, so that one write follows a series of changes.
-    QTimer keepSoon;
+    QTimer saveTimer;
     VersionOverrides versionOverrides;
     /// The user's choices, as read by the last scan.
     MimeappsEntries chosenHandlers;

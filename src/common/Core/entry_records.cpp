@@ -1,7 +1,7 @@
 #include "common/Core/entry_records.h"
 
 #include "common/Core/findings.h"
-#include "common/Core/kept_records.h"
+#include "common/Core/saved_records.h"
 #include "files/folder_listing.h"
 #include "files/read_failures.h"
 
@@ -33,93 +33,94 @@ private:
 
 } // namespace
 
-void EntryRecords::takeKept(const Places &places)
+void EntryRecords::restore(const Places &places)
 {
-    const QVector<KeptRecord> records = keptRecords(places);
-    m_kept.reserve(records.size());
-    for (const KeptRecord &record : records)
-        m_kept.insert(record.info.desktopFilePath(), {record.info, record.state, true, m_look});
+    const QVector<SavedRecord> records = loadRecords(places);
+    m_cache.reserve(records.size());
+    for (const SavedRecord &record : records)
+        m_cache.insert(record.info.desktopFilePath(), {record.info, record.state, true, m_scan});
 }
 
-void EntryRecords::keepForNextRun(const Places &places)
+void EntryRecords::save(const Places &places)
 {
-    QVector<KeptRecord> records;
-    records.reserve(m_kept.size());
-    for (const Kept &kept : qAsConst(m_kept)) {
-        if (kept.isSettled)
-            records.append({kept.info, kept.state});
+    QVector<SavedRecord> records;
+    records.reserve(m_cache.size());
+    for (const CachedRecord &cached : qAsConst(m_cache)) {
+        if (cached.isSettled)
+            records.append({cached.info, cached.state});
     }
-    keepRecords(places, records);
-    m_isKeepingDue = false;
+    saveRecords(places, records);
+    m_hasUnsavedChanges = false;
 }
 
-void EntryRecords::beginLook(const Places &places)
+void EntryRecords::beginScan(const Places &places)
 {
     m_now = FileState::now();
     if (m_extent == ApplicationInfo::Everything)
         m_packages = PackageFolders(places);
-    ++m_look;
+    ++m_scan;
 }
 
 ApplicationInfo EntryRecords::record(const QString &path, const ListedFile &file,
                                      const Places &places, Findings &findings)
 {
     const ReadFailures failures;
-    const auto earlier = m_kept.find(path);
-    if (earlier != m_kept.end() && isUnchanged(*earlier, file.state, places)) {
-        earlier->look = m_look;
+    const auto earlier = m_cache.find(path);
+    if (earlier != m_cache.end() && isUnchanged(*earlier, file.state, places)) {
+        earlier->scan = m_scan;
         return earlier->info;
     }
     ++m_readCount;
     NotedFindings noted(findings);
     const ApplicationInfo info(path, places, noted, m_packages, m_extent);
-    if (failures.any() && earlier != m_kept.end()) {
-        earlier->look = m_look;
+    if (failures.any() && earlier != m_cache.end()) {
+        earlier->scan = m_scan;
         return earlier->info;
     }
     if (m_extent == ApplicationInfo::Everything)
-        keep(path, file.state, info, !noted.any && !failures.any());
+        store(path, file.state, info, !noted.any && !failures.any());
     return info;
 }
 
 QMap<QString, ApplicationInfo> EntryRecords::knownIn(const QString &folder)
 {
     QMap<QString, ApplicationInfo> known;
-    for (auto kept = m_kept.begin(); kept != m_kept.end(); ++kept) {
-        const int slash = kept.key().lastIndexOf(QLatin1Char('/'));
-        if (kept.key().leftRef(slash) != folder)
+    for (auto cached = m_cache.begin(); cached != m_cache.end(); ++cached) {
+        const int slash = cached.key().lastIndexOf(QLatin1Char('/'));
+        if (cached.key().leftRef(slash) != folder)
             continue;
-        kept->look = m_look;
-        known.insert(kept.key().mid(slash + 1), kept->info);
+        cached->scan = m_scan;
+        known.insert(cached.key().mid(slash + 1), cached->info);
     }
     return known;
 }
 
-void EntryRecords::keep(const QString &path, const FileState &state, const ApplicationInfo &info,
-                        bool isWhole)
+void EntryRecords::store(const QString &path, const FileState &state, const ApplicationInfo &info,
+                         bool isReusable)
 {
     const PackageStates &package = info.packageStates();
-    const bool isSettled = isWhole && state.isSettled(m_now) && package.manifest.isSettled(m_now)
+    const bool isSettled = isReusable && state.isSettled(m_now) && package.manifest.isSettled(m_now)
         && package.certificate.isSettled(m_now);
-    m_kept.insert(path, {info, state, isSettled, m_look});
-    m_isKeepingDue = m_isKeepingDue || isSettled;
+    m_cache.insert(path, {info, state, isSettled, m_scan});
+    m_hasUnsavedChanges = m_hasUnsavedChanges || isSettled;
 }
 
-bool EntryRecords::isUnchanged(const Kept &kept, const FileState &state, const Places &places) const
+bool EntryRecords::isUnchanged(const CachedRecord &cached, const FileState &state,
+                               const Places &places) const
 {
-    if (!kept.isSettled || kept.state != state)
+    if (!cached.isSettled || cached.state != state)
         return false;
-    const PackageStates &before = kept.info.packageStates();
-    const PackageStates now = m_packages.statesOf(kept.info.applicationId().toString(), places);
+    const PackageStates &before = cached.info.packageStates();
+    const PackageStates now = m_packages.statesOf(cached.info.applicationId().toString(), places);
     return before.manifest == now.manifest && before.certificate == now.certificate;
 }
 
-void EntryRecords::endLook()
+void EntryRecords::endScan()
 {
-    for (auto kept = m_kept.begin(); kept != m_kept.end();) {
-        const bool isGone = kept->look != m_look;
-        kept = isGone ? m_kept.erase(kept) : std::next(kept);
-        m_isKeepingDue = m_isKeepingDue || isGone;
+    for (auto cached = m_cache.begin(); cached != m_cache.end();) {
+        const bool isGone = cached->scan != m_scan;
+        cached = isGone ? m_cache.erase(cached) : std::next(cached);
+        m_hasUnsavedChanges = m_hasUnsavedChanges || isGone;
     }
 }
 

@@ -17,7 +17,7 @@ class Findings;
 
 /// A cache of the records of desktop entries and packages: a scan reads only entries whose files
 /// have changed. An entry with findings is read by every scan, so that every scan reports them.
-/// When an entry cannot be read, its known record is kept. Event-loop thread only.
+/// When an entry cannot be read, its known record is used. Event-loop thread only.
 class EntryRecords
 {
 public:
@@ -30,13 +30,14 @@ public:
     Q_DISABLE_COPY(EntryRecords)
 
     /// Loads the records that an earlier run saved. To be called before the first scan.
-    void takeKept(const Places &places);
-    void keepForNextRun(const Places &places);
+    void restore(const Places &places);
+    /// Saves the records for the next run.
+    void save(const Places &places);
     /// Whether there are changes to save.
-    [[nodiscard]] bool isKeepingDue() const { return m_isKeepingDue; }
+    [[nodiscard]] bool hasUnsavedChanges() const { return m_hasUnsavedChanges; }
 
     /// To be called before the first entry of a scan. Lists the packages.
-    void beginLook(const Places &places);
+    void beginScan(const Places &places);
     /// The record of an entry: from the cache if none of its files has changed or one of them
     /// cannot be read; otherwise read now.
     /// @param path path of the entry.
@@ -47,13 +48,13 @@ public:
     /// folder.
     [[nodiscard]] QMap<QString, ApplicationInfo> knownIn(const QString &folder);
     /// Removes the entries that the scan did not ask for.
-    void endLook();
+    void endScan();
     /// How many entries this object has read.
     [[nodiscard]] int readCount() const { return m_readCount; }
 
 private:
     /// A record, and the state of its file.
-    struct Kept
+    struct CachedRecord
     {
         ApplicationInfo info;
         /// The state of the entry's file before it was read.
@@ -62,24 +63,24 @@ private:
         /// a record is not used again.
         bool isSettled = false;
         /// Number of the last scan that asked for it.
-        int look = 0;
+        int scan = 0;
     };
 
     /// @param isReusable false when the next scan has to read the entry again.
-    void keep(const QString &path, const FileState &state, const ApplicationInfo &info,
-              bool isWhole);
-    [[nodiscard]] bool isUnchanged(const Kept &kept, const FileState &state,
+    void store(const QString &path, const FileState &state, const ApplicationInfo &info,
+               bool isReusable);
+    [[nodiscard]] bool isUnchanged(const CachedRecord &cached, const FileState &state,
                                    const Places &places) const;
 
     const ApplicationInfo::Extent m_extent = ApplicationInfo::Everything;
     /// By path of the entry.
-    QHash<QString, Kept> m_kept;
+    QHash<QString, CachedRecord> m_cache;
     PackageFolders m_packages;
     /// Start of the scan, by the clock that sets file times, in nanoseconds.
     qint64 m_now = 0;
-    int m_look = 0;
+    int m_scan = 0;
     int m_readCount = 0;
-    bool m_isKeepingDue = false;
+    bool m_hasUnsavedChanges = false;
 };
 
 } // namespace Core

@@ -40,7 +40,9 @@ public:
     Error &operator=(const Error &) = default;
     Error &operator=(Error &&) = default;
 
+    /// One of Code, or another number that was given.
     [[nodiscard]] qint32 code() const { return m_code; }
+    /// Text for a person; empty on success.
     [[nodiscard]] const QString &message() const { return m_message; }
     /// True when this is a failure.
     explicit operator bool() const { return m_code != NoError; }

@@ -48,6 +48,8 @@ class Findings
 {
 public:
     virtual ~Findings() = default;
+    /// Receives one finding.
+    /// @param origin where in the source it was made.
     virtual void report(const Finding &finding, const FindingOrigin &origin) = 0;
 };
 
@@ -66,6 +68,8 @@ public:
 class FindingStream
 {
 public:
+    /// @param findings receives the finding; has to outlive this object.
+    /// @param finding the finding, without its text.
     FindingStream(Findings &findings, Finding finding, const FindingOrigin &origin);
     ~FindingStream();
     Q_DISABLE_COPY(FindingStream)

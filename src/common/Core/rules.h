@@ -89,8 +89,9 @@ constexpr Rule taskTypeUnreadable{
 constexpr Rule taskTypeBoolean{
     "task-type-boolean", Finding::Warning,
     "WorksInSession of a task type is neither true nor false, and is read as false."};
-constexpr Rule mimeappsUnreadable{"mimeapps-unreadable", Finding::Warning,
-                                  "mimeapps.list cannot be read, and the choices in it are ignored."};
+constexpr Rule mimeappsUnreadable{
+    "mimeapps-unreadable", Finding::Warning,
+    "mimeapps.list cannot be read, and the choices in it are ignored."};
 constexpr Rule autostartSize{
     "autostart-size", Finding::Warning,
     "The autostart settings of one layer have more than 4 MiB, and the largest are left out."};
@@ -99,9 +100,8 @@ constexpr Rule autostartUnreadable{"autostart-unreadable", Finding::Error,
 constexpr Rule autostartId{
     "autostart-id", Finding::Warning,
     "An autostart setting has no effect because its group is not an application id."};
-constexpr Rule autostartUser{
-    "autostart-user", Finding::Warning,
-    "An autostart setting is ignored because its user is not a number."};
+constexpr Rule autostartUser{"autostart-user", Finding::Warning,
+                             "An autostart setting is ignored because its user is not a number."};
 constexpr Rule autostartBoolean{
     "autostart-boolean", Finding::Warning,
     "autostart is missing in a setting or is not a boolean: a missing value and a list are read as "

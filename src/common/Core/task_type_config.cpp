@@ -15,7 +15,7 @@ namespace {
 
 // An unknown word counts as false, because a typing mistake must not give a type access to the
 // user's session.
-bool saysYes(const IniFile::Value &value)
+bool isTrue(const IniFile::Value &value)
 {
     const QString text = value.text.trimmed().toLower();
     return text == QLatin1String("true") || text == QLatin1String("yes")
@@ -30,7 +30,7 @@ bool isBoolean(const IniFile::Value &value)
     return !value.isList && words.contains(value.text.trimmed().toLower());
 }
 
-bool leadsAstray(const QStringRef &part)
+bool isUnsafePart(const QStringRef &part)
 {
     return part.isEmpty() || part == QLatin1String(".") || part == QLatin1String("..");
 }
@@ -45,7 +45,7 @@ bool TaskTypeConfig::mayHaveFile(const QString &taskType)
     const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
     const QVector<QStringRef> parts = taskType.splitRef(QLatin1Char('/'));
     return std::none_of(taskType.begin(), taskType.end(), isControl)
-        && std::none_of(parts.begin(), parts.end(), leadsAstray);
+        && std::none_of(parts.begin(), parts.end(), isUnsafePart);
 }
 
 TaskTypeConfig::TaskTypeConfig(const QString &taskType, const Places &places, Findings &findings)
@@ -64,7 +64,7 @@ TaskTypeConfig::TaskTypeConfig(const QString &taskType, const Places &places, Fi
     const auto value = IniFile(content.text).value(group, key);
     if (!value)
         return;
-    m_worksInSession = saysYes(*value);
+    m_worksInSession = isTrue(*value);
     if (!isBoolean(*value))
         ORVANE_REMARK(findings,
                       findingOf(Rules::taskTypeBoolean, {m_file, group, key, value->line}))

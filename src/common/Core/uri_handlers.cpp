@@ -65,8 +65,8 @@ void UriHandlers::registerType(const QString &mimeType, const QString &applicati
         registerType(*name, application);
 }
 
-void UriHandlers::takeDefaults(const MimeappsEntries &entries,
-                               const QMap<QString, QString> &fileToApplication)
+void UriHandlers::setDefaults(const MimeappsEntries &entries,
+                              const QMap<QString, QString> &fileToApplication)
 {
     for (auto entry = entries.constBegin(); entry != entries.constEnd(); ++entry) {
         for (const ChosenFile &file : entry.value()) {

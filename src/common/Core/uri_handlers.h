@@ -52,8 +52,8 @@ public:
     /// Sets the user's choices: for each type the first listed desktop file that belongs to an
     /// application.
     /// @param fileToApplication desktop file name to application id.
-    void takeDefaults(const MimeappsEntries &entries,
-                      const QMap<QString, QString> &fileToApplication);
+    void setDefaults(const MimeappsEntries &entries,
+                     const QMap<QString, QString> &fileToApplication);
     /// Sets the user's choice for the type of a URI.
     void setDefault(const QUrl &uri, const QString &application);
     /// The user's choices: MIME type to application id.

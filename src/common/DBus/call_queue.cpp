@@ -44,8 +44,8 @@ CallQueue::~CallQueue() = default;
 
 void CallQueue::call(Call call)
 {
-    watch(call.sendBy);
-    watch(call.answerBy);
+    scheduleExpiry(call.sendBy);
+    scheduleExpiry(call.answerBy);
     m_waiting[call.lane].push_back(std::move(call));
     sendWaiting();
 }
@@ -95,12 +95,12 @@ void CallQueue::finish(quint64 number, const QDBusMessage &answer)
     const Callback answered = std::move(call->second.answered);
     m_unanswered.erase(call);
     sendWaiting();
-    rest();
+    stopTimerIfUnused();
     if (answered)
         answered(answer);
 }
 
-void CallQueue::watch(const QDeadlineTimer &deadline)
+void CallQueue::scheduleExpiry(const QDeadlineTimer &deadline)
 {
     if (deadline.isForever())
         return;
@@ -113,15 +113,15 @@ void CallQueue::watch(const QDeadlineTimer &deadline)
 void CallQueue::expire()
 {
     dropUnsent();
-    answerOverdue();
+    answerExpired();
     for (const auto &lane : m_waiting) {
         for (const Call &call : lane) {
-            watch(call.sendBy);
-            watch(call.answerBy);
+            scheduleExpiry(call.sendBy);
+            scheduleExpiry(call.answerBy);
         }
     }
     for (const auto &[number, call] : m_unanswered)
-        watch(call.answerBy);
+        scheduleExpiry(call.answerBy);
 }
 
 void CallQueue::dropUnsent()
@@ -141,10 +141,10 @@ void CallQueue::dropUnsent()
     }
 }
 
-void CallQueue::answerOverdue()
+void CallQueue::answerExpired()
 {
     std::vector<Callback> overdue;
-    const auto takeOverdue = [&overdue](auto &call) {
+    const auto takeExpired = [&overdue](auto &call) {
         if (!call.answerBy.hasExpired())
             return;
         call.answerBy = QDeadlineTimer::Forever;
@@ -152,14 +152,14 @@ void CallQueue::answerOverdue()
     };
     // Calls that still wait stay in the queue; only sendBy removes them.
     for (auto &lane : m_waiting)
-        std::for_each(lane.begin(), lane.end(), takeOverdue);
+        std::for_each(lane.begin(), lane.end(), takeExpired);
     for (auto &[number, call] : m_unanswered)
-        takeOverdue(call);
+        takeExpired(call);
     for (const Callback &answered : overdue)
         answered(notAnswered());
 }
 
-void CallQueue::rest()
+void CallQueue::stopTimerIfUnused()
 {
     const bool waits = std::any_of(m_waiting.cbegin(), m_waiting.cend(),
                                    [](const auto &lane) { return !lane.empty(); });

@@ -69,11 +69,11 @@ private:
     [[nodiscard]] std::deque<Call> *nextLane();
     void dispatch(Call call);
     void finish(quint64 number, const QDBusMessage &answer);
-    void watch(const QDeadlineTimer &deadline);
+    void scheduleExpiry(const QDeadlineTimer &deadline);
     void expire();
     void dropUnsent();
-    void answerOverdue();
-    void rest();
+    void answerExpired();
+    void stopTimerIfUnused();
 
     QDBusConnection m_connection;
     const Limits m_limits;

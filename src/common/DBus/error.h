@@ -10,6 +10,7 @@ namespace DBus {
 class Error : public Core::Error
 {
 public:
+    /// Takes over code and message.
     explicit Error(const Core::Error &error);
 
     /// The D-Bus error name of the code. Codes without a name of their own, and unknown ones, give

@@ -31,7 +31,9 @@ struct MessageContents
     /// send it and leaks the value around it.
     bool hasEmptySignature = false;
 
+    /// Whether a limit is exceeded.
     [[nodiscard]] bool isTooLarge() const { return size > largestMessage || values > mostValues; }
+    /// Whether this daemon can pass the message on.
     [[nodiscard]] bool canBeSentOn() const
     {
         return !isTooLarge() && !hasNestedDescriptors && !hasEmptySignature;

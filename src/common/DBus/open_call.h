@@ -10,6 +10,7 @@ namespace DBus {
 class OpenCall
 {
 public:
+    /// Counts one call more.
     OpenCall();
 
     /// Number of calls that are not answered yet.

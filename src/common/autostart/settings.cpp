@@ -21,7 +21,7 @@ namespace Rules = Core::Rules;
 
 // Reads a boolean as QSettings does, so that a file means the same to every program. Values that
 // QSettings would deserialise count as false.
-bool saysYes(const IniFile::Value &value)
+bool isTrue(const IniFile::Value &value)
 {
     const QString &text = value.text;
     return !value.isList && !text.isEmpty() && !text.startsWith(QLatin1Char('@'))
@@ -87,7 +87,7 @@ public:
 
 private:
     [[nodiscard]] QByteArray text() const;
-    [[nodiscard]] bool speaksOf(const QStringList &parts, const QString &group, int uid) const;
+    [[nodiscard]] bool appliesTo(const QStringList &parts, const QString &group, int uid) const;
     [[nodiscard]] Setting setting(const IniFile &file, const QString &group,
                                   const QString &application) const;
 
@@ -102,7 +102,7 @@ void ConfigFile::read(int uid, QVector<Setting> &settings) const
     const QStringList groups = file.groups();
     for (const QString &group : groups) {
         const QStringList parts = group.split(QLatin1Char('|'));
-        if (speaksOf(parts, group, uid))
+        if (appliesTo(parts, group, uid))
             settings.append(setting(file, group, parts.constFirst()));
     }
 }
@@ -116,7 +116,7 @@ QByteArray ConfigFile::text() const
     return content.text;
 }
 
-bool ConfigFile::speaksOf(const QStringList &parts, const QString &group, int uid) const
+bool ConfigFile::appliesTo(const QStringList &parts, const QString &group, int uid) const
 {
     const QString &application = parts.constFirst();
     if (!isApplication(application) || application.size() > longestId)
@@ -143,7 +143,7 @@ Setting ConfigFile::setting(const IniFile &file, const QString &group,
     if (!value || !isBoolean(*value))
         ORVANE_REMARK(m_findings, findingOf(Rules::autostartBoolean, {m_path, group, key, line}))
             << "Not a boolean for" << application;
-    return {application, value && saysYes(*value), m_path, line};
+    return {application, value && isTrue(*value), m_path, line};
 }
 
 QVector<Setting> ofApplication(const QVector<Setting> &settings, const QString &application)

@@ -60,6 +60,7 @@ struct Layers
     /// from the system's. Null when there is none; the application then does not start. Valid as
     /// long as this object.
     [[nodiscard]] const Setting *deciding() const;
+    /// Whether the application starts automatically.
     [[nodiscard]] bool isEnabled() const;
 };
 

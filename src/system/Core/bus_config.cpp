@@ -31,9 +31,9 @@ void BusConfig::send()
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig"));
     // Limited, because starts and their callers wait for the reload.
-    constexpr int patienceMs = 5000;
+    constexpr int timeoutMs = 5000;
     auto *watcher =
-        new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(call, patienceMs), this);
+        new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(call, timeoutMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();

@@ -53,7 +53,7 @@ bool isOwnFolder(const QString &path)
 }
 
 // Whether the autostart settings may have a folder of this name.
-bool isFolderOfSettings(const QString &name)
+bool isSettingsFolder(const QString &name)
 {
     return ApplicationId(name).isValid() || name == QLatin1String("enabledMode");
 }
@@ -81,7 +81,7 @@ bool LeftoverFiles::isLeftoverPolicy(const QString &taskId, const QSet<QString> 
         || isThere(unitFilePath(m_places, taskId)))
         return false;
     const QString path = policyFilePath(m_places, taskId);
-    return isOwnAndAtRest(path) && isPolicyText(readForeignFile(path).text);
+    return isOwnAndNotWritten(path) && isPolicyText(readForeignFile(path).text);
 }
 
 bool LeftoverFiles::removePolicies(const QSet<QString> &liveUnits) const
@@ -119,7 +119,7 @@ void LeftoverFiles::removeEmptyFolders() const
         const QString path = m_places.runtimeAutostartFolder() + QLatin1Char('/') + name;
         // The name is checked last, because most folders are not empty and the first check of a
         // name uses 0.3 MiB of memory for the library of regular expressions.
-        if (isOwnFolder(path) && QDir(path).isEmpty() && isFolderOfSettings(name)
+        if (isOwnFolder(path) && QDir(path).isEmpty() && isSettingsFolder(name)
             && ::rmdir(QFile::encodeName(path).constData()) == 0)
             qInfo() << "Removed an empty folder:" << path;
     }

@@ -6,11 +6,11 @@
 
 namespace Core {
 
-SharedReload::SharedReload(SystemdProxy &systemd, std::chrono::milliseconds patience,
+SharedReload::SharedReload(SystemdProxy &systemd, std::chrono::milliseconds timeout,
                            QObject *parent)
     : QObject(parent)
     , m_systemd(systemd)
-    , m_patience(patience)
+    , m_timeout(timeout)
 {
 }
 
@@ -30,7 +30,7 @@ void SharedReload::sendWaiting()
     // handled yet, share the next reload.
     m_systemd.reload(
         [this] { QMetaObject::invokeMethod(this, "finishReload", Qt::QueuedConnection); },
-        QDeadlineTimer(m_patience));
+        QDeadlineTimer(m_timeout));
     const auto operations = std::exchange(m_waiting, {});
     for (const Operation &operation : operations)
         operation();

@@ -23,8 +23,7 @@ public:
 
     /// @param systemd has to outlive this object.
     /// @param timeout how long others wait for a reload that is not answered.
-    explicit SharedReload(SystemdProxy &systemd,
-                          std::chrono::milliseconds patience = defaultPatience,
+    explicit SharedReload(SystemdProxy &systemd, std::chrono::milliseconds timeout = defaultTimeout,
                           QObject *parent = nullptr);
 
     /// Requests a reload and runs the operation right after it was requested, without waiting for
@@ -35,14 +34,14 @@ public:
     void sendWaiting();
 
     /// Longer than the slowest known reload, and shorter than the 25 s that callers wait.
-    static constexpr std::chrono::milliseconds defaultPatience{15000};
+    static constexpr std::chrono::milliseconds defaultTimeout{15000};
 
 private Q_SLOTS:
     void finishReload();
 
 private:
     SystemdProxy &m_systemd;
-    const std::chrono::milliseconds m_patience;
+    const std::chrono::milliseconds m_timeout;
     /// Number of reloads without an answer. More than one only after sendWaiting() was called from
     /// outside.
     int m_underWay = 0;

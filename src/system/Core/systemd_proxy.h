@@ -75,6 +75,7 @@ public:
         QString state;
     };
 
+    /// Get the records of a listing.
     using UnitsCallback = std::function<void(const QVector<Unit> &)>;
     using UnitFilesCallback = std::function<void(const QVector<UnitFileStatus> &)>;
     /// Gets the job's object path, empty on failure, and the outcome.

@@ -65,7 +65,7 @@ Removal removeFile(const QString &path)
 }
 
 // Restores the policy that a new one has replaced.
-void putBack(const QString &path, const ForeignFile &old)
+void restorePolicy(const QString &path, const ForeignFile &old)
 {
     if (old.state == ForeignFile::Missing)
         removeFile(path);
@@ -90,14 +90,14 @@ Error writePair(const TaskPlan &plan, const QString &unitPath, const QString &po
     makePolicyFolder(policyPath);
     PreparedFile policy(policyPath, *plan.policy);
     const ForeignFile oldPolicy = readForeignFile(policyPath);
-    if (!isPolicyWritten(policyPath, policy.takePlace())) {
-        return isMissing(unitPath) && !isUnitWritten(unitPath, unit.takePlace())
+    if (!isPolicyWritten(policyPath, policy.commit())) {
+        return isMissing(unitPath) && !isUnitWritten(unitPath, unit.commit())
             ? unitFailure(plan.taskId)
             : policyFailure(plan.taskId);
     }
-    if (isUnitWritten(unitPath, unit.takePlace()))
+    if (isUnitWritten(unitPath, unit.commit()))
         return {};
-    putBack(policyPath, oldPolicy);
+    restorePolicy(policyPath, oldPolicy);
     return unitFailure(plan.taskId);
 }
 

@@ -77,13 +77,13 @@ void TaskManagerPrivate::loadUnits()
     systemd.listUnitsByPatterns(
         {}, {taskUnitPrefix() + QLatin1Char('*')},
         [this](const QVector<SystemdProxy::Unit> &units) {
-            takeUnits(units);
+            applyUnits(units);
             loadFinished();
         },
         [this] { loadFinished(); });
 }
 
-void TaskManagerPrivate::takeUnits(const QVector<SystemdProxy::Unit> &units)
+void TaskManagerPrivate::applyUnits(const QVector<SystemdProxy::Unit> &units)
 {
     QSet<QString> listed;
     QSet<QString> live;
@@ -95,7 +95,7 @@ void TaskManagerPrivate::takeUnits(const QVector<SystemdProxy::Unit> &units)
             live.insert(unit.name);
     }
     records.setUnitsListed(listed);
-    if (!isTidied)
+    if (!areLeftoversRemoved)
         liveUnits = live;
 }
 
@@ -105,13 +105,13 @@ void TaskManagerPrivate::loadUnitFiles()
     systemd.listUnitFilesByPatterns(
         {}, {taskUnitPrefix() + QLatin1Char('*')},
         [this](const QVector<SystemdProxy::UnitFileStatus> &files) {
-            takeUnitFiles(files);
+            applyUnitFiles(files);
             loadFinished();
         },
         [this] { loadFinished(); });
 }
 
-void TaskManagerPrivate::takeUnitFiles(const QVector<SystemdProxy::UnitFileStatus> &files)
+void TaskManagerPrivate::applyUnitFiles(const QVector<SystemdProxy::UnitFileStatus> &files)
 {
     QSet<QString> listed;
     for (const SystemdProxy::UnitFileStatus &file : files) {
@@ -134,14 +134,14 @@ void TaskManagerPrivate::loadFinished()
     askMainPids();
     if (liveUnits)
         QMetaObject::invokeMethod(
-            q, [this] { tidy(); }, Qt::QueuedConnection);
+            q, [this] { removeLeftovers(); }, Qt::QueuedConnection);
 }
 
-void TaskManagerPrivate::tidy()
+void TaskManagerPrivate::removeLeftovers()
 {
-    if (isTidied)
+    if (areLeftoversRemoved)
         return;
-    isTidied = true;
+    areLeftoversRemoved = true;
     const LeftoverFiles leftovers(places);
     leftovers.removeUnfinished();
     leftovers.removeEmptyFolders();

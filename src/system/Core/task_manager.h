@@ -41,12 +41,14 @@ public:
     /// @param taskSettings settings of the task ("User", "CGroups", "DBusService", ...).
     void start(const ApplicationTaskId &id, const QVariantMap &startParameters,
                const QVariantMap &taskSettings, const Callback &callback);
+    /// The same for an id that is not parsed yet.
     void start(const QString &id, const QVariantMap &startParameters,
                const QVariantMap &taskSettings, const Callback &callback);
     /// Requests that systemd stops and disables the task's unit, and removes its files; a file that
     /// cannot be removed is logged. If the request could not be sent within 25 s, this fails and
     /// nothing changes.
     void stop(const ApplicationTaskId &id, const Callback &callback);
+    /// The same for an id that is not parsed yet.
     void stop(const QString &id, const Callback &callback);
     /// All records, sorted by task id.
     [[nodiscard]] QList<TaskRecord> tasks() const;

@@ -52,12 +52,12 @@ public:
                                       const QVariantMap &taskSettings) const;
 
     void loadUnits();
-    void takeUnits(const QVector<SystemdProxy::Unit> &units);
+    void applyUnits(const QVector<SystemdProxy::Unit> &units);
     void loadUnitFiles();
-    void takeUnitFiles(const QVector<SystemdProxy::UnitFileStatus> &files);
+    void applyUnitFiles(const QVector<SystemdProxy::UnitFileStatus> &files);
     void loadFinished();
     /// Removes files that an interrupted run left.
-    void tidy();
+    void removeLeftovers();
     void requestNotification();
     /// Asks for the process ids of the running tasks.
     void askMainPids();
@@ -105,7 +105,7 @@ public:
     /// Units that were active, starting or stopping in the first list; needed until leftovers are
     /// removed.
     std::optional<QSet<QString>> liveUnits;
-    bool isTidied = false;
+    bool areLeftoversRemoved = false;
     /// Number of starts and stops without an outcome.
     int openCalls = 0;
     /// By task id.

@@ -47,6 +47,7 @@ public:
     /// Looks up the declared type of a task id; empty for an unknown task.
     using TypeLookup = std::function<QString(const QString &)>;
 
+    /// @param typeOf looks up the type of a task.
     explicit TaskRecords(TypeLookup typeOf);
 
     /// The record of a task unit, created if necessary; null when the name is not a task unit's.

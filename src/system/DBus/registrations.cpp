@@ -23,10 +23,10 @@ QString pathKey() { return QStringLiteral("path"); }
 QString typeKey() { return QStringLiteral("type"); }
 
 // Larger than a file with the largest number of sessions that clients may hold.
-constexpr qint64 largestKeptFile = 16 << 20;
+constexpr qint64 largestSavedFile = 16 << 20;
 
 // Path of the file; empty when there is no runtime directory.
-QString keptFile()
+QString savedFile()
 {
     const QString directory = qEnvironmentVariable("RUNTIME_DIRECTORY");
     return directory.isEmpty() ? QString() : directory + QStringLiteral("/registrations.json");
@@ -47,9 +47,9 @@ QString idOf(const QDBusConnection &bus)
 
 } // namespace
 
-bool keepRegistrations(const QDBusConnection &bus, const QVector<Registration> &registrations)
+bool saveRegistrations(const QDBusConnection &bus, const QVector<Registration> &registrations)
 {
-    const QString file = keptFile();
+    const QString file = savedFile();
     const QString busId = registrations.isEmpty() || file.isEmpty() ? QString() : idOf(bus);
     if (busId.isEmpty())
         return false;
@@ -66,10 +66,10 @@ bool keepRegistrations(const QDBusConnection &bus, const QVector<Registration> &
     return kept;
 }
 
-QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus)
+QVector<Registration> restoreRegistrations(const QDBusConnection &bus)
 {
-    const QString path = keptFile();
-    const ForeignFile file = readForeignFile(path, largestKeptFile);
+    const QString path = savedFile();
+    const ForeignFile file = readForeignFile(path, largestSavedFile);
     if (path.isEmpty() || file.state == ForeignFile::Missing)
         return {};
     // Removed before it is used, so that a harmful file is used only once.

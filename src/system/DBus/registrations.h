@@ -23,11 +23,11 @@ struct Registration
 /// directory (RUNTIME_DIRECTORY, which systemd sets) or without registrations.
 /// @param bus the connection that the clients call on.
 /// @return whether something was saved.
-bool keepRegistrations(const QDBusConnection &bus, const QVector<Registration> &registrations);
+bool saveRegistrations(const QDBusConnection &bus, const QVector<Registration> &registrations);
 
 /// Loads and removes the registrations that the previous run saved.
 /// @return an empty list when there are none, when the file is damaged, or when it is from another
 /// bus.
-[[nodiscard]] QVector<Registration> takeKeptRegistrations(const QDBusConnection &bus);
+[[nodiscard]] QVector<Registration> restoreRegistrations(const QDBusConnection &bus);
 
 } // namespace DBus

@@ -21,7 +21,9 @@ public:
     explicit SessionProxy(const QString &path, QObject *parent = nullptr);
     ~SessionProxy() override;
 
+    /// The object path, here and at the user service.
     [[nodiscard]] const QString &path() const;
+    /// Whether no forwarded call is outstanding.
     [[nodiscard]] bool isIdle() const;
     /// Adds or removes one outstanding call.
     void raiseBusy();
@@ -34,6 +36,7 @@ public:
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
 Q_SIGNALS:
+    /// isIdle() has changed.
     void isIdleChanged();
     /// A reply of the user service had an object path.
     /// @param creatorId bus name of the client whose call was answered.

@@ -200,7 +200,7 @@ bool TaskInvokerPrivate::holdsSession(const QString &busName, const QString &tas
 void TaskInvokerPrivate::Client::add(QObject *object)
 {
     if (object == nullptr)
-        staysUntilItLeaves = true;
+        countsUntilItLeaves = true;
     else if (!objects.contains(object))
         objects.append(object);
 }
@@ -250,12 +250,12 @@ void TaskInvokerPrivate::forgetClient(const QString &busName)
     const QList<QObject *> held = leaving->objects;
     clients.erase(leaving);
     for (QObject *object : held)
-        dropProxyOfNobody(object);
+        removeUnusedProxy(object);
     if (clients.isEmpty())
         Q_EMIT q->isIdleChanged();
 }
 
-void TaskInvokerPrivate::dropProxyOfNobody(QObject *object)
+void TaskInvokerPrivate::removeUnusedProxy(QObject *object)
 {
     auto *proxy = qobject_cast<TaskInvokerSessionProxy *>(object);
     const auto isHeld = [object](const Client &client) { return client.objects.contains(object); };
@@ -267,7 +267,7 @@ void TaskInvokerPrivate::forgetObject(QObject *object, const QString &path)
 {
     for (auto client = clients.begin(); client != clients.end();) {
         client->objects.removeOne(object);
-        const bool isDone = client->objects.isEmpty() && !client->staysUntilItLeaves;
+        const bool isDone = client->objects.isEmpty() && !client->countsUntilItLeaves;
         client = isDone ? clients.erase(client) : ++client;
     }
     if (clients.isEmpty())

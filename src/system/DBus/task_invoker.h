@@ -29,6 +29,7 @@ public:
     explicit TaskInvoker(QObject *parent = nullptr);
     ~TaskInvoker() override;
 
+    /// Whether no client holds a session.
     [[nodiscard]] bool isIdle() const;
     /// Runs the callback when the task manager has systemd's lists of units; at once if it has
     /// already.
@@ -42,6 +43,7 @@ public:
     void announceLists();
 
 Q_SIGNALS:
+    /// isIdle() has changed.
     void isIdleChanged();
 
 public Q_SLOTS:

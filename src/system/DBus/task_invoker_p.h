@@ -48,7 +48,7 @@ public:
     void forgetObject(QObject *object, const QString &path);
     /// Removes a proxy that no client holds. Otherwise proxies would accumulate, because the
     /// per-user service may use any number of paths.
-    void dropProxyOfNobody(QObject *object);
+    void removeUnusedProxy(QObject *object);
     /// Unregisters the object at once, and deletes it later from the event loop.
     void removeObject(QObject *object, const QString &path);
 
@@ -61,7 +61,7 @@ public:
         std::optional<uint> user;
         QList<QObject *> objects;
         /// Whether the client counts until it leaves, even when it holds nothing.
-        bool staysUntilItLeaves = false;
+        bool countsUntilItLeaves = false;
 
         void add(QObject *object);
     };

@@ -34,10 +34,10 @@ QVector<Orvane::AvailableTask> declaredTasks(const QString &taskType)
 }
 
 // Half of the limit for all users, so that one user's calls leave room for the others.
-UserShare &openCalls()
+UserQuota &openCalls()
 {
     constexpr int most = 512;
-    static auto *const calls = new UserShare(most);
+    static auto *const calls = new UserQuota(most);
     return *calls;
 }
 
@@ -59,7 +59,7 @@ TaskInvokerSessionPrivate::TaskInvokerSessionPrivate(const QString &type,
 
 const QVector<Orvane::ActiveTask> &TaskInvokerSessionPrivate::currentActiveTasks()
 {
-    if (!std::exchange(activeTasksAreOld, false))
+    if (!std::exchange(areActiveTasksStale, false))
         return activeTasks;
     const Core::RunningTasks running = Core::TaskManager::instance()->runningTasks(taskType);
     if (running.revision != activeTasksRevision) {
@@ -77,12 +77,12 @@ const QVector<Orvane::AvailableTask> &TaskInvokerSessionPrivate::currentAvailabl
     if (!availableTasks) {
         availableTasks = declaredTasks(taskType);
         connect(Core::ApplicationRegistry::instance(), &Core::ApplicationRegistry::manifestsChanged,
-                this, &TaskInvokerSessionPrivate::takeDeclaredTasks);
+                this, &TaskInvokerSessionPrivate::updateAvailableTasks);
     }
     return *availableTasks;
 }
 
-void TaskInvokerSessionPrivate::takeDeclaredTasks()
+void TaskInvokerSessionPrivate::updateAvailableTasks()
 {
     const QVector<Orvane::AvailableTask> declared = declaredTasks(taskType);
     if (std::equal(declared.cbegin(), declared.cend(), availableTasks->cbegin(),
@@ -97,7 +97,7 @@ TaskInvokerSession::TaskInvokerSession(const QString &taskType, QObject *parent)
     , d(std::make_unique<TaskInvokerSessionPrivate>(taskType, this))
 {
     connect(Core::TaskManager::instance(), &Core::TaskManager::systemTasksChanged, this, [this] {
-        d->activeTasksAreOld = true;
+        d->areActiveTasksStale = true;
         Q_EMIT activeTasksChanged();
     });
     new PropertyNotifier(d->connection, pathFor(taskType), this);
@@ -136,14 +136,14 @@ bool TaskInvokerSession::isRefused()
     return true;
 }
 
-UserShare::Place TaskInvokerSession::takePlace()
+UserQuota::Reservation TaskInvokerSession::reserveCall()
 {
-    UserShare::Place place;
+    UserQuota::Reservation reservation;
     const std::optional<uint> user = Clients::instance().userOf(message().service());
     if (user && Core::TaskManager::instance()->hasRoom())
-        place = openCalls().takePlace(*user);
-    if (place)
-        return place;
+        reservation = openCalls().reserve(*user);
+    if (reservation)
+        return reservation;
     setDelayedReply(true);
     sendAnswer(connection(), message(),
                message().createErrorReply(QDBusError::LimitsExceeded,
@@ -157,13 +157,15 @@ int TaskInvokerSession::Start(const QString &fullTaskId, const QVariantMap &star
 {
     if (isRefused())
         return 0;
-    const UserShare::Place place = takePlace();
-    if (!place)
+    const UserQuota::Reservation reservation = reserveCall();
+    if (!reservation)
         return 0;
     setDelayedReply(true);
-    Core::TaskManager::instance()->start(fullTaskId, startupInfo, hints,
-                                         [reply = DelayedReply(message(), connection()), place](
-                                             const Core::Error &error) { reply.finish(error); });
+    Core::TaskManager::instance()->start(
+        fullTaskId, startupInfo, hints,
+        [reply = DelayedReply(message(), connection()), reservation](const Core::Error &error) {
+            reply.finish(error);
+        });
     return 0;
 }
 
@@ -171,13 +173,15 @@ void TaskInvokerSession::Stop(const QString &fullTaskId)
 {
     if (isRefused())
         return;
-    const UserShare::Place place = takePlace();
-    if (!place)
+    const UserQuota::Reservation reservation = reserveCall();
+    if (!reservation)
         return;
     setDelayedReply(true);
-    Core::TaskManager::instance()->stop(fullTaskId,
-                                        [reply = DelayedReply(message(), connection()),
-                                         place](const Core::Error &error) { reply.finish(error); });
+    Core::TaskManager::instance()->stop(
+        fullTaskId,
+        [reply = DelayedReply(message(), connection()), reservation](const Core::Error &error) {
+            reply.finish(error);
+        });
 }
 
 void TaskInvokerSession::CloseSession()

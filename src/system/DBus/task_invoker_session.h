@@ -1,7 +1,7 @@
 #pragma once
 
 #include "common/DBus/types.h"
-#include "system/DBus/user_share.h"
+#include "system/DBus/user_quota.h"
 
 #include <QDBusContext>
 #include <QObject>
@@ -33,6 +33,7 @@ public:
     TaskInvokerSession(const QString &taskType, QObject *parent);
     ~TaskInvokerSession() override;
 
+    /// The type whose tasks the session serves.
     [[nodiscard]] const QString &taskType() const;
     /// The object path of a type's session. Not a valid object path for every task type.
     [[nodiscard]] static QString pathFor(const QString &taskType);
@@ -42,7 +43,9 @@ public:
     [[nodiscard]] QVector<ActiveTask> activeTasks() const;
 
 Q_SIGNALS:
+    /// A task of any type may have changed; the list may be equal.
     void activeTasksChanged();
+    /// The list has changed.
     void availableTasksChanged();
     /// A client closed the session.
     void sessionClosed();
@@ -63,7 +66,7 @@ private:
     /// Counts the current call among the calls to systemd without an outcome, until the result is
     /// destroyed. Null when the caller's user or all users together have too many; the call has
     /// then been answered.
-    [[nodiscard]] UserShare::Place takePlace();
+    [[nodiscard]] UserQuota::Reservation reserveCall();
 
     std::unique_ptr<TaskInvokerSessionPrivate> const d;
 };

@@ -25,13 +25,13 @@ public:
     [[nodiscard]] const QVector<Orvane::ActiveTask> &currentActiveTasks();
     [[nodiscard]] const QVector<Orvane::AvailableTask> &currentAvailableTasks();
     /// To be called after a scan. Announces the list if it has changed.
-    void takeDeclaredTasks();
+    void updateAvailableTasks();
 
     QDBusConnection connection;
     const QString taskType;
     QVector<Orvane::ActiveTask> activeTasks;
     /// Whether the task manager has reported changes since the list was made.
-    bool activeTasksAreOld = true;
+    bool areActiveTasksStale = true;
     /// Revision of the running tasks that the list was made from; 0 when none were running.
     quint64 activeTasksRevision = 0;
     /// Nothing before the first call.

@@ -42,7 +42,7 @@ bool writeRuntimeConfig(const QString &filePath, const QString &appId, int uid, 
     // new setting is there. A link is replaced and not followed, because its target may be outside
     // the store.
     const FileWrite result = writeFileAtomically(filePath, settingText(appId, uid, enabled),
-                                                 FileReaders::Everybody, OddPlaces::Replaced);
+                                                 FileReaders::Everybody, SpecialFiles::Replace);
     if (result == FileWrite::Written)
         return true;
     removeMadeDirectories(madeDirectories);

@@ -21,9 +21,11 @@ public:
     /// @param manager the store; not owned.
     explicit DBusInterface(Manager *manager, QObject *parent = nullptr);
 
+    /// True except for a moment in each call, which restarts the idle time.
     [[nodiscard]] bool isIdle() const { return m_isIdle; }
 
 Q_SIGNALS:
+    /// isIdle() has changed.
     void isIdleChanged();
 
 public Q_SLOTS:

@@ -7,7 +7,7 @@
 #include "common/places.h"
 #include "system/autostart/config_file.h"
 #include "system/autostart/removal.h"
-#include "system/autostart/user_question.h"
+#include "system/autostart/user_list_query.h"
 #include "system/autostart/users.h"
 
 #include <QDBusConnection>
@@ -31,8 +31,8 @@ QFileInfoList settingsIn(const QDir &directory)
 QStringList removeOverrides(const QString &runtimeDirectory, const QDir &directory)
 {
     QStringList kept;
-    const HeldDirectory held(directory.path());
-    const bool reached = liesBelow(runtimeDirectory, directory.path());
+    const OpenDirectory held(directory.path());
+    const bool reached = isBelow(runtimeDirectory, directory.path());
     const QFileInfoList files = settingsIn(directory);
     for (const QFileInfo &file : files) {
         const bool isNew = file.fileName() == allUsersFile();
@@ -46,7 +46,7 @@ QStringList removeOverrides(const QString &runtimeDirectory, const QDir &directo
 }
 
 // The base names of the files that cannot be removed.
-QStringList fixedSettings(const QDir &directory)
+QStringList unremovableSettings(const QDir &directory)
 {
     QStringList fixed;
     const QFileInfoList files = settingsIn(directory);
@@ -63,12 +63,12 @@ Manager::Manager(const Places &places, Core::Findings &findings, Users users)
     : m_settings(places, findings)
     , m_runtimeDirectory(places.runtimeAutostartFolder())
 {
-    if (users == Users::Awaited) {
+    if (users == Users::WaitFor) {
         cleanupRemovedUsers();
         return;
     }
-    m_question = std::make_unique<UserQuestion>();
-    QObject::connect(m_question.get(), &UserQuestion::answered, m_question.get(),
+    m_query = std::make_unique<UserListQuery>();
+    QObject::connect(m_query.get(), &UserListQuery::answered, m_query.get(),
                      [this](const QDBusMessage &answer) {
                          m_answer = answer;
                          cleanupRemovedUsers();
@@ -80,11 +80,11 @@ Manager::~Manager() = default;
 Manager *Manager::instance()
 {
     static auto *manager =
-        new Manager(Places::ofProcess(), Core::LoggedFindings::instance(), Users::AskedFor);
+        new Manager(Places::ofProcess(), Core::LoggedFindings::instance(), Users::Request);
     return manager;
 }
 
-QObject *Manager::question() const { return m_question.get(); }
+QObject *Manager::userListQuery() const { return m_query.get(); }
 
 bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
 {
@@ -95,8 +95,8 @@ bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
     const QDir directory(QDir(m_runtimeDirectory).absoluteFilePath(appId));
     if (uid != allUsers) {
         // The list of users that was requested may be older than this user.
-        if (m_question && !m_question->isIdle())
-            m_setMeanwhile.insert(userFile(uid));
+        if (m_query && !m_query->isIdle())
+            m_writtenMeanwhile.insert(userFile(uid));
         return writeRuntimeConfig(directory.filePath(userFile(uid)), appId, uid, enabled);
     }
 
@@ -105,7 +105,7 @@ bool Manager::setEnabled(int uid, const QString &appId, bool enabled)
     const bool written =
         writeRuntimeConfig(directory.filePath(allUsersFile()), appId, uid, enabled);
     const QStringList kept =
-        written ? removeOverrides(m_runtimeDirectory, directory) : fixedSettings(directory);
+        written ? removeOverrides(m_runtimeDirectory, directory) : unremovableSettings(directory);
     for (const QString &user : kept)
         qWarning() << "couldn't disable autostart of" << appId << "for" << user << "uid";
     return written;
@@ -135,7 +135,7 @@ void Manager::cleanupRemovedUsers()
         qWarning() << "couldn't get available users list:" << error;
         return;
     }
-    QSet<QString> keep = m_setMeanwhile;
+    QSet<QString> keep = m_writtenMeanwhile;
     keep.insert(allUsersFile());
     for (const quint32 user : qAsConst(users))
         keep.insert(userFile(user));

@@ -15,7 +15,7 @@ struct Places;
 
 namespace Autostart {
 
-class UserQuestion;
+class UserListQuery;
 
 /// The autostart settings: which applications start automatically for which user. There are
 /// read-only settings that the system ships, and settings that the daemon writes, one in each file.
@@ -30,14 +30,14 @@ public:
     /// How the constructor gets the list of existing users.
     enum class Users {
         /// Blocks until it has the list.
-        Awaited,
+        WaitFor,
         /// Requests the list, and uses it when it arrives in the event loop.
-        AskedFor
+        Request
     };
 
     /// Removes the settings of users that no longer exist, when it has the list of users.
     /// @param findings has to outlive this object.
-    Manager(const Places &places, Core::Findings &findings, Users users = Users::Awaited);
+    Manager(const Places &places, Core::Findings &findings, Users users = Users::WaitFor);
     ~Manager();
     Q_DISABLE_COPY(Manager)
     /// The instance of this process, for Places::ofProcess(). Made by the first call, which
@@ -46,7 +46,7 @@ public:
 
     /// For the inactivity timer: an object that is not idle while the list of users is awaited.
     /// Valid as long as this object; null when the constructor waited for the list.
-    [[nodiscard]] QObject *question() const;
+    [[nodiscard]] QObject *userListQuery() const;
 
     /// Sets autostart of an application for one user, or with allUsers for every user, which
     /// replaces the settings of single users.
@@ -67,11 +67,11 @@ public:
 private:
     const Settings m_settings;
     const QString m_runtimeDirectory;
-    std::unique_ptr<UserQuestion> m_question;
+    std::unique_ptr<UserListQuery> m_query;
     /// The user manager's answer, until it is used.
     std::optional<QDBusMessage> m_answer;
     /// Names of users' files that were written while the list of users was awaited.
-    QSet<QString> m_setMeanwhile;
+    QSet<QString> m_writtenMeanwhile;
 };
 
 } // namespace Autostart

@@ -24,7 +24,7 @@ bool isNoDirectory(const QString &path)
 
 } // namespace
 
-bool liesBelow(const QString &directory, const QString &path)
+bool isBelow(const QString &directory, const QString &path)
 {
     const QString root = QFileInfo(directory).canonicalFilePath();
     const QString place = QFileInfo(path).canonicalFilePath();
@@ -61,7 +61,7 @@ bool removeBelow(const QString &directory, const QString &name)
         const QString target = QFileInfo(place).canonicalFilePath();
         if (target.isEmpty())
             return isNoDirectory(place);
-        if (!liesBelow(directory, target))
+        if (!isBelow(directory, target))
             return false;
         place = target;
     }

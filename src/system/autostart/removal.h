@@ -6,7 +6,7 @@ namespace Autostart {
 
 /// Whether a path is the directory or below it, with all symbolic links resolved. False when one of
 /// the two does not exist. Usable from any thread.
-[[nodiscard]] bool liesBelow(const QString &directory, const QString &path);
+[[nodiscard]] bool isBelow(const QString &directory, const QString &path);
 
 /// Removes a directory and everything in it. Usable from any thread.
 /// @param name path of it below `directory`. Not checked: it may be empty or have slashes and dots,

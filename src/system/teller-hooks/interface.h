@@ -23,9 +23,11 @@ public:
     /// @param tasks stops the background tasks and removes their files.
     DBusInterface(CleanUp autostart, CleanUp tasks, QObject *parent = nullptr);
 
+    /// True except for a moment in each call, which restarts the idle time.
     [[nodiscard]] bool isIdle() const { return m_isIdle; }
 
 Q_SIGNALS:
+    /// isIdle() has changed.
     void isIdleChanged();
 
 public Q_SLOTS:

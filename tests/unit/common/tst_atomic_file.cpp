@@ -77,7 +77,7 @@ private Q_SLOTS:
     void writesANewFile();
     void replacesAnOldFile();
     void isReadableByEverybodyWhateverTheUmaskIs();
-    void opensAnOldFileUpToEverybody();
+    void makesAnOldFileReadableByEverybody();
     void leavesReadersOfTheOldFileWithTheOldText();
     void keepsALinkAndReplacesWhatItPointsTo();
     void cannotOpenInAMissingDirectory();
@@ -91,7 +91,7 @@ private Q_SLOTS:
     void writesIntoAPipeInsteadOfReplacingIt();
     void doesNotWaitForTheReaderOfAPipe();
     void saysWhenADeviceDoesNotTakeTheText();
-    void aPreparedTextIsGoneUnlessItTakesItsPlace();
+    void removesAPreparedFileThatIsNotCommitted();
     void knowsWhatItLeftUnfinished_data();
     void knowsWhatItLeftUnfinished();
 
@@ -142,7 +142,7 @@ void TestAtomicFile::isReadableByEverybodyWhateverTheUmaskIs()
     QCOMPARE(modeOf(file()), mode_t(0644));
 }
 
-void TestAtomicFile::opensAnOldFileUpToEverybody()
+void TestAtomicFile::makesAnOldFileReadableByEverybody()
 {
     fill(file(), "old");
     QCOMPARE(::chmod(QFile::encodeName(file()).constData(), 0600), 0);
@@ -279,7 +279,7 @@ void TestAtomicFile::saysWhenADeviceDoesNotTakeTheText()
     QCOMPARE(writeFileAtomically(path, "text"), FileWrite::Incomplete);
 }
 
-void TestAtomicFile::aPreparedTextIsGoneUnlessItTakesItsPlace()
+void TestAtomicFile::removesAPreparedFileThatIsNotCommitted()
 {
     fill(file(), "old");
     {

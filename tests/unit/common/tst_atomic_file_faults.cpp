@@ -25,10 +25,10 @@ bool fill(const QString &path, const QByteArray &text)
 }
 
 /// A folder with something in the file's place.
-class Stand
+class Fixture
 {
 public:
-    explicit Stand(const QString &inPlace)
+    explicit Fixture(const QString &inPlace)
     {
         m_isMade = m_folder.isValid();
         if (inPlace == QLatin1String("a file"))
@@ -63,33 +63,33 @@ private:
 };
 
 // Returns whether the call was reached.
-bool writeWithAFault(const QString &inPlace, OddPlaces places, int which, int error)
+bool writeWithAFault(const QString &inPlace, SpecialFiles special, int which, int error)
 {
-    const Stand stand(inPlace);
-    const QByteArray before = contentOf(stand.file());
-    const QString link = stand.linkTarget();
+    const Fixture fixture(inPlace);
+    const QByteArray before = contentOf(fixture.file());
+    const QString link = fixture.linkTarget();
     QString failed;
     FileWrite result = FileWrite::Written;
     {
         const FileFaults faults(which, error);
-        result = writeFileAtomically(stand.file(), "new", FileReaders::Everybody, places);
+        result = writeFileAtomically(fixture.file(), "new", FileReaders::Everybody, special);
         failed = faults.failed();
     }
     const auto check = [&] {
-        QVERIFY(stand.isMade());
-        const QByteArray now = contentOf(stand.file());
+        QVERIFY(fixture.isMade());
+        const QByteArray now = contentOf(fixture.file());
         const bool isNew = now == "new";
         QVERIFY2(isNew || now == before,
                  qPrintable(failed + QLatin1String(": ") + QString::fromUtf8(now)));
         QVERIFY2(result != FileWrite::Written || isNew, qPrintable(failed));
         QVERIFY2(result != FileWrite::CannotOpen || !isNew, qPrintable(failed));
         QVERIFY2(result != FileWrite::Incomplete || !isNew, qPrintable(failed));
-        const bool keepsLink = !isNew || places == OddPlaces::WrittenThrough;
-        QVERIFY2(!keepsLink || stand.linkTarget() == link, qPrintable(failed));
-        QVERIFY2(isNew || stand.names() == stand.namesBefore(), qPrintable(failed));
+        const bool keepsLink = !isNew || special == SpecialFiles::WriteThrough;
+        QVERIFY2(!keepsLink || fixture.linkTarget() == link, qPrintable(failed));
+        QVERIFY2(isNew || fixture.names() == fixture.namesBefore(), qPrintable(failed));
         // A temporary file that cannot be removed is left until the daemon starts again.
         QVERIFY2(failed.startsWith(QLatin1String("unlink"))
-                     || stand.names().filter(QStringLiteral(".orvane.")).isEmpty(),
+                     || fixture.names().filter(QStringLiteral(".orvane.")).isEmpty(),
                  qPrintable(failed));
     };
     check();
@@ -106,8 +106,8 @@ private Q_SLOTS:
     void leavesTheOldFileOrTheNew_data();
     void leavesTheOldFileOrTheNew();
     void keepsTheOldFileWhenTheDiskDoesNotTakeTheName();
-    void takesAFileSystemThatCannotSyncFoldersForSafe();
-    void changesNothingWhenTheFolderCannotBeHeld();
+    void acceptsAFileSystemThatCannotSyncFolders();
+    void changesNothingWhenTheFolderCannotBeOpened();
     void hasTheFolderOnTheDiskAtTheEnd_data();
     void hasTheFolderOnTheDiskAtTheEnd();
     void replacesALinkWhenTold();
@@ -123,9 +123,9 @@ void TestAtomicFileFaults::leavesTheOldFileOrTheNew()
                               QStringLiteral("a link to a file"),
                               QStringLiteral("a link to nothing")};
     for (const QString &what : inPlace) {
-        for (const OddPlaces places : {OddPlaces::WrittenThrough, OddPlaces::Replaced})
+        for (const SpecialFiles special : {SpecialFiles::WriteThrough, SpecialFiles::Replace})
             withEveryCallFailing(
-                [&](int which) { return writeWithAFault(what, places, which, error); });
+                [&](int which) { return writeWithAFault(what, special, which, error); });
     }
 }
 
@@ -135,9 +135,9 @@ namespace {
 int numberOf(const QString &call)
 {
     for (int which = 0;; ++which) {
-        const Stand stand(QStringLiteral("a file"));
+        const Fixture fixture(QStringLiteral("a file"));
         const FileFaults faults(which, EIO);
-        (void)writeFileAtomically(stand.file(), "new");
+        (void)writeFileAtomically(fixture.file(), "new");
         if (!faults.hasFired())
             return -1;
         if (faults.failed().startsWith(call)
@@ -152,36 +152,36 @@ void TestAtomicFileFaults::keepsTheOldFileWhenTheDiskDoesNotTakeTheName()
 {
     const int sync = numberOf(QStringLiteral("fsync"));
     QVERIFY(sync >= 0);
-    const Stand stand(QStringLiteral("a file"));
+    const Fixture fixture(QStringLiteral("a file"));
     {
         const FileFaults faults(sync, EIO);
-        QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::Incomplete);
+        QCOMPARE(writeFileAtomically(fixture.file(), "new"), FileWrite::Incomplete);
     }
-    QFile file(stand.file());
+    QFile file(fixture.file());
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), QByteArray("old"));
 }
 
-void TestAtomicFileFaults::takesAFileSystemThatCannotSyncFoldersForSafe()
+void TestAtomicFileFaults::acceptsAFileSystemThatCannotSyncFolders()
 {
     const int sync = numberOf(QStringLiteral("fsync"));
     QVERIFY(sync >= 0);
-    const Stand stand(QStringLiteral("a file"));
+    const Fixture fixture(QStringLiteral("a file"));
     const FileFaults faults(sync, EINVAL);
-    QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::Written);
+    QCOMPARE(writeFileAtomically(fixture.file(), "new"), FileWrite::Written);
 }
 
-void TestAtomicFileFaults::changesNothingWhenTheFolderCannotBeHeld()
+void TestAtomicFileFaults::changesNothingWhenTheFolderCannotBeOpened()
 {
     const int open = numberOf(QStringLiteral("open"));
     QVERIFY(open >= 0);
-    const Stand stand(QStringLiteral("a file"));
+    const Fixture fixture(QStringLiteral("a file"));
     {
         const FileFaults faults(open, EMFILE);
-        QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::CannotOpen);
+        QCOMPARE(writeFileAtomically(fixture.file(), "new"), FileWrite::CannotOpen);
         QCOMPARE(faults.changes(), QStringList());
     }
-    QCOMPARE(contentOf(stand.file()), QByteArray("old"));
+    QCOMPARE(contentOf(fixture.file()), QByteArray("old"));
 }
 
 void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd_data()
@@ -198,9 +198,9 @@ void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd()
     QFETCH(QString, inPlace);
     QFETCH(QString, folder);
 
-    const Stand stand(inPlace);
+    const Fixture fixture(inPlace);
     const FileFaults watched;
-    QCOMPARE(writeFileAtomically(stand.file(), "new"), FileWrite::Written);
+    QCOMPARE(writeFileAtomically(fixture.file(), "new"), FileWrite::Written);
     const QStringList changes = watched.changes();
     QCOMPARE(changes.size(), 4);
     // The text is synced first, because a name without its text would be half a file after a crash.
@@ -209,7 +209,7 @@ void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd()
              qPrintable(changes.at(0)));
     QVERIFY2(changes.at(1).startsWith(QLatin1String("rename ")), qPrintable(changes.at(1)));
     QCOMPARE(changes.at(2),
-             QStringLiteral("fsync ") + QFileInfo(stand.file()).absolutePath() + folder);
+             QStringLiteral("fsync ") + QFileInfo(fixture.file()).absolutePath() + folder);
     // The old file is removed last, because it is restored after a failure.
     QVERIFY2(changes.at(3).startsWith(QLatin1String("unlink ")), qPrintable(changes.at(3)));
 }
@@ -217,21 +217,22 @@ void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd()
 void TestAtomicFileFaults::replacesALinkWhenTold()
 {
     for (const char *what : {"a link to a file", "a link to nothing"}) {
-        const Stand stand(QString::fromLatin1(what));
-        QCOMPARE(
-            writeFileAtomically(stand.file(), "new", FileReaders::Everybody, OddPlaces::Replaced),
-            FileWrite::Written);
-        QCOMPARE(stand.linkTarget(), QString());
-        QCOMPARE(contentOf(stand.file()), QByteArray("new"));
+        const Fixture fixture(QString::fromLatin1(what));
+        QCOMPARE(writeFileAtomically(fixture.file(), "new", FileReaders::Everybody,
+                                     SpecialFiles::Replace),
+                 FileWrite::Written);
+        QCOMPARE(fixture.linkTarget(), QString());
+        QCOMPARE(contentOf(fixture.file()), QByteArray("new"));
     }
 }
 
 void TestAtomicFileFaults::leavesWhatAReplacedLinkLedTo()
 {
-    const Stand stand(QStringLiteral("a link to a file"));
-    const QString target = stand.linkTarget();
-    QCOMPARE(writeFileAtomically(stand.file(), "new", FileReaders::Everybody, OddPlaces::Replaced),
-             FileWrite::Written);
+    const Fixture fixture(QStringLiteral("a link to a file"));
+    const QString target = fixture.linkTarget();
+    QCOMPARE(
+        writeFileAtomically(fixture.file(), "new", FileReaders::Everybody, SpecialFiles::Replace),
+        FileWrite::Written);
     QCOMPARE(contentOf(target), QByteArray("old"));
 }
 

@@ -49,9 +49,9 @@ private:
     }
     void look(const std::function<void()> &naming)
     {
-        watcher->beginLook();
+        watcher->beginScan();
         naming();
-        watcher->endLook();
+        watcher->endScan();
         changes.clear();
     }
     /// Whether a change of the path is reported, of this kind or of an unknown kind.
@@ -266,10 +266,10 @@ namespace {
 
 void look(DirectoryWatcher &watcher, const QStringList &directories)
 {
-    watcher.beginLook();
+    watcher.beginScan();
     for (const QString &directory : directories)
         watcher.watchDirectory(directory);
-    watcher.endLook();
+    watcher.endScan();
 }
 
 // Runs in a child process, because it uses up all inotify watches of its process. Returns the

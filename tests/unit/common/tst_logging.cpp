@@ -74,7 +74,7 @@ private Q_SLOTS:
     void losesLinesRatherThanWaitForAReader();
     void saysHowManyLinesWereLost();
     void outlivesTheReader();
-    void writesToNothingThatTookItsPlace();
+    void writesToNoFileThatGotItsNumber();
 
 private:
     /// The lines that this program logs in a child process; standard error is a file.
@@ -183,7 +183,7 @@ void TestLogging::outlivesTheReader()
     QCOMPARE(process.exitCode(), 0);
 }
 
-void TestLogging::writesToNothingThatTookItsPlace()
+void TestLogging::writesToNoFileThatGotItsNumber()
 {
     QTemporaryFile file;
     QVERIFY(file.open());

@@ -11,9 +11,9 @@ private Q_SLOTS:
     void cleanup();
 
     void isEmptyWhenUnset();
-    void isTheValueAsItStands_data();
-    void isTheValueAsItStands();
-    void isReadAnewEachTime();
+    void isTheUnchangedValue_data();
+    void isTheUnchangedValue();
+    void isReadAtEachCall();
 
 private:
     bool wasSet = false;
@@ -40,7 +40,7 @@ void TestRootPath::isEmptyWhenUnset()
     QCOMPARE(rootPrefix(), QString());
 }
 
-void TestRootPath::isTheValueAsItStands_data()
+void TestRootPath::isTheUnchangedValue_data()
 {
     QTest::addColumn<QByteArray>("value");
     QTest::addColumn<QString>("prefix");
@@ -51,7 +51,7 @@ void TestRootPath::isTheValueAsItStands_data()
     QTest::newRow("UTF-8") << QByteArray("/mnt/caf\xc3\xa9") << QStringLiteral("/mnt/caf\u00e9");
 }
 
-void TestRootPath::isTheValueAsItStands()
+void TestRootPath::isTheUnchangedValue()
 {
     QFETCH(QByteArray, value);
     QFETCH(QString, prefix);
@@ -59,7 +59,7 @@ void TestRootPath::isTheValueAsItStands()
     QCOMPARE(rootPrefix(), prefix);
 }
 
-void TestRootPath::isReadAnewEachTime()
+void TestRootPath::isReadAtEachCall()
 {
     qputenv("ORVANE_ROOTFS", "/one");
     QCOMPARE(rootPrefix(), QStringLiteral("/one"));

@@ -42,13 +42,13 @@ class TestInactivityTimer : public QObject
 private Q_SLOTS:
     void firesAfterTheIdleTime();
     void firesOnce();
-    void startsAnewWhenIdleAgain();
-    void startsAnewAtEachWordOfIdleness();
+    void restartsWhenIdleAgain();
+    void restartsAtEachSignalOfAnIdleObject();
     void doesNotFireWhileOneIsBusy();
     void asksAgainWhenTheTimeIsUp();
     void forgetsDestroyedObjects();
     void takesAnObjectWithoutThePropertyAsBusy();
-    void watchesNothingGladly();
+    void ignoresANullObject();
     void neverFiresWithANegativeTime();
     void hasOneSignalAndOneSlot();
 
@@ -94,7 +94,7 @@ void TestInactivityTimer::firesOnce()
     QVERIFY(fired.wait(timeoutMs));
 }
 
-void TestInactivityTimer::startsAnewWhenIdleAgain()
+void TestInactivityTimer::restartsWhenIdleAgain()
 {
     Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
@@ -110,7 +110,7 @@ void TestInactivityTimer::startsAnewWhenIdleAgain()
     QVERIFY(clock.elapsed() >= idleMs - 1);
 }
 
-void TestInactivityTimer::startsAnewAtEachWordOfIdleness()
+void TestInactivityTimer::restartsAtEachSignalOfAnIdleObject()
 {
     Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);
@@ -187,7 +187,7 @@ void TestInactivityTimer::takesAnObjectWithoutThePropertyAsBusy()
     QCOMPARE(fired.size(), 0);
 }
 
-void TestInactivityTimer::watchesNothingGladly()
+void TestInactivityTimer::ignoresANullObject()
 {
     Orvane::InactivityTimer timer(idleMs);
     QSignalSpy fired(&timer, &Orvane::InactivityTimer::timeout);

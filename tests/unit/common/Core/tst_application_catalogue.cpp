@@ -22,10 +22,10 @@ private Q_SLOTS:
     void init();
 
     void knowsNothingByDefault();
-    void isAValueOfOneLook();
+    void doesNotChangeAfterTheScan();
     void makesAListOfOneTypeOnce();
     void tellsWhichFilesAreShadowed();
-    void tellsWhichFileANameMeans();
+    void tellsWhichFileANameRefersTo();
     void tellsWhichFilesAreNoEntries();
     void announcesWhatItReadsBeforeItReadsIt();
     void findsThePackagesOfAnImageBehindItsLinks();
@@ -94,7 +94,7 @@ void TestApplicationCatalogue::readsNothingButTheTasksWhereAskedTo()
         const ApplicationCatalogue next(placesOf(*root), findings, records);
         QCOMPARE(records.readCount(), look);
     }
-    QVERIFY(!records.isKeepingDue());
+    QVERIFY(!records.hasUnsavedChanges());
 }
 
 void TestApplicationCatalogue::knowsNothingByDefault()
@@ -104,7 +104,7 @@ void TestApplicationCatalogue::knowsNothingByDefault()
     QVERIFY(!catalogue.task(ApplicationTaskId(QStringLiteral("a.b.task_c"))).taskId.isValid());
 }
 
-void TestApplicationCatalogue::isAValueOfOneLook()
+void TestApplicationCatalogue::doesNotChangeAfterTheScan()
 {
     root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
     const ApplicationCatalogue before = scan();
@@ -155,7 +155,7 @@ void TestApplicationCatalogue::tellsWhichFilesAreShadowed()
     QCOMPARE(findings.all.constFirst().file, system("aaa.desktop"));
 }
 
-void TestApplicationCatalogue::tellsWhichFileANameMeans()
+void TestApplicationCatalogue::tellsWhichFileANameRefersTo()
 {
     root->write(belowHome("app.desktop"), entryOf("Mine"));
     root->write(below("app.desktop"), entryOf("Systems"));

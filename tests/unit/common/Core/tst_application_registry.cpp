@@ -1,7 +1,7 @@
 #include "common/Core/application_registry.h"
 #include "common/Core/findings.h"
 #include "common/Core/task_bounds.h"
-#include "common/look_pace.h"
+#include "common/scan_throttle.h"
 #include "support/descriptor_limit.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
@@ -45,16 +45,16 @@ private Q_SLOTS:
     void noticesARewrittenEntryAfterAReplacement();
     void noticesEachKindOfChange_data();
     void noticesEachKindOfChange();
-    void noticesThatTheDirectoryGoesAndComesBack();
+    void noticesThatTheDirectoryIsRemovedAndMadeAgain();
     void noticesADirectoryThatIsMadeLater();
     void keepsWhatItKnowsWhileItCannotRead();
     void keepsWhatItKnowsOfADirectoryThatItCannotList();
     void keepsAnEntryThatItCannotRead();
     void forgetsADirectoryThatIsGone();
     void loadsTheVersionOverridesLater();
-    void looksAgainAtWhatIsWrittenInPieces();
-    void looksSeldomWhilePackagesAreInstalled();
-    void readsAManifestAnewWhenItLooks();
+    void scansAgainWhileAnEntryIsWritten();
+    void scansSeldomWhilePackagesAreInstalled();
+    void readsAManifestAgainAtAScan();
     void prefersTheEarlierDirectory();
     void prefersTheFirstFileByName();
     void prefersTheFileThatIsNamedByItsId();
@@ -324,7 +324,7 @@ void TestApplicationRegistry::noticesEachKindOfChange()
     QCOMPARE(knows("com.example.Notes"), !type.isEmpty());
 }
 
-void TestApplicationRegistry::noticesThatTheDirectoryGoesAndComesBack()
+void TestApplicationRegistry::noticesThatTheDirectoryIsRemovedAndMadeAgain()
 {
     root->writeApplication(QStringLiteral("Notes"), {});
     load();
@@ -426,7 +426,7 @@ void TestApplicationRegistry::loadsTheVersionOverridesLater()
                  1);
 }
 
-void TestApplicationRegistry::looksAgainAtWhatIsWrittenInPieces()
+void TestApplicationRegistry::scansAgainWhileAnEntryIsWritten()
 {
     load();
     QFile entry(root->path(QStringLiteral("/usr/share/applications/notes.desktop")));
@@ -437,7 +437,7 @@ void TestApplicationRegistry::looksAgainAtWhatIsWrittenInPieces()
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
 }
 
-void TestApplicationRegistry::looksSeldomWhilePackagesAreInstalled()
+void TestApplicationRegistry::scansSeldomWhilePackagesAreInstalled()
 {
     load();
     QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
@@ -451,12 +451,12 @@ void TestApplicationRegistry::looksSeldomWhilePackagesAreInstalled()
     }
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.App59"), 30000);
     // At once, soon once more, then at the limited rate.
-    const auto most = 2 + time.elapsed() / LookPace::longGap + 1;
+    const auto most = 2 + time.elapsed() / ScanThrottle::longGap + 1;
     QVERIFY2(changed.size() <= most, qPrintable(QString::number(changed.size())));
     QVERIFY(knows("com.example.App0"));
 }
 
-void TestApplicationRegistry::readsAManifestAnewWhenItLooks()
+void TestApplicationRegistry::readsAManifestAgainAtAScan()
 {
     root->writeApplication(QStringLiteral("Notes"), {});
     load();

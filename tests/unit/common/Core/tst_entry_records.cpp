@@ -43,8 +43,8 @@ private Q_SLOTS:
     void readsAgainWhatWasChangedJustBefore();
     void readsAgainWhatWasChangedBeforeItWasWatched_data();
     void readsAgainWhatWasChangedBeforeItWasWatched();
-    void readsAgainWhatThereIsSomethingToSayOf_data();
-    void readsAgainWhatThereIsSomethingToSayOf();
+    void readsAgainEntriesWithFindings_data();
+    void readsAgainEntriesWithFindings();
     void forgetsWhatIsGone();
 
 private:
@@ -181,7 +181,7 @@ void TestEntryRecords::readsAgainWhatWasChangedBeforeItWasWatched()
              (QStringList{QStringLiteral("late"), QStringLiteral("sync")}));
 }
 
-void TestEntryRecords::readsAgainWhatThereIsSomethingToSayOf_data()
+void TestEntryRecords::readsAgainEntriesWithFindings_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QByteArray>("text");
@@ -194,7 +194,7 @@ void TestEntryRecords::readsAgainWhatThereIsSomethingToSayOf_data()
         << QString::fromLatin1(package) + QStringLiteral("manifest.json") << QByteArray("{");
 }
 
-void TestEntryRecords::readsAgainWhatThereIsSomethingToSayOf()
+void TestEntryRecords::readsAgainEntriesWithFindings()
 {
     QFETCH(QString, path);
     QFETCH(QByteArray, text);

@@ -133,7 +133,7 @@ private Q_SLOTS:
     void saysWhichAutostartSettingsAreTooMuch();
     void saysWhereAManifestBreaksItsSyntax();
     void saysWhoseTasksAreTooManyOfOneType();
-    void saysNothingOfHonestFiles();
+    void findsNothingInValidFiles();
     void hasASampleForEveryRule();
     void namesNoRuleTwice();
 };
@@ -221,7 +221,7 @@ void TestReaderFindings::saysWhoseTasksAreTooManyOfOneType()
     QVERIFY(findings.constFirst().file.endsWith(QLatin1String(".desktop")));
 }
 
-void TestReaderFindings::saysNothingOfHonestFiles()
+void TestReaderFindings::findsNothingInValidFiles()
 {
     const TempRoot root;
     root.write(QString::fromLatin1(entryPath),

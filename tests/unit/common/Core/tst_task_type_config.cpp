@@ -61,7 +61,7 @@ void TestTaskTypeConfig::saysWhetherItWorksInSession_data()
     QTest::newRow("no group") << QByteArray("WorksInSession=false\n") << true;
     QTest::newRow("far too large")
         << QByteArray("[TaskType]\nWorksInSession=false\n") + QByteArray(2 << 20, ';') << true;
-    QTest::newRow("a value that ends who deserialises it")
+    QTest::newRow("a value that would crash a deserialiser")
         << "[TaskType]\nWorksInSession=" + OddFile::fatalValue() + "\n"
         << false;
     QTest::newRow("a harmless object")

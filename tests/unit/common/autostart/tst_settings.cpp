@@ -60,15 +60,15 @@ private Q_SLOTS:
     void readsBooleansAsTheSettingsLibraryDoes_data();
     void readsBooleansAsTheSettingsLibraryDoes();
     void readsAtMostAFewMebibytes();
-    void leavesOutIdsThatAreNone();
+    void leavesOutInvalidIds();
     void reachesTheLastOfManyAndDeepDirectories();
     void tellsWhichFileOfWhichLayerDecides_data();
     void tellsWhichFileOfWhichLayerDecides();
     void tellsEveryFileOfALayer();
     void tellsTheLayersOfEveryApplication();
     void leavesTheStoreAsItIs();
-    void reportsWhatIsReadOtherwiseThanItLooks_data();
-    void reportsWhatIsReadOtherwiseThanItLooks();
+    void reportsWhatIsReadDifferentlyThanWritten_data();
+    void reportsWhatIsReadDifferentlyThanWritten();
 
 private:
     QString path(const QString &relative = {}) const { return m_directory->filePath(relative); }
@@ -95,7 +95,7 @@ void TestSettings::readsGroupsForEverybodyAndForOneUser_data()
     QTest::newRow("missing") << QByteArray("[a.b]\nother=true\n") << EnabledMap{{id, false}};
     QTest::newRow("unreadable") << QByteArray("[a.b]\nautostart=@Variant(x)\n")
                                 << EnabledMap{{id, false}};
-    QTest::newRow("a value that ends who deserialises it")
+    QTest::newRow("a value that would crash a deserialiser")
         << "[a.b]\nautostart=" + OddFile::fatalValue() + "\n"
         << EnabledMap{{id, false}};
     QTest::newRow("this user") << QByteArray("[a.b%7C5]\nautostart=true\n")
@@ -244,7 +244,7 @@ void TestSettings::readsAtMostAFewMebibytes()
     QVERIFY(enabled.size() < 7);
 }
 
-void TestSettings::leavesOutIdsThatAreNone()
+void TestSettings::leavesOutInvalidIds()
 {
     QVERIFY(write(path(QStringLiteral("x.conf")),
                   "[a.b" + QByteArray(100000, 'x') + "]\nautostart=true\n[a.b]\nautostart=true\n"));
@@ -362,7 +362,7 @@ void TestSettings::leavesTheStoreAsItIs()
     QVERIFY(QFileInfo::exists(file));
 }
 
-void TestSettings::reportsWhatIsReadOtherwiseThanItLooks_data()
+void TestSettings::reportsWhatIsReadDifferentlyThanWritten_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("rule");
@@ -381,7 +381,7 @@ void TestSettings::reportsWhatIsReadOtherwiseThanItLooks_data()
         << 0;
 }
 
-void TestSettings::reportsWhatIsReadOtherwiseThanItLooks()
+void TestSettings::reportsWhatIsReadDifferentlyThanWritten()
 {
     QFETCH(QByteArray, text);
     QFETCH(QString, rule);

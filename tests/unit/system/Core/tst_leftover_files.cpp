@@ -152,7 +152,7 @@ void TestLeftoverFiles::keepsAPolicyThatIsBeingWritten()
 {
     m_root->write(policy(), "x");
     PreparedFile text(m_root->path(policy()), ownText());
-    QCOMPARE(text.takePlace(), FileWrite::Written);
+    QCOMPARE(text.commit(), FileWrite::Written);
     // Its unit may be written next.
     QVERIFY(!removesPolicies());
     QVERIFY(m_root->exists(policy()));
@@ -165,7 +165,7 @@ void TestLeftoverFiles::removesUnfinishedFilesWhereverTheDaemonWrites_data()
     QTest::newRow("policies") << QStringLiteral("/etc/dbus-1/system.d/");
     QTest::newRow("autostart settings") << settings(QStringLiteral("com.example.Notes/"));
     QTest::newRow("mimeapps.list") << QStringLiteral("/home/config/");
-    QTest::newRow("kept registrations") << QStringLiteral("/run/orvane/");
+    QTest::newRow("saved registrations") << QStringLiteral("/run/orvane/");
 }
 
 void TestLeftoverFiles::removesUnfinishedFilesWhereverTheDaemonWrites()
@@ -192,7 +192,7 @@ void TestLeftoverFiles::keepsAFileThatIsBeingWritten()
     PreparedFile text(m_root->path(folder + QStringLiteral("/x.service")), "text");
     LeftoverFiles(places()).removeUnfinished();
     QCOMPARE(directory.entryList(QDir::Files | QDir::Hidden).size(), 1);
-    QCOMPARE(text.takePlace(), FileWrite::Written);
+    QCOMPARE(text.commit(), FileWrite::Written);
     QCOMPARE(directory.entryList(QDir::Files | QDir::Hidden),
              QStringList(QStringLiteral("x.service")));
 }

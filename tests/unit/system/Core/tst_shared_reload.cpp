@@ -19,8 +19,8 @@ private Q_SLOTS:
     void reloadsForASingleStart();
     void sharesTheReloadOfWhatIsAskedMeanwhile();
     void reloadsAgainForEachThatWaitsItsTurn();
-    void goesOnWhenTheReloadIsRefused();
-    void goesOnWhenTheReloadIsNotAnswered();
+    void continuesWhenTheReloadIsRefused();
+    void continuesWhenTheReloadIsNotAnswered();
     void sendsWhatWaitsWhenTold();
 
 private:
@@ -105,7 +105,7 @@ void TestSharedReload::reloadsAgainForEachThatWaitsItsTurn()
     QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), timeoutMs);
 }
 
-void TestSharedReload::goesOnWhenTheReloadIsRefused()
+void TestSharedReload::continuesWhenTheReloadIsRefused()
 {
     fake->refuse(QStringLiteral("Reload"), QStringLiteral("org.example.No"), QString());
     start("a");
@@ -113,7 +113,7 @@ void TestSharedReload::goesOnWhenTheReloadIsRefused()
     QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
 }
 
-void TestSharedReload::goesOnWhenTheReloadIsNotAnswered()
+void TestSharedReload::continuesWhenTheReloadIsNotAnswered()
 {
     reload = std::make_unique<SharedReload>(*systemd, std::chrono::milliseconds(200));
     fake->hold(QStringLiteral("Reload"));

@@ -19,7 +19,7 @@ private Q_SLOTS:
     void watchesAUnitOnce();
     void watchesAStoppingUnitUntilTheAnswer();
     void keepsNothingOfUnitsThatWereOnlyStopped();
-    void goesOnWatchingAStartedUnitThatIsStopped();
+    void keepsWatchingAStartedUnitThatIsStopped();
     void givesTheMainProcessOfAUnit_data();
     void givesTheMainProcessOfAUnit();
     void subscribesAgainWhenSystemdIsAnotherProcess();
@@ -93,7 +93,7 @@ void TestSystemdProxy::keepsNothingOfUnitsThatWereOnlyStopped()
     QCOMPARE(proxy->watchedUnits(), 0);
 }
 
-void TestSystemdProxy::goesOnWatchingAStartedUnitThatIsStopped()
+void TestSystemdProxy::keepsWatchingAStartedUnitThatIsStopped()
 {
     proxy->startUnit(unit, QStringLiteral("replace"),
                      [this](const QString &, const Core::Error &) { ++answers; });

@@ -30,9 +30,9 @@ private Q_SLOTS:
     void stopsTheTasksOfARemovedApplicationOnly();
     void logsATaskThatCannotBeStopped();
     void saysThatAFileOfARemovedApplicationStays();
-    void tidiesUpWhenItHasHeardOfTheUnits();
+    void removesLeftoversWhenItHasTheUnits();
     void keepsPoliciesAsLongAsNoListingSucceeds();
-    void listsAnewWhenSystemdIsAnotherProcess();
+    void listsAgainWhenSystemdIsAnotherProcess();
     void keepsWhatItKnowsWhenTheNewListingFails();
 
 private:
@@ -220,7 +220,7 @@ void TestTaskManager::startAnew()
     manager = std::make_unique<TaskManager>();
 }
 
-void TestTaskManager::tidiesUpWhenItHasHeardOfTheUnits()
+void TestTaskManager::removesLeftoversWhenItHasTheUnits()
 {
     const QByteArray text = Core::policyText(QStringLiteral("a.b.C"), QStringLiteral("appuser"));
     const QString leftover = root.policyFile(QStringLiteral("a.b.task_y"));
@@ -281,7 +281,7 @@ QStringList TestTaskManager::runningTasks() const
     return running;
 }
 
-void TestTaskManager::listsAnewWhenSystemdIsAnotherProcess()
+void TestTaskManager::listsAgainWhenSystemdIsAnotherProcess()
 {
     makeReady();
     replaceSystemd();

@@ -191,7 +191,7 @@ private Q_SLOTS:
     void writesATypicalUnitByteForByte();
     void describesAHomelessTask();
     void keepsWhatPropertiesHeldBefore();
-    void takesControlGroupSettingsAsTheyStand();
+    void takesControlGroupSettingsUnchanged();
     void letsControlGroupSettingsReplaceTheTarget();
     void replacesControlGroupSettingsWithItsOwn();
     void ignoresControlGroupSettingsThatAreNoMap();
@@ -293,7 +293,7 @@ void TestUnitProperties::keepsWhatPropertiesHeldBefore()
     QCOMPARE(properties.value(QStringLiteral("User")), QVariant(QStringLiteral("nobody")));
 }
 
-void TestUnitProperties::takesControlGroupSettingsAsTheyStand()
+void TestUnitProperties::takesControlGroupSettingsUnchanged()
 {
     permissionOption("BaseTask");
     const QVariantMap groups{{QStringLiteral("MemoryMax"), QStringLiteral("64M")},

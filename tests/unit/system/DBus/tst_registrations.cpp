@@ -6,7 +6,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-using DBus::takeKeptRegistrations;
+using DBus::restoreRegistrations;
 
 class TestRegistrations : public QObject
 {
@@ -50,20 +50,20 @@ void TestRegistrations::takesNothingFromAnOddFile()
 {
     QFETCH(QString, kind);
     QVERIFY(OddFile::make(kind, path(), "{}"));
-    QVERIFY(takeKeptRegistrations(noBus()).isEmpty());
+    QVERIFY(restoreRegistrations(noBus()).isEmpty());
 }
 
 void TestRegistrations::takesNothingWithoutADirectory()
 {
     qunsetenv("RUNTIME_DIRECTORY");
-    QVERIFY(takeKeptRegistrations(noBus()).isEmpty());
+    QVERIFY(restoreRegistrations(noBus()).isEmpty());
 }
 
 // So that a harmful file is used only once.
 void TestRegistrations::removesWhatItCannotUse()
 {
     QVERIFY(OddFile::make(QStringLiteral("sparse, 1.5 GB"), path(), "{}"));
-    QVERIFY(takeKeptRegistrations(noBus()).isEmpty());
+    QVERIFY(restoreRegistrations(noBus()).isEmpty());
     QVERIFY(!QFile::exists(path()));
 }
 

@@ -56,7 +56,7 @@ private Q_SLOTS:
     void keepsTheSettingWhenTheDiskIsFull();
     void leavesNothingWhenTheDiskIsFull();
 
-    void readsAFileAnewEachTime();
+    void readsAFileAgainEachTime();
 
 private:
     QString path(const QString &relative = {}) const { return m_directory->filePath(relative); }
@@ -265,7 +265,7 @@ void TestConfigFile::leavesNothingWhenTheDiskIsFull()
     QVERIFY(QDir(path(QStringLiteral("a.b"))).isEmpty());
 }
 
-void TestConfigFile::readsAFileAnewEachTime()
+void TestConfigFile::readsAFileAgainEachTime()
 {
     QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
     QVERIFY(isEnabled());

@@ -5,7 +5,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-using Autostart::liesBelow;
+using Autostart::isBelow;
 using Autostart::removeBelow;
 
 class TestRemoval : public QObject
@@ -15,8 +15,8 @@ class TestRemoval : public QObject
 private Q_SLOTS:
     void init();
     void removesADirectoryWithAllThatIsInIt();
-    void countsWhatNeverWasAsRemoved_data();
-    void countsWhatNeverWasAsRemoved();
+    void countsAMissingDirectoryAsRemoved_data();
+    void countsAMissingDirectoryAsRemoved();
     void removesALinkInsteadOfFollowingIt_data();
     void removesALinkInsteadOfFollowingIt();
     void removesALinkInADirectoryInsteadOfFollowingIt();
@@ -26,7 +26,7 @@ private Q_SLOTS:
     void reachesTheDirectoryThroughALink();
     void takesNamesAsTheyAre_data();
     void takesNamesAsTheyAre();
-    void knowsWhatLiesBelow();
+    void knowsWhatIsBelow();
 
 private:
     QString path(const QString &relative) const { return m_directory->filePath(relative); }
@@ -68,7 +68,7 @@ void TestRemoval::removesADirectoryWithAllThatIsInIt()
     QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/apps/c.d/5.conf"))));
 }
 
-void TestRemoval::countsWhatNeverWasAsRemoved_data()
+void TestRemoval::countsAMissingDirectoryAsRemoved_data()
 {
     QTest::addColumn<QString>("directory");
     QTest::addColumn<QString>("name");
@@ -87,7 +87,7 @@ void TestRemoval::countsWhatNeverWasAsRemoved_data()
         << QStringLiteral("lib/apps") << QStringLiteral("dangling/..");
 }
 
-void TestRemoval::countsWhatNeverWasAsRemoved()
+void TestRemoval::countsAMissingDirectoryAsRemoved()
 {
     QFETCH(QString, directory);
     QFETCH(QString, name);
@@ -200,15 +200,15 @@ void TestRemoval::takesNamesAsTheyAre()
     QVERIFY(QFileInfo::exists(path(left)));
 }
 
-void TestRemoval::knowsWhatLiesBelow()
+void TestRemoval::knowsWhatIsBelow()
 {
-    QVERIFY(liesBelow(root(), root()));
-    QVERIFY(liesBelow(root(), path(QStringLiteral("lib/apps/a.b"))));
-    QVERIFY(liesBelow(root(), path(QStringLiteral("lib/apps/in/5.conf"))));
-    QVERIFY(!liesBelow(root(), path(QStringLiteral("lib/apps/out"))));
-    QVERIFY(!liesBelow(path(QStringLiteral("lib/out")), path(QStringLiteral("lib/outside"))));
-    QVERIFY(!liesBelow(root(), path(QStringLiteral("lib/apps/none"))));
-    QVERIFY(!liesBelow(path(QStringLiteral("none")), path(QStringLiteral("none"))));
+    QVERIFY(isBelow(root(), root()));
+    QVERIFY(isBelow(root(), path(QStringLiteral("lib/apps/a.b"))));
+    QVERIFY(isBelow(root(), path(QStringLiteral("lib/apps/in/5.conf"))));
+    QVERIFY(!isBelow(root(), path(QStringLiteral("lib/apps/out"))));
+    QVERIFY(!isBelow(path(QStringLiteral("lib/out")), path(QStringLiteral("lib/outside"))));
+    QVERIFY(!isBelow(root(), path(QStringLiteral("lib/apps/none"))));
+    QVERIFY(!isBelow(path(QStringLiteral("none")), path(QStringLiteral("none"))));
 }
 
 QTEST_GUILESS_MAIN(TestRemoval)

@@ -54,10 +54,10 @@ Contents contentsOf(const QString &folder)
 }
 
 /// A store in a temporary folder, with a manager that has no user manager to ask.
-class Stand
+class Fixture
 {
 public:
-    Stand()
+    Fixture()
         : m_manager(Places::below(m_root.path()), Core::LoggedFindings::instance())
     {
     }
@@ -84,10 +84,11 @@ const QByteArray ofAll = "[a.b]\nautostart=false\n";
 const QByteArray newOfOne = "[a.b%7C5]\nautostart=true\n";
 const QByteArray newOfAll = "[a.b]\nautostart=true\n";
 
-bool putSettings(const Stand &stand)
+bool putSettings(const Fixture &fixture)
 {
-    return stand.put("a.b/5.conf", ofOne) && stand.put("a.b/6.conf", "[a.b%7C6]\nautostart=true\n")
-        && stand.put("a.b/all-users.conf", ofAll);
+    return fixture.put("a.b/5.conf", ofOne)
+        && fixture.put("a.b/6.conf", "[a.b%7C6]\nautostart=true\n")
+        && fixture.put("a.b/all-users.conf", ofAll);
 }
 
 } // namespace
@@ -125,18 +126,18 @@ struct Outcome
     QString failed;
 };
 
-Outcome setWithAFault(Stand &stand, int uid, int which, int error)
+Outcome setWithAFault(Fixture &fixture, int uid, int which, int error)
 {
     const LogLines log;
     const FileFaults faults(which, error);
-    const bool isWritten = stand.manager().setEnabled(uid, app, true);
+    const bool isWritten = fixture.manager().setEnabled(uid, app, true);
     return {isWritten, faults.failed()};
 }
 
 // Without a temporary file that could not be removed; the next start of the daemon removes it.
-Contents contentsOf(const Stand &stand, const Outcome &outcome)
+Contents contentsOf(const Fixture &fixture, const Outcome &outcome)
 {
-    Contents contents = stand.contents();
+    Contents contents = fixture.contents();
     for (const QString &path : contents.keys()) {
         if (outcome.failed.startsWith(QLatin1String("unlink")) && outcome.failed.endsWith(path)
             && path.contains(QLatin1String("/.orvane.")))
@@ -147,16 +148,16 @@ Contents contentsOf(const Stand &stand, const Outcome &outcome)
 
 // Changes a setting of a user while one call fails. Checks that everything is as before, or that
 // only the setting is new. Returns whether the call was reached.
-bool keepsOrReplaces(const std::function<bool(const Stand &)> &put, int which, int error)
+bool keepsOrReplaces(const std::function<bool(const Fixture &)> &put, int which, int error)
 {
     const LogLines log;
-    Stand stand;
-    const bool isReady = put(stand);
-    const Contents before = stand.contents();
+    Fixture fixture;
+    const bool isReady = put(fixture);
+    const Contents before = fixture.contents();
     Contents after = before;
     after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
-    const Outcome outcome = setWithAFault(stand, 5, which, error);
-    const Contents now = contentsOf(stand, outcome);
+    const Outcome outcome = setWithAFault(fixture, 5, which, error);
+    const Contents now = contentsOf(fixture, outcome);
     const auto check = [&] {
         QVERIFY(isReady);
         QVERIFY2(now == (outcome.isWritten ? after : before), qPrintable(outcome.failed));
@@ -178,9 +179,9 @@ void TestStoreFaults::leavesNoTraceOfAFirstSettingThatFailed()
     QFETCH(int, error);
     withEveryCallFailing([&](int which) {
         const LogLines log;
-        Stand stand;
-        const Outcome outcome = setWithAFault(stand, 5, which, error);
-        const Contents now = contentsOf(stand, outcome);
+        Fixture fixture;
+        const Outcome outcome = setWithAFault(fixture, 5, which, error);
+        const Contents now = contentsOf(fixture, outcome);
         const QByteArray setting = now.value(QStringLiteral("var/lib/am/apps/a.b/5.conf"));
         const auto check = [&] {
             QVERIFY2(outcome.isWritten ? setting == newOfOne : now.isEmpty(),
@@ -194,9 +195,9 @@ void TestStoreFaults::leavesNoTraceOfAFirstSettingThatFailed()
 void TestStoreFaults::keepsALinkAndItsTargetOrHasTheNewSetting()
 {
     QFETCH(int, error);
-    const auto putLink = [](const Stand &stand) {
-        return write(stand.outside(), "kept") && QDir().mkpath(stand.path("a.b"))
-            && QFile::link(stand.outside(), stand.path("a.b/5.conf"));
+    const auto putLink = [](const Fixture &fixture) {
+        return write(fixture.outside(), "kept") && QDir().mkpath(fixture.path("a.b"))
+            && QFile::link(fixture.outside(), fixture.path("a.b/5.conf"));
     };
     withEveryCallFailing([&](int which) { return keepsOrReplaces(putLink, which, error); });
 }
@@ -206,11 +207,11 @@ void TestStoreFaults::losesNoUsersSettingWithoutTheNewOneForAll()
     QFETCH(int, error);
     withEveryCallFailing([&](int which) {
         const LogLines log;
-        Stand stand;
-        const bool isReady = putSettings(stand);
-        const Contents before = stand.contents();
-        const Outcome outcome = setWithAFault(stand, Manager::allUsers, which, error);
-        const Contents now = stand.contents();
+        Fixture fixture;
+        const bool isReady = putSettings(fixture);
+        const Contents before = fixture.contents();
+        const Outcome outcome = setWithAFault(fixture, Manager::allUsers, which, error);
+        const Contents now = fixture.contents();
         const QByteArray setting = now.value(QStringLiteral("var/lib/am/apps/a.b/all-users.conf"));
         const auto check = [&] {
             QVERIFY(isReady);
@@ -224,11 +225,11 @@ void TestStoreFaults::losesNoUsersSettingWithoutTheNewOneForAll()
 
 void TestStoreFaults::removesUsersSettingsOnceTheNewOneForAllIsOnTheDisk()
 {
-    Stand stand;
-    QVERIFY(putSettings(stand));
+    Fixture fixture;
+    QVERIFY(putSettings(fixture));
     const FileFaults watched;
-    QVERIFY(stand.manager().setEnabled(Manager::allUsers, app, true));
-    const QString folder = stand.path("a.b");
+    QVERIFY(fixture.manager().setEnabled(Manager::allUsers, app, true));
+    const QString folder = fixture.path("a.b");
     // Without temporary files.
     const QRegularExpression ofSettings(QStringLiteral("^(?!.*/\\.orvane\\.)"));
     QCOMPARE(watched.changes().filter(ofSettings),
@@ -241,9 +242,9 @@ void TestStoreFaults::removesUsersSettingsOnceTheNewOneForAllIsOnTheDisk()
 
 void TestStoreFaults::hasNewDirectoriesOnTheDiskBeforeItAnswers()
 {
-    Stand stand;
+    Fixture fixture;
     const FileFaults watched;
-    QVERIFY(stand.manager().setEnabled(5, app, true));
+    QVERIFY(fixture.manager().setEnabled(5, app, true));
     const QStringList changes = watched.changes();
     const QStringList made = changes.filter(QRegularExpression(QStringLiteral("^mkdir ")));
     QCOMPARE(made.size(), 5);
@@ -252,7 +253,7 @@ void TestStoreFaults::hasNewDirectoriesOnTheDiskBeforeItAnswers()
         QVERIFY2(changes.indexOf(QStringLiteral("fsync ") + parent) > changes.indexOf(change),
                  qPrintable(change));
     }
-    QCOMPARE(changes.constLast(), QStringLiteral("fsync ") + stand.path("a.b"));
+    QCOMPARE(changes.constLast(), QStringLiteral("fsync ") + fixture.path("a.b"));
 }
 
 void TestStoreFaults::saysThatAnApplicationIsForgottenOnlyWhenItIs()
@@ -260,20 +261,20 @@ void TestStoreFaults::saysThatAnApplicationIsForgottenOnlyWhenItIs()
     QFETCH(int, error);
     withEveryCallFailing([&](int which) {
         const LogLines log;
-        Stand stand;
-        const bool isReady = putSettings(stand)
-            && write(stand.outside() + QStringLiteral("/x"), "kept")
-            && QFile::link(stand.outside(), stand.path("link"));
+        Fixture fixture;
+        const bool isReady = putSettings(fixture)
+            && write(fixture.outside() + QStringLiteral("/x"), "kept")
+            && QFile::link(fixture.outside(), fixture.path("link"));
         QString failed;
         bool isApplicationRemoved = false;
         bool isLinkRemoved = false;
         {
             const FileFaults faults(which, error);
-            isApplicationRemoved = stand.manager().cleanupUninstalledApplication(app);
-            isLinkRemoved = stand.manager().cleanupUninstalledApplication(QStringLiteral("link"));
+            isApplicationRemoved = fixture.manager().cleanupUninstalledApplication(app);
+            isLinkRemoved = fixture.manager().cleanupUninstalledApplication(QStringLiteral("link"));
             failed = faults.failed();
         }
-        const Contents now = stand.contents();
+        const Contents now = fixture.contents();
         const auto check = [&] {
             QVERIFY(isReady);
             const bool isGone = !now.contains(QStringLiteral("var/lib/am/apps/a.b"));

@@ -45,7 +45,7 @@ const QDBusConnection &bus()
 // As the daemon writes it.
 QByteArray busIdIn(const QString &file)
 {
-    FUZZ_PROPERTY(DBus::keepRegistrations(bus(), {{{}, {}, {}}}), "registrations can be kept");
+    FUZZ_PROPERTY(DBus::saveRegistrations(bus(), {{{}, {}, {}}}), "registrations can be kept");
     const QByteArray text = Scratch::read(file);
     const int start = text.indexOf(": \"") + 3;
     return text.mid(start, text.indexOf('"', start) - start);
@@ -61,13 +61,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static const QByteArray busId = busIdIn(file);
     QByteArray text(reinterpret_cast<const char *>(data), static_cast<int>(size));
     scratch.write(file, text.replace("@BUS@", busId));
-    const QVector<Registration> taken = DBus::takeKeptRegistrations(bus());
+    const QVector<Registration> taken = DBus::restoreRegistrations(bus());
     FUZZ_PROPERTY(!QFile::exists(file), "registrations are taken once");
     for (const Registration &registration : taken)
         FUZZ_PROPERTY(registration.client.startsWith(QLatin1Char(':')), "a client is known");
-    FUZZ_PROPERTY(DBus::keepRegistrations(bus(), taken) == !taken.isEmpty(),
+    FUZZ_PROPERTY(DBus::saveRegistrations(bus(), taken) == !taken.isEmpty(),
                   "what is taken is kept");
-    const QVector<Registration> again = DBus::takeKeptRegistrations(bus());
+    const QVector<Registration> again = DBus::restoreRegistrations(bus());
     FUZZ_PROPERTY(again.size() == taken.size(), "as many are taken as are kept");
     for (int i = 0; i < taken.size(); ++i)
         FUZZ_PROPERTY(isSame(taken.at(i), again.at(i)), "what is kept is taken");

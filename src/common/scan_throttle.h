@@ -7,7 +7,7 @@
 /// Limits the rate of scans after changes: the first change causes a scan at once, then another one
 /// soon, because a series of changes has rarely ended by then; while changes continue, scans follow
 /// at long intervals. Event-loop thread only.
-class LookPace : public QObject
+class ScanThrottle : public QObject
 {
     Q_OBJECT
 
@@ -16,7 +16,7 @@ public:
     static constexpr int shortGap = 50;
     static constexpr int longGap = 400;
 
-    explicit LookPace(QObject *parent = nullptr);
+    explicit ScanThrottle(QObject *parent = nullptr);
     /// Requests a scan. All requests until it is due share it.
     void request();
 
@@ -25,10 +25,10 @@ Q_SIGNALS:
     void due();
 
 private:
-    void look();
+    void emitDue();
 
     QTimer m_timer;
     /// Time since the end of the last scan; invalid before the first.
-    QElapsedTimer m_sinceLook;
+    QElapsedTimer m_sinceScan;
     int m_gap = shortGap;
 };

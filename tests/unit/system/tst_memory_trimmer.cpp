@@ -1,10 +1,10 @@
-#include "system/memory_return.h"
+#include "system/memory_trimmer.h"
 
 #include <QAbstractEventDispatcher>
 #include <QEventLoop>
 #include <QTest>
 
-class TestMemoryReturn : public QObject
+class TestMemoryTrimmer : public QObject
 {
     Q_OBJECT
 
@@ -12,10 +12,10 @@ private Q_SLOTS:
     void letsAnIdleProcessSleep();
 };
 
-void TestMemoryReturn::letsAnIdleProcessSleep()
+void TestMemoryTrimmer::letsAnIdleProcessSleep()
 {
     constexpr int delayMs = 10;
-    const MemoryReturn memoryReturn(delayMs);
+    const MemoryTrimmer memoryTrimmer(delayMs);
     int wakeUps = 0;
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, this,
             [&wakeUps] { ++wakeUps; });
@@ -26,5 +26,5 @@ void TestMemoryReturn::letsAnIdleProcessSleep()
     QVERIFY2(wakeUps <= 4, qPrintable(QString::number(wakeUps)));
 }
 
-QTEST_GUILESS_MAIN(TestMemoryReturn)
-#include "tst_memory_return.moc"
+QTEST_GUILESS_MAIN(TestMemoryTrimmer)
+#include "tst_memory_trimmer.moc"

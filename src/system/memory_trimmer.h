@@ -9,22 +9,22 @@
 /// blocks that are in use: a client that sends 30 MB of small texts would leave hundreds of
 /// megabytes in an idle daemon. Checks once, some time after the process has woken up; costs
 /// nothing while it sleeps. Event-loop thread only.
-class MemoryReturn : public QObject
+class MemoryTrimmer : public QObject
 {
     Q_OBJECT
 
 public:
     /// @param delayMs delay of the check after a wake-up, in milliseconds.
-    explicit MemoryReturn(int delayMs = 1000, QObject *parent = nullptr);
+    explicit MemoryTrimmer(int delayMs = 1000, QObject *parent = nullptr);
 
 private:
-    void look();
+    void trim();
 
     QTimer m_timer;
     /// Whether the last wake-up was the timer's own.
-    bool m_hasLooked = false;
+    bool m_hasChecked = false;
     /// Bytes in free blocks after the last check.
-    std::size_t m_freedAtLook = 0;
+    std::size_t m_freedAtCheck = 0;
     /// Bytes in free blocks after the last return; their pages have been returned.
     std::size_t m_returned = 0;
 };

@@ -1,4 +1,4 @@
-#include "common/Core/kept_records.h"
+#include "common/Core/saved_records.h"
 
 #include "common/Core/application_info_p.h"
 #include "common/atomic_file.h"
@@ -107,7 +107,7 @@ QMap<QString, ApplicationInfo::IntentInfo> readIntents(ByteReader &bytes)
     return intents;
 }
 
-void write(ByteWriter &bytes, const KeptRecord &record)
+void write(ByteWriter &bytes, const SavedRecord &record)
 {
     const ApplicationInfo &info = record.info;
     write(bytes, record.state);
@@ -128,7 +128,7 @@ void write(ByteWriter &bytes, const KeptRecord &record)
     bytes.text(info.certificateId());
 }
 
-KeptRecord readRecord(ByteReader &bytes)
+SavedRecord readRecord(ByteReader &bytes)
 {
     const FileState state = readState(bytes);
     const auto record = QSharedPointer<ApplicationInfoPrivate>::create();
@@ -170,12 +170,12 @@ QByteArray header(const Places &places)
 
 } // namespace
 
-void keepRecords(const Places &places, const QVector<KeptRecord> &records)
+void saveRecords(const Places &places, const QVector<SavedRecord> &records)
 {
     QByteArray content = header(places);
     if (content.isEmpty())
         return;
-    for (const KeptRecord &record : records) {
+    for (const SavedRecord &record : records) {
         ByteWriter bytes;
         write(bytes, record);
         if (content.size() + bytes.bytes().size() < largestContent)
@@ -187,7 +187,7 @@ void keepRecords(const Places &places, const QVector<KeptRecord> &records)
         qWarning() << "Could not save the records of applications in" << places.recordsFile;
 }
 
-QVector<KeptRecord> keptRecords(const Places &places)
+QVector<SavedRecord> loadRecords(const Places &places)
 {
     const QByteArray expected = header(places);
     if (expected.isEmpty())
@@ -199,10 +199,10 @@ QVector<KeptRecord> keptRecords(const Places &places)
     const QByteArray rest = QByteArray::fromRawData(content->constData() + expected.size(),
                                                     content->size() - expected.size());
     ByteReader bytes(rest);
-    QVector<KeptRecord> records;
+    QVector<SavedRecord> records;
     while (bytes.isOk() && !bytes.isAtEnd())
         records.append(readRecord(bytes));
-    return bytes.isOk() ? records : QVector<KeptRecord>();
+    return bytes.isOk() ? records : QVector<SavedRecord>();
 }
 
 } // namespace Core

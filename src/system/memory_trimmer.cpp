@@ -1,4 +1,4 @@
-#include "system/memory_return.h"
+#include "system/memory_trimmer.h"
 
 #include <QAbstractEventDispatcher>
 
@@ -17,21 +17,21 @@ constexpr std::size_t muchAtOnce = 64 << 10;
 
 } // namespace
 
-void MemoryReturn::look()
+void MemoryTrimmer::trim()
 {
-    m_hasLooked = true;
+    m_hasChecked = true;
     // fordblks also counts free blocks whose pages have been returned already, so it is compared
     // with its value after the last return.
-    m_freedAtLook = mallinfo2().fordblks;
-    m_returned = std::min(m_returned, m_freedAtLook);
-    if (m_freedAtLook < m_returned + mostKept)
+    m_freedAtCheck = mallinfo2().fordblks;
+    m_returned = std::min(m_returned, m_freedAtCheck);
+    if (m_freedAtCheck < m_returned + mostKept)
         return;
     malloc_trim(0);
-    m_freedAtLook = mallinfo2().fordblks;
-    m_returned = m_freedAtLook;
+    m_freedAtCheck = mallinfo2().fordblks;
+    m_returned = m_freedAtCheck;
 }
 
-MemoryReturn::MemoryReturn(int delayMs, QObject *parent)
+MemoryTrimmer::MemoryTrimmer(int delayMs, QObject *parent)
     : QObject(parent)
 {
     // Blocks of this size or larger are returned when they are freed. By default, the C library
@@ -39,12 +39,12 @@ MemoryReturn::MemoryReturn(int delayMs, QObject *parent)
     mallopt(M_MMAP_THRESHOLD, 1 << 20);
     m_timer.setSingleShot(true);
     m_timer.setInterval(delayMs);
-    connect(&m_timer, &QTimer::timeout, this, &MemoryReturn::look);
+    connect(&m_timer, &QTimer::timeout, this, &MemoryTrimmer::trim);
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, this, [this] {
         // The dispatcher also wakes up for the timer's own timeout. Restarting the timer for that
         // would wake an idle process up for ever.
-        const bool isOwnEnd =
-            std::exchange(m_hasLooked, false) && mallinfo2().fordblks < m_freedAtLook + muchAtOnce;
+        const bool isOwnEnd = std::exchange(m_hasChecked, false)
+            && mallinfo2().fordblks < m_freedAtCheck + muchAtOnce;
         if (!isOwnEnd && !m_timer.isActive())
             m_timer.start();
     });

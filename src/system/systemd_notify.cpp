@@ -1,4 +1,4 @@
-#include "system/manager_notice.h"
+#include "system/systemd_notify.h"
 
 #include <QCoreApplication>
 #include <QtGlobal>
@@ -11,7 +11,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace ManagerNotice {
+namespace SystemdNotify {
 
 namespace {
 
@@ -44,7 +44,7 @@ bool sendTo(int descriptor, const QByteArray &name, const QByteArray &state)
 
 } // namespace
 
-std::chrono::microseconds watchdogTime()
+std::chrono::microseconds watchdogTimeout()
 {
     constexpr auto longest = std::numeric_limits<std::int64_t>::max();
     const qulonglong time = qgetenv("WATCHDOG_USEC").toULongLong();
@@ -67,4 +67,4 @@ bool send(const QByteArray &state)
     return sent;
 }
 
-} // namespace ManagerNotice
+} // namespace SystemdNotify

@@ -1,4 +1,4 @@
-#include "system/autostart/user_question.h"
+#include "system/autostart/user_list_query.h"
 
 #include "system/autostart/users.h"
 
@@ -6,14 +6,14 @@
 
 namespace Autostart {
 
-UserQuestion::UserQuestion(QObject *parent)
+UserListQuery::UserListQuery(QObject *parent)
     : QObject(parent)
     , m_call(QDBusConnection::systemBus().asyncCall(usersCall()))
 {
-    connect(&m_call, &QDBusPendingCallWatcher::finished, this, &UserQuestion::finish);
+    connect(&m_call, &QDBusPendingCallWatcher::finished, this, &UserListQuery::finish);
 }
 
-void UserQuestion::finish()
+void UserListQuery::finish()
 {
     Q_EMIT answered(m_call.reply());
     m_isAnswered = true;

@@ -3,8 +3,8 @@
 #include "common/Core/application_catalogue.h"
 #include "common/Core/application_registry.h"
 #include "common/Core/entry_records.h"
-#include "common/Core/kept_records.h"
 #include "common/Core/manifest.h"
+#include "common/Core/saved_records.h"
 #include "common/sealed_bytes.h"
 #include "support/collected_findings.h"
 #include "support/every_fault.h"
@@ -27,36 +27,36 @@ using Core::EntryRecords;
 using Change = std::function<void(const TempRoot &, Places &)>;
 Q_DECLARE_METATYPE(Change)
 
-class TestKeptRecords : public QObject
+class TestSavedRecords : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
 
-    void sparesTheNextRunItsReading();
-    void keepsAllThatAnEntrySays();
-    void readsWhatIsNotAsItWas_data();
-    void readsWhatIsNotAsItWas();
-    void keepsNothingThatWasJustChanged();
-    void keepsNothingThatThereIsSomethingToSayOf();
-    void takesGarbageForNothing();
+    void sparesTheNextRunFromReading();
+    void savesTheWholeRecord();
+    void readsWhatHasChanged_data();
+    void readsWhatHasChanged();
+    void savesNothingThatWasJustChanged();
+    void savesNoEntryWithFindings();
+    void ignoresDamagedFiles();
     void survivesGarbageWithARightChecksum();
-    void takesTheRecordsOfAnotherProgramForNothing();
-    void keepsNoMoreThanItReads();
+    void ignoresTheRecordsOfAnotherProgram();
+    void savesNoMoreThanItReads();
     void isReadableByItsOwnerOnly();
-    void doesNothingWithoutAPlace();
-    void logsThatItCannotKeep();
-    void keepsTheOldRecordsOrTheNewOnABadDisk_data() { addFileErrors(); }
-    void keepsTheOldRecordsOrTheNewOnABadDisk();
-    void isKeptWhenNothingChangesForAWhile();
+    void doesNothingWithoutAFile();
+    void logsThatItCannotSave();
+    void keepsTheOldOrTheNewRecordsOnABadDisk_data() { addFileErrors(); }
+    void keepsTheOldOrTheNewRecordsOnABadDisk();
+    void isSavedWhenNothingChangesForAWhile();
 
 private:
     /// How many entries a run reads that starts with the saved records.
     int readByRun(ApplicationCatalogue *catalogue = nullptr)
     {
         EntryRecords records;
-        records.takeKept(places);
+        records.restore(places);
         const ApplicationCatalogue found(places, findings, records);
         if (catalogue != nullptr)
             *catalogue = found;
@@ -67,7 +67,7 @@ private:
     {
         EntryRecords records;
         (void)ApplicationCatalogue(places, findings, records);
-        records.keepForNextRun(places);
+        records.save(places);
     }
     /// Repeats runs until no file has been changed too recently to be saved.
     void settle()
@@ -150,7 +150,7 @@ QStringList described(const ApplicationInfo &info)
 
 } // namespace
 
-void TestKeptRecords::init()
+void TestSavedRecords::init()
 {
     root = std::make_unique<TempRoot>();
     places = placesOf(*root);
@@ -164,14 +164,14 @@ void TestKeptRecords::init()
                 "[certificate]\nid=certified\n");
 }
 
-void TestKeptRecords::sparesTheNextRunItsReading()
+void TestSavedRecords::sparesTheNextRunFromReading()
 {
     QCOMPARE(readByRun(), 2);
     settle();
     QCOMPARE(readByRun(), 0);
 }
 
-void TestKeptRecords::keepsAllThatAnEntrySays()
+void TestSavedRecords::savesTheWholeRecord()
 {
     settle();
     ApplicationCatalogue fromFile;
@@ -185,7 +185,7 @@ void TestKeptRecords::keepsAllThatAnEntrySays()
     QCOMPARE(notes.tasks().size(), 2);
 }
 
-void TestKeptRecords::readsWhatIsNotAsItWas_data()
+void TestSavedRecords::readsWhatHasChanged_data()
 {
     QTest::addColumn<Change>("change");
     QTest::addColumn<int>("read");
@@ -208,7 +208,7 @@ void TestKeptRecords::readsWhatIsNotAsItWas_data()
         << Change([](const TempRoot &r, Places &) { r.remove(QStringLiteral("/records")); }) << 2;
 }
 
-void TestKeptRecords::readsWhatIsNotAsItWas()
+void TestSavedRecords::readsWhatHasChanged()
 {
     QFETCH(Change, change);
     QFETCH(int, read);
@@ -221,7 +221,7 @@ void TestKeptRecords::readsWhatIsNotAsItWas()
         QCOMPARE(described(found.application(info.applicationId())), described(info));
 }
 
-void TestKeptRecords::keepsNothingThatWasJustChanged()
+void TestSavedRecords::savesNothingThatWasJustChanged()
 {
     settle();
     root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=One\n");
@@ -234,7 +234,7 @@ void TestKeptRecords::keepsNothingThatWasJustChanged()
              QStringLiteral("Two"));
 }
 
-void TestKeptRecords::keepsNothingThatThereIsSomethingToSayOf()
+void TestSavedRecords::savesNoEntryWithFindings()
 {
     settle();
     root->write(QStringLiteral("/usr/share/applications/bad.desktop"), "text");
@@ -244,14 +244,14 @@ void TestKeptRecords::keepsNothingThatThereIsSomethingToSayOf()
     QCOMPARE(findings.rules(), QStringList{QStringLiteral("entry-invalid")});
 }
 
-void TestKeptRecords::takesGarbageForNothing()
+void TestSavedRecords::ignoresDamagedFiles()
 {
     settle();
     const QByteArray whole = kept();
-    QCOMPARE(Core::keptRecords(places).size(), 2);
+    QCOMPARE(Core::loadRecords(places).size(), 2);
     for (int size = 0; size < whole.size(); ++size) {
         put(whole.left(size));
-        QVERIFY2(Core::keptRecords(places).isEmpty(), qPrintable(QString::number(size)));
+        QVERIFY2(Core::loadRecords(places).isEmpty(), qPrintable(QString::number(size)));
     }
     QRandomGenerator random(1);
     for (int i = 0; i < 1000; ++i) {
@@ -259,20 +259,20 @@ void TestKeptRecords::takesGarbageForNothing()
         for (int flips = random.bounded(1, 5); flips > 0; --flips)
             changed[random.bounded(changed.size())] = static_cast<char>(random.bounded(256));
         put(changed);
-        QVERIFY(changed == whole || Core::keptRecords(places).isEmpty());
+        QVERIFY(changed == whole || Core::loadRecords(places).isEmpty());
     }
     put(QByteArray(100000, 'x'));
-    QVERIFY(Core::keptRecords(places).isEmpty());
+    QVERIFY(Core::loadRecords(places).isEmpty());
     QCOMPARE(readByRun(), 2);
 }
 
-void TestKeptRecords::survivesGarbageWithARightChecksum()
+void TestSavedRecords::survivesGarbageWithARightChecksum()
 {
     settle();
     const QByteArray content = unsealed(kept()).value();
     for (int size = 0; size < content.size(); size += 7) {
         put(sealed(content.left(size)));
-        (void)Core::keptRecords(places);
+        (void)Core::loadRecords(places);
     }
     QRandomGenerator random(2);
     for (int i = 0; i < 1000; ++i) {
@@ -280,13 +280,13 @@ void TestKeptRecords::survivesGarbageWithARightChecksum()
         for (int flips = random.bounded(1, 5); flips > 0; --flips)
             changed[random.bounded(changed.size())] = static_cast<char>(random.bounded(256));
         put(sealed(changed));
-        const auto records = Core::keptRecords(places);
-        for (const Core::KeptRecord &record : records)
+        const auto records = Core::loadRecords(places);
+        for (const Core::SavedRecord &record : records)
             (void)described(record.info);
     }
 }
 
-void TestKeptRecords::takesTheRecordsOfAnotherProgramForNothing()
+void TestSavedRecords::ignoresTheRecordsOfAnotherProgram()
 {
     settle();
     QByteArray content = unsealed(kept()).value();
@@ -296,18 +296,18 @@ void TestKeptRecords::takesTheRecordsOfAnotherProgramForNothing()
         QByteArray other = content;
         other[position] = static_cast<char>(other.at(position) ^ 1);
         put(sealed(other));
-        QVERIFY2(Core::keptRecords(places).isEmpty(), qPrintable(QString::number(position)));
+        QVERIFY2(Core::loadRecords(places).isEmpty(), qPrintable(QString::number(position)));
     }
 }
 
-void TestKeptRecords::keepsNoMoreThanItReads()
+void TestSavedRecords::savesNoMoreThanItReads()
 {
     for (int i = 0; i < 12; ++i)
         root->write(QStringLiteral("/usr/share/applications/large%1.desktop").arg(i),
                     "[Desktop Entry]\nType=Application\nName=" + QByteArray(900000, 'x') + "\n");
     const auto isSettled = [this] {
         keep();
-        return Core::keptRecords(places).size() >= 8;
+        return Core::loadRecords(places).size() >= 8;
     };
     QTRY_VERIFY_WITH_TIMEOUT(isSettled(), 30000);
     QVERIFY(QFileInfo(places.recordsFile).size() <= 16 << 20);
@@ -316,7 +316,7 @@ void TestKeptRecords::keepsNoMoreThanItReads()
     QCOMPARE(found.applications().size(), 14);
 }
 
-void TestKeptRecords::isReadableByItsOwnerOnly()
+void TestSavedRecords::isReadableByItsOwnerOnly()
 {
     keep();
     struct stat status = {};
@@ -324,7 +324,7 @@ void TestKeptRecords::isReadableByItsOwnerOnly()
     QCOMPARE(status.st_mode & 07777, 0600U);
 }
 
-void TestKeptRecords::doesNothingWithoutAPlace()
+void TestSavedRecords::doesNothingWithoutAFile()
 {
     places.recordsFile.clear();
     const LogLines log;
@@ -333,7 +333,7 @@ void TestKeptRecords::doesNothingWithoutAPlace()
     QCOMPARE(log.taken(), QStringList());
 }
 
-void TestKeptRecords::logsThatItCannotKeep()
+void TestSavedRecords::logsThatItCannotSave()
 {
     places.recordsFile = root->path(QStringLiteral("/none/records"));
     const LogLines log;
@@ -342,14 +342,14 @@ void TestKeptRecords::logsThatItCannotKeep()
     QCOMPARE(readByRun(), 2);
 }
 
-void TestKeptRecords::keepsTheOldRecordsOrTheNewOnABadDisk()
+void TestSavedRecords::keepsTheOldOrTheNewRecordsOnABadDisk()
 {
     QFETCH(int, error);
 
-    Core::keepRecords(places, {});
+    Core::saveRecords(places, {});
     const QByteArray empty = kept();
     settle();
-    const QVector<Core::KeptRecord> records = Core::keptRecords(places);
+    const QVector<Core::SavedRecord> records = Core::loadRecords(places);
     const QByteArray full = kept();
     QVERIFY(full != empty);
     withEveryCallFailing([&](int which) {
@@ -358,7 +358,7 @@ void TestKeptRecords::keepsTheOldRecordsOrTheNewOnABadDisk()
         QString failed;
         {
             const FileFaults faults(which, error);
-            Core::keepRecords(places, records);
+            Core::saveRecords(places, records);
             failed = faults.failed();
         }
         const QByteArray now = kept();
@@ -368,14 +368,14 @@ void TestKeptRecords::keepsTheOldRecordsOrTheNewOnABadDisk()
     });
 }
 
-void TestKeptRecords::isKeptWhenNothingChangesForAWhile()
+void TestSavedRecords::isSavedWhenNothingChangesForAWhile()
 {
     settle();
     root->remove(QStringLiteral("/records"));
     const Core::ApplicationRegistry registry(places, findings);
     QVERIFY(!root->exists(QStringLiteral("/records")));
-    QTRY_COMPARE_WITH_TIMEOUT(Core::keptRecords(places).size(), 2, 30000);
+    QTRY_COMPARE_WITH_TIMEOUT(Core::loadRecords(places).size(), 2, 30000);
 }
 
-QTEST_GUILESS_MAIN(TestKeptRecords)
-#include "tst_kept_records.moc"
+QTEST_GUILESS_MAIN(TestSavedRecords)
+#include "tst_saved_records.moc"

@@ -1,4 +1,4 @@
-#include "system/departure.h"
+#include "system/shutdown.h"
 
 #include "common/DBus/open_call.h"
 #include "common/names.h"
@@ -18,7 +18,7 @@ namespace {
 // How long to wait until all calls are answered, in milliseconds. When the daemon leaves because it
 // is idle, only callers of the next run wait for its end, and they wait 25 s. When it was told to
 // leave, the service manager waits.
-int patienceMs(Departure departure) { return departure == Departure::Idle ? 10000 : 2000; }
+int timeoutMs(ShutdownReason reason) { return reason == ShutdownReason::Idle ? 10000 : 2000; }
 
 QDBusMessage busCall(const QString &method)
 {
@@ -48,26 +48,26 @@ void answerOpenCalls(int limitMs)
 
 } // namespace
 
-void leaveBus(QDBusConnection bus, const DBus::TaskInvoker &taskInvoker, Departure departure)
+void leaveBus(QDBusConnection bus, const DBus::TaskInvoker &taskInvoker, ShutdownReason reason)
 {
-    if (departure == Departure::Disconnected) {
-        DBus::keepRegistrations(bus, taskInvoker.registrations());
+    if (reason == ShutdownReason::Disconnected) {
+        DBus::saveRegistrations(bus, taskInvoker.registrations());
         return;
     }
     // Blocks until the bus has answered. The bus delivers messages in order, so every call that was
     // sent to the name before has been received by then.
     bus.unregisterService(Names::service());
-    answerOpenCalls(patienceMs(departure) / 2);
+    answerOpenCalls(timeoutMs(reason) / 2);
     if (DBus::OpenCall::count() > 0) {
         // Some may wait for a reload of systemd that takes too long.
         Core::TaskManager::instance()->sendWaiting();
-        answerOpenCalls(patienceMs(departure) / 2);
+        answerOpenCalls(timeoutMs(reason) / 2);
     }
     if (DBus::OpenCall::count() > 0)
         qWarning() << "Leaving" << DBus::OpenCall::count() << "calls unanswered";
-    const bool handedOn = DBus::keepRegistrations(bus, taskInvoker.registrations());
+    const bool handedOn = DBus::saveRegistrations(bus, taskInvoker.registrations());
     // A client that registered at the last moment needs a daemon that sends it signals.
-    if (handedOn && departure == Departure::Idle)
+    if (handedOn && reason == ShutdownReason::Idle)
         requestNextRun(bus);
     // Answers are sent by another thread. When the bus has answered this call, it has received all
     // of them.

@@ -7,11 +7,11 @@ class TaskInvoker;
 }
 
 /// Why the daemon leaves the bus.
-enum class Departure {
+enum class ShutdownReason {
     /// It was idle.
     Idle,
     /// It was told to, by a signal.
-    Told,
+    Requested,
     /// The bus has ended or has closed the connection.
     Disconnected
 };
@@ -22,4 +22,4 @@ enum class Departure {
 /// events meanwhile; afterwards no call is answered. When the connection is lost, only saves the
 /// clients.
 /// @param bus the daemon's connection.
-void leaveBus(QDBusConnection bus, const DBus::TaskInvoker &taskInvoker, Departure departure);
+void leaveBus(QDBusConnection bus, const DBus::TaskInvoker &taskInvoker, ShutdownReason reason);

@@ -13,7 +13,7 @@ namespace Core {
 
 /// The record of an entry, and the state of its file before it was read. The states of the
 /// package's files are part of the record.
-struct KeptRecord
+struct SavedRecord
 {
     ApplicationInfo info;
     FileState state;
@@ -22,10 +22,10 @@ struct KeptRecord
 /// Saves records in Places::recordsFile, if that is set, for a later run of the same program file
 /// in the same language: as many as fit into 16 MiB. When the file cannot be written, this is
 /// logged and the next run reads all entries again. Event-loop thread only.
-void keepRecords(const Places &places, const QVector<KeptRecord> &records);
+void saveRecords(const Places &places, const QVector<SavedRecord> &records);
 
 /// Loads the records that an earlier run saved. Empty when the file is missing or damaged, or was
 /// written by another program file or for another language.
-[[nodiscard]] QVector<KeptRecord> keptRecords(const Places &places);
+[[nodiscard]] QVector<SavedRecord> loadRecords(const Places &places);
 
 } // namespace Core
