@@ -48,7 +48,8 @@ qint64 FileState::now()
 
 bool FileState::isSettled(qint64 now) const
 {
-    // The system's tick, and what file systems of cards round to.
+    // The kernel updates file times once per clock tick; FAT, on memory cards, rounds them to two
+    // seconds.
     constexpr qint64 tick = second / 50;
     constexpr qint64 coarseTick = 2 * second;
     return !exists || changed + (changed % second == 0 ? coarseTick : tick) < now;

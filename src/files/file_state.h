@@ -4,32 +4,32 @@
 
 struct stat;
 
-/// What the system says of a file, by which a change of its content, its owner or its place shows
-/// later. A plain value; usable from any thread.
+/// What stat() reports for a file. It differs after a change of the file's content, owner or
+/// location. A plain value; usable from any thread.
 struct FileState
 {
-    /// What the system said.
+    /// From a result of stat().
     [[nodiscard]] static FileState of(const struct stat &status);
-    /// Of the file that a path leads to; symbolic links are followed.
-    /// @param path as the system takes it.
+    /// Of the file at a path; symbolic links are followed. `exists` is false when stat() fails.
+    /// @param path in the encoding of the file system.
     [[nodiscard]] static FileState of(const char *path);
-    /// The time by which files are marked, in nanoseconds.
+    /// The clock that the kernel sets file times from, in nanoseconds.
     [[nodiscard]] static qint64 now();
 
-    /// Whether each change from the time `now` on gives another state. A file that was changed just
-    /// before may be changed again with the same times.
-    /// @param now what now() gave before this state was taken.
+    /// Whether every change from the time `now` on will give a different state. False shortly after
+    /// a change, because another change may then get the same time.
+    /// @param now the result of FileState::now() from before this state was read.
     [[nodiscard]] bool isSettled(qint64 now) const;
 
-    /// False when there is no such file; the rest is zero then.
+    /// False when there is no such file; the other fields are zero then.
     bool exists = false;
     quint64 device = 0;
     quint64 inode = 0;
     qint64 size = 0;
-    /// Of the content, and of anything of the file; in nanoseconds.
+    /// Last change of the content, and of anything about the file; in nanoseconds.
     qint64 modified = 0;
     qint64 changed = 0;
-    /// How many names the file has.
+    /// The number of hard links.
     quint64 links = 0;
 };
 

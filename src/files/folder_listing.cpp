@@ -19,7 +19,7 @@ struct Closer
 };
 using Folder = std::unique_ptr<DIR, Closer>;
 
-/// Lists a folder, and remembers why it could not.
+/// Reads a folder's entries, and keeps the error if that fails.
 class Listing
 {
 public:
@@ -28,7 +28,7 @@ public:
         , m_error(m_folder ? 0 : errno)
     {
     }
-    /// Null at the end.
+    /// The next entry; null at the end or after an error.
     [[nodiscard]] const dirent *next()
     {
         if (!m_folder)
@@ -43,7 +43,7 @@ public:
     {
         return m_error != 0 && !ReadFailures::isMissing(m_error);
     }
-    /// For ReadFailures.
+    /// Reports an error to ReadFailures.
     void noteFailure(const QString &folder) const
     {
         if (hasFailed())
@@ -56,7 +56,7 @@ private:
     int m_error;
 };
 
-// Null when it is no text.
+// A null string when the name is not valid in the file system's encoding.
 QString textOf(const char *name)
 {
     const QByteArray bytes = QByteArray::fromRawData(name, static_cast<int>(qstrlen(name)));
@@ -86,13 +86,14 @@ bool isFolder(DIR *folder, const dirent &entry)
         && S_ISDIR(status.st_mode);
 }
 
-// Whether a look failed because of what the system has for that name, not because of the system.
-bool saysOfTheFile(int error)
+// Whether stat() failed because of the file (missing, a link loop, no permission) rather than
+// because of the system.
+bool isFaultOfTheFile(int error)
 {
     return ReadFailures::isMissing(error) || error == ELOOP || error == EACCES;
 }
 
-// Nothing when it does not count.
+// No value when the entry is not to be listed.
 std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString &name, Links links)
 {
     if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK && entry.d_type != DT_REG)
@@ -100,7 +101,7 @@ std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString
     struct stat status = {};
     const int flags = links == Links::AreFollowed ? 0 : AT_SYMLINK_NOFOLLOW;
     if (::fstatat(::dirfd(folder), entry.d_name, &status, flags) != 0) {
-        if (saysOfTheFile(errno))
+        if (isFaultOfTheFile(errno))
             return {};
         return ListedFile{name, FileState(), isLink(folder, entry)};
     }
@@ -156,7 +157,7 @@ bool mayBeFile(const QString &path)
 {
     struct stat status = {};
     if (::stat(QFile::encodeName(path).constData(), &status) != 0)
-        return !saysOfTheFile(errno);
+        return !isFaultOfTheFile(errno);
     return S_ISREG(status.st_mode);
 }
 

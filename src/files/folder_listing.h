@@ -10,42 +10,43 @@
 
 #include <optional>
 
-// Listing folders in one walk, with one look at each file.
+// Lists folders with a single pass, and with a single stat() per file.
 
 /// A file in a folder.
 struct ListedFile
 {
     QString name;
-    /// Of the file itself, also behind a link that is followed.
+    /// Of the link's target if links are followed.
     FileState state;
-    /// Whether the folder has a symbolic link of that name.
+    /// Whether the entry is a symbolic link.
     bool isLink = false;
 
-    /// Whether it can be written to without its folder being told: behind a link, or under another
-    /// name.
+    /// Whether its content can change without a change in its folder: it is a symbolic link, or has
+    /// another hard link.
     [[nodiscard]] bool isElsewhere() const { return isLink || state.links > 1; }
 };
 
-/// Whether symbolic links are looked at as what they lead to, or by themselves.
+/// Whether a symbolic link is described by its target or by itself.
 enum class Links { AreFollowed, AreNotFollowed };
 
-/// What a folder has by names that end in `suffix`, in any case, and do not begin with a dot:
-/// files, and links to anything but folders. Sorted by name; nothing when the folder cannot be
-/// read, which ReadFailures tell. Names that are no text are left out. A file that the system
-/// cannot look at is listed as one that does not exist: whoever reads it is told why.
-/// @param links that are not followed are listed wherever they lead, with a state of their own.
+/// The files of a folder, and the links to anything but folders, whose names end in `suffix` (case
+/// is respected) and do not begin with a dot. Sorted by name. Empty when the folder cannot be read,
+/// which is reported to ReadFailures. Names that are not valid text are left out. A file whose
+/// stat() fails because of the system is listed with `exists` false; reading it then gives the
+/// reason.
+/// @param links when not followed, links to anything are listed, with the state of the link itself.
 [[nodiscard]] QVector<ListedFile> filesIn(const QString &folder, const QString &suffix,
                                           Links links = Links::AreFollowed);
 
-/// The paths of everything but folders in a folder and in the folders below it, each from the
-/// folder on and with a leading slash; links are not followed. In no order; without what cannot be
-/// listed, which ReadFailures tell. Names that are no text are left out.
+/// The paths of everything but folders in a folder and its subfolders, relative to the folder but
+/// with a leading slash. Links are not followed. Unsorted. Subfolders that cannot be read are left
+/// out and reported to ReadFailures. Names that are not valid text are left out.
 [[nodiscard]] QStringList pathsBelow(const QString &folder);
 
-/// Whether a path, symbolic links followed, leads to a regular file. Also true when the system
-/// cannot tell: reading it then says why.
+/// Whether a path, with symbolic links followed, is that of a regular file. Also true when stat()
+/// fails because of the system; reading the file then gives the reason.
 [[nodiscard]] bool mayBeFile(const QString &path);
 
-/// Every name in a folder, as the system has it. Empty when there is no folder; nothing when what
-/// is there cannot be listed.
+/// Every name in a folder, in the encoding of the file system. Empty when there is no folder; no
+/// value when it cannot be listed.
 [[nodiscard]] std::optional<QSet<QByteArray>> namesIn(const QString &folder);

@@ -1,6 +1,6 @@
 #include "files/foreign_file.h"
 
-#include "files/foreign_file_memory.h"
+#include "files/foreign_file_cache.h"
 #include "files/read_failures.h"
 
 #include <QFile>
@@ -25,21 +25,21 @@ ForeignFile tooLarge(qint64 largest)
     return failed(ForeignFile::TooLarge, QStringLiteral("It has more than %1 bytes").arg(largest));
 }
 
-// The descriptor of a regular file, or why there is none. Closed at the end.
+// The open descriptor of a regular file, or why there is none. The destructor closes it.
 class Opened
 {
 public:
     explicit Opened(const QByteArray &path)
     {
-        // Opening some devices is enough to do harm. This look keeps away from those that are in
-        // place already; what counts is the look at the descriptor.
+        // Some devices must not even be opened, so the type is checked before. The check that
+        // counts is the one on the open descriptor, because the file may be replaced in between.
         if (::stat(path.constData(), &status) != 0) {
             problem = failed(errno);
             return;
         }
         if (S_ISREG(status.st_mode)) {
             do {
-                // Waits neither for a pipe's writer nor for one who holds a lease on the file.
+                // O_NONBLOCK: does not wait for the writer of a pipe or the holder of a lease.
                 fd = ::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
             } while (fd < 0 && errno == EINTR);
             if (fd < 0 || ::fstat(fd, &status) != 0) {
@@ -88,20 +88,20 @@ ForeignFile readWhole(const QString &path, qint64 largest)
         return opened.problem;
     if (opened.status.st_size > largest)
         return tooLarge(largest);
-    // One byte more than allowed: it may have grown meanwhile.
+    // One byte more than allowed, because the file may have grown since.
     const ForeignFile file = readUpTo(opened.fd, largest + 1);
     return file.text.size() > largest ? tooLarge(largest) : file;
 }
 
 ForeignFile readOnce(const QString &path, qint64 largest)
 {
-    ForeignFileMemory *const memory = ForeignFileMemory::ofThread();
-    if (memory == nullptr)
+    ForeignFileCache *const cache = ForeignFileCache::ofThread();
+    if (cache == nullptr)
         return readWhole(path, largest);
-    if (const std::optional<ForeignFile> known = memory->recall(path, largest))
+    if (const std::optional<ForeignFile> known = cache->recall(path, largest))
         return *known;
     const ForeignFile file = readWhole(path, largest);
-    memory->remember(path, largest, file);
+    cache->remember(path, largest, file);
     return file;
 }
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-// As many as Linux follows.
+// The limit of Linux.
 constexpr int mostLinks = 40;
 
 QStringList partsOf(const QString &path)
@@ -16,7 +16,7 @@ QStringList partsOf(const QString &path)
     return path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
 }
 
-// What the link says, as it says it; empty when the path names no link.
+// The target of a symbolic link, unresolved; empty when the path is not a link.
 QString linkText(const QString &path)
 {
     std::error_code error;

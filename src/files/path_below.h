@@ -2,9 +2,10 @@
 
 #include <QString>
 
-/// Where the file is that a program finds under a path when its root directory is `root`: links on
-/// the way are followed as they are there, so that an absolute one stays below the root.
-/// @param root an absolute path; empty for this system, where the path itself is the answer.
+/// The path on this system of a file that a program sees as `path` when its root directory is
+/// `root`. Symbolic links are resolved inside that root: an absolute link does not leave it.
+/// @param root an absolute path; when empty, `path` is returned unchanged.
 /// @param path an absolute path. It need not exist.
-/// @return the path in this system; empty when there are too many links on the way.
+/// @return the path on this system; empty when more links follow one another than the system
+/// allows.
 [[nodiscard]] QString pathBelow(const QString &root, const QString &path);

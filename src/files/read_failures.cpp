@@ -25,7 +25,7 @@ void ReadFailures::note(const QString &path, const QString &reason)
     }
 }
 
-// No file can have a name that is too long.
+// No file can exist under a name that is too long.
 bool ReadFailures::isMissing(int error)
 {
     return error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG;

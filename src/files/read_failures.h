@@ -2,10 +2,10 @@
 
 #include <QString>
 
-/// While one lives, it notes whether listing folders or reading files, by the functions of this
-/// layer and in its thread, has failed although something may be there: no descriptor left, an
-/// input error, no permission. What is missing is no failure. For work that must not take what it
-/// could not read for what is gone.
+/// Records whether a function of this layer failed to list a folder or read a file that may exist:
+/// no free descriptor, an input error, no permission. It covers its own thread, for as long as it
+/// exists. A missing file is not a failure. For callers that must not treat an unreadable file as
+/// removed.
 class ReadFailures
 {
 public:
@@ -14,12 +14,13 @@ public:
     Q_DISABLE_COPY(ReadFailures)
 
     [[nodiscard]] bool any() const { return !m_first.isEmpty(); }
-    /// The first one, for a person: the path and the system's error text. Empty when there is none.
+    /// The first failure as readable text: the path and the system's error text. Empty when there
+    /// is none.
     [[nodiscard]] const QString &first() const { return m_first; }
 
-    /// Tells every one that lives in this thread.
+    /// Adds a failure to every object in this thread.
     static void note(const QString &path, const QString &reason);
-    /// Whether the system says by this error number that there is nothing of that name.
+    /// Whether this errno value means that the file does not exist.
     [[nodiscard]] static bool isMissing(int error);
 
 private:

@@ -17,7 +17,7 @@
 #include "common/ini_file.h"
 #include "files/folder_listing.h"
 #include "files/foreign_file.h"
-#include "files/foreign_file_memory.h"
+#include "files/foreign_file_cache.h"
 #include "files/path_below.h"
 
 #include <QDir>
@@ -79,7 +79,7 @@ void lintManifests(const Core::ApplicationCatalogue &catalogue, const Places &pl
 // the reader is the stand-in. The platform's own reads by itself.
 Core::ApplicationCatalogue lintTexts(const Places &places, Collected &findings)
 {
-    const ForeignFileMemory memory;
+    const ForeignFileCache memory;
     Core::EntryRecords none;
     return Core::ApplicationCatalogue(places, findings, none,
                                       [&](const QString &path, const ListedFile *file) {

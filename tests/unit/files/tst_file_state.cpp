@@ -13,8 +13,8 @@ class TestFileState : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsEachChange_data();
-    void tellsEachChange();
+    void changesWithEachChangeOfTheFile_data();
+    void changesWithEachChangeOfTheFile();
     void knowsThatAFileIsMissing();
     void settlesWithTime_data();
     void settlesWithTime();
@@ -40,25 +40,25 @@ private:
     QTemporaryDir folder;
 };
 
-void TestFileState::tellsEachChange_data()
+void TestFileState::changesWithEachChangeOfTheFile_data()
 {
     QTest::addColumn<QByteArray>("change");
-    for (const char *change : {"written anew", "same size", "rights", "replaced", "another name"})
+    for (const char *change : {"rewritten", "same size", "permissions", "replaced", "another name"})
         QTest::newRow(change) << QByteArray(change);
 }
 
-void TestFileState::tellsEachChange()
+void TestFileState::changesWithEachChangeOfTheFile()
 {
     QFETCH(QByteArray, change);
     write("file", "one");
     waitUntilSettled("file");
     const FileState before = FileState::of(path("file").constData());
     QVERIFY(before == FileState::of(path("file").constData()));
-    if (change == "written anew") {
+    if (change == "rewritten") {
         write("file", "three");
     } else if (change == "same size") {
         write("file", "two");
-    } else if (change == "rights") {
+    } else if (change == "permissions") {
         QCOMPARE(::chmod(path("file").constData(), 0600), 0);
     } else if (change == "replaced") {
         write("other", "one");

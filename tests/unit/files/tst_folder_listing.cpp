@@ -16,11 +16,11 @@ private Q_SLOTS:
     void init() { folder = std::make_unique<QTemporaryDir>(); }
 
     void listsWhatTheFrameworkLists();
-    void tellsTheStateOfWhatALinkLeadsTo();
-    void listsLinksThatItDoesNotFollowWhereverTheyLead();
-    void listsNothingWhereNoFolderIs();
+    void givesTheStateOfALinksTarget();
+    void listsEveryLinkThatIsNotFollowed();
+    void listsNothingWithoutAFolder();
     void knowsEveryName();
-    void knowsNoNamesOfAFolderThatItMayNotList();
+    void givesNoNamesOfAnUnreadableFolder();
 
 private:
     [[nodiscard]] QString path(const char *name) const
@@ -60,7 +60,7 @@ void TestFolderListing::listsWhatTheFrameworkLists()
     link("pipe.desktop", "linked-pipe.desktop");
     link("folder.desktop", "linked-folder.desktop");
     link("none", "dangling.desktop");
-    // No text in UTF-8.
+    // Not valid UTF-8.
     const QByteArray odd = QFile::encodeName(folder->path()) + "/\xff.desktop";
     QCOMPARE(::link(qPrintable(path("a.desktop")), odd.constData()), 0);
 
@@ -72,7 +72,7 @@ void TestFolderListing::listsWhatTheFrameworkLists()
     QCOMPARE(::unlink(odd.constData()), 0);
 }
 
-void TestFolderListing::tellsTheStateOfWhatALinkLeadsTo()
+void TestFolderListing::givesTheStateOfALinksTarget()
 {
     write("target", "12345");
     QVERIFY(QFile::link(path("target"), path("a.desktop")));
@@ -85,7 +85,7 @@ void TestFolderListing::tellsTheStateOfWhatALinkLeadsTo()
     QVERIFY(!files.at(1).isLink);
 }
 
-void TestFolderListing::listsLinksThatItDoesNotFollowWhereverTheyLead()
+void TestFolderListing::listsEveryLinkThatIsNotFollowed()
 {
     write("file.desktop", "12345");
     QVERIFY(QDir().mkpath(path("folder.desktop")));
@@ -101,7 +101,7 @@ void TestFolderListing::listsLinksThatItDoesNotFollowWhereverTheyLead()
     QCOMPARE(files.at(0).state.size, path("none").size());
 }
 
-void TestFolderListing::listsNothingWhereNoFolderIs()
+void TestFolderListing::listsNothingWithoutAFolder()
 {
     write("file");
     QVERIFY(filesIn(path("none"), QString()).isEmpty());
@@ -119,9 +119,9 @@ void TestFolderListing::knowsEveryName()
         QSet<QByteArray>({QByteArray("."), QByteArray(".."), QByteArray("a"), QByteArray(".b")}));
 }
 
-void TestFolderListing::knowsNoNamesOfAFolderThatItMayNotList()
+void TestFolderListing::givesNoNamesOfAnUnreadableFolder()
 {
-    // Links that lead to each other: the system refuses to open, whoever asks.
+    // A link to itself, which the system refuses to open even for root.
     QVERIFY(QFile::link(path("loop"), path("loop")));
     QVERIFY(!namesIn(path("loop")).has_value());
 }

@@ -22,16 +22,16 @@ private Q_SLOTS:
     void readsARegularFile_data();
     void readsARegularFile();
     void followsALink();
-    void saysWhyItReadsNothing_data();
-    void saysWhyItReadsNothing();
-    void saysWhatTheSystemSays();
+    void givesTheReasonWhenItReadsNothing_data();
+    void givesTheReasonWhenItReadsNothing();
+    void passesOnTheSystemsError();
     void doesNotWaitForTheHolderOfALease();
-    void readsAFileThatDoesNotSayHowLargeItIs();
-    void stopsAtTheBoundOfAFileThatGrows();
+    void readsAFileWithoutASize();
+    void stopsAtTheLimitWhileAFileGrows();
     void readsTheStart_data();
     void readsTheStart();
-    void readsTheStartOfNothingOdd_data();
-    void readsTheStartOfNothingOdd();
+    void readsNoStartOfAnOddFile_data();
+    void readsNoStartOfAnOddFile();
     void leavesNoDescriptorOpen();
 
 private:
@@ -46,8 +46,8 @@ void TestForeignFile::readsARegularFile_data()
     QTest::newRow("empty") << QByteArray();
     QTest::newRow("text") << QByteArray("text\n");
     QTest::newRow("zero bytes") << QByteArray("\0\0a", 3);
-    QTest::newRow("one byte below the bound") << QByteArray((1 << 20) - 1, 'x');
-    QTest::newRow("the bound") << QByteArray(1 << 20, 'x');
+    QTest::newRow("one byte below the limit") << QByteArray((1 << 20) - 1, 'x');
+    QTest::newRow("the limit") << QByteArray(1 << 20, 'x');
 }
 
 void TestForeignFile::readsARegularFile()
@@ -67,7 +67,7 @@ void TestForeignFile::followsALink()
     QCOMPARE(readForeignFile(path()).text, QByteArray("text"));
 }
 
-void TestForeignFile::saysWhyItReadsNothing_data()
+void TestForeignFile::givesTheReasonWhenItReadsNothing_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<ForeignFile::State>("state");
@@ -85,7 +85,7 @@ void TestForeignFile::saysWhyItReadsNothing_data()
     }
 }
 
-void TestForeignFile::saysWhyItReadsNothing()
+void TestForeignFile::givesTheReasonWhenItReadsNothing()
 {
     QFETCH(QString, kind);
     QFETCH(ForeignFile::State, state);
@@ -96,7 +96,7 @@ void TestForeignFile::saysWhyItReadsNothing()
     QVERIFY(!file.reason.isEmpty());
 }
 
-void TestForeignFile::saysWhatTheSystemSays()
+void TestForeignFile::passesOnTheSystemsError()
 {
     QCOMPARE(readForeignFile(path()).state, ForeignFile::Missing);
     QCOMPARE(readForeignFile(QString()).state, ForeignFile::Missing);
@@ -116,32 +116,32 @@ void TestForeignFile::doesNotWaitForTheHolderOfALease()
     QVERIFY(fd >= 0);
     if (::fcntl(fd, F_SETLEASE, F_WRLCK) != 0) {
         ::close(fd);
-        QSKIP("This file system knows no leases");
+        QSKIP("This file system has no leases");
     }
-    // Whoever breaks the lease makes a signal of it.
+    // Opening the file signals the holder of the lease, which is this process.
     std::signal(SIGIO, SIG_IGN);
     QCOMPARE(readForeignFile(path()).state, ForeignFile::CannotOpen);
     std::signal(SIGIO, SIG_DFL);
     ::close(fd);
 }
 
-void TestForeignFile::readsAFileThatDoesNotSayHowLargeItIs()
+void TestForeignFile::readsAFileWithoutASize()
 {
     const ForeignFile file = readForeignFile(QStringLiteral("/proc/self/status"));
     QCOMPARE(file.state, ForeignFile::Read);
     QVERIFY(file.text.startsWith("Name:"));
-    // As one that has grown since its size was asked for.
+    // The size of this file is reported as 0; it behaves like a file that grew after stat().
     QCOMPARE(readForeignFile(QStringLiteral("/proc/self/status"), 10).state, ForeignFile::TooLarge);
 }
 
-void TestForeignFile::stopsAtTheBoundOfAFileThatGrows()
+void TestForeignFile::stopsAtTheLimitWhileAFileGrows()
 {
     root->write(QStringLiteral("/f"), "text");
     std::atomic<bool> done{false};
     std::thread writer([&] {
         const QByteArray piece(1 << 16, 'x');
         const int fd = ::open(qPrintable(path()), O_WRONLY | O_APPEND | O_CLOEXEC);
-        // Shrinks now and then, so that the reader meets it at every size.
+        // Truncates the file now and then, so that the reader meets all sizes.
         for (int i = 0; !done; ++i) {
             if (::write(fd, piece.constData(), static_cast<size_t>(piece.size())) < 0
                 || (i % 64 == 0 && ::ftruncate(fd, 0) != 0))
@@ -167,7 +167,7 @@ void TestForeignFile::readsTheStart_data()
     QTest::newRow("shorter") << QByteArray("abc");
     QTest::newRow("as long") << QByteArray("abcd");
     QTest::newRow("longer") << QByteArray("abcdefgh");
-    QTest::newRow("larger than the bound of whole files") << QByteArray(2 << 20, 'a');
+    QTest::newRow("larger than the limit of whole files") << QByteArray(2 << 20, 'a');
 }
 
 void TestForeignFile::readsTheStart()
@@ -179,7 +179,7 @@ void TestForeignFile::readsTheStart()
     QCOMPARE(file.text, text.left(4));
 }
 
-void TestForeignFile::readsTheStartOfNothingOdd_data()
+void TestForeignFile::readsNoStartOfAnOddFile_data()
 {
     QTest::addColumn<QString>("kind");
     for (const char *kind : {"pipe", "link to a pipe", "directory", "socket", "dangling link",
@@ -187,7 +187,7 @@ void TestForeignFile::readsTheStartOfNothingOdd_data()
         QTest::newRow(kind) << QString::fromLatin1(kind);
 }
 
-void TestForeignFile::readsTheStartOfNothingOdd()
+void TestForeignFile::readsNoStartOfAnOddFile()
 {
     QFETCH(QString, kind);
     QVERIFY(OddFile::make(kind, path(), "text"));

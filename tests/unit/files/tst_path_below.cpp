@@ -11,10 +11,10 @@ class TestPathBelow : public QObject
 
 private Q_SLOTS:
     void init();
-    void leavesAPathOfThisSystemAsItIs();
-    void followsLinksAsTheyAreBelowTheRoot_data();
-    void followsLinksAsTheyAreBelowTheRoot();
-    void givesUpOnLinksWithoutAnEnd();
+    void leavesAPathOfThisSystemUnchanged();
+    void resolvesLinksBelowTheRoot_data();
+    void resolvesLinksBelowTheRoot();
+    void givesUpOnALoopOfLinks();
 
 private:
     void link(const char *target, const char *name) const
@@ -37,13 +37,13 @@ void TestPathBelow::init()
     link("loop", "loop");
 }
 
-void TestPathBelow::leavesAPathOfThisSystemAsItIs()
+void TestPathBelow::leavesAPathOfThisSystemUnchanged()
 {
     QCOMPARE(pathBelow(QString(), QStringLiteral("/bin//x/../true")),
              QStringLiteral("/bin//x/../true"));
 }
 
-void TestPathBelow::followsLinksAsTheyAreBelowTheRoot_data()
+void TestPathBelow::resolvesLinksBelowTheRoot_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
@@ -53,21 +53,21 @@ void TestPathBelow::followsLinksAsTheyAreBelowTheRoot_data()
     row("a file", "/usr/bin/real", "/usr/bin/real");
     row("nothing there", "/opt/none", "/opt/none");
     row("a relative link", "/bin/real", "/usr/bin/real");
-    row("an absolute link, a relative one behind", "/usr/bin/tool", "/usr/bin/real");
+    row("an absolute link to a relative one", "/usr/bin/tool", "/usr/bin/real");
     row("three links", "/bin/tool", "/usr/bin/real");
     row("a link that leads above the root", "/usr/bin/out", "/etc/shadow");
     row("a path that leads above the root", "/../../etc/shadow", "/etc/shadow");
     row("slashes and dots", "//usr/./bin//real", "/usr/bin/real");
 }
 
-void TestPathBelow::followsLinksAsTheyAreBelowTheRoot()
+void TestPathBelow::resolvesLinksBelowTheRoot()
 {
     QFETCH(QString, path);
     QFETCH(QString, expected);
     QCOMPARE(pathBelow(m_root->path(), path), m_root->path() + expected);
 }
 
-void TestPathBelow::givesUpOnLinksWithoutAnEnd()
+void TestPathBelow::givesUpOnALoopOfLinks()
 {
     QCOMPARE(pathBelow(m_root->path(), QStringLiteral("/loop/x")), QString());
 }

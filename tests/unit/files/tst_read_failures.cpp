@@ -20,17 +20,17 @@ class TestReadFailures : public QObject
 
 private Q_SLOTS:
     void init();
-    void notesWhatCannotBeReadWithoutDescriptors_data() { works(); }
-    void notesWhatCannotBeReadWithoutDescriptors();
-    void notesNothingOfWhatIsRead_data() { works(); }
-    void notesNothingOfWhatIsRead();
-    void notesNothingOfWhatIsMissing_data() { works(); }
-    void notesNothingOfWhatIsMissing();
-    void notesWhatTheSystemRefusesToOpen_data() { works(); }
-    void notesWhatTheSystemRefusesToOpen();
-    void keepsTheFirst();
-    void tellsEveryOneThatLives();
-    void isOfItsThread();
+    void recordsWhatCannotBeReadWithoutDescriptors_data() { works(); }
+    void recordsWhatCannotBeReadWithoutDescriptors();
+    void recordsNothingForWhatIsRead_data() { works(); }
+    void recordsNothingForWhatIsRead();
+    void recordsNothingForWhatIsMissing_data() { works(); }
+    void recordsNothingForWhatIsMissing();
+    void recordsWhatTheSystemRefusesToOpen_data() { works(); }
+    void recordsWhatTheSystemRefusesToOpen();
+    void keepsTheFirstFailure();
+    void addsAFailureToEveryObject();
+    void coversOnlyItsThread();
 
 private:
     static void works();
@@ -61,7 +61,7 @@ void TestReadFailures::works()
         << Work([](const QString &path) { (void)pathsBelow(path); });
 }
 
-void TestReadFailures::notesWhatCannotBeReadWithoutDescriptors()
+void TestReadFailures::recordsWhatCannotBeReadWithoutDescriptors()
 {
     QFETCH(Work, work);
     const bool isFile = qstrcmp(QTest::currentDataTag(), "a file is read") == 0;
@@ -74,7 +74,7 @@ void TestReadFailures::notesWhatCannotBeReadWithoutDescriptors()
     QCOMPARE(failures.first(), read + QStringLiteral(": Too many open files"));
 }
 
-void TestReadFailures::notesNothingOfWhatIsRead()
+void TestReadFailures::recordsNothingForWhatIsRead()
 {
     QFETCH(Work, work);
     const ReadFailures failures;
@@ -83,7 +83,7 @@ void TestReadFailures::notesNothingOfWhatIsRead()
     QVERIFY(!failures.any());
 }
 
-void TestReadFailures::notesNothingOfWhatIsMissing()
+void TestReadFailures::recordsNothingForWhatIsMissing()
 {
     QFETCH(Work, work);
     const ReadFailures failures;
@@ -93,7 +93,7 @@ void TestReadFailures::notesNothingOfWhatIsMissing()
     QVERIFY(!failures.any());
 }
 
-void TestReadFailures::notesWhatTheSystemRefusesToOpen()
+void TestReadFailures::recordsWhatTheSystemRefusesToOpen()
 {
     QFETCH(Work, work);
     const ReadFailures failures;
@@ -101,7 +101,7 @@ void TestReadFailures::notesWhatTheSystemRefusesToOpen()
     QVERIFY(failures.any());
 }
 
-void TestReadFailures::keepsTheFirst()
+void TestReadFailures::keepsTheFirstFailure()
 {
     const ReadFailures failures;
     ReadFailures::note(QStringLiteral("/a"), QStringLiteral("one"));
@@ -109,7 +109,7 @@ void TestReadFailures::keepsTheFirst()
     QCOMPARE(failures.first(), QStringLiteral("/a: one"));
 }
 
-void TestReadFailures::tellsEveryOneThatLives()
+void TestReadFailures::addsAFailureToEveryObject()
 {
     const ReadFailures outer;
     {
@@ -122,7 +122,7 @@ void TestReadFailures::tellsEveryOneThatLives()
     QVERIFY(!later.any());
 }
 
-void TestReadFailures::isOfItsThread()
+void TestReadFailures::coversOnlyItsThread()
 {
     const ReadFailures failures;
     std::thread([] { ReadFailures::note(QStringLiteral("/a"), QStringLiteral("one")); }).join();

@@ -1,11 +1,11 @@
-#include "files/foreign_file_memory.h"
+#include "files/foreign_file_cache.h"
 #include "support/temp_root.h"
 
 #include <QTest>
 
 #include <thread>
 
-class TestForeignFileMemory : public QObject
+class TestForeignFileCache : public QObject
 {
     Q_OBJECT
 
@@ -16,12 +16,12 @@ private Q_SLOTS:
         write("f", "first");
     }
 
-    void readsEachTimeWithoutAMemory();
-    void givesWhatItGaveWhileAMemoryLives();
-    void remembersWhyNothingWasRead();
-    void remembersTheLastFileOnly();
-    void readsAgainWithAnotherBound();
-    void isOfItsThread();
+    void readsEachTimeWithoutACache();
+    void givesTheCachedTextWhileACacheExists();
+    void remembersFailures();
+    void remembersOnlyTheLastFile();
+    void readsAgainWithAnotherLimit();
+    void coversOnlyItsThread();
 
 private:
     [[nodiscard]] QString path(const char *name) const
@@ -40,19 +40,19 @@ private:
     std::unique_ptr<TempRoot> root;
 };
 
-void TestForeignFileMemory::readsEachTimeWithoutAMemory()
+void TestForeignFileCache::readsEachTimeWithoutACache()
 {
     QCOMPARE(read("f"), QByteArray("first"));
     write("f", "second");
     QCOMPARE(read("f"), QByteArray("second"));
 }
 
-void TestForeignFileMemory::givesWhatItGaveWhileAMemoryLives()
+void TestForeignFileCache::givesTheCachedTextWhileACacheExists()
 {
     {
-        const ForeignFileMemory outer;
+        const ForeignFileCache outer;
         {
-            const ForeignFileMemory inner;
+            const ForeignFileCache inner;
             QCOMPARE(read("f"), QByteArray("first"));
             write("f", "second");
             QCOMPARE(read("f"), QByteArray("first"));
@@ -64,9 +64,9 @@ void TestForeignFileMemory::givesWhatItGaveWhileAMemoryLives()
     QCOMPARE(read("f"), QByteArray("third"));
 }
 
-void TestForeignFileMemory::remembersWhyNothingWasRead()
+void TestForeignFileCache::remembersFailures()
 {
-    const ForeignFileMemory memory;
+    const ForeignFileCache cache;
     QCOMPARE(readForeignFile(path("none")).state, ForeignFile::Missing);
     write("none", "text");
     const ForeignFile again = readForeignFile(path("none"));
@@ -74,9 +74,9 @@ void TestForeignFileMemory::remembersWhyNothingWasRead()
     QVERIFY(!again.reason.isEmpty());
 }
 
-void TestForeignFileMemory::remembersTheLastFileOnly()
+void TestForeignFileCache::remembersOnlyTheLastFile()
 {
-    const ForeignFileMemory memory;
+    const ForeignFileCache cache;
     write("other", "other");
     QCOMPARE(read("f"), QByteArray("first"));
     QCOMPARE(read("other"), QByteArray("other"));
@@ -84,16 +84,16 @@ void TestForeignFileMemory::remembersTheLastFileOnly()
     QCOMPARE(read("f"), QByteArray("second"));
 }
 
-void TestForeignFileMemory::readsAgainWithAnotherBound()
+void TestForeignFileCache::readsAgainWithAnotherLimit()
 {
-    const ForeignFileMemory memory;
+    const ForeignFileCache cache;
     QCOMPARE(readForeignFile(path("f"), 2).state, ForeignFile::TooLarge);
     QCOMPARE(read("f"), QByteArray("first"));
 }
 
-void TestForeignFileMemory::isOfItsThread()
+void TestForeignFileCache::coversOnlyItsThread()
 {
-    const ForeignFileMemory memory;
+    const ForeignFileCache cache;
     QCOMPARE(read("f"), QByteArray("first"));
     write("f", "second");
     QByteArray elsewhere;
@@ -102,5 +102,5 @@ void TestForeignFileMemory::isOfItsThread()
     QCOMPARE(read("f"), QByteArray("first"));
 }
 
-QTEST_GUILESS_MAIN(TestForeignFileMemory)
-#include "tst_foreign_file_memory.moc"
+QTEST_GUILESS_MAIN(TestForeignFileCache)
+#include "tst_foreign_file_cache.moc"
