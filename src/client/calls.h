@@ -4,15 +4,15 @@
 #include <QString>
 #include <QVariantMap>
 
-// The daemon's calls as messages, for whoever sends them in a way of their own. Pure functions;
+// The daemon's calls as messages, for callers that send them themselves. Pure functions.
 // Client::Daemon sends them.
 
 namespace Client {
 
-/// Gives the session of a task type: its path and both of its lists.
+/// The answer holds the session of a task type: its path and its two lists.
 [[nodiscard]] QDBusMessage registerInvokerCall(const QString &taskType);
 /// @param session object path of any session; every session starts tasks of any type.
-/// @param information, hints what Start documents.
+/// @param information, hints see Start in the interface's documentation.
 [[nodiscard]] QDBusMessage startCall(const QString &session, const QString &taskId,
                                      const QVariantMap &information, const QVariantMap &hints);
 [[nodiscard]] QDBusMessage stopCall(const QString &session, const QString &taskId);

@@ -16,8 +16,8 @@ QString activeTasks() { return QStringLiteral("ActiveTasks"); }
 
 QString availableTasks() { return QStringLiteral("AvailableTasks"); }
 
-// A list as it is on the bus; empty when it is something else: the per-user service may send
-// whatever it likes.
+// Converts a list from the bus; empty when it has another type, because the per-user service may
+// send anything.
 template <typename Record>
 QVector<Record> recordsIn(const QVariant &value)
 {
@@ -28,7 +28,7 @@ QVector<Record> recordsIn(const QVariant &value)
     return qdbus_cast<QVector<Record>>(argument);
 }
 
-// The records of a property that was asked for.
+// The records in the reply to a property's Get.
 template <typename Record>
 QVector<Record> recordsIn(const QDBusMessage &reply)
 {
@@ -43,7 +43,7 @@ Session sessionIn(const QDBusMessage &reply)
             recordsIn<Orvane::AvailableTask>(lists.value(availableTasks()))};
 }
 
-// Hands the outcome of a reply to a callback that wants nothing else.
+// Passes only the outcome of a reply to a callback.
 auto outcomeTo(Daemon::Done callback)
 {
     return
@@ -67,7 +67,7 @@ bool Daemon::followSessions()
 
 void Daemon::send(const QDBusMessage &call, std::function<void(const QDBusMessage &)> callback)
 {
-    // The bus library tells nobody of a call that it could not even make.
+    // The bus library does not report a call that it could not send.
     if (!m_bus.isConnected()) {
         QTimer::singleShot(0, this, [callback = std::move(callback)] { callback(QDBusMessage()); });
         return;

@@ -15,15 +15,16 @@ namespace Client {
 /// What RegisterInvoker answers.
 struct Session
 {
-    /// Object path; the daemon's or the per-user service's own choice, so it is never made up.
+    /// Object path. The daemon or the per-user service chooses it, so clients must not construct
+    /// it.
     QString path;
     QVector<Orvane::ActiveTask> activeTasks;
     QVector<Orvane::AvailableTask> availableTasks;
 };
 
-/// The daemon, seen from a client: its calls, asynchronous, each callback called exactly once
-/// unless this object goes before, and the changes that its sessions announce. The bus starts the
-/// daemon with the first call. On the thread of its event loop.
+/// Asynchronous calls to the daemon, and the changes that its sessions announce. Each callback is
+/// called exactly once, unless this object is destroyed first. The bus starts the daemon with the
+/// first call. Use on the thread of its event loop.
 class Daemon : public QObject
 {
     Q_OBJECT
@@ -38,14 +39,15 @@ public:
 
     explicit Daemon(const QDBusConnection &bus, QObject *parent = nullptr);
 
-    /// Has the two signals below emitted, for every session of the daemon: a subscription by path
-    /// would come after the answer that tells the path, and miss what happens between.
-    /// @return whether the bus took the subscription.
+    /// Enables the two signals below, for every session of the daemon. A subscription to a single
+    /// session's path would come too late, because the path is known only from the answer to
+    /// registerInvoker().
+    /// @return whether the subscription succeeded.
     [[nodiscard]] bool followSessions();
 
-    /// Registers for a task type. The daemon stays while this connection is on the bus.
+    /// Registers for a task type. The daemon does not exit while this connection is on the bus.
     void registerInvoker(const QString &taskType, Registered callback);
-    /// Starts a task. Success says that the job was accepted, not that the task runs.
+    /// Starts a task. Success means that systemd accepted the job, not that the task runs.
     /// @param session path of a session.
     void start(const QString &session, const QString &taskId, const StartRequest &request,
                Done callback);
@@ -54,12 +56,12 @@ public:
     void closeSession(const QString &session, Done callback);
     void readActiveTasks(const QString &session, ActiveTasks callback);
     void readAvailableTasks(const QString &session, AvailableTasks callback);
-    /// Switches autostart of an application.
+    /// Enables or disables autostart of an application.
     /// @param uid a user; -1 for all users.
     void setEnabled(int uid, const QString &application, bool enabled, Done callback);
-    /// Gives the applications that start for a user.
+    /// Reads the applications that start automatically for a user.
     void enabledApplications(int uid, Applications callback);
-    /// Has the daemon forget an application that was removed.
+    /// Tells the daemon that an application was removed.
     void applicationRemoved(const QString &application, Done callback);
 
 Q_SIGNALS:

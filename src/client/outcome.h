@@ -6,26 +6,26 @@
 
 namespace Client {
 
-/// How a call of the daemon ended: empty, or the bus's error. Plain value.
+/// The outcome of a call to the daemon: empty on success, else the bus's error. A plain value.
 struct Outcome
 {
     /// The D-Bus name of the error; empty when the call was answered.
     QString errorName;
-    /// What the answering side says of it; may be empty.
+    /// The error's message; may be empty.
     QString errorText;
 
     /// True when the call failed.
     explicit operator bool() const { return !errorName.isEmpty(); }
-    /// Whether nobody was there to answer: no bus, no daemon (or, for a task type of the user's
-    /// session, no per-user service), or one that did not answer in time.
+    /// Whether nothing answered: no bus, no daemon (or, for a task type of the user's session, no
+    /// per-user service), or no answer in time.
     [[nodiscard]] bool isUnreachable() const;
-    /// One line for a person: the text, or the name where there is no text.
+    /// The message, or the error's name if there is no message.
     [[nodiscard]] QString toString() const;
 };
 
-/// The outcome that a reply tells of.
+/// The outcome of a reply.
 [[nodiscard]] Outcome outcomeOf(const QDBusMessage &reply);
-/// The outcome that an error of the bus library tells of; an invalid one is success.
+/// The outcome for an error of the bus library; an invalid error is success.
 [[nodiscard]] Outcome outcomeOf(const QDBusError &error);
 
 } // namespace Client

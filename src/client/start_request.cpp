@@ -4,7 +4,7 @@ namespace Client {
 
 namespace {
 
-// The hint that has a task start at boot; other values are reserved.
+// The value of the Autostart hint for a start at boot; other values are reserved.
 constexpr int startsAtBoot = 2;
 
 void insertUnlessEmpty(QVariantMap &map, const QString &key, const QStringList &words)

@@ -8,8 +8,7 @@
 
 namespace Client {
 
-/// How a task is to be started: what Start takes as two maps, typed. Plain value; the daemon judges
-/// what is in it.
+/// The two maps of Start, typed. A plain value; the daemon checks its content.
 struct StartRequest
 {
     /// The user that the task runs as. Required: without one the daemon refuses the start.
@@ -24,18 +23,18 @@ struct StartRequest
     QStringList params;
     /// Whether the task has no directories in the user's home.
     bool homeless = false;
-    /// OOMScoreAdjust of the unit, -1000 to 1000; 0 leaves it alone.
+    /// OOMScoreAdjust of the unit, -1000 to 1000; 0: not set.
     int weight = 0;
-    /// LimitCPU of the unit in seconds; 0 leaves it alone.
+    /// LimitCPU of the unit in seconds; 0: not set.
     int cpuLimit = 0;
     /// Further properties of the unit's service section.
     QVariantMap unitSettings;
-    /// NAME=value entries before the daemon's own.
+    /// NAME=value entries; the daemon appends its own.
     QStringList environment;
 
-    /// The hints of Start. What was not asked for is not in it.
+    /// The hints of Start, without those that are not set.
     [[nodiscard]] QVariantMap hints() const;
-    /// The start-up information of Start; the same.
+    /// The start-up information of Start, without what is not set.
     [[nodiscard]] QVariantMap information() const;
 };
 

@@ -7,13 +7,13 @@
 
 namespace Client {
 
-/// Runs the event loop until an asynchronous call has ended, and gives what it gave. For tools,
-/// which do one thing at a time; signals are delivered meanwhile.
+/// Runs the event loop until an asynchronous call has ended, and returns its results. For tools,
+/// which make one call at a time; signals are delivered meanwhile.
 ///
 ///     const auto [outcome] = waitFor<Outcome>(
 ///         [&](const auto &done) { daemon.stop(path, task, done); });
 ///
-/// @param operation starts the call and hands it the callback that it is given.
+/// @param operation starts the call with the callback that it is given.
 template <typename... Results, typename Operation>
 [[nodiscard]] std::tuple<Results...> waitFor(const Operation &operation)
 {
@@ -23,7 +23,7 @@ template <typename... Results, typename Operation>
         results.emplace(values...);
         loop.quit();
     });
-    // The callback may have run already: the bus library knows some failures at once.
+    // The callback may already have run, because the bus library reports some failures at once.
     if (!results)
         loop.exec();
     return *results;

@@ -10,7 +10,7 @@ namespace {
 
 bool isControlCharacter(QChar character)
 {
-    // Nearly all characters: the table of categories costs ten times as much.
+    // A shortcut for ASCII: looking up the category is ten times slower.
     constexpr ushort firstBeyondAscii = 0x80;
     constexpr ushort blank = 0x20;
     constexpr ushort deleted = 0x7f;
@@ -39,7 +39,7 @@ bool isDigit(QChar character)
     return character >= QLatin1Char('0') && character <= QLatin1Char('9');
 }
 
-// Neither 0 nor the two numbers that mean "nobody given".
+// Neither root nor one of the two numbers that mean "no user".
 bool isUserNumber(const QString &digits)
 {
     bool fits = false;
@@ -66,11 +66,11 @@ bool holdsControlCharacter(const QString &text)
 
 bool holdsNoncharacter(const QString &text)
 {
-    // Below the surrogates there is none.
+    // No noncharacter is below the surrogates.
     const auto mayBePart = [](QChar unit) { return unit.unicode() >= 0xd800; };
     if (std::none_of(text.cbegin(), text.cend(), mayBePart))
         return false;
-    // Half a surrogate pair is not to be seen in the code points any more.
+    // toUcs4() below would hide half a surrogate pair.
     if (!text.isValidUtf16())
         return true;
     const QVector<uint> codePoints = text.toUcs4();
@@ -112,12 +112,12 @@ Error checkLine(const QString &what, const QString &text)
 
 bool isPlainUser(const QString &text)
 {
-    // What the C library and the records of logins take.
+    // The limit of the C library and of the login records.
     constexpr int longestName = 255;
     if (text.isEmpty() || text.toUtf8().size() > longestName || text == QLatin1String(".")
         || text == QLatin1String(".."))
         return false;
-    // The bus reads 0x0 and 00 as numbers, and +0, whatever systemd makes of them.
+    // The bus would read 0x0, 00 and +0 as numbers, whatever systemd does with them.
     const QChar first = text.at(0);
     if (first == QLatin1Char('0') || first == QLatin1Char('+') || first == QLatin1Char('-'))
         return false;

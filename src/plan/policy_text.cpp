@@ -6,7 +6,7 @@ namespace Core {
 
 namespace {
 
-// Of texts that are escaped for XML.
+// Takes texts that are already escaped for XML.
 QByteArray policyTextOf(const QString &busName, const QString &user)
 {
     const QString text =
@@ -23,7 +23,7 @@ QByteArray policyTextOf(const QString &busName, const QString &user)
                        "    <allow send_destination=\"%1\"/>\n"
                        "  </policy>\n"
                        "</busconfig>\n");
-    // Both in one call, so that a placeholder inside the bus name stays as it is.
+    // A single call, so that a placeholder inside the bus name is not replaced.
     return text.arg(busName, user).toUtf8();
 }
 

@@ -9,8 +9,8 @@ namespace Core {
 
 namespace {
 
-// An application of one of these names, or a policy for one, would act in the place of a part of
-// the system.
+// An application with one of these names, or a bus policy for one, could pose as a part of the
+// system.
 const QStringList &reservedNames()
 {
     static const QStringList names{QStringLiteral("org.freedesktop"),
@@ -20,8 +20,8 @@ const QStringList &reservedNames()
     return names;
 }
 
-// By whole components: "org.freedesktops" does not lie at or below "org.freedesktop".
-bool liesAtOrBelow(const QString &name, const QString &upper)
+// Compares whole components: "org.freedesktops" is not at or below "org.freedesktop".
+bool isAtOrBelow(const QString &name, const QString &upper)
 {
     return (name + QLatin1Char('.')).startsWith(upper + QLatin1Char('.'));
 }
@@ -37,7 +37,7 @@ bool isReservedName(const QString &name)
 {
     const QStringList &names = reservedNames();
     return std::any_of(names.cbegin(), names.cend(), [&name](const QString &reserved) {
-        return liesAtOrBelow(name, reserved) || liesAtOrBelow(reserved, name);
+        return isAtOrBelow(name, reserved) || isAtOrBelow(reserved, name);
     });
 }
 

@@ -2,17 +2,15 @@
 
 #include <QString>
 
-// Names made of components that dots separate: of applications, and on the bus.
+// Checks of names whose components are separated by dots: application ids and bus names.
 
 namespace Core {
 
-/// Whether two dots stand side by side in the name, or one at its beginning or end. A name without
-/// any text counts, too.
+/// Whether the name begins or ends with a dot, has two dots in a row, or is empty.
 [[nodiscard]] bool hasEmptyComponent(const QString &name);
 
-/// Whether the name belongs to the system: it is one of those that the bus, this daemon and its
-/// peers use, or its components begin with all of such a name's ("org.freedesktop.x"), or such a
-/// name's begin with all of its own ("org"). Upper and lower case differ.
+/// Whether the name belongs to the system: it is a name that the bus, this daemon or its peers use,
+/// or is below one ("org.freedesktop.x"), or above one ("org"). Case matters.
 [[nodiscard]] bool isReservedName(const QString &name);
 
 /// Whether the bus lets a program ask for the name: at most 255 characters, at least two

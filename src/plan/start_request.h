@@ -20,11 +20,11 @@ struct StartRequest
     bool atBoot = false;
     /// A name on the system bus that the task is to own.
     std::optional<QString> busName;
-    /// Names of permissions, beside the one that every task has.
+    /// Names of permissions, in addition to the one that every task has.
     QStringList permissions;
     /// Further arguments of the program.
     QStringList params;
-    /// What the unit's OOMScoreAdjust and LimitCPU (in seconds) are to be; 0: not set.
+    /// The unit's OOMScoreAdjust and LimitCPU (in seconds); 0: not set.
     int weight = 0;
     int cpuLimit = 0;
     /// Further settings of the unit.

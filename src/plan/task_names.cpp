@@ -18,7 +18,7 @@ QString unitNameOf(const QString &taskId) { return taskUnitPrefix() + taskId + u
 
 QString taskIdOfUnit(const QString &unitName)
 {
-    // Callers see only units that were asked for by the prefix.
+    // The caller has already checked the prefix.
     const QString name = unitName.mid(taskUnitPrefix().size());
     return name.endsWith(unitSuffix()) ? name.chopped(unitSuffix().size()) : QString();
 }

@@ -4,17 +4,17 @@
 
 struct Places;
 
-// What a task's unit and bus policy are called, and where they are.
+// Names and paths of a task's unit and bus policy.
 
 namespace Core {
 
-/// What every task unit's name starts with.
+/// The prefix of every task unit's name.
 [[nodiscard]] QString taskUnitPrefix();
-/// The systemd unit of a task.
+/// The name of a task's systemd unit.
 [[nodiscard]] QString unitNameOf(const QString &taskId);
-/// The task of a unit name; empty when the name is not a task unit's.
+/// The task id in a unit name; empty when it is not a task unit's name.
 [[nodiscard]] QString taskIdOfUnit(const QString &unitName);
-/// The task that a file in the folder of policies is named after; empty when it is no task.
+/// The task id in the name of a bus policy file; empty when it is not a task's.
 [[nodiscard]] QString taskIdOfPolicy(const QString &fileName);
 /// Path of the task's unit file.
 [[nodiscard]] QString unitFilePath(const Places &places, const QString &taskId);

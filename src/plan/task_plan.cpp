@@ -25,7 +25,7 @@ void describeSandbox(Firejail &sandbox, const ApplicationId &application, bool h
     sandbox.setHomeless(homeless);
 }
 
-// No quoting rules: every blank separates, so that two in a row hold an empty argument.
+// There is no quoting: every blank separates, so two in a row give an empty argument.
 QByteArrayList declaredArguments(const QString &exec) { return exec.toUtf8().split(' '); }
 
 QStringList grantedPermissions(const StartRequest &request)
@@ -54,14 +54,14 @@ Origin originOf(const SandboxWord &word)
     return {};
 }
 
-// A mark at the beginning of a text would be taken for the sign of its encoding and be left out.
+// QString::fromUtf8() drops a byte order mark at the beginning; this keeps it.
 QString wordFromUtf8(const QByteArray &bytes)
 {
     const bool beginsWithMark = bytes.startsWith("\xef\xbb\xbf");
     return beginsWithMark ? QString::fromUtf8(' ' + bytes).mid(1) : QString::fromUtf8(bytes);
 }
 
-// A zero byte ends the line, as it would for everybody who reads it as text.
+// Cuts the line at the first zero byte, where every reader of it as C text would stop.
 QVector<PlannedWord> untilZeroByte(QVector<PlannedWord> words)
 {
     for (int index = 0; index < words.size(); ++index) {

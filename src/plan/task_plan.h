@@ -22,25 +22,26 @@ class Findings;
 struct Origin
 {
     enum Kind {
-        /// It is the same for every task.
+        /// The same for every task.
         Default,
-        /// The application's entry.
+        /// The application's desktop entry.
         Declaration,
         /// The caller.
         Hint,
         /// A permission file.
         Permission,
-        /// Several of these: each word has its own, see TaskPlan::environment and argv.
+        /// Several of these. Each word has its own origin, see TaskPlan::environment and argv.
         Words
     };
 
     Kind kind = Default;
-    /// The entry's key ("Exec", "OrganizationName", "ApplicationName"), or "X-Task" for the name of
-    /// the task's group; the hint's name; the permission's. Empty for the other kinds.
+    /// The desktop entry's key ("Exec", "OrganizationName", "ApplicationName"), or "X-Task" for the
+    /// name of the task's group; or the name of the hint or of the permission. Empty for the other
+    /// kinds.
     QString what;
-    /// The permission's file. An entry's is known to whoever looked the task up.
+    /// The permission's file. Empty for a desktop entry, whose path the caller knows.
     QString file;
-    /// From 1 on; 0: not known, or the whole file.
+    /// Counted from 1; 0: unknown, or the whole file.
     int line = 0;
 };
 
@@ -71,24 +72,24 @@ struct TaskPlan
     /// Whether the unit is to start at boot.
     bool atBoot = false;
 
-    /// The settings without where they come from.
+    /// The settings without their origins.
     [[nodiscard]] UnitValues values() const;
     /// The text of the unit file.
     [[nodiscard]] QByteArray unit() const;
 };
 
-/// A plan, or why there is none: then the plan is empty.
+/// A plan, or an error and an empty plan.
 struct TaskPlanResult
 {
     Error error;
     TaskPlan plan;
 };
 
-/// Plans the start of a task: what its application declares and what the caller asks for, or the
-/// first thing that is wrong with either. Reads the program and the permission files; writes and
-/// starts nothing.
-/// @param task a task that is declared: the caller has looked it up.
-/// @param findings gets what is left out, and what the sandbox refuses.
+/// Plans the start of a task from what its application declares and what the caller asks for. Fails
+/// with the first fault of either. Reads the program and the permission files; writes and starts
+/// nothing.
+/// @param task a declared task that the caller has looked up.
+/// @param findings receives what is left out of the plan and what the sandbox refuses.
 [[nodiscard]] TaskPlanResult planTask(const ApplicationInfo::TaskInfo &task,
                                       const StartRequest &request, const Places &places,
                                       Findings &findings);

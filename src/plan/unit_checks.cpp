@@ -18,7 +18,7 @@ bool isPlainKey(const QString &key)
     });
 }
 
-// A list is checked word by word, too: a backslash would join two of them.
+// A list is also checked word by word, because a backslash would join two words.
 Error checkValue(const QString &key, const UnitValue &value)
 {
     if (const auto *words = std::get_if<QStringList>(&value)) {
@@ -32,8 +32,8 @@ Error checkValue(const QString &key, const UnitValue &value)
 
 } // namespace
 
-// The id becomes names of directories, bus names and words of the command line. Whoever joined it
-// did not look at its parts, so its text is parsed.
+// The id is used in directory names, bus names and the command line. It is parsed again from its
+// text, because it may have been built from unchecked parts.
 Error checkApplicationId(const ApplicationId &id)
 {
     if (!ApplicationId(id.toString()).isValid())
@@ -45,8 +45,8 @@ Error checkApplicationId(const ApplicationId &id)
     return {};
 }
 
-// The program's file name also becomes an option of the sandbox, ahead of the "--": what systemd
-// unquotes or expands there would change where the options end, and a list or a pattern would name
+// The program's file name also becomes an option of the sandbox, before the "--". Characters that
+// systemd unquotes or expands could move the end of the options, and a list or a pattern would name
 // other programs.
 Error checkProgram(const QString &exec)
 {
@@ -119,7 +119,7 @@ Error checkParameters(const QStringList &parameters)
         if (endsWithBackslash(parameter))
             return invalid(what + QLatin1String(" must not end with a backslash"));
     }
-    // A zero byte ends the command line: what is behind it reaches nobody.
+    // A zero byte ends the command line, so the rest is not checked.
     const QString line = parameters.join(QLatin1Char(' '));
     return checkCommandLine(what, line.left(line.indexOf(QChar(0))));
 }

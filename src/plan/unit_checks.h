@@ -8,35 +8,35 @@
 #include <QString>
 #include <QStringList>
 
-// What of a declaration and of a caller's hints may become a unit and a bus policy. Each function
-// says with Error::InvalidArgs what is wrong. All are pure functions of their arguments.
+// Checks of what a declaration and a caller's hints put into a unit and a bus policy. Each function
+// returns Error::InvalidArgs with the reason, or success. Pure functions.
 
 namespace Core {
 
-/// What an application declares: that its id is one of its own and fit for paths, and that its
-/// command line names one program and stays one command on one line.
+/// Checks what an application declares: its id is not reserved and is usable in paths, and its
+/// command line names one program and is a single command on a single line.
 [[nodiscard]] Error checkDeclaration(const ApplicationInfo::TaskInfo &task);
-/// Each part of it alone: that the application's id can be one, and that its command line names a
-/// program whose name means nothing more to systemd and the sandbox.
+/// The parts of checkDeclaration(): the application's id alone, and the program that a command line
+/// names, which must hold no character that is special to systemd or the sandbox.
 [[nodiscard]] Error checkApplicationId(const ApplicationId &id);
 [[nodiscard]] Error checkProgram(const QString &exec);
 
-/// Everything that a caller asks for beside the environment.
+/// Checks everything that a caller asks for except the environment.
 [[nodiscard]] Error checkRequest(const StartRequest &request);
-/// That a user is named at all, and is not root: what a caller is told first.
+/// Checks that a user is given and is not root. Callers check this first.
 [[nodiscard]] Error checkUserIsGiven(const QString &user);
-/// The user that a task is to run as.
+/// Checks the user that a task is to run as.
 [[nodiscard]] Error checkUser(const QString &user);
-/// Names of permissions, which become names of files.
+/// Checks names of permissions, which become file names.
 [[nodiscard]] Error checkPermissions(const QStringList &permissions);
-/// Further arguments of the program, which stand at the end of its command line.
+/// Checks further arguments of the program, which are appended to its command line.
 [[nodiscard]] Error checkParameters(const QStringList &parameters);
-/// The bus name that a task is to own.
+/// Checks the bus name that a task is to own.
 [[nodiscard]] Error checkBusName(const QString &busName);
 
-/// Keys and values of a unit, as they would be written.
+/// Checks keys and values of a unit as they would be written.
 [[nodiscard]] Error checkSettings(const UnitValues &settings);
-/// A whole line that starts programs.
+/// Checks a whole command line.
 [[nodiscard]] Error checkCommandLine(const QString &what, const QString &line);
 
 } // namespace Core

@@ -8,14 +8,14 @@
 
 namespace Core {
 
-/// What a unit's setting is: a number, a text, or words that blanks separate.
+/// The value of a unit's setting: a number, a text, or a list of words.
 using UnitValue = std::variant<int, QString, QStringList>;
 
-/// Settings by key, in the order in which a unit has them.
+/// Settings by key, in the order of the unit file.
 using UnitValues = QMap<QString, UnitValue>;
 
-/// What a unit says for a value: a number in decimal, the words of a list separated by blanks.
-/// Nothing is quoted or escaped: what holds a blank is several words to systemd.
+/// The value as written in the unit: a number in decimal, a list with blanks between its words.
+/// Nothing is quoted or escaped: systemd splits a text at its blanks.
 [[nodiscard]] QString textOf(const UnitValue &value);
 
 } // namespace Core

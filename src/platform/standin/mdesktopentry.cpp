@@ -14,7 +14,7 @@
 
 namespace {
 
-/// A name as GLib takes it. Most are short and ASCII and need no memory of their own.
+/// A name in UTF-8, for GLib. Most are short and ASCII and fit without an allocation.
 class Name
 {
 public:
@@ -29,12 +29,12 @@ public:
         }
         *end = '\0';
         if (all >= 0x80)
-            takeOther(name.toUtf8());
+            assign(name.toUtf8());
     }
     operator const char *() const { return m_text.constData(); }
 
 private:
-    void takeOther(const QByteArray &name)
+    void assign(const QByteArray &name)
     {
         m_text.clear();
         m_text.append(name.constData(), name.size() + 1);
@@ -45,8 +45,8 @@ private:
 
 QString mainGroup() { return QStringLiteral(G_KEY_FILE_DESKTOP_GROUP); }
 
-// Takes over a string of GLib's; null gives an empty one.
-QString taken(char *text)
+// Converts and frees a string of GLib's; null gives an empty one.
+QString takenOver(char *text)
 {
     const QString result = QString::fromUtf8(text);
     g_free(text);
@@ -61,15 +61,15 @@ QStringList listOf(char **texts)
     return result;
 }
 
-QStringList taken(char **texts)
+QStringList takenOver(char **texts)
 {
     const QStringList result = listOf(texts);
     g_strfreev(texts);
     return result;
 }
 
-// Whether a look-up failed because of an escape that the format does not know. The text as it
-// stands is then nearest to what was meant. Frees the error.
+// Whether a look-up failed because of an unknown escape sequence. The text as written is then the
+// closest to what was meant. Frees the error.
 bool isUnknownEscape(GError *error)
 {
     const bool unknown = error->code == G_KEY_FILE_ERROR_INVALID_VALUE;
@@ -77,8 +77,8 @@ bool isUnknownEscape(GError *error)
     return unknown;
 }
 
-// A list as it stands in the file, cut at the separators that no backslash precedes.
-QStringList splitAsItStands(const QString &text)
+// Splits an unparsed list at the separators that have no backslash before them.
+QStringList splitRaw(const QString &text)
 {
     QStringList parts;
     int start = 0;
@@ -96,8 +96,8 @@ QStringList splitAsItStands(const QString &text)
     return parts;
 }
 
-/// Which groups and keys a file has. Each group is asked for its keys once, because GLib formats
-/// and translates an error for each look-up that fails, and most keys are in no entry.
+/// Which groups and keys a file has. The keys of each group are read once, because GLib formats and
+/// translates an error for each look-up that fails, and most keys are absent.
 class Index
 {
 public:
@@ -147,7 +147,7 @@ private:
 
     GKeyFile *const m_file;
     char **const m_groups;
-    /// By name of the group, which is m_groups'; null before the group is asked.
+    /// By group name, a view into m_groups. The value is null until the group's keys are read.
     std::unordered_map<std::string_view, char **> m_keys;
 };
 
@@ -168,7 +168,7 @@ public:
     QString applicationKey(const QString &key);
     QString string(const char *group, const char *key);
     QStringList list(const char *group, const char *key);
-    /// Of a key of the main group that may be translated, in the language of the process.
+    /// A key of the main group that may be translated, in the language of the process.
     QString localString(const char *key);
     const QString &localName();
 
@@ -178,9 +178,9 @@ public:
 private:
     static GKeyFile *loaded(const QString &fileName);
     static GKeyFile *parsed(const QByteArray &text);
-    // Of a key that the group has: nothing if there are escapes to undo or it is not UTF-8.
+    // The value of a key that exists; no value if it has escapes or is not UTF-8.
     std::optional<QString> plainText(const char *group, const char *key) const;
-    QString textAsItStands(const char *group, const char *key) const;
+    QString rawText(const char *group, const char *key) const;
 
     std::optional<QString> m_localName;
 };
@@ -195,7 +195,7 @@ GKeyFile *MDesktopEntryPrivate::loaded(const QString &fileName)
                                nullptr)
         == FALSE)
         return file;
-    // The format's word for deleted: nothing else of it is there.
+    // Hidden=true means "deleted" in this format, so no other key is kept.
     g_key_file_unref(file);
     file = g_key_file_new();
     g_key_file_set_boolean(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_HIDDEN, TRUE);
@@ -209,7 +209,7 @@ GKeyFile *MDesktopEntryPrivate::parsed(const QByteArray &text)
                                   G_KEY_FILE_NONE, nullptr)
         != FALSE)
         return file;
-    // A parse that stopped half-way must not show what it read.
+    // After a parse error, the part that was read must not be visible.
     g_key_file_unref(file);
     return g_key_file_new();
 }
@@ -223,9 +223,9 @@ QString MDesktopEntryPrivate::string(const char *group, const char *key)
     GError *error = nullptr;
     char *value = g_key_file_get_string(file, group, key, &error);
     if (error == nullptr)
-        return taken(value);
+        return takenOver(value);
     g_free(value);
-    return isUnknownEscape(error) ? textAsItStands(group, key) : QString();
+    return isUnknownEscape(error) ? rawText(group, key) : QString();
 }
 
 QStringList MDesktopEntryPrivate::list(const char *group, const char *key)
@@ -233,13 +233,13 @@ QStringList MDesktopEntryPrivate::list(const char *group, const char *key)
     if (!index.has(group, key))
         return {};
     if (const std::optional<QString> text = plainText(group, key))
-        return splitAsItStands(*text);
+        return splitRaw(*text);
     GError *error = nullptr;
     char **values = g_key_file_get_string_list(file, group, key, nullptr, &error);
     if (error == nullptr)
-        return taken(values);
+        return takenOver(values);
     g_strfreev(values);
-    return isUnknownEscape(error) ? splitAsItStands(textAsItStands(group, key)) : QStringList();
+    return isUnknownEscape(error) ? splitRaw(rawText(group, key)) : QStringList();
 }
 
 std::optional<QString> MDesktopEntryPrivate::plainText(const char *group, const char *key) const
@@ -252,17 +252,17 @@ std::optional<QString> MDesktopEntryPrivate::plainText(const char *group, const 
     return text;
 }
 
-QString MDesktopEntryPrivate::textAsItStands(const char *group, const char *key) const
+QString MDesktopEntryPrivate::rawText(const char *group, const char *key) const
 {
-    return taken(g_key_file_get_value(file, group, key, nullptr));
+    return takenOver(g_key_file_get_value(file, group, key, nullptr));
 }
 
 QString MDesktopEntryPrivate::localString(const char *key)
 {
     const char *const group = G_KEY_FILE_DESKTOP_GROUP;
-    // GLib keeps the translations that the process may want, and tries one after the other.
+    // GLib keeps the translations that suit the process, and tries them in order.
     if (index.hasTranslation(group, key))
-        return taken(g_key_file_get_locale_string(file, group, key, nullptr, nullptr));
+        return takenOver(g_key_file_get_locale_string(file, group, key, nullptr, nullptr));
     return string(group, key);
 }
 
@@ -295,7 +295,7 @@ bool MDesktopEntry::isValid() const
 {
     static const QStringList knownTypes{QStringLiteral("Application"), QStringLiteral("Link"),
                                         QStringLiteral("Directory")};
-    // Of the name as it is without a translation: an entry is the same for every language.
+    // The untranslated name is checked, so that the result does not depend on the language.
     return knownTypes.contains(type()) && !value(QStringLiteral("Name")).isEmpty();
 }
 

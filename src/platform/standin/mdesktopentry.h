@@ -10,9 +10,8 @@
 class MDesktopEntryPrivate;
 
 /// One desktop entry file, read at construction. A file that cannot be read or parsed gives an
-/// entry that is not valid and whose values are all empty. So does one that says that it is
-/// deleted, with Hidden=true; of its values only that one is there. One that is too large is
-/// logged.
+/// invalid entry whose values are all empty. A file with Hidden=true (deleted) gives an invalid
+/// entry that has only this key. A file that is too large is logged.
 class MDesktopEntry
 {
 public:
@@ -21,7 +20,7 @@ public:
     MDesktopEntry(const MDesktopEntry &) = delete;
     MDesktopEntry &operator=(const MDesktopEntry &) = delete;
 
-    /// True when the main group has a Type that is known and a Name, whatever the language.
+    /// True when the main group has a known Type and a Name. Does not depend on the language.
     bool isValid() const;
     QString type() const;
     QString url() const;
@@ -33,7 +32,7 @@ public:
     QString xMaemoService() const;
     QStringList mimeType() const;
     bool supportMimeParents() const;
-    /// Organisation and name that the entry declares for the application; empty when it does not.
+    /// The organisation and the name that the entry declares for the application; empty if absent.
     QString appOrgname() const;
     QString appName() const;
 

@@ -11,7 +11,7 @@ class Error
 {
 public:
     Error() = default;
-    /// A failure, with the text for a person.
+    /// A failure, with readable text.
     explicit Error(const QString &message)
         : m_failed(true)
         , m_message(message)
@@ -30,7 +30,7 @@ private:
 class Control
 {
 public:
-    /// The one that the process shares.
+    /// The process's only instance.
     static Control &instance();
     /// Starts an application and waits for the answer.
     Error start(const QString &applicationId);

@@ -17,7 +17,8 @@ struct User
     gid_t primaryGroup;
 };
 
-// Asks a reentrant look-up function of the user database, with as much room as the answer needs.
+// Calls a reentrant look-up function of the user database, with a buffer that grows until the
+// answer fits.
 template <typename Entry, typename LookUp>
 bool lookUp(Entry &entry, std::vector<char> &buffer, const LookUp &function)
 {

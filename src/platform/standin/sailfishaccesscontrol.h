@@ -7,8 +7,8 @@
 extern "C" {
 #endif
 
-/// Whether a user belongs to a group, as his primary group or as a member, as the system's user
-/// database says. False for an unknown user or group.
+/// Whether a user belongs to a group, as their primary group or as a member, according to the
+/// system's user database. False for an unknown user or group.
 bool sailfish_access_control_hasgroup(uid_t uid, const char *group);
 
 #ifdef __cplusplus

@@ -14,7 +14,7 @@ namespace Core {
 
 namespace {
 
-// The launcher expands ${HOME}, the home of the user that the program runs as.
+// The launcher replaces ${HOME} by the home of the user that the program runs as.
 const char *const homeCache = "${HOME}/.cache/";
 const char *const homeConfig = "${HOME}/.config/";
 const char *const homeData = "${HOME}/.local/share/";
@@ -39,8 +39,8 @@ void appendBind(SandboxLine &argv, const QByteArray &source, const QByteArray &t
     argv << "--bind=" + source + "," + target;
 }
 
-// An empty directory that is first whitelisted and then blacklisted closes the tree that it lies
-// in when nothing else of it was opened.
+// Whitelisting and then blacklisting an empty directory closes the whole tree that contains it,
+// unless something else in that tree is whitelisted.
 void appendClosedSharedTrees(SandboxLine &argv)
 {
     argv.from(SandboxWord::Fixed);
@@ -68,13 +68,13 @@ QByteArray joinNumbers(const QVector<qint32> &numbers)
     return texts.join(',');
 }
 
-bool liesDirectlyIn(const QByteArray &directory, const QByteArray &path)
+bool isDirectlyIn(const QByteArray &directory, const QByteArray &path)
 {
     return path.startsWith(directory) && path.indexOf('/', directory.size()) < 0;
 }
 
-// Of such a name the unit's reader would make two, or another one.
-bool keepsItsTextInAUnit(const QString &permission)
+// systemd would split such a name, or change it.
+bool isPlainInAUnit(const QString &permission)
 {
     return std::none_of(permission.cbegin(), permission.cend(), [](QChar character) {
         return QLatin1String(" \"'\\$%").contains(character);
@@ -110,7 +110,7 @@ QVector<SandboxWord> permissionWords(const QStringList &permissions, const Place
     for (const QString &permission : permissions) {
         const QString path =
             permissionPath(permission, places.permissionFolders, places.programRoot);
-        if (path.isEmpty() || !keepsItsTextInAUnit(permission))
+        if (path.isEmpty() || !isPlainInAUnit(permission))
             ORVANE_WARN(findings, findingOf(Rules::unknownPermission, {{}, {}, permission}))
                 << "Unknown permission" << permission;
         else
@@ -135,10 +135,10 @@ Error FirejailPrivate::checkExecutable(const QByteArray &program) const
     if (!program.startsWith('/'))
         return invalid(name + QLatin1String(" is not an absolute path"));
     const Places where = placesInUse();
-    // Component tests name programs that the machine they run on need not have.
+    // In component tests the programs need not exist on the machine.
     if (!where.programsAreExamined)
         return {};
-    if (legacy && !liesDirectlyIn("/usr/bin/", program))
+    if (legacy && !isDirectlyIn("/usr/bin/", program))
         return invalid(QStringLiteral("Legacy apps must be in: /usr/bin"));
     const QString path = pathBelow(where.programRoot, rootDirectory + name);
     if (!isExecutable(path))
@@ -196,7 +196,7 @@ void FirejailPrivate::appendApplication(SandboxLine &argv) const
     const QByteArray busNames = organizationName + "." + applicationName + ".*";
     argv.from(SandboxWord::Application);
     if (!homeless) {
-        // Not the order of the legacy directories: the launcher sees what it always saw.
+        // The order differs from that of the legacy directories; it must stay as it is.
         for (const char *prefix : {homeCache, homeData, homeConfig})
             appendWhitelist(argv, prefix + directory, Directory::Create);
     }

@@ -30,7 +30,7 @@ public:
 
     /// Prefix of the launcher's path and of the profile directory; empty means "/".
     void setRootDirectory(const QString &directory);
-    /// Extra profiles: a path where the entry starts with "/", else a profile's name.
+    /// Extra profiles: each is a path if it starts with "/", else a profile's name.
     void setProfiles(const QStringList &profiles);
     void setOrganizationName(const QString &name);
     void setApplicationName(const QString &name);
@@ -39,7 +39,7 @@ public:
     /// A second program that the sandbox must also contain.
     void setSecondaryExecutable(const QString &program);
     void setDesktopFile(const QString &path);
-    /// Options for the launcher, passed through as they stand.
+    /// Options for the launcher, passed on unchanged.
     void setExtraOptions(const QStringList &options);
     /// File descriptors that stay open in the sandbox.
     void setKeepFds(const QVector<qint32> &fds);
@@ -49,26 +49,26 @@ public:
     void setOwnedUserBusName(const QString &name);
     /// Forbids the session bus altogether.
     void setNoUserBus(bool noUserBus);
-    /// A program named by its file alone, which must lie in /usr/bin.
+    /// Marks a legacy application, whose program must be directly in /usr/bin.
     void setLegacy(bool legacy);
     /// Lets the launcher print its diagnostics.
     void setDebug(bool debug);
     /// Gives the program no directories of its own in the user's home.
     void setHomeless(bool homeless);
 
-    /// Where permission files and programs are, and whether programs are examined at all: files are
-    /// looked for below the programs' root, and named without it. Until this is called, those
-    /// of the process when a command line is computed.
+    /// Where permission files and programs are, and whether programs are checked at all. Files are
+    /// looked up below the programs' root, and named without it. Default: Places::ofProcess() at
+    /// the time a command line is computed.
     void setPlaces(const Places &places);
 
     /// The whole command line.
     /// @param arguments the program and its arguments.
-    /// @param permissions names of permission files; one that is unknown, or whose name would
-    /// not keep its text in a unit, is logged and left out.
-    /// @return the vector and success, or an empty vector and what is wrong with the description.
+    /// @param permissions names of permission files. One that is unknown, or that systemd would not
+    /// read as one plain word, is logged and left out.
+    /// @return the words and success, or no words and the error.
     [[nodiscard]] QPair<QByteArrayList, Error> computeArgv(const QByteArrayList &arguments,
                                                            const QStringList &permissions) const;
-    /// The same, each word with what it comes from; unknown permissions are reported to `findings`.
+    /// The same, each word with its source; unknown permissions are reported to `findings`.
     [[nodiscard]] QPair<QVector<SandboxWord>, Error> computeWords(const QByteArrayList &arguments,
                                                                   const QStringList &permissions,
                                                                   Findings &findings) const;

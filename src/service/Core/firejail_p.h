@@ -14,13 +14,13 @@
 
 namespace Core {
 
-/// Path of the permission file called `name`: in the first of `directories` (each ending with a
-/// slash) that has it below `root`, empty when none has. As it is named without the root.
+/// Path of the permission file `name` in the first of `directories` (each ending with a slash) that
+/// has it below `root`; empty when none has. The result is without the root.
 [[nodiscard]] QString permissionPath(const QString &name, const QStringList &directories,
                                      const QString &root = {});
 
-/// One option per permission that has a file, in the order of `permissions`; a finding for every
-/// other, and for one whose name holds a blank or a character that means something in a unit.
+/// One option per permission that has a file, in the order of `permissions`. Every other is
+/// reported to `findings`, as is a name with a blank or a character that is special in a unit.
 [[nodiscard]] QVector<SandboxWord> permissionWords(const QStringList &permissions,
                                                    const Places &places, Findings &findings);
 
@@ -55,7 +55,7 @@ public:
     bool legacy = false;
     bool debug = false;
     bool homeless = false;
-    /// Without a value, those of the process at each call.
+    /// Without a value: Places::ofProcess() at each call.
     std::optional<Places> places;
 
 private:

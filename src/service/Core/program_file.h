@@ -2,14 +2,14 @@
 
 #include <QString>
 
-// What the file of a program is.
+// Checks of a program's file.
 
 namespace Core {
 
-/// Whether the current user may execute the file. Root may execute what anybody may.
+/// Whether the current user may execute the file. Root may execute what anyone may.
 [[nodiscard]] bool isExecutable(const QString &path);
 
-/// Whether the file begins as an ELF binary does.
+/// Whether the file begins with the ELF signature.
 [[nodiscard]] bool isElf(const QString &path);
 
 } // namespace Core

@@ -7,16 +7,16 @@
 
 namespace Core {
 
-/// One word of a sandbox's command line, and what of its description it comes from.
+/// One word of a sandbox's command line, and where it comes from.
 struct SandboxWord
 {
     enum Source {
-        /// Every sandbox has it.
+        /// The same in every sandbox.
         Fixed,
         /// The program's name.
         Program,
         Organization,
-        /// The application's name, with the organization's or without.
+        /// The application's name, with or without the organization's.
         Application,
         /// Another setting of the sandbox.
         Setting,
@@ -34,11 +34,11 @@ struct SandboxWord
     QString file;
 };
 
-/// A command line in the making.
+/// Builds a command line.
 class SandboxLine
 {
 public:
-    /// What the words that follow come from.
+    /// Sets the source of the words that follow.
     SandboxLine &from(SandboxWord::Source source)
     {
         m_source = source;
@@ -61,7 +61,7 @@ private:
     SandboxWord::Source m_source = SandboxWord::Fixed;
 };
 
-/// The words without what they come from.
+/// The words without their sources.
 [[nodiscard]] QByteArrayList textsOf(const QVector<SandboxWord> &words);
 
 } // namespace Core

@@ -9,13 +9,13 @@ class TestOutcome : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsARefusalFromNobody_data();
-    void tellsARefusalFromNobody();
-    void isAnErrorWhereThereWasNoReply();
-    void saysTheNameWhereThereIsNoText();
+    void distinguishesARefusalFromNoAnswer_data();
+    void distinguishesARefusalFromNoAnswer();
+    void isAnErrorWithoutAReply();
+    void givesTheNameWithoutAText();
 };
 
-void TestOutcome::tellsARefusalFromNobody_data()
+void TestOutcome::distinguishesARefusalFromNoAnswer_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("isUnreachable");
@@ -24,28 +24,28 @@ void TestOutcome::tellsARefusalFromNobody_data()
     QTest::newRow("no answer in time") << bus + QStringLiteral("NoReply") << true;
     QTest::newRow("could not be started") << bus + QStringLiteral("Spawn.ExecFailed") << true;
     QTest::newRow("no bus") << bus + QStringLiteral("Disconnected") << true;
-    QTest::newRow("may not") << bus + QStringLiteral("AccessDenied") << false;
+    QTest::newRow("not permitted") << bus + QStringLiteral("AccessDenied") << false;
     QTest::newRow("wrong arguments") << bus + QStringLiteral("InvalidArgs") << false;
     QTest::newRow("no such task") << QStringLiteral("org.zarn.Orvane.Error.TaskNotFound") << false;
-    QTest::newRow("of another's") << QStringLiteral("org.example.NoReply") << false;
+    QTest::newRow("another program's error") << QStringLiteral("org.example.NoReply") << false;
     QTest::newRow("success") << QString() << false;
 }
 
-void TestOutcome::tellsARefusalFromNobody()
+void TestOutcome::distinguishesARefusalFromNoAnswer()
 {
     QFETCH(QString, name);
     QFETCH(bool, isUnreachable);
     QCOMPARE(Outcome({name, {}}).isUnreachable(), isUnreachable);
 }
 
-void TestOutcome::isAnErrorWhereThereWasNoReply()
+void TestOutcome::isAnErrorWithoutAReply()
 {
     const Outcome outcome = Client::outcomeOf(QDBusMessage());
     QVERIFY(outcome);
     QVERIFY(outcome.isUnreachable());
 }
 
-void TestOutcome::saysTheNameWhereThereIsNoText()
+void TestOutcome::givesTheNameWithoutAText()
 {
     const QString name = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
     QCOMPARE(Outcome({name, {}}).toString(), name);

@@ -9,18 +9,18 @@ class TestStartRequest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void asksForNothingByItself();
-    void hasAHintForEachWish();
-    void tellsAnEmptyUserFromNone();
+    void isEmptyByDefault();
+    void hasAHintForEachField();
+    void distinguishesAnEmptyUserFromNone();
 };
 
-void TestStartRequest::asksForNothingByItself()
+void TestStartRequest::isEmptyByDefault()
 {
     QCOMPARE(StartRequest().hints(), QVariantMap());
     QCOMPARE(StartRequest().information(), QVariantMap());
 }
 
-void TestStartRequest::hasAHintForEachWish()
+void TestStartRequest::hasAHintForEachField()
 {
     StartRequest request;
     request.user = QStringLiteral("appuser");
@@ -49,7 +49,7 @@ void TestStartRequest::hasAHintForEachWish()
              (QVariantMap{{QStringLiteral("Environment"), QStringList{QStringLiteral("A=b")}}}));
 }
 
-void TestStartRequest::tellsAnEmptyUserFromNone()
+void TestStartRequest::distinguishesAnEmptyUserFromNone()
 {
     StartRequest request;
     request.user = QString();

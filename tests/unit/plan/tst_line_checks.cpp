@@ -7,17 +7,17 @@ class TestLineChecks : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void findsWhatSystemdTakesForNoText_data();
-    void findsWhatSystemdTakesForNoText();
-    void saysWhatIsWrongWithALine_data();
-    void saysWhatIsWrongWithALine();
+    void findsWhatSystemdRejectsAsText_data();
+    void findsWhatSystemdRejectsAsText();
+    void givesTheFaultOfALine_data();
+    void givesTheFaultOfALine();
     void findsLoneSemicolons_data();
     void findsLoneSemicolons();
     void knowsPlainUsers_data();
     void knowsPlainUsers();
 };
 
-void TestLineChecks::findsWhatSystemdTakesForNoText_data()
+void TestLineChecks::findsWhatSystemdRejectsAsText_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("found");
@@ -30,7 +30,7 @@ void TestLineChecks::findsWhatSystemdTakesForNoText_data()
     row("before the first of a row", 0xfdcf, false);
     row("first of a row", 0xfdd0, true);
     row("last of a row", 0xfdef, true);
-    row("behind the last of a row", 0xfdf0, false);
+    row("after the last of a row", 0xfdf0, false);
     row("replacement character", 0xfffd, false);
     row("last but one of the first plane", 0xfffe, true);
     row("last of the first plane", 0xffff, true);
@@ -46,14 +46,14 @@ void TestLineChecks::findsWhatSystemdTakesForNoText_data()
     QTest::newRow("nothing") << QString() << false;
 }
 
-void TestLineChecks::findsWhatSystemdTakesForNoText()
+void TestLineChecks::findsWhatSystemdRejectsAsText()
 {
     QFETCH(QString, text);
     QFETCH(bool, found);
     QCOMPARE(Core::holdsNoncharacter(text), found);
 }
 
-void TestLineChecks::saysWhatIsWrongWithALine_data()
+void TestLineChecks::givesTheFaultOfALine_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("message");
@@ -73,7 +73,7 @@ void TestLineChecks::saysWhatIsWrongWithALine_data()
     QTest::newRow("empty") << QString() << QString();
 }
 
-void TestLineChecks::saysWhatIsWrongWithALine()
+void TestLineChecks::givesTheFaultOfALine()
 {
     QFETCH(QString, text);
     QFETCH(QString, message);

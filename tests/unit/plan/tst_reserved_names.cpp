@@ -11,8 +11,8 @@ private Q_SLOTS:
     void knowsTheNamesOfTheSystem();
     void findsEmptyComponents_data();
     void findsEmptyComponents();
-    void knowsWhatTheBusTakesForAName_data();
-    void knowsWhatTheBusTakesForAName();
+    void knowsValidBusNames_data();
+    void knowsValidBusNames();
 };
 
 void TestReservedNames::knowsTheNamesOfTheSystem_data()
@@ -64,10 +64,10 @@ void TestReservedNames::findsEmptyComponents()
     QCOMPARE(Core::hasEmptyComponent(name), found);
 }
 
-void TestReservedNames::knowsWhatTheBusTakesForAName_data()
+void TestReservedNames::knowsValidBusNames_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("taken");
+    QTest::addColumn<bool>("valid");
     QTest::newRow("an ordinary one") << QStringLiteral("com.example.Notes.Sync") << true;
     QTest::newRow("two components") << QStringLiteral("a.b") << true;
     QTest::newRow("digits, dashes, underscores") << QStringLiteral("a1._b.c-2.-d") << true;
@@ -87,11 +87,11 @@ void TestReservedNames::knowsWhatTheBusTakesForAName_data()
     QTest::newRow("beyond ASCII") << QStringLiteral("a.ü") << false;
 }
 
-void TestReservedNames::knowsWhatTheBusTakesForAName()
+void TestReservedNames::knowsValidBusNames()
 {
     QFETCH(QString, name);
-    QFETCH(bool, taken);
-    QCOMPARE(Core::isWellKnownBusName(name), taken);
+    QFETCH(bool, valid);
+    QCOMPARE(Core::isWellKnownBusName(name), valid);
 }
 
 QTEST_GUILESS_MAIN(TestReservedNames)

@@ -47,7 +47,7 @@ void TestTaskNames::findsTheTaskOfAUnit_data()
         << QStringLiteral("ov_task.service") << QString();
     QTest::newRow("shorter than the prefix") << QStringLiteral("ov_") << QString();
     QTest::newRow("nothing") << QString() << QString();
-    // The listings and the watched units are asked for by prefix: only its length is dropped.
+    // Callers have already checked the prefix, so only its length is removed.
     QTest::newRow("eight other characters first")
         << QStringLiteral("12345678a.b.task_c.service") << QStringLiteral("a.b.task_c");
 }

@@ -58,10 +58,10 @@ private Q_SLOTS:
     void init();
     void plansTheGoldenFiles_data();
     void plansTheGoldenFiles();
-    void saysWhereEachSettingComesFrom();
-    void saysWhereEachWordComesFrom_data();
-    void saysWhereEachWordComesFrom();
-    void saysWhereEachVariableComesFrom();
+    void givesTheOriginOfEachSetting();
+    void givesTheOriginOfEachWord_data();
+    void givesTheOriginOfEachWord();
+    void givesTheOriginOfEachVariable();
     void plansNoPolicyWithoutABusName();
     void reportsWhatTheSandboxRefuses();
     void reportsAPermissionThatIsLeftOut();
@@ -147,7 +147,7 @@ void TestTaskPlan::plansTheGoldenFiles()
         golden.unit.contains("\nExecStart=" + golden.argv.join(QLatin1Char(' ')).toUtf8() + '\n'));
 }
 
-void TestTaskPlan::saysWhereEachSettingComesFrom()
+void TestTaskPlan::givesTheOriginOfEachSetting()
 {
     QStringList seen;
     const TaskPlan planned = planOfEverything();
@@ -168,7 +168,7 @@ void TestTaskPlan::saysWhereEachSettingComesFrom()
                      row("User", Origin::Hint, "User"), row("WantedBy", Origin::Default, "")}));
 }
 
-void TestTaskPlan::saysWhereEachWordComesFrom_data()
+void TestTaskPlan::givesTheOriginOfEachWord_data()
 {
     QTest::addColumn<QString>("word");
     QTest::addColumn<int>("kind");
@@ -194,7 +194,7 @@ void TestTaskPlan::saysWhereEachWordComesFrom_data()
     row("--fast", Origin::Hint, "Params");
 }
 
-void TestTaskPlan::saysWhereEachWordComesFrom()
+void TestTaskPlan::givesTheOriginOfEachWord()
 {
     QFETCH(QString, word);
     QFETCH(int, kind);
@@ -211,7 +211,7 @@ void TestTaskPlan::saysWhereEachWordComesFrom()
                  : QString());
 }
 
-void TestTaskPlan::saysWhereEachVariableComesFrom()
+void TestTaskPlan::givesTheOriginOfEachVariable()
 {
     const QVector<PlannedWord> environment = planOfEverything().environment;
     QCOMPARE(environment.size(), 5);

@@ -23,7 +23,7 @@ void TestAccessControl::knowsThePrimaryGroup()
 
 void TestAccessControl::knowsMembers()
 {
-    // Whatever the machine's user database says of members, this must say too.
+    // Compares with the members in this machine's user database.
     setgrent();
     int asked = 0;
     while (const group *entry = getgrent()) {

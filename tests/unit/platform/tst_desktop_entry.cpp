@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Sets the process's list of languages for as long as it lives.
+/// Sets the process's language while it exists.
 class LanguageGuard
 {
 public:
@@ -42,7 +42,7 @@ private Q_SLOTS:
     void readsTheMainGroup();
     void readsALink();
     void givesGroupsInFileOrder();
-    void undoesEscapes();
+    void replacesEscapes();
     void keepsAValueWithAnUnknownEscape();
     void keepsANameWithAnUnknownEscape();
     void keepsAListWithAnUnknownEscape();
@@ -50,9 +50,9 @@ private Q_SLOTS:
     void prefersTheLanguageOfTheProcess();
     void isValidInEveryLanguageOrNone_data();
     void isValidInEveryLanguageOrNone();
-    void isNotThereWhenItIsHidden_data();
-    void isNotThereWhenItIsHidden();
-    void refusesWhatIsTooLargeWithALine();
+    void isEmptyWhenItIsHidden_data();
+    void isEmptyWhenItIsHidden();
+    void refusesAndLogsWhatIsTooLarge();
     void survivesWhatIsNoEntry();
 
 private:
@@ -104,7 +104,7 @@ void TestDesktopEntry::givesGroupsInFileOrder()
                           QStringLiteral("X-Task m")}));
 }
 
-void TestDesktopEntry::undoesEscapes()
+void TestDesktopEntry::replacesEscapes()
 {
     const MDesktopEntry entry(write("[Desktop Entry]\nExec=a\\sb\\nc\\td\\\\e\n"));
     QCOMPARE(entry.exec(), QStringLiteral("a b\nc\td\\e"));
@@ -181,7 +181,7 @@ void TestDesktopEntry::isValidInEveryLanguageOrNone()
     }
 }
 
-void TestDesktopEntry::isNotThereWhenItIsHidden_data()
+void TestDesktopEntry::isEmptyWhenItIsHidden_data()
 {
     QTest::addColumn<QByteArray>("line");
     QTest::addColumn<bool>("hidden");
@@ -194,7 +194,7 @@ void TestDesktopEntry::isNotThereWhenItIsHidden_data()
     QTest::newRow("not shown in menus") << QByteArray("NoDisplay=true\n") << false;
 }
 
-void TestDesktopEntry::isNotThereWhenItIsHidden()
+void TestDesktopEntry::isEmptyWhenItIsHidden()
 {
     QFETCH(QByteArray, line);
     QFETCH(bool, hidden);
@@ -210,7 +210,7 @@ void TestDesktopEntry::isNotThereWhenItIsHidden()
     QCOMPARE(entry.groups().contains(QStringLiteral("X-Task t")), !hidden);
 }
 
-void TestDesktopEntry::refusesWhatIsTooLargeWithALine()
+void TestDesktopEntry::refusesAndLogsWhatIsTooLarge()
 {
     const QByteArray entry("[Desktop Entry]\nType=Application\nName=x\n#");
     const QString path = write(entry + QByteArray((1 << 20) - entry.size(), 'x'));
@@ -231,11 +231,11 @@ void TestDesktopEntry::survivesWhatIsNoEntry()
     QVERIFY(!MDesktopEntry(root.path()).isValid());
     QVERIFY(!MDesktopEntry(write(QByteArray(2 * 1024 * 1024, 'x'))).isValid());
     QVERIFY(!MDesktopEntry(write(QByteArray("\0\xff[Desktop", 10))).isValid());
-    // Nobody writes to it: opening it would wait for ever.
+    // It has no writer, so opening it would block for ever.
     const QString pipe = root.path(QStringLiteral("/pipe"));
     QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
     QVERIFY(!MDesktopEntry(pipe).isValid());
-    // What was read before a parse error is not shown.
+    // The part before a parse error is not visible.
     const MDesktopEntry half(write("[Desktop Entry]\nType=Application\nName=x\nno key\n"));
     QVERIFY(!half.isValid());
     QCOMPARE(half.groups(), QStringList());

@@ -1,4 +1,4 @@
-// The command line that a description gives, option by option.
+// Tests the command line of a sandbox, option by option.
 
 #include "service/Core/firejail.h"
 
@@ -92,10 +92,10 @@ private Q_SLOTS:
     void ignoresASharingGroupWithoutAnOrganization();
     void opensTheDirectoriesNamedByADesktopFile_data();
     void opensTheDirectoriesNamedByADesktopFile();
-    void ordersADescriptionOfEverything();
+    void ordersAllOptions();
     void listsEveryProgramOnce_data();
     void listsEveryProgramOnce();
-    void passesArgumentsAndNamesOnAsTheyStand();
+    void passesArgumentsAndNamesOnUnchanged();
     void keepsNothingBetweenCalls();
 };
 
@@ -247,7 +247,7 @@ void TestFirejail::opensTheDirectoriesNamedByADesktopFile()
     QCOMPARE(argvOf(sandbox), launcher + options + closedTrees + command);
 }
 
-void TestFirejail::ordersADescriptionOfEverything()
+void TestFirejail::ordersAllOptions()
 {
     Firejail sandbox;
     name(sandbox, "com.example", "Notes");
@@ -312,7 +312,7 @@ void TestFirejail::listsEveryProgramOnce()
              (QByteArrayList{"/usr/bin/firejail", "--quiet"}) + options + closedTrees + command);
 }
 
-void TestFirejail::passesArgumentsAndNamesOnAsTheyStand()
+void TestFirejail::passesArgumentsAndNamesOnUnchanged()
 {
     Firejail sandbox;
     name(sandbox, "com.exämple", "Nötes");

@@ -1,4 +1,4 @@
-// What the file system has a say in: the program, the profiles and the permissions.
+// Tests what depends on files: the program, the profiles and the permissions.
 
 #include "service/Core/firejail.h"
 #include "service/Core/firejail_p.h"
@@ -18,7 +18,7 @@ using Core::FirejailPrivate;
 
 namespace {
 
-// Makes a file, with the directories that lead to it.
+// Creates a file and its parent directories.
 void makeFile(const QString &path, const QByteArray &text, bool executable = false)
 {
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
@@ -53,34 +53,35 @@ private Q_SLOTS:
     void refusesARelativeProgram();
     void checksNothingButThePathUnderComponentTests_data();
     void checksNothingButThePathUnderComponentTests();
-    void wantsALegacyProgramInUsrBin_data();
-    void wantsALegacyProgramInUsrBin();
-    void wantsAnExecutableFile_data();
-    void wantsAnExecutableFile();
-    void takesNothingButAFileForABinary();
-    void wantsAnElfBinary_data();
-    void wantsAnElfBinary();
+    void requiresALegacyProgramInUsrBin_data();
+    void requiresALegacyProgramInUsrBin();
+    void requiresAnExecutableFile_data();
+    void requiresAnExecutableFile();
+    void acceptsOnlyAFileAsABinary();
+    void requiresAnElfBinary_data();
+    void requiresAnElfBinary();
     void findsTheProgramBelowTheRootDirectory();
-    void examinesProgramsBelowTheirRootAndNamesThemWithout();
-    void examinesWhatALinkNamesBelowTheRoot();
-    void examinesNoProgramWhereNoneAre();
-    void findsPermissionsBelowTheProgramsRootAndNamesThemWithout();
+    void checksProgramsBelowTheirRootAndNamesThemWithoutIt();
+    void checksTheTargetOfALinkBelowTheRoot();
+    void checksNoProgramsWhenThePlacesSayNotTo();
+    void findsPermissionsBelowTheRootAndNamesThemWithoutIt();
     void reportsAnUnknownPermissionByItsRule();
     void findsAProfileBelowTheRootDirectory();
     void keepsProfilesInOrder();
     void refusesAnUnknownProfile();
     void leavesOutAnUnknownPermission();
     void keepsKnownPermissionsInOrder();
-    void leavesOutAPermissionThatAUnitWouldReadOtherwise_data();
-    void leavesOutAPermissionThatAUnitWouldReadOtherwise();
+    void leavesOutAPermissionThatIsSpecialInAUnit_data();
+    void leavesOutAPermissionThatIsSpecialInAUnit();
     void prefersTheFirstPermissionDirectory();
     void findsNoPermissionWithoutItsExtension();
-    // The last one: the places of the process stay.
-    void looksWhereTheProcessDoesUntilItIsGivenPlaces();
+    // Must be the last test, because it changes the places of the process.
+    void usesThePlacesOfTheProcessByDefault();
 
 private:
     QString path(const char *name) const { return m_root->filePath(QLatin1String(name)); }
-    // The error of running `program` in `sandbox`; checks that nothing else is returned with it.
+    // The error of computing the command line for `program`; checks that there are no words with
+    // it.
     Error errorOf(const Firejail &sandbox, const QString &program) const;
 
     QScopedPointer<QTemporaryDir> m_root;
@@ -165,7 +166,7 @@ void TestFirejailLookups::checksNothingButThePathUnderComponentTests()
     QCOMPARE(errorOf(sandbox, path("script")).message(), QString());
 }
 
-void TestFirejailLookups::wantsALegacyProgramInUsrBin_data()
+void TestFirejailLookups::requiresALegacyProgramInUsrBin_data()
 {
     QTest::addColumn<QString>("program");
     QTest::addColumn<QString>("message");
@@ -173,14 +174,14 @@ void TestFirejailLookups::wantsALegacyProgramInUsrBin_data()
     QTest::newRow("in /usr/bin") << QStringLiteral("/usr/bin/true") << QString();
     QTest::newRow("in /bin") << QStringLiteral("/bin/true") << elsewhere;
     QTest::newRow("below /usr/bin") << QStringLiteral("/usr/bin/x/true") << elsewhere;
-    QTest::newRow("by a detour") << QStringLiteral("/usr/bin//true") << elsewhere;
+    QTest::newRow("with two slashes") << QStringLiteral("/usr/bin//true") << elsewhere;
     QTest::newRow("beside /usr/bin") << QStringLiteral("/usr/binary") << elsewhere;
     QTest::newRow("missing, elsewhere") << QStringLiteral("/nowhere/true") << elsewhere;
     QTest::newRow("the directory itself")
         << QStringLiteral("/usr/bin/") << QStringLiteral("/usr/bin/ is not an ELF binary");
 }
 
-void TestFirejailLookups::wantsALegacyProgramInUsrBin()
+void TestFirejailLookups::requiresALegacyProgramInUsrBin()
 {
     QFETCH(QString, program);
     QFETCH(QString, message);
@@ -191,7 +192,7 @@ void TestFirejailLookups::wantsALegacyProgramInUsrBin()
     QCOMPARE(error.code(), qint32(message.isEmpty() ? Error::NoError : Error::InvalidArgs));
 }
 
-void TestFirejailLookups::wantsAnExecutableFile_data()
+void TestFirejailLookups::requiresAnExecutableFile_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("a file without the permission") << QStringLiteral("plain");
@@ -199,7 +200,7 @@ void TestFirejailLookups::wantsAnExecutableFile_data()
     QTest::newRow("a link to nothing") << QStringLiteral("dangling");
 }
 
-void TestFirejailLookups::wantsAnExecutableFile()
+void TestFirejailLookups::requiresAnExecutableFile()
 {
     QFETCH(QString, name);
     makeFile(path("plain"), "\177ELF and so on");
@@ -208,10 +209,10 @@ void TestFirejailLookups::wantsAnExecutableFile()
     COMPARE_INVALID(errorOf(Firejail(), program), program + QStringLiteral(" is not executable"));
 }
 
-void TestFirejailLookups::takesNothingButAFileForABinary()
+void TestFirejailLookups::acceptsOnlyAFileAsABinary()
 {
     QVERIFY(QDir(m_root->path()).mkdir(QStringLiteral("directory")));
-    // Nobody writes to it.
+    // It has no writer, so opening it would block.
     QCOMPARE(::mkfifo(QFile::encodeName(path("pipe")).constData(), 0777), 0);
     for (const char *name : {"directory", "pipe"}) {
         const QString program = path(name);
@@ -220,7 +221,7 @@ void TestFirejailLookups::takesNothingButAFileForABinary()
     }
 }
 
-void TestFirejailLookups::wantsAnElfBinary_data()
+void TestFirejailLookups::requiresAnElfBinary_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<bool>("isElf");
@@ -233,7 +234,7 @@ void TestFirejailLookups::wantsAnElfBinary_data()
     QTest::newRow("the four bytes and more") << QByteArray("\177ELF\x02\x01") << true;
 }
 
-void TestFirejailLookups::wantsAnElfBinary()
+void TestFirejailLookups::requiresAnElfBinary()
 {
     QFETCH(QByteArray, content);
     QFETCH(bool, isElf);
@@ -262,11 +263,11 @@ void TestFirejailLookups::findsTheProgramBelowTheRootDirectory()
                              "--blacklist=/usr/share/common/empty", "--", "/opt/worker", "-v"}));
 }
 
-void TestFirejailLookups::examinesProgramsBelowTheirRootAndNamesThemWithout()
+void TestFirejailLookups::checksProgramsBelowTheirRootAndNamesThemWithoutIt()
 {
     Firejail sandbox;
     sandbox.setPlaces(Places::below(m_root->path()));
-    // It is in this system.
+    // /bin/true exists on this system, but not below the root.
     COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/bin/true")),
                     QStringLiteral("/bin/true is not executable"));
     makeFile(path("opt/worker"), "\177ELF", true);
@@ -276,13 +277,13 @@ void TestFirejailLookups::examinesProgramsBelowTheirRootAndNamesThemWithout()
     QCOMPARE(result.first.constLast(), QByteArray("/opt/worker"));
 }
 
-void TestFirejailLookups::examinesWhatALinkNamesBelowTheRoot()
+void TestFirejailLookups::checksTheTargetOfALinkBelowTheRoot()
 {
     Firejail sandbox;
     sandbox.setPlaces(Places::below(m_root->path()));
     makeFile(path("opt/worker"), "#!/bin/sh\n", true);
     QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("usr/bin")));
-    // In this system the same path leads to a binary.
+    // On this system the same path leads to a binary.
     QVERIFY(QFile::link(QStringLiteral("/bin/true"), path("usr/bin/tool")));
     COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/usr/bin/tool")),
                     QStringLiteral("/usr/bin/tool is not executable"));
@@ -290,14 +291,14 @@ void TestFirejailLookups::examinesWhatALinkNamesBelowTheRoot()
     QCOMPARE(errorOf(sandbox, QStringLiteral("/usr/bin/tool")).message(), QString());
 }
 
-void TestFirejailLookups::examinesNoProgramWhereNoneAre()
+void TestFirejailLookups::checksNoProgramsWhenThePlacesSayNotTo()
 {
     Places places;
     places.programsAreExamined = false;
     Firejail sandbox;
     sandbox.setPlaces(places);
     QCOMPARE(errorOf(sandbox, path("missing")).message(), QString());
-    // What was handed down counts, not the environment.
+    // The places that are set are used, not the environment.
     places.programsAreExamined = true;
     sandbox.setPlaces(places);
     qputenv("ORVANE_COMPONENT_TESTS", "1");
@@ -306,7 +307,7 @@ void TestFirejailLookups::examinesNoProgramWhereNoneAre()
                     path("missing") + QStringLiteral(" is not executable"));
 }
 
-void TestFirejailLookups::findsPermissionsBelowTheProgramsRootAndNamesThemWithout()
+void TestFirejailLookups::findsPermissionsBelowTheRootAndNamesThemWithoutIt()
 {
     Firejail sandbox;
     sandbox.setPlaces(Places::below(m_root->path()));
@@ -394,7 +395,7 @@ void TestFirejailLookups::keepsKnownPermissionsInOrder()
                              "--profile=" + directory + "/Camera.permission"}));
 }
 
-void TestFirejailLookups::leavesOutAPermissionThatAUnitWouldReadOtherwise_data()
+void TestFirejailLookups::leavesOutAPermissionThatIsSpecialInAUnit_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("a blank") << QStringLiteral("Audio --noprofile");
@@ -405,7 +406,7 @@ void TestFirejailLookups::leavesOutAPermissionThatAUnitWouldReadOtherwise_data()
     QTest::newRow("a percent sign") << QStringLiteral("%n");
 }
 
-void TestFirejailLookups::leavesOutAPermissionThatAUnitWouldReadOtherwise()
+void TestFirejailLookups::leavesOutAPermissionThatIsSpecialInAUnit()
 {
     QFETCH(QString, name);
     makeFile(m_root->filePath(name + QLatin1String(".permission")), "");
@@ -436,7 +437,7 @@ void TestFirejailLookups::findsNoPermissionWithoutItsExtension()
              QString());
 }
 
-void TestFirejailLookups::looksWhereTheProcessDoesUntilItIsGivenPlaces()
+void TestFirejailLookups::usesThePlacesOfTheProcessByDefault()
 {
     const QString program = QStringLiteral("/nowhere/program");
     QVERIFY(errorOf(Firejail(), program));
