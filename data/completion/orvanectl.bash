@@ -1,4 +1,4 @@
-# Completion of orvanectl. Made of the tool's table of commands: change that, then run
+# Completion of orvanectl. Generated from the tool's table of commands: change that, then run
 # tst_generated_files with ORVANE_UPDATE_DOCS=1.
 # shellcheck shell=bash
 
@@ -17,7 +17,7 @@ _orvanectl() {
     fi
 }
 
-# _orvanectl_words COMMAND PREVIOUS CURRENT: what may be written here.
+# _orvanectl_words COMMAND PREVIOUS CURRENT: the completions of CURRENT.
 _orvanectl_words() {
     case "$1 $2" in
     'tasks --app') words=$(orvanectl tasks 2>/dev/null | sed -n '2,$s/\.task_.*//p' | sort -u) ;;
@@ -50,7 +50,7 @@ _orvanectl_words() {
     esac
 }
 
-# The same where no option waits for its value.
+# The same, when PREVIOUS is not an option that takes a value.
 _orvanectl_free() {
     case "$1 $2 $3" in
     'tasks '*' -'*) words='--app --type --running --json --root --no-pager --help' ;;

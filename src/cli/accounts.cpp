@@ -12,7 +12,7 @@ namespace Cli {
 
 namespace {
 
-// Of a line of passwd.
+// The fields of a passwd line.
 constexpr int nameField = 0;
 constexpr int numberField = 2;
 constexpr int groupField = 3;
@@ -57,7 +57,7 @@ std::optional<Account> accountOf(const QString &user, const QString &root)
     if (!root.isEmpty())
         return accountIn(passwdOf(root), user);
     const std::optional<int> number = numberIn(user.toUtf8());
-    // The tool has one thread.
+    // Safe, because the tool has only one thread.
     const passwd *found = number
         ? getpwuid(static_cast<uid_t>(*number)) // NOLINT(concurrency-mt-unsafe)
         : getpwnam(user.toUtf8().constData()); // NOLINT(concurrency-mt-unsafe)

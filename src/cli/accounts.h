@@ -10,34 +10,33 @@
 
 namespace Cli {
 
-/// A user, as the user database has one.
+/// A user from the user database.
 struct Account
 {
     QString name;
     int uid = -1;
-    /// Of the user's main group; -1 when the database does not say.
+    /// The user's primary group; -1 when unknown.
     int gid = -1;
     QString home;
 };
 
-/// The user of a name or a number.
-/// @param root the image whose users are meant; empty for this system.
-/// @return nothing when there is no such user.
+/// Looks up a user by name or number.
+/// @param root the root directory of the image to look in; empty for this system.
+/// @return no value when there is no such user.
 [[nodiscard]] std::optional<Account> accountOf(const QString &user, const QString &root);
-/// The same in the text of a passwd file.
+/// Looks up a user in the text of a passwd file.
 [[nodiscard]] std::optional<Account> accountIn(const QByteArray &passwd, const QString &user);
-/// The users in the passwd file of a system.
+/// All users in the passwd file of a system.
 /// @param root as above.
 [[nodiscard]] QVector<Account> accountsOf(const QString &root);
-/// The number of a user, in decimal or by name.
-/// @param root the image whose users are meant; empty for this system.
-/// @return nothing when there is no such user.
+/// The uid of a user who is given by name or number.
+/// @param root the root directory of the image to look in; empty for this system.
+/// @return no value when there is no such user.
 [[nodiscard]] std::optional<int> userNumber(const QString &user, const QString &root);
-/// The number of a name in the text of a passwd file; nothing when it does not have it.
+/// The uid of a user name in the text of a passwd file; no value when it is not in there.
 [[nodiscard]] std::optional<int> userNumberIn(const QByteArray &passwd, const QString &name);
 
-/// Whether there is a user of a number, or nobody can tell: a root without a passwd file has none
-/// yet.
+/// Whether a user with this uid may exist. True for any uid if the root has no passwd file yet.
 [[nodiscard]] bool mayBeUser(int number, const QString &root);
 
 } // namespace Cli

@@ -11,21 +11,21 @@ namespace Cli {
 
 class Output;
 
-/// What may stand for an argument or an option's value: what a shell completes it with, and what
+/// The kind of an argument or of an option's value. It decides what the shell completes and what
 /// the parser refuses.
 enum class Kind { Text, Task, TaskType, Application, User, Number, Path };
 
-/// A word that a command takes after its name.
+/// A positional argument of a command.
 struct Argument
 {
-    /// As help shows it: TASK.
+    /// The name shown in help: TASK.
     QString name;
     Kind kind;
     QString help;
     bool isRequired = true;
-    /// Whether more than one may be given; only the last argument of a command.
+    /// Whether it may be given more than once; only for the last argument of a command.
     bool isRepeatable = false;
-    /// The words that it may be; empty where any may stand.
+    /// The values that are allowed; empty when any value is.
     QStringList choices{};
 };
 
@@ -34,14 +34,14 @@ struct Option
 {
     /// Without the dashes.
     QString name;
-    /// As help shows its value, USER; empty for a switch.
+    /// The name of its value shown in help, USER; empty for a switch.
     QString value;
     Kind kind;
     QString help;
     bool isRequired = false;
     /// Whether it may be given more than once.
     bool isRepeatable = false;
-    /// The least number that its value may be, where it is one.
+    /// The minimum of a number.
     int least = std::numeric_limits<int>::min();
 };
 
@@ -50,11 +50,11 @@ class Request
 {
 public:
     QStringList arguments;
-    /// By option name; a switch that was given has an empty list of values.
+    /// By option name; a switch that was given has an empty list.
     QMap<QString, QStringList> options;
 
     [[nodiscard]] bool has(const QString &option) const { return options.contains(option); }
-    /// The value of an option, or nothing.
+    /// The value of an option; empty when it was not given.
     [[nodiscard]] QString value(const QString &option) const
     {
         return options.value(option).value(0);
@@ -62,29 +62,30 @@ public:
     [[nodiscard]] QStringList values(const QString &option) const { return options.value(option); }
 };
 
-/// One command of the tool: all that the parser, help, the manual page and completion know of it.
+/// One command of the tool: everything that the parser, the help, the man page and the completions
+/// need.
 struct Command
 {
     QString name;
-    /// What it does, in a line: "start a task".
+    /// What it does in one line: "start a task".
     QString summary;
-    /// Paragraphs for its help and the manual page.
+    /// Paragraphs for its help and the man page.
     QStringList description;
     QVector<Argument> arguments;
     QVector<Option> options;
-    /// What --json prints: the fields by name, for the manual page. Empty when it prints nothing.
+    /// The fields that --json prints, for the man page. Empty when it prints nothing.
     QVector<QPair<QString, QString>> fields;
-    /// Runs it. Gives what the tool exits with.
+    /// Runs the command and returns the exit status of the tool.
     int (*run)(const Request &request, Output &output);
 };
 
 /// All commands, in the order in which help lists them.
 [[nodiscard]] const QVector<Command> &commands();
-/// The options that every command has, besides its own.
+/// The options that every command has in addition to its own.
 [[nodiscard]] const QVector<Option> &commonOptions();
 /// A command's own options and the common ones.
 [[nodiscard]] QVector<Option> allOptionsOf(const Command &command);
-/// What each exit status means, for help and the manual page.
+/// The meaning of each exit status, for help and the man page.
 [[nodiscard]] QVector<QPair<int, QString>> exitStatuses();
 
 } // namespace Cli

@@ -21,13 +21,13 @@ const QVector<Option> &commonOptions()
         {QStringLiteral("json"),
          {},
          Kind::Text,
-         QStringLiteral("print JSON: one object, or one on each line for what goes on")},
+         QStringLiteral("print JSON: one object, or one per line for output that continues")},
         {QStringLiteral("root"), QStringLiteral("DIR"), Kind::Path,
-         QStringLiteral("read the files of the system below DIR, an image for instance")},
+         QStringLiteral("read the files of the system below DIR, for example of an image")},
         {QStringLiteral("no-pager"),
          {},
          Kind::Text,
-         QStringLiteral("do not show long output page by page")},
+         QStringLiteral("do not pipe long output into a pager")},
         {QStringLiteral("help"), {}, Kind::Text, QStringLiteral("print this help")},
     };
     return common;
@@ -41,7 +41,7 @@ QVector<QPair<int, QString>> exitStatuses()
         {Done, QStringLiteral("done, or yes")},
         {No,
          QStringLiteral(
-             "no: a start was refused, a task failed, an error was found, something is not there")},
+             "no: a start was refused, a task failed, an error was found or something is missing")},
         {WrongUsage, QStringLiteral("the command line is wrong")},
         {Unreachable, QStringLiteral("the bus, the daemon or systemd cannot be reached")},
     };

@@ -8,17 +8,18 @@ namespace {
 
 QString head()
 {
-    return QStringLiteral("# Completion of orvanectl. Made of the tool's table of commands: change "
-                          "that, then run\n# tst_generated_files with ORVANE_UPDATE_DOCS=1.\n");
+    return QStringLiteral(
+        "# Completion of orvanectl. Generated from the tool's table of commands: change that, then "
+        "run\n# tst_generated_files with ORVANE_UPDATE_DOCS=1.\n");
 }
 
-// The first words of a table's rows.
+// A shell command that prints the first word of each row of a table.
 QString firstWordsOf(const QString &command)
 {
     return QStringLiteral("orvanectl %1 2>/dev/null | sed -n '2,$s/ .*//p'").arg(command);
 }
 
-// What completes a word: the output of a command, names of files, or nothing that anybody knows.
+// The source of completions for a word: the output of a command, file names, or nothing.
 struct Source
 {
     QString command;
@@ -70,7 +71,7 @@ QStringList commandNames()
     return names;
 }
 
-// What completes the first argument, and the further ones; all of these are completed as the
+// The sources for the first argument and for the further ones, which are all completed like the
 // second.
 Source firstSourceOf(const Command &command)
 {
@@ -95,8 +96,8 @@ QString bashAction(const Source &source)
     return source.isEmpty() ? QString() : QStringLiteral(" words=$(%1)").arg(source.command);
 }
 
-// The options that take a value, each with what completes it.
-// @param pattern matches the command; its quote is open.
+// A case for each option that takes a value.
+// @param pattern matches the command; its quote is left open.
 QString bashValues(const QString &pattern, const QVector<Option> &options)
 {
     QString cases;
@@ -114,7 +115,7 @@ QString bashWords(const Command &command)
     const Source further = furtherSourceOf(command);
     QString cases = QStringLiteral("    '%1 '*' -'*) words='%2' ;;\n")
                         .arg(command.name, dashedOptionsOf(command).join(QLatin1Char(' ')));
-    // The word before is the command itself.
+    // For the first argument, the previous word is the command itself.
     if (!(first == further))
         cases += QStringLiteral("    '%1 %1 '*)%2 ;;\n").arg(command.name, bashAction(first));
     if (!further.isEmpty())
@@ -122,13 +123,13 @@ QString bashWords(const Command &command)
     return cases;
 }
 
-// Text inside single quotes.
+// Escapes a text for single quotes.
 QString withQuotesEscaped(QString text)
 {
     return text.replace(QLatin1Char('\''), QLatin1String("'\\''"));
 }
 
-// Text inside the brackets of zsh's specifications.
+// Escapes a text for the brackets of a zsh specification.
 QString zshText(QString text)
 {
     for (const char *character : {"[", "]", ":"})
@@ -164,7 +165,7 @@ QString zshArgument(int number, const Argument &argument)
         : QStringLiteral(":%1:(%2)")
               .arg(argument.name.toLower(), argument.choices.join(QLatin1Char(' ')));
     const QString place = argument.isRepeatable ? QStringLiteral("*") : QString::number(number);
-    // A second colon says that it may be left out, which a star says already.
+    // A second colon marks it as optional, which a star implies.
     const bool mayBeLeftOut = !argument.isRequired && !argument.isRepeatable;
     return QStringLiteral("'%1%2%3'")
         .arg(place, mayBeLeftOut ? QStringLiteral(":") : QString(), action);
@@ -186,11 +187,11 @@ QString fishText(QString text) { return text.replace(QLatin1Char('\''), QLatin1S
 
 QString fishSource(const Source &completed)
 {
-    // Names of files are off for the tool as a whole.
+    // File names are switched off for the tool as a whole.
     if (completed.isFiles)
         return QStringLiteral(" -F");
     QString source = completed.command;
-    // Inside double quotes; $s belongs to sed.
+    // For double quotes; $s is part of sed's script.
     source.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
     source.replace(QLatin1String("$"), QLatin1String("\\$"));
     return source.isEmpty() ? source : QStringLiteral(" -a \"(%1)\"").arg(source);
@@ -242,29 +243,30 @@ QByteArray bashCompletion()
     }
     values += bashValues(QStringLiteral("*'"), commonOptions());
     const QString text = head()
-        + QStringLiteral("# shellcheck shell=bash\n\n"
-                         "_orvanectl() {\n"
-                         "    local words='' files='' current=${COMP_WORDS[COMP_CWORD]}\n"
-                         "    if [ \"$COMP_CWORD\" -eq 1 ]; then\n"
-                         "        words='%1 --help --version'\n"
-                         "    else\n"
-                         "        _orvanectl_words \"${COMP_WORDS[1]}\" "
-                         "\"${COMP_WORDS[COMP_CWORD - 1]}\" \"$current\"\n"
-                         "    fi\n"
-                         "    if [ -n \"$files\" ]; then\n"
-                         "        compopt -o filenames 2>/dev/null\n"
-                         "        mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n"
-                         "    else\n"
-                         "        mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
-                         "    fi\n"
-                         "}\n\n"
-                         "# _orvanectl_words COMMAND PREVIOUS CURRENT: what may be written here.\n"
-                         "_orvanectl_words() {\n"
-                         "    case \"$1 $2\" in\n")
+        + QStringLiteral(
+              "# shellcheck shell=bash\n\n"
+              "_orvanectl() {\n"
+              "    local words='' files='' current=${COMP_WORDS[COMP_CWORD]}\n"
+              "    if [ \"$COMP_CWORD\" -eq 1 ]; then\n"
+              "        words='%1 --help --version'\n"
+              "    else\n"
+              "        _orvanectl_words \"${COMP_WORDS[1]}\" "
+              "\"${COMP_WORDS[COMP_CWORD - 1]}\" \"$current\"\n"
+              "    fi\n"
+              "    if [ -n \"$files\" ]; then\n"
+              "        compopt -o filenames 2>/dev/null\n"
+              "        mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n"
+              "    else\n"
+              "        mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
+              "    fi\n"
+              "}\n\n"
+              "# _orvanectl_words COMMAND PREVIOUS CURRENT: the completions of CURRENT.\n"
+              "_orvanectl_words() {\n"
+              "    case \"$1 $2\" in\n")
               .arg(commandNames().join(QLatin1Char(' ')))
         + values
         + QStringLiteral("    *) _orvanectl_free \"$@\" ;;\n    esac\n}\n\n"
-                         "# The same where no option waits for its value.\n"
+                         "# The same, when PREVIOUS is not an option that takes a value.\n"
                          "_orvanectl_free() {\n"
                          "    case \"$1 $2 $3\" in\n")
         + words + QStringLiteral("    esac\n}\n\ncomplete -F _orvanectl orvanectl\n");

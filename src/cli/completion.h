@@ -4,7 +4,7 @@
 
 namespace Cli {
 
-/// Completion of the tool's command line, made of the table of commands, one for each shell.
+/// Completion scripts for the tool, generated from the table of commands, one per shell.
 [[nodiscard]] QByteArray bashCompletion();
 [[nodiscard]] QByteArray zshCompletion();
 [[nodiscard]] QByteArray fishCompletion();

@@ -24,10 +24,10 @@ QString quoted(const QString &word)
     return QLatin1Char('\'') + inside + QLatin1Char('\'');
 }
 
-// The file of an image that is meant, and not the one of this system that a link names.
+// The file in the image, rather than the file on this system that a link in the image points to.
 QString real(const QString &file) { return Places::ofProcess().real(file); }
 
-// The same of a file that is moved, which may itself be a link: then the link is meant.
+// The same for a file that is to be moved. If it is a link, the link itself is moved.
 QString movable(const QString &file)
 {
     const QFileInfo info(file);
@@ -40,7 +40,7 @@ QString edited(const QString &file, const QString &script)
     return commandOf({QStringLiteral("sed"), QStringLiteral("-i"), script, real(file)});
 }
 
-// A text as sed's commands take one: a backslash means a sign of its own there.
+// Escapes the backslashes in a text for sed's commands.
 QString forSed(const QString &text)
 {
     QString escaped = text;

@@ -3,32 +3,32 @@
 #include <QString>
 #include <QStringList>
 
-// Commands that a person may copy from the output into a shell. What is in them comes from files
-// that anybody may have written: every word is quoted, so that a shell reads it as that word.
+// Commands that a user may copy from the output into a shell. They contain text from files that
+// anyone may have written, so every word is quoted.
 
 namespace Cli {
 
-/// A command of these words.
+/// A command made of these words.
 [[nodiscard]] QString commandOf(const QStringList &words);
-/// Two commands, the second only after the first has succeeded.
+/// Two commands; the second runs only if the first succeeds.
 [[nodiscard]] QString inTurn(const QString &first, const QString &second);
 
 /// "systemctl VERB UNIT".
 [[nodiscard]] QString systemctl(const char *verb, const QString &unit);
 
-/// Makes folders, those on the way to them included.
+/// Creates folders, and their parents.
 [[nodiscard]] QString makingFolders(const QStringList &folders);
-/// Installs the files of a package again; empty where it is not known how.
+/// Reinstalls the files of a package; empty where it is not known how.
 [[nodiscard]] QString reinstalling(const QString &package);
 
-/// Puts a text in the place of a file's line.
+/// Replaces a line of a file.
 [[nodiscard]] QString replacingLine(const QString &file, int line, const QString &text);
-/// Puts a line behind another.
+/// Inserts a line after another.
 [[nodiscard]] QString addingLine(const QString &file, int after, const QString &text);
 [[nodiscard]] QString deletingLine(const QString &file, int line);
-/// Moves a file; one that is a link is moved itself, and not what it leads to.
+/// Moves a file. A symbolic link is moved itself, not its target.
 [[nodiscard]] QString moving(const QString &from, const QString &to);
-/// Writes a text to the end of a file, which need not exist; its folder is made.
+/// Appends lines to a file. The file and its folder are created if missing.
 [[nodiscard]] QString appending(const QString &file, const QStringList &lines);
 
 } // namespace Cli

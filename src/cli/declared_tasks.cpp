@@ -15,7 +15,7 @@ namespace {
 
 QString suffix() { return QStringLiteral(".conf"); }
 
-// By type name; of two files of one name the earlier folder's counts.
+// By type name. If two folders have a file of the same name, the earlier folder's is used.
 QMap<QString, QString> typeFiles()
 {
     QMap<QString, QString> files;

@@ -8,7 +8,7 @@ namespace Cli {
 
 namespace {
 
-// The groups in which an entry may give its id; an earlier one goes before a later one.
+// The groups in which an entry may give its id; an earlier one has precedence.
 const char *const idGroups[] = {"X-Application", "X-Sailjail", "Sailjail"};
 
 QString realPath(const DeclaredTask &task) { return Places::ofProcess().real(task.file); }
@@ -33,7 +33,7 @@ FileLine EntryLines::of(const QString &part) const
 int EntryLines::lineOfExec() const
 {
     const QString key = QStringLiteral("Exec");
-    // A task without a command line of its own has the application's.
+    // A task without a command line of its own uses the application's.
     const bool isOwn = !MDesktopEntry(realPath(m_task)).value(m_task.group, key).isEmpty();
     return m_lines.of(isOwn ? m_task.group : QStringLiteral("Desktop Entry"), key);
 }

@@ -11,20 +11,20 @@ namespace Cli {
 struct FileLine
 {
     QString file;
-    /// From 1 on; 0: the file as a whole.
+    /// Counted from 1; 0: the whole file.
     int line = 0;
 };
 
-/// Where in its desktop entry a task's declaration says what it says.
+/// Finds the lines of a desktop entry that a task's declaration comes from.
 class EntryLines
 {
 public:
     explicit EntryLines(const DeclaredTask &task);
 
-    /// The line that a part of the declaration is on.
-    /// @param part "Exec", "OrganizationName" and "ApplicationName", which may be in other groups
-    /// than the task's; everything else means the header of the task's group. An id that the entry
-    /// does not give comes from the file's name, and then there is no line.
+    /// The line of a part of the declaration.
+    /// @param part "Exec", "OrganizationName" or "ApplicationName", which may be in other groups
+    /// than the task's; anything else gives the header of the task's group. When the id comes from
+    /// the file's name, there is no line.
     [[nodiscard]] FileLine of(const QString &part) const;
 
 private:

@@ -2,13 +2,13 @@
 
 namespace Cli {
 
-/// What the tool exits with.
+/// The exit status of the tool.
 enum ExitStatus {
     /// Done, or yes.
     Done = 0,
-    /// No: a start that was refused, a task that failed, something that is not there.
+    /// No: a start was refused, a task failed, something is missing.
     No = 1,
-    /// The command line is not one of the tool's.
+    /// The command line is wrong.
     WrongUsage = 2,
     /// The bus, the daemon or systemd cannot be reached.
     Unreachable = 3,

@@ -8,7 +8,7 @@ namespace Cli {
 
 namespace {
 
-// "no", "yes" and "?" in one column.
+// Wide enough for "no", "yes" and "?".
 constexpr int answerWidth = 5;
 constexpr int gap = 2;
 
@@ -46,15 +46,15 @@ int widestName(const QVector<Gate> &gates)
     return widest;
 }
 
-// How far a gate's texts are set in: behind its name, or below it where a path has no room there.
+// The indentation of a gate's texts: after its name, or below it if a path does not fit there.
 int indentationOf(const Gate &gate, int nameWidth, int width)
 {
-    const int behindTheName = answerWidth + nameWidth + gap;
-    const QStringList lines = wrapped(printable(gate.evidence), behindTheName, width);
+    const int afterTheName = answerWidth + nameWidth + gap;
+    const QStringList lines = wrapped(printable(gate.evidence), afterTheName, width);
     const bool fits = std::all_of(lines.begin(), lines.end(), [width](const QString &line) {
         return width == 0 || displayWidth(line) <= width;
     });
-    return fits ? behindTheName : answerWidth;
+    return fits ? afterTheName : answerWidth;
 }
 
 QStringList linesOf(const Gate &gate, int nameWidth, const Output &output)
@@ -74,7 +74,7 @@ QStringList linesOf(const Gate &gate, int nameWidth, const Output &output)
         return lines;
     if (!gate.consequence.isEmpty())
         lines += wrapped(printable(gate.consequence), indentation, width);
-    // A command is not broken, because it is there to be copied.
+    // A command is not wrapped, so that it can be copied.
     if (!gate.cure.isEmpty())
         lines += wrapped(QStringLiteral("try: ") + printable(gate.cure), indentation, 0);
     return lines;

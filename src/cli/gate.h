@@ -6,34 +6,33 @@
 #include <QString>
 #include <QVector>
 
-// One question of a list that a person reads from its beginning: every gate must be open before
-// something works.
+// A list of gates is read from its beginning: every gate must be open before something works.
 
 namespace Cli {
 
-/// A condition, whether it holds, and how that is known.
+/// A condition, whether it is met, and how that is known.
 struct Gate
 {
     enum Answer { Yes, No, NotKnown };
 
-    /// What is asked, in a word or a few: "program".
+    /// What is checked, in a few words: "program".
     QString name;
     Answer answer = NotKnown;
     /// How the answer is known: a file and line, a unit's state, the answer to a call.
     QString evidence;
-    /// What does not work when the answer is no; empty where the evidence says it.
+    /// What does not work when the answer is no; empty where the evidence makes it clear.
     QString consequence{};
-    /// The command that changes a no into a yes; empty where no single command does.
+    /// The command that opens the gate; empty when no single command does.
     QString cure{};
 };
 
-/// The gates as lines for a terminal: each with its answer and its evidence, and below what is shut
-/// or not known, what follows of it and the command that changes it.
+/// The gates as lines for a terminal. Each has its answer and its evidence; a gate that is not open
+/// also has its consequence and cure.
 [[nodiscard]] QStringList linesOf(const QVector<Gate> &gates, const Output &output);
 /// The gates for JSON: objects with gate, answer ("yes", "no" or "unknown"), evidence, and
-/// consequence and cure where there are any.
+/// consequence and cure if there are any.
 [[nodiscard]] QJsonArray objectsOf(const QVector<Gate> &gates);
-/// The first gate that is shut, or nothing.
+/// The first gate that is shut; null when there is none.
 [[nodiscard]] const Gate *firstShut(const QVector<Gate> &gates);
 
 } // namespace Cli

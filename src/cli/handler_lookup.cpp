@@ -16,7 +16,7 @@ namespace {
 
 bool isType(const QString &word)
 {
-    // "x-url-handler/" is followed by an address without a scheme.
+    // A URL without its scheme follows "x-url-handler/".
     static const QRegularExpression type(
         QStringLiteral("^(x-url-handler/[^\\s]+|[A-Za-z0-9!#$&^_.+-]+/[A-Za-z0-9!#$&^_.+*-]+)$"));
     return type.match(word).hasMatch();
@@ -30,7 +30,7 @@ QUrl uriIn(const QString &word)
     return uri.scheme().isEmpty() ? QUrl() : uri;
 }
 
-// Where it says so: a type and its wildcard are in the same line of the entry.
+// Finds the line of a declaration. Types and wildcards are all on the entry's MimeType line.
 FoundHandler declared(const Core::UriHandler &handler, const Core::ApplicationCatalogue &catalogue,
                       const Places &places)
 {

@@ -10,31 +10,31 @@
 
 struct Places;
 
-// Which applications open something, each with the line that says so.
+// Finds the applications that open something, each with the line that declares this.
 
 namespace Cli {
 
-/// What is to be opened: something at an address, or anything of a type.
+/// What to open: a URI, or anything of a type.
 struct Openable
 {
     /// Empty for a type.
     QUrl uri;
-    /// The MIME type: of what is at the address, or the type itself.
+    /// The MIME type of the URI's target, or the type itself.
     QString mimeType;
 };
 
-/// Reads a word of the command line: a URI, the path of a file beginning with "/" or ".", or a
+/// Parses a word of the command line: a URI, the path of a file beginning with "/" or ".", or a
 /// type. A path is made absolute.
-/// @return nothing when it is neither.
+/// @return no value when it is none of these.
 [[nodiscard]] std::optional<Openable> openableIn(const QString &word);
 
-/// An application that opens it, and what decided that.
+/// An application that opens it, and the line that decided this.
 struct FoundHandler
 {
     Core::UriHandler handler;
-    /// The desktop entry that declares the type, or the list in which the user chose.
+    /// The desktop entry that declares the type, or the list with the user's choice.
     QString file;
-    /// The line of it, from 1 on; 0: not known.
+    /// The line in the file, counted from 1; 0: unknown.
     int line = 0;
 };
 

@@ -9,7 +9,7 @@ namespace Cli {
 namespace {
 
 constexpr int lineWidth = 80;
-// Terms that are longer have their text on the next line.
+// The text of a longer term begins on the next line.
 constexpr int longestTerm = 24;
 
 struct Entry
@@ -89,7 +89,7 @@ QStringList toolHelp()
         entries.append({command.name, command.summary});
     return QStringList{QStringLiteral("usage: orvanectl COMMAND [ARGUMENT...] [OPTION...]"),
                        QString(),
-                       QStringLiteral("Shows and steers the background tasks of applications.")}
+                       QStringLiteral("Shows and controls the background tasks of applications.")}
     + section(QStringLiteral("Commands"), entries)
         + section(QStringLiteral("Options"),
                   {{QStringLiteral("--help"), QStringLiteral("print this help")},

@@ -6,13 +6,13 @@
 
 namespace Cli {
 
-/// Lines of help on the whole tool, at most 80 columns wide.
+/// The help of the whole tool, as lines of at most 80 columns.
 [[nodiscard]] QStringList toolHelp();
-/// The same on one command.
+/// The help of one command, as lines of at most 80 columns.
 [[nodiscard]] QStringList commandHelp(const Command &command);
-/// "start TASK [OPTION...]": how a command is written.
+/// The syntax of a command: "start TASK [OPTION...]".
 [[nodiscard]] QString usageOf(const Command &command);
-/// "--user USER": how an option is written.
+/// The syntax of an option: "--user USER".
 [[nodiscard]] QString spellingOf(const Option &option);
 
 } // namespace Cli

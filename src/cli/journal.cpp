@@ -37,23 +37,22 @@ QString machine()
     return sd_id128_get_machine(&id) < 0 ? QString() : textOf(id);
 }
 
-// The library leaves out what it may not open, without a word. What the system's services write is
-// in these files.
+// The journal library skips files that it may not open, without an error. The entries of system
+// services are in these files, so their access is checked here.
 QString reasonAgainst(const QString &root)
 {
-    bool isThere = false;
+    bool exists = false;
     const QString subfolder = root.isEmpty() ? machine() : QStringLiteral("*");
     for (const QString &folder : journalFolders(root)) {
         for (const QString &of : QDir(folder).entryList({subfolder}, QDir::Dirs)) {
             const QFileInfo file(QStringLiteral("%1/%2/system.journal").arg(folder, of));
             if (file.isReadable())
                 return {};
-            isThere = isThere || QFileInfo::exists(QStringLiteral("%1/%2").arg(folder, of));
+            exists = exists || QFileInfo::exists(QStringLiteral("%1/%2").arg(folder, of));
         }
     }
-    return isThere
-        ? QStringLiteral("only root and members of the group systemd-journal may read it")
-        : QStringLiteral("there is no journal");
+    return exists ? QStringLiteral("only root and members of the group systemd-journal may read it")
+                  : QStringLiteral("there is no journal");
 }
 
 Journal journalOf(const QString &root)
@@ -73,7 +72,7 @@ bool addMatch(const Journal &journal, const QString &match)
 
 bool selectUnit(const Journal &journal, const QString &unit, UnitEntries which)
 {
-    // Of systemd itself: others may write this field too.
+    // Only entries of systemd itself, because other processes may also write this field.
     const bool isSelected = addMatch(journal, QStringLiteral("_PID=1"))
         && addMatch(journal, QStringLiteral("UNIT=") + unit);
     if (which == UnitEntries::OfSystemd || !isSelected)
@@ -82,7 +81,7 @@ bool selectUnit(const Journal &journal, const QString &unit, UnitEntries which)
         && addMatch(journal, QStringLiteral("_SYSTEMD_UNIT=") + unit);
 }
 
-void takeMoments(const Journal &journal, JournalEntry &entry)
+void addTimes(const Journal &journal, JournalEntry &entry)
 {
     uint64_t moment = 0;
     if (sd_journal_get_realtime_usec(journal.get(), &moment) >= 0)
@@ -97,7 +96,7 @@ void takeMoments(const Journal &journal, JournalEntry &entry)
 JournalEntry currentEntry(const Journal &journal)
 {
     JournalEntry entry;
-    takeMoments(journal, entry);
+    addTimes(journal, entry);
     const void *data = nullptr;
     size_t size = 0;
     sd_journal_restart_data(journal.get());
@@ -112,7 +111,7 @@ JournalEntry currentEntry(const Journal &journal)
 } // namespace
 
 QString readJournalBackwards(const QString &unit, UnitEntries which, const QString &root,
-                             const std::function<bool(const JournalEntry &)> &take)
+                             const std::function<bool(const JournalEntry &)> &visit)
 {
     const QString reason = reasonAgainst(root);
     if (!reason.isEmpty())
@@ -121,7 +120,7 @@ QString readJournalBackwards(const QString &unit, UnitEntries which, const QStri
     if (!journal || !selectUnit(journal, unit, which) || sd_journal_seek_tail(journal.get()) < 0)
         return QStringLiteral("it cannot be opened");
     while (sd_journal_previous(journal.get()) > 0) {
-        if (!take(currentEntry(journal)))
+        if (!visit(currentEntry(journal)))
             break;
     }
     return {};
@@ -134,7 +133,7 @@ quint64 lastMomentOfBoot(const QString &boot, const QString &root)
         || sd_journal_seek_tail(journal.get()) < 0 || sd_journal_previous(journal.get()) <= 0)
         return 0;
     JournalEntry entry;
-    takeMoments(journal, entry);
+    addTimes(journal, entry);
     return entry.sinceBoot;
 }
 

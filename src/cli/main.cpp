@@ -1,4 +1,4 @@
-// The tool: finds the command, runs it.
+// The tool orvanectl.
 
 #include "cli/tool.h"
 

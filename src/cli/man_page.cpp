@@ -6,7 +6,7 @@ namespace Cli {
 
 namespace {
 
-// Text as the formatter shows it: nothing in it is a request.
+// Escapes a text so that none of it is a request to the formatter.
 QString plain(QString text)
 {
     text.replace(QLatin1Char('\\'), QLatin1String("\\e"));
@@ -15,7 +15,7 @@ QString plain(QString text)
     return text;
 }
 
-// Each sentence on a line of its own, so that the formatter knows where one ends.
+// Puts each sentence on a line of its own, so that the formatter recognises its end.
 QString paragraph(const QString &text)
 {
     QString lines = plain(text);
@@ -28,7 +28,7 @@ QString sentence(const QString &text)
     return paragraph(text.left(1).toUpper() + text.mid(1) + QLatin1Char('.'));
 }
 
-// A dash of an option is one that can be copied.
+// Escapes the dashes, so that an option can be copied from the page.
 QString flag(const Option &option)
 {
     QString name = option.name;
@@ -109,9 +109,10 @@ QString statusItems()
 QString environmentItems()
 {
     return QStringLiteral(
-        ".It Ev DBUS_SYSTEM_BUS_ADDRESS\nThe bus, where it is not the system's.\n"
-        ".It Ev NO_COLOR\nWhen it is set, nothing is coloured.\n"
-        ".It Ev PAGER\nShows output that is longer than the terminal; less without it.\n"
+        ".It Ev DBUS_SYSTEM_BUS_ADDRESS\nThe address of the bus, if it is not the system bus.\n"
+        ".It Ev NO_COLOR\nIf set, output has no colours.\n"
+        ".It Ev PAGER\nThe program that shows output that is longer than the terminal; default: "
+        "less.\n"
         ".It Ev XDG_DATA_HOME , XDG_DATA_DIRS\n"
         "Where desktop entries and task types are looked for.\n");
 }
@@ -120,22 +121,23 @@ QString environmentItems()
 
 QByteArray manPage()
 {
-    const QString page = QLatin1String(".\\\" Made of the tool's table of commands: change that, "
-                                       "then run tst_generated_files with\n"
-                                       ".\\\" ORVANE_UPDATE_DOCS=1.\n"
-                                       ".Dd November 21, 2026\n.Dt ORVANECTL 1\n.Os Orvane\n"
-                                       ".Sh NAME\n.Nm orvanectl\n"
-                                       ".Nd show and steer background tasks\n"
-                                       ".Sh SYNOPSIS\n.Nm\n.Ar command\n.Op Ar argument ...\n"
-                                       ".Op Ar option ...\n.Nm\n.Fl \\-help | Fl \\-version\n"
-                                       ".Sh DESCRIPTION\n.Nm\n"
-                                       "shows the background tasks that applications declare\n"
-                                       ".Pq see Xr orvane\\-task 5 ,\n"
-                                       "and starts, stops and follows them.\n"
-                                       "Commands that only read need no privilege.\n"
-                                       "Output is for persons unless\n.Fl \\-json\nis given: "
-                                       "the names of its fields stay as they are.\n"
-                                       ".Pp\nOptions of every command:\n")
+    const QString page =
+        QLatin1String(".\\\" Generated from the tool's table of commands: change that, "
+                      "then run tst_generated_files with\n"
+                      ".\\\" ORVANE_UPDATE_DOCS=1.\n"
+                      ".Dd November 21, 2026\n.Dt ORVANECTL 1\n.Os Orvane\n"
+                      ".Sh NAME\n.Nm orvanectl\n"
+                      ".Nd show and control background tasks\n"
+                      ".Sh SYNOPSIS\n.Nm\n.Ar command\n.Op Ar argument ...\n"
+                      ".Op Ar option ...\n.Nm\n.Fl \\-help | Fl \\-version\n"
+                      ".Sh DESCRIPTION\n.Nm\n"
+                      "shows the background tasks that applications declare\n"
+                      ".Pq see Xr orvane\\-task 5 ,\n"
+                      "and starts, stops and watches them.\n"
+                      "Commands that only read need no privileges.\n"
+                      "Output is for people; programs should use\n.Fl \\-json ,\n"
+                      "whose field names do not change.\n"
+                      ".Pp\nOptions of every command:\n")
         + list(optionItems(commonOptions())) + QLatin1String(".Sh COMMANDS\n") + commandSections()
         + QLatin1String(".Sh ENVIRONMENT\n") + list(environmentItems())
         + QLatin1String(".Sh EXIT STATUS\n") + list(statusItems())

@@ -4,7 +4,7 @@
 
 namespace Cli {
 
-/// The manual page orvanectl(1), made of the table of commands, in mdoc(7).
+/// The man page orvanectl(1) in mdoc(7), generated from the table of commands.
 [[nodiscard]] QByteArray manPage();
 
 } // namespace Cli

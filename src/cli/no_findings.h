@@ -4,7 +4,7 @@
 
 namespace Cli {
 
-/// For the commands that leave it to others to say what is wrong with the files that they read.
+/// Ignores findings, for commands that do not report faults in the files that they read.
 class NoFindings : public Core::Findings
 {
 public:

@@ -11,7 +11,7 @@ namespace {
 
 QString installKey() { return QStringLiteral("WantedBy"); }
 
-// The list in the making.
+// Builds the list.
 class OriginList
 {
 public:
@@ -60,8 +60,8 @@ private:
     const EntryLines m_lines;
 };
 
-// What stands above the settings: its description names the task.
-void addHead(OriginList &list, const Core::TaskPlan &plan)
+// The lines above the service section. The description contains the task's id.
+void addUnitSection(OriginList &list, const Core::TaskPlan &plan)
 {
     for (const QString &line : QString::fromUtf8(plan.unit()).split(QLatin1Char('\n'))) {
         if (line == QLatin1String("[Service]"))
@@ -114,7 +114,7 @@ QVector<ValueOrigin> originsOf(const Core::TaskPlan &plan, const DeclaredTask &t
                                const Client::StartRequest &request)
 {
     OriginList list(task);
-    addHead(list, plan);
+    addUnitSection(list, plan);
     addSettings(list, plan);
     if (plan.policy) {
         list.add(QStringLiteral("policy user"), request.user.value_or(QString()),

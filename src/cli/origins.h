@@ -9,10 +9,10 @@
 
 namespace Cli {
 
-/// A value of what a start would write, and where it comes from.
+/// A value that a start would write, and its origin.
 struct ValueOrigin
 {
-    /// The unit's key, or "policy" and what the policy says: "policy user".
+    /// The unit's key, or "policy" and the policy's attribute: "policy user".
     QString setting;
     QString value;
     /// "declaration", "hint", "permission" or "default".
@@ -21,20 +21,20 @@ struct ValueOrigin
     QString what;
     /// The entry or the permission file; empty for the other kinds.
     QString file;
-    /// From 1 on; 0: the file as a whole, or none.
+    /// Counted from 1; 0: the whole file, or no file.
     int line = 0;
 
-    /// Where it comes from, for a person: "/usr/share/applications/notes.desktop:9 (Exec)".
+    /// The origin as text for people: "/usr/share/applications/notes.desktop:9 (Exec)".
     [[nodiscard]] QString toString() const;
-    /// The same with the file's name alone: "notes.desktop:9 (Exec)".
+    /// The same with only the file's name: "notes.desktop:9 (Exec)".
     [[nodiscard]] QString toShortString() const;
 
 private:
     [[nodiscard]] QString toString(const QString &shownFile) const;
 };
 
-/// Every value of a plan, in the order of the unit; of the environment and the command line every
-/// word. Reads the task's entry again, for its lines.
+/// All values of a plan in the order of the unit. The environment and the command line are listed
+/// word by word. Reads the task's entry again to find its lines.
 [[nodiscard]] QVector<ValueOrigin> originsOf(const Core::TaskPlan &plan, const DeclaredTask &task,
                                              const Client::StartRequest &request);
 

@@ -19,7 +19,8 @@ bool write(FILE *file, const QByteArray &bytes)
 {
     const auto size = static_cast<size_t>(bytes.size());
     const bool isWritten = fwrite(bytes.constData(), 1, size, file) == size && fflush(file) == 0;
-    // Nobody reads any more. The signal was ignored by the bus library, or by who started the tool.
+    // The reader has closed the pipe. Ends the tool by the signal as usual, although the bus
+    // library or the parent process ignores it.
     if (!isWritten && errno == EPIPE) {
         (void)std::signal(SIGPIPE, SIG_DFL);
         (void)std::raise(SIGPIPE);
@@ -47,7 +48,7 @@ Output::Output(bool isJson, bool mayPage)
 void Output::write(const QByteArray &text)
 {
     if (!Cli::write(stdout, text))
-        m_isWhole = false;
+        m_isComplete = false;
 }
 
 void Output::print(const QJsonObject &object)
@@ -60,18 +61,18 @@ void Output::print(const Table &table) { print(table.lines(m_terminal.width)); }
 void Output::print(const QStringList &lines)
 {
     const QByteArray text = textOf(lines);
-    const bool isLong = m_terminal.isThere() && lines.size() >= m_terminal.height;
+    const bool isLong = m_terminal.isTerminal() && lines.size() >= m_terminal.height;
     if (!isLong || !m_mayPage || !page(text))
         write(text);
 }
 
 void Output::printEvent(const QString &line) { write(line.toUtf8() + '\n'); }
 
-void Output::startAnew()
+void Output::clearScreen()
 {
-    if (m_terminal.isThere()) {
+    if (m_terminal.isTerminal()) {
         write(QByteArrayLiteral("\033[H\033[2J"));
-        // It may have another size by now.
+        // Its size may have changed.
         m_terminal = Terminal::ofStandardOutput();
     }
 }
@@ -107,7 +108,7 @@ bool Output::page(const QByteArray &text) const
         return false;
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // Leaves what it showed on the screen, and lets nobody start a shell from it.
+    // less leaves its text on the screen, and does not let the user start a shell.
     if (!environment.contains(QStringLiteral("LESS")))
         environment.insert(QStringLiteral("LESS"), QStringLiteral("FRX"));
     environment.insert(QStringLiteral("LESSSECURE"), QStringLiteral("1"));

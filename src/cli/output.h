@@ -13,39 +13,39 @@ struct Outcome;
 
 namespace Cli {
 
-/// All that the tool prints goes through here: it decides between text and JSON, fits tables into
-/// the terminal, colours and pages.
+/// Prints all output of the tool. Decides between text and JSON, fits tables to the terminal, adds
+/// colours and runs the pager.
 class Output
 {
 public:
     enum class Colour { None, Red, Green, Yellow };
 
     /// @param isJson whether --json was given.
-    /// @param mayPage whether long output may be shown page by page.
+    /// @param mayPage whether long output may go through a pager.
     Output(bool isJson, bool mayPage);
 
     [[nodiscard]] bool isJson() const { return m_isJson; }
-    /// Whether everything that was printed could be written.
-    [[nodiscard]] bool isWhole() const { return m_isWhole; }
+    /// Whether all output could be written.
+    [[nodiscard]] bool isComplete() const { return m_isComplete; }
     [[nodiscard]] const Terminal &terminal() const { return m_terminal; }
 
     /// Prints an object as one line.
     void print(const QJsonObject &object);
-    /// Prints a table, fitted into the terminal, through a pager when it is longer than that.
+    /// Prints a table, fitted to the terminal, through a pager when it is longer than the terminal.
     void print(const Table &table);
-    /// Prints lines, through a pager when they are more than the terminal has.
+    /// Prints lines, through a pager when there are more than the terminal shows.
     void print(const QStringList &lines);
-    /// Prints one line of what goes on, at once and never through a pager.
+    /// Prints the line of an event, at once and never through a pager.
     void printEvent(const QString &line);
-    /// Clears the terminal, if there is one, so that what follows replaces what was there.
-    void startAnew();
-    /// The text in a colour, where there are colours.
+    /// Clears the screen, if the output is a terminal.
+    void clearScreen();
+    /// Adds a colour to the text, if colours are used.
     [[nodiscard]] QString coloured(const QString &text, Colour colour) const;
 
-    /// Says in one line on standard error what is wrong and what to do.
+    /// Prints one line on standard error that says what is wrong and what to do.
     /// @return status, for a return statement.
     static int fail(int status, const QString &text);
-    /// The same of a call that failed: tells a service that cannot be reached from a refusal.
+    /// The same for a failed call; the status distinguishes an unreachable service from a refusal.
     static int fail(const Client::Outcome &outcome);
 
 private:
@@ -54,7 +54,7 @@ private:
 
     const bool m_isJson;
     const bool m_mayPage;
-    bool m_isWhole = true;
+    bool m_isComplete = true;
     Terminal m_terminal;
 };
 

@@ -13,13 +13,13 @@ namespace {
 
 using Values = std::vector<std::string>;
 
-// The parser's picture of one command, and where it puts what it finds.
+// A command as the parser library knows it, and the storage for its values.
 struct ParsedCommand
 {
     const Command *command = nullptr;
     CLI::App *parser = nullptr;
     std::map<QString, CLI::Option *> options;
-    // Stay where they are while the parser has their addresses.
+    // Allocated one by one, because the parser keeps their addresses.
     std::vector<std::unique_ptr<Values>> values;
     std::vector<Values *> arguments;
 };
@@ -30,8 +30,8 @@ Values *newPlace(ParsedCommand &command)
     return command.values.back().get();
 }
 
-// Nothing when the text is a number that the option takes.
-std::string complaintOfNumber(const std::string &text, int least)
+// The error for a text that is not a valid number of the option; empty when it is.
+std::string numberError(const std::string &text, int least)
 {
     bool isNumber = false;
     const int number = QString::fromStdString(text).toInt(&isNumber);
@@ -40,12 +40,12 @@ std::string complaintOfNumber(const std::string &text, int least)
     return number < least ? text + " is less than " + std::to_string(least) : std::string();
 }
 
-// Nothing when the text is one of the words.
-std::string complaintOfChoice(const std::string &text, const QStringList &words)
+// The error for a text that is not one of the words; empty when it is.
+std::string choiceError(const std::string &text, const QStringList &words)
 {
     if (words.contains(QString::fromStdString(text)))
         return {};
-    return text + " is none of " + words.join(QStringLiteral(", ")).toStdString();
+    return text + " is not one of " + words.join(QStringLiteral(", ")).toStdString();
 }
 
 void addOption(ParsedCommand &command, const Option &option)
@@ -57,15 +57,15 @@ void addOption(ParsedCommand &command, const Option &option)
         added = command.parser->add_flag(name, help)->disable_flag_override();
     } else {
         added = command.parser->add_option(name, *newPlace(command), help);
-        // One word each time: what follows is the next argument.
+        // One word per use: the next word is an argument again.
         added->type_size(1)
             ->expected(1, option.isRepeatable ? CLI::detail::expected_max_vector_size : 1)
             ->allow_extra_args(false);
-        // What complaints call it.
+        // The name of the value in error messages.
         added->type_name(option.value.toStdString());
         if (option.kind == Kind::Number)
             added->check([least = option.least](
-                             const std::string &text) { return complaintOfNumber(text, least); },
+                             const std::string &text) { return numberError(text, least); },
                          {}, {});
     }
     added->required(option.isRequired);
@@ -77,14 +77,14 @@ void addArgument(ParsedCommand &command, const Argument &argument)
     Values *place = newPlace(command);
     CLI::Option *added = command.parser->add_option(argument.name.toStdString(), *place,
                                                     argument.help.toStdString());
-    // Unless it may be repeated, one word: what follows is the next argument.
+    // One word unless it may be repeated: the next word is the next argument.
     added->type_size(1)
         ->expected(1, argument.isRepeatable ? CLI::detail::expected_max_vector_size : 1)
         ->allow_extra_args(argument.isRepeatable)
         ->required(argument.isRequired);
     if (!argument.choices.isEmpty())
         added->check([choices = argument.choices](
-                         const std::string &word) { return complaintOfChoice(word, choices); },
+                         const std::string &word) { return choiceError(word, choices); },
                      {}, {});
     command.arguments.push_back(place);
 }
@@ -94,7 +94,8 @@ ParsedCommand addCommand(CLI::App &parser, const Command &command)
     ParsedCommand added;
     added.command = &command;
     added.parser = parser.add_subcommand(command.name.toStdString());
-    // Help is an option of the table like any other, so that it is found whatever else is missing.
+    // Help is an option of the table like any other, so that it works even when other arguments are
+    // missing.
     added.parser->set_help_flag();
     for (const Option &option : allOptionsOf(command))
         addOption(added, option);
@@ -122,14 +123,14 @@ Request requestOf(const ParsedCommand &command)
     return request;
 }
 
-// What the library says of an option's value that is missing, is there twice or is not wanted.
+// Rewords the library's errors about a value that is missing, repeated or unwanted.
 QString plain(const QString &line)
 {
     const QString option = line.section(QLatin1Char(':'), 0, 0);
     if (line.contains(QLatin1String(": At Most 1 required but received ")))
-        return QStringLiteral("%1 may be given once").arg(option);
+        return QStringLiteral("%1 may be given only once").arg(option);
     if (line.contains(QLatin1String(": 1 required ")) && line.endsWith(QLatin1String(" missing")))
-        return QStringLiteral("%1 wants a value").arg(option);
+        return QStringLiteral("%1 needs a value").arg(option);
     const int switchEnd = line.indexOf(QLatin1String(" was given a disallowed flag override"));
     if (switchEnd > 0)
         return QStringLiteral("--%1 takes no value").arg(line.left(switchEnd));
@@ -146,9 +147,9 @@ QString lineOf(const std::string &text)
         line.mid(line.indexOf(QLatin1Char(':'), words) + 2).split(QLatin1Char(' '));
     for (const QString &word : unexpected) {
         if (word.startsWith(QLatin1Char('-')))
-            return QStringLiteral("%1 is not an option of it").arg(word);
+            return QStringLiteral("%1 is not an option of this command").arg(word);
     }
-    return QStringLiteral("%1 is one word too many").arg(unexpected.constLast());
+    return QStringLiteral("there is no argument for %1").arg(unexpected.constLast());
 }
 
 const Command *commandNamed(const QString &name)
@@ -165,7 +166,7 @@ bool isHelp(const QString &word)
     return word == QLatin1String("--help") || word == QLatin1String("-h");
 }
 
-// The parser takes options of a command alone, and wants what it requires also beside --help.
+// Searched here, because the parser would report missing arguments even with --help.
 bool wantsHelp(const QStringList &words)
 {
     for (const QString &word : words) {
@@ -179,7 +180,7 @@ bool wantsHelp(const QStringList &words)
 
 } // namespace
 
-// The library tells with exceptions what is wrong; they end here.
+// The library reports errors as exceptions, which are caught here.
 static void parseCommand(const QStringList &words, Parsed &parsed)
 {
     CLI::App parser;

@@ -7,22 +7,22 @@
 
 namespace Cli {
 
-/// What a command line says.
+/// A parsed command line.
 struct Parsed
 {
-    /// The command that is meant; null when it names none.
+    /// The command; null when none is given.
     const Command *command = nullptr;
-    /// Its arguments and options, when it is to be run.
+    /// Its arguments and options; empty when it is not to be run.
     Request request;
-    /// Whether help is wanted: of the command, or of the whole tool when there is none.
+    /// Whether help is requested: of the command, or of the whole tool if there is no command.
     bool wantsHelp = false;
-    /// Whether the tool's version is wanted.
+    /// Whether the tool's version is requested.
     bool wantsVersion = false;
-    /// What is wrong with it, in a line; empty when nothing is.
+    /// What is wrong, in one line; empty when the command line is valid.
     QString complaint;
 };
 
-/// Parses the words behind the tool's own name against the table of commands.
+/// Parses the words after the tool's name against the table of commands.
 [[nodiscard]] Parsed parse(const QStringList &words);
 
 } // namespace Cli

@@ -9,7 +9,7 @@ namespace Cli {
 
 namespace {
 
-// A number of the list; not known where it is none.
+// A number in the list; notKnown when it is not a number.
 quint64 numberAt(const QList<QByteArray> &fields, int index, quint64 unit)
 {
     bool isNumber = false;
@@ -27,11 +27,11 @@ void add(quint64 &sum, quint64 part)
 
 ProcessStat statIn(const QByteArray &text)
 {
-    // "12 (name) S 11 ...", where the name may hold anything, brackets too.
+    // "12 (name) S 11 ..."; the name may contain anything, even brackets.
     const int close = text.lastIndexOf(") ");
     if (close < 0)
         return {};
-    // Where they are after the name: proc(5).
+    // Positions after the name, see proc(5).
     enum { Parent = 1, UserTime = 11, SystemTime = 12, ResidentPages = 21 };
     constexpr quint64 second = 1000000000;
     const quint64 tick = second / static_cast<quint64>(sysconf(_SC_CLK_TCK));

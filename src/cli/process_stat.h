@@ -11,27 +11,27 @@ struct Places;
 
 namespace Cli {
 
-/// What /proc says of a process. Plain value.
+/// The data of a process in /proc. A plain value.
 struct ProcessStat
 {
     static constexpr quint64 notKnown = std::numeric_limits<quint64>::max();
 
-    /// The process that made it; 0 while not known.
+    /// The parent process; 0 when unknown.
     int parent = 0;
-    /// Nanoseconds of processor time since it started; bytes of memory that are resident now.
+    /// Processor time since its start in nanoseconds; resident memory in bytes.
     quint64 processorTime = notKnown;
     quint64 memory = notKnown;
 };
 
-/// Reads the text of a stat file in /proc.
+/// Parses the text of a stat file in /proc.
 [[nodiscard]] ProcessStat statIn(const QByteArray &text);
-/// The same of a process; nothing is known of one that is gone.
+/// Reads the stat file of a process; nothing is known of one that has ended.
 [[nodiscard]] ProcessStat statOf(int pid, const Places &places);
 
-/// What processes take together, those of them that still live: for units of which systemd keeps no
-/// account, because it was told not to or has no control groups for it. What processes took that
-/// are gone is not in it, and memory that they share is counted for each.
-/// @return processorTime and memory; neither is known when no process lives.
+/// The sum over the processes that still exist, for units without systemd's accounting (switched
+/// off, or no control groups). Processes that have ended are not included, and shared memory is
+/// counted once per process.
+/// @return processorTime and memory; both are unknown when no process exists.
 [[nodiscard]] ProcessStat sumOf(const QVector<UnitProcess> &processes, const Places &places);
 
 } // namespace Cli

@@ -9,7 +9,7 @@ namespace Cli {
 
 namespace {
 
-/// Walks from the processes that nobody of the unit has made to those that they have made.
+/// Walks from the processes whose parent is not in the unit down to their children.
 class Walk
 {
 public:
@@ -26,7 +26,8 @@ public:
     }
     void visit(const UnitProcess &process, int depth)
     {
-        // Ids are used again, so what is read one after the other may tell of a circle.
+        // The data was not read at a single moment and process ids are reused, so it may contain a
+        // cycle.
         if (m_seen.contains(process.pid))
             return;
         m_seen.insert(process.pid);
@@ -55,7 +56,7 @@ QVector<TreeProcess> processTree(QVector<UnitProcess> processes)
         if (!pids.contains(process.parent))
             walk.visit(process, 0);
     }
-    // Those of a circle have nobody above them.
+    // Processes in a cycle are not reached from above.
     for (const UnitProcess &process : qAsConst(processes))
         walk.visit(process, 0);
     return walk.tree;

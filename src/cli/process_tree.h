@@ -12,18 +12,18 @@ struct UnitProcess
 {
     int pid = 0;
     QString command;
-    /// The process that made it; 0 while not known.
+    /// The parent process; 0 when unknown.
     int parent = 0;
 };
 
-/// A process in its place below the one that made it.
+/// A process in the tree.
 struct TreeProcess
 {
     UnitProcess process;
-    /// How many of those above it are of the unit.
+    /// The number of its ancestors in the unit.
     int depth = 0;
 };
-/// The processes of a unit, each behind the one that made it; brothers in order of their ids.
+/// The processes of a unit, each after its parent; siblings are sorted by id.
 [[nodiscard]] QVector<TreeProcess> processTree(QVector<UnitProcess> processes);
 
 } // namespace Cli

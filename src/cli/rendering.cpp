@@ -6,7 +6,7 @@ namespace Cli {
 
 namespace {
 
-/// Keeps what is found.
+/// Collects the findings.
 class KeptFindings : public Core::Findings
 {
 public:
@@ -17,7 +17,7 @@ public:
     }
 };
 
-// What becomes of the request on its way over the bus: a setting of the unit is a text there.
+// The request as it arrives over the bus, where every unit setting is a text.
 Core::StartRequest plannedRequest(const Client::StartRequest &asked)
 {
     Core::StartRequest request;

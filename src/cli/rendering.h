@@ -11,12 +11,12 @@ struct Places;
 
 namespace Cli {
 
-/// What the daemon would write for a start, and what it would say of it.
+/// What the daemon would write for a start, and what it would report.
 struct Rendering
 {
     Core::Error error;
     Core::TaskPlan plan;
-    /// What the planner found, in its order.
+    /// The planner's findings, in its order.
     QVector<Core::Finding> findings;
 };
 

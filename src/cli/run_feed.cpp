@@ -14,7 +14,7 @@ RunFeed::RunFeed(const QDBusConnection &bus, QObject *parent)
     connect(&m_systemd, &Systemd::disconnected, this, &RunFeed::disconnected);
     connect(&m_systemd, &Systemd::taskJobRemoved, this,
             [this](const QString &taskId, const QString &result) {
-                tell(m_runs.takeJob(taskId, result));
+                report(m_runs.jobRemoved(taskId, result));
                 Q_EMIT jobRemoved(taskId, result);
             });
 }
@@ -31,12 +31,12 @@ void RunFeed::begin(const Systemd::Done &ready)
                 if (listed)
                     ready(listed);
                 else
-                    takeListing(units, ready);
+                    readListed(units, ready);
             });
     });
 }
 
-void RunFeed::takeListing(const QVector<ListedUnit> &units, const Systemd::Done &ready)
+void RunFeed::readListed(const QVector<ListedUnit> &units, const Systemd::Done &ready)
 {
     m_isListed = true;
     QStringList tasks;
@@ -48,13 +48,13 @@ void RunFeed::takeListing(const QVector<ListedUnit> &units, const Systemd::Done 
     }
     if (tasks.isEmpty())
         ready({});
-    // One by one: what is told of a unit behind its answer is news.
+    // One call per unit, because signals that arrive after a unit's answer are news about it.
     for (int at = 0; at < tasks.size(); ++at) {
         m_systemd.properties(
             {paths.at(at)},
             [this, ready, task = tasks.at(at)](const QVector<QVariantMap> &properties) {
                 m_unseen.remove(task);
-                tell(m_runs.look(task, properties.constFirst()));
+                report(m_runs.firstLook(task, properties.constFirst()));
                 if (m_unseen.isEmpty())
                     ready({});
             });
@@ -67,12 +67,12 @@ void RunFeed::onTaskChanged(const QString &taskId, const QString &interface,
     if (!m_isListed || m_unseen.contains(taskId))
         return;
     if (interface == QLatin1String("Service"))
-        m_runs.takeService(taskId, changed);
+        m_runs.updateService(taskId, changed);
     else
-        tell(m_runs.takeUnit(taskId, changed));
+        report(m_runs.updateUnit(taskId, changed));
 }
 
-void RunFeed::tell(const TaskRuns::Events &events)
+void RunFeed::report(const TaskRuns::Events &events)
 {
     for (const RunEvent &event : events)
         Q_EMIT happened(event);
@@ -85,7 +85,7 @@ SessionFeed::SessionFeed(const QDBusConnection &bus, QObject *parent)
     connect(&m_daemon, &Client::Daemon::activeTasksChanged, this,
             [this](const QString &session, const QVector<Orvane::ActiveTask> &tasks) {
                 if (session == m_session)
-                    takeList(tasks, RunEvent::Started);
+                    updateList(tasks, RunEvent::Started);
             });
 }
 
@@ -97,13 +97,13 @@ void SessionFeed::begin(const QString &taskType, Ready ready)
                                                               const Client::Session &session) {
                                  if (!outcome) {
                                      m_session = session.path;
-                                     takeList(session.activeTasks, RunEvent::Running);
+                                     updateList(session.activeTasks, RunEvent::Running);
                                  }
                                  ready(outcome, session.path);
                              });
 }
 
-void SessionFeed::takeList(const QVector<Orvane::ActiveTask> &tasks, RunEvent::Kind ofNew)
+void SessionFeed::updateList(const QVector<Orvane::ActiveTask> &tasks, RunEvent::Kind ofNew)
 {
     QMap<QString, int> listed;
     for (const Orvane::ActiveTask &task : tasks)

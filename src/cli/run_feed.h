@@ -9,8 +9,8 @@
 
 namespace Cli {
 
-/// Follows the runs of all tasks that are units of the system: first those that run at the time,
-/// then each start and end as it happens.
+/// Reports the runs of all tasks that are units of the system: first those that are running, then
+/// each start and end as it happens.
 class RunFeed : public QObject
 {
     Q_OBJECT
@@ -18,33 +18,33 @@ class RunFeed : public QObject
 public:
     explicit RunFeed(const QDBusConnection &bus, QObject *parent = nullptr);
 
-    /// Begins; happened() may be emitted from now on.
-    /// @param ready called when every run that begins from now on will be told of, or with the
-    /// reason why none can.
+    /// Starts; happened() may be emitted from now on.
+    /// @param ready called once every later run will be reported, or with the reason why this is
+    /// impossible.
     void begin(const Systemd::Done &ready);
 
 Q_SIGNALS:
     void happened(const Cli::RunEvent &event);
-    /// A job of a task's unit is over: a start that was asked for is not under way any more.
+    /// A job of a task's unit is over: a requested start is no longer in progress.
     void jobRemoved(const QString &taskId, const QString &result);
-    /// The connection to the bus is lost: nothing will be told any more.
+    /// The connection to the bus is lost; no more signals follow.
     void disconnected();
 
 private:
-    void takeListing(const QVector<ListedUnit> &units, const Systemd::Done &ready);
+    void readListed(const QVector<ListedUnit> &units, const Systemd::Done &ready);
     void onTaskChanged(const QString &taskId, const QString &interface, const QVariantMap &changed);
-    void tell(const TaskRuns::Events &events);
+    void report(const TaskRuns::Events &events);
 
     Systemd m_systemd;
     TaskRuns m_runs;
-    // What is told of them is older than the first look, which is still to come.
+    // Units whose state has not been read yet; signals about them are older than it and are
+    // ignored.
     QSet<QString> m_unseen;
     bool m_isListed = false;
 };
 
-/// Follows the runs of tasks of one type through the list of a session, which is all that there is
-/// for tasks of the user's session. A run that is over before the per-user service lists it is not
-/// seen.
+/// Reports the runs of tasks of one type from the task list of a session, the only source for tasks
+/// of the user's session. A run that ends before the per-user service lists it is missed.
 class SessionFeed : public QObject
 {
     Q_OBJECT
@@ -61,11 +61,11 @@ Q_SIGNALS:
     void happened(const Cli::RunEvent &event);
 
 private:
-    void takeList(const QVector<Orvane::ActiveTask> &tasks, RunEvent::Kind ofNew);
+    void updateList(const QVector<Orvane::ActiveTask> &tasks, RunEvent::Kind ofNew);
 
     Client::Daemon m_daemon;
     QString m_session;
-    // Main process by task.
+    // The main process, by task.
     QMap<QString, int> m_running;
 };
 

@@ -35,7 +35,7 @@ Message messageOf(const JournalEntry &entry)
         {SD_MESSAGE_UNIT_STOPPING_STR, Message::Stopping},
         {SD_MESSAGE_UNIT_SUCCESS_STR, Message::Success},
         {SD_MESSAGE_UNIT_FAILURE_RESULT_STR, Message::Failure},
-        // A condition of the unit did not hold.
+        // A condition of the unit was not met.
         {SD_MESSAGE_UNIT_SKIPPED_STR, Message::Failure},
         {SD_MESSAGE_UNIT_STOPPED_STR, Message::Stopped},
         {SD_MESSAGE_UNIT_FAILED_STR, Message::StartFailed},
@@ -43,7 +43,7 @@ Message messageOf(const JournalEntry &entry)
     return messages.value(entry.fields.value("MESSAGE_ID"), Message::Other);
 }
 
-// As the kernel's wait tells it.
+// The code that waitid() would give.
 int codeOf(const QByteArray &word)
 {
     static const QHash<QByteArray, int> codes{
@@ -58,11 +58,11 @@ quint64 quantity(const JournalEntry &entry, const char *field, quint64 otherwise
     return isNumber ? number : otherwise;
 }
 
-/// Puts runs together from the entries, in their order.
+/// Builds runs from journal entries, which are added in order.
 class History
 {
 public:
-    void take(const JournalEntry &entry);
+    void add(const JournalEntry &entry);
     [[nodiscard]] QVector<PastRun> finished(const QString &boot);
 
 private:
@@ -74,18 +74,18 @@ private:
 
     void begin(const JournalEntry &entry);
     Open &latest(const JournalEntry &entry);
-    Open &unlessOver(const JournalEntry &entry);
-    void takeStart(const JournalEntry &entry, bool isStarted);
-    void takeExit(const JournalEntry &entry);
-    void takeFailedStart(const JournalEntry &entry);
-    void takeResources(const JournalEntry &entry);
+    Open &inProgress(const JournalEntry &entry);
+    void addStart(const JournalEntry &entry, bool isStarted);
+    void addExit(const JournalEntry &entry);
+    void addFailedStart(const JournalEntry &entry);
+    void addResources(const JournalEntry &entry);
     static void end(Open &open, const JournalEntry &entry, const QString &result);
     [[nodiscard]] int indexOf(const JournalEntry &entry) const;
 
     QVector<Open> m_runs;
 };
 
-// The last run that an entry can be of; -1 when there is none.
+// The last run that an entry can belong to; -1 when there is none.
 int History::indexOf(const JournalEntry &entry) const
 {
     const QString invocation = entry.text("INVOCATION_ID");
@@ -93,7 +93,8 @@ int History::indexOf(const JournalEntry &entry) const
         const PastRun &run = m_runs.at(at).run;
         if (run.boot != entry.boot)
             continue;
-        // Without an id it is of the run that is in progress: a unit has one at a time.
+        // Without an id, an entry belongs to the run in progress, because a unit has only one at a
+        // time.
         if (invocation.isEmpty() || run.invocation.isEmpty() || run.invocation == invocation)
             return at;
     }
@@ -117,9 +118,9 @@ History::Open &History::latest(const JournalEntry &entry)
     return m_runs.last();
 }
 
-// What can only be of a run in progress. systemd gives a start that it refuses the id of the run
-// before.
-History::Open &History::unlessOver(const JournalEntry &entry)
+// For entries that can only belong to a run in progress. Begins a new run if the last one is over,
+// because systemd logs a start that it refuses with the id of the run before.
+History::Open &History::inProgress(const JournalEntry &entry)
 {
     if (latest(entry).isOver)
         begin(entry);
@@ -140,9 +141,9 @@ void History::end(Open &open, const JournalEntry &entry, const QString &result)
                                             : PastRun::Ended;
 }
 
-void History::takeStart(const JournalEntry &entry, bool isStarted)
+void History::addStart(const JournalEntry &entry, bool isStarted)
 {
-    PastRun &run = unlessOver(entry).run;
+    PastRun &run = inProgress(entry).run;
     if (run.start == 0) {
         run.start = entry.moment;
         run.startSinceBoot = entry.sinceBoot;
@@ -150,10 +151,11 @@ void History::takeStart(const JournalEntry &entry, bool isStarted)
     run.wasStarted = run.wasStarted || isStarted;
 }
 
-void History::takeExit(const JournalEntry &entry)
+void History::addExit(const JournalEntry &entry)
 {
-    PastRun &run = unlessOver(entry).run;
-    // What runs before or after the program matters only where the program did not run.
+    PastRun &run = inProgress(entry).run;
+    // The exit of a program that runs before or after the main one matters only if the main one did
+    // not run.
     const QString command = entry.text("COMMAND");
     const bool isOfProgram = command.isEmpty() || command == QLatin1String("ExecStart");
     if (run.wasStarted && !isOfProgram)
@@ -163,19 +165,19 @@ void History::takeExit(const JournalEntry &entry)
     run.result.status = entry.fields.value("EXIT_STATUS").toInt();
 }
 
-void History::takeFailedStart(const JournalEntry &entry)
+void History::addFailedStart(const JournalEntry &entry)
 {
     Open &before = latest(entry);
     if (before.isOver && !before.run.wasStarted && !before.run.startFailed) {
         before.run.startFailed = true;
         return;
     }
-    Open &open = unlessOver(entry);
+    Open &open = inProgress(entry);
     open.run.startFailed = true;
     end(open, entry, entry.text("JOB_RESULT"));
 }
 
-void History::takeResources(const JournalEntry &entry)
+void History::addResources(const JournalEntry &entry)
 {
     const int at = indexOf(entry);
     if (at < 0)
@@ -185,15 +187,15 @@ void History::takeResources(const JournalEntry &entry)
     run.memoryPeak = quantity(entry, "MEMORY_PEAK", run.memoryPeak);
 }
 
-void History::take(const JournalEntry &entry)
+void History::add(const JournalEntry &entry)
 {
     switch (messageOf(entry)) {
     case Message::Starting:
-        return takeStart(entry, false);
+        return addStart(entry, false);
     case Message::Started:
-        return takeStart(entry, true);
+        return addStart(entry, true);
     case Message::ProcessExit:
-        return takeExit(entry);
+        return addExit(entry);
     case Message::OutOfMemory:
         latest(entry).run.ranOutOfMemory = true;
         return;
@@ -202,18 +204,18 @@ void History::take(const JournalEntry &entry)
             m_runs[at].run.wasStopped = true;
         return;
     case Message::Success:
-        return end(unlessOver(entry), entry, QStringLiteral("success"));
+        return end(inProgress(entry), entry, QStringLiteral("success"));
     case Message::Failure:
-        return end(unlessOver(entry), entry, entry.text("UNIT_RESULT"));
+        return end(inProgress(entry), entry, entry.text("UNIT_RESULT"));
     case Message::Stopped:
-        // Comes after the result, and also for what did not run.
+        // This entry comes after the result, and also for a unit that was not running.
         if (const int at = indexOf(entry); at >= 0 && !m_runs.at(at).isOver)
             end(m_runs[at], entry, {});
         return;
     case Message::StartFailed:
-        return takeFailedStart(entry);
+        return addFailedStart(entry);
     case Message::Resources:
-        return takeResources(entry);
+        return addResources(entry);
     case Message::Other:
         return;
     }
@@ -243,10 +245,10 @@ QString endOf(const PastRun &run)
         return QStringLiteral("not started: ") + run.result.toString();
     if (!run.wasStopped)
         return run.result.toString();
-    // The sandbox says with its status that the program obeyed the signal to stop.
-    constexpr int obeyed = 128 + SIGTERM;
-    const bool hasObeyed = run.result.code == CLD_EXITED && run.result.status == obeyed;
-    return run.state == PastRun::Ended || hasObeyed
+    // The sandbox exits with this status when the program ended on the signal to stop.
+    constexpr int stoppedStatus = 128 + SIGTERM;
+    const bool endedOnSignal = run.result.code == CLD_EXITED && run.result.status == stoppedStatus;
+    return run.state == PastRun::Ended || endedOnSignal
         ? QStringLiteral("stopped")
         : QStringLiteral("stopped, ") + run.result.toString();
 }
@@ -258,9 +260,9 @@ QString PastRun::toString() const
     if (state == Running)
         return QStringLiteral("running");
     if (endedWithBoot)
-        return QStringLiteral("ended with the boot, not known how");
+        return QStringLiteral("ended with the boot, unknown how");
     if (state == Lost)
-        return QStringLiteral("not known how it ended");
+        return QStringLiteral("unknown how it ended");
     const QString words = endOf(*this);
     const bool isSaid = result.result == QLatin1String("oom-kill");
     return ranOutOfMemory && !isSaid ? words + QStringLiteral(", out of memory") : words;
@@ -270,7 +272,7 @@ QVector<PastRun> runsIn(const QVector<JournalEntry> &entries, const QString &boo
 {
     History history;
     for (const JournalEntry &entry : entries)
-        history.take(entry);
+        history.add(entry);
     return history.finished(boot);
 }
 

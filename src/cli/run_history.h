@@ -10,7 +10,7 @@
 
 namespace Cli {
 
-/// A run of a task, as the journal tells of it. Plain value.
+/// A run of a task according to the journal. A plain value.
 struct PastRun
 {
     static constexpr quint64 notKnown = std::numeric_limits<quint64>::max();
@@ -23,40 +23,40 @@ struct PastRun
     };
 
     State state = Lost;
-    /// systemd's id of the run, and the boot that it was in; empty while not known.
+    /// systemd's id of the run, and the id of its boot; empty when unknown.
     QString invocation;
     QString boot;
-    /// Microseconds since 1970; 0 while not known.
+    /// Microseconds since 1970; 0 when unknown.
     quint64 start = 0;
     quint64 end = 0;
-    /// When it started, in microseconds since its boot; 0 while not known.
+    /// When it started, in microseconds since its boot; 0 when unknown.
     quint64 startSinceBoot = 0;
-    /// Microseconds; of a run that goes on not known.
+    /// The duration in microseconds; unknown while the run is in progress.
     quint64 lasted = notKnown;
-    /// Whether the program was started, and whether systemd has said that it could not be.
+    /// Whether the program was started, and whether systemd reported that it could not be started.
     bool wasStarted = false;
     bool startFailed = false;
-    /// Whether somebody had it stopped.
+    /// Whether it was stopped on request.
     bool wasStopped = false;
     /// Whether it was the last run of a boot that is over.
     bool endedWithBoot = false;
-    /// Whether a process of it was killed because memory ran out.
+    /// Whether one of its processes was killed because memory ran out.
     bool ranOutOfMemory = false;
     RunResult result;
-    /// Nanoseconds of processor time; the most memory, in bytes.
+    /// Processor time in nanoseconds; peak memory in bytes.
     quint64 processorTime = notKnown;
     quint64 memoryPeak = notKnown;
 
-    /// How it ended, for a person: "exit status 3", "stopped", "out of memory".
+    /// How it ended, as text for people: "exit status 3", "stopped", "out of memory".
     [[nodiscard]] QString toString() const;
 };
 
-/// The runs of one unit, in the order in which they began.
-/// @param entries what systemd has said of the unit, the first entry first.
-/// @param boot the boot that goes on; empty when none does, because the journal is an image's.
+/// The runs of one unit, in the order of their starts.
+/// @param entries systemd's entries about the unit, oldest first.
+/// @param boot the id of the current boot; empty for the journal of an image.
 [[nodiscard]] QVector<PastRun> runsIn(const QVector<JournalEntry> &entries, const QString &boot);
 
-/// Whether a run may begin with this entry: what a reader counts to know when it has enough.
+/// Whether an entry may be the start of a run. Readers count these to know when they have enough.
 [[nodiscard]] bool isStart(const JournalEntry &entry);
 
 } // namespace Cli

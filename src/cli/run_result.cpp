@@ -9,16 +9,16 @@ namespace Cli {
 
 namespace {
 
-// What systemd's own exit statuses mean, for those that a task can come to.
+// The meanings of systemd's own exit statuses that a task can end with.
 QString meaningOf(int status)
 {
     static const QHash<int, QString> meanings{
-        {200, QStringLiteral("its working directory is not there")},
+        {200, QStringLiteral("its working directory does not exist")},
         {203, QStringLiteral("its program cannot be run")},
-        {216, QStringLiteral("its group is not there")},
-        {217, QStringLiteral("its user is not there")},
-        {226, QStringLiteral("its view of the file system cannot be made")}};
-    // The sandbox, like a shell, tells so of a program that a signal has killed.
+        {216, QStringLiteral("its group does not exist")},
+        {217, QStringLiteral("its user does not exist")},
+        {226, QStringLiteral("its file system namespace cannot be set up")}};
+    // The sandbox reports a signal that killed the program in the same way as a shell.
     constexpr int killed = 128;
     if (status > killed && status <= killed + SIGRTMAX)
         return QStringLiteral(" (signal %1, %2)")
@@ -33,19 +33,19 @@ QString wordsFor(const QString &result)
     static const QHash<QString, QString> words{
         {QStringLiteral("oom-kill"), QStringLiteral("out of memory")},
         {QStringLiteral("timeout"), QStringLiteral("out of time")},
-        {QStringLiteral("watchdog"), QStringLiteral("its watchdog was not heard of")},
+        {QStringLiteral("watchdog"), QStringLiteral("its watchdog timed out")},
         {QStringLiteral("start-limit-hit"), QStringLiteral("started too often")},
         {QStringLiteral("resources"), QStringLiteral("systemd lacked resources for it")},
         {QStringLiteral("dependency"), QStringLiteral("a unit that it needs did not start")},
-        {QStringLiteral("canceled"), QStringLiteral("its start was called off")},
+        {QStringLiteral("canceled"), QStringLiteral("its start was cancelled")},
         {QStringLiteral("success"), QStringLiteral("exit status 0")},
-        {QString(), QStringLiteral("not known")}};
+        {QString(), QStringLiteral("unknown")}};
     return words.value(result, result);
 }
 
 } // namespace
 
-void RunResult::take(const QVariantMap &properties)
+void RunResult::update(const QVariantMap &properties)
 {
     result = properties.value(QStringLiteral("Result"), result).toString();
     code = properties.value(QStringLiteral("ExecMainCode"), code).toInt();

@@ -5,16 +5,16 @@
 
 struct Places;
 
-// The files that a task's sandbox is made of, and what may be wrong with them.
+// Finds the files that a task's sandbox needs.
 
 namespace Cli {
 
 /// A file that a sandbox needs.
 struct SandboxFile
 {
-    /// In this system: below the root of an image. Empty when it is not there.
+    /// Its path on this system, including the root of an image. Empty when it is missing.
     QString path;
-    /// Where it belongs: in the first of the folders that it may be in.
+    /// The path where it is expected: in the first of the folders that it may be in.
     QString expected;
 };
 
@@ -24,10 +24,10 @@ struct SandboxFile
 [[nodiscard]] SandboxFile permissionFile(const QString &name, const Places &places);
 /// The names of all permissions that have a file.
 [[nodiscard]] QStringList permissionNames(const Places &places);
-/// The permission that every task is given, and the one of a task without a home.
+/// The permission that every task is given, with or without a home.
 [[nodiscard]] QString basePermission(bool isHomeless = false);
-/// The file that may be meant by one that is missing: of a name that differs by a further ending or
-/// in upper and lower case, in the same folder. Empty when there is none.
+/// A file in the same folder that may be the missing one under a wrong name: with an extra
+/// extension, or with other upper and lower case. Empty when there is none.
 [[nodiscard]] QString misnamed(const QString &missing);
 
 } // namespace Cli

@@ -9,7 +9,7 @@ namespace Cli {
 
 namespace {
 
-// Adds a setting KEY=VALUE. False when it is none.
+// Adds a setting KEY=VALUE; false when the text does not have this form.
 bool addSetting(const QString &setting, QVariantMap &settings)
 {
     const int equals = setting.indexOf(QLatin1Char('='));
@@ -37,8 +37,9 @@ Client::StartRequest requestOf(const Request &request)
     return start;
 }
 
-// Takes over what has a form of its own. Gives what is wrong with it, if anything.
-QString takeSettings(const Request &request, AskedStart &asked)
+// Checks and copies the options whose values have a form of their own. Returns what is wrong; empty
+// when nothing is.
+QString readSettings(const Request &request, AskedStart &asked)
 {
     for (const QString &setting : request.values(QStringLiteral("set"))) {
         if (!addSetting(setting, asked.request.unitSettings))
@@ -69,18 +70,18 @@ QVector<Option> startOptions()
 {
     return {
         option("user", "USER", Kind::User,
-               "the user that the task runs as; a task of the system needs one"),
-        option("at-boot", "", Kind::Text, "start it at each boot from now on, too"),
+               "the user that the task runs as; required for a task of the system"),
+        option("at-boot", "", Kind::Text, "also start it at each boot from now on"),
         option("own", "NAME", Kind::Text, "a name on the system bus that it may own"),
         option("permission", "NAME", Kind::Text,
-               "a permission of the sandbox, besides those that it declares", true),
+               "a permission of the sandbox, in addition to those that it declares", true),
         option("param", "WORD", Kind::Text,
-               "a further argument of its program; one that begins with a dash as --param=-x",
+               "a further argument of its program; if it begins with a dash, write --param=-x",
                true),
         option("homeless", "", Kind::Text, "give it no directories in the user's home"),
         option("weight", "N", Kind::Number,
-               "-1000 to 1000: the higher, the sooner it is ended when memory runs out"),
-        option("cpu-limit", "SECONDS", Kind::Number, "processor time that it may take"),
+               "-1000 to 1000: the higher, the sooner it is killed when memory runs out"),
+        option("cpu-limit", "SECONDS", Kind::Number, "processor time that it may use"),
         option("set", "KEY=VALUE", Kind::Text, "a setting of its unit's service section", true),
         option("env", "NAME=VALUE", Kind::Text, "a variable of its environment", true),
     };
@@ -92,7 +93,7 @@ AskedStart askedStart(const Request &request, const QString &command)
     asked.taskId = request.arguments.value(0);
     asked.task = declaredTask(asked.taskId);
     asked.request = requestOf(request);
-    const QString wrong = takeSettings(request, asked);
+    const QString wrong = readSettings(request, asked);
     if (!wrong.isEmpty()) {
         asked.status = WrongUsage;
         asked.complaint = QStringLiteral("%1; try: orvanectl %2 --help").arg(wrong, command);

@@ -55,12 +55,12 @@ void StartWait::startInSession(const QString &type, const Client::StartRequest &
             finish({StartOutcome::Refused, outcome, -1, {}});
             return;
         }
-        // Where it runs already the list will not change.
+        // If the task is already running, the list will not change.
         const bool runsAlready = m_outcome.kind == StartOutcome::Running;
         m_isSent = true;
         m_session.daemon().start(session, m_taskId, request,
                                  [this](const Client::Outcome &started) { onStarted(started); });
-        const auto given = [this] {
+        const auto onTimeout = [this] {
             if (m_outcome.kind != StartOutcome::Running) {
                 m_outcome = {
                     StartOutcome::Failed,
@@ -70,7 +70,7 @@ void StartWait::startInSession(const QString &type, const Client::StartRequest &
             }
             finish(m_outcome);
         };
-        QTimer::singleShot(runsAlready ? settleMs : listedMs, this, given);
+        QTimer::singleShot(runsAlready ? settleMs : listedMs, this, onTimeout);
     });
 }
 
@@ -95,7 +95,7 @@ void StartWait::onEvent(const RunEvent &event)
             m_settled.start(settleMs);
         return;
     }
-    // The end of a run that was there before is none of this start's.
+    // The end of an earlier run is not the result of this start.
     if (!m_isSent || (!m_settled.isActive() && event.result.result != QLatin1String("dependency")))
         return;
     settle({event.kind == RunEvent::Failed ? StartOutcome::Failed : StartOutcome::Ended,
@@ -111,11 +111,11 @@ void StartWait::onJobRemoved(const QString &taskId, const QString &result)
     if (result != QLatin1String("done"))
         settle({StartOutcome::Failed, {}, -1, {result, 0, 0}});
     else if (m_outcome.kind == StartOutcome::Running)
-        // It ran already: systemd had nothing to do.
+        // It was already running, so systemd had nothing to do.
         settle(m_outcome);
 }
 
-// It has come to something for good; the daemon's answer may still be to come.
+// The result is final, although the daemon's answer may still be pending.
 void StartWait::settle(const StartOutcome &outcome)
 {
     m_settled.stop();

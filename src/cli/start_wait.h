@@ -10,7 +10,7 @@
 
 namespace Cli {
 
-/// What came of a start. Plain value.
+/// The result of a start. A plain value.
 struct StartOutcome
 {
     enum Kind { Accepted, Running, Ended, Failed, Refused };
@@ -24,17 +24,17 @@ struct StartOutcome
     RunResult result;
 };
 
-/// Starts one task and waits for what comes of it. It begins to listen before it starts the task,
-/// so that a run of no time at all is seen.
+/// Starts one task and waits for the result. It subscribes to events before it starts the task, so
+/// that even a very short run is seen.
 class StartWait : public QObject
 {
     Q_OBJECT
 
 public:
-    /// How long a task has to run to count as running, in milliseconds: most of what can go wrong,
-    /// from a program that is not there to a sandbox that refuses its options, happens at once.
+    /// How long a task has to run to count as running, in milliseconds. Most failures, such as a
+    /// missing program or a sandbox option that is refused, happen at once.
     static constexpr int settleMs = 1000;
-    /// How long the per-user service has to list a task, in milliseconds.
+    /// How long the per-user service may take to list a task, in milliseconds.
     static constexpr int listedMs = 10000;
 
     using Done = std::function<void(const StartOutcome &)>;
@@ -60,7 +60,7 @@ private:
     SessionFeed m_session;
     QTimer m_settled;
     Done m_done;
-    // What it has come to so far; told when the daemon has answered, too.
+    // The result so far; reported only once the daemon has also answered.
     StartOutcome m_outcome;
     bool m_isSent = false;
     bool m_isAccepted = false;

@@ -15,10 +15,10 @@ namespace Cli {
 
 namespace {
 
-// The bus grants a connection 128 answers that it waits for.
+// The bus allows a connection 128 pending replies.
 constexpr int callsAtOnce = 64;
 
-// As long as the bus library waits by itself.
+// The default timeout of the bus library.
 constexpr int answerTimeoutMs = 25000;
 
 QString service() { return QStringLiteral("org.freedesktop.systemd1"); }
@@ -62,7 +62,7 @@ QVector<ListedUnit> unitsIn(const QDBusMessage &reply)
     return units;
 }
 
-// As many replies for each unit as there are properties.
+// Each unit has one reply per property.
 QVector<QVariantMap> propertiesIn(const QVector<QDBusMessage> &replies,
                                   const QVector<UnitProperty> &wanted)
 {
@@ -112,7 +112,7 @@ Systemd::Systemd(const QDBusConnection &bus, QObject *parent)
 
 void Systemd::call(const QDBusMessage &message, const Reply &callback)
 {
-    // The bus library tells nobody of a call that it could not even make.
+    // The bus library does not report a call that it could not send.
     if (!m_bus.isConnected()) {
         QTimer::singleShot(0, this, [callback] { callback(QDBusMessage()); });
         return;
@@ -174,7 +174,7 @@ void Systemd::properties(const QStringList &paths, Properties callback)
     for (const QString &path : paths) {
         QDBusMessage message = QDBusMessage::createMethodCall(
             service(), path, Names::propertiesInterface(), QStringLiteral("GetAll"));
-        // Of all interfaces.
+        // An empty interface name means all interfaces.
         message.setArguments({QString()});
         calls.append(message);
     }
@@ -221,7 +221,7 @@ void Systemd::processes(const QStringList &units, Processes callback)
 
 void Systemd::onPropertiesChanged(const QDBusMessage &message)
 {
-    // Cheaper than taking each path apart: a system has many units.
+    // Cheaper than decoding every path, because a system has many units.
     if (!message.path().startsWith(QLatin1String("/org/freedesktop/systemd1/unit/ov_5ftask_2e")))
         return;
     const QString taskId = taskIdOfUnit(unitOfObject(message.path()));

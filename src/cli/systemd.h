@@ -14,7 +14,7 @@
 
 namespace Cli {
 
-/// A unit as systemd lists it.
+/// A unit in systemd's list.
 struct ListedUnit
 {
     QString name;
@@ -30,8 +30,8 @@ struct UnitProperty
     const char *name;
 };
 
-/// The units of tasks, as systemd's manager tells of them. Asynchronous: each callback is called
-/// once, in the order in which systemd sent answers and signals. Takes no privilege.
+/// Reads the state of tasks' units from systemd. Asynchronous: each callback is called once, in the
+/// order in which systemd sent answers and signals. Needs no privileges.
 class Systemd : public QObject
 {
     Q_OBJECT
@@ -44,26 +44,27 @@ public:
 
     explicit Systemd(const QDBusConnection &bus, QObject *parent = nullptr);
 
-    /// Has the signals below emitted from now on.
+    /// Enables the signals below.
     void follow(Done callback);
-    /// Gives the units of tasks that systemd has loaded: all that run or have failed, perhaps
+    /// Lists the units of tasks that systemd has loaded: all that run or have failed, perhaps
     /// others.
     void listUnits(Units callback);
-    /// Gives all properties of units, of each in one map; an empty one for a unit that is gone.
+    /// Reads all properties of units, one map per unit; the map is empty for a unit that no longer
+    /// exists.
     void properties(const QStringList &paths, Properties callback);
-    /// Gives these properties of units, of each in one map, without those that are not known.
-    /// systemd looks up much for all of a unit's properties, so that few cost a small part of it.
+    /// Reads some properties of units, one map per unit, without those that are unknown. Much
+    /// cheaper than reading all, for which systemd has to look up a lot.
     void properties(const QStringList &paths, const QVector<UnitProperty> &wanted,
                     Properties callback);
-    /// Gives the processes of each unit, without their parents; none where they are not known.
+    /// Reads the processes of each unit, without their parents; empty where they are unknown.
     void processes(const QStringList &units, Processes callback);
 
 Q_SIGNALS:
     /// Properties of a task's unit have changed.
-    /// @param interface "Unit" or "Service"; systemd tells of the service first.
+    /// @param interface "Unit" or "Service"; systemd sends the service's first.
     void taskChanged(const QString &taskId, const QString &interface, const QVariantMap &changed);
-    /// systemd is done with a job of a task's unit.
-    /// @param result "done", or why it came to nothing: "failed", "dependency", "canceled" ...
+    /// systemd has finished a job of a task's unit.
+    /// @param result "done", or why it did not succeed: "failed", "dependency", "canceled" ...
     void taskJobRemoved(const QString &taskId, const QString &result);
     /// The connection to the bus is lost.
     void disconnected();

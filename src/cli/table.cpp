@@ -9,17 +9,17 @@ namespace Cli {
 namespace {
 
 constexpr int gap = 2;
-// A column is not made narrower than this while another is wider.
+// A column is not made narrower than this.
 constexpr int narrowest = 4;
-constexpr int leftOut = -1;
+constexpr int hidden = -1;
 
 int widthOf(uint character)
 {
-    // Negative for what has no shape.
+    // wcwidth() is negative for characters that cannot be printed.
     return std::max(0, wcwidth(static_cast<wchar_t>(character)));
 }
 
-bool isObeyed(uint character)
+bool isControl(uint character)
 {
     switch (QChar::category(character)) {
     case QChar::Other_Control:
@@ -32,7 +32,7 @@ bool isObeyed(uint character)
     }
 }
 
-// Letters, digits and signs that take one column each: nearly all that a table has.
+// Printable ASCII takes one column per character; a shortcut, because most texts are ASCII.
 bool isPlain(const QString &text)
 {
     return std::all_of(text.cbegin(), text.cend(), [](QChar character) {
@@ -60,7 +60,7 @@ QString printable(const QString &text)
         return text;
     QVector<uint> characters = text.toUcs4();
     for (uint &character : characters) {
-        if (isObeyed(character))
+        if (isControl(character))
             character = '?';
     }
     return QString::fromUcs4(characters.constData(), characters.size());
@@ -71,7 +71,7 @@ QString shortened(const QString &text, int width)
     if (displayWidth(text) <= width)
         return text;
     const QVector<uint> characters = text.toUcs4();
-    // Half of the room for its end, and all that is left of it for its beginning.
+    // Half of the room is for the end, the rest for the beginning.
     int room = width - 1;
     int tail = characters.size();
     const int least = room - room / 2;
@@ -124,15 +124,15 @@ QVector<int> Table::ownWidths() const
     return widths;
 }
 
-// The one that gives way next; the end where none can.
+// The column to make narrower next; the end when there is none.
 QVector<int>::iterator Table::widestOf(QVector<int> &widths) const
 {
     auto widest = widths.end();
-    for (const bool mayBeKept : {false, true}) {
+    for (const bool includesKept : {false, true}) {
         for (int column = 0; column < widths.size(); ++column) {
-            const bool isKept = m_columns.at(column).excess == Excess::Keep;
+            const bool isKept = m_columns.at(column).overflow == Overflow::Keep;
             const auto one = widths.begin() + column;
-            if (*one > narrowest && isKept == mayBeKept
+            if (*one > narrowest && isKept == includesKept
                 && (widest == widths.end() || *one > *widest))
                 widest = one;
         }
@@ -152,7 +152,7 @@ QVector<int> Table::widthsFor(int width) const
         if (!m_columns.at(column).isDispensable)
             continue;
         excess -= widths.at(column) + gap;
-        widths[column] = leftOut;
+        widths[column] = hidden;
     }
     for (; excess > 0; --excess) {
         const auto widest = widestOf(widths);
@@ -169,7 +169,7 @@ QStringList Table::linesOf(const QStringList &cells, const QVector<int> &widths)
     int height = 1;
     for (int column = 0; column < widths.size(); ++column) {
         const QString &cell = cells.at(column);
-        const bool isWrapped = m_columns.at(column).excess == Excess::Wrap;
+        const bool isWrapped = m_columns.at(column).overflow == Overflow::Wrap;
         pieces.append(isWrapped ? wrapped(cell, 0, widths.at(column)) : QStringList(cell));
         height = std::max(height, pieces.constLast().size());
     }
@@ -187,9 +187,9 @@ QString Table::lineOf(const QStringList &cells, const QVector<int> &widths) cons
 {
     QString line;
     for (int column = 0; column < widths.size(); ++column) {
-        if (widths.at(column) == leftOut)
+        if (widths.at(column) == hidden)
             continue;
-        const bool endMatters = m_columns.at(column).excess == Excess::CutBeginning;
+        const bool endMatters = m_columns.at(column).overflow == Overflow::CutBeginning;
         const QString cell = endMatters ? endOf(cells.at(column), widths.at(column))
                                         : shortened(cells.at(column), widths.at(column));
         const QString blanks = padding(widths.at(column) - displayWidth(cell));

@@ -16,7 +16,7 @@ TaskType typeNamed(const QString &name)
     return {name, true, 0, {}};
 }
 
-// A task without a program of its own runs the application's.
+// A task without an Exec of its own uses the application's.
 int lineOfExec(const KeyFileLines &lines, const QString &group)
 {
     const QString exec = QStringLiteral("Exec");

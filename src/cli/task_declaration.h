@@ -12,11 +12,11 @@ struct DeclaredKey
 {
     QString name;
     QString value;
-    /// Its line in the desktop entry; 0 when it is not there.
+    /// Its line in the desktop entry; 0 when it is absent.
     int line = 0;
 };
 
-/// A task's declaration with the places of what it says.
+/// A task's declaration, with line numbers.
 struct TaskDeclaration
 {
     DeclaredTask task;
@@ -27,9 +27,9 @@ struct TaskDeclaration
     TaskType type;
 };
 
-/// Finds a task's declaration; its task's id is not valid when there is none.
+/// Finds a task's declaration; the task's id is invalid when there is none.
 [[nodiscard]] TaskDeclaration declarationOf(const QString &taskId);
-/// The declaration of a task that was found.
+/// The declaration of a task that was already looked up.
 [[nodiscard]] TaskDeclaration declarationOf(const DeclaredTask &task);
 
 } // namespace Cli

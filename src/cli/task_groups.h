@@ -4,17 +4,16 @@
 
 #include <optional>
 
-// Who may start tasks, as the daemon's unit says it.
+// Finds out from the daemon's unit who may start tasks.
 
 namespace Cli {
 
-/// The variable of the daemon that names the groups.
+/// The environment variable of the daemon that names the groups.
 [[nodiscard]] QString taskGroupsVariable();
 /// The groups whose members may start tasks.
-/// @param environment what the unit sets, NAME=VALUE each; of several that set the variable, the
-///     last one counts.
-/// @param unset what the unit takes away, NAME or NAME=VALUE each.
-/// @return nothing when the variable is not set, and everybody may.
+/// @param environment NAME=VALUE words that the unit sets; the last one for the variable wins.
+/// @param unset NAME or NAME=VALUE words that the unit removes.
+/// @return no value when the variable is not set, in which case every user may.
 [[nodiscard]] std::optional<QStringList> taskGroupsIn(const QStringList &environment,
                                                       const QStringList &unset);
 

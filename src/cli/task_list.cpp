@@ -44,7 +44,7 @@ QVector<UnitProperty> stateProperties()
     return {{"Service", "MainPID"}, {"Unit", "StateChangeTimestamp"}};
 }
 
-void takeProperties(TaskRow &row, const QVariantMap &properties)
+void addProperties(TaskRow &row, const QVariantMap &properties)
 {
     const int pid = properties.value(QStringLiteral("MainPID")).toInt();
     row.pid = pid > 0 ? pid : -1;
@@ -52,8 +52,8 @@ void takeProperties(TaskRow &row, const QVariantMap &properties)
     row.properties = properties;
 }
 
-void takeUnits(Systemd &systemd, const QVector<ListedUnit> &units,
-               const QVector<UnitProperty> &wanted, Rows &rows)
+void addUnits(Systemd &systemd, const QVector<ListedUnit> &units,
+              const QVector<UnitProperty> &wanted, Rows &rows)
 {
     QStringList paths;
     QStringList names;
@@ -67,10 +67,10 @@ void takeUnits(Systemd &systemd, const QVector<ListedUnit> &units,
     const auto [properties] = Client::waitFor<QVector<QVariantMap>>(
         [&](const auto &done) { systemd.properties(paths, wanted, done); });
     for (int at = 0; at < names.size(); ++at)
-        takeProperties(rowOf(names.at(at), rows), properties.at(at));
+        addProperties(rowOf(names.at(at), rows), properties.at(at));
 }
 
-void takeUnitsAtBoot(Rows &rows)
+void markUnitsAtBoot(Rows &rows)
 {
     for (const QString &unit : unitsAtBoot(Places::ofProcess()))
         rowOf(unit, rows).isAtBoot = true;
@@ -91,13 +91,13 @@ Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows,
     const auto [listed, units] =
         Client::waitFor<Client::Outcome, QVector<ListedUnit>>([&](const auto &done) {
             systemd.listUnits(done);
-            // While systemd gathers its answer.
+            // Done while systemd prepares its answer.
             byId = declaredRows();
         });
     if (listed)
         return listed;
-    takeUnits(systemd, units, stateProperties() + wanted, byId);
-    takeUnitsAtBoot(byId);
+    addUnits(systemd, units, stateProperties() + wanted, byId);
+    markUnitsAtBoot(byId);
     for (TaskRow &row : byId)
         row.isLive = true;
     rows = byId.values().toVector();
@@ -107,7 +107,7 @@ Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows,
 QVector<TaskRow> tasksWithoutState()
 {
     Rows rows = declaredRows();
-    takeUnitsAtBoot(rows);
+    markUnitsAtBoot(rows);
     return rows.values().toVector();
 }
 

@@ -7,7 +7,7 @@
 
 namespace Cli {
 
-/// A task that is declared, or runs without being declared any more.
+/// A task that is declared, or that runs although it is no longer declared.
 struct TaskRow
 {
     QString id;
@@ -19,14 +19,14 @@ struct TaskRow
     QString activeState;
     int pid = -1;
     bool isAtBoot = false;
-    /// Whether systemd was asked.
+    /// Whether systemd was called.
     bool isLive = false;
-    /// When it came into this state, in microseconds since 1970; 0 while not known.
+    /// When it entered this state, in microseconds since 1970; 0 when unknown.
     quint64 since = 0;
-    /// What was asked for of its unit; empty unless it runs or has failed.
+    /// The requested properties of its unit; empty unless it runs or has failed.
     QVariantMap properties;
 
-    /// Whether systemd knows of its state: a task of the user's session is not one of its units.
+    /// Whether its state is known; a task of the user's session is not a unit of the system.
     [[nodiscard]] bool hasState() const
     {
         return isLive && (!worksInSession || !activeState.isEmpty());
@@ -34,12 +34,12 @@ struct TaskRow
     [[nodiscard]] bool isRunning() const;
 };
 
-/// All tasks with the state that systemd has them in, in order of id. Waits for systemd's answers.
-/// @param wanted which properties of units the rows are to have besides.
+/// All tasks with their state in systemd, sorted by id. Blocks until systemd answers.
+/// @param wanted further properties of the units to read.
 [[nodiscard]] Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows,
                                         const QVector<UnitProperty> &wanted = {});
 
-/// The tasks that the files tell of, for a system that does not run.
+/// The tasks without their state, read only from files; for an image.
 [[nodiscard]] QVector<TaskRow> tasksWithoutState();
 
 } // namespace Cli

@@ -14,7 +14,7 @@ namespace Cli {
 struct RunEvent
 {
     enum Kind {
-        /// It ran already when the first look was taken.
+        /// It was already running at the first look.
         Running,
         Started,
         Ended,
@@ -25,35 +25,35 @@ struct RunEvent
     QString taskId;
     /// Main process; -1 while unknown.
     int pid = -1;
-    /// Of a run that is over.
+    /// The result of a run that is over.
     RunResult result;
 };
 
-/// Makes runs of what systemd says of units: each run is told of once when it starts and once when
-/// it is over, however short it was. systemd gathers what happens to a unit while the bus is busy
-/// and may tell only of the end; each run has an invocation id of its own, though, so that a new id
-/// is a start, and an end of the run before it. Knows no bus.
+/// Derives runs from the properties of units: reports each run once when it starts and once when it
+/// is over, even a very short one. While the bus is busy, systemd merges changes and may report
+/// only the end. Each run has its own invocation id, though, so a new id means that a run has
+/// started and that the one before has ended. Does not use the bus itself.
 class TaskRuns
 {
 public:
     using Events = QVector<RunEvent>;
 
-    /// The first look at a task: all properties of its unit.
-    [[nodiscard]] Events look(const QString &taskId, const QVariantMap &properties);
-    /// Changed properties of the service, which systemd sends before those of the unit.
-    void takeService(const QString &taskId, const QVariantMap &changed);
-    /// Changed properties of the unit.
-    [[nodiscard]] Events takeUnit(const QString &taskId, const QVariantMap &changed);
-    /// A job that is over. Tells of a start that came to nothing before there was a run.
-    [[nodiscard]] Events takeJob(const QString &taskId, const QString &result) const;
+    /// Takes all properties of a task's unit, before any change.
+    [[nodiscard]] Events firstLook(const QString &taskId, const QVariantMap &properties);
+    /// Takes changed properties of the service, which systemd sends before those of the unit.
+    void updateService(const QString &taskId, const QVariantMap &changed);
+    /// Takes changed properties of the unit.
+    [[nodiscard]] Events updateUnit(const QString &taskId, const QVariantMap &changed);
+    /// Takes the result of a job. Reports a start that failed before there was a run.
+    [[nodiscard]] Events jobRemoved(const QString &taskId, const QString &result) const;
 
 private:
     struct Run
     {
         QByteArray invocation;
         bool isOpen = false;
-        // When the unit last came to rest, on systemd's clock; 0 before it ever did.
-        quint64 rested = 0;
+        // When the unit last became inactive, on systemd's monotonic clock; 0 if it never did.
+        quint64 inactiveSince = 0;
         int pid = -1;
         bool hasProcess = false;
         RunResult result;

@@ -16,7 +16,7 @@ quint64 quantity(const QVariantMap &properties, const char *name)
     return value.isValid() ? value.toULongLong() : TaskStatus::notKnown;
 }
 
-// systemd before version 255 does not tell it, the kernel does.
+// systemd reports the peak since version 255; the kernel has it before.
 quint64 peakOf(const QString &controlGroup)
 {
     const QString path = Places::ofProcess().root + QStringLiteral("/sys/fs/cgroup") + controlGroup
@@ -26,7 +26,7 @@ quint64 peakOf(const QString &controlGroup)
     return isNumber ? peak : TaskStatus::notKnown;
 }
 
-// Reads who made each process.
+// Adds the parent of each process.
 QVector<UnitProcess> withParents(QVector<UnitProcess> processes)
 {
     for (UnitProcess &process : processes)
@@ -36,7 +36,7 @@ QVector<UnitProcess> withParents(QVector<UnitProcess> processes)
 
 } // namespace
 
-void TaskStatus::take(const QVariantMap &properties)
+void TaskStatus::update(const QVariantMap &properties)
 {
     activeState = properties.value(QStringLiteral("ActiveState"), activeState).toString();
     const int mainProcess = properties.value(QStringLiteral("MainPID")).toInt();
@@ -50,10 +50,10 @@ void TaskStatus::take(const QVariantMap &properties)
     const QString controlGroup = properties.value(QStringLiteral("ControlGroup")).toString();
     if (memoryPeak == notKnown && !controlGroup.isEmpty())
         memoryPeak = peakOf(controlGroup);
-    result.take(properties);
+    result.update(properties);
 }
 
-void TaskStatus::takeProcesses(const QVector<UnitProcess> &own)
+void TaskStatus::addProcesses(const QVector<UnitProcess> &own)
 {
     processes = processTree(withParents(own));
     if (processorTime != notKnown && memory != notKnown)
@@ -81,11 +81,11 @@ Client::Outcome readStatus(Systemd &systemd, const QString &unit, TaskStatus &st
         const auto [properties] = Client::waitFor<QVector<QVariantMap>>(
             [&](const auto &done) { systemd.properties(path, done); });
         status.activeState = one.activeState;
-        status.take(properties.constFirst());
+        status.update(properties.constFirst());
         const QStringList names{unit};
         const auto [processes] = Client::waitFor<QVector<QVector<UnitProcess>>>(
             [&](const auto &done) { systemd.processes(names, done); });
-        status.takeProcesses(processes.constFirst());
+        status.addProcesses(processes.constFirst());
     }
     return {};
 }

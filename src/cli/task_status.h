@@ -11,7 +11,7 @@
 
 namespace Cli {
 
-/// What systemd and the kernel know of one task now. Plain value.
+/// The present state of one task in systemd and the kernel. A plain value.
 struct TaskStatus
 {
     static constexpr quint64 notKnown = std::numeric_limits<quint64>::max();
@@ -19,28 +19,28 @@ struct TaskStatus
     /// systemd's ActiveState; empty when systemd has not loaded its unit.
     QString activeState;
     bool isAtBoot = false;
-    /// systemd's id of the run, in hexadecimal digits; empty without one.
+    /// systemd's id of the run, in hexadecimal digits; empty if there is none.
     QString invocation;
     int pid = -1;
-    /// When it came into this state, in microseconds since 1970; 0 while not known.
+    /// When it entered this state, in microseconds since 1970; 0 when unknown.
     quint64 since = 0;
-    /// Nanoseconds of processor time; bytes of memory now and the most of this run.
+    /// Processor time in nanoseconds; memory now and peak memory of this run in bytes.
     quint64 processorTime = notKnown;
     quint64 memory = notKnown;
     quint64 memoryPeak = notKnown;
-    /// How it ended last; nothing while it has not.
+    /// How it last ended; empty when it has not ended.
     RunResult result;
     QVector<TreeProcess> processes;
 
-    /// Takes over what the unit's properties say.
-    void take(const QVariantMap &properties);
-    /// Takes over the unit's processes, and from them what systemd does not account for.
-    void takeProcesses(const QVector<UnitProcess> &own);
+    /// Sets the values from the unit's properties.
+    void update(const QVariantMap &properties);
+    /// Sets the processes, and computes from them what systemd has no accounting for.
+    void addProcesses(const QVector<UnitProcess> &own);
     /// Whether it has ended, so that there is a result.
     [[nodiscard]] bool hasResult() const;
 };
 
-/// Asks for the status of a task's unit. Waits for systemd's answers.
+/// Reads the status of a task's unit. Blocks until systemd answers.
 [[nodiscard]] Client::Outcome readStatus(Systemd &systemd, const QString &unit, TaskStatus &status);
 
 } // namespace Cli

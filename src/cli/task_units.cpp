@@ -18,7 +18,7 @@ QString taskUnitPattern() { return unitNameOf(QStringLiteral("*")); }
 
 QString taskIdOfUnit(const QString &unitName)
 {
-    // The daemon sees only units that it asked for by the prefix.
+    // Core::taskIdOfUnit() expects the prefix, so it is checked here.
     return unitName.startsWith(Core::taskUnitPrefix()) ? Core::taskIdOfUnit(unitName) : QString();
 }
 
@@ -28,7 +28,7 @@ QString unitOfObject(const QString &path)
         return {};
     const QByteArray label = path.mid(unitsPath().size()).toUtf8();
     QByteArray name;
-    // systemd writes a byte that an object path cannot hold as "_" and two digits.
+    // systemd encodes a byte that an object path cannot contain as "_" and two hexadecimal digits.
     for (int at = 0; at < label.size(); ++at) {
         if (label.at(at) != '_') {
             name += label.at(at);

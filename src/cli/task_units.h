@@ -4,19 +4,19 @@
 
 #include <QString>
 
-// The units that tasks become, as systemd lists them.
+// Names and object paths of tasks' units.
 
 namespace Cli {
 
 using Core::unitNameOf;
 
-/// A pattern that matches all of them.
+/// A pattern that matches the units of all tasks.
 [[nodiscard]] QString taskUnitPattern();
-/// The task of a unit; empty when the unit is not a task's.
+/// The task id of a unit; empty when the unit is not a task's.
 [[nodiscard]] QString taskIdOfUnit(const QString &unitName);
-/// The unit that an object of systemd stands for; empty when it is no unit.
+/// The name of the unit at one of systemd's object paths; empty when it is not a unit's path.
 [[nodiscard]] QString unitOfObject(const QString &path);
-/// The object of systemd that stands for a unit, loaded or not.
+/// The object path of a unit, whether it is loaded or not.
 [[nodiscard]] QString objectOfUnit(const QString &name);
 
 } // namespace Cli

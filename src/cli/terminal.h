@@ -4,18 +4,18 @@
 
 namespace Cli {
 
-/// What standard output is. Plain value.
+/// The properties of standard output as a terminal. A plain value.
 struct Terminal
 {
-    /// Columns and lines; 0 when standard output is no terminal.
+    /// Columns and lines; 0 when standard output is not a terminal.
     int width = 0;
     int height = 0;
-    /// Whether text may be coloured: a terminal, and NO_COLOR is not set.
+    /// Whether text may be coloured: it is a terminal, and NO_COLOR is not set.
     bool hasColour = false;
 
-    /// Standard output as it is now.
+    /// The properties of standard output now.
     [[nodiscard]] static Terminal ofStandardOutput();
-    [[nodiscard]] bool isThere() const { return width > 0; }
+    [[nodiscard]] bool isTerminal() const { return width > 0; }
 };
 
 } // namespace Cli

@@ -15,15 +15,15 @@ namespace Cli {
 
 namespace {
 
-// What readers of declarations log is for the daemon's journal; here it would come between the
-// lines of a table.
+// Drops the log lines of the readers of declarations. They are meant for the daemon's journal and
+// would be mixed with the output.
 void dropLogLines(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
     if (type == QtFatalMsg)
         (void)Output::fail(No, message);
 }
 
-int complain(const Parsed &parsed)
+int failWithUsage(const Parsed &parsed)
 {
     const QString which =
         parsed.command == nullptr ? QString() : QLatin1Char(' ') + parsed.command->name;
@@ -31,8 +31,8 @@ int complain(const Parsed &parsed)
                         QStringLiteral("%1; try: orvanectl%2 --help").arg(parsed.complaint, which));
 }
 
-// The places of the command; nothing when it asks for a root that is no directory, below which
-// everything would look as if it were in order.
+// The places that the command uses; no value when --root is not a directory, because an empty
+// system would seem to be in order.
 std::optional<Places> placesFor(const Request &request)
 {
     const QString option = QStringLiteral("root");
@@ -46,14 +46,15 @@ int runCommand(const Command &command, const Request &request, Output &output)
 {
     const std::optional<Places> places = placesFor(request);
     if (!places)
-        return Output::fail(WrongUsage,
-                            QStringLiteral("there is no directory \"%1\"; name one with --root")
-                                .arg(request.value(QStringLiteral("root"))));
+        return Output::fail(
+            WrongUsage,
+            QStringLiteral("there is no directory \"%1\"; give an existing one with --root")
+                .arg(request.value(QStringLiteral("root"))));
     Places::setOfProcess(*places);
     return command.run(request, output);
 }
 
-int carryOut(const Parsed &parsed, Output &output)
+int execute(const Parsed &parsed, Output &output)
 {
     if (parsed.wantsVersion) {
         output.printEvent(QStringLiteral("orvanectl ") + QCoreApplication::applicationVersion());
@@ -73,15 +74,14 @@ int runTool(const QStringList &words)
     qInstallMessageHandler(dropLogLines);
     const Parsed parsed = parse(words);
     if (!parsed.complaint.isEmpty())
-        return complain(parsed);
+        return failWithUsage(parsed);
     Output output(parsed.request.has(QStringLiteral("json")),
                   !parsed.request.has(QStringLiteral("no-pager")));
-    const int status = carryOut(parsed, output);
-    if (output.isWhole())
+    const int status = execute(parsed, output);
+    if (output.isComplete())
         return status;
-    return Output::fail(No,
-                        QStringLiteral("not everything could be written; look at where standard "
-                                       "output goes"));
+    return Output::fail(
+        No, QStringLiteral("not all output could be written; check where standard output goes"));
 }
 
 } // namespace Cli

@@ -6,7 +6,7 @@ namespace Cli {
 
 /// Runs the tool.
 /// @param words the command line, without the tool's own name.
-/// @return what the process exits with.
+/// @return the exit status of the process.
 [[nodiscard]] int runTool(const QStringList &words);
 
 } // namespace Cli

@@ -6,8 +6,8 @@ struct Places;
 
 namespace Cli {
 
-/// The names of the tasks' units that systemd starts at boot, as the links of the unit folder say.
-/// Not asked of systemd, because it walks through all of its folders for each of them.
+/// The names of the tasks' units that systemd starts at boot, read from the links in the unit
+/// folder. systemd is not asked, because it would search all of its folders for each unit.
 [[nodiscard]] QStringList unitsAtBoot(const Places &places);
 
 } // namespace Cli

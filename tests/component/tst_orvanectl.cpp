@@ -332,7 +332,7 @@ void TestOrvanectl::refusesARootThatIsNoDirectory()
         QCOMPARE(output.out, QByteArray());
         QCOMPARE(output.errors,
                  "orvanectl: there is no directory \"" + root.toUtf8()
-                     + "\"; name one with --root\n");
+                     + "\"; give an existing one with --root\n");
     }
 }
 
@@ -345,7 +345,7 @@ void TestOrvanectl::saysThatItCouldNotWrite()
     QVERIFY(shell.waitForFinished());
     QCOMPARE(shell.exitCode(), 1);
     QCOMPARE(shell.readAllStandardError(),
-             QByteArray("orvanectl: not everything could be written; look at where standard output "
+             QByteArray("orvanectl: not all output could be written; check where standard output "
                         "goes\n"));
 }
 
@@ -372,7 +372,7 @@ void TestOrvanectl::rendersWhatAStartWouldWrite()
         + fileIn(fixture->root.policyFile(task()))
         + "# command line, one word on each line\n/usr/bin/firejail\n";
     QCOMPARE(output.out.left(files.size()), files);
-    QVERIFY(output.out.endsWith("\nlast\n\n# the unit would be enabled, too\n"));
+    QVERIFY(output.out.endsWith("\nlast\n\n# the unit would also be enabled\n"));
 }
 
 void TestOrvanectl::rendersOrigins()
@@ -407,8 +407,9 @@ void TestOrvanectl::rendersNothingWhenAStartWouldBeRefused_data()
         << QByteArray("no installed application declares the task com.example.Notes.task_none; "
                       "see: orvanectl tasks");
     QTest::newRow("the user's") << words("com.example.Notes.task_alarm --user u")
-                                << QByteArray("tasks of type OfTheUser are the per-user service's, "
-                                              "for which no unit is written; see: orvanectl types");
+                                << QByteArray(
+                                       "tasks of type OfTheUser are run by the per-user service, "
+                                       "so no unit is written; see: orvanectl types");
 }
 
 void TestOrvanectl::rendersNothingWhenAStartWouldBeRefused()

@@ -117,7 +117,7 @@ void TestOrvanectlAutostart::explainsEveryLayer()
                             "system     yes     no       %1:2\n"
                             "all-users  yes     no       %2:3\n"
                             "user       no      yes      %3:2\n"
-                            "Root and the group privileged may change it: orvanectl "
+                            "Root and members of the group privileged may change it: orvanectl "
                             "autostart enable|disable\n")
                  .arg(shipped(), stored("all-users.conf"), stored("4242.conf")));
     QCOMPARE(output.status, 0);
@@ -144,8 +144,8 @@ void TestOrvanectlAutostart::explainsAsJson()
 void TestOrvanectlAutostart::explainsThatNoSettingSpeaksOfIt()
 {
     const ToolOutput output = read("autostart explain com.example.Other --all-users");
-    QVERIFY2(output.out.startsWith("com.example.Other does not start for all users: no setting "
-                                   "speaks of it\n"),
+    QVERIFY2(output.out.startsWith("com.example.Other does not start for all users: there is no "
+                                   "setting for it\n"),
              output.out.constData());
     QCOMPARE(output.out.count("no setting\n"), 2);
 }

@@ -113,7 +113,8 @@ void TestOrvanectlHandlers::saysThatNobodyOpensIt()
     QCOMPARE(output.status, 1);
     QCOMPARE(output.errors,
              QByteArray("orvanectl: no installed application opens tel:1 "
-                        "(application/octet-stream); an entry's MimeType= would say so\n"));
+                        "(application/octet-stream); an application declares its types with "
+                        "MimeType= in its desktop entry\n"));
     QVERIFY(QJsonDocument::fromJson(output.out)
                 .object()
                 .value(QStringLiteral("handlers"))

@@ -183,7 +183,7 @@ void TestOrvanectlShow::showsWhatIsNotDeclaredAnyMore()
     QCOMPARE(object.value(QStringLiteral("declared")).toBool(true), false);
     QVERIFY(!object.contains(QStringLiteral("servedBy")));
     QCOMPARE(field(object, "state"), QStringLiteral("running"));
-    QVERIFY(show(task()).out.contains("by no installed application any more"));
+    QVERIFY(show(task()).out.contains("no longer, by any installed application"));
 }
 
 void TestOrvanectlShow::knowsNoStateOfATaskOfTheSession()
@@ -191,7 +191,7 @@ void TestOrvanectlShow::knowsNoStateOfATaskOfTheSession()
     const QString alarm = QStringLiteral("com.example.Notes.task_alarm");
     QVERIFY(!shown(alarm).contains(QStringLiteral("state")));
     const QByteArray out = show(alarm).out;
-    QVERIFY(out.contains("Served by    user (no file says so, it is the default)\n"));
+    QVERIFY(out.contains("Served by    user (the default, no file sets it)\n"));
     QVERIFY(out.endsWith("State        known to the per-user service only\n"));
 }
 

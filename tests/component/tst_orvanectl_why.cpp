@@ -136,7 +136,7 @@ void TestOrvanectlWhy::findsThatNobodyIsTheDaemon()
 {
     const QJsonObject object = explained({task()});
     QCOMPARE(gateIn(object, "daemon"),
-             QStringLiteral("no nobody owns org.zarn.Orvane, and the bus cannot start it"));
+             QStringLiteral("no org.zarn.Orvane has no owner, and the bus cannot start it"));
     QVERIFY(gateIn(object, "answer").startsWith(QLatin1String("no RegisterInvoker for Sync: ")));
 }
 
@@ -208,7 +208,7 @@ void TestOrvanectlWhy::exitsWithZeroWhenNothingIsShut()
     enableAutostart();
     const ToolOutput output = run(
         {QStringLiteral("com.example.Notes"), QStringLiteral("--user"), QStringLiteral("4242")});
-    QVERIFY2(output.out.endsWith("\nNothing stands in its way.\n"), output.out.constData());
+    QVERIFY2(output.out.endsWith("\nNothing prevents it from starting.\n"), output.out.constData());
     QCOMPARE(output.status, 0);
 }
 

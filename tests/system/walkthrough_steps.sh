@@ -181,7 +181,7 @@ step_explanation() {
     show $cure
     show_and_check "it starts again" "$walkthrough_task runs, process" \
         orvanectl start $walkthrough_task --user "$(fixture_user)" --wait
-    show_and_check "why has nothing to say against it" "Nothing stands in its way" \
+    show_and_check "why has nothing to say against it" "Nothing prevents it from starting" \
         orvanectl why $walkthrough_task
     show_and_check "and stops" "" orvanectl stop $walkthrough_task
     show_and_check "its past is known" "stopped" orvanectl history $walkthrough_task

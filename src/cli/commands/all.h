@@ -2,7 +2,7 @@
 
 #include "cli/command.h"
 
-// One function for each command of the tool; each is in a file of its name.
+// One function per command of the tool, each in a file of that name.
 
 namespace Cli {
 

@@ -22,8 +22,8 @@ namespace {
 using Autostart::Layers;
 using Autostart::Setting;
 
-// As the daemon's calls have it.
-constexpr int everybody = -1;
+// The uid that means all users in the daemon's calls.
+constexpr int allUsers = -1;
 
 QString list() { return QStringLiteral("list"); }
 
@@ -38,23 +38,23 @@ struct Asked
 {
     QString action;
     QString application;
-    int uid = everybody;
+    int uid = allUsers;
 
     [[nodiscard]] QString whose() const
     {
-        return uid == everybody ? QStringLiteral("all users")
-                                : QStringLiteral("the user %1").arg(uid);
+        return uid == allUsers ? QStringLiteral("all users")
+                               : QStringLiteral("the user %1").arg(uid);
     }
     void addTo(QJsonObject &object) const
     {
         if (!application.isEmpty())
             object.insert(QStringLiteral("application"), application);
-        if (uid != everybody)
+        if (uid != allUsers)
             object.insert(QStringLiteral("user"), uid);
     }
 };
 
-/// One layer of the switch, for both kinds of output.
+/// The settings of one layer, for both kinds of output.
 struct Layer
 {
     QString name;
@@ -65,7 +65,7 @@ QVector<Layer> layersIn(const Layers &layers, const Asked &asked)
 {
     QVector<Layer> all{{QStringLiteral("system"), &layers.system},
                        {QStringLiteral("all-users"), &layers.allUsers}};
-    if (asked.uid != everybody)
+    if (asked.uid != allUsers)
         all.append({QStringLiteral("user"), &layers.user});
     return all;
 }
@@ -75,8 +75,8 @@ QMap<QString, Layers> layersFor(const Asked &asked)
     NoFindings findings;
     QMap<QString, Layers> all =
         Autostart::Settings(Places::ofProcess(), findings).allLayers(asked.uid);
-    // Nobody has the number that stands for everybody.
-    if (asked.uid == everybody) {
+    // The uid that means all users has no settings of its own.
+    if (asked.uid == allUsers) {
         for (Layers &layers : all)
             layers.user.clear();
     }
@@ -112,7 +112,7 @@ int listAll(const Asked &asked, Output &output)
 {
     Table table({{QStringLiteral("APPLICATION")},
                  {QStringLiteral("STARTS")},
-                 {QStringLiteral("FILE"), Table::Left, Table::Excess::CutBeginning}});
+                 {QStringLiteral("FILE"), Table::Left, Table::Overflow::CutBeginning}});
     QJsonArray objects;
     const QMap<QString, Layers> all = layersFor(asked);
     for (auto layers = all.constBegin(); layers != all.constEnd(); ++layers) {
@@ -134,12 +134,13 @@ int listAll(const Asked &asked, Output &output)
 
 QString verdictOn(const Asked &asked, const Layers &layers)
 {
-    const QString said =
+    const QString verdict =
         QStringLiteral("%1 %2 for %3")
             .arg(asked.application,
                  layers.isEnabled() ? QStringLiteral("starts") : QStringLiteral("does not start"),
                  asked.whose());
-    return layers.deciding() == nullptr ? said + QStringLiteral(": no setting speaks of it") : said;
+    return layers.deciding() == nullptr ? verdict + QStringLiteral(": there is no setting for it")
+                                        : verdict;
 }
 
 QJsonObject explanationOf(const Asked &asked, const Layers &layers)
@@ -167,7 +168,7 @@ QStringList linesOf(const Asked &asked, const Layers &layers, int width)
     Table table({{QStringLiteral("LAYER")},
                  {QStringLiteral("STARTS")},
                  {QStringLiteral("DECIDES")},
-                 {QStringLiteral("FILE"), Table::Left, Table::Excess::CutBeginning}});
+                 {QStringLiteral("FILE"), Table::Left, Table::Overflow::CutBeginning}});
     for (const Layer &layer : layersIn(layers, asked)) {
         if (layer.settings->isEmpty())
             table.add({layer.name, unknown(), yesOrNo(false), QStringLiteral("no setting")});
@@ -176,7 +177,7 @@ QStringList linesOf(const Asked &asked, const Layers &layers, int width)
                        placeOf(&setting)});
     }
     return wrapped(printable(verdictOn(asked, layers)), 0, width) + table.lines(width)
-        + QStringList{QStringLiteral("Root and the group privileged may change it: "
+        + QStringList{QStringLiteral("Root and members of the group privileged may change it: "
                                      "orvanectl autostart enable|disable")};
 }
 
@@ -246,32 +247,33 @@ int run(const Request &request, Output &output)
 QVector<QPair<QString, QString>> fields()
 {
     return {
-        {QStringLiteral("user"), QStringLiteral("the user's number; not there for all users")},
-        {QStringLiteral("application"), QStringLiteral("the application's id, where one is given")},
+        {QStringLiteral("user"), QStringLiteral("the uid; absent for all users")},
+        {QStringLiteral("application"), QStringLiteral("the application's id, if one is given")},
         {QStringLiteral("enabled"), QStringLiteral("whether it starts")},
         {QStringLiteral("applications"),
          QStringLiteral("of list: an array of objects with application, enabled and decidedBy")},
         {QStringLiteral("decidedBy"),
-         QStringLiteral("the setting that counts: an object with file, line and enabled; line is "
-                        "missing where the file does not have the key, which says no")},
+         QStringLiteral("the setting that decides: an object with file, line and enabled; line is "
+                        "absent where the file does not have the key, which means no")},
         {QStringLiteral("settings"),
-         QStringLiteral("of explain: an array of every setting, with file, line, enabled, layer "
-                        "(\"system\", \"all-users\" or \"user\") and decides")},
+         QStringLiteral("of explain: an array of all settings, each with file, line, enabled, "
+                        "layer (\"system\", \"all-users\" or \"user\") and decides")},
         {QStringLiteral("mayChange"), QStringLiteral("of explain: who may change it")},
         {QStringLiteral("outcome"), QStringLiteral("of enable and disable: \"accepted\"")}};
 }
 
 QStringList description()
 {
-    return {QStringLiteral("Shows and changes which applications start at the beginning of a "
-                           "user's session. A setting of the user goes before one for all users, "
-                           "and that before what the system ships; an application that no setting "
-                           "speaks of does not start."),
-            QStringLiteral("list tells this of every application that has a setting, explain shows "
-                           "every layer of one with its file. Both read the files and need no "
-                           "daemon. enable and disable have the daemon write the setting; it "
-                           "does so for root and for members of the group privileged. With "
-                           "--all-users the settings of single users are forgotten.")};
+    return {
+        QStringLiteral(
+            "Shows and changes which applications start at the beginning of a user's session. A "
+            "setting of the user overrides one for all users, which overrides one that the system "
+            "ships. An application without any setting does not start."),
+        QStringLiteral("list shows this for every application that has a setting; explain shows "
+                       "all layers of one application with their files. Both read the files and do "
+                       "not need the daemon. enable and disable ask the daemon to write the "
+                       "setting, which it does for root and members of the group privileged. With "
+                       "--all-users the settings of single users are removed.")};
 }
 
 } // namespace
@@ -282,18 +284,18 @@ Command autostartCommand()
     command.name = QStringLiteral("autostart");
     command.summary = QStringLiteral("show and change which applications start with a session");
     command.description = description();
-    command.arguments = {{QStringLiteral("ACTION"),
-                          Kind::Text,
-                          QStringLiteral("list, enable, disable or explain"),
-                          true,
-                          false,
-                          {list(), enable(), disable(), explain()}},
-                         {QStringLiteral("APP"), Kind::Application,
-                          QStringLiteral("the application's id; list shows all without one"),
-                          false}};
+    command.arguments = {
+        {QStringLiteral("ACTION"),
+         Kind::Text,
+         QStringLiteral("list, enable, disable or explain"),
+         true,
+         false,
+         {list(), enable(), disable(), explain()}},
+        {QStringLiteral("APP"), Kind::Application,
+         QStringLiteral("the application's id; without it, list shows all applications"), false}};
     command.options = {
         {QStringLiteral("user"), QStringLiteral("USER"), Kind::User,
-         QStringLiteral("the user, by name or number; you are meant without it")},
+         QStringLiteral("the user, by name or number; default: you")},
         {QStringLiteral("all-users"), {}, Kind::Text, QStringLiteral("the setting for all users")}};
     command.fields = fields();
     command.run = run;

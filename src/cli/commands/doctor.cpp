@@ -16,11 +16,11 @@ namespace Cli {
 
 namespace {
 
-/// What was found.
+/// The result of the checks.
 struct Found
 {
     QVector<Gate> gates;
-    /// Of an image.
+    /// Only for an image.
     std::optional<FirstBoot> boot;
 };
 
@@ -38,8 +38,8 @@ QString verdictOn(const QVector<Gate> &gates)
     const QString notKnown =
         unknown == 0 ? QString() : QStringLiteral(", %1 not known").arg(unknown);
     if (shut == 0)
-        return QStringLiteral("Nothing is found missing") + notKnown + QLatin1Char('.');
-    return QStringLiteral("Of %1 things that are needed, %2 not there%3.")
+        return QStringLiteral("Nothing is missing") + notKnown + QLatin1Char('.');
+    return QStringLiteral("Of %1 things that are needed, %2 missing%3.")
         .arg(gates.size())
         .arg(shut == 1 ? QStringLiteral("one is") : QStringLiteral("%1 are").arg(shut), notKnown);
 }
@@ -51,7 +51,7 @@ QString placeOf(const ApplicationAtSession &application)
         : application.file;
 }
 
-// Paths are long: they are below, and not broken.
+// Paths are long, so each is on a line of its own and is not wrapped.
 QStringList linesOf(const FirstBoot &boot)
 {
     QStringList lines{QString(), QStringLiteral("On its first boot:")};
@@ -117,7 +117,8 @@ void print(const Found &found, Output &output)
 int run(const Request &, Output &output)
 {
     const Places places = Places::ofProcess();
-    // An image has another root for programs; the environment's prefix has not.
+    // With --root, programs are looked up below another root. The path prefix from the environment
+    // does not do this.
     const bool isImage = !places.programRoot.isEmpty();
     const Found found =
         isImage ? Found{checkImage(places), firstBootOf(places)} : Found{checkSystem(places), {}};
@@ -127,35 +128,35 @@ int run(const Request &, Output &output)
 
 QStringList description()
 {
-    return {QStringLiteral("Looks for everything that Orvane needs of a system, and says of each "
-                           "whether it is there (yes, no, or ? when that cannot be known), how "
-                           "that is known, what does not work without it, and the command that "
-                           "mends it where one command does. The status is 1 when anything is not "
-                           "there."),
-            QStringLiteral("Nothing is changed, and everybody may ask. The daemon is called, which "
-                           "starts it, and the sandbox is run once with the options of a task and "
-                           "a program that does nothing. What a user may not know is ? for them: "
-                           "then ask as root."),
-            QStringLiteral("With --root it is an image that is looked at: its files alone, and "
-                           "what would run on its first boot, that is tasks whose units are "
-                           "enabled and applications that start with a session.")};
+    return {
+        QStringLiteral("Checks for everything that Orvane needs from a system. Shows for each "
+                       "whether it is there (yes, no, or ? when that cannot be found out), how "
+                       "that is known, what does not work without it, and the command that fixes "
+                       "it if there is one. The exit status is 1 when anything is missing."),
+        QStringLiteral(
+            "Changes nothing, and needs no privileges. It calls the daemon, which starts it, and "
+            "runs the sandbox once with the options of a task and a program that does nothing. "
+            "What only root may see is shown as ? to other users."),
+        QStringLiteral(
+            "With --root it checks the files of an image, and lists what would run on its first "
+            "boot: tasks whose units are enabled and applications that start with a session.")};
 }
 
 QVector<QPair<QString, QString>> fields()
 {
-    return {{QStringLiteral("complete"), QStringLiteral("whether no answer is \"no\"")},
-            {QStringLiteral("gates"), QStringLiteral("an array of objects with these fields")},
-            {QStringLiteral("gate"), QStringLiteral("what is asked, in a word or a few")},
-            {QStringLiteral("answer"), QStringLiteral("\"yes\", \"no\" or \"unknown\"")},
-            {QStringLiteral("evidence"), QStringLiteral("how that is known")},
-            {QStringLiteral("consequence"), QStringLiteral("what does not work without it")},
-            {QStringLiteral("cure"), QStringLiteral("a command that mends it, where there is one")},
-            {QStringLiteral("tasksAtBoot"),
-             QStringLiteral("with --root, an array of objects with task, user and file, its unit")},
-            {QStringLiteral("applicationsAtSession"),
-             QStringLiteral("with --root, an array of objects with application, file, line and "
-                            "user; without a user it starts for everybody without a setting of "
-                            "their own")}};
+    return {
+        {QStringLiteral("complete"), QStringLiteral("whether no answer is \"no\"")},
+        {QStringLiteral("gates"), QStringLiteral("an array of objects with these fields")},
+        {QStringLiteral("gate"), QStringLiteral("what is checked, in a few words")},
+        {QStringLiteral("answer"), QStringLiteral("\"yes\", \"no\" or \"unknown\"")},
+        {QStringLiteral("evidence"), QStringLiteral("how that is known")},
+        {QStringLiteral("consequence"), QStringLiteral("what does not work without it")},
+        {QStringLiteral("cure"), QStringLiteral("a command that fixes it, if there is one")},
+        {QStringLiteral("tasksAtBoot"),
+         QStringLiteral("with --root, an array of objects with task, user and file (the unit)")},
+        {QStringLiteral("applicationsAtSession"),
+         QStringLiteral("with --root, an array of objects with application, file, line and user; "
+                        "without user, it starts for every user who has no setting of their own")}};
 }
 
 } // namespace
@@ -164,7 +165,7 @@ Command doctorCommand()
 {
     Command command;
     command.name = QStringLiteral("doctor");
-    command.summary = QStringLiteral("say whether a system has what Orvane needs");
+    command.summary = QStringLiteral("check whether a system has what Orvane needs");
     command.description = description();
     command.fields = fields();
     command.run = run;

@@ -53,7 +53,8 @@ void print(const QString &word, const Openable &openable, const QVector<FoundHan
                              {QStringLiteral("handlers"), objects}});
 }
 
-// On a terminal one line each would not have the room for an id, a type and a path.
+// Uses several lines per handler, because an id, a type and a path do not fit on one line of a
+// terminal.
 QStringList linesOf(const QVector<FoundHandler> &handlers, int width)
 {
     constexpr int indentation = 3;
@@ -81,8 +82,8 @@ int answer(const QString &word, const Openable &openable, const Places &places, 
     const QString what =
         word == openable.mimeType ? word : QStringLiteral("%1 (%2)").arg(word, openable.mimeType);
     return Output::fail(No,
-                        QStringLiteral("no installed application opens %1; an entry's MimeType= "
-                                       "would say so")
+                        QStringLiteral("no installed application opens %1; an application declares "
+                                       "its types with MimeType= in its desktop entry")
                             .arg(what));
 }
 
@@ -109,24 +110,24 @@ int run(const Request &request, Output &output)
 
 QStringList description()
 {
-    return {QStringLiteral("Lists the applications that open what is at a URI, or what is of a "
-                           "type, best first, each with why: \"chosen\" by the user for this type "
-                           "in mimeapps.list, \"declared\" in its desktop entry, or \"parent\", "
-                           "for one that declares a type that this type is a kind of. The line "
-                           "that decided is shown with each."),
-            QStringLiteral("An address is looked up by its scheme (x-scheme-handler/), by its host "
-                           "and path (x-url-handler/) and by its MIME type, in this order; a file "
-                           "by its MIME type alone. Those that declare the same come in the order "
-                           "in which the folders of entries are read, the user's data home first, "
-                           "then by file name. A path that begins with / or . is a file's. "
-                           "Which types there are, and of which type a file is, is known from "
-                           "this system also with --root.")};
+    return {
+        QStringLiteral("Lists the applications that open a URI or a MIME type, best first, each "
+                       "with the reason: \"chosen\" by the user for this type in mimeapps.list, "
+                       "\"declared\" in its desktop entry, or \"parent\" if the entry declares a "
+                       "parent of this type. The file and line that decided are shown with each."),
+        QStringLiteral(
+            "A URI is looked up by its scheme (x-scheme-handler/), by its host and path "
+            "(x-url-handler/) and by its MIME type, in this order; a file only by its MIME type. "
+            "Applications that declare the same type come in the order in which the folders of "
+            "entries are read, the user's data home first, then by file name. An argument that "
+            "begins with / or . is the path of a file. The MIME types, and the type of a file, are "
+            "those of this system, even with --root.")};
 }
 
 QVector<QPair<QString, QString>> fields()
 {
     return {
-        {QStringLiteral("asked"), QStringLiteral("the URI or type, as it was given")},
+        {QStringLiteral("asked"), QStringLiteral("the URI or type as it was given")},
         {QStringLiteral("mimeType"), QStringLiteral("the MIME type")},
         {QStringLiteral("handlers"),
          QStringLiteral("an array of objects with these fields, best first")},
@@ -135,7 +136,7 @@ QVector<QPair<QString, QString>> fields()
         {QStringLiteral("because"),
          QStringLiteral("\"chosen\", \"declared\" or \"parent\", as above")},
         {QStringLiteral("file"), QStringLiteral("the file that decided")},
-        {QStringLiteral("line"), QStringLiteral("the line of it, where it is known")}};
+        {QStringLiteral("line"), QStringLiteral("the line in it, if known")}};
 }
 
 } // namespace
@@ -144,13 +145,13 @@ Command handlersCommand()
 {
     Command command;
     command.name = QStringLiteral("handlers");
-    command.summary = QStringLiteral("list which applications open something, in order");
+    command.summary = QStringLiteral("list the applications that open a URI or type, best first");
     command.description = description();
     command.arguments = {{QStringLiteral("URI|TYPE"), Kind::Text,
                           QStringLiteral("a URI, a file's path or a MIME type")}};
     command.options = {
         {QStringLiteral("user"), QStringLiteral("USER"), Kind::User,
-         QStringLiteral("whose choice counts, by name or number; yours without it")}};
+         QStringLiteral("the user whose choices count, by name or number; default: you")}};
     command.fields = fields();
     command.run = run;
     return command;

@@ -16,17 +16,18 @@ namespace Cli {
 
 namespace {
 
-constexpr int usualCount = 20;
+constexpr int defaultCount = 20;
 
 struct Runs
 {
     QVector<PastRun> all;
-    // Why the journal cannot be read; empty when it was read.
+    // Why the journal cannot be read; empty on success.
     QString reason;
 };
 
-// systemd tells of the processor time of a run that took much, and only when it is over.
-void takeNumbers(const QString &unit, QVector<PastRun> &runs)
+// Adds numbers from systemd for its present run, because the journal has the processor time only of
+// runs that are over and took much of it.
+void addNumbersFromSystemd(const QString &unit, QVector<PastRun> &runs)
 {
     Systemd systemd(QDBusConnection::systemBus());
     TaskStatus status;
@@ -42,8 +43,8 @@ void takeNumbers(const QString &unit, QVector<PastRun> &runs)
     }
 }
 
-// A run that its boot ended lasted until then.
-void takeEndsOfBoots(const QString &root, QVector<PastRun> &runs)
+// A run that was still going when its boot ended lasted until the end of that boot.
+void addEndsOfBoots(const QString &root, QVector<PastRun> &runs)
 {
     for (PastRun &run : runs) {
         if (!run.endedWithBoot || run.startSinceBoot == 0)
@@ -64,15 +65,16 @@ Runs lastRuns(const QString &taskId, int count, bool isLive)
     runs.reason =
         readJournalBackwards(unit, UnitEntries::OfSystemd, root, [&](const JournalEntry &entry) {
             entries.prepend(entry);
-            // One more than is asked for: a run may have said something before it was started.
+            // Reads one start more than asked for, because some entries of a run are written before
+            // its start entry.
             starts += isStart(entry) ? 1 : 0;
             return starts <= count;
         });
     runs.all = runsIn(entries, isLive ? currentBoot() : QString());
     runs.all = runs.all.mid(std::max(0, runs.all.size() - count));
-    takeEndsOfBoots(root, runs.all);
+    addEndsOfBoots(root, runs.all);
     if (isLive && !runs.all.isEmpty())
-        takeNumbers(unit, runs.all);
+        addNumbersFromSystemd(unit, runs.all);
     return runs;
 }
 
@@ -128,11 +130,11 @@ QJsonObject objectOf(const QString &taskId, const QVector<PastRun> &runs)
 
 Table tableOf(const QVector<PastRun> &runs)
 {
-    Table table({{QStringLiteral("STARTED"), Table::Left, Table::Excess::Keep},
+    Table table({{QStringLiteral("STARTED"), Table::Left, Table::Overflow::Keep},
                  {QStringLiteral("LASTED"), Table::Right},
                  {QStringLiteral("CPU TIME"), Table::Right},
                  {QStringLiteral("PEAK"), Table::Right},
-                 {QStringLiteral("RESULT"), Table::Left, Table::Excess::Wrap}});
+                 {QStringLiteral("RESULT"), Table::Left, Table::Overflow::Wrap}});
     for (const PastRun &run : runs)
         table.add({momentOf(run.start > 0 ? run.start : run.end), durationOf(run.lasted),
                    processorTimeOf(run.processorTime), bytesOf(run.memoryPeak), run.toString()});
@@ -143,13 +145,13 @@ QString noRunOf(const DeclaredTask &task)
 {
     const QString id = task.taskId.toString();
     if (worksInSession(task.type))
-        return QStringLiteral("the journal has no run of %1: tasks of type %2 are the per-user "
-                              "service's; see: orvanectl types")
+        return QStringLiteral("the journal has no run of %1: tasks of type %2 are run by the "
+                              "per-user service; see: orvanectl types")
             .arg(id, task.type);
     return QStringLiteral("the journal has no run of %1; see: orvanectl show %1").arg(id);
 }
 
-int tellOfNone(const QString &taskId, Output &output)
+int reportNoRuns(const QString &taskId, Output &output)
 {
     const DeclaredTask task = declaredTask(taskId);
     if (!task.taskId.isValid())
@@ -163,13 +165,13 @@ int run(const Request &request, Output &output)
 {
     const QString taskId = request.arguments.value(0);
     const QString last = request.value(QStringLiteral("last"));
-    const int count = last.isEmpty() ? usualCount : last.toInt();
+    const int count = last.isEmpty() ? defaultCount : last.toInt();
     const bool isLive = !request.has(QStringLiteral("root"));
     const Runs runs = lastRuns(taskId, count, isLive);
     if (!runs.reason.isEmpty())
         return Output::fail(No, QStringLiteral("the journal cannot be read: %1").arg(runs.reason));
     if (runs.all.isEmpty())
-        return tellOfNone(taskId, output);
+        return reportNoRuns(taskId, output);
     if (output.isJson())
         output.print(objectOf(taskId, runs.all));
     else
@@ -179,35 +181,34 @@ int run(const Request &request, Output &output)
 
 QVector<QPair<QString, QString>> fields()
 {
-    return {
-        {QStringLiteral("task"), QStringLiteral("the full id")},
-        {QStringLiteral("runs"),
-         QStringLiteral("an array of objects with these fields, the oldest run first; what is not "
-                        "known is not there")},
-        {QStringLiteral("state"),
-         QStringLiteral("\"running\", \"ended\", \"failed\" or \"lost\": its end is not in the "
-                        "journal")},
-        {QStringLiteral("start"), QStringLiteral("when it started, in ISO 8601")},
-        {QStringLiteral("end"), QStringLiteral("when it ended")},
-        {QStringLiteral("microseconds"),
-         QStringLiteral("how long it lasted; of a run that its boot ended, up to the last entry of "
-                        "that boot")},
-        {QStringLiteral("result"),
-         QStringLiteral("systemd's word for how it ended, with exitStatus or signal")},
-        {QStringLiteral("exitStatus"),
-         QStringLiteral("the exit status; systemd does not tell of 0")},
-        {QStringLiteral("signal"), QStringLiteral("the signal that killed it")},
-        {QStringLiteral("reason"), QStringLiteral("how it ended, for a person")},
-        {QStringLiteral("stopped"), QStringLiteral("whether it was told to stop")},
-        {QStringLiteral("outOfMemory"),
-         QStringLiteral("whether a process of it was killed because memory ran out")},
-        {QStringLiteral("cpuNanoseconds"),
-         QStringLiteral("processor time; systemd writes that of runs that took a second or more, "
-                        "and tells that of the present run")},
-        {QStringLiteral("memoryPeakBytes"),
-         QStringLiteral("the most memory; in the journal from systemd 255 on")},
-        {QStringLiteral("invocation"), QStringLiteral("systemd's id of the run")},
-        {QStringLiteral("boot"), QStringLiteral("the id of the boot that it was in")}};
+    return {{QStringLiteral("task"), QStringLiteral("the full id")},
+            {QStringLiteral("runs"),
+             QStringLiteral("an array of objects with these fields, the oldest run first; what is "
+                            "not known is absent")},
+            {QStringLiteral("state"),
+             QStringLiteral(
+                 "\"running\", \"ended\", \"failed\" or \"lost\" (its end is not in the journal)")},
+            {QStringLiteral("start"), QStringLiteral("when it started, in ISO 8601")},
+            {QStringLiteral("end"), QStringLiteral("when it ended")},
+            {QStringLiteral("microseconds"),
+             QStringLiteral("how long it lasted; for a run that ended with its boot, up to the "
+                            "last journal entry of that boot")},
+            {QStringLiteral("result"),
+             QStringLiteral("systemd's result, such as \"exit-code\", with exitStatus or signal")},
+            {QStringLiteral("exitStatus"),
+             QStringLiteral("the exit status; absent when it was 0, which systemd does not log")},
+            {QStringLiteral("signal"), QStringLiteral("the signal that killed it")},
+            {QStringLiteral("reason"), QStringLiteral("how it ended, as text for people")},
+            {QStringLiteral("stopped"), QStringLiteral("whether it was told to stop")},
+            {QStringLiteral("outOfMemory"),
+             QStringLiteral("whether one of its processes was killed because memory ran out")},
+            {QStringLiteral("cpuNanoseconds"),
+             QStringLiteral("processor time; known for runs that took a second or more of it, and "
+                            "for the present run")},
+            {QStringLiteral("memoryPeakBytes"),
+             QStringLiteral("peak memory; in the journal since systemd 255")},
+            {QStringLiteral("invocation"), QStringLiteral("systemd's id of the run")},
+            {QStringLiteral("boot"), QStringLiteral("the id of the boot in which it ran")}};
 }
 
 } // namespace
@@ -218,19 +219,19 @@ Command historyCommand()
     command.name = QStringLiteral("history");
     command.summary = QStringLiteral("show a task's last runs");
     command.description = QStringList{
-        QStringLiteral("Shows the last runs of a task that the system's journal knows of, the "
-                       "latest at the end: when it started, how long it lasted, processor time, "
-                       "the most memory, and how it ended. A run whose boot ended without a word "
-                       "of it, as in a power cut, is shown as lost. How far back it reaches "
-                       "depends on what the journal keeps."),
-        QStringLiteral("systemd writes the processor time of runs that took a second or more, "
-                       "and the most memory from version 255 on."),
-        QStringLiteral("The journal is readable to root and to members of the group "
-                       "systemd-journal. With --root the journal below DIR is read.")};
+        QStringLiteral(
+            "Shows the last runs of a task that are in the system's journal, the latest at the "
+            "end: when each started, how long it lasted, its processor time, its peak memory and "
+            "how it ended. A run whose boot ended without an entry about it, as in a power cut, is "
+            "shown as lost. How far back this reaches depends on what the journal keeps."),
+        QStringLiteral("systemd logs the processor time of runs that took a second or more of it, "
+                       "and the peak memory since version 255."),
+        QStringLiteral("Root and members of the group systemd-journal may read the journal. With "
+                       "--root, the journal below DIR is read.")};
     command.arguments = {
         {QStringLiteral("TASK"), Kind::Task, QStringLiteral("full id of the task")}};
     command.options = {{QStringLiteral("last"), QStringLiteral("N"), Kind::Number,
-                        QStringLiteral("how many runs at most; 20 without it"), false, false, 1}};
+                        QStringLiteral("show at most N runs; default: 20"), false, false, 1}};
     command.fields = fields();
     command.run = run;
     return command;

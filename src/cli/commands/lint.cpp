@@ -42,7 +42,7 @@ QJsonObject objectOf(const Finding &finding)
     return object;
 }
 
-// What a rule finds, and what to do about it.
+// What a rule finds and what to do about it.
 QStringList sentencesOf(const LintRule &rule, const Output &output)
 {
     constexpr int indentation = 4;
@@ -64,7 +64,8 @@ Output::Colour colourOf(Finding::Severity severity)
     return Output::Colour::None;
 }
 
-// The lines of one finding: a place that editors know, what follows, and what to do.
+// The lines of one finding: its place in a form that editors understand, the consequence, and what
+// to do.
 QStringList linesOf(const Finding &finding, const Output &output)
 {
     const QString place = printable(placeOf(finding.file, finding.line));
@@ -72,7 +73,7 @@ QStringList linesOf(const Finding &finding, const Output &output)
     QStringList lines = wrapped(QStringLiteral("%1: %2: %3 [%4]")
                                     .arg(place, severity, printable(finding.text), finding.rule),
                                 0, output.terminal().width);
-    // Colours take no columns, and so they come after the line breaks.
+    // Colours are added after wrapping, because escape sequences take no columns.
     for (QString &line : lines) {
         const int position =
             line.indexOf(severity + QLatin1Char(':'), line.startsWith(place) ? place.size() : 0);
@@ -91,7 +92,7 @@ int listRules(Output &output)
 {
     Table table({{QStringLiteral("RULE")},
                  {QStringLiteral("SEVERITY")},
-                 {QStringLiteral("FINDS"), Table::Left, Table::Excess::Wrap}});
+                 {QStringLiteral("FINDS"), Table::Left, Table::Overflow::Wrap}});
     QJsonArray objects;
     for (const LintRule &rule : lintRules()) {
         objects.append(objectOf(rule));
@@ -149,7 +150,8 @@ void printText(const QVector<Finding> &findings, Output &output)
     output.print(lines);
 }
 
-// What the paths name, or the system; false after a word about a path that cannot be read.
+// Checks the paths, or the system if there are none. Returns false, with an error printed, when a
+// path cannot be read.
 bool collect(const QStringList &paths, Collected &findings)
 {
     const Places system = Places::ofProcess();
@@ -158,10 +160,11 @@ bool collect(const QStringList &paths, Collected &findings)
     for (const QString &path : paths) {
         if (lintPath(path, system, findings))
             continue;
-        Output::fail(WrongUsage,
-                     QStringLiteral("%1 is nothing that the daemon reads; name a file, a folder or "
-                                    "a package's tree")
-                         .arg(path));
+        Output::fail(
+            WrongUsage,
+            QStringLiteral(
+                "the daemon does not read %1; give a file, a folder or the tree of a package")
+                .arg(path));
         return false;
     }
     return true;
@@ -195,10 +198,10 @@ QVector<QPair<QString, QString>> fields()
         {QStringLiteral("severity"), QStringLiteral("\"error\", \"warning\" or \"note\"")},
         {QStringLiteral("consequence"), QStringLiteral("what the daemon does with it")},
         {QStringLiteral("instead"), QStringLiteral("what to write instead")},
-        {QStringLiteral("file"), QStringLiteral("the file; empty when it is none")},
-        {QStringLiteral("line"), QStringLiteral("from 1 on; 0 when it is the whole file")},
-        {QStringLiteral("group"), QStringLiteral("the group in the file, where there is one")},
-        {QStringLiteral("key"), QStringLiteral("the key in the group, where there is one")},
+        {QStringLiteral("file"), QStringLiteral("the file; empty when there is none")},
+        {QStringLiteral("line"), QStringLiteral("counted from 1; 0 for the whole file")},
+        {QStringLiteral("group"), QStringLiteral("the group in the file, if there is one")},
+        {QStringLiteral("key"), QStringLiteral("the key in the group, if there is one")},
         {QStringLiteral("text"), QStringLiteral("what was found")},
         {QStringLiteral("errors"), QStringLiteral("how many there are")},
         {QStringLiteral("warnings"), QStringLiteral("how many there are")},
@@ -214,22 +217,22 @@ Command lintCommand()
 {
     Command command;
     command.name = QStringLiteral("lint");
-    command.summary = QStringLiteral("find what is wrong in declarations and settings");
+    command.summary = QStringLiteral("find faults in declarations and settings");
     command.description = QStringList{
         QStringLiteral("Reads desktop entries, task types, manifests, permission files, version "
-                       "overrides and autostart settings as the daemon does, and tells what it "
-                       "ignores, refuses or reads otherwise than its author may have meant."),
-        QStringLiteral("A path is a file, a folder of files, or a package's tree with usr, etc, "
-                       "opt or var in it; without one, the system is read. What a package names "
-                       "and does not bring is looked for in the system."),
-        QStringLiteral("Exits with 1 when there is an error, with --strict also when there is a "
-                       "warning.")};
+                       "overrides and autostart settings as the daemon does, and reports what it "
+                       "ignores, refuses or reads in another way than the author may have meant."),
+        QStringLiteral("A path is a file, a folder of files, or the tree of a package with usr, "
+                       "etc, opt or var in it. Without a path, the system is read. What a package "
+                       "refers to but does not contain is looked for in the system."),
+        QStringLiteral("The exit status is 1 when there is an error, with --strict also when there "
+                       "is a warning.")};
     command.arguments = {{QStringLiteral("PATH"), Kind::Path,
                           QStringLiteral("what to read instead of the system"), false, true}};
     command.options = {
         {QStringLiteral("strict"), {}, Kind::Text, QStringLiteral("count warnings as errors")},
         {QStringLiteral("explain"), QStringLiteral("RULE"), Kind::Text,
-         QStringLiteral("tell what a rule finds and what to do about it")},
+         QStringLiteral("show what a rule finds and what to do about it")},
         {QStringLiteral("list-rules"), {}, Kind::Text, QStringLiteral("list the rules")}};
     command.fields = fields();
     command.run = run;

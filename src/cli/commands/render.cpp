@@ -89,7 +89,7 @@ QStringList linesOf(const Core::TaskPlan &plan)
     lines += {QString(), QStringLiteral("# command line, one word on each line")};
     lines += argvOf(plan);
     if (plan.atBoot)
-        lines += {QString(), QStringLiteral("# the unit would be enabled, too")};
+        lines += {QString(), QStringLiteral("# the unit would also be enabled")};
     return lines;
 }
 
@@ -97,7 +97,7 @@ Table newTable()
 {
     return Table({{QStringLiteral("SETTING")},
                   {QStringLiteral("VALUE")},
-                  {QStringLiteral("FROM"), Table::Left, Table::Excess::CutBeginning}});
+                  {QStringLiteral("FROM"), Table::Left, Table::Overflow::CutBeginning}});
 }
 
 QStringList linesOf(const QVector<ValueOrigin> &origins)
@@ -108,7 +108,7 @@ QStringList linesOf(const QVector<ValueOrigin> &origins)
     return table.lines(0);
 }
 
-// Has no room for the folders in each line, so the files are listed below the table.
+// For a terminal, which has no room for full paths in the table; the files are listed below it.
 QStringList linesFor(const Terminal &terminal, const QVector<ValueOrigin> &origins)
 {
     Table table = newTable();
@@ -132,7 +132,7 @@ int refuse(const QString &taskId, const Core::Error &error, Output &output)
 
 QString servedByUser(const QString &type)
 {
-    return QStringLiteral("tasks of type %1 are the per-user service's, for which no unit is "
+    return QStringLiteral("tasks of type %1 are run by the per-user service, so no unit is "
                           "written; see: orvanectl types")
         .arg(type);
 }
@@ -150,8 +150,8 @@ int show(const DeclaredTask &task, const Client::StartRequest &start, bool wants
     if (output.isJson())
         print(plan, origins, output);
     else if (wantsOrigins)
-        output.print(output.terminal().isThere() ? linesFor(output.terminal(), origins)
-                                                 : linesOf(origins));
+        output.print(output.terminal().isTerminal() ? linesFor(output.terminal(), origins)
+                                                    : linesOf(origins));
     else
         output.print(linesOf(plan));
     return Done;
@@ -176,7 +176,7 @@ QVector<Option> options()
         + QVector<Option>{{QStringLiteral("origin"),
                            {},
                            Kind::Text,
-                           QStringLiteral("show beside each value where it comes from")}};
+                           QStringLiteral("show where each value comes from")}};
 }
 
 QVector<QPair<QString, QString>> fields()
@@ -185,7 +185,7 @@ QVector<QPair<QString, QString>> fields()
             {QStringLiteral("unitFile"), QStringLiteral("where the unit would be")},
             {QStringLiteral("unit"), QStringLiteral("its text")},
             {QStringLiteral("policyFile"),
-             QStringLiteral("where the bus policy would be, if it is to own a name")},
+             QStringLiteral("where the bus policy would be, if the task is to own a name")},
             {QStringLiteral("policy"), QStringLiteral("the policy's text")},
             {QStringLiteral("argv"), QStringLiteral("an array: the words of the command line")},
             {QStringLiteral("atBoot"), QStringLiteral("whether the unit would be enabled")},
@@ -194,16 +194,16 @@ QVector<QPair<QString, QString>> fields()
             {QStringLiteral("setting"),
              QStringLiteral("the unit's key, or \"policy user\" or \"policy own\"")},
             {QStringLiteral("value"),
-             QStringLiteral("its value; of Environment and ExecStart one of the words")},
+             QStringLiteral("its value; for Environment and ExecStart, one of the words")},
             {QStringLiteral("from"),
              QStringLiteral("\"declaration\", \"hint\", \"permission\" or \"default\"")},
             {QStringLiteral("what"),
-             QStringLiteral("the entry's key or group, the option, the permission's name")},
+             QStringLiteral("the entry's key or group, the option, or the permission's name")},
             {QStringLiteral("file"), QStringLiteral("the entry or the permission file")},
-            {QStringLiteral("line"), QStringLiteral("the line of it, if one is meant")},
+            {QStringLiteral("line"), QStringLiteral("the line in it, if known")},
             {QStringLiteral("error"),
              QStringLiteral("the D-Bus name of the error, if the start would be refused")},
-            {QStringLiteral("reason"), QStringLiteral("why, for a person")}};
+            {QStringLiteral("reason"), QStringLiteral("why, as text for people")}};
 }
 
 } // namespace
@@ -213,12 +213,12 @@ Command renderCommand()
     Command command;
     command.name = QStringLiteral("render");
     command.summary = QStringLiteral("show what a start would write, without starting");
-    command.description = QStringList{
-        QStringLiteral("Shows the unit, the bus policy if there is one, and the command line of "
-                       "the sandbox, as the daemon would write them if the task were started with "
-                       "these options. Writes nothing and asks nobody. What would be refused is "
-                       "refused with the daemon's words; what would be left out, such as an "
-                       "unknown permission, is told on standard error.")};
+    command.description = QStringList{QStringLiteral(
+        "Shows the unit, the bus policy if there is one, and the command line of the sandbox, as "
+        "the daemon would write them if the task were started with these options. Writes nothing "
+        "and does not call the daemon. A start that the daemon would refuse fails with the same "
+        "message; anything that it would leave out, such as an unknown permission, is reported on "
+        "standard error.")};
     command.arguments = {
         {QStringLiteral("TASK"), Kind::Task, QStringLiteral("full id of the task")}};
     command.options = options();

@@ -19,14 +19,14 @@ namespace {
 
 constexpr int logLineCount = 10;
 
-/// Everything that is known of a task.
+/// Everything that is known about a task.
 struct Shown
 {
     QString id;
     TaskDeclaration declaration;
     TaskStatus status;
     LogEnd log;
-    /// Whether status and log are of the system that the declaration is of: an image runs nothing.
+    /// Whether status and log apply; false for an image, where nothing runs.
     bool isLive = true;
 
     [[nodiscard]] bool isDeclared() const { return declaration.task.taskId.isValid(); }
@@ -36,7 +36,7 @@ struct Shown
     }
 };
 
-/// Lines of a label and a value.
+/// Lines with a label and a value.
 class Lines
 {
 public:
@@ -73,7 +73,7 @@ void addDeclaration(Lines &lines, const Shown &shown)
 {
     if (!shown.isDeclared()) {
         lines.add(QStringLiteral("Declared"),
-                  QStringLiteral("by no installed application any more"));
+                  QStringLiteral("no longer, by any installed application"));
         return;
     }
     const TaskDeclaration &declaration = shown.declaration;
@@ -84,10 +84,10 @@ void addDeclaration(Lines &lines, const Shown &shown)
                                : key.value);
     const TaskType &type = declaration.type;
     lines.add(QStringLiteral("Served by"),
-              QStringLiteral("%1 (%2)").arg(
-                  serverOf(type.worksInSession),
-                  type.file.isEmpty() ? QStringLiteral("no file says so, it is the default")
-                                      : type.file));
+              QStringLiteral("%1 (%2)").arg(serverOf(type.worksInSession),
+                                            type.file.isEmpty()
+                                                ? QStringLiteral("the default, no file sets it")
+                                                : type.file));
 }
 
 void addProcesses(Lines &lines, const TaskStatus &status)
@@ -246,36 +246,37 @@ int run(const Request &request, Output &output)
 
 QVector<QPair<QString, QString>> fields()
 {
-    return {{QStringLiteral("task"), QStringLiteral("the full id")},
-            {QStringLiteral("declared"),
-             QStringLiteral("whether an installed application declares it; file, line, keys, type, "
-                            "servedBy and typeFile are there when one does")},
-            {QStringLiteral("file"), QStringLiteral("the desktop entry")},
-            {QStringLiteral("line"), QStringLiteral("the line on which its group begins")},
-            {QStringLiteral("keys"),
-             QStringLiteral("an array of what it declares: objects with key, value and line")},
-            {QStringLiteral("type"), QStringLiteral("its type")},
-            {QStringLiteral("servedBy"), QStringLiteral("\"system\" or \"user\"")},
-            {QStringLiteral("typeFile"),
-             QStringLiteral("the file that says who serves it; empty without one")},
-            {QStringLiteral("unit"),
-             QStringLiteral("its unit; this and what follows is not there for a task of the user's "
-                            "session and with --root")},
-            {QStringLiteral("state"), QStringLiteral("as in tasks; so are atBoot, pid and since")},
-            {QStringLiteral("cpuNanoseconds"),
-             QStringLiteral("processor time of this run; where systemd keeps no account, that of "
-                            "its processes that live now")},
-            {QStringLiteral("memoryBytes"),
-             QStringLiteral(
-                 "memory now; where systemd keeps no account, what its processes have resident")},
-            {QStringLiteral("memoryPeakBytes"), QStringLiteral("the most memory of this run")},
-            {QStringLiteral("result"),
-             QStringLiteral("systemd's word for how it ended last, with exitStatus or signal, and "
-                            "reason in words; while it has ended")},
-            {QStringLiteral("processes"),
-             QStringLiteral("an array of objects with pid, parent and command")},
-            {QStringLiteral("log"), QStringLiteral("an array of objects with time and text")},
-            {QStringLiteral("noLogBecause"), QStringLiteral("why the log cannot be read")}};
+    return {
+        {QStringLiteral("task"), QStringLiteral("the full id")},
+        {QStringLiteral("declared"),
+         QStringLiteral("whether an installed application declares it; without this, file, line, "
+                        "keys, type, servedBy and typeFile are absent")},
+        {QStringLiteral("file"), QStringLiteral("the desktop entry")},
+        {QStringLiteral("line"), QStringLiteral("the line where its group begins")},
+        {QStringLiteral("keys"),
+         QStringLiteral("an array of the keys that it declares: objects with key, value and line")},
+        {QStringLiteral("type"), QStringLiteral("its type")},
+        {QStringLiteral("servedBy"), QStringLiteral("\"system\" or \"user\"")},
+        {QStringLiteral("typeFile"),
+         QStringLiteral("the file that sets servedBy; empty if there is none")},
+        {QStringLiteral("unit"),
+         QStringLiteral("its unit; this and the fields below are absent for a task of the user's "
+                        "session and with --root")},
+        {QStringLiteral("state"), QStringLiteral("as in tasks; so are atBoot, pid and since")},
+        {QStringLiteral("cpuNanoseconds"),
+         QStringLiteral("processor time of this run; without systemd's accounting, that of its "
+                        "present processes")},
+        {QStringLiteral("memoryBytes"),
+         QStringLiteral(
+             "memory now; without systemd's accounting, the resident memory of its processes")},
+        {QStringLiteral("memoryPeakBytes"), QStringLiteral("peak memory of this run")},
+        {QStringLiteral("result"),
+         QStringLiteral("systemd's result of the last run, with exitStatus or signal, and reason "
+                        "as text; absent while it runs")},
+        {QStringLiteral("processes"),
+         QStringLiteral("an array of objects with pid, parent and command")},
+        {QStringLiteral("log"), QStringLiteral("an array of objects with time and text")},
+        {QStringLiteral("noLogBecause"), QStringLiteral("why the log cannot be read")}};
 }
 
 } // namespace
@@ -284,13 +285,12 @@ Command showCommand()
 {
     Command command;
     command.name = QStringLiteral("show");
-    command.summary = QStringLiteral("show everything that is known of a task");
-    command.description = QStringList{
-        QStringLiteral("Shows what a task declares and on which lines, who serves it, its unit's "
-                       "state, its processes, what it takes, how it ended last and the last lines "
-                       "of its log. Everybody may ask; the log is readable to root and to members "
-                       "of the group systemd-journal. With --root only what is declared is "
-                       "shown.")};
+    command.summary = QStringLiteral("show everything that is known about a task");
+    command.description = QStringList{QStringLiteral(
+        "Shows what a task declares and on which lines, who serves it, its unit's state, its "
+        "processes, its use of processor and memory, how it last ended and the end of its log. "
+        "Needs no privileges, except that only root and members of the group systemd-journal may "
+        "read the log. With --root, only the declaration is shown.")};
     command.arguments = {
         {QStringLiteral("TASK"), Kind::Task, QStringLiteral("full id of the task")}};
     command.fields = fields();

@@ -65,14 +65,14 @@ QString lineOf(const QString &taskId, const StartOutcome &outcome)
     return {};
 }
 
-// What the daemon would answer, if it were asked.
+// The answer that the daemon would give.
 StartOutcome refusalOf(const QString &complaint)
 {
     const DBus::Error error(Core::Error(Core::Error::TaskNotFound, complaint));
     return {StartOutcome::Refused, {error.name(), complaint}, -1, {}};
 }
 
-int tell(const QString &taskId, const StartOutcome &outcome, Output &output)
+int report(const QString &taskId, const StartOutcome &outcome, Output &output)
 {
     if (output.isJson())
         output.print(objectOf(taskId, outcome));
@@ -119,38 +119,40 @@ int run(const Request &request, Output &output)
     if (asked.status == WrongUsage)
         return Output::fail(asked.status, asked.complaint);
     if (asked.status == No)
-        return tell(asked.taskId, refusalOf(asked.complaint), output);
+        return report(asked.taskId, refusalOf(asked.complaint), output);
     const QString &type = asked.task.type;
     const StartOutcome outcome = request.has(QStringLiteral("wait"))
         ? startAndWait(type, asked.taskId, asked.request)
         : startWithoutWaiting(type, asked.taskId, asked.request);
-    return tell(asked.taskId, outcome, output);
+    return report(asked.taskId, outcome, output);
 }
 
 QVector<Option> options()
 {
     return startOptions()
-        + QVector<Option>{{QStringLiteral("wait"),
-                           {},
-                           Kind::Text,
-                           QStringLiteral("wait until it has run for a second, or has ended or "
-                                          "failed, and say how")}};
+        + QVector<Option>{
+            {QStringLiteral("wait"),
+             {},
+             Kind::Text,
+             QStringLiteral(
+                 "wait until it has run for a second, ended or failed, and report which")}};
 }
 
 QVector<QPair<QString, QString>> fields()
 {
     return {{QStringLiteral("task"), QStringLiteral("the full id")},
             {QStringLiteral("outcome"),
-             QStringLiteral("\"accepted\" without --wait; with it \"running\", \"ended\" or "
+             QStringLiteral("\"accepted\" without --wait; with it, \"running\", \"ended\" or "
                             "\"failed\"; \"refused\" when it was not started")},
             {QStringLiteral("pid"), QStringLiteral("its main process, if known")},
             {QStringLiteral("result"),
-             QStringLiteral("of a run that is over: systemd's word for how, \"success\", "
-                            "\"exit-code\", \"signal\" and others")},
+             QStringLiteral("systemd's result of a run that is over: \"success\", \"exit-code\", "
+                            "\"signal\" and others")},
             {QStringLiteral("exitStatus"), QStringLiteral("the exit status, if it exited")},
             {QStringLiteral("signal"), QStringLiteral("the signal that killed it, if one did")},
             {QStringLiteral("error"), QStringLiteral("the D-Bus name of the error, if refused")},
-            {QStringLiteral("reason"), QStringLiteral("for a person: how it ended or why not")}};
+            {QStringLiteral("reason"),
+             QStringLiteral("how it ended or why it was refused, as text for people")}};
 }
 
 } // namespace
@@ -160,11 +162,10 @@ Command startCommand()
     Command command;
     command.name = QStringLiteral("start");
     command.summary = QStringLiteral("start a task");
-    command.description = QStringList{
-        QStringLiteral("Has the daemon start a task that an installed application declares. Says "
-                       "nothing when systemd has accepted the job, unless it is told to wait. "
-                       "A task of the user's session is started through the per-user service, "
-                       "which does not tell how a task ended.")};
+    command.description = QStringList{QStringLiteral(
+        "Asks the daemon to start a task that an installed application declares. Without --wait it "
+        "prints nothing once systemd has accepted the job. A task of the user's session is started "
+        "through the per-user service, which does not report how a task ended.")};
     command.arguments = {
         {QStringLiteral("TASK"), Kind::Task, QStringLiteral("full id of the task")}};
     command.options = options();

@@ -39,10 +39,10 @@ Command stopCommand()
 {
     Command command;
     command.name = QStringLiteral("stop");
-    command.summary = QStringLiteral("stop a task and forget its start at boot");
-    command.description = QStringList{
-        QStringLiteral("Has the daemon stop a task. Its unit, its bus policy and its start at "
-                       "boot are forgotten. Says nothing when systemd has accepted the job.")};
+    command.summary = QStringLiteral("stop a task and no longer start it at boot");
+    command.description = QStringList{QStringLiteral(
+        "Asks the daemon to stop a task. Its unit and its bus policy are removed, so that it no "
+        "longer starts at boot. Prints nothing once systemd has accepted the job.")};
     command.arguments = {
         {QStringLiteral("TASK"), Kind::Task, QStringLiteral("full id of the task")}};
     command.fields = {{QStringLiteral("task"), QStringLiteral("the id")},

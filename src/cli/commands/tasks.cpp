@@ -76,11 +76,11 @@ int run(const Request &request, Output &output)
         return Output::fail(outcome);
     Table table({{QStringLiteral("TASK")},
                  {QStringLiteral("TYPE")},
-                 {QStringLiteral("SERVED BY"), Table::Left, Table::Excess::CutMiddle, true},
+                 {QStringLiteral("SERVED BY"), Table::Left, Table::Overflow::CutMiddle, true},
                  {QStringLiteral("STATE")},
                  {QStringLiteral("PID"), Table::Right},
                  {QStringLiteral("BOOT")},
-                 {QStringLiteral("SINCE"), Table::Left, Table::Excess::Keep}});
+                 {QStringLiteral("SINCE"), Table::Left, Table::Overflow::Keep}});
     QJsonArray objects;
     for (const TaskRow &row : qAsConst(rows)) {
         if (!isAskedFor(row, request))
@@ -106,21 +106,20 @@ QVector<Option> options()
 
 QVector<QPair<QString, QString>> fields()
 {
-    return {
-        {QStringLiteral("tasks"), QStringLiteral("an array of objects with these fields")},
-        {QStringLiteral("task"), QStringLiteral("the full id")},
-        {QStringLiteral("declared"),
-         QStringLiteral("whether an installed application declares it; type and servedBy are "
-                        "there when one does")},
-        {QStringLiteral("type"), QStringLiteral("its type")},
-        {QStringLiteral("servedBy"), QStringLiteral("\"system\" or \"user\"")},
-        {QStringLiteral("state"),
-         QStringLiteral("\"running\", \"starting\", \"stopping\", \"stopped\" or \"failed\"; not "
-                        "there for a task of the user's session, nor with --root")},
-        {QStringLiteral("pid"), QStringLiteral("its main process, while it has one")},
-        {QStringLiteral("atBoot"), QStringLiteral("whether it starts at boot")},
-        {QStringLiteral("since"),
-         QStringLiteral("when it came into its state, in ISO 8601, if systemd knows")}};
+    return {{QStringLiteral("tasks"), QStringLiteral("an array of objects with these fields")},
+            {QStringLiteral("task"), QStringLiteral("the full id")},
+            {QStringLiteral("declared"),
+             QStringLiteral("whether an installed application declares it; without this, type and "
+                            "servedBy are absent")},
+            {QStringLiteral("type"), QStringLiteral("its type")},
+            {QStringLiteral("servedBy"), QStringLiteral("\"system\" or \"user\"")},
+            {QStringLiteral("state"),
+             QStringLiteral("\"running\", \"starting\", \"stopping\", \"stopped\" or \"failed\"; "
+                            "absent for a task of the user's session and with --root")},
+            {QStringLiteral("pid"), QStringLiteral("its main process, while it has one")},
+            {QStringLiteral("atBoot"), QStringLiteral("whether it starts at boot")},
+            {QStringLiteral("since"),
+             QStringLiteral("when it entered its state, in ISO 8601, if systemd knows")}};
 }
 
 } // namespace
@@ -131,9 +130,9 @@ Command tasksCommand()
     command.name = QStringLiteral("tasks");
     command.summary = QStringLiteral("list tasks and their state");
     command.description = QStringList{
-        QStringLiteral("Lists the tasks that installed applications declare, and those that run "
-                       "or start at boot though nobody declares them any more. The state of a "
-                       "task of the user's session is the per-user service's to know.")};
+        QStringLiteral("Lists the tasks that installed applications declare, and those that run or "
+                       "start at boot although no application declares them any more. Only the "
+                       "per-user service knows the state of a task of the user's session.")};
     command.options = options();
     command.fields = fields();
     command.run = run;

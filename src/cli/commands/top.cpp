@@ -38,17 +38,17 @@ struct Usage
     double share = notKnownShare;
 };
 
-// What the last sample saw of a run.
+// A run at the time of the last sample.
 struct Sample
 {
     quint64 moment = 0;
     quint64 processorTime = 0;
 };
 
-// Samples by invocation: a task that was started anew begins anew.
+// By invocation, because a task that is started again has new counters.
 using Samples = QHash<QByteArray, Sample>;
 
-// Microseconds of the clock that systemd's monotonic times are of.
+// In microseconds, of the clock that systemd's monotonic times use.
 quint64 monotonicNow()
 {
     struct timespec now = {};
@@ -71,10 +71,10 @@ double shareOf(const Sample &before, quint64 moment, quint64 processorTime)
         / static_cast<double>(moment - before.moment) / percentOfNanosecondsPerMicrosecond;
 }
 
-// What systemd does not account for is summed up over the processes.
-void takeProcesses(const QVector<UnitProcess> &processes, Usage &usage)
+// Without systemd's accounting, the sum over the task's processes is used.
+void addProcesses(const QVector<UnitProcess> &processes, Usage &usage)
 {
-    // A task that runs has one: that there is none means that they are not known.
+    // A running task has at least one process, so none means that they are unknown.
     usage.processes = processes.isEmpty() ? -1 : processes.size();
     if (isKnown(usage.processorTime) && isKnown(usage.memory))
         return;
@@ -92,7 +92,7 @@ Usage usageOf(const TaskRow &row, const QVector<UnitProcess> &processes, const S
     usage.pid = row.pid;
     usage.processorTime = quantity(properties, "CPUUsageNSec");
     usage.memory = quantity(properties, "MemoryCurrent");
-    takeProcesses(processes, usage);
+    addProcesses(processes, usage);
     if (!isKnown(usage.processorTime))
         return usage;
     const QByteArray run = properties.value(QStringLiteral("InvocationID")).toByteArray();
@@ -183,8 +183,8 @@ void show(const QVector<Usage> &usages, Output &output)
         return;
     }
     QStringList lines = tableOf(usages).lines(output.terminal().width);
-    // What does not fit would scroll the rest away.
-    if (output.terminal().isThere())
+    // More lines than the screen has would scroll the first ones away.
+    if (output.terminal().isTerminal())
         lines = lines.mid(0, std::max(1, output.terminal().height - 1));
     for (const QString &line : qAsConst(lines))
         output.printEvent(line);
@@ -201,9 +201,9 @@ int run(const Request &request, Output &output)
         if (const Client::Outcome outcome = measure(systemd, samples, usages))
             return Output::fail(outcome);
         if (!output.isJson())
-            output.startAnew();
+            output.clearScreen();
         show(usages, output);
-        if (output.isJson() || !output.terminal().isThere())
+        if (output.isJson() || !output.terminal().isTerminal())
             return Done;
         QThread::sleep(seconds);
     }
@@ -215,36 +215,32 @@ Command topCommand()
 {
     Command command;
     command.name = QStringLiteral("top");
-    command.summary = QStringLiteral("show what running tasks take");
+    command.summary = QStringLiteral("show the processor and memory use of running tasks");
     command.description = QStringList{
+        QStringLiteral("Lists the tasks that run as units of the system, sorted by processor use. "
+                       "Shows for each its use of one processor in percent, since the last refresh "
+                       "or at first since its start; its processor time since its start; its "
+                       "memory; and its number of processes. On a terminal the list is refreshed "
+                       "until you press Ctrl-C; elsewhere, and with --json, it is printed once."),
         QStringLiteral(
-            "Lists the tasks that run as units of the system, those first that take most of the "
-            "processor: the share since the last look, or at first since the task started, in "
-            "percent "
-            "of one processor; the processor time since it started; memory; and the number of "
-            "processes. On a terminal the list is refreshed until it is interrupted; elsewhere, "
-            "and "
-            "with --json, it is printed once."),
-        QStringLiteral(
-            "Where systemd keeps no account of a task's processor time or memory, the sum "
-            "over its processes that live now is shown: processor time of those that "
-            "are gone is missing, and memory that they share counts for each.")};
+            "If systemd does no accounting of a task's processor time or memory, the sum over its "
+            "present processes is shown: the processor time of processes that have ended is "
+            "missing, and shared memory is counted once per process.")};
     command.options = {{QStringLiteral("interval"), QStringLiteral("SECONDS"), Kind::Number,
-                        QStringLiteral("how long to wait before looking again; 2 without it"),
-                        false, false, 1}};
+                        QStringLiteral("the time between refreshes; default: 2"), false, false, 1}};
     command.fields = {
         {QStringLiteral("tasks"),
-         QStringLiteral("an array of objects with these fields; what "
-                        "systemd does not know is not there")},
+         QStringLiteral(
+             "an array of objects with these fields; what systemd does not know is absent")},
         {QStringLiteral("task"), QStringLiteral("the full id")},
         {QStringLiteral("pid"), QStringLiteral("its main process")},
         {QStringLiteral("cpuPercent"), QStringLiteral("share of one processor since it started")},
         {QStringLiteral("cpuNanoseconds"),
-         QStringLiteral("processor time since it started; where systemd keeps no account, that of "
-                        "its processes that live now")},
+         QStringLiteral("processor time since it started; without systemd's accounting, that of "
+                        "its present processes")},
         {QStringLiteral("memoryBytes"),
          QStringLiteral(
-             "memory; where systemd keeps no account, what its processes have resident")},
+             "memory; without systemd's accounting, the resident memory of its processes")},
         {QStringLiteral("processes"), QStringLiteral("number of processes")}};
     command.run = run;
     return command;

@@ -43,7 +43,7 @@ bool isOver(const RunEvent &event)
     return event.kind == RunEvent::Ended || event.kind == RunEvent::Failed;
 }
 
-// Prints what happens, a line each.
+// Prints each event on a line.
 class Watcher
 {
 public:
@@ -55,19 +55,19 @@ public:
 
     [[nodiscard]] const QString &type() const { return m_type; }
 
-    void tell(const RunEvent &event)
+    void report(const RunEvent &event)
     {
         const DeclaredTask task = declaredTask(event.taskId);
         if (!m_type.isEmpty() && task.type != m_type)
             return;
         if (m_output.isJson())
-            tellAsJson(event, task.type);
+            reportAsJson(event, task.type);
         else
-            tellAsText(event);
+            reportAsText(event);
     }
 
-    // Says that nothing will be missed from now on.
-    void tellThatItWatches()
+    // Announces that no event will be missed from now on.
+    void reportWatching()
     {
         const QDateTime now = QDateTime::currentDateTime();
         if (m_output.isJson())
@@ -84,7 +84,7 @@ private:
         return isoMomentOf(static_cast<quint64>(time.toMSecsSinceEpoch()) * 1000);
     }
 
-    void tellAsJson(const RunEvent &event, const QString &type)
+    void reportAsJson(const RunEvent &event, const QString &type)
     {
         QJsonObject object{{QStringLiteral("event"), QString::fromLatin1(shownAs(event.kind).name)},
                            {QStringLiteral("time"), timeOf(QDateTime::currentDateTime())},
@@ -98,7 +98,7 @@ private:
         m_output.print(object);
     }
 
-    void tellAsText(const RunEvent &event)
+    void reportAsText(const RunEvent &event)
     {
         const Shown shown = shownAs(event.kind);
         constexpr int longest = 8;
@@ -114,11 +114,12 @@ private:
         m_output.printEvent(start + fitted(printable(event.taskId), end, room));
     }
 
-    // A terminal's line: the id gives way first, but stays wide enough to be told from others.
+    // Fits an event on a terminal's line. The id is shortened first, but stays long enough to be
+    // recognised.
     [[nodiscard]] QString fitted(const QString &id, const QString &end, int room) const
     {
         constexpr int narrowest = 32;
-        if (!m_output.terminal().isThere())
+        if (!m_output.terminal().isTerminal())
             return id + end;
         const QString shown = shortened(id, std::max(narrowest, room - displayWidth(end)));
         return shown + shortened(end, std::max(narrowest, room - displayWidth(shown)));
@@ -133,14 +134,14 @@ void exitUnlessReady(const Client::Outcome &outcome, Watcher &watcher)
     if (outcome)
         QCoreApplication::exit(Output::fail(outcome));
     else
-        watcher.tellThatItWatches();
+        watcher.reportWatching();
 }
 
 int watchSession(const QDBusConnection &bus, Watcher &watcher)
 {
     SessionFeed feed(bus);
     QObject::connect(&feed, &SessionFeed::happened, &feed,
-                     [&watcher](const RunEvent &event) { watcher.tell(event); });
+                     [&watcher](const RunEvent &event) { watcher.report(event); });
     feed.begin(watcher.type(), [&watcher](const Client::Outcome &outcome, const QString &) {
         exitUnlessReady(outcome, watcher);
     });
@@ -151,7 +152,7 @@ int watchUnits(const QDBusConnection &bus, Watcher &watcher)
 {
     RunFeed feed(bus);
     QObject::connect(&feed, &RunFeed::happened, &feed,
-                     [&watcher](const RunEvent &event) { watcher.tell(event); });
+                     [&watcher](const RunEvent &event) { watcher.report(event); });
     QObject::connect(&feed, &RunFeed::disconnected, &feed, [] {
         QCoreApplication::exit(
             Output::fail(Unreachable,
@@ -165,7 +166,7 @@ int watchUnits(const QDBusConnection &bus, Watcher &watcher)
 int run(const Request &request, Output &output)
 {
     const QDBusConnection bus = QDBusConnection::systemBus();
-    // Many tasks at once must not make it deaf.
+    // Many events at once must not fill the connection's queue.
     DBus::liftReceiveLimits(bus);
     Watcher watcher(output, request);
     return !watcher.type().isEmpty() && worksInSession(watcher.type()) ? watchSession(bus, watcher)
@@ -175,19 +176,18 @@ int run(const Request &request, Output &output)
 QVector<QPair<QString, QString>> fields()
 {
     return {{QStringLiteral("event"),
-             QStringLiteral("\"running\" for a task that ran before, \"watching\" when nothing is "
-                            "missed from now on, then \"started\", \"ended\" and \"failed\"")},
-            {QStringLiteral("time"), QStringLiteral("when it was told of, in ISO 8601")},
-            {QStringLiteral("task"), QStringLiteral("the full id; not with \"watching\"")},
+             QStringLiteral("\"running\" for a task that was already running, \"watching\" from "
+                            "when no event is missed, then \"started\", \"ended\" and \"failed\"")},
+            {QStringLiteral("time"), QStringLiteral("when it was reported, in ISO 8601")},
+            {QStringLiteral("task"), QStringLiteral("the full id; absent with \"watching\"")},
             {QStringLiteral("type"), QStringLiteral("its type, if it is declared")},
             {QStringLiteral("pid"), QStringLiteral("its main process, if known")},
             {QStringLiteral("result"),
-             QStringLiteral(
-                 "of a run that is over: systemd's word for how, \"success\", "
-                 "\"exit-code\", \"signal\", \"oom-kill\" and others; empty when not known")},
+             QStringLiteral("systemd's result of a run that is over: \"success\", \"exit-code\", "
+                            "\"signal\", \"oom-kill\" and others; empty when unknown")},
             {QStringLiteral("exitStatus"), QStringLiteral("the exit status, if it exited")},
             {QStringLiteral("signal"), QStringLiteral("the signal that killed it, if one did")},
-            {QStringLiteral("reason"), QStringLiteral("the same for a person")}};
+            {QStringLiteral("reason"), QStringLiteral("the result as text for people")}};
 }
 
 } // namespace
@@ -196,15 +196,14 @@ Command watchCommand()
 {
     Command command;
     command.name = QStringLiteral("watch");
-    command.summary = QStringLiteral("tell of each start and end of a task as it happens");
+    command.summary = QStringLiteral("print each start and end of a task as it happens");
     command.description = QStringList{
         QStringLiteral(
-            "Prints a line for each task that runs, and then one for each start, end and "
-            "failure as it happens, until it is interrupted. A run that is over in no "
-            "time has both of its lines."),
+            "Prints a line for each task that runs, and then one for each start, end and failure "
+            "as it happens, until you press Ctrl-C. Even a very short run has both of its lines."),
         QStringLiteral("Tasks of the user's session are not units of the system: give their type "
-                       "to follow them through the per-user service, which tells neither of "
-                       "results nor of runs that are over before it lists them.")};
+                       "to watch them through the per-user service, which reports no results, and "
+                       "misses runs that end before it lists them.")};
     command.options = {{QStringLiteral("type"), QStringLiteral("TYPE"), Kind::TaskType,
                         QStringLiteral("only tasks of this type")}};
     command.fields = fields();

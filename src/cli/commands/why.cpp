@@ -32,7 +32,7 @@ int run(const Request &request, Output &output)
         output.print(objectOf(id, explanation));
     } else {
         const Gate *shut = firstShut(explanation.gates);
-        // A command is not broken, because it is there to be copied.
+        // A command is not wrapped, so that it can be copied.
         const bool mayBreak = shut == nullptr || shut->cure.isEmpty();
         output.print(linesOf(explanation.gates, output)
                      + wrapped(printable(verdictOn(explanation.gates)), 0,
@@ -43,34 +43,35 @@ int run(const Request &request, Output &output)
 
 QVector<QPair<QString, QString>> fields()
 {
-    return {{QStringLiteral("task"), QStringLiteral("the task's id, where a task was asked about")},
+    return {{QStringLiteral("task"), QStringLiteral("the task's id, if the ID is a task's")},
             {QStringLiteral("application"),
-             QStringLiteral("the application's id, where one was asked about")},
-            {QStringLiteral("user"), QStringLiteral("the user that is meant, if one is known")},
+             QStringLiteral("the application's id, if the ID is an application's")},
+            {QStringLiteral("user"), QStringLiteral("the user that it would run as, if known")},
             {QStringLiteral("gates"),
-             QStringLiteral("an array of objects in the order in which a start meets them, with "
+             QStringLiteral("an array of objects in the order in which a start passes them, with "
                             "gate (its name), answer (\"yes\", \"no\" or \"unknown\"), evidence, "
-                            "and where there are any consequence and cure, a command")},
+                            "and if there are any, consequence and cure (a command)")},
             {QStringLiteral("firstShut"),
-             QStringLiteral("the name of the first gate whose answer is no; missing when there is "
-                            "none")}};
+             QStringLiteral(
+                 "the name of the first gate whose answer is no; absent when there is none")}};
 }
 
 QStringList description()
 {
-    return {QStringLiteral("Asks everything that has to be right before a task runs, in the order "
-                           "in which a start meets it: whether its entry is found and counts, what "
-                           "the task declares, its program and permissions, its user, who may "
-                           "start it, whether the daemon answers, and what became of the last "
-                           "start. Each question is answered with yes, no or ?, with the file and "
-                           "line or the words that say so, and where one command changes a no, "
-                           "with that command. The last line names the first that is shut. Of an "
-                           "application it tells whether it starts with a session, setting by "
-                           "setting."),
-            QStringLiteral("It reads only, but the bus starts the daemon to answer. The log is "
-                           "readable to root and to members of the group systemd-journal. Without "
-                           "a bus, and with --root, what files say is answered all the same. "
-                           "Exits with 1 when a gate is shut, even if that is the bus.")};
+    return {
+        QStringLiteral(
+            "Checks everything that a task needs in order to run. Each check is a gate that a "
+            "start has to pass: whether its desktop entry is found and used, what the task "
+            "declares, its program and permissions, its user, who may start it, whether the daemon "
+            "answers, and how the last start went. The gates are listed in the order of a start, "
+            "each with yes, no or ?, with the file and line or the message that shows this, and "
+            "with a command that opens a shut gate if there is one. The last line names the first "
+            "gate that is shut. For an application, it shows setting by setting whether it starts "
+            "with a session."),
+        QStringLiteral("It changes nothing, but the bus starts the daemon to answer. Only root and "
+                       "members of the group systemd-journal may read the log. Without a bus, and "
+                       "with --root, the gates that depend only on files are still checked. The "
+                       "exit status is 1 when any gate is shut, the bus included.")};
 }
 
 } // namespace
@@ -85,9 +86,9 @@ Command whyCommand()
                           QStringLiteral("full id of a task, or an application's id")}};
     command.options = {
         {QStringLiteral("user"), QStringLiteral("USER"), Kind::User,
-         QStringLiteral("the user that the task is to run as or the application to start for, by "
-                        "name or number; else the one of the last start, and for an application "
-                        "you")}};
+         QStringLiteral(
+             "the user that the task is to run as or the application to start for, by name or "
+             "number; default: for a task the user of its last start, for an application you")}};
     command.fields = fields();
     command.run = run;
     return command;

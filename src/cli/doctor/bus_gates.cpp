@@ -11,7 +11,7 @@ namespace Cli {
 
 namespace {
 
-// Has the bus read its configuration again.
+// Makes the bus read its configuration again.
 QString reloading()
 {
     return QStringLiteral("busctl call org.freedesktop.DBus /org/freedesktop/DBus "
@@ -20,7 +20,7 @@ QString reloading()
 
 bool isShut(const Gate &gate) { return gate.answer == Gate::No; }
 
-// Whether the bus goes by the rule that the evidence names.
+// Whether the running bus follows the rule that the evidence names.
 Gate policyInForce(Gate gate, const Examined &examined)
 {
     if (!examined.answers())
@@ -37,7 +37,7 @@ Gate policyInForce(Gate gate, const Examined &examined)
 
 Gate notAsked(const QString &name, const QString &evidence)
 {
-    const QString reason = QStringLiteral("the bus cannot be asked");
+    const QString reason = QStringLiteral("the bus cannot be reached");
     return {name, Gate::NotKnown,
             evidence.isEmpty() ? reason : evidence + QStringLiteral("; ") + reason};
 }
@@ -47,7 +47,7 @@ Gate busGate(const Examined &examined)
     const QString name = QStringLiteral("bus");
     if (!examined.answers())
         return {name, Gate::No, examined.live->bus.toString(),
-                QStringLiteral("nobody can call the daemon, and it does not start"),
+                QStringLiteral("the daemon does not start, and no program can call it"),
                 QStringLiteral("systemctl start dbus.socket dbus.service")};
     return {name, Gate::Yes,
             examined.live->busProgram.isEmpty()
@@ -60,7 +60,7 @@ Gate policyGate(const Examined &examined)
     Gate gate{QStringLiteral("bus policy"),
               Gate::No,
               {},
-              QStringLiteral("the daemon cannot take its name, or nobody can call it")};
+              QStringLiteral("the daemon cannot take its name, or no program can call it")};
     const PolicyRule rule = ruleForOwning(Names::service(), examined.places);
     gate.evidence = QStringLiteral("%1:%2").arg(rule.file).arg(rule.line);
     if (rule.file.isEmpty()) {
@@ -105,11 +105,11 @@ Gate daemonGate(const Examined &examined, const QVector<Gate> &before)
     const auto shut = std::find_if(before.cbegin(), before.cend(), isShut);
     if (!examined.answers() || shut != before.cend())
         return {name, Gate::NotKnown,
-                shut == before.cend() ? QStringLiteral("it cannot be asked")
+                shut == before.cend() ? QStringLiteral("it cannot be reached")
                                       : QStringLiteral("it needs the %1").arg(shut->name)};
     if (examined.live->daemon)
         return {name, Gate::No, examined.live->daemon.toString(),
-                QStringLiteral("nothing is started; journalctl -u %1 says why").arg(daemonUnit())};
+                QStringLiteral("nothing is started; journalctl -u %1 shows why").arg(daemonUnit())};
     return {name, Gate::Yes, QStringLiteral("%1 answers").arg(Names::service())};
 }
 
@@ -121,8 +121,8 @@ Gate userListGate(const Examined &examined)
     if (examined.live->hasService(Names::userManager()))
         return {name, Gate::Yes, Names::userManager() + QStringLiteral(" is on the bus")};
     return {name, Gate::No, Names::userManager() + QStringLiteral(" is not on the bus"),
-            QStringLiteral("autostart settings of users that were removed are kept; the platform's "
-                           "user manager has it")};
+            QStringLiteral("autostart settings of removed users are kept; the platform's user "
+                           "manager provides it")};
 }
 
 } // namespace Cli

@@ -27,24 +27,24 @@ Gate trialGate(const Gate &sandbox, const Trial &trial)
     const TrialRun run = runTrial(trial);
     if (run.complaint.isEmpty())
         return {name, Gate::Yes,
-                QStringLiteral("run as %1 with those of a task, it ends well").arg(run.user)};
-    const QString evidence = QStringLiteral("run as %1, it says: %2").arg(run.user, run.complaint);
-    // It may be for this user alone.
+                QStringLiteral("run as %1 with the options of a task, it succeeds").arg(run.user)};
+    const QString evidence = QStringLiteral("run as %1, it fails: %2").arg(run.user, run.complaint);
+    // It may fail only for this user.
     if (getuid() != 0)
-        return {name, Gate::NotKnown, evidence + QStringLiteral("; ask as root")};
+        return {name, Gate::NotKnown, evidence + QStringLiteral("; run doctor as root")};
     return {name, Gate::No, evidence, QStringLiteral("no task can run")};
 }
 
 QVector<Gate> versionGates(const Examined &examined, const Gate &sandbox, const Trial &trial)
 {
-    const QString asked = QStringLiteral("--version");
+    const QString option = QStringLiteral("--version");
     const SystemFacts &live = *examined.live;
     QVector<Gate> gates{versionGate(QStringLiteral("systemd"), live.systemdVersion,
                                     QStringLiteral(ORVANE_NEEDS_SYSTEMD))};
     if (!live.busProgram.isEmpty())
-        gates.append(versionGate(live.busProgram, firstLineOf(live.busProgram, {asked}), {}));
+        gates.append(versionGate(live.busProgram, firstLineOf(live.busProgram, {option}), {}));
     if (sandbox.answer == Gate::Yes)
-        gates.append(versionGate(QStringLiteral("firejail"), firstLineOf(trial.sandbox(), {asked}),
+        gates.append(versionGate(QStringLiteral("firejail"), firstLineOf(trial.sandbox(), {option}),
                                  QStringLiteral(ORVANE_NEEDS_FIREJAIL)));
     return gates;
 }

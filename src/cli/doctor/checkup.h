@@ -7,10 +7,10 @@
 
 namespace Cli {
 
-/// Everything that Orvane needs of this system. Asks the bus, systemd and the daemon, and runs the
-/// sandbox with a program that does nothing.
+/// Checks everything that Orvane needs from this system. Calls the bus, systemd and the daemon, and
+/// runs the sandbox with a program that does nothing.
 [[nodiscard]] QVector<Gate> checkSystem(const Places &places);
-/// Everything that it needs of an image, as far as the image's files tell.
+/// Checks everything that Orvane needs from an image, as far as its files show this.
 [[nodiscard]] QVector<Gate> checkImage(const Places &places);
 
 } // namespace Cli

@@ -23,8 +23,8 @@ QVector<TaskAtBoot> tasksAtBoot(const Places &places)
     return tasks;
 }
 
-// Nobody has the number that stands for everybody.
-constexpr int everybody = -1;
+// The uid that means all users has no settings of its own.
+constexpr int allUsers = -1;
 
 QVector<ApplicationAtSession> startingFor(const Account &user, const Places &places)
 {
@@ -51,11 +51,11 @@ bool holds(const QVector<ApplicationAtSession> &all, const ApplicationAtSession 
 
 FirstBoot firstBootOf(const Places &places)
 {
-    FirstBoot boot{tasksAtBoot(places), startingFor({{}, everybody, -1, {}}, places)};
-    const QVector<ApplicationAtSession> ofEverybody = boot.applications;
+    FirstBoot boot{tasksAtBoot(places), startingFor({{}, allUsers, -1, {}}, places)};
+    const QVector<ApplicationAtSession> ofAllUsers = boot.applications;
     for (const Account &user : accountsOf(places.root)) {
         for (const ApplicationAtSession &application : startingFor(user, places)) {
-            if (!holds(ofEverybody, application))
+            if (!holds(ofAllUsers, application))
                 boot.applications.append(application);
         }
     }

@@ -11,9 +11,9 @@ namespace Cli {
 struct TaskAtBoot
 {
     QString task;
-    /// The user that it runs as; empty when its unit does not say.
+    /// The user that it runs as; empty when the unit does not set one.
     QString user;
-    /// Its unit, or the link to it when that is missing.
+    /// The unit file, or the link to it when the file is missing.
     QString unitFile;
 };
 
@@ -21,21 +21,21 @@ struct TaskAtBoot
 struct ApplicationAtSession
 {
     QString application;
-    /// The user's name; empty for everybody without a setting of their own.
+    /// The user's name; empty when it starts for every user without a setting of their own.
     QString user;
     /// The setting that decides.
     QString file;
     int line = 0;
 };
 
-/// What runs when a system boots and its users begin their sessions.
+/// What runs when a system boots and when its users' sessions begin.
 struct FirstBoot
 {
     QVector<TaskAtBoot> tasks;
     QVector<ApplicationAtSession> applications;
 };
 
-/// Reads the links to units, the settings of autostart and the users of a system.
+/// Reads the enabled units, the autostart settings and the users of a system.
 [[nodiscard]] FirstBoot firstBootOf(const Places &places);
 
 } // namespace Cli

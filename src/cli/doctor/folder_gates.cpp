@@ -20,7 +20,8 @@ struct WrittenFolder
     QString consequence;
 };
 
-// A folder that was missing when the daemon started is not among those that it may write into.
+// The daemon has to be restarted, because systemd gives it write access only to folders that exist
+// when it starts.
 QString making(const QString &path, const Examined &examined)
 {
     const QString made = makingFolders({examined.places.real(path)});
@@ -34,7 +35,7 @@ bool isReadOnly(const QString &path)
         && (system.f_flag & ST_RDONLY) != 0;
 }
 
-// The daemon is root without root's power over others' files.
+// The daemon runs as root, but without the capability to write to other users' folders.
 bool belongsToRoot(const QString &path)
 {
     const QFileInfo folder(path);
@@ -46,14 +47,14 @@ bool isWritableForUnit(const QString &path, const UnitFacts &unit)
     if (unit.protectSystem != QLatin1String("strict"))
         return true;
     return std::any_of(unit.writablePaths.cbegin(), unit.writablePaths.cend(), [&](QString word) {
-        // "-" stands for: when it is there. "+" for: below the unit's own root.
+        // "-" means: only if it exists. "+" means: below the unit's own root.
         while (word.startsWith(QLatin1Char('-')) || word.startsWith(QLatin1Char('+')))
             word.remove(0, 1);
         return path == word || path.startsWith(word + QLatin1Char('/'));
     });
 }
 
-// What is there in an image may have any owner on the machine that the image is on.
+// Not checked for an image, whose files may have any owner on this machine.
 Gate liveGateOf(const WrittenFolder &folder, const Examined &examined)
 {
     if (isReadOnly(folder.path))
@@ -80,7 +81,7 @@ Gate liveGateOf(const WrittenFolder &folder, const Examined &examined)
 Gate gateOf(const WrittenFolder &folder, const Examined &examined)
 {
     if (!QFileInfo(examined.places.real(folder.path)).isDir())
-        return {folder.gate, Gate::No, folder.path + QStringLiteral(" is no directory"),
+        return {folder.gate, Gate::No, folder.path + QStringLiteral(" is not a directory"),
                 folder.consequence, making(folder.path, examined)};
     return examined.isLive() ? liveGateOf(folder, examined)
                              : Gate{folder.gate, Gate::Yes, folder.path};
@@ -110,10 +111,10 @@ Gate taskTypesGate(const Examined &examined)
         return {name, Gate::Yes,
                 QStringLiteral("the daemon serves ") + served.join(QStringLiteral(", "))};
     return {name, Gate::No,
-            QStringLiteral("no file in %1 says WorksInSession=false")
+            QStringLiteral("no file in %1 has WorksInSession=false")
                 .arg(examined.places.taskTypeFolders.join(QStringLiteral(" or "))),
-            QStringLiteral("the daemon starts no task: every type is the per-user service's; "
-                           "orvane-task(5) shows such a file")};
+            QStringLiteral("the daemon starts no task, because every type is left to the per-user "
+                           "service; orvane-task(5) shows such a file")};
 }
 
 Gate mimeGate(const Examined &examined)
@@ -125,7 +126,7 @@ Gate mimeGate(const Examined &examined)
             return {name, Gate::Yes, folder + QLatin1String(file)};
     }
     return {name, Gate::No, folder + QStringLiteral(" has no types"),
-            QStringLiteral("nobody is found who opens a file"),
+            QStringLiteral("no application is found that opens a file"),
             reinstalling(QStringLiteral("shared-mime-info"), examined)};
 }
 

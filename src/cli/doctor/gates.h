@@ -9,24 +9,24 @@
 
 #include <optional>
 
-// What Orvane needs of a system, question by question. Each looks at files and at what the running
-// system has answered; none asks or changes anything itself.
+// What Orvane needs from a system. Each function checks one thing, using only files and the answers
+// that the running system has already given.
 
 namespace Cli {
 
-/// The system that is examined.
+/// The system that is checked.
 struct Examined
 {
     Places places;
-    /// Nothing for an image, which answers no questions.
+    /// No value for an image.
     std::optional<SystemFacts> live;
 
     [[nodiscard]] bool isLive() const { return live.has_value(); }
-    /// Whether the bus, and with it systemd, could be asked.
+    /// Whether the bus could be reached, and systemd through it.
     [[nodiscard]] bool answers() const { return live && !live->bus; }
 };
 
-/// The daemon's unit.
+/// The name of the daemon's unit.
 [[nodiscard]] QString daemonUnit();
 
 [[nodiscard]] Gate busGate(const Examined &examined);
@@ -36,7 +36,7 @@ struct Examined
 [[nodiscard]] Gate activationGate(const Examined &examined);
 [[nodiscard]] Gate daemonUnitGate(const Examined &examined);
 /// Whether the daemon answers.
-/// @param before the gates that have to be open for that.
+/// @param before the gates that have to be open for this.
 [[nodiscard]] Gate daemonGate(const Examined &examined, const QVector<Gate> &before);
 [[nodiscard]] Gate taskGroupsGate(const Examined &examined);
 /// Whether the daemon can write units and bus policies.
@@ -50,19 +50,19 @@ struct Examined
 [[nodiscard]] Gate prepareBindsGate(const Examined &examined, const Trial &trial);
 
 [[nodiscard]] Gate userManagerGate(const Examined &examined);
-/// Whether what is switched on starts with sessions.
+/// Whether enabled applications start with sessions.
 [[nodiscard]] Gate sessionStartGate(const Examined &examined);
-/// Whether somebody can tell which users there are.
+/// Whether there is a service that knows the users.
 [[nodiscard]] Gate userListGate(const Examined &examined);
 [[nodiscard]] Gate mimeGate(const Examined &examined);
 
-/// What a program says of its version, and which is needed.
+/// A program's version, and the one that is needed.
 [[nodiscard]] Gate versionGate(const QString &program, const QString &version,
                                const QString &needed);
 
-/// The gate of a system whose bus cannot be asked, when nothing else is known.
+/// The gate for a system whose bus cannot be reached, when nothing else is known.
 [[nodiscard]] Gate notAsked(const QString &name, const QString &evidence = {});
-/// The command that installs a package's files again; empty where that is not known.
+/// The command that reinstalls a package; empty where it is not known how.
 [[nodiscard]] QString reinstalling(const QString &package, const Examined &examined);
 
 } // namespace Cli

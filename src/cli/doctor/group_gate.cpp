@@ -13,14 +13,14 @@ namespace Cli {
 
 namespace {
 
-/// The daemon's environment as its unit makes it.
+/// The daemon's environment according to its unit.
 struct DaemonEnvironment
 {
     QStringList set;
-    QStringList taken;
+    QStringList unset;
 };
 
-// Nothing without a unit.
+// No value without a unit.
 std::optional<DaemonEnvironment> environmentOf(const Examined &examined)
 {
     if (examined.answers() && examined.live->daemonUnit.loadState == QLatin1String("loaded"))
@@ -36,7 +36,7 @@ std::optional<DaemonEnvironment> environmentOf(const Examined &examined)
 
 bool isGroup(const QString &name, const Examined &examined)
 {
-    // The tool has one thread.
+    // Safe, because the tool has only one thread.
     if (examined.places.root.isEmpty())
         return getgrnam(name.toUtf8().constData()) != nullptr; // NOLINT(concurrency-mt-unsafe)
     const QByteArray text =
@@ -63,10 +63,10 @@ Gate taskGroupsGate(const Examined &examined)
     const auto environment = environmentOf(examined);
     if (!environment)
         return {name, Gate::NotKnown, QStringLiteral("it needs the daemon's unit")};
-    const auto groups = taskGroupsIn(environment->set, environment->taken);
+    const auto groups = taskGroupsIn(environment->set, environment->unset);
     if (!groups)
         return {name, Gate::Yes,
-                QStringLiteral("%1 is not set for %2: everybody may start tasks")
+                QStringLiteral("%1 is not set for %2, so every user may start tasks")
                     .arg(taskGroupsVariable(), daemonUnit())};
     QStringList missing;
     for (const QString &group : *groups) {
@@ -80,7 +80,7 @@ Gate taskGroupsGate(const Examined &examined)
     return {name, Gate::No,
             QStringLiteral("%1, but there is no group %2")
                 .arg(evidence, missing.join(QStringLiteral(", "))),
-            QStringLiteral("only root, and groups that are there, may start and stop tasks"),
+            QStringLiteral("only root and members of existing groups may start and stop tasks"),
             adding(missing, examined.places.root)};
 }
 

@@ -23,7 +23,7 @@ bool isAbout(const QString &name, const QXmlStreamAttributes &rule)
     return own == name || own == QLatin1String("*");
 }
 
-void take(PolicyRule &rule, const QString &name, const QString &file, const Places &places)
+void readRules(PolicyRule &rule, const QString &name, const QString &file, const Places &places)
 {
     QXmlStreamReader xml(readForeignFile(places.real(file)).text);
     bool isRoots = false;
@@ -51,7 +51,7 @@ PolicyRule ruleForOwning(const QString &name, const Places &places)
     PolicyRule rule;
     for (const QString &folder : policyFolders(places)) {
         for (const ListedFile &file : places.filesIn(folder, QStringLiteral(".conf")))
-            take(rule, name, folder + QLatin1Char('/') + file.name, places);
+            readRules(rule, name, folder + QLatin1Char('/') + file.name, places);
     }
     return rule;
 }

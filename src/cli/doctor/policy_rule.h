@@ -11,15 +11,15 @@ namespace Cli {
 struct PolicyRule
 {
     bool allows = false;
-    /// Empty without a rule.
+    /// Empty when there is no rule.
     QString file;
     int line = 0;
 };
 
-/// The folders of policies of the system bus, in the order in which it reads them.
+/// The folders with policies of the system bus, in the order in which the bus reads them.
 [[nodiscard]] QStringList policyFolders(const Places &places);
-/// The rule that decides whether root may own a name: the last one that says anything. A file is
-/// read up to what is no XML in it.
+/// The rule that decides whether root may own a name: the last one that matches. An invalid file is
+/// read up to its first error.
 [[nodiscard]] PolicyRule ruleForOwning(const QString &name, const Places &places);
 
 } // namespace Cli

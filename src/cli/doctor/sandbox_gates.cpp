@@ -31,8 +31,8 @@ Gate permissionsGate(const Examined &examined, const Trial &trial)
             QStringLiteral("no %1.permission in %2")
                 .arg(missing.join(QStringLiteral(".permission and no ")),
                      examined.places.permissionFolders.join(QStringLiteral(" or "))),
-            QStringLiteral("tasks run without what these forbid; they come with the platform, or "
-                           "with the package orvane-standalone")};
+            QStringLiteral("tasks run without the restrictions in these files; they come with the "
+                           "platform, or with the package orvane-standalone")};
 }
 
 Gate emptyFoldersGate(const Examined &examined, const Trial &trial)
@@ -45,8 +45,9 @@ Gate emptyFoldersGate(const Examined &examined, const Trial &trial)
     }
     if (missing.isEmpty())
         return {name, Gate::Yes, trial.emptyFolders().join(QStringLiteral(", "))};
-    return {name, Gate::No, missing.join(QStringLiteral(", ")) + QStringLiteral(": no directory"),
-            QStringLiteral("tasks see what others share there"), makingFolders(missing)};
+    return {
+        name, Gate::No, missing.join(QStringLiteral(", ")) + QStringLiteral(": not a directory"),
+        QStringLiteral("tasks see what other applications share there"), makingFolders(missing)};
 }
 
 } // namespace Cli

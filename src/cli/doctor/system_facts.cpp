@@ -17,7 +17,7 @@ namespace Cli {
 
 namespace {
 
-// Longer than the daemon takes to start on a slow machine.
+// Longer than the daemon needs to start on a slow machine.
 constexpr int callTimeoutMs = 10000;
 
 QString systemd() { return QStringLiteral("org.freedesktop.systemd1"); }
@@ -38,7 +38,7 @@ QDBusMessage askBus(const QString &method)
 
 QVariantMap propertiesOf(const QString &path)
 {
-    // Of all interfaces.
+    // An empty interface name means all interfaces.
     const QDBusMessage reply =
         ask(systemd(), path, Names::propertiesInterface(), QStringLiteral("GetAll"), {QString()});
     return reply.signature() == QLatin1String("a{sv}")
@@ -46,7 +46,7 @@ QVariantMap propertiesOf(const QString &path)
         : QVariantMap();
 }
 
-// systemd loads the unit for the question.
+// systemd loads the unit in order to answer.
 QVariantMap propertiesOfUnit(const QString &name)
 {
     char *path = nullptr;
@@ -68,7 +68,7 @@ UnitFacts factsOf(const QString &unit)
     };
     const auto wasStarted = properties.value(QStringLiteral("ConditionTimestamp")).toULongLong();
     RunResult lastRun;
-    lastRun.take(properties);
+    lastRun.update(properties);
     return {text("LoadState"),
             text("ActiveState"),
             list("Environment"),

@@ -8,38 +8,38 @@
 
 namespace Cli {
 
-/// What systemd says of a unit; everything is empty when it cannot be asked.
+/// What systemd reports about a unit; all fields are empty when systemd cannot be reached.
 struct UnitFacts
 {
     /// "loaded", "masked", "not-found" ...
     QString loadState;
     QString activeState;
-    /// Of a service: NAME=VALUE of its Environment=, and what UnsetEnvironment= takes away.
+    /// For a service: the NAME=VALUE words of Environment=, and the names in UnsetEnvironment=.
     QStringList environment;
     QStringList unsetEnvironment;
-    /// ProtectSystem= and ReadWritePaths=, as they were given.
+    /// ProtectSystem= and ReadWritePaths=, unparsed.
     QString protectSystem;
     QStringList writablePaths;
-    /// How a service's main process ended last; nothing while none has.
+    /// How a service's main process last ended; empty if it never has.
     RunResult lastRun{};
-    /// Whether its last start did nothing, because a condition of the unit did not hold.
-    bool wasPassedOver = false;
-    /// Whether the unit counts as active when its program has ended: then it is inactive because
-    /// somebody has stopped it.
-    bool remains = false;
+    /// Whether its last start was skipped because a condition of the unit was not met.
+    bool wasSkipped = false;
+    /// Whether the unit stays active after its program has ended (RemainAfterExit=); if it is
+    /// inactive then, it was stopped.
+    bool remainsAfterExit = false;
 };
 
-/// What the running system answers. Plain value.
+/// The answers of the running system. A plain value.
 struct SystemFacts
 {
-    /// Why the bus cannot be reached; nothing when it can.
+    /// Why the bus cannot be reached; empty when it can.
     Client::Outcome bus;
-    /// Names that the bus can start a program for, and those that somebody has.
+    /// Names that the bus can start a program for, and names that have an owner.
     QStringList activatableNames;
     QStringList ownedNames;
-    /// How a call of the daemon ended that does nothing; the bus starts it for that.
+    /// The outcome of a call to the daemon that does nothing; the bus starts the daemon for it.
     Client::Outcome daemon;
-    /// The program that is the bus: "dbus-daemon" or "dbus-broker".
+    /// The program that runs as the bus: "dbus-daemon" or "dbus-broker".
     QString busProgram;
     QString systemdVersion;
     UnitFacts daemonUnit;
@@ -52,7 +52,7 @@ struct SystemFacts
     }
 };
 
-/// Asks the bus, systemd and the daemon. Waits for their answers; takes no privilege.
+/// Asks the bus, systemd and the daemon. Blocks until they answer; needs no privileges.
 /// @param bindsUnit the unit that tasks are ordered after.
 [[nodiscard]] SystemFacts systemFacts(const QString &bindsUnit);
 

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int trialTimeoutMs = 20000;
 
-/// A user as a unit with User= has it.
+/// The identity that a unit with User= runs with.
 struct Runner
 {
     uid_t uid;
@@ -34,7 +34,7 @@ Runner runnerOf(const passwd &account)
             QString::fromUtf8(account.pw_dir), QString::fromUtf8(account.pw_shell)};
 }
 
-// Of Debian and of the platform: below are the system's own.
+// Debian and the platform give lower uids to system users.
 bool isOrdinary(const passwd &account)
 {
     constexpr uid_t first = 1000;
@@ -43,8 +43,7 @@ bool isOrdinary(const passwd &account)
         && QFileInfo(QString::fromUtf8(account.pw_dir)).isDir();
 }
 
-// The tool has one thread.
-// NOLINTBEGIN(concurrency-mt-unsafe)
+// Safe, because the tool has only one thread.
 Runner runner()
 {
     std::optional<Runner> found;
@@ -116,8 +115,8 @@ QStringList wordsAfter(const QString &option, const QStringList &argv)
     return values;
 }
 
-// The directories on the way to these that are not there, outermost first.
-QStringList missingOnTheWayTo(const QStringList &folders)
+// Those of these directories and their parents that do not exist, outermost first.
+QStringList missingAlong(const QStringList &folders)
 {
     QStringList missing;
     for (const QString &folder : folders) {
@@ -153,9 +152,9 @@ QString complaintOf(QProcess &process)
     }
     if (process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
         return {};
-    const QString said = complaintIn(QString::fromUtf8(process.readAll()));
-    return said.isEmpty() ? QStringLiteral("it ended with status %1").arg(process.exitCode())
-                          : said.trimmed();
+    const QString message = complaintIn(QString::fromUtf8(process.readAll()));
+    return message.isEmpty() ? QStringLiteral("it ended with status %1").arg(process.exitCode())
+                             : message.trimmed();
 }
 
 } // namespace
@@ -204,7 +203,7 @@ QString Trial::bindsUnit() const
 Trial plannedTrial(const Places &places)
 {
     Places unexamined = places;
-    // Whether a system has this program says nothing of what tasks need.
+    // The trial's own program need not exist on the system.
     unexamined.programsAreExamined = false;
     return {planned(unexamined, false), planned(unexamined, true)};
 }
@@ -214,7 +213,7 @@ TrialRun runTrial(const Trial &trial)
     const Runner user = runner();
     QStringList folders = wordsAfter(QStringLiteral("--mkdir="), trial.argv());
     folders.replaceInStrings(QStringLiteral("${HOME}"), user.home);
-    const QStringList missing = missingOnTheWayTo(folders);
+    const QStringList missing = missingAlong(folders);
     UserProcess process(user);
     process.start(trial.sandbox(), trial.argv().mid(1));
     process.waitForFinished(trialTimeoutMs);

@@ -9,17 +9,18 @@ struct Places;
 
 namespace Cli {
 
-/// A task that does nothing, as the planner makes it: what every task is given.
+/// The plan of a task that does nothing: it has what every task is given.
 struct Trial
 {
     Rendering ordinary;
-    /// Without directories in a home.
+    /// Planned without directories in a home.
     Rendering homeless;
 
-    /// The sandbox program, as tasks' units name it.
+    /// The sandbox program that tasks' units name.
     [[nodiscard]] QString sandbox() const;
     [[nodiscard]] QStringList argv() const;
-    /// The directories that have to be there, empty, for the sandbox to close the trees around.
+    /// The directories that must exist and be empty, so that the sandbox can close the trees around
+    /// them.
     [[nodiscard]] QStringList emptyFolders() const;
     /// The permission files that were found, and the names of those that were not.
     [[nodiscard]] QStringList permissionFiles() const;
@@ -28,20 +29,20 @@ struct Trial
     [[nodiscard]] QString bindsUnit() const;
 };
 
-/// Plans it. Reads the permission files; runs nothing.
+/// Plans the trial. Reads the permission files; runs nothing.
 [[nodiscard]] Trial plannedTrial(const Places &places);
 
-/// How running it ended.
+/// The result of running the trial.
 struct TrialRun
 {
-    /// Empty when it ran.
+    /// What went wrong; empty on success.
     QString complaint;
-    /// The user as whom it ran.
+    /// The user that it ran as.
     QString user;
 };
 
-/// Runs it as units run tasks: root runs it as the first user who is not one of the system's own,
-/// everybody else as themselves. Removes the directories that it left in the home.
+/// Runs the trial in the way that units run tasks: root runs it as the first ordinary user, every
+/// other user as themselves. Removes the directories that it created in the home.
 [[nodiscard]] TrialRun runTrial(const Trial &trial);
 
 /// The first line that a program prints; empty when it cannot be run.

@@ -11,7 +11,7 @@ namespace Cli {
 
 namespace {
 
-// An earlier one goes before a later one.
+// A unit in an earlier folder overrides one in a later folder.
 QStringList foldersOf(UnitKind kind)
 {
     const QString last =
@@ -22,7 +22,8 @@ QStringList foldersOf(UnitKind kind)
     return folders;
 }
 
-// By name, as systemd reads them; of two of one name the earlier folder's counts.
+// Sorted by name, as systemd reads them. If two folders have a file of the same name, the earlier
+// folder's is used.
 QMap<QString, QString> dropInsOf(const QString &unit, const QString &root)
 {
     QMap<QString, QString> files;
@@ -38,7 +39,7 @@ QMap<QString, QString> dropInsOf(const QString &unit, const QString &root)
     return files;
 }
 
-void takeWords(QStringList &words, const QString &key, const QString &file)
+void addWords(QStringList &words, const QString &key, const QString &file)
 {
     const QString prefix = key + QLatin1Char('=');
     const QStringList lines =
@@ -60,7 +61,7 @@ QString unitFileOf(const QString &unit, UnitKind kind, const QString &root)
 {
     for (const QString &folder : foldersOf(kind)) {
         const QString path = folder + QLatin1Char('/') + unit;
-        // The link of a masked unit leads out of the image.
+        // Not followed, because the link of a masked unit leads out of the image.
         if (QFileInfo(root + path).isSymLink())
             return root + path;
         const QString file = pathBelow(root, path);
@@ -82,9 +83,9 @@ bool isMasked(const QString &unitFile, const QString &root)
 QStringList wordsOfUnit(const QString &unit, const QString &key, const QString &root)
 {
     QStringList words;
-    takeWords(words, key, unitFileOf(unit, UnitKind::System, root));
+    addWords(words, key, unitFileOf(unit, UnitKind::System, root));
     for (const QString &dropIn : dropInsOf(unit, root))
-        takeWords(words, key, dropIn);
+        addWords(words, key, dropIn);
     return words;
 }
 

@@ -3,20 +3,20 @@
 #include <QString>
 #include <QStringList>
 
-// Units as files: what systemd would load at the boot of an image, without being asked.
+// Reads unit files without systemd: what it would load when an image boots.
 
 namespace Cli {
 
-/// Whose units.
+/// The manager that the unit belongs to.
 enum class UnitKind { System, User };
 
-/// The file of a unit in the first of systemd's folders below a root that has one; empty when none
-/// has. A link is followed as it is below the root.
+/// The file of a unit, in the first of systemd's folders below a root that has one; empty when none
+/// has. Links are resolved below the root.
 [[nodiscard]] QString unitFileOf(const QString &unit, UnitKind kind, const QString &root);
-/// Whether somebody has masked it: then the file is a link to /dev/null, or is empty.
+/// Whether the unit is masked: its file is a link to /dev/null, or is empty.
 [[nodiscard]] bool isMasked(const QString &unitFile, const QString &root);
-/// The words of a key in a unit file and its drop-ins, in order, where an empty value forgets those
-/// before it. Quotes are not looked at.
+/// The words of a key in a unit file and its drop-ins, in order. An empty value discards the words
+/// before it. Quotes are not interpreted.
 [[nodiscard]] QStringList wordsOfUnit(const QString &unit, const QString &key, const QString &root);
 
 } // namespace Cli

@@ -9,19 +9,19 @@ namespace Cli {
 
 namespace {
 
-/// A unit that is asked for.
-struct AskedUnit
+/// A unit to check.
+struct CheckedUnit
 {
     /// The gate's name.
     QString gate;
     QString unit;
     QString consequence;
-    /// What its file comes with.
+    /// The package that its file comes with.
     QString owner;
 };
 
-// systemctl for the system or the image that is examined.
-QString systemctlBelow(const QStringList &words, const Examined &examined)
+// A systemctl command for the system or the image that is checked.
+QString systemctlCommand(const QStringList &words, const Examined &examined)
 {
     const QStringList root = examined.isLive() || examined.places.root.isEmpty()
         ? QStringList()
@@ -29,69 +29,70 @@ QString systemctlBelow(const QStringList &words, const Examined &examined)
     return commandOf(QStringList{QStringLiteral("systemctl")} + root + words);
 }
 
-Gate missing(const AskedUnit &asked)
+Gate missing(const CheckedUnit &checked)
 {
-    return {asked.gate, Gate::No, asked.unit + QStringLiteral(" is missing"),
-            QStringLiteral("%1; it comes with %2").arg(asked.consequence, asked.owner)};
+    return {checked.gate, Gate::No, checked.unit + QStringLiteral(" is missing"),
+            QStringLiteral("%1; it comes with %2").arg(checked.consequence, checked.owner)};
 }
 
-Gate masked(const AskedUnit &asked, const Examined &examined)
+Gate masked(const CheckedUnit &checked, const Examined &examined)
 {
-    return {asked.gate, Gate::No, asked.unit + QStringLiteral(" is masked"), asked.consequence,
-            systemctlBelow({QStringLiteral("unmask"), asked.unit}, examined)};
+    return {checked.gate, Gate::No, checked.unit + QStringLiteral(" is masked"),
+            checked.consequence,
+            systemctlCommand({QStringLiteral("unmask"), checked.unit}, examined)};
 }
 
-Gate gateOfFile(const AskedUnit &asked, const Examined &examined)
+Gate gateOfFile(const CheckedUnit &checked, const Examined &examined)
 {
-    const QString file = unitFileOf(asked.unit, UnitKind::System, examined.places.root);
+    const QString file = unitFileOf(checked.unit, UnitKind::System, examined.places.root);
     if (file.isEmpty())
-        return missing(asked);
-    return isMasked(file, examined.places.root) ? masked(asked, examined)
-                                                : Gate{asked.gate, Gate::Yes, file};
+        return missing(checked);
+    return isMasked(file, examined.places.root) ? masked(checked, examined)
+                                                : Gate{checked.gate, Gate::Yes, file};
 }
 
-Gate gateOfState(const AskedUnit &asked, const UnitFacts &facts, const Examined &examined)
+Gate gateOfState(const CheckedUnit &checked, const UnitFacts &facts, const Examined &examined)
 {
     if (facts.loadState == QLatin1String("loaded"))
-        return {asked.gate, Gate::Yes,
-                QStringLiteral("%1 is loaded, %2").arg(asked.unit, facts.activeState)};
+        return {checked.gate, Gate::Yes,
+                QStringLiteral("%1 is loaded, %2").arg(checked.unit, facts.activeState)};
     if (facts.loadState == QLatin1String("masked"))
-        return masked(asked, examined);
+        return masked(checked, examined);
     if (facts.loadState.isEmpty())
-        return {asked.gate, Gate::NotKnown, QStringLiteral("systemd cannot be asked")};
-    const QString file = unitFileOf(asked.unit, UnitKind::System, examined.places.root);
+        return {checked.gate, Gate::NotKnown, QStringLiteral("systemd cannot be reached")};
+    const QString file = unitFileOf(checked.unit, UnitKind::System, examined.places.root);
     if (facts.loadState != QLatin1String("not-found")) {
-        return {asked.gate, Gate::No,
-                QStringLiteral("%1 is not loaded: %2").arg(asked.unit, facts.loadState),
-                QStringLiteral("%1; systemd-analyze verify %2 says why")
-                    .arg(asked.consequence, asked.unit)};
+        return {checked.gate, Gate::No,
+                QStringLiteral("%1 is not loaded: %2").arg(checked.unit, facts.loadState),
+                QStringLiteral("%1; systemd-analyze verify %2 shows why")
+                    .arg(checked.consequence, checked.unit)};
     }
     if (file.isEmpty())
-        return missing(asked);
-    return {asked.gate, Gate::No, file + QStringLiteral(", which systemd has not read"),
-            asked.consequence, QStringLiteral("systemctl daemon-reload")};
+        return missing(checked);
+    return {checked.gate, Gate::No, file + QStringLiteral(", which systemd has not read"),
+            checked.consequence, QStringLiteral("systemctl daemon-reload")};
 }
 
-// A program that prepares and ends leaves its unit inactive.
-Gate gateOfRun(const AskedUnit &asked, const UnitFacts &facts)
+// The unit may be inactive because its program has done its work and ended.
+Gate gateOfRun(const CheckedUnit &checked, const UnitFacts &facts)
 {
     const RunResult &run = facts.lastRun;
-    if (facts.wasPassedOver) {
-        return {asked.gate, Gate::NotKnown,
-                asked.unit
-                    + QStringLiteral(" has not run, because its conditions did not hold; "
-                                     "systemctl status %1 says which")
-                          .arg(asked.unit)};
+    if (facts.wasSkipped) {
+        return {checked.gate, Gate::NotKnown,
+                checked.unit
+                    + QStringLiteral(" has not run, because its conditions were not met; systemctl "
+                                     "status %1 shows which")
+                          .arg(checked.unit)};
     }
     const bool hasEnded =
-        facts.activeState == QLatin1String("inactive") && !facts.remains && run.code != 0;
+        facts.activeState == QLatin1String("inactive") && !facts.remainsAfterExit && run.code != 0;
     if (hasEnded && !run.isFailure() && !run.wasKilled())
-        return {asked.gate, Gate::Yes,
-                QStringLiteral("%1 has run and ended with %2").arg(asked.unit, run.toString())};
-    const QString state = QStringLiteral("%1 is %2").arg(asked.unit, facts.activeState);
-    return {asked.gate, Gate::No,
+        return {checked.gate, Gate::Yes,
+                QStringLiteral("%1 has run and ended with %2").arg(checked.unit, run.toString())};
+    const QString state = QStringLiteral("%1 is %2").arg(checked.unit, facts.activeState);
+    return {checked.gate, Gate::No,
             run.isFailure() ? QStringLiteral("%1: %2").arg(state, run.toString()) : state,
-            asked.consequence, systemctl("restart", asked.unit)};
+            checked.consequence, systemctl("restart", checked.unit)};
 }
 
 } // namespace
@@ -100,55 +101,55 @@ QString daemonUnit() { return QStringLiteral("orvane.service"); }
 
 Gate daemonUnitGate(const Examined &examined)
 {
-    const AskedUnit asked{QStringLiteral("daemon's unit"), daemonUnit(),
-                          QStringLiteral("the daemon does not start"),
-                          QStringLiteral("Orvane's package")};
-    return examined.isLive() ? gateOfState(asked, examined.live->daemonUnit, examined)
-                             : gateOfFile(asked, examined);
+    const CheckedUnit checked{QStringLiteral("daemon's unit"), daemonUnit(),
+                              QStringLiteral("the daemon does not start"),
+                              QStringLiteral("Orvane's package")};
+    return examined.isLive() ? gateOfState(checked, examined.live->daemonUnit, examined)
+                             : gateOfFile(checked, examined);
 }
 
 Gate prepareBindsGate(const Examined &examined, const Trial &trial)
 {
-    const AskedUnit asked{QStringLiteral("binds"), trial.bindsUnit(),
-                          QStringLiteral("what permissions bind is not prepared before tasks "
-                                         "start"),
-                          QStringLiteral("the platform")};
+    const CheckedUnit checked{
+        QStringLiteral("binds"), trial.bindsUnit(),
+        QStringLiteral("the directories that permissions bind are not prepared before tasks start"),
+        QStringLiteral("the platform")};
     if (!examined.isLive())
-        return gateOfFile(asked, examined);
+        return gateOfFile(checked, examined);
     const UnitFacts &facts = examined.live->bindsUnit;
-    Gate gate = gateOfState(asked, facts, examined);
+    Gate gate = gateOfState(checked, facts, examined);
     const bool isPrepared = facts.activeState == QLatin1String("active");
-    return gate.answer != Gate::Yes || isPrepared ? gate : gateOfRun(asked, facts);
+    return gate.answer != Gate::Yes || isPrepared ? gate : gateOfRun(checked, facts);
 }
 
 Gate userManagerGate(const Examined &examined)
 {
-    const AskedUnit asked{QStringLiteral("user manager"), QStringLiteral("user@.service"),
-                          QStringLiteral("users have no sessions in which anything starts"),
-                          QStringLiteral("systemd")};
-    return examined.isLive() ? gateOfState(asked, examined.live->userManagerUnit, examined)
-                             : gateOfFile(asked, examined);
+    const CheckedUnit checked{QStringLiteral("user manager"), QStringLiteral("user@.service"),
+                              QStringLiteral("users have no sessions in which anything starts"),
+                              QStringLiteral("systemd")};
+    return examined.isLive() ? gateOfState(checked, examined.live->userManagerUnit, examined)
+                             : gateOfFile(checked, examined);
 }
 
 Gate sessionStartGate(const Examined &examined)
 {
     const QString name = QStringLiteral("session start");
     const QString unit = QStringLiteral("orvane-launcher.service");
-    const QString consequence = QStringLiteral("what is switched on does not start with sessions");
+    const QString consequence = QStringLiteral("enabled applications do not start with sessions");
     const QString root = examined.places.root;
     const QString file = unitFileOf(unit, UnitKind::User, root);
     if (file.isEmpty())
         return {name, Gate::No, unit + QStringLiteral(" is missing"),
                 consequence + QStringLiteral("; it comes with Orvane's package")};
     if (isMasked(file, root))
-        return {
-            name, Gate::No, unit + QStringLiteral(" is masked"), consequence,
-            systemctlBelow({QStringLiteral("--global"), QStringLiteral("unmask"), unit}, examined)};
+        return {name, Gate::No, unit + QStringLiteral(" is masked"), consequence,
+                systemctlCommand({QStringLiteral("--global"), QStringLiteral("unmask"), unit},
+                                 examined)};
     const QString wants = QStringLiteral("default.target.wants/") + unit;
     if (unitFileOf(wants, UnitKind::User, root).isEmpty())
-        return {
-            name, Gate::No, unit + QStringLiteral(" is not enabled"), consequence,
-            systemctlBelow({QStringLiteral("--global"), QStringLiteral("enable"), unit}, examined)};
+        return {name, Gate::No, unit + QStringLiteral(" is not enabled"), consequence,
+                systemctlCommand({QStringLiteral("--global"), QStringLiteral("enable"), unit},
+                                 examined)};
     return {name, Gate::Yes, file};
 }
 

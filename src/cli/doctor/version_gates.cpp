@@ -11,14 +11,14 @@ Gate versionGate(const QString &program, const QString &version, const QString &
     static const QRegularExpression number(QStringLiteral("[0-9]+(\\.[0-9]+)*"));
     const QString found = number.match(version).captured();
     if (found.isEmpty())
-        return {name, Gate::NotKnown, QStringLiteral("it does not tell")};
+        return {name, Gate::NotKnown, QStringLiteral("the program does not print it")};
     if (needed.isEmpty())
         return {name, Gate::Yes, found};
     const bool isOld = QVersionNumber::fromString(found) < QVersionNumber::fromString(needed);
     return {name, isOld ? Gate::No : Gate::Yes,
             QStringLiteral("%1, %2 or later is needed").arg(found, needed),
-            isOld ? QStringLiteral("options and settings that tasks and the daemon are given are "
-                                   "not understood")
+            isOld ? QStringLiteral(
+                "it does not know some options and settings that tasks and the daemon use")
                   : QString()};
 }
 

@@ -7,16 +7,16 @@
 
 namespace Cli {
 
-/// Keeps what the readers and the linter find.
+/// Collects the findings of the readers and of the linter.
 class Collected : public Core::Findings
 {
 public:
     void report(const Core::Finding &finding, const Core::FindingOrigin &origin) override;
-    /// A finding of the linter's own.
+    /// Adds a finding of the linter itself.
     void add(const Core::Rule &rule, const Core::FindingPlace &place, const QString &text);
 
-    /// In order of file and line, each once: some files are read for several users. Sorts at each
-    /// call.
+    /// Sorted by file and line, without duplicates, because some files are read once per user.
+    /// Sorts at each call.
     [[nodiscard]] QVector<Core::Finding> sorted() const;
 
 private:

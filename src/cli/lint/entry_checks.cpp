@@ -54,7 +54,7 @@ const QStringList &mainKeys()
     return keys;
 }
 
-// What the format gives a meaning that is nothing to the daemon.
+// Keys that the format defines and the daemon ignores.
 const QStringList &keysOfTheFormat()
 {
     static const QStringList keys{QStringLiteral("Version"),
@@ -79,7 +79,7 @@ const QStringList &keysOfTheFormat()
     return keys;
 }
 
-// The words of switches, which are read to the letter.
+// The values of switches, which must match exactly.
 const QMap<QString, QStringList> &switchWords()
 {
     static const QStringList yesOrNo{QStringLiteral("yes"), QStringLiteral("no")};
@@ -113,7 +113,7 @@ bool isAmong(const QStringList &words, std::string_view word)
     });
 }
 
-// Another order of letters, or upper and lower case: what a slip makes of a short word.
+// Whether only the order or the case of the letters differs: a typical slip in a short word.
 bool hasTheSameLetters(const QString &one, const QString &other)
 {
     QString left = one.toLower();
@@ -154,7 +154,7 @@ private:
     Collected &m_findings;
     Group m_group = Group::Other;
     QSet<QString> m_taskGroups;
-    // Those that are read, with their groups.
+    // The known keys seen so far, with their groups.
     std::set<std::pair<std::string_view, std::string_view>> m_keys;
 };
 
@@ -183,7 +183,7 @@ void TextChecks::enterGroup(const EntryLine &line)
         m_group = Group::Task;
         if (m_taskGroups.contains(group))
             m_findings.add(LintRules::groupTwice, placeOf(line),
-                           QStringLiteral("[%1] is there twice").arg(group));
+                           QStringLiteral("[%1] occurs twice").arg(group));
         m_taskGroups.insert(group);
     } else if (resemblesTaskGroup(group)) {
         m_findings.add(LintRules::unknownGroup, placeOf(line),
@@ -191,8 +191,8 @@ void TextChecks::enterGroup(const EntryLine &line)
     }
 }
 
-// "X-Task:a", "x-task a", "XTask a" and the like. Another program's [X-TaskList] begins so, too,
-// but has no Type.
+// "X-Task:a", "x-task a", "XTask a" and the like. Another program's [X-TaskList] also begins like
+// this, but has no Type.
 bool TextChecks::resemblesTaskGroup(const QString &group) const
 {
     QString plain = group.toLower();
@@ -216,7 +216,7 @@ void TextChecks::checkKey(const EntryLine &line) const
             addUnknownKey(placeOf(line), taskKeys(), m_findings);
         break;
     case Group::Sandbox:
-        // Others read keys of this group that are none of these.
+        // Other programs read further keys of this group.
         if (!isOfAnother && isMisspelt(line, sandboxKeys()))
             addUnknownKey(placeOf(line), sandboxKeys(), m_findings);
         break;
@@ -229,7 +229,8 @@ void TextChecks::checkKey(const EntryLine &line) const
     }
 }
 
-// Nearly a key that is read. Of short words many are near by chance.
+// Whether a key resembles a known one. A short word often resembles another by chance, so it must
+// have the same letters.
 bool TextChecks::isMisspelt(const EntryLine &line, const QStringList &known) const
 {
     constexpr int longEnough = 6;
@@ -242,7 +243,7 @@ bool TextChecks::isMisspelt(const EntryLine &line, const QStringList &known) con
 
 void TextChecks::checkSwitch(const EntryLine &line) const
 {
-    // Nearly every key is none of these.
+    // A quick check that rules out most keys.
     const bool mayBeOne = std::strchr("HSX", line.key.front()) != nullptr;
     if (m_group == Group::Task || !mayBeOne)
         return;
@@ -256,7 +257,7 @@ void TextChecks::checkSwitch(const EntryLine &line) const
                    QStringLiteral("%1=%2 has no effect").arg(key, textOf(line.value)));
 }
 
-// What is in a key that nobody reads changes nothing.
+// Only for known keys: the values of others change nothing.
 void TextChecks::checkRepetition(const EntryLine &line)
 {
     const QStringList &known = m_group == Group::Task ? taskKeys()
@@ -265,10 +266,11 @@ void TextChecks::checkRepetition(const EntryLine &line)
     if (isAmong(known, line.key) && !m_keys.insert({line.group, line.key}).second)
         m_findings.add(
             LintRules::keyTwice, placeOf(line),
-            QStringLiteral("%1 is there twice in [%2]").arg(textOf(line.key), textOf(line.group)));
+            QStringLiteral("%1 occurs twice in [%2]").arg(textOf(line.key), textOf(line.group)));
 }
 
-// Whoever gets the id in a call or a file parses it.
+// Checks that the id, parsed again from its text, has the same parts: callers and files use its
+// text.
 void checkId(const Core::ApplicationInfo &entry, const EntryFile &file, Collected &findings)
 {
     const Core::ApplicationId &id = entry.applicationId();
@@ -276,7 +278,7 @@ void checkId(const Core::ApplicationInfo &entry, const EntryFile &file, Collecte
     if (parsed.isValid() && parsed.organisation() == id.organisation())
         return;
     const Core::FindingPlace place = placeOfId(file);
-    // What follows from the file's name is nobody's choice.
+    // An id that comes from the file's name was not chosen by the author.
     if (place.line == 0)
         return;
     findings.add(LintRules::idParsesOtherwise, place,
@@ -294,7 +296,7 @@ void addUnknownKey(const Core::FindingPlace &place, const QStringList &known, Co
     const QString question =
         near.isEmpty() ? QString() : QStringLiteral("; did you mean %1?").arg(near);
     findings.add(LintRules::unknownKey, place,
-                 QStringLiteral("%1 is no key of [%2]%3").arg(place.key, place.group, question));
+                 QStringLiteral("%1 is not a key of [%2]%3").arg(place.key, place.group, question));
 }
 
 void checkEntryText(const QString &path, const EntryText &text, Collected &findings)

@@ -5,15 +5,15 @@
 
 namespace Cli {
 
-/// Finds what is wrong with a desktop entry as it is written: bytes, groups, keys and switches.
-/// Says nothing of what other programs read in it.
+/// Checks the text of a desktop entry: bytes, groups, keys and switches. Ignores what only other
+/// programs read.
 void checkEntryText(const QString &path, const EntryText &text, Collected &findings);
 
-/// Finds what is wrong with what an entry declares: its id and its tasks. Nothing, when the entry
-/// is not valid. Reads its file again when there is something to tell.
+/// Checks what a valid entry declares: its id and its tasks. Reads its file again if there is a
+/// finding.
 void checkEntry(const Core::ApplicationInfo &entry, const KnownPlaces &places, Collected &findings);
 
-/// Tells of a key that is none of those that are read.
+/// Reports a key that is not one of the known keys.
 void addUnknownKey(const Core::FindingPlace &place, const QStringList &known, Collected &findings);
 
 } // namespace Cli

@@ -17,7 +17,7 @@ unsigned char byteAt(const QByteArray &text, int position)
 
 bool isWithin(unsigned char byte, int least, int most) { return byte >= least && byte <= most; }
 
-// Eight bytes at a time, because nearly all of nearly every file is ASCII.
+// Checks eight bytes at a time, because most files are nearly all ASCII.
 int endOfAscii(const QByteArray &text, int position)
 {
     constexpr int step = sizeof(quint64);
@@ -32,9 +32,8 @@ int endOfAscii(const QByteArray &text, int position)
     return position;
 }
 
-// The length of the character of several bytes that begins at a position; 0 when none does. By the
-// second byte it is known whether it is encoded in as few bytes as it can be, is no half of a pair
-// and is within the code.
+// The length of the multi-byte character at a position; 0 when there is none. The limits of the
+// second byte exclude overlong encodings, surrogates and code points beyond U+10FFFF.
 int lengthOfLong(const QByteArray &text, int position)
 {
     const unsigned char first = byteAt(text, position);
@@ -76,7 +75,7 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
-// A line that is neither a header nor a key has no number.
+// The result for a line that is neither a header nor a key has number 0.
 EntryLine parsed(std::string_view line, std::string_view group, int number)
 {
     if (line.empty() || line.front() == '#')
@@ -87,7 +86,7 @@ EntryLine parsed(std::string_view line, std::string_view group, int number)
             ? EntryLine()
             : EntryLine{line.substr(1, close - 1), {}, {}, number};
     }
-    // A translation has a bracket in its key. Keys are too short for a search function.
+    // A bracket marks a translation. The loop is faster than a search function for such short keys.
     size_t end = 0;
     while (end < line.size() && line[end] != '=' && line[end] != '[')
         ++end;

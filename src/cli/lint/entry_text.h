@@ -11,46 +11,46 @@ namespace Cli {
 
 class KnownPlaces;
 
-/// A key of a desktop entry, or a group's header. The texts are parts of the file's.
+/// A key of a desktop entry, or a group's header. The texts are views into the file's text.
 struct EntryLine
 {
     std::string_view group;
     /// Empty for a header.
     std::string_view key;
     std::string_view value;
-    /// From 1 on.
+    /// Counted from 1.
     int number = 0;
 };
 
-/// The text of a desktop entry as it is written, line by line. A value.
+/// The raw text of a desktop entry, line by line. A value.
 class EntryText
 {
 public:
-    /// @param text of the file.
+    /// @param text the content of the file.
     explicit EntryText(const QByteArray &text);
 
-    /// The headers and keys, in the order of the file, without translations, which are most of a
-    /// file and nothing to anybody here.
+    /// The headers and keys in file order, without translations, which are most of a file and are
+    /// not checked.
     [[nodiscard]] const std::vector<EntryLine> &lines() const { return m_lines; }
-    /// The line of a group's last header, from 1 on; 0 when there is none.
+    /// The line of a group's last header, counted from 1; 0 when there is none.
     [[nodiscard]] int lineOf(const QString &group) const { return lineOf(group, {}); }
-    /// The line of a key that counts, which is the last; 0 when the group does not have it.
+    /// The line of a key, of which the last one is used; 0 when the group does not have it.
     [[nodiscard]] int lineOf(const QString &group, const QString &key) const;
-    /// The line of the first byte that is not UTF-8, from 1 on; 0 when all are.
+    /// The line of the first byte that is not UTF-8, counted from 1; 0 when there is none.
     [[nodiscard]] int firstLineOfOtherBytes() const;
 
 private:
-    // Shared with the lines, which are parts of it.
+    // The lines are views into it.
     QByteArray m_text;
     std::vector<EntryLine> m_lines;
 };
 
-/// A desktop entry that is read when somebody asks for its text.
+/// A desktop entry that is read on first use.
 class EntryFile
 {
 public:
-    /// @param path as it is told of.
-    /// @param places what it is part of: an image's links lead to files of the image.
+    /// @param path the path that is shown in findings.
+    /// @param places where it is: links in an image are resolved inside the image.
     EntryFile(const QString &path, const KnownPlaces &places);
     [[nodiscard]] const QString &path() const { return m_path; }
     /// Empty when it cannot be read.
@@ -62,9 +62,9 @@ private:
     mutable std::optional<EntryText> m_text;
 };
 
-/// The same of any file's text.
+/// The line of the first byte that is not UTF-8 in any text, counted from 1; 0 when there is none.
 [[nodiscard]] int firstLineOfOtherBytes(const QByteArray &text);
-/// The text of a part of a file.
+/// Converts a view into the text to a string.
 [[nodiscard]] QString textOf(std::string_view part);
 
 } // namespace Cli

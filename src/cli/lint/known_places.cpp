@@ -61,7 +61,8 @@ bool KnownPlaces::findPermission(const QString &name) const
     });
 }
 
-// As pathBelow(), which looks at every folder on the way: programs are in few folders.
+// Like pathBelow(), but with a cache of folders, because pathBelow() checks every folder on the way
+// and programs are in few folders.
 QString KnownPlaces::programBelow(const QString &root, const QString &path) const
 {
     const int slash = path.lastIndexOf(QLatin1Char('/'));
@@ -75,8 +76,8 @@ QString KnownPlaces::programBelow(const QString &root, const QString &path) cons
         folder = m_folders.insert(key, pathBelow(root, path.left(slash)));
     const QString candidate = *folder + QLatin1Char('/') + name;
     struct stat status = {};
-    const bool isThere = ::lstat(QFile::encodeName(candidate).constData(), &status) == 0;
-    return isThere && S_ISLNK(status.st_mode) ? pathBelow(root, path) : candidate;
+    const bool exists = ::lstat(QFile::encodeName(candidate).constData(), &status) == 0;
+    return exists && S_ISLNK(status.st_mode) ? pathBelow(root, path) : candidate;
 }
 
 KnownPlaces::Program KnownPlaces::program(const QString &path) const
@@ -88,7 +89,8 @@ KnownPlaces::Program KnownPlaces::program(const QString &path) const
         struct stat status = {};
         if (::stat(QFile::encodeName(file).constData(), &status) != 0)
             continue;
-        // One runner of many applications has a name for each.
+        // Identified by inode, because one runner program may have a name for each of many
+        // applications.
         const QPair<quint64, quint64> identity{status.st_dev, status.st_ino};
         auto known = m_programs.constFind(identity);
         if (known == m_programs.constEnd())

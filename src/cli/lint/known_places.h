@@ -9,8 +9,8 @@
 
 namespace Cli {
 
-/// Where a declaration's program, permissions and type may be: the first place that has it counts.
-/// Remembers what it has looked up, because many entries name the same.
+/// Looks up the programs, permissions and types that declarations name, in the first place that has
+/// them. Caches the results, because many entries name the same ones.
 class KnownPlaces
 {
 public:
@@ -25,14 +25,14 @@ public:
 
     explicit KnownPlaces(QVector<Places> places);
 
-    /// Where a file of the first place really is: see Places::real().
+    /// The real path of a file in the first place; see Places::real().
     [[nodiscard]] QString real(const QString &path) const
     {
         return m_places.constFirst().real(path);
     }
     [[nodiscard]] bool hasTaskType(const QString &name) const;
     [[nodiscard]] bool hasPermission(const QString &name) const;
-    /// @param path an absolute path, as a task names its program.
+    /// @param path the absolute path of a task's program.
     [[nodiscard]] Program program(const QString &path) const;
 
 private:

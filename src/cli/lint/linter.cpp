@@ -52,10 +52,10 @@ void lintManifest(const QString &path, const Places &places, Collected &findings
     if (object.contains(key) && !object.value(key).isBool())
         findings.add(LintRules::manifestBoolean,
                      {path, {}, key, 1 + text.left(position).count('\n')},
-                     QStringLiteral("%1 is no boolean").arg(key));
+                     QStringLiteral("%1 is not a boolean").arg(key));
 }
 
-// What belongs to no application is read by nobody.
+// Finds manifests that belong to no application; they are never read.
 void lintManifests(const Core::ApplicationCatalogue &catalogue, const Places &places,
                    const Places &system, Collected &findings)
 {
@@ -66,20 +66,20 @@ void lintManifests(const Core::ApplicationCatalogue &catalogue, const Places &pl
         const QString path = places.manifestFile(id);
         if (catalogue.applications().contains(id) || !QFileInfo::exists(places.real(path)))
             continue;
-        NoFindings said;
+        NoFindings ignored;
         if (!ofSystem)
-            ofSystem.emplace(system, said);
+            ofSystem.emplace(system, ignored);
         if (!ofSystem->applications().contains(id))
             findings.add(LintRules::manifestOrphan, {path},
                          QStringLiteral("No desktop entry declares %1").arg(id));
     }
 }
 
-// Each file's text is looked at just before its reader asks for it, so that it is read once where
-// the reader is the stand-in. The platform's own reads by itself.
+// Checks each file's text just before the catalogue reads the same file. The cache then saves a
+// second read, if the reader is the stand-in; the platform's reader bypasses it.
 Core::ApplicationCatalogue lintTexts(const Places &places, Collected &findings)
 {
-    const ForeignFileCache memory;
+    const ForeignFileCache cache;
     Core::EntryRecords none;
     return Core::ApplicationCatalogue(places, findings, none,
                                       [&](const QString &path, const ListedFile *file) {
@@ -91,7 +91,7 @@ Core::ApplicationCatalogue lintTexts(const Places &places, Collected &findings)
 void lintEntries(const Core::ApplicationCatalogue &catalogue, const Places &places,
                  const KnownPlaces &known, Collected &findings)
 {
-    // Bytes of what tasks of a type declare.
+    // The size in bytes of the tasks of each type.
     QHash<QString, qint64> types;
     for (const Core::ApplicationInfo &entry : catalogue.applications()) {
         checkEntry(entry, known, findings);
@@ -100,13 +100,13 @@ void lintEntries(const Core::ApplicationCatalogue &catalogue, const Places &plac
         for (const Core::ApplicationInfo::TaskInfo &task : entry.tasks())
             types[task.type] += Core::sizeOf(task);
     }
-    NoFindings said;
+    NoFindings ignored;
     for (const Core::ApplicationCatalogue::Shadowed &shadowed : catalogue.shadowed()) {
-        // The others of these are applications above.
+        // The others are in the catalogue's applications, which were checked above.
         if (shadowed.reason != Core::ApplicationCatalogue::Shadowed::SameFileName)
-            checkEntry(Core::ApplicationInfo(shadowed.file, places, said), known, findings);
+            checkEntry(Core::ApplicationInfo(shadowed.file, places, ignored), known, findings);
     }
-    // Says what it leaves out.
+    // Called for its findings: it reports the tasks that it leaves out.
     for (auto type = types.constBegin(); type != types.constEnd(); ++type) {
         if (*type > Core::largestTaskList)
             (void)catalogue.tasksOfType(type.key(), findings);
@@ -148,7 +148,7 @@ void lintPermission(const QString &path, const Places &places, Collected &findin
                      QStringLiteral("Bytes that are not UTF-8"));
     if (!isPermissionName(name))
         findings.add(LintRules::permissionName, {path},
-                     QStringLiteral("\"%1\" is no name of a permission").arg(name));
+                     QStringLiteral("\"%1\" is not a valid permission name").arg(name));
 }
 
 void lintPermissions(const Places &places, Collected &findings)
@@ -163,7 +163,7 @@ void lintPermissions(const Places &places, Collected &findings)
     }
 }
 
-// A package's own tree has no sandbox, and so nothing is said of it.
+// Skipped for the tree of a package, which has no sandbox.
 void lintBasePermissions(const Places &places, Collected &findings)
 {
     if (sandboxProgram(places).path.isEmpty())
@@ -177,7 +177,7 @@ void lintBasePermissions(const Places &places, Collected &findings)
     }
 }
 
-// What a file says of one user is read for that user alone.
+// A file is read once per user that it has settings for, because each reading covers only one user.
 void lintAutostart(const QString &folder, const QStringList &names, const Places &places,
                    Collected &findings)
 {
@@ -197,7 +197,8 @@ std::optional<int> numberOf(const QString &text)
     return isNumber ? std::optional<int>(number) : std::nullopt;
 }
 
-// Whose setting a group is. What the daemon writes is also in a file of the user's number.
+// Checks that the users in the groups' names exist. In files that the daemon writes, the file's
+// name may give the user.
 void lintUsers(const QString &folder, bool isOfDaemon, const Places &places, Collected &findings)
 {
     const QString key = QStringLiteral("autostart");
@@ -227,7 +228,7 @@ bool isTree(const QString &folder)
     return false;
 }
 
-// The part of a path in front of what it has in every system; null when it is another path.
+// The root of a path that ends with `below`; a null string when it does not.
 QString rootBefore(const QString &path, const QString &below)
 {
     return path.endsWith(below) ? path.chopped(below.size()) + QLatin1String("") : QString();
@@ -316,7 +317,7 @@ bool lintFolder(const QString &folder, const Places &system, Collected &findings
     return hasAny;
 }
 
-// @param places what is read. What it names and does not bring may be in the system.
+// @param places what is read. Programs, permissions and types that it lacks may be in the system.
 void lintPlaces(const Places &places, const Places &system, Collected &findings)
 {
     const bool isSystem = places.root == system.root;

@@ -5,13 +5,13 @@
 
 namespace Cli {
 
-/// Reads a whole system.
+/// Checks a whole system.
 void lintSystem(const Places &system, Collected &findings);
 
-/// Reads what a person names: a file that the daemon would read, a folder of such files, or a tree
-/// that holds usr, etc, opt or var as a system's root does.
-/// @param system where programs, permissions and types may be besides the tree.
-/// @return whether there was anything to read.
+/// Checks a path that the user gives: a file that the daemon would read, a folder of such files, or
+/// a tree that has usr, etc, opt or var like a root directory.
+/// @param system where programs, permissions and types may be if they are not in the tree.
+/// @return false when there was nothing to check.
 [[nodiscard]] bool lintPath(const QString &path, const Places &system, Collected &findings);
 
 } // namespace Cli

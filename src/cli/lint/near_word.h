@@ -5,9 +5,8 @@
 
 namespace Cli {
 
-/// The word that somebody may have meant who wrote another: the one that the fewest changed, added
-/// or left out characters make of it, upper and lower case being the same; empty when more than two
-/// are needed.
+/// The word that a misspelt one was probably meant to be: the one at the smallest edit distance,
+/// ignoring case; empty when the distance is above two.
 [[nodiscard]] QString nearWord(const QString &written, const QStringList &words);
 
 } // namespace Cli

@@ -13,13 +13,13 @@ QVector<LintRule> entryRules()
 {
     return {
         {&entryInvalid, "Write [Desktop Entry] with Type=Application and a Name."},
-        {&entryHidden, "Remove the file, or the line when the application is there."},
-        {&entryTooLarge, "Leave out what does not belong into an entry."},
+        {&entryHidden, "Remove the file, or only the line if the application is installed."},
+        {&entryTooLarge, "Remove what does not belong in a desktop entry."},
         {&notUtf8, "Save the file as UTF-8."},
         {&entryId, "Write OrganizationName and ApplicationName into [X-Application]."},
         {&entryIdTwice, "Remove one of the entries, or give it an ApplicationName of its own."},
         {&entryShadowed, "Remove one of the entries, unless the earlier is meant to replace it."},
-        {&fileNameShadowed, "Give the file a name that no other package has."},
+        {&fileNameShadowed, "Give the file a name that no other package uses."},
         {&idParsesOtherwise,
          "Write an OrganizationName of lower-case letters, digits, dots, _ and -, and an "
          "ApplicationName that begins with a letter and has no dot."},
@@ -27,9 +27,10 @@ QVector<LintRule> entryRules()
         {&mimeTypesSize, "Declare up to 1024 MIME types of up to 1024 characters each."},
         {&entrySwitch,
          "Write Sandboxing=Disabled, X-Nemo-Single-Instance=no, X-Halcyn-Single-Cover=yes and "
-         "Hidden=true and X-Halcyn-Support-Mime-Parents=true exactly so, or leave the key out."},
-        {&unknownKey, "Correct the key's name, or begin it with X- when another program reads it."},
-        {&keyTwice, "Remove the lines that do not count."},
+         "Hidden=true and X-Halcyn-Support-Mime-Parents=true exactly like this, or leave the key "
+         "out."},
+        {&unknownKey, "Correct the key's name, or begin it with X- if another program reads it."},
+        {&keyTwice, "Remove all lines with this key but the last."},
         {&unknownGroup, "Write [X-Task NAME], with one blank and a name of letters and digits."},
     };
 }
@@ -44,7 +45,7 @@ QVector<LintRule> taskRules()
         {&tasksSize, "Declare fewer tasks: 256 KiB of an application are read."},
         {&taskListSize, "Remove applications, or spread their tasks over several types."},
         {&idTooLong, "Choose shorter names of organisation, application and task."},
-        {&declarationRefused, "Change what the message names."},
+        {&declarationRefused, "Correct what the message names."},
         {&typeMissing, "Write Type= with the name of a task type into the task's group."},
         {&typeObjectPath, "Use a type of ASCII letters, digits and _ ."},
         {&typeUnserved,
@@ -58,13 +59,13 @@ QVector<LintRule> programRules()
         {&execMissing, "Write Exec= with the program's absolute path into the task's group."},
         {&execRelative, "Write the program's absolute path."},
         {&execNotThere, "Install the program, or correct its path."},
-        {&execDirectory, "Name the program with its whole path."},
-        {&execNotExecutable, "Install the program with permission to execute it."},
-        {&execScript, "Name a compiled program; a script needs one that runs it."},
+        {&execDirectory, "Write the full path of the program."},
+        {&execNotExecutable, "Make the program executable."},
+        {&execScript, "Give a compiled program; to run a script, give its interpreter."},
         {&execQuotes, "Write arguments without blanks and quotes."},
         {&execFieldCode, "Leave the field code out."},
         {&execExpansion, "Write %% for % and $$ for $, or leave them out."},
-        {&refusedBySandbox, "Change what the message names."},
+        {&refusedBySandbox, "Correct what the message names."},
         {&permissionMissing, "Correct the name, or install NAME.permission."},
         {&unknownPermission, "Correct the name, or install NAME.permission."},
         {&basePermissionMissing,
@@ -79,9 +80,9 @@ QVector<LintRule> packageRules()
     return {
         {&manifestUnreadable, "Put a regular file of less than 1 MiB in its place."},
         {&manifestIgnored, "Write one JSON object."},
-        {&manifestSyntax, "Correct the JSON at that place."},
+        {&manifestSyntax, "Correct the JSON syntax at this position."},
         {&manifestBoolean, "Write true or false, without quotes."},
-        {&manifestOrphan, "Install the application's entry, or name the folder by its id."},
+        {&manifestOrphan, "Install the application's entry, or name the folder after its id."},
         {&packageUnreadable, "Put a regular file of less than 1 MiB in its place."},
     };
 }
@@ -90,15 +91,15 @@ QVector<LintRule> settingRules()
 {
     return {
         {&overridesUnreadable, "Put a regular file of less than 1 MiB in its place."},
-        {&overrideKey, "Write a whole id, or one that ends with .*, or * alone."},
-        {&overrideVersion, "Write a version of numbers and dots, as 4.5."},
+        {&overrideKey, "Write a full id, or one that ends with .*, or only *."},
+        {&overrideVersion, "Write a version of numbers and dots, such as 4.5."},
         {&taskTypeUnreadable, "Put a regular file of less than 1 MiB in its place."},
         {&taskTypeBoolean, "Write WorksInSession=true or WorksInSession=false."},
         {&mimeappsUnreadable, "Put a regular file of less than 1 MiB in its place."},
         {&autostartSize, "Remove settings: 4 MiB are read."},
         {&autostartUnreadable, "Put a regular file of less than 1 MiB in its place."},
-        {&autostartId, "Name the group by an application's id."},
-        {&autostartUser, "Write the number of a user behind the |."},
+        {&autostartId, "Name the group after an application's id."},
+        {&autostartUser, "Write a user's number after the |."},
         {&autostartUserMissing, "Correct the user's number, or remove the setting."},
         {&autostartBoolean, "Write autostart=true or autostart=false."},
     };

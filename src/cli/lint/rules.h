@@ -4,12 +4,12 @@
 
 #include <QVector>
 
-// What the linter looks for: what the readers and the planner say by themselves, and what the
-// daemon takes without a word though its author hardly meant it.
+// What the linter looks for: what the readers and the planner report themselves, and what the
+// daemon accepts silently although its author hardly meant it.
 
 namespace Cli {
 
-/// A rule with what to do about it.
+/// A rule with advice.
 struct LintRule
 {
     const Core::Rule *rule;
@@ -17,9 +17,9 @@ struct LintRule
     const char *instead;
 };
 
-/// Every rule, in the order in which a list shows them.
+/// All rules, in the order in which they are listed.
 [[nodiscard]] const QVector<LintRule> &lintRules();
-/// The rule of an id; null when there is none.
+/// The rule with an id; null when there is none.
 [[nodiscard]] const LintRule *lintRule(const QString &id);
 /// "error", "warning" or "note".
 [[nodiscard]] QString wordOf(Core::Finding::Severity severity);
@@ -32,31 +32,30 @@ using Core::Rule;
 // Files.
 constexpr Rule notUtf8{
     "not-utf8", Finding::Warning,
-    "A file has bytes that are not UTF-8: what they are in is read as another text or not at all."};
+    "A file has bytes that are not UTF-8: the text with them is misread or not read at all."};
 constexpr Rule entryTooLarge{"entry-too-large", Finding::Error,
                              "A desktop entry has more than 1 MiB and is not read."};
 constexpr Rule permissionUnreadable{"permission-unreadable", Finding::Error,
-                                    "A permission file is there but cannot be read."};
-constexpr Rule unknownKey{"unknown-key", Finding::Warning, "A key is none that is read."};
+                                    "A permission file exists but cannot be read."};
+constexpr Rule unknownKey{"unknown-key", Finding::Warning, "A key is unknown and is not read."};
 constexpr Rule unknownGroup{
     "unknown-group", Finding::Warning,
-    "A group's name resembles that of a task's but does not declare one, and is passed over."};
+    "A group's name resembles that of a task's group but does not declare a task, and is ignored."};
 constexpr Rule groupTwice{
     "group-twice", Finding::Warning,
-    "A task's group is there twice: both are read as one, and of a key in both the last counts."};
+    "A task's group occurs twice: both are read as one, and of a key in both, the last counts."};
 constexpr Rule keyTwice{"key-twice", Finding::Warning,
-                        "A key is there twice in one group, and the last counts."};
-constexpr Rule entrySwitch{
-    "entry-switch", Finding::Warning,
-    "A switch of a desktop entry has none of its words, which are read to the letter, and has no "
-    "effect."};
-constexpr Rule manifestBoolean{"manifest-boolean", Finding::Warning,
-                               "keepMediaActiveInBackground is no JSON boolean and counts as "
-                               "false."};
+                        "A key occurs twice in one group, and the last counts."};
+constexpr Rule entrySwitch{"entry-switch", Finding::Warning,
+                           "A switch of a desktop entry has no effect, because its value is not "
+                           "exactly one of those that are known."};
+constexpr Rule manifestBoolean{
+    "manifest-boolean", Finding::Warning,
+    "keepMediaActiveInBackground is not a JSON boolean and counts as false."};
 
 constexpr Rule manifestOrphan{
     "manifest-orphan", Finding::Warning,
-    "A manifest is of an application that no desktop entry declares, and nobody reads it."};
+    "A manifest belongs to an application that no desktop entry declares, and is not read."};
 constexpr Rule autostartUserMissing{"autostart-user-missing", Finding::Warning,
                                     "An autostart setting is for a user that does not exist, and "
                                     "starts nothing; the daemon removes "
@@ -65,41 +64,40 @@ constexpr Rule autostartUserMissing{"autostart-user-missing", Finding::Warning,
 // Ids.
 constexpr Rule idParsesOtherwise{
     "id-parses-otherwise", Finding::Warning,
-    "An application's id has other parts, or none, for whoever gets it as a text."};
-constexpr Rule idTooLong{"id-too-long", Finding::Error,
-                         "The name of a task's unit would have more than 255 bytes, and no start "
-                         "succeeds."};
+    "An application's id, parsed from its text, has other parts or is invalid."};
+constexpr Rule idTooLong{
+    "id-too-long", Finding::Error,
+    "The name of a task's unit would have more than 255 bytes, so that every start fails."};
 constexpr Rule declarationRefused{"declaration-refused", Finding::Error,
                                   "What a task declares is refused whenever it is started."};
 
 // Types.
 constexpr Rule typeMissing{"type-missing", Finding::Error,
-                           "A task has no type, and nobody gets to know it."};
+                           "A task has no type, and no client is told of it."};
 constexpr Rule typeObjectPath{
     "type-object-path", Finding::Error,
-    "A task's type cannot be part of an object path, so that nobody can register for it."};
+    "A task's type cannot be part of an object path, so that no client can register for it."};
 constexpr Rule typeUnserved{
     "type-unserved", Finding::Warning,
-    "No file says who serves a task's type, and it is left to the user's session."};
+    "No file sets who serves a task's type, so it is left to the per-user service."};
 
 // Programs.
 constexpr Rule execMissing{"exec-missing", Finding::Error,
                            "Neither a task nor its entry has an Exec, and every start is refused."};
-constexpr Rule execRelative{"exec-relative", Finding::Error,
-                            "A task's program has no absolute path, and every start is refused."};
+constexpr Rule execRelative{
+    "exec-relative", Finding::Error,
+    "The path of a task's program is not absolute, and every start is refused."};
 constexpr Rule execNotThere{"exec-not-there", Finding::Error,
-                            "A task's program is not there, and every start is refused."};
+                            "A task's program does not exist, and every start is refused."};
 constexpr Rule execDirectory{"exec-directory", Finding::Error,
                              "A task's program is a directory, and every start is refused."};
-constexpr Rule execNotExecutable{
-    "exec-not-executable", Finding::Error,
-    "A task's program may not be executed, and every start is refused."};
+constexpr Rule execNotExecutable{"exec-not-executable", Finding::Error,
+                                 "A task's program is not executable, and every start is refused."};
 constexpr Rule execScript{"exec-script", Finding::Error,
-                          "A task's program is no ELF binary, and every start is refused."};
-constexpr Rule execQuotes{
-    "exec-quotes", Finding::Warning,
-    "Quotes and backslashes in a task's arguments are not read as a desktop entry's: systemd "
-    "reads them by its own rules."};
+                          "A task's program is not an ELF binary, and every start is refused."};
+constexpr Rule execQuotes{"exec-quotes", Finding::Warning,
+                          "Quotes and backslashes in a task's arguments do not follow the rules of "
+                          "desktop entries: systemd interprets them by its own."};
 constexpr Rule execFieldCode{
     "exec-field-code", Finding::Warning,
     "A task gets no files: a field code in its arguments is a specifier to systemd, which puts "
@@ -110,18 +108,15 @@ constexpr Rule execExpansion{
     "it does not know."};
 
 // Permissions.
-constexpr Rule permissionMissing{
-    "permission-missing", Finding::Warning,
-    "There is no file of a permission that a task declares: started with it, the task does not "
-    "have it."};
+constexpr Rule permissionMissing{"permission-missing", Finding::Warning,
+                                 "A permission that a task declares has no file: a task that is "
+                                 "started with it does not get it."};
 constexpr Rule basePermissionMissing{
     "base-permission-missing", Finding::Warning,
-    "There is no file of a permission that every task is given: tasks run without what it "
-    "forbids."};
-constexpr Rule permissionName{
-    "permission-name", Finding::Error,
-    "A permission's name does not stay one word in a unit or path: with it a start is refused or "
-    "goes without it."};
+    "A permission that every task is given has no file: tasks run without its restrictions."};
+constexpr Rule permissionName{"permission-name", Finding::Error,
+                              "A permission's name is not a plain word in a unit or a path: a "
+                              "start with it is refused or leaves it out."};
 
 } // namespace LintRules
 

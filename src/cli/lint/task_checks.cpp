@@ -12,7 +12,7 @@ namespace {
 
 using TaskInfo = Core::ApplicationInfo::TaskInfo;
 
-// Checks of one task share what they look at.
+// The checks of one task, which share their arguments.
 class TaskChecks
 {
 public:
@@ -53,15 +53,15 @@ bool isFieldCode(const QString &word)
         && QStringLiteral("fFuUdDnNickvm").contains(word.at(1));
 }
 
-// Whether there is a lone % in a word: two of them are the sign itself.
+// Whether a word has a single %; two of them stand for the character itself.
 bool hasSpecifier(const QString &word)
 {
     QString rest = word;
     return rest.remove(QStringLiteral("%%")).contains(QLatin1Char('%'));
 }
 
-// Whether systemd puts a variable's value into a word: for ${NAME}, and for a $ that begins the
-// word, which it takes for $NAME whatever follows. Any other $ stays, and of two one does.
+// Whether systemd expands a variable in a word: for ${NAME}, and for a $ at the beginning of the
+// word, which it takes for $NAME whatever follows. It keeps any other $, and one of two.
 bool hasVariable(const QString &word)
 {
     QString rest = word;
@@ -81,7 +81,7 @@ bool fitsObjectPath(const QString &type)
     });
 }
 
-// A key that the group does not have counts as its main group's.
+// A key that the task's group does not have may be the main group's.
 Core::FindingPlace TaskChecks::placeOf(const QString &key) const
 {
     const QString main = QStringLiteral("Desktop Entry");
@@ -111,10 +111,10 @@ void TaskChecks::checkType() const
             QStringLiteral("Type \"%1\" cannot be part of an object path").arg(type));
     else if (!m_places.hasTaskType(type))
         add(LintRules::typeUnserved, key,
-            QStringLiteral("There is no file %1.conf of task types").arg(type));
+            QStringLiteral("There is no task-types/%1.conf").arg(type));
 }
 
-// The id is refused by itself, or the command line is, or both are.
+// Checks the id and the command line separately, to find which of them is refused.
 void TaskChecks::addRefusals() const
 {
     TaskInfo idAlone = m_task;
@@ -193,7 +193,7 @@ void TaskChecks::checkPermissions() const
     for (const QString &name : m_task.permissions) {
         if (!isPermissionName(name))
             add(LintRules::permissionName, key,
-                QStringLiteral("\"%1\" is no name of a permission").arg(name));
+                QStringLiteral("\"%1\" is not a valid permission name").arg(name));
         else if (!m_places.hasPermission(name))
             add(LintRules::permissionMissing, key,
                 QStringLiteral("There is no %1.permission").arg(name));

@@ -7,18 +7,18 @@
 
 namespace Cli {
 
-/// Finds what is wrong with one declared task, beyond what the reader of its entry says.
-/// @param file of the entry.
+/// Checks one declared task for faults that the reader of its entry does not report.
+/// @param file the entry.
 void checkTask(const Core::ApplicationInfo::TaskInfo &task, const EntryFile &file,
                const KnownPlaces &places, Collected &findings);
 
-/// Where an entry declares its id; only the file when the id comes from the file's name.
+/// The place where an entry declares its id; only the file when the id comes from the file's name.
 [[nodiscard]] Core::FindingPlace placeOfId(const EntryFile &file);
 
-/// The groups that speak of an application's sandbox, in the order in which they are asked.
+/// The groups that describe an application's sandbox, in the order of precedence.
 [[nodiscard]] const QStringList &sandboxGroups();
 
-/// Whether a permission's name stays one word in a command line and one name in a folder.
+/// Whether a permission's name is a plain word in a command line and a plain file name.
 [[nodiscard]] bool isPermissionName(const QString &name);
 
 } // namespace Cli

@@ -20,7 +20,7 @@ namespace {
 using Autostart::Layers;
 using Autostart::Setting;
 
-// One layer, as `orvanectl autostart explain` shows it.
+// One layer, in the words of `orvanectl autostart explain`.
 QString layerText(const char *layer, const QVector<Setting> &settings, const Setting *deciding)
 {
     QStringList texts;
@@ -63,7 +63,8 @@ Gate switchGate(const Question &question)
                             : QString()};
 }
 
-// The launcher takes the entry that is named by the id, and starts what that entry declares.
+// The launcher reads the entry that is named after the id, and starts the application that it
+// declares.
 Gate launchGate(const Question &question)
 {
     const QString gate = QStringLiteral("launcher's entry");
@@ -81,7 +82,7 @@ Gate launchGate(const Question &question)
     if (entry.type() == QLatin1String("Link"))
         return {gate, Gate::Yes, QStringLiteral("%1 is a link to %2").arg(file, entry.url())};
     if (!entry.isValid())
-        return {gate, Gate::No, QStringLiteral("%1 is no valid entry").arg(file), consequence};
+        return {gate, Gate::No, QStringLiteral("%1 is not a valid entry").arg(file), consequence};
     if (id == question.application)
         return {gate, Gate::Yes, file};
     return {gate, Gate::No, QStringLiteral("%1 declares \"%2\"").arg(file, id), consequence};

@@ -7,8 +7,8 @@
 
 namespace Cli {
 
-/// Whether an application starts with a user's session: what its switch says layer by layer,
-/// whether the launcher finds its entry, and whether the launcher itself is started.
+/// Whether an application starts with a user's session: its settings layer by layer, whether the
+/// launcher finds its entry, and whether the launcher itself is started.
 [[nodiscard]] QVector<Gate> autostartGates(const Question &question);
 
 } // namespace Cli

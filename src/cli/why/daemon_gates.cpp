@@ -18,8 +18,8 @@ Gate noBus(const QString &gate)
     return {gate, Gate::NotKnown, QStringLiteral("the bus cannot be reached")};
 }
 
-// The command that takes a caller into a group.
-QString joining(const Caller &caller, const QString &group)
+// The command that adds a caller to a group.
+QString addingToGroup(const Caller &caller, const QString &group)
 {
     const QString join =
         commandOf({QStringLiteral("usermod"), QStringLiteral("-aG"), group, caller.name});
@@ -36,10 +36,10 @@ Gate rightGate(const LiveFacts &facts)
         return {gate, Gate::Yes, QStringLiteral("you are root")};
     if (facts.daemonUnit.isEmpty())
         return {gate, Gate::NotKnown,
-                QStringLiteral("systemd does not tell which groups %1 names").arg(daemonUnit())};
+                QStringLiteral("systemd does not report the groups of %1").arg(daemonUnit())};
     const auto groups = groupsThatMayStart(facts.daemonUnit);
     if (!groups)
-        return {gate, Gate::Yes, QStringLiteral("%1 lets everybody").arg(daemonUnit())};
+        return {gate, Gate::Yes, QStringLiteral("%1 allows every user").arg(daemonUnit())};
     const QString names = groups->join(QStringLiteral(", "));
     if (!caller.groups.isEmpty())
         return {
@@ -50,7 +50,7 @@ Gate rightGate(const LiveFacts &facts)
                 .arg(daemonUnit(), names, caller.name),
             QStringLiteral("A start by %1 is refused with AccessDenied; root may start it.")
                 .arg(caller.name),
-            groups->isEmpty() ? QString() : joining(caller, groups->constFirst())};
+            groups->isEmpty() ? QString() : addingToGroup(caller, groups->constFirst())};
 }
 
 Gate busGate(const LiveFacts &facts)
@@ -58,12 +58,12 @@ Gate busGate(const LiveFacts &facts)
     const QString gate = QStringLiteral("bus");
     if (facts.hasBus())
         return {gate, Gate::Yes, QStringLiteral("the system bus answers")};
-    return {gate, Gate::No, facts.busProblem, QStringLiteral("Nobody can ask for a start."),
+    return {gate, Gate::No, facts.busProblem, QStringLiteral("No program can ask for a start."),
             QStringLiteral("systemctl start dbus.socket dbus.service")};
 }
 
-// The command that brings back the policy which lets the daemon have its name; empty where it is
-// not the policy that is missing.
+// The command that restores the policy that lets the daemon own its name; empty when the policy
+// exists.
 QString policyCure(const Places &places)
 {
     const QString name = Names::service() + QStringLiteral(".conf");
@@ -91,10 +91,10 @@ Gate policyGate(const Question &question, const LiveFacts &facts)
         return {gate, Gate::No,
                 QStringLiteral("there is no %1 in %2")
                     .arg(name, policyFolders(question.places).join(QStringLiteral(" and "))),
-                QStringLiteral("The bus lets nobody be the daemon, and lets nobody call it."),
+                QStringLiteral("The bus lets no program own the daemon's name or call it."),
                 policyCure(question.places)};
     }
-    return {gate, Gate::NotKnown, QStringLiteral("%1 is there; nobody owns the name").arg(file)};
+    return {gate, Gate::NotKnown, QStringLiteral("%1 exists, but the name has no owner").arg(file)};
 }
 
 QString stateText(const QVariantMap &unit)
@@ -107,7 +107,7 @@ QString stateText(const QVariantMap &unit)
 Gate daemonGate(const LiveFacts &facts)
 {
     const QString gate = QStringLiteral("daemon");
-    const QString consequence = QStringLiteral("Nobody starts a task.");
+    const QString consequence = QStringLiteral("No task can be started.");
     const QVariantMap &unit = facts.daemonUnit;
     if (!facts.hasBus())
         return noBus(gate);
@@ -121,18 +121,18 @@ Gate daemonGate(const LiveFacts &facts)
         return {gate, Gate::No, stateText(unit) + wordsOf(facts.daemonLog), consequence,
                 systemctl("restart", daemonUnit())};
     if (!facts.daemonIsActivatable) {
-        return {gate, Gate::No,
-                QStringLiteral("nobody owns %1, and the bus cannot start it").arg(Names::service()),
-                consequence,
-                textIn(unit, "LoadState") == QLatin1String("loaded")
-                    ? systemctl("start", daemonUnit())
-                    : QString()};
+        return {
+            gate, Gate::No,
+            QStringLiteral("%1 has no owner, and the bus cannot start it").arg(Names::service()),
+            consequence,
+            textIn(unit, "LoadState") == QLatin1String("loaded") ? systemctl("start", daemonUnit())
+                                                                 : QString()};
     }
     return {gate, Gate::NotKnown,
-            QStringLiteral("the bus starts it when it is called; it does not run now")};
+            QStringLiteral("it is not running now; the bus starts it when it is called")};
 }
 
-// The file that says who serves a task type; the first folder that a system has.
+// The file that sets who serves the task's type, in the folder of the system.
 QString typeFile(const Question &question)
 {
     return QStringLiteral("%1/%2.conf")
@@ -144,13 +144,13 @@ Gate refusedAnswer(const QString &gate, const Question &question, const LiveFact
     Gate shut{gate, Gate::No,
               QStringLiteral("RegisterInvoker for %1: %2")
                   .arg(question.declaration.task.type, facts.answer->toString()),
-              QStringLiteral("Nobody can register for the task's type.")};
+              QStringLiteral("No client can register for the task's type.")};
     const bool isUnserved = question.isOfSession() && question.declaration.type.file.isEmpty();
-    if (isUnserved && !facts.userServiceIsThere) {
-        shut.consequence = QStringLiteral("No file says who serves the type, so it is left to %1, "
-                                          "which is not there. This has "
-                                          "the daemon serve it:")
-                               .arg(Names::userService());
+    if (isUnserved && !facts.hasUserService) {
+        shut.consequence =
+            QStringLiteral("No file sets who serves the type, so it is left to %1, which is "
+                           "missing. This command makes the daemon serve it:")
+                .arg(Names::userService());
         shut.cure =
             appending(typeFile(question),
                       {QStringLiteral("[TaskType]"), QStringLiteral("WorksInSession=false")});
@@ -166,7 +166,7 @@ Gate answerGate(const Question &question, const LiveFacts &facts)
     if (!facts.hasBus())
         return noBus(gate);
     if (!facts.answer)
-        return {gate, Gate::NotKnown, QStringLiteral("without a declaration nobody asks")};
+        return {gate, Gate::NotKnown, QStringLiteral("not asked, because there is no declaration")};
     if (*facts.answer)
         return refusedAnswer(gate, question, facts);
     return {gate, Gate::Yes,
@@ -186,11 +186,12 @@ Gate listedGate(const Question &question, const LiveFacts &facts)
     const QString file = question.declaration.task.file;
     const QString folder = question.places.applicationFolders.constLast();
     const bool isElsewhere = QFileInfo(file).path() != folder;
-    return {gate, Gate::No,
-            QStringLiteral("the answer does not list it, whose entry is %1").arg(file),
-            QStringLiteral("Who answers has other folders than you, or has not read it yet."),
-            isElsewhere ? commandOf({QStringLiteral("cp"), file, folder})
-                        : systemctl("restart", daemonUnit())};
+    return {
+        gate, Gate::No, QStringLiteral("the answer does not list the task of %1").arg(file),
+        QStringLiteral(
+            "The service that answers uses other folders than you, or has not read the entry yet."),
+        isElsewhere ? commandOf({QStringLiteral("cp"), file, folder})
+                    : systemctl("restart", daemonUnit())};
 }
 
 } // namespace
@@ -199,7 +200,7 @@ QVector<Gate> daemonGates(const Question &question, const LiveFacts &facts)
 {
     QVector<Gate> gates{busGate(facts), daemonGate(facts), policyGate(question, facts),
                         answerGate(question, facts), listedGate(question, facts)};
-    // Whoever calls the per-user service is its own affair.
+    // The per-user service decides itself who may call it.
     if (!question.isOfSession())
         gates.prepend(rightGate(facts));
     return gates;

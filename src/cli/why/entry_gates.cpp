@@ -33,7 +33,7 @@ struct IdPart
     QString key;
     QString wanted;
     QString declared;
-    /// 0: the entry does not declare it.
+    /// 0 when the entry does not declare it.
     int line;
 };
 
@@ -50,7 +50,7 @@ QVector<IdPart> idPartsOf(const QString &file, const QString &application)
         {name, wanted.name().toString(), entry.appName(), lineOf(name)}};
 }
 
-// The command that has an entry declare an application's id; empty where it takes more than one.
+// The command that makes an entry declare an application's id; empty when no single command does.
 QString declaringId(const QString &file, const QString &application)
 {
     QStringList cures;
@@ -97,13 +97,13 @@ Gate entryGate(const Question &question, const EntryCandidate &candidate)
         return {name, Gate::No,
                 QStringLiteral("%1 declares %2, not %3")
                     .arg(candidate.file, candidate.id, question.application),
-                QStringLiteral("Nobody knows an application of that id."),
+                QStringLiteral("No application with this id is known."),
                 declaringId(candidate.file, question.application)};
     case EntryCandidate::Elsewhere:
         return {name, Gate::No,
-                QStringLiteral("%1 is not read: entries are *.desktop right in %2")
+                QStringLiteral("%1 is not read: entries are *.desktop files directly in %2")
                     .arg(candidate.file, foldersOf(question)),
-                QStringLiteral("Nobody knows the application."),
+                QStringLiteral("The application is not known."),
                 moving(candidate.file, candidate.target)};
     case EntryCandidate::None:
         break;
@@ -112,7 +112,7 @@ Gate entryGate(const Question &question, const EntryCandidate &candidate)
                                     : missingEntry(name, question);
 }
 
-// The first line that is neither a comment nor a group nor a key; 0 when every line is one.
+// The first line that is neither a comment nor a group nor a key; 0 when there is none.
 int strayLine(const QByteArray &text)
 {
     int number = 0;
@@ -125,7 +125,7 @@ int strayLine(const QByteArray &text)
     return 0;
 }
 
-// The command for an entry without a main group: its header may be misspelt.
+// The command for an entry without a main group, whose header may be misspelt.
 QString headerCure(const QString &file, const QByteArray &text)
 {
     const EntryText entry(text);
@@ -136,7 +136,7 @@ QString headerCure(const QString &file, const QByteArray &text)
     return {};
 }
 
-// The command that writes a key into the main group, in the place of what is there.
+// The command that sets a key of the main group.
 QString settingOf(const QString &file, const QString &key, const QString &value)
 {
     const KeyFileLines lines = KeyFileLines::ofFile(Places::ofProcess().real(file));
@@ -145,7 +145,7 @@ QString settingOf(const QString &file, const QString &key, const QString &value)
                     : addingLine(file, lines.of(mainGroup()), setting(key, value));
 }
 
-// The line that says that the entry is deleted; 0 when none does.
+// The line of Hidden=true; 0 when there is none.
 int hiddenLine(const MDesktopEntry &entry, const KeyFileLines &lines)
 {
     const QString key = QStringLiteral("Hidden");
@@ -190,7 +190,7 @@ Gate validGate(const Question &question, const EntryCandidate &candidate)
     if (!question.entry.isValid())
         return {name, Gate::NotKnown, QStringLiteral("there is no entry")};
     return {name, Gate::Yes,
-            QStringLiteral("Type and Name are there: %1").arg(question.entry.name())};
+            QStringLiteral("it has a Type and the Name %1").arg(question.entry.name())};
 }
 
 bool declares(const QString &file, const Question &question)
@@ -209,14 +209,15 @@ Gate shadowGate(const Question &question)
     for (const Shadowed &shadowed : question.catalogue.shadowed()) {
         if (shadowed.application != question.application)
             continue;
-        const QString said = QStringLiteral("%1 counts, not %2").arg(shadowed.by, shadowed.file);
+        const QString evidence =
+            QStringLiteral("%1 is used instead of %2").arg(shadowed.by, shadowed.file);
         const bool isSame = shadowed.reason != Shadowed::SameFileName;
         if (isSame && question.isTask() && !question.isDeclared()
             && declares(shadowed.file, question))
-            return {name, Gate::No, said,
-                    QStringLiteral("Only the entry that does not count declares the task."),
+            return {name, Gate::No, evidence,
+                    QStringLiteral("Only the entry that is not used declares the task."),
                     moving(shadowed.by, shadowed.by + QStringLiteral(".disabled"))};
-        others.append(said);
+        others.append(evidence);
     }
     return {name, Gate::Yes,
             others.isEmpty() ? QStringLiteral("no other entry has its id or file name")

@@ -7,8 +7,8 @@
 
 namespace Cli {
 
-/// What has to be right before an application is known at all: its entry is found, is valid and
-/// counts, and its id is one.
+/// What an application needs in order to be known: its entry is found, valid and used, and its id
+/// is valid.
 [[nodiscard]] QVector<Gate> entryGates(const Question &question);
 
 } // namespace Cli

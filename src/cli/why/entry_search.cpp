@@ -12,7 +12,7 @@ namespace {
 
 QString fileNameOf(const QString &application) { return application + QStringLiteral(".desktop"); }
 
-bool isMeant(const QString &file, const QString &application, const Places &places)
+bool mayBeEntryOf(const QString &file, const QString &application, const Places &places)
 {
     const MDesktopEntry entry(places.real(file));
     return QFileInfo(file).fileName() == fileNameOf(application)
@@ -23,7 +23,7 @@ EntryCandidate amongInvalid(const QString &application, const Core::ApplicationC
                             const Places &places)
 {
     for (const QString &file : catalogue.invalidFiles()) {
-        if (isMeant(file, application, places))
+        if (mayBeEntryOf(file, application, places))
             return {EntryCandidate::NotValid, file};
     }
     return {};
@@ -46,7 +46,7 @@ EntryCandidate elsewhere(const QString &application, const Places &places)
     for (const QString &folder : places.applicationFolders) {
         const QString target = folder + QLatin1Char('/') + name;
         for (const QString &file : places.filesBelow(folder, {QStringLiteral("*")})) {
-            // Also in another letter case, which the readers of entries tell apart.
+            // Also finds names in other letter case, which the readers do not accept.
             if (file != target && QFileInfo(file).fileName().startsWith(name, Qt::CaseInsensitive))
                 return {EntryCandidate::Elsewhere, file, target};
         }

@@ -8,22 +8,22 @@ struct Places;
 
 namespace Cli {
 
-/// The desktop entry that somebody may take for an application's though it is none.
+/// A file that was probably meant to be an application's desktop entry but is not used as one.
 struct EntryCandidate
 {
     enum Kind {
         None,
-        /// It would be, if it were valid.
+        /// It is not valid.
         NotValid,
-        /// It has the application's file name and declares another id.
+        /// It has the application's file name but declares another id.
         OtherId,
-        /// It is not where entries are read, or its name has another ending.
+        /// It is not in a folder that is read, or its name has another extension.
         Elsewhere
     };
 
     Kind kind = None;
     QString file{};
-    /// Where the file would be read.
+    /// The path where the file would be read.
     QString target{};
     /// The id that it declares.
     QString id{};

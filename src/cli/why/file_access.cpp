@@ -12,8 +12,8 @@ namespace Cli {
 
 namespace {
 
-// Whether somebody has a permission: read and execute are the same bits for owner, group and
-// others. root may read everything, and execute what anybody may.
+// Whether a user has a permission on a file, given as the bit for others. Root may read everything,
+// and execute what anyone may.
 bool may(const struct stat &file, mode_t ofOthers, const Identity &who)
 {
     const mode_t ofGroup = ofOthers << 3U;
@@ -33,7 +33,7 @@ bool mayPass(const QString &path, mode_t ofOthers, const Identity &who)
     return stat(QFile::encodeName(path).constData(), &file) == 0 && may(file, ofOthers, who);
 }
 
-// With the groups that the database of this system has.
+// The groups are those in this system's user database.
 Identity identityOf(const Account &account)
 {
     Identity identity{account.uid, {}};
@@ -77,9 +77,10 @@ QString refusalOf(const QString &path, Access access, const QString &obstacle, c
 {
     const QString verb =
         access == Access::Read ? QStringLiteral("read") : QStringLiteral("execute");
-    const QString said = user.isEmpty() ? QStringLiteral("not everybody may %1 %2").arg(verb, path)
-                                        : QStringLiteral("%1 may not %2 %3").arg(user, verb, path);
-    return obstacle == path ? said : said + QStringLiteral(", because of ") + obstacle;
+    const QString message = user.isEmpty()
+        ? QStringLiteral("not every user may %1 %2").arg(verb, path)
+        : QStringLiteral("%1 may not %2 %3").arg(user, verb, path);
+    return obstacle == path ? message : message + QStringLiteral(", because of ") + obstacle;
 }
 
 QString opening(const QString &obstacle, Access access)

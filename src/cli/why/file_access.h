@@ -12,31 +12,30 @@ namespace Cli {
 
 enum class Access { Read, Execute };
 
-/// Whose permissions count: a user with every group that the user is in. Without either, somebody
-/// who has only what everybody has.
+/// A user with all of their groups. Without either, a user who has only the permissions of others.
 struct Identity
 {
     int uid = -1;
     QVector<int> groups;
 };
 
-/// The user that is asked about; nothing when nobody is named or there is no such user.
+/// The account of the question's user; no value when none is given or it does not exist.
 [[nodiscard]] std::optional<Account> accountOf(const Question &question);
-/// Who runs the task: that user, if the system that is asked about knows the user's groups.
+/// The identity that the task runs with: the question's user, if the user's groups are known.
 [[nodiscard]] Identity runnerOf(const Question &question);
 
-/// The first file or folder on the way to a file, itself included, that keeps somebody from it;
-/// empty when none does.
-/// @param path an absolute path of a file that is there.
-/// @param root the image that it is in, whose own folder counts for nothing; empty for this system.
+/// The first folder on the path of a file, or the file itself, that denies access; empty when none
+/// does.
+/// @param path the absolute path of an existing file.
+/// @param root the image that it is in, whose own folder is not checked; empty for this system.
 [[nodiscard]] QString obstacleTo(const QString &path, Access access, const Identity &who,
                                  const QString &root = {});
 
-/// "app may not read /a/b, because of /a", for evidence.
+/// Evidence such as "app may not read /a/b, because of /a".
 [[nodiscard]] QString refusalOf(const QString &path, Access access, const QString &obstacle,
                                 const QString &user);
 
-/// The command that lets everybody pass an obstacle.
+/// The command that gives every user access to the obstacle.
 [[nodiscard]] QString opening(const QString &obstacle, Access access);
 
 } // namespace Cli

@@ -6,7 +6,7 @@
 #include <QString>
 #include <QVector>
 
-// What the linter finds, as gates: what it calls an error shuts one.
+// Turns the linter's findings into gates.
 
 namespace Cli {
 
@@ -15,7 +15,7 @@ namespace Cli {
                                            const QVector<const Core::Rule *> &rules);
 /// "notes.desktop:9: There is no Exec".
 [[nodiscard]] QString evidenceOf(const Core::Finding &finding);
-/// A gate that a finding shuts, with what follows from it and what to write instead.
+/// A gate that is shut because of a finding, with its consequence and what to write instead.
 [[nodiscard]] Gate shutBy(const QString &gate, const Core::Finding &finding,
                           const QString &cure = {});
 

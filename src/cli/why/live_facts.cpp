@@ -27,13 +27,13 @@ namespace {
 
 constexpr int logLineCount = 5;
 
-bool isThere(const QDBusConnection &bus, const QString &name)
+bool isAvailable(const QDBusConnection &bus, const QString &name)
 {
     return bus.interface()->isServiceRegistered(name)
         || bus.interface()->activatableServiceNames().value().contains(name);
 }
 
-// Registers for the task's type, as whoever starts it has to.
+// Registers for the task's type, as every client has to before a start.
 void askDaemon(const QDBusConnection &bus, const Question &question, LiveFacts &facts)
 {
     if (!question.isDeclared())
@@ -57,7 +57,7 @@ void askSystemd(const QDBusConnection &bus, const Question &question, LiveFacts 
         [&](const auto &done) { systemd.properties(paths, done); });
     facts.daemonUnit = properties.value(0);
     facts.unit = properties.value(1);
-    facts.unitFileIsThere = QFileInfo::exists(textIn(facts.unit, "FragmentPath"));
+    facts.hasUnitFile = QFileInfo::exists(textIn(facts.unit, "FragmentPath"));
     const auto [processes] = Client::waitFor<QVector<QVector<UnitProcess>>>(
         [&](const auto &done) { systemd.processes({unit}, done); });
     for (const UnitProcess &process : processes.value(0))
@@ -75,7 +75,8 @@ bool exists(const QString &name)
     return getgrnam(name.toUtf8().constData()) != nullptr; // NOLINT(concurrency-mt-unsafe)
 }
 
-// As the daemon looks at a caller: the user database counts, and the group of the process.
+// Checks the caller in the same way as the daemon: by the user database and the group of the
+// process.
 Caller callerAmong(const QStringList &groups)
 {
     Caller caller;
@@ -111,20 +112,20 @@ LiveFacts gatherFacts(const Question &question)
     LiveFacts facts;
     const QDBusConnection bus = QDBusConnection::systemBus();
     const QString unit = unitNameOf(question.id);
-    const QString noRoot;
-    facts.log = lastLogLines(unit, logLineCount, noRoot);
+    const QString thisSystem;
+    facts.log = lastLogLines(unit, logLineCount, thisSystem);
     facts.policy = readPolicyFile(Core::policyFilePath(question.places, question.id));
     if (!bus.isConnected()) {
         facts.busProblem = bus.lastError().message();
         facts.caller = callerAmong({});
         return facts;
     }
-    facts.userServiceIsThere = isThere(bus, Names::userService());
+    facts.hasUserService = isAvailable(bus, Names::userService());
     askDaemon(bus, question, facts);
     facts.daemonIsOwned = bus.interface()->isServiceRegistered(Names::service());
-    facts.daemonIsActivatable = isThere(bus, Names::service());
+    facts.daemonIsActivatable = isAvailable(bus, Names::service());
     askSystemd(bus, question, facts);
-    facts.daemonLog = lastLogLines(daemonUnit(), logLineCount, noRoot);
+    facts.daemonLog = lastLogLines(daemonUnit(), logLineCount, thisSystem);
     facts.caller = callerAmong(groupsThatMayStart(facts.daemonUnit).value_or(QStringList()));
     if (!facts.policy.busName.isEmpty())
         facts.ownerOfName = bus.interface()->servicePid(facts.policy.busName).value();

@@ -7,11 +7,12 @@
 
 namespace Cli {
 
-/// Who may start a task, and whether the daemon is there, answers and knows the task.
+/// Whether the caller may start the task, and whether the daemon is available, answers and knows
+/// the task.
 [[nodiscard]] QVector<Gate> daemonGates(const Question &question, const LiveFacts &facts);
 
-/// What became of a start: the unit and the bus policy are in force, the name is owned, and the
-/// task runs.
+/// The result of a start: whether systemd and the bus have loaded the unit and the policy, whether
+/// the name is owned, and whether the task runs.
 [[nodiscard]] QVector<Gate> unitGates(const Question &question, const LiveFacts &facts);
 
 } // namespace Cli

@@ -6,8 +6,8 @@
 
 namespace Cli {
 
-/// What a unit has written, for the end of a piece of evidence: "; its log: a | b", or why that is
-/// not known. What systemd says of the unit only where it has written nothing itself.
+/// The end of a unit's log, as the end of a piece of evidence: "; its log: a | b", or why it is
+/// unknown. systemd's lines are used only if the unit has written none.
 [[nodiscard]] QString wordsOf(const LogEnd &log);
 
 } // namespace Cli

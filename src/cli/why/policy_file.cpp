@@ -23,7 +23,7 @@ void read(QXmlStreamReader &xml, PolicyFile &policy)
     if (xml.hasError())
         policy.problem = QStringLiteral("line %1: %2").arg(xml.lineNumber()).arg(xml.errorString());
     else if (policy.busName.isEmpty() || policy.user.isEmpty())
-        policy.problem = QStringLiteral("it lets nobody own a name");
+        policy.problem = QStringLiteral("it lets no user own a name");
 }
 
 } // namespace
@@ -34,7 +34,7 @@ PolicyFile readPolicyFile(const QString &path)
     policy.path = path;
     const QFileInfo file(path);
     const ForeignFile content = readForeignFile(path);
-    policy.isThere = content.state != ForeignFile::Missing;
+    policy.exists = content.state != ForeignFile::Missing;
     policy.isReadable = file.permission(QFileDevice::ReadOther);
     if (content.state == ForeignFile::Read) {
         QXmlStreamReader xml(content.text);

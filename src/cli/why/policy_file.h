@@ -4,16 +4,16 @@
 
 namespace Cli {
 
-/// What is in the place of a task's bus policy.
+/// The content of a task's bus policy file.
 struct PolicyFile
 {
     QString path;
-    bool isThere = false;
-    /// Whether the bus may read it, which does not run as root.
+    bool exists = false;
+    /// Whether the bus, which does not run as root, may read it.
     bool isReadable = false;
-    /// Why it is no policy; empty when it is one.
+    /// Why it is not a valid policy; empty when it is.
     QString problem{};
-    /// Who may own which name.
+    /// The name and the user that may own it.
     QString busName{};
     QString user{};
 };

@@ -17,7 +17,8 @@ bool is(const QString &rule, const Core::Rule &one) { return rule == QLatin1Stri
 
 QString programOf(const QString &exec) { return exec.section(QLatin1Char(' '), 0, 0); }
 
-// A program of that file name where programs of a system are; as it is named below the root.
+// The path, without the root, of a program with this file name in the usual folders; empty when
+// there is none.
 QString found(const QString &fileName, const QString &root)
 {
     for (const char *folder : {"/usr/local/bin", "/usr/bin", "/usr/sbin", "/usr/local/libexec",
@@ -36,8 +37,7 @@ QString found(const QString &fileName, const QString &root)
     return {};
 }
 
-// The program that a script names in its first line, and what it is given; empty when none is
-// there.
+// The interpreter in a script's first line, with its arguments; empty when it does not exist.
 QString interpreterOf(const QString &script, const QString &root)
 {
     constexpr int longest = 255;

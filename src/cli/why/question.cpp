@@ -9,7 +9,7 @@ Question questionOf(const QString &id)
     Question question;
     question.places = Places::ofProcess();
     question.id = id;
-    // Not by parsing it: what is wrong with an id that is none is for the gates to say.
+    // Split by hand rather than parsed, because the gates have to explain an invalid id.
     const QString separator = QStringLiteral(".task_");
     const int at = id.lastIndexOf(separator);
     question.application = at < 0 ? id : id.left(at);

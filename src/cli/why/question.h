@@ -8,37 +8,36 @@
 
 namespace Cli {
 
-/// What the gates are asked about: an application, or one of its tasks, and what is installed.
+/// What to explain: an application, or one of its tasks, and what is installed.
 struct Question
 {
     Places places;
-    /// As it was asked.
+    /// The id as the user gave it.
     QString id;
     QString application;
-    /// Empty when the application is meant.
+    /// Empty when the question is about the application.
     QString taskName;
-    /// The user that the task is to run as or the application to start for; empty: not known.
+    /// The user that the task is to run as or the application to start for; empty when unknown.
     QString user;
-    /// Whether the system that is asked about runs: an image does not.
+    /// Whether the question is about the running system rather than an image.
     bool isLive = true;
 
     Core::ApplicationCatalogue catalogue;
-    /// Not valid when no application of that id is installed.
+    /// Invalid when no application with this id is installed.
     Core::ApplicationInfo entry;
-    /// Its task's id is not valid when the entry does not declare the task.
+    /// Its task's id is invalid when the entry does not declare the task.
     TaskDeclaration declaration;
 
     [[nodiscard]] bool isTask() const { return !taskName.isEmpty(); }
     [[nodiscard]] bool isDeclared() const { return declaration.task.taskId.isValid(); }
-    /// Whether the per-user service runs the task, and not the daemon.
+    /// Whether the per-user service, rather than the daemon, runs the task.
     [[nodiscard]] bool isOfSession() const
     {
         return isDeclared() && declaration.type.worksInSession;
     }
 };
 
-/// Takes an id apart and looks at what is installed. Everything is read once, in the places of this
-/// process.
+/// Splits an id and reads what is installed, once, in the places of this process.
 [[nodiscard]] Question questionOf(const QString &id);
 
 } // namespace Cli

@@ -14,7 +14,8 @@ namespace Cli {
 
 namespace {
 
-// Shut when the task's user cannot read a file of the sandbox, which reads it as that user.
+// A shut gate if the task's user cannot read a file, because the sandbox reads its files as that
+// user.
 std::optional<Gate> unreadable(const QString &gate, const QString &path, const Question &question)
 {
     const QString obstacle =
@@ -22,12 +23,12 @@ std::optional<Gate> unreadable(const QString &gate, const QString &path, const Q
     if (obstacle.isEmpty())
         return {};
     return Gate{gate, Gate::No, refusalOf(path, Access::Read, obstacle, question.user),
-                QStringLiteral("The sandbox reads it as the task's user, and ends at once."),
+                QStringLiteral("The sandbox reads it as the task's user, and fails at once."),
                 opening(obstacle, Access::Read)};
 }
 
-// The command that brings a permission's file. Another name in the entry goes before another name
-// of a file, because other applications may count on the file.
+// The command that fixes a missing permission. Correcting the name in the entry is preferred to
+// renaming a file, because other applications may use the file.
 QString permissionCure(const QString &name, const Core::Finding &finding, const Question &question)
 {
     const QString near = nearWord(name, permissionNames(question.places));
@@ -83,7 +84,7 @@ Gate basePermissionGate(const Question &question)
     if (file.path.isEmpty()) {
         const QString found = misnamed(file.expected);
         return {gate, Gate::No, QStringLiteral("there is no %1").arg(file.expected),
-                QStringLiteral("A task is started without what confines every task."),
+                QStringLiteral("Tasks run without the restrictions in this file."),
                 found.isEmpty() ? QString() : moving(found, file.expected)};
     }
     return unreadable(gate, file.path, question).value_or(Gate{gate, Gate::Yes, file.path});

@@ -7,11 +7,10 @@
 
 namespace Cli {
 
-/// The permissions that a task declares.
+/// Checks the permissions that a task declares.
 [[nodiscard]] QVector<Gate> permissionGates(const Question &question);
 
-/// What confines every task: the permission that each has, and the program that puts permissions
-/// into force.
+/// Checks what confines every task: its base permission, and the sandbox program.
 [[nodiscard]] QVector<Gate> sandboxGates(const Question &question);
 
 } // namespace Cli

@@ -18,7 +18,7 @@ namespace {
 
 using namespace LintRules;
 
-// Of a declaration that was refused, or of a group that was meant to be one.
+// The finding about a declaration that was refused, or about a group that was meant to be one.
 const Core::Finding *refusalOf(const QVector<Core::Finding> &findings, const QString &taskName)
 {
     for (const Core::Rule *rule :
@@ -39,7 +39,7 @@ Gate undeclaredTask(const QString &name, const Question &question)
     (void)lintPath(file, question.places, found);
     const QVector<Core::Finding> findings = found.sorted();
     if (const Core::Finding *refusal = refusalOf(findings, question.taskName)) {
-        // A task's name that is refused stays refused, whatever its group is called.
+        // A task name that is refused remains invalid under any group header.
         const bool isMisspelt = refusal->rule == QLatin1String(unknownGroup.id);
         return shutBy(name, *refusal,
                       isMisspelt ? replacingLine(
@@ -73,7 +73,7 @@ Gate taskGate(const Question &question, const QVector<Core::Finding> &findings)
                 .arg(placeOf(declaration.task.file, declaration.line), declaration.task.group)};
 }
 
-// A type that has a file and a name like one that has none.
+// A type that has a file and a similar name.
 QString nearType(const QString &type)
 {
     QStringList served;
@@ -102,10 +102,10 @@ Gate typeGate(const Question &question, const QVector<Core::Finding> &findings)
             QStringLiteral("%1: %2").arg(
                 type.name,
                 unserved == nullptr
-                    ? QStringLiteral("%1 says that the %2 serves it")
+                    ? QStringLiteral("served by the %2, as set in %1")
                           .arg(type.file, serverOf(type.worksInSession))
-                    : QStringLiteral("no file says who serves it, it is left to the user's "
-                                     "session"))};
+                    : QStringLiteral(
+                        "no file sets who serves it, so it is left to the per-user service"))};
 }
 
 Gate programGate(const Question &question, const QVector<Core::Finding> &findings)

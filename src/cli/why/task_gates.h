@@ -8,13 +8,13 @@
 
 namespace Cli {
 
-/// What has to be right in a task's declaration: its name, its type, its program.
+/// Checks a task's declaration: its name, its type, its program.
 [[nodiscard]] QVector<Gate> taskGates(const Question &question);
 
-/// What is wrong with a task's declaration, as the linter finds it; nothing when there is none.
+/// The linter's findings about a task's declaration; empty when there is none.
 [[nodiscard]] QVector<Core::Finding> findingsOf(const Question &question);
 
-/// A gate that asks for something in a declaration that is not there.
+/// The gate for a question about a declaration that does not exist.
 [[nodiscard]] Gate undeclared(const QString &gate);
 
 } // namespace Cli

@@ -11,7 +11,7 @@ namespace {
 
 bool isLoaded(const LiveFacts &facts)
 {
-    return textIn(facts.unit, "LoadState") == QLatin1String("loaded") && facts.unitFileIsThere;
+    return textIn(facts.unit, "LoadState") == QLatin1String("loaded") && facts.hasUnitFile;
 }
 
 QString starting(const Question &question)
@@ -31,13 +31,13 @@ Gate notKnown(const QString &gate, const LiveFacts &facts)
 
 Gate neverStarted(const QString &gate, const Question &question)
 {
-    const QString said = QStringLiteral("Nobody has started the task, or it was stopped.");
+    const QString consequence = QStringLiteral("The task was never started, or it was stopped.");
     return {
         gate, Gate::No,
         QStringLiteral("there is no %1").arg(Core::unitFilePath(question.places, question.id)),
-        question.user.isEmpty() ? said
+        question.user.isEmpty() ? consequence
                 + QStringLiteral(" Start it with: orvanectl start %1 --user USER").arg(question.id)
-                                : said,
+                                : consequence,
         starting(question)};
 }
 
@@ -46,20 +46,20 @@ Gate unitGate(const Question &question, const LiveFacts &facts)
     const QString gate = QStringLiteral("unit");
     const QString state = textIn(facts.unit, "LoadState");
     if (state.isEmpty())
-        return {gate, Gate::NotKnown, QStringLiteral("systemd does not tell")};
-    if (state == QLatin1String("not-found") || !facts.unitFileIsThere)
+        return {gate, Gate::NotKnown, QStringLiteral("systemd does not report it")};
+    if (state == QLatin1String("not-found") || !facts.hasUnitFile)
         return neverStarted(gate, question);
     const QString file = textIn(facts.unit, "FragmentPath");
     if (state == QLatin1String("masked")) {
         return {gate, Gate::No, QStringLiteral("%1 is masked").arg(unitNameOf(question.id)),
-                QStringLiteral("systemd starts it for nobody."),
+                QStringLiteral("systemd does not start it."),
                 inTurn(systemctl("unmask", unitNameOf(question.id)),
                        question.user.isEmpty() ? QStringLiteral("systemctl daemon-reload")
                                                : starting(question))};
     }
     if (state != QLatin1String("loaded"))
-        return {gate, Gate::No, QStringLiteral("%1: systemd says %2").arg(file, state),
-                QStringLiteral("systemd cannot read the unit; a start writes it anew."),
+        return {gate, Gate::No, QStringLiteral("%1: systemd reports %2").arg(file, state),
+                QStringLiteral("systemd cannot read the unit; a start writes it again."),
                 starting(question)};
     const bool isAtBoot = textIn(facts.unit, "UnitFileState") == QLatin1String("enabled");
     return {gate, Gate::Yes,
@@ -75,14 +75,14 @@ Gate freshGate(const LiveFacts &facts)
         return notKnown(gate, facts);
     if (facts.unit.value(QStringLiteral("NeedDaemonReload")).toBool()) {
         return {gate, Gate::No,
-                QStringLiteral("%1 has changed since systemd has read it")
+                QStringLiteral("%1 has changed since systemd read it")
                     .arg(textIn(facts.unit, "FragmentPath")),
-                QStringLiteral("What it says now is not in force."),
+                QStringLiteral("The changes are not in effect."),
                 QStringLiteral("systemctl daemon-reload")};
     }
     const QStringList more = facts.unit.value(QStringLiteral("DropInPaths")).toStringList();
     return {gate, Gate::Yes,
-            more.isEmpty() ? QStringLiteral("not changed since systemd has read it")
+            more.isEmpty() ? QStringLiteral("not changed since systemd read it")
                            : QStringLiteral("with ") + more.join(QStringLiteral(", "))};
 }
 
@@ -92,15 +92,16 @@ Gate policyGate(const Question &question, const LiveFacts &facts)
     const PolicyFile &policy = facts.policy;
     const QString reload = systemctl("reload", QStringLiteral("dbus.service"));
     if (!policy.problem.isEmpty()) {
-        return {gate,
-                Gate::No,
-                QStringLiteral("%1: %2").arg(policy.path, policy.problem),
-                QStringLiteral("The task may not own its bus name. A start with --own writes the "
-                               "policy anew."),
-                {}};
+        return {
+            gate,
+            Gate::No,
+            QStringLiteral("%1: %2").arg(policy.path, policy.problem),
+            QStringLiteral(
+                "The task may not own its bus name. A start with --own writes the policy again."),
+            {}};
     }
     if (!policy.isReadable) {
-        return {gate, Gate::No, QStringLiteral("%1 is not readable for everybody").arg(policy.path),
+        return {gate, Gate::No, QStringLiteral("%1 is not readable by all users").arg(policy.path),
                 QStringLiteral("The bus does not run as root and cannot read it."),
                 inTurn(commandOf({QStringLiteral("chmod"), QStringLiteral("a+r"), policy.path}),
                        reload)};
@@ -124,9 +125,9 @@ Gate nameGate(const Question &question, const LiveFacts &facts)
     const QString gate = QStringLiteral("bus name");
     const QString &name = facts.policy.busName;
     TaskStatus status;
-    status.take(facts.unit);
+    status.update(facts.unit);
     if (!facts.hasBus() || name.isEmpty())
-        return {gate, Gate::NotKnown, QStringLiteral("no policy in force names one")};
+        return {gate, Gate::NotKnown, QStringLiteral("no policy gives it one")};
     if (facts.ownerOfName != 0 && facts.processes.contains(static_cast<int>(facts.ownerOfName)))
         return {gate, Gate::Yes,
                 QStringLiteral("the task's process %1 owns %2").arg(facts.ownerOfName).arg(name)};
@@ -139,10 +140,10 @@ Gate nameGate(const Question &question, const LiveFacts &facts)
     }
     if (status.pid < 0)
         return {gate, Gate::NotKnown,
-                QStringLiteral("nobody owns %1; the task does not run").arg(name)};
-    return {gate, Gate::No, QStringLiteral("nobody owns %1").arg(name),
+                QStringLiteral("%1 has no owner; the task is not running").arg(name)};
+    return {gate, Gate::No, QStringLiteral("%1 has no owner").arg(name),
             QStringLiteral("The task runs without its bus name. The bus may not have read the "
-                           "policy; afterwards the task has to be started again."),
+                           "policy; once it has, the task has to be restarted."),
             inTurn(systemctl("reload", QStringLiteral("dbus.service")),
                    systemctl("restart", unitNameOf(question.id)))};
 }
@@ -154,8 +155,7 @@ QString runningText(const TaskStatus &status)
     return status.pid > 0 ? text + QStringLiteral(", process %1").arg(status.pid) : text;
 }
 
-// The command that starts a unit again as it was started before, with everything that was asked
-// for then.
+// The command that starts a unit again with everything that was requested at its first start.
 QString restarting(const QString &unit, const RunResult &result)
 {
     const QString start = systemctl("start", unit);
@@ -164,13 +164,13 @@ QString restarting(const QString &unit, const RunResult &result)
         : start;
 }
 
-// Whether somebody stopped the task: then the unit was no longer active when its process ended.
+// Whether the task was stopped: then the unit had stopped being active before its process ended.
 bool wasStopped(const LiveFacts &facts, const RunResult &result)
 {
     const auto moment = [&facts](const char *name) {
         return facts.unit.value(QString::fromLatin1(name)).toULongLong();
     };
-    // An earlier time is of another run: one that counts as active only at its end, or not at all.
+    // An earlier time belongs to another run: one that becomes active only at its end, or never.
     const quint64 left = moment("ActiveExitTimestampMonotonic");
     return result.wasKilled()
         || (left > moment("ExecMainStartTimestampMonotonic")
@@ -188,9 +188,9 @@ Gate gateOfEnd(const QString &gate, const TaskStatus &status, const LiveFacts &f
     }
     if (wasStopped(facts, status.result))
         return {gate, Gate::No, QStringLiteral("stopped at ") + moment,
-                QStringLiteral("Somebody has stopped it."), cure};
+                QStringLiteral("It was stopped on request."), cure};
     return {gate, Gate::Yes,
-            QStringLiteral("ended with %1 at %2; it does not run now")
+            QStringLiteral("ended with %1 at %2; it is not running now")
                 .arg(status.result.toString(), moment)};
 }
 
@@ -200,7 +200,7 @@ Gate resultGate(const Question &question, const LiveFacts &facts)
     if (!isLoaded(facts))
         return notKnown(gate, facts);
     TaskStatus status;
-    status.take(facts.unit);
+    status.update(facts.unit);
     const bool isOver = status.activeState == QLatin1String("inactive")
         || status.activeState == QLatin1String("failed");
     if (!isOver)
@@ -208,7 +208,7 @@ Gate resultGate(const Question &question, const LiveFacts &facts)
     const QString cure = restarting(unitNameOf(question.id), status.result);
     if (!status.hasResult())
         return {gate, Gate::No, QStringLiteral("it has not run since the system was started"),
-                QStringLiteral("Nobody has started it."), cure};
+                QStringLiteral("It was not started."), cure};
     return gateOfEnd(gate, status, facts, cure);
 }
 
@@ -217,8 +217,8 @@ Gate resultGate(const Question &question, const LiveFacts &facts)
 QVector<Gate> unitGates(const Question &question, const LiveFacts &facts)
 {
     QVector<Gate> gates{unitGate(question, facts), freshGate(facts)};
-    // A task has one only when whoever started it asked for a bus name.
-    if (facts.policy.isThere)
+    // A task has a policy only if a bus name was requested at its start.
+    if (facts.policy.exists)
         gates << policyGate(question, facts) << nameGate(question, facts);
     return gates << resultGate(question, facts);
 }

@@ -15,9 +15,9 @@ namespace Cli {
 
 namespace {
 
-QString noUser() { return QStringLiteral("no user is named; try it with --user USER"); }
+QString noUser() { return QStringLiteral("no user is given; try --user USER"); }
 
-// The command that makes a user; there is none for a number.
+// The command that creates a user; empty for a number.
 QString userCure(const Question &question)
 {
     const bool isNumber = question.user.at(0).isDigit();
@@ -40,7 +40,7 @@ Gate userGate(const Question &question)
     const std::optional<Account> account = accountOf(question);
     if (!account)
         return {gate, Gate::No, QStringLiteral("there is no user %1").arg(question.user),
-                QStringLiteral("systemd cannot run a task as somebody who is not there."),
+                QStringLiteral("systemd cannot run a task as a user who does not exist."),
                 userCure(question)};
     return {gate, Gate::Yes, QStringLiteral("%1 is user %2").arg(account->name).arg(account->uid)};
 }
@@ -52,17 +52,17 @@ Gate programGate(const Question &question)
         return undeclared(gate);
     const std::optional<Account> account = accountOf(question);
     if (!account)
-        return {gate, Gate::NotKnown, QStringLiteral("the user is not known")};
+        return {gate, Gate::NotKnown, QStringLiteral("the user is unknown")};
     const QString program = question.declaration.task.exec.section(QLatin1Char(' '), 0, 0);
     const QString path = pathBelow(question.places.programRoot, program);
     if (!QFileInfo(path).isFile())
         return {gate, Gate::NotKnown, QStringLiteral("there is no program")};
     if (!question.isLive)
-        return {gate, Gate::NotKnown, QStringLiteral("an image's users have no groups here")};
+        return {gate, Gate::NotKnown, QStringLiteral("the groups of an image's users are unknown")};
     const QString obstacle = obstacleTo(path, Access::Execute, runnerOf(question));
     if (!obstacle.isEmpty())
         return {gate, Gate::No, refusalOf(path, Access::Execute, obstacle, account->name),
-                QStringLiteral("The daemon takes the start, and the program does not run."),
+                QStringLiteral("The daemon accepts the start, but the program does not run."),
                 opening(obstacle, Access::Execute)};
     return {gate, Gate::Yes, QStringLiteral("%1 may execute %2").arg(account->name, path)};
 }
@@ -79,9 +79,9 @@ Gate requestGate(const Question &question)
     const Rendering rendering = render(question.declaration.task, request, question.places);
     if (rendering.error)
         return {gate, Gate::No, rendering.error.message(),
-                QStringLiteral("The daemon refuses a start with these words.")};
+                QStringLiteral("The daemon refuses a start with this message.")};
     return {gate, Gate::Yes,
-            QStringLiteral("the daemon would take it; see: ")
+            QStringLiteral("the daemon would accept it; see: ")
                 + commandOf({QStringLiteral("orvanectl"), QStringLiteral("render"), question.id,
                              QStringLiteral("--user"), question.user})};
 }

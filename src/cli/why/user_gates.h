@@ -7,8 +7,8 @@
 
 namespace Cli {
 
-/// What the user of a task has to be and may have to be able to do, and whether the daemon would
-/// take the start for that user at all.
+/// Checks the user of a task and the user's access to the program, and whether the daemon would
+/// accept a start for this user.
 [[nodiscard]] QVector<Gate> userGates(const Question &question);
 
 } // namespace Cli

@@ -15,11 +15,11 @@ namespace Cli {
 
 namespace {
 
-// How and as whom the per-user service runs a task is its own affair.
+// The per-user service decides how and as which user it runs a task.
 Gate sessionGate()
 {
     return {QStringLiteral("session"), Gate::NotKnown,
-            QStringLiteral("the per-user service runs it and does not tell how it fares")};
+            QStringLiteral("the per-user service runs it and does not report its state")};
 }
 
 QVector<Gate> gatesOfTask(const Question &question, const LiveFacts &facts)
@@ -64,15 +64,16 @@ Explanation explain(const QString &id, const QString &user, bool isLive)
 QString verdictOn(const QVector<Gate> &gates)
 {
     if (const Gate *shut = firstShut(gates)) {
-        const QString said = QStringLiteral("It fails at \"%1\". ").arg(shut->name);
-        return shut->cure.isEmpty() ? said + shut->consequence
-                                    : said + QStringLiteral("Try: ") + shut->cure;
+        const QString verdict = QStringLiteral("It fails at \"%1\". ").arg(shut->name);
+        return shut->cure.isEmpty() ? verdict + shut->consequence
+                                    : verdict + QStringLiteral("Try: ") + shut->cure;
     }
     const auto unknown = std::count_if(
         gates.begin(), gates.end(), [](const Gate &gate) { return gate.answer == Gate::NotKnown; });
     return unknown == 0
-        ? QStringLiteral("Nothing stands in its way.")
-        : QStringLiteral("Nothing that is known stands in its way; not known: %1.").arg(unknown);
+        ? QStringLiteral("Nothing prevents it from starting.")
+        : QStringLiteral("Nothing that is known prevents it from starting; unknown: %1.")
+              .arg(unknown);
 }
 
 } // namespace Cli

@@ -7,27 +7,27 @@
 
 namespace Cli {
 
-/// The answer to why something does not start.
+/// The explanation why something does not start.
 struct Explanation
 {
     /// Whether the id is a task's.
     bool isTask = false;
-    /// The user that the gates are about; empty when nobody is known.
+    /// The user that the gates are about; empty when unknown.
     QString user;
-    /// In the order in which a start meets them.
+    /// In the order in which a start passes them.
     QVector<Gate> gates;
 };
 
-/// Looks at every gate of a task or an application. Of a running system, asks the bus, systemd and
-/// the daemon, which the bus starts for it.
-/// @param id of a task or an application.
-/// @param user that the task is to run as; empty: the one that it was started as before, and for
-/// an application whoever asks.
-/// @param isLive whether the places of this process are the running system's.
+/// Checks every gate of a task or an application. On the running system this calls the bus, systemd
+/// and the daemon, which the bus starts for it.
+/// @param id the id of a task or an application.
+/// @param user the user that the task is to run as; when empty, the user of its last start, and for
+/// an application the caller.
+/// @param isLive whether the places of this process are those of the running system.
 [[nodiscard]] Explanation explain(const QString &id, const QString &user, bool isLive);
 
-/// The last word on the gates, for a person: the first that is shut and what to do about it, or
-/// that nothing stands in the way.
+/// The conclusion from the gates as text for people: the first that is shut and what to do about
+/// it, or that nothing prevents the start.
 [[nodiscard]] QString verdictOn(const QVector<Gate> &gates);
 
 } // namespace Cli

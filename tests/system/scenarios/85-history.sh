@@ -99,7 +99,7 @@ list_boots() {
     container_cut_power
     container_boot
     start_daemon
-    expect_equal "a run that a power cut ended" "$(told long | tail -n 1)" "lost: ended with the boot, not known how"
+    expect_equal "a run that a power cut ended" "$(told long | tail -n 1)" "lost: ended with the boot, unknown how"
     expect_duration long 1
     start long --wait >/dev/null
     wait_for 20 "a run after it" last_is long running
@@ -107,14 +107,14 @@ list_boots() {
     expect_equal "the number of runs" "$(history_of long | jq '[.runs[].invocation] | unique | length')" 5
     expect_equal "the last two" "$(history_of long --last 2 | jq -r '.runs[].state' | tr '\n' ' ')" "lost running "
     expect_match "the table" "$(in_container orvanectl history $app.task_long)" \
-        "STARTED * LASTED  CPU TIME * PEAK  RESULT*killed by signal 9 (Killed)*stopped*stopped*ended with the boot, not known how*running"
+        "STARTED * LASTED  CPU TIME * PEAK  RESULT*killed by signal 9 (Killed)*stopped*stopped*ended with the boot, unknown how*running"
 }
 
 # No line wraps on a terminal of eighty columns.
 list_on_a_terminal() {
     local shown
     shown=$(in_container script -qec "stty cols 80 rows 50; orvanectl history $app.task_long" /dev/null | tr -d '\r')
-    expect_match "the table on a terminal" "$shown" "STARTED*ended with the boot, not known how*running"
+    expect_match "the table on a terminal" "$shown" "STARTED*ended with the boot, unknown how*running"
     expect_equal "lines that are too wide" "$(awk 'length > 80' <<<"$shown")" ""
 }
 

@@ -10,7 +10,7 @@ class TestAccounts : public QObject
 private Q_SLOTS:
     void findsTheNumberOfAName_data();
     void findsTheNumberOfAName();
-    void takesNumbersAsTheyAre();
+    void acceptsNumbersUnchecked();
     void knowsTheUsersOfThisSystemAndOfAnImage();
     void findsAnAccountByNameAndByNumber();
 };
@@ -37,7 +37,7 @@ void TestAccounts::findsTheNumberOfAName()
     QCOMPARE(Cli::userNumberIn(passwd, name).value_or(-1), number);
 }
 
-void TestAccounts::takesNumbersAsTheyAre()
+void TestAccounts::acceptsNumbersUnchecked()
 {
     QCOMPARE(Cli::userNumber(QStringLiteral("4242"), {}).value_or(-1), 4242);
     QCOMPARE(Cli::userNumber(QStringLiteral("-1"), {}).value_or(-2), -2);

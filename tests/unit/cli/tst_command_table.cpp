@@ -6,13 +6,13 @@
 #include <QSet>
 #include <QTest>
 
-// What every command of the table has to have.
+// Checks what every command of the table must have.
 class TestCommandTable : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void hasNoNameTwice();
+    void hasUniqueNames();
     void describesEveryCommand_data();
     void describesEveryCommand();
     void describesEveryOption();
@@ -20,7 +20,7 @@ private Q_SLOTS:
     void isInHelpManPageAndCompletion();
 };
 
-void TestCommandTable::hasNoNameTwice()
+void TestCommandTable::hasUniqueNames()
 {
     QSet<QString> names;
     for (const Cli::Command &command : Cli::commands()) {
@@ -48,7 +48,7 @@ void TestCommandTable::describesEveryCommand()
     QVERIFY(!command.summary.isEmpty());
     QVERIFY(!command.description.isEmpty());
     QVERIFY(command.run != nullptr);
-    // Every command prints, so every command says what its JSON holds.
+    // Every command can print JSON, so every command documents its fields.
     QVERIFY(!command.fields.isEmpty());
     for (const Cli::Argument &argument : command.arguments)
         QVERIFY(!argument.help.isEmpty());
@@ -59,7 +59,7 @@ void TestCommandTable::describesEveryOption()
     for (const Cli::Command &command : Cli::commands()) {
         for (const Cli::Option &option : Cli::allOptionsOf(command)) {
             QVERIFY2(!option.help.isEmpty(), qPrintable(option.name));
-            // They become parts of sentences.
+            // The texts are used inside sentences.
             QVERIFY2(!option.help.endsWith(QLatin1Char('.')), qPrintable(option.name));
         }
     }

@@ -11,9 +11,9 @@ class TestCures : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void keepsEveryWordOne_data();
-    void keepsEveryWordOne();
-    void leavesPlainWordsAlone();
+    void quotesEveryWord_data();
+    void quotesEveryWord();
+    void doesNotQuotePlainWords();
     void replacesALineByAnyText_data();
     void replacesALineByAnyText();
     void addsAndDeletesLines();
@@ -22,7 +22,7 @@ private Q_SLOTS:
     void movesWithinAnImage();
 
 private:
-    // What a shell makes of a command.
+    // Runs a command in a shell and returns its output.
     static QByteArray run(const QString &command)
     {
         QProcess shell;
@@ -32,7 +32,7 @@ private:
     }
 };
 
-void TestCures::keepsEveryWordOne_data()
+void TestCures::quotesEveryWord_data()
 {
     QTest::addColumn<QString>("word");
     for (const char *word : {"plain", "", "two words", "it's", "$(reboot)", "`reboot`", "a;b", "*",
@@ -40,14 +40,14 @@ void TestCures::keepsEveryWordOne_data()
         QTest::newRow(word) << QString::fromLatin1(word);
 }
 
-void TestCures::keepsEveryWordOne()
+void TestCures::quotesEveryWord()
 {
     QFETCH(QString, word);
     QCOMPARE(run(Cli::commandOf({QStringLiteral("printf"), QStringLiteral("%s|"), word})),
              word.toUtf8() + '|');
 }
 
-void TestCures::leavesPlainWordsAlone()
+void TestCures::doesNotQuotePlainWords()
 {
     QCOMPARE(Cli::commandOf({QStringLiteral("chmod"), QStringLiteral("a+x"),
                              QStringLiteral("/usr/libexec/notes-1.0/worker_a")}),
@@ -98,7 +98,7 @@ void TestCures::movesAndAppends()
     QCOMPARE(root.read(fresh), QByteArray("x\n"));
 }
 
-// A link of an image leads to another file for the shell than in the image.
+// For the shell, a link in an image points to a file outside the image.
 void TestCures::changesTheFileOfAnImage()
 {
     const TempRoot root;
@@ -114,7 +114,7 @@ void TestCures::changesTheFileOfAnImage()
     QCOMPARE(root.read(target), QByteArray("new\nmore\n"));
 }
 
-// Of a folder that is a link, too; a link that is itself to be moved is not followed.
+// Also in a folder that is a link. A link that is to be moved is not followed.
 void TestCures::movesWithinAnImage()
 {
     const TempRoot host;

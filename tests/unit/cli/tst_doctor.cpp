@@ -18,7 +18,7 @@ using Cli::Gate;
 
 namespace {
 
-using Breaking = std::function<void(TempRoot &)>;
+using Damage = std::function<void(TempRoot &)>;
 using Facts = std::function<void(Cli::SystemFacts &)>;
 using Question = std::function<Gate(const Cli::Examined &)>;
 
@@ -47,7 +47,7 @@ QByteArray policyText(const char *rule)
     return QByteArray("<busconfig>\n<policy user=\"root\">\n") + rule + "\n</policy></busconfig>";
 }
 
-// An image that lacks nothing.
+// Fills an image with everything that is needed.
 void fill(const TempRoot &root)
 {
     root.write(text(policy), policyText("<allow own=\"org.zarn.Orvane\"/>"));
@@ -101,7 +101,7 @@ QStringList namesWith(Gate::Answer answer, const QVector<Gate> &gates)
 
 } // namespace
 
-Q_DECLARE_METATYPE(Breaking)
+Q_DECLARE_METATYPE(Damage)
 Q_DECLARE_METATYPE(Facts)
 Q_DECLARE_METATYPE(Question)
 Q_DECLARE_METATYPE(Cli::Gate::Answer)
@@ -114,17 +114,17 @@ private Q_SLOTS:
     void findsNothingMissingInACompleteImage();
     void findsWhatAnImageLacks_data();
     void findsWhatAnImageLacks();
-    void looksAtNothingOutsideAnImage();
-    void printsCommandsThatKeepEachWordOne();
-    void judgesWhatTheSystemAnswers_data();
-    void judgesWhatTheSystemAnswers();
+    void readsNothingOutsideAnImage();
+    void quotesTheWordsOfItsCommands();
+    void checksTheAnswersOfTheSystem_data();
+    void checksTheAnswersOfTheSystem();
     void knowsLittleWithoutTheBus();
-    void takesTheLastRuleOnOwning_data();
-    void takesTheLastRuleOnOwning();
+    void usesTheLastRuleAboutOwning_data();
+    void usesTheLastRuleAboutOwning();
     void readsUnitsWithTheirDropIns();
     void comparesVersions_data();
     void comparesVersions();
-    void asksForWhatThePlannerNeeds();
+    void findsWhatThePlannerNeeds();
     void runsTheSandbox_data();
     void runsTheSandbox();
     void listsWhatRunsOnTheFirstBoot();
@@ -146,19 +146,19 @@ void TestDoctor::findsNothingMissingInACompleteImage()
 
 void TestDoctor::findsWhatAnImageLacks_data()
 {
-    QTest::addColumn<Breaking>("breakIt");
+    QTest::addColumn<Damage>("damage");
     QTest::addColumn<QString>("gate");
     QTest::addColumn<QString>("evidence");
     QTest::addColumn<QString>("cure");
     const auto removing = [](const char *path) {
-        return Breaking([path](TempRoot &root) { root.remove(text(path)); });
+        return Damage([path](TempRoot &root) { root.remove(text(path)); });
     };
     const auto masking = [](const char *path) {
-        return Breaking([path](TempRoot &root) { link(root, path, "/dev/null"); });
+        return Damage([path](TempRoot &root) { link(root, path, "/dev/null"); });
     };
-    const auto row = [](const char *name, const Breaking &breakIt, const char *gate,
+    const auto row = [](const char *name, const Damage &damage, const char *gate,
                         const char *evidence, const char *cure = "") {
-        QTest::newRow(name) << breakIt << text(gate) << text(evidence) << text(cure);
+        QTest::newRow(name) << damage << text(gate) << text(evidence) << text(cure);
     };
     row("no policy", removing(policy), "bus policy",
         "no file in ROOT/usr/share/dbus-1/system.d or");
@@ -190,18 +190,18 @@ void TestDoctor::findsWhatAnImageLacks_data()
         "groupadd --prefix ROOT --system some && groupadd --prefix ROOT --system more");
     row(
         "no unit folder", [](TempRoot &root) { removeFolder(root, "/etc/systemd/system"); },
-        "unit folder", "ROOT/etc/systemd/system is no directory",
+        "unit folder", "ROOT/etc/systemd/system is not a directory",
         "install -d -m 755 ROOT/etc/systemd/system");
     row(
         "no policy folder", [](TempRoot &root) { removeFolder(root, "/etc/dbus-1/system.d"); },
-        "policy folder", "ROOT/etc/dbus-1/system.d is no directory",
+        "policy folder", "ROOT/etc/dbus-1/system.d is not a directory",
         "install -d -m 755 ROOT/etc/dbus-1/system.d");
     row(
         "types of the session only",
         [](TempRoot &root) {
             root.write(text("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
         },
-        "task types", "says WorksInSession=false");
+        "task types", "has WorksInSession=false");
     row("no sandbox", removing("/usr/bin/firejail"), "sandbox", "ROOT/usr/bin/firejail is missing");
     row("no base permission", removing("/etc/sailjail/permissions/BaseTask.permission"),
         "permissions", "no BaseTask.permission in /etc/sailjail/permissions/ or");
@@ -210,7 +210,7 @@ void TestDoctor::findsWhatAnImageLacks_data()
         "no HomelessTask.permission in");
     row(
         "no empty folder", [](TempRoot &root) { removeFolder(root, "/srv/shared/empty"); },
-        "empty folders", "ROOT/srv/shared/empty: no directory",
+        "empty folders", "ROOT/srv/shared/empty: not a directory",
         "install -d -m 755 ROOT/srv/shared/empty");
     row(
         "a file in place of one",
@@ -218,7 +218,7 @@ void TestDoctor::findsWhatAnImageLacks_data()
             removeFolder(root, "/usr/share/common/empty");
             root.write(text("/usr/share/common/empty"), "");
         },
-        "empty folders", "ROOT/usr/share/common/empty: no directory",
+        "empty folders", "ROOT/usr/share/common/empty: not a directory",
         "install -d -m 755 ROOT/usr/share/common/empty");
     row("nothing that prepares binds",
         removing("/usr/lib/systemd/system/sailjail-prepare-binds.service"), "binds",
@@ -239,13 +239,13 @@ void TestDoctor::findsWhatAnImageLacks_data()
 
 void TestDoctor::findsWhatAnImageLacks()
 {
-    QFETCH(Breaking, breakIt);
+    QFETCH(Damage, damage);
     QFETCH(QString, gate);
     QFETCH(QString, evidence);
     QFETCH(QString, cure);
     TempRoot root;
     fill(root);
-    breakIt(root);
+    damage(root);
     const QVector<Gate> gates = Cli::checkImage(placesOfImage(root));
     QCOMPARE(namesWith(Gate::No, gates), QStringList{gate});
     const Gate &shut = *Cli::firstShut(gates);
@@ -255,7 +255,7 @@ void TestDoctor::findsWhatAnImageLacks()
     QCOMPARE(shut.cure, cure.replace(text("ROOT"), root.path()));
 }
 
-void TestDoctor::looksAtNothingOutsideAnImage()
+void TestDoctor::readsNothingOutsideAnImage()
 {
     TempRoot system;
     fill(system);
@@ -272,7 +272,7 @@ void TestDoctor::looksAtNothingOutsideAnImage()
                           text("policy folder"), text("MIME database")}));
 }
 
-void TestDoctor::printsCommandsThatKeepEachWordOne()
+void TestDoctor::quotesTheWordsOfItsCommands()
 {
     const TempRoot folder;
     const QString image = folder.path(text("/an image; reboot"));
@@ -295,7 +295,7 @@ void TestDoctor::printsCommandsThatKeepEachWordOne()
                   "systemctl '--root=IMAGE' unmask user@.service"));
 }
 
-void TestDoctor::judgesWhatTheSystemAnswers_data()
+void TestDoctor::checksTheAnswersOfTheSystem_data()
 {
     QTest::addColumn<Question>("ask");
     QTest::addColumn<Facts>("change");
@@ -351,7 +351,7 @@ void TestDoctor::judgesWhatTheSystemAnswers_data()
     row("unit that is wrong", Cli::daemonUnitGate, daemonUnitIs("bad-setting"), Gate::No,
         "not loaded: bad-setting");
     row("systemd that does not answer", Cli::daemonUnitGate, daemonUnitIs(""), Gate::NotKnown,
-        "systemd cannot be asked");
+        "systemd cannot be reached");
     row("binds that are prepared", binds, nothing, Gate::Yes, "loaded, active");
     row("binds that are not", binds, bindsAre("inactive"), Gate::No,
         "sailjail-prepare-binds.service is inactive",
@@ -367,44 +367,44 @@ void TestDoctor::judgesWhatTheSystemAnswers_data()
     row("binds that were prepared by a program that has ended", binds,
         ranOnce("success", CLD_EXITED, 0), Gate::Yes,
         "sailjail-prepare-binds.service has run and ended with exit status 0");
-    row("binds that somebody has taken away again", binds, Facts([](Cli::SystemFacts &facts) {
+    row("binds that were removed again", binds, Facts([](Cli::SystemFacts &facts) {
             facts.bindsUnit.activeState = text("inactive");
             facts.bindsUnit.lastRun = {text("success"), CLD_EXITED, 0};
-            facts.bindsUnit.remains = true;
+            facts.bindsUnit.remainsAfterExit = true;
         }),
         Gate::No, "sailjail-prepare-binds.service is inactive",
         "systemctl restart sailjail-prepare-binds.service");
-    row("binds whose program ended badly", binds, ranOnce("exit-code", CLD_EXITED, 3), Gate::No,
+    row("binds whose program failed", binds, ranOnce("exit-code", CLD_EXITED, 3), Gate::No,
         "sailjail-prepare-binds.service is inactive: exit status 3",
         "systemctl restart sailjail-prepare-binds.service");
-    row("binds whose program was ended", binds, ranOnce("success", CLD_KILLED, SIGTERM), Gate::No,
+    row("binds whose program was killed", binds, ranOnce("success", CLD_KILLED, SIGTERM), Gate::No,
         "sailjail-prepare-binds.service is inactive",
         "systemctl restart sailjail-prepare-binds.service");
     row(
-        "binds whose conditions do not hold", binds,
+        "binds whose conditions are not met", binds,
         [](Cli::SystemFacts &facts) {
             facts.bindsUnit.activeState = text("inactive");
-            facts.bindsUnit.wasPassedOver = true;
+            facts.bindsUnit.wasSkipped = true;
         },
         Gate::NotKnown,
-        "sailjail-prepare-binds.service has not run, because its conditions did not hold");
+        "sailjail-prepare-binds.service has not run, because its conditions were not met");
     row(
-        "groups for everybody", Cli::taskGroupsGate,
+        "groups that are not set", Cli::taskGroupsGate,
         [](Cli::SystemFacts &facts) { facts.daemonUnit.environment.clear(); }, Gate::Yes,
-        "everybody may start tasks");
+        "every user may start tasks");
     row(
-        "groups that are taken away", Cli::taskGroupsGate,
+        "groups that are unset", Cli::taskGroupsGate,
         [](Cli::SystemFacts &facts) {
             facts.daemonUnit.unsetEnvironment = QStringList{text("ORVANE_TASK_GROUPS")};
         },
-        Gate::Yes, "everybody may start tasks");
+        Gate::Yes, "every user may start tasks");
     row("list of users", Cli::userListGate, nothing, Gate::Yes, "is on the bus");
     row(
         "no list of users", Cli::userListGate,
         [](Cli::SystemFacts &facts) { facts.ownedNames.clear(); }, Gate::No, "is not on the bus");
 }
 
-void TestDoctor::judgesWhatTheSystemAnswers()
+void TestDoctor::checksTheAnswersOfTheSystem()
 {
     QFETCH(Question, ask);
     QFETCH(Facts, change);
@@ -434,36 +434,36 @@ void TestDoctor::knowsLittleWithoutTheBus()
          QVector<Question>{Cli::policyGate, Cli::activationGate, Cli::daemonUnitGate,
                            Cli::userListGate, Cli::userManagerGate})
         QCOMPARE(ask(examined).answer, Gate::NotKnown);
-    // The file tells.
+    // Known from the unit's file.
     QCOMPARE(Cli::taskGroupsGate(examined).answer, Gate::Yes);
 }
 
-void TestDoctor::takesTheLastRuleOnOwning_data()
+void TestDoctor::usesTheLastRuleAboutOwning_data()
 {
     QTest::addColumn<QByteArray>("first");
     QTest::addColumn<QByteArray>("second");
     QTest::addColumn<QString>("rule");
     const QByteArray allow = policyText("<allow own=\"a.b\"/>");
-    const QByteArray nobody = "<busconfig/>";
-    QTest::newRow("allowed") << allow << nobody << text("yes 1.conf:3");
+    const QByteArray noRule = "<busconfig/>";
+    QTest::newRow("allowed") << allow << noRule << text("yes 1.conf:3");
     QTest::newRow("denied later") << allow << policyText("<deny own=\"a.b\"/>")
                                   << text("no 2.conf:3");
     QTest::newRow("everything is denied later")
         << allow << policyText("<deny own=\"*\"/>") << text("no 2.conf:3");
-    QTest::newRow("another name") << policyText("<allow own=\"a.bc\"/>") << nobody << QString();
+    QTest::newRow("another name") << policyText("<allow own=\"a.bc\"/>") << noRule << QString();
     QTest::newRow("for others") << QByteArray(
         "<busconfig><policy user=\"x\"><allow own=\"a.b\"/></policy></busconfig>")
-                                << nobody << QString();
+                                << noRule << QString();
     QTest::newRow("by number and on the second line")
         << QByteArray("<busconfig><policy user=\"0\">\n<allow own=\"a.b\"/></policy></busconfig>")
-        << nobody << text("yes 1.conf:2");
-    QTest::newRow("a word on sending")
-        << policyText("<allow send_destination=\"a.b\"/>") << nobody << QString();
-    QTest::newRow("no XML behind it")
+        << noRule << text("yes 1.conf:2");
+    QTest::newRow("a rule about sending")
+        << policyText("<allow send_destination=\"a.b\"/>") << noRule << QString();
+    QTest::newRow("invalid XML after it")
         << allow + "<<" << QByteArray("rubbish") << text("yes 1.conf:3");
 }
 
-void TestDoctor::takesTheLastRuleOnOwning()
+void TestDoctor::usesTheLastRuleAboutOwning()
 {
     QFETCH(QByteArray, first);
     QFETCH(QByteArray, second);
@@ -492,7 +492,8 @@ void TestDoctor::readsUnitsWithTheirDropIns()
     root.write(text("/usr/lib/systemd/system/x.service.d/b.conf"), "[Service]\nKey=four\n");
     root.write(text("/run/systemd/system/x.service.d/a.conf"), "[Service]\nKey=three\n");
     QCOMPARE(words(), text("one two three four"));
-    // Of one name in two folders the first counts, and an empty value forgets.
+    // If two folders have a file of the same name, the first is used; an empty value discards the
+    // words before it.
     root.write(text("/etc/systemd/system/x.service.d/b.conf"), "[Service]\nKey=\nKey=five\n");
     QCOMPARE(words(), text("five"));
     root.write(text("/etc/systemd/system/empty.service"), "");
@@ -505,7 +506,7 @@ void TestDoctor::readsUnitsWithTheirDropIns()
 
 void TestDoctor::comparesVersions_data()
 {
-    QTest::addColumn<QString>("said");
+    QTest::addColumn<QString>("version");
     QTest::addColumn<QString>("needed");
     QTest::addColumn<Gate::Answer>("answer");
     QTest::newRow("newer") << text("252.38-1~deb12u1") << text("248") << Gate::Yes;
@@ -519,13 +520,13 @@ void TestDoctor::comparesVersions_data()
 
 void TestDoctor::comparesVersions()
 {
-    QFETCH(QString, said);
+    QFETCH(QString, version);
     QFETCH(QString, needed);
     QFETCH(Gate::Answer, answer);
-    QCOMPARE(Cli::versionGate(text("x"), said, needed).answer, answer);
+    QCOMPARE(Cli::versionGate(text("x"), version, needed).answer, answer);
 }
 
-void TestDoctor::asksForWhatThePlannerNeeds()
+void TestDoctor::findsWhatThePlannerNeeds()
 {
     const TempRoot root;
     fill(root);
@@ -565,14 +566,14 @@ void TestDoctor::runsTheSandbox()
     Cli::Trial trial = Cli::plannedTrial(placesOfImage(root));
     const QString program = root.path(text("/sandbox"));
     root.write(text("/sandbox"), "#!/bin/sh\n" + sandbox);
-    // Whoever runs it is not root.
+    // The sandbox does not run as root.
     (void)chmod(program.toUtf8().constData(), 0755);
     (void)chmod(root.path().toUtf8().constData(), 0755);
     trial.ordinary.plan.argv[0].text = program;
     const Cli::TrialRun run = Cli::runTrial(trial);
     QCOMPARE(run.complaint, complaint);
     QVERIFY(!run.user.isEmpty());
-    // It left nothing of its own in the home.
+    // The directories that it created in the home were removed.
     const auto account = Cli::accountOf(run.user, {});
     QVERIFY(account);
     QVERIFY(!QFileInfo::exists(account->home + text("/.cache/org.zarn/Doctor")));

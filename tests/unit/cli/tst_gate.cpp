@@ -10,8 +10,8 @@ class TestGate : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void putsAnswersIntoAColumn();
-    void saysWhatFollowsAndWhatHelpsWhereAGateIsShut();
+    void alignsTheAnswers();
+    void showsTheConsequenceAndTheCureOfAShutGate();
     void showsNoControlCharacters();
     void findsTheFirstThatIsShut();
     void writesObjects();
@@ -25,7 +25,7 @@ const Gate shut{QStringLiteral("program"), Gate::No, QStringLiteral("/usr/bin/no
                 QStringLiteral("a start is refused"), QStringLiteral("chmod a+x /usr/bin/notes")};
 const Gate unknown{QStringLiteral("name owned"), Gate::NotKnown, QStringLiteral("no bus"), {}, {}};
 
-// The tests' output is no terminal: neither colours nor a width.
+// The output of tests is not a terminal: it has neither colours nor a width.
 const Cli::Output &output()
 {
     static const Cli::Output plain(false, false);
@@ -34,14 +34,14 @@ const Cli::Output &output()
 
 } // namespace
 
-void TestGate::putsAnswersIntoAColumn()
+void TestGate::alignsTheAnswers()
 {
     QCOMPARE(Cli::linesOf({open, unknown}, output()),
              QStringList({QStringLiteral("yes  entry       notes.desktop:1"),
                           QStringLiteral("?    name owned  no bus")}));
 }
 
-void TestGate::saysWhatFollowsAndWhatHelpsWhereAGateIsShut()
+void TestGate::showsTheConsequenceAndTheCureOfAShutGate()
 {
     QCOMPARE(Cli::linesOf({shut}, output()),
              QStringList({QStringLiteral("no   program  /usr/bin/notes is missing"),

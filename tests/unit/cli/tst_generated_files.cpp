@@ -6,8 +6,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-// The manual page and the completions are in the tree as the table of commands makes them. With
-// ORVANE_UPDATE_DOCS=1 this writes them.
+// Checks that the man page and the completions in the source tree match the table of commands. With
+// ORVANE_UPDATE_DOCS=1 it writes them.
 class TestGeneratedFiles : public QObject
 {
     Q_OBJECT
@@ -19,7 +19,7 @@ private Q_SLOTS:
     void areAcceptedByTheirShell();
     void completesInBash_data();
     void completesInBash();
-    void keepsNamesOfFilesWholeInBash();
+    void keepsFileNamesWithBlanksInBash();
     void completesInFish_data();
     void completesInFish();
     void completesNamesOfFilesInZsh();
@@ -40,7 +40,7 @@ void TestGeneratedFiles::areWhatTheTableMakes_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<QByteArray>("text");
-    QTest::newRow("manual page") << QStringLiteral("docs/man/orvanectl.1") << Cli::manPage();
+    QTest::newRow("man page") << QStringLiteral("docs/man/orvanectl.1") << Cli::manPage();
     QTest::newRow("bash") << QStringLiteral("data/completion/orvanectl.bash")
                           << Cli::bashCompletion();
     QTest::newRow("zsh") << QStringLiteral("data/completion/orvanectl.zsh") << Cli::zshCompletion();
@@ -109,7 +109,7 @@ void TestGeneratedFiles::completesInBash_data()
         << QStringLiteral("orvanectl tasks --root pack") << QStringLiteral("packaging");
     QTest::newRow("an option of lint")
         << QStringLiteral("orvanectl lint --stri") << QStringLiteral("--strict");
-    QTest::newRow("a text that nobody knows")
+    QTest::newRow("a text without completions")
         << QStringLiteral("orvanectl start x --own -") << QString();
 }
 
@@ -128,7 +128,7 @@ void TestGeneratedFiles::completesInBash()
              completions);
 }
 
-void TestGeneratedFiles::keepsNamesOfFilesWholeInBash()
+void TestGeneratedFiles::keepsFileNamesWithBlanksInBash()
 {
     const QTemporaryDir folder;
     QFile file(folder.filePath(QStringLiteral("two words.desktop")));
@@ -160,9 +160,9 @@ void TestGeneratedFiles::completesInFish()
     QFETCH(QString, completion);
     const QString script = QStringLiteral("source '%1'; complete -C '%2'")
                                .arg(path(QStringLiteral("data/completion/orvanectl.fish")), line);
-    const QString told =
+    const QString output =
         outputOf(QStringLiteral("fish"), script, QStringLiteral(SOURCE_FOLDER)).trimmed();
-    QCOMPARE(told.section(QLatin1Char('\t'), 0, 0), completion);
+    QCOMPARE(output.section(QLatin1Char('\t'), 0, 0), completion);
 }
 
 void TestGeneratedFiles::completesNamesOfFilesInZsh()

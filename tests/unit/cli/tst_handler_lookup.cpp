@@ -10,10 +10,10 @@ class TestHandlerLookup : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsAddressesFromTypes_data();
-    void tellsAddressesFromTypes();
-    void namesTheLineThatDecided_data();
-    void namesTheLineThatDecided();
+    void distinguishesUrisFromTypes_data();
+    void distinguishesUrisFromTypes();
+    void givesTheLineThatDecided_data();
+    void givesTheLineThatDecided();
     void takesAnAliasForItsType();
 };
 
@@ -27,7 +27,7 @@ void add(const TempRoot &root, const char *name, const char *mimeTypes, const ch
                    + "\n");
 }
 
-// "com.x.A declared image/png A.desktop:4", one for each.
+// One line per handler: "com.x.A declared image/png A.desktop:4".
 QStringList linesOf(const QString &word, const TempRoot &root)
 {
     static const QStringList reasons{QStringLiteral("chosen"), QStringLiteral("declared"),
@@ -43,7 +43,7 @@ QStringList linesOf(const QString &word, const TempRoot &root)
 
 } // namespace
 
-void TestHandlerLookup::tellsAddressesFromTypes_data()
+void TestHandlerLookup::distinguishesUrisFromTypes_data()
 {
     QTest::addColumn<QString>("word");
     QTest::addColumn<QString>("uri");
@@ -56,10 +56,10 @@ void TestHandlerLookup::tellsAddressesFromTypes_data()
     QTest::newRow("mail address") << text("mailto:a@b") << text("mailto:a@b") << bytes;
     QTest::newRow("file's address") << text("file:///x.png") << text("file:///x.png") << png;
     QTest::newRow("absolute path") << text("/x.png") << text("file:///x.png") << png;
-    QTest::newRow("path from here")
+    QTest::newRow("relative path")
         << text("./x.png") << QStringLiteral("file://%1/x.png").arg(QDir::currentPath()) << png;
     QTest::newRow("type") << png << none << png;
-    QTest::newRow("type that nobody knows") << text("x/y+z") << none << text("x/y+z");
+    QTest::newRow("unknown type") << text("x/y+z") << none << text("x/y+z");
     QTest::newRow("pseudo-type of a scheme")
         << text("x-scheme-handler/tel") << none << text("x-scheme-handler/tel");
     QTest::newRow("pseudo-type of an address")
@@ -69,7 +69,7 @@ void TestHandlerLookup::tellsAddressesFromTypes_data()
     QTest::newRow("two slashes") << text("a/b/c") << none << none;
 }
 
-void TestHandlerLookup::tellsAddressesFromTypes()
+void TestHandlerLookup::distinguishesUrisFromTypes()
 {
     QFETCH(QString, word);
     QFETCH(QString, uri);
@@ -82,7 +82,7 @@ void TestHandlerLookup::tellsAddressesFromTypes()
     }
 }
 
-void TestHandlerLookup::namesTheLineThatDecided_data()
+void TestHandlerLookup::givesTheLineThatDecided_data()
 {
     QTest::addColumn<QString>("word");
     QTest::addColumn<QStringList>("expected");
@@ -105,7 +105,7 @@ void TestHandlerLookup::namesTheLineThatDecided_data()
     QTest::newRow("nobody") << text("audio/ogg") << QStringList();
 }
 
-void TestHandlerLookup::namesTheLineThatDecided()
+void TestHandlerLookup::givesTheLineThatDecided()
 {
     QFETCH(QString, word);
     QFETCH(QStringList, expected);

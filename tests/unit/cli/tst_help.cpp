@@ -8,7 +8,7 @@ class TestHelp : public QObject
 
 private Q_SLOTS:
     void fitsInto80Columns();
-    void spellsOptionsAsTheyAreWritten();
+    void givesTheSyntaxOfOptions();
 };
 
 void TestHelp::fitsInto80Columns()
@@ -20,7 +20,7 @@ void TestHelp::fitsInto80Columns()
         QVERIFY2(line.size() <= 80, qPrintable(line));
 }
 
-void TestHelp::spellsOptionsAsTheyAreWritten()
+void TestHelp::givesTheSyntaxOfOptions()
 {
     Cli::Option option;
     option.name = QStringLiteral("wait");

@@ -37,7 +37,7 @@ QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// "rule file:line" of each finding, files being named below a folder.
+// "rule file:line" for each finding; files are named relative to a folder.
 QStringList linesOf(const Cli::Collected &findings, const QString &folder)
 {
     QStringList lines;
@@ -71,7 +71,7 @@ QByteArray taskOf(const QByteArray &name, const QByteArray &arguments)
     return "[X-Task " + name + "]\nType=Sync\nExec=/bin/true " + arguments + "\n";
 }
 
-// What takes too much room for the tree.
+// Samples that are too large for the source tree.
 QMap<QString, std::function<void(const TempRoot &)>> largeSamples()
 {
     const auto settings = QStringLiteral("/etc/am/conf.d/");
@@ -126,8 +126,8 @@ QMap<QString, std::function<void(const TempRoot &)>> largeSamples()
     };
 }
 
-// The first is found in a file that no folder shows, which is tested below; the others by a start
-// alone: it asks for permissions, and for the program as it is then.
+// The first applies to a file that is hidden in folders, which is tested below; the others are only
+// reported at a start.
 QStringList rulesWithoutSample()
 {
     return {QStringLiteral("entry-id"), QStringLiteral("unknown-permission"),
@@ -136,7 +136,7 @@ QStringList rulesWithoutSample()
 
 QRegularExpression colours() { return QRegularExpression(QStringLiteral("\x1b\\[[0-9;]*m")); }
 
-// What is printed to a terminal of that many columns.
+// The output on a terminal with this number of columns.
 QByteArray onTerminal(ushort width, const std::function<void()> &print)
 {
     const winsize size{500, width, 0, 0};
@@ -157,7 +157,7 @@ QByteArray onTerminal(ushort width, const std::function<void()> &print)
     fflush(stdout);
     dup2(before, STDOUT_FILENO);
     close(before);
-    // The last one who may write.
+    // Closing the last writer ends the reader.
     close(terminal);
     reader.join();
     close(master);
@@ -176,31 +176,31 @@ private Q_SLOTS:
     void findsWhatIsTooLarge_data();
     void findsWhatIsTooLarge();
     void findsAnEntryThatHasNoId();
-    void saysWhatAStartWouldRefuse_data();
-    void saysWhatAStartWouldRefuse();
+    void reportsWhatAStartWouldRefuse_data();
+    void reportsWhatAStartWouldRefuse();
     void placesARefusalAtWhatIsRefused_data();
     void placesARefusalAtWhatIsRefused();
-    void saysNothingOfWhatOthersRead_data();
-    void saysNothingOfWhatOthersRead();
+    void ignoresWhatOtherProgramsRead_data();
+    void ignoresWhatOtherProgramsRead();
     void knowsMisspeltKeysOfTheMainGroup_data();
     void knowsMisspeltKeysOfTheMainGroup();
     void findsTheFirstLineThatIsNotUtf8_data();
     void findsTheFirstLineThatIsNotUtf8();
     void followsTheLinksOfATree();
-    void tellsTheLineInAnEntryBehindALinkOfTheTree();
+    void givesTheLineInALinkedEntryOfATree();
     void readsEachEntryOnce();
-    void knowsWhichSignsAreExpanded_data();
-    void knowsWhichSignsAreExpanded();
-    void saysThatAFolderIsNoProgram();
+    void knowsWhatSystemdExpands_data();
+    void knowsWhatSystemdExpands();
+    void reportsAFolderAsAProgram();
     void readsEveryKindOfFileInAFolder();
-    void knowsWhichUsersThereMayBe();
-    void breaksItsLinesAtTheTerminalsWidth_data();
-    void breaksItsLinesAtTheTerminalsWidth();
+    void knowsWhichUsersMayExist();
+    void wrapsItsLinesAtTheTerminalsWidth_data();
+    void wrapsItsLinesAtTheTerminalsWidth();
     void exitsWithOneWhenSomethingIsWrong_data();
     void exitsWithOneWhenSomethingIsWrong();
     void hasASampleForEachRule();
-    void saysOfEachRuleWhatToDo();
-    void hasEveryRuleThatTheSourceNames();
+    void hasAdviceForEachRule();
+    void listsEveryRuleInTheSource();
     void findsNothingInWhatIsRight();
     void findsTheSameInAFileAsInItsTree();
     void findsNothingToReadInOtherFiles();
@@ -255,7 +255,7 @@ void TestLint::findsAnEntryThatHasNoId()
     QCOMPARE(rulesIn(findings), QStringList(QStringLiteral("entry-id")));
 }
 
-void TestLint::saysWhatAStartWouldRefuse_data()
+void TestLint::reportsWhatAStartWouldRefuse_data()
 {
     QTest::addColumn<QByteArray>("exec");
     QTest::addColumn<QString>("text");
@@ -271,7 +271,7 @@ void TestLint::saysWhatAStartWouldRefuse_data()
         << QByteArray("/bin/true a\\nb") << QStringLiteral("Exec must not hold control characters");
 }
 
-void TestLint::saysWhatAStartWouldRefuse()
+void TestLint::reportsWhatAStartWouldRefuse()
 {
     QFETCH(QByteArray, exec);
     QFETCH(QString, text);
@@ -319,7 +319,7 @@ void TestLint::placesARefusalAtWhatIsRefused()
     QCOMPARE(found, places);
 }
 
-void TestLint::saysNothingOfWhatOthersRead_data()
+void TestLint::ignoresWhatOtherProgramsRead_data()
 {
     QTest::addColumn<QByteArray>("groups");
     QTest::newRow("a group whose name begins alike") << QByteArray("[X-TaskList]\nExec=/bin/a\n");
@@ -331,7 +331,7 @@ void TestLint::saysNothingOfWhatOthersRead_data()
         << QByteArray("[X-Task a]\nType=Sync\nExec=/bin/true\nX-Name[de]=A\nName[de]=A\n");
 }
 
-void TestLint::saysNothingOfWhatOthersRead()
+void TestLint::ignoresWhatOtherProgramsRead()
 {
     QFETCH(QByteArray, groups);
     const TempRoot root;
@@ -375,15 +375,15 @@ void TestLint::findsTheFirstLineThatIsNotUtf8_data()
                       "\xf0\x90\x80\x80\xf4\x8f\xbf\xbf")
         << 0;
     QTest::newRow("another encoding") << QByteArray("a line\n\nna\xefve") << 3;
-    QTest::newRow("behind many bytes") << QByteArray(1000, 'a') + "\n\xff" << 2;
+    QTest::newRow("after many bytes") << QByteArray(1000, 'a') + "\n\xff" << 2;
     QTest::newRow("a character that ends too early") << QByteArray("\xe2\x82") << 1;
     QTest::newRow("a character that a line ends") << QByteArray("\xc3\n") << 1;
     QTest::newRow("a byte that only continues") << QByteArray("a\x80") << 1;
     QTest::newRow("more bytes than are needed") << QByteArray("\xc0\xaf") << 1;
     QTest::newRow("three bytes where two do") << QByteArray("\xe0\x9f\xbf") << 1;
     QTest::newRow("four bytes where three do") << QByteArray("\xf0\x8f\xbf\xbf") << 1;
-    QTest::newRow("half of a pair") << QByteArray("\xed\xa0\x80") << 1;
-    QTest::newRow("beyond the code") << QByteArray("\xf4\x90\x80\x80") << 1;
+    QTest::newRow("half a surrogate pair") << QByteArray("\xed\xa0\x80") << 1;
+    QTest::newRow("beyond Unicode") << QByteArray("\xf4\x90\x80\x80") << 1;
 }
 
 void TestLint::findsTheFirstLineThatIsNotUtf8()
@@ -399,7 +399,7 @@ void TestLint::followsTheLinksOfATree()
     root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
     root.write(QStringLiteral("/usr/libexec/one"), "#!/bin/sh\n");
     root.write(QStringLiteral("/usr/bin/keep"), {});
-    // Absolute: in this system they lead elsewhere.
+    // Absolute links: on this system they lead elsewhere.
     QVERIFY(QFile::link(QStringLiteral("/usr/libexec/one"),
                         root.path(QStringLiteral("/usr/bin/tst-lint-link"))));
     QVERIFY(QFile::link(QStringLiteral("/usr/libexec"), root.path(QStringLiteral("/lib-of-a"))));
@@ -416,13 +416,13 @@ void TestLint::followsTheLinksOfATree()
                  {notExecutable, notExecutable, notExecutable, QStringLiteral("exec-not-there")}));
 }
 
-void TestLint::tellsTheLineInAnEntryBehindALinkOfTheTree()
+void TestLint::givesTheLineInALinkedEntryOfATree()
 {
     const TempRoot root;
     root.write(QStringLiteral("/opt/notes.desktop"),
                entryOf("[X-Task sync]\nType=no type\nExec=/bin/true\n"));
     root.write(QStringLiteral("/usr/share/applications/keep"), {});
-    // In this system it leads nowhere.
+    // On this system the link is broken.
     QVERIFY(QFile::link(QStringLiteral("/opt/notes.desktop"), root.path(entryPath())));
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
@@ -431,7 +431,7 @@ void TestLint::tellsTheLineInAnEntryBehindALinkOfTheTree()
         QStringList{QStringLiteral("type-object-path usr/share/applications/notes.desktop:8")});
 }
 
-// With the stand-in for the platform's reader, which reads as the linter does.
+// Only with the stand-in, which reads files in the same way as the linter.
 void TestLint::readsEachEntryOnce()
 {
     const TempRoot root;
@@ -446,8 +446,8 @@ void TestLint::readsEachEntryOnce()
     Cli::Collected findings;
     Cli::lintSystem(Places::below(root.path()), findings);
     QVERIFY(findings.sorted().isEmpty());
-    // An event of a file has no name and so this size. Two equal ones in a row would be told as
-    // one, but between two times that it is opened the file is closed.
+    // An event of a file has no name, so it has this size. The kernel merges equal events in a row,
+    // but there is an IN_CLOSE between two IN_OPEN.
     inotify_event event = {};
     int opened = 0;
     while (::read(watch, &event, sizeof event) == sizeof event)
@@ -456,7 +456,7 @@ void TestLint::readsEachEntryOnce()
     QCOMPARE(opened, 1);
 }
 
-void TestLint::knowsWhichSignsAreExpanded_data()
+void TestLint::knowsWhatSystemdExpands_data()
 {
     QTest::addColumn<QByteArray>("argument");
     QTest::addColumn<bool>("isExpanded");
@@ -469,7 +469,7 @@ void TestLint::knowsWhichSignsAreExpanded_data()
 }
 
 // systemd expands a variable without braces only as a word of its own.
-void TestLint::knowsWhichSignsAreExpanded()
+void TestLint::knowsWhatSystemdExpands()
 {
     QFETCH(QByteArray, argument);
     QFETCH(bool, isExpanded);
@@ -481,7 +481,7 @@ void TestLint::knowsWhichSignsAreExpanded()
     QCOMPARE(rulesIn(findings).contains(QStringLiteral("exec-expansion")), isExpanded);
 }
 
-void TestLint::saysThatAFolderIsNoProgram()
+void TestLint::reportsAFolderAsAProgram()
 {
     const TempRoot root;
     root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
@@ -504,7 +504,7 @@ void TestLint::readsEveryKindOfFileInAFolder()
     write("/source/task-types/Sync.conf", "[TaskType]\nWorksInSession=perhaps\n");
     write("/source/50%.permission", "netfilter\n");
     write("/source/autostart.conf", "[com.example.Notes]\nautostart=perhaps\n");
-    // Of another program.
+    // Belongs to another program.
     write("/source/logging.conf", "[output]\nlevel=3\n");
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(QStringLiteral("/source")), Places::below({}), findings));
@@ -516,19 +516,19 @@ void TestLint::readsEveryKindOfFileInAFolder()
                           QStringLiteral("task-type-boolean task-types/Sync.conf:2")}));
 }
 
-void TestLint::knowsWhichUsersThereMayBe()
+void TestLint::knowsWhichUsersMayExist()
 {
-    constexpr int nobodys = 2000000000;
+    constexpr int unusedUid = 2000000000;
     QVERIFY(Cli::mayBeUser(0, {}));
-    QVERIFY(!Cli::mayBeUser(nobodys, {}));
+    QVERIFY(!Cli::mayBeUser(unusedUid, {}));
     const TempRoot root;
-    QVERIFY(Cli::mayBeUser(nobodys, root.path()));
+    QVERIFY(Cli::mayBeUser(unusedUid, root.path()));
     root.write(QStringLiteral("/etc/passwd"), "root:x:0:0::/root:/bin/sh\n");
     QVERIFY(Cli::mayBeUser(0, root.path()));
-    QVERIFY(!Cli::mayBeUser(nobodys, root.path()));
+    QVERIFY(!Cli::mayBeUser(unusedUid, root.path()));
 }
 
-void TestLint::breaksItsLinesAtTheTerminalsWidth_data()
+void TestLint::wrapsItsLinesAtTheTerminalsWidth_data()
 {
     QTest::addColumn<QStringList>("words");
     QTest::newRow("of findings") << QStringList(QStringLiteral("exec-quotes"));
@@ -537,7 +537,7 @@ void TestLint::breaksItsLinesAtTheTerminalsWidth_data()
                                               QStringLiteral("exec-quotes")};
 }
 
-void TestLint::breaksItsLinesAtTheTerminalsWidth()
+void TestLint::wrapsItsLinesAtTheTerminalsWidth()
 {
     QFETCH(QStringList, words);
     constexpr int width = 60;
@@ -551,7 +551,7 @@ void TestLint::breaksItsLinesAtTheTerminalsWidth()
     qInstallMessageHandler(nullptr);
     QVERIFY(text.count('\n') > 2);
     for (const QString &line : QString::fromUtf8(text).remove(colours()).split(QLatin1Char('\n'))) {
-        // What has no blanks is not broken.
+        // A word without blanks is not broken.
         if (line.trimmed().contains(QLatin1Char(' ')))
             QVERIFY2(line.trimmed().size() <= width, qPrintable(line));
     }
@@ -597,7 +597,7 @@ void TestLint::hasASampleForEachRule()
         QVERIFY2(have.contains(QString::fromLatin1(rule.rule->id)), rule.rule->id);
 }
 
-void TestLint::saysOfEachRuleWhatToDo()
+void TestLint::hasAdviceForEachRule()
 {
     QSet<QString> ids;
     for (const Cli::LintRule &rule : Cli::lintRules()) {
@@ -610,7 +610,7 @@ void TestLint::saysOfEachRuleWhatToDo()
         QVERIFY2(Cli::lintRule(QString::fromLatin1(rule->id)) != nullptr, rule->id);
 }
 
-void TestLint::hasEveryRuleThatTheSourceNames()
+void TestLint::listsEveryRuleInTheSource()
 {
     const QRegularExpression definition(
         QStringLiteral("constexpr Rule (\\w+)\\{\\s*\"([a-z0-9-]+)\""));

@@ -1,5 +1,6 @@
-// orvanectl lint on desktop entries that nobody wrote for this project: scripts/fetch-entries takes
-// them from Debian packages. They declare no tasks, so that lint has nearly nothing to say.
+// Runs orvanectl lint on desktop entries that were not written for this project:
+// scripts/fetch-entries takes them from Debian packages. They declare no tasks, so lint should find
+// almost nothing.
 
 #include "cli/lint/linter.h"
 #include "common/Core/application_catalogue.h"
@@ -13,18 +14,18 @@ namespace {
 
 constexpr int fewestEntries = 200;
 
-// What is right to find. Everything else that is found is a fault of lint.
-struct RightFinding
+// The findings that are correct. Any other is a fault of lint.
+struct CorrectFinding
 {
     const char *rule;
     const char *file;
-    // What the file has to have, so that a later version that lacks it may lack the finding.
+    // Text that causes the finding. A later version of the file without it may lack the finding.
     const char *cause;
 };
 
-constexpr RightFinding rightFindings[] = {
-    // Service is one of KDE's own words. The daemon knows Application, Link and Directory and
-    // passes over the rest, so that this entry opens no file, though it has an Exec and a MimeType.
+constexpr CorrectFinding correctFindings[] = {
+    // Service is a type of KDE. The daemon knows only Application, Link and Directory and ignores
+    // the others, so this entry opens no file, although it has an Exec and a MimeType.
     {"entry-invalid", "org.kde.kdeconnect_open.desktop", "\nType=Service\n"},
 };
 
@@ -52,7 +53,7 @@ QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// "rule file" of each finding.
+// "rule file" for each finding.
 QStringList linesOf(const Cli::Collected &findings)
 {
     QStringList lines;
@@ -62,10 +63,10 @@ QStringList linesOf(const Cli::Collected &findings)
     return lines;
 }
 
-QStringList rightLines()
+QStringList correctLines()
 {
     QStringList lines;
-    for (const RightFinding &right : rightFindings) {
+    for (const CorrectFinding &right : correctFindings) {
         const QString file = QString::fromLatin1(right.file);
         if (contentOf(entriesFolder().filePath(file)).contains(right.cause))
             lines.append(QStringLiteral("%1 %2").arg(QLatin1String(right.rule), file));
@@ -82,9 +83,9 @@ class TestLintRealEntries : public QObject
 private Q_SLOTS:
     void initTestCase();
     void readsEveryEntry();
-    void findsInTheTreeWhatIsRightToFind();
-    void findsInEachFileWhatIsRightToFind();
-    void findsATaskThatIsWrongInEachOfThem();
+    void findsOnlyFaultsInTheTree();
+    void findsOnlyFaultsInEachFile();
+    void findsAFaultyTaskInEachOfThem();
 };
 
 void TestLintRealEntries::initTestCase()
@@ -103,27 +104,28 @@ void TestLintRealEntries::readsEveryEntry()
     QCOMPARE(read + catalogue.invalidFiles().size(), entries().size());
 }
 
-void TestLintRealEntries::findsInTheTreeWhatIsRightToFind()
+void TestLintRealEntries::findsOnlyFaultsInTheTree()
 {
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(treeFolder(), Places::below({}), findings));
-    QCOMPARE(linesOf(findings), rightLines());
+    QCOMPARE(linesOf(findings), correctLines());
 }
 
-void TestLintRealEntries::findsInEachFileWhatIsRightToFind()
+void TestLintRealEntries::findsOnlyFaultsInEachFile()
 {
     Cli::Collected findings;
     for (const QString &name : entries())
         QVERIFY(Cli::lintPath(entriesFolder().filePath(name), Places::below({}), findings));
-    QCOMPARE(linesOf(findings), rightLines());
+    QCOMPARE(linesOf(findings), correctLines());
 }
 
-// Nothing is found above because nothing is wrong, not because nothing is looked at.
-void TestLintRealEntries::findsATaskThatIsWrongInEachOfThem()
+// Makes sure that the tests above find nothing because nothing is wrong, not because nothing is
+// checked.
+void TestLintRealEntries::findsAFaultyTaskInEachOfThem()
 {
     const TempRoot root;
     const QString path = QStringLiteral("/entry.desktop");
-    const QString right = rightLines().join(QLatin1Char('\n'));
+    const QString right = correctLines().join(QLatin1Char('\n'));
     for (const QString &name : entries()) {
         if (right.contains(name))
             continue;

@@ -1,4 +1,4 @@
-// orvanectl lint of many entries takes little longer than the daemon's own look at them.
+// Checks that orvanectl lint takes only little longer than the daemon's own scan of many entries.
 
 #include "cli/lint/linter.h"
 #include "common/Core/application_catalogue.h"
@@ -17,7 +17,7 @@ namespace {
 constexpr int entries = 5000;
 constexpr int rounds = 5;
 constexpr int attempts = 3;
-constexpr double mostTimes = 1.5;
+constexpr double largestRatio = 1.5;
 
 QString anyProgram() { return QStringLiteral("/usr/libexec/any"); }
 
@@ -34,8 +34,8 @@ QByteArray translations(const QByteArray &key)
     return lines;
 }
 
-// An entry as long as Debian's are on average, about 120 lines and 7 KB, with a task and a program
-// of its own.
+// Writes an entry of the average size of Debian's, about 120 lines and 7 KB, with a task and a
+// program of its own.
 void writeEntry(const TempRoot &root, int number)
 {
     const QByteArray name = "notes" + QByteArray::number(number);
@@ -49,11 +49,12 @@ void writeEntry(const TempRoot &root, int number)
                      "[X-Application]\nOrganizationName=com.example\nApplicationName="
                    + name + "\nPermissions=Internet;Audio\n\n[X-Task sync]\nType=Sync\nExec=" + path
                    + " --once\nPermissions=Internet;Audio\n");
-    // One file under many names is made more quickly than many files.
+    // Hard links to one file are faster to make than many files.
     std::filesystem::create_hard_link(root.path(anyProgram()).toStdString(), path.toStdString());
 }
 
-// Processor time of this thread, which does all the work: what else the machine does is not in it.
+// The processor time of this thread, which does all the work; other load on the machine is not
+// counted.
 qint64 now()
 {
     timespec time = {};
@@ -61,7 +62,7 @@ qint64 now()
     return qint64(time.tv_sec) * 1000000 + time.tv_nsec / 1000;
 }
 
-// In microseconds.
+// The time that the work takes, in microseconds.
 template <typename Work>
 qint64 timeOf(const Work &work)
 {
@@ -97,13 +98,13 @@ void TestLintSpeed::initTestCase()
 
 void TestLintSpeed::takesLittleLongerThanAScan()
 {
-    // As of a system: programs are where their paths say.
+    // As on a running system: programs are looked up at their own paths.
     Places places = Places::below(root.path());
     places.programRoot.clear();
     places.permissionFolders = QStringList{root.path(QStringLiteral("/etc/sailjail/permissions/"))};
     double ratio = 0;
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        // The least that each took: whatever else the machine does only adds to it.
+        // The minimum of the rounds, because other load only adds time.
         qint64 scan = std::numeric_limits<qint64>::max();
         qint64 lint = scan;
         for (int round = 0; round < rounds; ++round) {
@@ -120,10 +121,10 @@ void TestLintSpeed::takesLittleLongerThanAScan()
         }
         ratio = static_cast<double>(lint) / static_cast<double>(scan);
         qInfo("scan %lld ms, lint %lld ms, %.2f times", scan / 1000, lint / 1000, ratio);
-        if (ratio <= mostTimes)
+        if (ratio <= largestRatio)
             break;
     }
-    QVERIFY(ratio <= mostTimes);
+    QVERIFY(ratio <= largestRatio);
 }
 
 QTEST_GUILESS_MAIN(TestLintSpeed)

@@ -16,16 +16,16 @@ class TestOrigins : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void saysWhereEachValueComesFrom_data();
-    void saysWhereEachValueComesFrom();
-    void findsWhatTheEntrySays_data();
-    void findsWhatTheEntrySays();
-    void leavesOutFoldersWhereThereIsNoRoom();
+    void givesTheOriginOfEachValue_data();
+    void givesTheOriginOfEachValue();
+    void findsTheLineInTheEntry_data();
+    void findsTheLineInTheEntry();
+    void leavesOutFoldersInTheShortForm();
     void listsEveryLineOfTheUnit();
-    void namesAnOptionForEachHint();
+    void hasAnOptionForEachHint();
 
 private:
-    // Where a value of the plan comes from, without the root.
+    // The origin of a value of the plan, without the root.
     [[nodiscard]] QString originOf(const QByteArray &entry, const QString &setting,
                                    const QString &value);
     [[nodiscard]] Cli::DeclaredTask declare(const QByteArray &entry);
@@ -36,9 +36,10 @@ private:
 
 namespace {
 
-const char *const usual = "[Desktop Entry]\nType=Application\nName=App\nExec=/opt/app\n"
-                          "[X-Application]\nOrganizationName=com.example\nApplicationName=Notes\n"
-                          "[X-Task sync]\nType=Sync\nExec=/opt/worker -v\n";
+const char *const usualEntry =
+    "[Desktop Entry]\nType=Application\nName=App\nExec=/opt/app\n"
+    "[X-Application]\nOrganizationName=com.example\nApplicationName=Notes\n"
+    "[X-Task sync]\nType=Sync\nExec=/opt/worker -v\n";
 
 } // namespace
 
@@ -83,7 +84,7 @@ QString TestOrigins::originOf(const QByteArray &entry, const QString &setting, c
     return QStringLiteral("not there: ") + rendering.error.message();
 }
 
-void TestOrigins::saysWhereEachValueComesFrom_data()
+void TestOrigins::givesTheOriginOfEachValue_data()
 {
     QTest::addColumn<QString>("setting");
     QTest::addColumn<QString>("value");
@@ -122,15 +123,15 @@ void TestOrigins::saysWhereEachValueComesFrom_data()
     row("policy own", "com.example.Own", "--own");
 }
 
-void TestOrigins::saysWhereEachValueComesFrom()
+void TestOrigins::givesTheOriginOfEachValue()
 {
     QFETCH(QString, setting);
     QFETCH(QString, value);
     QFETCH(QString, origin);
-    QCOMPARE(originOf(usual, setting, value), origin);
+    QCOMPARE(originOf(usualEntry, setting, value), origin);
 }
 
-void TestOrigins::findsWhatTheEntrySays_data()
+void TestOrigins::findsTheLineInTheEntry_data()
 {
     QTest::addColumn<QByteArray>("entry");
     QTest::addColumn<QString>("value");
@@ -159,7 +160,7 @@ void TestOrigins::findsWhatTheEntrySays_data()
         << file + QStringLiteral(" (ApplicationName)");
 }
 
-void TestOrigins::findsWhatTheEntrySays()
+void TestOrigins::findsTheLineInTheEntry()
 {
     QFETCH(QByteArray, entry);
     QFETCH(QString, value);
@@ -167,7 +168,7 @@ void TestOrigins::findsWhatTheEntrySays()
     QCOMPARE(originOf(entry, QStringLiteral("ExecStart"), value), origin);
 }
 
-void TestOrigins::leavesOutFoldersWhereThereIsNoRoom()
+void TestOrigins::leavesOutFoldersInTheShortForm()
 {
     const QString file = QStringLiteral("/usr/share/applications/notes.desktop");
     ValueOrigin origin{{}, {}, {}, QStringLiteral("Exec"), file, 9};
@@ -179,9 +180,9 @@ void TestOrigins::leavesOutFoldersWhereThereIsNoRoom()
 
 void TestOrigins::listsEveryLineOfTheUnit()
 {
-    const Cli::DeclaredTask task = declare(usual);
+    const Cli::DeclaredTask task = declare(usualEntry);
     const Core::TaskPlan plan = Cli::render(task, request, Places::below(root.path())).plan;
-    // Words of one key are one line.
+    // Joins the words of each key to one line.
     QMap<QString, QStringList> words;
     QStringList keys;
     for (const ValueOrigin &origin : Cli::originsOf(plan, task, request)) {
@@ -197,7 +198,7 @@ void TestOrigins::listsEveryLineOfTheUnit()
     QCOMPARE(lines, unit);
 }
 
-void TestOrigins::namesAnOptionForEachHint()
+void TestOrigins::hasAnOptionForEachHint()
 {
     QStringList options;
     for (const Cli::Option &option : Cli::startOptions())

@@ -9,14 +9,14 @@ class TestParse : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void takesArgumentsAndOptionsInAnyOrder();
-    void takesOneWordEachTime();
-    void takesAValueThatBeginsWithADash();
-    void complains_data();
-    void complains();
-    void helpsWhateverElseIsThere_data();
-    void helpsWhateverElseIsThere();
-    void tellsTheVersion();
+    void acceptsArgumentsAndOptionsInAnyOrder();
+    void takesOneWordPerUse();
+    void acceptsAValueThatBeginsWithADash();
+    void reportsWrongUsage_data();
+    void reportsWrongUsage();
+    void helpsEvenIfTheRestIsWrong_data();
+    void helpsEvenIfTheRestIsWrong();
+    void recognisesVersion();
 };
 
 namespace {
@@ -25,7 +25,7 @@ QStringList words(const QString &line) { return line.split(QLatin1Char(' '), Qt:
 
 } // namespace
 
-void TestParse::takesArgumentsAndOptionsInAnyOrder()
+void TestParse::acceptsArgumentsAndOptionsInAnyOrder()
 {
     const Parsed parsed = Cli::parse(words(QStringLiteral("start --user u a.b.task_c --json")));
     QCOMPARE(parsed.complaint, QString());
@@ -36,7 +36,7 @@ void TestParse::takesArgumentsAndOptionsInAnyOrder()
     QVERIFY(!parsed.request.has(QStringLiteral("wait")));
 }
 
-void TestParse::takesOneWordEachTime()
+void TestParse::takesOneWordPerUse()
 {
     const Parsed parsed =
         Cli::parse(words(QStringLiteral("start --param one --param two a.b.task_c")));
@@ -46,7 +46,7 @@ void TestParse::takesOneWordEachTime()
     QCOMPARE(parsed.request.arguments, QStringList(QStringLiteral("a.b.task_c")));
 }
 
-void TestParse::takesAValueThatBeginsWithADash()
+void TestParse::acceptsAValueThatBeginsWithADash()
 {
     const Parsed parsed =
         Cli::parse(words(QStringLiteral("start --param=-x --weight -5 a.b.task_c")));
@@ -55,7 +55,7 @@ void TestParse::takesAValueThatBeginsWithADash()
     QCOMPARE(parsed.request.value(QStringLiteral("weight")), QStringLiteral("-5"));
 }
 
-void TestParse::complains_data()
+void TestParse::reportsWrongUsage_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("complaint");
@@ -63,14 +63,15 @@ void TestParse::complains_data()
     QTest::newRow("no command of the tool")
         << QStringLiteral("bogus") << QStringLiteral("there is no command \"bogus\"");
     QTest::newRow("no option of the command")
-        << QStringLiteral("types --user u") << QStringLiteral("--user is not an option of it");
+        << QStringLiteral("types --user u")
+        << QStringLiteral("--user is not an option of this command");
     QTest::newRow("a word missing")
         << QStringLiteral("start") << QStringLiteral("TASK is required");
     QTest::newRow("a word that is no choice")
         << QStringLiteral("autostart toggle")
-        << QStringLiteral("ACTION: toggle is none of list, enable, disable, explain");
-    QTest::newRow("a word too many")
-        << QStringLiteral("autostart list a.b c.d") << QStringLiteral("c.d is one word too many");
+        << QStringLiteral("ACTION: toggle is not one of list, enable, disable, explain");
+    QTest::newRow("a word too many") << QStringLiteral("autostart list a.b c.d")
+                                     << QStringLiteral("there is no argument for c.d");
     QTest::newRow("no number") << QStringLiteral("start t --weight much")
                                << QStringLiteral("--weight: much is not a number");
     QTest::newRow("a number that is too small")
@@ -78,22 +79,23 @@ void TestParse::complains_data()
     QTest::newRow("a negative number of runs")
         << QStringLiteral("history t --last -1") << QStringLiteral("--last: -1 is less than 1");
     QTest::newRow("a value missing")
-        << QStringLiteral("start t --user") << QStringLiteral("--user wants a value");
-    QTest::newRow("a value that may be there once") << QStringLiteral("start t --user a --user b")
-                                                    << QStringLiteral("--user may be given once");
+        << QStringLiteral("start t --user") << QStringLiteral("--user needs a value");
+    QTest::newRow("a value that may be there once")
+        << QStringLiteral("start t --user a --user b")
+        << QStringLiteral("--user may be given only once");
     QTest::newRow("a switch with a value")
         << QStringLiteral("tasks --json=false") << QStringLiteral("--json takes no value");
 }
 
-void TestParse::complains()
+void TestParse::reportsWrongUsage()
 {
     QFETCH(QString, line);
     QFETCH(QString, complaint);
-    const QString said = Cli::parse(words(line)).complaint;
-    QVERIFY2(said.startsWith(complaint), qPrintable(said));
+    const QString found = Cli::parse(words(line)).complaint;
+    QVERIFY2(found.startsWith(complaint), qPrintable(found));
 }
 
-void TestParse::helpsWhateverElseIsThere_data()
+void TestParse::helpsEvenIfTheRestIsWrong_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("command");
@@ -103,7 +105,7 @@ void TestParse::helpsWhateverElseIsThere_data()
     QTest::newRow("a wrong line") << QStringLiteral("stop --bogus -h") << QStringLiteral("stop");
 }
 
-void TestParse::helpsWhateverElseIsThere()
+void TestParse::helpsEvenIfTheRestIsWrong()
 {
     QFETCH(QString, line);
     QFETCH(QString, command);
@@ -113,7 +115,7 @@ void TestParse::helpsWhateverElseIsThere()
     QCOMPARE(parsed.command == nullptr ? QString() : parsed.command->name, command);
 }
 
-void TestParse::tellsTheVersion()
+void TestParse::recognisesVersion()
 {
     QVERIFY(Cli::parse({QStringLiteral("--version")}).wantsVersion);
 }

@@ -12,7 +12,7 @@ using Cli::ProcessStat;
 
 namespace {
 
-// In nanoseconds and bytes; what a machine counts in differs.
+// Converts to nanoseconds and bytes; the kernel's units depend on the machine.
 quint64 ticks(quint64 count)
 {
     return count * (quint64(1000000000) / static_cast<quint64>(sysconf(_SC_CLK_TCK)));
@@ -20,7 +20,7 @@ quint64 ticks(quint64 count)
 
 quint64 pages(quint64 count) { return count * static_cast<quint64>(sysconf(_SC_PAGESIZE)); }
 
-// A line as the kernel writes it: user time, system time and resident pages in their places.
+// A line in the kernel's format, with user time, system time and resident pages.
 QByteArray line(const char *name, int parent, int user, int system, int resident)
 {
     return QStringLiteral(
@@ -45,8 +45,8 @@ private Q_SLOTS:
     void readsWhatTheKernelWrites_data();
     void readsWhatTheKernelWrites();
     void readsItsOwnProcess();
-    void sumsUpWhatLives_data();
-    void sumsUpWhatLives();
+    void addsUpExistingProcesses_data();
+    void addsUpExistingProcesses();
 
 private:
     void write(int pid, const QByteArray &text) const
@@ -81,8 +81,8 @@ void TestProcessStat::readsWhatTheKernelWrites_data()
     QTest::newRow("nothing") << QByteArray() << 0 << ProcessStat::notKnown << ProcessStat::notKnown;
     QTest::newRow("cut off") << QByteArray("12 (worker) S") << 0 << ProcessStat::notKnown
                              << ProcessStat::notKnown;
-    QTest::newRow("cut off behind the parent") << QByteArray("12 (worker) S 11 12") << 11
-                                               << ProcessStat::notKnown << ProcessStat::notKnown;
+    QTest::newRow("cut off after the parent") << QByteArray("12 (worker) S 11 12") << 11
+                                              << ProcessStat::notKnown << ProcessStat::notKnown;
 }
 
 void TestProcessStat::readsWhatTheKernelWrites()
@@ -101,25 +101,25 @@ void TestProcessStat::readsItsOwnProcess()
 {
     const ProcessStat stat = Cli::statOf(getpid(), Places::below(QString()));
     QCOMPARE(stat.parent, getppid());
-    // A program of Qt is larger than a megabyte, and not yet a second old.
+    // A program with Qt is larger than a megabyte, and has used less than a minute.
     QVERIFY(stat.memory > 1000000 && stat.memory < 1000000000);
     QVERIFY(stat.processorTime < quint64(60000000000));
 }
 
-void TestProcessStat::sumsUpWhatLives_data()
+void TestProcessStat::addsUpExistingProcesses_data()
 {
     QTest::addColumn<QVector<int>>("processes");
     QTest::addColumn<quint64>("processorTime");
     QTest::addColumn<quint64>("memory");
     QTest::newRow("one") << QVector<int>{2} << ticks(34) << pages(100);
     QTest::newRow("two") << QVector<int>{2, 3} << ticks(36) << pages(101);
-    QTest::newRow("one that is gone") << QVector<int>{2, 9} << ticks(34) << pages(100);
-    QTest::newRow("none that lives")
+    QTest::newRow("one that has ended") << QVector<int>{2, 9} << ticks(34) << pages(100);
+    QTest::newRow("only one that has ended")
         << QVector<int>{9} << ProcessStat::notKnown << ProcessStat::notKnown;
     QTest::newRow("none") << QVector<int>{} << ProcessStat::notKnown << ProcessStat::notKnown;
 }
 
-void TestProcessStat::sumsUpWhatLives()
+void TestProcessStat::addsUpExistingProcesses()
 {
     QFETCH(QVector<int>, processes);
     QFETCH(quint64, processorTime);

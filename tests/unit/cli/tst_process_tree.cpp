@@ -7,29 +7,28 @@ class TestProcessTree : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void putsEachBelowItsMaker_data();
-    void putsEachBelowItsMaker();
+    void putsEachBelowItsParent_data();
+    void putsEachBelowItsParent();
 };
 
-void TestProcessTree::putsEachBelowItsMaker_data()
+void TestProcessTree::putsEachBelowItsParent_data()
 {
-    // Process and parent, and what comes of them: depth and process.
+    // Pairs of process and parent; the expected tree is depth:process.
     QTest::addColumn<QVector<QPair<int, int>>>("processes");
     QTest::addColumn<QString>("tree");
     using Processes = QVector<QPair<int, int>>;
     QTest::newRow("none") << Processes{} << QString();
     QTest::newRow("a chain") << Processes{{3, 2}, {2, 1}, {5, 3}} << QStringLiteral("0:2 1:3 2:5");
-    QTest::newRow("brothers") << Processes{{9, 2}, {2, 1}, {4, 2}, {5, 4}}
+    QTest::newRow("siblings") << Processes{{9, 2}, {2, 1}, {4, 2}, {5, 4}}
                               << QStringLiteral("0:2 1:4 2:5 1:9");
-    QTest::newRow("two that systemd made")
+    QTest::newRow("two children of systemd")
         << Processes{{9, 1}, {2, 1}} << QStringLiteral("0:2 0:9");
-    QTest::newRow("parents that are not known")
-        << Processes{{9, 0}, {2, 0}} << QStringLiteral("0:2 0:9");
-    QTest::newRow("a circle") << Processes{{2, 3}, {3, 2}} << QStringLiteral("0:2 1:3");
+    QTest::newRow("unknown parents") << Processes{{9, 0}, {2, 0}} << QStringLiteral("0:2 0:9");
+    QTest::newRow("a cycle") << Processes{{2, 3}, {3, 2}} << QStringLiteral("0:2 1:3");
     QTest::newRow("its own parent") << Processes{{2, 2}} << QStringLiteral("0:2");
 }
 
-void TestProcessTree::putsEachBelowItsMaker()
+void TestProcessTree::putsEachBelowItsParent()
 {
     using Processes = QVector<QPair<int, int>>;
     QFETCH(Processes, processes);
@@ -37,10 +36,10 @@ void TestProcessTree::putsEachBelowItsMaker()
     QVector<Cli::UnitProcess> all;
     for (const auto &[pid, parent] : processes)
         all.append({pid, {}, parent});
-    QStringList told;
+    QStringList lines;
     for (const Cli::TreeProcess &one : Cli::processTree(all))
-        told.append(QStringLiteral("%1:%2").arg(one.depth).arg(one.process.pid));
-    QCOMPARE(told.join(QLatin1Char(' ')), tree);
+        lines.append(QStringLiteral("%1:%2").arg(one.depth).arg(one.process.pid));
+    QCOMPARE(lines.join(QLatin1Char(' ')), tree);
 }
 
 QTEST_GUILESS_MAIN(TestProcessTree)

@@ -14,25 +14,25 @@ namespace {
 
 constexpr quint64 epoch = 1000000;
 
-/// Entries of systemd, as it writes them, one second after the other.
-class Said
+/// Builds entries in systemd's format, one second apart.
+class Log
 {
 public:
-    explicit Said(const char *boot = "now")
+    explicit Log(const char *boot = "now")
         : m_boot(QString::fromLatin1(boot))
     {
     }
-    Said &run(const char *invocation)
+    Log &run(const char *invocation)
     {
         m_invocation = invocation;
         return *this;
     }
-    Said &boot(const char *boot)
+    Log &boot(const char *boot)
     {
         m_boot = QString::fromLatin1(boot);
         return *this;
     }
-    Said &say(const char *message, const QHash<QByteArray, QByteArray> &fields = {})
+    Log &write(const char *message, const QHash<QByteArray, QByteArray> &fields = {})
     {
         JournalEntry entry;
         entry.sinceBoot = (static_cast<quint64>(entries.size()) + 1) * 1000000;
@@ -45,28 +45,28 @@ public:
         entries.append(entry);
         return *this;
     }
-    Said &starting() { return say(SD_MESSAGE_UNIT_STARTING_STR, {{"JOB_TYPE", "start"}}); }
-    Said &started() { return say(SD_MESSAGE_UNIT_STARTED_STR, {{"JOB_RESULT", "done"}}); }
-    Said &exited(const char *code, const char *status, const char *command = "ExecStart")
+    Log &starting() { return write(SD_MESSAGE_UNIT_STARTING_STR, {{"JOB_TYPE", "start"}}); }
+    Log &started() { return write(SD_MESSAGE_UNIT_STARTED_STR, {{"JOB_RESULT", "done"}}); }
+    Log &exited(const char *code, const char *status, const char *command = "ExecStart")
     {
-        return say(SD_MESSAGE_UNIT_PROCESS_EXIT_STR,
-                   {{"EXIT_CODE", code}, {"EXIT_STATUS", status}, {"COMMAND", command}});
+        return write(SD_MESSAGE_UNIT_PROCESS_EXIT_STR,
+                     {{"EXIT_CODE", code}, {"EXIT_STATUS", status}, {"COMMAND", command}});
     }
-    Said &succeeded() { return say(SD_MESSAGE_UNIT_SUCCESS_STR); }
-    Said &failed(const char *result)
+    Log &succeeded() { return write(SD_MESSAGE_UNIT_SUCCESS_STR); }
+    Log &failed(const char *result)
     {
-        return say(SD_MESSAGE_UNIT_FAILURE_RESULT_STR, {{"UNIT_RESULT", result}});
+        return write(SD_MESSAGE_UNIT_FAILURE_RESULT_STR, {{"UNIT_RESULT", result}});
     }
-    Said &startFailed(const char *result)
+    Log &startFailed(const char *result)
     {
-        return say(SD_MESSAGE_UNIT_FAILED_STR, {{"JOB_RESULT", result}});
+        return write(SD_MESSAGE_UNIT_FAILED_STR, {{"JOB_RESULT", result}});
     }
-    Said &stopping() { return say(SD_MESSAGE_UNIT_STOPPING_STR); }
-    Said &stopped() { return say(SD_MESSAGE_UNIT_STOPPED_STR, {{"JOB_RESULT", "done"}}); }
-    Said &took(const char *nanoseconds, const char *peak = "")
+    Log &stopping() { return write(SD_MESSAGE_UNIT_STOPPING_STR); }
+    Log &stopped() { return write(SD_MESSAGE_UNIT_STOPPED_STR, {{"JOB_RESULT", "done"}}); }
+    Log &took(const char *nanoseconds, const char *peak = "")
     {
-        return say(SD_MESSAGE_UNIT_RESOURCES_STR,
-                   {{"CPU_USAGE_NSEC", nanoseconds}, {"MEMORY_PEAK", peak}});
+        return write(SD_MESSAGE_UNIT_RESOURCES_STR,
+                     {{"CPU_USAGE_NSEC", nanoseconds}, {"MEMORY_PEAK", peak}});
     }
 
     Entries entries;
@@ -82,8 +82,8 @@ QString stateOf(const PastRun &run)
     return QString::fromLatin1(names[run.state]);
 }
 
-// Each run in a line: state, seconds, and how it ended.
-QStringList told(const QVector<PastRun> &runs)
+// One line per run: state, seconds, and how it ended.
+QStringList linesOf(const QVector<PastRun> &runs)
 {
     QStringList lines;
     for (const PastRun &run : runs) {
@@ -95,9 +95,9 @@ QStringList told(const QVector<PastRun> &runs)
     return lines;
 }
 
-QStringList told(const Entries &entries)
+QStringList linesOf(const Entries &entries)
 {
-    return told(Cli::runsIn(entries, QStringLiteral("now")));
+    return linesOf(Cli::runsIn(entries, QStringLiteral("now")));
 }
 
 } // namespace
@@ -107,121 +107,121 @@ class TestRunHistory : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsHowARunEnded_data();
-    void tellsHowARunEnded();
-    void tellsRunsApart_data();
-    void tellsRunsApart();
-    void bearsMissingEntriesAndFields_data();
-    void bearsMissingEntriesAndFields();
-    void tellsWhenARunWas();
-    void tellsWhatARunTook();
+    void knowsHowARunEnded_data();
+    void knowsHowARunEnded();
+    void separatesRuns_data();
+    void separatesRuns();
+    void toleratesMissingEntriesAndFields_data();
+    void toleratesMissingEntriesAndFields();
+    void knowsWhenARunWas();
+    void knowsTheResourcesOfARun();
     void keepsResultAndStatusForPrograms();
-    void knowsNoRunThatGoesOnInAnImage();
+    void knowsNoRunningTaskInAnImage();
     void countsStarts();
 };
 
-void TestRunHistory::tellsHowARunEnded_data()
+void TestRunHistory::knowsHowARunEnded_data()
 {
     QTest::addColumn<Entries>("entries");
     QTest::addColumn<QString>("run");
-    const auto row = [](const char *name, const Said &said, const char *run) {
-        QTest::newRow(name) << said.entries << QString::fromLatin1(run);
+    const auto row = [](const char *name, const Log &log, const char *run) {
+        QTest::newRow(name) << log.entries << QString::fromLatin1(run);
     };
-    row("success", Said().started().succeeded(), "ended 1 exit status 0");
-    row("exit status", Said().started().exited("exited", "3").failed("exit-code"),
+    row("success", Log().started().succeeded(), "ended 1 exit status 0");
+    row("exit status", Log().started().exited("exited", "3").failed("exit-code"),
         "failed 2 exit status 3");
-    row("signal", Said().started().exited("killed", "9").failed("signal"),
+    row("signal", Log().started().exited("killed", "9").failed("signal"),
         "failed 2 killed by signal 9 (Killed)");
-    row("core dump", Said().started().exited("dumped", "6").failed("core-dump"),
+    row("core dump", Log().started().exited("dumped", "6").failed("core-dump"),
         "failed 2 killed by signal 6 (Aborted)");
     row("out of memory",
-        Said()
+        Log()
             .started()
-            .say(SD_MESSAGE_UNIT_OUT_OF_MEMORY_STR)
+            .write(SD_MESSAGE_UNIT_OUT_OF_MEMORY_STR)
             .exited("killed", "9")
             .failed("oom-kill"),
         "failed 3 out of memory");
-    row("out of memory, which its unit bears",
-        Said().started().say(SD_MESSAGE_UNIT_OUT_OF_MEMORY_STR).succeeded(),
+    row("out of memory, but the unit goes on",
+        Log().started().write(SD_MESSAGE_UNIT_OUT_OF_MEMORY_STR).succeeded(),
         "ended 2 exit status 0, out of memory");
-    row("out of memory, told of late",
-        Said()
+    row("out of memory, logged late",
+        Log()
             .started()
             .exited("killed", "9")
             .failed("signal")
-            .say(SD_MESSAGE_UNIT_OUT_OF_MEMORY_STR),
+            .write(SD_MESSAGE_UNIT_OUT_OF_MEMORY_STR),
         "failed 2 killed by signal 9 (Killed), out of memory");
     row("ended by systemd-oomd",
-        Said()
+        Log()
             .started()
-            .say(SD_MESSAGE_UNIT_OOMD_KILL_STR)
+            .write(SD_MESSAGE_UNIT_OOMD_KILL_STR)
             .exited("killed", "9")
             .failed("oom-kill"),
         "failed 3 out of memory");
-    row("time over", Said().started().failed("timeout"), "failed 1 out of time");
-    row("watchdog", Said().started().exited("killed", "6").failed("watchdog"),
-        "failed 2 its watchdog was not heard of");
-    row("stopped", Said().started().stopping().succeeded().stopped(), "ended 2 stopped");
-    row("stopped, and failed at that",
-        Said().started().stopping().exited("exited", "4").failed("exit-code").stopped(),
+    row("timeout", Log().started().failed("timeout"), "failed 1 out of time");
+    row("watchdog", Log().started().exited("killed", "6").failed("watchdog"),
+        "failed 2 its watchdog timed out");
+    row("stopped", Log().started().stopping().succeeded().stopped(), "ended 2 stopped");
+    row("stopped with a failure",
+        Log().started().stopping().exited("exited", "4").failed("exit-code").stopped(),
         "failed 3 stopped, exit status 4");
     row("stopped, with the sandbox's status for that",
-        Said().started().stopping().exited("exited", "143").failed("exit-code").stopped(),
+        Log().started().stopping().exited("exited", "143").failed("exit-code").stopped(),
         "failed 3 stopped");
-    row("no working directory", Said().started().exited("exited", "200").failed("exit-code"),
-        "failed 2 exit status 200 (its working directory is not there)");
+    row("no working directory", Log().started().exited("exited", "200").failed("exit-code"),
+        "failed 2 exit status 200 (its working directory does not exist)");
     row("start failed",
-        Said()
+        Log()
             .starting()
             .exited("exited", "1", "ExecStartPre")
             .failed("exit-code")
             .startFailed("failed"),
         "failed 2 not started: exit status 1");
-    row("start failed, and no more is said", Said().run("").startFailed("dependency"),
+    row("start failed without details", Log().run("").startFailed("dependency"),
         "failed - not started: a unit that it needs did not start");
     row("what comes after the program", //
-        Said()
+        Log()
             .started()
             .exited("exited", "3")
             .exited("exited", "5", "ExecStopPost")
             .failed("exit-code"),
         "failed 3 exit status 3");
-    row("power cut", Said("before").started(), "lost - ended with the boot, not known how");
-    row("goes on", Said().started(), "running - running");
-    row("is being started", Said().starting(), "running - running");
-    row("is being stopped", Said().started().stopping(), "running - running");
+    row("power cut", Log("before").started(), "lost - ended with the boot, unknown how");
+    row("running", Log().started(), "running - running");
+    row("is being started", Log().starting(), "running - running");
+    row("is being stopped", Log().started().stopping(), "running - running");
 }
 
-void TestRunHistory::tellsHowARunEnded()
+void TestRunHistory::knowsHowARunEnded()
 {
     QFETCH(Entries, entries);
     QFETCH(QString, run);
-    QCOMPARE(told(entries), QStringList(run));
+    QCOMPARE(linesOf(entries), QStringList(run));
 }
 
-void TestRunHistory::tellsRunsApart_data()
+void TestRunHistory::separatesRuns_data()
 {
     QTest::addColumn<Entries>("entries");
     QTest::addColumn<QStringList>("runs");
-    const auto row = [](const char *name, const Said &said, const QStringList &runs) {
-        QTest::newRow(name) << said.entries << runs;
+    const auto row = [](const char *name, const Log &log, const QStringList &runs) {
+        QTest::newRow(name) << log.entries << runs;
     };
     const QString killed = QStringLiteral("failed 2 killed by signal 9 (Killed)");
     const QString running = QStringLiteral("running - running");
     const QString refused = QStringLiteral("failed - not started: started too often");
-    row("none", Said(), {});
-    row("restarts of systemd's",
-        Said()
+    row("none", Log(), {});
+    row("an automatic restart",
+        Log()
             .started()
             .exited("killed", "9")
             .failed("signal")
-            .say("5eb03494b6584870a536b337290809b3")
+            .write("5eb03494b6584870a536b337290809b3")
             .stopped()
             .run("b")
             .started(),
         {killed, running});
     row("a start too many, which has the id of the run before",
-        Said()
+        Log()
             .started()
             .exited("killed", "9")
             .failed("signal")
@@ -229,7 +229,7 @@ void TestRunHistory::tellsRunsApart_data()
             .startFailed("failed"),
         {killed, refused});
     row("two starts too many",
-        Said()
+        Log()
             .started()
             .exited("killed", "9")
             .failed("signal")
@@ -239,56 +239,56 @@ void TestRunHistory::tellsRunsApart_data()
             .startFailed("failed"),
         {killed, refused, refused});
     row("boots whose entries are mixed, because the clock was set back",
-        Said("before").started().boot("now").run("b").started().boot("before").run("a").failed(
+        Log("before").started().boot("now").run("b").started().boot("before").run("a").failed(
             "timeout"),
         {QStringLiteral("failed 2 out of time"), running});
-    row("a power cut, and the next boot", Said("before").started().boot("now").run("b").started(),
-        {QStringLiteral("lost - ended with the boot, not known how"), running});
-    row("an end that was not written, before a further run", Said().started().run("b").started(),
-        {QStringLiteral("lost - not known how it ended"), running});
+    row("a power cut, and the next boot", Log("before").started().boot("now").run("b").started(),
+        {QStringLiteral("lost - ended with the boot, unknown how"), running});
+    row("an end that was not written, before a further run", Log().started().run("b").started(),
+        {QStringLiteral("lost - unknown how it ended"), running});
 }
 
-void TestRunHistory::tellsRunsApart()
+void TestRunHistory::separatesRuns()
 {
     QFETCH(Entries, entries);
     QFETCH(QStringList, runs);
-    QCOMPARE(told(entries), runs);
+    QCOMPARE(linesOf(entries), runs);
 }
 
-void TestRunHistory::bearsMissingEntriesAndFields_data()
+void TestRunHistory::toleratesMissingEntriesAndFields_data()
 {
     QTest::addColumn<Entries>("entries");
     QTest::addColumn<QStringList>("runs");
-    const auto row = [](const char *name, const Said &said, const QStringList &runs) {
-        QTest::newRow(name) << said.entries << runs;
+    const auto row = [](const char *name, const Log &log, const QStringList &runs) {
+        QTest::newRow(name) << log.entries << runs;
     };
-    const QString notKnown = QStringLiteral("lost 1 not known how it ended");
-    row("no start", Said().exited("exited", "3").failed("exit-code"),
+    const QString notKnown = QStringLiteral("lost 1 unknown how it ended");
+    row("no start", Log().exited("exited", "3").failed("exit-code"),
         {QStringLiteral("failed - exit status 3")});
-    row("an end alone", Said().succeeded().stopped(), {QStringLiteral("ended - exit status 0")});
-    row("a stop alone", Said().stopped(), {});
-    row("numbers alone", Said().took("5"), {});
-    row("no result", Said().started().stopped(), {notKnown});
-    row("a result without a word", Said().started().failed(""), {notKnown});
-    row("no status", Said().started().exited("", "").failed("exit-code"),
+    row("an end alone", Log().succeeded().stopped(), {QStringLiteral("ended - exit status 0")});
+    row("a stop alone", Log().stopped(), {});
+    row("numbers alone", Log().took("5"), {});
+    row("no result", Log().started().stopped(), {notKnown});
+    row("an empty result", Log().started().failed(""), {notKnown});
+    row("no status", Log().started().exited("", "").failed("exit-code"),
         {QStringLiteral("failed 2 exit status 0")});
     row("no ids of runs",
-        Said().run("").started().succeeded().started().exited("exited", "3").failed("exit-code"),
+        Log().run("").started().succeeded().started().exited("exited", "3").failed("exit-code"),
         {QStringLiteral("ended 1 exit status 0"), QStringLiteral("failed 2 exit status 3")});
-    row("a message without an id, and one of no run", Said().say("").say("0123"), {});
+    row("a message without an id, and one of no run", Log().write("").write("0123"), {});
 }
 
-void TestRunHistory::bearsMissingEntriesAndFields()
+void TestRunHistory::toleratesMissingEntriesAndFields()
 {
     QFETCH(Entries, entries);
     QFETCH(QStringList, runs);
-    QCOMPARE(told(entries), runs);
+    QCOMPARE(linesOf(entries), runs);
 }
 
-void TestRunHistory::tellsWhenARunWas()
+void TestRunHistory::knowsWhenARunWas()
 {
     const auto runs =
-        Cli::runsIn(Said().starting().started().succeeded().entries, QStringLiteral("now"));
+        Cli::runsIn(Log().starting().started().succeeded().entries, QStringLiteral("now"));
     QCOMPARE(runs.size(), 1);
     QCOMPARE(runs.constFirst().start, epoch + 1000000);
     QCOMPARE(runs.constFirst().end, epoch + 3000000);
@@ -297,17 +297,17 @@ void TestRunHistory::tellsWhenARunWas()
     QCOMPARE(runs.constFirst().invocation, QStringLiteral("a"));
 }
 
-void TestRunHistory::tellsWhatARunTook()
+void TestRunHistory::knowsTheResourcesOfARun()
 {
-    const Said said = Said()
-                          .started()
-                          .succeeded()
-                          .took("1500000000", "2097152")
-                          .run("b")
-                          .started()
-                          .succeeded()
-                          .took("not a number");
-    const auto runs = Cli::runsIn(said.entries, QStringLiteral("now"));
+    const Log log = Log()
+                        .started()
+                        .succeeded()
+                        .took("1500000000", "2097152")
+                        .run("b")
+                        .started()
+                        .succeeded()
+                        .took("not a number");
+    const auto runs = Cli::runsIn(log.entries, QStringLiteral("now"));
     QCOMPARE(runs.size(), 2);
     QCOMPARE(runs.at(0).processorTime, quint64(1500000000));
     QCOMPARE(runs.at(0).memoryPeak, quint64(2097152));
@@ -318,30 +318,25 @@ void TestRunHistory::tellsWhatARunTook()
 void TestRunHistory::keepsResultAndStatusForPrograms()
 {
     const auto runs = Cli::runsIn(
-        Said().started().exited("dumped", "11").failed("core-dump").entries, QStringLiteral("now"));
+        Log().started().exited("dumped", "11").failed("core-dump").entries, QStringLiteral("now"));
     QJsonObject object;
     runs.constFirst().result.addTo(object);
     QCOMPARE(object.value(QStringLiteral("result")).toString(), QStringLiteral("core-dump"));
     QCOMPARE(object.value(QStringLiteral("signal")).toInt(), 11);
 }
 
-void TestRunHistory::knowsNoRunThatGoesOnInAnImage()
+void TestRunHistory::knowsNoRunningTaskInAnImage()
 {
-    QCOMPARE(told(Cli::runsIn(Said().started().entries, QString())),
-             QStringList(QStringLiteral("lost - ended with the boot, not known how")));
+    QCOMPARE(linesOf(Cli::runsIn(Log().started().entries, QString())),
+             QStringList(QStringLiteral("lost - ended with the boot, unknown how")));
 }
 
 void TestRunHistory::countsStarts()
 {
     int starts = 0;
-    const Said said = Said()
-                          .starting()
-                          .started()
-                          .succeeded()
-                          .starting()
-                          .failed("exit-code")
-                          .startFailed("failed");
-    for (const JournalEntry &entry : said.entries)
+    const Log log =
+        Log().starting().started().succeeded().starting().failed("exit-code").startFailed("failed");
+    for (const JournalEntry &entry : log.entries)
         starts += Cli::isStart(entry) ? 1 : 0;
     QCOMPARE(starts, 2);
 }

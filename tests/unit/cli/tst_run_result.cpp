@@ -9,13 +9,13 @@ class TestRunResult : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void saysInWordsWhatSystemdSays_data();
-    void saysInWordsWhatSystemdSays();
-    void keepsWhatAChangeLeavesOut();
-    void tellsAnExitStatusFromASignal();
+    void putsSystemdsResultIntoWords_data();
+    void putsSystemdsResultIntoWords();
+    void keepsWhatAnUpdateLeavesOut();
+    void distinguishesAnExitStatusFromASignal();
 };
 
-void TestRunResult::saysInWordsWhatSystemdSays_data()
+void TestRunResult::putsSystemdsResultIntoWords_data()
 {
     QTest::addColumn<QString>("result");
     QTest::addColumn<int>("code");
@@ -26,18 +26,18 @@ void TestRunResult::saysInWordsWhatSystemdSays_data()
         QTest::newRow(name) << QString::fromLatin1(result) << code << status
                             << QString::fromLatin1(words);
     };
-    row("well", "success", 1, 0, "exit status 0");
+    row("success", "success", 1, 0, "exit status 0");
     row("a status", "exit-code", 1, 3, "exit status 3");
     row("no program", "exit-code", 1, 203, "exit status 203 (its program cannot be run)");
     row("killed in the sandbox", "exit-code", 1, 143, "exit status 143 (signal 15, Terminated)");
     row("killed", "signal", 2, 9, "killed by signal 9 (Killed)");
     row("dumped", "core-dump", 3, 11, "killed by signal 11 (Segmentation fault)");
     row("no memory", "oom-kill", 2, 9, "out of memory");
-    row("a new word of systemd's", "some-new-word", 1, 0, "some-new-word");
-    row("not known", "", 0, 0, "not known");
+    row("an unknown result", "some-new-word", 1, 0, "some-new-word");
+    row("unknown", "", 0, 0, "unknown");
 }
 
-void TestRunResult::saysInWordsWhatSystemdSays()
+void TestRunResult::putsSystemdsResultIntoWords()
 {
     QFETCH(QString, result);
     QFETCH(int, code);
@@ -46,14 +46,14 @@ void TestRunResult::saysInWordsWhatSystemdSays()
     QCOMPARE(RunResult({result, code, status}).toString(), words);
 }
 
-void TestRunResult::keepsWhatAChangeLeavesOut()
+void TestRunResult::keepsWhatAnUpdateLeavesOut()
 {
     RunResult result{QStringLiteral("exit-code"), 1, 3};
-    result.take({{QStringLiteral("ExecMainStatus"), 4}});
+    result.update({{QStringLiteral("ExecMainStatus"), 4}});
     QCOMPARE(result.toString(), QStringLiteral("exit status 4"));
 }
 
-void TestRunResult::tellsAnExitStatusFromASignal()
+void TestRunResult::distinguishesAnExitStatusFromASignal()
 {
     QJsonObject exited;
     RunResult({QStringLiteral("exit-code"), 1, 3}).addTo(exited);

@@ -10,16 +10,16 @@ class TestTable : public QObject
 
 private Q_SLOTS:
     void alignsItsColumns();
-    void takesWhatIsTooWideFromTheWidestColumn();
-    void takesAllThereIsWithoutATerminal();
+    void narrowsTheWidestColumn();
+    void cutsNothingWithoutATerminal();
     void keepsNarrowColumnsReadable();
     void countsColumnsOfTheTerminal();
-    void showsNothingThatATerminalObeys();
-    void keepsTheEndsOfPlaces();
-    void goesOnInFurtherLines();
-    void leavesOutWhatIsDispensable();
+    void replacesControlCharacters();
+    void keepsTheEndsOfPaths();
+    void wrapsCells();
+    void leavesOutDispensableColumns();
     void keepsTimes();
-    void breaksLinesAtBlanks();
+    void wrapsLinesAtBlanks();
 };
 
 void TestTable::alignsItsColumns()
@@ -32,7 +32,7 @@ void TestTable::alignsItsColumns()
                           QStringLiteral("longer  100")}));
 }
 
-void TestTable::takesWhatIsTooWideFromTheWidestColumn()
+void TestTable::narrowsTheWidestColumn()
 {
     Table table({{QStringLiteral("A")}, {QStringLiteral("B")}});
     table.add({QString(15, QLatin1Char('a')) + QString(15, QLatin1Char('z')),
@@ -44,7 +44,7 @@ void TestTable::takesWhatIsTooWideFromTheWidestColumn()
     QCOMPARE(Cli::displayWidth(lines.at(1)), 32);
 }
 
-void TestTable::takesAllThereIsWithoutATerminal()
+void TestTable::cutsNothingWithoutATerminal()
 {
     Table table({{QStringLiteral("A")}});
     table.add({QString(500, QLatin1Char('a'))});
@@ -66,21 +66,21 @@ void TestTable::countsColumnsOfTheTerminal()
     QCOMPARE(Cli::shortened(QStringLiteral("abcdefgh"), 5), QString::fromUtf8("ab…gh"));
     QCOMPARE(Cli::shortened(QStringLiteral("abc"), 1), QString::fromUtf8("…"));
     QCOMPARE(Cli::shortened(wide, 4), wide);
-    // A letter and its accent are one column.
+    // A letter and its combining accent are one column.
     QCOMPARE(Cli::displayWidth(QStringLiteral("e") + QChar(0x301)), 1);
 }
 
-void TestTable::showsNothingThatATerminalObeys()
+void TestTable::replacesControlCharacters()
 {
     Table table({{QStringLiteral("A")}});
     table.add({QStringLiteral("x\x1b[2J\ny") + QChar(0x202e)});
     QCOMPARE(table.lines(80).at(1), QStringLiteral("x?[2J?y?"));
 }
 
-void TestTable::keepsTheEndsOfPlaces()
+void TestTable::keepsTheEndsOfPaths()
 {
     Table table(
-        {{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Excess::CutBeginning}});
+        {{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Overflow::CutBeginning}});
     table.add({QStringLiteral("abcdef"), QStringLiteral("/usr/share/notes.desktop:12 (Exec)")});
     QCOMPARE(table.lines(28).at(1), QString::fromUtf8("abcdef  …s.desktop:12 (Exec)"));
     QCOMPARE(Cli::endOf(QString::fromUtf8("日本"), 3), QString::fromUtf8("…本"));
@@ -88,9 +88,9 @@ void TestTable::keepsTheEndsOfPlaces()
     QCOMPARE(Cli::endOf(QStringLiteral("abc"), 3), QStringLiteral("abc"));
 }
 
-void TestTable::goesOnInFurtherLines()
+void TestTable::wrapsCells()
 {
-    Table table({{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Excess::Wrap}});
+    Table table({{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Overflow::Wrap}});
     table.add({QStringLiteral("x"), QStringLiteral("one two three four")});
     table.add({QStringLiteral("y"), QStringLiteral("a-word-without-a-blank")});
     table.add({QStringLiteral("z"), QString()});
@@ -101,10 +101,10 @@ void TestTable::goesOnInFurtherLines()
     QCOMPARE(table.lines(0).at(1), QStringLiteral("x  one two three four"));
 }
 
-void TestTable::leavesOutWhatIsDispensable()
+void TestTable::leavesOutDispensableColumns()
 {
     Table table({{QStringLiteral("A")},
-                 {QStringLiteral("B"), Table::Left, Table::Excess::CutMiddle, true},
+                 {QStringLiteral("B"), Table::Left, Table::Overflow::CutMiddle, true},
                  {QStringLiteral("C")}});
     table.add({QStringLiteral("aaaaaaaa"), QStringLiteral("bb"), QStringLiteral("cc")});
     QCOMPARE(table.lines(16).at(1), QStringLiteral("aaaaaaaa  bb  cc"));
@@ -116,14 +116,14 @@ void TestTable::leavesOutWhatIsDispensable()
 
 void TestTable::keepsTimes()
 {
-    Table table({{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Excess::Keep}});
+    Table table({{QStringLiteral("A")}, {QStringLiteral("B"), Table::Left, Table::Overflow::Keep}});
     table.add({QStringLiteral("aaaaaa"), QStringLiteral("2020-02-03")});
     QCOMPARE(table.lines(16).at(1), QString::fromUtf8("aa…a  2020-02-03"));
-    // There is nothing else left to take from.
+    // No other column can be made narrower.
     QCOMPARE(table.lines(12).at(1), QString::fromUtf8("aa…a  202…03"));
 }
 
-void TestTable::breaksLinesAtBlanks()
+void TestTable::wrapsLinesAtBlanks()
 {
     const QString text = QStringLiteral("one two /a/long/path three");
     QCOMPARE(Cli::wrapped(text, 2, 10),
@@ -134,7 +134,7 @@ void TestTable::breaksLinesAtBlanks()
 
 int main(int argc, char *argv[])
 {
-    // How wide a character is depends on the encoding.
+    // The width of a character depends on the encoding.
     qputenv("LC_ALL", "C.UTF-8");
     const QCoreApplication application(argc, argv);
     TestTable test;

@@ -9,12 +9,13 @@ namespace {
 
 QString task() { return QStringLiteral("a.b.task_c"); }
 
-// A unit that has come to rest at this time, if ever.
-QVariantMap unit(const char *state, char invocation, quint64 rested = 0, const char *subState = "")
+// The properties of a unit that last became inactive at this time; 0: never.
+QVariantMap unit(const char *state, char invocation, quint64 inactiveSince = 0,
+                 const char *subState = "")
 {
     return {{QStringLiteral("ActiveState"), QString::fromLatin1(state)},
             {QStringLiteral("SubState"), QString::fromLatin1(subState)},
-            {QStringLiteral("InactiveEnterTimestampMonotonic"), rested},
+            {QStringLiteral("InactiveEnterTimestampMonotonic"), inactiveSince},
             {QStringLiteral("InvocationID"), QByteArray(16, invocation)}};
 }
 
@@ -43,137 +44,138 @@ class TestTaskRuns : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsOfAStartAndAnEnd();
-    void tellsOfBothWhereOnlyTheEndWasSent();
-    void tellsOfTheEndThatWasOvertaken();
-    void doesNotTakeTheRestBeforeAStartForAnEnd_data();
-    void doesNotTakeTheRestBeforeAStartForAnEnd();
-    void tellsOfAStartThatFailedAtOnce();
-    void tellsOnceOfWhatIsSentTwice();
-    void tellsHowARunFailed();
-    void tellsOfARunThatSystemdRestarts();
-    void tellsOfRunsThatWereThereBefore();
-    void doesNotTellOfUnitsThatDoNotRun();
-    void tellsOfAStartThatCameToNothing();
+    void reportsAStartAndAnEnd();
+    void reportsBothWhenOnlyTheEndIsSent();
+    void reportsAnEndThatWasMergedWithTheNextStart();
+    void doesNotMistakeTheStateBeforeAStartForAnEnd_data();
+    void doesNotMistakeTheStateBeforeAStartForAnEnd();
+    void reportsAStartThatFailedAtOnce();
+    void reportsOnceWhatIsSentTwice();
+    void reportsHowARunFailed();
+    void reportsARunThatSystemdRestarts();
+    void reportsRunsFromBefore();
+    void doesNotReportUnitsThatDoNotRun();
+    void reportsAStartThatFailedBeforeARun();
 };
 
-void TestTaskRuns::tellsOfAStartAndAnEnd()
+void TestTaskRuns::reportsAStartAndAnEnd()
 {
     TaskRuns runs;
-    runs.takeService(task(), service("success", 0, 0));
-    const auto started = runs.takeUnit(task(), unit("active", 'a'));
+    runs.updateService(task(), service("success", 0, 0));
+    const auto started = runs.updateUnit(task(), unit("active", 'a'));
     QCOMPARE(kinds(started), QStringLiteral("started"));
     QCOMPARE(started.constFirst().pid, 77);
     QCOMPARE(started.constFirst().taskId, task());
-    runs.takeService(task(), service("success", 1, 0));
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
+    runs.updateService(task(), service("success", 1, 0));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
 }
 
-void TestTaskRuns::tellsOfBothWhereOnlyTheEndWasSent()
+void TestTaskRuns::reportsBothWhenOnlyTheEndIsSent()
 {
     TaskRuns runs;
-    runs.takeService(task(), service("success", 1, 0));
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("inactive", 'a', 5))),
+    runs.updateService(task(), service("success", 1, 0));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))),
              QStringLiteral("started ended"));
 }
 
-void TestTaskRuns::tellsOfTheEndThatWasOvertaken()
+void TestTaskRuns::reportsAnEndThatWasMergedWithTheNextStart()
 {
     TaskRuns runs;
-    (void)runs.takeUnit(task(), unit("active", 'a'));
-    const auto events = runs.takeUnit(task(), unit("active", 'b'));
+    (void)runs.updateUnit(task(), unit("active", 'a'));
+    const auto events = runs.updateUnit(task(), unit("active", 'b'));
     QCOMPARE(kinds(events), QStringLiteral("ended started"));
-    QCOMPARE(events.constFirst().result.toString(), QStringLiteral("not known"));
+    QCOMPARE(events.constFirst().result.toString(), QStringLiteral("unknown"));
 }
 
-void TestTaskRuns::doesNotTakeTheRestBeforeAStartForAnEnd_data()
+void TestTaskRuns::doesNotMistakeTheStateBeforeAStartForAnEnd_data()
 {
     QTest::addColumn<QByteArray>("state");
     QTest::newRow("ended before") << QByteArray("inactive");
     QTest::newRow("failed before") << QByteArray("failed");
 }
 
-void TestTaskRuns::doesNotTakeTheRestBeforeAStartForAnEnd()
+void TestTaskRuns::doesNotMistakeTheStateBeforeAStartForAnEnd()
 {
     QFETCH(QByteArray, state);
     TaskRuns runs;
-    (void)runs.look(task(), unit(state.constData(), 'a', 5));
-    runs.takeService(task(), service("success", 0, 0));
-    QCOMPARE(kinds(runs.takeUnit(task(), unit(state.constData(), 'b', 5))),
+    (void)runs.firstLook(task(), unit(state.constData(), 'a', 5));
+    runs.updateService(task(), service("success", 0, 0));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit(state.constData(), 'b', 5))),
              QStringLiteral("started"));
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("active", 'b', 5))), QString());
-    // Forgotten by systemd in between: it never came to rest.
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("inactive", 'b', 0))), QString());
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("inactive", 'b', 6))), QStringLiteral("ended"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'b', 5))), QString());
+    // systemd unloaded the unit in between, so it never became inactive.
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'b', 0))), QString());
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'b', 6))), QStringLiteral("ended"));
 }
 
-void TestTaskRuns::tellsOfAStartThatFailedAtOnce()
+void TestTaskRuns::reportsAStartThatFailedAtOnce()
 {
     TaskRuns runs;
-    (void)runs.look(task(), unit("inactive", 'a', 5));
+    (void)runs.firstLook(task(), unit("inactive", 'a', 5));
     QVariantMap failed = service("resources", 0, 0);
     failed.insert(QStringLiteral("MainPID"), 0u);
-    runs.takeService(task(), failed);
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("failed", 'b', 5))),
+    runs.updateService(task(), failed);
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("failed", 'b', 5))),
              QStringLiteral("started failed"));
 }
 
-void TestTaskRuns::tellsOnceOfWhatIsSentTwice()
+void TestTaskRuns::reportsOnceWhatIsSentTwice()
 {
     TaskRuns runs;
-    (void)runs.takeUnit(task(), unit("activating", 'a'));
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("active", 'a'))), QString());
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("deactivating", 'a'))), QString());
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("inactive", 'a', 5))), QString());
+    (void)runs.updateUnit(task(), unit("activating", 'a'));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'a'))), QString());
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("deactivating", 'a'))), QString());
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QString());
 }
 
-void TestTaskRuns::tellsHowARunFailed()
+void TestTaskRuns::reportsHowARunFailed()
 {
     TaskRuns runs;
-    (void)runs.takeUnit(task(), unit("active", 'a'));
-    runs.takeService(task(), service("exit-code", 1, 3));
-    const auto events = runs.takeUnit(task(), unit("failed", 'a', 5));
+    (void)runs.updateUnit(task(), unit("active", 'a'));
+    runs.updateService(task(), service("exit-code", 1, 3));
+    const auto events = runs.updateUnit(task(), unit("failed", 'a', 5));
     QCOMPARE(kinds(events), QStringLiteral("failed"));
     QCOMPARE(events.constFirst().result.status, 3);
 }
 
-void TestTaskRuns::tellsOfARunThatSystemdRestarts()
+void TestTaskRuns::reportsARunThatSystemdRestarts()
 {
     TaskRuns runs;
-    (void)runs.takeUnit(task(), unit("active", 'a'));
-    runs.takeService(task(), service("signal", 2, 9));
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("activating", 'a', 5, "auto-restart"))),
+    (void)runs.updateUnit(task(), unit("active", 'a'));
+    runs.updateService(task(), service("signal", 2, 9));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("activating", 'a', 5, "auto-restart"))),
              QStringLiteral("failed"));
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("active", 'b'))), QStringLiteral("started"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'b'))), QStringLiteral("started"));
 }
 
-void TestTaskRuns::tellsOfRunsThatWereThereBefore()
+void TestTaskRuns::reportsRunsFromBefore()
 {
     TaskRuns runs;
     QVariantMap properties = unit("active", 'a');
     properties.insert(QStringLiteral("ExecMainPID"), 5);
-    const auto events = runs.look(task(), properties);
+    const auto events = runs.firstLook(task(), properties);
     QCOMPARE(kinds(events), QStringLiteral("running"));
     QCOMPARE(events.constFirst().pid, 5);
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("active", 'a'))), QString());
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'a'))), QString());
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
 }
 
-void TestTaskRuns::doesNotTellOfUnitsThatDoNotRun()
+void TestTaskRuns::doesNotReportUnitsThatDoNotRun()
 {
     TaskRuns runs;
-    QCOMPARE(kinds(runs.look(task(), unit("failed", 'a', 5))), QString());
-    QCOMPARE(kinds(runs.takeUnit(task(), unit("inactive", 'a', 5))), QString());
-    // Loaded, and has not run.
-    QCOMPARE(kinds(runs.takeUnit(QStringLiteral("other"), unit("inactive", '\0'))), QString());
+    QCOMPARE(kinds(runs.firstLook(task(), unit("failed", 'a', 5))), QString());
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QString());
+    // Loaded, but has not run.
+    QCOMPARE(kinds(runs.updateUnit(QStringLiteral("other"), unit("inactive", '\0'))), QString());
 }
 
-void TestTaskRuns::tellsOfAStartThatCameToNothing()
+void TestTaskRuns::reportsAStartThatFailedBeforeARun()
 {
     const TaskRuns runs;
-    QCOMPARE(kinds(runs.takeJob(task(), QStringLiteral("done"))), QString());
-    QCOMPARE(kinds(runs.takeJob(task(), QStringLiteral("dependency"))), QStringLiteral("failed"));
+    QCOMPARE(kinds(runs.jobRemoved(task(), QStringLiteral("done"))), QString());
+    QCOMPARE(kinds(runs.jobRemoved(task(), QStringLiteral("dependency"))),
+             QStringLiteral("failed"));
 }
 
 QTEST_GUILESS_MAIN(TestTaskRuns)

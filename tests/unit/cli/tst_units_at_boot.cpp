@@ -11,12 +11,12 @@ class TestUnitsAtBoot : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void areThoseThatALinkOfAFolderOfWishesNames();
+    void areThoseThatALinkEnables();
     void areNoneWithoutALink();
     void areNoneWithoutAUnit();
     void areNoneThatAreMasked();
     void areOnlyThoseOfTasks();
-    void areThoseOfTheImageWhereverItsLinksLead();
+    void areThoseOfTheImageEvenWithLinksOutOfIt();
 
 private:
     [[nodiscard]] static QStringList of(const TempRoot &root)
@@ -30,11 +30,11 @@ private:
     }
 };
 
-void TestUnitsAtBoot::areThoseThatALinkOfAFolderOfWishesNames()
+void TestUnitsAtBoot::areThoseThatALinkEnables()
 {
     const TempRoot root;
     root.startAtBoot(id());
-    // As another folder of wishes may say again.
+    // A second link to the same unit, in another folder.
     const QString folder = root.path(QStringLiteral("/etc/systemd/system/other.target.requires"));
     QVERIFY(QDir().mkpath(folder));
     QVERIFY(QFile::link(root.unitFile(id()), folder + QLatin1Char('/') + unit()));
@@ -61,7 +61,7 @@ void TestUnitsAtBoot::areNoneThatAreMasked()
     const TempRoot root;
     root.startAtBoot(id());
     root.remove(root.unitFile(id()));
-    // To a file, so that it is not for want of one that it does not count.
+    // A link to an existing file, so that the unit is left out as masked rather than as missing.
     root.write(QStringLiteral("/etc/empty"), {});
     QVERIFY(QFile::link(root.path(QStringLiteral("/etc/empty")), root.path(root.unitFile(id()))));
     QCOMPARE(of(root), QStringList());
@@ -76,7 +76,7 @@ void TestUnitsAtBoot::areOnlyThoseOfTasks()
     QCOMPARE(of(root), QStringList());
 }
 
-void TestUnitsAtBoot::areThoseOfTheImageWhereverItsLinksLead()
+void TestUnitsAtBoot::areThoseOfTheImageEvenWithLinksOutOfIt()
 {
     const TempRoot system;
     system.startAtBoot(QStringLiteral("com.example.Host.task_x"));

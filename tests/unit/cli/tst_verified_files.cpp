@@ -1,5 +1,5 @@
-// What a start writes is a unit to systemd and XML to a parser: the golden files, and what render
-// shows for declarations and requests of every kind.
+// Checks that systemd accepts the units and an XML parser the policies: those of the golden files,
+// and those that render shows for generated declarations and requests.
 
 #include "cli/declared_tasks.h"
 #include "cli/rendering.h"
@@ -28,7 +28,7 @@ constexpr int fewestUnits = 200;
 constexpr int fewestPlainUnits = 40;
 constexpr int timeoutMs = 60000;
 
-// A folder of units that systemd looks at as at those of an image.
+// Units in an image that systemd-analyze verifies.
 class Image
 {
 public:
@@ -45,7 +45,7 @@ public:
         m_units.insert(name, unit);
     }
     [[nodiscard]] int count() const { return m_units.size(); }
-    // What systemd says of them, line by line; asks no manager.
+    // The complaints of systemd-analyze, which runs without a manager.
     [[nodiscard]] QStringList complaints() const
     {
         QProcess verify;
@@ -60,7 +60,8 @@ public:
             return {QStringLiteral("systemd-analyze did not run: ") + verify.errorString()};
         return complaintsIn(QString::fromUtf8(verify.readAll()));
     }
-    // The unit and the key that a complaint is about; no key when it is about the whole unit.
+    // The unit and the key that a complaint is about; the key is empty when it is about the whole
+    // unit.
     [[nodiscard]] QPair<QString, QString> placeOf(const QString &complaint) const
     {
         static const QRegularExpression pattern(
@@ -75,7 +76,7 @@ public:
     }
 
 private:
-    // One a line, unless it quotes a word with a line break in it.
+    // A complaint is one line, unless it quotes a word with a line break.
     static QStringList complaintsIn(const QString &text)
     {
         QStringList complaints;
@@ -95,16 +96,16 @@ private:
     QMap<QString, QByteArray> m_units;
 };
 
-// Whether systemd reads more into words of a command line than they say, which the linter tells
-// those who declare them, and may refuse the line for it.
-bool meansMore(const QString &words)
+// Whether some characters of a command line are special to systemd, so that it may refuse the line.
+// The linter warns about them.
+bool isSpecialToSystemd(const QString &words)
 {
     return std::any_of(words.begin(), words.end(),
                        [](QChar c) { return QLatin1String("\"'\\%").contains(c); });
 }
 
-// Elements of a policy, each with its attributes in order: "allow own=a.b". Empty when the text is
-// no XML.
+// The elements of a policy, each with its attributes in order: "allow own=a.b". Empty when the text
+// is not valid XML.
 QStringList elementsOf(const QByteArray &policy)
 {
     QXmlStreamReader reader(policy);
@@ -135,10 +136,10 @@ class TestVerifiedFiles : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void notesWhatSystemdDoesNotTake();
-    void writesGoldenUnitsThatSystemdTakes();
-    void writesGoldenPoliciesThatAreXml();
-    void rendersUnitsThatSystemdTakes();
+    void reportsWhatSystemdRefuses();
+    void hasGoldenUnitsThatSystemdAccepts();
+    void hasGoldenPoliciesThatAreXml();
+    void rendersUnitsThatSystemdAccepts();
     void rendersPoliciesThatAreXml();
 
 private:
@@ -170,8 +171,8 @@ void TestVerifiedFiles::initTestCase()
     }
 }
 
-// The other tests find nothing because there is nothing.
-void TestVerifiedFiles::notesWhatSystemdDoesNotTake()
+// Makes sure that the other tests would find faults.
+void TestVerifiedFiles::reportsWhatSystemdRefuses()
 {
     Image image;
     image.add(QStringLiteral("bad.service"),
@@ -186,19 +187,20 @@ void TestVerifiedFiles::notesWhatSystemdDoesNotTake()
     QVERIFY2(keys.contains(QString()), qPrintable(all));
 }
 
-void TestVerifiedFiles::writesGoldenUnitsThatSystemdTakes()
+void TestVerifiedFiles::hasGoldenUnitsThatSystemdAccepts()
 {
     Image image;
     for (const QString &name : GoldenPlan::names())
         image.add(name + QStringLiteral(".service"), GoldenPlan(name).unit);
     QVERIFY(image.count() >= 5);
-    // A caller's words are written as they are, those in which systemd finds no assignment, too.
+    // The caller's words are written unchanged, even those that systemd does not accept as
+    // assignments.
     for (const QString &complaint : image.complaints())
         QVERIFY2(image.placeOf(complaint).second == QLatin1String("Environment"),
                  qPrintable(complaint));
 }
 
-void TestVerifiedFiles::writesGoldenPoliciesThatAreXml()
+void TestVerifiedFiles::hasGoldenPoliciesThatAreXml()
 {
     int policies = 0;
     for (const QString &name : GoldenPlan::names()) {
@@ -213,11 +215,12 @@ void TestVerifiedFiles::writesGoldenPoliciesThatAreXml()
     QVERIFY(policies > 0);
 }
 
-void TestVerifiedFiles::rendersUnitsThatSystemdTakes()
+void TestVerifiedFiles::rendersUnitsThatSystemdAccepts()
 {
     Image image;
     int plain = 0;
-    // Keys of each unit for which systemd may blame a caller's or a declarer's words.
+    // The keys of each unit that systemd may complain about, because their values come from the
+    // caller or the declaration.
     QMap<QString, QStringList> oddKeys;
     for (const Start &start : qAsConst(starts)) {
         const QString name = Core::unitNameOf(start.task.taskId.toString());
@@ -226,12 +229,12 @@ void TestVerifiedFiles::rendersUnitsThatSystemdTakes()
         keys = start.request.unitSettings.keys() + QStringList{QStringLiteral("Environment")};
         if (start.request.cpuLimit < 0)
             keys.append(QStringLiteral("LimitCPU"));
-        // systemd advises against that user, and yet it is one.
+        // systemd warns about this user, although it exists.
         if (start.request.user == QStringLiteral("nobody"))
             keys.append(QStringLiteral("User"));
-        // Without its command line there is no unit.
-        if (meansMore(start.task.exec + start.request.params.join(QLatin1Char(' '))
-                      + start.request.permissions.join(QLatin1Char(' '))))
+        // A unit whose command line is refused is invalid as a whole.
+        if (isSpecialToSystemd(start.task.exec + start.request.params.join(QLatin1Char(' '))
+                               + start.request.permissions.join(QLatin1Char(' '))))
             keys += QStringList{QStringLiteral("ExecStart"), QString()};
         else
             ++plain;
@@ -240,7 +243,7 @@ void TestVerifiedFiles::rendersUnitsThatSystemdTakes()
     QVERIFY(image.count() >= fewestUnits);
     QVERIFY(plain >= fewestPlainUnits);
     for (const QString &complaint : image.complaints()) {
-        // Says so and takes it.
+        // A warning about a name that it accepts.
         if (complaint.startsWith(QLatin1String("Accepting user/group name")))
             continue;
         const auto [unit, key] = image.placeOf(complaint);

@@ -29,7 +29,7 @@ QByteArray entry()
 
 void copyProgram(const TempRoot &root, const QString &path)
 {
-    // Any ELF binary.
+    // Enough to count as an ELF binary.
     root.write(path, "\177ELF");
     QFile::setPermissions(root.path(path),
                           QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther);
@@ -85,27 +85,28 @@ QVector<Cli::Gate> gatesOf(const TempRoot &root, const QString &user = QStringLi
 
 Q_DECLARE_METATYPE(Fault)
 
-// What files say of a task: its entry, its declaration, its program, its sandbox and its user.
+// Tests the gates that depend on files: a task's entry, its declaration, its program, its sandbox
+// and its user.
 class TestWhyDeclaration : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void opensEveryGateOfWhatIsRight();
+    void opensEveryGateOfAHealthyTask();
     void opensAGateByItsCure_data();
     void opensAGateByItsCure();
     void shutsAGateThatNoCommandOpens_data();
     void shutsAGateThatNoCommandOpens();
-    void saysWhatTheDaemonWouldSay();
-    void judgesNoUserWhenNobodyIsNamed();
-    void takesAnIdThatDoesNotReadAsOne();
-    void namesWhatMayBeMeant_data();
-    void namesWhatMayBeMeant();
-    void tellsOfWhatIsShadowedAndDoesNoHarm();
+    void givesTheDaemonsMessages();
+    void checksNoUserWhenNoneIsGiven();
+    void acceptsAnInvalidId();
+    void suggestsWhatMayBeMeant_data();
+    void suggestsWhatMayBeMeant();
+    void mentionsAHarmlessShadowedEntry();
     void leavesTheDaemonsSandboxOutForATaskOfTheSession();
 };
 
-void TestWhyDeclaration::opensEveryGateOfWhatIsRight()
+void TestWhyDeclaration::opensEveryGateOfAHealthyTask()
 {
     const TempRoot root;
     writeHealthySystem(root);
@@ -258,18 +259,18 @@ void TestWhyDeclaration::shutsAGateThatNoCommandOpens()
     QVERIFY(Cli::verdictOn(gates).contains(shut->consequence));
 }
 
-void TestWhyDeclaration::saysWhatTheDaemonWouldSay()
+void TestWhyDeclaration::givesTheDaemonsMessages()
 {
     const TempRoot root;
     writeHealthySystem(root);
-    const auto saidFor = [&root](const char *user, const char *gate) {
+    const auto evidenceFor = [&root](const char *user, const char *gate) {
         return gateNamed(gatesOf(root, QString::fromLatin1(user)), QString::fromLatin1(gate))
             .evidence;
     };
-    QCOMPARE(saidFor("root", "user"), QStringLiteral("User cannot be root"));
-    QCOMPARE(saidFor("a b", "start"), QStringLiteral("User must be a plain user name"));
-    QCOMPARE(saidFor("app", "user"), QStringLiteral("app is user 100000"));
-    QCOMPARE(saidFor("100000", "user"), QStringLiteral("app is user 100000"));
+    QCOMPARE(evidenceFor("root", "user"), QStringLiteral("User cannot be root"));
+    QCOMPARE(evidenceFor("a b", "start"), QStringLiteral("User must be a plain user name"));
+    QCOMPARE(evidenceFor("app", "user"), QStringLiteral("app is user 100000"));
+    QCOMPARE(evidenceFor("100000", "user"), QStringLiteral("app is user 100000"));
     const Cli::Gate missing =
         gateNamed(gatesOf(root, QStringLiteral("nobodysName")), QStringLiteral("user"));
     QCOMPARE(missing.evidence, QStringLiteral("there is no user nobodysName"));
@@ -277,7 +278,7 @@ void TestWhyDeclaration::saysWhatTheDaemonWouldSay()
              QStringLiteral("useradd --create-home --root %1 nobodysName").arg(root.path()));
 }
 
-void TestWhyDeclaration::judgesNoUserWhenNobodyIsNamed()
+void TestWhyDeclaration::checksNoUserWhenNoneIsGiven()
 {
     const TempRoot root;
     writeHealthySystem(root);
@@ -286,10 +287,10 @@ void TestWhyDeclaration::judgesNoUserWhenNobodyIsNamed()
     QCOMPARE(gateNamed(gates, QStringLiteral("start")).answer, Cli::Gate::NotKnown);
     QVERIFY(Cli::firstShut(gates) == nullptr);
     QCOMPARE(Cli::verdictOn(gates),
-             QStringLiteral("Nothing that is known stands in its way; not known: 3."));
+             QStringLiteral("Nothing that is known prevents it from starting; unknown: 3."));
 }
 
-void TestWhyDeclaration::takesAnIdThatDoesNotReadAsOne()
+void TestWhyDeclaration::acceptsAnInvalidId()
 {
     const TempRoot root;
     writeHealthySystem(root);
@@ -304,7 +305,7 @@ void TestWhyDeclaration::takesAnIdThatDoesNotReadAsOne()
     QCOMPARE(Cli::firstShut(gates)->name, QStringLiteral("application id"));
 }
 
-void TestWhyDeclaration::namesWhatMayBeMeant_data()
+void TestWhyDeclaration::suggestsWhatMayBeMeant_data()
 {
     QTest::addColumn<QString>("id");
     QTest::addColumn<QString>("meant");
@@ -314,7 +315,7 @@ void TestWhyDeclaration::namesWhatMayBeMeant_data()
                             << QStringLiteral("Did you mean com.example.Notes.task_sync?");
 }
 
-void TestWhyDeclaration::namesWhatMayBeMeant()
+void TestWhyDeclaration::suggestsWhatMayBeMeant()
 {
     QFETCH(QString, id);
     QFETCH(QString, meant);
@@ -324,7 +325,7 @@ void TestWhyDeclaration::namesWhatMayBeMeant()
     QCOMPARE(Cli::firstShut(gates)->consequence, meant);
 }
 
-void TestWhyDeclaration::tellsOfWhatIsShadowedAndDoesNoHarm()
+void TestWhyDeclaration::mentionsAHarmlessShadowedEntry()
 {
     const TempRoot root;
     writeHealthySystem(root);
@@ -332,8 +333,9 @@ void TestWhyDeclaration::tellsOfWhatIsShadowedAndDoesNoHarm()
     root.write(local, entry());
     const Cli::Gate gate = gateNamed(gatesOf(root), QStringLiteral("not shadowed"));
     QCOMPARE(gate.answer, Cli::Gate::Yes);
-    QCOMPARE(gate.evidence,
-             QStringLiteral("%1 counts, not %2").arg(root.path(local), root.path(entryPath())));
+    QCOMPARE(
+        gate.evidence,
+        QStringLiteral("%1 is used instead of %2").arg(root.path(local), root.path(entryPath())));
 }
 
 void TestWhyDeclaration::leavesTheDaemonsSandboxOutForATaskOfTheSession()
@@ -343,8 +345,9 @@ void TestWhyDeclaration::leavesTheDaemonsSandboxOutForATaskOfTheSession()
     root.remove(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"));
     const QVector<Cli::Gate> gates = gatesOf(root);
     QVERIFY(gateNamed(gates, QStringLiteral("sandbox")).name.isEmpty());
-    QCOMPARE(gateNamed(gates, QStringLiteral("type")).evidence,
-             QStringLiteral("Sync: no file says who serves it, it is left to the user's session"));
+    QCOMPARE(
+        gateNamed(gates, QStringLiteral("type")).evidence,
+        QStringLiteral("Sync: no file sets who serves it, so it is left to the per-user service"));
     QVERIFY(Cli::firstShut(gates) == nullptr);
 }
 

@@ -35,7 +35,7 @@ Question question()
     return asked;
 }
 
-// A task that runs and owns its name.
+// The facts of a task that runs and owns its name.
 LiveFacts facts()
 {
     LiveFacts all;
@@ -54,7 +54,7 @@ LiveFacts facts()
                 {text("ActiveState"), text("active")},
                 {text("MainPID"), 7u},
                 {text("User"), text("app")}};
-    all.unitFileIsThere = true;
+    all.hasUnitFile = true;
     all.policy = {text("/etc/dbus-1/system.d/notes.conf"), true,       true, {},
                   text("com.example.Notes.Sync"),          text("app")};
     all.ownerOfName = 8;
@@ -81,7 +81,7 @@ void fail(LiveFacts &known, const char *result)
     known.unit.insert(text("MainPID"), 0u);
 }
 
-// As systemd tells of a unit that has ended, and not for a failure.
+// The properties of a unit that has ended without a failure.
 void end(LiveFacts &known, int code, int status)
 {
     set(known.unit, "ActiveState", "inactive");
@@ -98,7 +98,7 @@ void end(LiveFacts &known, int code, int status)
 
 Q_DECLARE_METATYPE(Change)
 
-// What bus, systemd, daemon and journal say of a task.
+// Tests the gates that depend on the bus, systemd, the daemon and the journal.
 class TestWhyLive : public QObject
 {
     Q_OBJECT
@@ -110,11 +110,11 @@ private Q_SLOTS:
     void leavesAGateOpen_data();
     void leavesAGateOpen();
     void knowsNothingOfAUnitWithoutABus();
-    void asksNoOneOfTheBusNameWithoutAPolicy();
-    void asksNoCallerOfATaskOfTheSession();
+    void checksNoBusNameWithoutAPolicy();
+    void checksNoCallerForATaskOfTheSession();
     void knowsWhichGroupsMayStart_data();
     void knowsWhichGroupsMayStart();
-    void tellsTheSandboxsOwnWords();
+    void showsTheLogOfTheSandbox();
     void readsAPolicy_data();
     void readsAPolicy();
 };
@@ -181,14 +181,13 @@ static void addUnitRows()
         known.unit = {{text("LoadState"), text("not-found")}};
     });
     addRow("a unit whose file is gone", "unit", start,
-           [](Question &, LiveFacts &known) { known.unitFileIsThere = false; });
+           [](Question &, LiveFacts &known) { known.hasUnitFile = false; });
     addRow("a unit that cannot be read", "unit", start,
            [](Question &, LiveFacts &known) { set(known.unit, "LoadState", "bad-setting"); });
-    addRow("a unit that nobody knows the user of", "unit", "",
-           [](Question &asked, LiveFacts &known) {
-               asked.user.clear();
-               known.unitFileIsThere = false;
-           });
+    addRow("a unit whose user is unknown", "unit", "", [](Question &asked, LiveFacts &known) {
+        asked.user.clear();
+        known.hasUnitFile = false;
+    });
     addRow("a unit that has changed", "unit in force", "systemctl daemon-reload",
            [](Question &, LiveFacts &known) { known.unit.insert(text("NeedDaemonReload"), true); });
 }
@@ -203,7 +202,7 @@ static void addNameRows()
     addRow("a policy that the bus cannot read", "bus policy",
            "chmod a+r /etc/dbus-1/system.d/notes.conf && systemctl reload dbus.service",
            [](Question &, LiveFacts &known) { known.policy.isReadable = false; });
-    addRow("a name that nobody owns", "bus name",
+    addRow("a name without an owner", "bus name",
            "systemctl reload dbus.service && systemctl restart "
            "ov_task.com.example.Notes.task_sync.service",
            [](Question &, LiveFacts &known) { known.ownerOfName = 0; });
@@ -279,7 +278,7 @@ void TestWhyLive::leavesAGateOpen_data()
     addRow("to root", "right to start", "you are root", [](Question &, LiveFacts &known) {
         known.caller = {text("root"), 0, {}, {}};
     });
-    addRow("to everybody", "right to start", "orvane.service lets everybody",
+    addRow("to every user", "right to start", "orvane.service allows every user",
            [](Question &, LiveFacts &known) {
                known.daemonUnit.remove(text("Environment"));
                known.caller.groups.clear();
@@ -292,10 +291,11 @@ void TestWhyLive::leavesAGateOpen_data()
                known.unit.insert(text("DropInPaths"), QStringList{text("/etc/x.conf")});
            });
     addRow("of a task that has ended well", "last result",
-           "ended with exit status 0 at -; it does not run now",
+           "ended with exit status 0 at -; it is not running now",
            [](Question &, LiveFacts &known) { end(known, CLD_EXITED, 0); });
     addRow("of a oneshot task, which is never active, that has ended well", "last result",
-           "ended with exit status 0 at -; it does not run now", [](Question &, LiveFacts &known) {
+           "ended with exit status 0 at -; it is not running now",
+           [](Question &, LiveFacts &known) {
                end(known, CLD_EXITED, 0);
                known.unit.remove(text("ActiveExitTimestampMonotonic"));
            });
@@ -323,14 +323,14 @@ void TestWhyLive::knowsNothingOfAUnitWithoutABus()
         QCOMPARE(gate.answer, gate.name == text("bus") ? Gate::No : Gate::NotKnown);
 }
 
-void TestWhyLive::asksNoOneOfTheBusNameWithoutAPolicy()
+void TestWhyLive::checksNoBusNameWithoutAPolicy()
 {
     LiveFacts known = facts();
     known.policy = {};
     QVERIFY(gateNamed(gatesOf(question(), known), text("bus name")).name.isEmpty());
 }
 
-void TestWhyLive::asksNoCallerOfATaskOfTheSession()
+void TestWhyLive::checksNoCallerForATaskOfTheSession()
 {
     Question asked = question();
     asked.declaration.type = {text("Sync"), true, 1, {}};
@@ -346,7 +346,7 @@ void TestWhyLive::asksNoCallerOfATaskOfTheSession()
                  .prepend(QFile::exists(text("/usr/share/orvane/task-types"))
                               ? QString()
                               : text("mkdir -p /usr/share/orvane/task-types && ")));
-    known.userServiceIsThere = true;
+    known.hasUserService = true;
     QCOMPARE(gateNamed(Cli::daemonGates(asked, known), text("answer")).cure, QString());
 }
 
@@ -356,15 +356,16 @@ void TestWhyLive::knowsWhichGroupsMayStart_data()
     QTest::addColumn<QStringList>("unset");
     QTest::addColumn<QString>("groups");
     const QStringList none;
-    QTest::newRow("not said") << none << none << text("everybody");
-    QTest::newRow("said") << QStringList{text("A=b"), text("ORVANE_TASK_GROUPS=a, b,,")} << none
-                          << text("a b");
-    QTest::newRow("nobody") << QStringList{text("ORVANE_TASK_GROUPS=")} << none << QString();
-    QTest::newRow("said twice") << QStringList{text("ORVANE_TASK_GROUPS=a"),
-                                               text("ORVANE_TASK_GROUPS=b")}
-                                << none << text("b");
-    QTest::newRow("taken away") << QStringList{text("ORVANE_TASK_GROUPS=a")}
-                                << QStringList{text("ORVANE_TASK_GROUPS")} << text("everybody");
+    QTest::newRow("not set") << none << none << text("every user");
+    QTest::newRow("set") << QStringList{text("A=b"), text("ORVANE_TASK_GROUPS=a, b,,")} << none
+                         << text("a b");
+    QTest::newRow("set to nothing")
+        << QStringList{text("ORVANE_TASK_GROUPS=")} << none << QString();
+    QTest::newRow("set twice") << QStringList{text("ORVANE_TASK_GROUPS=a"),
+                                              text("ORVANE_TASK_GROUPS=b")}
+                               << none << text("b");
+    QTest::newRow("unset") << QStringList{text("ORVANE_TASK_GROUPS=a")}
+                           << QStringList{text("ORVANE_TASK_GROUPS")} << text("every user");
 }
 
 void TestWhyLive::knowsWhichGroupsMayStart()
@@ -374,10 +375,10 @@ void TestWhyLive::knowsWhichGroupsMayStart()
     QFETCH(QString, groups);
     const auto found = Cli::groupsThatMayStart(
         {{text("Environment"), environment}, {text("UnsetEnvironment"), unset}});
-    QCOMPARE(found ? found->join(QLatin1Char(' ')) : text("everybody"), groups);
+    QCOMPARE(found ? found->join(QLatin1Char(' ')) : text("every user"), groups);
 }
 
-void TestWhyLive::tellsTheSandboxsOwnWords()
+void TestWhyLive::showsTheLogOfTheSandbox()
 {
     LiveFacts known = facts();
     fail(known, "exit-code");
@@ -418,10 +419,10 @@ void TestWhyLive::readsAPolicy()
     const TempRoot root;
     root.write(text("/a.conf"), content);
     const Cli::PolicyFile policy = Cli::readPolicyFile(root.path(text("/a.conf")));
-    QVERIFY(policy.isThere);
+    QVERIFY(policy.exists);
     QCOMPARE(policy.user + QLatin1Char(' ') + policy.busName, owner);
     QCOMPARE(policy.problem.isEmpty(), isPolicy);
-    QVERIFY(!Cli::readPolicyFile(root.path(text("/none"))).isThere);
+    QVERIFY(!Cli::readPolicyFile(root.path(text("/none"))).exists);
 }
 
 QTEST_GUILESS_MAIN(TestWhyLive)
