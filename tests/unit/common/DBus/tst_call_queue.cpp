@@ -3,6 +3,7 @@
 #include "support/private_bus.h"
 
 #include <QCoreApplication>
+#include <QDBusPendingCall>
 #include <QTest>
 
 using DBus::CallQueue;

@@ -3,6 +3,7 @@
 #include "support/lone_bus.h"
 #include "support/private_bus.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
