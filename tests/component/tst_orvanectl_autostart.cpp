@@ -117,8 +117,8 @@ void TestOrvanectlAutostart::explainsEveryLayer()
                             "system     yes     no       %1:2\n"
                             "all-users  yes     no       %2:3\n"
                             "user       no      yes      %3:2\n"
-                            "Root and members of the group privileged may change it: orvanectl "
-                            "autostart enable|disable\n")
+                            "Root and the group privileged may change it: "
+                            "orvanectl autostart enable|disable\n")
                  .arg(shipped(), stored("all-users.conf"), stored("4242.conf")));
     QCOMPARE(output.status, 0);
 }

@@ -177,7 +177,7 @@ QStringList linesOf(const Asked &asked, const Layers &layers, int width)
                        placeOf(&setting)});
     }
     return wrapped(printable(verdictOn(asked, layers)), 0, width) + table.lines(width)
-        + QStringList{QStringLiteral("Root and members of the group privileged may change it: "
+        + QStringList{QStringLiteral("Root and the group privileged may change it: "
                                      "orvanectl autostart enable|disable")};
 }
 

@@ -59,8 +59,8 @@ void TestFindings::logsWhatAWarningWouldHaveLogged()
     const auto speak = [](Core::Findings &findings) {
         const QString name = QStringLiteral("1\nsync");
         // On one line, so that both have the same line number.
-        ORVANE_WARN(findings, taskName()) << "Invalid task name:" << name << 5;
-        qWarning() << "Invalid task name:" << name << 5;
+        // clang-format off
+        ORVANE_WARN(findings, taskName()) << "Invalid task name:" << name << 5; qWarning() << "Invalid task name:" << name << 5;
         // clang-format on
     };
     s_messages.clear();

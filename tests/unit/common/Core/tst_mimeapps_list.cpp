@@ -103,8 +103,8 @@ void TestMimeappsList::leavesOutWhatWouldNotReadBack()
     const LogLines log;
     writeMimeappsList(places(), {{mimeType, name}, {other, QStringLiteral("B.desktop")}});
     QCOMPARE(log.taken(),
-             QStringList(QStringLiteral("Not written to \"%1\" because it would not be read as it "
-                                        "is: %2")
+             QStringList(QStringLiteral("Not written to \"%1\" because it would be read "
+                                        "differently: %2")
                              .arg(root->path(file()), quoted.trimmed())));
     QCOMPARE(root->read(file()), QByteArray("[Default Applications]\nzzz/other=B.desktop\n"));
 }
