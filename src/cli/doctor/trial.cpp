@@ -43,7 +43,8 @@ bool isOrdinary(const passwd &account)
         && QFileInfo(QString::fromUtf8(account.pw_dir)).isDir();
 }
 
-// Safe, because the tool has only one thread.
+// The tool has only one thread.
+// NOLINTBEGIN(concurrency-mt-unsafe)
 Runner runner()
 {
     std::optional<Runner> found;
