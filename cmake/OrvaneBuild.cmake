@@ -21,13 +21,12 @@ set(CMAKE_AUTOMOC ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
-# Log lines have the source file's path in the tree, without the directory of the build machine.
-add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
-
-# The include directory, warnings and definitions of all targets.
+# Everything that the options above and below say reaches a target through this one.
 add_library(orvane-build INTERFACE)
 target_include_directories(orvane-build INTERFACE "${PROJECT_SOURCE_DIR}/src")
 target_compile_options(orvane-build INTERFACE
+    # Log lines carry the source file; readers want its place in the tree, not on the build machine.
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<BOOL:${ORVANE_WERROR}>:-Werror>)
@@ -62,36 +61,36 @@ if(NOT ORVANE_SANITIZE AND NOT ORVANE_TSAN)
         endif()
     endforeach()
     set(ships $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
-    add_compile_options("$<${ships}:${hardening}>")
-    add_link_options("$<${ships}:-Wl,-z,relro,-z,now,-z,noexecstack>")
+    target_compile_options(orvane-build INTERFACE "$<${ships}:${hardening}>")
+    target_link_options(orvane-build INTERFACE "$<${ships}:-Wl,-z,relro,-z,now,-z,noexecstack>")
 endif()
 
 if(ORVANE_SANITIZE)
     # A report needs functions and line numbers. -g1 has them and takes three quarters of the time of -g.
     string(REGEX REPLACE "-g( |$)" "-g1\\1" CMAKE_CXX_FLAGS_DEBUG "${CMAKE_CXX_FLAGS_DEBUG}")
-    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
-                        -fno-omit-frame-pointer)
+    target_compile_options(orvane-build INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     # Sanitizer builds compile several sources as one, and the compiler mistakes them for headers.
-    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
-    add_link_options(-fsanitize=address,undefined)
+    target_compile_options(orvane-build INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    target_link_options(orvane-build INTERFACE -fsanitize=address,undefined)
     # lld links the more than one hundred programs in a quarter of the time.
     find_program(ORVANE_LLD ld.lld)
     if(ORVANE_LLD)
-        add_link_options(-fuse-ld=lld)
+        target_link_options(orvane-build INTERFACE -fuse-ld=lld)
     endif()
 endif()
 
 if(ORVANE_FUZZ)
     # All code is instrumented, so that the fuzzer sees which code an input reaches. Only the programs of
     # fuzz/ link the fuzzer itself.
-    add_compile_options(-fsanitize=fuzzer-no-link)
-    add_link_options(-fsanitize=fuzzer-no-link)
+    target_compile_options(orvane-build INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(orvane-build INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 if(ORVANE_TSAN)
     if(ORVANE_SANITIZE)
         message(FATAL_ERROR "ORVANE_SANITIZE and ORVANE_TSAN exclude each other")
     endif()
-    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
-    add_link_options(-fsanitize=thread)
+    target_compile_options(orvane-build INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+    target_link_options(orvane-build INTERFACE -fsanitize=thread)
 endif()

@@ -1,0 +1,26 @@
+# Prints what the build is configured to be, so that it can be read in a log.
+
+function(orvane_say what answer)
+    string(LENGTH "${what}" length)
+    math(EXPR gap "22 - ${length}")
+    string(REPEAT " " ${gap} gap)
+    message(STATUS "  ${what}${gap}${answer}")
+endfunction()
+
+set(sanitizers none)
+if(ORVANE_SANITIZE)
+    set(sanitizers "address, undefined behaviour")
+elseif(ORVANE_TSAN)
+    set(sanitizers thread)
+endif()
+
+message(STATUS "Orvane ${PROJECT_VERSION}:")
+orvane_say("build type" "${CMAKE_BUILD_TYPE}")
+orvane_say("compiler" "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}")
+orvane_say("Qt" "${Qt5_VERSION}")
+orvane_say("platform libraries" "${ORVANE_PLATFORM}")
+orvane_say("warnings are errors" "${ORVANE_WERROR}")
+orvane_say("sanitizers" "${sanitizers}")
+orvane_say("fuzzers" "${ORVANE_FUZZ}")
+orvane_say("tests" "${BUILD_TESTING}")
+orvane_say("install to" "${CMAKE_INSTALL_PREFIX}")
