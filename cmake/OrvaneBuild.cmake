@@ -25,7 +25,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 add_library(orvane-build INTERFACE)
 target_include_directories(orvane-build INTERFACE "${PROJECT_SOURCE_DIR}/src")
 target_compile_options(orvane-build INTERFACE
-    # Log lines carry the source file; readers want its place in the tree, not on the build machine.
+    # Log lines have the source file's path in the tree, without the directory of the build machine.
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
