@@ -1,10 +1,8 @@
 # Test programs: one for each source file. ctest runs them, each with a label.
 
-find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
-
 # More than one folder includes this file.
 if(NOT TARGET orvane-precompiled-for-tests)
-    orvane_precompile_headers(orvane-precompiled-for-tests "Qt5::DBus;Qt5::Test" <QtCore> <QtDBus> <QtTest>)
+    orvane_precompile_headers(orvane-precompiled-for-tests "Qt::DBus;Qt::Test" <QtCore> <QtDBus> <QtTest>)
 endif()
 
 option(ORVANE_FORBID_SKIPS "A test that skips any of its cases fails (CI does)" OFF)
@@ -14,13 +12,13 @@ option(ORVANE_FORBID_SKIPS "A test that skips any of its cases fails (CI does)" 
 function(orvane_add_test name label)
     add_executable(${name} ${name}.cpp)
     # moc is called directly, because AUTOMOC takes a second for each of these programs.
-    qt5_generate_moc(${name}.cpp ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc TARGET ${name})
+    qt_generate_moc(${name}.cpp ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc TARGET ${name})
     target_sources(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${name}.moc)
     target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
     set_target_properties(${name} PROPERTIES
         AUTOMOC OFF
         RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/${label}")
-    target_link_libraries(${name} PRIVATE ${ARGN} Qt5::DBus Qt5::Test)
+    target_link_libraries(${name} PRIVATE ${ARGN} Qt::DBus Qt::Test)
     target_precompile_headers(${name} REUSE_FROM orvane-precompiled-for-tests)
     add_test(NAME ${label}/${name} COMMAND ${name})
     set_tests_properties(${label}/${name} PROPERTIES LABELS ${label} TIMEOUT 300)
