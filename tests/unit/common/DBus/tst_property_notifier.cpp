@@ -43,6 +43,31 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, Opaque &op
     return argument;
 }
 
+/// A value that has a comparison of its own. On the bus: (i)
+struct Comparable
+{
+    int value = 0;
+
+    friend bool operator==(const Comparable &a, const Comparable &b) { return a.value == b.value; }
+};
+Q_DECLARE_METATYPE(Comparable)
+
+static QDBusArgument &operator<<(QDBusArgument &argument, const Comparable &comparable)
+{
+    argument.beginStructure();
+    argument << comparable.value;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument &operator>>(const QDBusArgument &argument, Comparable &comparable)
+{
+    argument.beginStructure();
+    argument >> comparable.value;
+    argument.endStructure();
+    return argument;
+}
+
 class Watched : public Base
 {
     Q_OBJECT
@@ -51,6 +76,12 @@ class Watched : public Base
     Q_PROPERTY(QString b MEMBER b NOTIFY bChanged)
     Q_PROPERTY(int quiet MEMBER quiet)
     Q_PROPERTY(QVector<Opaque> list READ readList NOTIFY listChanged)
+    Q_PROPERTY(QVector<Comparable> own READ readOwn NOTIFY ownChanged)
+    Q_PROPERTY(bool flag READ readFlag CONSTANT)
+    Q_PROPERTY(double number READ readNumber CONSTANT)
+    Q_PROPERTY(QStringList texts READ readTexts CONSTANT)
+    Q_PROPERTY(QByteArray bytes READ readBytes CONSTANT)
+    Q_PROPERTY(QVariantMap map READ readMap CONSTANT)
 
 public:
     int a = 0;
@@ -64,10 +95,18 @@ public:
         return list;
     }
 
+    QVector<Comparable> readOwn() const { return {{1}}; }
+    bool readFlag() const { return true; }
+    double readNumber() const { return 2.5; }
+    QStringList readTexts() const { return {QStringLiteral("x")}; }
+    QByteArray readBytes() const { return "x"; }
+    QVariantMap readMap() const { return {{QStringLiteral("x"), 1}}; }
+
 Q_SIGNALS:
     void aChanged();
     void bChanged();
     void listChanged();
+    void ownChanged();
 };
 
 class Unnamed : public QObject
@@ -108,6 +147,8 @@ private Q_SLOTS:
     void sendsNothingForAChangeTakenBack();
     void sendsNothingWithoutAChange();
     void sendsValuesWithoutAComparisonEachTime();
+    void sendsValuesOfOtherTypesEachTimeEvenIfTheyHaveAComparison();
+    void sendsEqualValuesOfTheFrameworksTypesOnce();
     void readsAValueWithoutAComparisonOnceForASignal();
     void leavesInheritedPropertiesOut();
     void notifiesAtOnceByName();
@@ -139,6 +180,9 @@ void TestPropertyNotifier::initTestCase()
     qRegisterMetaType<QVector<Opaque>>();
     qDBusRegisterMetaType<Opaque>();
     qDBusRegisterMetaType<QVector<Opaque>>();
+    qRegisterMetaType<QVector<Comparable>>();
+    qDBusRegisterMetaType<Comparable>();
+    qDBusRegisterMetaType<QVector<Comparable>>();
     QVERIFY(bus.start());
     sender = bus.connect(QStringLiteral("sender"));
     receiver = bus.connect(QStringLiteral("receiver"));
@@ -258,6 +302,27 @@ void TestPropertyNotifier::sendsValuesWithoutAComparisonEachTime()
         settle();
         QCOMPARE(recorder->received.size(), round);
     }
+}
+
+void TestPropertyNotifier::sendsValuesOfOtherTypesEachTimeEvenIfTheyHaveAComparison()
+{
+    for (int round = 1; round <= 3; ++round) {
+        Q_EMIT object->ownChanged();
+        settle();
+        QCOMPARE(recorder->received.size(), round);
+    }
+}
+
+void TestPropertyNotifier::sendsEqualValuesOfTheFrameworksTypesOnce()
+{
+    for (int round = 1; round <= 3; ++round) {
+        for (const char *name : {"flag", "number", "texts", "bytes", "map"})
+            notifier->notify({QString::fromLatin1(name)});
+        settle();
+        QCOMPARE(recorder->received.size(), 5 * round);
+    }
+    for (int signal = 0; signal < 15; ++signal)
+        QCOMPARE(change(signal).size(), signal < 5 ? 1 : 0);
 }
 
 void TestPropertyNotifier::readsAValueWithoutAComparisonOnceForASignal()
