@@ -1,7 +1,6 @@
 #include "fuzz/support/unit_file.h"
 
 #include <QString>
-#include <QTextCodec>
 
 namespace {
 
@@ -10,7 +9,7 @@ bool isBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\n' || 
 QByteArray stripped(const QByteArray &text)
 {
     int start = 0;
-    int end = text.size();
+    auto end = text.size();
     while (start < end && isBlank(text.at(start)))
         ++start;
     while (end > start && isBlank(text.at(end - 1)))
@@ -66,10 +65,10 @@ QVector<QByteArray> joinedLinesOf(const QByteArray &text)
 // systemd ignores a line that is not UTF-8 or that has code points which are no characters.
 bool isText(const QByteArray &line)
 {
-    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
-    const QString text =
-        QTextCodec::codecForName("UTF-8")->toUnicode(line.constData(), line.size(), &state);
-    if (state.invalidChars != 0 || state.remainingChars != 0)
+    // A mark of UTF-8 is dropped at the beginning only.
+    const QByteArray bytes = 'x' + line;
+    const QString text = QString::fromUtf8(bytes);
+    if (text.toUtf8() != bytes)
         return false;
     const QVector<uint> codes = text.toUcs4();
     for (const uint code : codes) {
@@ -92,7 +91,7 @@ public:
     // At most two characters that are a word by themselves.
     bool takeAlone(const QByteArray &word)
     {
-        const int end = m_at + word.size();
+        const auto end = m_at + word.size();
         if (m_line.mid(m_at, word.size()) != word
             || (end < m_line.size() && !isBlank(m_line.at(end))))
             return false;
@@ -128,7 +127,7 @@ private:
     }
 
     const QByteArray m_line;
-    int m_at = 0;
+    QByteArray::size_type m_at = 0;
 };
 
 } // namespace
@@ -142,7 +141,7 @@ QVector<UnitAssignment> readUnit(const QByteArray &text)
         const QByteArray line = stripped(joined);
         if (line.isEmpty() || !isText(line))
             continue;
-        const int separator = line.indexOf('=');
+        const auto separator = line.indexOf('=');
         if (line.startsWith('[') && line.endsWith(']'))
             section = line.mid(1, line.size() - 2);
         else if (separator > 0)

@@ -4,6 +4,7 @@
 #include "common/Core/application_info.h"
 #include "fuzz/support/property.h"
 #include "fuzz/support/scratch.h"
+#include "tests/support/settings_library.h"
 
 #include <QSettings>
 
@@ -25,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const Core::ApplicationInfo info(entry, places, none);
     FUZZ_PROPERTY(info.isValid(), "a package does not spoil its entry");
     // The library deserialises a value that begins with "@" after unescaping.
-    if (text.contains('@') || text.contains('\\'))
+    if (text.contains('@') || text.contains('\\') || !settingsLibraryReadsAlike(text))
         return 0;
     const QSettings reference(scratch.writeAnew(text), QSettings::IniFormat);
     FUZZ_PROPERTY(info.certificateId()

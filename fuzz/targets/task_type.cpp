@@ -6,6 +6,7 @@
 #include "fuzz/support/input.h"
 #include "fuzz/support/property.h"
 #include "fuzz/support/scratch.h"
+#include "tests/support/settings_library.h"
 
 #include <QDir>
 #include <QSettings>
@@ -18,7 +19,7 @@ bool worksInSession(const QByteArray &text)
     const QVariant value =
         reference.value(QStringLiteral("TaskType/WorksInSession"), QStringLiteral("yes"));
     const QString word =
-        value.type() == QVariant::String ? value.toString().trimmed().toLower() : QString();
+        value.userType() == QMetaType::QString ? value.toString().trimmed().toLower() : QString();
     return word == QLatin1String("true") || word == QLatin1String("yes")
         || word == QLatin1String("on") || word.toLongLong() != 0;
 }
@@ -40,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                   "a type's file is in the folder of types");
     const Core::TaskTypeConfig config(QStringLiteral("Sync"), scratch.places(), none);
     FUZZ_PROPERTY(!config.file().isEmpty(), "a type finds its file");
-    if (!text.contains('@') && !text.contains('\\'))
+    if (!text.contains('@') && !text.contains('\\') && settingsLibraryReadsAlike(text))
         FUZZ_PROPERTY(config.worksInSession() == worksInSession(text), "only yes is yes");
     return 0;
 }

@@ -5,6 +5,7 @@
 #include "common/Core/application_id.h"
 #include "fuzz/support/property.h"
 #include "fuzz/support/scratch.h"
+#include "tests/support/settings_library.h"
 
 #include <QSettings>
 
@@ -36,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QString version =
         overrides.versionFor(Core::ApplicationId(QStringLiteral("com.example.Notes")));
     // The library deserialises a value that begins with "@" after unescaping.
-    if (text.contains('@') || text.contains('\\'))
+    if (text.contains('@') || text.contains('\\') || !settingsLibraryReadsAlike(text))
         return 0;
     QSettings reference(scratch.writeAnew(text), QSettings::IniFormat);
     FUZZ_PROPERTY(version == expectedVersion(reference), "the most specific key counts");

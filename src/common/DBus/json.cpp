@@ -25,11 +25,11 @@ int containersIn(const QJsonValue &value)
     int most = 0;
     if (value.isObject()) {
         const QJsonObject object = value.toObject();
-        for (const QJsonValue &member : object)
+        for (const auto &member : object)
             most = std::max(most, containersOfMember + containersIn(member));
     } else if (value.isArray()) {
         const QJsonArray array = value.toArray();
-        for (const QJsonValue &element : array)
+        for (const auto &element : array)
             most = std::max(most, 2 + containersIn(element));
     }
     return most;
@@ -48,7 +48,7 @@ QVariant plainValue(const QJsonValue &value)
     case QJsonValue::Array: {
         QVariantList list;
         const QJsonArray array = value.toArray();
-        for (const QJsonValue &element : array)
+        for (const auto &element : array)
             list.append(plainValue(element));
         return list;
     }
@@ -69,7 +69,7 @@ QVariant plainValue(const QJsonValue &value)
 void writeMixedArray(QDBusArgument &argument, const QJsonArray &array)
 {
     argument.beginArray(qMetaTypeId<QDBusVariant>());
-    for (const QJsonValue &element : array)
+    for (const auto &element : array)
         argument << QDBusVariant(plainValue(element));
     argument.endArray();
 }
@@ -86,7 +86,7 @@ void writeArrayOf(QDBusArgument &argument, const QJsonArray &array, int elementT
                   const Element &elementOf)
 {
     argument.beginArray(elementType);
-    for (const QJsonValue &element : array)
+    for (const auto &element : array)
         argument << elementOf(element);
     argument.endArray();
 }

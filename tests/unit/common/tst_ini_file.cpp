@@ -2,6 +2,7 @@
 // values that begin with "@".
 
 #include "common/ini_file.h"
+#include "support/settings_library.h"
 
 #include <QFile>
 #include <QSettings>
@@ -18,7 +19,10 @@ class TestIniFile : public QObject
 private Q_SLOTS:
     void readsWhatTheSettingsLibraryReads_data();
     void readsWhatTheSettingsLibraryReads();
+    void readsWhatTheSettingsLibraryWrites_data();
     void readsWhatTheSettingsLibraryWrites();
+    void readsLatin1UnlessUtf8IsMarked_data();
+    void readsLatin1UnlessUtf8IsMarked();
     void readsAnythingAsTheSettingsLibraryDoes();
     void takesSerialisedValuesAsText_data();
     void takesSerialisedValuesAsText();
@@ -47,6 +51,8 @@ QByteArray repeated(const QByteArray &piece, int size = 1 << 20)
 // A new file for each text, because QSettings caches files by name.
 void TestIniFile::compare(const QByteArray &text)
 {
+    if (!settingsLibraryReadsAlike(text))
+        return;
     const QString path = m_directory.filePath(QString::number(++m_number));
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
@@ -76,7 +82,7 @@ void TestIniFile::compare(const QByteArray &text)
         const auto found = read.value({}, key);
         QVERIFY2(found.has_value(), shown.constData());
         QVERIFY2(found->text == value.toString(), shown.constData());
-        QVERIFY2(found->isList == (value.type() != QVariant::String), shown.constData());
+        QVERIFY2(found->isList == (value.userType() != QMetaType::QString), shown.constData());
     }
 }
 
@@ -128,12 +134,20 @@ void TestIniFile::readsWhatTheSettingsLibraryReads()
     compare(text);
 }
 
+void TestIniFile::readsWhatTheSettingsLibraryWrites_data()
+{
+    QTest::addColumn<QStringList>("texts");
+    const QStringList ascii{QStringLiteral(" blanks "), QStringLiteral("a;b,c=d\"e\\f"), QString(),
+                            QStringLiteral("two\nlines\t\r\x01\x7f")};
+    QTest::newRow("ASCII") << ascii;
+    QTest::newRow("other characters too")
+        << ascii + QStringList(QString::fromUtf8("\u00e4\u20ac\U0001F600"));
+}
+
 void TestIniFile::readsWhatTheSettingsLibraryWrites()
 {
-    const QString path = m_directory.filePath(QStringLiteral("written"));
-    const QStringList texts{QStringLiteral(" blanks "), QStringLiteral("a;b,c=d\"e\\f"),
-                            QString::fromUtf8("\u00e4\u20ac\U0001F600"), QString(),
-                            QStringLiteral("two\nlines\t\r\x01\x7f")};
+    QFETCH(QStringList, texts);
+    const QString path = m_directory.filePath(QStringLiteral("written%1").arg(texts.size()));
     {
         QSettings settings(path, QSettings::IniFormat);
         for (const QString &text : texts)
@@ -145,6 +159,40 @@ void TestIniFile::readsWhatTheSettingsLibraryWrites()
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
     compare(file.readAll());
+}
+
+void TestIniFile::readsLatin1UnlessUtf8IsMarked_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("group");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("value");
+    const auto row = [](const char *name, const QByteArray &text, const char *group,
+                        const char *key, const char *value) {
+        QTest::newRow(name) << text << QString::fromUtf8(group) << QString::fromUtf8(key)
+                            << QString::fromUtf8(value);
+    };
+    row("Latin-1", "[\xe4]\n\xf6=\xfc\n", "\u00e4", "\u00f6", "\u00fc");
+    row("UTF-8 without its mark", "[a]\nb=\xc3\xa4\n", "a", "b", "\u00c3\u00a4");
+    row("UTF-8 with its mark", "\xef\xbb\xbf[a]\nb=\xc3\xa4\n", "a", "b", "\u00e4");
+    row("a name behind the mark", "\xef\xbb\xbf[a]\n\xc3\xa4=c\n", "a", "\u00c3\u00a4", "c");
+    row("an escape", "[a]\nb=\\xe4\\x20ac\n", "a", "b", "\u00e4\u20ac");
+    row("a name that is escaped", "[a]\n%E4%U20AC=c\n", "a", "\u00e4\u20ac", "c");
+}
+
+void TestIniFile::readsLatin1UnlessUtf8IsMarked()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, group);
+    QFETCH(QString, key);
+    QFETCH(QString, value);
+    const IniFile file(text);
+    QCOMPARE(file.groups(), QStringList{group});
+    QCOMPARE(file.keys(group), QStringList{key});
+    const auto found = file.value(group, key);
+    QVERIFY(found.has_value());
+    QCOMPARE(found->text, value);
+    QVERIFY(!found->isList);
 }
 
 // Random texts of characters that have a meaning in the format. The seed is fixed, so that a
