@@ -108,7 +108,7 @@ QJsonArray toJson(const QVector<double> &values)
 QVector<double> valuesIn(const QJsonValue &array)
 {
     QVector<double> values;
-    for (const QJsonValue &value : array.toArray())
+    for (const auto &value : array.toArray())
         values.append(value.toDouble());
     return values;
 }
@@ -162,7 +162,7 @@ QJsonArray toJson(const QVector<Samples> &all)
 QVector<Samples> fromJson(const QJsonArray &array)
 {
     QVector<Samples> all;
-    for (const QJsonValue &value : array)
+    for (const auto &value : array)
         all.append(samplesIn(value.toObject()));
     return all;
 }

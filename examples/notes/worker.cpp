@@ -44,7 +44,7 @@ int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    const int own = arguments.indexOf(QStringLiteral("--own"));
+    const auto own = arguments.indexOf(QStringLiteral("--own"));
     if (own > 0 && !ownName(arguments.value(own + 1)))
         return EXIT_FAILURE;
     sayConfinement();

@@ -7,8 +7,8 @@ Input::Input(const uint8_t *data, size_t size)
 
 QByteArray Input::field()
 {
-    const int separator = m_bytes.indexOf('\x1f', m_position);
-    const int end = separator < 0 ? m_bytes.size() : separator;
+    const auto separator = m_bytes.indexOf('\x1f', m_position);
+    const auto end = separator < 0 ? m_bytes.size() : separator;
     const QByteArray field(m_bytes.constData() + m_position, end - m_position);
     m_position = separator < 0 ? end : end + 1;
     return field;

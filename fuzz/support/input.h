@@ -29,5 +29,5 @@ public:
 
 private:
     const QByteArray m_bytes;
-    int m_position = 0;
+    QByteArray::size_type m_position = 0;
 };

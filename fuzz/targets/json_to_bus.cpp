@@ -21,7 +21,7 @@ QJsonValue plain(const QJsonValue &value)
     if (value.isArray()) {
         QJsonArray read;
         const QJsonArray array = value.toArray();
-        for (const QJsonValue &element : array)
+        for (const auto &element : array)
             read.append(plain(element));
         return read;
     }
@@ -42,7 +42,7 @@ QJsonValue expected(const QJsonValue &value)
         if (array[0].isArray() || array[0].isNull())
             return QJsonValue::Undefined;
         QJsonArray read;
-        for (const QJsonValue &element : array)
+        for (const auto &element : array)
             read.append(expected(element));
         return read;
     }

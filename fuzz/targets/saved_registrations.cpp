@@ -47,7 +47,7 @@ QByteArray busIdIn(const QString &file)
 {
     FUZZ_PROPERTY(DBus::saveRegistrations(bus(), {{{}, {}, {}}}), "registrations can be kept");
     const QByteArray text = Scratch::read(file);
-    const int start = text.indexOf(": \"") + 3;
+    const auto start = text.indexOf(": \"") + 3;
     return text.mid(start, text.indexOf('"', start) - start);
 }
 

@@ -42,7 +42,7 @@ int widestName(const QVector<Gate> &gates)
 {
     int widest = 0;
     for (const Gate &gate : gates)
-        widest = std::max(widest, gate.name.size());
+        widest = std::max(widest, static_cast<int>(gate.name.size()));
     return widest;
 }
 

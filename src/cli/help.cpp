@@ -23,7 +23,7 @@ QStringList listOf(const QVector<Entry> &entries)
     int widest = 0;
     for (const Entry &entry : entries) {
         if (entry.term.size() <= longestTerm)
-            widest = std::max(widest, entry.term.size());
+            widest = std::max(widest, static_cast<int>(entry.term.size()));
     }
     const int indentation = widest + 4;
     QStringList lines;

@@ -102,7 +102,7 @@ JournalEntry currentEntry(const Journal &journal)
     sd_journal_restart_data(journal.get());
     while (sd_journal_enumerate_available_data(journal.get(), &data, &size) > 0) {
         const QByteArray field(static_cast<const char *>(data), static_cast<int>(size));
-        const int equals = field.indexOf('=');
+        const auto equals = field.indexOf('=');
         entry.fields.insert(field.left(equals), field.mid(equals + 1));
     }
     return entry;

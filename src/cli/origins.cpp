@@ -66,7 +66,7 @@ void addUnitSection(OriginList &list, const Core::TaskPlan &plan)
     for (const QString &line : QString::fromUtf8(plan.unit()).split(QLatin1Char('\n'))) {
         if (line == QLatin1String("[Service]"))
             return;
-        const int equals = line.indexOf(QLatin1Char('='));
+        const auto equals = line.indexOf(QLatin1Char('='));
         if (equals < 0)
             continue;
         const QString value = line.mid(equals + 1);

@@ -131,7 +131,7 @@ QString plain(const QString &line)
         return QStringLiteral("%1 may be given only once").arg(option);
     if (line.contains(QLatin1String(": 1 required ")) && line.endsWith(QLatin1String(" missing")))
         return QStringLiteral("%1 needs a value").arg(option);
-    const int switchEnd = line.indexOf(QLatin1String(" was given a disallowed flag override"));
+    const auto switchEnd = line.indexOf(QLatin1String(" was given a disallowed flag override"));
     if (switchEnd > 0)
         return QStringLiteral("--%1 takes no value").arg(line.left(switchEnd));
     return line;
@@ -140,7 +140,7 @@ QString plain(const QString &line)
 QString lineOf(const std::string &text)
 {
     const QString line = QString::fromStdString(text).simplified();
-    const int words = line.indexOf(QLatin1String(" not expected: "));
+    const auto words = line.indexOf(QLatin1String(" not expected: "));
     if (words < 0)
         return plain(line);
     const QStringList unexpected =

@@ -28,7 +28,7 @@ void add(quint64 &sum, quint64 part)
 ProcessStat statIn(const QByteArray &text)
 {
     // "12 (name) S 11 ..."; the name may contain anything, even brackets.
-    const int close = text.lastIndexOf(") ");
+    const auto close = text.lastIndexOf(") ");
     if (close < 0)
         return {};
     // Positions after the name, see proc(5).

@@ -89,7 +89,7 @@ private:
 int History::indexOf(const JournalEntry &entry) const
 {
     const QString invocation = entry.text("INVOCATION_ID");
-    for (int at = m_runs.size() - 1; at >= 0; --at) {
+    for (int at = static_cast<int>(m_runs.size()) - 1; at >= 0; --at) {
         const PastRun &run = m_runs.at(at).run;
         if (run.boot != entry.boot)
             continue;

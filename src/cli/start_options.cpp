@@ -12,7 +12,7 @@ namespace {
 // Adds a setting KEY=VALUE; false when the text does not have this form.
 bool addSetting(const QString &setting, QVariantMap &settings)
 {
-    const int equals = setting.indexOf(QLatin1Char('='));
+    const auto equals = setting.indexOf(QLatin1Char('='));
     if (equals <= 0)
         return false;
     settings.insert(setting.left(equals), setting.mid(equals + 1));

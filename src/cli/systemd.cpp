@@ -68,7 +68,7 @@ QVector<QVariantMap> propertiesIn(const QVector<QDBusMessage> &replies,
 {
     QVector<QVariantMap> units;
     for (int at = 0; at < replies.size(); ++at) {
-        const int property = at % wanted.size();
+        const auto property = at % wanted.size();
         if (property == 0)
             units.append(QVariantMap());
         const QDBusMessage &reply = replies.at(at);
@@ -131,7 +131,7 @@ void Systemd::callAll(const QVector<QDBusMessage> &messages, const Replies &call
     struct Gathered
     {
         QVector<QDBusMessage> replies;
-        int missing;
+        QVector<QDBusMessage>::size_type missing;
     };
     const auto gathered = std::make_shared<Gathered>(
         Gathered{QVector<QDBusMessage>(messages.size()), messages.size()});

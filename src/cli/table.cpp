@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <string>
 #include <wchar.h>
 
 namespace Cli {
@@ -13,13 +14,13 @@ constexpr int gap = 2;
 constexpr int narrowest = 4;
 constexpr int hidden = -1;
 
-int widthOf(uint character)
+int widthOf(char32_t character)
 {
     // wcwidth() is negative for characters that cannot be printed.
     return std::max(0, wcwidth(static_cast<wchar_t>(character)));
 }
 
-bool isControl(uint character)
+bool isControl(char32_t character)
 {
     switch (QChar::category(character)) {
     case QChar::Other_Control:
@@ -47,9 +48,9 @@ QString padding(int columns) { return QString(std::max(0, columns), QLatin1Char(
 int displayWidth(const QString &text)
 {
     if (isPlain(text))
-        return text.size();
+        return static_cast<int>(text.size());
     int width = 0;
-    for (const uint character : text.toUcs4())
+    for (const char32_t character : text.toStdU32String())
         width += widthOf(character);
     return width;
 }
@@ -58,43 +59,39 @@ QString printable(const QString &text)
 {
     if (isPlain(text))
         return text;
-    QVector<uint> characters = text.toUcs4();
-    for (uint &character : characters) {
-        if (isControl(character))
-            character = '?';
-    }
-    return QString::fromUcs4(characters.constData(), characters.size());
+    std::u32string characters = text.toStdU32String();
+    std::replace_if(characters.begin(), characters.end(), isControl, U'?');
+    return QString::fromStdU32String(characters);
 }
 
 QString shortened(const QString &text, int width)
 {
     if (displayWidth(text) <= width)
         return text;
-    const QVector<uint> characters = text.toUcs4();
+    const std::u32string characters = text.toStdU32String();
     // Half of the room is for the end, the rest for the beginning.
     int room = width - 1;
-    int tail = characters.size();
+    auto tail = characters.size();
     const int least = room - room / 2;
     while (tail > 0 && room - widthOf(characters.at(tail - 1)) >= least)
         room -= widthOf(characters.at(--tail));
-    int head = 0;
+    std::size_t head = 0;
     while (head < tail && room >= widthOf(characters.at(head)))
         room -= widthOf(characters.at(head++));
-    return QString::fromUcs4(characters.constData(), head) + QChar(0x2026)
-        + QString::fromUcs4(characters.constData() + tail, characters.size() - tail);
+    return QString::fromStdU32String(characters.substr(0, head)) + QChar(0x2026)
+        + QString::fromStdU32String(characters.substr(tail));
 }
 
 QString endOf(const QString &text, int width)
 {
     if (displayWidth(text) <= width)
         return text;
-    const QVector<uint> characters = text.toUcs4();
+    const std::u32string characters = text.toStdU32String();
     int room = width - 1;
-    int tail = characters.size();
+    auto tail = characters.size();
     while (tail > 0 && room >= widthOf(characters.at(tail - 1)))
         room -= widthOf(characters.at(--tail));
-    return QChar(0x2026)
-        + QString::fromUcs4(characters.constData() + tail, characters.size() - tail);
+    return QChar(0x2026) + QString::fromStdU32String(characters.substr(tail));
 }
 
 Table::Table(QVector<Column> columns)
@@ -147,7 +144,8 @@ QVector<int> Table::widthsFor(int width) const
     QVector<int> widths = ownWidths();
     if (width <= 0)
         return widths;
-    int excess = std::accumulate(widths.cbegin(), widths.cend(), gap * (widths.size() - 1)) - width;
+    const auto count = static_cast<int>(widths.size());
+    int excess = std::accumulate(widths.cbegin(), widths.cend(), gap * (count - 1)) - width;
     for (int column = 0; column < widths.size() && excess > 0; ++column) {
         if (!m_columns.at(column).isDispensable)
             continue;
@@ -171,7 +169,7 @@ QStringList Table::linesOf(const QStringList &cells, const QVector<int> &widths)
         const QString &cell = cells.at(column);
         const bool isWrapped = m_columns.at(column).overflow == Overflow::Wrap;
         pieces.append(isWrapped ? wrapped(cell, 0, widths.at(column)) : QStringList(cell));
-        height = std::max(height, pieces.constLast().size());
+        height = std::max(height, static_cast<int>(pieces.constLast().size()));
     }
     QStringList lines;
     for (int line = 0; line < height; ++line) {

@@ -2,8 +2,8 @@
 
 #include "client/calls.h"
 #include "common/names.h"
+#include "common/qt_version.h"
 
-#include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QTimer>
@@ -22,7 +22,7 @@ template <typename Record>
 QVector<Record> recordsIn(const QVariant &value)
 {
     const auto argument = value.value<QDBusArgument>();
-    const auto *signature = QDBusMetaType::typeToSignature(qMetaTypeId<QVector<Record>>());
+    const QByteArray signature = signatureOf(qMetaTypeId<QVector<Record>>());
     if (argument.currentSignature() != QLatin1String(signature))
         return {};
     return qdbus_cast<QVector<Record>>(argument);

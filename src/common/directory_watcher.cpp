@@ -47,7 +47,7 @@ struct Watch
 
 QString parentOf(const QString &path)
 {
-    const int slash = path.lastIndexOf(QLatin1Char('/'));
+    const auto slash = path.lastIndexOf(QLatin1Char('/'));
     return slash <= 0 ? QStringLiteral("/") : path.left(slash);
 }
 
@@ -239,6 +239,6 @@ void DirectoryWatcher::endScan()
         d->polling.stop();
 }
 
-int DirectoryWatcher::count() const { return d->watches.size(); }
+int DirectoryWatcher::count() const { return static_cast<int>(d->watches.size()); }
 
 bool DirectoryWatcher::isPolling() const { return d->polling.isActive(); }

@@ -155,7 +155,7 @@ private:
     const bool m_isUtf8;
     IniFile::Value m_value;
     /// Length of the text up to the last escaped character: blanks before it are not removed.
-    int m_kept = 0;
+    QString::size_type m_kept = 0;
     bool m_inQuotes = false;
     bool m_wasQuoted = false;
 };
@@ -191,7 +191,7 @@ void ValueReader::takeEscape()
     ++m_position;
     // Blanks before a backslash at the end are kept.
     const char c = m_position < m_end ? m_text.at(m_position++) : '\0';
-    const int name = c == '\0' ? -1 : names.indexOf(c);
+    const auto name = c == '\0' ? -1 : names.indexOf(c);
     if (name >= 0) {
         m_value.text += QLatin1Char(meanings.at(name));
     } else if (c == 'x') {
@@ -260,8 +260,8 @@ void ValueReader::chop()
 {
     if (m_wasQuoted)
         return;
-    int length = m_value.text.size();
-    const auto isBlankAt = [this](int at) {
+    auto length = m_value.text.size();
+    const auto isBlankAt = [this](auto at) {
         const QChar c = m_value.text.at(at);
         return c == QLatin1Char(' ') || c == QLatin1Char('\t');
     };
@@ -306,7 +306,7 @@ QString unescapedName(const QByteArray &name)
 // The name between the brackets and a slash: the prefix of the names of the section's keys.
 QString sectionName(const QByteArray &line)
 {
-    const int end = line.indexOf(']');
+    const auto end = line.indexOf(']');
     const QByteArray name = line.mid(1, end < 0 ? -1 : end - 1).trimmed();
     if (name.compare("general", Qt::CaseInsensitive) == 0)
         return {};
@@ -422,14 +422,14 @@ std::optional<IniFile::Value> IniFile::value(const QString &group, const QString
     std::optional<Value> found;
     // a/b/c can be the key b/c of section a, or the key c of section a/b. All are tried; the last
     // section in order decides.
-    for (int split = 0;;) {
+    for (QString::size_type split = 0;;) {
         const auto section = m_sections.constFind(path.left(split));
         if (section != m_sections.constEnd()) {
             const auto entry = section->constFind(path.mid(split));
             if (entry != section->constEnd())
                 found = *entry;
         }
-        const int slash = path.indexOf(QLatin1Char('/'), split);
+        const auto slash = path.indexOf(QLatin1Char('/'), split);
         if (slash < 0)
             return found;
         split = slash + 1;

@@ -33,29 +33,29 @@ public:
     [[nodiscard]] bool isHeader() const { return m_start < m_end && m_text.at(m_start) == '['; }
     [[nodiscard]] bool isHeaderOf(const QByteArray &group) const
     {
-        const int close = m_start + 1 + group.size();
+        const auto close = m_start + 1 + group.size();
         return isHeader() && has(group, m_start + 1) && close < m_end && m_text.at(close) == ']';
     }
     [[nodiscard]] bool isKey(const QByteArray &key) const
     {
         if (!has(key, m_start))
             return false;
-        int position = m_start + key.size();
+        auto position = m_start + key.size();
         while (position < m_end && isAsciiSpace(m_text.at(position)))
             ++position;
         return position < m_end && m_text.at(position) == '=';
     }
 
 private:
-    [[nodiscard]] bool has(const QByteArray &word, int position) const
+    [[nodiscard]] bool has(const QByteArray &word, QByteArray::size_type position) const
     {
         return m_end - position >= word.size()
             && std::equal(word.begin(), word.end(), m_text.begin() + position);
     }
 
     const QByteArray &m_text;
-    int m_start = 0;
-    int m_end = -1;
+    QByteArray::size_type m_start = 0;
+    QByteArray::size_type m_end = -1;
     int m_number = 0;
 };
 

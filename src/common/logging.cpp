@@ -102,7 +102,7 @@ bool LineSink::push(const QByteArray &text)
         if (!hasRoom())
             return false;
         // A pipe that is ready accepts up to PIPE_BUF bytes without blocking.
-        const auto size = static_cast<std::size_t>(qMin(text.size() - done, PIPE_BUF));
+        const auto size = static_cast<std::size_t>(qMin<qint64>(text.size() - done, PIPE_BUF));
         const char *const from = text.constData() + done;
         const ssize_t written = m_isSocket
             ? ::send(STDERR_FILENO, from, size, MSG_DONTWAIT | MSG_NOSIGNAL)

@@ -6,7 +6,7 @@ namespace {
 
 // Each step is reversible, so two texts that differ in one word always have different checksums. It
 // detects accidental changes, not deliberate ones.
-quint64 checksumOf(const char *data, int size)
+quint64 checksumOf(const char *data, qint64 size)
 {
     constexpr quint64 factor = 0x9e3779b97f4a7c15;
     auto sum = static_cast<quint64>(size);
@@ -15,7 +15,7 @@ quint64 checksumOf(const char *data, int size)
         sum ^= sum >> 32;
     };
     quint64 word = 0;
-    int position = 0;
+    qint64 position = 0;
     for (; size - position >= 8; position += 8) {
         std::memcpy(&word, data + position, sizeof word);
         add(word);

@@ -79,18 +79,18 @@ bool holdsNoncharacter(const QString &text)
 
 bool endsWithBackslash(const QString &text)
 {
-    int end = text.size();
+    auto end = text.size();
     while (end > 0 && text.at(end - 1) == QLatin1Char(' '))
         --end;
-    return text.leftRef(end).endsWith(QLatin1Char('\\'));
+    return end > 0 && text.at(end - 1) == QLatin1Char('\\');
 }
 
 bool holdsLoneSemicolon(const QString &text)
 {
-    const auto isEnd = [&text](int at) {
+    const auto isEnd = [&text](auto at) {
         return at < 0 || at == text.size() || text.at(at) == QLatin1Char(' ');
     };
-    int at = text.indexOf(QLatin1Char(';'));
+    auto at = text.indexOf(QLatin1Char(';'));
     while (at >= 0 && !(isEnd(at - 1) && isEnd(at + 1)))
         at = text.indexOf(QLatin1Char(';'), at + 1);
     return at >= 0;

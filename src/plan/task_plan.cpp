@@ -65,7 +65,7 @@ QString wordFromUtf8(const QByteArray &bytes)
 QVector<PlannedWord> untilZeroByte(QVector<PlannedWord> words)
 {
     for (int index = 0; index < words.size(); ++index) {
-        const int zero = words.at(index).text.indexOf(QChar(0));
+        const auto zero = words.at(index).text.indexOf(QChar(0));
         if (zero >= 0) {
             words[index].text.truncate(zero);
             words.resize(index + 1);
@@ -80,7 +80,7 @@ QVector<PlannedWord> plannedWords(const QVector<SandboxWord> &words, int paramet
     planned.reserve(words.size());
     for (const SandboxWord &word : words)
         planned.append({wordFromUtf8(word.text), originOf(word)});
-    for (int index = planned.size() - parameters; index < planned.size(); ++index)
+    for (auto index = planned.size() - parameters; index < planned.size(); ++index)
         planned[index].origin = {Origin::Hint, QStringLiteral("Params"), {}, 0};
     return untilZeroByte(std::move(planned));
 }
@@ -101,7 +101,7 @@ Error planCommand(TaskPlan &plan, const ApplicationInfo::TaskInfo &task,
             << "Failed to build firejail argv:" << error.message();
         return error;
     }
-    plan.argv = plannedWords(words, request.params.size());
+    plan.argv = plannedWords(words, static_cast<int>(request.params.size()));
     QStringList texts;
     texts.reserve(plan.argv.size());
     for (const PlannedWord &word : qAsConst(plan.argv))

@@ -19,7 +19,8 @@ QVector<PlannedWord> environmentOf(const ApplicationTaskId &id, const StartReque
     entries.append({QLatin1String("HALCYN_APP_ID=") + application, declared("ApplicationName")});
     entries.append(
         {QLatin1String("HALCYN_PACKAGE_NAME=") + application, declared("ApplicationName")});
-    entries.append({QLatin1String("HALCYN_TASK_ID=") + id.taskName(), declared("X-Task")});
+    entries.append(
+        {QLatin1String("HALCYN_TASK_ID=") + id.taskName().toString(), declared("X-Task")});
     entries.append({QStringLiteral("QT_QPA_PLATFORM=minimal"), Origin()});
     return entries;
 }

@@ -293,7 +293,7 @@ void TestForwarding::givesMemoryBackAfterALargeCall()
     const auto memoryKib = [this] {
         QFile status(QStringLiteral("/proc/%1/status").arg(fixture->daemon.processId()));
         const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
-        const int start = text.indexOf("RssAnon:") + 8;
+        const auto start = text.indexOf("RssAnon:") + 8;
         return text.mid(start, text.indexOf("kB", start) - start).trimmed().toInt();
     };
     const auto textsOf = [](int bytes) {

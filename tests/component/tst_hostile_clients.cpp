@@ -144,7 +144,7 @@ int memoryOf(uint process)
     if (!status.open(QIODevice::ReadOnly))
         return 0;
     const QByteArray text = status.readAll();
-    const int start = text.indexOf("VmRSS:") + 6;
+    const auto start = text.indexOf("VmRSS:") + 6;
     return text.mid(start, text.indexOf("kB", start) - start).trimmed().toInt();
 }
 
@@ -302,7 +302,7 @@ void TestHostileClients::keepsNothingForATypeThatNobodyCanReach()
     QCOMPARE(fixture->registerInvoker(QStringLiteral("a b")).errorName(),
              QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
     QVERIFY(fixture->daemonLogs("QDBusObjectPath: invalid path"));
-    const int before = fixture->daemon.log().size();
+    const auto before = fixture->daemon.log().size();
     // If there were a session, it would announce this at its invalid path, which fails with a log
     // line.
     fixture->systemd->emitChange(Fixture::unitPath(task),

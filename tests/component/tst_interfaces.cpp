@@ -22,13 +22,13 @@ QStringList interfaceIn(const QByteArray &xml, const QString &interface, bool &v
         if (token == QXmlStreamReader::StartElement) {
             QStringList attributes;
             for (const QXmlStreamAttribute &attribute : reader.attributes())
-                attributes.append(attribute.name() + QLatin1Char('=') + attribute.value());
+                attributes.append(QStringLiteral("%1=%2").arg(attribute.name(), attribute.value()));
             attributes.sort();
             if (reader.name() == QLatin1String("interface"))
                 inside = reader.attributes().value(QStringLiteral("name")) == interface;
             if (inside)
-                lines.append(QString(depth, QLatin1Char(' ')) + reader.name() + QLatin1Char(' ')
-                             + attributes.join(QLatin1Char(' ')));
+                lines.append(QString(depth, QLatin1Char(' ')) + reader.name().toString()
+                             + QLatin1Char(' ') + attributes.join(QLatin1Char(' ')));
             ++depth;
         } else if (token == QXmlStreamReader::EndElement) {
             --depth;

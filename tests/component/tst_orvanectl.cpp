@@ -190,7 +190,7 @@ void TestOrvanectl::listsOnlyWhatIsAskedFor()
     runTheTask();
     const ToolOutput output = fixture->runTool(line + words("--json"));
     QStringList listed;
-    for (const QJsonValue &value : objectIn(output.out).value(QStringLiteral("tasks")).toArray())
+    for (const auto &value : objectIn(output.out).value(QStringLiteral("tasks")).toArray())
         listed.append(value.toObject().value(QStringLiteral("task")).toString());
     QCOMPARE(listed, tasks);
 }
@@ -380,8 +380,7 @@ void TestOrvanectl::rendersOrigins()
     const ToolOutput output =
         run("render com.example.Notes.task_sync --user appuser --origin --json");
     QStringList from;
-    for (const QJsonValue &value :
-         objectIn(output.out).value(QStringLiteral("origins")).toArray()) {
+    for (const auto &value : objectIn(output.out).value(QStringLiteral("origins")).toArray()) {
         const QJsonObject origin = value.toObject();
         if (origin.value(QStringLiteral("value")) == QLatin1String("/opt/notes/worker"))
             from.append(QStringLiteral("%1 %2 %3")

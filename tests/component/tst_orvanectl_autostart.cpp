@@ -131,7 +131,7 @@ void TestOrvanectlAutostart::explainsAsJson()
     QCOMPARE(object.value(QStringLiteral("enabled")).toBool(true), false);
     const QJsonArray settings = object.value(QStringLiteral("settings")).toArray();
     QStringList told;
-    for (const QJsonValue &value : settings) {
+    for (const auto &value : settings) {
         const QJsonObject setting = value.toObject();
         told.append(setting.value(QStringLiteral("layer")).toString()
                     + (setting.value(QStringLiteral("decides")).toBool() ? QStringLiteral("!")

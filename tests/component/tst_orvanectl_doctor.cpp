@@ -13,7 +13,7 @@ QJsonObject gateIn(const ToolOutput &output, const char *name)
 {
     const QJsonArray gates =
         QJsonDocument::fromJson(output.out).object().value(text("gates")).toArray();
-    for (const QJsonValue &gate : gates) {
+    for (const auto &gate : gates) {
         if (gate.toObject().value(text("gate")).toString() == text(name))
             return gate.toObject();
     }

@@ -24,7 +24,7 @@ constexpr int atOnce = 64;
 void setEnvironment(const QStringList &variables)
 {
     for (const QString &variable : variables) {
-        const int equals = variable.indexOf(QLatin1Char('='));
+        const auto equals = variable.indexOf(QLatin1Char('='));
         qputenv(variable.left(equals).toUtf8().constData(), variable.mid(equals + 1).toUtf8());
     }
 }

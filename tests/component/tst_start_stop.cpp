@@ -28,7 +28,7 @@ QVariantMap owningName()
 // The name of an application of com.example whose task's unit has a name of this number of bytes.
 QString nameForUnitNameOf(int bytes)
 {
-    const int others = QStringLiteral("ov_task.com.example..task_sync.service").size();
+    const auto others = QStringLiteral("ov_task.com.example..task_sync.service").size();
     return QString(bytes - others, QLatin1Char('N'));
 }
 
@@ -518,7 +518,7 @@ void TestStartStop::keepsTheOldUnitWhenThePolicyCannotBeWritten()
 {
     (void)fixture->start(task(), user());
     const QByteArray before = fixture->root.read(fixture->root.unitFile(task()));
-    const int calls = newCalls().size();
+    const auto calls = newCalls().size();
     fixture->root.write(fixture->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
     QVariantMap hints = owningName();
     hints.insert(QStringLiteral("Weight"), 7);

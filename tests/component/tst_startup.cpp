@@ -210,7 +210,7 @@ void TestStartup::looksAtNoApplicationBeforeItHasItsName()
     }
     // The daemon ends when it claims its name, because another connection owns it.
     QVERIFY(fixture.client.registerService(QStringLiteral("org.zarn.Orvane")));
-    const int before = knowsAClient ? fixture.daemon.log().size() : 0;
+    const auto before = knowsAClient ? fixture.daemon.log().size() : 0;
     fixture.launch(keeping);
     QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
     const QByteArray log = fixture.daemon.log().mid(before);

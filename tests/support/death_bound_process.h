@@ -1,16 +1,16 @@
 #pragma once
 
-#include <QProcess>
+#include "common/qt_version.h"
 
 #include <csignal>
 #include <sys/prctl.h>
 
 /// A child process that is killed when the test ends, even when the test crashes.
-class DeathBoundProcess : public QProcess
+class DeathBoundProcess : public PreparedProcess
 {
 public:
-    using QProcess::QProcess;
-
-protected:
-    void setupChildProcess() override { prctl(PR_SET_PDEATHSIG, SIGKILL); }
+    DeathBoundProcess()
+        : PreparedProcess([] { prctl(PR_SET_PDEATHSIG, SIGKILL); })
+    {
+    }
 };

@@ -71,7 +71,7 @@ Runs lastRuns(const QString &taskId, int count, bool isLive)
             return starts <= count;
         });
     runs.all = runsIn(entries, isLive ? currentBoot() : QString());
-    runs.all = runs.all.mid(std::max(0, runs.all.size() - count));
+    runs.all = runs.all.mid(std::max(0, static_cast<int>(runs.all.size()) - count));
     addEndsOfBoots(root, runs.all);
     if (isLive && !runs.all.isEmpty())
         addNumbersFromSystemd(unit, runs.all);

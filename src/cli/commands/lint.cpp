@@ -75,7 +75,7 @@ QStringList linesOf(const Finding &finding, const Output &output)
                                 0, output.terminal().width);
     // Colours are added after wrapping, because escape sequences take no columns.
     for (QString &line : lines) {
-        const int position =
+        const auto position =
             line.indexOf(severity + QLatin1Char(':'), line.startsWith(place) ? place.size() : 0);
         if (position < 0)
             continue;

@@ -75,7 +75,7 @@ double shareOf(const Sample &before, quint64 moment, quint64 processorTime)
 void addProcesses(const QVector<UnitProcess> &processes, Usage &usage)
 {
     // A running task has at least one process, so none means that they are unknown.
-    usage.processes = processes.isEmpty() ? -1 : processes.size();
+    usage.processes = processes.isEmpty() ? -1 : static_cast<int>(processes.size());
     if (isKnown(usage.processorTime) && isKnown(usage.memory))
         return;
     const ProcessStat sum = sumOf(processes, Places::ofProcess());

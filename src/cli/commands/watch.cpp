@@ -110,7 +110,7 @@ private:
         const QString time = QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss"))
             + QStringLiteral("  ");
         const QString start = time + m_output.coloured(kind, shown.colour) + QLatin1Char(' ');
-        const int room = m_output.terminal().width - time.size() - longest - 1;
+        const int room = m_output.terminal().width - static_cast<int>(time.size()) - longest - 1;
         m_output.printEvent(start + fitted(printable(event.taskId), end, room));
     }
 

@@ -2,10 +2,10 @@
 
 #include "common/Core/rules.h"
 #include "common/places.h"
+#include "common/qt_version.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 
 #include <grp.h>
 #include <optional>
@@ -62,11 +62,11 @@ Runner runner()
 // NOLINTEND(concurrency-mt-unsafe)
 
 /// A process that root starts as another user.
-class UserProcess : public QProcess
+class UserProcess : public PreparedProcess
 {
 public:
     explicit UserProcess(const Runner &runner)
-        : m_runner(runner)
+        : PreparedProcess([uid = runner.uid, gid = runner.gid] { become(uid, gid); })
     {
         setProcessChannelMode(QProcess::MergedChannels);
         setStandardInputFile(QProcess::nullDevice());
@@ -77,17 +77,14 @@ public:
              QStringLiteral("PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin")});
     }
 
-protected:
-    void setupChildProcess() override
+private:
+    static void become(uid_t uid, gid_t gid)
     {
-        if (m_runner.uid == getuid())
+        if (uid == getuid())
             return;
-        if (setgroups(0, nullptr) != 0 || setgid(m_runner.gid) != 0 || setuid(m_runner.uid) != 0)
+        if (setgroups(0, nullptr) != 0 || setgid(gid) != 0 || setuid(uid) != 0)
             _exit(1);
     }
-
-private:
-    const Runner m_runner;
 };
 
 DeclaredTask trialTask()

@@ -65,7 +65,7 @@ bool KnownPlaces::findPermission(const QString &name) const
 // and programs are in few folders.
 QString KnownPlaces::programBelow(const QString &root, const QString &path) const
 {
-    const int slash = path.lastIndexOf(QLatin1Char('/'));
+    const auto slash = path.lastIndexOf(QLatin1Char('/'));
     const QString name = path.mid(slash + 1);
     if (root.isEmpty() || name.isEmpty() || name == QLatin1String(".")
         || name == QLatin1String(".."))

@@ -48,10 +48,10 @@ void lintManifest(const QString &path, const Places &places, Collected &findings
     const QString key = QStringLiteral("keepMediaActiveInBackground");
     const QByteArray text = readForeignFile(places.real(path)).text;
     const QJsonObject object = QJsonDocument::fromJson(text).object();
-    const int position = text.indexOf('"' + key.toLatin1() + '"');
+    const auto position = text.indexOf('"' + key.toLatin1() + '"');
     if (object.contains(key) && !object.value(key).isBool())
         findings.add(LintRules::manifestBoolean,
-                     {path, {}, key, 1 + text.left(position).count('\n')},
+                     {path, {}, key, 1 + static_cast<int>(text.left(position).count('\n'))},
                      QStringLiteral("%1 is not a boolean").arg(key));
 }
 
@@ -260,7 +260,7 @@ bool isAutostartFile(const QString &path, const IniFile &file)
 bool lintSettingsFile(const QString &path, const Places &system, Collected &findings)
 {
     const QString types = QStringLiteral("/task-types/");
-    const int position = path.indexOf(types);
+    const auto position = path.indexOf(types);
     const QFileInfo info(path);
     const IniFile file(readForeignFile(system.real(path)).text);
     if (position >= 0)

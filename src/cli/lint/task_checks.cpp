@@ -73,8 +73,8 @@ bool hasVariable(const QString &word)
 
 bool fitsObjectPath(const QString &type)
 {
-    const QVector<QStringRef> parts = type.splitRef(QLatin1Char('/'));
-    return std::all_of(parts.begin(), parts.end(), [](const QStringRef &part) {
+    const QStringList parts = type.split(QLatin1Char('/'));
+    return std::all_of(parts.begin(), parts.end(), [](const QString &part) {
         return !part.isEmpty() && std::all_of(part.begin(), part.end(), [](QChar c) {
             return c.unicode() < 0x80 && (c.isLetterOrNumber() || c == QLatin1Char('_'));
         });
@@ -95,7 +95,7 @@ Core::FindingPlace TaskChecks::placeOf(const QString &key) const
 void TaskChecks::checkId() const
 {
     constexpr int longestName = 255;
-    const int length = Core::unitNameOf(m_task.taskId.toString()).toUtf8().size();
+    const auto length = Core::unitNameOf(m_task.taskId.toString()).toUtf8().size();
     if (length > longestName)
         add(LintRules::idTooLong, {}, QStringLiteral("The unit's name has %1 bytes").arg(length));
 }

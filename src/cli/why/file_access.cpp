@@ -37,8 +37,8 @@ bool mayPass(const QString &path, mode_t ofOthers, const Identity &who)
 Identity identityOf(const Account &account)
 {
     Identity identity{account.uid, {}};
-    QVector<gid_t> groups(64);
-    int count = groups.size();
+    int count = 64;
+    QVector<gid_t> groups(count);
     const QByteArray name = account.name.toUtf8();
     while (getgrouplist(name.constData(), static_cast<gid_t>(account.gid), groups.data(), &count)
            < 0)
@@ -65,7 +65,7 @@ Identity runnerOf(const Question &question)
 
 QString obstacleTo(const QString &path, Access access, const Identity &who, const QString &root)
 {
-    for (int end = path.indexOf(QLatin1Char('/'), root.size() + 1); end > 0;
+    for (auto end = path.indexOf(QLatin1Char('/'), root.size() + 1); end > 0;
          end = path.indexOf(QLatin1Char('/'), end + 1)) {
         if (!mayPass(path.left(end), S_IXOTH, who))
             return path.left(end);

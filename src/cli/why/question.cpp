@@ -11,7 +11,7 @@ Question questionOf(const QString &id)
     question.id = id;
     // Split by hand rather than parsed, because the gates have to explain an invalid id.
     const QString separator = QStringLiteral(".task_");
-    const int at = id.lastIndexOf(separator);
+    const auto at = id.lastIndexOf(separator);
     question.application = at < 0 ? id : id.left(at);
     question.taskName = at < 0 ? QString() : id.mid(at + separator.size());
     NoFindings findings;

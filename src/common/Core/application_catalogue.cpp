@@ -57,7 +57,7 @@ private:
     struct Chosen
     {
         QVector<ApplicationInfo> entries;
-        QHash<QString, int> byId;
+        QHash<QString, QVector<ApplicationInfo>::size_type> byId;
     };
 
     void announce(const QString &path, const ListedFile *file) const;
@@ -273,7 +273,7 @@ QVector<ApplicationInfo> ApplicationCatalogue::inOrderOfFiles() const
     placed.reserve(m_applications.size());
     for (const ApplicationInfo &info : m_applications) {
         const QString &file = info.desktopFilePath();
-        const int slash = file.lastIndexOf(QLatin1Char('/'));
+        const auto slash = file.lastIndexOf(QLatin1Char('/'));
         placed.append({{m_folders.indexOf(file.left(slash)), file.mid(slash + 1)}, info});
     }
     std::sort(placed.begin(), placed.end(),

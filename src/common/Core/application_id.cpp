@@ -29,13 +29,26 @@ qint16 organisationLengthOf(const QString &text)
     return static_cast<qint16>(match.capturedLength(1));
 }
 
-qint16 markOf(int length) { return static_cast<qint16>(qMin(length, longestText)); }
+qint16 markOf(qsizetype length)
+{
+    return static_cast<qint16>(qMin<qsizetype>(length, longestText));
+}
 
 QString taskPrefix() { return QStringLiteral("task_"); }
 
 QString instancePrefix() { return QStringLiteral("instance_"); }
 
+QStringView behind(const QString &text, qsizetype dot) { return QStringView(text).mid(dot + 1); }
+
 bool isDecimalDigit(QChar character) { return character.category() == QChar::Number_DecimalDigit; }
+
+bool isInstanceSuffix(QStringView suffix)
+{
+    if (!suffix.startsWith(instancePrefix()))
+        return false;
+    const QStringView number = suffix.mid(instancePrefix().size());
+    return std::all_of(number.begin(), number.end(), isDecimalDigit);
+}
 
 // Encodes one character of a file name for an id. The code is the Latin-1 value as a signed byte.
 // It must not change, because such ids are stored in settings and unit files.
@@ -73,8 +86,9 @@ ApplicationId ApplicationId::fromDesktopFileName(const QString &fileName)
     const QString suffix = QStringLiteral(".desktop");
     if (!fileName.endsWith(suffix))
         return ApplicationId(QString());
-    const int start = fileName.lastIndexOf(QLatin1Char('/')) + 1;
-    const QStringRef baseName = fileName.midRef(start, fileName.size() - suffix.size() - start);
+    const auto start = fileName.lastIndexOf(QLatin1Char('/')) + 1;
+    const QStringView baseName =
+        QStringView(fileName).mid(start, fileName.size() - suffix.size() - start);
     if (baseName.isEmpty())
         return ApplicationId(QString());
     QString name;
@@ -96,27 +110,26 @@ ApplicationId ApplicationId::startOf(const QString &text, qint16 length, qint16 
     return id;
 }
 
-QStringRef ApplicationId::organisation() const
+QStringView ApplicationId::organisation() const
 {
-    return m_organisationLength > 0 ? m_text.leftRef(m_organisationLength)
-                                    : QStringRef(&m_text, 0, 0);
+    return QStringView(m_text).left(std::max<qint16>(0, m_organisationLength));
 }
 
-QStringRef ApplicationId::name() const
+QStringView ApplicationId::name() const
 {
     const int length = m_length - m_organisationLength - 1;
     if (m_organisationLength < 1 || length < 1)
         return {};
-    return m_text.midRef(m_organisationLength + 1, length);
+    return QStringView(m_text).mid(m_organisationLength + 1, length);
 }
 
 ApplicationTaskId::ApplicationTaskId(const QString &text)
     : m_text(text)
     , m_applicationIdLength(markOf(text.size()))
 {
-    const int dot = text.lastIndexOf(QLatin1Char('.'));
-    const int nameStart = dot + 1 + taskPrefix().size();
-    if (text.size() > longestText || dot < 1 || !text.midRef(dot + 1).startsWith(taskPrefix())
+    const auto dot = text.lastIndexOf(QLatin1Char('.'));
+    const auto nameStart = dot + 1 + taskPrefix().size();
+    if (text.size() > longestText || dot < 1 || !behind(text, dot).startsWith(taskPrefix())
         || text.size() <= nameStart)
         return;
     m_organisationLength = organisationLengthOf(text.left(dot));
@@ -138,25 +151,21 @@ ApplicationId ApplicationTaskId::applicationId() const
     return ApplicationId::startOf(m_text, m_applicationIdLength, m_organisationLength);
 }
 
-QStringRef ApplicationTaskId::taskName() const
+QStringView ApplicationTaskId::taskName() const
 {
     if (!isValid())
         return {};
-    return m_text.midRef(m_applicationIdLength + 1).mid(taskPrefix().size());
+    return behind(m_text, m_applicationIdLength).mid(taskPrefix().size());
 }
 
 ApplicationInstanceId::ApplicationInstanceId(const QString &text)
     : m_text(text)
     , m_applicationIdLength(markOf(text.size()))
 {
-    const int dot = text.lastIndexOf(QLatin1Char('.'));
+    const auto dot = text.lastIndexOf(QLatin1Char('.'));
     if (text.size() > longestText || dot < 1)
         return;
-    const QStringRef suffix = text.midRef(dot + 1);
-    const QStringRef number = suffix.mid(instancePrefix().size());
-    const bool instance = suffix.startsWith(instancePrefix())
-        && std::all_of(number.begin(), number.end(), isDecimalDigit);
-    const int length = instance ? dot : text.size();
+    const auto length = isInstanceSuffix(behind(text, dot)) ? dot : text.size();
     m_organisationLength = organisationLengthOf(text.left(length));
     if (m_organisationLength > 0)
         m_applicationIdLength = markOf(length);
@@ -175,10 +184,10 @@ ApplicationInstanceId::ApplicationInstanceId(const ApplicationId &application, i
 
 ApplicationInstanceId ApplicationInstanceId::fromTaskOrInstance(const QString &text)
 {
-    const int dot = text.lastIndexOf(QLatin1Char('.'));
+    const auto dot = text.lastIndexOf(QLatin1Char('.'));
     if (dot < 1)
         return {};
-    if (!text.midRef(dot + 1).startsWith(taskPrefix()))
+    if (!behind(text, dot).startsWith(taskPrefix()))
         return ApplicationInstanceId(text);
     const ApplicationTaskId task(text);
     ApplicationInstanceId id;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 namespace Core {
 
@@ -24,9 +25,9 @@ public:
     /// False when the text could not be parsed.
     [[nodiscard]] bool isValid() const { return !m_text.isEmpty() && m_organisationLength > 0; }
     /// The part before the name; empty when this id is invalid.
-    [[nodiscard]] QStringRef organisation() const;
+    [[nodiscard]] QStringView organisation() const;
     /// What follows the organisation and its dot; null when there is none.
-    [[nodiscard]] QStringRef name() const;
+    [[nodiscard]] QStringView name() const;
     /// The full text, also of an invalid id.
     [[nodiscard]] const QString &toString() const { return m_text; }
 
@@ -72,7 +73,7 @@ public:
     /// the whole text.
     [[nodiscard]] ApplicationId applicationId() const;
     /// The task's name, without "task_"; null when this id is invalid.
-    [[nodiscard]] QStringRef taskName() const;
+    [[nodiscard]] QStringView taskName() const;
     /// The full text, also of an invalid id.
     [[nodiscard]] const QString &toString() const { return m_text; }
 

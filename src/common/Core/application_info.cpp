@@ -113,7 +113,7 @@ private:
 
 void boundMimeTypes(QStringList &types, const QString &path, EntryFindings &findings)
 {
-    const int declared = types.size();
+    const auto declared = types.size();
     const auto isTooLong = [](const QString &type) { return type.size() > longestMimeType; };
     types.erase(std::remove_if(types.begin(), types.end(), isTooLong), types.end());
     types = types.mid(0, mostMimeTypes);

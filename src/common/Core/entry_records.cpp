@@ -86,8 +86,8 @@ QMap<QString, ApplicationInfo> EntryRecords::knownIn(const QString &folder)
 {
     QMap<QString, ApplicationInfo> known;
     for (auto cached = m_cache.begin(); cached != m_cache.end(); ++cached) {
-        const int slash = cached.key().lastIndexOf(QLatin1Char('/'));
-        if (cached.key().leftRef(slash) != folder)
+        const auto slash = cached.key().lastIndexOf(QLatin1Char('/'));
+        if (QStringView(cached.key()).left(std::max<qsizetype>(0, slash)) != folder)
             continue;
         cached->scan = m_scan;
         known.insert(cached.key().mid(slash + 1), cached->info);

@@ -34,7 +34,7 @@ void ManifestPrivate::parse(const QString &path, const Places &places, Findings 
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(file.text, &error);
     if (error.error != QJsonParseError::NoError) {
-        const int line = 1 + file.text.left(error.offset).count('\n');
+        const int line = 1 + static_cast<int>(file.text.left(error.offset).count('\n'));
         ORVANE_WARN(findings, findingOf(Rules::manifestIgnored, {path}))
             << "Could not parse manifest.json";
         ORVANE_WARN(findings, findingOf(Rules::manifestSyntax, {path, {}, {}, line}))

@@ -23,7 +23,7 @@ void removeRepeated(QVector<ChosenFile> &files)
 {
     QSet<QString> seen;
     const auto isRepeated = [&seen](const ChosenFile &file) {
-        const int before = seen.size();
+        const auto before = seen.size();
         seen.insert(file.name);
         return seen.size() == before;
     };
@@ -32,7 +32,7 @@ void removeRepeated(QVector<ChosenFile> &files)
 
 void addLine(const QString &line, int number, MimeappsEntries &entries)
 {
-    const int separator = line.indexOf(QLatin1Char('='));
+    const auto separator = line.indexOf(QLatin1Char('='));
     if (line.startsWith(QLatin1Char('[')) || line.startsWith(QLatin1Char('#')) || separator < 0)
         return;
     QVector<ChosenFile> &files = entries[line.left(separator).trimmed()];

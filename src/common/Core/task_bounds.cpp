@@ -18,7 +18,7 @@ int sizeOf(const QString &text)
 {
     const bool isAscii =
         std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
-    return (isAscii ? text.size() : text.toUtf8().size()) + 8;
+    return static_cast<int>(isAscii ? text.size() : text.toUtf8().size()) + 8;
 }
 
 int sizeOf(const QStringList &texts)

@@ -30,7 +30,7 @@ bool isBoolean(const IniFile::Value &value)
     return !value.isList && words.contains(value.text.trimmed().toLower());
 }
 
-bool isUnsafePart(const QStringRef &part)
+bool isUnsafePart(const QString &part)
 {
     return part.isEmpty() || part == QLatin1String(".") || part == QLatin1String("..");
 }
@@ -43,7 +43,7 @@ bool TaskTypeConfig::mayHaveFile(const QString &taskType)
     if (taskType.toUtf8().size() > longestType)
         return false;
     const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
-    const QVector<QStringRef> parts = taskType.splitRef(QLatin1Char('/'));
+    const QStringList parts = taskType.split(QLatin1Char('/'));
     return std::none_of(taskType.begin(), taskType.end(), isControl)
         && std::none_of(parts.begin(), parts.end(), isUnsafePart);
 }

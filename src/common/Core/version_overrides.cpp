@@ -18,7 +18,7 @@ const QChar wildcard = QLatin1Char('*');
 // A wildcard is allowed only as the last part of an id, or as the whole key.
 bool isValidKey(const QString &key)
 {
-    const int position = key.indexOf(wildcard);
+    const auto position = key.indexOf(wildcard);
     if (position < 0)
         return true;
     return position == key.size() - 1

@@ -39,7 +39,7 @@ QVariantMap toVariantMap(const QVariant &value, bool *isMap)
         found = argument.currentSignature() == QLatin1String("a{sv}");
         if (found)
             argument >> map;
-    } else if (value.type() == QVariant::Map) {
+    } else if (value.userType() == QMetaType::QVariantMap) {
         found = true;
         map = value.toMap();
     }

@@ -231,7 +231,7 @@ void SystemdProxy::watchUnit(const QString &name)
     d->watchAt(unitObjectPath(name), name).isPermanent = true;
 }
 
-int SystemdProxy::watchedUnits() const { return d->watches.size(); }
+int SystemdProxy::watchedUnits() const { return static_cast<int>(d->watches.size()); }
 
 QString SystemdProxy::unitObjectPath(const QString &name)
 {

@@ -80,7 +80,7 @@ QVector<Registration> restoreRegistrations(const QDBusConnection &bus)
         return {};
     QVector<Registration> registrations;
     const QJsonArray list = kept.value(registrationsKey()).toArray();
-    for (const QJsonValue &value : list) {
+    for (const auto &value : list) {
         const QJsonObject entry = value.toObject();
         const QString client = entry.value(clientKey()).toString();
         // Only unique names: for these, the bus can tell whether the client has left.

@@ -185,7 +185,7 @@ bool TaskInvokerPrivate::mayHold(const QString &busName, QObject *object) const
         if (client.user != user)
             continue;
         ++clientsOfUser;
-        objectsOfUser += client.objects.size();
+        objectsOfUser += static_cast<int>(client.objects.size());
     }
     return clientsOfUser <= maxClientsOfUser && objectsOfUser <= maxObjectsOfUser;
 }

@@ -20,7 +20,7 @@ private:
 void TestDeclaredTasks::initTestCase()
 {
     for (const QString &variable : root.environment()) {
-        const int equals = variable.indexOf(QLatin1Char('='));
+        const auto equals = variable.indexOf(QLatin1Char('='));
         qputenv(variable.left(equals).toUtf8().constData(), variable.mid(equals + 1).toUtf8());
     }
     QCoreApplication::setApplicationName(QStringLiteral("orvane"));

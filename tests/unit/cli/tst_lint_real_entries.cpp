@@ -98,8 +98,8 @@ void TestLintRealEntries::readsEveryEntry()
 {
     Cli::Collected findings;
     const Core::ApplicationCatalogue catalogue(Places::below(treeFolder()), findings);
-    const int read = catalogue.applications().size() + catalogue.shadowed().size();
-    qInfo("%d entries, %d of them applications", entries().size(), read);
+    const auto read = catalogue.applications().size() + catalogue.shadowed().size();
+    qInfo().noquote() << entries().size() << "entries," << read << "of them applications";
     QVERIFY(read >= fewestEntries);
     QCOMPARE(read + catalogue.invalidFiles().size(), entries().size());
 }

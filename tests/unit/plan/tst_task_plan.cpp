@@ -200,7 +200,7 @@ void TestTaskPlan::givesTheOriginOfEachWord()
     QFETCH(int, kind);
     QFETCH(QString, what);
     const TaskPlan planned = planOfEverything();
-    const int index = textsOf(planned.argv).indexOf(word);
+    const auto index = textsOf(planned.argv).indexOf(word);
     QVERIFY(index >= 0);
     const Origin origin = planned.argv.at(index).origin;
     QCOMPARE(int(origin.kind), kind);

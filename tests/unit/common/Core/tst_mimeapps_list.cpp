@@ -201,7 +201,7 @@ void TestMimeappsList::hasItsNewDirectoryOnTheDisk()
     const QStringList changes = watched.changes();
     for (const char *made : {"/home", "/home/config"}) {
         const QString path = root->path(QString::fromLatin1(made));
-        const int at = changes.indexOf(QStringLiteral("mkdir ") + path);
+        const auto at = changes.indexOf(QStringLiteral("mkdir ") + path);
         QVERIFY2(at >= 0 || path == root->path(QStringLiteral("/home")), made);
         const QString parent = QStringLiteral("fsync ") + QFileInfo(path).path();
         QVERIFY2(at < 0 || changes.indexOf(parent) > at, made);

@@ -1,4 +1,5 @@
 #include "common/DBus/types.h"
+#include "common/qt_version.h"
 #include "support/private_bus.h"
 
 #include <QDBusConnection>
@@ -8,6 +9,8 @@
 #include <QDBusVariant>
 #include <QJsonDocument>
 #include <QTest>
+
+#include <limits>
 
 /// Receives calls and stores the arguments of the last one.
 class Receiver : public QObject
@@ -25,8 +28,8 @@ public Q_SLOTS:
 /// A type that JSON does not have. On the bus: (ii)
 struct Pair
 {
-    int first;
-    int second;
+    int left;
+    int right;
 };
 Q_DECLARE_METATYPE(Pair)
 using PairsByNumber = QMap<int, Pair>;
@@ -35,7 +38,7 @@ Q_DECLARE_METATYPE(PairsByNumber)
 static QDBusArgument &operator<<(QDBusArgument &argument, const Pair &pair)
 {
     argument.beginStructure();
-    argument << pair.first << pair.second;
+    argument << pair.left << pair.right;
     argument.endStructure();
     return argument;
 }
@@ -43,7 +46,7 @@ static QDBusArgument &operator<<(QDBusArgument &argument, const Pair &pair)
 static const QDBusArgument &operator>>(const QDBusArgument &argument, Pair &pair)
 {
     argument.beginStructure();
-    argument >> pair.first >> pair.second;
+    argument >> pair.left >> pair.right;
     argument.endStructure();
     return argument;
 }
@@ -72,6 +75,10 @@ private Q_SLOTS:
     void keepsMessagesWithNullsWhole();
     void readsJson_data();
     void readsJson();
+    void givesValuesOfTheBusThisTextAsJson_data();
+    void givesValuesOfTheBusThisTextAsJson();
+    void writesEveryNumberAsADouble_data();
+    void writesEveryNumberAsADouble();
     void keepsTheTextOfKeys_data();
     void keepsTheTextOfKeys();
     void replacesWhatIsReadInto();
@@ -147,13 +154,10 @@ void TestTypes::registersEveryRecord()
 {
     QFETCH(QByteArray, name);
     QFETCH(QByteArray, signature);
-    QCOMPARE(QByteArray(QDBusMetaType::typeToSignature(QMetaType::type("Orvane::" + name))),
-             signature);
-    QCOMPARE(QByteArray(QDBusMetaType::typeToSignature(QMetaType::type("QVector<" + name + ">"))),
-             "a" + signature);
-    QCOMPARE(QMetaType::type("QVector<Orvane::" + name + ">"),
-             QMetaType::type("QVector<" + name + ">"));
-    QVERIFY(QMetaType::type("Orvane::ApplicationState") != QMetaType::UnknownType);
+    QCOMPARE(signatureOf(typeNamed("Orvane::" + name)), signature);
+    QCOMPARE(signatureOf(typeNamed("QVector<" + name + ">")), "a" + signature);
+    QCOMPARE(typeNamed("QVector<Orvane::" + name + ">"), typeNamed("QVector<" + name + ">"));
+    QVERIFY(typeNamed("Orvane::ApplicationState") != QMetaType::UnknownType);
 }
 
 void TestTypes::sendsRecords()
@@ -369,6 +373,77 @@ void TestTypes::readsJson()
     QCOMPARE(readBack(value), parsed(text));
 }
 
+void TestTypes::givesValuesOfTheBusThisTextAsJson_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QByteArray>("text");
+    const auto row = [](const char *name, const QVariant &value, const char *text) {
+        QTest::newRow(name) << value << QByteArray(text);
+    };
+    row("largest byte", QVariant::fromValue(uchar(255)), "255");
+    row("smallest int16", QVariant::fromValue(short(-32768)), "-32768");
+    row("largest uint32", 4294967295U, "4294967295");
+    row("largest number that a double keeps", qint64(9007199254740992), "9007199254740992");
+    row("one that it does not", qint64(9007199254740993), "9007199254740992");
+    row("smallest int64", std::numeric_limits<qint64>::min(), "-9223372036854776000");
+    row("largest uint64", std::numeric_limits<quint64>::max(), "18446744073709552000");
+    row("fraction", 0.1, "0.1");
+    row("whole double", 3.0, "3");
+    row("large double", 1e300, "1e+300");
+    row("small double", -2.5e-7, "-2.5e-07");
+    row("text", QString::fromUtf8("\u00e4 \"\\\n\u20ac\U0001F600"),
+        "\"\u00e4 \\\"\\\\\\n\u20ac\U0001F600\"");
+    row("bytes", QByteArray("a\0\xff", 3), "[97,0,255]");
+    row("no bytes", QByteArray(""), "[]");
+    row("list of texts", QStringList{QStringLiteral("1"), QString()}, "[\"1\",\"\"]");
+    row("list of variants", QVariantList{1, 2.5, QStringLiteral("3"), true, QByteArray("4")},
+        "[1,2.5,\"3\",true,[52]]");
+    row("map",
+        QVariantMap{{QStringLiteral("b"), QVariantMap()}, {QStringLiteral("a"), QVariantList()}},
+        "{\"a\":[],\"b\":{}}");
+}
+
+void TestTypes::givesValuesOfTheBusThisTextAsJson()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QByteArray, text);
+    QCOMPARE(QJsonDocument(QJsonArray{readBack(value)}).toJson(QJsonDocument::Compact),
+             '[' + text + ']');
+}
+
+void TestTypes::writesEveryNumberAsADouble_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<double>("number");
+    const auto row = [](const char *text, double number) {
+        QTest::newRow(text) << QByteArray(text) << number;
+    };
+    row("0", 0);
+    row("-7", -7);
+    row("0.1", 0.1);
+    row("4294967296", 4294967296.0);
+    row("9007199254740993", 9007199254740992.0);
+    row("-9223372036854775808", -9223372036854775808.0);
+    row("18446744073709551615", 18446744073709551616.0);
+    row("1e300", 1e300);
+}
+
+void TestTypes::writesEveryNumberAsADouble()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(double, number);
+    // To the bit, where QCOMPARE() would allow for rounding.
+    const auto isNumber = [number](const QVariant &arrived) {
+        return arrived.userType() == QMetaType::Double && !(arrived.toDouble() < number)
+            && !(arrived.toDouble() > number);
+    };
+    QVERIFY(isNumber(roundTrip(json(parsed(text)))));
+    QVERIFY(
+        isNumber(qdbus_cast<QVariantList>(roundTrip(json(parsed("[" + text + ",\"\"]")))).at(0)));
+    QVERIFY(isNumber(qdbus_cast<QVariantMap>(roundTrip(json(parsed("{\"k\":" + text + "}"))))
+                         .value(QStringLiteral("k"))));
+}
+
 template <typename Key>
 static QVariant mapWithKey(const Key &key)
 {
@@ -393,6 +468,10 @@ void TestTypes::keepsTheTextOfKeys_data()
     QTest::newRow("number") << mapWithKey(-7) << QStringLiteral("-7");
     QTest::newRow("bool") << mapWithKey(true) << QStringLiteral("true");
     QTest::newRow("double") << mapWithKey(2.5) << QStringLiteral("2.5");
+    QTest::newRow("large double") << mapWithKey(1e21) << QStringLiteral("1e+21");
+    QTest::newRow("int16") << mapWithKey(short(-7)) << QStringLiteral("-7");
+    QTest::newRow("largest uint64") << mapWithKey(std::numeric_limits<quint64>::max())
+                                    << QStringLiteral("18446744073709551615");
 }
 
 void TestTypes::keepsTheTextOfKeys()

@@ -62,7 +62,7 @@ QStringList attributesOf(const QByteArray &text)
     while (!reader.atEnd()) {
         reader.readNext();
         for (const QXmlStreamAttribute &attribute : reader.attributes())
-            found << attribute.name() + QLatin1Char('=') + attribute.value();
+            found << QStringLiteral("%1=%2").arg(attribute.name(), attribute.value());
     }
     if (reader.hasError())
         found << reader.errorString();

@@ -37,7 +37,7 @@ QByteArray otherText() { return "[Unit]\nDescription=Another\n"; }
 // The id of a task whose unit name has this many bytes.
 QString taskIdForUnitNameOf(int bytes)
 {
-    const int application = bytes - Core::unitNameOf(QStringLiteral("com..task_t")).size();
+    const auto application = bytes - Core::unitNameOf(QStringLiteral("com..task_t")).size();
     return QLatin1String("com.") + QString(application, QLatin1Char('n'))
         + QLatin1String(".task_t");
 }
