@@ -1,9 +1,11 @@
-// The installed interface descriptions agree with the introspection of the running daemon.
+// The installed interface descriptions agree with the introspection of the running daemon, and so
+// do the manual pages that are made of them.
 
 #include "support/fixture.h"
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 #include <QXmlStreamReader>
 
@@ -40,6 +42,77 @@ QStringList interfaceIn(const QByteArray &xml, const QString &interface, bool &v
     return lines;
 }
 
+// A page without the formatter's changes of font and its escapes within words.
+QString plainText(const QByteArray &page)
+{
+    QString text = QString::fromUtf8(page);
+    text.remove(QRegularExpression(QStringLiteral("\\\\&|\\\\f[BIR]")));
+    return text.replace(QLatin1String("\\-"), QLatin1String("-"));
+}
+
+// The part of a page below the heading of a member; empty where there is none.
+QString sectionOf(const QString &page, const QString &kind, const QString &member)
+{
+    const QString name = kind == QLatin1String("method") ? member + QLatin1String("()") : member;
+    const int start = page.indexOf(QStringLiteral(".SS \"The %1 %2\"\n").arg(name, kind));
+    return start < 0 ? QString()
+                     : page.mid(start, page.indexOf(QLatin1String("\n.S"), start) - start);
+}
+
+// Whether the section of a member lists the argument with its direction and type, and has a text
+// for it.
+bool describesArgument(const QString &section, const QXmlStreamAttributes &argument)
+{
+    const QString direction = argument.value(QStringLiteral("direction")).toString();
+    const QString term = QStringList{direction == QLatin1String("out") ? QStringLiteral("OUT")
+                                                                       : QStringLiteral("IN"),
+                                     argument.value(QStringLiteral("type")).toString(),
+                                     argument.value(QStringLiteral("name")).toString()}
+                             .join(QLatin1Char(' '));
+    const QRegularExpression item(
+        QStringLiteral("^%1:\n\\.RS 4\n[A-Z]").arg(QRegularExpression::escape(term)),
+        QRegularExpression::MultilineOption);
+    return section.contains(item);
+}
+
+// What a page does not describe of the member that the reader is at: the member itself, or
+// arguments.
+QStringList missingOf(const QString &page, QXmlStreamReader &reader)
+{
+    const QString kind = reader.name().toString();
+    const QString name = reader.attributes().value(QStringLiteral("name")).toString();
+    const bool isMember = kind != QLatin1String("annotation");
+    const QString section = sectionOf(page, kind, name);
+    QStringList missing;
+    if (isMember && section.isEmpty())
+        missing.append(kind + QLatin1Char(' ') + name);
+    while (reader.readNextStartElement()) {
+        const QXmlStreamAttributes attributes = reader.attributes();
+        if (reader.name() == QLatin1String("arg") && attributes.hasAttribute(QStringLiteral("name"))
+            && !describesArgument(section, attributes))
+            missing.append(name + QLatin1Char(' ')
+                           + attributes.value(QStringLiteral("name")).toString());
+        reader.skipCurrentElement();
+    }
+    return missing;
+}
+
+QStringList missingIn(const QString &page, const QByteArray &xml, const QString &interface)
+{
+    QStringList missing;
+    QXmlStreamReader reader(xml);
+    reader.readNextStartElement();
+    while (reader.readNextStartElement()) {
+        if (reader.attributes().value(QStringLiteral("name")) != interface) {
+            reader.skipCurrentElement();
+            continue;
+        }
+        while (reader.readNextStartElement())
+            missing += missingOf(page, reader);
+    }
+    return missing;
+}
+
 } // namespace
 
 class TestInterfaces : public QObject
@@ -51,6 +124,8 @@ private Q_SLOTS:
     void cleanupTestCase() { m_fixture.reset(); }
     void areWhatTheDaemonSays_data();
     void areWhatTheDaemonSays();
+    void havePagesThatDescribeAllOfThem_data() { areWhatTheDaemonSays_data(); }
+    void havePagesThatDescribeAllOfThem();
     void areAll();
 
 private:
@@ -100,6 +175,15 @@ void TestInterfaces::areWhatTheDaemonSays()
     const QStringList live = interfaceIn(description(m_paths.value(interface)), interface, valid);
     QVERIFY(valid);
     QCOMPARE(installed.join(QLatin1Char('\n')), live.join(QLatin1Char('\n')));
+}
+
+void TestInterfaces::havePagesThatDescribeAllOfThem()
+{
+    QFETCH(QString, interface);
+    QFile file(QDir(QStringLiteral(INTERFACE_PAGES)).filePath(interface + QStringLiteral(".5")));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(missingIn(plainText(file.readAll()), description(m_paths.value(interface)), interface),
+             QStringList());
 }
 
 void TestInterfaces::areAll()
