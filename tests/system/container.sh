@@ -10,6 +10,7 @@
 #                        application in it; with the argument "clean" without the packages
 #   container_boot       boots it and waits until it is up; again after container_stop
 #   in_container CMD...  runs a command in it, as root unless it says otherwise
+#   container_shell      opens a shell of root in it, on this terminal
 #   container_stop       powers it off; the overlay stays
 #   container_cut_power  ends it at once, as a power cut does; the overlay stays
 #   container_remove     ends it and leaves nothing behind: call at exit
@@ -150,6 +151,13 @@ in_container() {
     nsenter --target "$container_leader" --all --wdns=/ \
         env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 \
         SYSTEMD_COLORS=0 SYSTEMD_PAGER=cat "$@"
+}
+
+# As a unit, because the shell needs a terminal of the container's own.
+container_shell() {
+    echo "--- a shell in the container; \"exit\" removes it"
+    in_container env TERM="${TERM:-dumb}" systemd-run --quiet --wait --collect --pty --pipe \
+        --working-directory=/ bash -l || true
 }
 
 container_gone() {
