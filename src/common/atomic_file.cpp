@@ -64,6 +64,13 @@ std::optional<mode_t> modeOfUnusedFile(const QString &path)
     return isAbandoned ? std::optional<mode_t>(status.st_mode & modeBits) : std::nullopt;
 }
 
+bool isOwnLink(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 && S_ISLNK(status.st_mode)
+        && status.st_uid == ::geteuid();
+}
+
 // Writes to a device or a pipe without replacing it: replacing the target of a unit that is masked
 // by a link to /dev/null would remove /dev/null. Opened without blocking, for a pipe that has no
 // reader.
@@ -251,6 +258,9 @@ bool isUnfinishedFile(const QString &path)
 {
     if (!isTemporaryName(QFile::encodeName(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1))))
         return false;
+    // A link that a file has replaced has the temporary name until it is removed.
+    if (isOwnLink(path))
+        return true;
     const std::optional<mode_t> mode = modeOfUnusedFile(path);
     return mode == ownerOnly || mode == everybodyReads;
 }
