@@ -101,8 +101,7 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, FileChange
 }
 
 FakeSystemd::FakeSystemd(const QDBusConnection &bus, QObject *parent)
-    : QDBusVirtualObject(parent)
-    , m_bus(bus)
+    : FakePeer(bus, parent)
 {
     qDBusRegisterMetaType<ListedUnit>();
     qDBusRegisterMetaType<QVector<ListedUnit>>();
@@ -117,7 +116,7 @@ FakeSystemd::FakeSystemd(const QDBusConnection &bus, QObject *parent)
     m_bus.registerService(QStringLiteral("org.freedesktop.systemd1"));
 }
 
-FakeSystemd::~FakeSystemd() { m_bus.unregisterService(QStringLiteral("org.freedesktop.systemd1")); }
+FakeSystemd::~FakeSystemd() { giveUp(QStringLiteral("org.freedesktop.systemd1")); }
 
 void FakeSystemd::hold(const QString &method) { m_held.insert(method); }
 
@@ -182,9 +181,7 @@ QVariantMap FakeSystemd::propertiesAt(const QString &path) const
     return {};
 }
 
-QString FakeSystemd::introspect(const QString &) const { return {}; }
-
-bool FakeSystemd::handleMessage(const QDBusMessage &message, const QDBusConnection &)
+bool FakeSystemd::serve(const QDBusMessage &message)
 {
     if (message.member() == QLatin1String("GetAll")) {
         m_bus.send(message.createReply(propertiesAt(message.path())));

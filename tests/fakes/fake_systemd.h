@@ -1,9 +1,8 @@
 #pragma once
 
+#include "fakes/fake_peer.h"
 #include "fakes/recorded_call.h"
 
-#include <QDBusConnection>
-#include <QDBusVirtualObject>
 #include <QHash>
 #include <QPair>
 #include <QSet>
@@ -13,7 +12,7 @@
 
 /// Stands in for the parts of systemd's manager that the daemon calls. It records every call, can
 /// hold and refuse calls, and can emit signals.
-class FakeSystemd : public QDBusVirtualObject
+class FakeSystemd : public FakePeer
 {
     Q_OBJECT
 
@@ -57,8 +56,7 @@ public:
     /// The object path of a unit.
     static QString pathOf(const QString &unit);
 
-    QString introspect(const QString &path) const override;
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
+    bool serve(const QDBusMessage &call) override;
 
 private:
     void answer(const QDBusMessage &call);
@@ -66,7 +64,6 @@ private:
     [[nodiscard]] QVariantMap propertiesAt(const QString &path) const;
     QDBusMessage replyTo(const QDBusMessage &call) const;
 
-    QDBusConnection m_bus;
     QSet<QString> m_held;
     QVector<QDBusMessage> m_waiting;
     QHash<QString, QPair<QString, QString>> m_refusals;

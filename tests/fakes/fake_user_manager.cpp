@@ -34,7 +34,7 @@ Q_DECLARE_METATYPE(User)
 
 FakeUserManager::FakeUserManager(const QDBusConnection &bus, const QString &mode,
                                  const QStringList &uids)
-    : m_bus(bus)
+    : FakePeer(bus)
     , m_mode(mode)
     , m_uids(uids)
 {
@@ -45,18 +45,17 @@ FakeUserManager::FakeUserManager(const QDBusConnection &bus, const QString &mode
         && connection.registerService(QStringLiteral("org.sailfishos.usermanager"));
 }
 
-QString FakeUserManager::introspect(const QString &) const { return {}; }
-
-bool FakeUserManager::handleMessage(const QDBusMessage &message, const QDBusConnection &bus)
+bool FakeUserManager::serve(const QDBusMessage &call)
 {
-    if (message.interface() != QLatin1String("org.sailfishos.usermanager")
-        || message.member() != QLatin1String("users") || !message.arguments().isEmpty())
+    if (call.interface() != QLatin1String("org.sailfishos.usermanager")
+        || call.member() != QLatin1String("users") || !call.arguments().isEmpty())
         return false;
     if (onCall)
         onCall();
-    if (m_mode != QLatin1String("hang"))
-        return bus.send(answerTo(message));
-    m_waiting.append(message);
+    if (m_mode == QLatin1String("hang"))
+        m_waiting.append(call);
+    else
+        send(answerTo(call));
     return true;
 }
 

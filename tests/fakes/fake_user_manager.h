@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusVirtualObject>
+#include "fakes/fake_peer.h"
+
 #include <QStringList>
 #include <QVector>
 
@@ -14,7 +13,7 @@
 ///   error      an error reply
 ///   malformed  a reply of another type
 ///   hang       no reply before release()
-class FakeUserManager : public QDBusVirtualObject
+class FakeUserManager : public FakePeer
 {
     Q_OBJECT
 
@@ -32,13 +31,11 @@ public:
     /// Runs at each call.
     std::function<void()> onCall;
 
-    QString introspect(const QString &path) const override;
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &bus) override;
+    bool serve(const QDBusMessage &call) override;
 
 private:
     [[nodiscard]] QDBusMessage answerTo(const QDBusMessage &message) const;
 
-    const QDBusConnection m_bus;
     QVector<QDBusMessage> m_waiting;
     QString m_mode;
     const QStringList m_uids;

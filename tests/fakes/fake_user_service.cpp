@@ -1,18 +1,14 @@
 #include "fakes/fake_user_service.h"
 
 FakeUserService::FakeUserService(const QDBusConnection &bus, QObject *parent)
-    : QDBusVirtualObject(parent)
+    : FakePeer(bus, parent)
     , answer([](const QDBusMessage &call) { return call.createReply(call.arguments()); })
-    , m_bus(bus)
 {
     m_bus.registerVirtualObject(QStringLiteral("/org/zarn/Orvane"), this, QDBusConnection::SubPath);
     m_bus.registerService(QStringLiteral("org.zarn.Orvane.User"));
 }
 
-FakeUserService::~FakeUserService()
-{
-    m_bus.unregisterService(QStringLiteral("org.zarn.Orvane.User"));
-}
+FakeUserService::~FakeUserService() { giveUp(QStringLiteral("org.zarn.Orvane.User")); }
 
 void FakeUserService::release()
 {
@@ -31,11 +27,11 @@ void FakeUserService::emitChange(const QString &path, const QString &interface,
     m_bus.send(signal);
 }
 
-QString FakeUserService::introspect(const QString &) const { return {}; }
-
-bool FakeUserService::handleMessage(const QDBusMessage &message, const QDBusConnection &)
+bool FakeUserService::serve(const QDBusMessage &call)
 {
-    calls.append(message);
+    // A test may have forgotten calls that were answered.
+    m_answered = qMin(m_answered, calls.size());
+    calls.append(call);
     if (!hangs)
         release();
     return true;

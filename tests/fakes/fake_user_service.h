@@ -1,15 +1,13 @@
 #pragma once
 
+#include "fakes/fake_peer.h"
 #include "fakes/recorded_call.h"
-
-#include <QDBusConnection>
-#include <QDBusVirtualObject>
 
 #include <functional>
 
 /// Stands in for the per-user service: answers every call below /org/zarn/Orvane with the call's
 /// own arguments, unless a test changes that.
-class FakeUserService : public QDBusVirtualObject
+class FakeUserService : public FakePeer
 {
     Q_OBJECT
 
@@ -29,10 +27,8 @@ public:
     void emitChange(const QString &path, const QString &interface, const QVariantMap &changed,
                     const QStringList &invalidated);
 
-    QString introspect(const QString &path) const override;
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
+    bool serve(const QDBusMessage &call) override;
 
 private:
-    QDBusConnection m_bus;
     int m_answered = 0;
 };

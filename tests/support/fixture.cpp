@@ -27,8 +27,9 @@ QDBusConnection startedBus(PrivateBus &bus)
 
 } // namespace
 
-Fixture::Fixture()
-    : client(startedBus(bus))
+Fixture::Fixture(const QString &busConfiguration)
+    : bus(busConfiguration)
+    , client(startedBus(bus))
     , systemd(std::make_unique<FakeSystemd>(connect()))
     , userManager(std::make_unique<FakeUserManager>(connect(), QStringLiteral("list"),
                                                     QStringList{QStringLiteral("100000")}))

@@ -23,7 +23,8 @@ public:
     /// not fail on a loaded machine; a test that passes does not wait for it.
     static constexpr int timeoutMs = 60000;
 
-    Fixture();
+    /// @param busConfiguration see PrivateBus.
+    explicit Fixture(const QString &busConfiguration = {});
     ~Fixture();
     Q_DISABLE_COPY(Fixture)
 
