@@ -74,8 +74,8 @@ private:
 
 /// Whether a file is a leftover of a writeFileAtomically() that was interrupted by the end of its
 /// process: it has such a name and mode, belongs to this process's user and is not being written. A
-/// link of this user with such a name is one, too: a file has replaced it. False when this cannot be
-/// determined.
+/// link of this user with such a name is one, too: a file has replaced it. False when this cannot
+/// be determined.
 [[nodiscard]] bool isUnfinishedFile(const QString &path);
 
 /// Whether a regular file belongs to this process's user, has no other name, and no process has it

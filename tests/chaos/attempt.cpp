@@ -1,7 +1,8 @@
 #include "chaos/attempt.h"
 
+#include "chaos/invariants.h"
+
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <algorithm>
 
@@ -94,15 +95,7 @@ QStringList faultsOfTheTasks(Scene &scene)
     QStringList wrong;
     for (const QString &unit : scene.startedWithoutFile())
         wrong.append(unit + QStringLiteral(" was started without its file"));
-    // What systemd tells of a change comes a moment after its answer.
-    constexpr int momentMs = 5000;
-    QStringList active;
-    const auto knowsAll = [&] { return (active = scene.activeTasks()) == scene.runningTasks(); };
-    if (!QTest::qWaitFor(knowsAll, momentMs))
-        wrong.append(
-            QStringLiteral("active tasks are %1, running ones %2")
-                .arg(active.join(QLatin1Char(' ')), scene.runningTasks().join(QLatin1Char(' '))));
-    return wrong;
+    return wrong + faultsOfTheActiveTasks(scene);
 }
 
 // @param areLeftoversRemoved whether the daemon has started since.
@@ -196,6 +189,12 @@ Reference referenceOf(Scene &scene, const Operation &operation)
                scene.fixture.daemon.log().constData());
     reference.calls = traced->calls;
     reference.after = scene.snapshot();
+    // In every attempt, too: each file has to be as before or as after.
+    for (const QString &path : operation.keeps) {
+        if (!reference.before.contains(path)
+            || reference.before.value(path) != reference.after.value(path))
+            qFatal("%s touches %s", qPrintable(operation.name), qPrintable(path));
+    }
     if (operation.kind == Operation::Call)
         reference.availableTasks = scene.availableTasks();
     return reference;

@@ -39,6 +39,10 @@ void runErrors(Campaign &campaign);
 void runLimits(Campaign &campaign);
 /// Odd locales and umasks, closed descriptors.
 void runPlaces(Campaign &campaign);
+/// Peers and a bus that hang, are slow, lie or vanish.
+void runPeers(Campaign &campaign);
+/// Very many calls at once, very many clients, and clients that leave in the middle.
+void runFloods(Campaign &campaign);
 /// Very many operations by chance; what a run holds is the same before and after.
 void runSoak(Campaign &campaign);
 

@@ -18,11 +18,11 @@ using Part = void (*)(Chaos::Campaign &);
 
 const QMap<QString, Part> &parts()
 {
-    static const QMap<QString, Part> parts{{QStringLiteral("errors"), Chaos::runErrors},
-                                           {QStringLiteral("kills"), Chaos::runKills},
-                                           {QStringLiteral("limits"), Chaos::runLimits},
-                                           {QStringLiteral("places"), Chaos::runPlaces},
-                                           {QStringLiteral("soak"), Chaos::runSoak}};
+    static const QMap<QString, Part> parts{
+        {QStringLiteral("errors"), Chaos::runErrors}, {QStringLiteral("floods"), Chaos::runFloods},
+        {QStringLiteral("kills"), Chaos::runKills},   {QStringLiteral("limits"), Chaos::runLimits},
+        {QStringLiteral("peers"), Chaos::runPeers},   {QStringLiteral("places"), Chaos::runPlaces},
+        {QStringLiteral("soak"), Chaos::runSoak}};
     return parts;
 }
 

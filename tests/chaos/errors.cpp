@@ -7,7 +7,7 @@ namespace Chaos {
 
 namespace {
 
-constexpr int sampleOfEach = 6;
+constexpr int sampleOfEach = 4;
 
 const QStringList errors{QStringLiteral("ENOSPC"), QStringLiteral("EIO"), QStringLiteral("EACCES"),
                          QStringLiteral("EMFILE"), QStringLiteral("EROFS")};

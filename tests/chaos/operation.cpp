@@ -4,6 +4,8 @@
 #include "plan/policy_text.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 
 #include <csignal>
 
@@ -12,6 +14,7 @@ namespace Chaos {
 namespace {
 
 const QString settings = QStringLiteral("/var/lib/am/apps/com.example.Notes/");
+const QString elsewhere = QStringLiteral("/srv/elsewhere/");
 
 QVariantMap hints(bool ownsName)
 {
@@ -95,6 +98,34 @@ void writeMimeapps(Scene &scene)
                              "[Default Applications]\nimage/png=Notes.desktop\n");
 }
 
+// Each leads to a file in another folder.
+void link(Scene &scene, const QString &at, const QString &to)
+{
+    const QString place = scene.fixture.root.path(at);
+    QDir().mkpath(QFileInfo(place).path());
+    if (!QFile::link(scene.fixture.root.path(to), place))
+        qFatal("cannot link %s", qPrintable(place));
+}
+
+void writeLinkedSettings(Scene &scene)
+{
+    const TempRoot &root = scene.fixture.root;
+    root.write(elsewhere + QStringLiteral("all.conf"), "[com.example.Notes]\nautostart=false\n");
+    root.write(elsewhere + QStringLiteral("one.conf"), "[somebody]\nautostart=false\n");
+    link(scene, settings + QStringLiteral("all-users.conf"),
+         elsewhere + QStringLiteral("all.conf"));
+    link(scene, settings + QStringLiteral("100000.conf"), elsewhere + QStringLiteral("one.conf"));
+}
+
+void writeLinkedMimeapps(Scene &scene)
+{
+    writeHandler(scene);
+    scene.fixture.root.write(elsewhere + QStringLiteral("mimeapps.list"),
+                             "[Default Applications]\nimage/png=Notes.desktop\n");
+    link(scene, QStringLiteral("/home/config/mimeapps.list"),
+         elsewhere + QStringLiteral("mimeapps.list"));
+}
+
 void writeKeptRegistrations(Scene &scene)
 {
     writeRunningTask(scene);
@@ -126,6 +157,8 @@ QVector<Operation> switches()
     const auto call = Operation::Call;
     const bool whole = true;
     const QString id = Scene::application();
+    const QStringList linked{elsewhere + QStringLiteral("all.conf"),
+                             elsewhere + QStringLiteral("one.conf")};
     const QDBusMessage one = Client::setEnabledCall(100000, id, true);
     const QDBusMessage all = Client::setEnabledCall(-1, id, true);
     return {
@@ -133,6 +166,11 @@ QVector<Operation> switches()
         {QStringLiteral("SetEnabled for one again"), call, writeSettings, one},
         {QStringLiteral("first SetEnabled for all"), call, nothing, all},
         {QStringLiteral("SetEnabled for all"), call, writeSettings, all, whole, false},
+        // The new setting takes the name of the link, and what it led to stays as it is.
+        {QStringLiteral("SetEnabled for one at a link"), call, writeLinkedSettings, one, whole,
+         true, linked},
+        {QStringLiteral("SetEnabled for all at links"), call, writeLinkedSettings, all, whole,
+         false, linked},
         {QStringLiteral("GetEnabled"), call, writeSettings, Client::getEnabledCall(100000)},
         {QStringLiteral("OnRemove"), call, writeRemovable, Client::onRemoveCall(id), false, false}};
 }
@@ -148,7 +186,15 @@ QVector<Operation> others()
             operation("start-up", Operation::StartUp, writeKeptRegistrations),
             operation("shutdown with registrations", Operation::ShutDown, writeRunningTask),
             operation("first default handler", Operation::Program, writeHandler),
-            operation("default handler", Operation::Program, writeMimeapps)};
+            operation("default handler", Operation::Program, writeMimeapps),
+            // A user keeps the file where they like: the link stays.
+            {QStringLiteral("default handler at a link"),
+             Operation::Program,
+             writeLinkedMimeapps,
+             {},
+             false,
+             false,
+             {QStringLiteral("/home/config/mimeapps.list")}}};
 }
 
 bool isFirstLook(const Operation &operation)

@@ -35,6 +35,8 @@ struct Operation
     bool failsWhole = true;
     /// Whether an answer without an error says that all is done.
     bool succeedsWhole = true;
+    /// Paths below the root that it must not touch, whatever it writes beside or through them.
+    QStringList keeps = {};
 };
 
 /// Every operation that writes or removes something.

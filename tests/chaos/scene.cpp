@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <utility>
 
 namespace Chaos {
 
@@ -59,15 +60,31 @@ QStringList listOf(const Fixture &fixture, const QString &list)
 
 } // namespace
 
-Scene::Scene()
-    : observer(fixture.connect())
+Scene::Scene(const QString &busConfiguration)
+    : fixture(busConfiguration)
+    , observer(fixture.connect())
     , answers(fixture.bus.address())
 {
     DBus::registerTypes();
-    fixture.systemd->onCall = [this](const QDBusMessage &call) { onSystemdCall(call); };
+    wireSystemd();
 }
 
 Scene::~Scene() { killDaemon(); }
+
+void Scene::wireSystemd()
+{
+    fixture.systemd->onCall = [this](const QDBusMessage &call) { onSystemdCall(call); };
+}
+
+std::unique_ptr<FakePeer> Scene::replaceSystemd()
+{
+    fixture.systemd->giveUp(QStringLiteral("org.freedesktop.systemd1"));
+    std::unique_ptr<FakeSystemd> predecessor =
+        std::exchange(fixture.systemd, std::make_unique<FakeSystemd>(fixture.connect()));
+    fixture.systemd->units = predecessor->units;
+    wireSystemd();
+    return predecessor;
+}
 
 void Scene::onSystemdCall(const QDBusMessage &call)
 {
@@ -118,8 +135,12 @@ void Scene::renew()
 
 QStringList Scene::environment() const
 {
-    return {QStringLiteral("RUNTIME_DIRECTORY=") + fixture.root.path(QStringLiteral("/run")),
-            QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")};
+    QStringList variables{QStringLiteral("RUNTIME_DIRECTORY=")
+                              + fixture.root.path(QStringLiteral("/run")),
+                          QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")};
+    if (m_idleTimeMs)
+        variables.append(QStringLiteral("ORVANE_DAEMON_TIMEOUT=%1").arg(*m_idleTimeMs));
+    return variables;
 }
 
 void Scene::launchDaemon(const QStringList &wrapper)

@@ -5,6 +5,7 @@
 #include "support/fixture.h"
 
 #include <memory>
+#include <optional>
 
 namespace Chaos {
 
@@ -17,7 +18,8 @@ public:
     static QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
     static QString unit() { return QStringLiteral("ov_task.com.example.Notes.task_sync.service"); }
 
-    Scene();
+    /// @param busConfiguration see PrivateBus.
+    explicit Scene(const QString &busConfiguration = {});
     ~Scene();
     Q_DISABLE_COPY(Scene)
 
@@ -31,6 +33,12 @@ public:
     void killDaemon();
     /// Has every daemon from now on started by another program: see DaemonProcess::runUnder().
     void surround(const QStringList &wrapper) { m_surroundings = wrapper; }
+    /// How long every daemon from now on has to be idle before it leaves, in milliseconds.
+    void setIdleTime(int timeMs) { m_idleTimeMs = timeMs; }
+    /// Has another process take systemd's name, which knows the same units. Not to be called while
+    /// systemd handles a call.
+    /// @return who had the name before, still on the bus.
+    std::unique_ptr<FakePeer> replaceSystemd();
     /// Whether the daemon's loop turns: waits for an answer that it gives itself, behind which
     /// everything that it was about to do for an earlier call is done.
     [[nodiscard]] bool isAlive();
@@ -54,10 +62,12 @@ public:
     AnswerCounter answers;
 
 private:
+    void wireSystemd();
     void onSystemdCall(const QDBusMessage &call);
     void listUnitFiles();
 
     QStringList m_surroundings;
+    std::optional<int> m_idleTimeMs;
     QStringList m_startedWithoutFile;
 };
 
