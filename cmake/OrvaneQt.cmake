@@ -17,4 +17,3 @@ if(BUILD_TESTING)
     # different definitions cannot share precompiled headers.
     set_target_properties(Qt${ORVANE_QT}::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS QT_TESTLIB_LIB)
 endif()
-message(STATUS "Qt ${Qt${ORVANE_QT}Core_VERSION}")
