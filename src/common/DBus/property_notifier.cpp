@@ -15,8 +15,8 @@ namespace DBus {
 
 namespace {
 
-// Whether values of a type can be compared. Only the framework's own types are, because its versions
-// differ in which other types they compare. Values of other types always count as changed.
+// Whether values of a type can be compared. Only the framework's own types are, because its
+// versions differ in which other types they compare. Values of other types always count as changed.
 bool isComparable(int type) { return type < QMetaType::User; }
 
 } // namespace
