@@ -45,11 +45,12 @@ std::optional<Places> placesFor(const Request &request)
 int runCommand(const Command &command, const Request &request, Output &output)
 {
     const std::optional<Places> places = placesFor(request);
-    if (!places)
+    if (!places) {
         return Output::fail(
             WrongUsage,
             QStringLiteral("there is no directory \"%1\"; give an existing one with --root")
                 .arg(request.value(QStringLiteral("root"))));
+    }
     Places::setOfProcess(*places);
     return command.run(request, output);
 }
