@@ -214,8 +214,10 @@ void TestStartup::looksAtNoApplicationBeforeItHasItsName()
     fixture.launch(keeping);
     QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
     const QByteArray log = fixture.daemon.log().mid(before);
-    QVERIFY(log.contains("couldn't register service"));
-    QVERIFY2(!log.contains(complaint), log);
+    const auto claim = log.indexOf("couldn't register service");
+    QVERIFY(claim >= 0);
+    // Answers that arrive while the daemon leaves may still cause a scan.
+    QVERIFY2(!log.left(claim).contains(complaint), log);
 }
 
 void TestStartup::startsWithOtherArguments_data()
