@@ -26,6 +26,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -79,7 +80,15 @@ void append(const QVector<double> &values, QVector<double> Samples::*side, QVect
     }
 }
 
-// Measures the sides alternately, and each of them first every other time.
+bool isTooNoisy(const QVector<Samples> &all)
+{
+    return std::any_of(all.begin(), all.end(), [](const Samples &samples) {
+        return judge(samples).verdict == Verdict::Noisy;
+    });
+}
+
+// Measures the sides alternately, and each of them first every other time. What is too noisy to
+// judge after all rounds is measured in more rounds; a bound that is missed is not.
 QVector<Samples> measure(const Measurement &measurement)
 {
     QVector<Samples> all;
@@ -90,7 +99,11 @@ QVector<Samples> measure(const Measurement &measurement)
     const Sides sides = measurement.prepare();
     QElapsedTimer time;
     time.start();
-    for (int round = 0; round < measurement.rounds; ++round) {
+    const int mostRounds = 4 * measurement.rounds;
+    const auto goesOn = [&](int round) {
+        return round < measurement.rounds || (round < mostRounds && isTooNoisy(all));
+    };
+    for (int round = 0; goesOn(round); ++round) {
         const bool peerFirst = round % 2 == 0;
         QVector<double> peer = peerFirst ? sides.peer() : QVector<double>();
         const QVector<double> orvane = sides.orvane();
