@@ -57,7 +57,7 @@ _orvanectl() {
             '--user[the user that the task runs as; required for a task of the system]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
             '--at-boot[also start it at each boot from now on]' \
             '--own[a name on the system bus that it may own]:name:' \
-            '*--permission[a permission of the sandbox, in addition to those that it declares]:name:' \
+            '*--permission[a permission of the sandbox; those in the entry are not granted by themselves]:name:' \
             '*--param[a further argument of its program; if it begins with a dash, write --param=-x]:word:' \
             '--homeless[give it no directories in the user'\''s home]' \
             '--weight[-1000 to 1000\: the higher, the sooner it is killed when memory runs out]:n:' \
@@ -110,7 +110,7 @@ _orvanectl() {
             '--user[the user that the task runs as; required for a task of the system]:user:{compadd -- ${(f)"$(getent passwd | cut -d: -f1)"}}' \
             '--at-boot[also start it at each boot from now on]' \
             '--own[a name on the system bus that it may own]:name:' \
-            '*--permission[a permission of the sandbox, in addition to those that it declares]:name:' \
+            '*--permission[a permission of the sandbox; those in the entry are not granted by themselves]:name:' \
             '*--param[a further argument of its program; if it begins with a dash, write --param=-x]:word:' \
             '--homeless[give it no directories in the user'\''s home]' \
             '--weight[-1000 to 1000\: the higher, the sooner it is killed when memory runs out]:n:' \
