@@ -6,6 +6,8 @@
 // daemon. Ends when the daemon has answered a call that was sent after all of them, and so has read
 // them all.
 
+#include "support/literals.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -16,11 +18,11 @@
 
 namespace {
 
-const QString service = QStringLiteral("org.zarn.Orvane");
-const QString userService = QStringLiteral("org.zarn.Orvane.User");
-const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
-const QString busPath = QStringLiteral("/org/freedesktop/DBus");
-const QString bus = QStringLiteral("org.freedesktop.DBus");
+const QString service = u"org.zarn.Orvane"_s;
+const QString userService = u"org.zarn.Orvane.User"_s;
+const QString properties = u"org.freedesktop.DBus.Properties"_s;
+const QString busPath = u"/org/freedesktop/DBus"_s;
+const QString bus = u"org.freedesktop.DBus"_s;
 
 struct Signal
 {
@@ -32,39 +34,36 @@ struct Signal
 
 Signal propertiesChanged(const QString &path, const QString &interface, const QVariantMap &changed)
 {
-    return {
-        path, properties, QStringLiteral("PropertiesChanged"), {interface, changed, QStringList()}};
+    return {path, properties, u"PropertiesChanged"_s, {interface, changed, QStringList()}};
 }
 
 Signal nameOwnerChanged(const QString &name, const QString &from, const QString &to)
 {
-    return {busPath, bus, QStringLiteral("NameOwnerChanged"), {name, from, to}};
+    return {busPath, bus, u"NameOwnerChanged"_s, {name, from, to}};
 }
 
 QVector<Signal> forgeries(const QString &unit, const QString &client)
 {
-    const QString systemdUnit = QStringLiteral("org.freedesktop.systemd1.Unit");
-    const QVariantMap dead{{QStringLiteral("ActiveState"), QStringLiteral("inactive")},
-                           {QStringLiteral("SubState"), QStringLiteral("dead")}};
-    const QVariantMap process{{QStringLiteral("MainPID"), 1U}};
-    const QVariantMap lie{{QStringLiteral("Forged"), QStringLiteral("forged")}};
+    const QString systemdUnit = u"org.freedesktop.systemd1.Unit"_s;
+    const QVariantMap dead{{u"ActiveState"_s, u"inactive"_s}, {u"SubState"_s, u"dead"_s}};
+    const QVariantMap process{{u"MainPID"_s, 1U}};
+    const QVariantMap lie{{u"Forged"_s, u"forged"_s}};
     QVector<Signal> all{
         propertiesChanged(unit, systemdUnit, dead),
-        propertiesChanged(unit, QStringLiteral("org.freedesktop.systemd1.Service"), process),
-        {unit, properties, QStringLiteral("PropertiesChanged"), {QStringLiteral("forged")}},
+        propertiesChanged(unit, u"org.freedesktop.systemd1.Service"_s, process),
+        {unit, properties, u"PropertiesChanged"_s, {u"forged"_s}},
         nameOwnerChanged(client, client, {}),
-        nameOwnerChanged(service, QStringLiteral(":1.0"), {}),
+        nameOwnerChanged(service, u":1.0"_s, {}),
         nameOwnerChanged(userService, {}, QDBusConnection::systemBus().baseService()),
-        nameOwnerChanged(QStringLiteral("org.freedesktop.systemd1"), QStringLiteral(":1.0"),
+        nameOwnerChanged(u"org.freedesktop.systemd1"_s, u":1.0"_s,
                          QDBusConnection::systemBus().baseService()),
-        {busPath, bus, QStringLiteral("NameLost"), {service}},
+        {busPath, bus, u"NameLost"_s, {service}},
     };
     for (const char *path : {"/org/zarn/Orvane/Control1", "/org/zarn/Orvane/SystemControl1",
                              "/org/zarn/Orvane/TaskInvokerSessions/Sync"}) {
         const QString at = QString::fromLatin1(path);
-        all.append(propertiesChanged(at, QStringLiteral("org.zarn.Orvane.Control1"), lie));
-        all.append(
-            {at, properties, QStringLiteral("PropertiesChanged"), {QStringLiteral("forged")}});
+        all.append(propertiesChanged(at, u"org.zarn.Orvane.Control1"_s, lie));
+        all.append({at, properties, u"PropertiesChanged"_s, {u"forged"_s}});
     }
     return all;
 }
@@ -95,8 +94,7 @@ int main(int argc, char *argv[])
             sent += send(signal, to) ? 1 : 0;
     }
     const QDBusMessage ping = QDBusMessage::createMethodCall(
-        daemon, QStringLiteral("/org/zarn/am"), QStringLiteral("org.freedesktop.DBus.Peer"),
-        QStringLiteral("Ping"));
+        daemon, u"/org/zarn/am"_s, u"org.freedesktop.DBus.Peer"_s, u"Ping"_s);
     const QDBusMessage answer = connection.call(ping, QDBus::Block, 10000);
     std::printf("sent %d\n", sent);
     if (answer.type() == QDBusMessage::ReplyMessage)

@@ -1,6 +1,7 @@
 #include "chaos/attempt.h"
 
 #include "chaos/invariants.h"
+#include "support/literals.h"
 
 #include <QTemporaryDir>
 
@@ -13,12 +14,9 @@ namespace {
 // Calls that change a file or look at one, and those that send a message.
 QStringList tracedCalls()
 {
-    return {QStringLiteral("%file"),      QStringLiteral("read"),     QStringLiteral("pread64"),
-            QStringLiteral("write"),      QStringLiteral("pwrite64"), QStringLiteral("fsync"),
-            QStringLiteral("fdatasync"),  QStringLiteral("fchmod"),   QStringLiteral("ftruncate"),
-            QStringLiteral("getdents64"), QStringLiteral("fstat"),    QStringLiteral("lseek"),
-            QStringLiteral("sendmsg"),    QStringLiteral("sendto"),   QStringLiteral("writev"),
-            QStringLiteral("flock"),      QStringLiteral("fchown")};
+    return {u"%file"_s,     u"read"_s,   u"pread64"_s,   u"write"_s,      u"pwrite64"_s, u"fsync"_s,
+            u"fdatasync"_s, u"fchmod"_s, u"ftruncate"_s, u"getdents64"_s, u"fstat"_s,    u"lseek"_s,
+            u"sendmsg"_s,   u"sendto"_s, u"writev"_s,    u"flock"_s,      u"fchown"_s};
 }
 
 bool startsItself(const Operation &operation)
@@ -40,7 +38,7 @@ std::optional<Traced> runTracedOnce(Scene &scene, const Operation &operation,
     scene.renew();
     operation.prepare(scene);
     QTemporaryDir folder;
-    Trace trace(folder.filePath(QStringLiteral("trace")), tracedCalls(), injection);
+    Trace trace(folder.filePath(u"trace"_s), tracedCalls(), injection);
     if (!begin(scene, operation))
         return {};
     if (!startsItself(operation) && !trace.attach(scene.fixture.daemon.processId()))
@@ -94,7 +92,7 @@ QStringList faultsOfTheTasks(Scene &scene)
 {
     QStringList wrong;
     for (const QString &unit : scene.startedWithoutFile())
-        wrong.append(unit + QStringLiteral(" was started without its file"));
+        wrong.append(unit + u" was started without its file"_s);
     return wrong + faultsOfTheActiveTasks(scene);
 }
 
@@ -105,7 +103,7 @@ QStringList faultsOfTheFiles(const Snapshot &found, const Reference &reference,
     QStringList wrong = differences(settled(found), settled(reference.after));
     for (auto entry = found.cbegin(); entry != found.cend() && areLeftoversRemoved; ++entry) {
         if (isLeftover(entry.key()))
-            wrong.append(entry.key() + QStringLiteral(" is left over"));
+            wrong.append(entry.key() + u" is left over"_s);
     }
     return wrong;
 }
@@ -117,18 +115,18 @@ QStringList faultsOfTheRepetition(Scene &scene, const Operation &operation,
     const Outcome again = run(scene, operation);
     QStringList wrong = faultsOfTheFiles(scene.snapshot(), reference, areLeftoversRemoved);
     if (!again.succeeded)
-        wrong.prepend(QStringLiteral("the second attempt fails: ") + again.answer.errorMessage());
+        wrong.prepend(u"the second attempt fails: "_s + again.answer.errorMessage());
     return wrong;
 }
 
 QStringList faultsOfTheSameRun(Scene &scene, const Operation &operation, const Reference &reference)
 {
     if (!scene.isAlive())
-        return {QStringLiteral("the daemon does not answer any more")};
+        return {u"the daemon does not answer any more"_s};
     QStringList wrong = faultsOfTheRepetition(scene, operation, reference, false);
     const auto seesAll = [&] { return scene.availableTasks() == reference.availableTasks; };
     if (!Fixture::waitUntil(seesAll))
-        wrong.append(QStringLiteral("what can be started is forgotten"));
+        wrong.append(u"what can be started is forgotten"_s);
     return wrong + faultsOfTheTasks(scene);
 }
 
@@ -137,7 +135,7 @@ QStringList faultsOfTheLeftovers(const Attempt &attempt)
     QStringList wrong;
     for (auto entry = attempt.left.cbegin(); entry != attempt.left.cend(); ++entry) {
         if (isLeftover(entry.key()))
-            wrong.append(entry.key() + QStringLiteral(" is left over"));
+            wrong.append(entry.key() + u" is left over"_s);
     }
     return wrong;
 }
@@ -147,16 +145,16 @@ QStringList faultsOfTheAnswer(const Operation &operation, const Reference &refer
 {
     QStringList wrong;
     if (attempt.answers != 1)
-        wrong.append(QStringLiteral("%1 answers").arg(attempt.answers));
+        wrong.append(u"%1 answers"_s.arg(attempt.answers));
     const bool succeeded = attempt.outcome.succeeded;
     if (succeeded && operation.succeedsWhole)
         wrong += differences(settled(attempt.left), settled(reference.after));
     if (!succeeded && operation.failsWhole)
         wrong += differences(settled(attempt.left), settled(reference.before));
     if (!wrong.isEmpty())
-        wrong.append(succeeded ? QStringLiteral("although the answer is no error")
-                               : QStringLiteral("although the answer is ")
-                             + attempt.outcome.answer.errorMessage());
+        wrong.append(succeeded
+                         ? u"although the answer is no error"_s
+                         : u"although the answer is "_s + attempt.outcome.answer.errorMessage());
     return wrong;
 }
 
@@ -166,7 +164,7 @@ QStringList faultsOfTheProcess(Scene &scene, const Attempt &attempt)
     DaemonProcess &daemon = scene.fixture.daemon;
     if (attempt.outcome.succeeded || (daemon.exitStatus() == 1 && !daemon.log().isEmpty()))
         return {};
-    return {QStringLiteral("it ended with status %1").arg(daemon.exitStatus())};
+    return {u"it ended with status %1"_s.arg(daemon.exitStatus())};
 }
 
 } // namespace
@@ -235,7 +233,7 @@ QStringList faultsOfTheNextRun(Scene &scene, const Operation &operation, const R
         return wrong + faultsOfTheTasks(scene);
     }
     if (!begin(scene, operation))
-        return {QStringLiteral("the next run does not come up")};
+        return {u"the next run does not come up"_s};
     const QStringList wrong = faultsOfTheTasks(scene);
     return wrong + faultsOfTheRepetition(scene, operation, reference, true);
 }

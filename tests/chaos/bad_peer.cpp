@@ -1,4 +1,5 @@
 #include "chaos/bad_peer.h"
+#include "support/literals.h"
 
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -27,8 +28,8 @@ public:
         const std::array<QVariant, 6> values{
             QVariant(int(m_random())),
             QVariant(QString(number(2000), QLatin1Char('x'))),
-            QVariant(QStringList{QStringLiteral("a"), QString()}),
-            QVariant(QVariantMap{{QStringLiteral("k"), number(9)}}),
+            QVariant(QStringList{u"a"_s, QString()}),
+            QVariant(QVariantMap{{u"k"_s, number(9)}}),
             QVariant(true),
             QVariant::fromValue(QDBusObjectPath("/no/such/object"))};
         return values[size_t(number(int(values.size())))];
@@ -82,7 +83,7 @@ public:
         if (m_lies.perhaps())
             systemd.emitChange(anyPath(), m_lies.properties(), anyInterface());
         if (m_lies.number(4) == 0)
-            systemd.emitJobRemoved(anyUnit(), QStringLiteral("nonsense"));
+            systemd.emitJobRemoved(anyUnit(), u"nonsense"_s);
         const int kind = m_lies.number(4);
         if (kind == 0)
             systemd.serve(call);
@@ -95,20 +96,19 @@ public:
 private:
     QString anyUnit()
     {
-        const std::array<QString, 6> units{
-            QStringLiteral("ov_task.com.example.App0.task_sync.service"),
-            QStringLiteral("ov_task.com.example.Nobody.task_sync.service"),
-            QStringLiteral("ov_task.service"),
-            QStringLiteral("other.service"),
-            QStringLiteral("ov_task...service"),
-            QString()};
+        const std::array<QString, 6> units{u"ov_task.com.example.App0.task_sync.service"_s,
+                                           u"ov_task.com.example.Nobody.task_sync.service"_s,
+                                           u"ov_task.service"_s,
+                                           u"other.service"_s,
+                                           u"ov_task...service"_s,
+                                           QString()};
         return units[size_t(m_lies.number(int(units.size())))];
     }
     QString anyPath() { return FakeSystemd::pathOf(anyUnit()); }
     QString anyInterface()
     {
-        return m_lies.perhaps() ? QStringLiteral("org.freedesktop.systemd1.Unit")
-                                : QStringLiteral("org.freedesktop.systemd1.Service");
+        return m_lies.perhaps() ? u"org.freedesktop.systemd1.Unit"_s
+                                : u"org.freedesktop.systemd1.Service"_s;
     }
 
     // Some of what there is, and some of what there is not.
@@ -118,7 +118,7 @@ private:
         const QVector<FakeSystemd::Unit> units = systemd.units;
         systemd.units = units.mid(0, m_lies.number(units.size() + 1));
         for (int count = m_lies.number(300); count > 0; --count)
-            systemd.units.append({anyUnit(), m_lies.value().toString(), QStringLiteral("odd")});
+            systemd.units.append({anyUnit(), m_lies.value().toString(), u"odd"_s});
         systemd.serve(call);
         systemd.units = units;
     }
@@ -139,15 +139,14 @@ public:
     FakePeer &fake() override { return *m_service; }
     std::unique_ptr<FakePeer> replace() override
     {
-        m_service->giveUp(QStringLiteral("org.zarn.Orvane.User"));
+        m_service->giveUp(u"org.zarn.Orvane.User"_s);
         return std::exchange(m_service, newService());
     }
 
     void lie(const QDBusMessage &call) override
     {
         if (m_lies.perhaps())
-            m_service->emitChange(anyPath(), QStringLiteral("a.b"), m_lies.properties(),
-                                  {QStringLiteral("c")});
+            m_service->emitChange(anyPath(), u"a.b"_s, m_lies.properties(), {u"c"_s});
         if (!call.isReplyRequired())
             return;
         const bool isRegistration = call.member() == QLatin1String("RegisterInvoker");
@@ -173,9 +172,8 @@ private:
     // Also those that the daemon has something at.
     QString anyPath()
     {
-        const std::array<QString, 5> paths{
-            QStringLiteral("/org/zarn/am"), QStringLiteral("/org/zarn/Orvane/Control1"),
-            Fixture::sessionPath(), QStringLiteral("/"), QStringLiteral("/user/other")};
+        const std::array<QString, 5> paths{u"/org/zarn/am"_s, u"/org/zarn/Orvane/Control1"_s,
+                                           Fixture::sessionPath(), u"/"_s, u"/user/other"_s};
         return paths[size_t(m_lies.number(int(paths.size())))];
     }
 
@@ -196,11 +194,10 @@ public:
     std::unique_ptr<FakePeer> replace() override
     {
         std::unique_ptr<FakeUserManager> &manager = m_scene.fixture.userManager;
-        manager->giveUp(QStringLiteral("org.sailfishos.usermanager"));
-        return std::exchange(
-            manager,
-            std::make_unique<FakeUserManager>(m_scene.fixture.connect(), QStringLiteral("list"),
-                                              QStringList{QStringLiteral("100000")}));
+        manager->giveUp(u"org.sailfishos.usermanager"_s);
+        return std::exchange(manager,
+                             std::make_unique<FakeUserManager>(m_scene.fixture.connect(), u"list"_s,
+                                                               QStringList{u"100000"_s}));
     }
 
     void lie(const QDBusMessage &call) override

@@ -1,4 +1,5 @@
 #include "chaos/bus_trial.h"
+#include "support/literals.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -29,8 +30,8 @@ QStringList BusTrial::run()
     m_scene.renew();
     RandomCalls::declareApplications(m_scene.fixture.root);
     if (!m_scene.startDaemon())
-        return {QStringLiteral("it does not get its name")};
-    (void)m_scene.fixture.registerInvoker(QStringLiteral("Sync"));
+        return {u"it does not get its name"_s};
+    (void)m_scene.fixture.registerInvoker(u"Sync"_s);
     m_callers.add(clients);
     ask(m_calls.number(mostCalls));
     return m_fault == Killed ? killTheBus() : stopTheBus();
@@ -50,15 +51,15 @@ QStringList BusTrial::killTheBus()
     m_scene.fixture.bus.stop();
     DaemonProcess &daemon = m_scene.fixture.daemon;
     if (!Fixture::waitUntil([&daemon] { return !daemon.isRunning(); }))
-        return {QStringLiteral("it runs on without a bus")};
+        return {u"it runs on without a bus"_s};
     QStringList wrong = m_whole.faults(m_scene);
     if (daemon.exitStatus() != 1)
-        wrong.append(QStringLiteral("it ends with status %1").arg(daemon.exitStatus()));
+        wrong.append(u"it ends with status %1"_s.arg(daemon.exitStatus()));
     if (!daemon.log().contains("Lost the connection to the bus"))
-        wrong.append(QStringLiteral("its log does not say why it ends"));
-    const QByteArray kept = m_scene.fixture.root.read(QStringLiteral("/run/registrations.json"));
+        wrong.append(u"its log does not say why it ends"_s);
+    const QByteArray kept = m_scene.fixture.root.read(u"/run/registrations.json"_s);
     if (QJsonDocument::fromJson(kept).object().isEmpty())
-        wrong.append(QStringLiteral("the registrations are lost"));
+        wrong.append(u"the registrations are lost"_s);
     return wrong;
 }
 

@@ -1,4 +1,5 @@
 #include "chaos/callers.h"
+#include "support/literals.h"
 
 #include <QDBusMessage>
 #include <QTest>
@@ -82,7 +83,7 @@ int Callers::open() const
 QStringList Callers::faults(Others others)
 {
     if (!QTest::qWaitFor([this] { return open() == 0; }, answerWithinMs))
-        return {QStringLiteral("%1 calls have no answer").arg(open())};
+        return {u"%1 calls have no answer"_s.arg(open())};
     // What the observer is answered is behind everything that others were answered.
     const QString observer = m_scene.observer.baseService();
     const int before = m_scene.answers.answersTo(observer);
@@ -105,18 +106,15 @@ QStringList Callers::faultsOf(const Client &client, Others others)
         const bool mayBe = author == Author::Daemon || others == Others::Anything
             || (author == Author::Bus && isFull(answer));
         if (!mayBe)
-            wrong.append(QStringLiteral("a caller is answered %1 by %2: %3")
-                             .arg(answer.errorName(),
-                                  author == Author::Bus ? QStringLiteral("the bus")
-                                                        : QStringLiteral("nobody"),
-                                  answer.errorMessage()));
+            wrong.append(u"a caller is answered %1 by %2: %3"_s.arg(
+                answer.errorName(), author == Author::Bus ? u"the bus"_s : u"nobody"_s,
+                answer.errorMessage()));
     }
     const QString name = client.connection.baseService();
     (void)Fixture::waitUntil([&] { return m_scene.answers.answersTo(name) >= ofTheDaemon; });
     const int sent = m_scene.answers.answersTo(name);
     if (sent != ofTheDaemon)
-        wrong.append(
-            QStringLiteral("%1 answers were sent for %2 calls").arg(sent).arg(ofTheDaemon));
+        wrong.append(u"%1 answers were sent for %2 calls"_s.arg(sent).arg(ofTheDaemon));
     return wrong;
 }
 

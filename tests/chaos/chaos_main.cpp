@@ -3,6 +3,7 @@
 //     chaos [--seed N] [--sample] [--share I/N] [--only NAME] [--fault CALL:N] PART...
 
 #include "chaos/campaign.h"
+#include "support/literals.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -19,10 +20,10 @@ using Part = void (*)(Chaos::Campaign &);
 const QMap<QString, Part> &parts()
 {
     static const QMap<QString, Part> parts{
-        {QStringLiteral("errors"), Chaos::runErrors}, {QStringLiteral("floods"), Chaos::runFloods},
-        {QStringLiteral("kills"), Chaos::runKills},   {QStringLiteral("limits"), Chaos::runLimits},
-        {QStringLiteral("peers"), Chaos::runPeers},   {QStringLiteral("places"), Chaos::runPlaces},
-        {QStringLiteral("soak"), Chaos::runSoak}};
+        {u"errors"_s, Chaos::runErrors}, {u"floods"_s, Chaos::runFloods},
+        {u"kills"_s, Chaos::runKills},   {u"limits"_s, Chaos::runLimits},
+        {u"peers"_s, Chaos::runPeers},   {u"places"_s, Chaos::runPlaces},
+        {u"soak"_s, Chaos::runSoak}};
     return parts;
 }
 
@@ -43,15 +44,13 @@ int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
-    const QCommandLineOption seed(QStringLiteral("seed"), {}, QStringLiteral("N"),
-                                  QStringLiteral("1"));
-    const QCommandLineOption sample(QStringLiteral("sample"));
-    const QCommandLineOption share(QStringLiteral("share"), {}, QStringLiteral("I/N"),
-                                   QStringLiteral("0/1"));
-    const QCommandLineOption only(QStringLiteral("only"), {}, QStringLiteral("NAME"));
-    const QCommandLineOption fault(QStringLiteral("fault"), {}, QStringLiteral("CALL:N"));
+    const QCommandLineOption seed(u"seed"_s, {}, u"N"_s, u"1"_s);
+    const QCommandLineOption sample(u"sample"_s);
+    const QCommandLineOption share(u"share"_s, {}, u"I/N"_s, u"0/1"_s);
+    const QCommandLineOption only(u"only"_s, {}, u"NAME"_s);
+    const QCommandLineOption fault(u"fault"_s, {}, u"CALL:N"_s);
     parser.addOptions({seed, sample, share, only, fault});
-    parser.addPositionalArgument(QStringLiteral("PART"), {});
+    parser.addPositionalArgument(u"PART"_s, {});
     parser.process(application);
 
     Chaos::Campaign campaign;

@@ -2,6 +2,7 @@
 
 #include "common/Core/application_registry.h"
 #include "common/logging.h"
+#include "support/literals.h"
 
 #include <QCoreApplication>
 #include <QUrl>
@@ -11,7 +12,6 @@ int main(int argc, char *argv[])
     installLogHandler();
     const QCoreApplication application(argc, argv);
     Core::ApplicationRegistry::instance()->setDefaultHandlerForUri(
-        QUrl(QStringLiteral("http://example.com")),
-        Core::ApplicationId(QStringLiteral("com.example.Notes")));
+        QUrl(u"http://example.com"_s), Core::ApplicationId(u"com.example.Notes"_s));
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "chaos/attempt.h"
 #include "chaos/campaign.h"
+#include "support/literals.h"
 
 #include <algorithm>
 
@@ -9,8 +10,7 @@ namespace {
 
 constexpr int sampleOfEach = 4;
 
-const QStringList errors{QStringLiteral("ENOSPC"), QStringLiteral("EIO"), QStringLiteral("EACCES"),
-                         QStringLiteral("EMFILE"), QStringLiteral("EROFS")};
+const QStringList errors{u"ENOSPC"_s, u"EIO"_s, u"EACCES"_s, u"EMFILE"_s, u"EROFS"_s};
 
 class Errors
 {
@@ -55,24 +55,23 @@ public:
     }
 
 private:
-    static QString effectOf(const QString &error) { return QStringLiteral("error=") + error; }
+    static QString effectOf(const QString &error) { return u"error="_s + error; }
 
     void inject(const Injection &fault)
     {
         const std::optional<Attempt> attempt = Chaos::attempt(m_scene, m_operation, fault);
         QStringList broken;
         if (!attempt)
-            broken.append(QStringLiteral("it cannot begin"));
+            broken.append(u"it cannot begin"_s);
         else if (attempt->fired)
             // What cannot be unlinked stays.
             broken = faultsOf(m_scene, m_operation, m_reference, *attempt,
                               fault.call.startsWith(QLatin1String("unlink")) ? Leftovers::MayStay
                                                                              : Leftovers::Go);
-        const QString name = fault.effect.mid(6)
-            + (fault.stays ? QStringLiteral(" from a file call on")
-                           : QStringLiteral(" at a file call"));
+        const QString name =
+            fault.effect.mid(6) + (fault.stays ? u" from a file call on"_s : u" at a file call"_s);
         m_campaign.tally.count(m_operation.name, name, attempt && attempt->fired, broken,
-                               QStringLiteral("scripts/chaos --only \"%1\" --fault %2:%3:%4 errors")
+                               u"scripts/chaos --only \"%1\" --fault %2:%3:%4 errors"_s
                                    .arg(m_operation.name, fault.call, fault.effect.mid(6))
                                    .arg(fault.when));
     }

@@ -5,6 +5,7 @@
 #include "chaos/random_calls.h"
 #include "chaos/scene.h"
 #include "client/calls.h"
+#include "support/literals.h"
 
 #include <QDBusObjectPath>
 #include <QTest>
@@ -16,8 +17,7 @@ namespace Chaos {
 namespace {
 
 // Clients of one user. The bus itself would not let so many in.
-const QString manyConnections =
-    QStringLiteral("<limit name=\"max_connections_per_user\">2000</limit>");
+const QString manyConnections = u"<limit name=\"max_connections_per_user\">2000</limit>"_s;
 // At any load. Without a bound for all of them, the bus gives no signals any more from 512 on.
 constexpr int mostMatchRules = 12;
 // The bus takes 128 unanswered calls of a connection.
@@ -55,8 +55,7 @@ public:
         m_scene.renew();
         RandomCalls::declareApplications(m_scene.fixture.root);
         m_userService.answer = [](const QDBusMessage &call) {
-            const QString path =
-                QStringLiteral("/user/session/") + call.arguments().value(0).toString();
+            const QString path = u"/user/session/"_s + call.arguments().value(0).toString();
             return call.member() == QLatin1String("RegisterInvoker")
                 ? call.createReply({QVariant::fromValue(QDBusObjectPath(path)), QVariantMap()})
                 : call.createReply(call.arguments());
@@ -74,7 +73,7 @@ public:
         }
         // Makes everything that is made once.
         (void)faultsOfTheService(m_scene, Scene::task());
-        (void)m_scene.fixture.registerInvoker(QStringLiteral("Foreign"));
+        (void)m_scene.fixture.registerInvoker(u"Foreign"_s);
         for (const Flood &flood : qAsConst(chosen))
             (void)flood.run(m_measure);
         const Holdings before = settledHoldingsOf(m_scene);
@@ -87,8 +86,7 @@ public:
         QStringList broken = differences(before, after);
         broken += faultsOfTheActiveTasks(m_scene);
         broken += faultsOfSigterm(m_scene);
-        m_campaign.tally.count(QStringLiteral("flood"), QStringLiteral("afterwards"), true, broken,
-                               repeat());
+        m_campaign.tally.count(u"flood"_s, u"afterwards"_s, true, broken, repeat());
     }
 
 private:
@@ -99,16 +97,16 @@ private:
                 return flood(measure.calls, [this, call] { return (m_calls.*call)(); });
             };
         };
-        return {{QStringLiteral("of Start"), of(&RandomCalls::start)},
-                {QStringLiteral("of Stop"), of(&RandomCalls::stop)},
-                {QStringLiteral("of Stop of nothing"), of(&RandomCalls::stopOfNothing)},
-                {QStringLiteral("of RegisterInvoker"), of(&RandomCalls::registration)},
-                {QStringLiteral("of forwarded calls"), of(&RandomCalls::forwarded)},
-                {QStringLiteral("of unknown methods"), of(&RandomCalls::wrong)},
-                {QStringLiteral("of everything"), of(&RandomCalls::any)},
-                {QStringLiteral("of clients that leave"),
+        return {{u"of Start"_s, of(&RandomCalls::start)},
+                {u"of Stop"_s, of(&RandomCalls::stop)},
+                {u"of Stop of nothing"_s, of(&RandomCalls::stopOfNothing)},
+                {u"of RegisterInvoker"_s, of(&RandomCalls::registration)},
+                {u"of forwarded calls"_s, of(&RandomCalls::forwarded)},
+                {u"of unknown methods"_s, of(&RandomCalls::wrong)},
+                {u"of everything"_s, of(&RandomCalls::any)},
+                {u"of clients that leave"_s,
                  [this](const Measure &measure) { return leave(measure.leavingClients); }},
-                {QStringLiteral("of forwarded sessions"),
+                {u"of forwarded sessions"_s,
                  [this](const Measure &measure) { return registerForeignTypes(measure); }}};
     }
 
@@ -118,17 +116,16 @@ private:
         QStringList broken = flood.run(m_measure);
         const int rules = holdingsOf(m_scene).matchRules;
         if (rules > mostMatchRules)
-            broken.append(QStringLiteral("%1 match rules afterwards").arg(rules));
-        m_campaign.tally.count(QStringLiteral("flood"), flood.name, true, broken,
-                               repeat() + QStringLiteral(" --fault \"%1\"").arg(flood.name),
-                               m_made);
+            broken.append(u"%1 match rules afterwards"_s.arg(rules));
+        m_campaign.tally.count(u"flood"_s, flood.name, true, broken,
+                               repeat() + u" --fault \"%1\""_s.arg(flood.name), m_made);
         // They are recorded for others.
         m_scene.fixture.systemd->calls.clear();
         m_userService.calls.clear();
     }
     QString repeat() const
     {
-        return QStringLiteral("scripts/chaos --seed %1 --only floods floods").arg(m_campaign.seed);
+        return u"scripts/chaos --seed %1 --only floods floods"_s.arg(m_campaign.seed);
     }
 
     // All at once, and somebody else is answered meanwhile.
@@ -140,7 +137,7 @@ private:
             callers.ask(call());
         QStringList wrong;
         if (!m_scene.isAlive())
-            wrong.append(QStringLiteral("nobody else is answered"));
+            wrong.append(u"nobody else is answered"_s);
         wrong += callers.faults();
         m_made += callers.calls();
         return wrong;
@@ -171,11 +168,11 @@ private:
         Callers callers(m_scene, m_campaign.random);
         callers.add(measure.clientsOfForwardedTypes);
         for (int type = 0; type < measure.forwardedTypes; ++type)
-            callers.ask(Client::registerInvokerCall(QStringLiteral("Foreign%1").arg(type)));
+            callers.ask(Client::registerInvokerCall(u"Foreign%1"_s.arg(type)));
         QStringList wrong = callers.faults();
         const int rules = holdingsOf(m_scene).matchRules;
         if (rules < 1 || rules > mostMatchRules)
-            wrong.append(QStringLiteral("%1 match rules with all sessions").arg(rules));
+            wrong.append(u"%1 match rules with all sessions"_s.arg(rules));
         m_made += callers.calls();
         return wrong;
     }
@@ -193,7 +190,7 @@ private:
 void runFloods(Campaign &campaign)
 {
     // One process of its own for all of them: beside the one of the soak, where there are two.
-    if (campaign.does(1 % campaign.shares, QStringLiteral("floods")))
+    if (campaign.does(1 % campaign.shares, u"floods"_s))
         Floods(campaign).run();
 }
 

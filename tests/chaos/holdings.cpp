@@ -1,4 +1,5 @@
 #include "chaos/holdings.h"
+#include "support/literals.h"
 
 #include <QDBusArgument>
 #include <QDir>
@@ -18,21 +19,21 @@ constexpr int memoryToleranceKb = 2048;
 
 Holdings holdingsOf(Scene &scene)
 {
-    const QString process = QStringLiteral("/proc/%1/").arg(scene.fixture.daemon.processId());
-    QFile status(process + QStringLiteral("status"));
+    const QString process = u"/proc/%1/"_s.arg(scene.fixture.daemon.processId());
+    QFile status(process + u"status"_s);
     const QByteArray text =
         status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray("RssAnon: 0 kB");
     const QByteArray anonymous = text.mid(text.indexOf("RssAnon:") + 8).simplified();
     QDBusMessage question = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus.Debug.Stats"), QStringLiteral("GetConnectionStats"));
-    question << QStringLiteral("org.zarn.Orvane");
+        u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+        u"org.freedesktop.DBus.Debug.Stats"_s, u"GetConnectionStats"_s);
+    question << u"org.zarn.Orvane"_s;
     const QVariantMap stats =
         qdbus_cast<QVariantMap>(scene.fixture.call(question).arguments().value(0));
-    const QStringList open = QDir(process + QStringLiteral("fd"))
-                                 .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    const QStringList open =
+        QDir(process + u"fd"_s).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     return {anonymous.left(anonymous.indexOf(' ')).toInt(), int(open.size()),
-            stats.value(QStringLiteral("MatchRules"), -1).toInt()};
+            stats.value(u"MatchRules"_s, -1).toInt()};
 }
 
 Holdings settledHoldingsOf(Scene &scene)
@@ -53,16 +54,11 @@ QStringList differences(const Holdings &before, const Holdings &after)
 {
     QStringList wrong;
     if (after.memoryKb > before.memoryKb + memoryToleranceKb)
-        wrong.append(
-            QStringLiteral("memory: %1 kB, then %2").arg(before.memoryKb).arg(after.memoryKb));
+        wrong.append(u"memory: %1 kB, then %2"_s.arg(before.memoryKb).arg(after.memoryKb));
     if (after.descriptors != before.descriptors)
-        wrong.append(QStringLiteral("descriptors: %1, then %2")
-                         .arg(before.descriptors)
-                         .arg(after.descriptors));
+        wrong.append(u"descriptors: %1, then %2"_s.arg(before.descriptors).arg(after.descriptors));
     if (after.matchRules != before.matchRules)
-        wrong.append(QStringLiteral("match rules: %1, then %2")
-                         .arg(before.matchRules)
-                         .arg(after.matchRules));
+        wrong.append(u"match rules: %1, then %2"_s.arg(before.matchRules).arg(after.matchRules));
     return wrong;
 }
 

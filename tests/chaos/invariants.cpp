@@ -1,6 +1,7 @@
 #include "chaos/invariants.h"
 
 #include "client/calls.h"
+#include "support/literals.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -21,8 +22,7 @@ int stopTimeMs()
         if (!unit.open(QIODevice::ReadOnly))
             qFatal("cannot read the unit");
         const QRegularExpressionMatch match =
-            QRegularExpression(QStringLiteral("^TimeoutStopSec=(\\d+)s$"),
-                               QRegularExpression::MultilineOption)
+            QRegularExpression(u"^TimeoutStopSec=(\\d+)s$"_s, QRegularExpression::MultilineOption)
                 .match(QString::fromUtf8(unit.readAll()));
         if (!match.hasMatch())
             qFatal("the unit has no TimeoutStopSec= in seconds");
@@ -34,20 +34,17 @@ int stopTimeMs()
 QStringList faultsOfTheEnd(Scene &scene, int withinMs, const char *what)
 {
     if (!QTest::qWaitFor([&scene] { return !scene.fixture.daemon.isRunning(); }, withinMs))
-        return {QStringLiteral("it runs on %1 ms after %2")
-                    .arg(withinMs)
-                    .arg(QString::fromLatin1(what))};
+        return {u"it runs on %1 ms after %2"_s.arg(withinMs).arg(QString::fromLatin1(what))};
     if (scene.fixture.daemon.exitStatus() != 0)
-        return {QStringLiteral("it ends with status %1 after %2")
-                    .arg(scene.fixture.daemon.exitStatus())
+        return {u"it ends with status %1 after %2"_s.arg(scene.fixture.daemon.exitStatus())
                     .arg(QString::fromLatin1(what))};
     return {};
 }
 
 bool isWholeSetting(const QByteArray &content)
 {
-    static const QRegularExpression whole(QStringLiteral(
-        "\\A[0-9a-f]+\n\\[com\\.example\\.\\w+(%7C\\d+)?\\]\nautostart=(true|false)\n\\z"));
+    static const QRegularExpression whole(
+        u"\\A[0-9a-f]+\n\\[com\\.example\\.\\w+(%7C\\d+)?\\]\nautostart=(true|false)\n\\z"_s);
     return whole.match(QString::fromUtf8(content)).hasMatch();
 }
 
@@ -67,21 +64,21 @@ QStringList faultsOfTheActiveTasks(Scene &scene)
     const auto knowsAll = [&] { return (active = scene.activeTasks()) == scene.runningTasks(); };
     if (QTest::qWaitFor(knowsAll, momentMs))
         return {};
-    return {QStringLiteral("active tasks are %1, running ones %2")
-                .arg(active.join(QLatin1Char(' ')), scene.runningTasks().join(QLatin1Char(' ')))};
+    return {u"active tasks are %1, running ones %2"_s.arg(
+        active.join(QLatin1Char(' ')), scene.runningTasks().join(QLatin1Char(' ')))};
 }
 
 QStringList faultsOfTheService(Scene &scene, const QString &task)
 {
     QStringList wrong;
-    const QVariantMap hints{{QStringLiteral("User"), QStringLiteral("appuser")}};
+    const QVariantMap hints{{u"User"_s, u"appuser"_s}};
     for (const QDBusMessage &call :
-         {Client::registerInvokerCall(QStringLiteral("Sync")), Fixture::startCall(task, hints),
+         {Client::registerInvokerCall(u"Sync"_s), Fixture::startCall(task, hints),
           Client::stopCall(Fixture::sessionPath(), task), Client::getEnabledCall(0)}) {
         const QDBusMessage answer = scene.fixture.call(call);
         if (answer.type() != QDBusMessage::ReplyMessage)
-            wrong.append(QStringLiteral("%1 fails afterwards: %2 %3")
-                             .arg(call.member(), answer.errorName(), answer.errorMessage()));
+            wrong.append(u"%1 fails afterwards: %2 %3"_s.arg(call.member(), answer.errorName(),
+                                                             answer.errorMessage()));
     }
     return wrong;
 }
@@ -121,10 +118,10 @@ QStringList WholeFiles::faults(const Scene &scene) const
             continue;
         const QByteArray content = withoutRoot(scene, *file);
         if (isLeftover(file.key()))
-            wrong.append(file.key() + QStringLiteral(" is left over"));
+            wrong.append(file.key() + u" is left over"_s);
         else if (!m_texts.value(file.key()).contains(content) && !isWholeSetting(content))
-            wrong.append(QStringLiteral("%1 is half: %2")
-                             .arg(file.key(), QString::fromUtf8(content).simplified()));
+            wrong.append(
+                u"%1 is half: %2"_s.arg(file.key(), QString::fromUtf8(content).simplified()));
     }
     return wrong;
 }

@@ -1,5 +1,6 @@
 #include "chaos/attempt.h"
 #include "chaos/campaign.h"
+#include "support/literals.h"
 
 #include <algorithm>
 
@@ -13,14 +14,10 @@ constexpr int rounds = 2;
 
 // What changes a file, may create one, or sends a message.
 const QStringList lethalCalls{
-    QStringLiteral("openat"),   QStringLiteral("write"),    QStringLiteral("pwrite64"),
-    QStringLiteral("writev"),   QStringLiteral("fsync"),    QStringLiteral("fdatasync"),
-    QStringLiteral("fchmod"),   QStringLiteral("chmod"),    QStringLiteral("fchmodat"),
-    QStringLiteral("rename"),   QStringLiteral("renameat"), QStringLiteral("renameat2"),
-    QStringLiteral("link"),     QStringLiteral("symlink"),  QStringLiteral("unlink"),
-    QStringLiteral("unlinkat"), QStringLiteral("rmdir"),    QStringLiteral("mkdir"),
-    QStringLiteral("mkdirat"),  QStringLiteral("sendmsg"),  QStringLiteral("ftruncate"),
-    QStringLiteral("sendto")};
+    u"openat"_s,  u"write"_s,   u"pwrite64"_s,  u"writev"_s,   u"fsync"_s,    u"fdatasync"_s,
+    u"fchmod"_s,  u"chmod"_s,   u"fchmodat"_s,  u"rename"_s,   u"renameat"_s, u"renameat2"_s,
+    u"link"_s,    u"symlink"_s, u"unlink"_s,    u"unlinkat"_s, u"rmdir"_s,    u"mkdir"_s,
+    u"mkdirat"_s, u"sendmsg"_s, u"ftruncate"_s, u"sendto"_s};
 
 class Kills
 {
@@ -75,29 +72,28 @@ private:
 
     static QString nameOf(const QString &call)
     {
-        return call.startsWith(QLatin1String("send"))
-            ? QStringLiteral("SIGKILL before a message")
-            : QStringLiteral("SIGKILL before a file call");
+        return call.startsWith(QLatin1String("send")) ? u"SIGKILL before a message"_s
+                                                      : u"SIGKILL before a file call"_s;
     }
 
     // Whether there was anything to kill.
     bool kill(const QString &call, int when)
     {
         const std::optional<Attempt> attempt =
-            Chaos::attempt(m_scene, m_operation, {call, when, QStringLiteral("signal=SIGKILL")});
+            Chaos::attempt(m_scene, m_operation, {call, when, u"signal=SIGKILL"_s});
         QStringList broken;
         if (!attempt)
-            broken.append(QStringLiteral("it cannot begin"));
+            broken.append(u"it cannot begin"_s);
         else if (attempt->fired)
             broken = neitherOldNorNew(attempt->left, m_reference.before, m_reference.after)
                 + faultsOfTheNextRun(m_scene, m_operation, m_reference);
         const bool fired = attempt && attempt->fired;
         // The one behind the last says only that it was the last.
         if (fired || !broken.isEmpty())
-            m_campaign.tally.count(m_operation.name, nameOf(call), fired, broken,
-                                   QStringLiteral("scripts/chaos --only \"%1\" --fault %2:%3 kills")
-                                       .arg(m_operation.name, call)
-                                       .arg(when));
+            m_campaign.tally.count(
+                m_operation.name, nameOf(call), fired, broken,
+                u"scripts/chaos --only \"%1\" --fault %2:%3 kills"_s.arg(m_operation.name, call)
+                    .arg(when));
         return fired;
     }
 

@@ -1,5 +1,6 @@
 #include "chaos/attempt.h"
 #include "chaos/campaign.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -32,10 +33,7 @@ public:
     {
         // A thread that is there already would stay outside. The bus library's would find no bus on
         // the disk, and everybody would wait for it.
-        if (QDir(QStringLiteral("/proc/self/task"))
-                .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
-                .size()
-            != 1)
+        if (QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size() != 1)
             qFatal("limits has to be the first part that a process runs");
         const QByteArray path = QFile::encodeName(m_folder.path());
         m_isThere = ::unshare(CLONE_NEWNS) == 0
@@ -55,7 +53,7 @@ public:
     [[nodiscard]] bool isThere() const { return m_isThere; }
     void fill(int freePages) const
     {
-        QFile filler(m_folder.filePath(QStringLiteral("filler")));
+        QFile filler(m_folder.filePath(u"filler"_s));
         if (!filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
             return;
         const QByteArray page(4096, 'x');
@@ -64,7 +62,7 @@ public:
     }
     void fillWithFiles(int free) const
     {
-        const QString name = m_folder.filePath(QStringLiteral("filler.%1"));
+        const QString name = m_folder.filePath(u"filler.%1"_s);
         int count = 0;
         for (int fd = 0; fd >= 0; ++count) {
             fd = ::open(QFile::encodeName(name.arg(count)).constData(), O_CREAT | O_WRONLY, 0600);
@@ -76,7 +74,7 @@ public:
     void makeRoom() const
     {
         QDir folder(m_folder.path());
-        const QStringList names = folder.entryList({QStringLiteral("filler*")}, QDir::Files);
+        const QStringList names = folder.entryList({u"filler*"_s}, QDir::Files);
         for (const QString &name : names)
             folder.remove(name);
     }
@@ -93,7 +91,7 @@ void limitDescriptors(Scene &scene, int free)
     const auto process = static_cast<pid_t>(scene.fixture.daemon.processId());
     int highest = 0;
     const QStringList open =
-        QDir(QStringLiteral("/proc/%1/fd").arg(process))
+        QDir(u"/proc/%1/fd"_s.arg(process))
             .entryList(QDir::Files | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
     for (const QString &fd : open)
         highest = qMax(highest, fd.toInt());
@@ -120,15 +118,14 @@ QVector<Hardship> descriptorLimits(const Operation &operation)
     const bool startsItself =
         operation.kind == Operation::StartUp || operation.kind == Operation::Program;
     for (int number = fewestAtStart; startsItself && number <= mostAtStart; ++number) {
-        limits.append({QStringLiteral("few descriptors"),
+        limits.append({u"few descriptors"_s,
                        [number](Scene &scene) {
-                           scene.surround({QStringLiteral("prlimit"),
-                                           QStringLiteral("--nofile=%1").arg(number)});
+                           scene.surround({u"prlimit"_s, u"--nofile=%1"_s.arg(number)});
                        },
                        [](Scene &scene) { scene.surround({}); }});
     }
     for (int free = 0; !startsItself && free <= mostFreeDescriptors; ++free) {
-        limits.append({QStringLiteral("few descriptors"),
+        limits.append({u"few descriptors"_s,
                        [free](Scene &scene) { limitDescriptors(scene, free); }, liftLimit});
     }
     return limits;
@@ -138,10 +135,10 @@ QVector<Hardship> fullDisks(const SmallDisk &disk)
 {
     QVector<Hardship> full;
     for (int pages = 0; disk.isThere() && pages <= mostFreePages; ++pages)
-        full.append({QStringLiteral("full disk"), [&disk, pages](Scene &) { disk.fill(pages); },
+        full.append({u"full disk"_s, [&disk, pages](Scene &) { disk.fill(pages); },
                      [&disk](Scene &) { disk.makeRoom(); }});
     for (int files = 0; disk.isThere() && files <= mostFreeFiles; ++files)
-        full.append({QStringLiteral("disk without inodes"),
+        full.append({u"disk without inodes"_s,
                      [&disk, files](Scene &) { disk.fillWithFiles(files); },
                      [&disk](Scene &) { disk.makeRoom(); }});
     return full;
@@ -156,10 +153,9 @@ void tryAll(Campaign &campaign, const Operation &operation, QVector<Hardship> ha
         const std::optional<Attempt> attempt = Chaos::attempt(scene, operation, hardship);
         const QStringList broken = attempt
             ? faultsOf(scene, operation, reference, *attempt, Leftovers::Go)
-            : QStringList{QStringLiteral("it cannot begin")};
-        campaign.tally.count(
-            operation.name, hardship.name, true, broken,
-            QStringLiteral("scripts/chaos --only \"%1\" limits").arg(operation.name));
+            : QStringList{u"it cannot begin"_s};
+        campaign.tally.count(operation.name, hardship.name, true, broken,
+                             u"scripts/chaos --only \"%1\" limits"_s.arg(operation.name));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "client/calls.h"
 #include "plan/policy_text.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,21 +14,21 @@ namespace Chaos {
 
 namespace {
 
-const QString settings = QStringLiteral("/var/lib/am/apps/com.example.Notes/");
-const QString elsewhere = QStringLiteral("/srv/elsewhere/");
+const QString settings = u"/var/lib/am/apps/com.example.Notes/"_s;
+const QString elsewhere = u"/srv/elsewhere/"_s;
 
 QVariantMap hints(bool ownsName)
 {
-    QVariantMap hints{{QStringLiteral("User"), QStringLiteral("appuser")}};
+    QVariantMap hints{{u"User"_s, u"appuser"_s}};
     if (ownsName)
-        hints.insert(QStringLiteral("DBusService"), QStringLiteral("com.example.Notes.Sync"));
+        hints.insert(u"DBusService"_s, u"com.example.Notes.Sync"_s);
     return hints;
 }
 
 QDBusMessage startAtBootCall()
 {
     QVariantMap atBoot = hints(true);
-    atBoot.insert(QStringLiteral("Autostart"), 2);
+    atBoot.insert(u"Autostart"_s, 2);
     return Fixture::startCall(Scene::task(), atBoot);
 }
 
@@ -37,10 +38,9 @@ void writeTaskFiles(Scene &scene)
 {
     scene.fixture.root.write(scene.fixture.root.unitFile(Scene::task()),
                              "[Service]\nExecStart=/opt/old\n");
-    scene.fixture.root.write(
-        scene.fixture.root.policyFile(Scene::task()),
-        // As the daemon writes it: it removes no other.
-        Core::policyText(QStringLiteral("com.example.Old"), QStringLiteral("appuser")));
+    scene.fixture.root.write(scene.fixture.root.policyFile(Scene::task()),
+                             // As the daemon writes it: it removes no other.
+                             Core::policyText(u"com.example.Old"_s, u"appuser"_s));
 }
 
 void writeRunningTask(Scene &scene)
@@ -62,9 +62,8 @@ void writeSetting(Scene &scene, const QString &file, const QByteArray &text)
 
 void writeSettings(Scene &scene)
 {
-    writeSetting(scene, QStringLiteral("all-users.conf"), "[com.example.Notes]\nautostart=false\n");
-    writeSetting(scene, QStringLiteral("100000.conf"),
-                 "[com.example.Notes%7C100000]\nautostart=false\n");
+    writeSetting(scene, u"all-users.conf"_s, "[com.example.Notes]\nautostart=false\n");
+    writeSetting(scene, u"100000.conf"_s, "[com.example.Notes%7C100000]\nautostart=false\n");
 }
 
 void writeSettingsOfManyUsers(Scene &scene)
@@ -72,7 +71,7 @@ void writeSettingsOfManyUsers(Scene &scene)
     writeSettings(scene);
     for (const char *user : {"100001.conf", "100002.conf"})
         writeSetting(scene, QString::fromLatin1(user), "[x]\nautostart=true\n");
-    scene.fixture.root.write(QStringLiteral("/var/lib/am/apps/com.example.Mail/100001.conf"),
+    scene.fixture.root.write(u"/var/lib/am/apps/com.example.Mail/100001.conf"_s,
                              "[com.example.Mail%7C100001]\nautostart=true\n");
 }
 
@@ -84,7 +83,7 @@ void writeRemovable(Scene &scene)
 
 void writeHandler(Scene &scene)
 {
-    scene.fixture.root.write(QStringLiteral("/usr/share/applications/Notes.desktop"),
+    scene.fixture.root.write(u"/usr/share/applications/Notes.desktop"_s,
                              "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n"
                              "MimeType=image/png;x-scheme-handler/http;\n"
                              "[X-Application]\nOrganizationName=com.example\n"
@@ -94,7 +93,7 @@ void writeHandler(Scene &scene)
 void writeMimeapps(Scene &scene)
 {
     writeHandler(scene);
-    scene.fixture.root.write(QStringLiteral("/home/config/mimeapps.list"),
+    scene.fixture.root.write(u"/home/config/mimeapps.list"_s,
                              "[Default Applications]\nimage/png=Notes.desktop\n");
 }
 
@@ -110,26 +109,24 @@ void link(Scene &scene, const QString &at, const QString &to)
 void writeLinkedSettings(Scene &scene)
 {
     const TempRoot &root = scene.fixture.root;
-    root.write(elsewhere + QStringLiteral("all.conf"), "[com.example.Notes]\nautostart=false\n");
-    root.write(elsewhere + QStringLiteral("one.conf"), "[somebody]\nautostart=false\n");
-    link(scene, settings + QStringLiteral("all-users.conf"),
-         elsewhere + QStringLiteral("all.conf"));
-    link(scene, settings + QStringLiteral("100000.conf"), elsewhere + QStringLiteral("one.conf"));
+    root.write(elsewhere + u"all.conf"_s, "[com.example.Notes]\nautostart=false\n");
+    root.write(elsewhere + u"one.conf"_s, "[somebody]\nautostart=false\n");
+    link(scene, settings + u"all-users.conf"_s, elsewhere + u"all.conf"_s);
+    link(scene, settings + u"100000.conf"_s, elsewhere + u"one.conf"_s);
 }
 
 void writeLinkedMimeapps(Scene &scene)
 {
     writeHandler(scene);
-    scene.fixture.root.write(elsewhere + QStringLiteral("mimeapps.list"),
+    scene.fixture.root.write(elsewhere + u"mimeapps.list"_s,
                              "[Default Applications]\nimage/png=Notes.desktop\n");
-    link(scene, QStringLiteral("/home/config/mimeapps.list"),
-         elsewhere + QStringLiteral("mimeapps.list"));
+    link(scene, u"/home/config/mimeapps.list"_s, elsewhere + u"mimeapps.list"_s);
 }
 
 void writeKeptRegistrations(Scene &scene)
 {
     writeRunningTask(scene);
-    scene.fixture.root.write(QStringLiteral("/run/registrations.json"),
+    scene.fixture.root.write(u"/run/registrations.json"_s,
                              "{\"bus\": \"another\", \"registrations\": []}\n");
 }
 
@@ -142,14 +139,12 @@ QVector<Operation> starts()
     // A unit that replaces nothing stays when its policy cannot be written: nobody has started it.
     const bool firstWhole = false;
     const QDBusMessage stop = Client::stopCall(Fixture::sessionPath(), Scene::task());
-    return {
-        {QStringLiteral("first Start with policy"), call, nothing, startCall(true), firstWhole},
-        {QStringLiteral("Start with policy again"), call, writeTaskFiles, startCall(true), whole},
-        {QStringLiteral("Start without policy"), call, writeTaskFiles, startCall(false), whole},
-        {QStringLiteral("Start at boot"), call, nothing, startAtBootCall(), firstWhole},
-        {QStringLiteral("Stop"), call, writeRunningTask, stop, true, false},
-        {QStringLiteral("Stop without policy"), call, writeRunningTaskWithoutPolicy, stop, true,
-         false}};
+    return {{u"first Start with policy"_s, call, nothing, startCall(true), firstWhole},
+            {u"Start with policy again"_s, call, writeTaskFiles, startCall(true), whole},
+            {u"Start without policy"_s, call, writeTaskFiles, startCall(false), whole},
+            {u"Start at boot"_s, call, nothing, startAtBootCall(), firstWhole},
+            {u"Stop"_s, call, writeRunningTask, stop, true, false},
+            {u"Stop without policy"_s, call, writeRunningTaskWithoutPolicy, stop, true, false}};
 }
 
 QVector<Operation> switches()
@@ -157,22 +152,19 @@ QVector<Operation> switches()
     const auto call = Operation::Call;
     const bool whole = true;
     const QString id = Scene::application();
-    const QStringList linked{elsewhere + QStringLiteral("all.conf"),
-                             elsewhere + QStringLiteral("one.conf")};
+    const QStringList linked{elsewhere + u"all.conf"_s, elsewhere + u"one.conf"_s};
     const QDBusMessage one = Client::setEnabledCall(100000, id, true);
     const QDBusMessage all = Client::setEnabledCall(-1, id, true);
     return {
-        {QStringLiteral("first SetEnabled for one"), call, nothing, one},
-        {QStringLiteral("SetEnabled for one again"), call, writeSettings, one},
-        {QStringLiteral("first SetEnabled for all"), call, nothing, all},
-        {QStringLiteral("SetEnabled for all"), call, writeSettings, all, whole, false},
+        {u"first SetEnabled for one"_s, call, nothing, one},
+        {u"SetEnabled for one again"_s, call, writeSettings, one},
+        {u"first SetEnabled for all"_s, call, nothing, all},
+        {u"SetEnabled for all"_s, call, writeSettings, all, whole, false},
         // The new setting takes the name of the link, and what it led to stays as it is.
-        {QStringLiteral("SetEnabled for one at a link"), call, writeLinkedSettings, one, whole,
-         true, linked},
-        {QStringLiteral("SetEnabled for all at links"), call, writeLinkedSettings, all, whole,
-         false, linked},
-        {QStringLiteral("GetEnabled"), call, writeSettings, Client::getEnabledCall(100000)},
-        {QStringLiteral("OnRemove"), call, writeRemovable, Client::onRemoveCall(id), false, false}};
+        {u"SetEnabled for one at a link"_s, call, writeLinkedSettings, one, whole, true, linked},
+        {u"SetEnabled for all at links"_s, call, writeLinkedSettings, all, whole, false, linked},
+        {u"GetEnabled"_s, call, writeSettings, Client::getEnabledCall(100000)},
+        {u"OnRemove"_s, call, writeRemovable, Client::onRemoveCall(id), false, false}};
 }
 
 QVector<Operation> others()
@@ -180,21 +172,21 @@ QVector<Operation> others()
     const auto operation = [](const char *name, Operation::Kind kind, void (*prepare)(Scene &)) {
         return Operation{QString::fromLatin1(name), kind, prepare, {}, false, false};
     };
-    return {{QStringLiteral("first look at the entries"), Operation::Call, nothing,
-             Client::registerInvokerCall(QStringLiteral("Sync"))},
+    return {{u"first look at the entries"_s, Operation::Call, nothing,
+             Client::registerInvokerCall(u"Sync"_s)},
             operation("clean-up of users", Operation::StartUp, writeSettingsOfManyUsers),
             operation("start-up", Operation::StartUp, writeKeptRegistrations),
             operation("shutdown with registrations", Operation::ShutDown, writeRunningTask),
             operation("first default handler", Operation::Program, writeHandler),
             operation("default handler", Operation::Program, writeMimeapps),
             // A user keeps the file where they like: the link stays.
-            {QStringLiteral("default handler at a link"),
+            {u"default handler at a link"_s,
              Operation::Program,
              writeLinkedMimeapps,
              {},
              false,
              false,
-             {QStringLiteral("/home/config/mimeapps.list")}}};
+             {u"/home/config/mimeapps.list"_s}}};
 }
 
 bool isFirstLook(const Operation &operation)
@@ -257,8 +249,7 @@ bool begin(Scene &scene, const Operation &operation)
         return false;
     // What is not about the first look comes behind it.
     return isFirstLook(operation)
-        || scene.fixture.registerInvoker(QStringLiteral("Sync")).type()
-        == QDBusMessage::ReplyMessage;
+        || scene.fixture.registerInvoker(u"Sync"_s).type() == QDBusMessage::ReplyMessage;
 }
 
 Outcome run(Scene &scene, const Operation &operation, const QStringList &wrapper)

@@ -1,6 +1,7 @@
 #include "chaos/peer_trial.h"
 
 #include "client/calls.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -14,9 +15,9 @@ constexpr int neverMs = 600000;
 constexpr int afterAllTimeoutsMs = 40000;
 
 // Nobody asks for these but the clean-up.
-const QString ownFolder = QStringLiteral("/var/lib/am/apps/com.example.Notes/");
-const QString settingOfAUser = ownFolder + QStringLiteral("100000.conf");
-const QString settingOfNobody = ownFolder + QStringLiteral("100001.conf");
+const QString ownFolder = u"/var/lib/am/apps/com.example.Notes/"_s;
+const QString settingOfAUser = ownFolder + u"100000.conf"_s;
+const QString settingOfNobody = ownFolder + u"100001.conf"_s;
 
 void layOutSettings(const TempRoot &root)
 {
@@ -52,15 +53,15 @@ WholeFiles wholeFiles()
     layOutApplications(scene);
     if (!scene.startDaemon())
         qFatal("the daemon does not start");
-    (void)scene.fixture.registerInvoker(QStringLiteral("Sync"));
+    (void)scene.fixture.registerInvoker(u"Sync"_s);
     QStringList tasks{Scene::task()};
     for (int number = 0; number < RandomCalls::applications; ++number)
-        tasks.append(QStringLiteral("com.example.App%1.task_sync").arg(number));
+        tasks.append(u"com.example.App%1.task_sync"_s.arg(number));
     for (const QString &task : qAsConst(tasks)) {
         for (const bool ownsName : {false, true}) {
-            QVariantMap hints{{QStringLiteral("User"), QStringLiteral("appuser")}};
+            QVariantMap hints{{u"User"_s, u"appuser"_s}};
             if (ownsName)
-                hints.insert(QStringLiteral("DBusService"), QStringLiteral("com.example.Own"));
+                hints.insert(u"DBusService"_s, u"com.example.Own"_s);
             if (scene.fixture.start(task, hints).type() != QDBusMessage::ReplyMessage)
                 qFatal("a task does not start");
             whole.learn(scene);
@@ -98,7 +99,7 @@ QStringList PeerTrial::run()
     if (!start(wrong))
         return wrong;
     QDBusConnection anchor = m_scene.fixture.connect();
-    (void)m_scene.fixture.call(Fixture::registerCall(QStringLiteral("Sync")), anchor);
+    (void)m_scene.fixture.call(Fixture::registerCall(u"Sync"_s), anchor);
     callDuringTheFault(wrong);
     if (m_ending == ToldDuringTheFault) {
         wrong += faultsOfSigterm(m_scene);
@@ -124,7 +125,7 @@ bool PeerTrial::start(QStringList &wrong)
     const bool waits = m_kind == PeerFault::Hung || m_kind == PeerFault::Vanishing;
     if (m_isFaultyFromTheStart && m_which == Systemd && waits) {
         if (!Fixture::waitUntil([this] { return m_fault.calls() > 0; }))
-            wrong.append(QStringLiteral("systemd is not asked"));
+            wrong.append(u"systemd is not asked"_s);
         if (m_ending == ToldDuringTheFault) {
             wrong += faultsOfSigterm(m_scene);
             return false;
@@ -133,7 +134,7 @@ bool PeerTrial::start(QStringList &wrong)
     }
     if (Fixture::waitUntil([this] { return m_scene.fixture.nameIsOwned(); }))
         return true;
-    wrong.append(QStringLiteral("it does not get its name"));
+    wrong.append(u"it does not get its name"_s);
     return false;
 }
 
@@ -158,7 +159,7 @@ void PeerTrial::callDuringTheFault(QStringList &wrong)
         m_fault.begin();
     ask(10 + m_calls.number(mostCalls));
     if (!m_scene.isAlive())
-        wrong.append(QStringLiteral("it answers nobody as long as the fault lasts"));
+        wrong.append(u"it answers nobody as long as the fault lasts"_s);
     QTest::qWait(m_calls.number(longestMs));
     if (m_callers.count() > 1 && chance(2))
         m_callers.dropOne();
@@ -177,13 +178,13 @@ QStringList PeerTrial::faultsOfTheSettings()
 {
     const TempRoot &root = m_scene.fixture.root;
     if (!root.exists(settingOfAUser))
-        return {QStringLiteral("the setting of a user is lost")};
+        return {u"the setting of a user is lost"_s};
     const bool isTold = m_which != UserManager || m_kind == PeerFault::Hung
         || m_kind == PeerFault::Slow || m_kind == PeerFault::VerySlow;
     if (isTold && !Fixture::waitUntil([&root] { return !root.exists(settingOfNobody); }))
-        return {QStringLiteral("the setting of a user that is gone stays")};
+        return {u"the setting of a user that is gone stays"_s};
     if (m_kind == PeerFault::Lying && m_which == UserManager && !root.exists(settingOfNobody))
-        return {QStringLiteral("a setting is gone without a list of users")};
+        return {u"a setting is gone without a list of users"_s};
     return {};
 }
 
@@ -204,7 +205,7 @@ QStringList PeerTrial::faultsOfTheEnd()
 QStringList PeerTrial::faultsOfTheLauncher()
 {
     m_fault.begin();
-    m_scene.fixture.launch(m_scene.environment(), {QStringLiteral("--launcher")});
+    m_scene.fixture.launch(m_scene.environment(), {u"--launcher"_s});
     DaemonProcess &launcher = m_scene.fixture.daemon;
     (void)Fixture::waitUntil([&] { return m_fault.calls() > 0 || !launcher.isRunning(); });
     if (chance(2)) {
@@ -212,9 +213,9 @@ QStringList PeerTrial::faultsOfTheLauncher()
         m_fault.end();
     }
     if (!QTest::qWaitFor([&launcher] { return !launcher.isRunning(); }, afterAllTimeoutsMs))
-        return {QStringLiteral("the launcher waits for ever")};
+        return {u"the launcher waits for ever"_s};
     if (launcher.exitStatus() != 0)
-        return {QStringLiteral("the launcher ends with status %1").arg(launcher.exitStatus())};
+        return {u"the launcher ends with status %1"_s.arg(launcher.exitStatus())};
     return m_whole.faults(m_scene);
 }
 

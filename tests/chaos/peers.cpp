@@ -1,6 +1,7 @@
 #include "chaos/bus_trial.h"
 #include "chaos/campaign.h"
 #include "chaos/peer_trial.h"
+#include "support/literals.h"
 
 #include <algorithm>
 #include <functional>
@@ -30,7 +31,7 @@ struct Kind
     std::function<Result(const WholeFiles &, std::mt19937 &)> run;
 };
 
-QString nameOf(const Kind &kind) { return kind.peer + QStringLiteral(", ") + kind.fault; }
+QString nameOf(const Kind &kind) { return kind.peer + u", "_s + kind.fault; }
 
 template <typename Trial, typename... Which>
 auto trialOf(Which... which)
@@ -56,10 +57,8 @@ QVector<Kind> kinds()
             kinds.append({QString::fromLatin1(name), QString::fromLatin1(what),
                           fault == Fault::VerySlow, trialOf<PeerTrial>(peer, fault)});
     }
-    kinds.append({QStringLiteral("bus"), QStringLiteral("killed"), false,
-                  trialOf<BusTrial>(BusTrial::Killed)});
-    kinds.append({QStringLiteral("bus"), QStringLiteral("stopped for a while"), false,
-                  trialOf<BusTrial>(BusTrial::Stopped)});
+    kinds.append({u"bus"_s, u"killed"_s, false, trialOf<BusTrial>(BusTrial::Killed)});
+    kinds.append({u"bus"_s, u"stopped for a while"_s, false, trialOf<BusTrial>(BusTrial::Stopped)});
     return kinds;
 }
 
@@ -90,13 +89,12 @@ private:
         std::mt19937 random(seed);
         const Result result = kind.run(m_whole, random);
         const QString repeat =
-            QStringLiteral("scripts/chaos --seed %1 --only \"%2\" --fault %3 peers")
-                .arg(m_campaign.seed)
+            u"scripts/chaos --seed %1 --only \"%2\" --fault %3 peers"_s.arg(m_campaign.seed)
                 .arg(nameOf(kind))
                 .arg(number);
         m_campaign.tally.count(kind.peer, kind.fault, true, result.broken, repeat);
-        m_campaign.tally.count(QStringLiteral("calls meanwhile"), nameOf(kind),
-                               result.broken.isEmpty(), {}, repeat, result.calls);
+        m_campaign.tally.count(u"calls meanwhile"_s, nameOf(kind), result.broken.isEmpty(), {},
+                               repeat, result.calls);
     }
 
     Campaign &m_campaign;

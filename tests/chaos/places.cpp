@@ -1,5 +1,6 @@
 #include "chaos/attempt.h"
 #include "chaos/campaign.h"
+#include "support/literals.h"
 
 #include <algorithm>
 #include <unistd.h>
@@ -16,9 +17,7 @@ struct Place
 
 Place inShell(const char *name, const char *line)
 {
-    return {QString::fromLatin1(name),
-            {QStringLiteral("sh"), QStringLiteral("-c"), QString::fromLatin1(line),
-             QStringLiteral("sh")}};
+    return {QString::fromLatin1(name), {u"sh"_s, u"-c"_s, QString::fromLatin1(line), u"sh"_s}};
 }
 
 // What a process can be started with. In none of these does an operation go differently.
@@ -49,10 +48,10 @@ QStringList faultsIn(Scene &scene, const Operation &operation, const Reference &
 {
     const std::optional<Attempt> attempt = Chaos::attempt(scene, operation, Hardship());
     if (!attempt)
-        return {QStringLiteral("it cannot begin")};
+        return {u"it cannot begin"_s};
     QStringList broken = differences(settled(attempt->left), settled(reference.after));
     if (!attempt->outcome.succeeded)
-        broken.prepend(QStringLiteral("it fails"));
+        broken.prepend(u"it fails"_s);
     return broken + faultsOf(scene, operation, reference, *attempt, Leftovers::Go);
 }
 
@@ -70,9 +69,9 @@ void runPlaces(Campaign &campaign)
         std::shuffle(drawn.begin(), drawn.end(), campaign.random);
         for (const Place &place : drawn.mid(0, campaign.isSample ? 1 : -1)) {
             scene.surround(place.wrapper);
-            campaign.tally.count(
-                all.at(number).name, place.name, true, faultsIn(scene, all.at(number), reference),
-                QStringLiteral("scripts/chaos --only \"%1\" places").arg(all.at(number).name));
+            campaign.tally.count(all.at(number).name, place.name, true,
+                                 faultsIn(scene, all.at(number), reference),
+                                 u"scripts/chaos --only \"%1\" places"_s.arg(all.at(number).name));
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include "client/calls.h"
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <array>
 
@@ -10,8 +11,7 @@ namespace Chaos {
 void RandomCalls::declareApplications(const TempRoot &root)
 {
     for (int number = 0; number < applications; ++number)
-        root.writeApplication(QStringLiteral("App%1").arg(number),
-                              "[X-Task sync]\nType=Sync\nExec=/opt/w\n");
+        root.writeApplication(u"App%1"_s.arg(number), "[X-Task sync]\nType=Sync\nExec=/opt/w\n");
 }
 
 QDBusMessage RandomCalls::any()
@@ -39,16 +39,15 @@ QDBusMessage RandomCalls::listOrSwitch()
         return Client::getEnabledCall(number(6) - 1);
     if (kind < 40)
         return Client::sessionPropertyCall(Fixture::sessionPath(),
-                                           number(2) == 0 ? QStringLiteral("ActiveTasks")
-                                                          : QStringLiteral("AvailableTasks"));
+                                           number(2) == 0 ? u"ActiveTasks"_s : u"AvailableTasks"_s);
     return Client::onRemoveCall(application());
 }
 
 QDBusMessage RandomCalls::start()
 {
-    QVariantMap hints{{QStringLiteral("User"), QStringLiteral("appuser")}};
+    QVariantMap hints{{u"User"_s, u"appuser"_s}};
     if (number(8) == 0)
-        hints.insert(QStringLiteral("DBusService"), QStringLiteral("com.example.Own"));
+        hints.insert(u"DBusService"_s, u"com.example.Own"_s);
     return Fixture::startCall(task(), hints);
 }
 
@@ -57,31 +56,28 @@ QDBusMessage RandomCalls::stop() { return Client::stopCall(Fixture::sessionPath(
 QDBusMessage RandomCalls::stopOfNothing()
 {
     const QString invented = QString::number(m_random(), 36);
-    const std::array<QString, 4> ids{QStringLiteral("com.example.X%1.task_sync").arg(invented),
-                                     application() + QStringLiteral(".task_") + invented,
-                                     QStringLiteral("../") + invented, QString()};
+    const std::array<QString, 4> ids{u"com.example.X%1.task_sync"_s.arg(invented),
+                                     application() + u".task_"_s + invented, u"../"_s + invented,
+                                     QString()};
     return Client::stopCall(Fixture::sessionPath(), ids[size_t(number(int(ids.size())))]);
 }
 
 QDBusMessage RandomCalls::registration()
 {
-    return Client::registerInvokerCall(number(4) == 0 ? QStringLiteral("Foreign")
-                                                      : QStringLiteral("Sync"));
+    return Client::registerInvokerCall(number(4) == 0 ? u"Foreign"_s : u"Sync"_s);
 }
 
 QDBusMessage RandomCalls::forwarded()
 {
-    return Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
-                               QStringLiteral("org.zarn.Orvane.Control1"), QStringLiteral("Echo"),
-                               {number(1000)});
+    return Fixture::methodCall(u"/org/zarn/Orvane/Control1"_s, u"org.zarn.Orvane.Control1"_s,
+                               u"Echo"_s, {number(1000)});
 }
 
 QDBusMessage RandomCalls::wrong()
 {
-    return Fixture::methodCall(
-        QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
-        number(2) == 0 ? QStringLiteral("SetEnabled") : QStringLiteral("NoSuchMethod"),
-        {QStringLiteral("wrong"), number(9)});
+    return Fixture::methodCall(u"/org/zarn/am"_s, u"org.zarn.am.Autostart"_s,
+                               number(2) == 0 ? u"SetEnabled"_s : u"NoSuchMethod"_s,
+                               {u"wrong"_s, number(9)});
 }
 
 } // namespace Chaos

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QDBusMessage>
@@ -27,8 +28,8 @@ public:
 
     /// A number from 0, below another.
     int number(int below) { return int(m_random() % uint(below)); }
-    QString application() { return QStringLiteral("com.example.App%1").arg(number(applications)); }
-    QString task() { return application() + QStringLiteral(".task_sync"); }
+    QString application() { return u"com.example.App%1"_s.arg(number(applications)); }
+    QString task() { return application() + u".task_sync"_s; }
 
     QDBusMessage any();
     QDBusMessage start();

@@ -2,6 +2,7 @@
 
 #include "client/calls.h"
 #include "common/DBus/types.h"
+#include "support/literals.h"
 
 #include <QDBusArgument>
 #include <QDir>
@@ -16,8 +17,8 @@ namespace Chaos {
 
 namespace {
 
-const QString unitPrefix = QStringLiteral("ov_task.");
-const QString unitSuffix = QStringLiteral(".service");
+const QString unitPrefix = u"ov_task."_s;
+const QString unitSuffix = u".service"_s;
 
 void empty(const QString &folder)
 {
@@ -37,7 +38,7 @@ void layOut(const TempRoot &root)
     for (const char *folder :
          {"/etc/systemd/system", "/usr/share/applications", "/home", "/run", "/var/lib/am/apps"})
         QDir().mkpath(root.path(QString::fromLatin1(folder)));
-    root.serveType(QStringLiteral("Sync"));
+    root.serveType(u"Sync"_s);
     for (const char *name : {"Notes", "Mail"})
         root.writeApplication(QString::fromLatin1(name),
                               "[X-Task sync]\nType=Sync\nExec=/opt/worker --deep\n");
@@ -47,7 +48,7 @@ void layOut(const TempRoot &root)
 template <typename Record>
 QStringList listOf(const Fixture &fixture, const QString &list)
 {
-    const QDBusMessage reply = fixture.registerInvoker(QStringLiteral("Sync"));
+    const QDBusMessage reply = fixture.registerInvoker(u"Sync"_s);
     if (reply.type() != QDBusMessage::ReplyMessage)
         return {reply.errorMessage()};
     const auto lists = qdbus_cast<QVariantMap>(reply.arguments().value(1));
@@ -78,7 +79,7 @@ void Scene::wireSystemd()
 
 std::unique_ptr<FakePeer> Scene::replaceSystemd()
 {
-    fixture.systemd->giveUp(QStringLiteral("org.freedesktop.systemd1"));
+    fixture.systemd->giveUp(u"org.freedesktop.systemd1"_s);
     std::unique_ptr<FakeSystemd> predecessor =
         std::exchange(fixture.systemd, std::make_unique<FakeSystemd>(fixture.connect()));
     fixture.systemd->units = predecessor->units;
@@ -97,30 +98,29 @@ void Scene::onSystemdCall(const QDBusMessage &call)
     if (!starts && call.member() != QLatin1String("StopUnit"))
         return;
     units.erase(std::remove_if(units.begin(), units.end(), isUnit), units.end());
-    const QString state = starts ? QStringLiteral("active") : QStringLiteral("inactive");
-    fixture.systemd->emitChange(FakeSystemd::pathOf(unit),
-                                {{QStringLiteral("ActiveState"), state},
-                                 {QStringLiteral("SubState"),
-                                  starts ? QStringLiteral("running") : QStringLiteral("dead")}});
+    const QString state = starts ? u"active"_s : u"inactive"_s;
+    fixture.systemd->emitChange(
+        FakeSystemd::pathOf(unit),
+        {{u"ActiveState"_s, state}, {u"SubState"_s, starts ? u"running"_s : u"dead"_s}});
     if (!starts)
         return;
     run(unit);
-    if (!fixture.root.exists(QStringLiteral("/etc/systemd/system/") + unit))
+    if (!fixture.root.exists(u"/etc/systemd/system/"_s + unit))
         m_startedWithoutFile.append(unit);
 }
 
 void Scene::listUnitFiles()
 {
-    const QDir folder(fixture.root.path(QStringLiteral("/etc/systemd/system")));
+    const QDir folder(fixture.root.path(u"/etc/systemd/system"_s));
     fixture.systemd->unitFiles.clear();
-    const QStringList names = folder.entryList({QStringLiteral("ov_task.*")}, QDir::Files);
+    const QStringList names = folder.entryList({u"ov_task.*"_s}, QDir::Files);
     for (const QString &name : names)
-        fixture.systemd->unitFiles.append({folder.filePath(name), QStringLiteral("disabled")});
+        fixture.systemd->unitFiles.append({folder.filePath(name), u"disabled"_s});
 }
 
 void Scene::run(const QString &unit)
 {
-    fixture.systemd->units.append({unit, QStringLiteral("active"), QStringLiteral("running")});
+    fixture.systemd->units.append({unit, u"active"_s, u"running"_s});
 }
 
 void Scene::renew()
@@ -129,17 +129,16 @@ void Scene::renew()
     layOut(fixture.root);
     fixture.systemd->units.clear();
     fixture.systemd->calls.clear();
-    fixture.userManager->behave(QStringLiteral("list"));
+    fixture.userManager->behave(u"list"_s);
     m_startedWithoutFile.clear();
 }
 
 QStringList Scene::environment() const
 {
-    QStringList variables{QStringLiteral("RUNTIME_DIRECTORY=")
-                              + fixture.root.path(QStringLiteral("/run")),
-                          QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")};
+    QStringList variables{u"RUNTIME_DIRECTORY="_s + fixture.root.path(u"/run"_s),
+                          u"ORVANE_SKIP_AUTHENTICATION=1"_s};
     if (m_idleTimeMs)
-        variables.append(QStringLiteral("ORVANE_DAEMON_TIMEOUT=%1").arg(*m_idleTimeMs));
+        variables.append(u"ORVANE_DAEMON_TIMEOUT=%1"_s.arg(*m_idleTimeMs));
     return variables;
 }
 
@@ -182,12 +181,12 @@ bool Scene::isDone()
 
 QStringList Scene::activeTasks() const
 {
-    return listOf<Orvane::ActiveTask>(fixture, QStringLiteral("ActiveTasks"));
+    return listOf<Orvane::ActiveTask>(fixture, u"ActiveTasks"_s);
 }
 
 QStringList Scene::availableTasks() const
 {
-    return listOf<Orvane::AvailableTask>(fixture, QStringLiteral("AvailableTasks"));
+    return listOf<Orvane::AvailableTask>(fixture, u"AvailableTasks"_s);
 }
 
 QStringList Scene::runningTasks() const

@@ -3,6 +3,7 @@
 #include "chaos/answer_counter.h"
 #include "chaos/snapshot.h"
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <memory>
 #include <optional>
@@ -14,9 +15,9 @@ namespace Chaos {
 class Scene
 {
 public:
-    static QString application() { return QStringLiteral("com.example.Notes"); }
-    static QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
-    static QString unit() { return QStringLiteral("ov_task.com.example.Notes.task_sync.service"); }
+    static QString application() { return u"com.example.Notes"_s; }
+    static QString task() { return u"com.example.Notes.task_sync"_s; }
+    static QString unit() { return u"ov_task.com.example.Notes.task_sync.service"_s; }
 
     /// @param busConfiguration see PrivateBus.
     explicit Scene(const QString &busConfiguration = {});

@@ -1,4 +1,5 @@
 #include "chaos/snapshot.h"
+#include "support/literals.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -38,7 +39,7 @@ std::set<QString> pathsOf(const Snapshot &one, const Snapshot &other)
 
 QString describe(const QByteArray &content)
 {
-    return content.isNull() ? QStringLiteral("nothing") : QString::fromUtf8(content).simplified();
+    return content.isNull() ? u"nothing"_s : QString::fromUtf8(content).simplified();
 }
 
 } // namespace
@@ -82,8 +83,7 @@ QStringList neitherOldNorNew(const Snapshot &found, const Snapshot &before, cons
     for (const QString &path : pathsOf(found, all)) {
         const QByteArray content = at(found, path);
         if (content != at(before, path) && content != at(after, path) && !isLeftover(path))
-            wrong.append(
-                QStringLiteral("%1 is neither old nor new: %2").arg(path, describe(content)));
+            wrong.append(u"%1 is neither old nor new: %2"_s.arg(path, describe(content)));
     }
     return wrong;
 }
@@ -93,8 +93,8 @@ QStringList differences(const Snapshot &found, const Snapshot &expected)
     QStringList wrong;
     for (const QString &path : pathsOf(found, expected)) {
         if (at(found, path) != at(expected, path))
-            wrong.append(QStringLiteral("%1 is %2 instead of %3")
-                             .arg(path, describe(at(found, path)), describe(at(expected, path))));
+            wrong.append(u"%1 is %2 instead of %3"_s.arg(path, describe(at(found, path)),
+                                                         describe(at(expected, path))));
     }
     return wrong;
 }

@@ -3,6 +3,7 @@
 #include "chaos/random_calls.h"
 #include "chaos/scene.h"
 #include "client/calls.h"
+#include "support/literals.h"
 
 #include <QDBusPendingCallWatcher>
 
@@ -46,13 +47,13 @@ public:
     QStringList run(int steps)
     {
         if (!m_isUp)
-            return {QStringLiteral("the daemon does not start")};
+            return {u"the daemon does not start"_s};
         const int warmUp = steps / warmUpShare;
         if (!walk(warmUp))
-            return {QStringLiteral("calls are not answered")};
+            return {u"calls are not answered"_s};
         const Holdings before = holdings();
         if (!walk(steps - warmUp))
-            return {QStringLiteral("calls are not answered")};
+            return {u"calls are not answered"_s};
         const Holdings after = holdings();
         report("soak", before, after);
         return differences(before, after);
@@ -61,7 +62,7 @@ public:
 private:
     void declare(int number)
     {
-        m_scene.fixture.root.writeApplication(QStringLiteral("App%1").arg(number),
+        m_scene.fixture.root.writeApplication(u"App%1"_s.arg(number),
                                               "[X-Task sync]\nType=Sync\nExec=/opt/w\n# "
                                                   + QByteArray::number(qulonglong(m_random()))
                                                   + '\n');
@@ -102,8 +103,7 @@ private:
         }
         m_scene.fixture.systemd->emitChange(
             Fixture::unitPath(m_calls.task()),
-            {{QStringLiteral("ActiveState"),
-              m_calls.number(2) == 0 ? QStringLiteral("active") : QStringLiteral("inactive")}});
+            {{u"ActiveState"_s, m_calls.number(2) == 0 ? u"active"_s : u"inactive"_s}});
     }
 
     // Leaves with its calls unanswered.
@@ -141,7 +141,7 @@ private:
             Fixture::drop(visitor.connection);
         for (int number = 0; number < RandomCalls::applications; ++number)
             (void)m_scene.fixture.call(Client::stopCall(
-                Fixture::sessionPath(), QStringLiteral("com.example.App%1.task_sync").arg(number)));
+                Fixture::sessionPath(), u"com.example.App%1.task_sync"_s.arg(number)));
         const Holdings holdings = settledHoldingsOf(m_scene);
         for (Visitor &visitor : m_visitors)
             visitor.connection = m_scene.fixture.connect();
@@ -162,13 +162,12 @@ private:
 void runSoak(Campaign &campaign)
 {
     // One process of its own for all of them.
-    if (!campaign.does(0, QStringLiteral("soak")))
+    if (!campaign.does(0, u"soak"_s))
         return;
     const int steps = campaign.isSample ? sampleSteps : allSteps;
     const QStringList broken = Soak(campaign).run(steps);
-    campaign.tally.count(QStringLiteral("soak"), QStringLiteral("operations by chance"), true,
-                         broken, QStringLiteral("scripts/chaos --seed %1 soak").arg(campaign.seed),
-                         steps);
+    campaign.tally.count(u"soak"_s, u"operations by chance"_s, true, broken,
+                         u"scripts/chaos --seed %1 soak"_s.arg(campaign.seed), steps);
 }
 
 } // namespace Chaos

@@ -1,6 +1,7 @@
 #include "chaos/trace.h"
 
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -22,12 +23,12 @@ QByteArray fileText(const QString &path)
 
 bool isTraced(qint64 process, bool inAllThreads)
 {
-    const QString threads = QStringLiteral("/proc/%1/task").arg(process);
+    const QString threads = u"/proc/%1/task"_s.arg(process);
     const QStringList ids = inAllThreads
         ? QDir(threads).entryList(QDir::Dirs | QDir::NoDotAndDotDot)
         : QStringList{QString::number(process)};
     for (const QString &id : ids) {
-        if (fileText(QStringLiteral("%1/%2/status").arg(threads, id)).contains("\nTracerPid:\t0\n"))
+        if (fileText(u"%1/%2/status"_s.arg(threads, id)).contains("\nTracerPid:\t0\n"))
             return false;
     }
     return !ids.isEmpty();
@@ -35,7 +36,7 @@ bool isTraced(qint64 process, bool inAllThreads)
 
 bool isZombie(qint64 process)
 {
-    return fileText(QStringLiteral("/proc/%1/status").arg(process)).contains("\nState:\tZ");
+    return fileText(u"/proc/%1/status"_s.arg(process)).contains("\nState:\tZ");
 }
 
 } // namespace
@@ -52,21 +53,17 @@ Trace::~Trace() { finish(true); }
 
 QStringList Trace::options() const
 {
-    QStringList options{
-        QStringLiteral("-y"), QStringLiteral("-q"),
-        QStringLiteral("-s"), QStringLiteral("64"),
-        QStringLiteral("-o"), m_logFile,
-        QStringLiteral("-e"), QStringLiteral("trace=?") + m_calls.join(QStringLiteral(",?"))};
+    QStringList options{u"-y"_s, u"-q"_s,   u"-s"_s, u"64"_s,
+                        u"-o"_s, m_logFile, u"-e"_s, u"trace=?"_s + m_calls.join(u",?"_s)};
     // Files are the first thread's matter. Each thread has a count of its own, so an error would
     // also meet what another thread writes to a pipe.
     if (!m_injection.effect.startsWith(QLatin1String("error=")))
-        options << QStringLiteral("-f");
+        options << u"-f"_s;
     if (!m_injection.call.isEmpty())
-        options << QStringLiteral("-e")
-                << QStringLiteral("inject=%1:%2:when=%3")
-                       .arg(m_injection.call, m_injection.effect)
+        options << u"-e"_s
+                << u"inject=%1:%2:when=%3"_s.arg(m_injection.call, m_injection.effect)
                        .arg(m_injection.when)
-                + (m_injection.stays ? QStringLiteral("+") : QString());
+                + (m_injection.stays ? u"+"_s : QString());
     return options;
 }
 
@@ -76,8 +73,7 @@ bool Trace::attach(qint64 process)
         if (m_strace.readAllStandardError().contains("ptrace_syscall_info"))
             giveUp();
     });
-    m_strace.start(QStringLiteral("strace"),
-                   options() << QStringLiteral("-p") << QString::number(process));
+    m_strace.start(u"strace"_s, options() << u"-p"_s << QString::number(process));
     // Its parent cannot have it as long as strace does not let it go.
     constexpr int lookMs = 100;
     constexpr int mostLooks = 10;
@@ -87,17 +83,14 @@ bool Trace::attach(qint64 process)
             giveUp();
     });
     m_lookout.start(lookMs);
-    const bool inAllThreads = options().contains(QStringLiteral("-f"));
+    const bool inAllThreads = options().contains(u"-f"_s);
     return Fixture::waitUntil([&] {
                return isTraced(process, inAllThreads) || m_strace.state() == QProcess::NotRunning;
            })
         && isTraced(process, inAllThreads);
 }
 
-QStringList Trace::wrapper() const
-{
-    return QStringList{QStringLiteral("strace"), QStringLiteral("-D")} + options();
-}
+QStringList Trace::wrapper() const { return QStringList{u"strace"_s, u"-D"_s} + options(); }
 
 void Trace::giveUp()
 {
@@ -143,7 +136,7 @@ QByteArray Trace::log() const { return fileText(m_logFile); }
 
 QVector<TracedCall> Trace::calls() const
 {
-    static const QRegularExpression entered(QStringLiteral("^(\\d+ +)?([a-z0-9_]+)\\("));
+    static const QRegularExpression entered(u"^(\\d+ +)?([a-z0-9_]+)\\("_s);
     QHash<QString, int> counts;
     QVector<TracedCall> calls;
     const QStringList lines = QString::fromUtf8(log()).split(QLatin1Char('\n'));

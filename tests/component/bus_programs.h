@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/death_bound_process.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 
 #include <QDBusConnection>
@@ -22,13 +23,13 @@ public:
     explicit TestRoot(const QString &busAddress)
         : environment(QProcessEnvironment::systemEnvironment())
     {
-        const QString data = path(QStringLiteral("share"));
-        environment.remove(QStringLiteral("ORVANE_SKIP_AUTHENTICATION"));
-        environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), busAddress);
-        environment.insert(QStringLiteral("ORVANE_ROOTFS"), m_directory.path());
-        environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), QStringLiteral("60000"));
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), data);
-        environment.insert(QStringLiteral("XDG_DATA_DIRS"), data);
+        const QString data = path(u"share"_s);
+        environment.remove(u"ORVANE_SKIP_AUTHENTICATION"_s);
+        environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, busAddress);
+        environment.insert(u"ORVANE_ROOTFS"_s, m_directory.path());
+        environment.insert(u"ORVANE_DAEMON_TIMEOUT"_s, u"60000"_s);
+        environment.insert(u"XDG_DATA_HOME"_s, data);
+        environment.insert(u"XDG_DATA_DIRS"_s, data);
         QFile::setPermissions(m_directory.path(), QFile::Permissions(0x7755));
     }
     Q_DISABLE_COPY(TestRoot)
@@ -39,7 +40,7 @@ public:
     }
     [[nodiscard]] QString runtime(const QString &relative) const
     {
-        return path(QStringLiteral("var/lib/am/apps/") + relative);
+        return path(u"var/lib/am/apps/"_s + relative);
     }
     [[nodiscard]] bool write(const QString &relative, const QByteArray &text) const
     {
@@ -108,7 +109,7 @@ public:
     {
         if (!m_bus.start())
             return;
-        m_root.environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), idleMs);
+        m_root.environment.insert(u"ORVANE_DAEMON_TIMEOUT"_s, idleMs);
         m_daemon = std::make_unique<Program>(m_root, QStringLiteral(ORVANE_BINARY));
     }
     Q_DISABLE_COPY(UncalledDaemon)

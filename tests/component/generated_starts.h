@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/start_request.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QString>
@@ -22,7 +23,7 @@ public:
     /// Writes the desktop entry of an application that declares one task of the type Sync.
     void writeApplication(const TempRoot &root, int number)
     {
-        root.write(QStringLiteral("/usr/share/applications/%1app %1.desktop").arg(number),
+        root.write(u"/usr/share/applications/%1app %1.desktop"_s.arg(number),
                    "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app -a\n"
                        + idGroup(number) + "\n[" + one({"X-Task ", "X-Service "}) + "sync"
                        + QByteArray::number(number) + "]\nType=Sync\n" + exec());

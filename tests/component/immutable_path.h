@@ -1,6 +1,8 @@
 // A file or directory that nothing can change.
 #pragma once
 
+#include "support/literals.h"
+
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -11,13 +13,13 @@ class ImmutablePath
 public:
     explicit ImmutablePath(const QString &path)
         : m_path(path)
-        , m_set(chattr(QStringLiteral("+i")))
+        , m_set(chattr(u"+i"_s))
     {
     }
     ~ImmutablePath()
     {
         if (m_set)
-            chattr(QStringLiteral("-i"));
+            chattr(u"-i"_s);
     }
     Q_DISABLE_COPY(ImmutablePath)
 
@@ -27,7 +29,7 @@ public:
 private:
     bool chattr(const QString &change) const
     {
-        return QProcess::execute(QStringLiteral("chattr"), {change, m_path}) == 0;
+        return QProcess::execute(u"chattr"_s, {change, m_path}) == 0;
     }
 
     const QString m_path;

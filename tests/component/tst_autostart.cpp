@@ -1,6 +1,7 @@
 // Autostart over the bus: who may switch it, what is answered, what counts as activity.
 
 #include "component/bus_programs.h"
+#include "support/literals.h"
 
 #include <QDBusError>
 #include <QDBusMessage>
@@ -38,7 +39,7 @@ private:
     QDBusMessage call(const QString &method, const QVariantList &arguments) const;
     QDBusMessage setEnabled(int uid, const QString &application, bool value) const
     {
-        return call(QStringLiteral("SetEnabled"), {uid, application, value});
+        return call(u"SetEnabled"_s, {uid, application, value});
     }
     bool ownCaller(uid_t uid, gid_t gid) const;
 
@@ -49,23 +50,23 @@ private:
 
 namespace {
 
-const QString accessDenied = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
-const QString invalidArgs = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
-const QString internalError = QStringLiteral("org.qtproject.QtDBus.Error.InternalError");
-const QString client = QStringLiteral("client");
-const QString app = QStringLiteral("a.b");
+const QString accessDenied = u"org.freedesktop.DBus.Error.AccessDenied"_s;
+const QString invalidArgs = u"org.freedesktop.DBus.Error.InvalidArgs"_s;
+const QString internalError = u"org.qtproject.QtDBus.Error.InternalError"_s;
+const QString client = u"client"_s;
+const QString app = u"a.b"_s;
 
 // The arguments of dbus-send.
 QStringList setEnabledArguments(const QString &address)
 {
-    return {QStringLiteral("--bus=") + address,
-            QStringLiteral("--print-reply"),
-            QStringLiteral("--dest=org.zarn.Orvane"),
-            QStringLiteral("/org/zarn/am"),
-            QStringLiteral("org.zarn.am.Autostart.SetEnabled"),
-            QStringLiteral("int32:100000"),
-            QStringLiteral("string:a.b"),
-            QStringLiteral("boolean:true")};
+    return {u"--bus="_s + address,
+            u"--print-reply"_s,
+            u"--dest=org.zarn.Orvane"_s,
+            u"/org/zarn/am"_s,
+            u"org.zarn.am.Autostart.SetEnabled"_s,
+            u"int32:100000"_s,
+            u"string:a.b"_s,
+            u"boolean:true"_s};
 }
 
 } // namespace
@@ -90,14 +91,13 @@ void TestAutostart::cleanup()
 bool TestAutostart::startDaemon()
 {
     m_daemon = std::make_unique<Program>(*m_root, QStringLiteral(ORVANE_BINARY));
-    return waitForName(m_bus->connect(client), QStringLiteral("org.zarn.Orvane"));
+    return waitForName(m_bus->connect(client), u"org.zarn.Orvane"_s);
 }
 
 QDBusMessage TestAutostart::call(const QString &method, const QVariantList &arguments) const
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        QStringLiteral("org.zarn.Orvane"), QStringLiteral("/org/zarn/am"),
-        QStringLiteral("org.zarn.am.Autostart"), method);
+    QDBusMessage message = QDBusMessage::createMethodCall(u"org.zarn.Orvane"_s, u"/org/zarn/am"_s,
+                                                          u"org.zarn.am.Autostart"_s, method);
     message.setArguments(arguments);
     return m_bus->connect(client).call(message);
 }
@@ -106,8 +106,7 @@ QDBusMessage TestAutostart::call(const QString &method, const QVariantList &argu
 // /proc below its root.
 bool TestAutostart::ownCaller(uid_t uid, gid_t gid) const
 {
-    const QString process =
-        m_root->path(QStringLiteral("proc/%1").arg(QCoreApplication::applicationPid()));
+    const QString process = m_root->path(u"proc/%1"_s.arg(QCoreApplication::applicationPid()));
     return QDir().mkpath(process) && ::chown(QFile::encodeName(process).constData(), uid, gid) == 0;
 }
 
@@ -118,22 +117,21 @@ void TestAutostart::refusesArgumentsInWords_data()
     QTest::addColumn<QString>("error");
     QTest::addColumn<QString>("message");
 
-    const QString get = QStringLiteral("GetEnabled");
-    const QString notSupported = QStringLiteral("org.freedesktop.DBus.Error.NotSupported");
+    const QString get = u"GetEnabled"_s;
+    const QString notSupported = u"org.freedesktop.DBus.Error.NotSupported"_s;
     QTest::newRow("reading all users")
         << get << QVariantList{-1} << notSupported
-        << QStringLiteral("GetEnabled() method does not support UID -1 (all users)");
+        << u"GetEnabled() method does not support UID -1 (all users)"_s;
     QTest::newRow("reading a negative user")
-        << get << QVariantList{-2} << invalidArgs << QStringLiteral("UID cannot be less than 0");
-    QTest::newRow("reading the least user") << get << QVariantList{-2147483647 - 1} << invalidArgs
-                                            << QStringLiteral("UID cannot be less than 0");
+        << get << QVariantList{-2} << invalidArgs << u"UID cannot be less than 0"_s;
+    QTest::newRow("reading the least user")
+        << get << QVariantList{-2147483647 - 1} << invalidArgs << u"UID cannot be less than 0"_s;
     QTest::newRow("switching for a negative user")
-        << QStringLiteral("SetEnabled") << QVariantList{-2, app, true} << invalidArgs
-        << QStringLiteral("UID cannot be less than -1");
+        << u"SetEnabled"_s << QVariantList{-2, app, true} << invalidArgs
+        << u"UID cannot be less than -1"_s;
     QTest::newRow("switching no application")
-        << QStringLiteral("SetEnabled") << QVariantList{100000, QStringLiteral("a b"), true}
-        << internalError
-        << QStringLiteral("Failed to set autostart value for user with UID 100000");
+        << u"SetEnabled"_s << QVariantList{100000, u"a b"_s, true} << internalError
+        << u"Failed to set autostart value for user with UID 100000"_s;
 }
 
 void TestAutostart::refusesArgumentsInWords()
@@ -155,7 +153,7 @@ void TestAutostart::refusesAnUnprivilegedCallerBeforeLookingAtTheArguments()
         QSKIP("only root can give files away");
     QVERIFY(startDaemon());
     for (const int uid : {-5, -1, 100000}) {
-        const QDBusMessage reply = setEnabled(uid, QStringLiteral("a b"), true);
+        const QDBusMessage reply = setEnabled(uid, u"a b"_s, true);
         QCOMPARE(reply.errorName(), accessDenied);
         QCOMPARE(reply.errorMessage(), QString());
     }
@@ -165,7 +163,7 @@ void TestAutostart::refusesAnUnprivilegedCallerBeforeLookingAtTheArguments()
 
 void TestAutostart::refusesACallerWhoseProcessIsGone()
 {
-    QVERIFY(QDir(m_root->path(QStringLiteral("proc"))).removeRecursively());
+    QVERIFY(QDir(m_root->path(u"proc"_s)).removeRecursively());
     QVERIFY(startDaemon());
     QCOMPARE(setEnabled(100000, app, true).errorName(), accessDenied);
 }
@@ -174,16 +172,16 @@ void TestAutostart::anybodyMayReadAnybodysList()
 {
     if (!ownCaller(65534, 65534))
         QSKIP("only root can give files away");
-    QVERIFY(m_root->write(QStringLiteral("etc/am/conf.d/x.conf"),
+    QVERIFY(m_root->write(u"etc/am/conf.d/x.conf"_s,
                           "[c.d]\nautostart=true\n[a.b%7C100000]\nautostart=true\n"));
     QVERIFY(startDaemon());
-    const QDBusMessage reply = call(QStringLiteral("GetEnabled"), {100000});
-    QCOMPARE(reply.signature(), QStringLiteral("as"));
+    const QDBusMessage reply = call(u"GetEnabled"_s, {100000});
+    QCOMPARE(reply.signature(), u"as"_s);
     QStringList ids = reply.arguments().constFirst().toStringList();
     ids.sort();
-    QCOMPARE(ids, QStringList({app, QStringLiteral("c.d")}));
-    QCOMPARE(call(QStringLiteral("GetEnabled"), {0}).arguments().constFirst().toStringList(),
-             QStringList{QStringLiteral("c.d")});
+    QCOMPARE(ids, QStringList({app, u"c.d"_s}));
+    QCOMPARE(call(u"GetEnabled"_s, {0}).arguments().constFirst().toStringList(),
+             QStringList{u"c.d"_s});
 }
 
 void TestAutostart::rootMaySwitchForOneUserAndForAll()
@@ -192,13 +190,12 @@ void TestAutostart::rootMaySwitchForOneUserAndForAll()
     const QDBusMessage reply = setEnabled(100000, app, false);
     QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(reply.signature(), QString());
-    QCOMPARE(m_root->read(QStringLiteral("var/lib/am/apps/a.b/100000.conf")),
+    QCOMPARE(m_root->read(u"var/lib/am/apps/a.b/100000.conf"_s),
              QByteArray("[a.b%7C100000]\nautostart=false\n"));
 
     QCOMPARE(setEnabled(-1, app, true).type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(QDir(m_root->runtime(app)).entryList(QDir::Files),
-             QStringList{QStringLiteral("all-users.conf")});
-    QCOMPARE(call(QStringLiteral("GetEnabled"), {100000}).arguments().constFirst().toStringList(),
+    QCOMPARE(QDir(m_root->runtime(app)).entryList(QDir::Files), QStringList{u"all-users.conf"_s});
+    QCOMPARE(call(u"GetEnabled"_s, {100000}).arguments().constFirst().toStringList(),
              QStringList{app});
 }
 
@@ -225,37 +222,35 @@ void TestAutostart::admitsRealCallersByTheirGroups()
 
     // The daemon gets the real /proc below its root and a user database of its own. The callers are
     // users that every Debian has, because the bus refuses others.
-    QVERIFY(QDir(m_root->path(QStringLiteral("proc"))).removeRecursively());
-    QVERIFY(QFile::link(QStringLiteral("/proc"), m_root->path(QStringLiteral("proc"))));
-    QVERIFY(m_root->write(QStringLiteral("passwd"),
+    QVERIFY(QDir(m_root->path(u"proc"_s)).removeRecursively());
+    QVERIFY(QFile::link(u"/proc"_s, m_root->path(u"proc"_s)));
+    QVERIFY(m_root->write(u"passwd"_s,
                           "root:x:0:0::/:/bin/sh\nprimary:x:1:4242::/:/bin/sh\n"
                           "member:x:2:2::/:/bin/sh\noutsider:x:3:3::/:/bin/sh\n"));
-    QVERIFY(m_root->write(QStringLiteral("group"),
+    QVERIFY(m_root->write(u"group"_s,
                           "root:x:0:\nmember:x:2:\noutsider:x:3:\n"
                           "privileged:x:4242:somebody,member\n"));
     m_daemon = std::make_unique<Program>(
-        *m_root, QStringLiteral("unshare"),
-        QStringList{QStringLiteral("--mount"), QStringLiteral("sh"), QStringLiteral("-c"),
-                    QStringLiteral("mount --bind \"$1\" /etc/passwd && "
-                                   "mount --bind \"$2\" /etc/group && exec \"$3\""),
-                    QStringLiteral("sh"), m_root->path(QStringLiteral("passwd")),
-                    m_root->path(QStringLiteral("group")), QStringLiteral(ORVANE_BINARY)});
+        *m_root, u"unshare"_s,
+        QStringList{u"--mount"_s, u"sh"_s, u"-c"_s,
+                    u"mount --bind \"$1\" /etc/passwd && "
+                    "mount --bind \"$2\" /etc/group && exec \"$3\""_s,
+                    u"sh"_s, m_root->path(u"passwd"_s), m_root->path(u"group"_s),
+                    QStringLiteral(ORVANE_BINARY)});
     QTRY_VERIFY(m_daemon->process.state() == QProcess::NotRunning
-                || m_bus->connect(client).interface()->isServiceRegistered(
-                    QStringLiteral("org.zarn.Orvane")));
+                || m_bus->connect(client).interface()->isServiceRegistered(u"org.zarn.Orvane"_s));
     if (m_daemon->log().contains("unshare") || m_daemon->log().contains("mount: "))
         QSKIP("needs root and mount namespaces");
 
-    Program caller(*m_root, QStringLiteral("setpriv"),
-                   QStringList{QStringLiteral("--reuid=%1").arg(uid),
-                               QStringLiteral("--regid=%1").arg(gid),
-                               QStringLiteral("--clear-groups"), QStringLiteral("dbus-send")}
+    Program caller(*m_root, u"setpriv"_s,
+                   QStringList{u"--reuid=%1"_s.arg(uid), u"--regid=%1"_s.arg(gid),
+                               u"--clear-groups"_s, u"dbus-send"_s}
                        + setEnabledArguments(m_bus->address()));
     QVERIFY(caller.ended());
     QCOMPARE(caller.process.exitCode() == 0, admitted);
     if (!admitted)
         QVERIFY2(caller.log().startsWith("Error " + accessDenied.toLatin1()), caller.log());
-    QCOMPARE(QFileInfo::exists(m_root->runtime(QStringLiteral("a.b/100000.conf"))), admitted);
+    QCOMPARE(QFileInfo::exists(m_root->runtime(u"a.b/100000.conf"_s)), admitted);
 }
 
 void TestAutostart::skipsTheCheckOnlyWhenToldExactlySo_data()
@@ -263,10 +258,10 @@ void TestAutostart::skipsTheCheckOnlyWhenToldExactlySo_data()
     QTest::addColumn<QString>("value");
     QTest::addColumn<bool>("admitted");
 
-    QTest::newRow("1") << QStringLiteral("1") << true;
-    QTest::newRow("true") << QStringLiteral("true") << false;
-    QTest::newRow("0") << QStringLiteral("0") << false;
-    QTest::newRow("empty") << QStringLiteral("") << false;
+    QTest::newRow("1") << u"1"_s << true;
+    QTest::newRow("true") << u"true"_s << false;
+    QTest::newRow("0") << u"0"_s << false;
+    QTest::newRow("empty") << u""_s << false;
 }
 
 void TestAutostart::skipsTheCheckOnlyWhenToldExactlySo()
@@ -276,7 +271,7 @@ void TestAutostart::skipsTheCheckOnlyWhenToldExactlySo()
 
     if (!ownCaller(65534, 65534))
         QSKIP("only root can give files away");
-    m_root->environment.insert(QStringLiteral("ORVANE_SKIP_AUTHENTICATION"), value);
+    m_root->environment.insert(u"ORVANE_SKIP_AUTHENTICATION"_s, value);
     QVERIFY(startDaemon());
     QCOMPARE(setEnabled(-5, app, true).errorName(), admitted ? invalidArgs : accessDenied);
     QCOMPARE(setEnabled(5, app, true).errorName(), admitted ? QString() : accessDenied);
@@ -287,9 +282,9 @@ void TestAutostart::saysWhoseSettingCouldNotBeStored_data()
     QTest::addColumn<int>("uid");
     QTest::addColumn<QString>("whose");
 
-    QTest::newRow("one user") << 100000 << QStringLiteral("user with UID 100000");
-    QTest::newRow("root") << 0 << QStringLiteral("user with UID 0");
-    QTest::newRow("all users") << -1 << QStringLiteral("all users");
+    QTest::newRow("one user") << 100000 << u"user with UID 100000"_s;
+    QTest::newRow("root") << 0 << u"user with UID 0"_s;
+    QTest::newRow("all users") << -1 << u"all users"_s;
 }
 
 void TestAutostart::saysWhoseSettingCouldNotBeStored()
@@ -297,11 +292,11 @@ void TestAutostart::saysWhoseSettingCouldNotBeStored()
     QFETCH(int, uid);
     QFETCH(QString, whose);
 
-    QVERIFY(m_root->write(QStringLiteral("var/lib/am/apps/a.b"), "in the way"));
+    QVERIFY(m_root->write(u"var/lib/am/apps/a.b"_s, "in the way"));
     QVERIFY(startDaemon());
     const QDBusMessage reply = setEnabled(uid, app, true);
     QCOMPARE(reply.errorName(), internalError);
-    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to set autostart value for ") + whose);
+    QCOMPARE(reply.errorMessage(), u"Failed to set autostart value for "_s + whose);
     QTRY_VERIFY(m_daemon->log().contains("couldn't create base directory \""
                                          + m_root->runtime(app).toUtf8() + "\" for \""));
 }
@@ -311,14 +306,13 @@ void TestAutostart::saysThatItCouldNotReadTheSettings()
     QVERIFY(startDaemon());
     QVERIFY(setEnabled(100000, app, true).type() == QDBusMessage::ReplyMessage);
     // A folder that nobody can open, not even root.
-    const QString folder = m_root->path(QStringLiteral("etc/am/conf.d"));
+    const QString folder = m_root->path(u"etc/am/conf.d"_s);
     QVERIFY(QDir().mkpath(QFileInfo(folder).path()) && QFile::link(folder, folder));
-    const QDBusMessage reply = call(QStringLiteral("GetEnabled"), {100000});
+    const QDBusMessage reply = call(u"GetEnabled"_s, {100000});
     QCOMPARE(reply.errorName(), internalError);
-    QCOMPARE(reply.errorMessage(),
-             QStringLiteral("Failed to read autostart values for user with UID 100000"));
+    QCOMPARE(reply.errorMessage(), u"Failed to read autostart values for user with UID 100000"_s);
     QVERIFY(QFile::remove(folder));
-    QCOMPARE(call(QStringLiteral("GetEnabled"), {100000}).arguments().constFirst().toStringList(),
+    QCOMPARE(call(u"GetEnabled"_s, {100000}).arguments().constFirst().toStringList(),
              QStringList(app));
 }
 
@@ -326,25 +320,24 @@ void TestAutostart::survivesACallThatWantsNoReply()
 {
     QVERIFY(startDaemon());
     QDBusMessage message = QDBusMessage::createMethodCall(
-        QStringLiteral("org.zarn.Orvane"), QStringLiteral("/org/zarn/am"),
-        QStringLiteral("org.zarn.am.Autostart"), QStringLiteral("SetEnabled"));
+        u"org.zarn.Orvane"_s, u"/org/zarn/am"_s, u"org.zarn.am.Autostart"_s, u"SetEnabled"_s);
     for (const int uid : {-5, 100000}) {
         message.setArguments({uid, app, true});
         QVERIFY(m_bus->connect(client).send(message));
     }
-    QTRY_VERIFY(QFileInfo::exists(m_root->runtime(QStringLiteral("a.b/100000.conf"))));
-    QCOMPARE(call(QStringLiteral("GetEnabled"), {100000}).type(), QDBusMessage::ReplyMessage);
+    QTRY_VERIFY(QFileInfo::exists(m_root->runtime(u"a.b/100000.conf"_s)));
+    QCOMPARE(call(u"GetEnabled"_s, {100000}).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestAutostart::aCallStartsTheIdleTimeAnew()
 {
-    const QString idleMs = QStringLiteral("1000");
-    m_root->environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), idleMs);
+    const QString idleMs = u"1000"_s;
+    m_root->environment.insert(u"ORVANE_DAEMON_TIMEOUT"_s, idleMs);
     QVERIFY(startDaemon());
     UncalledDaemon uncalled(idleMs);
     while (!uncalled.leavesSoon()) {
         // Refused calls count too.
-        QCOMPARE(call(QStringLiteral("GetEnabled"), {-1}).type(), QDBusMessage::ErrorMessage);
+        QCOMPARE(call(u"GetEnabled"_s, {-1}).type(), QDBusMessage::ErrorMessage);
         QVERIFY(!m_daemon->process.waitForFinished(0));
     }
     QVERIFY(uncalled.wasFine());
@@ -356,9 +349,9 @@ void TestAutostart::aCallStartsTheIdleTimeAnew()
 void TestAutostart::describesItself()
 {
     QVERIFY(startDaemon());
-    const QDBusMessage introspection = m_bus->connect(client).call(QDBusMessage::createMethodCall(
-        QStringLiteral("org.zarn.Orvane"), QStringLiteral("/org/zarn/am"),
-        QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect")));
+    const QDBusMessage introspection = m_bus->connect(client).call(
+        QDBusMessage::createMethodCall(u"org.zarn.Orvane"_s, u"/org/zarn/am"_s,
+                                       u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s));
     const QString xml = introspection.arguments().constFirst().toString();
     QVERIFY(xml.contains(QLatin1String("<interface name=\"org.zarn.am.Autostart\">")));
     QVERIFY(xml.contains(QLatin1String("<arg name=\"uid\" type=\"i\" direction=\"in\"/>")));

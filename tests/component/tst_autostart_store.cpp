@@ -2,6 +2,7 @@
 
 #include "component/bus_programs.h"
 #include "component/immutable_path.h"
+#include "support/literals.h"
 
 #include <csignal>
 
@@ -28,8 +29,7 @@ private:
     bool startDaemon();
     bool writeSetting(const QString &relative) const
     {
-        return m_root->write(QStringLiteral("var/lib/am/apps/") + relative,
-                             "[a.b]\nautostart=true\n");
+        return m_root->write(u"var/lib/am/apps/"_s + relative, "[a.b]\nautostart=true\n");
     }
     bool exists(const QString &relative) const
     {
@@ -45,7 +45,7 @@ private:
 
 namespace {
 
-const QString client = QStringLiteral("client");
+const QString client = u"client"_s;
 
 const QByteArray cleanupFunction = "void Autostart::Manager::cleanupRemovedUsers(): ";
 
@@ -72,13 +72,13 @@ bool TestAutostartStore::startUserManager(const QStringList &arguments)
 {
     m_userManager =
         std::make_unique<Program>(*m_root, QStringLiteral(FAKE_USER_MANAGER), arguments);
-    return waitForName(m_bus->connect(client), QStringLiteral("org.sailfishos.usermanager"));
+    return waitForName(m_bus->connect(client), u"org.sailfishos.usermanager"_s);
 }
 
 bool TestAutostartStore::startDaemon()
 {
     m_daemon = std::make_unique<Program>(*m_root, QStringLiteral(ORVANE_BINARY));
-    return waitForName(m_bus->connect(client), QStringLiteral("org.zarn.Orvane"));
+    return waitForName(m_bus->connect(client), u"org.zarn.Orvane"_s);
 }
 
 void TestAutostartStore::removesTheSettingsOfUsersThatAreGone()
@@ -88,11 +88,9 @@ void TestAutostartStore::removesTheSettingsOfUsersThatAreGone()
           "e.f/100002.conf", "e.f/notes.txt", "e.f/note.CONF", "g.h/deeper/100002.conf",
           "i.j/nonsense.conf", "i.j/0100000.conf", ".k.l/100002.conf", "m.n/100001.conf"})
         QVERIFY(writeSetting(QString::fromLatin1(file)));
-    QVERIFY(m_root->write(QStringLiteral("etc/am/conf.d/100002.conf"),
-                          "[a.b%7C100002]\nautostart=true\n"));
-    QVERIFY(QDir().mkpath(m_root->runtime(QStringLiteral("empty"))));
-    QVERIFY(startUserManager(
-        {QStringLiteral("list"), QStringLiteral("100000"), QStringLiteral("100001")}));
+    QVERIFY(m_root->write(u"etc/am/conf.d/100002.conf"_s, "[a.b%7C100002]\nautostart=true\n"));
+    QVERIFY(QDir().mkpath(m_root->runtime(u"empty"_s)));
+    QVERIFY(startUserManager({u"list"_s, u"100000"_s, u"100001"_s}));
     QVERIFY(startDaemon());
 
     for (const char *gone :
@@ -101,7 +99,7 @@ void TestAutostartStore::removesTheSettingsOfUsersThatAreGone()
     for (const char *kept : {"a.b/100000.conf", "a.b/all-users.conf", "e.f/notes.txt",
                              "e.f/note.CONF", "g.h", "m.n/100001.conf", "empty"})
         QVERIFY2(exists(QString::fromLatin1(kept)), kept);
-    QVERIFY(QFileInfo::exists(m_root->path(QStringLiteral("etc/am/conf.d/100002.conf"))));
+    QVERIFY(QFileInfo::exists(m_root->path(u"etc/am/conf.d/100002.conf"_s)));
     QVERIFY2(!m_daemon->log().contains("cleanupRemovedUsers"), m_daemon->log());
 }
 
@@ -112,12 +110,12 @@ void TestAutostartStore::deletesNothingWithoutAGoodAnswer_data()
 
     QTest::newRow("nobody answers")
         << QString() << QByteArray("org.freedesktop.DBus.Error.ServiceUnknown");
-    QTest::newRow("an error") << QStringLiteral("error")
+    QTest::newRow("an error") << u"error"_s
                               << QByteArray("QDBusError(\"org.freedesktop.DBus.Error.Failed\", "
                                             "\"No users today\")");
     QTest::newRow("no user at all")
-        << QStringLiteral("empty") << QByteArray("org.freedesktop.DBus.Error.Failed");
-    QTest::newRow("another type") << QStringLiteral("malformed")
+        << u"empty"_s << QByteArray("org.freedesktop.DBus.Error.Failed");
+    QTest::newRow("another type") << u"malformed"_s
                                   << QByteArray("org.freedesktop.DBus.Error.InvalidSignature");
 }
 
@@ -126,39 +124,37 @@ void TestAutostartStore::deletesNothingWithoutAGoodAnswer()
     QFETCH(QString, mode);
     QFETCH(QByteArray, error);
 
-    QVERIFY(writeSetting(QStringLiteral("a.b/100002.conf")));
+    QVERIFY(writeSetting(u"a.b/100002.conf"_s));
     if (!mode.isEmpty())
         QVERIFY(startUserManager({mode}));
     QVERIFY(startDaemon());
     QTRY_VERIFY(m_daemon->log().contains(cleanupFunction + "couldn't get available users list: "));
     QTRY_VERIFY2(m_daemon->log().contains(error), m_daemon->log());
-    QVERIFY(exists(QStringLiteral("a.b/100002.conf")));
+    QVERIFY(exists(u"a.b/100002.conf"_s));
 }
 
 void TestAutostartStore::followsNoLinkOutOfTheStore()
 {
-    QVERIFY(m_root->write(QStringLiteral("outside/100002.conf"), "kept"));
-    QVERIFY(writeSetting(QStringLiteral("a.b/100002.conf")));
-    QVERIFY(QFile::link(m_root->path(QStringLiteral("outside")),
-                        m_root->runtime(QStringLiteral("c.d"))));
-    QVERIFY(QFile::link(m_root->path(QStringLiteral("outside/100002.conf")),
-                        m_root->runtime(QStringLiteral("a.b/100003.conf"))));
-    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(m_root->write(u"outside/100002.conf"_s, "kept"));
+    QVERIFY(writeSetting(u"a.b/100002.conf"_s));
+    QVERIFY(QFile::link(m_root->path(u"outside"_s), m_root->runtime(u"c.d"_s)));
+    QVERIFY(
+        QFile::link(m_root->path(u"outside/100002.conf"_s), m_root->runtime(u"a.b/100003.conf"_s)));
+    QVERIFY(startUserManager({u"list"_s, u"100000"_s}));
     QVERIFY(startDaemon());
 
-    QTRY_VERIFY_WITH_TIMEOUT(!exists(QStringLiteral("a.b")), 20000);
-    QCOMPARE(m_root->read(QStringLiteral("outside/100002.conf")), QByteArray("kept"));
-    QVERIFY(exists(QStringLiteral("c.d")));
+    QTRY_VERIFY_WITH_TIMEOUT(!exists(u"a.b"_s), 20000);
+    QCOMPARE(m_root->read(u"outside/100002.conf"_s), QByteArray("kept"));
+    QVERIFY(exists(u"c.d"_s));
 }
 
 void TestAutostartStore::asksOnce()
 {
-    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(startUserManager({u"list"_s, u"100000"_s}));
     QVERIFY(startDaemon());
     for (int i = 0; i < 3; ++i) {
         QDBusMessage call = QDBusMessage::createMethodCall(
-            QStringLiteral("org.zarn.Orvane"), QStringLiteral("/org/zarn/am"),
-            QStringLiteral("org.zarn.am.Autostart"), QStringLiteral("GetEnabled"));
+            u"org.zarn.Orvane"_s, u"/org/zarn/am"_s, u"org.zarn.am.Autostart"_s, u"GetEnabled"_s);
         call << 5;
         QCOMPARE(m_bus->connect(client).call(call).type(), QDBusMessage::ReplyMessage);
     }
@@ -173,31 +169,30 @@ void TestAutostartStore::asksOnce()
 
 void TestAutostartStore::namesASettingThatCannotBeRemoved()
 {
-    QVERIFY(writeSetting(QStringLiteral("a.b/100002.conf")));
-    QVERIFY(writeSetting(QStringLiteral("c.d/100002.conf")));
-    MAKE_IMMUTABLE(m_root->runtime(QStringLiteral("a.b/100002.conf")));
-    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(writeSetting(u"a.b/100002.conf"_s));
+    QVERIFY(writeSetting(u"c.d/100002.conf"_s));
+    MAKE_IMMUTABLE(m_root->runtime(u"a.b/100002.conf"_s));
+    QVERIFY(startUserManager({u"list"_s, u"100000"_s}));
     QVERIFY(startDaemon());
 
-    QTRY_VERIFY2(m_daemon->log().contains(
-                     cleanupFunction + "couldn't remove user config: \""
-                     + m_root->runtime(QStringLiteral("a.b/100002.conf")).toUtf8() + "\"\n"),
+    QTRY_VERIFY2(m_daemon->log().contains(cleanupFunction + "couldn't remove user config: \""
+                                          + m_root->runtime(u"a.b/100002.conf"_s).toUtf8()
+                                          + "\"\n"),
                  m_daemon->log());
-    QTRY_VERIFY_WITH_TIMEOUT(!exists(QStringLiteral("c.d")), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(!exists(u"c.d"_s), 20000);
 }
 
 void TestAutostartStore::namesADirectoryThatCannotBeRemoved()
 {
-    QVERIFY(writeSetting(QStringLiteral("a.b/100002.conf")));
-    MAKE_IMMUTABLE(m_root->runtime(QStringLiteral(".")));
-    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(writeSetting(u"a.b/100002.conf"_s));
+    MAKE_IMMUTABLE(m_root->runtime(u"."_s));
+    QVERIFY(startUserManager({u"list"_s, u"100000"_s}));
     QVERIFY(startDaemon());
 
     QTRY_VERIFY2(m_daemon->log().contains(cleanupFunction + "coudln't cleanup empty directory \""
-                                          + m_root->runtime(QStringLiteral("a.b")).toUtf8()
-                                          + "\"\n"),
+                                          + m_root->runtime(u"a.b"_s).toUtf8() + "\"\n"),
                  m_daemon->log());
-    QVERIFY(!exists(QStringLiteral("a.b/100002.conf")));
+    QVERIFY(!exists(u"a.b/100002.conf"_s));
 }
 
 // The second look at a directory fails as it does when there is no free descriptor.
@@ -205,38 +200,32 @@ void TestAutostartStore::keepsTheSettingsInADirectoryThatCannotBeListed()
 {
     for (const char *file : {"a.b/100000.conf", "a.b/100002.conf", "c.d/100002.conf"})
         QVERIFY(writeSetting(QString::fromLatin1(file)));
-    if (QProcess::execute(
-            QStringLiteral("strace"),
-            {QStringLiteral("-qq"), QStringLiteral("-etrace=none"), QStringLiteral("true")})
-        != 0)
+    if (QProcess::execute(u"strace"_s, {u"-qq"_s, u"-etrace=none"_s, u"true"_s}) != 0)
         QSKIP("needs strace and the right to trace");
-    QVERIFY(startUserManager({QStringLiteral("list"), QStringLiteral("100000")}));
+    QVERIFY(startUserManager({u"list"_s, u"100000"_s}));
     m_daemon = std::make_unique<Program>(
-        *m_root, QStringLiteral("strace"),
-        QStringList{QStringLiteral("-D"), QStringLiteral("-f"), QStringLiteral("-qq"),
-                    QStringLiteral("-P"), m_root->runtime(QStringLiteral("a.b")),
-                    QStringLiteral("-e"), QStringLiteral("trace=openat"), QStringLiteral("-e"),
-                    QStringLiteral("inject=openat:error=EMFILE:when=2"),
+        *m_root, u"strace"_s,
+        QStringList{u"-D"_s, u"-f"_s, u"-qq"_s, u"-P"_s, m_root->runtime(u"a.b"_s), u"-e"_s,
+                    u"trace=openat"_s, u"-e"_s, u"inject=openat:error=EMFILE:when=2"_s,
                     QStringLiteral(ORVANE_BINARY)});
-    QVERIFY(waitForName(m_bus->connect(client), QStringLiteral("org.zarn.Orvane")));
+    QVERIFY(waitForName(m_bus->connect(client), u"org.zarn.Orvane"_s));
 
     // This directory is the last in the order of the clean-up.
-    QTRY_VERIFY_WITH_TIMEOUT(!exists(QStringLiteral("c.d")), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(!exists(u"c.d"_s), 20000);
     QTRY_VERIFY2(m_daemon->log().contains("(INJECTED)"), m_daemon->log());
-    QVERIFY(!exists(QStringLiteral("a.b/100002.conf")));
-    QVERIFY(exists(QStringLiteral("a.b/100000.conf")));
+    QVERIFY(!exists(u"a.b/100002.conf"_s));
+    QVERIFY(exists(u"a.b/100000.conf"_s));
 }
 
 void TestAutostartStore::servesAndEndsWhenToldToWhileTheUserManagerIsSilent()
 {
-    QVERIFY(startUserManager({QStringLiteral("hang")}));
+    QVERIFY(startUserManager({u"hang"_s}));
     QVERIFY(startDaemon());
     QByteArray said;
     QTRY_VERIFY_WITH_TIMEOUT(
         (said += m_userManager->process.readAllStandardOutput()).contains("users"), 20000);
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.zarn.Orvane"), QStringLiteral("/org/zarn/am"),
-        QStringLiteral("org.zarn.am.Autostart"), QStringLiteral("GetEnabled"));
+    QDBusMessage call = QDBusMessage::createMethodCall(u"org.zarn.Orvane"_s, u"/org/zarn/am"_s,
+                                                       u"org.zarn.am.Autostart"_s, u"GetEnabled"_s);
     call << 5;
     QCOMPARE(m_bus->connect(client).call(call).type(), QDBusMessage::ReplyMessage);
 

@@ -1,6 +1,7 @@
 #include "client/daemon.h"
 #include "client/wait_for.h"
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -11,9 +12,9 @@ using Client::waitFor;
 
 namespace {
 
-QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
+QString task() { return u"com.example.Notes.task_sync"_s; }
 
-QString taskType() { return QStringLiteral("Sync"); }
+QString taskType() { return u"Sync"_s; }
 
 } // namespace
 
@@ -49,9 +50,8 @@ void TestClient::init()
     fixture = std::make_unique<Fixture>();
     fixture->root.serveType(taskType());
     fixture->root.writeApplication(
-        QStringLiteral("Notes"),
-        "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\nPermissions=Internet\n");
-    QVERIFY(fixture->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+        u"Notes"_s, "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\nPermissions=Internet\n");
+    QVERIFY(fixture->start({u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
     daemon = std::make_unique<Daemon>(fixture->client);
 }
 
@@ -74,10 +74,9 @@ void TestClient::registersAndReadsBothLists()
     QCOMPARE(registered.path, Fixture::sessionPath());
     QCOMPARE(registered.availableTasks.size(), 1);
     QCOMPARE(registered.availableTasks.constFirst().id, task());
-    QCOMPARE(registered.availableTasks.constFirst()
-                 .properties.value(QStringLiteral("Permissions"))
-                 .toStringList(),
-             QStringList(QStringLiteral("Internet")));
+    QCOMPARE(
+        registered.availableTasks.constFirst().properties.value(u"Permissions"_s).toStringList(),
+        QStringList(u"Internet"_s));
     QVERIFY(registered.activeTasks.isEmpty());
 }
 
@@ -85,16 +84,16 @@ void TestClient::startsAndStops()
 {
     const QString path = session().path;
     Client::StartRequest request;
-    request.user = QStringLiteral("appuser");
+    request.user = u"appuser"_s;
     request.atBoot = true;
     const auto [started] =
         waitFor<Outcome>([&](const auto &done) { daemon->start(path, task(), request, done); });
     QCOMPARE(started.toString(), QString());
-    QVERIFY(membersOf(fixture->systemd->calls).contains(QStringLiteral("EnableUnitFiles")));
+    QVERIFY(membersOf(fixture->systemd->calls).contains(u"EnableUnitFiles"_s));
     const auto [stopped] =
         waitFor<Outcome>([&](const auto &done) { daemon->stop(path, task(), done); });
     QCOMPARE(stopped.toString(), QString());
-    QVERIFY(membersOf(fixture->systemd->calls).contains(QStringLiteral("StopUnit")));
+    QVERIFY(membersOf(fixture->systemd->calls).contains(u"StopUnit"_s));
 }
 
 void TestClient::hearsOfWhatRuns()
@@ -108,14 +107,13 @@ void TestClient::hearsOfWhatRuns()
                 last = tasks;
             });
     Client::StartRequest request;
-    request.user = QStringLiteral("appuser");
+    request.user = u"appuser"_s;
     const QString ofSession = session().path;
     const auto [started] = waitFor<Outcome>(
         [&](const auto &done) { daemon->start(ofSession, task(), request, done); });
     QVERIFY(!started);
     fixture->systemd->emitChange(Fixture::unitPath(task()),
-                                 {{QStringLiteral("ActiveState"), QStringLiteral("active")},
-                                  {QStringLiteral("SubState"), QStringLiteral("running")}});
+                                 {{u"ActiveState"_s, u"active"_s}, {u"SubState"_s, u"running"_s}});
     QVERIFY(Fixture::waitUntil([&] { return last.size() == 1; }));
     QCOMPARE(last.constFirst().id, task());
     QCOMPARE(path, ofSession);
@@ -124,18 +122,17 @@ void TestClient::hearsOfWhatRuns()
 void TestClient::tellsWhyAStartIsRefused()
 {
     const QString path = session().path;
-    const auto [outcome] = waitFor<Outcome>([&](const auto &done) {
-        daemon->start(path, QStringLiteral("com.example.Notes.task_none"), {}, done);
-    });
-    QCOMPARE(outcome.errorName, QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
-    QCOMPARE(outcome.errorText, QStringLiteral("Task not found: com.example.Notes.task_none"));
+    const auto [outcome] = waitFor<Outcome>(
+        [&](const auto &done) { daemon->start(path, u"com.example.Notes.task_none"_s, {}, done); });
+    QCOMPARE(outcome.errorName, u"org.zarn.Orvane.Error.TaskNotFound"_s);
+    QCOMPARE(outcome.errorText, u"Task not found: com.example.Notes.task_none"_s);
     QVERIFY(!outcome.isUnreachable());
 }
 
 void TestClient::registersForATypeOfTheUsersSession()
 {
     const auto [outcome, none] = waitFor<Outcome, Session>(
-        [&](const auto &done) { daemon->registerInvoker(QStringLiteral("OfTheUser"), done); });
+        [&](const auto &done) { daemon->registerInvoker(u"OfTheUser"_s, done); });
     QVERIFY(outcome.isUnreachable());
     QCOMPARE(none.path, QString());
 }
@@ -161,40 +158,38 @@ void TestClient::closesASession()
     QVERIFY(!closed);
     const auto [gone, tasks] = waitFor<Outcome, QVector<Orvane::ActiveTask>>(
         [&](const auto &done) { daemon->readActiveTasks(path, done); });
-    QCOMPARE(gone.errorName, QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+    QCOMPARE(gone.errorName, u"org.freedesktop.DBus.Error.UnknownObject"_s);
 }
 
 void TestClient::switchesAutostart()
 {
     constexpr int uid = 100000;
-    const auto [set] = waitFor<Outcome>([&](const auto &done) {
-        daemon->setEnabled(uid, QStringLiteral("com.example.Notes"), true, done);
-    });
+    const auto [set] = waitFor<Outcome>(
+        [&](const auto &done) { daemon->setEnabled(uid, u"com.example.Notes"_s, true, done); });
     QCOMPARE(set.toString(), QString());
     const auto [outcome, applications] = waitFor<Outcome, QStringList>(
         [&](const auto &done) { daemon->enabledApplications(uid, done); });
     QVERIFY(!outcome);
-    QCOMPARE(applications, QStringList(QStringLiteral("com.example.Notes")));
+    QCOMPARE(applications, QStringList(u"com.example.Notes"_s));
     const auto [refused, none] = waitFor<Outcome, QStringList>(
         [&](const auto &done) { daemon->enabledApplications(-1, done); });
-    QCOMPARE(refused.errorName, QStringLiteral("org.freedesktop.DBus.Error.NotSupported"));
+    QCOMPARE(refused.errorName, u"org.freedesktop.DBus.Error.NotSupported"_s);
     QVERIFY(none.isEmpty());
 }
 
 void TestClient::tellsOfARemovedApplication()
 {
     fixture->root.write(fixture->root.unitFile(task()), "x");
-    const auto [outcome] = waitFor<Outcome>([&](const auto &done) {
-        daemon->applicationRemoved(QStringLiteral("com.example.Notes"), done);
-    });
+    const auto [outcome] = waitFor<Outcome>(
+        [&](const auto &done) { daemon->applicationRemoved(u"com.example.Notes"_s, done); });
     QCOMPARE(outcome.toString(), QString());
 }
 
 void TestClient::failsWhereThereIsNoBus()
 {
-    Daemon lost(QDBusConnection(QStringLiteral("none")));
+    Daemon lost(QDBusConnection(u"none"_s));
     const auto [outcome] =
-        waitFor<Outcome>([&](const auto &done) { lost.stop(QStringLiteral("/x"), task(), done); });
+        waitFor<Outcome>([&](const auto &done) { lost.stop(u"/x"_s, task(), done); });
     QVERIFY(outcome.isUnreachable());
 }
 

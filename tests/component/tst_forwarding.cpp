@@ -1,4 +1,5 @@
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
@@ -12,19 +13,18 @@ namespace {
 const char properties[] = "org.freedesktop.DBus.Properties";
 const char controlInterface[] = "org.zarn.Orvane.Control1";
 
-QString control() { return QStringLiteral("/org/zarn/Orvane/Control1"); }
+QString control() { return u"/org/zarn/Orvane/Control1"_s; }
 
 QDBusMessage controlCall(const QString &method, const QVariantList &arguments = {})
 {
     return Fixture::methodCall(control(), QString::fromLatin1(controlInterface), method, arguments);
 }
 
-QString userSession() { return QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/user7"); }
+QString userSession() { return u"/org/zarn/Orvane/TaskInvokerSessions/user7"_s; }
 
 QDBusMessage userSessionCall(const QString &method)
 {
-    return Fixture::methodCall(userSession(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
-                               method);
+    return Fixture::methodCall(userSession(), u"org.zarn.Orvane.TaskInvokerSession1"_s, method);
 }
 
 } // namespace
@@ -82,37 +82,34 @@ void TestForwarding::passesCallsAndAnswersOn_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("Control1") << control();
-    QTest::newRow("SystemControl1") << QStringLiteral("/org/zarn/Orvane/SystemControl1");
+    QTest::newRow("SystemControl1") << u"/org/zarn/Orvane/SystemControl1"_s;
 }
 
 void TestForwarding::passesCallsAndAnswersOn()
 {
     QFETCH(QString, path);
-    user->answer = [](const QDBusMessage &call) {
-        return call.createReply({QStringLiteral("yes"), 7});
-    };
-    const QDBusMessage reply = fixture->call(Fixture::methodCall(
-        path, QStringLiteral("org.example.Any"), QStringLiteral("Do"), {QStringLiteral("x"), 5u}));
-    QCOMPARE(reply.arguments(), QVariantList({QStringLiteral("yes"), 7}));
+    user->answer = [](const QDBusMessage &call) { return call.createReply({u"yes"_s, 7}); };
+    const QDBusMessage reply =
+        fixture->call(Fixture::methodCall(path, u"org.example.Any"_s, u"Do"_s, {u"x"_s, 5u}));
+    QCOMPARE(reply.arguments(), QVariantList({u"yes"_s, 7}));
 
     QCOMPARE(user->calls.size(), 1);
     const QDBusMessage &call = user->calls.constFirst();
     QCOMPARE(call.path(), path);
-    QCOMPARE(call.interface(), QStringLiteral("org.example.Any"));
-    QCOMPARE(call.member(), QStringLiteral("Do"));
-    QCOMPARE(call.signature(), QStringLiteral("su"));
-    QCOMPARE(call.arguments(), QVariantList({QStringLiteral("x"), 5u}));
+    QCOMPARE(call.interface(), u"org.example.Any"_s);
+    QCOMPARE(call.member(), u"Do"_s);
+    QCOMPARE(call.signature(), u"su"_s);
+    QCOMPARE(call.arguments(), QVariantList({u"x"_s, 5u}));
     // The user service sees the daemon, not its client.
     QCOMPARE(call.service(), fixture->systemd->calls.constFirst().service());
 }
 
 void TestForwarding::keepsArgumentsAsTheyAre()
 {
-    const QVariantMap nested{
-        {QStringLiteral("list"), QStringList{QStringLiteral("a")}},
-        {QStringLiteral("map"), QVariantMap{{QStringLiteral("deep"), QVariantMap()}}},
-        {QStringLiteral("path"), QVariant::fromValue(QDBusObjectPath("/x"))},
-        {QStringLiteral("empty"), QVariantList()}};
+    const QVariantMap nested{{u"list"_s, QStringList{u"a"_s}},
+                             {u"map"_s, QVariantMap{{u"deep"_s, QVariantMap()}}},
+                             {u"path"_s, QVariant::fromValue(QDBusObjectPath("/x"))},
+                             {u"empty"_s, QVariantList()}};
     const QVariantList arguments{nested,
                                  QVariant::fromValue(QDBusObjectPath("/a/b")),
                                  QVariant::fromValue(QDBusVariant(1.5)),
@@ -120,27 +117,22 @@ void TestForwarding::keepsArgumentsAsTheyAre()
                                  QStringList(),
                                  true,
                                  QVariant::fromValue(qint64(-1))};
-    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("Do"), arguments));
-    QCOMPARE(user->calls.constFirst().signature(), QStringLiteral("a{sv}ovayasbx"));
-    QCOMPARE(reply.signature(), QStringLiteral("a{sv}ovayasbx"));
+    const QDBusMessage reply = fixture->call(controlCall(u"Do"_s, arguments));
+    QCOMPARE(user->calls.constFirst().signature(), u"a{sv}ovayasbx"_s);
+    QCOMPARE(reply.signature(), u"a{sv}ovayasbx"_s);
     const auto returned = qdbus_cast<QVariantMap>(reply.arguments().at(0));
     QCOMPARE(returned.keys(), nested.keys());
-    QCOMPARE(returned.value(QStringLiteral("list")).toStringList(),
-             QStringList{QStringLiteral("a")});
-    QCOMPARE(returned.value(QStringLiteral("map")).value<QDBusArgument>().currentSignature(),
-             QStringLiteral("a{sv}"));
-    QCOMPARE(returned.value(QStringLiteral("path")).value<QDBusObjectPath>().path(),
-             QStringLiteral("/x"));
-    QCOMPARE(returned.value(QStringLiteral("empty")).value<QDBusArgument>().currentSignature(),
-             QStringLiteral("av"));
+    QCOMPARE(returned.value(u"list"_s).toStringList(), QStringList{u"a"_s});
+    QCOMPARE(returned.value(u"map"_s).value<QDBusArgument>().currentSignature(), u"a{sv}"_s);
+    QCOMPARE(returned.value(u"path"_s).value<QDBusObjectPath>().path(), u"/x"_s);
+    QCOMPARE(returned.value(u"empty"_s).value<QDBusArgument>().currentSignature(), u"av"_s);
     QCOMPARE(reply.arguments().at(2).value<QDBusVariant>().variant(), QVariant(1.5));
     QCOMPARE(reply.arguments().mid(3), arguments.mid(3));
 }
 
 void TestForwarding::passesACallWithoutAnInterfaceOnWithoutOne()
 {
-    const QDBusMessage reply =
-        fixture->call(Fixture::methodCall(control(), QString(), QStringLiteral("Do")));
+    const QDBusMessage reply = fixture->call(Fixture::methodCall(control(), QString(), u"Do"_s));
     QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(user->calls.constFirst().interface(), QString());
 }
@@ -148,69 +140,65 @@ void TestForwarding::passesACallWithoutAnInterfaceOnWithoutOne()
 void TestForwarding::passesErrorsOn()
 {
     user->answer = [](const QDBusMessage &call) {
-        return call.createErrorReply(QStringLiteral("org.example.Error.No"),
-                                     QStringLiteral("not today"));
+        return call.createErrorReply(u"org.example.Error.No"_s, u"not today"_s);
     };
-    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("Do")));
-    QCOMPARE(reply.errorName(), QStringLiteral("org.example.Error.No"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("not today"));
+    const QDBusMessage reply = fixture->call(controlCall(u"Do"_s));
+    QCOMPARE(reply.errorName(), u"org.example.Error.No"_s);
+    QCOMPARE(reply.errorMessage(), u"not today"_s);
 }
 
 void TestForwarding::tellsWhenThereIsNoUserService()
 {
     user.reset();
-    const QString unknown = QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown");
-    QCOMPARE(fixture->call(controlCall(QStringLiteral("Do"))).errorName(), unknown);
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Any")).errorName(), unknown);
+    const QString unknown = u"org.freedesktop.DBus.Error.ServiceUnknown"_s;
+    QCOMPARE(fixture->call(controlCall(u"Do"_s)).errorName(), unknown);
+    QCOMPARE(fixture->registerInvoker(u"Any"_s).errorName(), unknown);
 }
 
 void TestForwarding::showsTheUserServicesIntrospection()
 {
-    const QString xml = QStringLiteral("<node><interface name=\"x\"/></node>");
+    const QString xml = u"<node><interface name=\"x\"/></node>"_s;
     user->answer = [xml](const QDBusMessage &call) { return call.createReply(xml); };
     const QDBusMessage reply = fixture->call(
-        Fixture::methodCall(control(), QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                            QStringLiteral("Introspect")));
+        Fixture::methodCall(control(), u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s));
     QCOMPARE(reply.arguments(), QVariantList{xml});
 }
 
 void TestForwarding::relaysPropertyChangesOfItsPath()
 {
-    SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), control(),
-                           QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
+    SignalRecorder relayed(fixture->client, u"org.zarn.Orvane"_s, control(),
+                           QString::fromLatin1(properties), u"PropertiesChanged"_s);
     user->emitChange(control(), QString::fromLatin1(controlInterface),
-                     {{QStringLiteral("Number"), 5}, {QStringLiteral("Text"), QString()}},
-                     {QStringLiteral("Gone")});
+                     {{u"Number"_s, 5}, {u"Text"_s, QString()}}, {u"Gone"_s});
     QVERIFY(fixture->waitUntil([&] { return !relayed.received.isEmpty(); }));
     const QVariantList arguments = relayed.received.constFirst();
     QCOMPARE(arguments.at(0).toString(), QString::fromLatin1(controlInterface));
     QCOMPARE(qdbus_cast<QVariantMap>(arguments.at(1)),
-             QVariantMap({{QStringLiteral("Number"), 5}, {QStringLiteral("Text"), QString()}}));
-    QCOMPARE(arguments.at(2).toStringList(), QStringList{QStringLiteral("Gone")});
+             QVariantMap({{u"Number"_s, 5}, {u"Text"_s, QString()}}));
+    QCOMPARE(arguments.at(2).toStringList(), QStringList{u"Gone"_s});
 }
 
 void TestForwarding::relaysNothingElse()
 {
-    SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), QString(),
-                           QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
-    user->emitChange(QStringLiteral("/org/zarn/Orvane/Other"), QStringLiteral("a.b"), {}, {});
+    SignalRecorder relayed(fixture->client, u"org.zarn.Orvane"_s, QString(),
+                           QString::fromLatin1(properties), u"PropertiesChanged"_s);
+    user->emitChange(u"/org/zarn/Orvane/Other"_s, u"a.b"_s, {}, {});
     // A signal of another sender with the right path.
     QDBusMessage forged = QDBusMessage::createSignal(control(), QString::fromLatin1(properties),
-                                                     QStringLiteral("PropertiesChanged"));
-    forged << QStringLiteral("forged") << QVariantMap() << QStringList();
+                                                     u"PropertiesChanged"_s);
+    forged << u"forged"_s << QVariantMap() << QStringList();
     fixture->client.send(forged);
-    (void)fixture->call(controlCall(QStringLiteral("Do")));
-    user->emitChange(control(), QStringLiteral("genuine"), {}, {});
+    (void)fixture->call(controlCall(u"Do"_s));
+    user->emitChange(control(), u"genuine"_s, {}, {});
     QVERIFY(fixture->waitUntil([&] { return !relayed.received.isEmpty(); }));
     QCOMPARE(relayed.received.size(), 1);
-    QCOMPARE(relayed.received.constFirst().at(0).toString(), QStringLiteral("genuine"));
+    QCOMPARE(relayed.received.constFirst().at(0).toString(), u"genuine"_s);
 }
 
 void TestForwarding::staysUsableWhileTheUserServiceHangs()
 {
-    fixture->root.serveType(QStringLiteral("Sync"));
-    fixture->root.writeApplication(QStringLiteral("Notes"),
-                                   "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+    fixture->root.serveType(u"Sync"_s);
+    fixture->root.writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
     user->hangs = true;
     constexpr int clients = 10;
     constexpr int callsOfEach = 30;
@@ -219,15 +207,15 @@ void TestForwarding::staysUsableWhileTheUserServiceHangs()
     for (int number = 0; number < clients; ++number) {
         connections.append(fixture->connect());
         for (int round = 0; round < callsOfEach; ++round)
-            calls.append(connections.constLast().asyncCall(
-                controlCall(QStringLiteral("Do"), {calls.size()}), Fixture::timeoutMs));
+            calls.append(connections.constLast().asyncCall(controlCall(u"Do"_s, {calls.size()}),
+                                                           Fixture::timeoutMs));
     }
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 64; }));
 
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
-    const QString task = QStringLiteral("com.example.Notes.task_sync");
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
+    const QString task = u"com.example.Notes.task_sync"_s;
     QVERIFY(fixture->waitUntil([&] {
-        return fixture->start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).type()
+        return fixture->start(task, {{u"User"_s, u"nobody"_s}}).type()
             == QDBusMessage::ReplyMessage;
     }));
     QCOMPARE(user->calls.size(), 64);
@@ -256,20 +244,18 @@ void TestForwarding::tellsWhenTooManyCallsWait()
     while (calls.size() < room) {
         if (calls.size() % 100 == 0)
             connections.append(fixture->connect());
-        calls.append(connections.constLast().asyncCall(controlCall(QStringLiteral("Do")),
-                                                       Fixture::timeoutMs));
+        calls.append(connections.constLast().asyncCall(controlCall(u"Do"_s), Fixture::timeoutMs));
         // One connection after the other is flushed, so that the daemon has received all of the
         // calls.
         if (calls.size() % 100 == 0 || calls.size() == room)
-            (void)fixture->call(
-                Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
-                                    QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                    QStringLiteral("Introspect")),
-                connections.constLast());
+            (void)fixture->call(Fixture::methodCall(u"/org/zarn/Orvane/TaskInvoker1"_s,
+                                                    u"org.freedesktop.DBus.Introspectable"_s,
+                                                    u"Introspect"_s),
+                                connections.constLast());
     }
-    const QDBusMessage refused = fixture->call(controlCall(QStringLiteral("Do")));
-    QCOMPARE(refused.errorName(), QStringLiteral("org.freedesktop.DBus.Error.LimitsExceeded"));
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Any")).errorName(), refused.errorName());
+    const QDBusMessage refused = fixture->call(controlCall(u"Do"_s));
+    QCOMPARE(refused.errorName(), u"org.freedesktop.DBus.Error.LimitsExceeded"_s);
+    QCOMPARE(fixture->registerInvoker(u"Any"_s).errorName(), refused.errorName());
     user->release();
     for (const QDBusPendingCall &call : qAsConst(calls)) {
         QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
@@ -283,15 +269,15 @@ QDBusMessage TestForwarding::registerForUser()
         if (call.member() != QLatin1String("RegisterInvoker"))
             return call.createReply(call.arguments());
         return call.createReply({QVariant::fromValue(QDBusObjectPath(userSession())),
-                                 QVariantMap{{QStringLiteral("AvailableTasks"), 1}}});
+                                 QVariantMap{{u"AvailableTasks"_s, 1}}});
     };
-    return fixture->registerInvoker(QStringLiteral("Any"));
+    return fixture->registerInvoker(u"Any"_s);
 }
 
 void TestForwarding::givesMemoryBackAfterALargeCall()
 {
     const auto memoryKib = [this] {
-        QFile status(QStringLiteral("/proc/%1/status").arg(fixture->daemon.processId()));
+        QFile status(u"/proc/%1/status"_s.arg(fixture->daemon.processId()));
         const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
         const auto start = text.indexOf("RssAnon:") + 8;
         return text.mid(start, text.indexOf("kB", start) - start).trimmed().toInt();
@@ -304,11 +290,10 @@ void TestForwarding::givesMemoryBackAfterALargeCall()
     };
     const QStringList megabyte = textsOf(1 << 20);
     // The first call is not measured, because it allocates memory that is kept.
-    QCOMPARE(fixture->call(controlCall(QStringLiteral("Do"), {textsOf(16)})).arguments().size(), 1);
+    QCOMPARE(fixture->call(controlCall(u"Do"_s, {textsOf(16)})).arguments().size(), 1);
     const int before = memoryKib();
     QVERIFY(before > 0);
-    QCOMPARE(fixture->call(controlCall(QStringLiteral("Do"), {megabyte})).arguments(),
-             QVariantList{megabyte});
+    QCOMPARE(fixture->call(controlCall(u"Do"_s, {megabyte})).arguments(), QVariantList{megabyte});
 #ifndef __SANITIZE_ADDRESS__
     // A sanitizer does not give freed memory back.
     QVERIFY(fixture->waitUntil([&] { return memoryKib() < before + 1000; }));
@@ -318,14 +303,14 @@ void TestForwarding::givesMemoryBackAfterALargeCall()
 void TestForwarding::registersForTypesOfTheUsersSession()
 {
     const QDBusMessage reply = registerForUser();
-    QCOMPARE(reply.signature(), QStringLiteral("oa{sv}"));
+    QCOMPARE(reply.signature(), u"oa{sv}"_s);
     QCOMPARE(reply.arguments().at(0).value<QDBusObjectPath>().path(), userSession());
     QCOMPARE(qdbus_cast<QVariantMap>(reply.arguments().at(1)),
-             QVariantMap({{QStringLiteral("AvailableTasks"), 1}}));
+             QVariantMap({{u"AvailableTasks"_s, 1}}));
     const QDBusMessage &call = user->calls.constFirst();
-    QCOMPARE(call.path(), QStringLiteral("/org/zarn/Orvane/TaskInvoker1"));
-    QCOMPARE(call.interface(), QStringLiteral("org.zarn.Orvane.TaskInvoker1"));
-    QCOMPARE(call.arguments(), QVariantList{QStringLiteral("Any")});
+    QCOMPARE(call.path(), u"/org/zarn/Orvane/TaskInvoker1"_s);
+    QCOMPARE(call.interface(), u"org.zarn.Orvane.TaskInvoker1"_s);
+    QCOMPARE(call.arguments(), QVariantList{u"Any"_s});
     // A second registration uses the same forwarding object.
     QCOMPARE(registerForUser().type(), QDBusMessage::ReplyMessage);
     QVERIFY(!fixture->daemon.log().contains("Couldn't register"));
@@ -334,20 +319,19 @@ void TestForwarding::registersForTypesOfTheUsersSession()
 void TestForwarding::passesARegistrationErrorOn()
 {
     user->answer = [](const QDBusMessage &call) {
-        return call.createErrorReply(QStringLiteral("org.example.Error.No"), QStringLiteral("no"));
+        return call.createErrorReply(u"org.example.Error.No"_s, u"no"_s);
     };
-    const QDBusMessage reply = fixture->registerInvoker(QStringLiteral("Any"));
-    QCOMPARE(reply.errorName(), QStringLiteral("org.example.Error.No"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("no"));
+    const QDBusMessage reply = fixture->registerInvoker(u"Any"_s);
+    QCOMPARE(reply.errorName(), u"org.example.Error.No"_s);
+    QCOMPARE(reply.errorMessage(), u"no"_s);
 }
 
 void TestForwarding::staysSilentOnAnEmptyRegistration()
 {
     user->answer = [](const QDBusMessage &call) { return call.createReply(); };
-    const QDBusPendingCall call =
-        fixture->client.asyncCall(Fixture::registerCall(QStringLiteral("Any")), 1000);
+    const QDBusPendingCall call = fixture->client.asyncCall(Fixture::registerCall(u"Any"_s), 1000);
     QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
-    QCOMPARE(call.reply().errorName(), QStringLiteral("org.freedesktop.DBus.Error.NoReply"));
+    QCOMPARE(call.reply().errorName(), u"org.freedesktop.DBus.Error.NoReply"_s);
     QVERIFY(fixture->daemonLogs("DBus::TaskInvokerPrivate::createSessionProxy(const QString&)::"
                                 "<lambda(QDBusPendingCallWatcher*)>: Reply without parameters!\n"));
 }
@@ -355,10 +339,10 @@ void TestForwarding::staysSilentOnAnEmptyRegistration()
 void TestForwarding::answersThoughTheSessionCannotBeServed()
 {
     user->answer = [](const QDBusMessage &call) {
-        return call.createReply(QVariantList{QStringLiteral("no path"), 1});
+        return call.createReply(QVariantList{u"no path"_s, 1});
     };
-    const QDBusMessage reply = fixture->registerInvoker(QStringLiteral("Any"));
-    QCOMPARE(reply.arguments(), QVariantList({QStringLiteral("no path"), 1}));
+    const QDBusMessage reply = fixture->registerInvoker(u"Any"_s);
+    QCOMPARE(reply.arguments(), QVariantList({u"no path"_s, 1}));
     QVERIFY(fixture->daemonLogs(
         "void DBus::TaskInvokerPrivate::registerSessionProxy(const QDBusConnection&, const "
         "QDBusMessage&, const QString&): Couldn't register TaskInvokerSession proxy at \"\"\n"));
@@ -367,13 +351,13 @@ void TestForwarding::answersThoughTheSessionCannotBeServed()
 void TestForwarding::forwardsTheCallsOfASession()
 {
     (void)registerForUser();
-    QDBusMessage call = userSessionCall(QStringLiteral("Start"));
-    call << QStringLiteral("x");
-    QCOMPARE(fixture->call(call).arguments(), QVariantList{QStringLiteral("x")});
+    QDBusMessage call = userSessionCall(u"Start"_s);
+    call << u"x"_s;
+    QCOMPARE(fixture->call(call).arguments(), QVariantList{u"x"_s});
 
-    SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), userSession(),
-                           QString::fromLatin1(properties), QStringLiteral("PropertiesChanged"));
-    user->emitChange(userSession(), QStringLiteral("a.b"), {}, {});
+    SignalRecorder relayed(fixture->client, u"org.zarn.Orvane"_s, userSession(),
+                           QString::fromLatin1(properties), u"PropertiesChanged"_s);
+    user->emitChange(userSession(), u"a.b"_s, {}, {});
     QVERIFY(fixture->waitUntil([&] { return relayed.received.size() == 1; }));
 }
 
@@ -382,19 +366,18 @@ void TestForwarding::closesASession()
     (void)registerForUser();
     user->hangs = true;
     const QDBusPendingCall closed =
-        fixture->client.asyncCall(userSessionCall(QStringLiteral("CloseSession")), 2000);
+        fixture->client.asyncCall(userSessionCall(u"CloseSession"_s), 2000);
     QVERIFY(fixture->waitUntil(
         [&] { return user->calls.constLast().member() == QLatin1String("CloseSession"); }));
-    QCOMPARE(fixture->call(userSessionCall(QStringLiteral("Start"))).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+    QCOMPARE(fixture->call(userSessionCall(u"Start"_s)).errorName(),
+             u"org.freedesktop.DBus.Error.UnknownObject"_s);
     // A client that closes a session gets NoReply when the service answers late.
     user->release();
     QVERIFY(fixture->waitUntil([&] { return closed.isFinished(); }));
-    QCOMPARE(closed.reply().errorName(), QStringLiteral("org.freedesktop.DBus.Error.NoReply"));
+    QCOMPARE(closed.reply().errorName(), u"org.freedesktop.DBus.Error.NoReply"_s);
     // The path can be used by the next session.
     QCOMPARE(registerForUser().type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(fixture->call(userSessionCall(QStringLiteral("Start"))).type(),
-             QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->call(userSessionCall(u"Start"_s)).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestForwarding::answersOthersThoughTheSessionWasClosed()
@@ -402,12 +385,12 @@ void TestForwarding::answersOthersThoughTheSessionWasClosed()
     (void)registerForUser();
     user->hangs = true;
     const QDBusConnection other = fixture->connect();
-    const QDBusPendingCall started = other.asyncCall(userSessionCall(QStringLiteral("Start")));
+    const QDBusPendingCall started = other.asyncCall(userSessionCall(u"Start"_s));
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 2; }));
-    fixture->client.asyncCall(userSessionCall(QStringLiteral("CloseSession")));
+    fixture->client.asyncCall(userSessionCall(u"CloseSession"_s));
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 3; }));
-    QCOMPARE(fixture->call(userSessionCall(QStringLiteral("Start"))).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+    QCOMPARE(fixture->call(userSessionCall(u"Start"_s)).errorName(),
+             u"org.freedesktop.DBus.Error.UnknownObject"_s);
     user->release();
     QVERIFY(fixture->waitUntil([&] { return started.isFinished(); }));
     QVERIFY2(!started.isError(), qPrintable(started.error().message()));

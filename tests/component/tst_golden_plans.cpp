@@ -2,6 +2,7 @@
 
 #include "support/fixture.h"
 #include "support/golden_plan.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -27,10 +28,10 @@ void TestGoldenPlans::writesTheGoldenFiles()
     QFETCH(QString, name);
     const GoldenPlan golden(name);
     Fixture fixture;
-    fixture.root.serveType(QStringLiteral("Sync"));
-    fixture.root.write(QStringLiteral("/usr/share/applications/") + golden.file, golden.entry);
+    fixture.root.serveType(u"Sync"_s);
+    fixture.root.write(u"/usr/share/applications/"_s + golden.file, golden.entry);
     QVERIFY(fixture.start());
-    QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture.registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(fixture.start(golden.task, golden.hints, golden.info).errorMessage(), QString());
     // The plan without permissions is expected, because the daemon looks for permission files in
     // the real system.

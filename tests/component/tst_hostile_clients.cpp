@@ -1,6 +1,7 @@
 // Clients as attackers: whatever one client sends or holds back, the daemon answers the others.
 
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
@@ -21,16 +22,15 @@ QString hugeText() { return QString(30 * 1000 * 1000, QLatin1Char('x')); }
 
 QDBusMessage controlCall(const QVariantList &arguments = {})
 {
-    return Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
-                               QStringLiteral("org.zarn.Orvane.Control1"), QStringLiteral("Do"),
-                               arguments);
+    return Fixture::methodCall(u"/org/zarn/Orvane/Control1"_s, u"org.zarn.Orvane.Control1"_s,
+                               u"Do"_s, arguments);
 }
 
 QDBusMessage getCall(const QString &interface)
 {
-    return Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
-                               QStringLiteral("org.freedesktop.DBus.Properties"),
-                               QStringLiteral("Get"), {interface, QString()});
+    return Fixture::methodCall(u"/org/zarn/Orvane/TaskInvoker1"_s,
+                               u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
+                               {interface, QString()});
 }
 
 } // namespace
@@ -68,7 +68,7 @@ private Q_SLOTS:
 private:
     QDBusMessage registerSync(const QDBusConnection &from)
     {
-        return fixture->call(Fixture::registerCall(QStringLiteral("Sync")), from);
+        return fixture->call(Fixture::registerCall(u"Sync"_s), from);
     }
 
     std::unique_ptr<Fixture> fixture;
@@ -78,8 +78,8 @@ private:
 void TestHostileClients::init()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
-    fixture->root.serveType(QStringLiteral("a b"));
+    fixture->root.serveType(u"Sync"_s);
+    fixture->root.serveType(u"a b"_s);
     user = std::make_unique<FakeUserService>(fixture->connect());
 }
 
@@ -95,8 +95,7 @@ void TestHostileClients::hearsAfterHugeCalls_data()
     QTest::newRow("a task type") << Fixture::registerCall(hugeText());
     QTest::newRow("a property's interface") << getCall(hugeText());
     QTest::newRow("a user's application") << Fixture::methodCall(
-        QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
-        QStringLiteral("SetEnabled"), {5, hugeText(), true});
+        u"/org/zarn/am"_s, u"org.zarn.am.Autostart"_s, u"SetEnabled"_s, {5, hugeText(), true});
 }
 
 void TestHostileClients::hearsAfterHugeCalls()
@@ -140,7 +139,7 @@ namespace {
 // Resident memory of a process in KiB.
 int memoryOf(uint process)
 {
-    QFile status(QStringLiteral("/proc/%1/status").arg(process));
+    QFile status(u"/proc/%1/status"_s.arg(process));
     if (!status.open(QIODevice::ReadOnly))
         return 0;
     const QByteArray text = status.readAll();
@@ -258,21 +257,19 @@ void TestHostileClients::dropsWhatWaitsForAClientThatLeft()
 void TestHostileClients::boundsTheSessionsOfAClient()
 {
     user->answer = [](const QDBusMessage &call) {
-        const QString path =
-            QStringLiteral("/user/session/") + call.arguments().value(0).toString();
+        const QString path = u"/user/session/"_s + call.arguments().value(0).toString();
         return call.createReply({QVariant::fromValue(QDBusObjectPath(path)), QVariantMap()});
     };
     QVERIFY(fixture->start());
     constexpr int most = 256;
     for (int number = 0; number < most; ++number)
-        QCOMPARE(fixture->registerInvoker(QStringLiteral("t%1").arg(number)).type(),
-                 QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture->registerInvoker(u"t%1"_s.arg(number)).type(), QDBusMessage::ReplyMessage);
     for (const char *type : {"more", "Sync", "a b"})
         QCOMPARE(fixture->registerInvoker(QString::fromLatin1(type)).errorName(),
                  QLatin1String(limitsExceeded));
     // The client may register again for a type that it has, and the limit of one client does not
     // affect others.
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("t7")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(u"t7"_s).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(registerSync(fixture->connect()).type(), QDBusMessage::ReplyMessage);
 }
 
@@ -294,24 +291,20 @@ void TestHostileClients::boundsTheClientsOfAUser()
 
 void TestHostileClients::keepsNothingForATypeThatNobodyCanReach()
 {
-    const QString task = QStringLiteral("com.example.Notes.task_sync");
-    fixture->systemd->units = {{QStringLiteral("ov_task.%1.service").arg(task),
-                                QStringLiteral("active"), QStringLiteral("running")}};
+    const QString task = u"com.example.Notes.task_sync"_s;
+    fixture->systemd->units = {{u"ov_task.%1.service"_s.arg(task), u"active"_s, u"running"_s}};
     QVERIFY(fixture->start());
     (void)registerSync(fixture->client);
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("a b")).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QCOMPARE(fixture->registerInvoker(u"a b"_s).errorName(),
+             u"org.freedesktop.DBus.Error.InvalidArgs"_s);
     QVERIFY(fixture->daemonLogs("QDBusObjectPath: invalid path"));
     const auto before = fixture->daemon.log().size();
     // If there were a session, it would announce this at its invalid path, which fails with a log
     // line.
-    fixture->systemd->emitChange(Fixture::unitPath(task),
-                                 {{QStringLiteral("ActiveState"), QStringLiteral("failed")}});
-    SignalRecorder changes(
-        fixture->client, QStringLiteral("org.zarn.Orvane"), Fixture::sessionPath(),
-        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("PropertiesChanged"));
-    fixture->systemd->emitChange(Fixture::unitPath(task),
-                                 {{QStringLiteral("ActiveState"), QStringLiteral("inactive")}});
+    fixture->systemd->emitChange(Fixture::unitPath(task), {{u"ActiveState"_s, u"failed"_s}});
+    SignalRecorder changes(fixture->client, u"org.zarn.Orvane"_s, Fixture::sessionPath(),
+                           u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s);
+    fixture->systemd->emitChange(Fixture::unitPath(task), {{u"ActiveState"_s, u"inactive"_s}});
     QVERIFY(fixture->waitUntil([&] { return !changes.received.isEmpty(); }));
     (void)fixture->call(getCall(QString()));
     QCOMPARE(fixture->daemon.log().mid(before), QByteArray());
@@ -320,9 +313,9 @@ void TestHostileClients::keepsNothingForATypeThatNobodyCanReach()
 void TestHostileClients::waitsForAClientOfATypeThatNobodyCanReach()
 {
     constexpr int idleMs = 300;
-    QVERIFY(fixture->start({QStringLiteral("ORVANE_DAEMON_TIMEOUT=%1").arg(idleMs)}));
+    QVERIFY(fixture->start({u"ORVANE_DAEMON_TIMEOUT=%1"_s.arg(idleMs)}));
     QDBusConnection client = fixture->connect();
-    (void)fixture->call(Fixture::registerCall(QStringLiteral("a b")), client);
+    (void)fixture->call(Fixture::registerCall(u"a b"_s), client);
     QVERIFY(Fixture::waitForAnIdleTime(idleMs));
     QVERIFY(fixture->nameIsOwned());
     Fixture::drop(client);
@@ -355,9 +348,9 @@ void TestHostileClients::hasFailedWithoutABusThoughItIsToldToEnd()
 
 void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()
 {
-    const QString runtime = fixture->root.path(QStringLiteral("/run"));
+    const QString runtime = fixture->root.path(u"/run"_s);
     QVERIFY(QDir().mkpath(runtime));
-    const QStringList environment{QStringLiteral("RUNTIME_DIRECTORY=") + runtime};
+    const QStringList environment{u"RUNTIME_DIRECTORY="_s + runtime};
     QVERIFY(fixture->start(environment));
     QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
     // The framework's error reply repeats the name and so is longer than the call. The bus accepts
@@ -372,8 +365,7 @@ void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()
     QVERIFY(fixture->waitUntil([&] { return !fixture->daemon.isRunning(); }));
     QCOMPARE(fixture->daemon.exitStatus(), 1);
     QVERIFY(fixture->start(environment));
-    const QDBusMessage stopped =
-        fixture->call(Fixture::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
+    const QDBusMessage stopped = fixture->call(Fixture::sessionCall(u"Stop"_s, {u"a.b.task_c"_s}));
     QCOMPARE(stopped.arguments(), QVariantList{0});
 }
 
@@ -381,9 +373,7 @@ namespace {
 
 int descriptorsOf(uint process)
 {
-    return QDir(QStringLiteral("/proc/%1/fd").arg(process))
-        .entryList(QDir::Files | QDir::System)
-        .size();
+    return QDir(u"/proc/%1/fd"_s.arg(process)).entryList(QDir::Files | QDir::System).size();
 }
 
 QVariant descriptor() { return QVariant::fromValue(QDBusUnixFileDescriptor(2)); }
@@ -394,11 +384,10 @@ void TestHostileClients::keepsNoDescriptor_data()
 {
     QTest::addColumn<QVariant>("argument");
     QTest::addColumn<QString>("error");
-    const QString refused = QStringLiteral("org.freedesktop.DBus.Error.NotSupported");
+    const QString refused = u"org.freedesktop.DBus.Error.NotSupported"_s;
     QTest::newRow("by itself") << descriptor() << QString();
     QTest::newRow("in a variant") << QVariant::fromValue(QDBusVariant(descriptor())) << refused;
-    QTest::newRow("in a map") << QVariant(QVariantMap{{QStringLiteral("k"), descriptor()}})
-                              << refused;
+    QTest::newRow("in a map") << QVariant(QVariantMap{{u"k"_s, descriptor()}}) << refused;
 }
 
 void TestHostileClients::keepsNoDescriptor()
@@ -436,29 +425,27 @@ void TestHostileClients::letsNobodyNameItsObjects()
     QVERIFY(fixture->start());
     QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
     const auto property = [this](const QString &method, const QVariantList &more) {
-        return fixture->call(Fixture::methodCall(
-            Fixture::sessionPath(), QStringLiteral("org.freedesktop.DBus.Properties"), method,
-            QVariantList{QString(), QStringLiteral("objectName")} + more));
+        return fixture->call(Fixture::methodCall(Fixture::sessionPath(),
+                                                 u"org.freedesktop.DBus.Properties"_s, method,
+                                                 QVariantList{QString(), u"objectName"_s} + more));
     };
-    (void)property(QStringLiteral("Set"),
-                   {QVariant::fromValue(QDBusVariant(QStringLiteral("a channel")))});
-    const QDBusMessage read = property(QStringLiteral("Get"), {});
+    (void)property(u"Set"_s, {QVariant::fromValue(QDBusVariant(u"a channel"_s))});
+    const QDBusMessage read = property(u"Get"_s, {});
     QCOMPARE(read.arguments().value(0).value<QDBusVariant>().variant().toString(), QString());
 }
 
 void TestHostileClients::removesWhatNobodyHolds()
 {
-    const QString path = QStringLiteral("/org/zarn/Orvane/UserSession");
+    const QString path = u"/org/zarn/Orvane/UserSession"_s;
     user->answer = [path](const QDBusMessage &call) {
         return call.createReply({QVariant::fromValue(QDBusObjectPath(path)), QVariantMap()});
     };
     QVERIFY(fixture->start());
     QDBusConnection first = fixture->connect();
     QDBusConnection second = fixture->connect();
-    const QDBusMessage call =
-        Fixture::methodCall(path, QStringLiteral("a.b"), QStringLiteral("Do"));
+    const QDBusMessage call = Fixture::methodCall(path, u"a.b"_s, u"Do"_s);
     for (const QDBusConnection &client : {first, second})
-        (void)fixture->call(Fixture::registerCall(QStringLiteral("Any")), client);
+        (void)fixture->call(Fixture::registerCall(u"Any"_s), client);
     Fixture::drop(first);
     (void)registerSync(fixture->client);
     QCOMPARE(fixture->call(call).type(), QDBusMessage::ReplyMessage);

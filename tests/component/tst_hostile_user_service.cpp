@@ -3,18 +3,18 @@
 
 #include "support/death_bound_process.h"
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDBusConnectionInterface>
 #include <QTest>
 
 namespace {
 
-QString control() { return QStringLiteral("/org/zarn/Orvane/Control1"); }
+QString control() { return u"/org/zarn/Orvane/Control1"_s; }
 
 QDBusMessage controlCall(const QString &method, const QVariantList &arguments = {})
 {
-    return Fixture::methodCall(control(), QStringLiteral("org.zarn.Orvane.Control1"), method,
-                               arguments);
+    return Fixture::methodCall(control(), u"org.zarn.Orvane.Control1"_s, method, arguments);
 }
 
 } // namespace
@@ -40,8 +40,7 @@ private Q_SLOTS:
 private:
     bool stillAnswers()
     {
-        return fixture->registerInvoker(QStringLiteral("Sync")).type()
-            == QDBusMessage::ReplyMessage;
+        return fixture->registerInvoker(u"Sync"_s).type() == QDBusMessage::ReplyMessage;
     }
 
     std::unique_ptr<Fixture> fixture;
@@ -51,15 +50,14 @@ private:
 void TestHostileUserService::init()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.serveType(u"Sync"_s);
     QVERIFY(fixture->start());
     service = std::make_unique<DeathBoundProcess>();
     service->setEnvironment(QProcess::systemEnvironment()
-                            << QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + fixture->bus.address());
+                            << u"DBUS_SYSTEM_BUS_ADDRESS="_s + fixture->bus.address());
     service->setProcessChannelMode(QProcess::ForwardedChannels);
     service->start(QStringLiteral(HOSTILE_USER_SERVICE), QStringList());
-    QVERIFY(fixture->waitUntil(
-        [this] { return fixture->nameIsOwned(QStringLiteral("org.zarn.Orvane.User")); }));
+    QVERIFY(fixture->waitUntil([this] { return fixture->nameIsOwned(u"org.zarn.Orvane.User"_s); }));
 }
 
 void TestHostileUserService::cleanup()
@@ -81,35 +79,34 @@ void TestHostileUserService::survivesASignalOfAnyTypes_data()
 void TestHostileUserService::survivesASignalOfAnyTypes()
 {
     QFETCH(QString, body);
-    SignalRecorder relayed(fixture->client, QStringLiteral("org.zarn.Orvane"), control(),
-                           QStringLiteral("org.freedesktop.DBus.Properties"),
-                           QStringLiteral("PropertiesChanged"));
-    (void)fixture->call(controlCall(QStringLiteral("Emit"), {body}));
-    (void)fixture->call(controlCall(QStringLiteral("Emit"), {QStringLiteral("genuine")}));
+    SignalRecorder relayed(fixture->client, u"org.zarn.Orvane"_s, control(),
+                           u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s);
+    (void)fixture->call(controlCall(u"Emit"_s, {body}));
+    (void)fixture->call(controlCall(u"Emit"_s, {u"genuine"_s}));
     QVERIFY(fixture->waitUntil([&] { return !relayed.received.isEmpty(); }));
     QCOMPARE(relayed.received.size(), 1);
-    QCOMPARE(relayed.received.constFirst().at(0).toString(), QStringLiteral("genuine"));
+    QCOMPARE(relayed.received.constFirst().at(0).toString(), u"genuine"_s);
     QVERIFY(stillAnswers());
 }
 
 void TestHostileUserService::answersWithAnErrorWhatCannotBePassedOn()
 {
-    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("EmptySignature")));
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("The answer holds a value that cannot be sent"));
+    const QDBusMessage reply = fixture->call(controlCall(u"EmptySignature"_s));
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(reply.errorMessage(), u"The answer holds a value that cannot be sent"_s);
     QVERIFY(stillAnswers());
 }
 
 void TestHostileUserService::passesAnEmptySignatureInARecordOn()
 {
-    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("EmptyInVariant")));
-    QCOMPARE(reply.signature(), QStringLiteral("(sa{sv})"));
+    const QDBusMessage reply = fixture->call(controlCall(u"EmptyInVariant"_s));
+    QCOMPARE(reply.signature(), u"(sa{sv})"_s);
 }
 
 void TestHostileUserService::passesADescriptorOn()
 {
-    const QDBusMessage reply = fixture->call(controlCall(QStringLiteral("Descriptor")));
-    QCOMPARE(reply.signature(), QStringLiteral("h"));
+    const QDBusMessage reply = fixture->call(controlCall(u"Descriptor"_s));
+    QCOMPARE(reply.signature(), u"h"_s);
 }
 
 void TestHostileUserService::keepsItsOwnObjects_data()
@@ -124,16 +121,15 @@ void TestHostileUserService::keepsItsOwnObjects_data()
 void TestHostileUserService::keepsItsOwnObjects()
 {
     QFETCH(QString, path);
-    const QDBusMessage reply = fixture->registerInvoker(QStringLiteral("Any=") + path);
+    const QDBusMessage reply = fixture->registerInvoker(u"Any="_s + path);
     QCOMPARE(reply.arguments().constFirst().value<QDBusObjectPath>().path(), path);
     QVERIFY(fixture->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
                                 + "\"\n"));
-    (void)fixture->call(Fixture::methodCall(path,
-                                            QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
-                                            QStringLiteral("CloseSession")));
+    (void)fixture->call(
+        Fixture::methodCall(path, u"org.zarn.Orvane.TaskInvokerSession1"_s, u"CloseSession"_s));
     // The daemon's own object is still there.
-    const QDBusMessage introspected = fixture->call(Fixture::methodCall(
-        path, QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect")));
+    const QDBusMessage introspected = fixture->call(
+        Fixture::methodCall(path, u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s));
     QCOMPARE(introspected.type(), QDBusMessage::ReplyMessage);
     QVERIFY(stillAnswers());
 }
@@ -141,25 +137,23 @@ void TestHostileUserService::keepsItsOwnObjects()
 void TestHostileUserService::keepsThePathOfASessionThatIsNotThereYet()
 {
     const QString path = Fixture::sessionPath();
-    const QDBusMessage reply = fixture->registerInvoker(QStringLiteral("Any=") + path);
+    const QDBusMessage reply = fixture->registerInvoker(u"Any="_s + path);
     QCOMPARE(reply.arguments().constFirst().value<QDBusObjectPath>().path(), path);
     QVERIFY(fixture->daemonLogs("Couldn't register TaskInvokerSession proxy at \"" + path.toUtf8()
                                 + "\"\n"));
     QVERIFY(stillAnswers());
     // This is the daemon's own answer, because the service would send an empty one.
-    const QDBusMessage stopped =
-        fixture->call(Fixture::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
+    const QDBusMessage stopped = fixture->call(Fixture::sessionCall(u"Stop"_s, {u"a.b.task_c"_s}));
     QCOMPARE(stopped.arguments(), QVariantList{0});
 }
 
 void TestHostileUserService::takesOverAPathWhenItServesTheTypeItself()
 {
-    const QString type = QStringLiteral("Later");
+    const QString type = u"Later"_s;
     const QString path = Fixture::sessionPath(type);
     (void)fixture->registerInvoker(type + QLatin1Char('=') + path);
-    const QDBusMessage call =
-        Fixture::methodCall(path, QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"),
-                            QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")});
+    const QDBusMessage call = Fixture::methodCall(path, u"org.zarn.Orvane.TaskInvokerSession1"_s,
+                                                  u"Stop"_s, {u"a.b.task_c"_s});
     QCOMPARE(fixture->call(call).arguments(), QVariantList());
     fixture->root.serveType(type);
     QCOMPARE(fixture->registerInvoker(type).type(), QDBusMessage::ReplyMessage);

@@ -1,4 +1,5 @@
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -20,7 +21,7 @@ private Q_SLOTS:
 private:
     static QStringList idleTime(const char *text)
     {
-        return {QStringLiteral("ORVANE_DAEMON_TIMEOUT=") + QString::fromLatin1(text)};
+        return {u"ORVANE_DAEMON_TIMEOUT="_s + QString::fromLatin1(text)};
     }
     static bool waitForTheEnd(Fixture &fixture)
     {
@@ -43,7 +44,7 @@ void TestIdleExit::leavesAfterTheIdleTime()
 void TestIdleExit::leavesBeforeItIsReady()
 {
     Fixture fixture;
-    fixture.systemd->hold(QStringLiteral("ListUnitsByPatterns"));
+    fixture.systemd->hold(u"ListUnitsByPatterns"_s);
     fixture.launch(idleTime("300"));
     QVERIFY(waitForTheEnd(fixture));
     QCOMPARE(fixture.daemon.exitStatus(), 0);
@@ -52,10 +53,10 @@ void TestIdleExit::leavesBeforeItIsReady()
 void TestIdleExit::staysForARegisteredClient()
 {
     Fixture fixture;
-    fixture.root.serveType(QStringLiteral("Sync"));
+    fixture.root.serveType(u"Sync"_s);
     QVERIFY(fixture.start(idleTime("500")));
     QDBusConnection client = fixture.connect();
-    QCOMPARE(fixture.call(Fixture::registerCall(QStringLiteral("Sync")), client).type(),
+    QCOMPARE(fixture.call(Fixture::registerCall(u"Sync"_s), client).type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(Fixture::waitForAnIdleTime(500));
     QVERIFY(fixture.nameIsOwned());
@@ -68,10 +69,10 @@ void TestIdleExit::staysForARegisteredClient()
 void TestIdleExit::leavesWhenTheLastSessionIsClosed()
 {
     Fixture fixture;
-    fixture.root.serveType(QStringLiteral("Sync"));
+    fixture.root.serveType(u"Sync"_s);
     QVERIFY(fixture.start(idleTime("500")));
-    QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(fixture.call(Fixture::sessionCall(QStringLiteral("CloseSession"))).type(),
+    QCOMPARE(fixture.registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture.call(Fixture::sessionCall(u"CloseSession"_s)).type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(waitForTheEnd(fixture));
 }
@@ -79,11 +80,11 @@ void TestIdleExit::leavesWhenTheLastSessionIsClosed()
 void TestIdleExit::leavesThoughAClientVanishedAtOnce()
 {
     Fixture fixture;
-    fixture.root.serveType(QStringLiteral("Sync"));
+    fixture.root.serveType(u"Sync"_s);
     QVERIFY(fixture.start(idleTime("500")));
     for (int round = 0; round < 20; ++round) {
         QDBusConnection client = fixture.connect();
-        client.asyncCall(Fixture::registerCall(QStringLiteral("Sync")));
+        client.asyncCall(Fixture::registerCall(u"Sync"_s));
         fixture.drop(client);
     }
     QVERIFY(waitForTheEnd(fixture));
@@ -96,9 +97,8 @@ void TestIdleExit::staysWhileAForwardedCallIsOutstanding()
     FakeUserService user(fixture.connect());
     user.hangs = true;
     QVERIFY(fixture.start(idleTime("500")));
-    const auto call = Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
-                                          QStringLiteral("org.zarn.Orvane.Control1"),
-                                          QStringLiteral("Start"), {QStringLiteral("a.b")});
+    const auto call = Fixture::methodCall(u"/org/zarn/Orvane/Control1"_s,
+                                          u"org.zarn.Orvane.Control1"_s, u"Start"_s, {u"a.b"_s});
     const QDBusPendingCall first = fixture.client.asyncCall(call);
     const QDBusPendingCall second = fixture.client.asyncCall(call);
     QVERIFY(Fixture::waitUntil([&] { return user.calls.size() == 2; }));
@@ -112,26 +112,24 @@ void TestIdleExit::staysWhileAForwardedCallIsOutstanding()
 
 void TestIdleExit::staysUntilTheUserManagerHasAnswered()
 {
-    const QString old = QStringLiteral("/var/lib/am/apps/a.b/100002.conf");
-    const QString set = QStringLiteral("/var/lib/am/apps/c.d/100003.conf");
+    const QString old = u"/var/lib/am/apps/a.b/100002.conf"_s;
+    const QString set = u"/var/lib/am/apps/c.d/100003.conf"_s;
     Fixture fixture;
     fixture.root.write(old, "[a.b]\nautostart=true\n");
-    fixture.userManager->behave(QStringLiteral("hang"));
+    fixture.userManager->behave(u"hang"_s);
     bool asked = false;
     fixture.userManager->onCall = [&asked] { asked = true; };
-    QVERIFY(
-        fixture.start(idleTime("1") + QStringList{QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    QVERIFY(fixture.start(idleTime("1") + QStringList{u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
     QVERIFY(Fixture::waitUntil([&asked] { return asked; }));
     // This user is not in the list of users that the daemon is waiting for.
     QCOMPARE(fixture
-                 .call(Fixture::methodCall(
-                     QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
-                     QStringLiteral("SetEnabled"), {100003, QStringLiteral("c.d"), true}))
+                 .call(Fixture::methodCall(u"/org/zarn/am"_s, u"org.zarn.am.Autostart"_s,
+                                           u"SetEnabled"_s, {100003, u"c.d"_s, true}))
                  .type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(fixture.daemon.isRunning() && fixture.root.exists(old));
 
-    fixture.userManager->release(QStringLiteral("list"));
+    fixture.userManager->release(u"list"_s);
     QVERIFY(waitForTheEnd(fixture));
     QCOMPARE(fixture.daemon.exitStatus(), 0);
     QVERIFY(!fixture.root.exists(old));

@@ -2,6 +2,7 @@
 // do the manual pages that are made of them.
 
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,10 +25,10 @@ QStringList interfaceIn(const QByteArray &xml, const QString &interface, bool &v
         if (token == QXmlStreamReader::StartElement) {
             QStringList attributes;
             for (const QXmlStreamAttribute &attribute : reader.attributes())
-                attributes.append(QStringLiteral("%1=%2").arg(attribute.name(), attribute.value()));
+                attributes.append(u"%1=%2"_s.arg(attribute.name(), attribute.value()));
             attributes.sort();
             if (reader.name() == QLatin1String("interface"))
-                inside = reader.attributes().value(QStringLiteral("name")) == interface;
+                inside = reader.attributes().value(u"name"_s) == interface;
             if (inside)
                 lines.append(QString(depth, QLatin1Char(' ')) + reader.name().toString()
                              + QLatin1Char(' ') + attributes.join(QLatin1Char(' ')));
@@ -46,7 +47,7 @@ QStringList interfaceIn(const QByteArray &xml, const QString &interface, bool &v
 QString plainText(const QByteArray &page)
 {
     QString text = QString::fromUtf8(page);
-    text.remove(QRegularExpression(QStringLiteral("\\\\&|\\\\f[BIR]")));
+    text.remove(QRegularExpression(u"\\\\&|\\\\f[BIR]"_s));
     return text.replace(QLatin1String("\\-"), QLatin1String("-"));
 }
 
@@ -54,7 +55,7 @@ QString plainText(const QByteArray &page)
 QString sectionOf(const QString &page, const QString &kind, const QString &member)
 {
     const QString name = kind == QLatin1String("method") ? member + QLatin1String("()") : member;
-    const int start = page.indexOf(QStringLiteral(".SS \"The %1 %2\"\n").arg(name, kind));
+    const int start = page.indexOf(u".SS \"The %1 %2\"\n"_s.arg(name, kind));
     return start < 0 ? QString()
                      : page.mid(start, page.indexOf(QLatin1String("\n.S"), start) - start);
 }
@@ -63,15 +64,13 @@ QString sectionOf(const QString &page, const QString &kind, const QString &membe
 // for it.
 bool describesArgument(const QString &section, const QXmlStreamAttributes &argument)
 {
-    const QString direction = argument.value(QStringLiteral("direction")).toString();
-    const QString term = QStringList{direction == QLatin1String("out") ? QStringLiteral("OUT")
-                                                                       : QStringLiteral("IN"),
-                                     argument.value(QStringLiteral("type")).toString(),
-                                     argument.value(QStringLiteral("name")).toString()}
-                             .join(QLatin1Char(' '));
-    const QRegularExpression item(
-        QStringLiteral("^%1:\n\\.RS 4\n[A-Z]").arg(QRegularExpression::escape(term)),
-        QRegularExpression::MultilineOption);
+    const QString direction = argument.value(u"direction"_s).toString();
+    const QString term =
+        QStringList{direction == QLatin1String("out") ? u"OUT"_s : u"IN"_s,
+                    argument.value(u"type"_s).toString(), argument.value(u"name"_s).toString()}
+            .join(QLatin1Char(' '));
+    const QRegularExpression item(u"^%1:\n\\.RS 4\n[A-Z]"_s.arg(QRegularExpression::escape(term)),
+                                  QRegularExpression::MultilineOption);
     return section.contains(item);
 }
 
@@ -80,7 +79,7 @@ bool describesArgument(const QString &section, const QXmlStreamAttributes &argum
 QStringList missingOf(const QString &page, QXmlStreamReader &reader)
 {
     const QString kind = reader.name().toString();
-    const QString name = reader.attributes().value(QStringLiteral("name")).toString();
+    const QString name = reader.attributes().value(u"name"_s).toString();
     const bool isMember = kind != QLatin1String("annotation");
     const QString section = sectionOf(page, kind, name);
     QStringList missing;
@@ -88,10 +87,9 @@ QStringList missingOf(const QString &page, QXmlStreamReader &reader)
         missing.append(kind + QLatin1Char(' ') + name);
     while (reader.readNextStartElement()) {
         const QXmlStreamAttributes attributes = reader.attributes();
-        if (reader.name() == QLatin1String("arg") && attributes.hasAttribute(QStringLiteral("name"))
+        if (reader.name() == QLatin1String("arg") && attributes.hasAttribute(u"name"_s)
             && !describesArgument(section, attributes))
-            missing.append(name + QLatin1Char(' ')
-                           + attributes.value(QStringLiteral("name")).toString());
+            missing.append(name + QLatin1Char(' ') + attributes.value(u"name"_s).toString());
         reader.skipCurrentElement();
     }
     return missing;
@@ -103,7 +101,7 @@ QStringList missingIn(const QString &page, const QByteArray &xml, const QString 
     QXmlStreamReader reader(xml);
     reader.readNextStartElement();
     while (reader.readNextStartElement()) {
-        if (reader.attributes().value(QStringLiteral("name")) != interface) {
+        if (reader.attributes().value(u"name"_s) != interface) {
             reader.skipCurrentElement();
             continue;
         }
@@ -132,18 +130,16 @@ private:
     [[nodiscard]] QByteArray description(const QString &path) const
     {
         const QDBusMessage reply = m_fixture->call(
-            Fixture::methodCall(path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                QStringLiteral("Introspect")));
+            Fixture::methodCall(path, u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s));
         return reply.arguments().value(0).toString().toUtf8();
     }
 
     // The object path of each interface.
     const QMap<QString, QString> m_paths{
-        {QStringLiteral("org.zarn.Orvane.TaskInvoker1"),
-         QStringLiteral("/org/zarn/Orvane/TaskInvoker1")},
-        {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), Fixture::sessionPath()},
-        {QStringLiteral("org.zarn.am.Autostart"), QStringLiteral("/org/zarn/am")},
-        {QStringLiteral("org.zarn.Teller.Hooks"), QStringLiteral("/org/zarn/Teller/Hooks")}};
+        {u"org.zarn.Orvane.TaskInvoker1"_s, u"/org/zarn/Orvane/TaskInvoker1"_s},
+        {u"org.zarn.Orvane.TaskInvokerSession1"_s, Fixture::sessionPath()},
+        {u"org.zarn.am.Autostart"_s, u"/org/zarn/am"_s},
+        {u"org.zarn.Teller.Hooks"_s, u"/org/zarn/Teller/Hooks"_s}};
     const QDir m_directory{QStringLiteral(INTERFACES)};
     std::unique_ptr<Fixture> m_fixture;
 };
@@ -151,9 +147,9 @@ private:
 void TestInterfaces::initTestCase()
 {
     m_fixture = std::make_unique<Fixture>();
-    m_fixture->root.serveType(QStringLiteral("Sync"));
+    m_fixture->root.serveType(u"Sync"_s);
     QVERIFY(m_fixture->start());
-    QCOMPARE(m_fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(m_fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestInterfaces::areWhatTheDaemonSays_data()
@@ -166,7 +162,7 @@ void TestInterfaces::areWhatTheDaemonSays_data()
 void TestInterfaces::areWhatTheDaemonSays()
 {
     QFETCH(QString, interface);
-    QFile file(m_directory.filePath(interface + QStringLiteral(".xml")));
+    QFile file(m_directory.filePath(interface + u".xml"_s));
     QVERIFY(file.open(QIODevice::ReadOnly));
     bool valid = false;
     const QStringList installed = interfaceIn(file.readAll(), interface, valid);
@@ -180,7 +176,7 @@ void TestInterfaces::areWhatTheDaemonSays()
 void TestInterfaces::havePagesThatDescribeAllOfThem()
 {
     QFETCH(QString, interface);
-    QFile file(QDir(QStringLiteral(INTERFACE_PAGES)).filePath(interface + QStringLiteral(".5")));
+    QFile file(QDir(QStringLiteral(INTERFACE_PAGES)).filePath(interface + u".5"_s));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(missingIn(plainText(file.readAll()), description(m_paths.value(interface)), interface),
              QStringList());
@@ -190,7 +186,7 @@ void TestInterfaces::areAll()
 {
     QStringList names = m_paths.keys();
     for (QString &name : names)
-        name += QStringLiteral(".xml");
+        name += u".xml"_s;
     QCOMPARE(m_directory.entryList(QDir::Files, QDir::Name), names);
     // No object offers a second interface of the daemon.
     for (const QString &path : m_paths) {

@@ -1,6 +1,7 @@
 // "--launcher": what is started for a user, and by which service.
 
 #include "component/bus_programs.h"
+#include "support/literals.h"
 
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
@@ -23,8 +24,7 @@ public:
         const QString id = message.arguments().constFirst().toString();
         started.append(id);
         if (id.isEmpty() || id == QLatin1String("bad.app"))
-            return bus.send(message.createErrorReply(QDBusError::Failed,
-                                                     QStringLiteral("No such application")));
+            return bus.send(message.createErrorReply(QDBusError::Failed, u"No such application"_s));
         return bus.send(message.createReply());
     }
 
@@ -56,12 +56,12 @@ private Q_SLOTS:
 private:
     bool writeEntry(const QString &id, const QByteArray &keys) const
     {
-        return m_root->write(QStringLiteral("share/applications/%1.desktop").arg(id),
+        return m_root->write(u"share/applications/%1.desktop"_s.arg(id),
                              "[Desktop Entry]\n" + keys);
     }
     bool enable(const QStringList &ids) const;
     /// Runs the launcher and waits for its end. Its log is then in m_log.
-    bool launch(const QStringList &arguments = {QStringLiteral("--launcher")});
+    bool launch(const QStringList &arguments = {u"--launcher"_s});
     QByteArrayList opened() const;
 
     std::unique_ptr<PrivateBus> m_bus;
@@ -72,7 +72,7 @@ private:
 
 namespace {
 
-const QString service = QStringLiteral("service");
+const QString service = u"service"_s;
 const QByteArray launcherFunction = "static bool Autostart::Launcher::launchApplications(): ";
 
 QByteArray applicationKeys(const QByteArray &organisation, const QByteArray &name)
@@ -90,19 +90,15 @@ void TestLauncher::init()
     m_root = std::make_unique<TestRoot>(m_bus->address());
     m_control = std::make_unique<Control>();
     QDBusConnection bus = m_bus->connect(service);
-    QVERIFY(
-        bus.registerVirtualObject(QStringLiteral("/org/zarn/Orvane/Control1"), m_control.get()));
-    QVERIFY(bus.registerService(QStringLiteral("org.zarn.Orvane")));
+    QVERIFY(bus.registerVirtualObject(u"/org/zarn/Orvane/Control1"_s, m_control.get()));
+    QVERIFY(bus.registerService(u"org.zarn.Orvane"_s));
     // Each call of xdg-open leaves a file with the arguments, each followed by a zero byte.
-    QVERIFY(m_root->write(QStringLiteral("bin/xdg-open"),
+    QVERIFY(m_root->write(u"bin/xdg-open"_s,
                           "#!/bin/sh\nout=$(mktemp \"$ORVANE_ROOTFS/opened/XXXXXX.part\")\n"
                           "printf '%s\\0' \"$@\" > \"$out\"\nmv \"$out\" \"${out%.part}\"\n"));
-    QVERIFY(QFile::setPermissions(m_root->path(QStringLiteral("bin/xdg-open")),
-                                  QFile::Permissions(0x7755)));
-    QVERIFY(QDir().mkpath(m_root->path(QStringLiteral("opened"))));
-    m_root->environment.insert(QStringLiteral("PATH"),
-                               m_root->path(QStringLiteral("bin"))
-                                   + QStringLiteral(":/usr/bin:/bin"));
+    QVERIFY(QFile::setPermissions(m_root->path(u"bin/xdg-open"_s), QFile::Permissions(0x7755)));
+    QVERIFY(QDir().mkpath(m_root->path(u"opened"_s)));
+    m_root->environment.insert(u"PATH"_s, m_root->path(u"bin"_s) + u":/usr/bin:/bin"_s);
 }
 
 void TestLauncher::cleanup()
@@ -118,7 +114,7 @@ bool TestLauncher::enable(const QStringList &ids) const
     QByteArray text;
     for (const QString &id : ids)
         text += '[' + id.toLatin1() + "]\nautostart=true\n";
-    return m_root->write(QStringLiteral("etc/am/conf.d/x.conf"), text);
+    return m_root->write(u"etc/am/conf.d/x.conf"_s, text);
 }
 
 bool TestLauncher::launch(const QStringList &arguments)
@@ -136,18 +132,18 @@ bool TestLauncher::launch(const QStringList &arguments)
 QByteArrayList TestLauncher::opened() const
 {
     QByteArrayList calls;
-    const QDir directory(m_root->path(QStringLiteral("opened")));
+    const QDir directory(m_root->path(u"opened"_s));
     const QStringList names = directory.entryList(QDir::Files);
     for (const QString &name : names) {
         if (!name.endsWith(QLatin1String(".part")))
-            calls.append(m_root->read(QStringLiteral("opened/") + name));
+            calls.append(m_root->read(u"opened/"_s + name));
     }
     return calls;
 }
 
 void TestLauncher::startsNothingWhenNothingIsEnabled()
 {
-    QVERIFY(writeEntry(QStringLiteral("a.b"), applicationKeys("a", "b")));
+    QVERIFY(writeEntry(u"a.b"_s, applicationKeys("a", "b")));
     QVERIFY(launch());
     QCOMPARE(m_control->started, QStringList());
     QVERIFY2(!m_log.contains("launchApplications"), m_log);
@@ -155,13 +151,12 @@ void TestLauncher::startsNothingWhenNothingIsEnabled()
 
 void TestLauncher::startsApplicationsUnderTheNameOfTheirEntry()
 {
-    QVERIFY(enable({QStringLiteral("a.b"), QStringLiteral("c.d")}));
-    QVERIFY(writeEntry(QStringLiteral("a.b"), applicationKeys("org.example", "Other")));
-    QVERIFY(writeEntry(QStringLiteral("c.d"), applicationKeys("c", "d")));
+    QVERIFY(enable({u"a.b"_s, u"c.d"_s}));
+    QVERIFY(writeEntry(u"a.b"_s, applicationKeys("org.example", "Other")));
+    QVERIFY(writeEntry(u"c.d"_s, applicationKeys("c", "d")));
     QVERIFY(launch());
     m_control->started.sort();
-    QCOMPARE(m_control->started,
-             QStringList({QStringLiteral("c.d"), QStringLiteral("org.example.Other")}));
+    QCOMPARE(m_control->started, QStringList({u"c.d"_s, u"org.example.Other"_s}));
     QVERIFY2(!m_log.contains("launchApplications"), m_log);
 }
 
@@ -170,11 +165,11 @@ void TestLauncher::asksWithAnEmptyIdWhenThereIsNoEntry_data()
     QTest::addColumn<QString>("id");
     QTest::addColumn<QByteArray>("keys");
 
-    QTest::newRow("no file") << QStringLiteral("a.b") << QByteArray();
-    QTest::newRow("the pseudo application") << QStringLiteral("enabledMode") << QByteArray();
-    QTest::newRow("no name") << QStringLiteral("a.b") << QByteArray("Type=Application\n");
+    QTest::newRow("no file") << u"a.b"_s << QByteArray();
+    QTest::newRow("the pseudo application") << u"enabledMode"_s << QByteArray();
+    QTest::newRow("no name") << u"a.b"_s << QByteArray("Type=Application\n");
     QTest::newRow("link in other letters")
-        << QStringLiteral("a.b") << QByteArray("Type=link\nName=L\nURL=http://x/\n");
+        << u"a.b"_s << QByteArray("Type=link\nName=L\nURL=http://x/\n");
 }
 
 void TestLauncher::asksWithAnEmptyIdWhenThereIsNoEntry()
@@ -194,12 +189,12 @@ void TestLauncher::asksWithAnEmptyIdWhenThereIsNoEntry()
 
 void TestLauncher::goesOnAfterAFailure()
 {
-    QVERIFY(enable({QStringLiteral("a.b"), QStringLiteral("c.d"), QStringLiteral("e.f")}));
-    QVERIFY(writeEntry(QStringLiteral("a.b"), applicationKeys("bad", "app")));
-    QVERIFY(writeEntry(QStringLiteral("c.d"), "Type=Link\nName=L\nURL=http://x/\n"));
-    QVERIFY(writeEntry(QStringLiteral("e.f"), applicationKeys("e", "f")));
+    QVERIFY(enable({u"a.b"_s, u"c.d"_s, u"e.f"_s}));
+    QVERIFY(writeEntry(u"a.b"_s, applicationKeys("bad", "app")));
+    QVERIFY(writeEntry(u"c.d"_s, "Type=Link\nName=L\nURL=http://x/\n"));
+    QVERIFY(writeEntry(u"e.f"_s, applicationKeys("e", "f")));
     QVERIFY(launch());
-    QCOMPARE(m_control->started, QStringList({QStringLiteral("bad.app"), QStringLiteral("e.f")}));
+    QCOMPARE(m_control->started, QStringList({u"bad.app"_s, u"e.f"_s}));
     QTRY_COMPARE(opened(), QByteArrayList{QByteArray("http://x/\0", 10)});
     QVERIFY2(m_log.contains(launcherFunction
                             + "couldn't autostart: \"a.b\"  with the app ID of:  \"bad.app\"\n"),
@@ -224,8 +219,8 @@ void TestLauncher::opensLinksWithTheUrlAsTheOnlyArgument()
 {
     QFETCH(QByteArray, url);
 
-    QVERIFY(enable({QStringLiteral("a.b")}));
-    QVERIFY(writeEntry(QStringLiteral("a.b"), "Type=Link\nName=L\nURL=" + url + '\n'));
+    QVERIFY(enable({u"a.b"_s}));
+    QVERIFY(writeEntry(u"a.b"_s, "Type=Link\nName=L\nURL=" + url + '\n'));
     QVERIFY(launch());
     QTRY_COMPARE(opened(), QByteArrayList{url + '\0'});
     QCOMPARE(m_control->started, QStringList());
@@ -234,29 +229,29 @@ void TestLauncher::opensLinksWithTheUrlAsTheOnlyArgument()
 
 void TestLauncher::opensALinkOfWhichOnlyTheTypeIsRight()
 {
-    QVERIFY(enable({QStringLiteral("a.b")}));
-    QVERIFY(writeEntry(QStringLiteral("a.b"), "Type=Link\nURL=http://x/\n"));
+    QVERIFY(enable({u"a.b"_s}));
+    QVERIFY(writeEntry(u"a.b"_s, "Type=Link\nURL=http://x/\n"));
     QVERIFY(launch());
     QTRY_COMPARE(opened(), QByteArrayList{QByteArray("http://x/\0", 10)});
 }
 
 void TestLauncher::reportsALinkThatCannotBeOpened()
 {
-    QVERIFY(enable({QStringLiteral("a.b"), QStringLiteral("c.d")}));
-    QVERIFY(writeEntry(QStringLiteral("a.b"), "Type=Link\nName=L\nURL=http://x/\n"));
-    QVERIFY(writeEntry(QStringLiteral("c.d"), applicationKeys("c", "d")));
-    m_root->environment.insert(QStringLiteral("PATH"), m_root->path(QStringLiteral("none")));
+    QVERIFY(enable({u"a.b"_s, u"c.d"_s}));
+    QVERIFY(writeEntry(u"a.b"_s, "Type=Link\nName=L\nURL=http://x/\n"));
+    QVERIFY(writeEntry(u"c.d"_s, applicationKeys("c", "d")));
+    m_root->environment.insert(u"PATH"_s, m_root->path(u"none"_s));
     QVERIFY(launch());
     QVERIFY2(m_log.contains(launcherFunction + "Failed to launch browser link:  \"http://x/\"\n"),
              m_log);
-    QCOMPARE(m_control->started, QStringList{QStringLiteral("c.d")});
+    QCOMPARE(m_control->started, QStringList{u"c.d"_s});
 }
 
 void TestLauncher::reportsAStarterThatIsNotThere()
 {
-    QVERIFY(enable({QStringLiteral("c.d")}));
-    QVERIFY(writeEntry(QStringLiteral("c.d"), applicationKeys("c", "d")));
-    QVERIFY(m_bus->connect(service).unregisterService(QStringLiteral("org.zarn.Orvane")));
+    QVERIFY(enable({u"c.d"_s}));
+    QVERIFY(writeEntry(u"c.d"_s, applicationKeys("c", "d")));
+    QVERIFY(m_bus->connect(service).unregisterService(u"org.zarn.Orvane"_s));
     QVERIFY(launch());
     QVERIFY2(m_log.contains("couldn't autostart: \"c.d\"  with the app ID of:  \"c.d\"\n"), m_log);
 }
@@ -264,16 +259,15 @@ void TestLauncher::reportsAStarterThatIsNotThere()
 void TestLauncher::startsOnlyWhatThisUserWants()
 {
     const QByteArray uid = QByteArray::number(::getuid());
-    QVERIFY(m_root->write(QStringLiteral("etc/am/conf.d/x.conf"),
+    QVERIFY(m_root->write(u"etc/am/conf.d/x.conf"_s,
                           "[a.b%7C" + uid
                               + "]\nautostart=true\n[c.d%7C77777]\nautostart=true\n"
                                 "[e.f]\nautostart=true\n"));
-    QVERIFY(
-        m_root->write(QStringLiteral("var/lib/am/apps/e.f/%1.conf").arg(QString::fromLatin1(uid)),
-                      "[e.f%7C" + uid + "]\nautostart=false\n"));
-    QVERIFY(writeEntry(QStringLiteral("a.b"), applicationKeys("a", "b")));
+    QVERIFY(m_root->write(u"var/lib/am/apps/e.f/%1.conf"_s.arg(QString::fromLatin1(uid)),
+                          "[e.f%7C" + uid + "]\nautostart=false\n"));
+    QVERIFY(writeEntry(u"a.b"_s, applicationKeys("a", "b")));
     QVERIFY(launch());
-    QCOMPARE(m_control->started, QStringList{QStringLiteral("a.b")});
+    QCOMPARE(m_control->started, QStringList{u"a.b"_s});
 }
 
 void TestLauncher::isRecognisedByTheFirstArgument_data()
@@ -281,13 +275,13 @@ void TestLauncher::isRecognisedByTheFirstArgument_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<bool>("launches");
 
-    const QString launcher = QStringLiteral("--launcher");
+    const QString launcher = u"--launcher"_s;
     QTest::newRow("alone") << QStringList{launcher} << true;
-    QTest::newRow("with a second one") << QStringList{launcher, QStringLiteral("x")} << true;
-    QTest::newRow("in other letters") << QStringList{QStringLiteral("--Launcher")} << false;
-    QTest::newRow("second") << QStringList{QStringLiteral("x"), launcher} << false;
-    QTest::newRow("with a value") << QStringList{QStringLiteral("--launcher=1")} << false;
-    QTest::newRow("single dash") << QStringList{QStringLiteral("-launcher")} << false;
+    QTest::newRow("with a second one") << QStringList{launcher, u"x"_s} << true;
+    QTest::newRow("in other letters") << QStringList{u"--Launcher"_s} << false;
+    QTest::newRow("second") << QStringList{u"x"_s, launcher} << false;
+    QTest::newRow("with a value") << QStringList{u"--launcher=1"_s} << false;
+    QTest::newRow("single dash") << QStringList{u"-launcher"_s} << false;
 }
 
 void TestLauncher::isRecognisedByTheFirstArgument()
@@ -295,20 +289,20 @@ void TestLauncher::isRecognisedByTheFirstArgument()
     QFETCH(QStringList, arguments);
     QFETCH(bool, launches);
 
-    QVERIFY(enable({QStringLiteral("a.b")}));
-    QVERIFY(writeEntry(QStringLiteral("a.b"), applicationKeys("a", "b")));
-    m_root->environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), QStringLiteral("100"));
+    QVERIFY(enable({u"a.b"_s}));
+    QVERIFY(writeEntry(u"a.b"_s, applicationKeys("a", "b")));
+    m_root->environment.insert(u"ORVANE_DAEMON_TIMEOUT"_s, u"100"_s);
     if (launches) {
         QVERIFY(launch(arguments));
-        QCOMPARE(m_control->started, QStringList{QStringLiteral("a.b")});
+        QCOMPARE(m_control->started, QStringList{u"a.b"_s});
         return;
     }
     // The program is the daemon instead: it claims its name and launches nothing.
-    m_root->environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), QStringLiteral("60000"));
+    m_root->environment.insert(u"ORVANE_DAEMON_TIMEOUT"_s, u"60000"_s);
     QDBusConnection bus = m_bus->connect(service);
-    QVERIFY(bus.unregisterService(QStringLiteral("org.zarn.Orvane")));
+    QVERIFY(bus.unregisterService(u"org.zarn.Orvane"_s));
     Program daemon(*m_root, QStringLiteral(ORVANE_BINARY), arguments);
-    QVERIFY(waitForName(bus, QStringLiteral("org.zarn.Orvane")));
+    QVERIFY(waitForName(bus, u"org.zarn.Orvane"_s));
     QCOMPARE(m_control->started, QStringList());
 }
 

@@ -1,6 +1,7 @@
 // Calls and clients that arrive while the daemon is ending.
 
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
@@ -16,14 +17,13 @@
 
 namespace {
 
-const QString task = QStringLiteral("com.example.Notes.task_sync");
-const QVariantMap hints{{QStringLiteral("User"), QStringLiteral("nobody")}};
+const QString task = u"com.example.Notes.task_sync"_s;
+const QVariantMap hints{{u"User"_s, u"nobody"_s}};
 
 QDBusMessage readActiveTasks(const QString &path = Fixture::sessionPath())
 {
-    return Fixture::methodCall(
-        path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
-        {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), QStringLiteral("ActiveTasks")});
+    return Fixture::methodCall(path, u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
+                               {u"org.zarn.Orvane.TaskInvokerSession1"_s, u"ActiveTasks"_s});
 }
 
 } // namespace
@@ -60,8 +60,8 @@ private:
     [[nodiscard]] QString uniqueNameOfTheDaemon() const;
     [[nodiscard]] QStringList withRuntimeDirectory(const char *idleTime = "600000") const
     {
-        return {QStringLiteral("RUNTIME_DIRECTORY=") + fixture->root.path(),
-                QStringLiteral("ORVANE_DAEMON_TIMEOUT=") + QString::fromLatin1(idleTime)};
+        return {u"RUNTIME_DIRECTORY="_s + fixture->root.path(),
+                u"ORVANE_DAEMON_TIMEOUT="_s + QString::fromLatin1(idleTime)};
     }
     [[nodiscard]] bool startAgain(const char *idleTime = "600000") const
     {
@@ -71,7 +71,7 @@ private:
     /// Whether the daemon ignores SIGTERM, which it does from the end of its event loop on.
     [[nodiscard]] bool isOnItsWayOut() const
     {
-        QFile status(QStringLiteral("/proc/%1/status").arg(fixture->daemon.processId()));
+        QFile status(u"/proc/%1/status"_s.arg(fixture->daemon.processId()));
         const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
         const quint64 ignored =
             text.mid(text.indexOf("SigIgn:") + 7, 17).trimmed().toULongLong(nullptr, 16);
@@ -82,16 +82,15 @@ private:
         return Fixture::waitUntil([this] { return !fixture->daemon.isRunning(); });
     }
 
-    const QString savedFile = QStringLiteral("/registrations.json");
+    const QString savedFile = u"/registrations.json"_s;
     std::unique_ptr<Fixture> fixture;
 };
 
 void TestLeaving::init()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
-    fixture->root.writeApplication(QStringLiteral("Notes"),
-                                   "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+    fixture->root.serveType(u"Sync"_s);
+    fixture->root.writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
 }
 
 void TestLeaving::cleanup() { fixture.reset(); }
@@ -110,20 +109,19 @@ void TestLeaving::answersTheStartThatSystemdIsSlowWith()
     // start comes from another connection.
     QVERIFY(fixture->start(withRuntimeDirectory(told ? "600000" : "1500")));
     QDBusConnection other = fixture->connect();
-    QCOMPARE(fixture->call(Fixture::registerCall(QStringLiteral("Sync")), other).type(),
+    QCOMPARE(fixture->call(Fixture::registerCall(u"Sync"_s), other).type(),
              QDBusMessage::ReplyMessage);
-    fixture->systemd->hold(QStringLiteral("StartUnit"));
+    fixture->systemd->hold(u"StartUnit"_s);
     const QDBusPendingCall start = fixture->client.asyncCall(Fixture::startCall(task, hints));
-    QVERIFY(Fixture::waitUntil([this] {
-        return membersOf(fixture->systemd->calls).contains(QStringLiteral("StartUnit"));
-    }));
+    QVERIFY(Fixture::waitUntil(
+        [this] { return membersOf(fixture->systemd->calls).contains(u"StartUnit"_s); }));
     Fixture::drop(other);
     if (told)
         fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(Fixture::waitUntil([this] { return !fixture->nameIsOwned(); }));
     QVERIFY(!start.isFinished());
     QVERIFY(fixture->daemon.isRunning());
-    fixture->systemd->release(QStringLiteral("StartUnit"));
+    fixture->systemd->release(u"StartUnit"_s);
     QVERIFY(Fixture::waitUntil([&] { return start.isFinished(); }));
     QCOMPARE(start.reply().arguments(), QVariantList{0});
     QVERIFY(waitForTheEnd());
@@ -133,8 +131,8 @@ void TestLeaving::answersTheStartThatSystemdIsSlowWith()
 void TestLeaving::startsWhatWaitsForASlowReload()
 {
     QVERIFY(fixture->start(withRuntimeDirectory()));
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
-    fixture->systemd->hold(QStringLiteral("Reload"));
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
+    fixture->systemd->hold(u"Reload"_s);
     const QDBusPendingCall first = fixture->client.asyncCall(Fixture::startCall(task, hints));
     const QDBusPendingCall second = fixture->client.asyncCall(Fixture::startCall(task, hints));
     QVERIFY(Fixture::waitUntil([&] { return first.isFinished(); }));
@@ -142,7 +140,7 @@ void TestLeaving::startsWhatWaitsForASlowReload()
     QVERIFY(waitForTheEnd());
     QVERIFY(Fixture::waitUntil([&] { return second.isFinished(); }));
     QCOMPARE(second.reply().arguments(), QVariantList{0});
-    QCOMPARE(membersOf(fixture->systemd->calls).count(QStringLiteral("StartUnit")), 2);
+    QCOMPARE(membersOf(fixture->systemd->calls).count(u"StartUnit"_s), 2);
 }
 
 void TestLeaving::answersTheRegistrationThatTheUserServiceIsSlowWith()
@@ -150,16 +148,16 @@ void TestLeaving::answersTheRegistrationThatTheUserServiceIsSlowWith()
     FakeUserService user(fixture->connect());
     user.hangs = true;
     user.answer = [](const QDBusMessage &call) {
-        return call.createErrorReply(QStringLiteral("org.example.Error.No"), QString());
+        return call.createErrorReply(u"org.example.Error.No"_s, QString());
     };
     QVERIFY(fixture->start(withRuntimeDirectory("500")));
     const QDBusPendingCall registration =
-        fixture->client.asyncCall(Fixture::registerCall(QStringLiteral("UserType")));
+        fixture->client.asyncCall(Fixture::registerCall(u"UserType"_s));
     QVERIFY(Fixture::waitUntil([this] { return !fixture->nameIsOwned(); }));
     QVERIFY(!registration.isFinished());
     user.release();
     QVERIFY(Fixture::waitUntil([&] { return registration.isFinished(); }));
-    QCOMPARE(registration.reply().errorName(), QStringLiteral("org.example.Error.No"));
+    QCOMPARE(registration.reply().errorName(), u"org.example.Error.No"_s);
     QVERIFY(waitForTheEnd());
 }
 
@@ -168,27 +166,24 @@ void TestLeaving::stopsEveryTaskOfARemovedApplication()
     // More tasks than calls are sent to systemd at a time.
     constexpr int tasks = 100;
     for (int number = 0; number < tasks; ++number) {
-        fixture->systemd->units.append(
-            {QStringLiteral("ov_task.com.example.Notes.task_t%1.service").arg(number),
-             QStringLiteral("active"), QStringLiteral("running")});
+        fixture->systemd->units.append({u"ov_task.com.example.Notes.task_t%1.service"_s.arg(number),
+                                        u"active"_s, u"running"_s});
     }
     QVERIFY(fixture->start());
-    fixture->systemd->hold(QStringLiteral("StopUnit"));
+    fixture->systemd->hold(u"StopUnit"_s);
     QCOMPARE(fixture
-                 ->call(Fixture::methodCall(QStringLiteral("/org/zarn/Teller/Hooks"),
-                                            QStringLiteral("org.zarn.Teller.Hooks"),
-                                            QStringLiteral("OnRemove"),
-                                            {QStringLiteral("com.example.Notes")}))
+                 ->call(Fixture::methodCall(u"/org/zarn/Teller/Hooks"_s, u"org.zarn.Teller.Hooks"_s,
+                                            u"OnRemove"_s, {u"com.example.Notes"_s}))
                  .type(),
              QDBusMessage::ReplyMessage);
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(Fixture::waitUntil([this] { return !fixture->nameIsOwned(); }));
-    QVERIFY(membersOf(fixture->systemd->calls).count(QStringLiteral("StopUnit")) < tasks);
-    fixture->systemd->release(QStringLiteral("StopUnit"));
+    QVERIFY(membersOf(fixture->systemd->calls).count(u"StopUnit"_s) < tasks);
+    fixture->systemd->release(u"StopUnit"_s);
     QVERIFY(waitForTheEnd());
     const QStringList asked = membersOf(fixture->systemd->calls);
-    QCOMPARE(asked.count(QStringLiteral("StopUnit")), tasks);
-    QCOMPARE(asked.count(QStringLiteral("DisableUnitFiles")), tasks);
+    QCOMPARE(asked.count(u"StopUnit"_s), tasks);
+    QCOMPARE(asked.count(u"DisableUnitFiles"_s), tasks);
 }
 
 void TestLeaving::doesNotWaitForEverWhenTold()
@@ -196,9 +191,8 @@ void TestLeaving::doesNotWaitForEverWhenTold()
     FakeUserService user(fixture->connect());
     user.hangs = true;
     QVERIFY(fixture->start());
-    const QDBusPendingCall call = fixture->client.asyncCall(
-        Fixture::methodCall(QStringLiteral("/org/zarn/Orvane/Control1"),
-                            QStringLiteral("org.zarn.Orvane.Control1"), QStringLiteral("Start")));
+    const QDBusPendingCall call = fixture->client.asyncCall(Fixture::methodCall(
+        u"/org/zarn/Orvane/Control1"_s, u"org.zarn.Orvane.Control1"_s, u"Start"_s));
     QVERIFY(Fixture::waitUntil([&] { return user.calls.size() == 1; }));
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
@@ -210,7 +204,7 @@ void TestLeaving::handsSessionsOnToTheNextRun()
 {
     QVERIFY(fixture->start(withRuntimeDirectory()));
     QDBusConnection client = fixture->connect();
-    QCOMPARE(fixture->call(Fixture::registerCall(QStringLiteral("Sync")), client).type(),
+    QCOMPARE(fixture->call(Fixture::registerCall(u"Sync"_s), client).type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(startAgain("500"));
     // The client keeps the new run awake as it kept the old one.
@@ -224,34 +218,30 @@ void TestLeaving::handsSessionsOnToTheNextRun()
 
 void TestLeaving::handsForwardedSessionsOnToTheNextRun()
 {
-    const QString path = QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/u1");
+    const QString path = u"/org/zarn/Orvane/TaskInvokerSessions/u1"_s;
     FakeUserService user(fixture->connect());
     user.answer = [path](const QDBusMessage &call) {
         return call.member() == QLatin1String("RegisterInvoker")
             ? call.createReply({QVariant::fromValue(QDBusObjectPath(path)), QVariantMap()})
-            : call.createReply(QStringLiteral("here"));
+            : call.createReply(u"here"_s);
     };
     QVERIFY(fixture->start(withRuntimeDirectory()));
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("UserType")).type(),
-             QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(u"UserType"_s).type(), QDBusMessage::ReplyMessage);
     QVERIFY(startAgain());
-    QCOMPARE(fixture->call(readActiveTasks(path)).arguments(),
-             QVariantList{QStringLiteral("here")});
+    QCOMPARE(fixture->call(readActiveTasks(path)).arguments(), QVariantList{u"here"_s});
 }
 
 void TestLeaving::announcesBothListsToClientsItTookOver()
 {
     QVERIFY(fixture->start(withRuntimeDirectory()));
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
-    SignalRecorder changes(
-        fixture->client, QStringLiteral("org.zarn.Orvane"), Fixture::sessionPath(),
-        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("PropertiesChanged"));
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
+    SignalRecorder changes(fixture->client, u"org.zarn.Orvane"_s, Fixture::sessionPath(),
+                           u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s);
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
     changes.received.clear();
     // A change that happened while no daemon ran.
-    fixture->systemd->units = {{QStringLiteral("ov_task.%1.service").arg(task),
-                                QStringLiteral("active"), QStringLiteral("running")}};
+    fixture->systemd->units = {{u"ov_task.%1.service"_s.arg(task), u"active"_s, u"running"_s}};
     QVERIFY(fixture->start(withRuntimeDirectory()));
     QVERIFY(Fixture::waitUntil([&] {
         QSet<QString> announced;
@@ -259,8 +249,7 @@ void TestLeaving::announcesBothListsToClientsItTookOver()
             const auto names = qdbus_cast<QVariantMap>(change.value(1)).keys();
             announced += QSet<QString>(names.cbegin(), names.cend());
         }
-        return announced
-            == QSet<QString>{QStringLiteral("ActiveTasks"), QStringLiteral("AvailableTasks")};
+        return announced == QSet<QString>{u"ActiveTasks"_s, u"AvailableTasks"_s};
     }));
 }
 
@@ -268,7 +257,7 @@ void TestLeaving::takesOverOnlyWhoIsStillThere()
 {
     QVERIFY(fixture->start(withRuntimeDirectory()));
     QDBusConnection client = fixture->connect();
-    QCOMPARE(fixture->call(Fixture::registerCall(QStringLiteral("Sync")), client).type(),
+    QCOMPARE(fixture->call(Fixture::registerCall(u"Sync"_s), client).type(),
              QDBusMessage::ReplyMessage);
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
@@ -280,16 +269,16 @@ void TestLeaving::takesOverOnlyWhoIsStillThere()
 void TestLeaving::takesOverOnlyOnce()
 {
     QVERIFY(fixture->start(withRuntimeDirectory()));
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
     QVERIFY(startAgain());
     QVERIFY(!fixture->root.exists(savedFile));
     // A closed session is not restored.
-    QCOMPARE(fixture->call(Fixture::sessionCall(QStringLiteral("CloseSession"))).type(),
+    QCOMPARE(fixture->call(Fixture::sessionCall(u"CloseSession"_s)).type(),
              QDBusMessage::ReplyMessage);
     QVERIFY(startAgain());
     QVERIFY(!fixture->root.exists(savedFile));
     QCOMPARE(fixture->call(readActiveTasks()).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+             u"org.freedesktop.DBus.Error.UnknownObject"_s);
 }
 
 void TestLeaving::takesOverNothingUnreadable_data()
@@ -315,7 +304,7 @@ void TestLeaving::takesOverNothingUnreadable()
 void TestLeaving::takesOverNobodyWithoutAName()
 {
     QVERIFY(fixture->start(withRuntimeDirectory()));
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
     QByteArray kept = fixture->root.read(savedFile);
@@ -330,7 +319,7 @@ void TestLeaving::takesOverNobodyWithoutAName()
 void TestLeaving::takesOverNothingFromAnotherBus()
 {
     QVERIFY(fixture->start(withRuntimeDirectory()));
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
     QByteArray kept = fixture->root.read(savedFile);
@@ -340,37 +329,35 @@ void TestLeaving::takesOverNothingFromAnotherBus()
     fixture->root.write(savedFile, kept);
     QVERIFY(fixture->start(withRuntimeDirectory()));
     QCOMPARE(fixture->call(readActiveTasks()).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+             u"org.freedesktop.DBus.Error.UnknownObject"_s);
 }
 
 void TestLeaving::keepsNothingWithoutARuntimeDirectory()
 {
     QVERIFY(fixture->start());
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
     QVERIFY(fixture->start());
     QCOMPARE(fixture->call(readActiveTasks()).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+             u"org.freedesktop.DBus.Error.UnknownObject"_s);
 }
 
 void TestLeaving::staysForWhoeverHadItStarted()
 {
-    fixture->systemd->hold(QStringLiteral("ListUnitsByPatterns"));
-    QVERIFY(fixture->activateDaemon({QStringLiteral("ORVANE_DAEMON_TIMEOUT=300")}));
-    const QDBusPendingCall call = fixture->client.asyncCall(
-        Fixture::methodCall(QStringLiteral("/org/zarn/am"), QStringLiteral("org.zarn.am.Autostart"),
-                            QStringLiteral("GetEnabled"), {100000}));
-    QVERIFY(Fixture::waitUntil([this] {
-        return membersOf(fixture->systemd->calls).contains(QStringLiteral("ListUnitsByPatterns"));
-    }));
+    fixture->systemd->hold(u"ListUnitsByPatterns"_s);
+    QVERIFY(fixture->activateDaemon({u"ORVANE_DAEMON_TIMEOUT=300"_s}));
+    const QDBusPendingCall call = fixture->client.asyncCall(Fixture::methodCall(
+        u"/org/zarn/am"_s, u"org.zarn.am.Autostart"_s, u"GetEnabled"_s, {100000}));
+    QVERIFY(Fixture::waitUntil(
+        [this] { return membersOf(fixture->systemd->calls).contains(u"ListUnitsByPatterns"_s); }));
     // The daemon's idle time starts before it asks systemd. If the daemon left, the bus would
     // answer the call with an error.
     QVERIFY(Fixture::waitForAnIdleTime(300));
     QVERIFY(!call.isFinished());
-    fixture->systemd->release(QStringLiteral("ListUnitsByPatterns"));
+    fixture->systemd->release(u"ListUnitsByPatterns"_s);
     QVERIFY(Fixture::waitUntil([&] { return call.isFinished(); }));
-    QCOMPARE(call.reply().signature(), QStringLiteral("as"));
+    QCOMPARE(call.reply().signature(), u"as"_s);
     QVERIFY(Fixture::waitUntil([this] { return !fixture->nameIsOwned(); }));
 }
 
@@ -380,21 +367,21 @@ void TestLeaving::claimsNoNameOnItsWayOut()
     // ready.
     FakeUserService user(fixture->connect());
     user.hangs = true;
-    fixture->systemd->hold(QStringLiteral("ListUnitsByPatterns"));
+    fixture->systemd->hold(u"ListUnitsByPatterns"_s);
     fixture->launch();
     QVERIFY(Fixture::waitUntil([this] { return !uniqueNameOfTheDaemon().isEmpty(); }));
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        uniqueNameOfTheDaemon(), QStringLiteral("/org/zarn/Orvane/Control1"),
-        QStringLiteral("org.zarn.Orvane.Control1"), QStringLiteral("Start"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(uniqueNameOfTheDaemon(), u"/org/zarn/Orvane/Control1"_s,
+                                       u"org.zarn.Orvane.Control1"_s, u"Start"_s);
     const QDBusPendingCall pending = fixture->client.asyncCall(call);
     QVERIFY(Fixture::waitUntil([&] { return user.calls.size() == 1; }));
-    QDBusServiceWatcher claims(QStringLiteral("org.zarn.Orvane"), fixture->client,
+    QDBusServiceWatcher claims(u"org.zarn.Orvane"_s, fixture->client,
                                QDBusServiceWatcher::WatchForRegistration);
     QSignalSpy claimed(&claims, &QDBusServiceWatcher::serviceRegistered);
     fixture->daemon.sendSignal(SIGTERM);
     // Otherwise the daemon could become ready just before it handles the signal.
     QVERIFY(Fixture::waitUntil([this] { return isOnItsWayOut(); }));
-    fixture->systemd->release(QStringLiteral("ListUnitsByPatterns"));
+    fixture->systemd->release(u"ListUnitsByPatterns"_s);
     QVERIFY(waitForTheEnd());
     QCOMPARE(fixture->daemon.exitStatus(), 0);
     QCOMPARE(claimed.count(), 0);
@@ -413,13 +400,13 @@ QString TestLeaving::uniqueNameOfTheDaemon() const
 void TestLeaving::losesNoCallInManyIdleExits()
 {
     // The bus starts the daemon, and starts the next run while the last one is ending.
-    QVERIFY(fixture->activateDaemon({QStringLiteral("ORVANE_DAEMON_TIMEOUT=20")}));
+    QVERIFY(fixture->activateDaemon({u"ORVANE_DAEMON_TIMEOUT=20"_s}));
     QProcess caller;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), fixture->bus.address());
+    environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, fixture->bus.address());
     caller.setProcessEnvironment(environment);
     caller.setProcessChannelMode(QProcess::MergedChannels);
-    caller.start(QStringLiteral(PERSISTENT_CALLER), {QStringLiteral("100"), QStringLiteral("20")});
+    caller.start(QStringLiteral(PERSISTENT_CALLER), {u"100"_s, u"20"_s});
     QVERIFY(QTest::qWaitFor([&] { return caller.state() == QProcess::NotRunning; }, 100000));
     QVERIFY2(caller.exitCode() == 0, caller.readAll().constData());
 }

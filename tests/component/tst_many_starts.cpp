@@ -1,6 +1,7 @@
 // Many starts and stops at a time, with a systemd that is slow or does not answer.
 
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QTest>
 #include <QThread>
@@ -9,26 +10,20 @@ namespace {
 
 constexpr int tasks = 120;
 
-QString task(int number) { return QStringLiteral("com.example.Many.task_t%1").arg(number); }
+QString task(int number) { return u"com.example.Many.task_t%1"_s.arg(number); }
 
-QString unit(int number)
-{
-    return QStringLiteral("ov_task.com.example.Many.task_t%1.service").arg(number);
-}
+QString unit(int number) { return u"ov_task.com.example.Many.task_t%1.service"_s.arg(number); }
 
-QString reload() { return QStringLiteral("Reload"); }
-QString startUnit() { return QStringLiteral("StartUnit"); }
-QString stopUnit() { return QStringLiteral("StopUnit"); }
+QString reload() { return u"Reload"_s; }
+QString startUnit() { return u"StartUnit"_s; }
+QString stopUnit() { return u"StopUnit"_s; }
 
 QDBusMessage startOf(int number)
 {
-    return Fixture::startCall(task(number), {{QStringLiteral("User"), QStringLiteral("appuser")}});
+    return Fixture::startCall(task(number), {{u"User"_s, u"appuser"_s}});
 }
 
-QDBusMessage stopOf(int number)
-{
-    return Fixture::sessionCall(QStringLiteral("Stop"), {task(number)});
-}
+QDBusMessage stopOf(int number) { return Fixture::sessionCall(u"Stop"_s, {task(number)}); }
 
 } // namespace
 
@@ -54,8 +49,7 @@ private:
     // Waits until the daemon has handled every call that was sent before.
     void waitUntilHandled() const
     {
-        QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(),
-                 QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
     }
     // What systemd was asked for, in order: reloads, and starts and stops with their units.
     [[nodiscard]] QStringList asked() const;
@@ -73,11 +67,11 @@ private:
 void TestManyStarts::init()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.serveType(u"Sync"_s);
     QByteArray declarations;
     for (int number = 0; number < tasks; ++number)
         declarations += "[X-Task t" + QByteArray::number(number) + "]\nType=Sync\nExec=/opt/w\n";
-    fixture->root.write(QStringLiteral("/usr/share/applications/com.example.Many.desktop"),
+    fixture->root.write(u"/usr/share/applications/com.example.Many.desktop"_s,
                         "[Desktop Entry]\nType=Application\nName=x\nExec=/opt/x\n"
                         "[X-Application]\nOrganizationName=com.example\nApplicationName=Many\n"
                             + declarations);
@@ -94,9 +88,9 @@ QStringList TestManyStarts::asked() const
         if (call.member() == reload())
             words.append(reload());
         else if (call.member() == startUnit())
-            words.append(QStringLiteral("start ") + call.arguments().constFirst().toString());
+            words.append(u"start "_s + call.arguments().constFirst().toString());
         else if (call.member() == stopUnit())
-            words.append(QStringLiteral("stop ") + call.arguments().constFirst().toString());
+            words.append(u"stop "_s + call.arguments().constFirst().toString());
     }
     return words;
 }
@@ -138,9 +132,9 @@ void TestManyStarts::sharesTheReloadOfFiftyStarts()
     QVERIFY(Fixture::waitUntil([&] { return count(startUnit()) == 1; }));
     fixture->systemd->release(reload());
     expectSuccess(calls);
-    QStringList expected{reload(), QStringLiteral("start ") + unit(0), reload()};
+    QStringList expected{reload(), u"start "_s + unit(0), reload()};
     for (int number = 1; number < starts; ++number)
-        expected.append(QStringLiteral("start ") + unit(number));
+        expected.append(u"start "_s + unit(number));
     QCOMPARE(asked(), expected);
     QCOMPARE(notLoaded, QStringList());
 }
@@ -166,8 +160,7 @@ void TestManyStarts::startsThoughAReloadIsNeverAnswered()
 
 void TestManyStarts::startsThoughReloadsAreRefused()
 {
-    fixture->systemd->refuse(reload(), QStringLiteral("org.freedesktop.DBus.Error.AccessDenied"),
-                             QStringLiteral("no"));
+    fixture->systemd->refuse(reload(), u"org.freedesktop.DBus.Error.AccessDenied"_s, u"no"_s);
     expectSuccess(startTasks(10));
 }
 
@@ -180,15 +173,12 @@ void TestManyStarts::keepsTheOrderOfWhatIsAskedOfOneTask()
     // No other call for this task is under way.
     calls.append(fixture->client.asyncCall(stopOf(2)));
     QVERIFY(Fixture::waitUntil([&] { return count(stopUnit()) == 1; }));
-    QCOMPARE(asked(),
-             QStringList({reload(), QStringLiteral("start ") + unit(0),
-                          QStringLiteral("stop ") + unit(2)}));
+    QCOMPARE(asked(), QStringList({reload(), u"start "_s + unit(0), u"stop "_s + unit(2)}));
     fixture->systemd->release(reload());
     expectSuccess(calls);
     QCOMPARE(asked().mid(3),
-             QStringList({reload(), QStringLiteral("start ") + unit(1),
-                          QStringLiteral("stop ") + unit(1), reload(),
-                          QStringLiteral("start ") + unit(1)}));
+             QStringList({reload(), u"start "_s + unit(1), u"stop "_s + unit(1), reload(),
+                          u"start "_s + unit(1)}));
     QVERIFY(fixture->root.exists(fixture->root.unitFile(task(1))));
 }
 
@@ -197,17 +187,15 @@ void TestManyStarts::enablesBehindTheStart()
     fixture->systemd->hold(reload());
     QVector<QDBusPendingCall> calls;
     for (int number = 0; number < 3; ++number) {
-        calls.append(fixture->client.asyncCall(
-            Fixture::startCall(task(number),
-                               {{QStringLiteral("User"), QStringLiteral("appuser")},
-                                {QStringLiteral("Autostart"), number == 1 ? 2 : 1}})));
+        calls.append(fixture->client.asyncCall(Fixture::startCall(
+            task(number), {{u"User"_s, u"appuser"_s}, {u"Autostart"_s, number == 1 ? 2 : 1}})));
     }
     waitUntilHandled();
     fixture->systemd->release(reload());
     expectSuccess(calls);
     QCOMPARE(membersOf(fixture->systemd->calls).mid(3),
-             QStringList({reload(), startUnit(), reload(), startUnit(),
-                          QStringLiteral("EnableUnitFiles"), startUnit()}));
+             QStringList({reload(), startUnit(), reload(), startUnit(), u"EnableUnitFiles"_s,
+                          startUnit()}));
 }
 
 void TestManyStarts::stopsAtOnceWhileManyStartsWait()
@@ -228,8 +216,7 @@ void TestManyStarts::startsNothingThatItsCallerHasGivenUp()
     fixture->systemd->hold(startUnit());
     const QVector<QDBusPendingCall> starts = startTasks(asked, 3 * Fixture::timeoutMs);
     QVERIFY(Fixture::waitUntil([&] { return starts.constLast().isFinished(); }));
-    QCOMPARE(starts.constLast().error().name(),
-             QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(starts.constLast().error().name(), u"org.freedesktop.DBus.Error.Failed"_s);
     const int sent = count(startUnit());
     QVERIFY2(sent < asked, qPrintable(QString::number(sent)));
     fixture->systemd->release(startUnit());
@@ -251,8 +238,7 @@ void TestManyStarts::refusesMoreThanItCanKeep()
     for (int number = 0; number < calls; ++number)
         fixture->client.send(stopOf(number));
     for (const QDBusMessage &call : {startOf(0), stopOf(0)}) {
-        QCOMPARE(fixture->call(call).errorName(),
-                 QStringLiteral("org.freedesktop.DBus.Error.LimitsExceeded"));
+        QCOMPARE(fixture->call(call).errorName(), u"org.freedesktop.DBus.Error.LimitsExceeded"_s);
     }
     QVERIFY(!fixture->root.exists(fixture->root.unitFile(task(0))));
     fixture->systemd->release(stopUnit());

@@ -1,4 +1,5 @@
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -8,9 +9,9 @@
 
 namespace {
 
-QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
+QString task() { return u"com.example.Notes.task_sync"_s; }
 
-QString unit() { return QStringLiteral("ov_task.com.example.Notes.task_sync.service"); }
+QString unit() { return u"ov_task.com.example.Notes.task_sync.service"_s; }
 
 QStringList words(const char *line)
 {
@@ -24,17 +25,17 @@ QByteArray invocation(char of) { return QByteArray(16, of); }
 QVariantMap unitState(const char *active, char invocationId = 'a')
 {
     const bool isUp = qstrcmp(active, "active") == 0;
-    return {{QStringLiteral("ActiveState"), QString::fromLatin1(active)},
-            {QStringLiteral("InactiveEnterTimestampMonotonic"), quint64(isUp ? 0 : 5)},
-            {QStringLiteral("InvocationID"), invocation(invocationId)}};
+    return {{u"ActiveState"_s, QString::fromLatin1(active)},
+            {u"InactiveEnterTimestampMonotonic"_s, quint64(isUp ? 0 : 5)},
+            {u"InvocationID"_s, invocation(invocationId)}};
 }
 
 QVariantMap serviceState(const char *result, int code, int status)
 {
-    return {{QStringLiteral("Result"), QString::fromLatin1(result)},
-            {QStringLiteral("ExecMainCode"), code},
-            {QStringLiteral("ExecMainStatus"), status},
-            {QStringLiteral("ExecMainPID"), 4711}};
+    return {{u"Result"_s, QString::fromLatin1(result)},
+            {u"ExecMainCode"_s, code},
+            {u"ExecMainStatus"_s, status},
+            {u"ExecMainPID"_s, 4711}};
 }
 
 } // namespace
@@ -93,12 +94,11 @@ private:
 void TestOrvanectl::init()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
-    fixture->root.writeApplication(QStringLiteral("Notes"),
+    fixture->root.serveType(u"Sync"_s);
+    fixture->root.writeApplication(u"Notes"_s,
                                    "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker\n"
                                    "[X-Task alarm]\nType=OfTheUser\nExec=/opt/notes/worker\n");
-    fixture->root.writeApplication(QStringLiteral("Mail"),
-                                   "[X-Task sync]\nType=Sync\nExec=/opt/mail/worker\n");
+    fixture->root.writeApplication(u"Mail"_s, "[X-Task sync]\nType=Sync\nExec=/opt/mail/worker\n");
     QVERIFY(fixture->start());
 }
 
@@ -107,7 +107,7 @@ void TestOrvanectl::cleanup() { fixture.reset(); }
 void TestOrvanectl::emitService(const QVariantMap &changed) const
 {
     fixture->systemd->emitChange(Fixture::unitPath(task()), changed,
-                                 QStringLiteral("org.freedesktop.systemd1.Service"));
+                                 u"org.freedesktop.systemd1.Service"_s);
 }
 
 void TestOrvanectl::emitUnit(const QVariantMap &changed) const
@@ -125,13 +125,13 @@ void TestOrvanectl::onStart(const std::function<void()> &happens) const
 
 void TestOrvanectl::runTheTask() const
 {
-    fixture->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
+    fixture->systemd->units = {{unit(), u"active"_s, u"running"_s}};
     QVariantMap properties = unitState("active");
-    properties.insert(QStringLiteral("MainPID"), 4711u);
-    properties.insert(QStringLiteral("StateChangeTimestamp"), quint64(1580702706000000));
-    properties.insert(QStringLiteral("CPUUsageNSec"), quint64(1500000000));
-    properties.insert(QStringLiteral("MemoryCurrent"), quint64(12900000));
-    properties.insert(QStringLiteral("ActiveEnterTimestampMonotonic"), quint64(1));
+    properties.insert(u"MainPID"_s, 4711u);
+    properties.insert(u"StateChangeTimestamp"_s, quint64(1580702706000000));
+    properties.insert(u"CPUUsageNSec"_s, quint64(1500000000));
+    properties.insert(u"MemoryCurrent"_s, quint64(12900000));
+    properties.insert(u"ActiveEnterTimestampMonotonic"_s, quint64(1));
     fixture->systemd->properties.insert(unit(), properties);
     fixture->systemd->processes.insert(unit(), 3);
 }
@@ -139,19 +139,17 @@ void TestOrvanectl::runTheTask() const
 void TestOrvanectl::listsTasks()
 {
     runTheTask();
-    fixture->systemd->units.append(
-        {QStringLiteral("ov_task.com.example.Gone.task_x.service"), QStringLiteral("failed"), {}});
+    fixture->systemd->units.append({u"ov_task.com.example.Gone.task_x.service"_s, u"failed"_s, {}});
     fixture->root.startAtBoot(task());
     const ToolOutput output = run("tasks");
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(QString::fromUtf8(output.out),
-             QStringLiteral(
-                 "TASK                          TYPE       SERVED BY  STATE     PID  BOOT  SINCE\n"
-                 "com.example.Gone.task_x       -          -          failed      -  no    -\n"
-                 "com.example.Mail.task_sync    Sync       system     stopped     -  no    -\n"
-                 "com.example.Notes.task_alarm  OfTheUser  user       -           -  no    -\n"
-                 "com.example.Notes.task_sync   Sync       system     running  4711  yes   "
-                 "2020-02-03 04:05\n"));
+             u"TASK                          TYPE       SERVED BY  STATE     PID  BOOT  SINCE\n"
+             "com.example.Gone.task_x       -          -          failed      -  no    -\n"
+             "com.example.Mail.task_sync    Sync       system     stopped     -  no    -\n"
+             "com.example.Notes.task_alarm  OfTheUser  user       -           -  no    -\n"
+             "com.example.Notes.task_sync   Sync       system     running  4711  yes   "
+             "2020-02-03 04:05\n"_s);
     QCOMPARE(output.status, 0);
 }
 
@@ -159,16 +157,16 @@ void TestOrvanectl::listsTasksAsJson()
 {
     runTheTask();
     const ToolOutput output = run("tasks --json --app com.example.Notes");
-    const QJsonArray tasks = objectIn(output.out).value(QStringLiteral("tasks")).toArray();
+    const QJsonArray tasks = objectIn(output.out).value(u"tasks"_s).toArray();
     QCOMPARE(tasks.size(), 2);
     const QJsonObject sync = tasks.at(1).toObject();
-    QCOMPARE(sync.value(QStringLiteral("task")).toString(), task());
-    QCOMPARE(sync.value(QStringLiteral("type")).toString(), QStringLiteral("Sync"));
-    QCOMPARE(sync.value(QStringLiteral("state")).toString(), QStringLiteral("running"));
-    QCOMPARE(sync.value(QStringLiteral("pid")).toInt(), 4711);
-    QCOMPARE(sync.value(QStringLiteral("atBoot")).toBool(), false);
-    QVERIFY(sync.value(QStringLiteral("since")).toString().startsWith(QLatin1String("2020-02-0")));
-    QVERIFY(!tasks.at(0).toObject().contains(QStringLiteral("state")));
+    QCOMPARE(sync.value(u"task"_s).toString(), task());
+    QCOMPARE(sync.value(u"type"_s).toString(), u"Sync"_s);
+    QCOMPARE(sync.value(u"state"_s).toString(), u"running"_s);
+    QCOMPARE(sync.value(u"pid"_s).toInt(), 4711);
+    QCOMPARE(sync.value(u"atBoot"_s).toBool(), false);
+    QVERIFY(sync.value(u"since"_s).toString().startsWith(QLatin1String("2020-02-0")));
+    QVERIFY(!tasks.at(0).toObject().contains(u"state"_s));
 }
 
 void TestOrvanectl::listsOnlyWhatIsAskedFor_data()
@@ -190,8 +188,8 @@ void TestOrvanectl::listsOnlyWhatIsAskedFor()
     runTheTask();
     const ToolOutput output = fixture->runTool(line + words("--json"));
     QStringList listed;
-    for (const auto &value : objectIn(output.out).value(QStringLiteral("tasks")).toArray())
-        listed.append(value.toObject().value(QStringLiteral("task")).toString());
+    for (const auto &value : objectIn(output.out).value(u"tasks"_s).toArray())
+        listed.append(value.toObject().value(u"task"_s).toString());
     QCOMPARE(listed, tasks);
 }
 
@@ -200,16 +198,15 @@ void TestOrvanectl::listsTheTasksOfAnImageWithoutAskingSystemd()
     runTheTask();
     fixture->root.startAtBoot(task());
     fixture->systemd->calls.clear();
-    const ToolOutput output =
-        fixture->runTool(words("tasks --json --root") << fixture->root.path(),
-                         {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
-    const QJsonArray tasks = objectIn(output.out).value(QStringLiteral("tasks")).toArray();
+    const ToolOutput output = fixture->runTool(words("tasks --json --root") << fixture->root.path(),
+                                               {u"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere"_s});
+    const QJsonArray tasks = objectIn(output.out).value(u"tasks"_s).toArray();
     QCOMPARE(tasks.size(), 3);
     const QJsonObject sync = tasks.at(2).toObject();
-    QCOMPARE(sync.value(QStringLiteral("task")).toString(), task());
-    QVERIFY(sync.value(QStringLiteral("atBoot")).toBool());
-    QVERIFY(!sync.contains(QStringLiteral("state")));
-    QVERIFY(!sync.contains(QStringLiteral("pid")));
+    QCOMPARE(sync.value(u"task"_s).toString(), task());
+    QVERIFY(sync.value(u"atBoot"_s).toBool());
+    QVERIFY(!sync.contains(u"state"_s));
+    QVERIFY(!sync.contains(u"pid"_s));
     QVERIFY(fixture->systemd->calls.isEmpty());
     QCOMPARE(output.status, 0);
 }
@@ -221,8 +218,7 @@ void TestOrvanectl::listsTypes()
              "TYPE       SERVED BY  TASKS  FILE\n"
              "OfTheUser  user           1  -\n"
              "Sync       system         2  "
-                 + fixture->root.path(QStringLiteral("/usr/share/orvane/task-types/Sync.conf\n"))
-                       .toUtf8());
+                 + fixture->root.path(u"/usr/share/orvane/task-types/Sync.conf\n"_s).toUtf8());
 }
 
 void TestOrvanectl::showsWhatTasksTake()
@@ -232,9 +228,9 @@ void TestOrvanectl::showsWhatTasksTake()
     QVERIFY(lines.constFirst().startsWith("TASK "));
     QVERIFY2(lines.at(1).endsWith("1.50s   12.3M          3"), lines.at(1).constData());
     const QJsonObject sample =
-        objectIn(run("top --json").out).value(QStringLiteral("tasks")).toArray().at(0).toObject();
-    QCOMPARE(sample.value(QStringLiteral("memoryBytes")).toInt(), 12900000);
-    QCOMPARE(sample.value(QStringLiteral("processes")).toInt(), 3);
+        objectIn(run("top --json").out).value(u"tasks"_s).toArray().at(0).toObject();
+    QCOMPARE(sample.value(u"memoryBytes"_s).toInt(), 12900000);
+    QCOMPARE(sample.value(u"processes"_s).toInt(), 3);
 }
 
 void TestOrvanectl::startsWithEachHint()
@@ -251,7 +247,7 @@ void TestOrvanectl::startsWithEachHint()
           "\nLimitCPU=9\n", "\nMemoryMax=200M\n", "first -second\n", "A=b"})
         QVERIFY2(text.contains(line), line);
     QVERIFY(fixture->root.read(fixture->root.policyFile(task())).contains("com.example.Own"));
-    QVERIFY(calls().contains(QStringLiteral("EnableUnitFiles")));
+    QVERIFY(calls().contains(u"EnableUnitFiles"_s));
     // A homeless task gets no directories in a home.
     QVERIFY(!text.contains(".config"));
 }
@@ -261,8 +257,7 @@ void TestOrvanectl::saysNothingWhenAStartIsAccepted()
     const ToolOutput output = run("start com.example.Notes.task_sync --user appuser");
     QCOMPARE(output.out + output.errors, QByteArray());
     const ToolOutput json = run("start com.example.Notes.task_sync --user appuser --json");
-    QCOMPARE(objectIn(json.out).value(QStringLiteral("outcome")).toString(),
-             QStringLiteral("accepted"));
+    QCOMPARE(objectIn(json.out).value(u"outcome"_s).toString(), u"accepted"_s);
 }
 
 void TestOrvanectl::saysWhyAStartIsRefused_data()
@@ -270,12 +265,12 @@ void TestOrvanectl::saysWhyAStartIsRefused_data()
     QTest::addColumn<QStringList>("line");
     QTest::addColumn<QString>("error");
     QTest::addColumn<QByteArray>("complaint");
-    QTest::newRow("by the daemon") << words("start com.example.Notes.task_sync --user root")
-                                   << QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs")
-                                   << QByteArray("User cannot be root");
+    QTest::newRow("by the daemon")
+        << words("start com.example.Notes.task_sync --user root")
+        << u"org.freedesktop.DBus.Error.InvalidArgs"_s << QByteArray("User cannot be root");
     QTest::newRow("because nobody declares the task")
         << words("start com.example.Notes.task_none --user user")
-        << QStringLiteral("org.zarn.Orvane.Error.TaskNotFound")
+        << u"org.zarn.Orvane.Error.TaskNotFound"_s
         << QByteArray("no installed application declares the task "
                       "com.example.Notes.task_none; see: orvanectl tasks");
 }
@@ -285,13 +280,13 @@ void TestOrvanectl::saysWhyAStartIsRefused()
     QFETCH(QStringList, line);
     QFETCH(QString, error);
     QFETCH(QByteArray, complaint);
-    const ToolOutput output = fixture->runTool(line + QStringList(QStringLiteral("--json")));
+    const ToolOutput output = fixture->runTool(line + QStringList(u"--json"_s));
     QCOMPARE(output.status, 1);
     QCOMPARE(output.errors, QByteArray("orvanectl: " + complaint + '\n'));
     const QJsonObject object = objectIn(output.out);
-    QCOMPARE(object.value(QStringLiteral("outcome")).toString(), QStringLiteral("refused"));
-    QCOMPARE(object.value(QStringLiteral("error")).toString(), error);
-    QCOMPARE(object.value(QStringLiteral("reason")).toString().toUtf8(), complaint);
+    QCOMPARE(object.value(u"outcome"_s).toString(), u"refused"_s);
+    QCOMPARE(object.value(u"error"_s).toString(), error);
+    QCOMPARE(object.value(u"reason"_s).toString().toUtf8(), complaint);
 }
 
 void TestOrvanectl::refusesAWrongLine_data()
@@ -318,8 +313,8 @@ void TestOrvanectl::refusesAWrongLine()
 void TestOrvanectl::refusesARootThatIsNoDirectory_data()
 {
     QTest::addColumn<QString>("root");
-    QTest::newRow("nothing is there") << QStringLiteral("/nowhere");
-    QTest::newRow("a file") << QStringLiteral("/etc/passwd");
+    QTest::newRow("nothing is there") << u"/nowhere"_s;
+    QTest::newRow("a file") << u"/etc/passwd"_s;
 }
 
 void TestOrvanectl::refusesARootThatIsNoDirectory()
@@ -327,7 +322,7 @@ void TestOrvanectl::refusesARootThatIsNoDirectory()
     QFETCH(QString, root);
     for (const char *command : {"tasks", "lint", "doctor", "types"}) {
         const ToolOutput output =
-            fixture->runTool({QString::fromLatin1(command), QStringLiteral("--root=") + root});
+            fixture->runTool({QString::fromLatin1(command), u"--root="_s + root});
         QCOMPARE(output.status, 2);
         QCOMPARE(output.out, QByteArray());
         QCOMPARE(output.errors,
@@ -339,9 +334,8 @@ void TestOrvanectl::refusesARootThatIsNoDirectory()
 void TestOrvanectl::saysThatItCouldNotWrite()
 {
     QProcess shell;
-    shell.start(QStringLiteral("/bin/sh"),
-                {QStringLiteral("-c"), QStringLiteral("exec \"$0\" lint --list-rules >/dev/full"),
-                 ToolProcess::program()});
+    shell.start(u"/bin/sh"_s,
+                {u"-c"_s, u"exec \"$0\" lint --list-rules >/dev/full"_s, ToolProcess::program()});
     QVERIFY(shell.waitForFinished());
     QCOMPARE(shell.exitCode(), 1);
     QCOMPARE(shell.readAllStandardError(),
@@ -355,7 +349,7 @@ void TestOrvanectl::rendersWhatAStartWouldWrite()
     const ToolOutput output = fixture->runTool(
         words("render com.example.Notes.task_sync --user appuser --own com.example.Own "
               "--permission NotThere --param last --at-boot"),
-        {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+        {u"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere"_s});
     QCOMPARE(output.status, 0);
     QVERIFY(!fixture->root.exists(fixture->root.unitFile(task())));
     QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
@@ -380,15 +374,14 @@ void TestOrvanectl::rendersOrigins()
     const ToolOutput output =
         run("render com.example.Notes.task_sync --user appuser --origin --json");
     QStringList from;
-    for (const auto &value : objectIn(output.out).value(QStringLiteral("origins")).toArray()) {
+    for (const auto &value : objectIn(output.out).value(u"origins"_s).toArray()) {
         const QJsonObject origin = value.toObject();
-        if (origin.value(QStringLiteral("value")) == QLatin1String("/opt/notes/worker"))
-            from.append(QStringLiteral("%1 %2 %3")
-                            .arg(origin.value(QStringLiteral("from")).toString(),
-                                 origin.value(QStringLiteral("what")).toString(),
-                                 QString::number(origin.value(QStringLiteral("line")).toInt())));
+        if (origin.value(u"value"_s) == QLatin1String("/opt/notes/worker"))
+            from.append(u"%1 %2 %3"_s.arg(origin.value(u"from"_s).toString(),
+                                          origin.value(u"what"_s).toString(),
+                                          QString::number(origin.value(u"line"_s).toInt())));
     }
-    QCOMPARE(from, QStringList(QStringLiteral("declaration Exec 10")));
+    QCOMPARE(from, QStringList(u"declaration Exec 10"_s));
     const QByteArray table = run("render com.example.Notes.task_sync --user appuser --origin").out;
     QVERIFY2(table.contains("/Notes.desktop:10 (Exec)\n"), table.constData());
 }
@@ -443,7 +436,7 @@ void TestOrvanectl::saysThatThereIsNoBus()
 {
     QFETCH(QStringList, line);
     const ToolOutput output =
-        fixture->runTool(line, {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+        fixture->runTool(line, {u"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere"_s});
     QCOMPARE(output.status, 3);
     QCOMPARE(output.out, QByteArray());
     QCOMPARE(output.errors.count('\n'), 1);
@@ -494,7 +487,7 @@ void TestOrvanectl::waitsUntilATaskRuns()
 void TestOrvanectl::waitsForNothingWhenATaskRunsAlready()
 {
     runTheTask();
-    onStart([&] { fixture->systemd->emitJobRemoved(unit(), QStringLiteral("done")); });
+    onStart([&] { fixture->systemd->emitJobRemoved(unit(), u"done"_s); });
     const ToolOutput output = run("start com.example.Notes.task_sync --user appuser --wait");
     QVERIFY(output.out.startsWith("com.example.Notes.task_sync runs"));
     QCOMPARE(output.status, 0);
@@ -505,7 +498,7 @@ void TestOrvanectl::stopsATask()
     const ToolOutput output = run("stop com.example.Notes.task_sync");
     QCOMPARE(output.out + output.errors, QByteArray());
     QCOMPARE(output.status, 0);
-    QVERIFY(calls().contains(QStringLiteral("StopUnit")));
+    QVERIFY(calls().contains(u"StopUnit"_s));
 }
 
 void TestOrvanectl::stopsOnlyWhatIsDeclared()

@@ -1,4 +1,5 @@
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -42,19 +43,17 @@ private:
     // Runs the tool on the files below the root, without a daemon and without a bus.
     [[nodiscard]] ToolOutput read(const char *line) const
     {
-        return fixture->runTool(words(line)
-                                    + QStringList{QStringLiteral("--root"), fixture->root.path()},
-                                {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+        return fixture->runTool(words(line) + QStringList{u"--root"_s, fixture->root.path()},
+                                {u"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere"_s});
     }
     [[nodiscard]] ToolOutput run(const char *line) const { return fixture->runTool(words(line)); }
     [[nodiscard]] QString shipped() const
     {
-        return fixture->root.path(QStringLiteral("/etc/am/conf.d/shipped.conf"));
+        return fixture->root.path(u"/etc/am/conf.d/shipped.conf"_s);
     }
     [[nodiscard]] QString stored(const char *name) const
     {
-        return fixture->root.path(QStringLiteral("/var/lib/am/apps/com.example.Notes/")
-                                  + QLatin1String(name));
+        return fixture->root.path(u"/var/lib/am/apps/com.example.Notes/"_s + QLatin1String(name));
     }
 
     std::unique_ptr<Fixture> fixture;
@@ -64,11 +63,11 @@ void TestOrvanectlAutostart::init()
 {
     fixture = std::make_unique<Fixture>();
     fixture->root.write(
-        QStringLiteral("/etc/am/conf.d/shipped.conf"),
+        u"/etc/am/conf.d/shipped.conf"_s,
         "[com.example.Notes]\nautostart=true\n[com.example.Mail]\nautostart=true\n");
-    fixture->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/all-users.conf"),
+    fixture->root.write(u"/var/lib/am/apps/com.example.Notes/all-users.conf"_s,
                         "# set\n[com.example.Notes]\nautostart=true\n");
-    fixture->root.write(QStringLiteral("/var/lib/am/apps/com.example.Notes/4242.conf"),
+    fixture->root.write(u"/var/lib/am/apps/com.example.Notes/4242.conf"_s,
                         "[com.example.Notes|4242]\nautostart=false\n");
 }
 
@@ -79,26 +78,24 @@ void TestOrvanectlAutostart::listsWhatStartsForAUser()
     const ToolOutput output = read("autostart list --user 4242");
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(QString::fromUtf8(output.out),
-             QStringLiteral("APPLICATION        STARTS  FILE\n"
-                            "com.example.Mail   yes     %1:4\n"
-                            "com.example.Notes  no      %2:2\n")
-                 .arg(shipped(), stored("4242.conf")));
+             u"APPLICATION        STARTS  FILE\n"
+             "com.example.Mail   yes     %1:4\n"
+             "com.example.Notes  no      %2:2\n"_s.arg(shipped(), stored("4242.conf")));
     QCOMPARE(output.status, 0);
 }
 
 void TestOrvanectlAutostart::listsWhatStartsForAllUsers()
 {
     const QJsonObject object = objectIn(read("autostart list --all-users --json").out);
-    QVERIFY(!object.contains(QStringLiteral("user")));
-    const QJsonArray applications = object.value(QStringLiteral("applications")).toArray();
+    QVERIFY(!object.contains(u"user"_s));
+    const QJsonArray applications = object.value(u"applications"_s).toArray();
     QCOMPARE(applications.size(), 2);
     const QJsonObject notes = applications.at(1).toObject();
-    QCOMPARE(notes.value(QStringLiteral("application")).toString(),
-             QStringLiteral("com.example.Notes"));
-    QCOMPARE(notes.value(QStringLiteral("enabled")).toBool(), true);
-    const QJsonObject setting = notes.value(QStringLiteral("decidedBy")).toObject();
-    QCOMPARE(setting.value(QStringLiteral("file")).toString(), stored("all-users.conf"));
-    QCOMPARE(setting.value(QStringLiteral("line")).toInt(), 3);
+    QCOMPARE(notes.value(u"application"_s).toString(), u"com.example.Notes"_s);
+    QCOMPARE(notes.value(u"enabled"_s).toBool(), true);
+    const QJsonObject setting = notes.value(u"decidedBy"_s).toObject();
+    QCOMPARE(setting.value(u"file"_s).toString(), stored("all-users.conf"));
+    QCOMPARE(setting.value(u"line"_s).toInt(), 3);
 }
 
 void TestOrvanectlAutostart::listsOneApplication()
@@ -112,14 +109,14 @@ void TestOrvanectlAutostart::explainsEveryLayer()
 {
     const ToolOutput output = read("autostart explain com.example.Notes --user 4242");
     QCOMPARE(QString::fromUtf8(output.out),
-             QStringLiteral("com.example.Notes does not start for the user 4242\n"
-                            "LAYER      STARTS  DECIDES  FILE\n"
-                            "system     yes     no       %1:2\n"
-                            "all-users  yes     no       %2:3\n"
-                            "user       no      yes      %3:2\n"
-                            "Root and the group privileged may change it: "
-                            "orvanectl autostart enable|disable\n")
-                 .arg(shipped(), stored("all-users.conf"), stored("4242.conf")));
+             u"com.example.Notes does not start for the user 4242\n"
+             "LAYER      STARTS  DECIDES  FILE\n"
+             "system     yes     no       %1:2\n"
+             "all-users  yes     no       %2:3\n"
+             "user       no      yes      %3:2\n"
+             "Root and the group privileged may change it: "
+             "orvanectl autostart enable|disable\n"_s.arg(shipped(), stored("all-users.conf"),
+                                                          stored("4242.conf")));
     QCOMPARE(output.status, 0);
 }
 
@@ -127,18 +124,17 @@ void TestOrvanectlAutostart::explainsAsJson()
 {
     const QJsonObject object =
         objectIn(read("autostart explain com.example.Notes --user 4242 --json").out);
-    QCOMPARE(object.value(QStringLiteral("user")).toInt(), 4242);
-    QCOMPARE(object.value(QStringLiteral("enabled")).toBool(true), false);
-    const QJsonArray settings = object.value(QStringLiteral("settings")).toArray();
+    QCOMPARE(object.value(u"user"_s).toInt(), 4242);
+    QCOMPARE(object.value(u"enabled"_s).toBool(true), false);
+    const QJsonArray settings = object.value(u"settings"_s).toArray();
     QStringList told;
     for (const auto &value : settings) {
         const QJsonObject setting = value.toObject();
-        told.append(setting.value(QStringLiteral("layer")).toString()
-                    + (setting.value(QStringLiteral("decides")).toBool() ? QStringLiteral("!")
-                                                                         : QString()));
+        told.append(setting.value(u"layer"_s).toString()
+                    + (setting.value(u"decides"_s).toBool() ? u"!"_s : QString()));
     }
     QCOMPARE(told, words("system all-users user!"));
-    QCOMPARE(object.value(QStringLiteral("mayChange")).toArray().size(), 2);
+    QCOMPARE(object.value(u"mayChange"_s).toArray().size(), 2);
 }
 
 void TestOrvanectlAutostart::explainsThatNoSettingSpeaksOfIt()
@@ -152,9 +148,9 @@ void TestOrvanectlAutostart::explainsThatNoSettingSpeaksOfIt()
 
 void TestOrvanectlAutostart::takesUsersOfAnImage()
 {
-    fixture->root.write(QStringLiteral("/etc/passwd"), "ofimage:x:4242:4242::/:\n");
+    fixture->root.write(u"/etc/passwd"_s, "ofimage:x:4242:4242::/:\n");
     const ToolOutput output = read("autostart list --user ofimage --json");
-    QCOMPARE(objectIn(output.out).value(QStringLiteral("user")).toInt(), 4242);
+    QCOMPARE(objectIn(output.out).value(u"user"_s).toInt(), 4242);
     const ToolOutput unknown = read("autostart list --user nobody-of-that-name");
     QCOMPARE(unknown.status, 1);
     QCOMPARE(unknown.errors, QByteArray("orvanectl: there is no user nobody-of-that-name\n"));
@@ -162,12 +158,11 @@ void TestOrvanectlAutostart::takesUsersOfAnImage()
 
 void TestOrvanectlAutostart::switchesForOneUserAndForAll()
 {
-    QVERIFY(fixture->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    QVERIFY(fixture->start({u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
     const ToolOutput output = run("autostart enable com.example.Notes --user 4242 --json");
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(output.status, 0);
-    QCOMPARE(objectIn(output.out).value(QStringLiteral("outcome")).toString(),
-             QStringLiteral("accepted"));
+    QCOMPARE(objectIn(output.out).value(u"outcome"_s).toString(), u"accepted"_s);
     QVERIFY(read("autostart explain com.example.Notes --user 4242").out.contains("Notes starts"));
     QCOMPARE(run("autostart disable com.example.Notes --all-users").status, 0);
     for (const char *line : {"autostart explain com.example.Notes --user 4242",
@@ -188,7 +183,7 @@ void TestOrvanectlAutostart::saysWhoMaySwitch()
 
 void TestOrvanectlAutostart::saysThatAnIdIsNone()
 {
-    QVERIFY(fixture->start({QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")}));
+    QVERIFY(fixture->start({u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
     const ToolOutput output = run("autostart enable rubbish --user 4242");
     QCOMPARE(output.status, 1);
     QCOMPARE(output.errors,

@@ -1,6 +1,7 @@
 #include "cli/command.h"
 #include "cli/table.h"
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -9,14 +10,11 @@ namespace {
 
 constexpr int columns = 80;
 
-QString application() { return QStringLiteral("AnApplicationWithALongName"); }
+QString application() { return u"AnApplicationWithALongName"_s; }
 
-QString task()
-{
-    return QStringLiteral("com.example.%1.task_synchroniseEverything").arg(application());
-}
+QString task() { return u"com.example.%1.task_synchroniseEverything"_s.arg(application()); }
 
-QString unit() { return QStringLiteral("ov_task.%1.service").arg(task()); }
+QString unit() { return u"ov_task.%1.service"_s.arg(task()); }
 
 QStringList words(const QString &line) { return line.split(QLatin1Char(' ')); }
 
@@ -33,23 +31,21 @@ QVector<Row> rows()
     const auto list = [](const char *pieces) {
         return QString::fromLatin1(pieces).split(QLatin1Char('|'));
     };
-    const QString start = task() + QStringLiteral(" --user appuser --set MemoryMax=100M");
-    const QString explained =
-        QStringLiteral("autostart explain com.example.%1 --all-users").arg(application());
+    const QString start = task() + u" --user appuser --set MemoryMax=100M"_s;
+    const QString explained = u"autostart explain com.example.%1 --all-users"_s.arg(application());
     return {
-        {QStringLiteral("tasks"), list("task_broken|seEverything|2020-02-03 04:05")},
-        {QStringLiteral("types"), list("/task-types/Sync.conf")},
-        {QStringLiteral("show ") + task(),
-         list("(line 10)|.desktop:8|3 program|there is no journal")},
-        {QStringLiteral("top"), list("PROCESSES|Everything")},
-        {QStringLiteral("watch"), list("running|Everything|watching")},
-        {QStringLiteral("render --origin ") + start, list(".desktop:10 (Exec)|--set|.desktop")},
-        {QStringLiteral("lint"), list(".desktop:14|errors:")},
-        {QStringLiteral("lint --list-rules"), list("RULE|SEVERITY|FINDS")},
-        {QStringLiteral("why ") + task(), list("yes  |no   ")},
-        {QStringLiteral("doctor"), list("yes  |no   ")},
-        {QStringLiteral("handlers text/plain"), list("viewer.desktop:5")},
-        {QStringLiteral("autostart list --all-users"), list("LongName|of-the-vendor.conf:2")},
+        {u"tasks"_s, list("task_broken|seEverything|2020-02-03 04:05")},
+        {u"types"_s, list("/task-types/Sync.conf")},
+        {u"show "_s + task(), list("(line 10)|.desktop:8|3 program|there is no journal")},
+        {u"top"_s, list("PROCESSES|Everything")},
+        {u"watch"_s, list("running|Everything|watching")},
+        {u"render --origin "_s + start, list(".desktop:10 (Exec)|--set|.desktop")},
+        {u"lint"_s, list(".desktop:14|errors:")},
+        {u"lint --list-rules"_s, list("RULE|SEVERITY|FINDS")},
+        {u"why "_s + task(), list("yes  |no   ")},
+        {u"doctor"_s, list("yes  |no   ")},
+        {u"handlers text/plain"_s, list("viewer.desktop:5")},
+        {u"autostart list --all-users"_s, list("LongName|of-the-vendor.conf:2")},
         {explained, list("of-the-vendor.conf:2")},
     };
 }
@@ -67,7 +63,7 @@ QStringList lookedAt()
 QStringList linesIn(const QByteArray &shown)
 {
     QString text = QString::fromUtf8(shown).remove(QLatin1Char('\r'));
-    text.remove(QRegularExpression(QStringLiteral("\033\\[[0-9;]*[A-Za-z]")));
+    text.remove(QRegularExpression(u"\033\\[[0-9;]*[A-Za-z]"_s));
     return text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
@@ -75,7 +71,7 @@ QStringList linesIn(const QByteArray &shown)
 // because people copy them.
 bool isToBeCopied(const QString &line)
 {
-    static const QRegularExpression word(QStringLiteral("^(\\w+( \\w+)?)? *\\S+$|^ *try: |Try: "));
+    static const QRegularExpression word(u"^(\\w+( \\w+)?)? *\\S+$|^ *try: |Try: "_s);
     return word.match(line).hasMatch();
 }
 
@@ -106,16 +102,16 @@ private:
 void TestOrvanectlTerminal::init()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.serveType(u"Sync"_s);
     fixture->root.writeApplication(
         application(),
         "[X-Task synchroniseEverything]\nType=Sync\n"
         "Exec=/opt/app/com.example.notes/current/libexec/synchronise --with a --number of --words\n"
         "Permissions=Internet;Documents\n"
         "[X-Task broken]\nType=Sync\nExec=relative\n");
-    fixture->root.write(QStringLiteral("/etc/am/conf.d/a-file-of-the-vendor.conf"),
+    fixture->root.write(u"/etc/am/conf.d/a-file-of-the-vendor.conf"_s,
                         "[com.example." + application().toUtf8() + "]\nautostart=true\n");
-    fixture->root.write(QStringLiteral("/usr/share/applications/viewer.desktop"),
+    fixture->root.write(u"/usr/share/applications/viewer.desktop"_s,
                         "[Desktop Entry]\nType=Application\nName=V\nExec=/bin/true\n"
                         "MimeType=text/plain\n");
     QVERIFY(fixture->start());
@@ -126,16 +122,15 @@ void TestOrvanectlTerminal::cleanup() { fixture.reset(); }
 
 void TestOrvanectlTerminal::runTheTask() const
 {
-    fixture->systemd->units = {{unit(), QStringLiteral("active"), QStringLiteral("running")}};
-    fixture->systemd->properties.insert(
-        unit(),
-        {{QStringLiteral("ActiveState"), QStringLiteral("active")},
-         {QStringLiteral("MainPID"), 4194304u},
-         {QStringLiteral("InvocationID"), QByteArray("0123456789abcdef")},
-         {QStringLiteral("StateChangeTimestamp"), quint64(1580702706000000)},
-         {QStringLiteral("CPUUsageNSec"), quint64(15000000000000)},
-         {QStringLiteral("MemoryCurrent"), quint64(12900000000)},
-         {QStringLiteral("ActiveEnterTimestampMonotonic"), quint64(1)}});
+    fixture->systemd->units = {{unit(), u"active"_s, u"running"_s}};
+    fixture->systemd->properties.insert(unit(),
+                                        {{u"ActiveState"_s, u"active"_s},
+                                         {u"MainPID"_s, 4194304u},
+                                         {u"InvocationID"_s, QByteArray("0123456789abcdef")},
+                                         {u"StateChangeTimestamp"_s, quint64(1580702706000000)},
+                                         {u"CPUUsageNSec"_s, quint64(15000000000000)},
+                                         {u"MemoryCurrent"_s, quint64(12900000000)},
+                                         {u"ActiveEnterTimestampMonotonic"_s, quint64(1)}});
     fixture->systemd->processes.insert(unit(), 3);
 }
 
@@ -149,8 +144,8 @@ void TestOrvanectlTerminal::fitsATerminal_data()
 
 QStringList TestOrvanectlTerminal::shownBy(const QString &line, const QString &until) const
 {
-    const auto tool = fixture->startToolInTerminal(
-        words(line) + QStringList(QStringLiteral("--no-pager")), columns);
+    const auto tool =
+        fixture->startToolInTerminal(words(line) + QStringList(u"--no-pager"_s), columns);
     const bool goesOn = line == QLatin1String("top") || line == QLatin1String("watch");
     (void)Fixture::waitUntil([&] {
         return tool->hasEnded()
@@ -168,14 +163,13 @@ void TestOrvanectlTerminal::fitsATerminal()
         QVERIFY2(Cli::displayWidth(one) <= columns || isToBeCopied(one), qPrintable(one));
     const QString text = shown.join(QLatin1Char('\n'));
     for (const QString &piece : qAsConst(pieces))
-        QVERIFY2(text.contains(piece), qPrintable(piece + QStringLiteral(" is not in:\n") + text));
+        QVERIFY2(text.contains(piece), qPrintable(piece + u" is not in:\n"_s + text));
 }
 
 void TestOrvanectlTerminal::looksAtEveryCommand()
 {
     // These show no table or need a journal. The system tests cover them.
-    const QStringList rest{QStringLiteral("start"), QStringLiteral("stop"),
-                           QStringLiteral("history")};
+    const QStringList rest{u"start"_s, u"stop"_s, u"history"_s};
     for (const Cli::Command &command : Cli::commands())
         QVERIFY2(lookedAt().contains(command.name) != rest.contains(command.name),
                  qPrintable(command.name));

@@ -1,5 +1,6 @@
 #include "common/DBus/types.h"
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDBusObjectPath>
 #include <QJsonDocument>
@@ -9,21 +10,21 @@
 
 namespace {
 
-QString taskNumber(int number) { return QStringLiteral("com.example.Many.task_t%1").arg(number); }
+QString taskNumber(int number) { return u"com.example.Many.task_t%1"_s.arg(number); }
 
 QVariantMap unitState(const char *active, const QByteArray &invocation)
 {
     const bool isUp = qstrcmp(active, "active") == 0;
-    return {{QStringLiteral("ActiveState"), QString::fromLatin1(active)},
-            {QStringLiteral("InactiveEnterTimestampMonotonic"), quint64(isUp ? 0 : 5)},
-            {QStringLiteral("InvocationID"), invocation}};
+    return {{u"ActiveState"_s, QString::fromLatin1(active)},
+            {u"InactiveEnterTimestampMonotonic"_s, quint64(isUp ? 0 : 5)},
+            {u"InvocationID"_s, invocation}};
 }
 
 QVariantMap serviceState(const char *result, int status)
 {
-    return {{QStringLiteral("Result"), QString::fromLatin1(result)},
-            {QStringLiteral("ExecMainCode"), 1},
-            {QStringLiteral("ExecMainStatus"), status}};
+    return {{u"Result"_s, QString::fromLatin1(result)},
+            {u"ExecMainCode"_s, 1},
+            {u"ExecMainStatus"_s, status}};
 }
 
 QVector<QJsonObject> objectsIn(const QByteArray &lines)
@@ -36,10 +37,7 @@ QVector<QJsonObject> objectsIn(const QByteArray &lines)
     return objects;
 }
 
-QString eventOf(const QJsonObject &object)
-{
-    return object.value(QStringLiteral("event")).toString();
-}
+QString eventOf(const QJsonObject &object) { return object.value(u"event"_s).toString(); }
 
 } // namespace
 
@@ -74,8 +72,8 @@ private:
 void TestOrvanectlWatch::init()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
-    fixture->root.writeApplication(QStringLiteral("Many"),
+    fixture->root.serveType(u"Sync"_s);
+    fixture->root.writeApplication(u"Many"_s,
                                    "[X-Task t1]\nType=Sync\nExec=/opt/x\n"
                                    "[X-Task t2]\nType=Other\nExec=/opt/x\n");
     QVERIFY(fixture->start());
@@ -89,8 +87,7 @@ void TestOrvanectlWatch::cleanup()
 
 void TestOrvanectlWatch::watch(const QStringList &options)
 {
-    tool = fixture->startTool(QStringList{QStringLiteral("watch"), QStringLiteral("--json")}
-                              + options);
+    tool = fixture->startTool(QStringList{u"watch"_s, u"--json"_s} + options);
     QVERIFY(Fixture::waitUntil([this] {
         const QVector<QJsonObject> objects = told();
         return !objects.isEmpty() && eventOf(objects.constLast()) == QLatin1String("watching");
@@ -101,7 +98,7 @@ void TestOrvanectlWatch::change(const QString &task, const QVariantMap &service,
                                 const QVariantMap &unit) const
 {
     const QString path = Fixture::unitPath(task);
-    fixture->systemd->emitChange(path, service, QStringLiteral("org.freedesktop.systemd1.Service"));
+    fixture->systemd->emitChange(path, service, u"org.freedesktop.systemd1.Service"_s);
     fixture->systemd->emitChange(path, unit);
 }
 
@@ -122,59 +119,57 @@ void TestOrvanectlWatch::tellsOfEachOfManyShortRunsOnce()
     QVERIFY(hasTold(1 + 2 * tasks));
     QMap<QString, QStringList> events;
     for (const QJsonObject &object : told().mid(1))
-        events[object.value(QStringLiteral("task")).toString()].append(eventOf(object));
+        events[object.value(u"task"_s).toString()].append(eventOf(object));
     QCOMPARE(events.size(), tasks);
     for (int number = 1; number <= tasks; ++number)
-        QCOMPARE(
-            events.value(taskNumber(number)),
-            QStringList({QStringLiteral("started"),
-                         number % 5 == 0 ? QStringLiteral("failed") : QStringLiteral("ended")}));
+        QCOMPARE(events.value(taskNumber(number)),
+                 QStringList({u"started"_s, number % 5 == 0 ? u"failed"_s : u"ended"_s}));
 }
 
 void TestOrvanectlWatch::tellsWhatRanBefore()
 {
-    const QString unit = QStringLiteral("ov_task.%1.service").arg(taskNumber(1));
-    fixture->systemd->units = {{unit, QStringLiteral("active"), QStringLiteral("running")}};
+    const QString unit = u"ov_task.%1.service"_s.arg(taskNumber(1));
+    fixture->systemd->units = {{unit, u"active"_s, u"running"_s}};
     fixture->systemd->properties.insert(unit, unitState("active", QByteArray(16, 'a')));
     watch();
-    QCOMPARE(eventOf(told().constFirst()), QStringLiteral("running"));
+    QCOMPARE(eventOf(told().constFirst()), u"running"_s);
     change(taskNumber(1), serviceState("exit-code", 4), unitState("failed", QByteArray(16, 'a')));
     QVERIFY(hasTold(3));
     const QJsonObject last = told().constLast();
-    QCOMPARE(eventOf(last), QStringLiteral("failed"));
-    QCOMPARE(last.value(QStringLiteral("exitStatus")).toInt(), 4);
-    QCOMPARE(last.value(QStringLiteral("type")).toString(), QStringLiteral("Sync"));
+    QCOMPARE(eventOf(last), u"failed"_s);
+    QCOMPARE(last.value(u"exitStatus"_s).toInt(), 4);
+    QCOMPARE(last.value(u"type"_s).toString(), u"Sync"_s);
 }
 
 void TestOrvanectlWatch::tellsOnlyOfTheTypeThatIsAskedFor()
 {
-    watch({QStringLiteral("--type"), QStringLiteral("Sync")});
+    watch({u"--type"_s, u"Sync"_s});
     change(taskNumber(2), {}, unitState("active", QByteArray(16, 'a')));
     change(taskNumber(1), {}, unitState("active", QByteArray(16, 'b')));
     QVERIFY(hasTold(2));
-    QCOMPARE(told().at(1).value(QStringLiteral("task")).toString(), taskNumber(1));
+    QCOMPARE(told().at(1).value(u"task"_s).toString(), taskNumber(1));
 }
 
 void TestOrvanectlWatch::tellsOfTheUsersSession()
 {
     DBus::registerTypes();
-    const QString path = QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/Other");
+    const QString path = u"/org/zarn/Orvane/TaskInvokerSessions/Other"_s;
     FakeUserService user(fixture->connect());
     const auto listOf = [](const QVector<Orvane::ActiveTask> &tasks) {
-        return QVariantMap{{QStringLiteral("ActiveTasks"), QVariant::fromValue(tasks)}};
+        return QVariantMap{{u"ActiveTasks"_s, QVariant::fromValue(tasks)}};
     };
     user.answer = [&](const QDBusMessage &call) {
         return call.createReply({QVariant::fromValue(QDBusObjectPath(path)), listOf({})});
     };
-    watch({QStringLiteral("--type"), QStringLiteral("Other")});
-    const QString interface = QStringLiteral("org.zarn.Orvane.TaskInvokerSession1");
+    watch({u"--type"_s, u"Other"_s});
+    const QString interface = u"org.zarn.Orvane.TaskInvokerSession1"_s;
     user.emitChange(path, interface, listOf({{taskNumber(2), 7, {}}}), {});
     user.emitChange(path, interface, listOf({{taskNumber(2), 7, {}}}), {});
     user.emitChange(path, interface, listOf({}), {});
     QVERIFY(hasTold(3));
-    QCOMPARE(eventOf(told().at(1)), QStringLiteral("started"));
-    QCOMPARE(told().at(1).value(QStringLiteral("pid")).toInt(), 7);
-    QCOMPARE(eventOf(told().at(2)), QStringLiteral("ended"));
+    QCOMPARE(eventOf(told().at(1)), u"started"_s);
+    QCOMPARE(told().at(1).value(u"pid"_s).toInt(), 7);
+    QCOMPARE(eventOf(told().at(2)), u"ended"_s);
 }
 
 void TestOrvanectlWatch::endsWithTheBus()

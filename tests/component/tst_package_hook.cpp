@@ -2,6 +2,7 @@
 
 #include "component/bus_programs.h"
 #include "component/immutable_path.h"
+#include "support/literals.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
@@ -20,10 +21,9 @@ Q_DECLARE_METATYPE(ListedUnit)
 QDBusArgument &operator<<(QDBusArgument &argument, const ListedUnit &unit)
 {
     argument.beginStructure();
-    argument << unit.name << unit.name << QStringLiteral("loaded") << QStringLiteral("active")
-             << QStringLiteral("running") << QString()
-             << QDBusObjectPath(QStringLiteral("/org/freedesktop/systemd1/unit/x")) << 0U
-             << QString() << QDBusObjectPath(QStringLiteral("/"));
+    argument << unit.name << unit.name << u"loaded"_s << u"active"_s << u"running"_s << QString()
+             << QDBusObjectPath(u"/org/freedesktop/systemd1/unit/x"_s) << 0U << QString()
+             << QDBusObjectPath(u"/"_s);
     argument.endStructure();
     return argument;
 }
@@ -60,8 +60,7 @@ public:
         if (method == QLatin1String("DisableUnitFiles"))
             disabled.append(message.arguments().constFirst().toStringList());
         if (method == QLatin1String("StopUnit"))
-            return bus.send(message.createReply(
-                QVariant::fromValue(QDBusObjectPath(QStringLiteral("/job/1")))));
+            return bus.send(message.createReply(QVariant::fromValue(QDBusObjectPath(u"/job/1"_s))));
         return bus.send(message.createReply());
     }
 
@@ -100,11 +99,11 @@ private:
 
 namespace {
 
-const QString client = QStringLiteral("client");
-const QString units = QStringLiteral("etc/systemd/system/");
-const QString notes = QStringLiteral("ov_task.a.b.task_sync.service");
-const QString longer = QStringLiteral("ov_task.a.bc.task_sync.service");
-const QString other = QStringLiteral("ov_task.c.d.task_sync.service");
+const QString client = u"client"_s;
+const QString units = u"etc/systemd/system/"_s;
+const QString notes = u"ov_task.a.b.task_sync.service"_s;
+const QString longer = u"ov_task.a.bc.task_sync.service"_s;
+const QString other = u"ov_task.c.d.task_sync.service"_s;
 
 } // namespace
 
@@ -115,15 +114,13 @@ void TestPackageHook::init()
     m_root = std::make_unique<TestRoot>(m_bus->address());
     m_systemd = std::make_unique<Systemd>(QStringList({notes, longer, other}));
     QDBusConnection bus = m_bus->connect(client);
-    QVERIFY(
-        bus.registerVirtualObject(QStringLiteral("/org/freedesktop/systemd1"), m_systemd.get()));
-    QVERIFY(bus.registerService(QStringLiteral("org.freedesktop.systemd1")));
+    QVERIFY(bus.registerVirtualObject(u"/org/freedesktop/systemd1"_s, m_systemd.get()));
+    QVERIFY(bus.registerService(u"org.freedesktop.systemd1"_s));
     for (const QString &unit : {notes, longer, other})
         QVERIFY(m_root->write(units + unit, "[Service]\n"));
     for (const char *application : {"a.b", "a.bc", "c.d"})
-        QVERIFY(m_root->write(
-            QStringLiteral("var/lib/am/apps/%1/5.conf").arg(QLatin1String(application)),
-            QByteArray("[") + application + "%7C5]\nautostart=true\n"));
+        QVERIFY(m_root->write(u"var/lib/am/apps/%1/5.conf"_s.arg(QLatin1String(application)),
+                              QByteArray("[") + application + "%7C5]\nautostart=true\n"));
 }
 
 void TestPackageHook::cleanup()
@@ -138,14 +135,14 @@ void TestPackageHook::cleanup()
 bool TestPackageHook::startDaemon()
 {
     m_daemon = std::make_unique<Program>(*m_root, QStringLiteral(ORVANE_BINARY));
-    return waitForName(m_bus->connect(client), QStringLiteral("org.zarn.Orvane"));
+    return waitForName(m_bus->connect(client), u"org.zarn.Orvane"_s);
 }
 
 QDBusMessage TestPackageHook::onRemove(const QString &application) const
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.zarn.Orvane"), QStringLiteral("/org/zarn/Teller/Hooks"),
-        QStringLiteral("org.zarn.Teller.Hooks"), QStringLiteral("OnRemove"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(u"org.zarn.Orvane"_s, u"/org/zarn/Teller/Hooks"_s,
+                                       u"org.zarn.Teller.Hooks"_s, u"OnRemove"_s);
     call << application;
     const QDBusPendingCall reply = m_bus->connect(client).asyncCall(call);
     // The call does not block, because the stand-in for systemd is in this process.
@@ -156,14 +153,14 @@ QDBusMessage TestPackageHook::onRemove(const QString &application) const
 void TestPackageHook::forgetsTheApplicationAndNoOther()
 {
     QVERIFY(startDaemon());
-    const QDBusMessage reply = onRemove(QStringLiteral("a.b"));
+    const QDBusMessage reply = onRemove(u"a.b"_s);
     QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(reply.signature(), QString());
 
     QTRY_VERIFY(!QFileInfo::exists(m_root->path(units + notes)));
     QTRY_COMPARE(m_systemd->stopped, QStringList{notes});
     QTRY_COMPARE(m_systemd->disabled, QStringList{notes});
-    QVERIFY(!QFileInfo::exists(m_root->runtime(QStringLiteral("a.b"))));
+    QVERIFY(!QFileInfo::exists(m_root->runtime(u"a.b"_s)));
     for (const QString &unit : {longer, other})
         QVERIFY(QFileInfo::exists(m_root->path(units + unit)));
     for (const char *application : {"a.bc/5.conf", "c.d/5.conf"})
@@ -176,12 +173,10 @@ void TestPackageHook::handsStrangeNamesOn_data()
     QTest::addColumn<QString>("gone");
     QTest::addColumn<QString>("left");
 
-    QTest::newRow("unknown") << QStringLiteral("x.y") << QStringLiteral("var/lib/am/apps/x.y")
-                             << QStringLiteral("var/lib/am/apps/a.b/5.conf");
-    QTest::newRow("empty") << QString() << QStringLiteral("var/lib/am/apps")
-                           << QStringLiteral("var/lib/am");
-    QTest::newRow("up") << QStringLiteral("..") << QStringLiteral("var/lib/am")
-                        << QStringLiteral("var/lib");
+    QTest::newRow("unknown") << u"x.y"_s << u"var/lib/am/apps/x.y"_s
+                             << u"var/lib/am/apps/a.b/5.conf"_s;
+    QTest::newRow("empty") << QString() << u"var/lib/am/apps"_s << u"var/lib/am"_s;
+    QTest::newRow("up") << u".."_s << u"var/lib/am"_s << u"var/lib"_s;
 }
 
 void TestPackageHook::handsStrangeNamesOn()
@@ -199,33 +194,31 @@ void TestPackageHook::handsStrangeNamesOn()
 
 void TestPackageHook::followsNoLinkOutOfTheStore()
 {
-    QVERIFY(m_root->write(QStringLiteral("outside/sub/x"), "kept"));
-    QVERIFY(QFile::link(m_root->path(QStringLiteral("outside")),
-                        m_root->runtime(QStringLiteral("link"))));
+    QVERIFY(m_root->write(u"outside/sub/x"_s, "kept"));
+    QVERIFY(QFile::link(m_root->path(u"outside"_s), m_root->runtime(u"link"_s)));
     QVERIFY(startDaemon());
 
-    QCOMPARE(onRemove(QStringLiteral("link/sub")).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(onRemove(QStringLiteral("link")).type(), QDBusMessage::ReplyMessage);
-    QVERIFY(!QFileInfo(m_root->runtime(QStringLiteral("link"))).isSymLink());
-    QCOMPARE(m_root->read(QStringLiteral("outside/sub/x")), QByteArray("kept"));
+    QCOMPARE(onRemove(u"link/sub"_s).errorName(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(onRemove(u"link"_s).type(), QDBusMessage::ReplyMessage);
+    QVERIFY(!QFileInfo(m_root->runtime(u"link"_s)).isSymLink());
+    QCOMPARE(m_root->read(u"outside/sub/x"_s), QByteArray("kept"));
 }
 
 void TestPackageHook::reportsWhatCouldNotBeForgottenAndStopsTheTasks()
 {
-    const QString setting = m_root->runtime(QStringLiteral("a.b/5.conf"));
+    const QString setting = m_root->runtime(u"a.b/5.conf"_s);
     MAKE_IMMUTABLE(setting);
     QVERIFY(startDaemon());
-    const QDBusMessage reply = onRemove(QStringLiteral("a.b"));
+    const QDBusMessage reply = onRemove(u"a.b"_s);
 
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to remove application a.b"));
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(reply.errorMessage(), u"Failed to remove application a.b"_s);
     QTRY_COMPARE(m_systemd->stopped, QStringList{notes});
     QTRY_VERIFY(m_daemon->log().contains("from autostart\n"));
     const QByteArray log = m_daemon->log();
     QVERIFY2(log.contains("bool Autostart::Manager::cleanupUninstalledApplication(const QString&): "
                           "couldn't remove uninstalled application directory:  \""
-                          + m_root->runtime(QStringLiteral("a.b")).toUtf8() + "\"\n"),
+                          + m_root->runtime(u"a.b"_s).toUtf8() + "\"\n"),
              log);
     QVERIFY2(log.contains("void TellerHooks::DBusInterface::OnRemove(const QString&): "
                           "Failed to remove application \"a.b\" from autostart\n"),
@@ -236,11 +229,11 @@ void TestPackageHook::reportsWhatCouldNotBeForgottenAndStopsTheTasks()
 void TestPackageHook::reportsAFileOfATaskThatStays()
 {
     QVERIFY(QFile::remove(m_root->path(units + notes)));
-    QVERIFY(m_root->write(units + notes + QStringLiteral("/in-the-way"), "x"));
+    QVERIFY(m_root->write(units + notes + u"/in-the-way"_s, "x"));
     QVERIFY(startDaemon());
-    const QDBusMessage reply = onRemove(QStringLiteral("a.b"));
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to remove application a.b"));
+    const QDBusMessage reply = onRemove(u"a.b"_s);
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(reply.errorMessage(), u"Failed to remove application a.b"_s);
     QTRY_VERIFY(
         m_daemon->log().contains("Failed to remove application \"a.b\" from task manager\n"));
     const QByteArray log = m_daemon->log();
@@ -250,12 +243,12 @@ void TestPackageHook::reportsAFileOfATaskThatStays()
 
 void TestPackageHook::aCallStartsTheIdleTimeAnew()
 {
-    const QString idleMs = QStringLiteral("1000");
-    m_root->environment.insert(QStringLiteral("ORVANE_DAEMON_TIMEOUT"), idleMs);
+    const QString idleMs = u"1000"_s;
+    m_root->environment.insert(u"ORVANE_DAEMON_TIMEOUT"_s, idleMs);
     QVERIFY(startDaemon());
     UncalledDaemon uncalled(idleMs);
     while (!uncalled.leavesSoon()) {
-        QCOMPARE(onRemove(QStringLiteral("x.y")).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(onRemove(u"x.y"_s).type(), QDBusMessage::ReplyMessage);
         QVERIFY(!m_daemon->process.waitForFinished(0));
     }
     QVERIFY(uncalled.wasFine());

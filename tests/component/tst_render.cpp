@@ -5,6 +5,7 @@
 #include "common/places.h"
 #include "component/generated_starts.h"
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -44,9 +45,9 @@ QStringList optionsOf(const Client::StartRequest &request)
         + repeated("--permission", request.permissions) + repeated("--param", request.params)
         + repeated("--env", request.environment);
     if (request.atBoot)
-        words.append(QStringLiteral("--at-boot"));
+        words.append(u"--at-boot"_s);
     if (request.homeless)
-        words.append(QStringLiteral("--homeless"));
+        words.append(u"--homeless"_s);
     if (request.busName)
         words += repeated("--own", {*request.busName});
     words += repeated("--weight", {QString::number(request.weight)});
@@ -115,14 +116,13 @@ private:
 void TestRender::initTestCase()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
+    fixture->root.serveType(u"Sync"_s);
     GeneratedStarts generated(seed);
     for (int number = 0; number < applications; ++number)
         generated.writeApplication(fixture->root, number);
     // The tool's main() does the same.
-    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
-    setEnvironment(fixture->root.environment()
-                   + QStringList{QStringLiteral("ORVANE_COMPONENT_TESTS=1")});
+    QCoreApplication::setApplicationName(u"orvane"_s);
+    setEnvironment(fixture->root.environment() + QStringList{u"ORVANE_COMPONENT_TESTS=1"_s});
     Places::setOfProcess(Places::ofEnvironment());
     for (const Cli::DeclaredTask &task : Cli::declaredTasks()) {
         const bool isFound = Cli::declaredTask(task.taskId.toString()).taskId.isValid();
@@ -130,7 +130,7 @@ void TestRender::initTestCase()
     }
     QVERIFY(tasks.size() > applications * 3 / 4);
     QVERIFY(fixture->start());
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestRender::cleanupTestCase() { fixture.reset(); }
@@ -188,8 +188,7 @@ void TestRender::findsTheTasksThatTheDaemonFinds()
         starts.append(Start(task, generated.request()));
     start(starts);
     for (const Start &start : qAsConst(starts))
-        QCOMPARE(start.refusal(),
-                 QStringLiteral("Task not found: ") + start.task.taskId.toString());
+        QCOMPARE(start.refusal(), u"Task not found: "_s + start.task.taskId.toString());
 }
 
 void TestRender::showsWhatTheDaemonWrites()
@@ -216,8 +215,7 @@ void TestRender::compareTool(const Start &start) const
 {
     const QString task = start.task.taskId.toString();
     const ToolOutput output =
-        fixture->runTool(QStringList{QStringLiteral("render"), task, QStringLiteral("--json")}
-                         + optionsOf(start.request));
+        fixture->runTool(QStringList{u"render"_s, task, u"--json"_s} + optionsOf(start.request));
     const QJsonObject object = QJsonDocument::fromJson(output.out).object();
     const auto text = [&object](const char *field) {
         return object.value(QLatin1String(field)).toString();

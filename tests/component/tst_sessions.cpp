@@ -1,4 +1,5 @@
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
@@ -9,9 +10,9 @@ namespace {
 
 const char properties[] = "org.freedesktop.DBus.Properties";
 
-QString syncType() { return QStringLiteral("Sync"); }
+QString syncType() { return u"Sync"_s; }
 
-QString syncTask() { return QStringLiteral("com.example.Notes.task_sync"); }
+QString syncTask() { return u"com.example.Notes.task_sync"_s; }
 
 QByteArray notesTasks()
 {
@@ -21,8 +22,7 @@ QByteArray notesTasks()
 
 QVariantMap runningUnit()
 {
-    return {{QStringLiteral("ActiveState"), QStringLiteral("active")},
-            {QStringLiteral("SubState"), QStringLiteral("running")}};
+    return {{u"ActiveState"_s, u"active"_s}, {u"SubState"_s, u"running"_s}};
 }
 
 struct Active
@@ -82,25 +82,24 @@ private Q_SLOTS:
 private:
     static QVariant property(const Fixture &fixture, const QString &name)
     {
-        const QDBusMessage reply = fixture.call(Fixture::methodCall(
-            Fixture::sessionPath(), QString::fromLatin1(properties), QStringLiteral("Get"),
-            {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), name}));
+        const QDBusMessage reply = fixture.call(
+            Fixture::methodCall(Fixture::sessionPath(), QString::fromLatin1(properties), u"Get"_s,
+                                {u"org.zarn.Orvane.TaskInvokerSession1"_s, name}));
         return reply.arguments().value(0).value<QDBusVariant>().variant();
     }
     static QVector<Active> activeTasks(const Fixture &fixture)
     {
-        return activeTasksIn(property(fixture, QStringLiteral("ActiveTasks")));
+        return activeTasksIn(property(fixture, u"ActiveTasks"_s));
     }
     static void addNotes(Fixture &fixture)
     {
         fixture.root.serveType(syncType());
-        fixture.root.writeApplication(QStringLiteral("Notes"), notesTasks());
+        fixture.root.writeApplication(u"Notes"_s, notesTasks());
     }
     static bool startNotes(Fixture &fixture)
     {
         return fixture.registerInvoker(syncType()).type() == QDBusMessage::ReplyMessage
-            && fixture.start(syncTask(), {{QStringLiteral("User"), QStringLiteral("nobody")}})
-                   .type()
+            && fixture.start(syncTask(), {{u"User"_s, u"nobody"_s}}).type()
             == QDBusMessage::ReplyMessage;
     }
 };
@@ -111,16 +110,15 @@ void TestSessions::givesThePathAndBothLists()
     addNotes(fixture);
     QVERIFY(fixture.start());
     const QDBusMessage reply = fixture.registerInvoker(syncType());
-    QCOMPARE(reply.signature(), QStringLiteral("oa{sv}"));
+    QCOMPARE(reply.signature(), u"oa{sv}"_s);
     QCOMPARE(reply.arguments().at(0).value<QDBusObjectPath>().path(), Fixture::sessionPath());
     const auto lists = qdbus_cast<QVariantMap>(reply.arguments().at(1));
-    QCOMPARE(lists.keys(),
-             QStringList({QStringLiteral("ActiveTasks"), QStringLiteral("AvailableTasks")}));
-    QCOMPARE(lists.value(QStringLiteral("ActiveTasks")).value<QDBusArgument>().currentSignature(),
-             QStringLiteral("a(sia{sv})"));
+    QCOMPARE(lists.keys(), QStringList({u"ActiveTasks"_s, u"AvailableTasks"_s}));
+    QCOMPARE(lists.value(u"ActiveTasks"_s).value<QDBusArgument>().currentSignature(),
+             u"a(sia{sv})"_s);
 
-    const auto available = lists.value(QStringLiteral("AvailableTasks")).value<QDBusArgument>();
-    QCOMPARE(available.currentSignature(), QStringLiteral("a(sa{sv})"));
+    const auto available = lists.value(u"AvailableTasks"_s).value<QDBusArgument>();
+    QCOMPARE(available.currentSignature(), u"a(sa{sv})"_s);
     QString id;
     QVariantMap details;
     available.beginArray();
@@ -130,11 +128,9 @@ void TestSessions::givesThePathAndBothLists()
     QVERIFY(available.atEnd());
     available.endArray();
     QCOMPARE(id, syncTask());
-    QCOMPARE(
-        details,
-        QVariantMap({{QStringLiteral("Permissions"),
-                      QStringList({QStringLiteral("Internet"), QStringLiteral("Documents")})},
-                     {QStringLiteral("Conditions"), QStringList{QStringLiteral("Charging")}}}));
+    QCOMPARE(details,
+             QVariantMap({{u"Permissions"_s, QStringList({u"Internet"_s, u"Documents"_s})},
+                          {u"Conditions"_s, QStringList{u"Charging"_s}}}));
 }
 
 void TestSessions::logsTheRegistration()
@@ -157,9 +153,9 @@ void TestSessions::servesATypeWithoutTasks()
     fixture.root.serveType(syncType());
     QVERIFY(fixture.start());
     const QDBusMessage reply = fixture.registerInvoker(syncType());
-    QCOMPARE(reply.signature(), QStringLiteral("oa{sv}"));
-    const auto list = property(fixture, QStringLiteral("AvailableTasks")).value<QDBusArgument>();
-    QCOMPARE(list.currentSignature(), QStringLiteral("a(sa{sv})"));
+    QCOMPARE(reply.signature(), u"oa{sv}"_s);
+    const auto list = property(fixture, u"AvailableTasks"_s).value<QDBusArgument>();
+    QCOMPARE(list.currentSignature(), u"a(sa{sv})"_s);
     list.beginArray();
     QVERIFY(list.atEnd());
     list.endArray();
@@ -177,12 +173,10 @@ void TestSessions::sharesOneSessionAmongItsClients()
     QCOMPARE(theirs.value<QDBusObjectPath>().path(), mine.value<QDBusObjectPath>().path());
 
     // When one client closes the session it is closed for both, and the answer is empty.
-    const QDBusMessage closed =
-        fixture.call(Fixture::sessionCall(QStringLiteral("CloseSession")), other);
+    const QDBusMessage closed = fixture.call(Fixture::sessionCall(u"CloseSession"_s), other);
     QCOMPARE(closed.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(closed.signature(), QString());
-    QCOMPARE(fixture.stop(syncTask()).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+    QCOMPARE(fixture.stop(syncTask()).errorName(), u"org.freedesktop.DBus.Error.UnknownObject"_s);
 }
 
 void TestSessions::exportsItsMethodsAndPropertiesOnly()
@@ -194,8 +188,7 @@ void TestSessions::exportsItsMethodsAndPropertiesOnly()
     const QString xml =
         fixture
             .call(Fixture::methodCall(Fixture::sessionPath(),
-                                      QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                      QStringLiteral("Introspect")))
+                                      u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s))
             .arguments()
             .value(0)
             .toString();
@@ -215,7 +208,7 @@ void TestSessions::isThereAgainRightBehindAClose()
     (void)fixture.registerInvoker(syncType());
     for (int round = 0; round < 20; ++round) {
         // Both calls have been sent before the first one is handled.
-        fixture.client.asyncCall(Fixture::sessionCall(QStringLiteral("CloseSession")));
+        fixture.client.asyncCall(Fixture::sessionCall(u"CloseSession"_s));
         QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
         QCOMPARE(fixture.stop(syncTask()).type(), QDBusMessage::ReplyMessage);
     }
@@ -231,7 +224,7 @@ void TestSessions::registersAClientThatWantsNoReply()
             QVERIFY(fixture.client.send(Fixture::registerCall(syncType())));
         QVERIFY(fixture.waitUntil(
             [&] { return fixture.stop(syncTask()).type() == QDBusMessage::ReplyMessage; }));
-        QCOMPARE(fixture.call(Fixture::sessionCall(QStringLiteral("CloseSession"))).type(),
+        QCOMPARE(fixture.call(Fixture::sessionCall(u"CloseSession"_s)).type(),
                  QDBusMessage::ReplyMessage);
     }
 }
@@ -242,7 +235,7 @@ void TestSessions::keepsTheNextSessionWhenTheLastIsClosedTwice()
     addNotes(fixture);
     QVERIFY(fixture.start());
     QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
-    const QDBusMessage close = Fixture::sessionCall(QStringLiteral("CloseSession"));
+    const QDBusMessage close = Fixture::sessionCall(u"CloseSession"_s);
     for (int round = 0; round < 200; ++round) {
         // The calls are sent together, so that the second close may reach the first session.
         fixture.client.asyncCall(close);
@@ -251,8 +244,7 @@ void TestSessions::keepsTheNextSessionWhenTheLastIsClosedTwice()
         // Whatever these calls did, a client that registers now can close its session exactly once.
         QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
         QCOMPARE(fixture.call(close).type(), QDBusMessage::ReplyMessage);
-        QCOMPARE(fixture.call(close).errorName(),
-                 QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+        QCOMPARE(fixture.call(close).errorName(), u"org.freedesktop.DBus.Error.UnknownObject"_s);
         QCOMPARE(fixture.registerInvoker(syncType()).type(), QDBusMessage::ReplyMessage);
     }
 }
@@ -260,15 +252,14 @@ void TestSessions::keepsTheNextSessionWhenTheLastIsClosedTwice()
 void TestSessions::answersForATypeThatIsNoObjectPath()
 {
     Fixture fixture;
-    const QString type = QStringLiteral("a b");
+    const QString type = u"a b"_s;
     fixture.root.serveType(type);
     QVERIFY(fixture.start());
     // The second registration is refused in the same way, though the session is kept.
     for (int round = 0; round < 2; ++round) {
         const QDBusMessage reply = fixture.registerInvoker(type);
-        QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
-        QCOMPARE(reply.errorMessage(),
-                 QStringLiteral("Task type \"a b\" cannot be part of an object path"));
+        QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.InvalidArgs"_s);
+        QCOMPARE(reply.errorMessage(), u"Task type \"a b\" cannot be part of an object path"_s);
     }
     QVERIFY(fixture.daemonLogs("QDBusObjectPath: invalid path"));
 }
@@ -279,27 +270,26 @@ void TestSessions::announcesRunningTasks()
     addNotes(fixture);
     QVERIFY(fixture.start());
     QVERIFY(startNotes(fixture));
-    SignalRecorder changes(fixture.client, QStringLiteral("org.zarn.Orvane"),
-                           Fixture::sessionPath(), QString::fromLatin1(properties),
-                           QStringLiteral("PropertiesChanged"));
-    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), {{QStringLiteral("MainPID"), 4711u}},
-                                QStringLiteral("org.freedesktop.systemd1.Service"));
+    SignalRecorder changes(fixture.client, u"org.zarn.Orvane"_s, Fixture::sessionPath(),
+                           QString::fromLatin1(properties), u"PropertiesChanged"_s);
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), {{u"MainPID"_s, 4711u}},
+                                u"org.freedesktop.systemd1.Service"_s);
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
     const auto announced = [&changes] {
         const QVariantList arguments =
             changes.received.isEmpty() ? QVariantList() : changes.received.constLast();
-        return qdbus_cast<QVariantMap>(arguments.value(1)).value(QStringLiteral("ActiveTasks"));
+        return qdbus_cast<QVariantMap>(arguments.value(1)).value(u"ActiveTasks"_s);
     };
     // A further announcement contains the process id.
     QVERIFY(fixture.waitUntil([&] { return !activeTasksIn(announced()).isEmpty(); }));
 
     const QVariantList last = changes.received.constLast();
-    QCOMPARE(last.at(0).toString(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"));
+    QCOMPARE(last.at(0).toString(), u"org.zarn.Orvane.TaskInvokerSession1"_s);
     QCOMPARE(last.at(2).toStringList(), QStringList());
     const auto changed = qdbus_cast<QVariantMap>(last.at(1));
-    QCOMPARE(changed.keys(), QStringList{QStringLiteral("ActiveTasks")});
-    const QVariant list = changed.value(QStringLiteral("ActiveTasks"));
-    QCOMPARE(list.value<QDBusArgument>().currentSignature(), QStringLiteral("a(sia{sv})"));
+    QCOMPARE(changed.keys(), QStringList{u"ActiveTasks"_s});
+    const QVariant list = changed.value(u"ActiveTasks"_s);
+    QCOMPARE(list.value<QDBusArgument>().currentSignature(), u"a(sia{sv})"_s);
     const auto tasks = activeTasksIn(list);
     QCOMPARE(tasks.size(), 1);
     QCOMPARE(tasks.constFirst().id, syncTask());
@@ -313,14 +303,13 @@ void TestSessions::announcesAnUnchangedListToo()
     addNotes(fixture);
     QVERIFY(fixture.start());
     QVERIFY(startNotes(fixture));
-    SignalRecorder changes(fixture.client, QStringLiteral("org.zarn.Orvane"),
-                           Fixture::sessionPath(), QString::fromLatin1(properties),
-                           QStringLiteral("PropertiesChanged"));
+    SignalRecorder changes(fixture.client, u"org.zarn.Orvane"_s, Fixture::sessionPath(),
+                           QString::fromLatin1(properties), u"PropertiesChanged"_s);
     for (int round = 1; round <= 3; ++round) {
         fixture.systemd->emitChange(Fixture::unitPath(syncTask()), {});
         QVERIFY(fixture.waitUntil([&] { return changes.received.size() == round; }));
         const auto changed = qdbus_cast<QVariantMap>(changes.received.constLast().at(1));
-        QCOMPARE(activeTasksIn(changed.value(QStringLiteral("ActiveTasks"))).size(), 0);
+        QCOMPARE(activeTasksIn(changed.value(u"ActiveTasks"_s)).size(), 0);
     }
 }
 
@@ -330,15 +319,14 @@ void TestSessions::announcesAvailableTasks()
     fixture.root.serveType(syncType());
     QVERIFY(fixture.start());
     (void)fixture.registerInvoker(syncType());
-    SignalRecorder changes(fixture.client, QStringLiteral("org.zarn.Orvane"),
-                           Fixture::sessionPath(), QString::fromLatin1(properties),
-                           QStringLiteral("PropertiesChanged"));
-    fixture.root.writeApplication(QStringLiteral("Notes"), notesTasks());
+    SignalRecorder changes(fixture.client, u"org.zarn.Orvane"_s, Fixture::sessionPath(),
+                           QString::fromLatin1(properties), u"PropertiesChanged"_s);
+    fixture.root.writeApplication(u"Notes"_s, notesTasks());
     const auto announcedLength = [&changes] {
         if (changes.received.isEmpty())
             return -1;
         const auto changed = qdbus_cast<QVariantMap>(changes.received.constLast().at(1));
-        const auto list = changed.value(QStringLiteral("AvailableTasks")).value<QDBusArgument>();
+        const auto list = changed.value(u"AvailableTasks"_s).value<QDBusArgument>();
         int length = 0;
         for (list.beginArray(); !list.atEnd(); ++length) {
             list.beginStructure();
@@ -348,27 +336,27 @@ void TestSessions::announcesAvailableTasks()
         return length;
     };
     QVERIFY(fixture.waitUntil([&] { return announcedLength() == 1; }));
-    fixture.root.remove(QStringLiteral("/usr/share/applications/Notes.desktop"));
+    fixture.root.remove(u"/usr/share/applications/Notes.desktop"_s);
     QVERIFY(fixture.waitUntil([&] { return announcedLength() == 0; }));
 }
 
 void TestSessions::announcesNoListThatAChangeLeftAsItWas()
 {
     Fixture fixture;
-    const QString otherType = QStringLiteral("Other");
+    const QString otherType = u"Other"_s;
     fixture.root.serveType(otherType);
     addNotes(fixture);
     QVERIFY(fixture.start());
     (void)fixture.registerInvoker(syncType());
     (void)fixture.registerInvoker(otherType);
-    const QString service = QStringLiteral("org.zarn.Orvane");
-    const QString signal = QStringLiteral("PropertiesChanged");
+    const QString service = u"org.zarn.Orvane"_s;
+    const QString signal = u"PropertiesChanged"_s;
     SignalRecorder changes(fixture.client, service, Fixture::sessionPath(),
                            QString::fromLatin1(properties), signal);
     SignalRecorder others(fixture.client, service, Fixture::sessionPath(otherType),
                           QString::fromLatin1(properties), signal);
     for (int round = 1; round <= 3; ++round) {
-        fixture.root.writeApplication(QStringLiteral("More%1").arg(round),
+        fixture.root.writeApplication(u"More%1"_s.arg(round),
                                       "[X-Task more]\nType=Other\nExec=/opt/worker\n");
         QVERIFY(fixture.waitUntil([&] { return others.received.size() >= round; }));
     }
@@ -377,8 +365,7 @@ void TestSessions::announcesNoListThatAChangeLeftAsItWas()
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
     QVERIFY(fixture.waitUntil([&] { return !changes.received.isEmpty(); }));
     for (const QVariantList &change : qAsConst(changes.received))
-        QCOMPARE(qdbus_cast<QVariantMap>(change.at(1)).keys(),
-                 QStringList{QStringLiteral("ActiveTasks")});
+        QCOMPARE(qdbus_cast<QVariantMap>(change.at(1)).keys(), QStringList{u"ActiveTasks"_s});
 }
 
 void TestSessions::needsNoMoreMatchRulesForMoreClients()
@@ -389,12 +376,11 @@ void TestSessions::needsNoMoreMatchRulesForMoreClients()
     (void)fixture.registerInvoker(syncType());
     const auto rules = [&fixture] {
         QDBusMessage call = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus.Debug.Stats"),
-            QStringLiteral("GetConnectionStats"));
-        call << QStringLiteral("org.zarn.Orvane");
+            u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+            u"org.freedesktop.DBus.Debug.Stats"_s, u"GetConnectionStats"_s);
+        call << u"org.zarn.Orvane"_s;
         return qdbus_cast<QVariantMap>(fixture.call(call).arguments().value(0))
-            .value(QStringLiteral("MatchRules"), -1)
+            .value(u"MatchRules"_s, -1)
             .toInt();
     };
     const int before = rules();
@@ -414,25 +400,22 @@ void TestSessions::findsWhatRunsAlready()
 {
     Fixture fixture;
     addNotes(fixture);
-    fixture.systemd->units = {{QStringLiteral("ov_task.com.example.Notes.task_sync.service"),
-                               QStringLiteral("active"), QStringLiteral("running")},
-                              {QStringLiteral("ov_task.com.example.Notes.task_other.service"),
-                               QStringLiteral("active"), QStringLiteral("exited")},
-                              {QStringLiteral("ov_task.com.example.Notes.task_sync.timer"),
-                               QStringLiteral("active"), QStringLiteral("running")}};
-    fixture.systemd->unitFiles = {
-        {QStringLiteral("/etc/systemd/system/ov_task.x.service"), QStringLiteral("enabled")}};
+    fixture.systemd->units = {
+        {u"ov_task.com.example.Notes.task_sync.service"_s, u"active"_s, u"running"_s},
+        {u"ov_task.com.example.Notes.task_other.service"_s, u"active"_s, u"exited"_s},
+        {u"ov_task.com.example.Notes.task_sync.timer"_s, u"active"_s, u"running"_s}};
+    fixture.systemd->unitFiles = {{u"/etc/systemd/system/ov_task.x.service"_s, u"enabled"_s}};
     QVERIFY(fixture.start());
     const auto lists =
         qdbus_cast<QVariantMap>(fixture.registerInvoker(syncType()).arguments().value(1));
-    const auto tasks = activeTasksIn(lists.value(QStringLiteral("ActiveTasks")));
+    const auto tasks = activeTasksIn(lists.value(u"ActiveTasks"_s));
     QCOMPARE(tasks.size(), 1);
     QCOMPARE(tasks.constFirst().id, syncTask());
     QCOMPARE(tasks.constFirst().pid, -1);
 
     // The daemon also follows later changes of the unit.
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()),
-                                {{QStringLiteral("ActiveState"), QStringLiteral("deactivating")}});
+                                {{u"ActiveState"_s, u"deactivating"_s}});
     QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).isEmpty(); }));
 }
 
@@ -440,9 +423,9 @@ void TestSessions::findsTheProcessOfWhatRunsAlready()
 {
     Fixture fixture;
     addNotes(fixture);
-    const QString unit = QStringLiteral("ov_task.com.example.Notes.task_sync.service");
-    fixture.systemd->units = {{unit, QStringLiteral("active"), QStringLiteral("running")}};
-    fixture.systemd->properties.insert(unit, {{QStringLiteral("MainPID"), 4711u}});
+    const QString unit = u"ov_task.com.example.Notes.task_sync.service"_s;
+    fixture.systemd->units = {{unit, u"active"_s, u"running"_s}};
+    fixture.systemd->properties.insert(unit, {{u"MainPID"_s, 4711u}});
     QVERIFY(fixture.start());
     (void)fixture.registerInvoker(syncType());
     QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).value(0).pid == 4711; }));
@@ -456,13 +439,11 @@ void TestSessions::ignoresWhatIsNotSystemds()
     QVERIFY(fixture.start());
     QVERIFY(startNotes(fixture));
     // Every client of the bus can send a signal from any path.
-    QDBusMessage forged =
-        QDBusMessage::createSignal(Fixture::unitPath(syncTask()), QString::fromLatin1(properties),
-                                   QStringLiteral("PropertiesChanged"));
-    forged << QStringLiteral("org.freedesktop.systemd1.Unit") << runningUnit() << QStringList();
+    QDBusMessage forged = QDBusMessage::createSignal(
+        Fixture::unitPath(syncTask()), QString::fromLatin1(properties), u"PropertiesChanged"_s);
+    forged << u"org.freedesktop.systemd1.Unit"_s << runningUnit() << QStringList();
     fixture.client.send(forged);
-    (void)fixture.call(
-        Fixture::sessionCall(QStringLiteral("Stop"), {QStringLiteral("a.b.task_c")}));
+    (void)fixture.call(Fixture::sessionCall(u"Stop"_s, {u"a.b.task_c"_s}));
     QCOMPARE(activeTasks(fixture).size(), 0);
 
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
@@ -475,13 +456,11 @@ void TestSessions::ignoresUnitsThatItDoesNotKnow()
     addNotes(fixture);
     QVERIFY(fixture.start());
     QVERIFY(startNotes(fixture));
-    SignalRecorder changes(fixture.client, QStringLiteral("org.zarn.Orvane"),
-                           Fixture::sessionPath(), QString::fromLatin1(properties),
-                           QStringLiteral("PropertiesChanged"));
-    fixture.systemd->emitChange(Fixture::unitPath(QStringLiteral("com.example.Notes.task_other")),
+    SignalRecorder changes(fixture.client, u"org.zarn.Orvane"_s, Fixture::sessionPath(),
+                           QString::fromLatin1(properties), u"PropertiesChanged"_s);
+    fixture.systemd->emitChange(Fixture::unitPath(u"com.example.Notes.task_other"_s),
                                 runningUnit());
-    fixture.systemd->emitChange(QStringLiteral("/org/freedesktop/systemd1/unit/ssh_2eservice"),
-                                runningUnit());
+    fixture.systemd->emitChange(u"/org/freedesktop/systemd1/unit/ssh_2eservice"_s, runningUnit());
     // Signals arrive in order: when this one has been passed on, the daemon has handled the others.
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
     QVERIFY(fixture.waitUntil([&] { return !changes.received.isEmpty(); }));
@@ -492,15 +471,12 @@ void TestSessions::ignoresUnitsThatItDoesNotKnow()
 void TestSessions::takesAnythingButRunningAsNotRunning_data()
 {
     QTest::addColumn<QVariantMap>("change");
-    const QString active = QStringLiteral("ActiveState");
-    const QString sub = QStringLiteral("SubState");
-    QTest::newRow("failed") << QVariantMap{{active, QStringLiteral("failed")},
-                                           {sub, QStringLiteral("failed")}};
-    QTest::newRow("deactivating") << QVariantMap{{active, QStringLiteral("deactivating")},
-                                                 {sub, QStringLiteral("running")}};
-    QTest::newRow("active without a sub-state") << QVariantMap{{active, QStringLiteral("active")}};
-    QTest::newRow("active but exited")
-        << QVariantMap{{active, QStringLiteral("active")}, {sub, QStringLiteral("exited")}};
+    const QString active = u"ActiveState"_s;
+    const QString sub = u"SubState"_s;
+    QTest::newRow("failed") << QVariantMap{{active, u"failed"_s}, {sub, u"failed"_s}};
+    QTest::newRow("deactivating") << QVariantMap{{active, u"deactivating"_s}, {sub, u"running"_s}};
+    QTest::newRow("active without a sub-state") << QVariantMap{{active, u"active"_s}};
+    QTest::newRow("active but exited") << QVariantMap{{active, u"active"_s}, {sub, u"exited"_s}};
 }
 
 void TestSessions::takesAnythingButRunningAsNotRunning()
@@ -512,14 +488,12 @@ void TestSessions::takesAnythingButRunningAsNotRunning()
     QVERIFY(startNotes(fixture));
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), runningUnit());
     // A change of the sub-state alone is ignored.
-    fixture.systemd->emitChange(Fixture::unitPath(syncTask()),
-                                {{QStringLiteral("SubState"), QStringLiteral("dead")}});
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()), {{u"SubState"_s, u"dead"_s}});
     QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).size() == 1; }));
     fixture.systemd->emitChange(Fixture::unitPath(syncTask()), change);
     QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).isEmpty(); }));
-    fixture.systemd->emitChange(
-        Fixture::unitPath(syncTask()),
-        {{QStringLiteral("SubState"), QStringLiteral("running")}, {QStringLiteral("MainPID"), 1u}});
+    fixture.systemd->emitChange(Fixture::unitPath(syncTask()),
+                                {{u"SubState"_s, u"running"_s}, {u"MainPID"_s, 1u}});
     (void)fixture.stop(syncTask());
     QCOMPARE(activeTasks(fixture).size(), 0);
 }
@@ -533,16 +507,14 @@ void TestSessions::tracksAThousandUnits()
     for (int number = 0; number < count; ++number) {
         tasks += "[X-Task t" + QByteArray::number(number) + "]\nType=Sync\nExec=/opt/worker\n";
         fixture.systemd->units.append(
-            {QStringLiteral("ov_task.com.example.Many.task_t%1.service").arg(number),
-             QStringLiteral("inactive"), QStringLiteral("dead")});
+            {u"ov_task.com.example.Many.task_t%1.service"_s.arg(number), u"inactive"_s, u"dead"_s});
     }
-    fixture.root.writeApplication(QStringLiteral("Many"), tasks);
+    fixture.root.writeApplication(u"Many"_s, tasks);
     QVERIFY(fixture.start());
     (void)fixture.registerInvoker(syncType());
     for (int number = 0; number < count; ++number)
-        fixture.systemd->emitChange(
-            Fixture::unitPath(QStringLiteral("com.example.Many.task_t%1").arg(number)),
-            runningUnit());
+        fixture.systemd->emitChange(Fixture::unitPath(u"com.example.Many.task_t%1"_s.arg(number)),
+                                    runningUnit());
     QVERIFY(fixture.waitUntil([&] { return activeTasks(fixture).size() == count; }));
 }
 

@@ -1,4 +1,5 @@
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QTest>
@@ -7,11 +8,11 @@
 
 namespace {
 
-QString task() { return QStringLiteral("com.example.Notes.task_sync"); }
+QString task() { return u"com.example.Notes.task_sync"_s; }
 
-QString unit() { return QStringLiteral("ov_task.com.example.Notes.task_sync.service"); }
+QString unit() { return u"ov_task.com.example.Notes.task_sync.service"_s; }
 
-QVariantMap user() { return {{QStringLiteral("User"), QStringLiteral("appuser")}}; }
+QVariantMap user() { return {{u"User"_s, u"appuser"_s}}; }
 
 QVariantMap userAnd(const QString &key, const QVariant &value)
 {
@@ -20,21 +21,18 @@ QVariantMap userAnd(const QString &key, const QVariant &value)
     return hints;
 }
 
-QVariantMap owningName()
-{
-    return userAnd(QStringLiteral("DBusService"), QStringLiteral("com.example.Notes.Sync"));
-}
+QVariantMap owningName() { return userAnd(u"DBusService"_s, u"com.example.Notes.Sync"_s); }
 
 // The name of an application of com.example whose task's unit has a name of this number of bytes.
 QString nameForUnitNameOf(int bytes)
 {
-    const auto others = QStringLiteral("ov_task.com.example..task_sync.service").size();
+    const auto others = u"ov_task.com.example..task_sync.service"_s.size();
     return QString(bytes - others, QLatin1Char('N'));
 }
 
 QString taskIdForUnitNameOf(int bytes)
 {
-    return QStringLiteral("com.example.%1.task_sync").arg(nameForUnitNameOf(bytes));
+    return u"com.example.%1.task_sync"_s.arg(nameForUnitNameOf(bytes));
 }
 
 QByteArray expectedExecStart()
@@ -122,8 +120,8 @@ private:
 void TestStartStop::init()
 {
     fixture = std::make_unique<Fixture>();
-    fixture->root.serveType(QStringLiteral("Sync"));
-    fixture->root.writeApplication(QStringLiteral("Notes"),
+    fixture->root.serveType(u"Sync"_s);
+    fixture->root.writeApplication(u"Notes"_s,
                                    "[X-Task sync]\nType=Sync\nExec=/opt/notes/worker --deep\n"
                                    "[X-Task lines]\nType=Sync\nExec=/opt/w\\nExecStartPre=/bin/sh\n"
                                    "[X-Task tab]\nType=Sync\nExec=/opt/w\\t-x\n"
@@ -135,14 +133,14 @@ void TestStartStop::init()
                                    "[X-Task expands]\nType=Sync\nExec=/opt/${X}\n"
                                    "[X-Task relative]\nType=Sync\nExec=sleep 5\n");
     declareTheSystem();
-    declare(QStringLiteral("dotted"), QStringLiteral("com.example"), QStringLiteral("dotted.Name"));
-    declare(QStringLiteral("1st"), QString(), QString());
-    declare(QStringLiteral("blank"), QStringLiteral("com example"), QStringLiteral("x"));
-    declare(QStringLiteral("digit"), QStringLiteral("com"), QStringLiteral("1st"));
+    declare(u"dotted"_s, u"com.example"_s, u"dotted.Name"_s);
+    declare(u"1st"_s, QString(), QString());
+    declare(u"blank"_s, u"com example"_s, u"x"_s);
+    declare(u"digit"_s, u"com"_s, u"1st"_s);
     for (const int bytes : {NAME_MAX, NAME_MAX + 1})
-        declare(QString::number(bytes), QStringLiteral("com.example"), nameForUnitNameOf(bytes));
+        declare(QString::number(bytes), u"com.example"_s, nameForUnitNameOf(bytes));
     QVERIFY(fixture->start());
-    QCOMPARE(fixture->registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestStartStop::cleanup() { fixture.reset(); }
@@ -150,11 +148,10 @@ void TestStartStop::cleanup() { fixture.reset(); }
 void TestStartStop::reloadsThenStarts()
 {
     const QDBusMessage reply = fixture->start(task(), user());
-    QCOMPARE(reply.signature(), QStringLiteral("i"));
+    QCOMPARE(reply.signature(), u"i"_s);
     QCOMPARE(reply.arguments(), QVariantList{0});
     QCOMPARE(newCalls(), QStringList({method("Reload"), method("StartUnit")}));
-    QCOMPARE(fixture->systemd->calls.constLast().arguments(),
-             QVariantList({unit(), QStringLiteral("replace")}));
+    QCOMPARE(fixture->systemd->calls.constLast().arguments(), QVariantList({unit(), u"replace"_s}));
 }
 
 void TestStartStop::enablesTheUnitForAutostartTwoOnly_data()
@@ -173,7 +170,7 @@ void TestStartStop::enablesTheUnitForAutostartTwoOnly()
 {
     QFETCH(QVariant, value);
     QFETCH(bool, enables);
-    (void)fixture->start(task(), userAnd(QStringLiteral("Autostart"), value));
+    (void)fixture->start(task(), userAnd(u"Autostart"_s, value));
     (void)fixture->stop(task());
     const QStringList between = newCalls().mid(2, newCalls().indexOf(method("StopUnit")) - 2);
     QCOMPARE(between, enables ? QStringList{method("EnableUnitFiles")} : QStringList());
@@ -188,8 +185,7 @@ void TestStartStop::answersWhenTheJobIsAccepted()
     const QDBusPendingCall started = fixture->client.asyncCall(Fixture::startCall(task(), user()));
     QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
     // The daemon answers other calls meanwhile.
-    QCOMPARE(fixture->stop(QStringLiteral("com.example.Notes.task_other")).type(),
-             QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture->stop(u"com.example.Notes.task_other"_s).type(), QDBusMessage::ReplyMessage);
     QVERIFY(!started.isFinished());
     fixture->systemd->release(method("StartUnit"));
     QVERIFY(fixture->waitUntil([&] { return started.isFinished(); }));
@@ -198,12 +194,11 @@ void TestStartStop::answersWhenTheJobIsAccepted()
 
 void TestStartStop::writesTheUnit()
 {
-    const QVariantMap hints{
-        {QStringLiteral("User"), QStringLiteral("appuser")},
-        {QStringLiteral("Weight"), -17},
-        {QStringLiteral("CPULimit"), 30},
-        {QStringLiteral("Params"), QStringList({QStringLiteral("--fast"), QStringLiteral("x y")})}};
-    const QVariantMap info{{QStringLiteral("Environment"), QStringList{QStringLiteral("LANG=C")}}};
+    const QVariantMap hints{{u"User"_s, u"appuser"_s},
+                            {u"Weight"_s, -17},
+                            {u"CPULimit"_s, 30},
+                            {u"Params"_s, QStringList({u"--fast"_s, u"x y"_s})}};
+    const QVariantMap info{{u"Environment"_s, QStringList{u"LANG=C"_s}}};
     QCOMPARE(fixture->start(task(), hints, info).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(fixture->root.read(fixture->root.unitFile(task())),
              "[Unit]\n"
@@ -255,11 +250,11 @@ void TestStartStop::writesThePolicyBeforeSystemdReloads()
 
 void TestStartStop::takesAMapOfUnitPropertiesFromTheBus()
 {
-    const QVariantMap groups{{QStringLiteral("MemoryMax"), QStringLiteral("64M")},
-                             {QStringLiteral("CPUWeight"), 20u},
-                             {QStringLiteral("WantedBy"), QStringLiteral("graphical.target")},
-                             {QStringLiteral("User"), QStringLiteral("root")}};
-    QCOMPARE(fixture->start(task(), userAnd(QStringLiteral("CGroups"), groups)).type(),
+    const QVariantMap groups{{u"MemoryMax"_s, u"64M"_s},
+                             {u"CPUWeight"_s, 20u},
+                             {u"WantedBy"_s, u"graphical.target"_s},
+                             {u"User"_s, u"root"_s}};
+    QCOMPARE(fixture->start(task(), userAnd(u"CGroups"_s, groups)).type(),
              QDBusMessage::ReplyMessage);
     const QByteArray text = fixture->root.read(fixture->root.unitFile(task()));
     QVERIFY2(text.contains("\n[Service]\nCPUWeight=20\nEnvironment="), text.constData());
@@ -273,11 +268,10 @@ void TestStartStop::refusesBadHints_data()
 {
     QTest::addColumn<QVariantMap>("hints");
     QTest::addColumn<QString>("message");
-    const QString missing = QStringLiteral("Missing required User key");
+    const QString missing = u"Missing required User key"_s;
     QTest::newRow("no user") << QVariantMap() << missing;
-    QTest::newRow("empty user") << QVariantMap{{QStringLiteral("User"), QString()}} << missing;
-    QTest::newRow("root") << QVariantMap{{QStringLiteral("User"), QStringLiteral("root")}}
-                          << QStringLiteral("User cannot be root");
+    QTest::newRow("empty user") << QVariantMap{{u"User"_s, QString()}} << missing;
+    QTest::newRow("root") << QVariantMap{{u"User"_s, u"root"_s}} << u"User cannot be root"_s;
     const auto row = [](const char *what, const char *key, const QVariant &value,
                         const char *message) {
         QTest::addRow("%s: %s", key, what)
@@ -287,33 +281,31 @@ void TestStartStop::refusesBadHints_data()
         return QVariantMap{{QString::fromUtf8(key), value}};
     };
     const char *plainUser = "User must be a plain user name";
-    row("a blank behind root", "User", QStringLiteral("root "), plainUser);
-    row("number 0", "User", QStringLiteral("0"), plainUser);
-    row("a specifier", "User", QStringLiteral("%u"), plainUser);
-    row("a key with a blank", "CGroups", groups("User ", QStringLiteral("root")),
+    row("a blank behind root", "User", u"root "_s, plainUser);
+    row("number 0", "User", u"0"_s, plainUser);
+    row("a specifier", "User", u"%u"_s, plainUser);
+    row("a key with a blank", "CGroups", groups("User ", u"root"_s),
         "CGroups keys must be ASCII letters and digits");
-    row("a value of two lines", "CGroups", groups("Slice", QStringLiteral("a\nUser=root")),
+    row("a value of two lines", "CGroups", groups("Slice", u"a\nUser=root"_s),
         "Slice must not hold control characters");
     row("a noncharacter", "CGroups", groups("Slice", QString(QChar(0xfffe))),
         "Slice must not hold noncharacters");
-    row("a path", "Permissions", QStringList{QStringLiteral("../x")},
-        "Permissions must not hold a slash");
-    row("a semicolon", "Params", QStringList{QStringLiteral("a ; +/bin/sh")},
+    row("a path", "Permissions", QStringList{u"../x"_s}, "Permissions must not hold a slash");
+    row("a semicolon", "Params", QStringList{u"a ; +/bin/sh"_s},
         "Params must not hold a separate semicolon");
-    row("a backslash", "Params", QStringList{QStringLiteral("a\\")},
-        "Params must not end with a backslash");
-    row("a placeholder", "DBusService", QStringLiteral("com.example.%1"),
+    row("a backslash", "Params", QStringList{u"a\\"_s}, "Params must not end with a backslash");
+    row("a placeholder", "DBusService", u"com.example.%1"_s,
         "DBusService must be a well-known bus name");
-    row("a control character", "DBusService", QStringLiteral("com.example\x01"),
+    row("a control character", "DBusService", u"com.example\x01"_s,
         "DBusService must be a well-known bus name");
-    row("the system's", "DBusService", QStringLiteral("org.freedesktop.login1"),
+    row("the system's", "DBusService", u"org.freedesktop.login1"_s,
         "DBusService must not be a name of the system");
 }
 
 void TestStartStop::declare(const QString &file, const QString &organisation,
                             const QString &name) const
 {
-    fixture->root.write(QStringLiteral("/usr/share/applications/%1.desktop").arg(file),
+    fixture->root.write(u"/usr/share/applications/%1.desktop"_s.arg(file),
                         "[Desktop Entry]\nType=Application\nName=x\nExec=/opt/x\n"
                         "[X-Application]\nOrganizationName="
                             + organisation.toUtf8() + "\nApplicationName=" + name.toUtf8()
@@ -330,8 +322,7 @@ void TestStartStop::declareTheSystem() const
                         {"org.freedesktop", "login1"}, {"..", "x"},     {"com.", "x"}};
     int number = 0;
     for (const auto &application : applications)
-        declare(QStringLiteral("system%1").arg(++number),
-                QString::fromLatin1(application.organisation),
+        declare(u"system%1"_s.arg(++number), QString::fromLatin1(application.organisation),
                 QString::fromLatin1(application.name));
 }
 
@@ -350,7 +341,7 @@ void TestStartStop::refusesBadHints()
     QFETCH(QVariantMap, hints);
     QFETCH(QString, message);
     const QDBusMessage reply = fixture->start(task(), hints);
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.InvalidArgs"_s);
     QCOMPARE(reply.errorMessage(), message);
     expectNothingWritten();
 }
@@ -358,20 +349,20 @@ void TestStartStop::refusesBadHints()
 void TestStartStop::refusesATaskThatNobodyDeclares_data()
 {
     QTest::addColumn<QString>("id");
-    QTest::newRow("unknown task") << QStringLiteral("com.example.Notes.task_none");
-    QTest::newRow("unknown application") << QStringLiteral("com.example.None.task_sync");
-    QTest::newRow("no task id") << QStringLiteral("com.example.Notes");
+    QTest::newRow("unknown task") << u"com.example.Notes.task_none"_s;
+    QTest::newRow("unknown application") << u"com.example.None.task_sync"_s;
+    QTest::newRow("no task id") << u"com.example.Notes"_s;
     QTest::newRow("empty") << QString();
-    QTest::newRow("a path") << QStringLiteral("../../x");
-    QTest::newRow("trailing line break") << QStringLiteral("com.example.Notes.task_sync\n");
+    QTest::newRow("a path") << u"../../x"_s;
+    QTest::newRow("trailing line break") << u"com.example.Notes.task_sync\n"_s;
 }
 
 void TestStartStop::refusesATaskThatNobodyDeclares()
 {
     QFETCH(QString, id);
     const QDBusMessage reply = fixture->start(id, user());
-    QCOMPARE(reply.errorName(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("Task not found: ") + id);
+    QCOMPARE(reply.errorName(), u"org.zarn.Orvane.Error.TaskNotFound"_s);
+    QCOMPARE(reply.errorMessage(), u"Task not found: "_s + id);
     QCOMPARE(newCalls(), QStringList());
 }
 
@@ -386,13 +377,13 @@ void TestStartStop::refusesACommandLineThatLeavesItsLine_data()
 void TestStartStop::refusesACommandLineThatLeavesItsLine()
 {
     QFETCH(QString, name);
-    const QString id = QStringLiteral("com.example.Notes.task_") + name;
+    const QString id = u"com.example.Notes.task_"_s + name;
     const QDBusMessage reply = fixture->start(id, user());
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.InvalidArgs"_s);
     if (name == QLatin1String("relative"))
-        QCOMPARE(reply.errorMessage(), QStringLiteral("sleep is not an absolute path"));
+        QCOMPARE(reply.errorMessage(), u"sleep is not an absolute path"_s);
     else
-        QVERIFY(reply.errorMessage().startsWith(QStringLiteral("Exec must not")));
+        QVERIFY(reply.errorMessage().startsWith(u"Exec must not"_s));
     expectNothingWritten();
 }
 
@@ -407,9 +398,9 @@ void TestStartStop::refusesAnIdOfTheSystem_data()
 void TestStartStop::refusesAnIdOfTheSystem()
 {
     QFETCH(QString, id);
-    const QDBusMessage reply = fixture->start(id + QStringLiteral(".task_sync"), user());
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
-    QVERIFY(reply.errorMessage().startsWith(QStringLiteral("Application id must not")));
+    const QDBusMessage reply = fixture->start(id + u".task_sync"_s, user());
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.InvalidArgs"_s);
+    QVERIFY(reply.errorMessage().startsWith(u"Application id must not"_s));
     expectNothingWritten();
 }
 
@@ -418,10 +409,10 @@ void TestStartStop::confinesToThePartsThatWereDeclared_data()
     QTest::addColumn<QString>("application");
     QTest::addColumn<QByteArray>("organisation");
     QTest::addColumn<QByteArray>("name");
-    QTest::newRow("a dot in the name") << QStringLiteral("com.example.dotted.Name")
-                                       << QByteArray("com.example") << QByteArray("dotted.Name");
+    QTest::newRow("a dot in the name")
+        << u"com.example.dotted.Name"_s << QByteArray("com.example") << QByteArray("dotted.Name");
     QTest::newRow("a file without names")
-        << QStringLiteral("org.zarn.1st") << QByteArray("org.zarn") << QByteArray("1st");
+        << u"org.zarn.1st"_s << QByteArray("org.zarn") << QByteArray("1st");
 }
 
 void TestStartStop::confinesToThePartsThatWereDeclared()
@@ -429,7 +420,7 @@ void TestStartStop::confinesToThePartsThatWereDeclared()
     QFETCH(QString, application);
     QFETCH(QByteArray, organisation);
     QFETCH(QByteArray, name);
-    const QString id = application + QStringLiteral(".task_sync");
+    const QString id = application + u".task_sync"_s;
     QCOMPARE(fixture->start(id, user()).errorMessage(), QString());
     const QByteArray unitText = fixture->root.read(fixture->root.unitFile(id));
     for (const QByteArray &option :
@@ -443,15 +434,15 @@ void TestStartStop::confinesToThePartsThatWereDeclared()
 void TestStartStop::refusesAnIdOfNoPattern_data()
 {
     QTest::addColumn<QString>("id");
-    QTest::newRow("a blank") << QStringLiteral("com example.x.task_sync");
-    QTest::newRow("a digit behind the only dot") << QStringLiteral("com.1st.task_sync");
+    QTest::newRow("a blank") << u"com example.x.task_sync"_s;
+    QTest::newRow("a digit behind the only dot") << u"com.1st.task_sync"_s;
 }
 
 void TestStartStop::refusesAnIdOfNoPattern()
 {
     QFETCH(QString, id);
     const QDBusMessage reply = fixture->start(id, user());
-    QCOMPARE(reply.errorName(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
+    QCOMPARE(reply.errorName(), u"org.zarn.Orvane.Error.TaskNotFound"_s);
     expectNothingWritten();
 }
 
@@ -471,19 +462,18 @@ void TestStartStop::refusesAUnitOfALongerName()
 {
     const QString id = taskIdForUnitNameOf(NAME_MAX + 1);
     const QDBusMessage reply = fixture->start(id, owningName());
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + id);
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(reply.errorMessage(), u"Failed to write unit file for "_s + id);
     expectNothingWritten();
 }
 
 void TestStartStop::keepsWhatWasThereWhenTheUnitCannotBeWritten()
 {
     // The unit's path is a link to a device that is always full.
-    QVERIFY(QFile::link(QStringLiteral("/dev/full"),
-                        fixture->root.path(fixture->root.unitFile(task()))));
+    QVERIFY(QFile::link(u"/dev/full"_s, fixture->root.path(fixture->root.unitFile(task()))));
     const QDBusMessage reply = fixture->start(task(), owningName());
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + task());
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(reply.errorMessage(), u"Failed to write unit file for "_s + task());
     QVERIFY(fixture->root.exists(fixture->root.unitFile(task())));
     QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
     QCOMPARE(newCalls(), QStringList());
@@ -491,21 +481,20 @@ void TestStartStop::keepsWhatWasThereWhenTheUnitCannotBeWritten()
 
 void TestStartStop::saysThatTheUnitCannotBeWritten()
 {
-    fixture->root.write(fixture->root.unitFile(task()) + QStringLiteral("/in-the-way"), "x");
+    fixture->root.write(fixture->root.unitFile(task()) + u"/in-the-way"_s, "x");
     const QDBusMessage reply = fixture->start(task(), owningName());
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(reply.errorMessage(), QStringLiteral("Failed to write unit file for ") + task());
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(reply.errorMessage(), u"Failed to write unit file for "_s + task());
     QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
     QCOMPARE(newCalls(), QStringList());
 }
 
 void TestStartStop::saysThatThePolicyCannotBeWritten()
 {
-    fixture->root.write(fixture->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
+    fixture->root.write(fixture->root.policyFile(task()) + u"/in-the-way"_s, "x");
     const QDBusMessage reply = fixture->start(task(), owningName());
-    QCOMPARE(reply.errorName(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(reply.errorMessage(),
-             QStringLiteral("Failed to write DBus policy file for ") + task());
+    QCOMPARE(reply.errorName(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(reply.errorMessage(), u"Failed to write DBus policy file for "_s + task());
     QVERIFY(fixture->daemonLogs("Could not create file: \""
                                 + fixture->root.path(fixture->root.policyFile(task())).toUtf8()
                                 + "\"\n"));
@@ -519,11 +508,11 @@ void TestStartStop::keepsTheOldUnitWhenThePolicyCannotBeWritten()
     (void)fixture->start(task(), user());
     const QByteArray before = fixture->root.read(fixture->root.unitFile(task()));
     const auto calls = newCalls().size();
-    fixture->root.write(fixture->root.policyFile(task()) + QStringLiteral("/in-the-way"), "x");
+    fixture->root.write(fixture->root.policyFile(task()) + u"/in-the-way"_s, "x");
     QVariantMap hints = owningName();
-    hints.insert(QStringLiteral("Weight"), 7);
+    hints.insert(u"Weight"_s, 7);
     QCOMPARE(fixture->start(task(), hints).errorMessage(),
-             QStringLiteral("Failed to write DBus policy file for ") + task());
+             u"Failed to write DBus policy file for "_s + task());
     QCOMPARE(fixture->root.read(fixture->root.unitFile(task())), before);
     QCOMPARE(newCalls().size(), calls);
 }
@@ -532,20 +521,18 @@ void TestStartStop::passesOnWhatSystemdRefuses_data()
 {
     QTest::addColumn<QString>("refusal");
     QTest::addColumn<QString>("answer");
-    const QString prefix = QStringLiteral("org.freedesktop.DBus.Error.");
-    QTest::newRow("access denied")
-        << prefix + QStringLiteral("AccessDenied") << prefix + QStringLiteral("AccessDenied");
-    QTest::newRow("invalid arguments")
-        << prefix + QStringLiteral("InvalidArgs") << prefix + QStringLiteral("InvalidArgs");
-    QTest::newRow("unknown unit") << QStringLiteral("org.freedesktop.systemd1.NoSuchUnit")
-                                  << prefix + QStringLiteral("Failed");
+    const QString prefix = u"org.freedesktop.DBus.Error."_s;
+    QTest::newRow("access denied") << prefix + u"AccessDenied"_s << prefix + u"AccessDenied"_s;
+    QTest::newRow("invalid arguments") << prefix + u"InvalidArgs"_s << prefix + u"InvalidArgs"_s;
+    QTest::newRow("unknown unit") << u"org.freedesktop.systemd1.NoSuchUnit"_s
+                                  << prefix + u"Failed"_s;
 }
 
 void TestStartStop::passesOnWhatSystemdRefuses()
 {
     QFETCH(QString, refusal);
     QFETCH(QString, answer);
-    const QString message = QStringLiteral("for a reason of its own");
+    const QString message = u"for a reason of its own"_s;
     fixture->systemd->refuse(method("StartUnit"), refusal, message);
     fixture->systemd->refuse(method("StopUnit"), refusal, message);
     const QDBusMessage started = fixture->start(task(), user());
@@ -558,7 +545,7 @@ void TestStartStop::passesOnWhatSystemdRefuses()
 
 void TestStartStop::keepsItsFilesWhenTheStartFails()
 {
-    fixture->systemd->refuse(method("StartUnit"), QStringLiteral("org.example.No"), QString());
+    fixture->systemd->refuse(method("StartUnit"), u"org.example.No"_s, QString());
     (void)fixture->start(task(), owningName());
     QVERIFY(fixture->root.exists(fixture->root.unitFile(task())));
     QVERIFY(fixture->root.exists(fixture->root.policyFile(task())));
@@ -569,12 +556,11 @@ void TestStartStop::stopsAndForgetsTheFiles()
     (void)fixture->start(task(), owningName());
     const QDBusMessage reply = fixture->stop(task());
     // The answer has a value though the method is described without one.
-    QCOMPARE(reply.signature(), QStringLiteral("i"));
+    QCOMPARE(reply.signature(), u"i"_s);
     QCOMPARE(reply.arguments(), QVariantList{0});
     QVERIFY(fixture->waitUntil([&] { return newCalls().size() == 4; }));
     QCOMPARE(newCalls().mid(2), QStringList({method("StopUnit"), method("DisableUnitFiles")}));
-    QCOMPARE(fixture->systemd->calls.at(5).arguments(),
-             QVariantList({unit(), QStringLiteral("replace")}));
+    QCOMPARE(fixture->systemd->calls.at(5).arguments(), QVariantList({unit(), u"replace"_s}));
     QCOMPARE(fixture->systemd->calls.at(6).arguments(), QVariantList({QStringList{unit()}, false}));
     QVERIFY(!fixture->root.exists(fixture->root.unitFile(task())));
     QVERIFY(!fixture->root.exists(fixture->root.policyFile(task())));
@@ -598,7 +584,7 @@ void TestStartStop::removesTheFilesWithoutWaiting()
 void TestStartStop::saysThatAFileCannotBeRemoved()
 {
     const QString file = fixture->root.unitFile(task());
-    fixture->root.write(file + QStringLiteral("/in-the-way"), "x");
+    fixture->root.write(file + u"/in-the-way"_s, "x");
     QCOMPARE(fixture->stop(task()).arguments(), QVariantList{0});
     QVERIFY(fixture->daemonLogs("Could not remove file: \"" + fixture->root.path(file).toUtf8()
                                 + "\" \"Is a directory\"\n"));
@@ -606,9 +592,9 @@ void TestStartStop::saysThatAFileCannotBeRemoved()
 
 void TestStartStop::stopsWhatItDoesNotKnow()
 {
-    QCOMPARE(fixture->stop(QStringLiteral("no id at all")).arguments(), QVariantList{0});
+    QCOMPARE(fixture->stop(u"no id at all"_s).arguments(), QVariantList{0});
     QCOMPARE(fixture->systemd->calls.at(3).arguments().constFirst().toString(),
-             QStringLiteral("ov_task.no id at all.service"));
+             u"ov_task.no id at all.service"_s);
 }
 
 void TestStartStop::leavesFilesOfOthersAlone_data()
@@ -616,12 +602,9 @@ void TestStartStop::leavesFilesOfOthersAlone_data()
     QTest::addColumn<QString>("id");
     QTest::addColumn<QString>("file");
     QTest::newRow("another policy")
-        << QStringLiteral("org.freedesktop.Other")
-        << QStringLiteral("/etc/dbus-1/system.d/org.freedesktop.Other.conf");
-    QTest::newRow("a path") << QStringLiteral("../../../etc/other")
-                            << QStringLiteral("/etc/other.conf");
-    QTest::newRow("a path to a task")
-        << QStringLiteral("../a.b.task_c") << QStringLiteral("/etc/dbus-1/a.b.task_c.conf");
+        << u"org.freedesktop.Other"_s << u"/etc/dbus-1/system.d/org.freedesktop.Other.conf"_s;
+    QTest::newRow("a path") << u"../../../etc/other"_s << u"/etc/other.conf"_s;
+    QTest::newRow("a path to a task") << u"../a.b.task_c"_s << u"/etc/dbus-1/a.b.task_c.conf"_s;
 }
 
 void TestStartStop::leavesFilesOfOthersAlone()
@@ -629,7 +612,7 @@ void TestStartStop::leavesFilesOfOthersAlone()
     QFETCH(QString, id);
     QFETCH(QString, file);
     fixture->root.write(file, "x");
-    fixture->root.write(QStringLiteral("/etc/dbus-1/system.d/keep.conf"), "x");
+    fixture->root.write(u"/etc/dbus-1/system.d/keep.conf"_s, "x");
     QCOMPARE(fixture->stop(id).type(), QDBusMessage::ReplyMessage);
     QVERIFY(fixture->root.exists(file));
 }

@@ -1,5 +1,6 @@
 #include "plan/policy_text.h"
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QTest>
@@ -29,13 +30,12 @@ private Q_SLOTS:
     void leavesWithoutABus();
 
 private:
-    static QString listUnits() { return QStringLiteral("ListUnitsByPatterns"); }
-    static QString listFiles() { return QStringLiteral("ListUnitFilesByPatterns"); }
+    static QString listUnits() { return u"ListUnitsByPatterns"_s; }
+    static QString listFiles() { return u"ListUnitFilesByPatterns"_s; }
     static QDBusMessage introspect(const QString &service, const QString &path)
     {
-        return QDBusMessage::createMethodCall(service, path,
-                                              QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                              QStringLiteral("Introspect"));
+        return QDBusMessage::createMethodCall(
+            service, path, u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s);
     }
 };
 
@@ -50,22 +50,21 @@ void TestStartup::claimsTheNameLast()
     // Before that, objects can be reached by the unique name only, and the task invoker not at all.
     const QString daemon = fixture.systemd->calls.constFirst().service();
     QVERIFY(!fixture.nameIsOwned());
-    const QStringList forwarding{QStringLiteral("/org/zarn/Orvane/SystemControl1"),
-                                 QStringLiteral("/org/zarn/Orvane/Control1")};
+    const QStringList forwarding{u"/org/zarn/Orvane/SystemControl1"_s,
+                                 u"/org/zarn/Orvane/Control1"_s};
     for (const QString &path : forwarding)
         QCOMPARE(fixture.call(introspect(daemon, path)).type(), QDBusMessage::ReplyMessage);
-    QDBusMessage early = QDBusMessage::createMethodCall(
-        daemon, QStringLiteral("/org/zarn/Orvane/TaskInvoker1"),
-        QStringLiteral("org.zarn.Orvane.TaskInvoker1"), QStringLiteral("RegisterInvoker"));
-    early << QStringLiteral("Sync");
-    QCOMPARE(fixture.call(early).errorName(),
-             QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+    QDBusMessage early =
+        QDBusMessage::createMethodCall(daemon, u"/org/zarn/Orvane/TaskInvoker1"_s,
+                                       u"org.zarn.Orvane.TaskInvoker1"_s, u"RegisterInvoker"_s);
+    early << u"Sync"_s;
+    QCOMPARE(fixture.call(early).errorName(), u"org.freedesktop.DBus.Error.UnknownObject"_s);
 
     fixture.systemd->release(listFiles());
     QVERIFY(fixture.waitUntil([&] { return fixture.nameIsOwned(); }));
     // When the name is owned, the task invoker is there.
-    fixture.root.serveType(QStringLiteral("Sync"));
-    QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(), QDBusMessage::ReplyMessage);
+    fixture.root.serveType(u"Sync"_s);
+    QCOMPARE(fixture.registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestStartup::asksSystemdInOrder()
@@ -73,19 +72,18 @@ void TestStartup::asksSystemdInOrder()
     Fixture fixture;
     QVERIFY(fixture.start());
     const RecordedCalls &calls = fixture.systemd->calls;
-    QCOMPARE(membersOf(calls),
-             QStringList({QStringLiteral("Subscribe"), listUnits(), listFiles()}));
+    QCOMPARE(membersOf(calls), QStringList({u"Subscribe"_s, listUnits(), listFiles()}));
     for (int listing : {1, 2}) {
-        QCOMPARE(calls.at(listing).signature(), QStringLiteral("asas"));
+        QCOMPARE(calls.at(listing).signature(), u"asas"_s);
         QCOMPARE(calls.at(listing).arguments(),
-                 QVariantList({QStringList(), QStringList{QStringLiteral("ov_task.*")}}));
+                 QVariantList({QStringList(), QStringList{u"ov_task.*"_s}}));
     }
 }
 
 void TestStartup::leavesWhenTheNameIsTaken()
 {
     Fixture fixture;
-    QVERIFY(fixture.client.registerService(QStringLiteral("org.zarn.Orvane")));
+    QVERIFY(fixture.client.registerService(u"org.zarn.Orvane"_s));
     fixture.launch();
     QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
     QCOMPARE(fixture.daemon.exitStatus(), 1);
@@ -116,9 +114,8 @@ void TestStartup::endsOrderlyOnASignalBeforeItIsReady()
 {
     QFETCH(int, number);
     Fixture fixture;
-    SignalRecorder owners(fixture.client, QStringLiteral("org.freedesktop.DBus"), QString(),
-                          QStringLiteral("org.freedesktop.DBus"),
-                          QStringLiteral("NameOwnerChanged"));
+    SignalRecorder owners(fixture.client, u"org.freedesktop.DBus"_s, QString(),
+                          u"org.freedesktop.DBus"_s, u"NameOwnerChanged"_s);
     fixture.systemd->hold(listUnits());
     fixture.launch();
     QVERIFY(fixture.waitUntil([&] { return fixture.systemd->calls.size() == 3; }));
@@ -132,9 +129,9 @@ void TestStartup::endsOrderlyOnASignalBeforeItIsReady()
 void TestStartup::isReadyThoughTheListingsFail()
 {
     Fixture fixture;
-    const QString error = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
-    fixture.systemd->refuse(listUnits(), error, QStringLiteral("no"));
-    fixture.systemd->refuse(listFiles(), error, QStringLiteral("no"));
+    const QString error = u"org.freedesktop.DBus.Error.AccessDenied"_s;
+    fixture.systemd->refuse(listUnits(), error, u"no"_s);
+    fixture.systemd->refuse(listFiles(), error, u"no"_s);
     QVERIFY(fixture.start());
 }
 
@@ -148,11 +145,11 @@ void TestStartup::isReadyWithoutSystemd()
 void TestStartup::putsRightWhatAnEarlierRunLeft()
 {
     Fixture fixture;
-    const QByteArray text = Core::policyText(QStringLiteral("a.b.C"), QStringLiteral("appuser"));
-    const QString policy = fixture.root.policyFile(QStringLiteral("a.b.task_left"));
-    const QString unfinished = QStringLiteral("/etc/dbus-1/system.d/.orvane.aB3xYz");
-    const QString folder = QStringLiteral("/var/lib/am/apps/a.b");
-    const QString foreign = fixture.root.policyFile(QStringLiteral("a.b.task_foreign"));
+    const QByteArray text = Core::policyText(u"a.b.C"_s, u"appuser"_s);
+    const QString policy = fixture.root.policyFile(u"a.b.task_left"_s);
+    const QString unfinished = u"/etc/dbus-1/system.d/.orvane.aB3xYz"_s;
+    const QString folder = u"/var/lib/am/apps/a.b"_s;
+    const QString foreign = fixture.root.policyFile(u"a.b.task_foreign"_s);
     fixture.root.write(policy, text);
     fixture.root.write(unfinished, text.left(100));
     QVERIFY(QDir().mkpath(fixture.root.path(folder)));
@@ -174,7 +171,7 @@ void TestStartup::hearsSystemdAgainWhenItIsAnotherProcess()
     fixture.systemd = std::make_unique<FakeSystemd>(bus);
     QVERIFY(fixture.waitUntil([&] { return fixture.systemd->calls.size() == 3; }));
     QCOMPARE(membersOf(fixture.systemd->calls),
-             QStringList({QStringLiteral("Subscribe"), listUnits(), listFiles()}));
+             QStringList({u"Subscribe"_s, listUnits(), listFiles()}));
 }
 
 void TestStartup::looksAtNoApplicationBeforeItHasItsName_data()
@@ -191,25 +188,24 @@ void TestStartup::looksAtNoApplicationBeforeItHasItsName()
     QFETCH(bool, knowsAUnit);
     QFETCH(bool, knowsAClient);
     Fixture fixture;
-    fixture.root.serveType(QStringLiteral("Sync"));
+    fixture.root.serveType(u"Sync"_s);
     // The registry logs a line when it reads this entry.
-    fixture.root.writeApplication(QStringLiteral("Notes"), "[X-Task my-sync]\nType=Sync\n");
+    fixture.root.writeApplication(u"Notes"_s, "[X-Task my-sync]\nType=Sync\n");
     const QByteArray complaint = "Invalid task name";
-    const QStringList keeping{QStringLiteral("RUNTIME_DIRECTORY=") + fixture.root.path()};
+    const QStringList keeping{u"RUNTIME_DIRECTORY="_s + fixture.root.path()};
     if (knowsAUnit)
-        fixture.systemd->units = {{QStringLiteral("ov_task.com.example.Notes.task_sync.service"),
-                                   QStringLiteral("active"), QStringLiteral("running")}};
+        fixture.systemd->units = {
+            {u"ov_task.com.example.Notes.task_sync.service"_s, u"active"_s, u"running"_s}};
     if (knowsAClient) {
         QVERIFY(fixture.start(keeping));
-        QCOMPARE(fixture.registerInvoker(QStringLiteral("Sync")).type(),
-                 QDBusMessage::ReplyMessage);
+        QCOMPARE(fixture.registerInvoker(u"Sync"_s).type(), QDBusMessage::ReplyMessage);
         QVERIFY(fixture.daemonLogs(complaint));
         fixture.daemon.sendSignal(SIGTERM);
         QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
-        QVERIFY(fixture.root.exists(QStringLiteral("/registrations.json")));
+        QVERIFY(fixture.root.exists(u"/registrations.json"_s));
     }
     // The daemon ends when it claims its name, because another connection owns it.
-    QVERIFY(fixture.client.registerService(QStringLiteral("org.zarn.Orvane")));
+    QVERIFY(fixture.client.registerService(u"org.zarn.Orvane"_s));
     const auto before = knowsAClient ? fixture.daemon.log().size() : 0;
     fixture.launch(keeping);
     QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
@@ -223,10 +219,9 @@ void TestStartup::looksAtNoApplicationBeforeItHasItsName()
 void TestStartup::startsWithOtherArguments_data()
 {
     QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("another case") << QStringList{QStringLiteral("--LAUNCHER")};
-    QTest::newRow("not the first")
-        << QStringList{QStringLiteral("x"), QStringLiteral("--launcher")};
-    QTest::newRow("unknown") << QStringList{QStringLiteral("--help")};
+    QTest::newRow("another case") << QStringList{u"--LAUNCHER"_s};
+    QTest::newRow("not the first") << QStringList{u"x"_s, u"--launcher"_s};
+    QTest::newRow("unknown") << QStringList{u"--help"_s};
 }
 
 void TestStartup::startsWithOtherArguments()
@@ -240,7 +235,7 @@ void TestStartup::startsWithOtherArguments()
 void TestStartup::leavesWithoutABus()
 {
     Fixture fixture;
-    fixture.launch({QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere")});
+    fixture.launch({u"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere"_s});
     QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
     QCOMPARE(fixture.daemon.exitStatus(), 1);
 }

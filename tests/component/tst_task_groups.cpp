@@ -2,6 +2,7 @@
 // below the daemon's root says whom it belongs to.
 
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QCoreApplication>
 #include <QDBusObjectPath>
@@ -14,8 +15,8 @@
 
 namespace {
 
-const QString accessDenied = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
-const QString task = QStringLiteral("com.example.Notes.task_sync");
+const QString accessDenied = u"org.freedesktop.DBus.Error.AccessDenied"_s;
+const QString task = u"com.example.Notes.task_sync"_s;
 constexpr unsigned nobody = 65534;
 
 gid_t groupId(const char *name)
@@ -42,17 +43,16 @@ private:
     static bool ownCaller(const Fixture &fixture, uid_t uid, gid_t gid)
     {
         const QString process =
-            fixture.root.path(QStringLiteral("/proc/%1").arg(QCoreApplication::applicationPid()));
+            fixture.root.path(u"/proc/%1"_s.arg(QCoreApplication::applicationPid()));
         return QDir().mkpath(process)
             && ::chown(QFile::encodeName(process).constData(), uid, gid) == 0;
     }
     static bool startFor(Fixture &fixture, const QStringList &environment)
     {
-        fixture.root.serveType(QStringLiteral("Sync"));
-        fixture.root.writeApplication(QStringLiteral("Notes"),
-                                      "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+        fixture.root.serveType(u"Sync"_s);
+        fixture.root.writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
         return fixture.start(environment)
-            && fixture.registerInvoker(QStringLiteral("Sync")).type() == QDBusMessage::ReplyMessage;
+            && fixture.registerInvoker(u"Sync"_s).type() == QDBusMessage::ReplyMessage;
     }
 };
 
@@ -64,7 +64,7 @@ void TestTaskGroups::decidesByTheGroupsNamed_data()
     QTest::addColumn<bool>("admitted");
 
     const auto groups = [](const char *list) {
-        return QStringList{QStringLiteral("ORVANE_TASK_GROUPS=") + QString::fromLatin1(list)};
+        return QStringList{u"ORVANE_TASK_GROUPS="_s + QString::fromLatin1(list)};
     };
     const uint games = groupId("games");
     QTest::newRow("unset") << QStringList() << nobody << nobody << true;
@@ -77,8 +77,7 @@ void TestTaskGroups::decidesByTheGroupsNamed_data()
     QTest::newRow("root") << groups("man") << 0U << nobody << true;
     QTest::newRow("root and no group") << groups("") << 0U << nobody << true;
     QTest::newRow("without authentication")
-        << (groups("man") << QStringLiteral("ORVANE_SKIP_AUTHENTICATION=1")) << nobody << games
-        << true;
+        << (groups("man") << u"ORVANE_SKIP_AUTHENTICATION=1"_s) << nobody << games << true;
 }
 
 void TestTaskGroups::decidesByTheGroupsNamed()
@@ -93,17 +92,16 @@ void TestTaskGroups::decidesByTheGroupsNamed()
         QSKIP("only root can give files away");
     QVERIFY(startFor(fixture, environment));
     const QString refused = admitted ? QString() : accessDenied;
-    QCOMPARE(fixture.start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).errorName(),
-             refused);
+    QCOMPARE(fixture.start(task, {{u"User"_s, u"nobody"_s}}).errorName(), refused);
     QCOMPARE(fixture.stop(task).errorName(), refused);
     const QStringList asked = membersOf(fixture.systemd->calls);
-    QCOMPARE(asked.count(QStringLiteral("StartUnit")), admitted ? 1 : 0);
-    QCOMPARE(asked.count(QStringLiteral("StopUnit")), admitted ? 1 : 0);
-    const QDBusMessage closing = Fixture::sessionCall(QStringLiteral("CloseSession"));
+    QCOMPARE(asked.count(u"StartUnit"_s), admitted ? 1 : 0);
+    QCOMPARE(asked.count(u"StopUnit"_s), admitted ? 1 : 0);
+    const QDBusMessage closing = Fixture::sessionCall(u"CloseSession"_s);
     QCOMPARE(fixture.call(closing).errorName(), refused);
     // The session is closed only if the caller was admitted.
     QCOMPARE(fixture.call(closing).errorName(),
-             admitted ? QStringLiteral("org.freedesktop.DBus.Error.UnknownObject") : accessDenied);
+             admitted ? u"org.freedesktop.DBus.Error.UnknownObject"_s : accessDenied);
 }
 
 void TestTaskGroups::refusesBeforeLookingAtTheArguments()
@@ -111,13 +109,13 @@ void TestTaskGroups::refusesBeforeLookingAtTheArguments()
     Fixture fixture;
     if (!ownCaller(fixture, nobody, nobody))
         QSKIP("only root can give files away");
-    QVERIFY(startFor(fixture, {QStringLiteral("ORVANE_TASK_GROUPS=man")}));
-    const QDBusMessage reply = fixture.start(QStringLiteral("no such task"), {});
+    QVERIFY(startFor(fixture, {u"ORVANE_TASK_GROUPS=man"_s}));
+    const QDBusMessage reply = fixture.start(u"no such task"_s, {});
     QCOMPARE(reply.errorName(), accessDenied);
     QCOMPARE(reply.errorMessage(),
-             QStringLiteral("Start is allowed only to the groups that may run background tasks"));
-    QCOMPARE(fixture.stop(QStringLiteral("no such task")).errorMessage(),
-             QStringLiteral("Stop is allowed only to the groups that may run background tasks"));
+             u"Start is allowed only to the groups that may run background tasks"_s);
+    QCOMPARE(fixture.stop(u"no such task"_s).errorMessage(),
+             u"Stop is allowed only to the groups that may run background tasks"_s);
 }
 
 void TestTaskGroups::leavesReadingAndRegisteringToEverybody()
@@ -125,11 +123,11 @@ void TestTaskGroups::leavesReadingAndRegisteringToEverybody()
     Fixture fixture;
     if (!ownCaller(fixture, nobody, nobody))
         QSKIP("only root can give files away");
-    QVERIFY(startFor(fixture, {QStringLiteral("ORVANE_TASK_GROUPS=man")}));
-    const QDBusMessage reply = fixture.call(Fixture::methodCall(
-        Fixture::sessionPath(), QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("GetAll"), {QStringLiteral("org.zarn.Orvane.TaskInvokerSession1")}));
-    QCOMPARE(reply.signature(), QStringLiteral("a{sv}"));
+    QVERIFY(startFor(fixture, {u"ORVANE_TASK_GROUPS=man"_s}));
+    const QDBusMessage reply = fixture.call(
+        Fixture::methodCall(Fixture::sessionPath(), u"org.freedesktop.DBus.Properties"_s,
+                            u"GetAll"_s, {u"org.zarn.Orvane.TaskInvokerSession1"_s}));
+    QCOMPARE(reply.signature(), u"a{sv}"_s);
 }
 
 void TestTaskGroups::leavesForwardedSessionsToTheUserService()
@@ -138,16 +136,14 @@ void TestTaskGroups::leavesForwardedSessionsToTheUserService()
     if (!ownCaller(fixture, nobody, nobody))
         QSKIP("only root can give files away");
     FakeUserService user(fixture.connect());
-    QVERIFY(fixture.start({QStringLiteral("ORVANE_TASK_GROUPS=man")}));
+    QVERIFY(fixture.start({u"ORVANE_TASK_GROUPS=man"_s}));
     user.answer = [](const QDBusMessage &call) {
-        return call.member() == QLatin1String("RegisterInvoker")
-            ? call.createReply(
-                {QVariant::fromValue(QDBusObjectPath(Fixture::sessionPath())), QVariantMap()})
-            : call.createReply(QStringLiteral("let in"));
+        return call.member() == QLatin1String("RegisterInvoker") ? call.createReply(
+                   {QVariant::fromValue(QDBusObjectPath(Fixture::sessionPath())), QVariantMap()})
+                                                                 : call.createReply(u"let in"_s);
     };
-    QCOMPARE(fixture.registerInvoker(QStringLiteral("UserType")).type(),
-             QDBusMessage::ReplyMessage);
-    QCOMPARE(fixture.stop(task).arguments(), QVariantList{QStringLiteral("let in")});
+    QCOMPARE(fixture.registerInvoker(u"UserType"_s).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(fixture.stop(task).arguments(), QVariantList{u"let in"_s});
 }
 
 namespace {
@@ -158,9 +154,8 @@ class CredentialsLog
 public:
     explicit CredentialsLog(const QString &busAddress)
     {
-        m_monitor.start(QStringLiteral("dbus-monitor"),
-                        {QStringLiteral("--address"), busAddress,
-                         QStringLiteral("member='GetConnectionCredentials'")});
+        m_monitor.start(u"dbus-monitor"_s,
+                        {u"--address"_s, busAddress, u"member='GetConnectionCredentials'"_s});
     }
     /// How often the bus has been asked about a connection.
     int questionsFor(const QString &name, const Fixture &fixture)
@@ -170,8 +165,8 @@ public:
         const QByteArray end = "no.such.name" + QByteArray::number(++m_looks);
         const auto ask = [&] {
             QDBusMessage question = QDBusMessage::createMethodCall(
-                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionCredentials"));
+                u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s,
+                u"GetConnectionCredentials"_s);
             question << QString::fromLatin1(end);
             (void)fixture.call(question);
             return (m_text += m_monitor.readAllStandardOutput()).contains(end);
@@ -196,9 +191,9 @@ void TestTaskGroups::asksTheBusOnceForACallerAndLooksAtItsProcessEachTime()
         QSKIP("only root can give files away");
     CredentialsLog log(fixture.bus.address());
     QCOMPARE(log.questionsFor(fixture.client.baseService(), fixture), 0);
-    QVERIFY(startFor(fixture, {QStringLiteral("ORVANE_TASK_GROUPS=games")}));
+    QVERIFY(startFor(fixture, {u"ORVANE_TASK_GROUPS=games"_s}));
     for (int round = 0; round < 3; ++round) {
-        QCOMPARE(fixture.start(task, {{QStringLiteral("User"), QStringLiteral("nobody")}}).type(),
+        QCOMPARE(fixture.start(task, {{u"User"_s, u"nobody"_s}}).type(),
                  QDBusMessage::ReplyMessage);
         QCOMPARE(fixture.stop(task).type(), QDBusMessage::ReplyMessage);
     }

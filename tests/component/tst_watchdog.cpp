@@ -2,6 +2,7 @@
 // runs another one that reports in the same period.
 
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include <QSocketNotifier>
 #include <QTest>
@@ -25,8 +26,7 @@ public:
     enum class Name { Path, InNoFileSystem };
 
     explicit Manager(Name name = Name::Path)
-        : m_name((name == Name::Path ? QString() : QStringLiteral("@"))
-                 + m_directory.filePath(QStringLiteral("notify")))
+        : m_name((name == Name::Path ? QString() : u"@"_s) + m_directory.filePath(u"notify"_s))
         , m_socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
     {
         sockaddr_un address = {};
@@ -46,8 +46,7 @@ public:
     /// The environment that makes a process report here.
     [[nodiscard]] QStringList environment() const
     {
-        return {QStringLiteral("NOTIFY_SOCKET=") + m_name,
-                QStringLiteral("WATCHDOG_USEC=%1").arg(3 * periodMs * 1000)};
+        return {u"NOTIFY_SOCKET="_s + m_name, u"WATCHDOG_USEC=%1"_s.arg(3 * periodMs * 1000)};
     }
     /// How often WATCHDOG=1 has arrived since the last call.
     int heard()
@@ -100,7 +99,7 @@ private:
 bool isAnsweredSeveralTimes(const Fixture &fixture)
 {
     for (int call = 0; call < 4; ++call) {
-        if (fixture.registerInvoker(QStringLiteral("Sync")).type() != QDBusMessage::ReplyMessage)
+        if (fixture.registerInvoker(u"Sync"_s).type() != QDBusMessage::ReplyMessage)
             return false;
     }
     return true;
@@ -177,7 +176,7 @@ void TestWatchdog::isSilentWhenNobodyAsksForIt()
 {
     Manager manager;
     Fixture fixture;
-    fixture.root.serveType(QStringLiteral("Sync"));
+    fixture.root.serveType(u"Sync"_s);
     QVERIFY(fixture.start({manager.environment().constFirst()}));
     QVERIFY(isAnsweredSeveralTimes(fixture));
     QCOMPARE(manager.heard(), 0);
@@ -187,8 +186,8 @@ void TestWatchdog::isSilentWhenAnotherProcessIsAsked()
 {
     Manager manager;
     Fixture fixture;
-    fixture.root.serveType(QStringLiteral("Sync"));
-    QVERIFY(fixture.start(manager.environment() + QStringList{QStringLiteral("WATCHDOG_PID=1")}));
+    fixture.root.serveType(u"Sync"_s);
+    QVERIFY(fixture.start(manager.environment() + QStringList{u"WATCHDOG_PID=1"_s}));
     ReportingDaemon other;
     QVERIFY(other.passAPeriod());
     QVERIFY(isAnsweredSeveralTimes(fixture));

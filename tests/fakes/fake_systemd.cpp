@@ -1,4 +1,5 @@
 #include "fakes/fake_systemd.h"
+#include "support/literals.h"
 
 #include <QDBusArgument>
 #include <QDBusError>
@@ -47,8 +48,8 @@ Q_DECLARE_METATYPE(FileChange)
 static QDBusArgument &operator<<(QDBusArgument &argument, const ListedUnit &listed)
 {
     argument.beginStructure();
-    argument << listed.unit.name << QStringLiteral("A unit") << QStringLiteral("loaded")
-             << listed.unit.activeState << listed.unit.subState << QString()
+    argument << listed.unit.name << u"A unit"_s << u"loaded"_s << listed.unit.activeState
+             << listed.unit.subState << QString()
              << QDBusObjectPath(FakeSystemd::pathOf(listed.unit.name)) << 0u << QString()
              << QDBusObjectPath("/");
     argument.endStructure();
@@ -77,7 +78,7 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, ListedFile
 static QDBusArgument &operator<<(QDBusArgument &argument, const UnitProcess &process)
 {
     argument.beginStructure();
-    argument << QStringLiteral("/group") << process.pid << QStringLiteral("program");
+    argument << u"/group"_s << process.pid << u"program"_s;
     argument.endStructure();
     return argument;
 }
@@ -111,12 +112,11 @@ FakeSystemd::FakeSystemd(const QDBusConnection &bus, QObject *parent)
     qDBusRegisterMetaType<QVector<FileChange>>();
     qDBusRegisterMetaType<UnitProcess>();
     qDBusRegisterMetaType<QVector<UnitProcess>>();
-    m_bus.registerVirtualObject(QStringLiteral("/org/freedesktop/systemd1"), this,
-                                QDBusConnection::SubPath);
-    m_bus.registerService(QStringLiteral("org.freedesktop.systemd1"));
+    m_bus.registerVirtualObject(u"/org/freedesktop/systemd1"_s, this, QDBusConnection::SubPath);
+    m_bus.registerService(u"org.freedesktop.systemd1"_s);
 }
 
-FakeSystemd::~FakeSystemd() { giveUp(QStringLiteral("org.freedesktop.systemd1")); }
+FakeSystemd::~FakeSystemd() { giveUp(u"org.freedesktop.systemd1"_s); }
 
 void FakeSystemd::hold(const QString &method) { m_held.insert(method); }
 
@@ -143,9 +143,8 @@ void FakeSystemd::refuse(const QString &method, const QString &errorName, const 
 void FakeSystemd::emitChange(const QString &unitPath, const QVariantMap &changed,
                              const QString &interface)
 {
-    QDBusMessage signal =
-        QDBusMessage::createSignal(unitPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                   QStringLiteral("PropertiesChanged"));
+    QDBusMessage signal = QDBusMessage::createSignal(unitPath, u"org.freedesktop.DBus.Properties"_s,
+                                                     u"PropertiesChanged"_s);
     signal << interface << changed << QStringList();
     m_bus.send(signal);
 }
@@ -153,8 +152,7 @@ void FakeSystemd::emitChange(const QString &unitPath, const QVariantMap &changed
 void FakeSystemd::emitJobRemoved(const QString &unit, const QString &result)
 {
     QDBusMessage signal = QDBusMessage::createSignal(
-        QStringLiteral("/org/freedesktop/systemd1"),
-        QStringLiteral("org.freedesktop.systemd1.Manager"), QStringLiteral("JobRemoved"));
+        u"/org/freedesktop/systemd1"_s, u"org.freedesktop.systemd1.Manager"_s, u"JobRemoved"_s);
     signal << 1u << QVariant::fromValue(QDBusObjectPath("/org/freedesktop/systemd1/job/1")) << unit
            << result;
     m_bus.send(signal);
@@ -163,12 +161,12 @@ void FakeSystemd::emitJobRemoved(const QString &unit, const QString &result)
 QString FakeSystemd::pathOf(const QString &unit)
 {
     if (unit.isEmpty())
-        return QStringLiteral("/");
-    QString path = QStringLiteral("/org/freedesktop/systemd1/unit/");
+        return u"/"_s;
+    QString path = u"/org/freedesktop/systemd1/unit/"_s;
     for (const QChar character : unit)
         path += character.isLetterOrNumber()
             ? QString(character)
-            : QStringLiteral("_%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+            : u"_%1"_s.arg(character.unicode(), 2, 16, QLatin1Char('0'));
     return path;
 }
 
@@ -207,9 +205,8 @@ void FakeSystemd::answerGet(const QDBusMessage &call)
 {
     ++propertyQuestions;
     const QVariant value = propertiesAt(call.path()).value(call.arguments().value(1).toString());
-    m_bus.send(value.isValid()
-                   ? call.createReply(QVariant::fromValue(QDBusVariant(value)))
-                   : call.createErrorReply(QDBusError::UnknownProperty, QStringLiteral("none")));
+    m_bus.send(value.isValid() ? call.createReply(QVariant::fromValue(QDBusVariant(value)))
+                               : call.createErrorReply(QDBusError::UnknownProperty, u"none"_s));
 }
 
 void FakeSystemd::answer(const QDBusMessage &call)

@@ -2,6 +2,7 @@
 
 #include "fakes/fake_peer.h"
 #include "fakes/recorded_call.h"
+#include "support/literals.h"
 
 #include <QHash>
 #include <QPair>
@@ -50,7 +51,7 @@ public:
     void refuse(const QString &method, const QString &errorName, const QString &message);
     /// Emits a unit's PropertiesChanged.
     void emitChange(const QString &unitPath, const QVariantMap &changed,
-                    const QString &interface = QStringLiteral("org.freedesktop.systemd1.Unit"));
+                    const QString &interface = u"org.freedesktop.systemd1.Unit"_s);
     /// Emits JobRemoved for a unit.
     void emitJobRemoved(const QString &unit, const QString &result);
     /// The object path of a unit.

@@ -7,6 +7,7 @@
 // sandbox's "--" is run, with the unit's environment. Its output is part of this program's output.
 
 #include "fakes/fake_systemd.h"
+#include "support/literals.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -21,13 +22,13 @@ namespace {
 
 QString unitPathOf(const QString &name)
 {
-    QString path = QStringLiteral("/org/freedesktop/systemd1/unit/");
+    QString path = u"/org/freedesktop/systemd1/unit/"_s;
     const QByteArray bytes = name.toUtf8();
     for (const char byte : bytes) {
         if (isalnum(static_cast<unsigned char>(byte)) != 0)
             path += QLatin1Char(byte);
         else
-            path += QStringLiteral("_%1").arg(static_cast<uchar>(byte), 2, 16, QLatin1Char('0'));
+            path += u"_%1"_s.arg(static_cast<uchar>(byte), 2, 16, QLatin1Char('0'));
     }
     return path;
 }
@@ -35,8 +36,7 @@ QString unitPathOf(const QString &name)
 // The value of a key in a unit file; empty when it is not there.
 QString unitValue(const QString &unit, const QString &key)
 {
-    QFile file(qEnvironmentVariable("ORVANE_ROOTFS") + QStringLiteral("/etc/systemd/system/")
-               + unit);
+    QFile file(qEnvironmentVariable("ORVANE_ROOTFS") + u"/etc/systemd/system/"_s + unit);
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
@@ -65,21 +65,20 @@ public:
 private:
     void start(const QString &unit)
     {
-        QStringList words = unitValue(unit, QStringLiteral("ExecStart")).split(QLatin1Char(' '));
-        words = words.mid(words.indexOf(QStringLiteral("--")) + 1);
+        QStringList words = unitValue(unit, u"ExecStart"_s).split(QLatin1Char(' '));
+        words = words.mid(words.indexOf(u"--"_s) + 1);
         auto *process = new QProcess(this);
         process->setProcessChannelMode(QProcess::ForwardedChannels);
-        process->setEnvironment(
-            QProcess::systemEnvironment()
-            + unitValue(unit, QStringLiteral("Environment")).split(QLatin1Char(' ')));
+        process->setEnvironment(QProcess::systemEnvironment()
+                                + unitValue(unit, u"Environment"_s).split(QLatin1Char(' ')));
         const QByteArray run = QUuid::createUuid().toRfc4122();
         connect(process, &QProcess::started, this, [this, process, unit, run] {
-            announce({unit, QStringLiteral("active"), QStringLiteral("running")}, run,
+            announce({unit, u"active"_s, u"running"_s}, run,
                      static_cast<uint>(process->processId()));
         });
         connect(process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
                 [this, unit, run] {
-                    announce({unit, QStringLiteral("inactive"), QStringLiteral("dead")}, run, 0);
+                    announce({unit, u"inactive"_s, u"dead"_s}, run, 0);
                 });
         m_processes.insert(unit, process);
         process->start(words.takeFirst(), words);
@@ -93,11 +92,10 @@ private:
 
     void announce(const FakeSystemd::Unit &unit, const QByteArray &run, uint pid)
     {
-        const QVariantMap service{{QStringLiteral("MainPID"), pid},
-                                  {QStringLiteral("ExecMainPID"), pid}};
-        const QVariantMap state{{QStringLiteral("ActiveState"), unit.activeState},
-                                {QStringLiteral("SubState"), unit.subState},
-                                {QStringLiteral("InvocationID"), run}};
+        const QVariantMap service{{u"MainPID"_s, pid}, {u"ExecMainPID"_s, pid}};
+        const QVariantMap state{{u"ActiveState"_s, unit.activeState},
+                                {u"SubState"_s, unit.subState},
+                                {u"InvocationID"_s, run}};
         QVector<FakeSystemd::Unit> &units = m_systemd->units;
         units.erase(
             std::remove_if(units.begin(), units.end(),
@@ -110,7 +108,7 @@ private:
         for (auto value = state.constBegin(); value != state.constEnd(); ++value)
             known.insert(value.key(), *value);
         const QString path = unitPathOf(unit.name);
-        m_systemd->emitChange(path, service, QStringLiteral("org.freedesktop.systemd1.Service"));
+        m_systemd->emitChange(path, service, u"org.freedesktop.systemd1.Service"_s);
         m_systemd->emitChange(path, state);
     }
 

@@ -1,4 +1,5 @@
 #include "fakes/fake_user_manager.h"
+#include "support/literals.h"
 
 #include <QDBusArgument>
 #include <QDBusError>
@@ -41,8 +42,8 @@ FakeUserManager::FakeUserManager(const QDBusConnection &bus, const QString &mode
     qDBusRegisterMetaType<User>();
     qDBusRegisterMetaType<QList<User>>();
     QDBusConnection connection(bus);
-    m_isUp = connection.registerVirtualObject(QStringLiteral("/"), this)
-        && connection.registerService(QStringLiteral("org.sailfishos.usermanager"));
+    m_isUp = connection.registerVirtualObject(u"/"_s, this)
+        && connection.registerService(u"org.sailfishos.usermanager"_s);
 }
 
 bool FakeUserManager::serve(const QDBusMessage &call)
@@ -70,11 +71,11 @@ void FakeUserManager::release(const QString &mode)
 QDBusMessage FakeUserManager::answerTo(const QDBusMessage &message) const
 {
     if (m_mode == QLatin1String("error"))
-        return message.createErrorReply(QDBusError::Failed, QStringLiteral("No users today"));
+        return message.createErrorReply(QDBusError::Failed, u"No users today"_s);
     if (m_mode == QLatin1String("malformed"))
-        return message.createReply(QStringList{QStringLiteral("100000")});
+        return message.createReply(QStringList{u"100000"_s});
     QList<User> users;
     for (const QString &uid : m_uids)
-        users.append({QStringLiteral("user") + uid, QStringLiteral("User"), uid.toUInt()});
+        users.append({u"user"_s + uid, u"User"_s, uid.toUInt()});
     return message.createReply(QVariant::fromValue(users));
 }

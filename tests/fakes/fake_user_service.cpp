@@ -1,14 +1,15 @@
 #include "fakes/fake_user_service.h"
+#include "support/literals.h"
 
 FakeUserService::FakeUserService(const QDBusConnection &bus, QObject *parent)
     : FakePeer(bus, parent)
     , answer([](const QDBusMessage &call) { return call.createReply(call.arguments()); })
 {
-    m_bus.registerVirtualObject(QStringLiteral("/org/zarn/Orvane"), this, QDBusConnection::SubPath);
-    m_bus.registerService(QStringLiteral("org.zarn.Orvane.User"));
+    m_bus.registerVirtualObject(u"/org/zarn/Orvane"_s, this, QDBusConnection::SubPath);
+    m_bus.registerService(u"org.zarn.Orvane.User"_s);
 }
 
-FakeUserService::~FakeUserService() { giveUp(QStringLiteral("org.zarn.Orvane.User")); }
+FakeUserService::~FakeUserService() { giveUp(u"org.zarn.Orvane.User"_s); }
 
 void FakeUserService::release()
 {
@@ -20,9 +21,8 @@ void FakeUserService::release()
 void FakeUserService::emitChange(const QString &path, const QString &interface,
                                  const QVariantMap &changed, const QStringList &invalidated)
 {
-    QDBusMessage signal =
-        QDBusMessage::createSignal(path, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                   QStringLiteral("PropertiesChanged"));
+    QDBusMessage signal = QDBusMessage::createSignal(path, u"org.freedesktop.DBus.Properties"_s,
+                                                     u"PropertiesChanged"_s);
     signal << interface << changed << invalidated;
     m_bus.send(signal);
 }

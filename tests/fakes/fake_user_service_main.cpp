@@ -3,6 +3,7 @@
 // service does. It prints the member and the first argument of each call.
 
 #include "fakes/fake_user_service.h"
+#include "support/literals.h"
 
 #include <QCoreApplication>
 #include <QDBusError>
@@ -18,7 +19,7 @@ int main(int argc, char *argv[])
         std::printf("%s %s\n", qPrintable(call.member()), qPrintable(first));
         std::fflush(stdout);
         if (call.member() == QLatin1String("Start") && first.isEmpty())
-            return call.createErrorReply(QDBusError::InvalidArgs, QStringLiteral("No application"));
+            return call.createErrorReply(QDBusError::InvalidArgs, u"No application"_s);
         return call.createReply(call.arguments());
     };
     return QCoreApplication::exec();

@@ -1,4 +1,5 @@
 #include "support/fixture.h"
+#include "support/literals.h"
 
 #include "client/calls.h"
 #include "common/DBus/receive_limits.h"
@@ -13,7 +14,7 @@ QDBusConnection newConnection(const QString &address)
 {
     static int number = 0;
     const QDBusConnection connection =
-        QDBusConnection::connectToBus(address, QStringLiteral("test-%1").arg(++number));
+        QDBusConnection::connectToBus(address, u"test-%1"_s.arg(++number));
     DBus::liftReceiveLimits(connection);
     return connection;
 }
@@ -31,8 +32,7 @@ Fixture::Fixture(const QString &busConfiguration)
     : bus(busConfiguration)
     , client(startedBus(bus))
     , systemd(std::make_unique<FakeSystemd>(connect()))
-    , userManager(std::make_unique<FakeUserManager>(connect(), QStringLiteral("list"),
-                                                    QStringList{QStringLiteral("100000")}))
+    , userManager(std::make_unique<FakeUserManager>(connect(), u"list"_s, QStringList{u"100000"_s}))
 {
 }
 
@@ -45,9 +45,8 @@ Fixture::~Fixture()
 QStringList Fixture::daemonEnvironment(const QStringList &more) const
 {
     return root.environment()
-        + QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + bus.address(),
-                      QStringLiteral("ORVANE_COMPONENT_TESTS=1"),
-                      QStringLiteral("ORVANE_DAEMON_TIMEOUT=600000")}
+        + QStringList{u"DBUS_SYSTEM_BUS_ADDRESS="_s + bus.address(), u"ORVANE_COMPONENT_TESTS=1"_s,
+                      u"ORVANE_DAEMON_TIMEOUT=600000"_s}
     + more;
 }
 
@@ -60,7 +59,7 @@ std::unique_ptr<ToolProcess> Fixture::startTool(const QStringList &arguments,
 std::unique_ptr<ToolProcess> Fixture::startToolInTerminal(const QStringList &arguments,
                                                           int columns) const
 {
-    const QStringList plain{QStringLiteral("NO_COLOR=1"), QStringLiteral("LC_ALL=C.UTF-8")};
+    const QStringList plain{u"NO_COLOR=1"_s, u"LC_ALL=C.UTF-8"_s};
     return std::make_unique<ToolProcess>(daemonEnvironment(plain), arguments, columns);
 }
 
@@ -79,13 +78,12 @@ void Fixture::launch(const QStringList &environment, const QStringList &argument
 bool Fixture::activateDaemon(const QStringList &environment)
 {
     // The service manager puts the process's own id into its environment, and so does this command.
-    const QString command =
-        QStringLiteral("/bin/sh -c 'SYSTEMD_EXEC_PID=$$ exec /usr/bin/env %1 %2'")
-            .arg(daemonEnvironment(environment).join(QLatin1Char(' ')), DaemonProcess::program());
-    const QDBusMessage reload = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig"));
-    return bus.activate(QStringLiteral("org.zarn.Orvane"), command)
+    const QString command = u"/bin/sh -c 'SYSTEMD_EXEC_PID=$$ exec /usr/bin/env %1 %2'"_s.arg(
+        daemonEnvironment(environment).join(QLatin1Char(' ')), DaemonProcess::program());
+    const QDBusMessage reload =
+        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                       u"org.freedesktop.DBus"_s, u"ReloadConfig"_s);
+    return bus.activate(u"org.zarn.Orvane"_s, command)
         && client.call(reload).type() == QDBusMessage::ReplyMessage;
 }
 
@@ -98,7 +96,7 @@ bool Fixture::start(const QStringList &environment)
 bool Fixture::waitForAnIdleTime(int idleMs)
 {
     Fixture other;
-    return other.start({QStringLiteral("ORVANE_DAEMON_TIMEOUT=%1").arg(idleMs)})
+    return other.start({u"ORVANE_DAEMON_TIMEOUT=%1"_s.arg(idleMs)})
         && waitUntil([&other] { return !other.daemon.isRunning(); });
 }
 
@@ -153,7 +151,7 @@ QDBusMessage Fixture::methodCall(const QString &path, const QString &interface,
                                  const QString &method, const QVariantList &arguments)
 {
     QDBusMessage message =
-        QDBusMessage::createMethodCall(QStringLiteral("org.zarn.Orvane"), path, interface, method);
+        QDBusMessage::createMethodCall(u"org.zarn.Orvane"_s, path, interface, method);
     message.setArguments(arguments);
     return message;
 }
@@ -166,8 +164,7 @@ QDBusMessage Fixture::startCall(const QString &taskId, const QVariantMap &hints,
 
 QDBusMessage Fixture::sessionCall(const QString &method, const QVariantList &arguments)
 {
-    return methodCall(sessionPath(), QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"), method,
-                      arguments);
+    return methodCall(sessionPath(), u"org.zarn.Orvane.TaskInvokerSession1"_s, method, arguments);
 }
 
 QDBusMessage Fixture::registerCall(const QString &type)
@@ -177,12 +174,12 @@ QDBusMessage Fixture::registerCall(const QString &type)
 
 QString Fixture::sessionPath(const QString &type)
 {
-    return QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/") + type;
+    return u"/org/zarn/Orvane/TaskInvokerSessions/"_s + type;
 }
 
 QString Fixture::unitPath(const QString &taskId)
 {
-    return FakeSystemd::pathOf(QStringLiteral("ov_task.%1.service").arg(taskId));
+    return FakeSystemd::pathOf(u"ov_task.%1.service"_s.arg(taskId));
 }
 
 SignalRecorder::SignalRecorder(QDBusConnection connection, const QString &sender,

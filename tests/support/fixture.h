@@ -4,6 +4,7 @@
 #include "fakes/fake_user_manager.h"
 #include "fakes/fake_user_service.h"
 #include "support/daemon_process.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 #include "support/temp_root.h"
 #include "support/tool_process.h"
@@ -52,7 +53,7 @@ public:
     static void drop(QDBusConnection &connection);
     /// Waits until the daemon's log contains a text.
     [[nodiscard]] bool daemonLogs(const QByteArray &text);
-    [[nodiscard]] bool nameIsOwned(const QString &name = QStringLiteral("org.zarn.Orvane"));
+    [[nodiscard]] bool nameIsOwned(const QString &name = u"org.zarn.Orvane"_s);
     /// Waits until a condition is true, for the timeout at most.
     [[nodiscard]] static bool waitUntil(const std::function<bool()> &condition);
 
@@ -70,7 +71,7 @@ public:
                                   const QVariantMap &info = {});
     static QDBusMessage sessionCall(const QString &method, const QVariantList &arguments = {});
     static QDBusMessage registerCall(const QString &type);
-    static QString sessionPath(const QString &type = QStringLiteral("Sync"));
+    static QString sessionPath(const QString &type = u"Sync"_s);
     /// The object path of a task's unit.
     static QString unitPath(const QString &taskId);
 

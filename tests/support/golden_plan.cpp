@@ -1,4 +1,5 @@
 #include "support/golden_plan.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -29,19 +30,19 @@ GoldenPlan::GoldenPlan(const QString &name)
 {
     const QString at = folder() + QLatin1Char('/') + name + QLatin1Char('/');
     const QVariantMap start =
-        QJsonDocument::fromJson(read(at + QStringLiteral("start.json"))).object().toVariantMap();
+        QJsonDocument::fromJson(read(at + u"start.json"_s)).object().toVariantMap();
     if (start.isEmpty())
         qFatal("no start in %s", qPrintable(at));
-    entry = read(at + QStringLiteral("entry.desktop"));
-    file = start.value(QStringLiteral("file")).toString();
-    task = start.value(QStringLiteral("task")).toString();
-    program = start.value(QStringLiteral("program")).toString();
-    permissions = start.value(QStringLiteral("permissions")).toStringList();
-    info = start.value(QStringLiteral("info")).toMap();
-    hints = start.value(QStringLiteral("hints")).toMap();
-    unit = read(at + QStringLiteral("unit.service"));
-    argv = QString::fromUtf8(read(at + QStringLiteral("argv"))).chopped(1).split(QLatin1Char('\n'));
-    const QString policyFile = at + QStringLiteral("policy.conf");
+    entry = read(at + u"entry.desktop"_s);
+    file = start.value(u"file"_s).toString();
+    task = start.value(u"task"_s).toString();
+    program = start.value(u"program"_s).toString();
+    permissions = start.value(u"permissions"_s).toStringList();
+    info = start.value(u"info"_s).toMap();
+    hints = start.value(u"hints"_s).toMap();
+    unit = read(at + u"unit.service"_s);
+    argv = QString::fromUtf8(read(at + u"argv"_s)).chopped(1).split(QLatin1Char('\n'));
+    const QString policyFile = at + u"policy.conf"_s;
     if (QFile::exists(policyFile))
         policy = read(policyFile);
 }
@@ -49,6 +50,6 @@ GoldenPlan::GoldenPlan(const QString &name)
 QByteArray GoldenPlan::unitWithoutPermissions() const
 {
     const QRegularExpression option(
-        QStringLiteral(" --profile=/etc/sailjail/permissions/[A-Za-z]+\\.permission"));
+        u" --profile=/etc/sailjail/permissions/[A-Za-z]+\\.permission"_s);
     return QString::fromUtf8(unit).remove(option).toUtf8();
 }

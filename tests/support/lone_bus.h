@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/literals.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
@@ -44,13 +46,13 @@ public:
     /// @return whether it accepts connections.
     [[nodiscard]] bool listen()
     {
-        m_server = std::make_unique<QDBusServer>(QStringLiteral("unix:tmpdir=/tmp"));
+        m_server = std::make_unique<QDBusServer>(u"unix:tmpdir=/tmp"_s);
         // The process may have changed its user before it connects.
         m_server->setAnonymousAuthenticationAllowed(true);
-        QObject::connect(
-            m_server.get(), &QDBusServer::newConnection, this, [this](QDBusConnection connection) {
-                connection.registerVirtualObject(QStringLiteral("/org/freedesktop/DBus"), this);
-            });
+        QObject::connect(m_server.get(), &QDBusServer::newConnection, this,
+                         [this](QDBusConnection connection) {
+                             connection.registerVirtualObject(u"/org/freedesktop/DBus"_s, this);
+                         });
         return m_server->isConnected();
     }
 
@@ -59,7 +61,7 @@ public:
     template <typename Function>
     [[nodiscard]] auto ask(const Function &function) const
     {
-        const QString name = QStringLiteral("lone-bus");
+        const QString name = u"lone-bus"_s;
         auto result = std::async(std::launch::async, [&] {
             return function(QDBusConnection::connectToPeer(m_server->address(), name));
         });

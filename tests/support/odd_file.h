@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/literals.h"
+
 #include <QFile>
 #include <QString>
 
@@ -16,15 +18,15 @@ namespace OddFile {
 /// Every kind of thing but a small regular file, in words. A program should read none of them.
 inline QStringList kinds()
 {
-    return {QStringLiteral("pipe"),
-            QStringLiteral("link to a pipe"),
-            QStringLiteral("directory"),
-            QStringLiteral("socket"),
-            QStringLiteral("dangling link"),
-            QStringLiteral("link to itself"),
-            QStringLiteral("link to an endless device"),
-            QStringLiteral("one byte too large"),
-            QStringLiteral("sparse, 1.5 GB")};
+    return {u"pipe"_s,
+            u"link to a pipe"_s,
+            u"directory"_s,
+            u"socket"_s,
+            u"dangling link"_s,
+            u"link to itself"_s,
+            u"link to an endless device"_s,
+            u"one byte too large"_s,
+            u"sparse, 1.5 GB"_s};
 }
 
 inline bool makeSocket(const QByteArray &path)

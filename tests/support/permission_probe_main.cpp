@@ -4,6 +4,8 @@
 // place, and when the daemon offers a member that is not tried here. Needs the application
 // com.example.Notes, and the per-user service on the bus.
 
+#include "support/literals.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -19,20 +21,20 @@
 
 namespace {
 
-const QString service = QStringLiteral("org.zarn.Orvane");
-const QString invokerPath = QStringLiteral("/org/zarn/Orvane/TaskInvoker1");
-const QString invoker = QStringLiteral("org.zarn.Orvane.TaskInvoker1");
-const QString sessionPath = QStringLiteral("/org/zarn/Orvane/TaskInvokerSessions/Sync");
-const QString session = QStringLiteral("org.zarn.Orvane.TaskInvokerSession1");
-const QString autostartPath = QStringLiteral("/org/zarn/am");
-const QString autostart = QStringLiteral("org.zarn.am.Autostart");
-const QString hooksPath = QStringLiteral("/org/zarn/Teller/Hooks");
-const QString hooks = QStringLiteral("org.zarn.Teller.Hooks");
-const QString controlPath = QStringLiteral("/org/zarn/Orvane/Control1");
-const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
-const QString introspectable = QStringLiteral("org.freedesktop.DBus.Introspectable");
-const QString peer = QStringLiteral("org.freedesktop.DBus.Peer");
-const QString task = QStringLiteral("com.example.Notes.task_sync");
+const QString service = u"org.zarn.Orvane"_s;
+const QString invokerPath = u"/org/zarn/Orvane/TaskInvoker1"_s;
+const QString invoker = u"org.zarn.Orvane.TaskInvoker1"_s;
+const QString sessionPath = u"/org/zarn/Orvane/TaskInvokerSessions/Sync"_s;
+const QString session = u"org.zarn.Orvane.TaskInvokerSession1"_s;
+const QString autostartPath = u"/org/zarn/am"_s;
+const QString autostart = u"org.zarn.am.Autostart"_s;
+const QString hooksPath = u"/org/zarn/Teller/Hooks"_s;
+const QString hooks = u"org.zarn.Teller.Hooks"_s;
+const QString controlPath = u"/org/zarn/Orvane/Control1"_s;
+const QString properties = u"org.freedesktop.DBus.Properties"_s;
+const QString introspectable = u"org.freedesktop.DBus.Introspectable"_s;
+const QString peer = u"org.freedesktop.DBus.Peer"_s;
+const QString task = u"com.example.Notes.task_sync"_s;
 
 struct Probe
 {
@@ -57,58 +59,54 @@ Probe method(const QString &path, const QString &interface, const QString &metho
 Probe reading(const QString &property)
 {
     return {session + QLatin1Char('.') + property,
-            methodCall(sessionPath, properties, QStringLiteral("Get"), {session, property})};
+            methodCall(sessionPath, properties, u"Get"_s, {session, property})};
 }
 
 QDBusMessage registering()
 {
-    return methodCall(invokerPath, invoker, QStringLiteral("RegisterInvoker"),
-                      {QStringLiteral("Sync")});
+    return methodCall(invokerPath, invoker, u"RegisterInvoker"_s, {u"Sync"_s});
 }
 
 std::vector<Probe> allProbes(const QDBusConnection &bus)
 {
-    const QVariantMap hints{{QStringLiteral("User"), QStringLiteral("nobody")}};
-    const QString app = QStringLiteral("com.example.Notes");
+    const QVariantMap hints{{u"User"_s, u"nobody"_s}};
+    const QString app = u"com.example.Notes"_s;
     const QString daemon = bus.interface()->serviceOwner(service);
-    const QVariantList none{QStringLiteral("no.such")};
+    const QVariantList none{u"no.such"_s};
     return {
-        {QStringLiteral("own the name org.zarn.Orvane"),
-         methodCall(QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
-                    QStringLiteral("RequestName"), {service, 0U},
-                    QStringLiteral("org.freedesktop.DBus"))},
-        method(invokerPath, invoker, QStringLiteral("RegisterInvoker"), {QStringLiteral("Sync")}),
-        reading(QStringLiteral("AvailableTasks")),
-        reading(QStringLiteral("ActiveTasks")),
-        method(sessionPath, session, QStringLiteral("Start"), {task, QVariantMap(), hints}),
-        method(sessionPath, session, QStringLiteral("Stop"), {task}),
-        method(sessionPath, session, QStringLiteral("CloseSession")),
-        method(autostartPath, autostart, QStringLiteral("GetEnabled"), {100000}),
-        method(autostartPath, autostart, QStringLiteral("SetEnabled"), {100000, app, true}),
-        method(hooksPath, hooks, QStringLiteral("OnRemove"), none),
-        {QStringLiteral("OnRemove, without naming the interface"),
-         methodCall(hooksPath, {}, QStringLiteral("OnRemove"), none)},
-        {QStringLiteral("OnRemove, by the daemon's unique name"),
-         methodCall(hooksPath, hooks, QStringLiteral("OnRemove"), none, daemon)},
-        {QStringLiteral("forwarded objects and sessions: any call"),
-         methodCall(controlPath, QStringLiteral("org.zarn.Orvane.Control1"),
-                    QStringLiteral("Start"), none)},
-        {QStringLiteral("every object: introspection"),
-         methodCall(hooksPath, introspectable, QStringLiteral("Introspect"))},
-        {QStringLiteral("every object: all properties"),
-         methodCall(hooksPath, properties, QStringLiteral("GetAll"), {QString()})},
-        {QStringLiteral("every object: ping"), methodCall(hooksPath, peer, QStringLiteral("Ping"))},
+        {u"own the name org.zarn.Orvane"_s,
+         methodCall(u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s, u"RequestName"_s,
+                    {service, 0U}, u"org.freedesktop.DBus"_s)},
+        method(invokerPath, invoker, u"RegisterInvoker"_s, {u"Sync"_s}),
+        reading(u"AvailableTasks"_s),
+        reading(u"ActiveTasks"_s),
+        method(sessionPath, session, u"Start"_s, {task, QVariantMap(), hints}),
+        method(sessionPath, session, u"Stop"_s, {task}),
+        method(sessionPath, session, u"CloseSession"_s),
+        method(autostartPath, autostart, u"GetEnabled"_s, {100000}),
+        method(autostartPath, autostart, u"SetEnabled"_s, {100000, app, true}),
+        method(hooksPath, hooks, u"OnRemove"_s, none),
+        {u"OnRemove, without naming the interface"_s,
+         methodCall(hooksPath, {}, u"OnRemove"_s, none)},
+        {u"OnRemove, by the daemon's unique name"_s,
+         methodCall(hooksPath, hooks, u"OnRemove"_s, none, daemon)},
+        {u"forwarded objects and sessions: any call"_s,
+         methodCall(controlPath, u"org.zarn.Orvane.Control1"_s, u"Start"_s, none)},
+        {u"every object: introspection"_s, methodCall(hooksPath, introspectable, u"Introspect"_s)},
+        {u"every object: all properties"_s,
+         methodCall(hooksPath, properties, u"GetAll"_s, {QString()})},
+        {u"every object: ping"_s, methodCall(hooksPath, peer, u"Ping"_s)},
     };
 }
 
 bool isAnswerOfTheBus(const QString &error)
 {
-    static const QSet<QString> errors{QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
-                                      QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
-                                      QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"),
-                                      QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"),
-                                      QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"),
-                                      QStringLiteral("org.freedesktop.DBus.Error.Disconnected")};
+    static const QSet<QString> errors{u"org.freedesktop.DBus.Error.NoReply"_s,
+                                      u"org.freedesktop.DBus.Error.ServiceUnknown"_s,
+                                      u"org.freedesktop.DBus.Error.UnknownObject"_s,
+                                      u"org.freedesktop.DBus.Error.UnknownMethod"_s,
+                                      u"org.freedesktop.DBus.Error.UnknownInterface"_s,
+                                      u"org.freedesktop.DBus.Error.Disconnected"_s};
     return errors.contains(error);
 }
 
@@ -125,7 +123,7 @@ void run(const QDBusConnection &bus, const Probe &probe)
     const QDBusMessage reply = bus.call(probe.call);
     const QString error = reply.errorName();
     if (isAnswerOfTheBus(error))
-        fail(QStringLiteral("%1: %2: %3").arg(probe.name, error, reply.errorMessage()));
+        fail(u"%1: %2: %3"_s.arg(probe.name, error, reply.errorMessage()));
     const bool refused = error == QLatin1String("org.freedesktop.DBus.Error.AccessDenied");
     std::printf("%s\t%s\n", qPrintable(probe.name), refused ? "no" : "yes");
 }
@@ -134,20 +132,19 @@ void run(const QDBusConnection &bus, const Probe &probe)
 QStringList offeredAt(const QDBusConnection &bus, const QString &path)
 {
     bus.call(registering());
-    const QDBusReply<QString> xml =
-        bus.call(methodCall(path, introspectable, QStringLiteral("Introspect")));
+    const QDBusReply<QString> xml = bus.call(methodCall(path, introspectable, u"Introspect"_s));
     if (!xml.isValid())
-        fail(QStringLiteral("%1 does not describe itself: %2").arg(path, xml.error().message()));
+        fail(u"%1 does not describe itself: %2"_s.arg(path, xml.error().message()));
     QStringList members;
     QString interface;
     QXmlStreamReader reader(xml.value());
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement)
             continue;
-        const QString name = reader.attributes().value(QStringLiteral("name")).toString();
+        const QString name = reader.attributes().value(u"name"_s).toString();
         if (reader.name() == QLatin1String("interface"))
             interface = name;
-        else if (interface.startsWith(QStringLiteral("org.zarn."))
+        else if (interface.startsWith(u"org.zarn."_s)
                  && (reader.name() == QLatin1String("method")
                      || reader.name() == QLatin1String("property")))
             members.append(interface + QLatin1Char('.') + name);
@@ -170,10 +167,10 @@ int main(int argc, char *argv[])
     for (const QString &path : {invokerPath, sessionPath, autostartPath, hooksPath}) {
         const QStringList offered = offeredAt(bus, path);
         if (offered.isEmpty())
-            fail(QStringLiteral("%1 offers nothing").arg(path));
+            fail(u"%1 offers nothing"_s.arg(path));
         for (const QString &member : offered) {
             if (!tried.contains(member))
-                fail(QStringLiteral("nobody has tried %1").arg(member));
+                fail(u"nobody has tried %1"_s.arg(member));
         }
     }
     return EXIT_SUCCESS;

@@ -6,6 +6,8 @@
 // needs a next run that starts when the last one has ended. Uses the system bus
 // (DBUS_SYSTEM_BUS_ADDRESS).
 
+#include "support/literals.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -23,8 +25,8 @@ namespace {
 // The time that the bus gives a service to start.
 constexpr int answerLimitMs = 25000;
 
-QString service() { return QStringLiteral("org.zarn.Orvane"); }
-QString sessionInterface() { return QStringLiteral("org.zarn.Orvane.TaskInvokerSession1"); }
+QString service() { return u"org.zarn.Orvane"_s; }
+QString sessionInterface() { return u"org.zarn.Orvane.TaskInvokerSession1"_s; }
 
 QDBusMessage methodCall(const char *path, const char *interface, const char *method,
                         const QVariantList &arguments)
@@ -79,34 +81,34 @@ private:
     void readASetting()
     {
         expect(m_bus, methodCall("/org/zarn/am", "org.zarn.am.Autostart", "GetEnabled", {100000}),
-               QStringLiteral("as"));
+               u"as"_s);
     }
 
     void removeAnApplication()
     {
         expect(m_bus,
                methodCall("/org/zarn/Teller/Hooks", "org.zarn.Teller.Hooks", "OnRemove",
-                          {QStringLiteral("no.such")}),
+                          {u"no.such"_s}),
                QString());
     }
 
     // Registers a client at such a moment. It must find its session afterwards.
     void registerAClient()
     {
-        const QString name = QStringLiteral("client-%1").arg(m_calls);
+        const QString name = u"client-%1"_s.arg(m_calls);
         {
             const QDBusConnection client =
                 QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
             expect(client,
                    methodCall("/org/zarn/Orvane/TaskInvoker1", "org.zarn.Orvane.TaskInvoker1",
-                              "RegisterInvoker", {QStringLiteral("Sync")}),
-                   QStringLiteral("oa{sv}"));
+                              "RegisterInvoker", {u"Sync"_s}),
+                   u"oa{sv}"_s);
             for (int i = 0; m_sessions && i < 2; ++i) {
                 expect(client,
                        methodCall("/org/zarn/Orvane/TaskInvokerSessions/Sync",
                                   "org.freedesktop.DBus.Properties", "Get",
-                                  {sessionInterface(), QStringLiteral("ActiveTasks")}),
-                       QStringLiteral("v"));
+                                  {sessionInterface(), u"ActiveTasks"_s}),
+                       u"v"_s);
                 pause();
             }
         }

@@ -1,4 +1,5 @@
 #include "support/private_bus.h"
+#include "support/literals.h"
 
 #include <QFile>
 
@@ -50,25 +51,20 @@ bool PrivateBus::start()
     QFile folder(m_directory.path());
     if (!folder.setPermissions(folder.permissions() | QFile::ExeGroup | QFile::ExeOther))
         return false;
-    QFile file(m_directory.filePath(QStringLiteral("bus.conf")));
+    QFile file(m_directory.filePath(u"bus.conf"_s));
     if (!file.open(QIODevice::WriteOnly))
         return false;
     file.write(QString::fromLatin1(configuration)
-                   .arg(m_directory.filePath(QStringLiteral("socket")), m_directory.path(),
-                        m_configuration)
+                   .arg(m_directory.filePath(u"socket"_s), m_directory.path(), m_configuration)
                    .toUtf8());
     file.close();
-    m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
-                    QStringLiteral("--config-file=") + file.fileName()});
+    m_daemon.start(u"dbus-daemon"_s,
+                   {u"--nofork"_s, u"--print-address"_s, u"--config-file="_s + file.fileName()});
     // It prints its address once it listens.
     return m_daemon.waitForReadyRead(30000);
 }
 
-QString PrivateBus::address() const
-{
-    return QStringLiteral("unix:path=") + m_directory.filePath(QStringLiteral("socket"));
-}
+QString PrivateBus::address() const { return u"unix:path="_s + m_directory.filePath(u"socket"_s); }
 
 QDBusConnection PrivateBus::connect(const QString &name) const
 {
@@ -77,7 +73,7 @@ QDBusConnection PrivateBus::connect(const QString &name) const
 
 bool PrivateBus::activate(const QString &name, const QString &command) const
 {
-    QFile file(m_directory.filePath(name + QStringLiteral(".service")));
-    const QString text = QStringLiteral("[D-BUS Service]\nName=%1\nExec=%2\n").arg(name, command);
+    QFile file(m_directory.filePath(name + u".service"_s));
+    const QString text = u"[D-BUS Service]\nName=%1\nExec=%2\n"_s.arg(name, command);
     return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) > 0;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/places.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 /// The places that a process with the environment TempRoot::environment() uses, all of them below a
@@ -11,9 +12,9 @@ inline Places placesOf(const TempRoot &root)
     places.root = root.path();
     for (const char *data : {"/home/data", "/usr/share"}) {
         const QString folder = root.path(QString::fromLatin1(data));
-        places.applicationFolders.append(folder + QStringLiteral("/applications"));
-        places.taskTypeFolders.append(folder + QStringLiteral("/orvane/task-types"));
+        places.applicationFolders.append(folder + u"/applications"_s);
+        places.taskTypeFolders.append(folder + u"/orvane/task-types"_s);
     }
-    places.configFolder = root.path(QStringLiteral("/home/config"));
+    places.configFolder = root.path(u"/home/config"_s);
     return places;
 }

@@ -1,4 +1,5 @@
 #include "support/temp_root.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -33,7 +34,7 @@ void TempRoot::remove(const QString &below) const { QFile::remove(path(below)); 
 
 void TempRoot::writeApplication(const QString &application, const QByteArray &groups) const
 {
-    write(QStringLiteral("/usr/share/applications/%1.desktop").arg(application),
+    write(u"/usr/share/applications/%1.desktop"_s.arg(application),
           "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n"
           "[X-Application]\nOrganizationName=com.example\nApplicationName="
               + application.toUtf8() + "\n" + groups);
@@ -41,7 +42,7 @@ void TempRoot::writeApplication(const QString &application, const QByteArray &gr
 
 void TempRoot::serveType(const QString &type) const
 {
-    write(QStringLiteral("/usr/share/orvane/task-types/%1.conf").arg(type),
+    write(u"/usr/share/orvane/task-types/%1.conf"_s.arg(type),
           "[TaskType]\nWorksInSession=false\n");
 }
 
@@ -49,7 +50,7 @@ void TempRoot::startAtBoot(const QString &taskId) const
 {
     const QString unit = unitFile(taskId);
     write(unit, "[Service]\n");
-    const QString wants = path(QStringLiteral("/etc/systemd/system/multi-user.target.wants/"));
+    const QString wants = path(u"/etc/systemd/system/multi-user.target.wants/"_s);
     QDir().mkpath(wants);
     if (!QFile::link(unit, wants + QFileInfo(unit).fileName()))
         qFatal("cannot link %s", qPrintable(unit));
@@ -57,19 +58,18 @@ void TempRoot::startAtBoot(const QString &taskId) const
 
 QString TempRoot::unitFile(const QString &taskId) const
 {
-    return QStringLiteral("/etc/systemd/system/ov_task.%1.service").arg(taskId);
+    return u"/etc/systemd/system/ov_task.%1.service"_s.arg(taskId);
 }
 
 QString TempRoot::policyFile(const QString &taskId) const
 {
-    return QStringLiteral("/etc/dbus-1/system.d/%1.conf").arg(taskId);
+    return u"/etc/dbus-1/system.d/%1.conf"_s.arg(taskId);
 }
 
 QStringList TempRoot::environment() const
 {
-    return {QStringLiteral("ORVANE_ROOTFS=") + path(),
-            QStringLiteral("HOME=") + path(QStringLiteral("/home")),
-            QStringLiteral("XDG_DATA_HOME=") + path(QStringLiteral("/home/data")),
-            QStringLiteral("XDG_CONFIG_HOME=") + path(QStringLiteral("/home/config")),
-            QStringLiteral("XDG_DATA_DIRS=") + path(QStringLiteral("/usr/share"))};
+    return {u"ORVANE_ROOTFS="_s + path(), u"HOME="_s + path(u"/home"_s),
+            u"XDG_DATA_HOME="_s + path(u"/home/data"_s),
+            u"XDG_CONFIG_HOME="_s + path(u"/home/config"_s),
+            u"XDG_DATA_DIRS="_s + path(u"/usr/share"_s)};
 }

@@ -1,4 +1,5 @@
 #include "support/tool_process.h"
+#include "support/literals.h"
 
 namespace {
 
@@ -23,13 +24,11 @@ ToolProcess::ToolProcess(const QStringList &environment, const QStringList &argu
 
 ToolProcess::ToolProcess(const QStringList &environment, const QStringList &arguments, int columns)
 {
-    QString line =
-        QStringLiteral("stty cols %1 rows 24; exec %2").arg(columns).arg(quoted(program()));
+    QString line = u"stty cols %1 rows 24; exec %2"_s.arg(columns).arg(quoted(program()));
     for (const QString &argument : arguments)
         line += QLatin1Char(' ') + quoted(argument);
-    start(QStringLiteral("script"), environment,
-          {QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"), line,
-           QStringLiteral("/dev/null")});
+    start(u"script"_s, environment,
+          {u"--quiet"_s, u"--return"_s, u"--command"_s, line, u"/dev/null"_s});
 }
 
 void ToolProcess::start(const QString &program, const QStringList &environment,

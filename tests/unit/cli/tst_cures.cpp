@@ -1,5 +1,6 @@
 #include "cli/cures.h"
 #include "common/places.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QFile>
@@ -26,7 +27,7 @@ private:
     static QByteArray run(const QString &command)
     {
         QProcess shell;
-        shell.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command});
+        shell.start(u"/bin/sh"_s, {u"-c"_s, command});
         return shell.waitForFinished() && shell.exitCode() == 0 ? shell.readAllStandardOutput()
                                                                 : QByteArray("failed");
     }
@@ -43,17 +44,14 @@ void TestCures::quotesEveryWord_data()
 void TestCures::quotesEveryWord()
 {
     QFETCH(QString, word);
-    QCOMPARE(run(Cli::commandOf({QStringLiteral("printf"), QStringLiteral("%s|"), word})),
-             word.toUtf8() + '|');
+    QCOMPARE(run(Cli::commandOf({u"printf"_s, u"%s|"_s, word})), word.toUtf8() + '|');
 }
 
 void TestCures::doesNotQuotePlainWords()
 {
-    QCOMPARE(Cli::commandOf({QStringLiteral("chmod"), QStringLiteral("a+x"),
-                             QStringLiteral("/usr/libexec/notes-1.0/worker_a")}),
-             QStringLiteral("chmod a+x /usr/libexec/notes-1.0/worker_a"));
-    QCOMPARE(Cli::systemctl("start", QStringLiteral("a.service")),
-             QStringLiteral("systemctl start a.service"));
+    QCOMPARE(Cli::commandOf({u"chmod"_s, u"a+x"_s, u"/usr/libexec/notes-1.0/worker_a"_s}),
+             u"chmod a+x /usr/libexec/notes-1.0/worker_a"_s);
+    QCOMPARE(Cli::systemctl("start", u"a.service"_s), u"systemctl start a.service"_s);
 }
 
 void TestCures::replacesALineByAnyText_data()
@@ -68,7 +66,7 @@ void TestCures::replacesALineByAnyText()
 {
     QFETCH(QString, text);
     const TempRoot root;
-    const QString file = QStringLiteral("/an entry.desktop");
+    const QString file = u"/an entry.desktop"_s;
     root.write(file, "one\ntwo\nthree\n");
     QCOMPARE(run(Cli::replacingLine(root.path(file), 2, text)), QByteArray());
     QCOMPARE(root.read(file), "one\n" + text.toUtf8() + "\nthree\n");
@@ -77,9 +75,9 @@ void TestCures::replacesALineByAnyText()
 void TestCures::addsAndDeletesLines()
 {
     const TempRoot root;
-    const QString file = QStringLiteral("/entry");
+    const QString file = u"/entry"_s;
     root.write(file, "one\ntwo\n");
-    QCOMPARE(run(Cli::inTurn(Cli::addingLine(root.path(file), 1, QStringLiteral("new")),
+    QCOMPARE(run(Cli::inTurn(Cli::addingLine(root.path(file), 1, u"new"_s),
                              Cli::deletingLine(root.path(file), 3))),
              QByteArray());
     QCOMPARE(root.read(file), QByteArray("one\nnew\n"));
@@ -88,13 +86,13 @@ void TestCures::addsAndDeletesLines()
 void TestCures::movesAndAppends()
 {
     const TempRoot root;
-    root.write(QStringLiteral("/a file"), "one");
-    const QString target = root.path(QStringLiteral("/a target"));
-    QCOMPARE(run(Cli::moving(root.path(QStringLiteral("/a file")), target)), QByteArray());
-    QCOMPARE(run(Cli::appending(target, {QString(), QStringLiteral("a b")})), QByteArray());
-    QCOMPARE(root.read(QStringLiteral("/a target")), QByteArray("one\na b\n"));
-    const QString fresh = QStringLiteral("/not/there/yet");
-    QCOMPARE(run(Cli::appending(root.path(fresh), {QStringLiteral("x")})), QByteArray());
+    root.write(u"/a file"_s, "one");
+    const QString target = root.path(u"/a target"_s);
+    QCOMPARE(run(Cli::moving(root.path(u"/a file"_s), target)), QByteArray());
+    QCOMPARE(run(Cli::appending(target, {QString(), u"a b"_s})), QByteArray());
+    QCOMPARE(root.read(u"/a target"_s), QByteArray("one\na b\n"));
+    const QString fresh = u"/not/there/yet"_s;
+    QCOMPARE(run(Cli::appending(root.path(fresh), {u"x"_s})), QByteArray());
     QCOMPARE(root.read(fresh), QByteArray("x\n"));
 }
 
@@ -102,14 +100,14 @@ void TestCures::movesAndAppends()
 void TestCures::changesTheFileOfAnImage()
 {
     const TempRoot root;
-    const QString entry = QStringLiteral("/usr/share/applications/a.desktop");
-    const QString target = QStringLiteral("/usr/share/entries/a.desktop");
+    const QString entry = u"/usr/share/applications/a.desktop"_s;
+    const QString target = u"/usr/share/entries/a.desktop"_s;
     root.write(target, "old\n");
     QVERIFY(QFile::link(target, root.path(entry)));
     Places::setOfProcess(Places::below(root.path()));
     const QString file = root.path(entry);
-    QCOMPARE(run(Cli::replacingLine(file, 1, QStringLiteral("new"))), QByteArray());
-    QCOMPARE(run(Cli::appending(file, {QStringLiteral("more")})), QByteArray());
+    QCOMPARE(run(Cli::replacingLine(file, 1, u"new"_s)), QByteArray());
+    QCOMPARE(run(Cli::appending(file, {u"more"_s})), QByteArray());
     Places::setOfProcess(Places());
     QCOMPARE(root.read(target), QByteArray("new\nmore\n"));
 }
@@ -118,26 +116,25 @@ void TestCures::changesTheFileOfAnImage()
 void TestCures::movesWithinAnImage()
 {
     const TempRoot host;
-    host.write(QStringLiteral("/entries/a.desktop"), "host's");
+    host.write(u"/entries/a.desktop"_s, "host's");
     const TempRoot root;
-    const QString folder = host.path(QStringLiteral("/entries"));
+    const QString folder = host.path(u"/entries"_s);
     const QString real = root.path(folder);
-    root.write(folder + QStringLiteral("/a.desktop"), "image's");
-    QVERIFY(QFile::link(QStringLiteral("a.desktop"), real + QStringLiteral("/link.desktop")));
-    QVERIFY(QFile::link(folder, root.path(QStringLiteral("/applications"))));
+    root.write(folder + u"/a.desktop"_s, "image's");
+    QVERIFY(QFile::link(u"a.desktop"_s, real + u"/link.desktop"_s));
+    QVERIFY(QFile::link(folder, root.path(u"/applications"_s)));
     Places::setOfProcess(Places::below(root.path()));
     const auto move = [&root](const char *from, const char *to) {
-        return run(Cli::moving(root.path(QStringLiteral("/applications/")) + QLatin1String(from),
-                               root.path(QStringLiteral("/applications/")) + QLatin1String(to)));
+        return run(Cli::moving(root.path(u"/applications/"_s) + QLatin1String(from),
+                               root.path(u"/applications/"_s) + QLatin1String(to)));
     };
     const QByteArray ofFile = move("a.desktop", "b.desktop");
     const QByteArray ofLink = move("link.desktop", "c.desktop");
     Places::setOfProcess(Places());
     QCOMPARE(ofFile + ofLink, QByteArray());
-    QCOMPARE(host.read(QStringLiteral("/entries/a.desktop")), QByteArray("host's"));
-    QCOMPARE(root.read(folder + QStringLiteral("/b.desktop")), QByteArray("image's"));
-    QCOMPARE(QFile::symLinkTarget(real + QStringLiteral("/c.desktop")),
-             real + QStringLiteral("/a.desktop"));
+    QCOMPARE(host.read(u"/entries/a.desktop"_s), QByteArray("host's"));
+    QCOMPARE(root.read(folder + u"/b.desktop"_s), QByteArray("image's"));
+    QCOMPARE(QFile::symLinkTarget(real + u"/c.desktop"_s), real + u"/a.desktop"_s);
 }
 
 QTEST_GUILESS_MAIN(TestCures)

@@ -1,4 +1,5 @@
 #include "cli/declared_tasks.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QTest>
@@ -23,13 +24,13 @@ void TestDeclaredTasks::initTestCase()
         const auto equals = variable.indexOf(QLatin1Char('='));
         qputenv(variable.left(equals).toUtf8().constData(), variable.mid(equals + 1).toUtf8());
     }
-    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
-    root.serveType(QStringLiteral("Sync"));
-    root.serveType(QStringLiteral("deep/Unused"));
-    root.writeApplication(QStringLiteral("Notes"),
+    QCoreApplication::setApplicationName(u"orvane"_s);
+    root.serveType(u"Sync"_s);
+    root.serveType(u"deep/Unused"_s);
+    root.writeApplication(u"Notes"_s,
                           "[X-Task sync]\nType=Sync\nExec=/opt/n\n"
                           "[X-Task alarm]\nType=Alarm\nExec=/opt/n\n");
-    root.writeApplication(QStringLiteral("Mail"), "[X-Task sync]\nType=Sync\nExec=/opt/m\n");
+    root.writeApplication(u"Mail"_s, "[X-Task sync]\nType=Sync\nExec=/opt/m\n");
 }
 
 void TestDeclaredTasks::listsWhatIsDeclared()
@@ -38,34 +39,29 @@ void TestDeclaredTasks::listsWhatIsDeclared()
     for (const Cli::DeclaredTask &task : Cli::declaredTasks())
         ids.append(task.taskId.toString());
     QCOMPARE(ids,
-             QStringList({QStringLiteral("com.example.Mail.task_sync"),
-                          QStringLiteral("com.example.Notes.task_alarm"),
-                          QStringLiteral("com.example.Notes.task_sync")}));
+             QStringList({u"com.example.Mail.task_sync"_s, u"com.example.Notes.task_alarm"_s,
+                          u"com.example.Notes.task_sync"_s}));
 }
 
 void TestDeclaredTasks::findsOneTask()
 {
-    QCOMPARE(Cli::declaredTask(QStringLiteral("com.example.Notes.task_alarm")).type,
-             QStringLiteral("Alarm"));
-    QVERIFY(!Cli::declaredTask(QStringLiteral("com.example.Notes.task_none")).taskId.isValid());
-    QVERIFY(!Cli::declaredTask(QStringLiteral("rubbish")).taskId.isValid());
+    QCOMPARE(Cli::declaredTask(u"com.example.Notes.task_alarm"_s).type, u"Alarm"_s);
+    QVERIFY(!Cli::declaredTask(u"com.example.Notes.task_none"_s).taskId.isValid());
+    QVERIFY(!Cli::declaredTask(u"rubbish"_s).taskId.isValid());
 }
 
 void TestDeclaredTasks::listsTypesWithTheirFile()
 {
     QStringList lines;
     for (const Cli::TaskType &type : Cli::taskTypes())
-        lines.append(
-            QStringLiteral("%1 %2 %3 %4")
-                .arg(type.name,
-                     type.worksInSession ? QStringLiteral("user") : QStringLiteral("system"))
-                .arg(type.tasks)
-                .arg(type.file.mid(root.path().size())));
-    QCOMPARE(lines,
-             QStringList({QStringLiteral("Alarm user 1 "),
-                          QStringLiteral("Sync system 2 /usr/share/orvane/task-types/Sync.conf"),
-                          QStringLiteral("deep/Unused system 0 "
-                                         "/usr/share/orvane/task-types/deep/Unused.conf")}));
+        lines.append(u"%1 %2 %3 %4"_s.arg(type.name, type.worksInSession ? u"user"_s : u"system"_s)
+                         .arg(type.tasks)
+                         .arg(type.file.mid(root.path().size())));
+    QCOMPARE(
+        lines,
+        QStringList({u"Alarm user 1 "_s, u"Sync system 2 /usr/share/orvane/task-types/Sync.conf"_s,
+                     u"deep/Unused system 0 "
+                     "/usr/share/orvane/task-types/deep/Unused.conf"_s}));
 }
 
 QTEST_GUILESS_MAIN(TestDeclaredTasks)

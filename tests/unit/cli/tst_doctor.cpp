@@ -4,6 +4,7 @@
 #include "cli/doctor/gates.h"
 #include "cli/doctor/policy_rule.h"
 #include "cli/doctor/unit_file.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QDir>
@@ -473,7 +474,7 @@ void TestDoctor::usesTheLastRuleAboutOwning()
     root.write(text("/etc/dbus-1/system.d/2.conf"), second);
     const Cli::PolicyRule found = Cli::ruleForOwning(text("a.b"), Places::below(root.path()));
     QCOMPARE(found.file.isEmpty() ? QString()
-                                  : QStringLiteral("%1 %2:%3")
+                                  : u"%1 %2:%3"_s
                                         .arg(found.allows ? text("yes") : text("no"),
                                              found.file.section(QLatin1Char('/'), -1))
                                         .arg(found.line),
@@ -598,8 +599,7 @@ void TestDoctor::listsWhatRunsOnTheFirstBoot()
     QCOMPARE(boot.tasks.at(0).user, text("appuser"));
     QStringList applications;
     for (const Cli::ApplicationAtSession &one : boot.applications)
-        applications.append(
-            QStringLiteral("%1 %2 %3").arg(one.application, one.user).arg(one.line));
+        applications.append(u"%1 %2 %3"_s.arg(one.application, one.user).arg(one.line));
     QCOMPARE(applications, QStringList({text("com.x.All  2"), text("com.x.One appuser 2")}));
 }
 

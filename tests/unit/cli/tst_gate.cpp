@@ -1,4 +1,5 @@
 #include "cli/gate.h"
+#include "support/literals.h"
 
 #include <QJsonObject>
 #include <QTest>
@@ -19,11 +20,11 @@ private Q_SLOTS:
 
 namespace {
 
-const Gate open{QStringLiteral("entry"), Gate::Yes, QStringLiteral("notes.desktop:1"),
-                QStringLiteral("it does not exist"), QStringLiteral("apt install notes")};
-const Gate shut{QStringLiteral("program"), Gate::No, QStringLiteral("/usr/bin/notes is missing"),
-                QStringLiteral("a start is refused"), QStringLiteral("chmod a+x /usr/bin/notes")};
-const Gate unknown{QStringLiteral("name owned"), Gate::NotKnown, QStringLiteral("no bus"), {}, {}};
+const Gate open{u"entry"_s, Gate::Yes, u"notes.desktop:1"_s, u"it does not exist"_s,
+                u"apt install notes"_s};
+const Gate shut{u"program"_s, Gate::No, u"/usr/bin/notes is missing"_s, u"a start is refused"_s,
+                u"chmod a+x /usr/bin/notes"_s};
+const Gate unknown{u"name owned"_s, Gate::NotKnown, u"no bus"_s, {}, {}};
 
 // The output of tests is not a terminal: it has neither colours nor a width.
 const Cli::Output &output()
@@ -37,25 +38,23 @@ const Cli::Output &output()
 void TestGate::alignsTheAnswers()
 {
     QCOMPARE(Cli::linesOf({open, unknown}, output()),
-             QStringList({QStringLiteral("yes  entry       notes.desktop:1"),
-                          QStringLiteral("?    name owned  no bus")}));
+             QStringList({u"yes  entry       notes.desktop:1"_s, u"?    name owned  no bus"_s}));
 }
 
 void TestGate::showsTheConsequenceAndTheCureOfAShutGate()
 {
     QCOMPARE(Cli::linesOf({shut}, output()),
-             QStringList({QStringLiteral("no   program  /usr/bin/notes is missing"),
-                          QStringLiteral("              a start is refused"),
-                          QStringLiteral("              try: chmod a+x /usr/bin/notes")}));
+             QStringList({u"no   program  /usr/bin/notes is missing"_s,
+                          u"              a start is refused"_s,
+                          u"              try: chmod a+x /usr/bin/notes"_s}));
 }
 
 void TestGate::showsNoControlCharacters()
 {
-    const Gate gate{QStringLiteral("program"), Gate::No, QStringLiteral("a\033[2J"),
-                    QStringLiteral("b\n"), QStringLiteral("c\r")};
-    QCOMPARE(Cli::linesOf({gate}, output()),
-             QStringList({QStringLiteral("no   program  a?[2J"), QStringLiteral("              b?"),
-                          QStringLiteral("              try: c?")}));
+    const Gate gate{u"program"_s, Gate::No, u"a\033[2J"_s, u"b\n"_s, u"c\r"_s};
+    QCOMPARE(
+        Cli::linesOf({gate}, output()),
+        QStringList({u"no   program  a?[2J"_s, u"              b?"_s, u"              try: c?"_s}));
 }
 
 void TestGate::findsTheFirstThatIsShut()
@@ -69,15 +68,15 @@ void TestGate::writesObjects()
 {
     const QJsonArray objects = Cli::objectsOf({shut, unknown});
     QCOMPARE(objects.at(0).toObject(),
-             QJsonObject({{QStringLiteral("gate"), QStringLiteral("program")},
-                          {QStringLiteral("answer"), QStringLiteral("no")},
-                          {QStringLiteral("evidence"), QStringLiteral("/usr/bin/notes is missing")},
-                          {QStringLiteral("consequence"), QStringLiteral("a start is refused")},
-                          {QStringLiteral("cure"), QStringLiteral("chmod a+x /usr/bin/notes")}}));
+             QJsonObject({{u"gate"_s, u"program"_s},
+                          {u"answer"_s, u"no"_s},
+                          {u"evidence"_s, u"/usr/bin/notes is missing"_s},
+                          {u"consequence"_s, u"a start is refused"_s},
+                          {u"cure"_s, u"chmod a+x /usr/bin/notes"_s}}));
     QCOMPARE(objects.at(1).toObject(),
-             QJsonObject({{QStringLiteral("gate"), QStringLiteral("name owned")},
-                          {QStringLiteral("answer"), QStringLiteral("unknown")},
-                          {QStringLiteral("evidence"), QStringLiteral("no bus")}}));
+             QJsonObject({{u"gate"_s, u"name owned"_s},
+                          {u"answer"_s, u"unknown"_s},
+                          {u"evidence"_s, u"no bus"_s}}));
 }
 
 QTEST_GUILESS_MAIN(TestGate)

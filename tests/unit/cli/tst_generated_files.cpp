@@ -1,5 +1,6 @@
 #include "cli/completion.h"
 #include "cli/man_page.h"
+#include "support/literals.h"
 
 #include <QFile>
 #include <QProcess>
@@ -30,7 +31,7 @@ private:
         QProcess process;
         process.setWorkingDirectory(folder);
         process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(shell, {QStringLiteral("-c"), script});
+        process.start(shell, {u"-c"_s, script});
         return process.waitForFinished() ? QString::fromUtf8(process.readAll()) : QString();
     }
     static QString path(const QString &file) { return QStringLiteral(SOURCE_FOLDER "/") + file; }
@@ -40,12 +41,10 @@ void TestGeneratedFiles::areWhatTheTableMakes_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<QByteArray>("text");
-    QTest::newRow("man page") << QStringLiteral("docs/man/orvanectl.1") << Cli::manPage();
-    QTest::newRow("bash") << QStringLiteral("data/completion/orvanectl.bash")
-                          << Cli::bashCompletion();
-    QTest::newRow("zsh") << QStringLiteral("data/completion/orvanectl.zsh") << Cli::zshCompletion();
-    QTest::newRow("fish") << QStringLiteral("data/completion/orvanectl.fish")
-                          << Cli::fishCompletion();
+    QTest::newRow("man page") << u"docs/man/orvanectl.1"_s << Cli::manPage();
+    QTest::newRow("bash") << u"data/completion/orvanectl.bash"_s << Cli::bashCompletion();
+    QTest::newRow("zsh") << u"data/completion/orvanectl.zsh"_s << Cli::zshCompletion();
+    QTest::newRow("fish") << u"data/completion/orvanectl.fish"_s << Cli::fishCompletion();
 }
 
 void TestGeneratedFiles::areWhatTheTableMakes()
@@ -66,9 +65,9 @@ void TestGeneratedFiles::areAcceptedByTheirShell_data()
 {
     QTest::addColumn<QString>("shell");
     QTest::addColumn<QByteArray>("text");
-    QTest::newRow("bash") << QStringLiteral("bash") << Cli::bashCompletion();
-    QTest::newRow("zsh") << QStringLiteral("zsh") << Cli::zshCompletion();
-    QTest::newRow("fish") << QStringLiteral("fish") << Cli::fishCompletion();
+    QTest::newRow("bash") << u"bash"_s << Cli::bashCompletion();
+    QTest::newRow("zsh") << u"zsh"_s << Cli::zshCompletion();
+    QTest::newRow("fish") << u"fish"_s << Cli::fishCompletion();
 }
 
 void TestGeneratedFiles::areAcceptedByTheirShell()
@@ -77,7 +76,7 @@ void TestGeneratedFiles::areAcceptedByTheirShell()
     QFETCH(QByteArray, text);
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(shell, {QStringLiteral("-n"), QStringLiteral("/dev/stdin")});
+    process.start(shell, {u"-n"_s, u"/dev/stdin"_s});
     QVERIFY(process.waitForStarted());
     process.write(text);
     process.closeWriteChannel();
@@ -90,27 +89,19 @@ void TestGeneratedFiles::completesInBash_data()
 {
     QTest::addColumn<QString>("words");
     QTest::addColumn<QString>("completions");
-    QTest::newRow("a command") << QStringLiteral("orvanectl st") << QStringLiteral("start stop");
-    QTest::newRow("an option") << QStringLiteral("orvanectl start x --ho")
-                               << QStringLiteral("--homeless");
-    QTest::newRow("an option of every command")
-        << QStringLiteral("orvanectl types --js") << QStringLiteral("--json");
-    QTest::newRow("a task") << QStringLiteral("orvanectl start com.e")
-                            << QStringLiteral("com.example.A.task_a com.example.B.task_b");
-    QTest::newRow("an application") << QStringLiteral("orvanectl tasks --app com.e")
-                                    << QStringLiteral("com.example.A com.example.B");
-    QTest::newRow("a user") << QStringLiteral("orvanectl start x --user roo")
-                            << QStringLiteral("root");
-    QTest::newRow("a file") << QStringLiteral("orvanectl lint docs/archi")
-                            << QStringLiteral("docs/architecture.md");
-    QTest::newRow("a further file")
-        << QStringLiteral("orvanectl lint data CMakeL") << QStringLiteral("CMakeLists.txt");
-    QTest::newRow("a root, for any command")
-        << QStringLiteral("orvanectl tasks --root pack") << QStringLiteral("packaging");
-    QTest::newRow("an option of lint")
-        << QStringLiteral("orvanectl lint --stri") << QStringLiteral("--strict");
-    QTest::newRow("a text without completions")
-        << QStringLiteral("orvanectl start x --own -") << QString();
+    QTest::newRow("a command") << u"orvanectl st"_s << u"start stop"_s;
+    QTest::newRow("an option") << u"orvanectl start x --ho"_s << u"--homeless"_s;
+    QTest::newRow("an option of every command") << u"orvanectl types --js"_s << u"--json"_s;
+    QTest::newRow("a task") << u"orvanectl start com.e"_s
+                            << u"com.example.A.task_a com.example.B.task_b"_s;
+    QTest::newRow("an application")
+        << u"orvanectl tasks --app com.e"_s << u"com.example.A com.example.B"_s;
+    QTest::newRow("a user") << u"orvanectl start x --user roo"_s << u"root"_s;
+    QTest::newRow("a file") << u"orvanectl lint docs/archi"_s << u"docs/architecture.md"_s;
+    QTest::newRow("a further file") << u"orvanectl lint data CMakeL"_s << u"CMakeLists.txt"_s;
+    QTest::newRow("a root, for any command") << u"orvanectl tasks --root pack"_s << u"packaging"_s;
+    QTest::newRow("an option of lint") << u"orvanectl lint --stri"_s << u"--strict"_s;
+    QTest::newRow("a text without completions") << u"orvanectl start x --own -"_s << QString();
 }
 
 void TestGeneratedFiles::completesInBash()
@@ -118,50 +109,42 @@ void TestGeneratedFiles::completesInBash()
     QFETCH(QString, words);
     QFETCH(QString, completions);
     const QString script =
-        QStringLiteral("orvanectl() { printf '%s\\n' 'TASK TYPE' 'com.example.A.task_a T' "
-                       "'com.example.B.task_b T'; }\n"
-                       "source '%2'\n"
-                       "COMP_WORDS=(%1)\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_orvanectl\n"
-                       "echo \"${COMPREPLY[*]}\"\n")
-            .arg(words, path(QStringLiteral("data/completion/orvanectl.bash")));
-    QCOMPARE(outputOf(QStringLiteral("bash"), script, QStringLiteral(SOURCE_FOLDER)).trimmed(),
-             completions);
+        u"orvanectl() { printf '%s\\n' 'TASK TYPE' 'com.example.A.task_a T' "
+        "'com.example.B.task_b T'; }\n"
+        "source '%2'\n"
+        "COMP_WORDS=(%1)\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_orvanectl\n"
+        "echo \"${COMPREPLY[*]}\"\n"_s.arg(words, path(u"data/completion/orvanectl.bash"_s));
+    QCOMPARE(outputOf(u"bash"_s, script, QStringLiteral(SOURCE_FOLDER)).trimmed(), completions);
 }
 
 void TestGeneratedFiles::keepsFileNamesWithBlanksInBash()
 {
     const QTemporaryDir folder;
-    QFile file(folder.filePath(QStringLiteral("two words.desktop")));
+    QFile file(folder.filePath(u"two words.desktop"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
     const QString script =
-        QStringLiteral("source '%1'\nCOMP_WORDS=(orvanectl lint t)\nCOMP_CWORD=2\n_orvanectl\n"
-                       "printf '<%s>' \"${COMPREPLY[@]}\"\n")
-            .arg(path(QStringLiteral("data/completion/orvanectl.bash")));
-    QCOMPARE(outputOf(QStringLiteral("bash"), script, folder.path()),
-             QStringLiteral("<two words.desktop>"));
+        u"source '%1'\nCOMP_WORDS=(orvanectl lint t)\nCOMP_CWORD=2\n_orvanectl\n"
+        "printf '<%s>' \"${COMPREPLY[@]}\"\n"_s.arg(path(u"data/completion/orvanectl.bash"_s));
+    QCOMPARE(outputOf(u"bash"_s, script, folder.path()), u"<two words.desktop>"_s);
 }
 
 void TestGeneratedFiles::completesInFish_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("completion");
-    QTest::newRow("a command") << QStringLiteral("orvanectl hist") << QStringLiteral("history");
-    QTest::newRow("a file") << QStringLiteral("orvanectl lint docs/archi")
-                            << QStringLiteral("docs/architecture.md");
-    QTest::newRow("a root, for any command")
-        << QStringLiteral("orvanectl tasks --root pack") << QStringLiteral("packaging/");
-    QTest::newRow("no file where none is wanted")
-        << QStringLiteral("orvanectl types CMakeL") << QString();
+    QTest::newRow("a command") << u"orvanectl hist"_s << u"history"_s;
+    QTest::newRow("a file") << u"orvanectl lint docs/archi"_s << u"docs/architecture.md"_s;
+    QTest::newRow("a root, for any command") << u"orvanectl tasks --root pack"_s << u"packaging/"_s;
+    QTest::newRow("no file where none is wanted") << u"orvanectl types CMakeL"_s << QString();
 }
 
 void TestGeneratedFiles::completesInFish()
 {
     QFETCH(QString, line);
     QFETCH(QString, completion);
-    const QString script = QStringLiteral("source '%1'; complete -C '%2'")
-                               .arg(path(QStringLiteral("data/completion/orvanectl.fish")), line);
-    const QString output =
-        outputOf(QStringLiteral("fish"), script, QStringLiteral(SOURCE_FOLDER)).trimmed();
+    const QString script =
+        u"source '%1'; complete -C '%2'"_s.arg(path(u"data/completion/orvanectl.fish"_s), line);
+    const QString output = outputOf(u"fish"_s, script, QStringLiteral(SOURCE_FOLDER)).trimmed();
     QCOMPARE(output.section(QLatin1Char('\t'), 0, 0), completion);
 }
 

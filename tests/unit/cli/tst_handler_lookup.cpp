@@ -1,4 +1,5 @@
 #include "cli/handler_lookup.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
 
@@ -21,7 +22,7 @@ namespace {
 
 void add(const TempRoot &root, const char *name, const char *mimeTypes, const char *more = "")
 {
-    root.write(QStringLiteral("/usr/share/applications/%1.desktop").arg(QString::fromLatin1(name)),
+    root.write(u"/usr/share/applications/%1.desktop"_s.arg(QString::fromLatin1(name)),
                QByteArray("[Desktop Entry]\nType=Application\nName=x\nMimeType=") + mimeTypes + "\n"
                    + more + "[X-Application]\nOrganizationName=com.x\nApplicationName=" + name
                    + "\n");
@@ -30,11 +31,10 @@ void add(const TempRoot &root, const char *name, const char *mimeTypes, const ch
 // One line per handler: "com.x.A declared image/png A.desktop:4".
 QStringList linesOf(const QString &word, const TempRoot &root)
 {
-    static const QStringList reasons{QStringLiteral("chosen"), QStringLiteral("declared"),
-                                     QStringLiteral("parent")};
+    static const QStringList reasons{u"chosen"_s, u"declared"_s, u"parent"_s};
     QStringList lines;
     for (const Cli::FoundHandler &found : Cli::handlersOf(*Cli::openableIn(word), placesOf(root)))
-        lines.append(QStringLiteral("%1 %2 %3 %4:%5")
+        lines.append(u"%1 %2 %3 %4:%5"_s
                          .arg(found.handler.application, reasons.at(found.handler.reason),
                               found.handler.type, found.file.section(QLatin1Char('/'), -1))
                          .arg(found.line));
@@ -48,8 +48,8 @@ void TestHandlerLookup::distinguishesUrisFromTypes_data()
     QTest::addColumn<QString>("word");
     QTest::addColumn<QString>("uri");
     QTest::addColumn<QString>("mimeType");
-    const QString bytes = QStringLiteral("application/octet-stream");
-    const QString png = QStringLiteral("image/png");
+    const QString bytes = u"application/octet-stream"_s;
+    const QString png = u"image/png"_s;
     const QString none;
     const auto text = [](const char *word) { return QString::fromLatin1(word); };
     QTest::newRow("web address") << text("https://a.b/c") << text("https://a.b/c") << bytes;
@@ -57,7 +57,7 @@ void TestHandlerLookup::distinguishesUrisFromTypes_data()
     QTest::newRow("file's address") << text("file:///x.png") << text("file:///x.png") << png;
     QTest::newRow("absolute path") << text("/x.png") << text("file:///x.png") << png;
     QTest::newRow("relative path")
-        << text("./x.png") << QStringLiteral("file://%1/x.png").arg(QDir::currentPath()) << png;
+        << text("./x.png") << u"file://%1/x.png"_s.arg(QDir::currentPath()) << png;
     QTest::newRow("type") << png << none << png;
     QTest::newRow("unknown type") << text("x/y+z") << none << text("x/y+z");
     QTest::newRow("pseudo-type of a scheme")
@@ -115,7 +115,7 @@ void TestHandlerLookup::givesTheLineThatDecided()
     add(root, "H", "x-url-handler/h/*;");
     add(root, "P", "text/plain;", "X-Halcyn-Support-Mime-Parents=true\n");
     add(root, "S", "x-scheme-handler/https;");
-    root.write(QStringLiteral("/home/config/mimeapps.list"),
+    root.write(u"/home/config/mimeapps.list"_s,
                "# chosen\n[Default Applications]\nimage/png=gone.desktop;B.desktop\n\n"
                "image/bmp=A.desktop\n");
     QCOMPARE(linesOf(word, root), expected);
@@ -125,8 +125,8 @@ void TestHandlerLookup::takesAnAliasForItsType()
 {
     const TempRoot root;
     add(root, "A", "application/pdf;");
-    QCOMPARE(linesOf(QStringLiteral("application/x-pdf"), root),
-             QStringList{QStringLiteral("com.x.A declared application/pdf A.desktop:4")});
+    QCOMPARE(linesOf(u"application/x-pdf"_s, root),
+             QStringList{u"com.x.A declared application/pdf A.desktop:4"_s});
 }
 
 QTEST_GUILESS_MAIN(TestHandlerLookup)

@@ -1,4 +1,5 @@
 #include "cli/help.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -23,10 +24,10 @@ void TestHelp::fitsInto80Columns()
 void TestHelp::givesTheSyntaxOfOptions()
 {
     Cli::Option option;
-    option.name = QStringLiteral("wait");
-    QCOMPARE(Cli::spellingOf(option), QStringLiteral("--wait"));
-    option.value = QStringLiteral("SECONDS");
-    QCOMPARE(Cli::spellingOf(option), QStringLiteral("--wait SECONDS"));
+    option.name = u"wait"_s;
+    QCOMPARE(Cli::spellingOf(option), u"--wait"_s);
+    option.value = u"SECONDS"_s;
+    QCOMPARE(Cli::spellingOf(option), u"--wait SECONDS"_s);
 }
 
 QTEST_GUILESS_MAIN(TestHelp)

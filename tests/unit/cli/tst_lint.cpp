@@ -4,6 +4,7 @@
 #include "cli/lint/near_word.h"
 #include "cli/lint/rules.h"
 #include "cli/tool.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QDir>
@@ -24,7 +25,7 @@ namespace {
 
 QString sourceFolder() { return QStringLiteral(SOURCE_FOLDER "/"); }
 
-QString samplesFolder() { return sourceFolder() + QStringLiteral("tests/data/lint/"); }
+QString samplesFolder() { return sourceFolder() + u"tests/data/lint/"_s; }
 
 QStringList samples()
 {
@@ -42,8 +43,7 @@ QStringList linesOf(const Cli::Collected &findings, const QString &folder)
 {
     QStringList lines;
     for (const Core::Finding &finding : findings.sorted())
-        lines.append(QStringLiteral("%1 %2:%3")
-                         .arg(finding.rule, QDir(folder).relativeFilePath(finding.file))
+        lines.append(u"%1 %2:%3"_s.arg(finding.rule, QDir(folder).relativeFilePath(finding.file))
                          .arg(finding.line));
     return lines;
 }
@@ -64,7 +64,7 @@ QByteArray entryOf(const QByteArray &tasks, const QByteArray &mainKeys = {},
         + tasks;
 }
 
-QString entryPath() { return QStringLiteral("/usr/share/applications/notes.desktop"); }
+QString entryPath() { return u"/usr/share/applications/notes.desktop"_s; }
 
 QByteArray taskOf(const QByteArray &name, const QByteArray &arguments)
 {
@@ -74,54 +74,53 @@ QByteArray taskOf(const QByteArray &name, const QByteArray &arguments)
 // Samples that are too large for the source tree.
 QMap<QString, std::function<void(const TempRoot &)>> largeSamples()
 {
-    const auto settings = QStringLiteral("/etc/am/conf.d/");
+    const auto settings = u"/etc/am/conf.d/"_s;
     return {
-        {QStringLiteral("entry-too-large"),
+        {u"entry-too-large"_s,
          [](const TempRoot &root) { root.write(entryPath(), QByteArray((1 << 20) + 1, '#')); }},
-        {QStringLiteral("intents-size"),
+        {u"intents-size"_s,
          [](const TempRoot &root) {
              root.write(entryPath(),
                         entryOf({}, {}, "Intents=" + QByteArray((64 << 10) + 1, 'a') + '\n'));
          }},
-        {QStringLiteral("mime-types-size"),
+        {u"mime-types-size"_s,
          [](const TempRoot &root) {
              root.write(entryPath(), entryOf({}, "MimeType=" + QByteArray(1025, 'a') + ";\n"));
          }},
-        {QStringLiteral("task-size"),
+        {u"task-size"_s,
          [](const TempRoot &root) {
              root.write(entryPath(), entryOf(taskOf("sync", QByteArray(17 << 10, 'a'))));
          }},
-        {QStringLiteral("tasks-size"),
+        {u"tasks-size"_s,
          [](const TempRoot &root) {
              QByteArray tasks;
              for (int number = 0; number < 20; ++number)
                  tasks += taskOf('a' + QByteArray::number(number), QByteArray(15 << 10, 'a'));
              root.write(entryPath(), entryOf(tasks));
          }},
-        {QStringLiteral("task-list-size"),
+        {u"task-list-size"_s,
          [](const TempRoot &root) {
              QByteArray tasks;
              for (int number = 0; number < 15; ++number)
                  tasks += taskOf('a' + QByteArray::number(number), QByteArray(15 << 10, 'a'));
              for (int number = 0; number < 40; ++number)
                  root.write(
-                     QStringLiteral("/usr/share/applications/a%1.desktop").arg(number),
+                     u"/usr/share/applications/a%1.desktop"_s.arg(number),
                      entryOf(tasks).replace("=Notes", "=Notes" + QByteArray::number(number)));
          }},
-        {QStringLiteral("task-type-unreadable"),
+        {u"task-type-unreadable"_s,
          [](const TempRoot &root) {
-             root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"),
+             root.write(u"/usr/share/orvane/task-types/Sync.conf"_s,
                         QByteArray((1 << 20) + 1, '#'));
          }},
-        {QStringLiteral("autostart-unreadable"),
+        {u"autostart-unreadable"_s,
          [settings](const TempRoot &root) {
-             root.write(settings + QStringLiteral("a.conf"), QByteArray((1 << 20) + 1, '#'));
+             root.write(settings + u"a.conf"_s, QByteArray((1 << 20) + 1, '#'));
          }},
-        {QStringLiteral("autostart-size"),
+        {u"autostart-size"_s,
          [settings](const TempRoot &root) {
              for (int number = 0; number < 5; ++number)
-                 root.write(settings + QStringLiteral("%1.conf").arg(number),
-                            QByteArray(1 << 20, '#'));
+                 root.write(settings + u"%1.conf"_s.arg(number), QByteArray(1 << 20, '#'));
          }},
     };
 }
@@ -130,11 +129,10 @@ QMap<QString, std::function<void(const TempRoot &)>> largeSamples()
 // reported at a start.
 QStringList rulesWithoutSample()
 {
-    return {QStringLiteral("entry-id"), QStringLiteral("unknown-permission"),
-            QStringLiteral("refused-by-sandbox")};
+    return {u"entry-id"_s, u"unknown-permission"_s, u"refused-by-sandbox"_s};
 }
 
-QRegularExpression colours() { return QRegularExpression(QStringLiteral("\x1b\\[[0-9;]*m")); }
+QRegularExpression colours() { return QRegularExpression(u"\x1b\\[[0-9;]*m"_s); }
 
 // The output on a terminal with this number of columns.
 QByteArray onTerminal(ushort width, const std::function<void()> &print)
@@ -220,8 +218,7 @@ void TestLint::findsWhatIsWrongInASample()
     QFETCH(QString, folder);
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(folder, Places::below({}), findings));
-    const QString expected =
-        QString::fromUtf8(contentOf(folder + QStringLiteral("/expected"))).trimmed();
+    const QString expected = QString::fromUtf8(contentOf(folder + u"/expected"_s)).trimmed();
     QVERIFY(expected.contains(QString::fromLatin1(QTest::currentDataTag()) + QLatin1Char(' ')));
     QCOMPARE(linesOf(findings, folder).join(QLatin1Char('\n')), expected);
 }
@@ -248,27 +245,26 @@ void TestLint::findsWhatIsTooLarge()
 void TestLint::findsAnEntryThatHasNoId()
 {
     const TempRoot root;
-    const QString path = QStringLiteral("/usr/share/applications/.desktop");
+    const QString path = u"/usr/share/applications/.desktop"_s;
     root.write(path, "[Desktop Entry]\nType=Application\nName=Notes\n");
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(path), Places::below({}), findings));
-    QCOMPARE(rulesIn(findings), QStringList(QStringLiteral("entry-id")));
+    QCOMPARE(rulesIn(findings), QStringList(u"entry-id"_s));
 }
 
 void TestLint::reportsWhatAStartWouldRefuse_data()
 {
     QTest::addColumn<QByteArray>("exec");
     QTest::addColumn<QString>("text");
-    const QString program =
-        QStringLiteral("Exec must not name a program with any of \" ' \\ $ % , * ? [ ] { }");
-    QTest::newRow("a lone semicolon") << QByteArray("/bin/true ; /bin/false")
-                                      << QStringLiteral("Exec must not hold a separate semicolon");
+    const QString program = u"Exec must not name a program with any of \" ' \\ $ % , * ? [ ] { }"_s;
+    QTest::newRow("a lone semicolon")
+        << QByteArray("/bin/true ; /bin/false") << u"Exec must not hold a separate semicolon"_s;
     QTest::newRow("a closing backslash")
-        << QByteArray("/bin/true \\\\") << QStringLiteral("Exec must not end with a backslash");
+        << QByteArray("/bin/true \\\\") << u"Exec must not end with a backslash"_s;
     QTest::newRow("a quoted program") << QByteArray("\"/bin/true\" x") << program;
     QTest::newRow("a program with a sign that is expanded") << QByteArray("/bin/%n x") << program;
     QTest::newRow("a control character")
-        << QByteArray("/bin/true a\\nb") << QStringLiteral("Exec must not hold control characters");
+        << QByteArray("/bin/true a\\nb") << u"Exec must not hold control characters"_s;
 }
 
 void TestLint::reportsWhatAStartWouldRefuse()
@@ -276,11 +272,11 @@ void TestLint::reportsWhatAStartWouldRefuse()
     QFETCH(QByteArray, exec);
     QFETCH(QString, text);
     const TempRoot root;
-    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(u"/usr/share/orvane/task-types/Sync.conf"_s, "[TaskType]\n");
     root.write(entryPath(), entryOf(taskOf("sync", {}).replace("/bin/true ", exec)));
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
-    QCOMPARE(rulesIn(findings), QStringList(QStringLiteral("declaration-refused")));
+    QCOMPARE(rulesIn(findings), QStringList(u"declaration-refused"_s));
     QCOMPARE(findings.sorted().constFirst().text, text);
 }
 
@@ -289,8 +285,8 @@ void TestLint::placesARefusalAtWhatIsRefused_data()
     QTest::addColumn<QByteArray>("organisation");
     QTest::addColumn<QByteArray>("exec");
     QTest::addColumn<QStringList>("places");
-    const QString id = QStringLiteral("OrganizationName 5");
-    const QString exec = QStringLiteral("Exec 9");
+    const QString id = u"OrganizationName 5"_s;
+    const QString exec = u"Exec 9"_s;
     QTest::newRow("the id") << QByteArray("org.freedesktop") << QByteArray("/bin/true")
                             << QStringList{id};
     QTest::newRow("the command line")
@@ -305,7 +301,7 @@ void TestLint::placesARefusalAtWhatIsRefused()
     QFETCH(QByteArray, exec);
     QFETCH(QStringList, places);
     const TempRoot root;
-    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(u"/usr/share/orvane/task-types/Sync.conf"_s, "[TaskType]\n");
     root.write(entryPath(),
                entryOf(taskOf("sync", {}).replace("/bin/true ", exec))
                    .replace("com.example", organisation));
@@ -313,8 +309,8 @@ void TestLint::placesARefusalAtWhatIsRefused()
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
     QStringList found;
     for (const Core::Finding &finding : findings.sorted()) {
-        QCOMPARE(finding.rule, QStringLiteral("declaration-refused"));
-        found.append(QStringLiteral("%1 %2").arg(finding.key).arg(finding.line));
+        QCOMPARE(finding.rule, u"declaration-refused"_s);
+        found.append(u"%1 %2"_s.arg(finding.key).arg(finding.line));
     }
     QCOMPARE(found, places);
 }
@@ -335,7 +331,7 @@ void TestLint::ignoresWhatOtherProgramsRead()
 {
     QFETCH(QByteArray, groups);
     const TempRoot root;
-    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(u"/usr/share/orvane/task-types/Sync.conf"_s, "[TaskType]\n");
     root.write(entryPath(), entryOf(groups, "Exec=\"two words\" %U\nDBusActivatable=true\n"));
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
@@ -360,8 +356,7 @@ void TestLint::knowsMisspeltKeysOfTheMainGroup()
     root.write(entryPath(), entryOf({}, key + "=yes\n"));
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
-    QCOMPARE(rulesIn(findings),
-             isMisspelt ? QStringList(QStringLiteral("unknown-key")) : QStringList());
+    QCOMPARE(rulesIn(findings), isMisspelt ? QStringList(u"unknown-key"_s) : QStringList());
 }
 
 void TestLint::findsTheFirstLineThatIsNotUtf8_data()
@@ -396,13 +391,12 @@ void TestLint::findsTheFirstLineThatIsNotUtf8()
 void TestLint::followsTheLinksOfATree()
 {
     const TempRoot root;
-    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
-    root.write(QStringLiteral("/usr/libexec/one"), "#!/bin/sh\n");
-    root.write(QStringLiteral("/usr/bin/keep"), {});
+    root.write(u"/usr/share/orvane/task-types/Sync.conf"_s, "[TaskType]\n");
+    root.write(u"/usr/libexec/one"_s, "#!/bin/sh\n");
+    root.write(u"/usr/bin/keep"_s, {});
     // Absolute links: on this system they lead elsewhere.
-    QVERIFY(QFile::link(QStringLiteral("/usr/libexec/one"),
-                        root.path(QStringLiteral("/usr/bin/tst-lint-link"))));
-    QVERIFY(QFile::link(QStringLiteral("/usr/libexec"), root.path(QStringLiteral("/lib-of-a"))));
+    QVERIFY(QFile::link(u"/usr/libexec/one"_s, root.path(u"/usr/bin/tst-lint-link"_s)));
+    QVERIFY(QFile::link(u"/usr/libexec"_s, root.path(u"/lib-of-a"_s)));
     root.write(entryPath(),
                entryOf("[X-Task a]\nType=Sync\nExec=/usr/bin/tst-lint-link\n"
                        "[X-Task b]\nType=Sync\nExec=/lib-of-a/one\n"
@@ -410,25 +404,22 @@ void TestLint::followsTheLinksOfATree()
                        "[X-Task d]\nType=Sync\nExec=/lib-of-a/two\n"));
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
-    const QString notExecutable = QStringLiteral("exec-not-executable");
+    const QString notExecutable = u"exec-not-executable"_s;
     QCOMPARE(rulesIn(findings),
-             QStringList(
-                 {notExecutable, notExecutable, notExecutable, QStringLiteral("exec-not-there")}));
+             QStringList({notExecutable, notExecutable, notExecutable, u"exec-not-there"_s}));
 }
 
 void TestLint::givesTheLineInALinkedEntryOfATree()
 {
     const TempRoot root;
-    root.write(QStringLiteral("/opt/notes.desktop"),
-               entryOf("[X-Task sync]\nType=no type\nExec=/bin/true\n"));
-    root.write(QStringLiteral("/usr/share/applications/keep"), {});
+    root.write(u"/opt/notes.desktop"_s, entryOf("[X-Task sync]\nType=no type\nExec=/bin/true\n"));
+    root.write(u"/usr/share/applications/keep"_s, {});
     // On this system the link is broken.
-    QVERIFY(QFile::link(QStringLiteral("/opt/notes.desktop"), root.path(entryPath())));
+    QVERIFY(QFile::link(u"/opt/notes.desktop"_s, root.path(entryPath())));
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
-    QCOMPARE(
-        linesOf(findings, root.path()),
-        QStringList{QStringLiteral("type-object-path usr/share/applications/notes.desktop:8")});
+    QCOMPARE(linesOf(findings, root.path()),
+             QStringList{u"type-object-path usr/share/applications/notes.desktop:8"_s});
 }
 
 // Only with the stand-in, which reads files in the same way as the linter.
@@ -436,8 +427,8 @@ void TestLint::readsEachEntryOnce()
 {
     const TempRoot root;
     root.write(entryPath(), entryOf("[X-Task sync]\nType=Sync\nExec=/bin/true\n"));
-    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
-    const QString program = QStringLiteral("/bin/true");
+    root.write(u"/usr/share/orvane/task-types/Sync.conf"_s, "[TaskType]\n");
+    const QString program = u"/bin/true"_s;
     root.write(program, "\177ELF");
     QVERIFY(QFile::setPermissions(root.path(program), QFile::ReadOwner | QFile::ExeOwner));
     const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
@@ -474,23 +465,23 @@ void TestLint::knowsWhatSystemdExpands()
     QFETCH(QByteArray, argument);
     QFETCH(bool, isExpanded);
     const TempRoot root;
-    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
+    root.write(u"/usr/share/orvane/task-types/Sync.conf"_s, "[TaskType]\n");
     root.write(entryPath(), entryOf(taskOf("sync", argument)));
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
-    QCOMPARE(rulesIn(findings).contains(QStringLiteral("exec-expansion")), isExpanded);
+    QCOMPARE(rulesIn(findings).contains(u"exec-expansion"_s), isExpanded);
 }
 
 void TestLint::reportsAFolderAsAProgram()
 {
     const TempRoot root;
-    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"), "[TaskType]\n");
-    root.write(QStringLiteral("/opt/notes/a"), {});
+    root.write(u"/usr/share/orvane/task-types/Sync.conf"_s, "[TaskType]\n");
+    root.write(u"/opt/notes/a"_s, {});
     root.write(entryPath(), entryOf("[X-Task sync]\nType=Sync\nExec=/opt/notes\n"));
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
-    QCOMPARE(rulesIn(findings), QStringList(QStringLiteral("exec-directory")));
-    QCOMPARE(findings.sorted().constFirst().text, QStringLiteral("/opt/notes is a directory"));
+    QCOMPARE(rulesIn(findings), QStringList(u"exec-directory"_s));
+    QCOMPARE(findings.sorted().constFirst().text, u"/opt/notes is a directory"_s);
 }
 
 void TestLint::readsEveryKindOfFileInAFolder()
@@ -507,13 +498,12 @@ void TestLint::readsEveryKindOfFileInAFolder()
     // Belongs to another program.
     write("/source/logging.conf", "[output]\nlevel=3\n");
     Cli::Collected findings;
-    QVERIFY(Cli::lintPath(root.path(QStringLiteral("/source")), Places::below({}), findings));
-    QCOMPARE(linesOf(findings, root.path(QStringLiteral("/source"))),
-             QStringList({QStringLiteral("permission-name 50%.permission:0"),
-                          QStringLiteral("autostart-boolean autostart.conf:2"),
-                          QStringLiteral("entry-invalid more/b.desktop:0"),
-                          QStringLiteral("type-object-path notes.desktop:8"),
-                          QStringLiteral("task-type-boolean task-types/Sync.conf:2")}));
+    QVERIFY(Cli::lintPath(root.path(u"/source"_s), Places::below({}), findings));
+    QCOMPARE(
+        linesOf(findings, root.path(u"/source"_s)),
+        QStringList({u"permission-name 50%.permission:0"_s, u"autostart-boolean autostart.conf:2"_s,
+                     u"entry-invalid more/b.desktop:0"_s, u"type-object-path notes.desktop:8"_s,
+                     u"task-type-boolean task-types/Sync.conf:2"_s}));
 }
 
 void TestLint::knowsWhichUsersMayExist()
@@ -523,7 +513,7 @@ void TestLint::knowsWhichUsersMayExist()
     QVERIFY(!Cli::mayBeUser(unusedUid, {}));
     const TempRoot root;
     QVERIFY(Cli::mayBeUser(unusedUid, root.path()));
-    root.write(QStringLiteral("/etc/passwd"), "root:x:0:0::/root:/bin/sh\n");
+    root.write(u"/etc/passwd"_s, "root:x:0:0::/root:/bin/sh\n");
     QVERIFY(Cli::mayBeUser(0, root.path()));
     QVERIFY(!Cli::mayBeUser(unusedUid, root.path()));
 }
@@ -531,10 +521,9 @@ void TestLint::knowsWhichUsersMayExist()
 void TestLint::wrapsItsLinesAtTheTerminalsWidth_data()
 {
     QTest::addColumn<QStringList>("words");
-    QTest::newRow("of findings") << QStringList(QStringLiteral("exec-quotes"));
-    QTest::newRow("of the rules") << QStringList(QStringLiteral("--list-rules"));
-    QTest::newRow("of a rule") << QStringList{QStringLiteral("--explain"),
-                                              QStringLiteral("exec-quotes")};
+    QTest::newRow("of findings") << QStringList(u"exec-quotes"_s);
+    QTest::newRow("of the rules") << QStringList(u"--list-rules"_s);
+    QTest::newRow("of a rule") << QStringList{u"--explain"_s, u"exec-quotes"_s};
 }
 
 void TestLint::wrapsItsLinesAtTheTerminalsWidth()
@@ -544,8 +533,7 @@ void TestLint::wrapsItsLinesAtTheTerminalsWidth()
     const QString folder = QDir::currentPath();
     QVERIFY(QDir::setCurrent(samplesFolder()));
     const QByteArray text = onTerminal(width, [&words] {
-        (void)Cli::runTool(QStringList{QStringLiteral("lint"), QStringLiteral("--no-pager")}
-                           + words);
+        (void)Cli::runTool(QStringList{u"lint"_s, u"--no-pager"_s} + words);
     });
     QDir::setCurrent(folder);
     qInstallMessageHandler(nullptr);
@@ -561,31 +549,28 @@ void TestLint::exitsWithOneWhenSomethingIsWrong_data()
 {
     QTest::addColumn<QStringList>("words");
     QTest::addColumn<int>("status");
-    const QString error = samplesFolder() + QStringLiteral("exec-relative");
-    const QString warning = samplesFolder() + QStringLiteral("exec-quotes");
-    const QString note = samplesFolder() + QStringLiteral("entry-shadowed");
-    const QString strict = QStringLiteral("--strict");
+    const QString error = samplesFolder() + u"exec-relative"_s;
+    const QString warning = samplesFolder() + u"exec-quotes"_s;
+    const QString note = samplesFolder() + u"entry-shadowed"_s;
+    const QString strict = u"--strict"_s;
     QTest::newRow("an error") << QStringList{error} << 1;
     QTest::newRow("an error in the second path") << QStringList{warning, error} << 1;
-    QTest::newRow("an error in JSON") << QStringList{error, QStringLiteral("--json")} << 1;
+    QTest::newRow("an error in JSON") << QStringList{error, u"--json"_s} << 1;
     QTest::newRow("a warning") << QStringList{warning} << 0;
     QTest::newRow("a warning that counts") << QStringList{warning, strict} << 1;
     QTest::newRow("a note") << QStringList{note, strict} << 0;
-    QTest::newRow("an error below a root") << QStringList{QStringLiteral("--root"), error} << 1;
-    QTest::newRow("a path that is not there") << QStringList{QStringLiteral("/missing")} << 2;
-    QTest::newRow("the list of rules") << QStringList{QStringLiteral("--list-rules")} << 0;
-    QTest::newRow("a rule") << QStringList{QStringLiteral("--explain"),
-                                           QStringLiteral("exec-quotes")}
-                            << 0;
-    QTest::newRow("no rule") << QStringList{QStringLiteral("--explain"), QStringLiteral("exec")}
-                             << 2;
+    QTest::newRow("an error below a root") << QStringList{u"--root"_s, error} << 1;
+    QTest::newRow("a path that is not there") << QStringList{u"/missing"_s} << 2;
+    QTest::newRow("the list of rules") << QStringList{u"--list-rules"_s} << 0;
+    QTest::newRow("a rule") << QStringList{u"--explain"_s, u"exec-quotes"_s} << 0;
+    QTest::newRow("no rule") << QStringList{u"--explain"_s, u"exec"_s} << 2;
 }
 
 void TestLint::exitsWithOneWhenSomethingIsWrong()
 {
     QFETCH(QStringList, words);
     QFETCH(int, status);
-    const int found = Cli::runTool(QStringList(QStringLiteral("lint")) + words);
+    const int found = Cli::runTool(QStringList(u"lint"_s) + words);
     qInstallMessageHandler(nullptr);
     QCOMPARE(found, status);
 }
@@ -612,8 +597,7 @@ void TestLint::hasAdviceForEachRule()
 
 void TestLint::listsEveryRuleInTheSource()
 {
-    const QRegularExpression definition(
-        QStringLiteral("constexpr Rule (\\w+)\\{\\s*\"([a-z0-9-]+)\""));
+    const QRegularExpression definition(u"constexpr Rule (\\w+)\\{\\s*\"([a-z0-9-]+)\""_s);
     QMap<QString, QString> ids;
     for (const char *header : {"src/common/Core/rules.h", "src/cli/lint/rules.h"}) {
         const QString text = QString::fromUtf8(contentOf(sourceFolder() + QLatin1String(header)));
@@ -623,12 +607,12 @@ void TestLint::listsEveryRuleInTheSource()
             ids.insert(match.captured(1), match.captured(2));
         }
     }
-    const QRegularExpression use(QStringLiteral("ORVANE_(WARN|MENTION|REMARK)\\(([^;]*?)<<"),
+    const QRegularExpression use(u"ORVANE_(WARN|MENTION|REMARK)\\(([^;]*?)<<"_s,
                                  QRegularExpression::DotMatchesEverythingOption);
-    const QRegularExpression named(QStringLiteral("Rules::(\\w+)"));
+    const QRegularExpression named(u"Rules::(\\w+)"_s);
     int uses = 0;
-    QDirIterator files(sourceFolder() + QStringLiteral("src"), {QStringLiteral("*.cpp")},
-                       QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator files(sourceFolder() + u"src"_s, {u"*.cpp"_s}, QDir::Files,
+                       QDirIterator::Subdirectories);
     while (files.hasNext()) {
         const QString path = files.next();
         auto found = use.globalMatch(QString::fromUtf8(contentOf(path)));
@@ -648,15 +632,12 @@ void TestLint::findsNothingInWhatIsRight()
     root.write(entryPath(),
                entryOf(taskOf("sync", "--once") + "Permissions=Internet;\nConditions=Charging;\n",
                        {}, "Sandboxing=Disabled\n"));
-    root.write(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"),
-               "[TaskType]\nWorksInSession=false\n");
-    root.write(QStringLiteral("/etc/sailjail/permissions/Internet.permission"), "netfilter\n");
-    root.write(QStringLiteral("/opt/app/com.example.Notes/current/manifest.json"),
+    root.write(u"/usr/share/orvane/task-types/Sync.conf"_s, "[TaskType]\nWorksInSession=false\n");
+    root.write(u"/etc/sailjail/permissions/Internet.permission"_s, "netfilter\n");
+    root.write(u"/opt/app/com.example.Notes/current/manifest.json"_s,
                "{\"keepMediaActiveInBackground\": true}");
-    root.write(QStringLiteral("/etc/orvane/os-version-support.cfg"),
-               "[Applications]\ncom.example.*=4.5\n");
-    root.write(QStringLiteral("/etc/am/conf.d/notes.conf"),
-               "[com.example.Notes]\nautostart=true\n");
+    root.write(u"/etc/orvane/os-version-support.cfg"_s, "[Applications]\ncom.example.*=4.5\n");
+    root.write(u"/etc/am/conf.d/notes.conf"_s, "[com.example.Notes]\nautostart=true\n");
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
     QCOMPARE(linesOf(findings, root.path()), QStringList());
@@ -664,13 +645,12 @@ void TestLint::findsNothingInWhatIsRight()
 
 void TestLint::findsTheSameInAFileAsInItsTree()
 {
-    const QStringList ofFiles{
-        QStringLiteral("exec-relative/usr/share/applications/notes.desktop"),
-        QStringLiteral("manifest-boolean/opt/app/com.example.Notes/current/manifest.json"),
-        QStringLiteral("override-key/etc/orvane/os-version-support.cfg"),
-        QStringLiteral("task-type-boolean/usr/share/orvane/task-types/Sync.conf"),
-        QStringLiteral("autostart-boolean/etc/am/conf.d/notes.conf"),
-        QStringLiteral("permission-name/etc/sailjail/permissions/50%.permission")};
+    const QStringList ofFiles{u"exec-relative/usr/share/applications/notes.desktop"_s,
+                              u"manifest-boolean/opt/app/com.example.Notes/current/manifest.json"_s,
+                              u"override-key/etc/orvane/os-version-support.cfg"_s,
+                              u"task-type-boolean/usr/share/orvane/task-types/Sync.conf"_s,
+                              u"autostart-boolean/etc/am/conf.d/notes.conf"_s,
+                              u"permission-name/etc/sailjail/permissions/50%.permission"_s};
     for (const QString &file : ofFiles) {
         Cli::Collected findings;
         QVERIFY(Cli::lintPath(samplesFolder() + file, Places::below({}), findings));
@@ -682,31 +662,29 @@ void TestLint::findsTheSameInAFileAsInItsTree()
 void TestLint::findsNothingToReadInOtherFiles()
 {
     const TempRoot root;
-    root.write(QStringLiteral("/notes/README"), "Notes");
+    root.write(u"/notes/README"_s, "Notes");
     Cli::Collected findings;
     const Places system = Places::below({});
-    QVERIFY(!Cli::lintPath(root.path(QStringLiteral("/notes/README")), system, findings));
-    QVERIFY(!Cli::lintPath(root.path(QStringLiteral("/notes")), system, findings));
-    QVERIFY(!Cli::lintPath(root.path(QStringLiteral("/missing")), system, findings));
+    QVERIFY(!Cli::lintPath(root.path(u"/notes/README"_s), system, findings));
+    QVERIFY(!Cli::lintPath(root.path(u"/notes"_s), system, findings));
+    QVERIFY(!Cli::lintPath(root.path(u"/missing"_s), system, findings));
 }
 
 void TestLint::knowsWhichWordWasMeant_data()
 {
     QTest::addColumn<QString>("written");
     QTest::addColumn<QString>("meant");
-    QTest::newRow("another case") << QStringLiteral("exec") << QStringLiteral("Exec");
-    QTest::newRow("letters that are missing")
-        << QStringLiteral("Permision") << QStringLiteral("Permissions");
-    QTest::newRow("letters that are swapped") << QStringLiteral("Tpye") << QStringLiteral("Type");
-    QTest::newRow("another word") << QStringLiteral("Colour") << QString();
+    QTest::newRow("another case") << u"exec"_s << u"Exec"_s;
+    QTest::newRow("letters that are missing") << u"Permision"_s << u"Permissions"_s;
+    QTest::newRow("letters that are swapped") << u"Tpye"_s << u"Type"_s;
+    QTest::newRow("another word") << u"Colour"_s << QString();
 }
 
 void TestLint::knowsWhichWordWasMeant()
 {
     QFETCH(QString, written);
     QFETCH(QString, meant);
-    const QStringList words{QStringLiteral("Type"), QStringLiteral("Exec"),
-                            QStringLiteral("Permissions"), QStringLiteral("Conditions")};
+    const QStringList words{u"Type"_s, u"Exec"_s, u"Permissions"_s, u"Conditions"_s};
     QCOMPARE(Cli::nearWord(written, words), meant);
 }
 

@@ -4,6 +4,7 @@
 
 #include "cli/lint/linter.h"
 #include "common/Core/application_catalogue.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QDir>
@@ -33,18 +34,17 @@ QString cacheFolder()
 {
     const QString cache = qEnvironmentVariable("ORVANE_ENTRY_CACHE");
     const QString ofUser = qEnvironmentVariable("XDG_CACHE_HOME");
-    const QString home = qEnvironmentVariable("HOME") + QStringLiteral("/.cache");
-    return cache.isEmpty() ? (ofUser.isEmpty() ? home : ofUser) + QStringLiteral("/orvane-entries")
-                           : cache;
+    const QString home = qEnvironmentVariable("HOME") + u"/.cache"_s;
+    return cache.isEmpty() ? (ofUser.isEmpty() ? home : ofUser) + u"/orvane-entries"_s : cache;
 }
 
-QString treeFolder() { return cacheFolder() + QStringLiteral("/root"); }
+QString treeFolder() { return cacheFolder() + u"/root"_s; }
 
-QDir entriesFolder() { return QDir(treeFolder() + QStringLiteral("/usr/share/applications")); }
+QDir entriesFolder() { return QDir(treeFolder() + u"/usr/share/applications"_s); }
 
 QStringList entries()
 {
-    return entriesFolder().entryList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
+    return entriesFolder().entryList({u"*.desktop"_s}, QDir::Files, QDir::Name);
 }
 
 QByteArray contentOf(const QString &path)
@@ -58,8 +58,7 @@ QStringList linesOf(const Cli::Collected &findings)
 {
     QStringList lines;
     for (const Core::Finding &finding : findings.sorted())
-        lines.append(QStringLiteral("%1 %2").arg(finding.rule,
-                                                 entriesFolder().relativeFilePath(finding.file)));
+        lines.append(u"%1 %2"_s.arg(finding.rule, entriesFolder().relativeFilePath(finding.file)));
     return lines;
 }
 
@@ -69,7 +68,7 @@ QStringList correctLines()
     for (const CorrectFinding &right : correctFindings) {
         const QString file = QString::fromLatin1(right.file);
         if (contentOf(entriesFolder().filePath(file)).contains(right.cause))
-            lines.append(QStringLiteral("%1 %2").arg(QLatin1String(right.rule), file));
+            lines.append(u"%1 %2"_s.arg(QLatin1String(right.rule), file));
     }
     return lines;
 }
@@ -124,7 +123,7 @@ void TestLintRealEntries::findsOnlyFaultsInEachFile()
 void TestLintRealEntries::findsAFaultyTaskInEachOfThem()
 {
     const TempRoot root;
-    const QString path = QStringLiteral("/entry.desktop");
+    const QString path = u"/entry.desktop"_s;
     const QString right = correctLines().join(QLatin1Char('\n'));
     for (const QString &name : entries()) {
         if (right.contains(name))
@@ -135,8 +134,8 @@ void TestLintRealEntries::findsAFaultyTaskInEachOfThem()
         QStringList rules;
         for (const Core::Finding &finding : findings.sorted())
             rules.append(finding.rule);
-        QVERIFY2(rules.contains(QStringLiteral("unknown-key")), qPrintable(name));
-        QVERIFY2(rules.contains(QStringLiteral("type-missing")), qPrintable(name));
+        QVERIFY2(rules.contains(u"unknown-key"_s), qPrintable(name));
+        QVERIFY2(rules.contains(u"type-missing"_s), qPrintable(name));
     }
 }
 

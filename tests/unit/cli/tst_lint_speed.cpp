@@ -2,6 +2,7 @@
 
 #include "cli/lint/linter.h"
 #include "common/Core/application_catalogue.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QFile>
@@ -19,7 +20,7 @@ constexpr int rounds = 5;
 constexpr int attempts = 3;
 constexpr double largestRatio = 1.5;
 
-QString anyProgram() { return QStringLiteral("/usr/libexec/any"); }
+QString anyProgram() { return u"/usr/libexec/any"_s; }
 
 QByteArray translations(const QByteArray &key)
 {
@@ -39,9 +40,9 @@ QByteArray translations(const QByteArray &key)
 void writeEntry(const TempRoot &root, int number)
 {
     const QByteArray name = "notes" + QByteArray::number(number);
-    const QString program = QStringLiteral("/usr/libexec/") + QString::fromLatin1(name);
+    const QString program = u"/usr/libexec/"_s + QString::fromLatin1(name);
     const QByteArray path = root.path(program).toLatin1();
-    root.write(QStringLiteral("/usr/share/applications/%1.desktop").arg(QString::fromLatin1(name)),
+    root.write(u"/usr/share/applications/%1.desktop"_s.arg(QString::fromLatin1(name)),
                "[Desktop Entry]\nType=Application\nName=Notes\n" + translations("Name")
                    + "Comment=Short texts\n" + translations("Comment") + "Exec=/usr/bin/" + name
                    + " %U\nIcon=notes\nTerminal=false\nStartupNotify=true\n"
@@ -87,9 +88,9 @@ private:
 
 void TestLintSpeed::initTestCase()
 {
-    root.serveType(QStringLiteral("Sync"));
-    root.write(QStringLiteral("/etc/sailjail/permissions/Internet.permission"), "netfilter\n");
-    root.write(QStringLiteral("/etc/sailjail/permissions/Audio.permission"), "netfilter\n");
+    root.serveType(u"Sync"_s);
+    root.write(u"/etc/sailjail/permissions/Internet.permission"_s, "netfilter\n");
+    root.write(u"/etc/sailjail/permissions/Audio.permission"_s, "netfilter\n");
     root.write(anyProgram(), QByteArrayLiteral("\177ELF"));
     QVERIFY(QFile::setPermissions(root.path(anyProgram()), QFile::ReadOwner | QFile::ExeOwner));
     for (int number = 0; number < entries; ++number)
@@ -101,7 +102,7 @@ void TestLintSpeed::takesLittleLongerThanAScan()
     // As on a running system: programs are looked up at their own paths.
     Places places = Places::below(root.path());
     places.programRoot.clear();
-    places.permissionFolders = QStringList{root.path(QStringLiteral("/etc/sailjail/permissions/"))};
+    places.permissionFolders = QStringList{root.path(u"/etc/sailjail/permissions/"_s)};
     double ratio = 0;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         // The minimum of the rounds, because other load only adds time.

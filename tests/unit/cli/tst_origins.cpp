@@ -3,6 +3,7 @@
 #include "cli/start_options.h"
 #include "common/places.h"
 #include "support/collected_findings.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QFile>
@@ -51,26 +52,24 @@ void TestOrigins::initTestCase()
                               QFileDevice::ReadOwner | QFileDevice::ExeOwner);
     }
     for (const char *permission : {"BaseTask", "Audio"})
-        root.write(QStringLiteral("/etc/sailjail/permissions/%1.permission")
-                       .arg(QLatin1String(permission)),
-                   "");
-    request.user = QStringLiteral("appuser");
-    request.busName = QStringLiteral("com.example.Own");
-    request.permissions = QStringList{QStringLiteral("Audio")};
-    request.params = QStringList{QStringLiteral("--fast")};
+        root.write(u"/etc/sailjail/permissions/%1.permission"_s.arg(QLatin1String(permission)), "");
+    request.user = u"appuser"_s;
+    request.busName = u"com.example.Own"_s;
+    request.permissions = QStringList{u"Audio"_s};
+    request.params = QStringList{u"--fast"_s};
     request.weight = 7;
     request.cpuLimit = 9;
-    request.unitSettings.insert(QStringLiteral("MemoryMax"), QStringLiteral("64M"));
-    request.environment = QStringList{QStringLiteral("A=1")};
+    request.unitSettings.insert(u"MemoryMax"_s, u"64M"_s);
+    request.environment = QStringList{u"A=1"_s};
 }
 
 Cli::DeclaredTask TestOrigins::declare(const QByteArray &entry)
 {
-    const QString path = QStringLiteral("/usr/share/applications/notes.desktop");
+    const QString path = u"/usr/share/applications/notes.desktop"_s;
     root.write(path, entry);
     CollectedFindings findings;
     const Core::ApplicationInfo application(root.path(path), Places::below(root.path()), findings);
-    return application.tasks().value(QStringLiteral("sync"));
+    return application.tasks().value(u"sync"_s);
 }
 
 QString TestOrigins::originOf(const QByteArray &entry, const QString &setting, const QString &value)
@@ -81,7 +80,7 @@ QString TestOrigins::originOf(const QByteArray &entry, const QString &setting, c
         if (origin.setting == setting && origin.value == value)
             return origin.toString().remove(root.path());
     }
-    return QStringLiteral("not there: ") + rendering.error.message();
+    return u"not there: "_s + rendering.error.message();
 }
 
 void TestOrigins::givesTheOriginOfEachValue_data()
@@ -139,25 +138,22 @@ void TestOrigins::findsTheLineInTheEntry_data()
     const QByteArray head = "[Desktop Entry]\nType=Application\nName=App\nExec=/opt/app\n";
     const QByteArray task = "[X-Task sync]\nType=Sync\nExec=/opt/worker\n";
     const QByteArray id = "[X-Application]\nOrganizationName=com.example\nApplicationName=Notes\n";
-    const QString file = QStringLiteral("/usr/share/applications/notes.desktop");
-    const QString organisation = QStringLiteral("--template=OrganizationName:com.example");
-    QTest::newRow("a task without a command line")
-        << head + id + "[X-Task sync]\nType=Sync\n"
-        << QStringLiteral("/opt/app") << file + QStringLiteral(":4 (Exec)");
-    QTest::newRow("an empty command line")
-        << head + id + "[X-Task sync]\nType=Sync\nExec=\n"
-        << QStringLiteral("/opt/app") << file + QStringLiteral(":4 (Exec)");
+    const QString file = u"/usr/share/applications/notes.desktop"_s;
+    const QString organisation = u"--template=OrganizationName:com.example"_s;
+    QTest::newRow("a task without a command line") << head + id + "[X-Task sync]\nType=Sync\n"
+                                                   << u"/opt/app"_s << file + u":4 (Exec)"_s;
+    QTest::newRow("an empty command line") << head + id + "[X-Task sync]\nType=Sync\nExec=\n"
+                                           << u"/opt/app"_s << file + u":4 (Exec)"_s;
     QTest::newRow("the older group") << head + task + "[X-Sailjail]\n" + id.mid(16) << organisation
-                                     << file + QStringLiteral(":9 (OrganizationName)");
+                                     << file + u":9 (OrganizationName)"_s;
     QTest::newRow("an empty name in the newer group")
         << head + "[X-Application]\nOrganizationName=\n[Sailjail]\n" + id.mid(16) + task
-        << organisation << file + QStringLiteral(":8 (OrganizationName)");
+        << organisation << file + u":8 (OrganizationName)"_s;
     QTest::newRow("a key given twice")
         << head + "[X-Application]\nOrganizationName=org.old\n" + id.mid(16) + task << organisation
-        << file + QStringLiteral(":7 (OrganizationName)");
+        << file + u":7 (OrganizationName)"_s;
     QTest::newRow("a name from the file's")
-        << head + task << QStringLiteral("--template=ApplicationName:notes")
-        << file + QStringLiteral(" (ApplicationName)");
+        << head + task << u"--template=ApplicationName:notes"_s << file + u" (ApplicationName)"_s;
 }
 
 void TestOrigins::findsTheLineInTheEntry()
@@ -165,17 +161,17 @@ void TestOrigins::findsTheLineInTheEntry()
     QFETCH(QByteArray, entry);
     QFETCH(QString, value);
     QFETCH(QString, origin);
-    QCOMPARE(originOf(entry, QStringLiteral("ExecStart"), value), origin);
+    QCOMPARE(originOf(entry, u"ExecStart"_s, value), origin);
 }
 
 void TestOrigins::leavesOutFoldersInTheShortForm()
 {
-    const QString file = QStringLiteral("/usr/share/applications/notes.desktop");
-    ValueOrigin origin{{}, {}, {}, QStringLiteral("Exec"), file, 9};
-    QCOMPARE(origin.toShortString(), QStringLiteral("notes.desktop:9 (Exec)"));
+    const QString file = u"/usr/share/applications/notes.desktop"_s;
+    ValueOrigin origin{{}, {}, {}, u"Exec"_s, file, 9};
+    QCOMPARE(origin.toShortString(), u"notes.desktop:9 (Exec)"_s);
     origin.line = 0;
-    QCOMPARE(origin.toShortString(), QStringLiteral("notes.desktop (Exec)"));
-    QCOMPARE(origin.toString(), file + QStringLiteral(" (Exec)"));
+    QCOMPARE(origin.toShortString(), u"notes.desktop (Exec)"_s);
+    QCOMPARE(origin.toString(), file + u" (Exec)"_s);
 }
 
 void TestOrigins::listsEveryLineOfTheUnit()
@@ -202,7 +198,7 @@ void TestOrigins::hasAnOptionForEachHint()
 {
     QStringList options;
     for (const Cli::Option &option : Cli::startOptions())
-        options.append(QStringLiteral("--") + option.name);
+        options.append(u"--"_s + option.name);
     const QStringList hints = request.hints().keys() + request.information().keys();
     QCOMPARE(hints.size(), 8);
     for (const QString &hint : hints)

@@ -1,4 +1,5 @@
 #include "cli/parse.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -27,64 +28,54 @@ QStringList words(const QString &line) { return line.split(QLatin1Char(' '), Qt:
 
 void TestParse::acceptsArgumentsAndOptionsInAnyOrder()
 {
-    const Parsed parsed = Cli::parse(words(QStringLiteral("start --user u a.b.task_c --json")));
+    const Parsed parsed = Cli::parse(words(u"start --user u a.b.task_c --json"_s));
     QCOMPARE(parsed.complaint, QString());
-    QCOMPARE(parsed.command->name, QStringLiteral("start"));
-    QCOMPARE(parsed.request.arguments, QStringList(QStringLiteral("a.b.task_c")));
-    QCOMPARE(parsed.request.value(QStringLiteral("user")), QStringLiteral("u"));
-    QVERIFY(parsed.request.has(QStringLiteral("json")));
-    QVERIFY(!parsed.request.has(QStringLiteral("wait")));
+    QCOMPARE(parsed.command->name, u"start"_s);
+    QCOMPARE(parsed.request.arguments, QStringList(u"a.b.task_c"_s));
+    QCOMPARE(parsed.request.value(u"user"_s), u"u"_s);
+    QVERIFY(parsed.request.has(u"json"_s));
+    QVERIFY(!parsed.request.has(u"wait"_s));
 }
 
 void TestParse::takesOneWordPerUse()
 {
-    const Parsed parsed =
-        Cli::parse(words(QStringLiteral("start --param one --param two a.b.task_c")));
+    const Parsed parsed = Cli::parse(words(u"start --param one --param two a.b.task_c"_s));
     QCOMPARE(parsed.complaint, QString());
-    QCOMPARE(parsed.request.values(QStringLiteral("param")),
-             QStringList({QStringLiteral("one"), QStringLiteral("two")}));
-    QCOMPARE(parsed.request.arguments, QStringList(QStringLiteral("a.b.task_c")));
+    QCOMPARE(parsed.request.values(u"param"_s), QStringList({u"one"_s, u"two"_s}));
+    QCOMPARE(parsed.request.arguments, QStringList(u"a.b.task_c"_s));
 }
 
 void TestParse::acceptsAValueThatBeginsWithADash()
 {
-    const Parsed parsed =
-        Cli::parse(words(QStringLiteral("start --param=-x --weight -5 a.b.task_c")));
+    const Parsed parsed = Cli::parse(words(u"start --param=-x --weight -5 a.b.task_c"_s));
     QCOMPARE(parsed.complaint, QString());
-    QCOMPARE(parsed.request.values(QStringLiteral("param")), QStringList(QStringLiteral("-x")));
-    QCOMPARE(parsed.request.value(QStringLiteral("weight")), QStringLiteral("-5"));
+    QCOMPARE(parsed.request.values(u"param"_s), QStringList(u"-x"_s));
+    QCOMPARE(parsed.request.value(u"weight"_s), u"-5"_s);
 }
 
 void TestParse::reportsWrongUsage_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("complaint");
-    QTest::newRow("nothing") << QString() << QStringLiteral("a command is missing");
-    QTest::newRow("no command of the tool")
-        << QStringLiteral("bogus") << QStringLiteral("there is no command \"bogus\"");
+    QTest::newRow("nothing") << QString() << u"a command is missing"_s;
+    QTest::newRow("no command of the tool") << u"bogus"_s << u"there is no command \"bogus\""_s;
     QTest::newRow("no option of the command")
-        << QStringLiteral("types --user u")
-        << QStringLiteral("--user is not an option of this command");
-    QTest::newRow("a word missing")
-        << QStringLiteral("start") << QStringLiteral("TASK is required");
+        << u"types --user u"_s << u"--user is not an option of this command"_s;
+    QTest::newRow("a word missing") << u"start"_s << u"TASK is required"_s;
     QTest::newRow("a word that is no choice")
-        << QStringLiteral("autostart toggle")
-        << QStringLiteral("ACTION: toggle is not one of list, enable, disable, explain");
-    QTest::newRow("a word too many") << QStringLiteral("autostart list a.b c.d")
-                                     << QStringLiteral("there is no argument for c.d");
-    QTest::newRow("no number") << QStringLiteral("start t --weight much")
-                               << QStringLiteral("--weight: much is not a number");
+        << u"autostart toggle"_s
+        << u"ACTION: toggle is not one of list, enable, disable, explain"_s;
+    QTest::newRow("a word too many")
+        << u"autostart list a.b c.d"_s << u"there is no argument for c.d"_s;
+    QTest::newRow("no number") << u"start t --weight much"_s << u"--weight: much is not a number"_s;
     QTest::newRow("a number that is too small")
-        << QStringLiteral("top --interval 0") << QStringLiteral("--interval: 0 is less than 1");
+        << u"top --interval 0"_s << u"--interval: 0 is less than 1"_s;
     QTest::newRow("a negative number of runs")
-        << QStringLiteral("history t --last -1") << QStringLiteral("--last: -1 is less than 1");
-    QTest::newRow("a value missing")
-        << QStringLiteral("start t --user") << QStringLiteral("--user needs a value");
+        << u"history t --last -1"_s << u"--last: -1 is less than 1"_s;
+    QTest::newRow("a value missing") << u"start t --user"_s << u"--user needs a value"_s;
     QTest::newRow("a value that may be there once")
-        << QStringLiteral("start t --user a --user b")
-        << QStringLiteral("--user may be given only once");
-    QTest::newRow("a switch with a value")
-        << QStringLiteral("tasks --json=false") << QStringLiteral("--json takes no value");
+        << u"start t --user a --user b"_s << u"--user may be given only once"_s;
+    QTest::newRow("a switch with a value") << u"tasks --json=false"_s << u"--json takes no value"_s;
 }
 
 void TestParse::reportsWrongUsage()
@@ -99,10 +90,10 @@ void TestParse::helpsEvenIfTheRestIsWrong_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("command");
-    QTest::newRow("the tool") << QStringLiteral("--help") << QString();
-    QTest::newRow("the tool, short") << QStringLiteral("-h") << QString();
-    QTest::newRow("a command") << QStringLiteral("start --help") << QStringLiteral("start");
-    QTest::newRow("a wrong line") << QStringLiteral("stop --bogus -h") << QStringLiteral("stop");
+    QTest::newRow("the tool") << u"--help"_s << QString();
+    QTest::newRow("the tool, short") << u"-h"_s << QString();
+    QTest::newRow("a command") << u"start --help"_s << u"start"_s;
+    QTest::newRow("a wrong line") << u"stop --bogus -h"_s << u"stop"_s;
 }
 
 void TestParse::helpsEvenIfTheRestIsWrong()
@@ -115,10 +106,7 @@ void TestParse::helpsEvenIfTheRestIsWrong()
     QCOMPARE(parsed.command == nullptr ? QString() : parsed.command->name, command);
 }
 
-void TestParse::recognisesVersion()
-{
-    QVERIFY(Cli::parse({QStringLiteral("--version")}).wantsVersion);
-}
+void TestParse::recognisesVersion() { QVERIFY(Cli::parse({u"--version"_s}).wantsVersion); }
 
 QTEST_GUILESS_MAIN(TestParse)
 #include "tst_parse.moc"

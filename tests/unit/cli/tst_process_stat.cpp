@@ -1,6 +1,7 @@
 #include "cli/process_stat.h"
 
 #include "common/places.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -23,15 +24,13 @@ quint64 pages(quint64 count) { return count * static_cast<quint64>(sysconf(_SC_P
 // A line in the kernel's format, with user time, system time and resident pages.
 QByteArray line(const char *name, int parent, int user, int system, int resident)
 {
-    return QStringLiteral(
-               "12 (%1) S %2 12 12 0 -1 4194304 90 91 92 93 %3 %4 95 96 20 0 1 0 97 98 %5 "
-               "99 1 1\n")
-        .arg(QString::fromLatin1(name))
-        .arg(parent)
-        .arg(user)
-        .arg(system)
-        .arg(resident)
-        .toLatin1();
+    return u"12 (%1) S %2 12 12 0 -1 4194304 90 91 92 93 %3 %4 95 96 20 0 1 0 97 98 %5 "
+           "99 1 1\n"_s.arg(QString::fromLatin1(name))
+               .arg(parent)
+               .arg(user)
+               .arg(system)
+               .arg(resident)
+               .toLatin1();
 }
 
 } // namespace
@@ -51,9 +50,9 @@ private Q_SLOTS:
 private:
     void write(int pid, const QByteArray &text) const
     {
-        const QString folder = QStringLiteral("%1/proc/%2").arg(root->path()).arg(pid);
+        const QString folder = u"%1/proc/%2"_s.arg(root->path()).arg(pid);
         QVERIFY(QDir().mkpath(folder));
-        QFile file(folder + QStringLiteral("/stat"));
+        QFile file(folder + u"/stat"_s);
         QVERIFY(file.open(QIODevice::WriteOnly));
         QCOMPARE(file.write(text), qint64(text.size()));
     }

@@ -1,4 +1,5 @@
 #include "cli/process_tree.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -18,14 +19,12 @@ void TestProcessTree::putsEachBelowItsParent_data()
     QTest::addColumn<QString>("tree");
     using Processes = QVector<QPair<int, int>>;
     QTest::newRow("none") << Processes{} << QString();
-    QTest::newRow("a chain") << Processes{{3, 2}, {2, 1}, {5, 3}} << QStringLiteral("0:2 1:3 2:5");
-    QTest::newRow("siblings") << Processes{{9, 2}, {2, 1}, {4, 2}, {5, 4}}
-                              << QStringLiteral("0:2 1:4 2:5 1:9");
-    QTest::newRow("two children of systemd")
-        << Processes{{9, 1}, {2, 1}} << QStringLiteral("0:2 0:9");
-    QTest::newRow("unknown parents") << Processes{{9, 0}, {2, 0}} << QStringLiteral("0:2 0:9");
-    QTest::newRow("a cycle") << Processes{{2, 3}, {3, 2}} << QStringLiteral("0:2 1:3");
-    QTest::newRow("its own parent") << Processes{{2, 2}} << QStringLiteral("0:2");
+    QTest::newRow("a chain") << Processes{{3, 2}, {2, 1}, {5, 3}} << u"0:2 1:3 2:5"_s;
+    QTest::newRow("siblings") << Processes{{9, 2}, {2, 1}, {4, 2}, {5, 4}} << u"0:2 1:4 2:5 1:9"_s;
+    QTest::newRow("two children of systemd") << Processes{{9, 1}, {2, 1}} << u"0:2 0:9"_s;
+    QTest::newRow("unknown parents") << Processes{{9, 0}, {2, 0}} << u"0:2 0:9"_s;
+    QTest::newRow("a cycle") << Processes{{2, 3}, {3, 2}} << u"0:2 1:3"_s;
+    QTest::newRow("its own parent") << Processes{{2, 2}} << u"0:2"_s;
 }
 
 void TestProcessTree::putsEachBelowItsParent()
@@ -38,7 +37,7 @@ void TestProcessTree::putsEachBelowItsParent()
         all.append({pid, {}, parent});
     QStringList lines;
     for (const Cli::TreeProcess &one : Cli::processTree(all))
-        lines.append(QStringLiteral("%1:%2").arg(one.depth).arg(one.process.pid));
+        lines.append(u"%1:%2"_s.arg(one.depth).arg(one.process.pid));
     QCOMPARE(lines.join(QLatin1Char(' ')), tree);
 }
 

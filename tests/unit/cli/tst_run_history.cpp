@@ -1,4 +1,5 @@
 #include "cli/run_history.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -87,18 +88,14 @@ QStringList linesOf(const QVector<PastRun> &runs)
 {
     QStringList lines;
     for (const PastRun &run : runs) {
-        const QString lasted = run.lasted == PastRun::notKnown
-            ? QStringLiteral("-")
-            : QString::number(run.lasted / 1000000);
-        lines.append(QStringLiteral("%1 %2 %3").arg(stateOf(run), lasted, run.toString()));
+        const QString lasted =
+            run.lasted == PastRun::notKnown ? u"-"_s : QString::number(run.lasted / 1000000);
+        lines.append(u"%1 %2 %3"_s.arg(stateOf(run), lasted, run.toString()));
     }
     return lines;
 }
 
-QStringList linesOf(const Entries &entries)
-{
-    return linesOf(Cli::runsIn(entries, QStringLiteral("now")));
-}
+QStringList linesOf(const Entries &entries) { return linesOf(Cli::runsIn(entries, u"now"_s)); }
 
 } // namespace
 
@@ -206,9 +203,9 @@ void TestRunHistory::separatesRuns_data()
     const auto row = [](const char *name, const Log &log, const QStringList &runs) {
         QTest::newRow(name) << log.entries << runs;
     };
-    const QString killed = QStringLiteral("failed 2 killed by signal 9 (Killed)");
-    const QString running = QStringLiteral("running - running");
-    const QString refused = QStringLiteral("failed - not started: started too often");
+    const QString killed = u"failed 2 killed by signal 9 (Killed)"_s;
+    const QString running = u"running - running"_s;
+    const QString refused = u"failed - not started: started too often"_s;
     row("none", Log(), {});
     row("an automatic restart",
         Log()
@@ -241,11 +238,11 @@ void TestRunHistory::separatesRuns_data()
     row("boots whose entries are mixed, because the clock was set back",
         Log("before").started().boot("now").run("b").started().boot("before").run("a").failed(
             "timeout"),
-        {QStringLiteral("failed 2 out of time"), running});
+        {u"failed 2 out of time"_s, running});
     row("a power cut, and the next boot", Log("before").started().boot("now").run("b").started(),
-        {QStringLiteral("lost - ended with the boot, unknown how"), running});
+        {u"lost - ended with the boot, unknown how"_s, running});
     row("an end that was not written, before a further run", Log().started().run("b").started(),
-        {QStringLiteral("lost - unknown how it ended"), running});
+        {u"lost - unknown how it ended"_s, running});
 }
 
 void TestRunHistory::separatesRuns()
@@ -262,19 +259,18 @@ void TestRunHistory::toleratesMissingEntriesAndFields_data()
     const auto row = [](const char *name, const Log &log, const QStringList &runs) {
         QTest::newRow(name) << log.entries << runs;
     };
-    const QString notKnown = QStringLiteral("lost 1 unknown how it ended");
-    row("no start", Log().exited("exited", "3").failed("exit-code"),
-        {QStringLiteral("failed - exit status 3")});
-    row("an end alone", Log().succeeded().stopped(), {QStringLiteral("ended - exit status 0")});
+    const QString notKnown = u"lost 1 unknown how it ended"_s;
+    row("no start", Log().exited("exited", "3").failed("exit-code"), {u"failed - exit status 3"_s});
+    row("an end alone", Log().succeeded().stopped(), {u"ended - exit status 0"_s});
     row("a stop alone", Log().stopped(), {});
     row("numbers alone", Log().took("5"), {});
     row("no result", Log().started().stopped(), {notKnown});
     row("an empty result", Log().started().failed(""), {notKnown});
     row("no status", Log().started().exited("", "").failed("exit-code"),
-        {QStringLiteral("failed 2 exit status 0")});
+        {u"failed 2 exit status 0"_s});
     row("no ids of runs",
         Log().run("").started().succeeded().started().exited("exited", "3").failed("exit-code"),
-        {QStringLiteral("ended 1 exit status 0"), QStringLiteral("failed 2 exit status 3")});
+        {u"ended 1 exit status 0"_s, u"failed 2 exit status 3"_s});
     row("a message without an id, and one of no run", Log().write("").write("0123"), {});
 }
 
@@ -287,14 +283,13 @@ void TestRunHistory::toleratesMissingEntriesAndFields()
 
 void TestRunHistory::knowsWhenARunWas()
 {
-    const auto runs =
-        Cli::runsIn(Log().starting().started().succeeded().entries, QStringLiteral("now"));
+    const auto runs = Cli::runsIn(Log().starting().started().succeeded().entries, u"now"_s);
     QCOMPARE(runs.size(), 1);
     QCOMPARE(runs.constFirst().start, epoch + 1000000);
     QCOMPARE(runs.constFirst().end, epoch + 3000000);
     QCOMPARE(runs.constFirst().lasted, quint64(2000000));
-    QCOMPARE(runs.constFirst().boot, QStringLiteral("now"));
-    QCOMPARE(runs.constFirst().invocation, QStringLiteral("a"));
+    QCOMPARE(runs.constFirst().boot, u"now"_s);
+    QCOMPARE(runs.constFirst().invocation, u"a"_s);
 }
 
 void TestRunHistory::knowsTheResourcesOfARun()
@@ -307,7 +302,7 @@ void TestRunHistory::knowsTheResourcesOfARun()
                         .started()
                         .succeeded()
                         .took("not a number");
-    const auto runs = Cli::runsIn(log.entries, QStringLiteral("now"));
+    const auto runs = Cli::runsIn(log.entries, u"now"_s);
     QCOMPARE(runs.size(), 2);
     QCOMPARE(runs.at(0).processorTime, quint64(1500000000));
     QCOMPARE(runs.at(0).memoryPeak, quint64(2097152));
@@ -317,18 +312,18 @@ void TestRunHistory::knowsTheResourcesOfARun()
 
 void TestRunHistory::keepsResultAndStatusForPrograms()
 {
-    const auto runs = Cli::runsIn(
-        Log().started().exited("dumped", "11").failed("core-dump").entries, QStringLiteral("now"));
+    const auto runs =
+        Cli::runsIn(Log().started().exited("dumped", "11").failed("core-dump").entries, u"now"_s);
     QJsonObject object;
     runs.constFirst().result.addTo(object);
-    QCOMPARE(object.value(QStringLiteral("result")).toString(), QStringLiteral("core-dump"));
-    QCOMPARE(object.value(QStringLiteral("signal")).toInt(), 11);
+    QCOMPARE(object.value(u"result"_s).toString(), u"core-dump"_s);
+    QCOMPARE(object.value(u"signal"_s).toInt(), 11);
 }
 
 void TestRunHistory::knowsNoRunningTaskInAnImage()
 {
     QCOMPARE(linesOf(Cli::runsIn(Log().started().entries, QString())),
-             QStringList(QStringLiteral("lost - ended with the boot, unknown how")));
+             QStringList(u"lost - ended with the boot, unknown how"_s));
 }
 
 void TestRunHistory::countsStarts()

@@ -1,4 +1,5 @@
 #include "cli/run_result.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -48,21 +49,21 @@ void TestRunResult::putsSystemdsResultIntoWords()
 
 void TestRunResult::keepsWhatAnUpdateLeavesOut()
 {
-    RunResult result{QStringLiteral("exit-code"), 1, 3};
-    result.update({{QStringLiteral("ExecMainStatus"), 4}});
-    QCOMPARE(result.toString(), QStringLiteral("exit status 4"));
+    RunResult result{u"exit-code"_s, 1, 3};
+    result.update({{u"ExecMainStatus"_s, 4}});
+    QCOMPARE(result.toString(), u"exit status 4"_s);
 }
 
 void TestRunResult::distinguishesAnExitStatusFromASignal()
 {
     QJsonObject exited;
-    RunResult({QStringLiteral("exit-code"), 1, 3}).addTo(exited);
-    QCOMPARE(exited.value(QStringLiteral("exitStatus")).toInt(), 3);
-    QVERIFY(!exited.contains(QStringLiteral("signal")));
+    RunResult({u"exit-code"_s, 1, 3}).addTo(exited);
+    QCOMPARE(exited.value(u"exitStatus"_s).toInt(), 3);
+    QVERIFY(!exited.contains(u"signal"_s));
     QJsonObject killed;
-    RunResult({QStringLiteral("signal"), 2, 9}).addTo(killed);
-    QCOMPARE(killed.value(QStringLiteral("signal")).toInt(), 9);
-    QVERIFY(!killed.contains(QStringLiteral("exitStatus")));
+    RunResult({u"signal"_s, 2, 9}).addTo(killed);
+    QCOMPARE(killed.value(u"signal"_s).toInt(), 9);
+    QVERIFY(!killed.contains(u"exitStatus"_s));
 }
 
 QTEST_GUILESS_MAIN(TestRunResult)

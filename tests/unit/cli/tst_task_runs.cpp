@@ -1,4 +1,5 @@
 #include "cli/task_runs.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -7,24 +8,24 @@ using Cli::TaskRuns;
 
 namespace {
 
-QString task() { return QStringLiteral("a.b.task_c"); }
+QString task() { return u"a.b.task_c"_s; }
 
 // The properties of a unit that last became inactive at this time; 0: never.
 QVariantMap unit(const char *state, char invocation, quint64 inactiveSince = 0,
                  const char *subState = "")
 {
-    return {{QStringLiteral("ActiveState"), QString::fromLatin1(state)},
-            {QStringLiteral("SubState"), QString::fromLatin1(subState)},
-            {QStringLiteral("InactiveEnterTimestampMonotonic"), inactiveSince},
-            {QStringLiteral("InvocationID"), QByteArray(16, invocation)}};
+    return {{u"ActiveState"_s, QString::fromLatin1(state)},
+            {u"SubState"_s, QString::fromLatin1(subState)},
+            {u"InactiveEnterTimestampMonotonic"_s, inactiveSince},
+            {u"InvocationID"_s, QByteArray(16, invocation)}};
 }
 
 QVariantMap service(const char *result, int code, int status)
 {
-    return {{QStringLiteral("Result"), QString::fromLatin1(result)},
-            {QStringLiteral("ExecMainCode"), code},
-            {QStringLiteral("ExecMainStatus"), status},
-            {QStringLiteral("ExecMainPID"), 77}};
+    return {{u"Result"_s, QString::fromLatin1(result)},
+            {u"ExecMainCode"_s, code},
+            {u"ExecMainStatus"_s, status},
+            {u"ExecMainPID"_s, 77}};
 }
 
 QString kinds(const TaskRuns::Events &events)
@@ -63,19 +64,18 @@ void TestTaskRuns::reportsAStartAndAnEnd()
     TaskRuns runs;
     runs.updateService(task(), service("success", 0, 0));
     const auto started = runs.updateUnit(task(), unit("active", 'a'));
-    QCOMPARE(kinds(started), QStringLiteral("started"));
+    QCOMPARE(kinds(started), u"started"_s);
     QCOMPARE(started.constFirst().pid, 77);
     QCOMPARE(started.constFirst().taskId, task());
     runs.updateService(task(), service("success", 1, 0));
-    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), u"ended"_s);
 }
 
 void TestTaskRuns::reportsBothWhenOnlyTheEndIsSent()
 {
     TaskRuns runs;
     runs.updateService(task(), service("success", 1, 0));
-    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))),
-             QStringLiteral("started ended"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), u"started ended"_s);
 }
 
 void TestTaskRuns::reportsAnEndThatWasMergedWithTheNextStart()
@@ -83,8 +83,8 @@ void TestTaskRuns::reportsAnEndThatWasMergedWithTheNextStart()
     TaskRuns runs;
     (void)runs.updateUnit(task(), unit("active", 'a'));
     const auto events = runs.updateUnit(task(), unit("active", 'b'));
-    QCOMPARE(kinds(events), QStringLiteral("ended started"));
-    QCOMPARE(events.constFirst().result.toString(), QStringLiteral("unknown"));
+    QCOMPARE(kinds(events), u"ended started"_s);
+    QCOMPARE(events.constFirst().result.toString(), u"unknown"_s);
 }
 
 void TestTaskRuns::doesNotMistakeTheStateBeforeAStartForAnEnd_data()
@@ -100,12 +100,11 @@ void TestTaskRuns::doesNotMistakeTheStateBeforeAStartForAnEnd()
     TaskRuns runs;
     (void)runs.firstLook(task(), unit(state.constData(), 'a', 5));
     runs.updateService(task(), service("success", 0, 0));
-    QCOMPARE(kinds(runs.updateUnit(task(), unit(state.constData(), 'b', 5))),
-             QStringLiteral("started"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit(state.constData(), 'b', 5))), u"started"_s);
     QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'b', 5))), QString());
     // systemd unloaded the unit in between, so it never became inactive.
     QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'b', 0))), QString());
-    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'b', 6))), QStringLiteral("ended"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'b', 6))), u"ended"_s);
 }
 
 void TestTaskRuns::reportsAStartThatFailedAtOnce()
@@ -113,10 +112,9 @@ void TestTaskRuns::reportsAStartThatFailedAtOnce()
     TaskRuns runs;
     (void)runs.firstLook(task(), unit("inactive", 'a', 5));
     QVariantMap failed = service("resources", 0, 0);
-    failed.insert(QStringLiteral("MainPID"), 0u);
+    failed.insert(u"MainPID"_s, 0u);
     runs.updateService(task(), failed);
-    QCOMPARE(kinds(runs.updateUnit(task(), unit("failed", 'b', 5))),
-             QStringLiteral("started failed"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("failed", 'b', 5))), u"started failed"_s);
 }
 
 void TestTaskRuns::reportsOnceWhatIsSentTwice()
@@ -125,7 +123,7 @@ void TestTaskRuns::reportsOnceWhatIsSentTwice()
     (void)runs.updateUnit(task(), unit("activating", 'a'));
     QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'a'))), QString());
     QCOMPARE(kinds(runs.updateUnit(task(), unit("deactivating", 'a'))), QString());
-    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), u"ended"_s);
     QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QString());
 }
 
@@ -135,7 +133,7 @@ void TestTaskRuns::reportsHowARunFailed()
     (void)runs.updateUnit(task(), unit("active", 'a'));
     runs.updateService(task(), service("exit-code", 1, 3));
     const auto events = runs.updateUnit(task(), unit("failed", 'a', 5));
-    QCOMPARE(kinds(events), QStringLiteral("failed"));
+    QCOMPARE(kinds(events), u"failed"_s);
     QCOMPARE(events.constFirst().result.status, 3);
 }
 
@@ -145,20 +143,20 @@ void TestTaskRuns::reportsARunThatSystemdRestarts()
     (void)runs.updateUnit(task(), unit("active", 'a'));
     runs.updateService(task(), service("signal", 2, 9));
     QCOMPARE(kinds(runs.updateUnit(task(), unit("activating", 'a', 5, "auto-restart"))),
-             QStringLiteral("failed"));
-    QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'b'))), QStringLiteral("started"));
+             u"failed"_s);
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'b'))), u"started"_s);
 }
 
 void TestTaskRuns::reportsRunsFromBefore()
 {
     TaskRuns runs;
     QVariantMap properties = unit("active", 'a');
-    properties.insert(QStringLiteral("ExecMainPID"), 5);
+    properties.insert(u"ExecMainPID"_s, 5);
     const auto events = runs.firstLook(task(), properties);
-    QCOMPARE(kinds(events), QStringLiteral("running"));
+    QCOMPARE(kinds(events), u"running"_s);
     QCOMPARE(events.constFirst().pid, 5);
     QCOMPARE(kinds(runs.updateUnit(task(), unit("active", 'a'))), QString());
-    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QStringLiteral("ended"));
+    QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), u"ended"_s);
 }
 
 void TestTaskRuns::doesNotReportUnitsThatDoNotRun()
@@ -167,15 +165,14 @@ void TestTaskRuns::doesNotReportUnitsThatDoNotRun()
     QCOMPARE(kinds(runs.firstLook(task(), unit("failed", 'a', 5))), QString());
     QCOMPARE(kinds(runs.updateUnit(task(), unit("inactive", 'a', 5))), QString());
     // Loaded, but has not run.
-    QCOMPARE(kinds(runs.updateUnit(QStringLiteral("other"), unit("inactive", '\0'))), QString());
+    QCOMPARE(kinds(runs.updateUnit(u"other"_s, unit("inactive", '\0'))), QString());
 }
 
 void TestTaskRuns::reportsAStartThatFailedBeforeARun()
 {
     const TaskRuns runs;
-    QCOMPARE(kinds(runs.jobRemoved(task(), QStringLiteral("done"))), QString());
-    QCOMPARE(kinds(runs.jobRemoved(task(), QStringLiteral("dependency"))),
-             QStringLiteral("failed"));
+    QCOMPARE(kinds(runs.jobRemoved(task(), u"done"_s)), QString());
+    QCOMPARE(kinds(runs.jobRemoved(task(), u"dependency"_s)), u"failed"_s);
 }
 
 QTEST_GUILESS_MAIN(TestTaskRuns)

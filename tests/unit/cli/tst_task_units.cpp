@@ -1,4 +1,5 @@
 #include "cli/task_units.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -16,22 +17,21 @@ private Q_SLOTS:
 
 void TestTaskUnits::findsTheTaskOfAUnit()
 {
-    const QString id = QStringLiteral("com.example.Notes.task_sync");
+    const QString id = u"com.example.Notes.task_sync"_s;
     QCOMPARE(Cli::taskIdOfUnit(Cli::unitNameOf(id)), id);
-    QCOMPARE(Cli::taskIdOfUnit(QStringLiteral("dbus.service")), QString());
-    QCOMPARE(Cli::taskIdOfUnit(QStringLiteral("ov_task.x.timer")), QString());
+    QCOMPARE(Cli::taskIdOfUnit(u"dbus.service"_s), QString());
+    QCOMPARE(Cli::taskIdOfUnit(u"ov_task.x.timer"_s), QString());
 }
 
 void TestTaskUnits::readsAnObjectsPath_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("unit");
-    const QString units = QStringLiteral("/org/freedesktop/systemd1/unit/");
-    QTest::newRow("a task") << units + QStringLiteral("ov_5ftask_2ea_2eservice")
-                            << QStringLiteral("ov_task.a.service");
-    QTest::newRow("not of ASCII") << units + QStringLiteral("_c3_a4") << QString::fromUtf8("ä");
-    QTest::newRow("a job") << QStringLiteral("/org/freedesktop/systemd1/job/5") << QString();
-    QTest::newRow("cut off") << units + QStringLiteral("a_2") << QStringLiteral("a\x02");
+    const QString units = u"/org/freedesktop/systemd1/unit/"_s;
+    QTest::newRow("a task") << units + u"ov_5ftask_2ea_2eservice"_s << u"ov_task.a.service"_s;
+    QTest::newRow("not of ASCII") << units + u"_c3_a4"_s << QString::fromUtf8("ä");
+    QTest::newRow("a job") << u"/org/freedesktop/systemd1/job/5"_s << QString();
+    QTest::newRow("cut off") << units + u"a_2"_s << u"a\x02"_s;
 }
 
 void TestTaskUnits::readsAnObjectsPath()
@@ -45,10 +45,9 @@ void TestTaskUnits::findsTheObjectOfAUnit_data()
 {
     QTest::addColumn<QString>("unit");
     QTest::addColumn<QString>("label");
-    QTest::newRow("a task") << QStringLiteral("ov_task.a1.service")
-                            << QStringLiteral("ov_5ftask_2ea1_2eservice");
-    QTest::newRow("a digit first") << QStringLiteral("1a") << QStringLiteral("_31a");
-    QTest::newRow("not of ASCII") << QString::fromUtf8("ä") << QStringLiteral("_c3_a4");
+    QTest::newRow("a task") << u"ov_task.a1.service"_s << u"ov_5ftask_2ea1_2eservice"_s;
+    QTest::newRow("a digit first") << u"1a"_s << u"_31a"_s;
+    QTest::newRow("not of ASCII") << QString::fromUtf8("ä") << u"_c3_a4"_s;
 }
 
 void TestTaskUnits::findsTheObjectOfAUnit()
@@ -56,7 +55,7 @@ void TestTaskUnits::findsTheObjectOfAUnit()
     QFETCH(QString, unit);
     QFETCH(QString, label);
     const QString path = Cli::objectOfUnit(unit);
-    QCOMPARE(path, QStringLiteral("/org/freedesktop/systemd1/unit/") + label);
+    QCOMPARE(path, u"/org/freedesktop/systemd1/unit/"_s + label);
     QCOMPARE(Cli::unitOfObject(path), unit);
 }
 

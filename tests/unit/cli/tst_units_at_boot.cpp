@@ -1,5 +1,6 @@
 #include "cli/units_at_boot.h"
 #include "common/places.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QDir>
@@ -23,11 +24,8 @@ private:
     {
         return Cli::unitsAtBoot(Places::below(root.path()));
     }
-    [[nodiscard]] static QString id() { return QStringLiteral("com.example.Notes.task_sync"); }
-    [[nodiscard]] static QString unit()
-    {
-        return QStringLiteral("ov_task.com.example.Notes.task_sync.service");
-    }
+    [[nodiscard]] static QString id() { return u"com.example.Notes.task_sync"_s; }
+    [[nodiscard]] static QString unit() { return u"ov_task.com.example.Notes.task_sync.service"_s; }
 };
 
 void TestUnitsAtBoot::areThoseThatALinkEnables()
@@ -35,7 +33,7 @@ void TestUnitsAtBoot::areThoseThatALinkEnables()
     const TempRoot root;
     root.startAtBoot(id());
     // A second link to the same unit, in another folder.
-    const QString folder = root.path(QStringLiteral("/etc/systemd/system/other.target.requires"));
+    const QString folder = root.path(u"/etc/systemd/system/other.target.requires"_s);
     QVERIFY(QDir().mkpath(folder));
     QVERIFY(QFile::link(root.unitFile(id()), folder + QLatin1Char('/') + unit()));
     QCOMPARE(of(root), QStringList{unit()});
@@ -62,32 +60,32 @@ void TestUnitsAtBoot::areNoneThatAreMasked()
     root.startAtBoot(id());
     root.remove(root.unitFile(id()));
     // A link to an existing file, so that the unit is left out as masked rather than as missing.
-    root.write(QStringLiteral("/etc/empty"), {});
-    QVERIFY(QFile::link(root.path(QStringLiteral("/etc/empty")), root.path(root.unitFile(id()))));
+    root.write(u"/etc/empty"_s, {});
+    QVERIFY(QFile::link(root.path(u"/etc/empty"_s), root.path(root.unitFile(id()))));
     QCOMPARE(of(root), QStringList());
 }
 
 void TestUnitsAtBoot::areOnlyThoseOfTasks()
 {
     const TempRoot root;
-    const QString folder = QStringLiteral("/etc/systemd/system/");
-    root.write(folder + QStringLiteral("ssh.service"), "[Service]\n");
-    root.write(folder + QStringLiteral("multi-user.target.wants/ssh.service"), {});
+    const QString folder = u"/etc/systemd/system/"_s;
+    root.write(folder + u"ssh.service"_s, "[Service]\n");
+    root.write(folder + u"multi-user.target.wants/ssh.service"_s, {});
     QCOMPARE(of(root), QStringList());
 }
 
 void TestUnitsAtBoot::areThoseOfTheImageEvenWithLinksOutOfIt()
 {
     const TempRoot system;
-    system.startAtBoot(QStringLiteral("com.example.Host.task_x"));
+    system.startAtBoot(u"com.example.Host.task_x"_s);
     const TempRoot root;
     root.startAtBoot(id());
-    const QString units = QStringLiteral("/etc/systemd/system");
+    const QString units = u"/etc/systemd/system"_s;
     const auto linkUnits = [&](const QString &target) {
         return QFile::link(target, root.path(units));
     };
-    QVERIFY(QDir().rename(root.path(units), root.path(QStringLiteral("/etc/units"))));
-    QVERIFY(linkUnits(QStringLiteral("/etc/units")));
+    QVERIFY(QDir().rename(root.path(units), root.path(u"/etc/units"_s)));
+    QVERIFY(linkUnits(u"/etc/units"_s));
     QCOMPARE(of(root), QStringList{unit()});
     root.remove(units);
     QVERIFY(linkUnits(system.path(units)));

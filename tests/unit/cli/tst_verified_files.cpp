@@ -7,6 +7,7 @@
 #include "component/generated_starts.h"
 #include "plan/task_names.h"
 #include "support/golden_plan.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QFile>
@@ -34,14 +35,14 @@ class Image
 public:
     Image()
     {
-        m_root.write(QStringLiteral("/usr/lib/systemd/system/keep"), {});
-        m_root.write(QStringLiteral("/usr/bin/firejail"), "\177ELF");
-        QFile::setPermissions(m_root.path(QStringLiteral("/usr/bin/firejail")),
+        m_root.write(u"/usr/lib/systemd/system/keep"_s, {});
+        m_root.write(u"/usr/bin/firejail"_s, "\177ELF");
+        QFile::setPermissions(m_root.path(u"/usr/bin/firejail"_s),
                               QFile::ReadOwner | QFile::ExeOwner);
     }
     void add(const QString &name, const QByteArray &unit)
     {
-        m_root.write(QStringLiteral("/etc/systemd/system/") + name, unit);
+        m_root.write(u"/etc/systemd/system/"_s + name, unit);
         m_units.insert(name, unit);
     }
     [[nodiscard]] int count() const { return m_units.size(); }
@@ -50,14 +51,12 @@ public:
     {
         QProcess verify;
         verify.setProcessChannelMode(QProcess::MergedChannels);
-        verify.start(QStringLiteral("systemd-analyze"),
-                     QStringList{QStringLiteral("verify"), QStringLiteral("--man=no"),
-                                 QStringLiteral("--generators=no"),
-                                 QStringLiteral("--recursive-errors=no"),
-                                 QStringLiteral("--root=") + m_root.path()}
+        verify.start(u"systemd-analyze"_s,
+                     QStringList{u"verify"_s, u"--man=no"_s, u"--generators=no"_s,
+                                 u"--recursive-errors=no"_s, u"--root="_s + m_root.path()}
                          + m_units.keys());
         if (!verify.waitForFinished(timeoutMs))
-            return {QStringLiteral("systemd-analyze did not run: ") + verify.errorString()};
+            return {u"systemd-analyze did not run: "_s + verify.errorString()};
         return complaintsIn(QString::fromUtf8(verify.readAll()));
     }
     // The unit and the key that a complaint is about; the key is empty when it is about the whole
@@ -65,9 +64,9 @@ public:
     [[nodiscard]] QPair<QString, QString> placeOf(const QString &complaint) const
     {
         static const QRegularExpression pattern(
-            QStringLiteral("^/.*/etc/systemd/system/([^/]+\\.service):(\\d+): "));
+            u"^/.*/etc/systemd/system/([^/]+\\.service):(\\d+): "_s);
         const QRegularExpressionMatch match = pattern.match(complaint);
-        static const QRegularExpression name(QStringLiteral("^(?:Unit )?([^/ ]+\\.service)[: ]"));
+        static const QRegularExpression name(u"^(?:Unit )?([^/ ]+\\.service)[: ]"_s);
         if (!match.hasMatch())
             return {name.match(complaint).captured(1), {}};
         const QList<QByteArray> lines = m_units.value(match.captured(1)).split('\n');
@@ -115,7 +114,7 @@ QStringList elementsOf(const QByteArray &policy)
             continue;
         QString element = reader.name().toString();
         for (const QXmlStreamAttribute &attribute : reader.attributes())
-            element += QStringLiteral(" %1=%2").arg(attribute.name(), attribute.value());
+            element += u" %1=%2"_s.arg(attribute.name(), attribute.value());
         elements.append(element);
     }
     return reader.hasError() ? QStringList() : elements;
@@ -123,9 +122,8 @@ QStringList elementsOf(const QByteArray &policy)
 
 QStringList policyElements(const QString &user, const QString &busName)
 {
-    return {QStringLiteral("busconfig"), QStringLiteral("policy user=") + user,
-            QStringLiteral("allow own=") + busName, QStringLiteral("policy context=default"),
-            QStringLiteral("allow send_destination=") + busName};
+    return {u"busconfig"_s, u"policy user="_s + user, u"allow own="_s + busName,
+            u"policy context=default"_s, u"allow send_destination="_s + busName};
 }
 
 } // namespace
@@ -154,7 +152,7 @@ private:
 
 void TestVerifiedFiles::initTestCase()
 {
-    if (QStandardPaths::findExecutable(QStringLiteral("systemd-analyze")).isEmpty())
+    if (QStandardPaths::findExecutable(u"systemd-analyze"_s).isEmpty())
         QSKIP("systemd-analyze is not installed (scripts/setup)");
     const TempRoot root;
     GeneratedStarts generated(seed);
@@ -175,15 +173,15 @@ void TestVerifiedFiles::initTestCase()
 void TestVerifiedFiles::reportsWhatSystemdRefuses()
 {
     Image image;
-    image.add(QStringLiteral("bad.service"),
+    image.add(u"bad.service"_s,
               "[Service]\nLimitCPU=much\nExecStart=/usr/bin/firejail \"a\nUser=a\n");
     const QStringList complaints = image.complaints();
     QSet<QString> keys;
     for (const QString &complaint : complaints)
         keys.insert(image.placeOf(complaint).second);
     const QString all = complaints.join(QLatin1Char('\n'));
-    QVERIFY2(keys.contains(QStringLiteral("LimitCPU")), qPrintable(all));
-    QVERIFY2(keys.contains(QStringLiteral("ExecStart")), qPrintable(all));
+    QVERIFY2(keys.contains(u"LimitCPU"_s), qPrintable(all));
+    QVERIFY2(keys.contains(u"ExecStart"_s), qPrintable(all));
     QVERIFY2(keys.contains(QString()), qPrintable(all));
 }
 
@@ -191,7 +189,7 @@ void TestVerifiedFiles::hasGoldenUnitsThatSystemdAccepts()
 {
     Image image;
     for (const QString &name : GoldenPlan::names())
-        image.add(name + QStringLiteral(".service"), GoldenPlan(name).unit);
+        image.add(name + u".service"_s, GoldenPlan(name).unit);
     QVERIFY(image.count() >= 5);
     // The caller's words are written unchanged, even those that systemd does not accept as
     // assignments.
@@ -208,8 +206,8 @@ void TestVerifiedFiles::hasGoldenPoliciesThatAreXml()
         if (golden.policy.isEmpty())
             continue;
         QCOMPARE(elementsOf(golden.policy),
-                 policyElements(golden.hints.value(QStringLiteral("User")).toString(),
-                                golden.hints.value(QStringLiteral("DBusService")).toString()));
+                 policyElements(golden.hints.value(u"User"_s).toString(),
+                                golden.hints.value(u"DBusService"_s).toString()));
         ++policies;
     }
     QVERIFY(policies > 0);
@@ -226,16 +224,16 @@ void TestVerifiedFiles::rendersUnitsThatSystemdAccepts()
         const QString name = Core::unitNameOf(start.task.taskId.toString());
         image.add(name, start.plan.unit());
         QStringList &keys = oddKeys[name];
-        keys = start.request.unitSettings.keys() + QStringList{QStringLiteral("Environment")};
+        keys = start.request.unitSettings.keys() + QStringList{u"Environment"_s};
         if (start.request.cpuLimit < 0)
-            keys.append(QStringLiteral("LimitCPU"));
+            keys.append(u"LimitCPU"_s);
         // systemd warns about this user, although it exists.
-        if (start.request.user == QStringLiteral("nobody"))
-            keys.append(QStringLiteral("User"));
+        if (start.request.user == u"nobody"_s)
+            keys.append(u"User"_s);
         // A unit whose command line is refused is invalid as a whole.
         if (isSpecialToSystemd(start.task.exec + start.request.params.join(QLatin1Char(' '))
                                + start.request.permissions.join(QLatin1Char(' '))))
-            keys += QStringList{QStringLiteral("ExecStart"), QString()};
+            keys += QStringList{u"ExecStart"_s, QString()};
         else
             ++plain;
     }

@@ -1,6 +1,7 @@
 #include "cli/why/why.h"
 #include "common/places.h"
 #include "support/gates.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QFile>
@@ -11,13 +12,13 @@
 
 namespace {
 
-QString entryPath() { return QStringLiteral("/usr/share/applications/com.example.Notes.desktop"); }
+QString entryPath() { return u"/usr/share/applications/com.example.Notes.desktop"_s; }
 
-QString program() { return QStringLiteral("/usr/libexec/notes/worker"); }
+QString program() { return u"/usr/libexec/notes/worker"_s; }
 
 QString permission(const char *name)
 {
-    return QStringLiteral("/etc/sailjail/permissions/%1.permission").arg(QLatin1String(name));
+    return u"/etc/sailjail/permissions/%1.permission"_s.arg(QLatin1String(name));
 }
 
 QByteArray entry()
@@ -38,12 +39,12 @@ void copyProgram(const TempRoot &root, const QString &path)
 void writeHealthySystem(const TempRoot &root)
 {
     root.write(entryPath(), entry());
-    root.serveType(QStringLiteral("Sync"));
+    root.serveType(u"Sync"_s);
     copyProgram(root, program());
-    copyProgram(root, QStringLiteral("/usr/bin/firejail"));
+    copyProgram(root, u"/usr/bin/firejail"_s);
     root.write(permission("BaseTask"), "");
     root.write(permission("Internet"), "");
-    root.write(QStringLiteral("/etc/passwd"), "app:x:100000:100000::/home/app:/bin/sh\n");
+    root.write(u"/etc/passwd"_s, "app:x:100000:100000::/home/app:/bin/sh\n");
 }
 
 void chmod(const TempRoot &root, const QString &path, QFile::Permissions permissions)
@@ -67,7 +68,7 @@ using Fault = std::function<void(const TempRoot &)>;
 
 bool run(const QString &command)
 {
-    return QProcess::execute(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command}) == 0;
+    return QProcess::execute(u"/bin/sh"_s, {u"-c"_s, command}) == 0;
 }
 
 QVector<Cli::Gate> gatesOf(const TempRoot &root, const QString &id, const QString &user)
@@ -76,9 +77,9 @@ QVector<Cli::Gate> gatesOf(const TempRoot &root, const QString &id, const QStrin
     return Cli::explain(id, user, false).gates;
 }
 
-QVector<Cli::Gate> gatesOf(const TempRoot &root, const QString &user = QStringLiteral("app"))
+QVector<Cli::Gate> gatesOf(const TempRoot &root, const QString &user = u"app"_s)
 {
-    return gatesOf(root, QStringLiteral("com.example.Notes.task_sync"), user);
+    return gatesOf(root, u"com.example.Notes.task_sync"_s, user);
 }
 
 } // namespace
@@ -116,8 +117,7 @@ void TestWhyDeclaration::opensEveryGateOfAHealthyTask()
             QVERIFY2(gate.answer == Cli::Gate::Yes, qPrintable(gate.name + gate.evidence));
     }
     const QString place = root.path(entryPath());
-    QCOMPARE(gateNamed(gatesOf(root), QStringLiteral("task")).evidence,
-             place + QStringLiteral(":8: [X-Task sync]"));
+    QCOMPARE(gateNamed(gatesOf(root), u"task"_s).evidence, place + u":8: [X-Task sync]"_s);
 }
 
 static void addFault(const char *what, const char *gate, const Fault &fault)
@@ -133,15 +133,14 @@ static void addEdit(const char *what, const char *gate, const QByteArray &from,
 
 static void addEntryFaults()
 {
-    const QString applications = QStringLiteral("/usr/share/applications/");
-    addFault("an entry with another ending", "entry", [](const TempRoot &root) {
-        move(root, entryPath(), entryPath() + QStringLiteral(".disabled"));
-    });
+    const QString applications = u"/usr/share/applications/"_s;
+    addFault("an entry with another ending", "entry",
+             [](const TempRoot &root) { move(root, entryPath(), entryPath() + u".disabled"_s); });
     addFault("an entry whose ending is in upper case", "entry", [=](const TempRoot &root) {
-        move(root, entryPath(), applications + QStringLiteral("com.example.Notes.DESKTOP"));
+        move(root, entryPath(), applications + u"com.example.Notes.DESKTOP"_s);
     });
     addFault("an entry in a subfolder", "entry", [=](const TempRoot &root) {
-        move(root, entryPath(), applications + QStringLiteral("a/com.example.Notes.desktop"));
+        move(root, entryPath(), applications + u"a/com.example.Notes.desktop"_s);
     });
     addEdit("another organisation", "entry", "=com.example", "=com.exmaple");
     addEdit("another name", "entry", "Name=Notes\n[X-Task", "Name=Note\n[X-Task");
@@ -156,7 +155,7 @@ static void addEntryFaults()
     addEdit("a misspelt header", "valid entry", "Desktop Entry", "Desktop entry");
     addEdit("a line that is nothing", "valid entry", "[X-App", "and more\n[X-App");
     addFault("an earlier folder without the task", "not shadowed", [](const TempRoot &root) {
-        root.write(QStringLiteral("/usr/local/share/applications/notes.desktop"),
+        root.write(u"/usr/local/share/applications/notes.desktop"_s,
                    entry().left(entry().indexOf("[X-Task")));
     });
 }
@@ -172,7 +171,7 @@ static void addTaskFaults()
     });
     addFault("a script", "program", [](const TempRoot &root) {
         root.write(program(), "#!/bin/sh -e\nexit\n");
-        copyProgram(root, QStringLiteral("/bin/sh"));
+        copyProgram(root, u"/bin/sh"_s);
     });
     addEdit("a misspelt permission", "permissions", "=Internet", "=Intrenet");
     addEdit("one of two permissions misspelt", "permissions", "=Internet", "=Internet;Basetask");
@@ -180,17 +179,17 @@ static void addTaskFaults()
         move(root, permission("Internet"), permission("internet"));
     });
     addFault("a permission file with another ending", "permissions", [](const TempRoot &root) {
-        move(root, permission("Internet"), permission("Internet") + QStringLiteral(".old"));
+        move(root, permission("Internet"), permission("Internet") + u".old"_s);
     });
     addFault("a secret permission file", "permissions",
              [](const TempRoot &root) { chmod(root, permission("Internet"), QFile::ReadOwner); });
     addFault("a renamed base permission", "base permission", [](const TempRoot &root) {
-        move(root, permission("BaseTask"), permission("BaseTask") + QStringLiteral(".old"));
+        move(root, permission("BaseTask"), permission("BaseTask") + u".old"_s);
     });
     addFault("a secret base permission", "base permission",
              [](const TempRoot &root) { chmod(root, permission("BaseTask"), QFile::ReadOwner); });
     addFault("a sandbox that may not be executed", "sandbox", [](const TempRoot &root) {
-        chmod(root, QStringLiteral("/usr/bin/firejail"), QFile::ReadOwner | QFile::ReadOther);
+        chmod(root, u"/usr/bin/firejail"_s, QFile::ReadOwner | QFile::ReadOther);
     });
 }
 
@@ -234,12 +233,12 @@ void TestWhyDeclaration::shutsAGateThatNoCommandOpens_data()
     addEdit("an odd permission", "permissions", "=Internet", "=a/b");
     addEdit("an unknown permission", "permissions", "=Internet", "=Whatever");
     addFault("no sandbox", "sandbox",
-             [](const TempRoot &root) { root.remove(QStringLiteral("/usr/bin/firejail")); });
+             [](const TempRoot &root) { root.remove(u"/usr/bin/firejail"_s); });
     addFault("no base permission", "base permission",
              [](const TempRoot &root) { root.remove(permission("BaseTask")); });
     addFault("a program that is a directory", "program", [](const TempRoot &root) {
         QFile::remove(root.path(program()));
-        root.write(program() + QStringLiteral("/more"), {});
+        root.write(program() + u"/more"_s, {});
     });
 }
 
@@ -267,15 +266,13 @@ void TestWhyDeclaration::givesTheDaemonsMessages()
         return gateNamed(gatesOf(root, QString::fromLatin1(user)), QString::fromLatin1(gate))
             .evidence;
     };
-    QCOMPARE(evidenceFor("root", "user"), QStringLiteral("User cannot be root"));
-    QCOMPARE(evidenceFor("a b", "start"), QStringLiteral("User must be a plain user name"));
-    QCOMPARE(evidenceFor("app", "user"), QStringLiteral("app is user 100000"));
-    QCOMPARE(evidenceFor("100000", "user"), QStringLiteral("app is user 100000"));
-    const Cli::Gate missing =
-        gateNamed(gatesOf(root, QStringLiteral("nobodysName")), QStringLiteral("user"));
-    QCOMPARE(missing.evidence, QStringLiteral("there is no user nobodysName"));
-    QCOMPARE(missing.cure,
-             QStringLiteral("useradd --create-home --root %1 nobodysName").arg(root.path()));
+    QCOMPARE(evidenceFor("root", "user"), u"User cannot be root"_s);
+    QCOMPARE(evidenceFor("a b", "start"), u"User must be a plain user name"_s);
+    QCOMPARE(evidenceFor("app", "user"), u"app is user 100000"_s);
+    QCOMPARE(evidenceFor("100000", "user"), u"app is user 100000"_s);
+    const Cli::Gate missing = gateNamed(gatesOf(root, u"nobodysName"_s), u"user"_s);
+    QCOMPARE(missing.evidence, u"there is no user nobodysName"_s);
+    QCOMPARE(missing.cure, u"useradd --create-home --root %1 nobodysName"_s.arg(root.path()));
 }
 
 void TestWhyDeclaration::checksNoUserWhenNoneIsGiven()
@@ -283,36 +280,35 @@ void TestWhyDeclaration::checksNoUserWhenNoneIsGiven()
     const TempRoot root;
     writeHealthySystem(root);
     const QVector<Cli::Gate> gates = gatesOf(root, QString());
-    QCOMPARE(gateNamed(gates, QStringLiteral("user")).answer, Cli::Gate::NotKnown);
-    QCOMPARE(gateNamed(gates, QStringLiteral("start")).answer, Cli::Gate::NotKnown);
+    QCOMPARE(gateNamed(gates, u"user"_s).answer, Cli::Gate::NotKnown);
+    QCOMPARE(gateNamed(gates, u"start"_s).answer, Cli::Gate::NotKnown);
     QVERIFY(Cli::firstShut(gates) == nullptr);
     QCOMPARE(Cli::verdictOn(gates),
-             QStringLiteral("Nothing that is known prevents it from starting; unknown: 3."));
+             u"Nothing that is known prevents it from starting; unknown: 3."_s);
 }
 
 void TestWhyDeclaration::acceptsAnInvalidId()
 {
     const TempRoot root;
     writeHealthySystem(root);
-    move(root, entryPath(), QStringLiteral("/usr/share/applications/1st.desktop"));
-    QByteArray text = root.read(QStringLiteral("/usr/share/applications/1st.desktop"));
-    root.write(QStringLiteral("/usr/share/applications/1st.desktop"),
+    move(root, entryPath(), u"/usr/share/applications/1st.desktop"_s);
+    QByteArray text = root.read(u"/usr/share/applications/1st.desktop"_s);
+    root.write(u"/usr/share/applications/1st.desktop"_s,
                text.replace("OrganizationName=com.example\nApplicationName=Notes\n",
                             "OrganizationName=Com.Example\nApplicationName=Notes\n"));
-    const QVector<Cli::Gate> gates =
-        gatesOf(root, QStringLiteral("Com.Example.Notes.task_sync"), QStringLiteral("app"));
-    QCOMPARE(gateNamed(gates, QStringLiteral("task")).answer, Cli::Gate::Yes);
-    QCOMPARE(Cli::firstShut(gates)->name, QStringLiteral("application id"));
+    const QVector<Cli::Gate> gates = gatesOf(root, u"Com.Example.Notes.task_sync"_s, u"app"_s);
+    QCOMPARE(gateNamed(gates, u"task"_s).answer, Cli::Gate::Yes);
+    QCOMPARE(Cli::firstShut(gates)->name, u"application id"_s);
 }
 
 void TestWhyDeclaration::suggestsWhatMayBeMeant_data()
 {
     QTest::addColumn<QString>("id");
     QTest::addColumn<QString>("meant");
-    QTest::newRow("an application") << QStringLiteral("com.example.Nots.task_sync")
-                                    << QStringLiteral("Did you mean com.example.Notes?");
-    QTest::newRow("a task") << QStringLiteral("com.example.Notes.task_Sync")
-                            << QStringLiteral("Did you mean com.example.Notes.task_sync?");
+    QTest::newRow("an application")
+        << u"com.example.Nots.task_sync"_s << u"Did you mean com.example.Notes?"_s;
+    QTest::newRow("a task") << u"com.example.Notes.task_Sync"_s
+                            << u"Did you mean com.example.Notes.task_sync?"_s;
 }
 
 void TestWhyDeclaration::suggestsWhatMayBeMeant()
@@ -321,7 +317,7 @@ void TestWhyDeclaration::suggestsWhatMayBeMeant()
     QFETCH(QString, meant);
     const TempRoot root;
     writeHealthySystem(root);
-    const QVector<Cli::Gate> gates = gatesOf(root, id, QStringLiteral("app"));
+    const QVector<Cli::Gate> gates = gatesOf(root, id, u"app"_s);
     QCOMPARE(Cli::firstShut(gates)->consequence, meant);
 }
 
@@ -329,25 +325,23 @@ void TestWhyDeclaration::mentionsAHarmlessShadowedEntry()
 {
     const TempRoot root;
     writeHealthySystem(root);
-    const QString local = QStringLiteral("/usr/local/share/applications/notes.desktop");
+    const QString local = u"/usr/local/share/applications/notes.desktop"_s;
     root.write(local, entry());
-    const Cli::Gate gate = gateNamed(gatesOf(root), QStringLiteral("not shadowed"));
+    const Cli::Gate gate = gateNamed(gatesOf(root), u"not shadowed"_s);
     QCOMPARE(gate.answer, Cli::Gate::Yes);
-    QCOMPARE(
-        gate.evidence,
-        QStringLiteral("%1 is used instead of %2").arg(root.path(local), root.path(entryPath())));
+    QCOMPARE(gate.evidence,
+             u"%1 is used instead of %2"_s.arg(root.path(local), root.path(entryPath())));
 }
 
 void TestWhyDeclaration::leavesTheDaemonsSandboxOutForATaskOfTheSession()
 {
     const TempRoot root;
     writeHealthySystem(root);
-    root.remove(QStringLiteral("/usr/share/orvane/task-types/Sync.conf"));
+    root.remove(u"/usr/share/orvane/task-types/Sync.conf"_s);
     const QVector<Cli::Gate> gates = gatesOf(root);
-    QVERIFY(gateNamed(gates, QStringLiteral("sandbox")).name.isEmpty());
-    QCOMPARE(
-        gateNamed(gates, QStringLiteral("type")).evidence,
-        QStringLiteral("Sync: no file sets who serves it, so it is left to the per-user service"));
+    QVERIFY(gateNamed(gates, u"sandbox"_s).name.isEmpty());
+    QCOMPARE(gateNamed(gates, u"type"_s).evidence,
+             u"Sync: no file sets who serves it, so it is left to the per-user service"_s);
     QVERIFY(Cli::firstShut(gates) == nullptr);
 }
 

@@ -1,4 +1,5 @@
 #include "cli/words.h"
+#include "support/literals.h"
 
 #include <QDateTime>
 #include <QTest>
@@ -21,11 +22,11 @@ void TestWords::writesBytes_data()
 {
     QTest::addColumn<quint64>("bytes");
     QTest::addColumn<QString>("text");
-    QTest::newRow("none") << quint64(0) << QStringLiteral("0B");
-    QTest::newRow("few") << quint64(1023) << QStringLiteral("1023B");
-    QTest::newRow("thousands") << quint64(1536) << QStringLiteral("1.5K");
-    QTest::newRow("millions") << quint64(12900000) << QStringLiteral("12.3M");
-    QTest::newRow("not known") << std::numeric_limits<quint64>::max() << QStringLiteral("-");
+    QTest::newRow("none") << quint64(0) << u"0B"_s;
+    QTest::newRow("few") << quint64(1023) << u"1023B"_s;
+    QTest::newRow("thousands") << quint64(1536) << u"1.5K"_s;
+    QTest::newRow("millions") << quint64(12900000) << u"12.3M"_s;
+    QTest::newRow("not known") << std::numeric_limits<quint64>::max() << u"-"_s;
 }
 
 void TestWords::writesBytes()
@@ -40,10 +41,10 @@ void TestWords::writesProcessorTime_data()
     QTest::addColumn<quint64>("nanoseconds");
     QTest::addColumn<QString>("text");
     const quint64 second = 1000000000;
-    QTest::newRow("little") << second / 2 << QStringLiteral("0.50s");
-    QTest::newRow("minutes") << 192 * second << QStringLiteral("3min 12s");
-    QTest::newRow("hours") << (5 * 3600 + 180) * second << QStringLiteral("5h 03min");
-    QTest::newRow("not known") << std::numeric_limits<quint64>::max() << QStringLiteral("-");
+    QTest::newRow("little") << second / 2 << u"0.50s"_s;
+    QTest::newRow("minutes") << 192 * second << u"3min 12s"_s;
+    QTest::newRow("hours") << (5 * 3600 + 180) * second << u"5h 03min"_s;
+    QTest::newRow("not known") << std::numeric_limits<quint64>::max() << u"-"_s;
 }
 
 void TestWords::writesProcessorTime()
@@ -57,9 +58,9 @@ void TestWords::writesMoments()
 {
     const QDateTime day(QDate(2020, 2, 3), QTime(4, 5, 6));
     const auto moment = static_cast<quint64>(day.toMSecsSinceEpoch()) * 1000;
-    QCOMPARE(Cli::momentOf(moment), QStringLiteral("2020-02-03 04:05"));
-    QVERIFY(Cli::isoMomentOf(moment).startsWith(QStringLiteral("2020-02-03T04:05:06.000")));
-    QCOMPARE(Cli::momentOf(0), QStringLiteral("-"));
+    QCOMPARE(Cli::momentOf(moment), u"2020-02-03 04:05"_s);
+    QVERIFY(Cli::isoMomentOf(moment).startsWith(u"2020-02-03T04:05:06.000"_s));
+    QCOMPARE(Cli::momentOf(0), u"-"_s);
     QCOMPARE(Cli::isoMomentOf(0), QString());
 }
 

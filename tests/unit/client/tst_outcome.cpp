@@ -1,4 +1,5 @@
 #include "client/outcome.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -19,15 +20,15 @@ void TestOutcome::distinguishesARefusalFromNoAnswer_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("isUnreachable");
-    const QString bus = QStringLiteral("org.freedesktop.DBus.Error.");
-    QTest::newRow("no such name") << bus + QStringLiteral("ServiceUnknown") << true;
-    QTest::newRow("no answer in time") << bus + QStringLiteral("NoReply") << true;
-    QTest::newRow("could not be started") << bus + QStringLiteral("Spawn.ExecFailed") << true;
-    QTest::newRow("no bus") << bus + QStringLiteral("Disconnected") << true;
-    QTest::newRow("not permitted") << bus + QStringLiteral("AccessDenied") << false;
-    QTest::newRow("wrong arguments") << bus + QStringLiteral("InvalidArgs") << false;
-    QTest::newRow("no such task") << QStringLiteral("org.zarn.Orvane.Error.TaskNotFound") << false;
-    QTest::newRow("another program's error") << QStringLiteral("org.example.NoReply") << false;
+    const QString bus = u"org.freedesktop.DBus.Error."_s;
+    QTest::newRow("no such name") << bus + u"ServiceUnknown"_s << true;
+    QTest::newRow("no answer in time") << bus + u"NoReply"_s << true;
+    QTest::newRow("could not be started") << bus + u"Spawn.ExecFailed"_s << true;
+    QTest::newRow("no bus") << bus + u"Disconnected"_s << true;
+    QTest::newRow("not permitted") << bus + u"AccessDenied"_s << false;
+    QTest::newRow("wrong arguments") << bus + u"InvalidArgs"_s << false;
+    QTest::newRow("no such task") << u"org.zarn.Orvane.Error.TaskNotFound"_s << false;
+    QTest::newRow("another program's error") << u"org.example.NoReply"_s << false;
     QTest::newRow("success") << QString() << false;
 }
 
@@ -47,9 +48,9 @@ void TestOutcome::isAnErrorWithoutAReply()
 
 void TestOutcome::givesTheNameWithoutAText()
 {
-    const QString name = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
+    const QString name = u"org.freedesktop.DBus.Error.AccessDenied"_s;
     QCOMPARE(Outcome({name, {}}).toString(), name);
-    QCOMPARE(Outcome({name, QStringLiteral("no")}).toString(), QStringLiteral("no"));
+    QCOMPARE(Outcome({name, u"no"_s}).toString(), u"no"_s);
 }
 
 QTEST_GUILESS_MAIN(TestOutcome)

@@ -1,4 +1,5 @@
 #include "client/start_request.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -23,37 +24,34 @@ void TestStartRequest::isEmptyByDefault()
 void TestStartRequest::hasAHintForEachField()
 {
     StartRequest request;
-    request.user = QStringLiteral("appuser");
+    request.user = u"appuser"_s;
     request.atBoot = true;
-    request.busName = QStringLiteral("com.example.Name");
-    request.permissions = QStringList{QStringLiteral("Internet")};
-    request.params = QStringList{QStringLiteral("-x")};
+    request.busName = u"com.example.Name"_s;
+    request.permissions = QStringList{u"Internet"_s};
+    request.params = QStringList{u"-x"_s};
     request.homeless = true;
     request.weight = -5;
     request.cpuLimit = 7;
-    request.unitSettings.insert(QStringLiteral("MemoryMax"), QStringLiteral("1M"));
-    request.environment = QStringList{QStringLiteral("A=b")};
-    const QVariantMap hints{
-        {QStringLiteral("User"), QStringLiteral("appuser")},
-        {QStringLiteral("Autostart"), 2},
-        {QStringLiteral("DBusService"), QStringLiteral("com.example.Name")},
-        {QStringLiteral("Permissions"), QStringList{QStringLiteral("Internet")}},
-        {QStringLiteral("Params"), QStringList{QStringLiteral("-x")}},
-        {QStringLiteral("Homeless"), true},
-        {QStringLiteral("Weight"), -5},
-        {QStringLiteral("CPULimit"), 7},
-        {QStringLiteral("CGroups"),
-         QVariantMap{{QStringLiteral("MemoryMax"), QStringLiteral("1M")}}}};
+    request.unitSettings.insert(u"MemoryMax"_s, u"1M"_s);
+    request.environment = QStringList{u"A=b"_s};
+    const QVariantMap hints{{u"User"_s, u"appuser"_s},
+                            {u"Autostart"_s, 2},
+                            {u"DBusService"_s, u"com.example.Name"_s},
+                            {u"Permissions"_s, QStringList{u"Internet"_s}},
+                            {u"Params"_s, QStringList{u"-x"_s}},
+                            {u"Homeless"_s, true},
+                            {u"Weight"_s, -5},
+                            {u"CPULimit"_s, 7},
+                            {u"CGroups"_s, QVariantMap{{u"MemoryMax"_s, u"1M"_s}}}};
     QCOMPARE(request.hints(), hints);
-    QCOMPARE(request.information(),
-             (QVariantMap{{QStringLiteral("Environment"), QStringList{QStringLiteral("A=b")}}}));
+    QCOMPARE(request.information(), (QVariantMap{{u"Environment"_s, QStringList{u"A=b"_s}}}));
 }
 
 void TestStartRequest::distinguishesAnEmptyUserFromNone()
 {
     StartRequest request;
     request.user = QString();
-    QVERIFY(request.hints().contains(QStringLiteral("User")));
+    QVERIFY(request.hints().contains(u"User"_s));
 }
 
 QTEST_GUILESS_MAIN(TestStartRequest)

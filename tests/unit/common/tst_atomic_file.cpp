@@ -1,4 +1,5 @@
 #include "common/atomic_file.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -96,7 +97,7 @@ private Q_SLOTS:
     void knowsWhatItLeftUnfinished();
 
 private:
-    QString file() const { return m_directory->filePath(QStringLiteral("file")); }
+    QString file() const { return m_directory->filePath(u"file"_s); }
 
     QScopedPointer<QTemporaryDir> m_directory;
 };
@@ -123,7 +124,7 @@ void TestAtomicFile::writesANewFile()
     QFETCH(QByteArray, text);
     QCOMPARE(writeFileAtomically(file(), text), FileWrite::Written);
     QCOMPARE(contentOf(file()), text);
-    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+    QCOMPARE(namesIn(m_directory->path()), QStringList(u"file"_s));
 }
 
 void TestAtomicFile::replacesAnOldFile()
@@ -131,7 +132,7 @@ void TestAtomicFile::replacesAnOldFile()
     fill(file(), "a text longer than the new one\n");
     QCOMPARE(writeFileAtomically(file(), "new\n"), FileWrite::Written);
     QCOMPARE(contentOf(file()), QByteArray("new\n"));
-    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+    QCOMPARE(namesIn(m_directory->path()), QStringList(u"file"_s));
 }
 
 void TestAtomicFile::isReadableByEverybodyWhateverTheUmaskIs()
@@ -162,7 +163,7 @@ void TestAtomicFile::leavesReadersOfTheOldFileWithTheOldText()
 
 void TestAtomicFile::keepsALinkAndReplacesWhatItPointsTo()
 {
-    const QString target = m_directory->filePath(QStringLiteral("target"));
+    const QString target = m_directory->filePath(u"target"_s);
     fill(target, "old");
     QVERIFY(QFile::link(target, file()));
     QCOMPARE(writeFileAtomically(file(), "new"), FileWrite::Written);
@@ -172,7 +173,7 @@ void TestAtomicFile::keepsALinkAndReplacesWhatItPointsTo()
 
 void TestAtomicFile::cannotOpenInAMissingDirectory()
 {
-    const QString path = m_directory->filePath(QStringLiteral("missing/file"));
+    const QString path = m_directory->filePath(u"missing/file"_s);
     QCOMPARE(writeFileAtomically(path, "text"), FileWrite::CannotOpen);
     QVERIFY(namesIn(m_directory->path()).isEmpty());
 }
@@ -182,7 +183,7 @@ void TestAtomicFile::cannotOpenADirectory()
     QVERIFY(QDir().mkdir(file()));
     QCOMPARE(writeFileAtomically(file(), "text"), FileWrite::CannotOpen);
     QVERIFY(QFileInfo(file()).isDir());
-    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+    QCOMPARE(namesIn(m_directory->path()), QStringList(u"file"_s));
 }
 
 void TestAtomicFile::writesAFileOfTheLongestName()
@@ -204,7 +205,7 @@ void TestAtomicFile::refusesANameThatIsTooLong()
 
 void TestAtomicFile::makesTheFileThatALinkLeadsTo()
 {
-    const QString target = m_directory->filePath(QStringLiteral("target"));
+    const QString target = m_directory->filePath(u"target"_s);
     QVERIFY(QFile::link(target, file()));
     QCOMPARE(writeFileAtomically(file(), "new"), FileWrite::Written);
     QCOMPARE(QFile::symLinkTarget(file()), target);
@@ -245,7 +246,7 @@ void TestAtomicFile::leavesNothingBehindWhenTheDiskIsFull()
 
 void TestAtomicFile::writesIntoAPipeInsteadOfReplacingIt()
 {
-    const QString pipe = m_directory->filePath(QStringLiteral("pipe"));
+    const QString pipe = m_directory->filePath(u"pipe"_s);
     const QByteArray pipeName = QFile::encodeName(pipe);
     QCOMPARE(::mkfifo(pipeName.constData(), 0600), 0);
     QVERIFY(QFile::link(pipe, file()));
@@ -257,15 +258,14 @@ void TestAtomicFile::writesIntoAPipeInsteadOfReplacingIt()
     QByteArray received(16, '\0');
     QCOMPARE(::read(reader, received.data(), 16), ssize_t(4));
     QCOMPARE(received.left(4), QByteArray("text"));
-    QCOMPARE(namesIn(m_directory->path()),
-             QStringList({QStringLiteral("file"), QStringLiteral("pipe")}));
+    QCOMPARE(namesIn(m_directory->path()), QStringList({u"file"_s, u"pipe"_s}));
 }
 
 void TestAtomicFile::doesNotWaitForTheReaderOfAPipe()
 {
     QCOMPARE(::mkfifo(QFile::encodeName(file()).constData(), 0600), 0);
     QCOMPARE(writeFileAtomically(file(), "text"), FileWrite::CannotOpen);
-    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+    QCOMPARE(namesIn(m_directory->path()), QStringList(u"file"_s));
 }
 
 void TestAtomicFile::saysWhenADeviceDoesNotTakeTheText()
@@ -275,7 +275,7 @@ void TestAtomicFile::saysWhenADeviceDoesNotTakeTheText()
         QSKIP("needs /dev/full");
     const auto closeDevice = qScopeGuard([device] { ::close(device); });
     // Through the descriptor, so that no file beside the device can be touched.
-    const QString path = QStringLiteral("/proc/self/fd/%1").arg(device);
+    const QString path = u"/proc/self/fd/%1"_s.arg(device);
     QCOMPARE(writeFileAtomically(path, "text"), FileWrite::Incomplete);
 }
 
@@ -288,7 +288,7 @@ void TestAtomicFile::removesAPreparedFileThatIsNotCommitted()
         QCOMPARE(namesIn(m_directory->path()).size(), 2);
         QCOMPARE(contentOf(file()), QByteArray("old"));
     }
-    QCOMPARE(namesIn(m_directory->path()), QStringList(QStringLiteral("file")));
+    QCOMPARE(namesIn(m_directory->path()), QStringList(u"file"_s));
     QCOMPARE(contentOf(file()), QByteArray("old"));
 }
 
@@ -298,25 +298,22 @@ void TestAtomicFile::knowsWhatItLeftUnfinished_data()
     QTest::addColumn<int>("mode");
     QTest::addColumn<QString>("what");
     QTest::addColumn<bool>("isUnfinished");
-    const QString name = QStringLiteral(".orvane.aB3xYz");
+    const QString name = u".orvane.aB3xYz"_s;
     QTest::newRow("for its owner") << name << 0600 << QString() << true;
     QTest::newRow("for everybody") << name << 0644 << QString() << true;
     QTest::newRow("another mode") << name << 0755 << QString() << false;
-    QTest::newRow("another name") << QStringLiteral(".orvane.conf") << 0600 << QString() << false;
+    QTest::newRow("another name") << u".orvane.conf"_s << 0600 << QString() << false;
     QTest::newRow("a longer name") << name + QLatin1Char('x') << 0600 << QString() << false;
-    QTest::newRow("another character")
-        << QStringLiteral(".orvane.a-3xYz") << 0600 << QString() << false;
-    QTest::newRow("somebody writes to it") << name << 0600 << QStringLiteral("written") << false;
-    QTest::newRow("somebody reads it") << name << 0600 << QStringLiteral("read") << true;
-    QTest::newRow("another name of a file")
-        << name << 0600 << QStringLiteral("named twice") << false;
-    QTest::newRow("a link that a file replaced") << name << 0600 << QStringLiteral("link") << true;
-    QTest::newRow("somebody else's link")
-        << name << 0600 << QStringLiteral("link given away") << false;
-    QTest::newRow("somebody else's") << name << 0600 << QStringLiteral("given away") << false;
-    QTest::newRow("a folder") << name << 0600 << QStringLiteral("folder") << false;
-    QTest::newRow("a pipe") << name << 0600 << QStringLiteral("pipe") << false;
-    QTest::newRow("nothing") << name << 0600 << QStringLiteral("nothing") << false;
+    QTest::newRow("another character") << u".orvane.a-3xYz"_s << 0600 << QString() << false;
+    QTest::newRow("somebody writes to it") << name << 0600 << u"written"_s << false;
+    QTest::newRow("somebody reads it") << name << 0600 << u"read"_s << true;
+    QTest::newRow("another name of a file") << name << 0600 << u"named twice"_s << false;
+    QTest::newRow("a link that a file replaced") << name << 0600 << u"link"_s << true;
+    QTest::newRow("somebody else's link") << name << 0600 << u"link given away"_s << false;
+    QTest::newRow("somebody else's") << name << 0600 << u"given away"_s << false;
+    QTest::newRow("a folder") << name << 0600 << u"folder"_s << false;
+    QTest::newRow("a pipe") << name << 0600 << u"pipe"_s << false;
+    QTest::newRow("nothing") << name << 0600 << u"nothing"_s << false;
 }
 
 void TestAtomicFile::knowsWhatItLeftUnfinished()

@@ -2,6 +2,7 @@
 
 #include "common/atomic_file.h"
 #include "support/every_fault.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -34,21 +35,19 @@ public:
         if (inPlace == QLatin1String("a file"))
             m_isMade = fill(file(), "old");
         else if (inPlace.startsWith(QLatin1String("a link")))
-            m_isMade = QDir(m_folder.path()).mkdir(QStringLiteral("elsewhere"))
-                && QFile::link(QStringLiteral("elsewhere/target"), file());
+            m_isMade = QDir(m_folder.path()).mkdir(u"elsewhere"_s)
+                && QFile::link(u"elsewhere/target"_s, file());
         if (inPlace == QLatin1String("a link to a file"))
-            m_isMade =
-                m_isMade && fill(m_folder.filePath(QStringLiteral("elsewhere/target")), "old");
+            m_isMade = m_isMade && fill(m_folder.filePath(u"elsewhere/target"_s), "old");
         m_before = names();
     }
 
     [[nodiscard]] bool isMade() const { return m_isMade; }
-    [[nodiscard]] QString file() const { return m_folder.filePath(QStringLiteral("file")); }
+    [[nodiscard]] QString file() const { return m_folder.filePath(u"file"_s); }
     [[nodiscard]] QStringList names() const
     {
         QStringList names;
-        for (const QString &folder :
-             {m_folder.path(), m_folder.filePath(QStringLiteral("elsewhere"))})
+        for (const QString &folder : {m_folder.path(), m_folder.filePath(u"elsewhere"_s)})
             names += QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System
                                             | QDir::NoDotAndDotDot);
         return names;
@@ -89,7 +88,7 @@ bool writeWithAFault(const QString &inPlace, SpecialFiles special, int which, in
         QVERIFY2(isNew || fixture.names() == fixture.namesBefore(), qPrintable(failed));
         // A temporary file that cannot be removed is left until the daemon starts again.
         QVERIFY2(failed.startsWith(QLatin1String("unlink"))
-                     || fixture.names().filter(QStringLiteral(".orvane.")).isEmpty(),
+                     || fixture.names().filter(u".orvane."_s).isEmpty(),
                  qPrintable(failed));
     };
     check();
@@ -119,9 +118,8 @@ void TestAtomicFileFaults::leavesTheOldFileOrTheNew_data() { addFileErrors(); }
 void TestAtomicFileFaults::leavesTheOldFileOrTheNew()
 {
     QFETCH(int, error);
-    const QStringList inPlace{QStringLiteral("nothing"), QStringLiteral("a file"),
-                              QStringLiteral("a link to a file"),
-                              QStringLiteral("a link to nothing")};
+    const QStringList inPlace{u"nothing"_s, u"a file"_s, u"a link to a file"_s,
+                              u"a link to nothing"_s};
     for (const QString &what : inPlace) {
         for (const SpecialFiles special : {SpecialFiles::WriteThrough, SpecialFiles::Replace})
             withEveryCallFailing(
@@ -135,7 +133,7 @@ namespace {
 int numberOf(const QString &call)
 {
     for (int which = 0;; ++which) {
-        const Fixture fixture(QStringLiteral("a file"));
+        const Fixture fixture(u"a file"_s);
         const FileFaults faults(which, EIO);
         (void)writeFileAtomically(fixture.file(), "new");
         if (!faults.hasFired())
@@ -150,9 +148,9 @@ int numberOf(const QString &call)
 
 void TestAtomicFileFaults::keepsTheOldFileWhenTheDiskDoesNotTakeTheName()
 {
-    const int sync = numberOf(QStringLiteral("fsync"));
+    const int sync = numberOf(u"fsync"_s);
     QVERIFY(sync >= 0);
-    const Fixture fixture(QStringLiteral("a file"));
+    const Fixture fixture(u"a file"_s);
     {
         const FileFaults faults(sync, EIO);
         QCOMPARE(writeFileAtomically(fixture.file(), "new"), FileWrite::Incomplete);
@@ -164,18 +162,18 @@ void TestAtomicFileFaults::keepsTheOldFileWhenTheDiskDoesNotTakeTheName()
 
 void TestAtomicFileFaults::acceptsAFileSystemThatCannotSyncFolders()
 {
-    const int sync = numberOf(QStringLiteral("fsync"));
+    const int sync = numberOf(u"fsync"_s);
     QVERIFY(sync >= 0);
-    const Fixture fixture(QStringLiteral("a file"));
+    const Fixture fixture(u"a file"_s);
     const FileFaults faults(sync, EINVAL);
     QCOMPARE(writeFileAtomically(fixture.file(), "new"), FileWrite::Written);
 }
 
 void TestAtomicFileFaults::changesNothingWhenTheFolderCannotBeOpened()
 {
-    const int open = numberOf(QStringLiteral("open"));
+    const int open = numberOf(u"open"_s);
     QVERIFY(open >= 0);
-    const Fixture fixture(QStringLiteral("a file"));
+    const Fixture fixture(u"a file"_s);
     {
         const FileFaults faults(open, EMFILE);
         QCOMPARE(writeFileAtomically(fixture.file(), "new"), FileWrite::CannotOpen);
@@ -188,9 +186,8 @@ void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd_data()
 {
     QTest::addColumn<QString>("inPlace");
     QTest::addColumn<QString>("folder");
-    QTest::newRow("a file's own") << QStringLiteral("a file") << QString();
-    QTest::newRow("that of a link's end")
-        << QStringLiteral("a link to a file") << QStringLiteral("/elsewhere");
+    QTest::newRow("a file's own") << u"a file"_s << QString();
+    QTest::newRow("that of a link's end") << u"a link to a file"_s << u"/elsewhere"_s;
 }
 
 void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd()
@@ -208,8 +205,7 @@ void TestAtomicFileFaults::hasTheFolderOnTheDiskAtTheEnd()
                  && changes.at(0).contains(QLatin1String("/.orvane.")),
              qPrintable(changes.at(0)));
     QVERIFY2(changes.at(1).startsWith(QLatin1String("rename ")), qPrintable(changes.at(1)));
-    QCOMPARE(changes.at(2),
-             QStringLiteral("fsync ") + QFileInfo(fixture.file()).absolutePath() + folder);
+    QCOMPARE(changes.at(2), u"fsync "_s + QFileInfo(fixture.file()).absolutePath() + folder);
     // The old file is removed last, because it is restored after a failure.
     QVERIFY2(changes.at(3).startsWith(QLatin1String("unlink ")), qPrintable(changes.at(3)));
 }
@@ -228,7 +224,7 @@ void TestAtomicFileFaults::replacesALinkWhenTold()
 
 void TestAtomicFileFaults::leavesWhatAReplacedLinkLedTo()
 {
-    const Fixture fixture(QStringLiteral("a link to a file"));
+    const Fixture fixture(u"a link to a file"_s);
     const QString target = fixture.linkTarget();
     QCOMPARE(
         writeFileAtomically(fixture.file(), "new", FileReaders::Everybody, SpecialFiles::Replace),

@@ -1,4 +1,5 @@
 #include "common/client_text.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -30,8 +31,8 @@ void TestClientText::writesAShortTextAsTheFrameworkDoes_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("empty") << QString();
-    QTest::newRow("plain") << QStringLiteral("Sync");
-    QTest::newRow("quotes, a backslash and a line break") << QStringLiteral("a\"b\\c\nd");
+    QTest::newRow("plain") << u"Sync"_s;
+    QTest::newRow("quotes, a backslash and a line break") << u"a\"b\\c\nd"_s;
     QTest::newRow("letters of other scripts") << QString::fromUtf8("größe \xf0\x9f\x93\xb7");
     QTest::newRow("200 characters") << QString(200, QLatin1Char('x'));
 }
@@ -49,7 +50,7 @@ void TestClientText::cutsALongText_data()
     QTest::newRow("201 characters")
         << QString(201, QLatin1Char('x')) << QString(200, QLatin1Char('x'));
     QTest::newRow("line breaks, which take two characters each")
-        << QString(150, QLatin1Char('\n')) << QStringLiteral("\\n").repeated(100);
+        << QString(150, QLatin1Char('\n')) << u"\\n"_s.repeated(100);
     QTest::newRow("30 million") << QString(30000000, QLatin1Char('x'))
                                 << QString(200, QLatin1Char('x'));
 }
@@ -58,14 +59,14 @@ void TestClientText::cutsALongText()
 {
     QFETCH(QString, text);
     QFETCH(QString, expected);
-    QCOMPARE(written(ClientText(text)), QStringLiteral("before \"%1\"... after ").arg(expected));
+    QCOMPARE(written(ClientText(text)), u"before \"%1\"... after "_s.arg(expected));
 }
 
 void TestClientText::leavesTheStreamAsItWas()
 {
     QString text;
-    QDebug(&text).nospace() << "a" << ClientText(QStringLiteral("b")) << QStringLiteral("c");
-    QCOMPARE(text, QStringLiteral("a\"b\"\"c\""));
+    QDebug(&text).nospace() << "a" << ClientText(u"b"_s) << u"c"_s;
+    QCOMPARE(text, u"a\"b\"\"c\""_s);
 }
 
 QTEST_APPLESS_MAIN(TestClientText)

@@ -1,5 +1,6 @@
 #include "common/directories.h"
 #include "support/every_fault.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -64,9 +65,8 @@ void TestDirectories::hasEachParentOnTheDiskBeforeTheNextStep()
     const FileFaults watched;
     QVERIFY(makeDirectory(path("/a/b")));
     QCOMPARE(watched.changes(),
-             QStringList({QStringLiteral("mkdir ") + path("/a"), QStringLiteral("fsync ") + path(),
-                          QStringLiteral("mkdir ") + path("/a/b"),
-                          QStringLiteral("fsync ") + path("/a")}));
+             QStringList({u"mkdir "_s + path("/a"), u"fsync "_s + path(),
+                          u"mkdir "_s + path("/a/b"), u"fsync "_s + path("/a")}));
 }
 
 void TestDirectories::isStoppedByWhatIsNoDirectory_data()
@@ -93,7 +93,7 @@ void TestDirectories::leavesAllOrNothing()
     QFETCH(int, error);
     withEveryCallFailing([&](int which) {
         const QTemporaryDir folder;
-        const QString wanted = folder.filePath(QStringLiteral("a/b"));
+        const QString wanted = folder.filePath(u"a/b"_s);
         bool isMade = false;
         QString failed;
         {
@@ -114,7 +114,7 @@ void TestDirectories::removesNoDirectoryThatHoldsSomething()
 {
     QStringList made;
     QVERIFY(makeDirectory(path("/a/b"), &made));
-    QVERIFY(QDir(path("/a")).mkdir(QStringLiteral("other")));
+    QVERIFY(QDir(path("/a")).mkdir(u"other"_s));
     removeMadeDirectories(made);
     QVERIFY(!QFileInfo::exists(path("/a/b")));
     QVERIFY(QFileInfo(path("/a/other")).isDir());

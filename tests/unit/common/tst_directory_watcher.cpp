@@ -1,4 +1,5 @@
 #include "common/directory_watcher.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -89,35 +90,28 @@ void TestDirectoryWatcher::namesWhatHasChanged_data()
     };
     const auto anything = DirectoryWatcher::Anything;
     row(
-        "created", anything, [](const QString &d) { write(d + QStringLiteral("new")); }, "new");
+        "created", anything, [](const QString &d) { write(d + u"new"_s); }, "new");
     row("written and closed", DirectoryWatcher::Content,
-        [](const QString &d) { write(d + QStringLiteral("file"), "y"); });
+        [](const QString &d) { write(d + u"file"_s, "y"); });
     row("written and left open", DirectoryWatcher::Content, [](const QString &d) {
         static QFile open;
         open.close();
-        open.setFileName(d + QStringLiteral("file"));
+        open.setFileName(d + u"file"_s);
         QVERIFY(open.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered));
         QCOMPARE(open.write("y"), 1);
     });
-    row("cut off without being opened", DirectoryWatcher::Content, [](const QString &d) {
-        QCOMPARE(::truncate(qPrintable(d + QStringLiteral("file")), 0), 0);
-    });
+    row("cut off without being opened", DirectoryWatcher::Content,
+        [](const QString &d) { QCOMPARE(::truncate(qPrintable(d + u"file"_s), 0), 0); });
     row("replaced", anything, [](const QString &d) {
-        write(d + QStringLiteral("../new"));
-        QCOMPARE(std::rename(qPrintable(d + QStringLiteral("../new")),
-                             qPrintable(d + QStringLiteral("file"))),
-                 0);
+        write(d + u"../new"_s);
+        QCOMPARE(std::rename(qPrintable(d + u"../new"_s), qPrintable(d + u"file"_s)), 0);
     });
     row("moved away", anything, [](const QString &d) {
-        QCOMPARE(std::rename(qPrintable(d + QStringLiteral("file")),
-                             qPrintable(d + QStringLiteral("../gone"))),
-                 0);
+        QCOMPARE(std::rename(qPrintable(d + u"file"_s), qPrintable(d + u"../gone"_s)), 0);
     });
-    row("deleted", anything,
-        [](const QString &d) { QVERIFY(QFile::remove(d + QStringLiteral("file"))); });
-    row("other rights", anything, [](const QString &d) {
-        QCOMPARE(::chmod(qPrintable(d + QStringLiteral("file")), 0600), 0);
-    });
+    row("deleted", anything, [](const QString &d) { QVERIFY(QFile::remove(d + u"file"_s)); });
+    row("other rights", anything,
+        [](const QString &d) { QCOMPARE(::chmod(qPrintable(d + u"file"_s), 0600), 0); });
 }
 
 void TestDirectoryWatcher::namesWhatHasChanged()
@@ -249,7 +243,7 @@ void TestDirectoryWatcher::dropsWhatIsNotNamedAgain()
 
 void TestDirectoryWatcher::saysThatAnythingMayHaveChangedWhenEventsAreLost()
 {
-    QFile limit(QStringLiteral("/proc/sys/fs/inotify/max_queued_events"));
+    QFile limit(u"/proc/sys/fs/inotify/max_queued_events"_s);
     QVERIFY(limit.open(QIODevice::ReadOnly));
     const int most = limit.readAll().trimmed().toInt();
     write(path("watched/second"));
@@ -279,10 +273,10 @@ int pollWithOneWatch(const QString &one, const QString &other)
     const QByteArray user = "0 " + QByteArray::number(::geteuid()) + " 1\n";
     if (::unshare(CLONE_NEWUSER) != 0)
         return 1;
-    QFile map(QStringLiteral("/proc/self/uid_map"));
+    QFile map(u"/proc/self/uid_map"_s);
     if (!map.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || map.write(user) != user.size())
         return 2;
-    QFile limit(QStringLiteral("/proc/sys/user/max_inotify_watches"));
+    QFile limit(u"/proc/sys/user/max_inotify_watches"_s);
     if (!limit.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || limit.write("1") != 1)
         return 3;
     DirectoryWatcher watcher;

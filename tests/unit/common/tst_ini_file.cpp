@@ -2,6 +2,7 @@
 // values that begin with "@".
 
 #include "common/ini_file.h"
+#include "support/literals.h"
 #include "support/settings_library.h"
 
 #include <QFile>
@@ -137,8 +138,8 @@ void TestIniFile::readsWhatTheSettingsLibraryReads()
 void TestIniFile::readsWhatTheSettingsLibraryWrites_data()
 {
     QTest::addColumn<QStringList>("texts");
-    const QStringList ascii{QStringLiteral(" blanks "), QStringLiteral("a;b,c=d\"e\\f"), QString(),
-                            QStringLiteral("two\nlines\t\r\x01\x7f")};
+    const QStringList ascii{u" blanks "_s, u"a;b,c=d\"e\\f"_s, QString(),
+                            u"two\nlines\t\r\x01\x7f"_s};
     QTest::newRow("ASCII") << ascii;
     QTest::newRow("other characters too")
         << ascii + QStringList(QString::fromUtf8("\u00e4\u20ac\U0001F600"));
@@ -147,14 +148,14 @@ void TestIniFile::readsWhatTheSettingsLibraryWrites_data()
 void TestIniFile::readsWhatTheSettingsLibraryWrites()
 {
     QFETCH(QStringList, texts);
-    const QString path = m_directory.filePath(QStringLiteral("written%1").arg(texts.size()));
+    const QString path = m_directory.filePath(u"written%1"_s.arg(texts.size()));
     {
         QSettings settings(path, QSettings::IniFormat);
         for (const QString &text : texts)
-            settings.setValue(QStringLiteral("g%1/k%1").arg(text).remove(QLatin1Char('/')), text);
-        settings.beginGroup(QStringLiteral("com.example.Notes|5"));
-        settings.setValue(QStringLiteral("list"), texts);
-        settings.setValue(QStringLiteral("number"), 5);
+            settings.setValue(u"g%1/k%1"_s.arg(text).remove(QLatin1Char('/')), text);
+        settings.beginGroup(u"com.example.Notes|5"_s);
+        settings.setValue(u"list"_s, texts);
+        settings.setValue(u"number"_s, 5);
     }
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -225,8 +226,7 @@ void TestIniFile::takesSerialisedValuesAsText_data()
 void TestIniFile::takesSerialisedValuesAsText()
 {
     QFETCH(QByteArray, value);
-    const auto read =
-        IniFile("[a]\nb=\"" + value + "\"\n").value(QStringLiteral("a"), QStringLiteral("b"));
+    const auto read = IniFile("[a]\nb=\"" + value + "\"\n").value(u"a"_s, u"b"_s);
     QVERIFY(read.has_value());
     QVERIFY(!read->isList);
     QVERIFY(read->text.startsWith(QLatin1Char('@')));
@@ -255,22 +255,22 @@ void TestIniFile::tellsTheLineOfAKey()
 {
     QFETCH(QByteArray, text);
     QFETCH(int, line);
-    const auto value = IniFile(text).value(QStringLiteral("a"), QStringLiteral("b"));
+    const auto value = IniFile(text).value(u"a"_s, u"b"_s);
     QVERIFY(value.has_value());
-    QCOMPARE(value->text, QStringLiteral("c"));
+    QCOMPARE(value->text, u"c"_s);
     QCOMPARE(value->line, line);
 }
 
 void TestIniFile::answersNothingForAMissingKey()
 {
     const IniFile file("[a]\nb=c\n[d/e]\nf=g\n");
-    const QString key = QStringLiteral("b");
-    QVERIFY(file.value(QStringLiteral("a"), key).has_value());
+    const QString key = u"b"_s;
+    QVERIFY(file.value(u"a"_s, key).has_value());
     QVERIFY(!file.value({}, key).has_value());
-    QVERIFY(!file.value(QStringLiteral("d"), key).has_value());
-    QVERIFY(!file.value(QStringLiteral("d"), QStringLiteral("e")).has_value());
-    QVERIFY(file.value(QStringLiteral("d"), QStringLiteral("e/f")).has_value());
-    QVERIFY(!file.value(QStringLiteral("none"), key).has_value());
+    QVERIFY(!file.value(u"d"_s, key).has_value());
+    QVERIFY(!file.value(u"d"_s, u"e"_s).has_value());
+    QVERIFY(file.value(u"d"_s, u"e/f"_s).has_value());
+    QVERIFY(!file.value(u"none"_s, key).has_value());
     QVERIFY(!IniFile(QByteArray()).value({}, {}).has_value());
 }
 

@@ -1,4 +1,5 @@
 #include "common/key_file_lines.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -53,7 +54,7 @@ void TestKeyFileLines::findsGroupsAndKeys()
 
 void TestKeyFileLines::hasNothingOfAFileThatIsNotThere()
 {
-    QCOMPARE(KeyFileLines::ofFile(QStringLiteral("/nonexistent")).of(QStringLiteral("a")), 0);
+    QCOMPARE(KeyFileLines::ofFile(u"/nonexistent"_s).of(u"a"_s), 0);
 }
 
 QTEST_APPLESS_MAIN(TestKeyFileLines)

@@ -1,4 +1,5 @@
 #include "common/logging.h"
+#include "support/literals.h"
 
 #include <QProcess>
 #include <QTemporaryFile>
@@ -18,8 +19,8 @@ void speak(const QString &name)
     const auto lambda = [](int) { qDebug() << "from a lambda" << 5; };
     lambda(1);
     qWarning("one\ntwo");
-    qWarning().noquote() << QString(QStringLiteral("three") + QChar() + QStringLiteral("four"));
-    qWarning().noquote() << QStringLiteral("five\x1b[31m\x7fsix\rseven");
+    qWarning().noquote() << QString(u"three"_s + QChar() + u"four"_s);
+    qWarning().noquote() << u"five\x1b[31m\x7fsix\rseven"_s;
     qWarning().noquote() << QString(100000, QLatin1Char('x'));
 }
 
@@ -39,7 +40,7 @@ public:
 
     [[nodiscard]] QString path() const
     {
-        return QStringLiteral("/proc/%1/fd/%2").arg(::getpid()).arg(m_ends[1]);
+        return u"/proc/%1/fd/%2"_s.arg(::getpid()).arg(m_ends[1]);
     }
     void fill() const
     {
@@ -91,10 +92,9 @@ QByteArrayList TestLogging::linesOfSpeech(bool toTheJournal)
     QStringList environment = QProcess::systemEnvironment();
     struct stat status = {};
     fstat(file.handle(), &status);
-    environment << QStringLiteral("SPEAK=1")
-                << QStringLiteral("JOURNAL_STREAM=%1:%2")
-                       .arg(status.st_dev)
-                       .arg(status.st_ino + (toTheJournal ? 0 : 1));
+    environment
+        << u"SPEAK=1"_s
+        << u"JOURNAL_STREAM=%1:%2"_s.arg(status.st_dev).arg(status.st_ino + (toTheJournal ? 0 : 1));
     process.setEnvironment(environment);
     process.setStandardErrorFile(file.fileName(), QIODevice::Append);
     process.start(QCoreApplication::applicationFilePath(), QStringList());
@@ -108,16 +108,16 @@ void TestLogging::namesFileLineAndFunction()
     QCOMPARE(lines.size(), 6);
     const QByteArray file = "tests/unit/common/tst_logging.cpp:";
     QCOMPARE(lines.at(0),
-             file + "17: void Speaker::speak(const QString&): Invalid app ID in \"a\\nb\"");
+             file + "18: void Speaker::speak(const QString&): Invalid app ID in \"a\\nb\"");
     QCOMPARE(lines.at(1),
-             file + "18: Speaker::speak(const QString&)::<lambda(int)>: from a lambda 5");
+             file + "19: Speaker::speak(const QString&)::<lambda(int)>: from a lambda 5");
     // One message is always one line.
-    QCOMPARE(lines.at(2), file + "20: void Speaker::speak(const QString&): one two");
-    QCOMPARE(lines.at(3), file + "21: void Speaker::speak(const QString&): three four");
-    QCOMPARE(lines.at(4), file + "22: void Speaker::speak(const QString&): five [31m six seven");
+    QCOMPARE(lines.at(2), file + "21: void Speaker::speak(const QString&): one two");
+    QCOMPARE(lines.at(3), file + "22: void Speaker::speak(const QString&): three four");
+    QCOMPARE(lines.at(4), file + "23: void Speaker::speak(const QString&): five [31m six seven");
     // The journal would split a longer line.
     QCOMPARE(lines.at(5),
-             file + "23: void Speaker::speak(const QString&): " + QByteArray(4096, 'x') + "...");
+             file + "24: void Speaker::speak(const QString&): " + QByteArray(4096, 'x') + "...");
 }
 
 void TestLogging::marksPrioritiesForTheJournal()
@@ -131,7 +131,7 @@ void TestLogging::marksPrioritiesForTheJournal()
 
 void TestLogging::listen(QProcess &process, const Pipe &pipe)
 {
-    process.setEnvironment(QProcess::systemEnvironment() << QStringLiteral("SPEAK=when told"));
+    process.setEnvironment(QProcess::systemEnvironment() << u"SPEAK=when told"_s);
     process.setStandardErrorFile(pipe.path(), QIODevice::Append);
     process.start(QCoreApplication::applicationFilePath(), QStringList());
     QVERIFY(process.waitForStarted());
@@ -189,11 +189,9 @@ void TestLogging::writesToNoFileThatGotItsNumber()
     QVERIFY(file.open());
     QProcess process;
     process.setEnvironment(QProcess::systemEnvironment()
-                           << QStringLiteral("SPEAK=once")
-                           << QStringLiteral("LATER_FILE=%1").arg(file.fileName()));
-    process.start(QStringLiteral("sh"),
-                  {QStringLiteral("-c"), QStringLiteral("exec \"$0\" 2>&-"),
-                   QCoreApplication::applicationFilePath()});
+                           << u"SPEAK=once"_s << u"LATER_FILE=%1"_s.arg(file.fileName()));
+    process.start(u"sh"_s,
+                  {u"-c"_s, u"exec \"$0\" 2>&-"_s, QCoreApplication::applicationFilePath()});
     QVERIFY(process.waitForFinished(20000));
     QCOMPARE(process.exitCode(), 0);
     QCOMPARE(file.readAll(), QByteArray());
@@ -212,7 +210,7 @@ int main(int argc, char *argv[])
         do {
             if (isTold && std::getchar() == EOF)
                 return 0;
-            Speaker::speak(QStringLiteral("a\nb"));
+            Speaker::speak(u"a\nb"_s);
             std::puts("Spoken");
             std::fflush(stdout);
         } while (isTold);

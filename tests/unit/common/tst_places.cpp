@@ -1,5 +1,6 @@
 #include "common/places.h"
 #include "files/folder_listing.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -41,21 +42,21 @@ void TestPlaces::cleanup()
 
 void TestPlaces::areTheFrameworksOwnForTheDaemon()
 {
-    QCoreApplication::setApplicationName(QStringLiteral("orvane"));
+    QCoreApplication::setApplicationName(u"orvane"_s);
     const Places places = Places::ofEnvironment();
     QCOMPARE(places.applicationFolders,
              QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation));
     // As the framework determines it, which depends on the name of the process.
     QStringList types = QStandardPaths::standardLocations(QStandardPaths::AppDataLocation);
-    types.replaceInStrings(QRegularExpression(QStringLiteral("$")), QStringLiteral("/task-types"));
+    types.replaceInStrings(QRegularExpression(u"$"_s), u"/task-types"_s);
     // Without the program's own folder, which the framework lists, too.
-    types = types.filter(QRegularExpression(QStringLiteral("/orvane/task-types$")));
+    types = types.filter(QRegularExpression(u"/orvane/task-types$"_s));
     types.removeDuplicates();
     QCOMPARE(places.taskTypeFolders, types);
-    QCoreApplication::setApplicationName(QStringLiteral("another"));
+    QCoreApplication::setApplicationName(u"another"_s);
     QCOMPARE(Places::ofEnvironment().taskTypeFolders, places.taskTypeFolders);
-    QCOMPARE(places.unitFolder(), QStringLiteral("/etc/systemd/system"));
-    QCOMPARE(places.policyFolder(), QStringLiteral("/etc/dbus-1/system.d"));
+    QCOMPARE(places.unitFolder(), u"/etc/systemd/system"_s);
+    QCOMPARE(places.policyFolder(), u"/etc/dbus-1/system.d"_s);
     QVERIFY(places.programsAreExamined);
 }
 
@@ -63,9 +64,8 @@ void TestPlaces::keepRecordsInTheRuntimeDirectory()
 {
     QCOMPARE(Places::ofEnvironment().recordsFile, QString());
     qputenv("RUNTIME_DIRECTORY", "/run/orvane");
-    QCOMPARE(Places::ofEnvironment().recordsFile,
-             QStringLiteral("/run/orvane/applications.records"));
-    QCOMPARE(Places::below(QStringLiteral("/image")).recordsFile, QString());
+    QCOMPARE(Places::ofEnvironment().recordsFile, u"/run/orvane/applications.records"_s);
+    QCOMPARE(Places::below(u"/image"_s).recordsFile, QString());
 }
 
 void TestPlaces::tellLanguagesApart()
@@ -82,13 +82,13 @@ void TestPlaces::takeTheRootFromTheEnvironment()
     qputenv("ORVANE_ROOTFS", "/image");
     qputenv("ORVANE_COMPONENT_TESTS", "");
     const Places places = Places::ofEnvironment();
-    QCOMPARE(places.packageFile(QStringLiteral("a.b"), QStringLiteral("manifest.json")),
-             QStringLiteral("/image/opt/app/a.b/current/manifest.json"));
-    QCOMPARE(places.versionOverrides(), QStringLiteral("/image/etc/orvane/os-version-support.cfg"));
-    QCOMPARE(places.unitFolder(), QStringLiteral("/image/etc/systemd/system"));
-    QCOMPARE(places.systemAutostartFolder(), QStringLiteral("/image/etc/am/conf.d"));
-    QCOMPARE(places.runtimeAutostartFolder(), QStringLiteral("/image/var/lib/am/apps"));
-    QCOMPARE(places.process(7), QStringLiteral("/image/proc/7"));
+    QCOMPARE(places.packageFile(u"a.b"_s, u"manifest.json"_s),
+             u"/image/opt/app/a.b/current/manifest.json"_s);
+    QCOMPARE(places.versionOverrides(), u"/image/etc/orvane/os-version-support.cfg"_s);
+    QCOMPARE(places.unitFolder(), u"/image/etc/systemd/system"_s);
+    QCOMPARE(places.systemAutostartFolder(), u"/image/etc/am/conf.d"_s);
+    QCOMPARE(places.runtimeAutostartFolder(), u"/image/var/lib/am/apps"_s);
+    QCOMPARE(places.process(7), u"/image/proc/7"_s);
     // The daemon uses this system's programs and permissions nevertheless.
     QCOMPARE(places.programRoot, QString());
     QVERIFY(!places.programsAreExamined);
@@ -96,18 +96,18 @@ void TestPlaces::takeTheRootFromTheEnvironment()
 
 void TestPlaces::areAllBelowTheRootOfAnImage()
 {
-    const Places places = Places::below(QStringLiteral("/image/"));
-    QCOMPARE(places.root, QStringLiteral("/image"));
-    QCOMPARE(places.programRoot, QStringLiteral("/image"));
+    const Places places = Places::below(u"/image/"_s);
+    QCOMPARE(places.root, u"/image"_s);
+    QCOMPARE(places.programRoot, u"/image"_s);
     QCOMPARE(places.applicationFolders,
-             QStringList({QStringLiteral("/image/usr/local/share/applications"),
-                          QStringLiteral("/image/usr/share/applications")}));
+             QStringList(
+                 {u"/image/usr/local/share/applications"_s, u"/image/usr/share/applications"_s}));
     QCOMPARE(places.taskTypeFolders,
-             QStringList({QStringLiteral("/image/usr/local/share/orvane/task-types"),
-                          QStringLiteral("/image/usr/share/orvane/task-types")}));
-    QCOMPARE(places.configFolder, QStringLiteral("/image/root/.config"));
+             QStringList({u"/image/usr/local/share/orvane/task-types"_s,
+                          u"/image/usr/share/orvane/task-types"_s}));
+    QCOMPARE(places.configFolder, u"/image/root/.config"_s);
     // Without the root, because they are used in a command line inside the image.
-    QCOMPARE(places.permissionFolders.constFirst(), QStringLiteral("/etc/sailjail/permissions/"));
+    QCOMPARE(places.permissionFolders.constFirst(), u"/etc/sailjail/permissions/"_s);
 }
 
 void TestPlaces::areThoseOfTheWorkingDirectoryBelowARelativeRoot()
@@ -115,8 +115,8 @@ void TestPlaces::areThoseOfTheWorkingDirectoryBelowARelativeRoot()
     const QTemporaryDir directory;
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(directory.path()));
-    const Places places = Places::below(QStringLiteral("image"));
-    const QString image = QDir::current().filePath(QStringLiteral("image"));
+    const Places places = Places::below(u"image"_s);
+    const QString image = QDir::current().filePath(u"image"_s);
     QVERIFY(QDir::setCurrent(before));
     QCOMPARE(places.root, image);
     QCOMPARE(places.programRoot, image);
@@ -130,25 +130,24 @@ void TestPlaces::areTheEnvironmentsUntilSomebodySetsThem()
         qputenv("ORVANE_ROOTFS", root);
         QCOMPARE(Places::ofProcess().root, QString::fromLatin1(root));
     }
-    Places::setOfProcess(Places::below(QStringLiteral("/image")));
-    QCOMPARE(Places::ofProcess().root, QStringLiteral("/image"));
+    Places::setOfProcess(Places::below(u"/image"_s));
+    QCOMPARE(Places::ofProcess().root, u"/image"_s);
 }
 
 void TestPlaces::findTheFirstFile()
 {
     const QTemporaryDir directory;
-    const QString name = QStringLiteral("x");
-    const QStringList folders{
-        directory.filePath(QStringLiteral("none")), directory.filePath(QStringLiteral("directory")),
-        directory.filePath(QStringLiteral("first")), directory.filePath(QStringLiteral("second"))};
+    const QString name = u"x"_s;
+    const QStringList folders{directory.filePath(u"none"_s), directory.filePath(u"directory"_s),
+                              directory.filePath(u"first"_s), directory.filePath(u"second"_s)};
     QCOMPARE(Places().firstFile(folders, name), QString());
-    QVERIFY(QDir().mkpath(folders.at(1) + QStringLiteral("/x")));
+    QVERIFY(QDir().mkpath(folders.at(1) + u"/x"_s));
     for (int i = 2; i < 4; ++i) {
         QVERIFY(QDir().mkpath(folders.at(i)));
-        QFile file(folders.at(i) + QStringLiteral("/x"));
+        QFile file(folders.at(i) + u"/x"_s);
         QVERIFY(file.open(QIODevice::WriteOnly));
     }
-    QCOMPARE(Places().firstFile(folders, name), folders.at(2) + QStringLiteral("/x"));
+    QCOMPARE(Places().firstFile(folders, name), folders.at(2) + u"/x"_s);
 }
 
 namespace {
@@ -224,53 +223,47 @@ void TestPlaces::followLinksAsTheImageWould()
     QFETCH(QString, real);
     const Image image;
     QCOMPARE(image.places().real(image.path(path)), image.path(real));
-    QCOMPARE(image.places().real(QStringLiteral("/elsewhere/x")), QStringLiteral("/elsewhere/x"));
+    QCOMPARE(image.places().real(u"/elsewhere/x"_s), u"/elsewhere/x"_s);
 }
 
 void TestPlaces::listFilesBehindLinksOfTheImage()
 {
     const Image image;
-    const QString folder = image.path(QStringLiteral("/srv/settings"));
-    QCOMPARE(namesOf(image.places().filesIn(folder, QStringLiteral(".conf"))),
-             QStringList({QStringLiteral("file.conf"), QStringLiteral("folder-outside.conf"),
-                          QStringLiteral("link.conf")}));
+    const QString folder = image.path(u"/srv/settings"_s);
+    QCOMPARE(namesOf(image.places().filesIn(folder, u".conf"_s)),
+             QStringList({u"file.conf"_s, u"folder-outside.conf"_s, u"link.conf"_s}));
     // The state of the link's target in the image.
-    const FileState target =
-        FileState::of(qPrintable(image.path(QStringLiteral("/opt/real/file.conf"))));
-    QVERIFY(image.places().filesIn(folder, QStringLiteral("link.conf")).at(0).state == target);
-    QStringList below = image.places().filesBelow(folder, {QStringLiteral("*.conf")});
+    const FileState target = FileState::of(qPrintable(image.path(u"/opt/real/file.conf"_s)));
+    QVERIFY(image.places().filesIn(folder, u"link.conf"_s).at(0).state == target);
+    QStringList below = image.places().filesBelow(folder, {u"*.conf"_s});
     below.replaceInStrings(folder + QLatin1Char('/'), QString());
     QCOMPARE(below,
-             QStringList({QStringLiteral(".hidden.conf"), QStringLiteral("deep/other.conf"),
-                          QStringLiteral("file.conf"), QStringLiteral("folder-outside.conf"),
-                          QStringLiteral("link.conf")}));
-    QCOMPARE(image.places().firstFile({image.path(QStringLiteral("/none")), folder},
-                                      QStringLiteral("link.conf")),
-             folder + QStringLiteral("/link.conf"));
+             QStringList({u".hidden.conf"_s, u"deep/other.conf"_s, u"file.conf"_s,
+                          u"folder-outside.conf"_s, u"link.conf"_s}));
+    QCOMPARE(image.places().firstFile({image.path(u"/none"_s), folder}, u"link.conf"_s),
+             folder + u"/link.conf"_s);
 }
 
 void TestPlaces::leaveLinksOfThisSystemAlone()
 {
     const Image image;
-    const QString folder = image.path(QStringLiteral("/opt/real"));
+    const QString folder = image.path(u"/opt/real"_s);
     QCOMPARE(Places().real(folder), folder);
-    QCOMPARE(namesOf(Places().filesIn(folder, QStringLiteral(".conf"))),
-             QStringList{QStringLiteral("file.conf")});
-    QCOMPARE(Places().filesBelow(folder, {QStringLiteral("file*")}),
-             QStringList{folder + QStringLiteral("/file.conf")});
+    QCOMPARE(namesOf(Places().filesIn(folder, u".conf"_s)), QStringList{u"file.conf"_s});
+    QCOMPARE(Places().filesBelow(folder, {u"file*"_s}), QStringList{folder + u"/file.conf"_s});
 }
 
 void TestPlaces::areThisSystemsWithoutARoot_data()
 {
     QTest::addColumn<QString>("root");
     QTest::newRow("empty") << QString();
-    QTest::newRow("a slash") << QStringLiteral("/");
+    QTest::newRow("a slash") << u"/"_s;
 }
 
 void TestPlaces::areThisSystemsWithoutARoot()
 {
     QFETCH(QString, root);
-    QCOMPARE(Places::below(root).unitFolder(), QStringLiteral("/etc/systemd/system"));
+    QCOMPARE(Places::below(root).unitFolder(), u"/etc/systemd/system"_s);
 }
 
 QTEST_GUILESS_MAIN(TestPlaces)

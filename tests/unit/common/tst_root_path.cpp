@@ -1,4 +1,5 @@
 #include "common/root_path.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -45,10 +46,10 @@ void TestRootPath::isTheUnchangedValue_data()
     QTest::addColumn<QByteArray>("value");
     QTest::addColumn<QString>("prefix");
     QTest::newRow("empty") << QByteArray("") << QString();
-    QTest::newRow("directory") << QByteArray("/mnt/image") << QStringLiteral("/mnt/image");
-    QTest::newRow("trailing slash") << QByteArray("/mnt/") << QStringLiteral("/mnt/");
-    QTest::newRow("relative") << QByteArray("image") << QStringLiteral("image");
-    QTest::newRow("UTF-8") << QByteArray("/mnt/caf\xc3\xa9") << QStringLiteral("/mnt/caf\u00e9");
+    QTest::newRow("directory") << QByteArray("/mnt/image") << u"/mnt/image"_s;
+    QTest::newRow("trailing slash") << QByteArray("/mnt/") << u"/mnt/"_s;
+    QTest::newRow("relative") << QByteArray("image") << u"image"_s;
+    QTest::newRow("UTF-8") << QByteArray("/mnt/caf\xc3\xa9") << u"/mnt/caf\u00e9"_s;
 }
 
 void TestRootPath::isTheUnchangedValue()
@@ -62,9 +63,9 @@ void TestRootPath::isTheUnchangedValue()
 void TestRootPath::isReadAtEachCall()
 {
     qputenv("ORVANE_ROOTFS", "/one");
-    QCOMPARE(rootPrefix(), QStringLiteral("/one"));
+    QCOMPARE(rootPrefix(), u"/one"_s);
     qputenv("ORVANE_ROOTFS", "/two");
-    QCOMPARE(rootPrefix(), QStringLiteral("/two"));
+    QCOMPARE(rootPrefix(), u"/two"_s);
 }
 
 QTEST_GUILESS_MAIN(TestRootPath)

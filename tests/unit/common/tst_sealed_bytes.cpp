@@ -1,4 +1,5 @@
 #include "common/sealed_bytes.h"
+#include "support/literals.h"
 
 #include <QRandomGenerator>
 #include <QTest>
@@ -19,9 +20,9 @@ private:
     {
         ByteWriter writer;
         writer.number(-5);
-        writer.text(QStringLiteral("a text"));
+        writer.text(u"a text"_s);
         writer.text(QString());
-        writer.list({QStringLiteral("one"), QString(), QStringLiteral("\u00fc")});
+        writer.list({u"one"_s, QString(), u"\u00fc"_s});
         return writer.bytes();
     }
 };
@@ -31,11 +32,10 @@ void TestSealedBytes::givesBackWhatItWasGiven()
     const QByteArray bytes = unsealed(sealed(sample())).value();
     ByteReader reader(bytes);
     QCOMPARE(reader.number(), -5);
-    QCOMPARE(reader.text(), QStringLiteral("a text"));
+    QCOMPARE(reader.text(), u"a text"_s);
     QCOMPARE(reader.text(), QString());
     QVERIFY(!reader.isAtEnd());
-    QCOMPARE(reader.list(),
-             QStringList({QStringLiteral("one"), QString(), QStringLiteral("\u00fc")}));
+    QCOMPARE(reader.list(), QStringList({u"one"_s, QString(), u"\u00fc"_s}));
     QVERIFY(reader.isOk());
     QVERIFY(reader.isAtEnd());
     QCOMPARE(unsealed(sealed(QByteArray())).value(), QByteArray());

@@ -1,4 +1,5 @@
 #include "files/folder_listing.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -36,7 +37,7 @@ private:
     [[nodiscard]] QStringList listed() const
     {
         QStringList names;
-        const QVector<ListedFile> files = filesIn(folder->path(), QStringLiteral(".desktop"));
+        const QVector<ListedFile> files = filesIn(folder->path(), u".desktop"_s);
         for (const ListedFile &file : files)
             names.append(file.name);
         return names;
@@ -51,7 +52,7 @@ void TestFolderListing::listsWhatTheFrameworkLists()
          {"b.desktop", "a.desktop", "UPPER.DESKTOP", "B.desktop", ".hidden.desktop", "a.desktop~",
           "text.txt", "desktop", "\xc3\xa4.desktop", ".desktop"})
         write(name);
-    QVERIFY(QDir(folder->path()).mkdir(QStringLiteral("folder.desktop")));
+    QVERIFY(QDir(folder->path()).mkdir(u"folder.desktop"_s));
     QCOMPARE(mkfifo(qPrintable(path("pipe.desktop")), 0600), 0);
     const auto link = [this](const char *to, const char *name) {
         QVERIFY(QFile::link(path(to), path(name)));
@@ -66,8 +67,7 @@ void TestFolderListing::listsWhatTheFrameworkLists()
 
     QCOMPARE(listed(),
              QDir(folder->path())
-                 .entryList({QStringLiteral("*.desktop")}, QDir::Files | QDir::CaseSensitive,
-                            QDir::Name));
+                 .entryList({u"*.desktop"_s}, QDir::Files | QDir::CaseSensitive, QDir::Name));
     QCOMPARE(listed().size(), 6);
     QCOMPARE(::unlink(odd.constData()), 0);
 }
@@ -77,7 +77,7 @@ void TestFolderListing::givesTheStateOfALinksTarget()
     write("target", "12345");
     QVERIFY(QFile::link(path("target"), path("a.desktop")));
     write("b.desktop");
-    const QVector<ListedFile> files = filesIn(folder->path(), QStringLiteral(".desktop"));
+    const QVector<ListedFile> files = filesIn(folder->path(), u".desktop"_s);
     QCOMPARE(files.size(), 2);
     QVERIFY(files.at(0).isLink);
     QVERIFY(files.at(0).state == FileState::of(qPrintable(path("target"))));
@@ -91,12 +91,11 @@ void TestFolderListing::listsEveryLinkThatIsNotFollowed()
     QVERIFY(QDir().mkpath(path("folder.desktop")));
     QVERIFY(QFile::link(path("none"), path("dangling.desktop")));
     QVERIFY(QFile::link(path("folder.desktop"), path("linked.desktop")));
-    const QVector<ListedFile> files =
-        filesIn(folder->path(), QStringLiteral(".desktop"), Links::AreNotFollowed);
+    const QVector<ListedFile> files = filesIn(folder->path(), u".desktop"_s, Links::AreNotFollowed);
     QCOMPARE(files.size(), 3);
-    QCOMPARE(files.at(0).name, QStringLiteral("dangling.desktop"));
-    QCOMPARE(files.at(1).name, QStringLiteral("file.desktop"));
-    QCOMPARE(files.at(2).name, QStringLiteral("linked.desktop"));
+    QCOMPARE(files.at(0).name, u"dangling.desktop"_s);
+    QCOMPARE(files.at(1).name, u"file.desktop"_s);
+    QCOMPARE(files.at(2).name, u"linked.desktop"_s);
     QVERIFY(files.at(0).isLink && !files.at(1).isLink && files.at(2).isLink);
     QCOMPARE(files.at(0).state.size, path("none").size());
 }

@@ -1,4 +1,5 @@
 #include "files/foreign_file.h"
+#include "support/literals.h"
 #include "support/odd_file.h"
 #include "support/temp_root.h"
 
@@ -35,7 +36,7 @@ private Q_SLOTS:
     void leavesNoDescriptorOpen();
 
 private:
-    [[nodiscard]] QString path() const { return root->path(QStringLiteral("/f")); }
+    [[nodiscard]] QString path() const { return root->path(u"/f"_s); }
 
     std::unique_ptr<TempRoot> root;
 };
@@ -53,7 +54,7 @@ void TestForeignFile::readsARegularFile_data()
 void TestForeignFile::readsARegularFile()
 {
     QFETCH(QByteArray, text);
-    root->write(QStringLiteral("/f"), text);
+    root->write(u"/f"_s, text);
     const ForeignFile file = readForeignFile(path());
     QCOMPARE(file.state, ForeignFile::Read);
     QCOMPARE(file.text, text);
@@ -62,8 +63,8 @@ void TestForeignFile::readsARegularFile()
 
 void TestForeignFile::followsALink()
 {
-    root->write(QStringLiteral("/target"), "text");
-    QVERIFY(QFile::link(root->path(QStringLiteral("/target")), path()));
+    root->write(u"/target"_s, "text");
+    QVERIFY(QFile::link(root->path(u"/target"_s), path()));
     QCOMPARE(readForeignFile(path()).text, QByteArray("text"));
 }
 
@@ -100,8 +101,8 @@ void TestForeignFile::passesOnTheSystemsError()
 {
     QCOMPARE(readForeignFile(path()).state, ForeignFile::Missing);
     QCOMPARE(readForeignFile(QString()).state, ForeignFile::Missing);
-    root->write(QStringLiteral("/f"), "text");
-    QCOMPARE(readForeignFile(path() + QStringLiteral("/below")).state, ForeignFile::Missing);
+    root->write(u"/f"_s, "text");
+    QCOMPARE(readForeignFile(path() + u"/below"_s).state, ForeignFile::Missing);
     QCOMPARE(readForeignFile(path() + QString(300, QLatin1Char('x'))).state, ForeignFile::Missing);
     QVERIFY(QFile::link(path() + QLatin1Char('2'), path() + QLatin1Char('2')));
     const ForeignFile endless = readForeignFile(path() + QLatin1Char('2'));
@@ -111,7 +112,7 @@ void TestForeignFile::passesOnTheSystemsError()
 
 void TestForeignFile::doesNotWaitForTheHolderOfALease()
 {
-    root->write(QStringLiteral("/f"), "text");
+    root->write(u"/f"_s, "text");
     const int fd = ::open(qPrintable(path()), O_RDWR | O_CLOEXEC);
     QVERIFY(fd >= 0);
     if (::fcntl(fd, F_SETLEASE, F_WRLCK) != 0) {
@@ -127,16 +128,16 @@ void TestForeignFile::doesNotWaitForTheHolderOfALease()
 
 void TestForeignFile::readsAFileWithoutASize()
 {
-    const ForeignFile file = readForeignFile(QStringLiteral("/proc/self/status"));
+    const ForeignFile file = readForeignFile(u"/proc/self/status"_s);
     QCOMPARE(file.state, ForeignFile::Read);
     QVERIFY(file.text.startsWith("Name:"));
     // The size of this file is reported as 0; it behaves like a file that grew after stat().
-    QCOMPARE(readForeignFile(QStringLiteral("/proc/self/status"), 10).state, ForeignFile::TooLarge);
+    QCOMPARE(readForeignFile(u"/proc/self/status"_s, 10).state, ForeignFile::TooLarge);
 }
 
 void TestForeignFile::stopsAtTheLimitWhileAFileGrows()
 {
-    root->write(QStringLiteral("/f"), "text");
+    root->write(u"/f"_s, "text");
     std::atomic<bool> done{false};
     std::thread writer([&] {
         const QByteArray piece(1 << 16, 'x');
@@ -173,7 +174,7 @@ void TestForeignFile::readsTheStart_data()
 void TestForeignFile::readsTheStart()
 {
     QFETCH(QByteArray, text);
-    root->write(QStringLiteral("/f"), text);
+    root->write(u"/f"_s, text);
     const ForeignFile file = readStartOfForeignFile(path(), 4);
     QCOMPARE(file.state, ForeignFile::Read);
     QCOMPARE(file.text, text.left(4));
@@ -198,11 +199,10 @@ void TestForeignFile::readsNoStartOfAnOddFile()
 
 void TestForeignFile::leavesNoDescriptorOpen()
 {
-    root->write(QStringLiteral("/f"), "text");
+    root->write(u"/f"_s, "text");
     const int next = ::dup(0);
     ::close(next);
-    for (const QString &name :
-         {path(), root->path(), QStringLiteral("/dev/zero"), root->path(QStringLiteral("/none"))}) {
+    for (const QString &name : {path(), root->path(), u"/dev/zero"_s, root->path(u"/none"_s)}) {
         (void)readForeignFile(name);
         (void)readForeignFile(name, 1);
         (void)readStartOfForeignFile(name, 1);

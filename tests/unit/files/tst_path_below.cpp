@@ -1,4 +1,5 @@
 #include "files/path_below.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -28,8 +29,8 @@ private:
 void TestPathBelow::init()
 {
     m_root.reset(new QTemporaryDir);
-    QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("usr/bin")));
-    QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("etc/alternatives")));
+    QVERIFY(QDir(m_root->path()).mkpath(u"usr/bin"_s));
+    QVERIFY(QDir(m_root->path()).mkpath(u"etc/alternatives"_s));
     link("usr/bin", "bin");
     link("/etc/alternatives/tool", "usr/bin/tool");
     link("../../usr/bin/real", "etc/alternatives/tool");
@@ -39,8 +40,7 @@ void TestPathBelow::init()
 
 void TestPathBelow::leavesAPathOfThisSystemUnchanged()
 {
-    QCOMPARE(pathBelow(QString(), QStringLiteral("/bin//x/../true")),
-             QStringLiteral("/bin//x/../true"));
+    QCOMPARE(pathBelow(QString(), u"/bin//x/../true"_s), u"/bin//x/../true"_s);
 }
 
 void TestPathBelow::resolvesLinksBelowTheRoot_data()
@@ -69,7 +69,7 @@ void TestPathBelow::resolvesLinksBelowTheRoot()
 
 void TestPathBelow::givesUpOnALoopOfLinks()
 {
-    QCOMPARE(pathBelow(m_root->path(), QStringLiteral("/loop/x")), QString());
+    QCOMPARE(pathBelow(m_root->path(), u"/loop/x"_s), QString());
 }
 
 QTEST_APPLESS_MAIN(TestPathBelow)

@@ -2,6 +2,7 @@
 #include "files/foreign_file.h"
 #include "files/read_failures.h"
 #include "support/descriptor_limit.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QFile>
@@ -45,8 +46,8 @@ private:
 void TestReadFailures::init()
 {
     root = std::make_unique<TempRoot>();
-    root->write(QStringLiteral("/folder/inner/file"), "text");
-    root->write(QStringLiteral("/file"), "text");
+    root->write(u"/folder/inner/file"_s, "text");
+    root->write(u"/file"_s, "text");
     QVERIFY(QFile::link(path("loop"), path("loop")));
 }
 
@@ -71,7 +72,7 @@ void TestReadFailures::recordsWhatCannotBeReadWithoutDescriptors()
         const NoDescriptors limit;
         work(read);
     }
-    QCOMPARE(failures.first(), read + QStringLiteral(": Too many open files"));
+    QCOMPARE(failures.first(), read + u": Too many open files"_s);
 }
 
 void TestReadFailures::recordsNothingForWhatIsRead()
@@ -104,9 +105,9 @@ void TestReadFailures::recordsWhatTheSystemRefusesToOpen()
 void TestReadFailures::keepsTheFirstFailure()
 {
     const ReadFailures failures;
-    ReadFailures::note(QStringLiteral("/a"), QStringLiteral("one"));
-    ReadFailures::note(QStringLiteral("/b"), QStringLiteral("two"));
-    QCOMPARE(failures.first(), QStringLiteral("/a: one"));
+    ReadFailures::note(u"/a"_s, u"one"_s);
+    ReadFailures::note(u"/b"_s, u"two"_s);
+    QCOMPARE(failures.first(), u"/a: one"_s);
 }
 
 void TestReadFailures::addsAFailureToEveryObject()
@@ -114,7 +115,7 @@ void TestReadFailures::addsAFailureToEveryObject()
     const ReadFailures outer;
     {
         const ReadFailures inner;
-        ReadFailures::note(QStringLiteral("/a"), QStringLiteral("one"));
+        ReadFailures::note(u"/a"_s, u"one"_s);
         QVERIFY(inner.any());
     }
     QVERIFY(outer.any());
@@ -125,7 +126,7 @@ void TestReadFailures::addsAFailureToEveryObject()
 void TestReadFailures::coversOnlyItsThread()
 {
     const ReadFailures failures;
-    std::thread([] { ReadFailures::note(QStringLiteral("/a"), QStringLiteral("one")); }).join();
+    std::thread([] { ReadFailures::note(u"/a"_s, u"one"_s); }).join();
     QVERIFY(!failures.any());
 }
 

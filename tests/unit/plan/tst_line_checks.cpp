@@ -1,4 +1,5 @@
 #include "plan/line_checks.h"
+#include "support/literals.h"
 
 #include <QtTest>
 
@@ -57,19 +58,16 @@ void TestLineChecks::givesTheFaultOfALine_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("message");
-    QTest::newRow("nothing") << QStringLiteral("a 'b' \"c %d $e \\f ; ü") << QString();
-    QTest::newRow("a line break") << QStringLiteral("a\nb")
-                                  << QStringLiteral("This must not hold control characters");
+    QTest::newRow("nothing") << u"a 'b' \"c %d $e \\f ; ü"_s << QString();
+    QTest::newRow("a line break") << u"a\nb"_s << u"This must not hold control characters"_s;
     QTest::newRow("a high control character")
-        << QString(QChar(0x80)) << QStringLiteral("This must not hold control characters");
+        << QString(QChar(0x80)) << u"This must not hold control characters"_s;
     QTest::newRow("a noncharacter")
-        << QString(QChar(0xfffe)) << QStringLiteral("This must not hold noncharacters");
-    QTest::newRow("a backslash last")
-        << QStringLiteral("a\\") << QStringLiteral("This must not end with a backslash");
+        << QString(QChar(0xfffe)) << u"This must not hold noncharacters"_s;
+    QTest::newRow("a backslash last") << u"a\\"_s << u"This must not end with a backslash"_s;
     QTest::newRow("a backslash before blanks")
-        << QStringLiteral("a\\  ") << QStringLiteral("This must not end with a backslash");
-    QTest::newRow("a backslash alone")
-        << QStringLiteral("\\") << QStringLiteral("This must not end with a backslash");
+        << u"a\\  "_s << u"This must not end with a backslash"_s;
+    QTest::newRow("a backslash alone") << u"\\"_s << u"This must not end with a backslash"_s;
     QTest::newRow("empty") << QString() << QString();
 }
 
@@ -77,7 +75,7 @@ void TestLineChecks::givesTheFaultOfALine()
 {
     QFETCH(QString, text);
     QFETCH(QString, message);
-    const Core::Error error = Core::checkLine(QStringLiteral("This"), text);
+    const Core::Error error = Core::checkLine(u"This"_s, text);
     QCOMPARE(error.message(), message);
     QCOMPARE(error.code(),
              qint32(message.isEmpty() ? Core::Error::NoError : Core::Error::InvalidArgs));
@@ -87,10 +85,10 @@ void TestLineChecks::findsLoneSemicolons_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("found");
-    QTest::newRow("alone") << QStringLiteral(";") << true;
-    QTest::newRow("between words") << QStringLiteral("a ; b") << true;
-    QTest::newRow("last") << QStringLiteral("a  ;") << true;
-    QTest::newRow("at a word") << QStringLiteral("a; ;b a;b ;; \\;") << false;
+    QTest::newRow("alone") << u";"_s << true;
+    QTest::newRow("between words") << u"a ; b"_s << true;
+    QTest::newRow("last") << u"a  ;"_s << true;
+    QTest::newRow("at a word") << u"a; ;b a;b ;; \\;"_s << false;
     QTest::newRow("none") << QString() << false;
 }
 

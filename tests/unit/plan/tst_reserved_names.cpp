@@ -1,4 +1,5 @@
 #include "plan/reserved_names.h"
+#include "support/literals.h"
 
 #include <QtTest>
 
@@ -22,19 +23,19 @@ void TestReservedNames::knowsTheNamesOfTheSystem_data()
     for (const char *name : {"org.freedesktop", "org.zarn.Orvane", "org.zarn.am", "org.zarn.Teller",
                              "org.sailfishos.usermanager"})
         QTest::newRow(name) << QString::fromLatin1(name) << true;
-    QTest::newRow("below one") << QStringLiteral("org.freedesktop.login1") << true;
-    QTest::newRow("far below one") << QStringLiteral("org.zarn.Orvane.a.b.c") << true;
-    QTest::newRow("the per-user service") << QStringLiteral("org.zarn.Orvane.User") << true;
-    QTest::newRow("above one") << QStringLiteral("org.zarn") << true;
-    QTest::newRow("above another") << QStringLiteral("org.sailfishos") << true;
-    QTest::newRow("above all") << QStringLiteral("org") << true;
-    QTest::newRow("longer by letters") << QStringLiteral("org.freedesktops") << false;
-    QTest::newRow("shorter by a letter") << QStringLiteral("org.freedeskto") << false;
-    QTest::newRow("in small letters") << QStringLiteral("org.zarn.orvane") << false;
-    QTest::newRow("in capitals") << QStringLiteral("org.zarn.Am") << false;
-    QTest::newRow("beside one") << QStringLiteral("org.zarn.Notes") << false;
-    QTest::newRow("one inside") << QStringLiteral("com.org.freedesktop") << false;
-    QTest::newRow("an application's") << QStringLiteral("com.example.Notes") << false;
+    QTest::newRow("below one") << u"org.freedesktop.login1"_s << true;
+    QTest::newRow("far below one") << u"org.zarn.Orvane.a.b.c"_s << true;
+    QTest::newRow("the per-user service") << u"org.zarn.Orvane.User"_s << true;
+    QTest::newRow("above one") << u"org.zarn"_s << true;
+    QTest::newRow("above another") << u"org.sailfishos"_s << true;
+    QTest::newRow("above all") << u"org"_s << true;
+    QTest::newRow("longer by letters") << u"org.freedesktops"_s << false;
+    QTest::newRow("shorter by a letter") << u"org.freedeskto"_s << false;
+    QTest::newRow("in small letters") << u"org.zarn.orvane"_s << false;
+    QTest::newRow("in capitals") << u"org.zarn.Am"_s << false;
+    QTest::newRow("beside one") << u"org.zarn.Notes"_s << false;
+    QTest::newRow("one inside") << u"com.org.freedesktop"_s << false;
+    QTest::newRow("an application's") << u"com.example.Notes"_s << false;
 }
 
 void TestReservedNames::knowsTheNamesOfTheSystem()
@@ -48,12 +49,12 @@ void TestReservedNames::findsEmptyComponents_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("found");
-    QTest::newRow("none") << QStringLiteral("com.example.Notes") << false;
-    QTest::newRow("one component") << QStringLiteral("com") << false;
-    QTest::newRow("two dots") << QStringLiteral("com..Notes") << true;
-    QTest::newRow("an organisation of two dots") << QStringLiteral("...Notes") << true;
-    QTest::newRow("a dot first") << QStringLiteral(".com.Notes") << true;
-    QTest::newRow("a dot last") << QStringLiteral("com.Notes.") << true;
+    QTest::newRow("none") << u"com.example.Notes"_s << false;
+    QTest::newRow("one component") << u"com"_s << false;
+    QTest::newRow("two dots") << u"com..Notes"_s << true;
+    QTest::newRow("an organisation of two dots") << u"...Notes"_s << true;
+    QTest::newRow("a dot first") << u".com.Notes"_s << true;
+    QTest::newRow("a dot last") << u"com.Notes."_s << true;
     QTest::newRow("nothing") << QString() << true;
 }
 
@@ -68,23 +69,23 @@ void TestReservedNames::knowsValidBusNames_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("valid");
-    QTest::newRow("an ordinary one") << QStringLiteral("com.example.Notes.Sync") << true;
-    QTest::newRow("two components") << QStringLiteral("a.b") << true;
-    QTest::newRow("digits, dashes, underscores") << QStringLiteral("a1._b.c-2.-d") << true;
+    QTest::newRow("an ordinary one") << u"com.example.Notes.Sync"_s << true;
+    QTest::newRow("two components") << u"a.b"_s << true;
+    QTest::newRow("digits, dashes, underscores") << u"a1._b.c-2.-d"_s << true;
     QTest::newRow("255 characters") << QLatin1String("a.") + QString(253, QLatin1Char('b')) << true;
     QTest::newRow("256 characters")
         << QLatin1String("a.") + QString(254, QLatin1Char('b')) << false;
-    QTest::newRow("one component") << QStringLiteral("notes") << false;
+    QTest::newRow("one component") << u"notes"_s << false;
     QTest::newRow("nothing") << QString() << false;
-    QTest::newRow("an empty component") << QStringLiteral("a..b") << false;
-    QTest::newRow("a dot last") << QStringLiteral("a.b.") << false;
-    QTest::newRow("a digit first") << QStringLiteral("a.2b") << false;
-    QTest::newRow("a unique name") << QStringLiteral(":1.5") << false;
-    QTest::newRow("a blank") << QStringLiteral("a.b c") << false;
-    QTest::newRow("a placeholder") << QStringLiteral("a.%1") << false;
-    QTest::newRow("a control character") << QStringLiteral("a.b\x01") << false;
-    QTest::newRow("a line break last") << QStringLiteral("a.b\n") << false;
-    QTest::newRow("beyond ASCII") << QStringLiteral("a.ü") << false;
+    QTest::newRow("an empty component") << u"a..b"_s << false;
+    QTest::newRow("a dot last") << u"a.b."_s << false;
+    QTest::newRow("a digit first") << u"a.2b"_s << false;
+    QTest::newRow("a unique name") << u":1.5"_s << false;
+    QTest::newRow("a blank") << u"a.b c"_s << false;
+    QTest::newRow("a placeholder") << u"a.%1"_s << false;
+    QTest::newRow("a control character") << u"a.b\x01"_s << false;
+    QTest::newRow("a line break last") << u"a.b\n"_s << false;
+    QTest::newRow("beyond ASCII") << u"a.ü"_s << false;
 }
 
 void TestReservedNames::knowsValidBusNames()

@@ -1,5 +1,6 @@
 #include "common/places.h"
 #include "plan/task_names.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -7,7 +8,7 @@
 
 namespace {
 
-const QString taskId = QStringLiteral("com.example.Notes.task_sync");
+const QString taskId = u"com.example.Notes.task_sync"_s;
 
 } // namespace
 
@@ -25,8 +26,7 @@ private Q_SLOTS:
 
 void TestTaskNames::namesTheUnitOfATask()
 {
-    QCOMPARE(Core::unitNameOf(taskId),
-             QStringLiteral("ov_task.com.example.Notes.task_sync.service"));
+    QCOMPARE(Core::unitNameOf(taskId), u"ov_task.com.example.Notes.task_sync.service"_s);
     QCOMPARE(Core::taskIdOfUnit(Core::unitNameOf(taskId)), taskId);
     QVERIFY(Core::unitNameOf(taskId).startsWith(Core::taskUnitPrefix()));
 }
@@ -35,21 +35,18 @@ void TestTaskNames::findsTheTaskOfAUnit_data()
 {
     QTest::addColumn<QString>("unitName");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("a task's unit")
-        << QStringLiteral("ov_task.a.b.task_c.service") << QStringLiteral("a.b.task_c");
-    QTest::newRow("the suffix twice") << QStringLiteral("ov_task.a.b.task_c.service.service")
-                                      << QStringLiteral("a.b.task_c.service");
-    QTest::newRow("a timer") << QStringLiteral("ov_task.a.b.task_c.timer") << QString();
-    QTest::newRow("no suffix") << QStringLiteral("ov_task.a.b.task_c") << QString();
-    QTest::newRow("the suffix in capitals")
-        << QStringLiteral("ov_task.a.b.task_c.SERVICE") << QString();
-    QTest::newRow("prefix and suffix share the dot")
-        << QStringLiteral("ov_task.service") << QString();
-    QTest::newRow("shorter than the prefix") << QStringLiteral("ov_") << QString();
+    QTest::newRow("a task's unit") << u"ov_task.a.b.task_c.service"_s << u"a.b.task_c"_s;
+    QTest::newRow("the suffix twice")
+        << u"ov_task.a.b.task_c.service.service"_s << u"a.b.task_c.service"_s;
+    QTest::newRow("a timer") << u"ov_task.a.b.task_c.timer"_s << QString();
+    QTest::newRow("no suffix") << u"ov_task.a.b.task_c"_s << QString();
+    QTest::newRow("the suffix in capitals") << u"ov_task.a.b.task_c.SERVICE"_s << QString();
+    QTest::newRow("prefix and suffix share the dot") << u"ov_task.service"_s << QString();
+    QTest::newRow("shorter than the prefix") << u"ov_"_s << QString();
     QTest::newRow("nothing") << QString() << QString();
     // Callers have already checked the prefix, so only its length is removed.
     QTest::newRow("eight other characters first")
-        << QStringLiteral("12345678a.b.task_c.service") << QStringLiteral("a.b.task_c");
+        << u"12345678a.b.task_c.service"_s << u"a.b.task_c"_s;
 }
 
 void TestTaskNames::findsTheTaskOfAUnit()
@@ -65,20 +62,17 @@ void TestTaskNames::keepsItsFilesBelowTheRootPrefix()
     const Places places = Places::below(folder.path());
     QCOMPARE(Core::unitFilePath(places, taskId),
              folder.path()
-                 + QStringLiteral("/etc/systemd/system/"
-                                  "ov_task.com.example.Notes.task_sync.service"));
+                 + u"/etc/systemd/system/"
+                   "ov_task.com.example.Notes.task_sync.service"_s);
     QCOMPARE(Core::policyFilePath(places, taskId),
-             folder.path()
-                 + QStringLiteral("/etc/dbus-1/system.d/com.example.Notes.task_sync.conf"));
+             folder.path() + u"/etc/dbus-1/system.d/com.example.Notes.task_sync.conf"_s);
     QVERIFY(QDir(folder.path()).isEmpty());
 }
 
 void TestTaskNames::keepsItsFilesInTheSystemWithoutARootPrefix()
 {
-    QCOMPARE(Core::unitFilePath(Places(), QStringLiteral("a")),
-             QStringLiteral("/etc/systemd/system/ov_task.a.service"));
-    QCOMPARE(Core::policyFilePath(Places(), QStringLiteral("a")),
-             QStringLiteral("/etc/dbus-1/system.d/a.conf"));
+    QCOMPARE(Core::unitFilePath(Places(), u"a"_s), u"/etc/systemd/system/ov_task.a.service"_s);
+    QCOMPARE(Core::policyFilePath(Places(), u"a"_s), u"/etc/dbus-1/system.d/a.conf"_s);
 }
 
 QTEST_APPLESS_MAIN(TestTaskNames)

@@ -3,6 +3,7 @@
 #include "plan/task_plan.h"
 #include "support/collected_findings.h"
 #include "support/golden_plan.h"
+#include "support/literals.h"
 #include "support/temp_root.h"
 #include "system/Core/start_hints.h"
 
@@ -34,10 +35,8 @@ QStringList textsOf(const QVector<PlannedWord> &words)
 ApplicationInfo::TaskInfo declaredTask()
 {
     ApplicationInfo::TaskInfo task;
-    task.taskId =
-        ApplicationTaskId(ApplicationId(QStringLiteral("com.example"), QStringLiteral("Notes")),
-                          QStringLiteral("sync"));
-    task.exec = QStringLiteral("/opt/worker -v");
+    task.taskId = ApplicationTaskId(ApplicationId(u"com.example"_s, u"Notes"_s), u"sync"_s);
+    task.exec = u"/opt/worker -v"_s;
     return task;
 }
 
@@ -81,7 +80,7 @@ void TestTaskPlan::init()
 {
     root = std::make_unique<TempRoot>();
     found.all.clear();
-    makeProgram(QStringLiteral("/opt/worker"));
+    makeProgram(u"/opt/worker"_s);
     for (const char *name : {"BaseTask", "Audio"})
         root->write(QLatin1String(permissionFolder) + QLatin1String(name)
                         + QLatin1String(".permission"),
@@ -101,12 +100,12 @@ TaskPlanResult TestTaskPlan::plan(const StartRequest &request)
 
 TaskPlan TestTaskPlan::planOfEverything()
 {
-    StartRequest request = requestOf(QStringLiteral("nobody"));
+    StartRequest request = requestOf(u"nobody"_s);
     request.weight = 7;
-    request.unitSettings.insert(QStringLiteral("MemoryMax"), QStringLiteral("64M"));
-    request.params = QStringList{QStringLiteral("--fast")};
-    request.permissions = QStringList{QStringLiteral("Audio")};
-    request.environment = QStringList{QStringLiteral("A=1")};
+    request.unitSettings.insert(u"MemoryMax"_s, u"64M"_s);
+    request.params = QStringList{u"--fast"_s};
+    request.permissions = QStringList{u"Audio"_s};
+    request.environment = QStringList{u"A=1"_s};
     return plan(request).plan;
 }
 
@@ -123,7 +122,7 @@ void TestTaskPlan::plansTheGoldenFiles()
     QFETCH(QString, name);
     const GoldenPlan golden(name);
     const TempRoot system;
-    const QString entry = QStringLiteral("/usr/share/applications/") + golden.file;
+    const QString entry = u"/usr/share/applications/"_s + golden.file;
     system.write(entry, golden.entry);
     system.write(golden.program, "\177ELF");
     QFile::setPermissions(system.path(golden.program),
@@ -152,13 +151,9 @@ void TestTaskPlan::givesTheOriginOfEachSetting()
     QStringList seen;
     const TaskPlan planned = planOfEverything();
     for (auto it = planned.settings.cbegin(); it != planned.settings.cend(); ++it)
-        seen.append(
-            QStringLiteral("%1 %2 %3").arg(it.key()).arg(it->origin.kind).arg(it->origin.what));
+        seen.append(u"%1 %2 %3"_s.arg(it.key()).arg(it->origin.kind).arg(it->origin.what));
     const auto row = [](const char *key, Origin::Kind kind, const char *what) {
-        return QStringLiteral("%1 %2 %3")
-            .arg(QLatin1String(key))
-            .arg(kind)
-            .arg(QLatin1String(what));
+        return u"%1 %2 %3"_s.arg(QLatin1String(key)).arg(kind).arg(QLatin1String(what));
     };
     QCOMPARE(
         seen,
@@ -215,47 +210,47 @@ void TestTaskPlan::givesTheOriginOfEachVariable()
 {
     const QVector<PlannedWord> environment = planOfEverything().environment;
     QCOMPARE(environment.size(), 5);
-    QCOMPARE(environment.at(0).text, QStringLiteral("A=1"));
+    QCOMPARE(environment.at(0).text, u"A=1"_s);
     QCOMPARE(int(environment.at(0).origin.kind), int(Origin::Hint));
-    QCOMPARE(environment.at(1).origin.what, QStringLiteral("ApplicationName"));
-    QCOMPARE(environment.at(3).origin.what, QStringLiteral("X-Task"));
+    QCOMPARE(environment.at(1).origin.what, u"ApplicationName"_s);
+    QCOMPARE(environment.at(3).origin.what, u"X-Task"_s);
     QCOMPARE(int(environment.at(4).origin.kind), int(Origin::Default));
 }
 
 void TestTaskPlan::plansNoPolicyWithoutABusName()
 {
-    StartRequest request = requestOf(QStringLiteral("nobody"));
+    StartRequest request = requestOf(u"nobody"_s);
     QVERIFY(!plan(request).plan.policy);
-    request.busName = QStringLiteral("com.example.Notes.Sync");
+    request.busName = u"com.example.Notes.Sync"_s;
     QVERIFY(plan(request).plan.policy);
 }
 
 void TestTaskPlan::reportsWhatTheSandboxRefuses()
 {
-    root->write(QStringLiteral("/opt/worker"), "#!/bin/sh\n");
-    const TaskPlanResult result = plan(requestOf(QStringLiteral("nobody")));
-    QCOMPARE(result.error.message(), QStringLiteral("/opt/worker is not an ELF binary"));
+    root->write(u"/opt/worker"_s, "#!/bin/sh\n");
+    const TaskPlanResult result = plan(requestOf(u"nobody"_s));
+    QCOMPARE(result.error.message(), u"/opt/worker is not an ELF binary"_s);
     QCOMPARE(found.all.size(), 1);
-    QCOMPARE(found.all.constFirst().rule, QStringLiteral("refused-by-sandbox"));
+    QCOMPARE(found.all.constFirst().rule, u"refused-by-sandbox"_s);
     QCOMPARE(found.all.constFirst().text,
-             QStringLiteral("Failed to build firejail argv: \"/opt/worker is not an ELF binary\""));
+             u"Failed to build firejail argv: \"/opt/worker is not an ELF binary\""_s);
 }
 
 void TestTaskPlan::reportsAPermissionThatIsLeftOut()
 {
-    StartRequest request = requestOf(QStringLiteral("nobody"));
-    request.permissions = QStringList{QStringLiteral("Missing")};
+    StartRequest request = requestOf(u"nobody"_s);
+    request.permissions = QStringList{u"Missing"_s};
     QCOMPARE(plan(request).error.message(), QString());
     QCOMPARE(found.all.size(), 1);
-    QCOMPARE(found.all.constFirst().rule, QStringLiteral("unknown-permission"));
-    QCOMPARE(found.all.constFirst().key, QStringLiteral("Missing"));
+    QCOMPARE(found.all.constFirst().rule, u"unknown-permission"_s);
+    QCOMPARE(found.all.constFirst().key, u"Missing"_s);
 }
 
 void TestTaskPlan::plansNothingWhenSomethingIsWrong()
 {
-    StartRequest request = requestOf(QStringLiteral("nobody"));
-    request.busName = QStringLiteral("com.example.Notes.Sync");
-    request.params = QStringList{QStringLiteral(";")};
+    StartRequest request = requestOf(u"nobody"_s);
+    request.busName = u"com.example.Notes.Sync"_s;
+    request.params = QStringList{u";"_s};
     const TaskPlanResult result = plan(request);
     QCOMPARE(result.error.code(), qint32(Error::InvalidArgs));
     QVERIFY(result.plan.settings.isEmpty() && result.plan.argv.isEmpty() && !result.plan.policy);
@@ -264,10 +259,10 @@ void TestTaskPlan::plansNothingWhenSomethingIsWrong()
 
 void TestTaskPlan::leavesTheFilesAsTheyAre()
 {
-    StartRequest request = requestOf(QStringLiteral("nobody"));
-    request.busName = QStringLiteral("com.example.Notes.Sync");
+    StartRequest request = requestOf(u"nobody"_s);
+    request.busName = u"com.example.Notes.Sync"_s;
     QCOMPARE(plan(request).error.message(), QString());
-    const QString unit = QStringLiteral("com.example.Notes.task_sync");
+    const QString unit = u"com.example.Notes.task_sync"_s;
     QVERIFY(!root->exists(root->unitFile(unit)));
     QVERIFY(!root->exists(root->policyFile(unit)));
 }

@@ -1,4 +1,5 @@
 #include "plan/unit_text.h"
+#include "support/literals.h"
 
 #include <QtTest>
 
@@ -6,15 +7,14 @@ using Core::UnitValues;
 
 namespace {
 
-const QString taskId = QStringLiteral("com.example.Notes.task_sync");
+const QString taskId = u"com.example.Notes.task_sync"_s;
 
 UnitValues typicalSettings()
 {
-    return {{QStringLiteral("WantedBy"), QStringLiteral("multi-user.target")},
-            {QStringLiteral("User"), QStringLiteral("nobody")},
-            {QStringLiteral("ExecStart"), QStringLiteral("/usr/bin/firejail -- /bin/true")},
-            {QStringLiteral("Environment"),
-             QStringList{QStringLiteral("A=1"), QStringLiteral("B=two words")}}};
+    return {{u"WantedBy"_s, u"multi-user.target"_s},
+            {u"User"_s, u"nobody"_s},
+            {u"ExecStart"_s, u"/usr/bin/firejail -- /bin/true"_s},
+            {u"Environment"_s, QStringList{u"A=1"_s, u"B=two words"_s}}};
 }
 
 QByteArray typicalText()
@@ -64,11 +64,11 @@ void TestUnitText::makesTheTextOfAUnitWithoutSettings()
 void TestUnitText::sortsSettingsIntoTheirSection()
 {
     UnitValues settings = typicalSettings();
-    settings.insert(QStringLiteral("MemoryMax"), QStringLiteral("64M"));
-    settings.insert(QStringLiteral("LimitCPU"), 10);
-    settings.insert(QStringLiteral("OOMScoreAdjust"), -100);
-    settings.insert(QStringLiteral("ZLast"), QStringLiteral("true"));
-    settings.insert(QStringLiteral("Also"), QStringLiteral("other.service"));
+    settings.insert(u"MemoryMax"_s, u"64M"_s);
+    settings.insert(u"LimitCPU"_s, 10);
+    settings.insert(u"OOMScoreAdjust"_s, -100);
+    settings.insert(u"ZLast"_s, u"true"_s);
+    settings.insert(u"Also"_s, u"other.service"_s);
     QCOMPARE(Core::unitText(taskId, settings),
              QByteArray("[Unit]\n"
                         "Description=Background task for com.example.Notes.task_sync\n"

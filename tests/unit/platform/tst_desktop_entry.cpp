@@ -1,3 +1,4 @@
+#include "support/literals.h"
 #include "support/temp_root.h"
 
 #include <QTest>
@@ -58,8 +59,8 @@ private Q_SLOTS:
 private:
     QString write(const QByteArray &text)
     {
-        root.write(QStringLiteral("/x.desktop"), text);
-        return root.path(QStringLiteral("/x.desktop"));
+        root.write(u"/x.desktop"_s, text);
+        return root.path(u"/x.desktop"_s);
     }
 
     TempRoot root;
@@ -72,17 +73,17 @@ void TestDesktopEntry::readsTheMainGroup()
               "Exec=/bin/app %U\nX-Maemo-Service=a.b\nX-Halcyn-Support-Mime-Parents=true\n"
               "[Other]\nType=Link\n[Sailjail]\nOrganizationName=third\nApplicationName=app\n"));
     QVERIFY(entry.isValid());
-    QCOMPARE(entry.type(), QStringLiteral("Application"));
-    QCOMPARE(entry.name(), QStringLiteral("App"));
-    QCOMPARE(entry.icon(), QStringLiteral("icon"));
-    QCOMPARE(entry.exec(), QStringLiteral("/bin/app %U"));
-    QCOMPARE(entry.xMaemoService(), QStringLiteral("a.b"));
-    QCOMPARE(entry.value(QStringLiteral("Type")), QStringLiteral("Application"));
-    QCOMPARE(entry.value(QStringLiteral("Other"), QStringLiteral("Type")), QStringLiteral("Link"));
-    QCOMPARE(entry.value(QStringLiteral("Other"), QStringLiteral("None")), QString());
-    QCOMPARE(entry.value(QStringLiteral("None"), QStringLiteral("Type")), QString());
-    QCOMPARE(entry.appOrgname(), QStringLiteral("third"));
-    QCOMPARE(entry.appName(), QStringLiteral("app"));
+    QCOMPARE(entry.type(), u"Application"_s);
+    QCOMPARE(entry.name(), u"App"_s);
+    QCOMPARE(entry.icon(), u"icon"_s);
+    QCOMPARE(entry.exec(), u"/bin/app %U"_s);
+    QCOMPARE(entry.xMaemoService(), u"a.b"_s);
+    QCOMPARE(entry.value(u"Type"_s), u"Application"_s);
+    QCOMPARE(entry.value(u"Other"_s, u"Type"_s), u"Link"_s);
+    QCOMPARE(entry.value(u"Other"_s, u"None"_s), QString());
+    QCOMPARE(entry.value(u"None"_s, u"Type"_s), QString());
+    QCOMPARE(entry.appOrgname(), u"third"_s);
+    QCOMPARE(entry.appName(), u"app"_s);
     QVERIFY(entry.supportMimeParents());
 }
 
@@ -91,36 +92,34 @@ void TestDesktopEntry::readsALink()
     const MDesktopEntry entry(
         write("[Desktop Entry]\nType=Link\nName=Page\nURL=https://example.com/?a=b;c d\n"));
     QVERIFY(entry.isValid());
-    QCOMPARE(entry.type(), QStringLiteral("Link"));
-    QCOMPARE(entry.url(), QStringLiteral("https://example.com/?a=b;c d"));
+    QCOMPARE(entry.type(), u"Link"_s);
+    QCOMPARE(entry.url(), u"https://example.com/?a=b;c d"_s);
     QVERIFY(!entry.supportMimeParents());
 }
 
 void TestDesktopEntry::givesGroupsInFileOrder()
 {
     const MDesktopEntry entry(write("[Desktop Entry]\n[Z]\n[A]\n[X-Task m]\n"));
-    QCOMPARE(entry.groups(),
-             QStringList({QStringLiteral("Desktop Entry"), QStringLiteral("Z"), QStringLiteral("A"),
-                          QStringLiteral("X-Task m")}));
+    QCOMPARE(entry.groups(), QStringList({u"Desktop Entry"_s, u"Z"_s, u"A"_s, u"X-Task m"_s}));
 }
 
 void TestDesktopEntry::replacesEscapes()
 {
     const MDesktopEntry entry(write("[Desktop Entry]\nExec=a\\sb\\nc\\td\\\\e\n"));
-    QCOMPARE(entry.exec(), QStringLiteral("a b\nc\td\\e"));
+    QCOMPARE(entry.exec(), u"a b\nc\td\\e"_s);
 }
 
 void TestDesktopEntry::keepsAValueWithAnUnknownEscape()
 {
     const MDesktopEntry entry(write("[Desktop Entry]\nExec=a \\\"b\n"));
-    QCOMPARE(entry.exec(), QStringLiteral("a \\\"b"));
+    QCOMPARE(entry.exec(), u"a \\\"b"_s);
 }
 
 void TestDesktopEntry::keepsANameWithAnUnknownEscape()
 {
     const MDesktopEntry entry(write("[Desktop Entry]\nType=Application\nName=A \\q b\n"));
     QVERIFY(entry.isValid());
-    QCOMPARE(entry.name(), QStringLiteral("A \\q b"));
+    QCOMPARE(entry.name(), u"A \\q b"_s);
     QCOMPARE(MDesktopEntry(write("[Desktop Entry]\nType=Application\n")).name(), QString());
 }
 
@@ -128,23 +127,19 @@ void TestDesktopEntry::keepsAListWithAnUnknownEscape()
 {
     const MDesktopEntry entry(
         write("[Desktop Entry]\nMimeType=text/a;text/\\q;\n[G]\nList=a;b \\q;c\\;d;;e\nOne=\\q\n"));
-    QCOMPARE(entry.mimeType(), QStringList({QStringLiteral("text/a"), QStringLiteral("text/\\q")}));
-    QCOMPARE(entry.stringListValue(QStringLiteral("G"), QStringLiteral("List")),
-             QStringList({QStringLiteral("a"), QStringLiteral("b \\q"), QStringLiteral("c\\;d"),
-                          QString(), QStringLiteral("e")}));
-    QCOMPARE(entry.stringListValue(QStringLiteral("G"), QStringLiteral("One")),
-             QStringList{QStringLiteral("\\q")});
+    QCOMPARE(entry.mimeType(), QStringList({u"text/a"_s, u"text/\\q"_s}));
+    QCOMPARE(entry.stringListValue(u"G"_s, u"List"_s),
+             QStringList({u"a"_s, u"b \\q"_s, u"c\\;d"_s, QString(), u"e"_s}));
+    QCOMPARE(entry.stringListValue(u"G"_s, u"One"_s), QStringList{u"\\q"_s});
 }
 
 void TestDesktopEntry::splitsLists()
 {
     const MDesktopEntry entry(
         write("[Desktop Entry]\nMimeType=text/plain;text/html;\n[G]\nList=a;b\\;c;d\n"));
-    QCOMPARE(entry.mimeType(),
-             QStringList({QStringLiteral("text/plain"), QStringLiteral("text/html")}));
-    QCOMPARE(entry.stringListValue(QStringLiteral("G"), QStringLiteral("List")),
-             QStringList({QStringLiteral("a"), QStringLiteral("b;c"), QStringLiteral("d")}));
-    QCOMPARE(entry.stringListValue(QStringLiteral("G"), QStringLiteral("None")), QStringList());
+    QCOMPARE(entry.mimeType(), QStringList({u"text/plain"_s, u"text/html"_s}));
+    QCOMPARE(entry.stringListValue(u"G"_s, u"List"_s), QStringList({u"a"_s, u"b;c"_s, u"d"_s}));
+    QCOMPARE(entry.stringListValue(u"G"_s, u"None"_s), QStringList());
 }
 
 void TestDesktopEntry::prefersTheLanguageOfTheProcess()
@@ -154,10 +149,10 @@ void TestDesktopEntry::prefersTheLanguageOfTheProcess()
         write("[Desktop Entry]\nType=Application\nName=Notes\nName[de]=Notizen\n"
               "Icon=notes\nIcon[de]=notizen\n"));
     QVERIFY(entry.isValid());
-    QCOMPARE(entry.icon(), QStringLiteral("notizen"));
-    QCOMPARE(entry.value(QStringLiteral("Icon")), QStringLiteral("notes"));
-    QCOMPARE(entry.name(), QStringLiteral("Notizen"));
-    QCOMPARE(entry.value(QStringLiteral("Name")), QStringLiteral("Notes"));
+    QCOMPARE(entry.icon(), u"notizen"_s);
+    QCOMPARE(entry.value(u"Icon"_s), u"notes"_s);
+    QCOMPARE(entry.name(), u"Notizen"_s);
+    QCOMPARE(entry.value(u"Name"_s), u"Notes"_s);
 }
 
 void TestDesktopEntry::isValidInEveryLanguageOrNone_data()
@@ -207,7 +202,7 @@ void TestDesktopEntry::isEmptyWhenItIsHidden()
     QCOMPARE(entry.url().isEmpty(), hidden);
     QCOMPARE(entry.mimeType().isEmpty(), hidden);
     QCOMPARE(entry.appName().isEmpty(), hidden);
-    QCOMPARE(entry.groups().contains(QStringLiteral("X-Task t")), !hidden);
+    QCOMPARE(entry.groups().contains(u"X-Task t"_s), !hidden);
 }
 
 void TestDesktopEntry::refusesAndLogsWhatIsTooLarge()
@@ -216,23 +211,22 @@ void TestDesktopEntry::refusesAndLogsWhatIsTooLarge()
     const QString path = write(entry + QByteArray((1 << 20) - entry.size(), 'x'));
     QVERIFY(MDesktopEntry(path).isValid());
     (void)write(entry + QByteArray((1 << 20) - entry.size() + 1, 'x'));
-    QTest::ignoreMessage(
-        QtWarningMsg, qPrintable(QStringLiteral("Desktop entry is too large: \"%1\"").arg(path)));
+    QTest::ignoreMessage(QtWarningMsg,
+                         qPrintable(u"Desktop entry is too large: \"%1\""_s.arg(path)));
     QVERIFY(!MDesktopEntry(path).isValid());
 }
 
 void TestDesktopEntry::survivesWhatIsNoEntry()
 {
-    const QString tooLarge = QStringLiteral("Desktop entry is too large: \"%1\"");
-    QTest::ignoreMessage(QtWarningMsg,
-                         qPrintable(tooLarge.arg(root.path(QStringLiteral("/x.desktop")))));
-    QVERIFY(!MDesktopEntry(root.path(QStringLiteral("/none"))).isValid());
+    const QString tooLarge = u"Desktop entry is too large: \"%1\""_s;
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(tooLarge.arg(root.path(u"/x.desktop"_s))));
+    QVERIFY(!MDesktopEntry(root.path(u"/none"_s)).isValid());
     QVERIFY(!MDesktopEntry(QString()).isValid());
     QVERIFY(!MDesktopEntry(root.path()).isValid());
     QVERIFY(!MDesktopEntry(write(QByteArray(2 * 1024 * 1024, 'x'))).isValid());
     QVERIFY(!MDesktopEntry(write(QByteArray("\0\xff[Desktop", 10))).isValid());
     // It has no writer, so opening it would block for ever.
-    const QString pipe = root.path(QStringLiteral("/pipe"));
+    const QString pipe = root.path(u"/pipe"_s);
     QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
     QVERIFY(!MDesktopEntry(pipe).isValid());
     // The part before a parse error is not visible.

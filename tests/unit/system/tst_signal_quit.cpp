@@ -1,3 +1,4 @@
+#include "support/literals.h"
 #include "system/signal_quit.h"
 
 #include <QCoreApplication>
@@ -81,7 +82,7 @@ void TestSignalQuit::leavesOtherSignalsAlone()
 
 void TestSignalQuit::closesWhatItOpened()
 {
-    const QDir descriptors(QStringLiteral("/proc/self/fd"));
+    const QDir descriptors(u"/proc/self/fd"_s);
     const auto count = [&descriptors] {
         return descriptors.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
     };

@@ -4,6 +4,7 @@
 #include "common/Core/manifest.h"
 #include "common/Core/package_folders.h"
 #include "support/collected_findings.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 
 #include <QDir>
@@ -40,11 +41,11 @@ private:
     [[nodiscard]] QString system(const char *name) const { return root->path(below(name)); }
     static QString below(const char *name)
     {
-        return QStringLiteral("/usr/share/applications/") + QString::fromLatin1(name);
+        return u"/usr/share/applications/"_s + QString::fromLatin1(name);
     }
     static QString belowHome(const char *name)
     {
-        return QStringLiteral("/home/data/applications/") + QString::fromLatin1(name);
+        return u"/home/data/applications/"_s + QString::fromLatin1(name);
     }
 
     std::unique_ptr<TempRoot> root;
@@ -67,13 +68,12 @@ void TestApplicationCatalogue::init() { root = std::make_unique<TempRoot>(); }
 void TestApplicationCatalogue::findsThePackagesOfAnImageBehindItsLinks()
 {
     root->write(below("app.desktop"), entryOf("App"));
-    root->write(QStringLiteral("/srv/app/com.example.App/current/manifest.json"), "{}");
-    QVERIFY(QDir().mkpath(root->path(QStringLiteral("/opt"))));
+    root->write(u"/srv/app/com.example.App/current/manifest.json"_s, "{}");
+    QVERIFY(QDir().mkpath(root->path(u"/opt"_s)));
     // In this system the link has another target.
-    QVERIFY(QFile::link(QStringLiteral("/srv/app"), root->path(QStringLiteral("/opt/app"))));
+    QVERIFY(QFile::link(u"/srv/app"_s, root->path(u"/opt/app"_s)));
     const ApplicationCatalogue catalogue(Places::below(root->path()), findings);
-    const Core::ApplicationInfo info =
-        catalogue.application(ApplicationId(QStringLiteral("com.example.App")));
+    const Core::ApplicationInfo info = catalogue.application(ApplicationId(u"com.example.App"_s));
     QVERIFY(info.manifest().isValid());
     QVERIFY(info.packageStates().manifest.exists);
 }
@@ -81,10 +81,9 @@ void TestApplicationCatalogue::findsThePackagesOfAnImageBehindItsLinks()
 void TestApplicationCatalogue::readsNothingButTheTasksWhereAskedTo()
 {
     root->write(below("app.desktop"), entryOf("App"));
-    root->write(QStringLiteral("/opt/app/com.example.App/current/manifest.json"), "{}");
+    root->write(u"/opt/app/com.example.App/current/manifest.json"_s, "{}");
     const ApplicationCatalogue catalogue(placesOf(*root), findings, Core::ApplicationInfo::Tasks);
-    const Core::ApplicationInfo info =
-        catalogue.application(ApplicationId(QStringLiteral("com.example.App")));
+    const Core::ApplicationInfo info = catalogue.application(ApplicationId(u"com.example.App"_s));
     QCOMPARE(info.tasks().size(), 1);
     QCOMPARE(info.name(), QString());
     QVERIFY(!info.manifest().isValid());
@@ -101,38 +100,38 @@ void TestApplicationCatalogue::knowsNothingByDefault()
 {
     const ApplicationCatalogue catalogue;
     QVERIFY(catalogue.applications().isEmpty());
-    QVERIFY(!catalogue.task(ApplicationTaskId(QStringLiteral("a.b.task_c"))).taskId.isValid());
+    QVERIFY(!catalogue.task(ApplicationTaskId(u"a.b.task_c"_s)).taskId.isValid());
 }
 
 void TestApplicationCatalogue::doesNotChangeAfterTheScan()
 {
-    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
+    root->writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\n");
     const ApplicationCatalogue before = scan();
     QCOMPARE(findings.rules(), QStringList());
     root->remove(below("Notes.desktop"));
-    const ApplicationTaskId task(QStringLiteral("com.example.Notes.task_sync"));
-    QCOMPARE(before.task(task).type, QStringLiteral("Sync"));
+    const ApplicationTaskId task(u"com.example.Notes.task_sync"_s);
+    QCOMPARE(before.task(task).type, u"Sync"_s);
     QCOMPARE(before.task(task).file, system("Notes.desktop"));
-    QCOMPARE(before.task(task).group, QStringLiteral("X-Task sync"));
-    QCOMPARE(before.tasksOfType(QStringLiteral("Sync"), findings).size(), 1);
+    QCOMPARE(before.task(task).group, u"X-Task sync"_s);
+    QCOMPARE(before.tasksOfType(u"Sync"_s, findings).size(), 1);
     QVERIFY(scan().applications().isEmpty());
 }
 
 void TestApplicationCatalogue::makesAListOfOneTypeOnce()
 {
-    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
+    root->writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\n");
     const ApplicationCatalogue catalogue = scan();
     const ApplicationCatalogue copy = catalogue;
-    const QString type = QStringLiteral("Sync");
+    const QString type = u"Sync"_s;
     const auto first = catalogue.tasksOfType(type, findings);
     QCOMPARE(first.size(), 1);
     // The same list, not a copy.
     QCOMPARE(&catalogue.tasksOfType(type, findings).constFirst(), &first.constFirst());
     QCOMPARE(&copy.tasksOfType(type, findings).constFirst(), &first.constFirst());
-    root->writeApplication(QStringLiteral("Other"), "[X-Task sync]\nType=Sync\n");
+    root->writeApplication(u"Other"_s, "[X-Task sync]\nType=Sync\n");
     QCOMPARE(scan().tasksOfType(type, findings).size(), 2);
     QCOMPARE(catalogue.tasksOfType(type, findings).size(), 1);
-    QVERIFY(catalogue.tasksOfType(QStringLiteral("None"), findings).isEmpty());
+    QVERIFY(catalogue.tasksOfType(u"None"_s, findings).isEmpty());
 }
 
 void TestApplicationCatalogue::tellsWhichFilesAreShadowed()
@@ -149,9 +148,8 @@ void TestApplicationCatalogue::tellsWhichFilesAreShadowed()
     QCOMPARE(shadowed.at(1).reason, ApplicationCatalogue::Shadowed::SameIdInEarlierFolder);
     QCOMPARE(shadowed.at(1).file, system("com.example.App.desktop"));
     QCOMPARE(shadowed.at(1).by, root->path(belowHome("mine.desktop")));
-    QCOMPARE(shadowed.at(1).application, QStringLiteral("com.example.App"));
-    QCOMPARE(findings.rules(),
-             QStringList({QStringLiteral("entry-id-twice"), QStringLiteral("entry-shadowed")}));
+    QCOMPARE(shadowed.at(1).application, u"com.example.App"_s);
+    QCOMPARE(findings.rules(), QStringList({u"entry-id-twice"_s, u"entry-shadowed"_s}));
     QCOMPARE(findings.all.constFirst().file, system("aaa.desktop"));
 }
 
@@ -161,13 +159,12 @@ void TestApplicationCatalogue::tellsWhichFileANameRefersTo()
     root->write(below("app.desktop"), entryOf("Systems"));
     const ApplicationCatalogue catalogue = scan();
     QCOMPARE(catalogue.applications().size(), 2);
-    QCOMPARE(catalogue.fileToApplication().value(QStringLiteral("app.desktop")),
-             QStringLiteral("com.example.Mine"));
+    QCOMPARE(catalogue.fileToApplication().value(u"app.desktop"_s), u"com.example.Mine"_s);
     QCOMPARE(catalogue.shadowed().size(), 1);
     QCOMPARE(catalogue.shadowed().constFirst().reason,
              ApplicationCatalogue::Shadowed::SameFileName);
-    QCOMPARE(catalogue.shadowed().constFirst().application, QStringLiteral("com.example.Systems"));
-    QCOMPARE(findings.rules(), QStringList{QStringLiteral("file-name-shadowed")});
+    QCOMPARE(catalogue.shadowed().constFirst().application, u"com.example.Systems"_s);
+    QCOMPARE(findings.rules(), QStringList{u"file-name-shadowed"_s});
 }
 
 void TestApplicationCatalogue::tellsWhichFilesAreNoEntries()
@@ -177,8 +174,7 @@ void TestApplicationCatalogue::tellsWhichFilesAreNoEntries()
     root->write(below("c.desktop"), entryOf("App"));
     const ApplicationCatalogue catalogue = scan();
     QCOMPARE(catalogue.invalidFiles(), QStringList({system("a.desktop"), system("b.desktop")}));
-    QCOMPARE(findings.rules(),
-             QStringList({QStringLiteral("entry-invalid"), QStringLiteral("entry-invalid")}));
+    QCOMPARE(findings.rules(), QStringList({u"entry-invalid"_s, u"entry-invalid"_s}));
 }
 
 void TestApplicationCatalogue::announcesWhatItReadsBeforeItReadsIt()
@@ -196,9 +192,9 @@ void TestApplicationCatalogue::announcesWhatItReadsBeforeItReadsIt()
     };
     const ApplicationCatalogue catalogue(placesOf(*root), findings, records, change);
     QCOMPARE(announced,
-             QStringList({root->path(QStringLiteral("/home/data/applications")),
-                          root->path(QStringLiteral("/usr/share/applications")),
-                          system("another.desktop"), system("app.desktop")}));
+             QStringList({root->path(u"/home/data/applications"_s),
+                          root->path(u"/usr/share/applications"_s), system("another.desktop"),
+                          system("app.desktop")}));
     QCOMPARE(catalogue.applications().size(), 2);
 }
 

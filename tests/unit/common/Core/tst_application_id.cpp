@@ -1,4 +1,5 @@
 #include "common/Core/application_id.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -62,8 +63,8 @@ void TestApplicationId::parsesApplications()
     QFETCH(QString, name);
     if (text == QLatin1String("a-b_9.c-d_E.f")) {
         // An upper-case letter cannot be part of the organisation.
-        organisation = QStringLiteral("a-b_9");
-        name = QStringLiteral("c-d_E.f");
+        organisation = u"a-b_9"_s;
+        name = u"c-d_E.f"_s;
     }
     const ApplicationId id(text);
     QCOMPARE(id.isValid(), !organisation.isEmpty());
@@ -75,14 +76,14 @@ void TestApplicationId::parsesApplications()
 
 void TestApplicationId::joinsApplicationsWithoutChecking()
 {
-    const ApplicationId id(QStringLiteral("Com"), QStringLiteral("9 x"));
+    const ApplicationId id(u"Com"_s, u"9 x"_s);
     QVERIFY(id.isValid());
-    QCOMPARE(id.toString(), QStringLiteral("Com.9 x"));
-    QCOMPARE(id.organisation().toString(), QStringLiteral("Com"));
-    QCOMPARE(id.name().toString(), QStringLiteral("9 x"));
+    QCOMPARE(id.toString(), u"Com.9 x"_s);
+    QCOMPARE(id.organisation().toString(), u"Com"_s);
+    QCOMPARE(id.name().toString(), u"9 x"_s);
 
-    QVERIFY(!ApplicationId(QString(), QStringLiteral("Notes")).isValid());
-    const ApplicationId nameless(QStringLiteral("com"), QString());
+    QVERIFY(!ApplicationId(QString(), u"Notes"_s).isValid());
+    const ApplicationId nameless(u"com"_s, QString());
     QVERIFY(nameless.isValid());
     QVERIFY(nameless.name().isNull());
 }
@@ -122,14 +123,14 @@ void TestApplicationId::parsesTasks()
 
 void TestApplicationId::joinsTasks()
 {
-    const ApplicationId application(QStringLiteral("com.example"), QStringLiteral("Notes"));
-    const ApplicationTaskId id(application, QStringLiteral("sync"));
+    const ApplicationId application(u"com.example"_s, u"Notes"_s);
+    const ApplicationTaskId id(application, u"sync"_s);
     QVERIFY(id.isValid());
-    QCOMPARE(id.toString(), QStringLiteral("com.example.Notes.task_sync"));
+    QCOMPARE(id.toString(), u"com.example.Notes.task_sync"_s);
     QCOMPARE(id.applicationId().toString(), application.toString());
-    QCOMPARE(id.taskName().toString(), QStringLiteral("sync"));
+    QCOMPARE(id.taskName().toString(), u"sync"_s);
     QVERIFY(!ApplicationTaskId(application, QString()).isValid());
-    QVERIFY(!ApplicationTaskId(ApplicationId(), QStringLiteral("sync")).isValid());
+    QVERIFY(!ApplicationTaskId(ApplicationId(), u"sync"_s).isValid());
 }
 
 void TestApplicationId::keepsThePartsThatAnIdWasJoinedOf_data()
@@ -150,8 +151,7 @@ void TestApplicationId::keepsThePartsThatAnIdWasJoinedOf()
     QFETCH(QString, organisation);
     QFETCH(QString, name);
     const ApplicationId application(organisation, name);
-    const ApplicationId ofTask =
-        ApplicationTaskId(application, QStringLiteral("sync")).applicationId();
+    const ApplicationId ofTask = ApplicationTaskId(application, u"sync"_s).applicationId();
     const ApplicationId ofInstance = ApplicationInstanceId(application, 3).applicationId();
     for (const ApplicationId &id : {ofTask, ofInstance}) {
         QCOMPARE(id.toString(), application.toString());
@@ -187,16 +187,16 @@ void TestApplicationId::parsesInstances()
     QCOMPARE(id.isValid(), valid);
     QCOMPARE(id.applicationId().toString(), application);
     if (text.endsWith(QLatin1String("1a"))) {
-        QCOMPARE(id.applicationId().organisation().toString(), QStringLiteral("com.example"));
-        QCOMPARE(id.applicationId().name().toString(), QStringLiteral("Notes.instance_1a"));
+        QCOMPARE(id.applicationId().organisation().toString(), u"com.example"_s);
+        QCOMPARE(id.applicationId().name().toString(), u"Notes.instance_1a"_s);
     }
 }
 
 void TestApplicationId::joinsInstances()
 {
-    const ApplicationId application(QStringLiteral("a.b"));
-    QCOMPARE(ApplicationInstanceId(application, 0).toString(), QStringLiteral("a.b"));
-    QCOMPARE(ApplicationInstanceId(application, 3).toString(), QStringLiteral("a.b.instance_3"));
+    const ApplicationId application(u"a.b"_s);
+    QCOMPARE(ApplicationInstanceId(application, 0).toString(), u"a.b"_s);
+    QCOMPARE(ApplicationInstanceId(application, 3).toString(), u"a.b.instance_3"_s);
     QCOMPARE(ApplicationInstanceId(application, 3).applicationId(), application);
 }
 
@@ -205,14 +205,12 @@ void TestApplicationId::acceptsTasksAndInstances_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("valid");
     QTest::addColumn<QString>("application");
-    QTest::newRow("a task") << QStringLiteral("a.b.task_c") << true << QStringLiteral("a.b");
-    QTest::newRow("an instance") << QStringLiteral("a.b.instance_2") << true
-                                 << QStringLiteral("a.b");
-    QTest::newRow("an application") << QStringLiteral("a.b") << true << QStringLiteral("a.b");
-    QTest::newRow("a task without a name")
-        << QStringLiteral("a.b.task_") << false << QStringLiteral("a.b.task_");
-    QTest::newRow("no dot") << QStringLiteral("ab") << false << QString();
-    QTest::newRow("dot first") << QStringLiteral(".ab") << false << QString();
+    QTest::newRow("a task") << u"a.b.task_c"_s << true << u"a.b"_s;
+    QTest::newRow("an instance") << u"a.b.instance_2"_s << true << u"a.b"_s;
+    QTest::newRow("an application") << u"a.b"_s << true << u"a.b"_s;
+    QTest::newRow("a task without a name") << u"a.b.task_"_s << false << u"a.b.task_"_s;
+    QTest::newRow("no dot") << u"ab"_s << false << QString();
+    QTest::newRow("dot first") << u".ab"_s << false << QString();
 }
 
 void TestApplicationId::acceptsTasksAndInstances()
@@ -257,42 +255,41 @@ void TestApplicationId::encodesDesktopFileNames()
 
 void TestApplicationId::comparesByText()
 {
-    const ApplicationId a(QStringLiteral("a.a"));
-    const ApplicationId b(QStringLiteral("a.b"));
-    QVERIFY(a < b && a != b && a == ApplicationId(QStringLiteral("a"), QStringLiteral("a")));
-    QVERIFY(ApplicationTaskId(a, QStringLiteral("x")) < ApplicationTaskId(b, QStringLiteral("x")));
+    const ApplicationId a(u"a.a"_s);
+    const ApplicationId b(u"a.b"_s);
+    QVERIFY(a < b && a != b && a == ApplicationId(u"a"_s, u"a"_s));
+    QVERIFY(ApplicationTaskId(a, u"x"_s) < ApplicationTaskId(b, u"x"_s));
     QVERIFY(ApplicationInstanceId(a, 1) != ApplicationInstanceId(a, 2));
 }
 
 void TestApplicationId::refusesTextsThatAreTooLong()
 {
     // Lengths within an id are stored in 16 bits.
-    const QString text = QStringLiteral("a.b") + QString(40000, QLatin1Char('c'));
+    const QString text = u"a.b"_s + QString(40000, QLatin1Char('c'));
     QVERIFY(!ApplicationId(text).isValid());
-    QVERIFY(!ApplicationId(QStringLiteral("a"), text).isValid());
-    QVERIFY(!ApplicationTaskId(text + QStringLiteral(".task_x")).isValid());
-    QVERIFY(!ApplicationInstanceId(text + QStringLiteral(".instance_1")).isValid());
+    QVERIFY(!ApplicationId(u"a"_s, text).isValid());
+    QVERIFY(!ApplicationTaskId(text + u".task_x"_s).isValid());
+    QVERIFY(!ApplicationInstanceId(text + u".instance_1"_s).isValid());
 
     // Also when only the suffix makes it too long.
-    const ApplicationId application(QStringLiteral("a.b"));
+    const ApplicationId application(u"a.b"_s);
     const QString name(40000, QLatin1Char('c'));
     const QString number(40000, QLatin1Char('1'));
     QVERIFY(!ApplicationTaskId(application, name).isValid());
-    QVERIFY(!ApplicationTaskId(QStringLiteral("a.b.task_") + name).isValid());
-    QVERIFY(!ApplicationInstanceId(QStringLiteral("a.b.instance_") + number).isValid());
+    QVERIFY(!ApplicationTaskId(u"a.b.task_"_s + name).isValid());
+    QVERIFY(!ApplicationInstanceId(u"a.b.instance_"_s + number).isValid());
 }
 
 void TestApplicationId::acceptsTheLongestText()
 {
     const int longest = 32767;
-    const ApplicationId id(QStringLiteral("a.") + QString(longest - 2, QLatin1Char('c')));
+    const ApplicationId id(u"a."_s + QString(longest - 2, QLatin1Char('c')));
     QVERIFY(id.isValid());
     QCOMPARE(id.name().size(), longest - 2);
     QVERIFY(!ApplicationId(id.toString() + QLatin1Char('c')).isValid());
     QVERIFY(!ApplicationInstanceId(id, 1).isValid());
     QVERIFY(ApplicationInstanceId(id, 0).isValid());
-    const ApplicationTaskId task(QStringLiteral("a.b.task_")
-                                 + QString(longest - 9, QLatin1Char('c')));
+    const ApplicationTaskId task(u"a.b.task_"_s + QString(longest - 9, QLatin1Char('c')));
     QVERIFY(task.isValid());
     QCOMPARE(task.taskName().size(), longest - 9);
 }

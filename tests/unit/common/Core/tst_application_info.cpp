@@ -2,6 +2,7 @@
 #include "common/Core/findings.h"
 #include "common/Core/manifest.h"
 #include "common/Core/task_bounds.h"
+#include "support/literals.h"
 #include "support/odd_file.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
@@ -54,7 +55,7 @@ private:
         return {path, placesOf(*root), Core::LoggedFindings::instance()};
     }
     ApplicationInfo read(const QByteArray &main, const QByteArray &groups = {},
-                         const QString &file = QStringLiteral("/app.desktop"))
+                         const QString &file = u"/app.desktop"_s)
     {
         root->write(file,
                     "[Desktop Entry]\nType=Application\nName=App\nExec=/usr/bin/app\n" + main + "\n"
@@ -90,10 +91,10 @@ void TestApplicationInfo::isInvalidForAnUnusableFile_data()
 void TestApplicationInfo::isInvalidForAnUnusableFile()
 {
     QFETCH(QByteArray, text);
-    root->write(QStringLiteral("/app.desktop"), text);
+    root->write(u"/app.desktop"_s, text);
     const LogLines log;
-    QVERIFY(!readFile(root->path(QStringLiteral("/app.desktop"))).isValid());
-    QVERIFY(!readFile(root->path(QStringLiteral("/none.desktop"))).isValid());
+    QVERIFY(!readFile(root->path(u"/app.desktop"_s)).isValid());
+    QVERIFY(!readFile(root->path(u"/none.desktop"_s)).isValid());
     QVERIFY(!readFile(root->path()).isValid());
     QVERIFY(!ApplicationInfo().isValid());
     QCOMPARE(log.taken(), QStringList());
@@ -105,21 +106,20 @@ void TestApplicationInfo::takesTheIdFromTheEntry()
                                       "X-Halcyn-Support-Mime-Parents=true",
                                       identity);
     QVERIFY(info.isValid());
-    QCOMPARE(info.applicationId().toString(), QStringLiteral("com.example.Notes"));
-    QCOMPARE(info.name(), QStringLiteral("App"));
-    QCOMPARE(info.icon(), QStringLiteral("notes"));
-    QCOMPARE(info.mimeTypes(),
-             QStringList({QStringLiteral("text/plain"), QStringLiteral("text/html")}));
+    QCOMPARE(info.applicationId().toString(), u"com.example.Notes"_s);
+    QCOMPARE(info.name(), u"App"_s);
+    QCOMPARE(info.icon(), u"notes"_s);
+    QCOMPARE(info.mimeTypes(), QStringList({u"text/plain"_s, u"text/html"_s}));
     QVERIFY(info.supportsMimeParents());
-    QCOMPARE(info.desktopFilePath(), root->path(QStringLiteral("/app.desktop")));
+    QCOMPARE(info.desktopFilePath(), root->path(u"/app.desktop"_s));
 }
 
 void TestApplicationInfo::takesTheIdFromTheFileName()
 {
     const QByteArray nameOnly = "[X-Application]\nApplicationName=Notes\n";
-    const ApplicationInfo info = read({}, nameOnly, QStringLiteral("/my-app.desktop"));
+    const ApplicationInfo info = read({}, nameOnly, u"/my-app.desktop"_s);
     QVERIFY(info.isValid());
-    QCOMPARE(info.applicationId().toString(), QStringLiteral("org.zarn.my_2dapp"));
+    QCOMPARE(info.applicationId().toString(), u"org.zarn.my_2dapp"_s);
     QVERIFY(!info.supportsMimeParents());
 }
 
@@ -131,15 +131,14 @@ void TestApplicationInfo::takesTheIdFromTheFileNameWhenTheEntrysIsTooLong()
              "[X-Application]\nOrganizationName=" + QByteArray(65536 + 3, 'a')
                  + "\nApplicationName=Notes\n");
     QVERIFY(info.isValid());
-    QCOMPARE(info.applicationId().toString(), QStringLiteral("org.zarn.app"));
+    QCOMPARE(info.applicationId().toString(), u"org.zarn.app"_s);
 }
 
 void TestApplicationInfo::complainsWithoutAnyId()
 {
-    const QString path = root->path(QStringLiteral("/app.txt"));
-    QTest::ignoreMessage(QtWarningMsg,
-                         qPrintable(QStringLiteral("Invalid app ID in \"%1\"").arg(path)));
-    QVERIFY(!read({}, {}, QStringLiteral("/app.txt")).isValid());
+    const QString path = root->path(u"/app.txt"_s);
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Invalid app ID in \"%1\""_s.arg(path)));
+    QVERIFY(!read({}, {}, u"/app.txt"_s).isValid());
 }
 
 void TestApplicationInfo::readsTheLaunchDescription()
@@ -150,13 +149,13 @@ void TestApplicationInfo::readsTheLaunchDescription()
                                  + "ExecDBus=/usr/bin/app --bus\n"
                                    "DataDirectory=notes\n")
                             .launchInfo();
-    QCOMPARE(launch.exec, QStringLiteral("/usr/bin/app"));
-    QCOMPARE(launch.execDBus, QStringLiteral("/usr/bin/app --bus"));
-    QCOMPARE(launch.service, QStringLiteral("com.example.notes"));
-    QCOMPARE(launch.objectPath, QStringLiteral("/notes"));
-    QCOMPARE(launch.method, QStringLiteral("com.example.Notes.open"));
-    QCOMPARE(launch.fixedArgs, QStringLiteral("a b"));
-    QCOMPARE(launch.dataDirectory, QStringLiteral("notes"));
+    QCOMPARE(launch.exec, u"/usr/bin/app"_s);
+    QCOMPARE(launch.execDBus, u"/usr/bin/app --bus"_s);
+    QCOMPARE(launch.service, u"com.example.notes"_s);
+    QCOMPARE(launch.objectPath, u"/notes"_s);
+    QCOMPARE(launch.method, u"com.example.Notes.open"_s);
+    QCOMPARE(launch.fixedArgs, u"a b"_s);
+    QCOMPARE(launch.dataDirectory, u"notes"_s);
     QVERIFY(launch.sandboxed && launch.singleInstance);
     QVERIFY(!launch.singleCover && !launch.customMode);
 }
@@ -167,23 +166,17 @@ void TestApplicationInfo::comparesSwitchesExactly_data()
     QTest::addColumn<QByteArray>("sandbox");
     // Sandboxed, single instance, single cover, custom mode.
     QTest::addColumn<QString>("flags");
-    QTest::newRow("nothing") << QByteArray() << QByteArray() << QStringLiteral("11--");
-    QTest::newRow("Disabled") << QByteArray() << QByteArray("Sandboxing=Disabled\n")
-                              << QStringLiteral("-1--");
-    QTest::newRow("disabled") << QByteArray() << QByteArray("Sandboxing=disabled\n")
-                              << QStringLiteral("11--");
-    QTest::newRow("no") << QByteArray("X-Nemo-Single-Instance=no") << QByteArray()
-                        << QStringLiteral("1---");
-    QTest::newRow("No") << QByteArray("X-Nemo-Single-Instance=No") << QByteArray()
-                        << QStringLiteral("11--");
+    QTest::newRow("nothing") << QByteArray() << QByteArray() << u"11--"_s;
+    QTest::newRow("Disabled") << QByteArray() << QByteArray("Sandboxing=Disabled\n") << u"-1--"_s;
+    QTest::newRow("disabled") << QByteArray() << QByteArray("Sandboxing=disabled\n") << u"11--"_s;
+    QTest::newRow("no") << QByteArray("X-Nemo-Single-Instance=no") << QByteArray() << u"1---"_s;
+    QTest::newRow("No") << QByteArray("X-Nemo-Single-Instance=No") << QByteArray() << u"11--"_s;
     QTest::newRow("cover yes") << QByteArray("X-Halcyn-Single-Cover=yes") << QByteArray()
-                               << QStringLiteral("111-");
+                               << u"111-"_s;
     QTest::newRow("cover Yes") << QByteArray("X-Halcyn-Single-Cover=Yes") << QByteArray()
-                               << QStringLiteral("11--");
-    QTest::newRow("mode Normal") << QByteArray("Mode=Normal") << QByteArray()
-                                 << QStringLiteral("11--");
-    QTest::newRow("mode normal") << QByteArray("Mode=normal") << QByteArray()
-                                 << QStringLiteral("11-1");
+                               << u"11--"_s;
+    QTest::newRow("mode Normal") << QByteArray("Mode=Normal") << QByteArray() << u"11--"_s;
+    QTest::newRow("mode normal") << QByteArray("Mode=normal") << QByteArray() << u"11-1"_s;
 }
 
 void TestApplicationInfo::comparesSwitchesExactly()
@@ -206,14 +199,14 @@ void TestApplicationInfo::takesSandboxKeysFromTheFirstGroupThatHasThem()
              "[Sailjail]\nOrganizationName=third\nExecDBus=third\nDataDirectory=third\n"
              "[X-Sailjail]\nOrganizationName=second\nApplicationName=App\nExecDBus=second\n"
              "[X-Application]\nOrganizationName=first\nExecDBus=\n");
-    QCOMPARE(info.applicationId().toString(), QStringLiteral("first.App"));
-    QCOMPARE(info.launchInfo().execDBus, QStringLiteral("second"));
-    QCOMPARE(info.launchInfo().dataDirectory, QStringLiteral("third"));
+    QCOMPARE(info.applicationId().toString(), u"first.App"_s);
+    QCOMPARE(info.launchInfo().execDBus, u"second"_s);
+    QCOMPARE(info.launchInfo().dataDirectory, u"third"_s);
 }
 
 void TestApplicationInfo::takesTheRootForAServiceWithoutAnObjectPath()
 {
-    QCOMPARE(read("X-Maemo-Service=a.b").launchInfo().objectPath, QStringLiteral("/"));
+    QCOMPARE(read("X-Maemo-Service=a.b").launchInfo().objectPath, u"/"_s);
     QCOMPARE(read("X-Maemo-Method=a.b").launchInfo().objectPath, QString());
 }
 
@@ -224,18 +217,14 @@ void TestApplicationInfo::readsIntents()
              QByteArray(identity)
                  + "Intents=Share/image:a|b||c;;Print;Send/a/b:x:y|z:;Print/again\n")
             .intents();
-    QCOMPARE(
-        intents.keys(),
-        QStringList({QStringLiteral("Print"), QStringLiteral("Send"), QStringLiteral("Share")}));
-    const auto share = intents.value(QStringLiteral("Share"));
-    QCOMPARE(share.qualifier, QStringLiteral("image"));
-    QCOMPARE(share.items,
-             QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")}));
-    QCOMPARE(intents.value(QStringLiteral("Print")).qualifier, QStringLiteral("again"));
-    QCOMPARE(intents.value(QStringLiteral("Print")).items, QStringList());
-    QCOMPARE(intents.value(QStringLiteral("Send")).qualifier, QStringLiteral("a"));
-    QCOMPARE(intents.value(QStringLiteral("Send")).items,
-             QStringList({QStringLiteral("x:y"), QStringLiteral("z:")}));
+    QCOMPARE(intents.keys(), QStringList({u"Print"_s, u"Send"_s, u"Share"_s}));
+    const auto share = intents.value(u"Share"_s);
+    QCOMPARE(share.qualifier, u"image"_s);
+    QCOMPARE(share.items, QStringList({u"a"_s, u"b"_s, u"c"_s}));
+    QCOMPARE(intents.value(u"Print"_s).qualifier, u"again"_s);
+    QCOMPARE(intents.value(u"Print"_s).items, QStringList());
+    QCOMPARE(intents.value(u"Send"_s).qualifier, u"a"_s);
+    QCOMPARE(intents.value(u"Send"_s).items, QStringList({u"x:y"_s, u"z:"_s}));
 }
 
 void TestApplicationInfo::readsTasks()
@@ -247,28 +236,26 @@ void TestApplicationInfo::readsTasks()
                                   "[X-Service index]\nType=Index\n"
                                   "[X-Task ]\nType=None\n[x-task lower]\nType=None\n")
                            .tasks();
-    QCOMPARE(tasks.keys(), QStringList({QStringLiteral("index"), QStringLiteral("sync")}));
-    const auto sync = tasks.value(QStringLiteral("sync"));
-    QCOMPARE(sync.taskId.toString(), QStringLiteral("com.example.Notes.task_sync"));
-    QCOMPARE(sync.type, QStringLiteral("Sync"));
-    QCOMPARE(sync.exec, QStringLiteral("/opt/worker  -x"));
-    QCOMPARE(sync.permissions,
-             QStringList({QStringLiteral("Internet"), QStringLiteral("Documents")}));
-    QCOMPARE(sync.conditions, QStringList{QStringLiteral("Charging")});
+    QCOMPARE(tasks.keys(), QStringList({u"index"_s, u"sync"_s}));
+    const auto sync = tasks.value(u"sync"_s);
+    QCOMPARE(sync.taskId.toString(), u"com.example.Notes.task_sync"_s);
+    QCOMPARE(sync.type, u"Sync"_s);
+    QCOMPARE(sync.exec, u"/opt/worker  -x"_s);
+    QCOMPARE(sync.permissions, QStringList({u"Internet"_s, u"Documents"_s}));
+    QCOMPARE(sync.conditions, QStringList{u"Charging"_s});
     // A task without Exec uses the application's.
-    QCOMPARE(tasks.value(QStringLiteral("index")).exec, QStringLiteral("/usr/bin/app"));
+    QCOMPARE(tasks.value(u"index"_s).exec, u"/usr/bin/app"_s);
 }
 
 void TestApplicationInfo::readsNothingButTheTasksWhereAskedTo()
 {
-    root->writeApplication(QStringLiteral("Notes"),
-                           "Intents=Open\n[X-Task sync]\nType=Sync\nExec=/opt/n\n");
-    const ApplicationInfo info(root->path(QStringLiteral("/usr/share/applications/Notes.desktop")),
+    root->writeApplication(u"Notes"_s, "Intents=Open\n[X-Task sync]\nType=Sync\nExec=/opt/n\n");
+    const ApplicationInfo info(root->path(u"/usr/share/applications/Notes.desktop"_s),
                                placesOf(*root), Core::LoggedFindings::instance(),
                                ApplicationInfo::Tasks);
     QVERIFY(info.isValid());
-    QCOMPARE(info.applicationId().toString(), QStringLiteral("com.example.Notes"));
-    QCOMPARE(info.tasks().value(QStringLiteral("sync")).exec, QStringLiteral("/opt/n"));
+    QCOMPARE(info.applicationId().toString(), u"com.example.Notes"_s);
+    QCOMPARE(info.tasks().value(u"sync"_s).exec, u"/opt/n"_s);
     QVERIFY(info.intents().isEmpty());
     QCOMPARE(info.launchInfo().exec, QString());
 }
@@ -287,21 +274,21 @@ void TestApplicationInfo::letsTheLaterOfTwoTasksWin()
     const auto tasks =
         read({}, "[X-Task sync]\nType=First\n[X-Service sync]\nType=Second\n").tasks();
     QCOMPARE(tasks.size(), 1);
-    QCOMPARE(tasks.first().type, QStringLiteral("Second"));
+    QCOMPARE(tasks.first().type, u"Second"_s);
 }
 
 void TestApplicationInfo::refusesBadTaskNames_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("valid");
-    QTest::newRow("digit first") << QStringLiteral("1sync") << false;
-    QTest::newRow("hyphen") << QStringLiteral("my-sync") << false;
-    QTest::newRow("underscore") << QStringLiteral("my_sync") << false;
-    QTest::newRow("letter of another script") << QStringLiteral("s\u00ffnc") << false;
-    QTest::newRow("digit of another script") << QStringLiteral("s\u0663") << false;
+    QTest::newRow("digit first") << u"1sync"_s << false;
+    QTest::newRow("hyphen") << u"my-sync"_s << false;
+    QTest::newRow("underscore") << u"my_sync"_s << false;
+    QTest::newRow("letter of another script") << u"s\u00ffnc"_s << false;
+    QTest::newRow("digit of another script") << u"s\u0663"_s << false;
     QTest::newRow("65 characters") << QString(65, QLatin1Char('a')) << false;
     QTest::newRow("64 characters") << QString(64, QLatin1Char('a')) << true;
-    QTest::newRow("digits later") << QStringLiteral("sync2") << true;
+    QTest::newRow("digits later") << u"sync2"_s << true;
 }
 
 void TestApplicationInfo::refusesBadTaskNames()
@@ -309,9 +296,8 @@ void TestApplicationInfo::refusesBadTaskNames()
     QFETCH(QString, name);
     QFETCH(bool, valid);
     if (!valid)
-        QTest::ignoreMessage(
-            QtWarningMsg,
-            QRegularExpression(QStringLiteral("^Invalid task name: \"%1\"$").arg(name)));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(u"^Invalid task name: \"%1\"$"_s.arg(name)));
     const ApplicationInfo info = read({}, "[X-Task " + name.toUtf8() + "]\nType=Sync\n");
     QVERIFY(info.isValid());
     QCOMPARE(info.tasks().contains(name), valid);
@@ -321,21 +307,20 @@ void TestApplicationInfo::readsManifestAndCertificate()
 {
     QCOMPARE(read({}, identity).certificateId(), QString());
     QVERIFY(!read({}, identity).manifest().isValid());
-    const QString package = QStringLiteral("/opt/app/com.example.Notes/current/");
-    root->write(package + QStringLiteral("halcyn.pkg"),
-                "[other]\nid=no\n[certificate]\nid=abc123\n");
-    root->write(package + QStringLiteral("manifest.json"), "{}");
-    QCOMPARE(read({}, identity).certificateId(), QStringLiteral("abc123"));
+    const QString package = u"/opt/app/com.example.Notes/current/"_s;
+    root->write(package + u"halcyn.pkg"_s, "[other]\nid=no\n[certificate]\nid=abc123\n");
+    root->write(package + u"manifest.json"_s, "{}");
+    QCOMPARE(read({}, identity).certificateId(), u"abc123"_s);
     // A pipe instead of the file must not block.
-    root->remove(package + QStringLiteral("halcyn.pkg"));
-    QCOMPARE(mkfifo(qPrintable(root->path(package + QStringLiteral("halcyn.pkg"))), 0600), 0);
+    root->remove(package + u"halcyn.pkg"_s);
+    QCOMPARE(mkfifo(qPrintable(root->path(package + u"halcyn.pkg"_s)), 0600), 0);
     QCOMPARE(read({}, identity).certificateId(), QString());
     QVERIFY(read({}, identity).manifest().isValid());
 }
 
 void TestApplicationInfo::survivesAPackageFileThatWouldBeDeserialised()
 {
-    root->write(QStringLiteral("/opt/app/com.example.Notes/current/halcyn.pkg"),
+    root->write(u"/opt/app/com.example.Notes/current/halcyn.pkg"_s,
                 "[certificate]\nid=" + OddFile::fatalValue() + "\n");
     const ApplicationInfo info = read({}, identity);
     QVERIFY(info.isValid());
@@ -376,8 +361,8 @@ void TestApplicationInfo::leavesOutWhatOneTaskDeclaresBeyondTheBound()
                                       identity + QByteArray("[X-Task odd]\n") + task
                                           + "\n[X-Task other]\nType=Sync\nExec=/bin/b\n");
     QVERIFY(info.isValid());
-    QVERIFY(info.tasks().contains(QStringLiteral("other")));
-    QCOMPARE(info.tasks().contains(QStringLiteral("odd")), isKept);
+    QVERIFY(info.tasks().contains(u"other"_s));
+    QCOMPARE(info.tasks().contains(u"odd"_s), isKept);
     const QStringList lines = log.taken();
     QCOMPARE(lines.size(), isKept ? 0 : 1);
     QVERIFY(isKept || lines.first().contains(QLatin1String("com.example.Notes.task_odd")));
@@ -397,7 +382,7 @@ void TestApplicationInfo::leavesOutWhatAllTasksDeclareBeyondTheBound()
         sum += Core::sizeOf(task);
     QVERIFY(sum <= Core::largestTasksOfApplication);
     QVERIFY(sum > Core::largestTasksOfApplication - Core::largestTask);
-    QVERIFY(info.tasks().contains(QStringLiteral("t10")));
+    QVERIFY(info.tasks().contains(u"t10"_s));
     QCOMPARE(log.taken().size(), 1);
     QVERIFY(log.taken().first().contains(QLatin1String("com.example.Notes.task_t")));
 }
@@ -413,7 +398,7 @@ void TestApplicationInfo::boundsMimeTypesAndIntents()
              identity + QByteArray("Intents=") + QByteArray("a;").repeated(40000) + "\n");
     QVERIFY(info.isValid());
     QCOMPARE(info.mimeTypes().size(), 1024);
-    QCOMPARE(info.mimeTypes().constFirst(), QStringLiteral("a/0"));
+    QCOMPARE(info.mimeTypes().constFirst(), u"a/0"_s);
     QVERIFY(info.intents().isEmpty());
     QCOMPARE(log.taken().size(), 2);
 }
@@ -438,7 +423,7 @@ void TestApplicationInfo::sharesItsRecord()
     const QString &name = copy.name();
     QCOMPARE(&original->name(), &name);
     delete original;
-    QCOMPARE(name, QStringLiteral("App"));
+    QCOMPARE(name, u"App"_s);
 }
 
 QTEST_GUILESS_MAIN(TestApplicationInfo)

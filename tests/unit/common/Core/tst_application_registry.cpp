@@ -3,6 +3,7 @@
 #include "common/Core/task_bounds.h"
 #include "common/scan_throttle.h"
 #include "support/descriptor_limit.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
@@ -83,7 +84,7 @@ private:
 
     static QString entryFile(const char *application)
     {
-        return QStringLiteral("/usr/share/applications/%1.desktop").arg(QLatin1String(application));
+        return u"/usr/share/applications/%1.desktop"_s.arg(QLatin1String(application));
     }
 
     /// Installs an entry atomically, as a package manager does: writes a temporary file and renames
@@ -92,8 +93,8 @@ private:
     {
         TempRoot staging;
         staging.writeApplication(application, groups);
-        const QString below = QStringLiteral("/usr/share/applications/%1.desktop").arg(application);
-        const QString beside = root->path(QStringLiteral("/beside"));
+        const QString below = u"/usr/share/applications/%1.desktop"_s.arg(application);
+        const QString beside = root->path(u"/beside"_s);
         QFile::remove(beside);
         QVERIFY(QFile::copy(staging.path(below), beside));
         QCOMPARE(std::rename(qPrintable(beside), qPrintable(root->path(below))), 0);
@@ -107,61 +108,58 @@ void TestApplicationRegistry::init()
 {
     root = std::make_unique<TempRoot>();
     // For the MIME database.
-    qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
-    qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
+    qputenv("XDG_DATA_HOME", root->path(u"/home/data"_s).toUtf8());
+    qputenv("XDG_DATA_DIRS", root->path(u"/usr/share"_s).toUtf8());
 }
 
 void TestApplicationRegistry::knowsWhatIsInstalled()
 {
-    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
+    root->writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\n");
     load();
     QVERIFY(knows("com.example.Notes"));
-    QCOMPARE(registry->task(task("com.example.Notes.task_sync")).type, QStringLiteral("Sync"));
+    QCOMPARE(registry->task(task("com.example.Notes.task_sync")).type, u"Sync"_s);
 }
 
 void TestApplicationRegistry::givesTasksInOrder()
 {
     const QByteArray tasks =
         "[X-Task b]\nType=Sync\n[X-Task a]\nType=Sync\n[X-Task c]\nType=sync\n";
-    root->writeApplication(QStringLiteral("Zoo"), tasks);
-    root->writeApplication(QStringLiteral("Ant"), tasks);
+    root->writeApplication(u"Zoo"_s, tasks);
+    root->writeApplication(u"Ant"_s, tasks);
     load();
     QStringList ids;
-    const auto ofType = registry->tasksOfType(QStringLiteral("Sync"));
+    const auto ofType = registry->tasksOfType(u"Sync"_s);
     for (const auto &info : ofType)
         ids.append(info.taskId.toString());
     QCOMPARE(ids,
-             QStringList({QStringLiteral("com.example.Ant.task_a"),
-                          QStringLiteral("com.example.Ant.task_b"),
-                          QStringLiteral("com.example.Zoo.task_a"),
-                          QStringLiteral("com.example.Zoo.task_b")}));
+             QStringList({u"com.example.Ant.task_a"_s, u"com.example.Ant.task_b"_s,
+                          u"com.example.Zoo.task_a"_s, u"com.example.Zoo.task_b"_s}));
     ids.clear();
-    const auto ofAnt =
-        registry->tasksOfApplication(ApplicationId(QStringLiteral("com.example.Ant")));
+    const auto ofAnt = registry->tasksOfApplication(ApplicationId(u"com.example.Ant"_s));
     for (const auto &info : ofAnt)
         ids.append(info.taskId.taskName().toString());
-    QCOMPARE(ids, QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")}));
+    QCOMPARE(ids, QStringList({u"a"_s, u"b"_s, u"c"_s}));
 }
 
 void TestApplicationRegistry::answersEmptyForTheUnknown()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
     const auto &noTask = registry->task(task("com.example.Notes.task_none"));
     const auto &noApplication = registry->task(task("com.example.None.task_sync"));
     QVERIFY(!noTask.taskId.isValid());
     QCOMPARE(&noTask, &noApplication);
-    QVERIFY(!registry->application(ApplicationId(QStringLiteral("a.b"))).isValid());
-    QVERIFY(registry->tasksOfApplication(ApplicationId(QStringLiteral("a.b"))).isEmpty());
-    QVERIFY(registry->tasksOfType(QStringLiteral("Sync")).isEmpty());
+    QVERIFY(!registry->application(ApplicationId(u"a.b"_s)).isValid());
+    QVERIFY(registry->tasksOfApplication(ApplicationId(u"a.b"_s)).isEmpty());
+    QVERIFY(registry->tasksOfType(u"Sync"_s).isEmpty());
 }
 
 void TestApplicationRegistry::skipsInvalidEntries()
 {
-    root->write(QStringLiteral("/usr/share/applications/a.desktop"), "nothing");
-    root->write(QStringLiteral("/usr/share/applications/sub/below.desktop"),
+    root->write(u"/usr/share/applications/a.desktop"_s, "nothing");
+    root->write(u"/usr/share/applications/sub/below.desktop"_s,
                 "[Desktop Entry]\nType=Application\nName=Below\n");
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
     QVERIFY(knows("com.example.Notes"));
     QVERIFY(!knows("org.zarn.below"));
@@ -171,32 +169,32 @@ void TestApplicationRegistry::noticesANewEntryOnce()
 {
     load();
     QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
-    install(QStringLiteral("Notes"));
+    install(u"Notes"_s);
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
     // Events about the old file arrive before those about this one.
-    install(QStringLiteral("Other"));
+    install(u"Other"_s);
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
     QCOMPARE(changed.size(), 2);
 }
 
 void TestApplicationRegistry::noticesARemovedEntryOnce()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
     QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
-    root->remove(QStringLiteral("/usr/share/applications/Notes.desktop"));
+    root->remove(u"/usr/share/applications/Notes.desktop"_s);
     QTRY_VERIFY_WITH_TIMEOUT(!knows("com.example.Notes"), 30000);
-    install(QStringLiteral("Other"));
+    install(u"Other"_s);
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
     QCOMPARE(changed.size(), 2);
 }
 
 void TestApplicationRegistry::noticesAReplacedEntryEachTime()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
     for (const char *type : {"First", "Second", "Third"}) {
-        install(QStringLiteral("Notes"), QByteArray("[X-Task sync]\nType=") + type + "\n");
+        install(u"Notes"_s, QByteArray("[X-Task sync]\nType=") + type + "\n");
         QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type,
                                   QString::fromLatin1(type), 30000);
     }
@@ -204,16 +202,16 @@ void TestApplicationRegistry::noticesAReplacedEntryEachTime()
 
 void TestApplicationRegistry::noticesARewrittenEntryAfterAReplacement()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
-    install(QStringLiteral("Notes"), "[X-Task sync]\nType=First\n");
-    QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type,
-                              QStringLiteral("First"), 30000);
+    install(u"Notes"_s, "[X-Task sync]\nType=First\n");
+    QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type, u"First"_s,
+                              30000);
     // The watch on the directory does not report writes to this file, so the new file itself must
     // be watched.
-    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Second\n");
-    QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type,
-                              QStringLiteral("Second"), 30000);
+    root->writeApplication(u"Notes"_s, "[X-Task sync]\nType=Second\n");
+    QTRY_COMPARE_WITH_TIMEOUT(registry->task(task("com.example.Notes.task_sync")).type, u"Second"_s,
+                              30000);
 }
 
 namespace {
@@ -228,7 +226,7 @@ QByteArray notesOfType(const char *type)
 
 void replace(const QString &path, const QByteArray &text)
 {
-    QFile beside(path + QStringLiteral(".new"));
+    QFile beside(path + u".new"_s);
     QVERIFY(beside.open(QIODevice::WriteOnly));
     QCOMPARE(beside.write(text), text.size());
     beside.close();
@@ -254,7 +252,7 @@ void TestApplicationRegistry::noticesEachKindOfChange_data()
     QTest::addColumn<Change>("change");
     // The type of the task afterwards; empty when the application is unknown.
     QTest::addColumn<QString>("type");
-    const QString other = QStringLiteral("Other");
+    const QString other = u"Other"_s;
     const Change none = [](const QString &, const QString &) {};
     const Change written = [](const QString &entry, const QString &) {
         overwrite(entry, notesOfType("First"));
@@ -314,8 +312,8 @@ void TestApplicationRegistry::noticesEachKindOfChange()
     QFETCH(Change, before);
     QFETCH(Change, change);
     QFETCH(QString, type);
-    const QString entry = root->path(QStringLiteral("/usr/share/applications/notes.desktop"));
-    const QString elsewhere = root->path(QStringLiteral("/elsewhere"));
+    const QString entry = root->path(u"/usr/share/applications/notes.desktop"_s);
+    const QString elsewhere = root->path(u"/elsewhere"_s);
     before(entry, elsewhere);
     load();
     change(entry, elsewhere);
@@ -326,32 +324,32 @@ void TestApplicationRegistry::noticesEachKindOfChange()
 
 void TestApplicationRegistry::noticesThatTheDirectoryIsRemovedAndMadeAgain()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
-    const QString directory = root->path(QStringLiteral("/usr/share/applications"));
-    const QString aside = root->path(QStringLiteral("/usr/aside"));
+    const QString directory = root->path(u"/usr/share/applications"_s);
+    const QString aside = root->path(u"/usr/aside"_s);
     QVERIFY(QDir().rename(directory, aside));
     QTRY_VERIFY_WITH_TIMEOUT(!knows("com.example.Notes"), 30000);
     QVERIFY(QDir().rename(aside, directory));
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
-    root->writeApplication(QStringLiteral("Other"), {});
+    root->writeApplication(u"Other"_s, {});
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
 }
 
 void TestApplicationRegistry::noticesADirectoryThatIsMadeLater()
 {
     load();
-    root->write(QStringLiteral("/home/data/applications/notes.desktop"), notesOfType("First"));
+    root->write(u"/home/data/applications/notes.desktop"_s, notesOfType("First"));
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Notes"), 30000);
 }
 
 void TestApplicationRegistry::keepsWhatItKnowsWhileItCannotRead()
 {
-    root->writeApplication(QStringLiteral("Notes"), "[X-Task sync]\nType=Sync\n");
-    root->writeApplication(QStringLiteral("Old"), {});
+    root->writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\n");
+    root->writeApplication(u"Old"_s, {});
     load();
     TempRoot staging;
-    staging.writeApplication(QStringLiteral("New"), {});
+    staging.writeApplication(u"New"_s, {});
     const QByteArray from = staging.path(entryFile("New")).toUtf8();
     const QByteArray to = root->path(entryFile("New")).toUtf8();
     const QByteArray old = root->path(entryFile("Old")).toUtf8();
@@ -362,7 +360,7 @@ void TestApplicationRegistry::keepsWhatItKnowsWhileItCannotRead()
         QCOMPARE(::unlink(old.constData()), 0);
         QTRY_VERIFY(scans.count() >= 1);
         QVERIFY(knows("com.example.Notes"));
-        QCOMPARE(registry->task(task("com.example.Notes.task_sync")).type, QStringLiteral("Sync"));
+        QCOMPARE(registry->task(task("com.example.Notes.task_sync")).type, u"Sync"_s);
     }
     // No further change causes a scan.
     QTRY_VERIFY(knows("com.example.New") && !knows("com.example.Old"));
@@ -371,11 +369,11 @@ void TestApplicationRegistry::keepsWhatItKnowsWhileItCannotRead()
 
 void TestApplicationRegistry::keepsWhatItKnowsOfADirectoryThatItCannotList()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
     QSignalSpy scans(registry.get(), &ApplicationRegistry::manifestsChanged);
-    const QString folder = root->path(QStringLiteral("/usr/share/applications"));
-    const QString beside = root->path(QStringLiteral("/beside"));
+    const QString folder = root->path(u"/usr/share/applications"_s);
+    const QString beside = root->path(u"/beside"_s);
     QVERIFY(QDir().rename(folder, beside));
     QVERIFY(QFile::link(folder, folder));
     QTRY_VERIFY(scans.count() >= 2);
@@ -387,7 +385,7 @@ void TestApplicationRegistry::keepsWhatItKnowsOfADirectoryThatItCannotList()
 
 void TestApplicationRegistry::keepsAnEntryThatItCannotRead()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
     QSignalSpy scans(registry.get(), &ApplicationRegistry::manifestsChanged);
     // A lease on a file keeps other processes from opening it.
@@ -409,27 +407,26 @@ void TestApplicationRegistry::keepsAnEntryThatItCannotRead()
 
 void TestApplicationRegistry::forgetsADirectoryThatIsGone()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
-    QVERIFY(QDir(root->path(QStringLiteral("/usr/share/applications"))).removeRecursively());
+    QVERIFY(QDir(root->path(u"/usr/share/applications"_s)).removeRecursively());
     QTRY_VERIFY(!knows("com.example.Notes"));
 }
 
 void TestApplicationRegistry::loadsTheVersionOverridesLater()
 {
-    root->write(QStringLiteral("/etc/orvane/os-version-support.cfg"), "[Applications]\n*=4.3\n");
+    root->write(u"/etc/orvane/os-version-support.cfg"_s, "[Applications]\n*=4.3\n");
     {
         const NoDescriptors limit;
         load();
     }
-    QTRY_COMPARE(registry->compatibilityLevel(ApplicationId(QStringLiteral("com.example.Notes"))),
-                 1);
+    QTRY_COMPARE(registry->compatibilityLevel(ApplicationId(u"com.example.Notes"_s)), 1);
 }
 
 void TestApplicationRegistry::scansAgainWhileAnEntryIsWritten()
 {
     load();
-    QFile entry(root->path(QStringLiteral("/usr/share/applications/notes.desktop")));
+    QFile entry(root->path(u"/usr/share/applications/notes.desktop"_s));
     QVERIFY(entry.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
     QSignalSpy changed(registry.get(), &ApplicationRegistry::manifestsChanged);
     QVERIFY(changed.wait(30000));
@@ -445,7 +442,7 @@ void TestApplicationRegistry::scansSeldomWhilePackagesAreInstalled()
     time.start();
     constexpr int count = 60;
     for (int i = 0; i < count; ++i) {
-        install(QStringLiteral("App%1").arg(i));
+        install(u"App%1"_s.arg(i));
         // Until the events of this change have arrived.
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     }
@@ -458,13 +455,13 @@ void TestApplicationRegistry::scansSeldomWhilePackagesAreInstalled()
 
 void TestApplicationRegistry::readsAManifestAgainAtAScan()
 {
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     load();
-    const ApplicationId id(QStringLiteral("com.example.Notes"));
+    const ApplicationId id(u"com.example.Notes"_s);
     QCOMPARE(registry->compatibilityLevel(id), 0);
-    root->write(QStringLiteral("/opt/app/com.example.Notes/current/manifest.json"), "{}");
+    root->write(u"/opt/app/com.example.Notes/current/manifest.json"_s, "{}");
     // The package is not watched, but checked at each scan, which a change of any entry causes.
-    install(QStringLiteral("Other"));
+    install(u"Other"_s);
     QTRY_VERIFY_WITH_TIMEOUT(knows("com.example.Other"), 30000);
     QCOMPARE(registry->compatibilityLevel(id), 2);
 }
@@ -473,13 +470,10 @@ void TestApplicationRegistry::prefersTheEarlierDirectory()
 {
     const QByteArray entry = "[Desktop Entry]\nType=Application\nName=%\n"
                              "[X-Application]\nOrganizationName=com.example\nApplicationName=App\n";
-    root->write(QStringLiteral("/home/data/applications/z.desktop"),
-                QByteArray(entry).replace('%', "User"));
-    root->write(QStringLiteral("/usr/share/applications/a.desktop"),
-                QByteArray(entry).replace('%', "System"));
+    root->write(u"/home/data/applications/z.desktop"_s, QByteArray(entry).replace('%', "User"));
+    root->write(u"/usr/share/applications/a.desktop"_s, QByteArray(entry).replace('%', "System"));
     load();
-    QCOMPARE(registry->application(ApplicationId(QStringLiteral("com.example.App"))).name(),
-             QStringLiteral("User"));
+    QCOMPARE(registry->application(ApplicationId(u"com.example.App"_s)).name(), u"User"_s);
 }
 
 void TestApplicationRegistry::prefersTheFirstFileByName()
@@ -487,13 +481,11 @@ void TestApplicationRegistry::prefersTheFirstFileByName()
     const QByteArray entry = "[Desktop Entry]\nType=Application\nName=%\n"
                              "[X-Application]\nOrganizationName=com.example\nApplicationName=App\n";
     for (const char *name : {"m", "z", "a", "k"})
-        root->write(
-            QStringLiteral("/usr/share/applications/%1.desktop").arg(QString::fromLatin1(name)),
-            QByteArray(entry).replace("%", name));
+        root->write(u"/usr/share/applications/%1.desktop"_s.arg(QString::fromLatin1(name)),
+                    QByteArray(entry).replace("%", name));
     const LogLines log;
     load();
-    QCOMPARE(registry->application(ApplicationId(QStringLiteral("com.example.App"))).name(),
-             QStringLiteral("a"));
+    QCOMPARE(registry->application(ApplicationId(u"com.example.App"_s)).name(), u"a"_s);
     const QStringList lines = log.taken();
     QCOMPARE(lines.size(), 3);
     for (const QString &line : lines)
@@ -517,29 +509,29 @@ QByteArray entryCalled(const char *name, const char *mimeType)
 
 void TestApplicationRegistry::prefersTheFileThatIsNamedByItsId()
 {
-    const QString directory = QStringLiteral("/usr/share/applications/");
-    root->write(directory + QStringLiteral("aaa.desktop"), entryCalled("thief", "stolen"));
-    root->write(directory + QStringLiteral("com.example.App.desktop"), entryCalled("owner", "own"));
-    root->write(directory + QStringLiteral("zzz.desktop"), entryCalled("late", "late"));
-    root->write(QStringLiteral("/home/config/mimeapps.list"),
+    const QString directory = u"/usr/share/applications/"_s;
+    root->write(directory + u"aaa.desktop"_s, entryCalled("thief", "stolen"));
+    root->write(directory + u"com.example.App.desktop"_s, entryCalled("owner", "own"));
+    root->write(directory + u"zzz.desktop"_s, entryCalled("late", "late"));
+    root->write(u"/home/config/mimeapps.list"_s,
                 "[Default Applications]\nx-scheme-handler/other=aaa.desktop;\n");
     const LogLines log;
     load();
-    const auto info = registry->application(ApplicationId(QStringLiteral("com.example.App")));
-    QCOMPARE(info.name(), QStringLiteral("owner"));
-    QCOMPARE(registry->task(task("com.example.App.task_sync")).exec, QStringLiteral("/bin/owner"));
-    const QStringList id{QStringLiteral("com.example.App")};
-    QCOMPARE(registry->handlersForUri(QUrl(QStringLiteral("own:x")), {}), id);
+    const auto info = registry->application(ApplicationId(u"com.example.App"_s));
+    QCOMPARE(info.name(), u"owner"_s);
+    QCOMPARE(registry->task(task("com.example.App.task_sync")).exec, u"/bin/owner"_s);
+    const QStringList id{u"com.example.App"_s};
+    QCOMPARE(registry->handlersForUri(QUrl(u"own:x"_s), {}), id);
     for (const char *uri : {"stolen:x", "late:x"})
         QCOMPARE(registry->handlersForUri(QUrl(QString::fromLatin1(uri)), {}), QStringList());
     // mimeapps.list may name any of an application's files.
-    QCOMPARE(registry->handlersForUri(QUrl(QStringLiteral("other:x")), {}), id);
+    QCOMPARE(registry->handlersForUri(QUrl(u"other:x"_s), {}), id);
     const QStringList lines = log.taken();
     QCOMPARE(lines.size(), 2);
     for (const QString &line : lines)
-        QVERIFY(line.contains(directory + QStringLiteral("com.example.App.desktop")));
-    QVERIFY(lines.first().contains(directory + QStringLiteral("aaa.desktop")));
-    QVERIFY(lines.last().contains(directory + QStringLiteral("zzz.desktop")));
+        QVERIFY(line.contains(directory + u"com.example.App.desktop"_s));
+    QVERIFY(lines.first().contains(directory + u"aaa.desktop"_s));
+    QVERIFY(lines.last().contains(directory + u"zzz.desktop"_s));
 }
 
 void TestApplicationRegistry::prefersTheFileFromWhoseNameTheIdFollows()
@@ -547,26 +539,23 @@ void TestApplicationRegistry::prefersTheFileFromWhoseNameTheIdFollows()
     const QByteArray plain = "[Desktop Entry]\nType=Application\nName=owner\n";
     const QByteArray claiming = "[Desktop Entry]\nType=Application\nName=thief\n"
                                 "[X-Application]\nOrganizationName=org.zarn\nApplicationName=foo\n";
-    const QString directory = QStringLiteral("/usr/share/applications/");
-    root->write(directory + QStringLiteral("aaa.desktop"), claiming);
-    root->write(directory + QStringLiteral("foo.desktop"), plain);
-    root->write(directory + QStringLiteral("org.zarn.foo.desktop"), claiming);
+    const QString directory = u"/usr/share/applications/"_s;
+    root->write(directory + u"aaa.desktop"_s, claiming);
+    root->write(directory + u"foo.desktop"_s, plain);
+    root->write(directory + u"org.zarn.foo.desktop"_s, claiming);
     const LogLines log;
     load();
-    QCOMPARE(registry->application(ApplicationId(QStringLiteral("org.zarn.foo"))).name(),
-             QStringLiteral("owner"));
+    QCOMPARE(registry->application(ApplicationId(u"org.zarn.foo"_s)).name(), u"owner"_s);
     QCOMPARE(log.taken().size(), 2);
 }
 
 void TestApplicationRegistry::keepsTheEarlierDirectoryWhateverItsFileIsCalled()
 {
-    root->write(QStringLiteral("/home/data/applications/aaa.desktop"), entryCalled("user", "u"));
-    root->write(QStringLiteral("/usr/share/applications/com.example.App.desktop"),
-                entryCalled("system", "s"));
+    root->write(u"/home/data/applications/aaa.desktop"_s, entryCalled("user", "u"));
+    root->write(u"/usr/share/applications/com.example.App.desktop"_s, entryCalled("system", "s"));
     const LogLines log;
     load();
-    QCOMPARE(registry->application(ApplicationId(QStringLiteral("com.example.App"))).name(),
-             QStringLiteral("user"));
+    QCOMPARE(registry->application(ApplicationId(u"com.example.App"_s)).name(), u"user"_s);
     QCOMPARE(log.taken(), QStringList());
 }
 
@@ -578,11 +567,11 @@ void TestApplicationRegistry::keepsTheTasksOfOneTypeWithinTheBound()
         large += "[X-Task t" + QByteArray::number(i)
             + "]\nType=Sync\nPermissions=" + QByteArray("abcd;").repeated(1000) + "\n";
     for (int i = 0; i < 40; ++i)
-        root->writeApplication(QStringLiteral("A%1").arg(i), large);
-    root->writeApplication(QStringLiteral("Zoo"), "[X-Task sync]\nType=Sync\n");
+        root->writeApplication(u"A%1"_s.arg(i), large);
+    root->writeApplication(u"Zoo"_s, "[X-Task sync]\nType=Sync\n");
     load();
     const LogLines log;
-    const auto tasks = registry->tasksOfType(QStringLiteral("Sync"));
+    const auto tasks = registry->tasksOfType(u"Sync"_s);
     int sum = 0;
     QStringList ids;
     for (const auto &info : tasks) {
@@ -591,10 +580,10 @@ void TestApplicationRegistry::keepsTheTasksOfOneTypeWithinTheBound()
     }
     QVERIFY(sum <= Core::largestTaskList);
     QVERIFY(sum > Core::largestTaskList - Core::largestTasksOfApplication);
-    QVERIFY(ids.contains(QStringLiteral("com.example.Zoo.task_sync")));
+    QVERIFY(ids.contains(u"com.example.Zoo.task_sync"_s));
     QCOMPARE(log.taken().size(), 1);
     // The list is cached, so the finding is reported only once.
-    QCOMPARE(registry->tasksOfType(QStringLiteral("Sync")).size(), tasks.size());
+    QCOMPARE(registry->tasksOfType(u"Sync"_s).size(), tasks.size());
     QCOMPARE(log.taken().size(), 1);
     QStringList sorted = ids;
     sorted.sort();
@@ -646,11 +635,10 @@ void TestApplicationRegistry::needsLittleTimeForAnyEntry()
 {
     QFETCH(QByteArray, main);
     QFETCH(QByteArray, groups);
-    QVERIFY(QFile::link(QStringLiteral("/usr/share/mime"),
-                        root->path(QStringLiteral("/usr/share/mime"))));
-    root->write(QStringLiteral("/usr/share/applications/odd.desktop"),
+    QVERIFY(QFile::link(u"/usr/share/mime"_s, root->path(u"/usr/share/mime"_s)));
+    root->write(u"/usr/share/applications/odd.desktop"_s,
                 "[Desktop Entry]\nType=Application\nName=x\n" + main + "\n" + groups);
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     const LogLines log;
     // Processor time, so that other processes do not count: a few tenths of a second.
     const std::clock_t start = std::clock();
@@ -686,15 +674,14 @@ void TestApplicationRegistry::computesTheCompatibilityLevel()
     QFETCH(QByteArray, manifest);
     QFETCH(QByteArray, version);
     QFETCH(int, level);
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
     if (!manifest.isEmpty())
-        root->write(QStringLiteral("/opt/app/com.example.Notes/current/manifest.json"), manifest);
+        root->write(u"/opt/app/com.example.Notes/current/manifest.json"_s, manifest);
     if (!version.isEmpty())
-        root->write(QStringLiteral("/etc/orvane/os-version-support.cfg"),
+        root->write(u"/etc/orvane/os-version-support.cfg"_s,
                     "[Applications]\ncom.example.*=" + version + "\n");
     load();
-    QCOMPARE(registry->compatibilityLevel(ApplicationId(QStringLiteral("com.example.Notes"))),
-             level);
+    QCOMPARE(registry->compatibilityLevel(ApplicationId(u"com.example.Notes"_s)), level);
 }
 
 QTEST_GUILESS_MAIN(TestApplicationRegistry)

@@ -4,6 +4,7 @@
 #include "common/Core/entry_records.h"
 #include "common/Core/manifest.h"
 #include "support/collected_findings.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 
 #include <QDir>
@@ -50,7 +51,7 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QString current() const
     {
-        return root->path(QStringLiteral("/opt/app/com.example.App4/current"));
+        return root->path(u"/opt/app/com.example.App4/current"_s);
     }
     ApplicationCatalogue look() { return {placesOf(*root), findings, records()}; }
     EntryRecords &records() { return *kept; }
@@ -75,10 +76,10 @@ void TestEntryRecords::init()
     kept = std::make_unique<EntryRecords>();
     findings.all.clear();
     for (int i = 0; i < 10; ++i)
-        root->writeApplication(QStringLiteral("App%1").arg(i), "[X-Task sync]\nType=Sync\n");
-    root->write(QStringLiteral("/opt/app/com.example.App4/1/manifest.json"), "{}");
-    root->write(QStringLiteral("/opt/app/com.example.App4/2/manifest.json"), "{}");
-    QVERIFY(QFile::link(root->path(QStringLiteral("/opt/app/com.example.App4/1")), current()));
+        root->writeApplication(u"App%1"_s.arg(i), "[X-Task sync]\nType=Sync\n");
+    root->write(u"/opt/app/com.example.App4/1/manifest.json"_s, "{}");
+    root->write(u"/opt/app/com.example.App4/2/manifest.json"_s, "{}");
+    QVERIFY(QFile::link(root->path(u"/opt/app/com.example.App4/1"_s), current()));
 }
 
 void TestEntryRecords::readsEachEntryOnce()
@@ -89,7 +90,7 @@ void TestEntryRecords::readsEachEntryOnce()
     const ApplicationCatalogue second = look();
     QCOMPARE(second.applications().keys(), first.applications().keys());
     QCOMPARE(second.fileToApplication(), first.fileToApplication());
-    const ApplicationId id(QStringLiteral("com.example.App3"));
+    const ApplicationId id(u"com.example.App3"_s);
     // The same record, not a new one.
     QCOMPARE(&second.application(id).tasks(), &first.application(id).tasks());
 }
@@ -105,27 +106,27 @@ void TestEntryRecords::readsAgainWhatHasChanged_data()
     };
     const QString app3 = entry("App3.desktop");
     QTest::newRow("the entry is written")
-        << Change([](const TempRoot &r) { r.writeApplication(QStringLiteral("App3"), {}); });
+        << Change([](const TempRoot &r) { r.writeApplication(u"App3"_s, {}); });
     QTest::newRow("the entry has other rights")
         << Change([=](const TempRoot &r) { QCOMPARE(::chmod(qPrintable(r.path(app3)), 0600), 0); });
     QTest::newRow("the entry is replaced") << Change([=](const TempRoot &r) {
-        const QString beside = r.path(QStringLiteral("/beside"));
+        const QString beside = r.path(u"/beside"_s);
         QVERIFY(QFile::copy(r.path(app3), beside));
         QCOMPARE(std::rename(qPrintable(beside), qPrintable(r.path(app3))), 0);
     });
     QTest::newRow("the entry becomes a link") << Change([=](const TempRoot &r) {
-        QVERIFY(QFile::copy(r.path(app3), r.path(QStringLiteral("/target"))));
+        QVERIFY(QFile::copy(r.path(app3), r.path(u"/target"_s)));
         r.remove(app3);
-        QVERIFY(QFile::link(r.path(QStringLiteral("/target")), r.path(app3)));
+        QVERIFY(QFile::link(r.path(u"/target"_s), r.path(app3)));
     });
     QTest::newRow("an entry is new")
-        << Change([](const TempRoot &r) { r.writeApplication(QStringLiteral("New"), {}); });
+        << Change([](const TempRoot &r) { r.writeApplication(u"New"_s, {}); });
     QTest::newRow("a manifest is new")
         << Change([=](const TempRoot &r) { r.write(file("manifest.json"), "{}"); });
     QTest::newRow("a package leads elsewhere") << Change([](const TempRoot &r) {
-        const QString version = r.path(QStringLiteral("/opt/app/com.example.App4/"));
-        QVERIFY(QFile::remove(version + QStringLiteral("current")));
-        QVERIFY(QFile::link(version + QLatin1Char('2'), version + QStringLiteral("current")));
+        const QString version = r.path(u"/opt/app/com.example.App4/"_s);
+        QVERIFY(QFile::remove(version + u"current"_s));
+        QVERIFY(QFile::link(version + QLatin1Char('2'), version + u"current"_s));
     });
     QTest::newRow("a certificate is new")
         << Change([=](const TempRoot &r) { r.write(file("halcyn.pkg"), "[certificate]\nid=a\n"); });
@@ -142,13 +143,12 @@ void TestEntryRecords::readsAgainWhatHasChanged()
 void TestEntryRecords::readsAgainWhatWasChangedJustBefore()
 {
     settle();
-    root->writeApplication(QStringLiteral("App3"), "[X-Task sync]\nType=First\n");
+    root->writeApplication(u"App3"_s, "[X-Task sync]\nType=First\n");
     (void)look();
     // Of the same size, and written so soon that the times may be the same.
-    root->writeApplication(QStringLiteral("App3"), "[X-Task sync]\nType=Other\n");
-    const auto task =
-        look().task(Core::ApplicationTaskId(QStringLiteral("com.example.App3.task_sync")));
-    QCOMPARE(task.type, QStringLiteral("Other"));
+    root->writeApplication(u"App3"_s, "[X-Task sync]\nType=Other\n");
+    const auto task = look().task(Core::ApplicationTaskId(u"com.example.App3.task_sync"_s));
+    QCOMPARE(task.type, u"Other"_s);
 }
 
 void TestEntryRecords::readsAgainWhatWasChangedBeforeItWasWatched_data()
@@ -161,8 +161,8 @@ void TestEntryRecords::readsAgainWhatWasChangedBeforeItWasWatched_data()
 void TestEntryRecords::readsAgainWhatWasChangedBeforeItWasWatched()
 {
     QFETCH(bool, isLink);
-    const QString entry = QString::fromLatin1(folder) + QStringLiteral("App3.desktop");
-    const QString target = QStringLiteral("/target");
+    const QString entry = QString::fromLatin1(folder) + u"App3.desktop"_s;
+    const QString target = u"/target"_s;
     QCOMPARE(std::rename(qPrintable(root->path(entry)), qPrintable(root->path(target))), 0);
     const QByteArray name = QFile::encodeName(root->path(entry));
     const QByteArray file = QFile::encodeName(root->path(target));
@@ -172,13 +172,12 @@ void TestEntryRecords::readsAgainWhatWasChangedBeforeItWasWatched()
     settle();
     // The folder has been listed by then. No other scan follows, because nothing is watched here.
     const auto change = [&](const QString &path, const ListedFile *) {
-        if (path.endsWith(QStringLiteral("App3.desktop")))
+        if (path.endsWith(u"App3.desktop"_s))
             root->write(target, root->read(target) + "[X-Task late]\nType=Sync\n");
     };
     const ApplicationCatalogue catalogue(placesOf(*root), findings, records(), change);
-    const ApplicationId id(QStringLiteral("com.example.App3"));
-    QCOMPARE(catalogue.application(id).tasks().keys(),
-             (QStringList{QStringLiteral("late"), QStringLiteral("sync")}));
+    const ApplicationId id(u"com.example.App3"_s);
+    QCOMPARE(catalogue.application(id).tasks().keys(), (QStringList{u"late"_s, u"sync"_s}));
 }
 
 void TestEntryRecords::readsAgainEntriesWithFindings_data()
@@ -186,12 +185,12 @@ void TestEntryRecords::readsAgainEntriesWithFindings_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<QByteArray>("text");
     QTest::newRow("an entry that is none")
-        << QString::fromLatin1(folder) + QStringLiteral("bad.desktop") << QByteArray("text");
+        << QString::fromLatin1(folder) + u"bad.desktop"_s << QByteArray("text");
     QTest::newRow("a bad task name")
-        << QString::fromLatin1(folder) + QStringLiteral("bad.desktop")
+        << QString::fromLatin1(folder) + u"bad.desktop"_s
         << QByteArray("[Desktop Entry]\nType=Application\nName=x\n[X-Task 1]\n");
     QTest::newRow("a manifest that is none")
-        << QString::fromLatin1(package) + QStringLiteral("manifest.json") << QByteArray("{");
+        << QString::fromLatin1(package) + u"manifest.json"_s << QByteArray("{");
 }
 
 void TestEntryRecords::readsAgainEntriesWithFindings()
@@ -212,8 +211,8 @@ void TestEntryRecords::readsAgainEntriesWithFindings()
 void TestEntryRecords::forgetsWhatIsGone()
 {
     settle();
-    const QString path = QString::fromLatin1(folder) + QStringLiteral("App3.desktop");
-    const QString away = root->path(QStringLiteral("/away"));
+    const QString path = QString::fromLatin1(folder) + u"App3.desktop"_s;
+    const QString away = root->path(u"/away"_s);
     QCOMPARE(std::rename(qPrintable(root->path(path)), qPrintable(away)), 0);
     QCOMPARE(look().applications().size(), 9);
     QCOMPARE(std::rename(qPrintable(away), qPrintable(root->path(path))), 0);

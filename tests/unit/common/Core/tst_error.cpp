@@ -1,6 +1,7 @@
 #include "common/Core/error.h"
 #include "common/DBus/delayed_reply.h"
 #include "common/DBus/error.h"
+#include "support/literals.h"
 
 #include <QDBusError>
 #include <QTest>
@@ -55,19 +56,18 @@ void TestError::namesEachCode()
 {
     QFETCH(int, code);
     QFETCH(QString, name);
-    const DBus::Error error(Core::Error(code, QStringLiteral("text")));
+    const DBus::Error error(Core::Error(code, u"text"_s));
     QCOMPARE(error.name(), name);
     QCOMPARE(error.code(), code);
-    QCOMPARE(error.message(), QStringLiteral("text"));
+    QCOMPARE(error.message(), u"text"_s);
 }
 
 void TestError::printsItself()
 {
     QString text;
-    QDebug(&text) << "before"
-                  << Core::Error(Core::Error::TaskNotFound, QStringLiteral("Task not found: x"))
+    QDebug(&text) << "before" << Core::Error(Core::Error::TaskNotFound, u"Task not found: x"_s)
                   << "after" << 1;
-    QCOMPARE(text.trimmed(), QStringLiteral("before Error(11, \"Task not found: x\") after 1"));
+    QCOMPARE(text.trimmed(), u"before Error(11, \"Task not found: x\") after 1"_s);
 }
 
 void TestError::convertsCallErrors_data()
@@ -85,7 +85,7 @@ void TestError::convertsCallErrors()
 {
     QFETCH(int, type);
     QFETCH(int, code);
-    const QString message = QStringLiteral("in its own words");
+    const QString message = u"in its own words"_s;
     const QDBusError callError =
         code == 0 ? QDBusError() : QDBusError(static_cast<QDBusError::ErrorType>(type), message);
     const Core::Error error = DBus::fromCallError(callError);
@@ -95,17 +95,16 @@ void TestError::convertsCallErrors()
 
 void TestError::answersLater()
 {
-    const QDBusMessage request = QDBusMessage::createMethodCall(
-        QStringLiteral("a.b"), QStringLiteral("/"), QStringLiteral("a.b"), QStringLiteral("C"));
+    const QDBusMessage request = QDBusMessage::createMethodCall(u"a.b"_s, u"/"_s, u"a.b"_s, u"C"_s);
     const DBus::DelayedReply reply(request, QDBusConnection(QString()));
     const QDBusMessage success = reply.replyFor({});
     QCOMPARE(success.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(success.arguments(), QVariantList{0});
     QCOMPARE(success.arguments().constFirst().userType(), int(QMetaType::Int));
     const QDBusMessage failure =
-        reply.replyFor({Core::Error::TaskNotFound, QStringLiteral("Task not found: x")});
-    QCOMPARE(failure.errorName(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
-    QCOMPARE(failure.errorMessage(), QStringLiteral("Task not found: x"));
+        reply.replyFor({Core::Error::TaskNotFound, u"Task not found: x"_s});
+    QCOMPARE(failure.errorName(), u"org.zarn.Orvane.Error.TaskNotFound"_s);
+    QCOMPARE(failure.errorMessage(), u"Task not found: x"_s);
 }
 
 QTEST_GUILESS_MAIN(TestError)

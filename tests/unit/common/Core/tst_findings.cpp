@@ -1,4 +1,5 @@
 #include "common/Core/findings.h"
+#include "support/literals.h"
 
 #include <QTest>
 #include <QVector>
@@ -35,9 +36,9 @@ public:
 Core::Finding taskName()
 {
     Core::Finding finding;
-    finding.rule = QStringLiteral("task-name");
-    finding.file = QStringLiteral("/a.desktop");
-    finding.group = QStringLiteral("X-Task 1");
+    finding.rule = u"task-name"_s;
+    finding.file = u"/a.desktop"_s;
+    finding.group = u"X-Task 1"_s;
     return finding;
 }
 
@@ -57,7 +58,7 @@ private Q_SLOTS:
 void TestFindings::logsWhatAWarningWouldHaveLogged()
 {
     const auto speak = [](Core::Findings &findings) {
-        const QString name = QStringLiteral("1\nsync");
+        const QString name = u"1\nsync"_s;
         // On one line, so that both have the same line number.
         // clang-format off
         ORVANE_WARN(findings, taskName()) << "Invalid task name:" << name << 5; qWarning() << "Invalid task name:" << name << 5;
@@ -83,7 +84,7 @@ void TestFindings::logsAtDebugLevel()
     qInstallMessageHandler(before);
     QCOMPARE(s_messages.size(), 1);
     QCOMPARE(s_messages.constFirst().type, QtDebugMsg);
-    QCOMPARE(s_messages.constFirst().text, QStringLiteral("seen"));
+    QCOMPARE(s_messages.constFirst().text, u"seen"_s);
 }
 
 void TestFindings::keepsSilentAboutRemarks()
@@ -101,12 +102,12 @@ void TestFindings::keepsSilentAboutRemarks()
 void TestFindings::handsTheWholeFindingOver()
 {
     Collected collected;
-    ORVANE_WARN(collected, taskName()) << "Invalid task name:" << QStringLiteral("1");
+    ORVANE_WARN(collected, taskName()) << "Invalid task name:" << u"1"_s;
     QCOMPARE(collected.all.size(), 1);
     const Core::Finding finding = collected.all.constFirst();
-    QCOMPARE(finding.rule, QStringLiteral("task-name"));
-    QCOMPARE(finding.group, QStringLiteral("X-Task 1"));
-    QCOMPARE(finding.text, QStringLiteral("Invalid task name: \"1\""));
+    QCOMPARE(finding.rule, u"task-name"_s);
+    QCOMPARE(finding.group, u"X-Task 1"_s);
+    QCOMPARE(finding.text, u"Invalid task name: \"1\""_s);
 }
 
 QTEST_APPLESS_MAIN(TestFindings)

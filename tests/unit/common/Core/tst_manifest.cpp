@@ -1,6 +1,7 @@
 #include "common/Core/application_id.h"
 #include "common/Core/findings.h"
 #include "common/Core/manifest.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
 #include "unit/common/Core/log_lines.h"
@@ -29,14 +30,8 @@ private Q_SLOTS:
     void copiesItsRecord();
 
 private:
-    static Core::ApplicationId notes()
-    {
-        return Core::ApplicationId(QStringLiteral("com.example.Notes"));
-    }
-    static QString path()
-    {
-        return QStringLiteral("/opt/app/com.example.Notes/current/manifest.json");
-    }
+    static Core::ApplicationId notes() { return Core::ApplicationId(u"com.example.Notes"_s); }
+    static QString path() { return u"/opt/app/com.example.Notes/current/manifest.json"_s; }
 
     [[nodiscard]] Core::Manifest read(const Core::ApplicationId &id = notes()) const
     {
@@ -57,8 +52,8 @@ void TestManifest::isInvalidWithoutAFile()
 
 void TestManifest::isInvalidForAnInvalidApplication()
 {
-    root.write(QStringLiteral("/opt/app/Notes/current/manifest.json"), "{}");
-    QVERIFY(!read(Core::ApplicationId(QStringLiteral("Notes"))).isValid());
+    root.write(u"/opt/app/Notes/current/manifest.json"_s, "{}");
+    QVERIFY(!read(Core::ApplicationId(u"Notes"_s)).isValid());
 }
 
 void TestManifest::readsTheObject_data()
@@ -86,19 +81,18 @@ void TestManifest::saysWhereItCannotParse()
 {
     root.write(path(), "{\"a\": ");
     QTest::ignoreMessage(QtWarningMsg, "Could not parse manifest.json");
-    QTest::ignoreMessage(QtWarningMsg,
-                         QRegularExpression(QStringLiteral("^Parse error at  \\d+ : \".+\"$")));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Parse error at  \\d+ : \".+\"$"_s));
     QVERIFY(!read().isValid());
 }
 
 void TestManifest::saysWhyItCannotOpen()
 {
-    root.write(path() + QStringLiteral("/a-directory"), "");
-    const QString pattern = QStringLiteral("^Failed to open file: \"%1\" reason: \".+\"$")
-                                .arg(QRegularExpression::escape(root.path(path())));
+    root.write(path() + u"/a-directory"_s, "");
+    const QString pattern = u"^Failed to open file: \"%1\" reason: \".+\"$"_s.arg(
+        QRegularExpression::escape(root.path(path())));
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression(pattern));
     QVERIFY(!read().isValid());
-    root.remove(path() + QStringLiteral("/a-directory"));
+    root.remove(path() + u"/a-directory"_s);
     QDir().rmdir(root.path(path()));
 }
 
@@ -107,7 +101,7 @@ void TestManifest::doesNotWaitForAPipe()
     root.write(path(), "");
     root.remove(path());
     QCOMPARE(mkfifo(qPrintable(root.path(path())), 0600), 0);
-    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^Failed to open file: ")));
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(u"^Failed to open file: "_s));
     QVERIFY(!read().isValid());
 }
 

@@ -4,6 +4,7 @@
 #include "common/Core/findings.h"
 #include "common/Core/mimeapps_list.h"
 #include "support/every_fault.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -21,13 +22,13 @@ using Core::writeMimeappsList;
 
 namespace {
 
-const QString type = QStringLiteral("text/plain");
+const QString type = u"text/plain"_s;
 const QByteArray oldText = "[Default Applications]\ntext/plain=Old.desktop\n";
 const QByteArray newText = "[Default Applications]\ntext/plain=New.desktop\n";
-const QMap<QString, QString> choice{{type, QStringLiteral("New.desktop")}};
+const QMap<QString, QString> choice{{type, u"New.desktop"_s}};
 
-QString file() { return QStringLiteral("/home/config/mimeapps.list"); }
-QString target() { return QStringLiteral("/home/target/list"); }
+QString file() { return u"/home/config/mimeapps.list"_s; }
+QString target() { return u"/home/target/list"_s; }
 
 } // namespace
 
@@ -64,7 +65,7 @@ private:
     bool makeLink() const
     {
         root->write(target(), oldText);
-        return QDir().mkpath(root->path(QStringLiteral("/home/config")))
+        return QDir().mkpath(root->path(u"/home/config"_s))
             && QFile::link(root->path(target()), root->path(file()));
     }
 
@@ -76,20 +77,16 @@ void TestMimeappsList::leavesOutWhatWouldNotReadBack_data()
     QTest::addColumn<QString>("mimeType");
     QTest::addColumn<QString>("name");
 
-    QTest::newRow("a semicolon") << type << QStringLiteral("A;B.desktop");
-    QTest::newRow("a line break") << type << QStringLiteral("A\nimage/png=B.desktop");
-    QTest::newRow("a line break at the end") << type << QStringLiteral("A.desktop\n");
-    QTest::newRow("a carriage return at the end") << type << QStringLiteral("A.desktop\r");
-    QTest::newRow("a blank at the beginning") << type << QStringLiteral(" A.desktop");
+    QTest::newRow("a semicolon") << type << u"A;B.desktop"_s;
+    QTest::newRow("a line break") << type << u"A\nimage/png=B.desktop"_s;
+    QTest::newRow("a line break at the end") << type << u"A.desktop\n"_s;
+    QTest::newRow("a carriage return at the end") << type << u"A.desktop\r"_s;
+    QTest::newRow("a blank at the beginning") << type << u" A.desktop"_s;
     QTest::newRow("nothing") << type << QString();
-    QTest::newRow("half a character")
-        << type << QString(QChar(0xd800)) + QStringLiteral(".desktop");
-    QTest::newRow("a type with a separator")
-        << QStringLiteral("text/a=b") << QStringLiteral("A.desktop");
-    QTest::newRow("a type that looks like a group")
-        << QStringLiteral("[text]") << QStringLiteral("A.desktop");
-    QTest::newRow("a type that looks like a remark")
-        << QStringLiteral("#text/plain") << QStringLiteral("A.desktop");
+    QTest::newRow("half a character") << type << QString(QChar(0xd800)) + u".desktop"_s;
+    QTest::newRow("a type with a separator") << u"text/a=b"_s << u"A.desktop"_s;
+    QTest::newRow("a type that looks like a group") << u"[text]"_s << u"A.desktop"_s;
+    QTest::newRow("a type that looks like a remark") << u"#text/plain"_s << u"A.desktop"_s;
 }
 
 void TestMimeappsList::leavesOutWhatWouldNotReadBack()
@@ -97,15 +94,14 @@ void TestMimeappsList::leavesOutWhatWouldNotReadBack()
     QFETCH(QString, mimeType);
     QFETCH(QString, name);
 
-    const QString other = QStringLiteral("zzz/other");
+    const QString other = u"zzz/other"_s;
     QString quoted;
     QDebug(&quoted) << mimeType << name;
     const LogLines log;
-    writeMimeappsList(places(), {{mimeType, name}, {other, QStringLiteral("B.desktop")}});
+    writeMimeappsList(places(), {{mimeType, name}, {other, u"B.desktop"_s}});
     QCOMPARE(log.taken(),
-             QStringList(QStringLiteral("Not written to \"%1\" because it would be read "
-                                        "differently: %2")
-                             .arg(root->path(file()), quoted.trimmed())));
+             QStringList(u"Not written to \"%1\" because it would be read "
+                         "differently: %2"_s.arg(root->path(file()), quoted.trimmed())));
     QCOMPARE(root->read(file()), QByteArray("[Default Applications]\nzzz/other=B.desktop\n"));
 }
 
@@ -113,11 +109,11 @@ void TestMimeappsList::writesOddNamesThatReadBack_data()
 {
     QTest::addColumn<QString>("name");
 
-    QTest::newRow("a blank inside") << QStringLiteral("A B.desktop");
-    QTest::newRow("a separator") << QStringLiteral("A=B.desktop");
-    QTest::newRow("a bracket") << QStringLiteral("[A].desktop");
-    QTest::newRow("a backslash") << QStringLiteral("A\\nB.desktop");
-    QTest::newRow("a carriage return inside") << QStringLiteral("A\rB.desktop");
+    QTest::newRow("a blank inside") << u"A B.desktop"_s;
+    QTest::newRow("a separator") << u"A=B.desktop"_s;
+    QTest::newRow("a bracket") << u"[A].desktop"_s;
+    QTest::newRow("a backslash") << u"A\\nB.desktop"_s;
+    QTest::newRow("a carriage return inside") << u"A\rB.desktop"_s;
     QTest::newRow("other letters") << QString::fromUtf8("\xc3\x84\xf0\x9f\x98\x80.desktop");
 }
 
@@ -201,9 +197,9 @@ void TestMimeappsList::hasItsNewDirectoryOnTheDisk()
     const QStringList changes = watched.changes();
     for (const char *made : {"/home", "/home/config"}) {
         const QString path = root->path(QString::fromLatin1(made));
-        const auto at = changes.indexOf(QStringLiteral("mkdir ") + path);
-        QVERIFY2(at >= 0 || path == root->path(QStringLiteral("/home")), made);
-        const QString parent = QStringLiteral("fsync ") + QFileInfo(path).path();
+        const auto at = changes.indexOf(u"mkdir "_s + path);
+        QVERIFY2(at >= 0 || path == root->path(u"/home"_s), made);
+        const QString parent = u"fsync "_s + QFileInfo(path).path();
         QVERIFY2(at < 0 || changes.indexOf(parent) > at, made);
     }
 }
@@ -220,16 +216,16 @@ void TestMimeappsList::writesNoNewChoiceOverThoseThatItCouldNotRead()
     QFETCH(int, error);
 
     const LogLines log;
-    root->write(QStringLiteral("/usr/share/applications/A.desktop"), entry);
+    root->write(u"/usr/share/applications/A.desktop"_s, entry);
     Core::ApplicationRegistry registry(placesOf(*root), Core::LoggedFindings::instance());
-    const Core::ApplicationId application(QStringLiteral("com.x"), QStringLiteral("A"));
+    const Core::ApplicationId application(u"com.x"_s, u"A"_s);
     withEveryCallFailing([&](int which) {
         // Written by another program after the scan.
         root->write(file(), "[Default Applications]\nimage/gif=A.desktop\n");
         QString failed;
         {
             const FileFaults faults(which, error);
-            registry.setDefaultHandlerForUri(QUrl(QStringLiteral("file:///none.png")), application);
+            registry.setDefaultHandlerForUri(QUrl(u"file:///none.png"_s), application);
             failed = faults.failed();
         }
         const QByteArray now = root->read(file());

@@ -5,6 +5,7 @@
 #include "common/Core/findings.h"
 #include "common/Core/manifest.h"
 #include "common/Core/task_type_config.h"
+#include "support/literals.h"
 #include "support/odd_file.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
@@ -59,16 +60,16 @@ QVector<bool> taken(const Places &where)
 {
     Core::Findings &findings = Core::LoggedFindings::instance();
     const ApplicationRegistry registry(where, findings);
-    const ApplicationId notes(QStringLiteral("com.example.Notes"));
+    const ApplicationId notes(u"com.example.Notes"_s);
     const auto info = registry.application(notes);
     if (!info.isValid())
         return {};
-    return {registry.application(ApplicationId(QStringLiteral("com.example.Odd"))).isValid(),
+    return {registry.application(ApplicationId(u"com.example.Odd"_s)).isValid(),
             info.manifest().isValid(),
             info.certificateId() == QLatin1String("abc"),
-            !Core::TaskTypeConfig(QStringLiteral("Odd"), where, findings).worksInSession(),
+            !Core::TaskTypeConfig(u"Odd"_s, where, findings).worksInSession(),
             registry.compatibilityLevel(notes) == 1,
-            registry.handlersForUri(QUrl(QStringLiteral("odd:x")), {}).size() == 1};
+            registry.handlersForUri(QUrl(u"odd:x"_s), {}).size() == 1};
 }
 
 void addPlaces(const QStringList &kinds)
@@ -87,7 +88,7 @@ void addPlaces(const QStringList &kinds)
 void TestOddFiles::setUp()
 {
     root = std::make_unique<TempRoot>();
-    root->writeApplication(QStringLiteral("Notes"), {});
+    root->writeApplication(u"Notes"_s, {});
 }
 
 void TestOddFiles::servesEverythingElse_data() { addPlaces(OddFile::kinds()); }
@@ -104,7 +105,7 @@ void TestOddFiles::servesEverythingElse()
     QCOMPARE(taken(placesOf(*root)), QVector<bool>(6, false));
 }
 
-void TestOddFiles::readsAFileOfExactlyTheBound_data() { addPlaces({QStringLiteral("1 MiB")}); }
+void TestOddFiles::readsAFileOfExactlyTheBound_data() { addPlaces({u"1 MiB"_s}); }
 
 void TestOddFiles::readsAFileOfExactlyTheBound()
 {

@@ -7,6 +7,7 @@
 #include "common/Core/version_overrides.h"
 #include "common/autostart/settings.h"
 #include "support/collected_findings.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 
 #include <QDir>
@@ -112,9 +113,9 @@ QVector<Core::Finding> findingsOf(const TempRoot &root)
     CollectedFindings findings;
     const Places places = placesOf(root);
     const Core::ApplicationCatalogue catalogue(places, findings);
-    (void)catalogue.tasksOfType(QStringLiteral("Sync"), findings);
+    (void)catalogue.tasksOfType(u"Sync"_s, findings);
     const Core::VersionOverrides overrides(places, findings);
-    const Core::TaskTypeConfig type(QStringLiteral("Sync"), places, findings);
+    const Core::TaskTypeConfig type(u"Sync"_s, places, findings);
     (void)Core::readMimeappsList(places, findings);
     (void)Autostart::Settings(places, findings).enabledApplications(5);
     return findings.all;
@@ -174,8 +175,8 @@ void TestReaderFindings::saysWhatIsWrongAndWhere()
 void TestReaderFindings::saysWhichEntryHasNoId()
 {
     const TempRoot root;
-    root.write(QStringLiteral("/.desktop"), "[Desktop Entry]\nType=Application\nName=x\n");
-    const QString path = root.path(QStringLiteral("/.desktop"));
+    root.write(u"/.desktop"_s, "[Desktop Entry]\nType=Application\nName=x\n");
+    const QString path = root.path(u"/.desktop"_s);
     CollectedFindings findings;
     QVERIFY(!Core::ApplicationInfo(path, placesOf(root), findings).isValid());
     QCOMPARE(findings.rules(), QStringList{QString::fromLatin1(Core::Rules::entryId.id)});
@@ -185,7 +186,7 @@ void TestReaderFindings::saysWhichEntryHasNoId()
 void TestReaderFindings::saysWhichAutostartSettingsAreTooMuch()
 {
     const TempRoot root;
-    const QString path = QStringLiteral("/etc/am/conf.d/%1.conf");
+    const QString path = u"/etc/am/conf.d/%1.conf"_s;
     for (int i = 0; i < 5; ++i)
         root.write(path.arg(i), QByteArray(1 << 20, ' '));
     const QVector<Core::Finding> findings = findingsOf(root);
@@ -214,7 +215,7 @@ void TestReaderFindings::saysWhoseTasksAreTooManyOfOneType()
         tasks += "[X-Task t" + QByteArray::number(i)
             + "]\nType=Sync\nPermissions=" + repeated("abcd;", 400) + "\n";
     for (int i = 0; i < 60; ++i)
-        root.writeApplication(QStringLiteral("A%1").arg(i), tasks);
+        root.writeApplication(u"A%1"_s.arg(i), tasks);
     const QVector<Core::Finding> findings = findingsOf(root);
     QCOMPARE(findings.size(), 1);
     QCOMPARE(findings.constFirst().rule, QString::fromLatin1(Core::Rules::taskListSize.id));
@@ -227,11 +228,10 @@ void TestReaderFindings::findsNothingInValidFiles()
     root.write(QString::fromLatin1(entryPath),
                entry("Intents=Share/image:a|b\n[X-Task sync]\nType=Sync\nExec=/usr/bin/app\n"));
     root.write(QString::fromLatin1(manifestPath), "{\"keepMediaActiveInBackground\": true}");
-    root.write(QStringLiteral("/opt/app/com.example.App/current/halcyn.pkg"),
-               "[certificate]\nid=abc\n");
+    root.write(u"/opt/app/com.example.App/current/halcyn.pkg"_s, "[certificate]\nid=abc\n");
     root.write(QString::fromLatin1(overridesPath), "[Applications]\n*=4.2.0\ncom.example.*=5\n");
     root.write(QString::fromLatin1(typePath), "[TaskType]\nWorksInSession=No\n");
-    root.write(QStringLiteral("/home/config/mimeapps.list"), "[Default Applications]\na/b=c;\n");
+    root.write(u"/home/config/mimeapps.list"_s, "[Default Applications]\na/b=c;\n");
     root.write(QString::fromLatin1(autostartPath), "[com.example.App]\nautostart=true\n");
     for (const Core::Finding &finding : findingsOf(root))
         QFAIL(qPrintable(finding.rule + QLatin1Char(' ') + finding.text));

@@ -8,6 +8,7 @@
 #include "common/sealed_bytes.h"
 #include "support/collected_findings.h"
 #include "support/every_fault.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -154,13 +155,13 @@ void TestSavedRecords::init()
 {
     root = std::make_unique<TempRoot>();
     places = placesOf(*root);
-    places.recordsFile = root->path(QStringLiteral("/records"));
+    places.recordsFile = root->path(u"/records"_s);
     findings.all.clear();
-    root->write(QStringLiteral("/usr/share/applications/notes.desktop"), everything);
-    root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=Sync\n");
-    root->write(QStringLiteral("/opt/app/com.example.Notes/current/manifest.json"),
+    root->write(u"/usr/share/applications/notes.desktop"_s, everything);
+    root->writeApplication(u"Other"_s, "[X-Task a]\nType=Sync\n");
+    root->write(u"/opt/app/com.example.Notes/current/manifest.json"_s,
                 R"({"keepMediaActiveInBackground": true})");
-    root->write(QStringLiteral("/opt/app/com.example.Notes/current/halcyn.pkg"),
+    root->write(u"/opt/app/com.example.Notes/current/halcyn.pkg"_s,
                 "[certificate]\nid=certified\n");
 }
 
@@ -180,8 +181,8 @@ void TestSavedRecords::savesTheWholeRecord()
     QCOMPARE(fromFile.applications().keys(), read.applications().keys());
     for (const ApplicationInfo &info : read.applications())
         QCOMPARE(described(fromFile.application(info.applicationId())), described(info));
-    const auto notes = fromFile.application(ApplicationId(QStringLiteral("com.example.Notes")));
-    QCOMPARE(notes.certificateId(), QStringLiteral("certified"));
+    const auto notes = fromFile.application(ApplicationId(u"com.example.Notes"_s));
+    QCOMPARE(notes.certificateId(), u"certified"_s);
     QCOMPARE(notes.tasks().size(), 2);
 }
 
@@ -189,23 +190,22 @@ void TestSavedRecords::readsWhatHasChanged_data()
 {
     QTest::addColumn<Change>("change");
     QTest::addColumn<int>("read");
-    const QString package = QStringLiteral("/opt/app/com.example.Notes/current/");
-    QTest::newRow("an entry is written") << Change([](const TempRoot &r, Places &) {
-        r.writeApplication(QStringLiteral("Other"), {});
-    }) << 1;
-    QTest::newRow("a manifest is gone") << Change([=](const TempRoot &r, Places &) {
-        r.remove(package + QStringLiteral("manifest.json"));
-    }) << 1;
+    const QString package = u"/opt/app/com.example.Notes/current/"_s;
+    QTest::newRow("an entry is written")
+        << Change([](const TempRoot &r, Places &) { r.writeApplication(u"Other"_s, {}); }) << 1;
+    QTest::newRow("a manifest is gone")
+        << Change([=](const TempRoot &r, Places &) { r.remove(package + u"manifest.json"_s); })
+        << 1;
     QTest::newRow("a certificate is written") << Change([=](const TempRoot &r, Places &) {
-        r.write(package + QStringLiteral("halcyn.pkg"), "[certificate]\nid=b\n");
+        r.write(package + u"halcyn.pkg"_s, "[certificate]\nid=b\n");
     }) << 1;
     QTest::newRow("a package is new") << Change([](const TempRoot &r, Places &) {
-        r.write(QStringLiteral("/opt/app/com.example.Other/current/manifest.json"), "{}");
+        r.write(u"/opt/app/com.example.Other/current/manifest.json"_s, "{}");
     }) << 1;
     QTest::newRow("the language is another")
-        << Change([](const TempRoot &, Places &p) { p.languages = QStringLiteral("fi"); }) << 2;
+        << Change([](const TempRoot &, Places &p) { p.languages = u"fi"_s; }) << 2;
     QTest::newRow("nothing is kept")
-        << Change([](const TempRoot &r, Places &) { r.remove(QStringLiteral("/records")); }) << 2;
+        << Change([](const TempRoot &r, Places &) { r.remove(u"/records"_s); }) << 2;
 }
 
 void TestSavedRecords::readsWhatHasChanged()
@@ -224,24 +224,23 @@ void TestSavedRecords::readsWhatHasChanged()
 void TestSavedRecords::savesNothingThatWasJustChanged()
 {
     settle();
-    root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=One\n");
+    root->writeApplication(u"Other"_s, "[X-Task a]\nType=One\n");
     keep();
     // Of the same size, and written so soon that the times may be the same.
-    root->writeApplication(QStringLiteral("Other"), "[X-Task a]\nType=Two\n");
+    root->writeApplication(u"Other"_s, "[X-Task a]\nType=Two\n");
     ApplicationCatalogue found;
     QCOMPARE(readByRun(&found), 1);
-    QCOMPARE(found.task(Core::ApplicationTaskId(QStringLiteral("com.example.Other.task_a"))).type,
-             QStringLiteral("Two"));
+    QCOMPARE(found.task(Core::ApplicationTaskId(u"com.example.Other.task_a"_s)).type, u"Two"_s);
 }
 
 void TestSavedRecords::savesNoEntryWithFindings()
 {
     settle();
-    root->write(QStringLiteral("/usr/share/applications/bad.desktop"), "text");
+    root->write(u"/usr/share/applications/bad.desktop"_s, "text");
     keep();
     findings.all.clear();
     QCOMPARE(readByRun(), 1);
-    QCOMPARE(findings.rules(), QStringList{QStringLiteral("entry-invalid")});
+    QCOMPARE(findings.rules(), QStringList{u"entry-invalid"_s});
 }
 
 void TestSavedRecords::ignoresDamagedFiles()
@@ -303,7 +302,7 @@ void TestSavedRecords::ignoresTheRecordsOfAnotherProgram()
 void TestSavedRecords::savesNoMoreThanItReads()
 {
     for (int i = 0; i < 12; ++i)
-        root->write(QStringLiteral("/usr/share/applications/large%1.desktop").arg(i),
+        root->write(u"/usr/share/applications/large%1.desktop"_s.arg(i),
                     "[Desktop Entry]\nType=Application\nName=" + QByteArray(900000, 'x') + "\n");
     const auto isSettled = [this] {
         keep();
@@ -335,7 +334,7 @@ void TestSavedRecords::doesNothingWithoutAFile()
 
 void TestSavedRecords::logsThatItCannotSave()
 {
-    places.recordsFile = root->path(QStringLiteral("/none/records"));
+    places.recordsFile = root->path(u"/none/records"_s);
     const LogLines log;
     keep();
     QCOMPARE(log.taken().size(), 1);
@@ -371,9 +370,9 @@ void TestSavedRecords::keepsTheOldOrTheNewRecordsOnABadDisk()
 void TestSavedRecords::isSavedWhenNothingChangesForAWhile()
 {
     settle();
-    root->remove(QStringLiteral("/records"));
+    root->remove(u"/records"_s);
     const Core::ApplicationRegistry registry(places, findings);
-    QVERIFY(!root->exists(QStringLiteral("/records")));
+    QVERIFY(!root->exists(u"/records"_s));
     QTRY_COMPARE_WITH_TIMEOUT(Core::loadRecords(places).size(), 2, 30000);
 }
 

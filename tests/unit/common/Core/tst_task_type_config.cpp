@@ -1,5 +1,6 @@
 #include "common/Core/findings.h"
 #include "common/Core/task_type_config.h"
+#include "support/literals.h"
 #include "support/odd_file.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
@@ -34,9 +35,9 @@ private:
 
 void TestTaskTypeConfig::worksInSessionByDefault()
 {
-    QVERIFY(worksInSession(QStringLiteral("None")));
+    QVERIFY(worksInSession(u"None"_s));
     QVERIFY(worksInSession(QString()));
-    QVERIFY(worksInSession(QStringLiteral("../../none")));
+    QVERIFY(worksInSession(u"../../none"_s));
 }
 
 void TestTaskTypeConfig::saysWhetherItWorksInSession_data()
@@ -75,17 +76,16 @@ void TestTaskTypeConfig::saysWhetherItWorksInSession()
     QFETCH(bool, works);
     // A new file for each case, in case the reader caches files.
     static int number = 0;
-    const QString type = QStringLiteral("Type%1").arg(++number);
-    root.write(QStringLiteral("/usr/share/orvane/task-types/%1.conf").arg(type), text);
+    const QString type = u"Type%1"_s.arg(++number);
+    root.write(u"/usr/share/orvane/task-types/%1.conf"_s.arg(type), text);
     QCOMPARE(worksInSession(type), works);
 }
 
 void TestTaskTypeConfig::prefersTheUsersFile()
 {
-    root.serveType(QStringLiteral("Both"));
-    root.write(QStringLiteral("/home/data/orvane/task-types/Both.conf"),
-               "[TaskType]\nWorksInSession=true\n");
-    QVERIFY(worksInSession(QStringLiteral("Both")));
+    root.serveType(u"Both"_s);
+    root.write(u"/home/data/orvane/task-types/Both.conf"_s, "[TaskType]\nWorksInSession=true\n");
+    QVERIFY(worksInSession(u"Both"_s));
 }
 
 void TestTaskTypeConfig::hasNoFileForAnOddType_data()
@@ -95,31 +95,31 @@ void TestTaskTypeConfig::hasNoFileForAnOddType_data()
     const auto row = [](const char *name, const QString &type, bool may) {
         QTest::newRow(name) << type << may;
     };
-    row("a word", QStringLiteral("Sync"), true);
-    row("a word with signs", QStringLiteral("my-type v1.2%1"), true);
+    row("a word", u"Sync"_s, true);
+    row("a word with signs", u"my-type v1.2%1"_s, true);
     row("letters of other scripts", QString::fromUtf8("\u00dcbung"), true);
-    row("a directory", QStringLiteral("vendor/Sync"), true);
-    row("dots in a word", QStringLiteral("..Sync.."), true);
-    row("three dots", QStringLiteral("..."), true);
+    row("a directory", u"vendor/Sync"_s, true);
+    row("dots in a word", u"..Sync.."_s, true);
+    row("three dots", u"..."_s, true);
     row("255 bytes", QString(255, QLatin1Char('x')), true);
     row("nothing", QString(), false);
     row("256 bytes", QString(256, QLatin1Char('x')), false);
     row("256 bytes in fewer characters", QString(128, QChar(0xe4)), false);
-    row("a dot", QStringLiteral("."), false);
-    row("two dots", QStringLiteral(".."), false);
-    row("the same file in another spelling", QStringLiteral("./Sync"), false);
-    row("a dot inside", QStringLiteral("vendor/./Sync"), false);
-    row("up and down", QStringLiteral("vendor/../Sync"), false);
-    row("out of the directory", QStringLiteral("../../../home/u/v"), false);
-    row("up at the end", QStringLiteral("Sync/.."), false);
-    row("a slash first", QStringLiteral("/Sync"), false);
-    row("a slash last", QStringLiteral("Sync/"), false);
-    row("two slashes", QStringLiteral("vendor//Sync"), false);
-    row("a slash", QStringLiteral("/"), false);
-    row("a line break", QStringLiteral("Sy\nnc"), false);
-    row("a zero byte", QStringLiteral("Sync") + QChar(0) + QStringLiteral("x"), false);
-    row("delete", QStringLiteral("Sync\x7f"), false);
-    row("a control character of Latin-1", QStringLiteral("Sync") + QChar(0x85), false);
+    row("a dot", u"."_s, false);
+    row("two dots", u".."_s, false);
+    row("the same file in another spelling", u"./Sync"_s, false);
+    row("a dot inside", u"vendor/./Sync"_s, false);
+    row("up and down", u"vendor/../Sync"_s, false);
+    row("out of the directory", u"../../../home/u/v"_s, false);
+    row("up at the end", u"Sync/.."_s, false);
+    row("a slash first", u"/Sync"_s, false);
+    row("a slash last", u"Sync/"_s, false);
+    row("two slashes", u"vendor//Sync"_s, false);
+    row("a slash", u"/"_s, false);
+    row("a line break", u"Sy\nnc"_s, false);
+    row("a zero byte", u"Sync"_s + QChar(0) + u"x"_s, false);
+    row("delete", u"Sync\x7f"_s, false);
+    row("a control character of Latin-1", u"Sync"_s + QChar(0x85), false);
 }
 
 // The files exist wherever the type would lead, so that a wrong path would be noticed.
@@ -132,27 +132,27 @@ void TestTaskTypeConfig::hasNoFileForAnOddType()
     for (const char *file :
          {"task-types/.conf", "task-types/Sync.conf", "task-types/..conf", "task-types/...conf",
           "task-types/vendor/Sync.conf", "task-types/Sync/.conf"})
-        root.write(QStringLiteral("/usr/share/orvane/") + QString::fromLatin1(file), text);
+        root.write(u"/usr/share/orvane/"_s + QString::fromLatin1(file), text);
     if (type.contains(QLatin1String("Sync")) && mayHaveFile)
-        root.write(QStringLiteral("/usr/share/orvane/task-types/%1.conf").arg(type), text);
-    root.write(QStringLiteral("/usr/home/u/v.conf"), text);
+        root.write(u"/usr/share/orvane/task-types/%1.conf"_s.arg(type), text);
+    root.write(u"/usr/home/u/v.conf"_s, text);
     QCOMPARE(worksInSession(type), !(mayHaveFile && type.contains(QLatin1String("Sync"))));
 }
 
 // inotify reports that a file is opened, but not that its state is read.
 void TestTaskTypeConfig::opensNothingOutsideItsDirectory()
 {
-    root.write(QStringLiteral("/usr/home/u/v.conf"), "[TaskType]\nWorksInSession=false\n");
-    const QByteArray directory = QFile::encodeName(root.path(QStringLiteral("/usr/home/u")));
+    root.write(u"/usr/home/u/v.conf"_s, "[TaskType]\nWorksInSession=false\n");
+    const QByteArray directory = QFile::encodeName(root.path(u"/usr/home/u"_s));
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     QVERIFY(::inotify_add_watch(watch, directory.constData(), IN_OPEN) >= 0);
     const auto sees = [watch] {
         char events[4096];
         return ::read(watch, events, sizeof events) > 0;
     };
-    QVERIFY(worksInSession(QStringLiteral("../../../home/u/v")));
+    QVERIFY(worksInSession(u"../../../home/u/v"_s));
     QVERIFY(!sees());
-    QFile file(root.path(QStringLiteral("/usr/home/u/v.conf")));
+    QFile file(root.path(u"/usr/home/u/v.conf"_s));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QVERIFY(sees());
     ::close(watch);

@@ -1,5 +1,6 @@
 #include "common/Core/application_registry.h"
 #include "common/Core/findings.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
 
@@ -43,7 +44,7 @@ private Q_SLOTS:
     void saysThatTheDirectoryCannotBeMade();
 
 private:
-    static QString file() { return QStringLiteral("/home/config/mimeapps.list"); }
+    static QString file() { return u"/home/config/mimeapps.list"_s; }
     void add(const char *name, const char *mimeTypes, const char *more = "") const
     {
         addAs((QByteArray("/usr/share/applications/") + name + ".desktop").constData(), name,
@@ -74,9 +75,8 @@ private:
     }
     void choose(const char *uri, const char *name) const
     {
-        registry->setDefaultHandlerForUri(
-            QUrl(QString::fromLatin1(uri)),
-            ApplicationId(QStringLiteral("com.x"), QString::fromLatin1(name)));
+        registry->setDefaultHandlerForUri(QUrl(QString::fromLatin1(uri)),
+                                          ApplicationId(u"com.x"_s, QString::fromLatin1(name)));
     }
 
     std::unique_ptr<TempRoot> root;
@@ -86,17 +86,16 @@ private:
 void TestUriHandlers::init()
 {
     root = std::make_unique<TempRoot>();
-    qputenv("XDG_DATA_HOME", root->path(QStringLiteral("/home/data")).toUtf8());
-    qputenv("XDG_DATA_DIRS", root->path(QStringLiteral("/usr/share")).toUtf8());
+    qputenv("XDG_DATA_HOME", root->path(u"/home/data"_s).toUtf8());
+    qputenv("XDG_DATA_DIRS", root->path(u"/usr/share"_s).toUtf8());
     // Uses the system's MIME database.
-    QVERIFY(QFile::link(QStringLiteral("/usr/share/mime"),
-                        root->path(QStringLiteral("/usr/share/mime"))));
-    qputenv("XDG_CONFIG_HOME", root->path(QStringLiteral("/home/config")).toUtf8());
+    QVERIFY(QFile::link(u"/usr/share/mime"_s, root->path(u"/usr/share/mime"_s)));
+    qputenv("XDG_CONFIG_HOME", root->path(u"/home/config"_s).toUtf8());
 }
 
 void TestUriHandlers::hasTheSharedMimeDatabase()
 {
-    QVERIFY(QMimeDatabase().mimeTypeForName(QStringLiteral("image/png")).isValid());
+    QVERIFY(QMimeDatabase().mimeTypeForName(u"image/png"_s).isValid());
 }
 
 void TestUriHandlers::findsBySchemeThenAddressThenType()
@@ -105,8 +104,8 @@ void TestUriHandlers::findsBySchemeThenAddressThenType()
     add("Host", "x-url-handler/example.com/a.png;");
     add("Scheme", "x-scheme-handler/ftp;image/png;");
     load();
-    QCOMPARE(ask("ftp://example.com/a.png"), QStringLiteral("Scheme Host Type"));
-    QCOMPARE(ask("sftp://example.com/a.png"), QStringLiteral("Host Scheme Type"));
+    QCOMPARE(ask("ftp://example.com/a.png"), u"Scheme Host Type"_s);
+    QCOMPARE(ask("sftp://example.com/a.png"), u"Host Scheme Type"_s);
     QCOMPARE(ask("mailto:a@b"), QString());
 }
 
@@ -117,12 +116,12 @@ void TestUriHandlers::asksForAddressesInOrder()
     add("B", "x-url-handler/h:8080/a/b;");
     add("A", "x-url-handler/h/*;x-url-handler/h:8080/a;x-url-handler/h;");
     load();
-    QCOMPARE(ask("http://h:8080/a/b"), QStringLiteral("D C B"));
-    QCOMPARE(ask("http://h:8080//a//b/"), QStringLiteral("D C B"));
-    QCOMPARE(ask("http://h:8080/a"), QStringLiteral("D A"));
-    QCOMPARE(ask("http://h/"), QStringLiteral("A"));
-    QCOMPARE(ask("http://h"), QStringLiteral("A"));
-    QCOMPARE(ask("http://h/x"), QStringLiteral("A"));
+    QCOMPARE(ask("http://h:8080/a/b"), u"D C B"_s);
+    QCOMPARE(ask("http://h:8080//a//b/"), u"D C B"_s);
+    QCOMPARE(ask("http://h:8080/a"), u"D A"_s);
+    QCOMPARE(ask("http://h/"), u"A"_s);
+    QCOMPARE(ask("http://h"), u"A"_s);
+    QCOMPARE(ask("http://h/x"), u"A"_s);
 }
 
 void TestUriHandlers::skipsExcludedStages_data()
@@ -131,18 +130,15 @@ void TestUriHandlers::skipsExcludedStages_data()
     QTest::addColumn<QStringList>("schemes");
     QTest::addColumn<QString>("expected");
     const QStringList none;
-    const QStringList all{QStringLiteral("all")};
-    QTest::newRow("none") << none << none << QStringLiteral("Scheme Host Type");
-    QTest::newRow("this host") << QStringList{QStringLiteral("x"), QStringLiteral("example.com")}
-                               << none << QStringLiteral("Scheme Type");
-    QTest::newRow("all hosts") << all << none << QStringLiteral("Scheme Type");
-    QTest::newRow("this scheme") << none << QStringList{QStringLiteral("ftp")}
-                                 << QStringLiteral("Host Type");
-    QTest::newRow("all schemes") << none << all << QStringLiteral("Host Type");
-    QTest::newRow("everything") << all << all << QStringLiteral("Type");
-    QTest::newRow("others") << QStringList{QStringLiteral("ftp")}
-                            << QStringList{QStringLiteral("example.com")}
-                            << QStringLiteral("Scheme Host Type");
+    const QStringList all{u"all"_s};
+    QTest::newRow("none") << none << none << u"Scheme Host Type"_s;
+    QTest::newRow("this host") << QStringList{u"x"_s, u"example.com"_s} << none << u"Scheme Type"_s;
+    QTest::newRow("all hosts") << all << none << u"Scheme Type"_s;
+    QTest::newRow("this scheme") << none << QStringList{u"ftp"_s} << u"Host Type"_s;
+    QTest::newRow("all schemes") << none << all << u"Host Type"_s;
+    QTest::newRow("everything") << all << all << u"Type"_s;
+    QTest::newRow("others") << QStringList{u"ftp"_s} << QStringList{u"example.com"_s}
+                            << u"Scheme Host Type"_s;
 }
 
 void TestUriHandlers::skipsExcludedStages()
@@ -162,7 +158,7 @@ void TestUriHandlers::asksForTypesOnlyWithALocalFile()
     add("Type", "image/png;");
     add("Scheme", "x-scheme-handler/file;x-url-handler/localhost/*;");
     load();
-    QCOMPARE(ask("file:///tmp/none.png"), QStringLiteral("Type"));
+    QCOMPARE(ask("file:///tmp/none.png"), u"Type"_s);
 }
 
 void TestUriHandlers::asksFilesInTheOrderOfTheScan()
@@ -174,7 +170,7 @@ void TestUriHandlers::asksFilesInTheOrderOfTheScan()
     addAs("/home/data/applications/3.desktop", "Z", "image/png;");
     addAs("/home/data/applications/4.desktop", "B", "image/png;");
     load();
-    QCOMPARE(ask("file:///none.png"), QStringLiteral("Z B Y A"));
+    QCOMPARE(ask("file:///none.png"), u"Z B Y A"_s);
 }
 
 void TestUriHandlers::asksTheFileThatCountsInItsPlace()
@@ -183,10 +179,10 @@ void TestUriHandlers::asksTheFileThatCountsInItsPlace()
     addAs("/usr/share/applications/2.desktop", "B", "image/png;");
     // A file that is named after the id takes precedence over the first file.
     addAs("/usr/share/applications/com.x.A.desktop", "A", "image/png;");
-    QTest::ignoreMessage(
-        QtWarningMsg, QRegularExpression(QStringLiteral("^Two entries declare \"com\\.x\\.A\"")));
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(u"^Two entries declare \"com\\.x\\.A\""_s));
     load();
-    QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
+    QCOMPARE(ask("file:///none.png"), u"B A"_s);
 }
 
 void TestUriHandlers::expandsWildcards()
@@ -200,10 +196,10 @@ void TestUriHandlers::expandsWildcards()
     for (const QMimeType &type : types) {
         if (!type.name().startsWith(QLatin1String("image/")) || type.suffixes().isEmpty())
             continue;
-        const QString uri = QStringLiteral("file:///none.") + type.preferredSuffix();
+        const QString uri = u"file:///none."_s + type.preferredSuffix();
         if (database.mimeTypeForUrl(QUrl(uri)).name() != type.name())
             continue;
-        QCOMPARE(ask(qPrintable(uri)), QStringLiteral("Images"));
+        QCOMPARE(ask(qPrintable(uri)), u"Images"_s);
         ++images;
     }
     QVERIFY(images > 10);
@@ -218,7 +214,7 @@ void TestUriHandlers::asksParentsOfThoseThatWantThem()
     add("Nearer", "text/x-csrc;", "X-Halcyn-Support-Mime-Parents=true");
     add("Own", "text/x-c++src;");
     load();
-    QCOMPARE(ask("file:///none.cpp"), QStringLiteral("Own Nearer Wants"));
+    QCOMPARE(ask("file:///none.cpp"), u"Own Nearer Wants"_s);
 }
 
 void TestUriHandlers::putsTheUsersChoiceFirst()
@@ -227,13 +223,13 @@ void TestUriHandlers::putsTheUsersChoiceFirst()
     add("B", "image/png;");
     add("C", "text/plain;");
     load();
-    QCOMPARE(ask("file:///none.png"), QStringLiteral("A B"));
+    QCOMPARE(ask("file:///none.png"), u"A B"_s);
     choose("file:///other.png", "B");
-    QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
+    QCOMPARE(ask("file:///none.png"), u"B A"_s);
     // An application that does not declare the type may be chosen, too.
     choose("file:///other.png", "C");
-    QCOMPARE(ask("file:///none.png"), QStringLiteral("C A B"));
-    QCOMPARE(ask("file:///none.txt"), QStringLiteral("C"));
+    QCOMPARE(ask("file:///none.png"), u"C A B"_s);
+    QCOMPARE(ask("file:///none.txt"), u"C"_s);
 }
 
 void TestUriHandlers::keepsTheChoiceForTheNextStart()
@@ -243,7 +239,7 @@ void TestUriHandlers::keepsTheChoiceForTheNextStart()
     load();
     choose("file:///x.png", "B");
     load();
-    QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
+    QCOMPARE(ask("file:///none.png"), u"B A"_s);
     // A second choice keeps the first.
     choose("file:///x.txt", "A");
     QCOMPARE(root->read(file()),
@@ -270,8 +266,8 @@ void TestUriHandlers::takesTheChoicesFromTheirGroupOnly_data()
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("expected");
     const QByteArray line("image/png=B.desktop;\n");
-    const QString chosen = QStringLiteral("B A");
-    const QString declared = QStringLiteral("A B");
+    const QString chosen = u"B A"_s;
+    const QString declared = u"A B"_s;
     QTest::newRow("defaults") << "[Default Applications]\n" + line << chosen;
     QTest::newRow("defaults behind another group")
         << "[Other]\nx\n[Default Applications]\n" + line << chosen;
@@ -307,8 +303,8 @@ void TestUriHandlers::readsOddLinesOfTheFile()
                 "no separator\nimage/png=A.desktop;\n"
                 "x-scheme-handler/https=T.desktop\nimage/gif=gone.desktop");
     load();
-    QCOMPARE(ask("file:///none.png"), QStringLiteral("B A"));
-    QCOMPARE(ask("https://example.com"), QStringLiteral("T S"));
+    QCOMPARE(ask("file:///none.png"), u"B A"_s);
+    QCOMPARE(ask("https://example.com"), u"T S"_s);
     QCOMPARE(ask("file:///none.gif"), QString());
 }
 
@@ -325,10 +321,9 @@ void TestUriHandlers::refusesAnUnknownApplication()
 
 void TestUriHandlers::saysThatTheFileCannotBeRead()
 {
-    root->write(file() + QStringLiteral("/a-directory"), "");
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        qPrintable(QStringLiteral("Failed to open file \"%1\"").arg(root->path(file()))));
+    root->write(file() + u"/a-directory"_s, "");
+    QTest::ignoreMessage(QtWarningMsg,
+                         qPrintable(u"Failed to open file \"%1\""_s.arg(root->path(file()))));
     load();
 }
 
@@ -336,27 +331,25 @@ void TestUriHandlers::saysThatTheFileCannotBeWritten()
 {
     add("A", "image/png;");
     load();
-    root->write(file() + QStringLiteral("/a-directory"), "");
-    const QByteArray message =
-        QStringLiteral("Failed to open file \"%1\"").arg(root->path(file())).toUtf8();
+    root->write(file() + u"/a-directory"_s, "");
+    const QByteArray message = u"Failed to open file \"%1\""_s.arg(root->path(file())).toUtf8();
     // Once for reading, once for writing.
     QTest::ignoreMessage(QtWarningMsg, message);
     QTest::ignoreMessage(QtWarningMsg, message);
     choose("file:///x.png", "A");
-    QCOMPARE(ask("file:///none.png"), QStringLiteral("A"));
+    QCOMPARE(ask("file:///none.png"), u"A"_s);
 }
 
 void TestUriHandlers::saysThatTheDirectoryCannotBeMade()
 {
     add("A", "image/png;");
-    root->write(QStringLiteral("/home/config"), "a file");
+    root->write(u"/home/config"_s, "a file");
     load();
-    QTest::ignoreMessage(QtWarningMsg,
-                         qPrintable(QStringLiteral("Failed to create directory \"%1\"")
-                                        .arg(root->path(QStringLiteral("/home/config")))));
     QTest::ignoreMessage(
         QtWarningMsg,
-        qPrintable(QStringLiteral("Failed to open file \"%1\"").arg(root->path(file()))));
+        qPrintable(u"Failed to create directory \"%1\""_s.arg(root->path(u"/home/config"_s))));
+    QTest::ignoreMessage(QtWarningMsg,
+                         qPrintable(u"Failed to open file \"%1\""_s.arg(root->path(file()))));
     choose("file:///x.png", "A");
 }
 

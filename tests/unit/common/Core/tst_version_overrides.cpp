@@ -1,6 +1,7 @@
 #include "common/Core/application_id.h"
 #include "common/Core/findings.h"
 #include "common/Core/version_overrides.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 #include "support/temp_root.h"
 
@@ -24,7 +25,7 @@ private Q_SLOTS:
 private:
     void write(const QByteArray &text)
     {
-        root->write(QStringLiteral("/etc/orvane/os-version-support.cfg"), text);
+        root->write(u"/etc/orvane/os-version-support.cfg"_s, text);
     }
     static QString versionOf(const Core::VersionOverrides &overrides, const char *id)
     {
@@ -49,12 +50,12 @@ void TestVersionOverrides::prefersTheMostSpecificKey_data()
 {
     QTest::addColumn<QString>("id");
     QTest::addColumn<QString>("version");
-    QTest::newRow("exact") << QStringLiteral("com.example.Notes") << QStringLiteral("1");
-    QTest::newRow("organisation") << QStringLiteral("com.example.Other") << QStringLiteral("2");
-    QTest::newRow("deeper") << QStringLiteral("com.example.x.y.Z") << QStringLiteral("2");
-    QTest::newRow("shorter wildcard") << QStringLiteral("com.other.App") << QStringLiteral("3");
-    QTest::newRow("global") << QStringLiteral("org.App") << QStringLiteral("4");
-    QTest::newRow("no dot") << QStringLiteral("App") << QStringLiteral("4");
+    QTest::newRow("exact") << u"com.example.Notes"_s << u"1"_s;
+    QTest::newRow("organisation") << u"com.example.Other"_s << u"2"_s;
+    QTest::newRow("deeper") << u"com.example.x.y.Z"_s << u"2"_s;
+    QTest::newRow("shorter wildcard") << u"com.other.App"_s << u"3"_s;
+    QTest::newRow("global") << u"org.App"_s << u"4"_s;
+    QTest::newRow("no dot") << u"App"_s << u"4"_s;
     QTest::newRow("empty") << QString() << QString();
 }
 
@@ -80,8 +81,8 @@ void TestVersionOverrides::trimsAndTakesTheLast()
 {
     write("[Applications]\na.b=1\na.c=\" 4.3 \"\na.b=2\n");
     const auto overrides = load();
-    QCOMPARE(versionOf(*overrides, "a.b"), QStringLiteral("2"));
-    QCOMPARE(versionOf(*overrides, "a.c"), QStringLiteral("4.3"));
+    QCOMPARE(versionOf(*overrides, "a.b"), u"2"_s);
+    QCOMPARE(versionOf(*overrides, "a.c"), u"4.3"_s);
 }
 
 void TestVersionOverrides::readsOneGroupOnly()
@@ -96,7 +97,7 @@ void TestVersionOverrides::reloads()
     write("[Applications]\na.b=1\n");
     QCOMPARE(versionOf(*overrides, "a.b"), QString());
     overrides->reload();
-    QCOMPARE(versionOf(*overrides, "a.b"), QStringLiteral("1"));
+    QCOMPARE(versionOf(*overrides, "a.b"), u"1"_s);
 }
 
 QTEST_GUILESS_MAIN(TestVersionOverrides)

@@ -1,5 +1,6 @@
 #include "common/DBus/call_queue.h"
 #include "fakes/fake_user_service.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 
 #include <QCoreApplication>
@@ -32,8 +33,7 @@ private:
     static QDBusMessage message(int number)
     {
         QDBusMessage message = QDBusMessage::createMethodCall(
-            QStringLiteral("org.zarn.Orvane.User"), QStringLiteral("/org/zarn/Orvane/x"),
-            QStringLiteral("a.b"), QStringLiteral("C"));
+            u"org.zarn.Orvane.User"_s, u"/org/zarn/Orvane/x"_s, u"a.b"_s, u"C"_s);
         message << number;
         return message;
     }
@@ -72,8 +72,8 @@ private:
         return sentTo(user);
     }
 
-    const QString noReply = QStringLiteral("org.freedesktop.DBus.Error.NoReply");
-    const QString timeout = QStringLiteral("org.freedesktop.DBus.Error.Timeout");
+    const QString noReply = u"org.freedesktop.DBus.Error.NoReply"_s;
+    const QString timeout = u"org.freedesktop.DBus.Error.Timeout"_s;
     PrivateBus bus;
     QDBusConnection userBus{QString()};
     QDBusConnection own{QString()};
@@ -83,8 +83,8 @@ private:
 void TestCallQueue::initTestCase()
 {
     QVERIFY(bus.start());
-    userBus = bus.connect(QStringLiteral("user"));
-    own = bus.connect(QStringLiteral("own"));
+    userBus = bus.connect(u"user"_s);
+    own = bus.connect(u"own"_s);
 }
 
 void TestCallQueue::init() { answers.clear(); }
@@ -143,15 +143,14 @@ void TestCallQueue::tellsWhenACallIsSent()
     for (int number = 0; number < 2; ++number) {
         CallQueue::Call numbered = call(number);
         numbered.left = [&left, number](bool sent) {
-            left.append(QStringLiteral("%1 %2").arg(number).arg(sent));
+            left.append(u"%1 %2"_s.arg(number).arg(sent));
         };
         queue.call(numbered);
     }
-    QCOMPARE(left, QStringList{QStringLiteral("0 1")});
+    QCOMPARE(left, QStringList{u"0 1"_s});
     QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 1, timeoutMs);
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(left, QStringList({QStringLiteral("0 1"), QStringLiteral("1 1")}),
-                              timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(left, QStringList({u"0 1"_s, u"1 1"_s}), timeoutMs);
     QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 2, timeoutMs);
 }
 
@@ -168,7 +167,7 @@ void TestCallQueue::sendsNothingThatHasExpired()
     queue.call(late);
     queue.call(call(2));
     QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{timeout}, timeoutMs);
-    QCOMPARE(left, QStringList{QStringLiteral("0")});
+    QCOMPARE(left, QStringList{u"0"_s});
     user.release();
     QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 3, timeoutMs);
     QCOMPARE(sentTo(user), numbers("0 2"));
@@ -184,7 +183,7 @@ void TestCallQueue::sendsNothingThatHadExpiredWhenItWasAsked()
     QCOMPARE(answers.size(), 0);
     queue.call(call(1));
     QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 2, timeoutMs);
-    QCOMPARE(sentTo(user), QStringList{QStringLiteral("1")});
+    QCOMPARE(sentTo(user), QStringList{u"1"_s});
     QVERIFY(answers.contains(timeout));
 }
 
@@ -200,7 +199,7 @@ void TestCallQueue::answersForAPeerThatDoesNot()
     QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, timeoutMs);
     user.release();
     // Only once: the late answer is ignored.
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, u"1"_s}), timeoutMs);
 }
 
 void TestCallQueue::answersForACallThatStillWaits()
@@ -215,7 +214,7 @@ void TestCallQueue::answersForACallThatStillWaits()
     QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList{noReply}, timeoutMs);
     user.release();
     QTRY_COMPARE_WITH_TIMEOUT(user.calls.size(), 2, timeoutMs);
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("0")}), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, u"0"_s}), timeoutMs);
 }
 
 void TestCallQueue::keepsThePlaceOfACallThatIsNotAnswered()
@@ -231,7 +230,7 @@ void TestCallQueue::keepsThePlaceOfACallThatIsNotAnswered()
     // The bus counts the call until its peer answers.
     QCOMPARE(everythingSentTo(user), numbers("0 99"));
     user.release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, QStringLiteral("1")}), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(answers, QStringList({noReply, u"1"_s}), timeoutMs);
 }
 
 QTEST_GUILESS_MAIN(TestCallQueue)

@@ -1,5 +1,6 @@
 #include "common/Core/error.h"
 #include "common/DBus/delayed_reply.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 
 #include <QDBusConnection>
@@ -51,9 +52,8 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QDBusMessage work() const
     {
-        return QDBusMessage::createMethodCall(server.baseService(), QStringLiteral("/"),
-                                              QStringLiteral("org.example.Worker"),
-                                              QStringLiteral("Work"));
+        return QDBusMessage::createMethodCall(server.baseService(), u"/"_s, u"org.example.Worker"_s,
+                                              u"Work"_s);
     }
 
     PrivateBus bus;
@@ -68,15 +68,15 @@ static constexpr int timeoutMs = 30000;
 void TestDelayedReply::initTestCase()
 {
     QVERIFY(bus.start());
-    client = bus.connect(QStringLiteral("client"));
-    server = bus.connect(QStringLiteral("server"));
+    client = bus.connect(u"client"_s);
+    server = bus.connect(u"server"_s);
 }
 
 void TestDelayedReply::init()
 {
     reply.reset();
     worker = new Worker(reply);
-    QVERIFY(server.registerObject(QStringLiteral("/"), worker, QDBusConnection::ExportAllSlots));
+    QVERIFY(server.registerObject(u"/"_s, worker, QDBusConnection::ExportAllSlots));
 }
 
 void TestDelayedReply::answersWithZeroOnSuccess()
@@ -87,7 +87,7 @@ void TestDelayedReply::answersWithZeroOnSuccess()
     reply->finish({});
     QTRY_VERIFY_WITH_TIMEOUT(call.isFinished(), timeoutMs);
     QCOMPARE(call.reply().type(), QDBusMessage::ReplyMessage);
-    QCOMPARE(call.reply().signature(), QStringLiteral("i"));
+    QCOMPARE(call.reply().signature(), u"i"_s);
     QCOMPARE(call.reply().arguments(), QVariantList{0});
 }
 
@@ -95,11 +95,11 @@ void TestDelayedReply::answersWithNameAndMessageOnFailure()
 {
     const QDBusPendingCall call = client.asyncCall(work());
     QTRY_VERIFY_WITH_TIMEOUT(reply && !worker, timeoutMs);
-    reply->finish({Core::Error::TaskNotFound, QStringLiteral("Task not found: x")});
+    reply->finish({Core::Error::TaskNotFound, u"Task not found: x"_s});
     QTRY_VERIFY_WITH_TIMEOUT(call.isFinished(), timeoutMs);
     QCOMPARE(call.reply().type(), QDBusMessage::ErrorMessage);
-    QCOMPARE(call.error().name(), QStringLiteral("org.zarn.Orvane.Error.TaskNotFound"));
-    QCOMPARE(call.error().message(), QStringLiteral("Task not found: x"));
+    QCOMPARE(call.error().name(), u"org.zarn.Orvane.Error.TaskNotFound"_s);
+    QCOMPARE(call.error().message(), u"Task not found: x"_s);
 }
 
 void TestDelayedReply::keepsSilentWhenNoReplyIsWanted()
@@ -109,7 +109,7 @@ void TestDelayedReply::keepsSilentWhenNoReplyIsWanted()
     reply->finish({});
     // The connection still works: the next caller gets an answer.
     worker = new Worker(reply);
-    QVERIFY(server.registerObject(QStringLiteral("/"), worker, QDBusConnection::ExportAllSlots));
+    QVERIFY(server.registerObject(u"/"_s, worker, QDBusConnection::ExportAllSlots));
     answersWithZeroOnSuccess();
 }
 

@@ -1,4 +1,5 @@
 #include "common/DBus/message_contents.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 
 #include <QDBusArgument>
@@ -87,15 +88,14 @@ void TestMessageContents::initTestCase()
     qDBusRegisterMetaType<QList<Pair>>();
     qDBusRegisterMetaType<QList<QDBusUnixFileDescriptor>>();
     QVERIFY(bus.start());
-    from = bus.connect(QStringLiteral("from"));
-    to = bus.connect(QStringLiteral("to"));
-    QVERIFY(to.registerVirtualObject(QStringLiteral("/o"), &receiver));
+    from = bus.connect(u"from"_s);
+    to = bus.connect(u"to"_s);
+    QVERIFY(to.registerVirtualObject(u"/o"_s, &receiver));
 }
 
 QDBusMessage TestMessageContents::received(const QVariantList &arguments)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(to.baseService(), QStringLiteral("/o"),
-                                                       QStringLiteral("a.b"), QStringLiteral("C"));
+    QDBusMessage call = QDBusMessage::createMethodCall(to.baseService(), u"/o"_s, u"a.b"_s, u"C"_s);
     call.setArguments(arguments);
     const QDBusPendingCall answered = from.asyncCall(call);
     (void)QTest::qWaitFor([&] { return answered.isFinished(); }, 30000);
@@ -114,15 +114,14 @@ void TestMessageContents::isNeverLessAndNotMuchMore_data()
     QTest::newRow("bytes") << QVariant(QByteArray(many, '\0')) << 4 + many;
     QTest::newRow("numbers") << QVariant::fromValue(QList<int>(QVector<int>(many).toList()))
                              << 4 + 4 * many;
-    QTest::newRow("texts") << QVariant(
-        QStringList(QVector<QString>(many, QStringLiteral("abc")).toList()))
+    QTest::newRow("texts") << QVariant(QStringList(QVector<QString>(many, u"abc"_s).toList()))
                            << 4 + 8 * many;
     QList<Pair> pairs;
     QVariantMap map;
     QVariantList list;
     for (int number = 0; number < many; ++number) {
         pairs.append(Pair());
-        map.insert(QStringLiteral("%1").arg(number, 7, 10, QLatin1Char('0')), number);
+        map.insert(u"%1"_s.arg(number, 7, 10, QLatin1Char('0')), number);
         list.append(QString());
     }
     QTest::newRow("records of unequal members") << QVariant::fromValue(pairs) << 8 + 16 * many;
@@ -144,7 +143,7 @@ void TestMessageContents::isNeverLessAndNotMuchMore()
 
 void TestMessageContents::leavesTheArgumentsReadable()
 {
-    const QVariantMap map{{QStringLiteral("k"), QStringLiteral("v")}};
+    const QVariantMap map{{u"k"_s, u"v"_s}};
     const QDBusMessage message = received({map, map});
     (void)DBus::contentsOf(message);
     QCOMPARE(qdbus_cast<QVariantMap>(message.arguments().at(0)), map);
@@ -154,10 +153,9 @@ void TestMessageContents::leavesTheArgumentsReadable()
 void TestMessageContents::countsTheHeader()
 {
     const QString path = QLatin1Char('/') + QString(100000, QLatin1Char('p'));
-    const QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("a.b"), path, QStringLiteral("a.b"), QStringLiteral("C"));
+    const QDBusMessage call = QDBusMessage::createMethodCall(u"a.b"_s, path, u"a.b"_s, u"C"_s);
     QVERIFY(DBus::contentsOf(call).size > 100000);
-    QVERIFY(DBus::contentsOf(call.createErrorReply(QStringLiteral("a.E"), path)).size > 100000);
+    QVERIFY(DBus::contentsOf(call.createErrorReply(u"a.E"_s, path)).size > 100000);
 }
 
 void TestMessageContents::endsEarlyWithManyValues_data()
@@ -201,9 +199,9 @@ void TestMessageContents::findsDescriptorsInsideOtherValues_data()
     const QVariant variant = QVariant::fromValue(descriptor);
     QTest::newRow("an array") << QVariant::fromValue(QList<QDBusUnixFileDescriptor>{descriptor});
     QTest::newRow("a variant") << QVariant::fromValue(QDBusVariant(variant));
-    QTest::newRow("a map") << QVariant(QVariantMap{{QStringLiteral("k"), variant}});
-    QTest::newRow("a map in a map") << QVariant(
-        QVariantMap{{QStringLiteral("k"), QVariantMap{{QStringLiteral("k"), variant}}}});
+    QTest::newRow("a map") << QVariant(QVariantMap{{u"k"_s, variant}});
+    QTest::newRow("a map in a map")
+        << QVariant(QVariantMap{{u"k"_s, QVariantMap{{u"k"_s, variant}}}});
 }
 
 void TestMessageContents::findsDescriptorsInsideOtherValues()
@@ -219,10 +217,10 @@ void TestMessageContents::findsSignaturesWithoutTypes_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("isEmpty");
     const QVariant empty = QVariant::fromValue(QDBusSignature());
-    const QVariant full = QVariant::fromValue(QDBusSignature(QStringLiteral("s")));
+    const QVariant full = QVariant::fromValue(QDBusSignature(u"s"_s));
     QTest::newRow("an argument") << empty << true;
     QTest::newRow("inside a list") << QVariant(QVariantList{full, empty}) << true;
-    QTest::newRow("inside a map") << QVariant(QVariantMap{{QStringLiteral("k"), empty}}) << true;
+    QTest::newRow("inside a map") << QVariant(QVariantMap{{u"k"_s, empty}}) << true;
     QTest::newRow("none that is empty") << QVariant(QVariantList{full, full}) << false;
 }
 
@@ -231,8 +229,7 @@ void TestMessageContents::findsSignaturesWithoutTypes()
 {
     QFETCH(QVariant, value);
     QFETCH(bool, isEmpty);
-    QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/o"), QStringLiteral("a.b"),
-                                                      QStringLiteral("S"));
+    QDBusMessage message = QDBusMessage::createSignal(u"/o"_s, u"a.b"_s, u"S"_s);
     message << value;
     const DBus::MessageContents contents = DBus::contentsOf(message);
     QCOMPARE(contents.hasEmptySignature, isEmpty);

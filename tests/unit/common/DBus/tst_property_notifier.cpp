@@ -1,5 +1,6 @@
 #include "common/DBus/property_notifier.h"
 #include "common/DBus/property_notifier_p.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 
 #include <QDBusArgument>
@@ -98,9 +99,9 @@ public:
     QVector<Comparable> readOwn() const { return {{1}}; }
     bool readFlag() const { return true; }
     double readNumber() const { return 2.5; }
-    QStringList readTexts() const { return {QStringLiteral("x")}; }
+    QStringList readTexts() const { return {u"x"_s}; }
     QByteArray readBytes() const { return "x"; }
-    QVariantMap readMap() const { return {{QStringLiteral("x"), 1}}; }
+    QVariantMap readMap() const { return {{u"x"_s, 1}}; }
 
 Q_SIGNALS:
     void aChanged();
@@ -184,18 +185,17 @@ void TestPropertyNotifier::initTestCase()
     qDBusRegisterMetaType<Comparable>();
     qDBusRegisterMetaType<QVector<Comparable>>();
     QVERIFY(bus.start());
-    sender = bus.connect(QStringLiteral("sender"));
-    receiver = bus.connect(QStringLiteral("receiver"));
+    sender = bus.connect(u"sender"_s);
+    receiver = bus.connect(u"receiver"_s);
 }
 
 void TestPropertyNotifier::init()
 {
     recorder = std::make_unique<Recorder>();
     object = std::make_unique<Watched>();
-    notifier = new DBus::PropertyNotifier(sender, QStringLiteral("/x"), object.get());
-    QVERIFY(receiver.connect(
-        sender.baseService(), QString(), QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("PropertiesChanged"), recorder.get(), SLOT(onSignal(QDBusMessage))));
+    notifier = new DBus::PropertyNotifier(sender, u"/x"_s, object.get());
+    QVERIFY(receiver.connect(sender.baseService(), QString(), u"org.freedesktop.DBus.Properties"_s,
+                             u"PropertiesChanged"_s, recorder.get(), SLOT(onSignal(QDBusMessage))));
 }
 
 void TestPropertyNotifier::cleanup()
@@ -209,13 +209,12 @@ void TestPropertyNotifier::settle()
     // Delivers queued signals, then sends a marker and waits for it.
     QCoreApplication::processEvents();
     QDBusMessage marker = QDBusMessage::createSignal(
-        QStringLiteral("/marker"), QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("PropertiesChanged"));
-    marker << QStringLiteral("marker") << ++markers;
+        u"/marker"_s, u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s);
+    marker << u"marker"_s << ++markers;
     sender.send(marker);
     const auto arrived = [this] {
         return !recorder->received.isEmpty()
-            && recorder->received.constLast() == QVariantList({QStringLiteral("marker"), markers});
+            && recorder->received.constLast() == QVariantList({u"marker"_s, markers});
     };
     QTRY_VERIFY_WITH_TIMEOUT(arrived(), 30000);
     recorder->received.removeLast();
@@ -237,18 +236,16 @@ QStringList TestPropertyNotifier::order(int index) const
 
 void TestPropertyNotifier::sendsTheChangesOfOnePassTogether()
 {
-    object->b = QStringLiteral("text");
+    object->b = u"text"_s;
     Q_EMIT object->bChanged();
     object->a = 5;
     Q_EMIT object->aChanged();
     settle();
     QCOMPARE(recorder->received.size(), 1);
     const QVariantList arguments = recorder->received.constFirst();
-    QCOMPARE(arguments.at(0).toString(), QStringLiteral("org.example.Watched"));
-    QCOMPARE(
-        change(0),
-        QVariantMap({{QStringLiteral("a"), 5}, {QStringLiteral("b"), QStringLiteral("text")}}));
-    QCOMPARE(order(0), QStringList({QStringLiteral("b"), QStringLiteral("a")}));
+    QCOMPARE(arguments.at(0).toString(), u"org.example.Watched"_s);
+    QCOMPARE(change(0), QVariantMap({{u"a"_s, 5}, {u"b"_s, u"text"_s}}));
+    QCOMPARE(order(0), QStringList({u"b"_s, u"a"_s}));
     QCOMPARE(arguments.at(2).userType(), int(QMetaType::QStringList));
     QCOMPARE(arguments.at(2).toStringList(), QStringList());
 }
@@ -261,7 +258,7 @@ void TestPropertyNotifier::sendsTheLatestValueOnce()
     Q_EMIT object->aChanged();
     settle();
     QCOMPARE(recorder->received.size(), 1);
-    QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 2}}));
+    QCOMPARE(change(0), QVariantMap({{u"a"_s, 2}}));
 }
 
 void TestPropertyNotifier::sendsTheFirstValueEvenWhenEmpty()
@@ -270,7 +267,7 @@ void TestPropertyNotifier::sendsTheFirstValueEvenWhenEmpty()
     Q_EMIT object->aChanged();
     settle();
     QCOMPARE(recorder->received.size(), 1);
-    QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 0}, {QStringLiteral("b"), QString()}}));
+    QCOMPARE(change(0), QVariantMap({{u"a"_s, 0}, {u"b"_s, QString()}}));
 }
 
 void TestPropertyNotifier::sendsNothingForAChangeTakenBack()
@@ -341,7 +338,7 @@ void TestPropertyNotifier::leavesInheritedPropertiesOut()
     Q_EMIT object->inheritedChanged();
     settle();
     QCOMPARE(recorder->received.size(), 0);
-    notifier->notify({QStringLiteral("inherited")});
+    notifier->notify({u"inherited"_s});
     settle();
     QCOMPARE(change(0), QVariantMap());
 }
@@ -350,11 +347,11 @@ void TestPropertyNotifier::notifiesAtOnceByName()
 {
     object->a = 1;
     object->quiet = 2;
-    notifier->notify({QStringLiteral("quiet"), QStringLiteral("a"), QStringLiteral("B")});
-    notifier->notify({QStringLiteral("a")});
+    notifier->notify({u"quiet"_s, u"a"_s, u"B"_s});
+    notifier->notify({u"a"_s});
     settle();
     QCOMPARE(recorder->received.size(), 2);
-    QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 1}, {QStringLiteral("quiet"), 2}}));
+    QCOMPARE(change(0), QVariantMap({{u"a"_s, 1}, {u"quiet"_s, 2}}));
     // notify() sends the signal even if nothing has changed.
     QCOMPARE(change(1), QVariantMap());
 }
@@ -363,17 +360,17 @@ void TestPropertyNotifier::sendsWithoutAnInterfaceButComplains()
 {
     Unnamed unnamed;
     QTest::ignoreMessage(QtWarningMsg, "Missing D_Bus interface tag on class");
-    new DBus::PropertyNotifier(sender, QStringLiteral("/y"), &unnamed);
+    new DBus::PropertyNotifier(sender, u"/y"_s, &unnamed);
     Q_EMIT unnamed.aChanged();
     settle();
     QCOMPARE(recorder->received.size(), 1);
     QCOMPARE(recorder->received.constFirst().at(0).toString(), QString());
-    QCOMPARE(change(0), QVariantMap({{QStringLiteral("a"), 0}}));
+    QCOMPARE(change(0), QVariantMap({{u"a"_s, 0}}));
 }
 
 void TestPropertyNotifier::complainsWhenCalledDirectly()
 {
-    DBus::PropertyNotifierPrivate notifierPrivate(sender, QStringLiteral("/y"), object.get());
+    DBus::PropertyNotifierPrivate notifierPrivate(sender, u"/y"_s, object.get());
     QTest::ignoreMessage(QtWarningMsg, "onChanged() invoked without a signal?");
     notifierPrivate.onChanged();
     QObject::connect(object.get(), &Watched::aChanged, &notifierPrivate,

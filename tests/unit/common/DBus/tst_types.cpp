@@ -1,5 +1,6 @@
 #include "common/DBus/types.h"
 #include "common/qt_version.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 
 #include <QDBusConnection>
@@ -114,16 +115,15 @@ void TestTypes::initTestCase()
     qDBusRegisterMetaType<QVector<Pair>>();
     qDBusRegisterMetaType<PairsByNumber>();
     QVERIFY(bus.start());
-    sender = bus.connect(QStringLiteral("sender"));
-    target = bus.connect(QStringLiteral("target"));
-    QVERIFY(target.registerObject(QStringLiteral("/"), &receiver, QDBusConnection::ExportAllSlots));
+    sender = bus.connect(u"sender"_s);
+    target = bus.connect(u"target"_s);
+    QVERIFY(target.registerObject(u"/"_s, &receiver, QDBusConnection::ExportAllSlots));
 }
 
 QVariant TestTypes::roundTrip(const QVariant &value)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(target.baseService(), QStringLiteral("/"),
-                                                       QStringLiteral("org.example.Receiver"),
-                                                       QStringLiteral("Take"));
+    QDBusMessage call = QDBusMessage::createMethodCall(target.baseService(), u"/"_s,
+                                                       u"org.example.Receiver"_s, u"Take"_s);
     call << value;
     receiver.last = QDBusMessage();
     const QDBusPendingCall pending = sender.asyncCall(call);
@@ -162,26 +162,26 @@ void TestTypes::registersEveryRecord()
 
 void TestTypes::sendsRecords()
 {
-    const QVariantMap map{{QStringLiteral("k"), 5}};
-    const auto active = qdbus_cast<QVector<Orvane::ActiveTask>>(roundTrip(
-        QVariant::fromValue(QVector<Orvane::ActiveTask>{{QStringLiteral("id"), 42, map}})));
+    const QVariantMap map{{u"k"_s, 5}};
+    const auto active = qdbus_cast<QVector<Orvane::ActiveTask>>(
+        roundTrip(QVariant::fromValue(QVector<Orvane::ActiveTask>{{u"id"_s, 42, map}})));
     QCOMPARE(active.size(), 1);
-    QCOMPARE(active.at(0).id, QStringLiteral("id"));
+    QCOMPARE(active.at(0).id, u"id"_s);
     QCOMPARE(active.at(0).pid, 42);
     QCOMPARE(active.at(0).properties, map);
     const auto available = qdbus_cast<Orvane::AvailableTask>(
-        roundTrip(QVariant::fromValue(Orvane::AvailableTask{QStringLiteral("a"), map})));
-    QCOMPARE(available.id, QStringLiteral("a"));
+        roundTrip(QVariant::fromValue(Orvane::AvailableTask{u"a"_s, map})));
+    QCOMPARE(available.id, u"a"_s);
     QCOMPARE(available.properties, map);
     const auto state = qdbus_cast<Orvane::TaskState>(
-        roundTrip(QVariant::fromValue(Orvane::TaskState{QStringLiteral("s"), 7, map})));
+        roundTrip(QVariant::fromValue(Orvane::TaskState{u"s"_s, 7, map})));
     QCOMPARE(state.state, 7u);
-    const auto application = qdbus_cast<Orvane::RunningApplication>(roundTrip(
-        QVariant::fromValue(Orvane::RunningApplication{QStringLiteral("r"), -1, 2, 3, map})));
+    const auto application = qdbus_cast<Orvane::RunningApplication>(
+        roundTrip(QVariant::fromValue(Orvane::RunningApplication{u"r"_s, -1, 2, 3, map})));
     QCOMPARE(application.flags, 3u);
-    const auto service = qdbus_cast<Orvane::RunningService>(roundTrip(QVariant::fromValue(
-        Orvane::RunningService{QStringLiteral("x"), QStringLiteral("y"), 4, 5, map})));
-    QCOMPARE(service.name, QStringLiteral("y"));
+    const auto service = qdbus_cast<Orvane::RunningService>(
+        roundTrip(QVariant::fromValue(Orvane::RunningService{u"x"_s, u"y"_s, 4, 5, map})));
+    QCOMPARE(service.name, u"y"_s);
     QCOMPARE(service.properties, map);
 }
 
@@ -216,14 +216,14 @@ void TestTypes::writesJson()
     QCOMPARE(receiver.last.signature(), signature);
     if (text == "[1, \"a\"]") {
         const auto list = qdbus_cast<QVariantList>(arrived);
-        QCOMPARE(list, QVariantList({1.0, QStringLiteral("a")}));
+        QCOMPARE(list, QVariantList({1.0, u"a"_s}));
         QCOMPARE(list.at(0).userType(), int(QMetaType::Double));
     }
     if (text == "[[1], \"x\"]") {
         const auto list = qdbus_cast<QVariantList>(arrived);
         QCOMPARE(list.size(), 2);
         QCOMPARE(qdbus_cast<QVariantList>(list.at(0)), QVariantList({1.0}));
-        QCOMPARE(list.at(1), QVariant(QStringLiteral("x")));
+        QCOMPARE(list.at(1), QVariant(u"x"_s));
     }
 }
 
@@ -249,7 +249,7 @@ void TestTypes::leavesOutWhatCannotBeWritten()
     QTest::ignoreMessage(QtWarningMsg, "JSON array of arrays are not supported");
     const auto map =
         qdbus_cast<QVariantMap>(roundTrip(json(parsed(R"({"a": [[1]], "b": "kept"})"))));
-    QCOMPARE(map, QVariantMap({{QStringLiteral("b"), QStringLiteral("kept")}}));
+    QCOMPARE(map, QVariantMap({{u"b"_s, u"kept"_s}}));
 }
 
 // "{"a":{"a":1}}" and the like.
@@ -275,11 +275,9 @@ void TestTypes::leavesOutWhatIsTooDeepForTheBus()
     QVERIFY(value.isObject());
     QTest::ignoreMessage(QtWarningMsg, "JSON value is nested too deep for the bus");
     // As a value in a map, which is the deepest position that room is reserved for.
-    const auto map =
-        qdbus_cast<QVariantMap>(roundTrip(QVariantMap{{QStringLiteral("json"), json(value)}}));
+    const auto map = qdbus_cast<QVariantMap>(roundTrip(QVariantMap{{u"json"_s, json(value)}}));
     QVERIFY(sender.isConnected());
-    QCOMPARE(qdbus_cast<QVariantMap>(map.value(QStringLiteral("json"))),
-             QVariantMap({{QStringLiteral("flat"), QStringLiteral("kept")}}));
+    QCOMPARE(qdbus_cast<QVariantMap>(map.value(u"json"_s)), QVariantMap({{u"flat"_s, u"kept"_s}}));
 }
 
 void TestTypes::writesNothingForAnArrayThatIsTooDeep()
@@ -300,11 +298,11 @@ void TestTypes::writesWhatIsAsDeepAsTheBusAllows_data()
 void TestTypes::writesWhatIsAsDeepAsTheBusAllows()
 {
     QFETCH(QByteArray, text);
-    const QVariant arrived = roundTrip(QVariantMap{{QStringLiteral("json"), json(parsed(text))}});
+    const QVariant arrived = roundTrip(QVariantMap{{u"json"_s, json(parsed(text))}});
     QVERIFY(sender.isConnected());
     QJsonObject map;
     arrived.value<QDBusArgument>() >> map;
-    QCOMPARE(map.value(QStringLiteral("json")), parsed(text));
+    QCOMPARE(map.value(u"json"_s), parsed(text));
 }
 
 void TestTypes::keepsMessagesWithNullsWhole_data()
@@ -324,9 +322,9 @@ void TestTypes::keepsMessagesWithNullsWhole()
     if (!text.startsWith('{'))
         return;
     const auto map = qdbus_cast<QVariantMap>(arrived);
-    QCOMPARE(map.value(QStringLiteral("b")), QVariant(1.0));
-    QVERIFY(map.contains(QStringLiteral("a")));
-    QVERIFY(qdbus_cast<QVariantList>(map.value(QStringLiteral("a"))).isEmpty());
+    QCOMPARE(map.value(u"b"_s), QVariant(1.0));
+    QVERIFY(map.contains(u"a"_s));
+    QVERIFY(qdbus_cast<QVariantList>(map.value(u"a"_s)).isEmpty());
 }
 
 QJsonValue TestTypes::readBack(const QVariant &value)
@@ -351,15 +349,15 @@ void TestTypes::readsJson_data()
     QTest::newRow("int64") << QVariant::fromValue(qint64(-7)) << QByteArray("-7");
     QTest::newRow("uint64") << QVariant::fromValue(quint64(7)) << QByteArray("7");
     QTest::newRow("double") << QVariant(2.5) << QByteArray("2.5");
-    QTest::newRow("string") << QVariant(QStringLiteral("a")) << QByteArray("\"a\"");
+    QTest::newRow("string") << QVariant(u"a"_s) << QByteArray("\"a\"");
     QTest::newRow("object path") << QVariant::fromValue(QDBusObjectPath("/a"))
                                  << QByteArray("\"/a\"");
-    QTest::newRow("strings") << QVariant(QStringList{QStringLiteral("a")}) << QByteArray("[\"a\"]");
+    QTest::newRow("strings") << QVariant(QStringList{u"a"_s}) << QByteArray("[\"a\"]");
     QTest::newRow("bytes") << QVariant(QByteArray("\x01\xff")) << QByteArray("[1, 255]");
-    QTest::newRow("variants") << QVariant(QVariantList{1, QStringLiteral("a"), QVariantMap()})
+    QTest::newRow("variants") << QVariant(QVariantList{1, u"a"_s, QVariantMap()})
                               << QByteArray("[1, \"a\", {}]");
-    QTest::newRow("map") << QVariant(QVariantMap{
-        {QStringLiteral("a"), 1}, {QStringLiteral("b"), QVariantMap{{QStringLiteral("c"), true}}}})
+    QTest::newRow("map") << QVariant(
+        QVariantMap{{u"a"_s, 1}, {u"b"_s, QVariantMap{{u"c"_s, true}}}})
                          << QByteArray(R"({"a": 1, "b": {"c": true}})");
     QTest::newRow("variant in a variant")
         << QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(5))))
@@ -395,11 +393,10 @@ void TestTypes::givesValuesOfTheBusThisTextAsJson_data()
         "\"\u00e4 \\\"\\\\\\n\u20ac\U0001F600\"");
     row("bytes", QByteArray("a\0\xff", 3), "[97,0,255]");
     row("no bytes", QByteArray(""), "[]");
-    row("list of texts", QStringList{QStringLiteral("1"), QString()}, "[\"1\",\"\"]");
-    row("list of variants", QVariantList{1, 2.5, QStringLiteral("3"), true, QByteArray("4")},
+    row("list of texts", QStringList{u"1"_s, QString()}, "[\"1\",\"\"]");
+    row("list of variants", QVariantList{1, 2.5, u"3"_s, true, QByteArray("4")},
         "[1,2.5,\"3\",true,[52]]");
-    row("map",
-        QVariantMap{{QStringLiteral("b"), QVariantMap()}, {QStringLiteral("a"), QVariantList()}},
+    row("map", QVariantMap{{u"b"_s, QVariantMap()}, {u"a"_s, QVariantList()}},
         "{\"a\":[],\"b\":{}}");
 }
 
@@ -440,8 +437,8 @@ void TestTypes::writesEveryNumberAsADouble()
     QVERIFY(isNumber(roundTrip(json(parsed(text)))));
     QVERIFY(
         isNumber(qdbus_cast<QVariantList>(roundTrip(json(parsed("[" + text + ",\"\"]")))).at(0)));
-    QVERIFY(isNumber(qdbus_cast<QVariantMap>(roundTrip(json(parsed("{\"k\":" + text + "}"))))
-                         .value(QStringLiteral("k"))));
+    QVERIFY(isNumber(
+        qdbus_cast<QVariantMap>(roundTrip(json(parsed("{\"k\":" + text + "}")))).value(u"k"_s)));
 }
 
 template <typename Key>
@@ -460,18 +457,18 @@ void TestTypes::keepsTheTextOfKeys_data()
 {
     QTest::addColumn<QVariant>("map");
     QTest::addColumn<QString>("key");
-    QTest::newRow("string") << mapWithKey(QStringLiteral("a")) << QStringLiteral("a");
-    QTest::newRow("object path") << mapWithKey(QDBusObjectPath("/a/b")) << QStringLiteral("/a/b");
-    QTest::newRow("signature") << mapWithKey(QDBusSignature("a{sv}")) << QStringLiteral("a{sv}");
-    QTest::newRow("byte") << mapWithKey(uchar(65)) << QStringLiteral("65");
-    QTest::newRow("byte of no ASCII") << mapWithKey(uchar(200)) << QStringLiteral("200");
-    QTest::newRow("number") << mapWithKey(-7) << QStringLiteral("-7");
-    QTest::newRow("bool") << mapWithKey(true) << QStringLiteral("true");
-    QTest::newRow("double") << mapWithKey(2.5) << QStringLiteral("2.5");
-    QTest::newRow("large double") << mapWithKey(1e21) << QStringLiteral("1e+21");
-    QTest::newRow("int16") << mapWithKey(short(-7)) << QStringLiteral("-7");
-    QTest::newRow("largest uint64") << mapWithKey(std::numeric_limits<quint64>::max())
-                                    << QStringLiteral("18446744073709551615");
+    QTest::newRow("string") << mapWithKey(u"a"_s) << u"a"_s;
+    QTest::newRow("object path") << mapWithKey(QDBusObjectPath("/a/b")) << u"/a/b"_s;
+    QTest::newRow("signature") << mapWithKey(QDBusSignature("a{sv}")) << u"a{sv}"_s;
+    QTest::newRow("byte") << mapWithKey(uchar(65)) << u"65"_s;
+    QTest::newRow("byte of no ASCII") << mapWithKey(uchar(200)) << u"200"_s;
+    QTest::newRow("number") << mapWithKey(-7) << u"-7"_s;
+    QTest::newRow("bool") << mapWithKey(true) << u"true"_s;
+    QTest::newRow("double") << mapWithKey(2.5) << u"2.5"_s;
+    QTest::newRow("large double") << mapWithKey(1e21) << u"1e+21"_s;
+    QTest::newRow("int16") << mapWithKey(short(-7)) << u"-7"_s;
+    QTest::newRow("largest uint64")
+        << mapWithKey(std::numeric_limits<quint64>::max()) << u"18446744073709551615"_s;
 }
 
 void TestTypes::keepsTheTextOfKeys()
@@ -486,9 +483,9 @@ void TestTypes::replacesWhatIsReadInto()
     QJsonArray array{1, 2};
     roundTrip(json(parsed("[3]"))).value<QDBusArgument>() >> array;
     QCOMPARE(array, QJsonArray{3});
-    QJsonObject object{{QStringLiteral("old"), 1}};
+    QJsonObject object{{u"old"_s, 1}};
     roundTrip(json(parsed("{\"new\": 2}"))).value<QDBusArgument>() >> object;
-    QCOMPARE(object, QJsonObject({{QStringLiteral("new"), 2}}));
+    QCOMPARE(object, QJsonObject({{u"new"_s, 2}}));
 }
 
 void TestTypes::skipsStructures_data()
@@ -497,9 +494,8 @@ void TestTypes::skipsStructures_data()
     QTest::addColumn<int>("structures");
     QTest::addColumn<QByteArray>("text");
     const QVariant pair = QVariant::fromValue(Pair{1, 2});
-    QTest::newRow("among members")
-        << QVariant(QVariantMap{{QStringLiteral("a"), pair}, {QStringLiteral("b"), 5}}) << 1
-        << QByteArray(R"({"a": null, "b": 5})");
+    QTest::newRow("among members") << QVariant(QVariantMap{{u"a"_s, pair}, {u"b"_s, 5}}) << 1
+                                   << QByteArray(R"({"a": null, "b": 5})");
     QTest::newRow("among elements")
         << QVariant(QVariantList{pair, 5}) << 1 << QByteArray("[null, 5]");
     QTest::newRow("array of them")
@@ -521,10 +517,10 @@ void TestTypes::skipsStructures()
 void TestTypes::leavesTheValueWhenItIsAStructure()
 {
     const QVariant arrived = roundTrip(QVariant::fromValue(Pair{1, 2}));
-    QJsonValue value(QStringLiteral("as it was"));
+    QJsonValue value(u"as it was"_s);
     QTest::ignoreMessage(QtWarningMsg, "Unsupported type:  \"(ii)\"");
     arrived.value<QDBusArgument>() >> value;
-    QCOMPARE(value, QJsonValue(QStringLiteral("as it was")));
+    QCOMPARE(value, QJsonValue(u"as it was"_s));
 }
 
 void TestTypes::readsDeepNesting()
@@ -579,7 +575,7 @@ void TestTypes::warnsInTheNameOfTheOperator()
 
 void TestTypes::readsMapsOfVariants()
 {
-    const QVariantMap map{{QStringLiteral("MemoryMax"), QStringLiteral("5M")}};
+    const QVariantMap map{{u"MemoryMax"_s, u"5M"_s}};
     bool isMap = false;
     QCOMPARE(DBus::toVariantMap(map, &isMap), map);
     QVERIFY(isMap);

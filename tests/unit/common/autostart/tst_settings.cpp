@@ -3,6 +3,7 @@
 #include "common/autostart/settings.h"
 #include "common/places.h"
 #include "support/collected_findings.h"
+#include "support/literals.h"
 #include "support/odd_file.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -75,7 +76,7 @@ private:
     EnabledMap readAll(int uid = 5) const
     {
         EnabledMap enabled;
-        readInto(path(), {QStringLiteral("*.conf")}, uid, enabled);
+        readInto(path(), {u"*.conf"_s}, uid, enabled);
         return enabled;
     }
 
@@ -87,7 +88,7 @@ void TestSettings::readsGroupsForEverybodyAndForOneUser_data()
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<EnabledMap>("expected");
 
-    const QString id = QStringLiteral("a.b");
+    const QString id = u"a.b"_s;
     QTest::newRow("everybody") << QByteArray("[a.b]\nautostart=true\n") << EnabledMap{{id, true}};
     QTest::newRow("everybody, off")
         << QByteArray("[a.b]\nautostart=false\n") << EnabledMap{{id, false}};
@@ -104,9 +105,9 @@ void TestSettings::readsGroupsForEverybodyAndForOneUser_data()
         << QByteArray("[a.b|5]\nautostart=true\n") << EnabledMap{{id, true}};
     QTest::newRow("another user") << QByteArray("[a.b%7C100001]\nautostart=true\n") << EnabledMap{};
     QTest::newRow("nobody") << QByteArray("[a.b%7C]\nautostart=true\n") << EnabledMap{};
-    QTest::newRow("many groups")
-        << QByteArray("[a.b]\nautostart=true\n[c.d]\nautostart=false\n[e.f%7C5]\nautostart=true\n")
-        << EnabledMap{{id, true}, {QStringLiteral("c.d"), false}, {QStringLiteral("e.f"), true}};
+    QTest::newRow("many groups") << QByteArray(
+        "[a.b]\nautostart=true\n[c.d]\nautostart=false\n[e.f%7C5]\nautostart=true\n")
+                                 << EnabledMap{{id, true}, {u"c.d"_s, false}, {u"e.f"_s, true}};
     QTest::newRow("no group") << QByteArray("autostart=true\n") << EnabledMap{};
     QTest::newRow("empty") << QByteArray() << EnabledMap{};
 }
@@ -116,28 +117,28 @@ void TestSettings::readsGroupsForEverybodyAndForOneUser()
     QFETCH(QByteArray, text);
     QFETCH(EnabledMap, expected);
 
-    QVERIFY(write(path(QStringLiteral("x.conf")), text));
+    QVERIFY(write(path(u"x.conf"_s), text));
     QCOMPARE(readAll(), expected);
 }
 
 void TestSettings::readsSubdirectoriesAndHiddenFiles()
 {
-    QVERIFY(write(path(QStringLiteral("deep/er/x.conf")), "[a.b]\nautostart=true\n"));
-    QVERIFY(write(path(QStringLiteral(".c.d/.conf")), "[.c.d]\nautostart=true\n"));
-    QCOMPARE(readAll().keys(), QStringList({QStringLiteral(".c.d"), QStringLiteral("a.b")}));
+    QVERIFY(write(path(u"deep/er/x.conf"_s), "[a.b]\nautostart=true\n"));
+    QVERIFY(write(path(u".c.d/.conf"_s), "[.c.d]\nautostart=true\n"));
+    QCOMPARE(readAll().keys(), QStringList({u".c.d"_s, u"a.b"_s}));
 }
 
 void TestSettings::readsOnlyWhatTheFilterNames()
 {
-    QVERIFY(write(path(QStringLiteral("x.conf.bak")), "[a.b]\nautostart=true\n"));
-    QVERIFY(write(path(QStringLiteral("15.conf")), "[c.d]\nautostart=true\n"));
-    QVERIFY(write(path(QStringLiteral("5.conf")), "[e.f]\nautostart=true\n"));
+    QVERIFY(write(path(u"x.conf.bak"_s), "[a.b]\nautostart=true\n"));
+    QVERIFY(write(path(u"15.conf"_s), "[c.d]\nautostart=true\n"));
+    QVERIFY(write(path(u"5.conf"_s), "[e.f]\nautostart=true\n"));
 
     EnabledMap enabled;
-    readInto(path(), {QStringLiteral("5.conf")}, 5, enabled);
-    QCOMPARE(enabled.keys(), QStringList{QStringLiteral("e.f")});
-    QVERIFY(write(path(QStringLiteral("x.CONF")), "[g.h]\nautostart=true\n"));
-    QCOMPARE(readAll().keys(), QStringList({QStringLiteral("c.d"), QStringLiteral("e.f")}));
+    readInto(path(), {u"5.conf"_s}, 5, enabled);
+    QCOMPARE(enabled.keys(), QStringList{u"e.f"_s});
+    QVERIFY(write(path(u"x.CONF"_s), "[g.h]\nautostart=true\n"));
+    QCOMPARE(readAll().keys(), QStringList({u"c.d"_s, u"e.f"_s}));
 }
 
 void TestSettings::skipsASettingOfAUserThatIsNoNumber_data()
@@ -152,21 +153,18 @@ void TestSettings::skipsASettingOfAUserThatIsNoNumber_data()
 void TestSettings::skipsASettingOfAUserThatIsNoNumber()
 {
     QFETCH(QByteArray, group);
-    QVERIFY(write(path(QStringLiteral("x.conf")), '[' + group + "]\nautostart=true\n"));
+    QVERIFY(write(path(u"x.conf"_s), '[' + group + "]\nautostart=true\n"));
     QCOMPARE(readAll(0), EnabledMap());
 }
 
 void TestSettings::laterFilesOverrideEarlierOnes()
 {
-    QVERIFY(write(path(QStringLiteral("20.conf")), "[a.b]\nautostart=false\n"));
-    QVERIFY(
-        write(path(QStringLiteral("10.conf")), "[a.b]\nautostart=true\n[c.d]\nautostart=true\n"));
-    EnabledMap enabled{{QStringLiteral("c.d"), false}, {QStringLiteral("e.f"), true}};
+    QVERIFY(write(path(u"20.conf"_s), "[a.b]\nautostart=false\n"));
+    QVERIFY(write(path(u"10.conf"_s), "[a.b]\nautostart=true\n[c.d]\nautostart=true\n"));
+    EnabledMap enabled{{u"c.d"_s, false}, {u"e.f"_s, true}};
 
-    readInto(path(), {QStringLiteral("*.conf")}, 5, enabled);
-    const EnabledMap expected{{QStringLiteral("a.b"), false},
-                              {QStringLiteral("c.d"), true},
-                              {QStringLiteral("e.f"), true}};
+    readInto(path(), {u"*.conf"_s}, 5, enabled);
+    const EnabledMap expected{{u"a.b"_s, false}, {u"c.d"_s, true}, {u"e.f"_s, true}};
     QCOMPARE(enabled, expected);
 }
 
@@ -174,9 +172,8 @@ void TestSettings::survivesStrangeFiles_data()
 {
     QTest::addColumn<QString>("kind");
 
-    const QStringList kinds = OddFile::kinds()
-        + QStringList{QStringLiteral("unreadable"), QStringLiteral("binary"),
-                      QStringLiteral("huge")};
+    const QStringList kinds =
+        OddFile::kinds() + QStringList{u"unreadable"_s, u"binary"_s, u"huge"_s};
     for (const QString &kind : kinds)
         QTest::newRow(qPrintable(kind)) << kind;
 }
@@ -203,9 +200,9 @@ void TestSettings::survivesStrangeFiles()
 {
     QFETCH(QString, kind);
 
-    QVERIFY(makeStrangeFile(kind, path(QStringLiteral("strange.conf"))));
-    QVERIFY(write(path(QStringLiteral("z.conf")), "[a.b]\nautostart=true\n"));
-    QCOMPARE(readAll().keys(true), QStringList{QStringLiteral("a.b")});
+    QVERIFY(makeStrangeFile(kind, path(u"strange.conf"_s)));
+    QVERIFY(write(path(u"z.conf"_s), "[a.b]\nautostart=true\n"));
+    QCOMPARE(readAll().keys(true), QStringList{u"a.b"_s});
 }
 
 void TestSettings::readsBooleansAsTheSettingsLibraryDoes_data()
@@ -220,54 +217,52 @@ void TestSettings::readsBooleansAsTheSettingsLibraryDoes_data()
 void TestSettings::readsBooleansAsTheSettingsLibraryDoes()
 {
     QFETCH(QByteArray, value);
-    QVERIFY(write(path(QStringLiteral("x.conf")), "[a.b]\nautostart=" + value + "\n"));
-    const QSettings reference(path(QStringLiteral("x.conf")), QSettings::IniFormat);
-    QCOMPARE(readAll().value(QStringLiteral("a.b")),
-             reference.value(QStringLiteral("a.b/autostart")).toBool());
+    QVERIFY(write(path(u"x.conf"_s), "[a.b]\nautostart=" + value + "\n"));
+    const QSettings reference(path(u"x.conf"_s), QSettings::IniFormat);
+    QCOMPARE(readAll().value(u"a.b"_s), reference.value(u"a.b/autostart"_s).toBool());
 }
 
 void TestSettings::readsAtMostAFewMebibytes()
 {
     for (int i = 0; i < 40; ++i)
-        QVERIFY(write(path(QStringLiteral("a%1.conf").arg(i)),
+        QVERIFY(write(path(u"a%1.conf"_s.arg(i)),
                       "[big.one]\nautostart=true\n;" + QByteArray(1000000, 'x')));
     for (int i = 0; i < 40; ++i)
-        QVERIFY(write(path(QStringLiteral("large%1.conf").arg(i)),
+        QVERIFY(write(path(u"large%1.conf"_s.arg(i)),
                       "[big.one" + QByteArray::number(i) + "]\nautostart=true\n;"
                           + QByteArray(1000000, 'x')));
-    QVERIFY(write(path(QStringLiteral("z.conf")), "[a.b]\nautostart=true\n"));
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        QRegularExpression(QStringLiteral("^Autostart settings are too large. Left out: 76 ")));
+    QVERIFY(write(path(u"z.conf"_s), "[a.b]\nautostart=true\n"));
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(u"^Autostart settings are too large. Left out: 76 "_s));
     const EnabledMap enabled = readAll();
-    QVERIFY(enabled.value(QStringLiteral("a.b")));
+    QVERIFY(enabled.value(u"a.b"_s));
     QVERIFY(enabled.size() < 7);
 }
 
 void TestSettings::leavesOutInvalidIds()
 {
-    QVERIFY(write(path(QStringLiteral("x.conf")),
+    QVERIFY(write(path(u"x.conf"_s),
                   "[a.b" + QByteArray(100000, 'x') + "]\nautostart=true\n[a.b]\nautostart=true\n"));
-    QCOMPARE(readAll().keys(), QStringList{QStringLiteral("a.b")});
+    QCOMPARE(readAll().keys(), QStringList{u"a.b"_s});
 }
 
 // A recursive walk may have one descriptor open for each level.
 void TestSettings::reachesTheLastOfManyAndDeepDirectories()
 {
-    QString deep = path(QStringLiteral("deep"));
+    QString deep = path(u"deep"_s);
     while (deep.size() < 3500)
-        deep += QStringLiteral("/d");
+        deep += u"/d"_s;
     QVERIFY(QDir().mkpath(deep));
     for (int i = 0; i < 2000; ++i)
-        QVERIFY(QDir(path()).mkdir(QStringLiteral("w%1").arg(i)));
-    QVERIFY(write(path(QStringLiteral("z/z.conf")), "[a.b]\nautostart=true\n"));
+        QVERIFY(QDir(path()).mkdir(u"w%1"_s.arg(i)));
+    QVERIFY(write(path(u"z/z.conf"_s), "[a.b]\nautostart=true\n"));
     rlimit before = {};
     QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
     const rlimit few{256, before.rlim_max};
     QCOMPARE(::setrlimit(RLIMIT_NOFILE, &few), 0);
     const EnabledMap enabled = readAll();
     QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
-    QVERIFY(enabled.value(QStringLiteral("a.b")));
+    QVERIFY(enabled.value(u"a.b"_s));
 }
 
 void TestSettings::tellsWhichFileOfWhichLayerDecides_data()
@@ -279,11 +274,11 @@ void TestSettings::tellsWhichFileOfWhichLayerDecides_data()
     QTest::addColumn<bool>("enabled");
 
     const QString none;
-    const QString on = QStringLiteral("true");
-    const QString off = QStringLiteral("false");
-    const QString systemFile = QStringLiteral("etc/am/conf.d/x.conf");
-    const QString allFile = QStringLiteral("var/lib/am/apps/a.b/all-users.conf");
-    const QString userFile = QStringLiteral("var/lib/am/apps/a.b/5.conf");
+    const QString on = u"true"_s;
+    const QString off = u"false"_s;
+    const QString systemFile = u"etc/am/conf.d/x.conf"_s;
+    const QString allFile = u"var/lib/am/apps/a.b/all-users.conf"_s;
+    const QString userFile = u"var/lib/am/apps/a.b/5.conf"_s;
     QTest::newRow("nothing") << none << none << none << none << false;
     QTest::newRow("the system") << on << none << none << systemFile << true;
     QTest::newRow("all users") << on << off << none << allFile << false;
@@ -308,39 +303,39 @@ void TestSettings::tellsWhichFileOfWhichLayerDecides()
     QVERIFY(set("var/lib/am/apps/a.b/all-users.conf", "a.b", allUsers));
     QVERIFY(set("var/lib/am/apps/a.b/5.conf", "a.b%7C5", user));
     const Settings settings(Places::below(path()), Core::LoggedFindings::instance());
-    const Layers layers = settings.layersOf(QStringLiteral("a.b"), 5);
+    const Layers layers = settings.layersOf(u"a.b"_s, 5);
     QCOMPARE(layers.deciding() == nullptr, file.isEmpty());
     if (!file.isEmpty()) {
         QCOMPARE(layers.deciding()->file, path(file));
         QCOMPARE(layers.deciding()->line, 3);
     }
     QCOMPARE(layers.isEnabled(), enabled);
-    QCOMPARE(settings.enabledApplications(5).contains(QStringLiteral("a.b")), enabled);
-    QVERIFY(settings.layersOf(QStringLiteral("c.d"), 5).deciding() == nullptr);
+    QCOMPARE(settings.enabledApplications(5).contains(u"a.b"_s), enabled);
+    QVERIFY(settings.layersOf(u"c.d"_s, 5).deciding() == nullptr);
 }
 
 void TestSettings::tellsEveryFileOfALayer()
 {
-    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/1.conf")), "[a.b]\nautostart=true\n"));
-    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/2.conf")), "[a.b]\n\nautostart=false\n"));
+    QVERIFY(write(path(u"etc/am/conf.d/1.conf"_s), "[a.b]\nautostart=true\n"));
+    QVERIFY(write(path(u"etc/am/conf.d/2.conf"_s), "[a.b]\n\nautostart=false\n"));
     const Settings settings(Places::below(path()), Core::LoggedFindings::instance());
-    const Layers layers = settings.layersOf(QStringLiteral("a.b"), 5);
+    const Layers layers = settings.layersOf(u"a.b"_s, 5);
     QCOMPARE(layers.system.size(), 2);
     QVERIFY(layers.system.constFirst().enabled);
-    QCOMPARE(layers.deciding()->file, path(QStringLiteral("etc/am/conf.d/2.conf")));
+    QCOMPARE(layers.deciding()->file, path(u"etc/am/conf.d/2.conf"_s));
     QCOMPARE(layers.deciding()->line, 3);
     QVERIFY(!layers.isEnabled());
 }
 
 void TestSettings::tellsTheLayersOfEveryApplication()
 {
-    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/1.conf")),
-                  "[a.b]\nautostart=true\n[c.d]\nautostart=true\n"));
-    QVERIFY(write(path(QStringLiteral("var/lib/am/apps/a.b/5.conf")),
+    QVERIFY(
+        write(path(u"etc/am/conf.d/1.conf"_s), "[a.b]\nautostart=true\n[c.d]\nautostart=true\n"));
+    QVERIFY(write(path(u"var/lib/am/apps/a.b/5.conf"_s),
                   "[a.b%7C5]\nautostart=false\n[a.b%7C6]\nautostart=true\n"));
     const Settings settings(Places::below(path()), Core::LoggedFindings::instance());
     const QMap<QString, Layers> all = settings.allLayers(5);
-    QCOMPARE(all.keys(), QStringList({QStringLiteral("a.b"), QStringLiteral("c.d")}));
+    QCOMPARE(all.keys(), QStringList({u"a.b"_s, u"c.d"_s}));
     const Layers &one = all.first();
     QCOMPARE(one.system.size(), 1);
     QCOMPARE(one.allUsers.size(), 0);
@@ -354,11 +349,11 @@ void TestSettings::tellsTheLayersOfEveryApplication()
 // The daemon removes the settings of removed users at the start; a reader must not.
 void TestSettings::leavesTheStoreAsItIs()
 {
-    const QString file = path(QStringLiteral("var/lib/am/apps/a.b/4242.conf"));
+    const QString file = path(u"var/lib/am/apps/a.b/4242.conf"_s);
     QVERIFY(write(file, "[a.b%7C4242]\nautostart=true\n"));
     QCOMPARE(
         Settings(Places::below(path()), Core::LoggedFindings::instance()).enabledApplications(4242),
-        QStringList{QStringLiteral("a.b")});
+        QStringList{u"a.b"_s});
     QVERIFY(QFileInfo::exists(file));
 }
 
@@ -369,13 +364,11 @@ void TestSettings::reportsWhatIsReadDifferentlyThanWritten_data()
     QTest::addColumn<int>("line");
 
     QTest::newRow("a word that is no boolean")
-        << QByteArray("[a.b]\nautostart=off\n") << QStringLiteral("autostart-boolean") << 2;
-    QTest::newRow("no key") << QByteArray("[a.b]\nx=true\n") << QStringLiteral("autostart-boolean")
-                            << 0;
+        << QByteArray("[a.b]\nautostart=off\n") << u"autostart-boolean"_s << 2;
+    QTest::newRow("no key") << QByteArray("[a.b]\nx=true\n") << u"autostart-boolean"_s << 0;
     QTest::newRow("a user by name")
-        << QByteArray("[a.b%7Croot]\nautostart=true\n") << QStringLiteral("autostart-user") << 0;
-    QTest::newRow("no id") << QByteArray("[Notes]\nautostart=true\n")
-                           << QStringLiteral("autostart-id") << 0;
+        << QByteArray("[a.b%7Croot]\nautostart=true\n") << u"autostart-user"_s << 0;
+    QTest::newRow("no id") << QByteArray("[Notes]\nautostart=true\n") << u"autostart-id"_s << 0;
     QTest::newRow("what the daemon writes")
         << QByteArray("[a.b%7C5]\nautostart=true\n[enabledMode]\nautostart=false\n") << QString()
         << 0;
@@ -387,13 +380,13 @@ void TestSettings::reportsWhatIsReadDifferentlyThanWritten()
     QFETCH(QString, rule);
     QFETCH(int, line);
 
-    QVERIFY(write(path(QStringLiteral("x.conf")), text));
+    QVERIFY(write(path(u"x.conf"_s), text));
     CollectedFindings findings;
     (void)Autostart::readConfigFiles(path(), Autostart::anyConfigFile(), 5, findings);
     QCOMPARE(findings.rules().join(QLatin1Char(' ')), rule);
     if (rule.isEmpty())
         return;
-    QCOMPARE(findings.all.constFirst().file, path(QStringLiteral("x.conf")));
+    QCOMPARE(findings.all.constFirst().file, path(u"x.conf"_s));
     QCOMPARE(findings.all.constFirst().line, line);
     // The daemon does not log it.
     const LogLines log;

@@ -1,6 +1,7 @@
 // Tests the command line of a sandbox, option by option.
 
 #include "service/Core/firejail.h"
+#include "support/literals.h"
 
 #include <QtTest>
 
@@ -108,7 +109,7 @@ void TestFirejail::confinesATaskToItsOwnDirectories()
 {
     Firejail sandbox;
     name(sandbox, "com.example", "Notes");
-    sandbox.setDataName(QStringLiteral("com.example.Notes"));
+    sandbox.setDataName(u"com.example.Notes"_s);
     sandbox.setNoUserBus(true);
     const QByteArrayList application{"--dbus-user=none",
                                      "--whitelist=/srv/shared/com.example/Notes",
@@ -125,7 +126,7 @@ void TestFirejail::givesAHomelessTaskNoHome()
     name(sandbox, "com.example", "Notes");
     sandbox.setNoUserBus(true);
     sandbox.setHomeless(true);
-    sandbox.setDesktopFile(QStringLiteral("/usr/share/applications/notes.desktop"));
+    sandbox.setDesktopFile(u"/usr/share/applications/notes.desktop"_s);
     const QByteArrayList opened{"--whitelist=/usr/share/applications/notes.desktop",
                                 "--dbus-user=none", "--whitelist=/srv/shared/com.example/Notes",
                                 "--dbus-system.talk=com.example.Notes.*"};
@@ -137,7 +138,7 @@ void TestFirejail::letsAProgramOwnItsNamesOnTheUserBus()
 {
     Firejail sandbox;
     name(sandbox, "com.example", "Notes");
-    sandbox.setOwnedUserBusName(QStringLiteral("com.example.Other"));
+    sandbox.setOwnedUserBusName(u"com.example.Other"_s);
     const QByteArrayList application{"--dbus-user.own=com.example.Notes.*",
                                      "--whitelist=/srv/shared/com.example/Notes",
                                      "--dbus-system.talk=com.example.Notes.*"};
@@ -169,7 +170,7 @@ void TestFirejail::bindsASharingGroup()
 {
     Firejail sandbox;
     name(sandbox, "com.example", "Notes");
-    sandbox.setSharingName(QStringLiteral("team"));
+    sandbox.setSharingName(u"team"_s);
     sandbox.setNoUserBus(true);
     const QByteArrayList application{"--dbus-user=none",
                                      "--whitelist=/srv/shared/com.example/Notes",
@@ -183,7 +184,7 @@ void TestFirejail::bindsASharingGroupOfAHomelessProgramOutsideTheHome()
 {
     Firejail sandbox;
     name(sandbox, "com.example", "");
-    sandbox.setSharingName(QStringLiteral("team"));
+    sandbox.setSharingName(u"team"_s);
     sandbox.setHomeless(true);
     QCOMPARE(argvOf(sandbox),
              launcher + QByteArrayList{"--template=OrganizationName:com.example"} + groupShared
@@ -194,7 +195,7 @@ void TestFirejail::bindsASharingGroupWithoutAnApplication()
 {
     Firejail sandbox;
     name(sandbox, "com.example", "");
-    sandbox.setSharingName(QStringLiteral("team"));
+    sandbox.setSharingName(u"team"_s);
     QCOMPARE(argvOf(sandbox),
              launcher + QByteArrayList{"--template=OrganizationName:com.example"} + groupHome
                  + groupShared + closedTrees + command);
@@ -203,7 +204,7 @@ void TestFirejail::bindsASharingGroupWithoutAnApplication()
 void TestFirejail::ignoresASharingGroupWithoutAnOrganization()
 {
     Firejail sandbox;
-    sandbox.setSharingName(QStringLiteral("team"));
+    sandbox.setSharingName(u"team"_s);
     QCOMPARE(argvOf(sandbox), launcher + closedTrees + command);
 }
 
@@ -217,22 +218,22 @@ void TestFirejail::opensTheDirectoriesNamedByADesktopFile_data()
                                      "--whitelist=${HOME}/.config/notes",
                                      "--whitelist=${HOME}/.cache/notes"};
     QTest::newRow("installed")
-        << QStringLiteral("/usr/share/applications/notes.desktop") << false
+        << u"/usr/share/applications/notes.desktop"_s << false
         << QByteArrayList{"--whitelist=/usr/share/applications/notes.desktop"} + directories;
     QTest::newRow("below /etc, where everything can be read")
-        << QStringLiteral("/etc/xdg/notes.desktop") << false << directories;
-    QTest::newRow("beside /etc") << QStringLiteral("/etcetera/notes.desktop") << false
+        << u"/etc/xdg/notes.desktop"_s << false << directories;
+    QTest::newRow("beside /etc") << u"/etcetera/notes.desktop"_s << false
                                  << QByteArrayList{"--whitelist=/etcetera/notes.desktop"}
             + directories;
     QTest::newRow("only the last extension is dropped")
-        << QStringLiteral("/etc/org.example.notes.desktop") << false
+        << u"/etc/org.example.notes.desktop"_s << false
         << QByteArrayList{"--whitelist=${HOME}/.local/share/org.example.notes",
                           "--whitelist=${HOME}/.config/org.example.notes",
                           "--whitelist=${HOME}/.cache/org.example.notes"};
-    QTest::newRow("homeless") << QStringLiteral("/usr/share/applications/notes.desktop") << true
+    QTest::newRow("homeless") << u"/usr/share/applications/notes.desktop"_s << true
                               << QByteArrayList{
                                      "--whitelist=/usr/share/applications/notes.desktop"};
-    QTest::newRow("no base name") << QStringLiteral("/etc/.desktop") << false << QByteArrayList();
+    QTest::newRow("no base name") << u"/etc/.desktop"_s << false << QByteArrayList();
     QTest::newRow("none") << QString() << false << QByteArrayList();
 }
 
@@ -251,14 +252,14 @@ void TestFirejail::ordersAllOptions()
 {
     Firejail sandbox;
     name(sandbox, "com.example", "Notes");
-    sandbox.setProfiles({QStringLiteral("/one.profile"), QStringLiteral("/two.profile")});
-    sandbox.setSharingName(QStringLiteral("team"));
-    sandbox.setSecondaryExecutable(QStringLiteral("/usr/libexec/helper"));
-    sandbox.setDesktopFile(QStringLiteral("/usr/share/applications/notes.desktop"));
-    sandbox.setExtraOptions({QStringLiteral("--seccomp"), QStringLiteral("--env=A=ü b")});
+    sandbox.setProfiles({u"/one.profile"_s, u"/two.profile"_s});
+    sandbox.setSharingName(u"team"_s);
+    sandbox.setSecondaryExecutable(u"/usr/libexec/helper"_s);
+    sandbox.setDesktopFile(u"/usr/share/applications/notes.desktop"_s);
+    sandbox.setExtraOptions({u"--seccomp"_s, u"--env=A=ü b"_s});
     sandbox.setKeepFds({3, 4, 12});
-    sandbox.setDataName(QStringLiteral("notes-data"));
-    sandbox.setOwnedUserBusName(QStringLiteral("com.example.Own"));
+    sandbox.setDataName(u"notes-data"_s);
+    sandbox.setOwnedUserBusName(u"com.example.Own"_s);
     sandbox.setLegacy(true);
     sandbox.setDebug(true);
 
@@ -293,13 +294,12 @@ void TestFirejail::listsEveryProgramOnce_data()
     QTest::addColumn<QByteArrayList>("options");
     const QByteArray first = "--private-bin=true";
     QTest::newRow("no other program") << QString() << QByteArrayList{first};
-    QTest::newRow("the same path") << QStringLiteral("/bin/true") << QByteArrayList{first};
-    QTest::newRow("the same name elsewhere")
-        << QStringLiteral("/usr/libexec/x/true") << QByteArrayList{first};
-    QTest::newRow("another name") << QStringLiteral("/bin/worker")
+    QTest::newRow("the same path") << u"/bin/true"_s << QByteArrayList{first};
+    QTest::newRow("the same name elsewhere") << u"/usr/libexec/x/true"_s << QByteArrayList{first};
+    QTest::newRow("another name") << u"/bin/worker"_s
                                   << QByteArrayList{first, "--private-bin=worker"};
     QTest::newRow("without a directory")
-        << QStringLiteral("worker") << QByteArrayList{first, "--private-bin=worker"};
+        << u"worker"_s << QByteArrayList{first, "--private-bin=worker"};
 }
 
 void TestFirejail::listsEveryProgramOnce()

@@ -3,6 +3,7 @@
 #include "service/Core/firejail.h"
 #include "service/Core/firejail_p.h"
 #include "support/collected_findings.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -100,7 +101,7 @@ Error TestFirejailLookups::errorOf(const Firejail &sandbox, const QString &progr
 {
     const auto result = sandbox.computeArgv({program.toUtf8(), "argument"}, {});
     if (result.second && !result.first.isEmpty())
-        return {Error::Failed, QStringLiteral("an error and a vector")};
+        return {Error::Failed, u"an error and a vector"_s};
     return result.second;
 }
 
@@ -114,9 +115,9 @@ Error TestFirejailLookups::errorOf(const Firejail &sandbox, const QString &progr
 void TestFirejailLookups::refusesAnEmptyArgumentList()
 {
     Firejail sandbox;
-    sandbox.setProfiles({QStringLiteral("unknown")});
-    const auto result = sandbox.computeArgv({}, {QStringLiteral("Unknown")});
-    COMPARE_INVALID(result.second, QStringLiteral("Empty argument list"));
+    sandbox.setProfiles({u"unknown"_s});
+    const auto result = sandbox.computeArgv({}, {u"Unknown"_s});
+    COMPARE_INVALID(result.second, u"Empty argument list"_s);
     QCOMPARE(result.first, QByteArrayList());
 }
 
@@ -124,11 +125,11 @@ void TestFirejailLookups::refusesARelativeProgram_data()
 {
     QTest::addColumn<QString>("program");
     QTest::addColumn<bool>("componentTests");
-    QTest::newRow("a name") << QStringLiteral("sleep") << false;
-    QTest::newRow("a name under component tests") << QStringLiteral("sleep") << true;
-    QTest::newRow("a relative path") << QStringLiteral("bin/true") << false;
+    QTest::newRow("a name") << u"sleep"_s << false;
+    QTest::newRow("a name under component tests") << u"sleep"_s << true;
+    QTest::newRow("a relative path") << u"bin/true"_s << false;
     QTest::newRow("nothing") << QString() << false;
-    QTest::newRow("a blank first") << QStringLiteral(" /bin/true") << false;
+    QTest::newRow("a blank first") << u" /bin/true"_s << false;
 }
 
 void TestFirejailLookups::refusesARelativeProgram()
@@ -140,8 +141,7 @@ void TestFirejailLookups::refusesARelativeProgram()
     const auto restore = qScopeGuard([] { qunsetenv("ORVANE_COMPONENT_TESTS"); });
     Firejail sandbox;
     sandbox.setLegacy(true);
-    COMPARE_INVALID(errorOf(sandbox, program),
-                    program + QStringLiteral(" is not an absolute path"));
+    COMPARE_INVALID(errorOf(sandbox, program), program + u" is not an absolute path"_s);
 }
 
 void TestFirejailLookups::checksNothingButThePathUnderComponentTests_data()
@@ -170,15 +170,14 @@ void TestFirejailLookups::requiresALegacyProgramInUsrBin_data()
 {
     QTest::addColumn<QString>("program");
     QTest::addColumn<QString>("message");
-    const QString elsewhere = QStringLiteral("Legacy apps must be in: /usr/bin");
-    QTest::newRow("in /usr/bin") << QStringLiteral("/usr/bin/true") << QString();
-    QTest::newRow("in /bin") << QStringLiteral("/bin/true") << elsewhere;
-    QTest::newRow("below /usr/bin") << QStringLiteral("/usr/bin/x/true") << elsewhere;
-    QTest::newRow("with two slashes") << QStringLiteral("/usr/bin//true") << elsewhere;
-    QTest::newRow("beside /usr/bin") << QStringLiteral("/usr/binary") << elsewhere;
-    QTest::newRow("missing, elsewhere") << QStringLiteral("/nowhere/true") << elsewhere;
-    QTest::newRow("the directory itself")
-        << QStringLiteral("/usr/bin/") << QStringLiteral("/usr/bin/ is not an ELF binary");
+    const QString elsewhere = u"Legacy apps must be in: /usr/bin"_s;
+    QTest::newRow("in /usr/bin") << u"/usr/bin/true"_s << QString();
+    QTest::newRow("in /bin") << u"/bin/true"_s << elsewhere;
+    QTest::newRow("below /usr/bin") << u"/usr/bin/x/true"_s << elsewhere;
+    QTest::newRow("with two slashes") << u"/usr/bin//true"_s << elsewhere;
+    QTest::newRow("beside /usr/bin") << u"/usr/binary"_s << elsewhere;
+    QTest::newRow("missing, elsewhere") << u"/nowhere/true"_s << elsewhere;
+    QTest::newRow("the directory itself") << u"/usr/bin/"_s << u"/usr/bin/ is not an ELF binary"_s;
 }
 
 void TestFirejailLookups::requiresALegacyProgramInUsrBin()
@@ -195,9 +194,9 @@ void TestFirejailLookups::requiresALegacyProgramInUsrBin()
 void TestFirejailLookups::requiresAnExecutableFile_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("a file without the permission") << QStringLiteral("plain");
-    QTest::newRow("nothing there") << QStringLiteral("missing");
-    QTest::newRow("a link to nothing") << QStringLiteral("dangling");
+    QTest::newRow("a file without the permission") << u"plain"_s;
+    QTest::newRow("nothing there") << u"missing"_s;
+    QTest::newRow("a link to nothing") << u"dangling"_s;
 }
 
 void TestFirejailLookups::requiresAnExecutableFile()
@@ -206,18 +205,17 @@ void TestFirejailLookups::requiresAnExecutableFile()
     makeFile(path("plain"), "\177ELF and so on");
     QVERIFY(QFile::link(path("nowhere"), path("dangling")));
     const QString program = m_root->filePath(name);
-    COMPARE_INVALID(errorOf(Firejail(), program), program + QStringLiteral(" is not executable"));
+    COMPARE_INVALID(errorOf(Firejail(), program), program + u" is not executable"_s);
 }
 
 void TestFirejailLookups::acceptsOnlyAFileAsABinary()
 {
-    QVERIFY(QDir(m_root->path()).mkdir(QStringLiteral("directory")));
+    QVERIFY(QDir(m_root->path()).mkdir(u"directory"_s));
     // It has no writer, so opening it would block.
     QCOMPARE(::mkfifo(QFile::encodeName(path("pipe")).constData(), 0777), 0);
     for (const char *name : {"directory", "pipe"}) {
         const QString program = path(name);
-        COMPARE_INVALID(errorOf(Firejail(), program),
-                        program + QStringLiteral(" is not an ELF binary"));
+        COMPARE_INVALID(errorOf(Firejail(), program), program + u" is not an ELF binary"_s);
     }
 }
 
@@ -243,15 +241,14 @@ void TestFirejailLookups::requiresAnElfBinary()
     if (isElf)
         QCOMPARE(error.message(), QString());
     else
-        COMPARE_INVALID(error, path("program") + QStringLiteral(" is not an ELF binary"));
+        COMPARE_INVALID(error, path("program") + u" is not an ELF binary"_s);
 }
 
 void TestFirejailLookups::findsTheProgramBelowTheRootDirectory()
 {
     Firejail sandbox;
     sandbox.setRootDirectory(m_root->path());
-    COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/bin/true")),
-                    QStringLiteral("/bin/true is not executable"));
+    COMPARE_INVALID(errorOf(sandbox, u"/bin/true"_s), u"/bin/true is not executable"_s);
 
     makeFile(path("opt/worker"), "\177ELF", true);
     const auto result = sandbox.computeArgv({"/opt/worker", "-v"}, {});
@@ -268,8 +265,7 @@ void TestFirejailLookups::checksProgramsBelowTheirRootAndNamesThemWithoutIt()
     Firejail sandbox;
     sandbox.setPlaces(Places::below(m_root->path()));
     // /bin/true exists on this system, but not below the root.
-    COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/bin/true")),
-                    QStringLiteral("/bin/true is not executable"));
+    COMPARE_INVALID(errorOf(sandbox, u"/bin/true"_s), u"/bin/true is not executable"_s);
     makeFile(path("opt/worker"), "\177ELF", true);
     const auto result = sandbox.computeArgv({"/opt/worker"}, {});
     QCOMPARE(result.second.message(), QString());
@@ -282,13 +278,12 @@ void TestFirejailLookups::checksTheTargetOfALinkBelowTheRoot()
     Firejail sandbox;
     sandbox.setPlaces(Places::below(m_root->path()));
     makeFile(path("opt/worker"), "#!/bin/sh\n", true);
-    QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("usr/bin")));
+    QVERIFY(QDir(m_root->path()).mkpath(u"usr/bin"_s));
     // On this system the same path leads to a binary.
-    QVERIFY(QFile::link(QStringLiteral("/bin/true"), path("usr/bin/tool")));
-    COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/usr/bin/tool")),
-                    QStringLiteral("/usr/bin/tool is not executable"));
+    QVERIFY(QFile::link(u"/bin/true"_s, path("usr/bin/tool")));
+    COMPARE_INVALID(errorOf(sandbox, u"/usr/bin/tool"_s), u"/usr/bin/tool is not executable"_s);
     makeFile(path("bin/true"), "\177ELF", true);
-    QCOMPARE(errorOf(sandbox, QStringLiteral("/usr/bin/tool")).message(), QString());
+    QCOMPARE(errorOf(sandbox, u"/usr/bin/tool"_s).message(), QString());
 }
 
 void TestFirejailLookups::checksNoProgramsWhenThePlacesSayNotTo()
@@ -303,8 +298,7 @@ void TestFirejailLookups::checksNoProgramsWhenThePlacesSayNotTo()
     sandbox.setPlaces(places);
     qputenv("ORVANE_COMPONENT_TESTS", "1");
     const auto restore = qScopeGuard([] { qunsetenv("ORVANE_COMPONENT_TESTS"); });
-    COMPARE_INVALID(errorOf(sandbox, path("missing")),
-                    path("missing") + QStringLiteral(" is not executable"));
+    COMPARE_INVALID(errorOf(sandbox, path("missing")), path("missing") + u" is not executable"_s);
 }
 
 void TestFirejailLookups::findsPermissionsBelowTheRootAndNamesThemWithoutIt()
@@ -313,7 +307,7 @@ void TestFirejailLookups::findsPermissionsBelowTheRootAndNamesThemWithoutIt()
     sandbox.setPlaces(Places::below(m_root->path()));
     makeFile(path("bin/true"), "\177ELF", true);
     makeFile(path("var/lib/sailjail/permissions/Audio.permission"), "");
-    const auto result = sandbox.computeArgv({"/bin/true"}, {QStringLiteral("Audio")});
+    const auto result = sandbox.computeArgv({"/bin/true"}, {u"Audio"_s});
     QCOMPARE(result.first.mid(7),
              (QByteArrayList{"--profile=/var/lib/sailjail/permissions/Audio.permission", "--",
                              "/bin/true"}));
@@ -325,25 +319,23 @@ void TestFirejailLookups::reportsAnUnknownPermissionByItsRule()
     makeFile(path("Audio.permission"), "");
     Places places;
     places.permissionFolders = QStringList{m_root->path() + QLatin1Char('/')};
-    const auto words = Core::permissionWords({QStringLiteral("Audio"), QStringLiteral("Video")},
-                                             places, collected);
+    const auto words = Core::permissionWords({u"Audio"_s, u"Video"_s}, places, collected);
     QCOMPARE(words.size(), 1);
-    QCOMPARE(words.constFirst().permission, QStringLiteral("Audio"));
+    QCOMPARE(words.constFirst().permission, u"Audio"_s);
     QCOMPARE(words.constFirst().file, path("Audio.permission"));
     QCOMPARE(collected.all.size(), 1);
-    QCOMPARE(collected.all.constFirst().rule, QStringLiteral("unknown-permission"));
-    QCOMPARE(collected.all.constFirst().key, QStringLiteral("Video"));
-    QCOMPARE(collected.all.constFirst().text, QStringLiteral("Unknown permission \"Video\""));
+    QCOMPARE(collected.all.constFirst().rule, u"unknown-permission"_s);
+    QCOMPARE(collected.all.constFirst().key, u"Video"_s);
+    QCOMPARE(collected.all.constFirst().text, u"Unknown permission \"Video\""_s);
 }
 
 void TestFirejailLookups::findsAProfileBelowTheRootDirectory()
 {
     FirejailPrivate sandbox;
     sandbox.rootDirectory = m_root->path();
-    QCOMPARE(sandbox.profilePath(QStringLiteral("Known")), QString());
+    QCOMPARE(sandbox.profilePath(u"Known"_s), QString());
     makeFile(path("etc/sailjail/permissions/Known.profile"), "");
-    QCOMPARE(sandbox.profilePath(QStringLiteral("Known")),
-             path("etc/sailjail/permissions/Known.profile"));
+    QCOMPARE(sandbox.profilePath(u"Known"_s), path("etc/sailjail/permissions/Known.profile"));
 }
 
 void TestFirejailLookups::keepsProfilesInOrder()
@@ -353,8 +345,7 @@ void TestFirejailLookups::keepsProfilesInOrder()
     makeFile(path("etc/sailjail/permissions/A.profile"), "");
     Firejail sandbox;
     sandbox.setRootDirectory(m_root->path());
-    sandbox.setProfiles({QStringLiteral("B"), QStringLiteral("/not/looked/at"), QStringLiteral("A"),
-                         QStringLiteral("B")});
+    sandbox.setProfiles({u"B"_s, u"/not/looked/at"_s, u"A"_s, u"B"_s});
     const QByteArray directory = m_root->path().toUtf8() + "/etc/sailjail/permissions/";
     QCOMPARE(sandbox.computeArgv({"/bin/true"}, {}).first.mid(7),
              (QByteArrayList{"--profile=" + directory + "B.profile", "--profile=/not/looked/at",
@@ -365,17 +356,15 @@ void TestFirejailLookups::keepsProfilesInOrder()
 void TestFirejailLookups::refusesAnUnknownProfile()
 {
     Firejail sandbox;
-    sandbox.setProfiles({QStringLiteral("/a/path"), QStringLiteral("no-such-profile")});
-    COMPARE_INVALID(errorOf(sandbox, QStringLiteral("/bin/true")),
-                    QStringLiteral("Unknown profile no-such-profile"));
+    sandbox.setProfiles({u"/a/path"_s, u"no-such-profile"_s});
+    COMPARE_INVALID(errorOf(sandbox, u"/bin/true"_s), u"Unknown profile no-such-profile"_s);
 }
 
 void TestFirejailLookups::leavesOutAnUnknownPermission()
 {
     QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"no-such-permission\"");
     QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"\"");
-    const auto result =
-        Firejail().computeArgv({"/bin/true"}, {QStringLiteral("no-such-permission"), QString()});
+    const auto result = Firejail().computeArgv({"/bin/true"}, {u"no-such-permission"_s, QString()});
     QCOMPARE(result.second.message(), QString());
     QCOMPARE(result.first.mid(6),
              (QByteArrayList{"--blacklist=/usr/share/common/empty", "--", "/bin/true"}));
@@ -386,8 +375,7 @@ void TestFirejailLookups::keepsKnownPermissionsInOrder()
     makeFile(path("Camera.permission"), "");
     makeFile(path("Audio.permission"), "");
     QTest::ignoreMessage(QtWarningMsg, "Unknown permission \"Missing\"");
-    const QStringList asked{QStringLiteral("Camera"), QStringLiteral("Missing"),
-                            QStringLiteral("Audio"), QStringLiteral("Camera")};
+    const QStringList asked{u"Camera"_s, u"Missing"_s, u"Audio"_s, u"Camera"_s};
     const QByteArray directory = m_root->path().toUtf8();
     QCOMPARE(permissionOptions(asked, {m_root->path() + QLatin1Char('/')}),
              (QByteArrayList{"--profile=" + directory + "/Camera.permission",
@@ -398,12 +386,12 @@ void TestFirejailLookups::keepsKnownPermissionsInOrder()
 void TestFirejailLookups::leavesOutAPermissionThatIsSpecialInAUnit_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("a blank") << QStringLiteral("Audio --noprofile");
-    QTest::newRow("a double quote") << QStringLiteral("Au\"dio");
-    QTest::newRow("a single quote") << QStringLiteral("Au'dio");
-    QTest::newRow("a backslash") << QStringLiteral("Au\\x2fdio");
-    QTest::newRow("a dollar") << QStringLiteral("${HOME}");
-    QTest::newRow("a percent sign") << QStringLiteral("%n");
+    QTest::newRow("a blank") << u"Audio --noprofile"_s;
+    QTest::newRow("a double quote") << u"Au\"dio"_s;
+    QTest::newRow("a single quote") << u"Au'dio"_s;
+    QTest::newRow("a backslash") << u"Au\\x2fdio"_s;
+    QTest::newRow("a dollar") << u"${HOME}"_s;
+    QTest::newRow("a percent sign") << u"%n"_s;
 }
 
 void TestFirejailLookups::leavesOutAPermissionThatIsSpecialInAUnit()
@@ -411,9 +399,9 @@ void TestFirejailLookups::leavesOutAPermissionThatIsSpecialInAUnit()
     QFETCH(QString, name);
     makeFile(m_root->filePath(name + QLatin1String(".permission")), "");
     makeFile(path("Audio.permission"), "");
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Unknown permission ")));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Unknown permission "_s));
     const QString directory = m_root->path() + QLatin1Char('/');
-    QCOMPARE(permissionOptions({name, QStringLiteral("Audio")}, {directory}),
+    QCOMPARE(permissionOptions({name, u"Audio"_s}, {directory}),
              QByteArrayList{"--profile=" + directory.toUtf8() + "Audio.permission"});
 }
 
@@ -421,7 +409,7 @@ void TestFirejailLookups::prefersTheFirstPermissionDirectory()
 {
     const QString first = path("first/");
     const QString second = path("second/");
-    const QString name = QStringLiteral("Audio");
+    const QString name = u"Audio"_s;
     QCOMPARE(Core::permissionPath(name, {first, second}), QString());
     makeFile(path("second/Audio.permission"), "");
     QCOMPARE(Core::permissionPath(name, {first, second}), path("second/Audio.permission"));
@@ -433,13 +421,12 @@ void TestFirejailLookups::findsNoPermissionWithoutItsExtension()
 {
     makeFile(path("Audio"), "");
     makeFile(path("Audio.profile"), "");
-    QCOMPARE(Core::permissionPath(QStringLiteral("Audio"), {m_root->path() + QLatin1Char('/')}),
-             QString());
+    QCOMPARE(Core::permissionPath(u"Audio"_s, {m_root->path() + QLatin1Char('/')}), QString());
 }
 
 void TestFirejailLookups::usesThePlacesOfTheProcessByDefault()
 {
-    const QString program = QStringLiteral("/nowhere/program");
+    const QString program = u"/nowhere/program"_s;
     QVERIFY(errorOf(Firejail(), program));
     Places places = Places::ofEnvironment();
     places.programsAreExamined = false;

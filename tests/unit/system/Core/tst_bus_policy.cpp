@@ -1,6 +1,7 @@
 #include "common/places.h"
 #include "plan/policy_text.h"
 #include "plan/task_names.h"
+#include "support/literals.h"
 #include "system/Core/task_manager_p.h"
 
 #include <QDir>
@@ -20,14 +21,10 @@ using Core::TaskManagerPrivate;
 
 namespace {
 
-const QString busName = QStringLiteral("com.example.Notes.Sync");
-const QString user = QStringLiteral("nobody");
+const QString busName = u"com.example.Notes.Sync"_s;
+const QString user = u"nobody"_s;
 
-ApplicationTaskId task()
-{
-    return {ApplicationId(QStringLiteral("com.example"), QStringLiteral("Notes")),
-            QStringLiteral("sync")};
-}
+ApplicationTaskId task() { return {ApplicationId(u"com.example"_s, u"Notes"_s), u"sync"_s}; }
 
 QString policyPath() { return Core::policyFilePath(Places::ofEnvironment(), task().toString()); }
 
@@ -62,7 +59,7 @@ QStringList attributesOf(const QByteArray &text)
     while (!reader.atEnd()) {
         reader.readNext();
         for (const QXmlStreamAttribute &attribute : reader.attributes())
-            found << QStringLiteral("%1=%2").arg(attribute.name(), attribute.value());
+            found << u"%1=%2"_s.arg(attribute.name(), attribute.value());
     }
     if (reader.hasError())
         found << reader.errorString();
@@ -110,9 +107,8 @@ void TestBusPolicy::cleanup()
 
 void TestBusPolicy::expectWarning() const
 {
-    const QString text = QStringLiteral("Could not create file: \"%1/etc/dbus-1/system.d/"
-                                        "com.example.Notes.task_sync.conf\"")
-                             .arg(m_root->path());
+    const QString text = u"Could not create file: \"%1/etc/dbus-1/system.d/"
+                         "com.example.Notes.task_sync.conf\""_s.arg(m_root->path());
     QTest::ignoreMessage(QtWarningMsg, text.toUtf8().constData());
 }
 
@@ -126,11 +122,10 @@ void TestBusPolicy::putsTheSameValuesBackOutOfXml_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("owner");
     QTest::newRow("plain") << busName << user;
-    QTest::newRow("signs of XML") << QStringLiteral("a<b>&\"c") << QStringLiteral("<&amp;\">");
-    QTest::newRow("beyond ASCII") << QStringLiteral("ü.ö") << QStringLiteral("jürgen");
-    QTest::newRow("a placeholder in the bus name")
-        << QStringLiteral("com.%2.%1") << QStringLiteral("jane");
-    QTest::newRow("a placeholder in the user") << busName << QStringLiteral("%1%2");
+    QTest::newRow("signs of XML") << u"a<b>&\"c"_s << u"<&amp;\">"_s;
+    QTest::newRow("beyond ASCII") << u"ü.ö"_s << u"jürgen"_s;
+    QTest::newRow("a placeholder in the bus name") << u"com.%2.%1"_s << u"jane"_s;
+    QTest::newRow("a placeholder in the user") << busName << u"%1%2"_s;
 }
 
 void TestBusPolicy::putsTheSameValuesBackOutOfXml()
@@ -138,14 +133,13 @@ void TestBusPolicy::putsTheSameValuesBackOutOfXml()
     QFETCH(QString, name);
     QFETCH(QString, owner);
     QCOMPARE(attributesOf(Core::policyText(name, owner)),
-             (QStringList{QStringLiteral("user=") + owner, QStringLiteral("own=") + name,
-                          QStringLiteral("context=default"),
-                          QStringLiteral("send_destination=") + name}));
+             (QStringList{u"user="_s + owner, u"own="_s + name, u"context=default"_s,
+                          u"send_destination="_s + name}));
 }
 
 void TestBusPolicy::addsNoRuleThatAValueSpells()
 {
-    const QString rule = QStringLiteral("x\"/><allow own=\"org.freedesktop.systemd1");
+    const QString rule = u"x\"/><allow own=\"org.freedesktop.systemd1"_s;
     const QByteArray text = Core::policyText(rule, user);
     QCOMPARE(text.count("<allow"), 2);
     QCOMPARE(text.count("own=\"x&quot;/&gt;&lt;allow own=&quot;org.freedesktop.systemd1\"/>"), 1);
@@ -155,7 +149,7 @@ void TestBusPolicy::writesThePolicyAndItsDirectories()
 {
     QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
     const QString path =
-        m_root->filePath(QStringLiteral("etc/dbus-1/system.d/com.example.Notes.task_sync.conf"));
+        m_root->filePath(u"etc/dbus-1/system.d/com.example.Notes.task_sync.conf"_s);
     QCOMPARE(contentOf(path), typicalText());
 }
 
@@ -172,15 +166,15 @@ void TestBusPolicy::writesAPolicyThatTheBusCanRead()
 
 void TestBusPolicy::replacesAnOldPolicy()
 {
-    QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), QStringLiteral("a.much.longer.bus.name"),
-                                                QStringLiteral("another-user")));
+    QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), u"a.much.longer.bus.name"_s,
+                                                u"another-user"_s));
     QVERIFY(TaskManagerPrivate::writeDBusPolicy(task(), busName, user));
     QCOMPARE(contentOf(policyPath()), typicalText());
 }
 
 void TestBusPolicy::warnsWhenTheDirectoryCannotBeMade()
 {
-    QFile blocker(m_root->filePath(QStringLiteral("etc")));
+    QFile blocker(m_root->filePath(u"etc"_s));
     QVERIFY(blocker.open(QIODevice::WriteOnly));
     expectWarning();
     QVERIFY(!TaskManagerPrivate::writeDBusPolicy(task(), busName, user));

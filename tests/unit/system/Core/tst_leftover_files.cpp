@@ -1,6 +1,7 @@
 #include "common/atomic_file.h"
 #include "common/places.h"
 #include "plan/policy_text.h"
+#include "support/literals.h"
 #include "support/root_places.h"
 #include "system/Core/leftover_files.h"
 
@@ -13,15 +14,12 @@ using Core::LeftoverFiles;
 
 namespace {
 
-const QString task = QStringLiteral("com.example.Notes.task_sync");
-const QString unit = QStringLiteral("ov_task.com.example.Notes.task_sync.service");
+const QString task = u"com.example.Notes.task_sync"_s;
+const QString unit = u"ov_task.com.example.Notes.task_sync.service"_s;
 
-QByteArray ownText()
-{
-    return Core::policyText(QStringLiteral("com.example.Notes.Sync"), QStringLiteral("appuser"));
-}
+QByteArray ownText() { return Core::policyText(u"com.example.Notes.Sync"_s, u"appuser"_s); }
 
-QString settings(const QString &below) { return QStringLiteral("/var/lib/am/apps/") + below; }
+QString settings(const QString &below) { return u"/var/lib/am/apps/"_s + below; }
 
 } // namespace
 
@@ -55,7 +53,7 @@ private:
     [[nodiscard]] Places places() const
     {
         Places places = placesOf(*m_root);
-        places.recordsFile = m_root->path(QStringLiteral("/run/orvane/applications.records"));
+        places.recordsFile = m_root->path(u"/run/orvane/applications.records"_s);
         return places;
     }
 
@@ -70,9 +68,9 @@ void TestLeftoverFiles::removesAPolicyWithoutAUnit_data()
 {
     QTest::addColumn<QString>("busName");
     QTest::addColumn<QString>("user");
-    QTest::newRow("plain") << QStringLiteral("a.b.C") << QStringLiteral("appuser");
-    QTest::newRow("escaped") << QStringLiteral("a<b&\"c") << QStringLiteral("o'user>");
-    QTest::newRow("a placeholder") << QStringLiteral("a.%2.b") << QStringLiteral("%1");
+    QTest::newRow("plain") << u"a.b.C"_s << u"appuser"_s;
+    QTest::newRow("escaped") << u"a<b&\"c"_s << u"o'user>"_s;
+    QTest::newRow("a placeholder") << u"a.%2.b"_s << u"%1"_s;
 }
 
 void TestLeftoverFiles::removesAPolicyWithoutAUnit()
@@ -80,11 +78,11 @@ void TestLeftoverFiles::removesAPolicyWithoutAUnit()
     QFETCH(QString, busName);
     QFETCH(QString, user);
     m_root->write(policy(), Core::policyText(busName, user));
-    QTest::ignoreMessage(QtInfoMsg,
-                         QStringLiteral("Removed a bus policy without a unit: \"%1\"")
-                             .arg(m_root->path(policy()))
-                             .toUtf8()
-                             .constData());
+    QTest::ignoreMessage(
+        QtInfoMsg,
+        u"Removed a bus policy without a unit: \"%1\""_s.arg(m_root->path(policy()))
+            .toUtf8()
+            .constData());
     QVERIFY(removesPolicies());
     QVERIFY(!m_root->exists(policy()));
     QVERIFY(!removesPolicies());
@@ -94,8 +92,8 @@ void TestLeftoverFiles::keepsAPolicyThatATaskAccountsFor_data()
 {
     QTest::addColumn<QString>("unitFile");
     QTest::addColumn<QSet<QString>>("live");
-    QTest::newRow("its unit is there") << QStringLiteral("a file") << QSet<QString>();
-    QTest::newRow("its unit is masked") << QStringLiteral("a link") << QSet<QString>();
+    QTest::newRow("its unit is there") << u"a file"_s << QSet<QString>();
+    QTest::newRow("its unit is masked") << u"a link"_s << QSet<QString>();
     QTest::newRow("its unit runs") << QString() << QSet<QString>{unit};
 }
 
@@ -107,7 +105,7 @@ void TestLeftoverFiles::keepsAPolicyThatATaskAccountsFor()
     if (unitFile == QLatin1String("a file"))
         m_root->write(m_root->unitFile(task), "x");
     if (unitFile == QLatin1String("a link"))
-        QVERIFY(QFile::link(QStringLiteral("/nowhere"), m_root->path(m_root->unitFile(task))));
+        QVERIFY(QFile::link(u"/nowhere"_s, m_root->path(m_root->unitFile(task))));
     QVERIFY(!removesPolicies(live));
     QVERIFY(m_root->exists(policy()));
 }
@@ -116,8 +114,8 @@ void TestLeftoverFiles::keepsPoliciesOfOthers_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("text");
-    QTest::newRow("a name that is no task") << QStringLiteral("com.example.Notes") << ownText();
-    QTest::newRow("another suffix") << task + QStringLiteral(".conf.dpkg-new") << ownText();
+    QTest::newRow("a name that is no task") << u"com.example.Notes"_s << ownText();
+    QTest::newRow("another suffix") << task + u".conf.dpkg-new"_s << ownText();
     QTest::newRow("nothing in it") << task << QByteArray();
     QTest::newRow("a line more") << task << ownText() + "<!-- mine -->\n";
     QTest::newRow("another rule") << task << ownText().replace("allow send", "deny send");
@@ -140,9 +138,9 @@ void TestLeftoverFiles::keepsPoliciesOfOthers()
 
 void TestLeftoverFiles::keepsWhatIsNoPolicyFile()
 {
-    const QString linked = QStringLiteral("/elsewhere/policy");
+    const QString linked = u"/elsewhere/policy"_s;
     m_root->write(linked, ownText());
-    m_root->write(m_root->policyFile(QStringLiteral("a.b.task_c")) + QStringLiteral("/x"), "x");
+    m_root->write(m_root->policyFile(u"a.b.task_c"_s) + u"/x"_s, "x");
     QVERIFY(QFile::link(m_root->path(linked), m_root->path(policy())));
     QVERIFY(!removesPolicies());
     QVERIFY(QFileInfo(m_root->path(policy())).isSymLink());
@@ -161,25 +159,23 @@ void TestLeftoverFiles::keepsAPolicyThatIsBeingWritten()
 void TestLeftoverFiles::removesUnfinishedFilesWhereverTheDaemonWrites_data()
 {
     QTest::addColumn<QString>("folder");
-    QTest::newRow("units") << QStringLiteral("/etc/systemd/system/");
-    QTest::newRow("policies") << QStringLiteral("/etc/dbus-1/system.d/");
-    QTest::newRow("autostart settings") << settings(QStringLiteral("com.example.Notes/"));
-    QTest::newRow("mimeapps.list") << QStringLiteral("/home/config/");
-    QTest::newRow("saved registrations") << QStringLiteral("/run/orvane/");
+    QTest::newRow("units") << u"/etc/systemd/system/"_s;
+    QTest::newRow("policies") << u"/etc/dbus-1/system.d/"_s;
+    QTest::newRow("autostart settings") << settings(u"com.example.Notes/"_s);
+    QTest::newRow("mimeapps.list") << u"/home/config/"_s;
+    QTest::newRow("saved registrations") << u"/run/orvane/"_s;
 }
 
 void TestLeftoverFiles::removesUnfinishedFilesWhereverTheDaemonWrites()
 {
     QFETCH(QString, folder);
-    const QString leftover = folder + QStringLiteral(".orvane.aB3xYz");
-    const QString foreign = folder + QStringLiteral(".orvane.longer.name");
+    const QString leftover = folder + u".orvane.aB3xYz"_s;
+    const QString foreign = folder + u".orvane.longer.name"_s;
     m_root->write(leftover, "[Unit]\nDescr");
     m_root->write(foreign, "x");
-    QTest::ignoreMessage(QtInfoMsg,
-                         QStringLiteral("Removed an unfinished file: \"%1\"")
-                             .arg(m_root->path(leftover))
-                             .toUtf8()
-                             .constData());
+    QTest::ignoreMessage(
+        QtInfoMsg,
+        u"Removed an unfinished file: \"%1\""_s.arg(m_root->path(leftover)).toUtf8().constData());
     LeftoverFiles(places()).removeUnfinished();
     QVERIFY(!m_root->exists(leftover));
     QVERIFY(m_root->exists(foreign));
@@ -187,45 +183,44 @@ void TestLeftoverFiles::removesUnfinishedFilesWhereverTheDaemonWrites()
 
 void TestLeftoverFiles::keepsAFileThatIsBeingWritten()
 {
-    const QString folder = QStringLiteral("/etc/systemd/system");
+    const QString folder = u"/etc/systemd/system"_s;
     const QDir directory(m_root->path(folder));
-    PreparedFile text(m_root->path(folder + QStringLiteral("/x.service")), "text");
+    PreparedFile text(m_root->path(folder + u"/x.service"_s), "text");
     LeftoverFiles(places()).removeUnfinished();
     QCOMPARE(directory.entryList(QDir::Files | QDir::Hidden).size(), 1);
     QCOMPARE(text.commit(), FileWrite::Written);
-    QCOMPARE(directory.entryList(QDir::Files | QDir::Hidden),
-             QStringList(QStringLiteral("x.service")));
+    QCOMPARE(directory.entryList(QDir::Files | QDir::Hidden), QStringList(u"x.service"_s));
 }
 
 void TestLeftoverFiles::removesEmptyFoldersOfSettings()
 {
-    const QStringList names{QStringLiteral("com.example.Empty"), QStringLiteral("no id")};
+    const QStringList names{u"com.example.Empty"_s, u"no id"_s};
     for (const QString &name : names)
         QVERIFY(QDir().mkpath(m_root->path(settings(name))));
-    m_root->write(settings(QStringLiteral("com.example.Notes/5.conf")), "x");
-    m_root->write(settings(QStringLiteral("com.example.File")), "x");
+    m_root->write(settings(u"com.example.Notes/5.conf"_s), "x");
+    m_root->write(settings(u"com.example.File"_s), "x");
     QVERIFY(QFile::link(m_root->path(settings(names.at(1))),
-                        m_root->path(settings(QStringLiteral("com.example.Link")))));
-    QTest::ignoreMessage(QtInfoMsg,
-                         QStringLiteral("Removed an empty folder: \"%1\"")
-                             .arg(m_root->path(settings(names.at(0))))
-                             .toUtf8()
-                             .constData());
+                        m_root->path(settings(u"com.example.Link"_s))));
+    QTest::ignoreMessage(
+        QtInfoMsg,
+        u"Removed an empty folder: \"%1\""_s.arg(m_root->path(settings(names.at(0))))
+            .toUtf8()
+            .constData());
     LeftoverFiles(places()).removeEmptyFolders();
     QCOMPARE(
         QDir(m_root->path(settings(QString()))).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-        QStringList({QStringLiteral("com.example.File"), QStringLiteral("com.example.Link"),
-                     QStringLiteral("com.example.Notes"), QStringLiteral("no id")}));
+        QStringList(
+            {u"com.example.File"_s, u"com.example.Link"_s, u"com.example.Notes"_s, u"no id"_s}));
 }
 
 void TestLeftoverFiles::hasNothingToDoWithoutFolders()
 {
-    const Places nowhere = Places::below(m_root->path(QStringLiteral("/nowhere")));
+    const Places nowhere = Places::below(m_root->path(u"/nowhere"_s));
     const LeftoverFiles leftovers(nowhere);
     leftovers.removeUnfinished();
     leftovers.removeEmptyFolders();
     QVERIFY(!leftovers.removePolicies({}));
-    QVERIFY(!m_root->exists(QStringLiteral("/nowhere")));
+    QVERIFY(!m_root->exists(u"/nowhere"_s));
 }
 
 QTEST_GUILESS_MAIN(TestLeftoverFiles)

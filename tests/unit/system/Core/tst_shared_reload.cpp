@@ -1,4 +1,5 @@
 #include "fakes/fake_systemd.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 #include "system/Core/shared_reload.h"
 #include "system/Core/systemd_proxy.h"
@@ -29,7 +30,7 @@ private:
     void start(const char *unit) const
     {
         reload->run([this, unit] {
-            systemd->startUnit(QString::fromLatin1(unit), QStringLiteral("replace"),
+            systemd->startUnit(QString::fromLatin1(unit), u"replace"_s,
                                [](const QString &, const Core::Error &) {});
         });
     }
@@ -39,7 +40,7 @@ private:
         QStringList words;
         for (const QDBusMessage &call : qAsConst(fake->calls)) {
             if (call.member() == QLatin1String("Reload"))
-                words.append(QStringLiteral("R"));
+                words.append(u"R"_s);
             else if (call.member() == QLatin1String("StartUnit"))
                 words.append(call.arguments().constFirst().toString());
         }
@@ -57,7 +58,7 @@ void TestSharedReload::initTestCase()
 {
     QVERIFY(bus.start());
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
-    fakeBus = bus.connect(QStringLiteral("systemd"));
+    fakeBus = bus.connect(u"systemd"_s);
 }
 
 void TestSharedReload::init()
@@ -77,62 +78,62 @@ void TestSharedReload::cleanup()
 void TestSharedReload::reloadsForASingleStart()
 {
     start("a");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a"_s, timeoutMs);
 }
 
 void TestSharedReload::sharesTheReloadOfWhatIsAskedMeanwhile()
 {
-    fake->hold(QStringLiteral("Reload"));
+    fake->hold(u"Reload"_s);
     for (const char *unit : {"a", "b", "c", "d"})
         start(unit);
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), timeoutMs);
-    fake->release(QStringLiteral("Reload"));
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b c d"), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a"_s, timeoutMs);
+    fake->release(u"Reload"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a R b c d"_s, timeoutMs);
 }
 
 void TestSharedReload::reloadsAgainForEachThatWaitsItsTurn()
 {
-    fake->hold(QStringLiteral("Reload"));
+    fake->hold(u"Reload"_s);
     start("a");
     start("b");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a"), timeoutMs);
-    fake->release(QStringLiteral("Reload"));
-    fake->hold(QStringLiteral("Reload"));
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a"_s, timeoutMs);
+    fake->release(u"Reload"_s);
+    fake->hold(u"Reload"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a R b"_s, timeoutMs);
     // Its file did not exist when the second reload was requested.
     start("c");
-    fake->release(QStringLiteral("Reload"));
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), timeoutMs);
+    fake->release(u"Reload"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a R b R c"_s, timeoutMs);
 }
 
 void TestSharedReload::continuesWhenTheReloadIsRefused()
 {
-    fake->refuse(QStringLiteral("Reload"), QStringLiteral("org.example.No"), QString());
+    fake->refuse(u"Reload"_s, u"org.example.No"_s, QString());
     start("a");
     start("b");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a R b"_s, timeoutMs);
 }
 
 void TestSharedReload::continuesWhenTheReloadIsNotAnswered()
 {
     reload = std::make_unique<SharedReload>(*systemd, std::chrono::milliseconds(200));
-    fake->hold(QStringLiteral("Reload"));
+    fake->hold(u"Reload"_s);
     start("a");
     start("b");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a R b"_s, timeoutMs);
 }
 
 void TestSharedReload::sendsWhatWaitsWhenTold()
 {
-    fake->hold(QStringLiteral("Reload"));
+    fake->hold(u"Reload"_s);
     reload->sendWaiting();
     start("a");
     start("b");
     reload->sendWaiting();
     start("c");
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b"), timeoutMs);
-    fake->release(QStringLiteral("Reload"));
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringLiteral("R a R b R c"), timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a R b"_s, timeoutMs);
+    fake->release(u"Reload"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), u"R a R b R c"_s, timeoutMs);
 }
 
 QTEST_GUILESS_MAIN(TestSharedReload)

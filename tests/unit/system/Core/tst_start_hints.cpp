@@ -1,4 +1,5 @@
 #include "plan/unit_text.h"
+#include "support/literals.h"
 #include "system/Core/start_hints.h"
 
 #include <QtTest>
@@ -30,12 +31,11 @@ void TestStartHints::convertsValues_data()
     QTest::newRow("true") << QVariant(true) << QByteArray("true");
     QTest::newRow("false") << QVariant(false) << QByteArray("false");
     QTest::newRow("quotes and backslashes stay")
-        << QVariant(QStringLiteral("\"a\" 'b' \\c")) << QByteArray("\"a\" 'b' \\c");
-    QTest::newRow("beyond ASCII") << QVariant(QStringLiteral("ü")) << QByteArray("\xc3\xbc");
+        << QVariant(u"\"a\" 'b' \\c"_s) << QByteArray("\"a\" 'b' \\c");
+    QTest::newRow("beyond ASCII") << QVariant(u"ü"_s) << QByteArray("\xc3\xbc");
     QTest::newRow("empty string") << QVariant(QString()) << QByteArray();
     QTest::newRow("list of strings")
-        << QVariant(QStringList{QStringLiteral("a"), QString(), QStringLiteral("b")})
-        << QByteArray("a  b");
+        << QVariant(QStringList{u"a"_s, QString(), u"b"_s}) << QByteArray("a  b");
     QTest::newRow("empty list") << QVariant(QStringList()) << QByteArray();
 }
 
@@ -43,8 +43,7 @@ void TestStartHints::convertsValues()
 {
     QFETCH(QVariant, value);
     QFETCH(QByteArray, text);
-    const QByteArray unit =
-        Core::unitText(QStringLiteral("a"), Core::unitValuesOf({{QStringLiteral("Key"), value}}));
+    const QByteArray unit = Core::unitText(u"a"_s, Core::unitValuesOf({{u"Key"_s, value}}));
     const QByteArray line = "\n[Service]\nKey=" + text + "\n\n[Install]\n";
     QVERIFY2(unit.endsWith(line), unit.constData());
     if (value.userType() == QMetaType::Int)
@@ -53,28 +52,27 @@ void TestStartHints::convertsValues()
 
 void TestStartHints::readsEveryHint()
 {
-    const QVariantMap groups{{QStringLiteral("Nice"), 5}};
-    const StartRequest request =
-        Core::startRequestOf({{QStringLiteral("Environment"), QStringList{QStringLiteral("A=1")}}},
-                             {{QStringLiteral("User"), QStringLiteral("nobody")},
-                              {QStringLiteral("Homeless"), true},
-                              {QStringLiteral("Autostart"), 2},
-                              {QStringLiteral("DBusService"), QStringLiteral("a.b")},
-                              {QStringLiteral("Permissions"), QStringList{QStringLiteral("Audio")}},
-                              {QStringLiteral("Params"), QStringList{QStringLiteral("-v")}},
-                              {QStringLiteral("Weight"), 7},
-                              {QStringLiteral("CPULimit"), 30},
-                              {QStringLiteral("CGroups"), groups}});
-    QCOMPARE(request.user, QStringLiteral("nobody"));
+    const QVariantMap groups{{u"Nice"_s, 5}};
+    const StartRequest request = Core::startRequestOf({{u"Environment"_s, QStringList{u"A=1"_s}}},
+                                                      {{u"User"_s, u"nobody"_s},
+                                                       {u"Homeless"_s, true},
+                                                       {u"Autostart"_s, 2},
+                                                       {u"DBusService"_s, u"a.b"_s},
+                                                       {u"Permissions"_s, QStringList{u"Audio"_s}},
+                                                       {u"Params"_s, QStringList{u"-v"_s}},
+                                                       {u"Weight"_s, 7},
+                                                       {u"CPULimit"_s, 30},
+                                                       {u"CGroups"_s, groups}});
+    QCOMPARE(request.user, u"nobody"_s);
     QVERIFY(request.homeless);
     QVERIFY(request.atBoot);
-    QCOMPARE(request.busName.value_or(QString()), QStringLiteral("a.b"));
-    QCOMPARE(request.permissions, QStringList{QStringLiteral("Audio")});
-    QCOMPARE(request.params, QStringList{QStringLiteral("-v")});
+    QCOMPARE(request.busName.value_or(QString()), u"a.b"_s);
+    QCOMPARE(request.permissions, QStringList{u"Audio"_s});
+    QCOMPARE(request.params, QStringList{u"-v"_s});
     QCOMPARE(request.weight, 7);
     QCOMPARE(request.cpuLimit, 30);
     QCOMPARE(request.unitSettings, Core::unitValuesOf(groups));
-    QCOMPARE(request.environment, QStringList{QStringLiteral("A=1")});
+    QCOMPARE(request.environment, QStringList{u"A=1"_s});
 }
 
 void TestStartHints::asksForNothingWithoutHints()
@@ -96,7 +94,7 @@ void TestStartHints::startsAtBootForTwoOnly_data()
     QTest::addColumn<bool>("atBoot");
     QTest::newRow("1") << QVariant(1) << false;
     QTest::newRow("2") << QVariant(2) << true;
-    QTest::newRow("2 in text") << QVariant(QStringLiteral("2")) << true;
+    QTest::newRow("2 in text") << QVariant(u"2"_s) << true;
     QTest::newRow("true") << QVariant(true) << false;
 }
 
@@ -104,7 +102,7 @@ void TestStartHints::startsAtBootForTwoOnly()
 {
     QFETCH(QVariant, value);
     QFETCH(bool, atBoot);
-    QCOMPARE(Core::startRequestOf({}, {{QStringLiteral("Autostart"), value}}).atBoot, atBoot);
+    QCOMPARE(Core::startRequestOf({}, {{u"Autostart"_s, value}}).atBoot, atBoot);
 }
 
 QTEST_APPLESS_MAIN(TestStartHints)

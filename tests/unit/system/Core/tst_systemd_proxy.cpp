@@ -1,4 +1,5 @@
 #include "fakes/fake_systemd.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 #include "system/Core/systemd_proxy.h"
 
@@ -30,11 +31,11 @@ private:
     static constexpr int timeoutMs = 30000;
     void stop(const QString &name)
     {
-        proxy->stopUnit(name, QStringLiteral("replace"),
+        proxy->stopUnit(name, u"replace"_s,
                         [this](const QString &, const Core::Error &) { ++answers; });
     }
 
-    const QString unit = QStringLiteral("web-1.service");
+    const QString unit = u"web-1.service"_s;
     PrivateBus bus;
     QDBusConnection fakeBus{QString()};
     std::unique_ptr<FakeSystemd> fake;
@@ -46,7 +47,7 @@ void TestSystemdProxy::initTestCase()
 {
     QVERIFY(bus.start());
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
-    fakeBus = bus.connect(QStringLiteral("systemd"));
+    fakeBus = bus.connect(u"systemd"_s);
 }
 
 void TestSystemdProxy::init()
@@ -72,21 +73,21 @@ void TestSystemdProxy::watchesAUnitOnce()
 void TestSystemdProxy::watchesAStoppingUnitUntilTheAnswer()
 {
     QSignalSpy changes(proxy.get(), &SystemdProxy::unitPropertiesChanged);
-    fake->hold(QStringLiteral("StopUnit"));
+    fake->hold(u"StopUnit"_s);
     stop(unit);
     stop(unit);
     QTRY_COMPARE_WITH_TIMEOUT(fake->calls.size(), 3, timeoutMs);
     fake->emitChange(FakeSystemd::pathOf(unit), {});
     QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, timeoutMs);
     QCOMPARE(changes.at(0).at(0).toString(), unit);
-    fake->release(QStringLiteral("StopUnit"));
+    fake->release(u"StopUnit"_s);
     QTRY_COMPARE_WITH_TIMEOUT(answers, 2, timeoutMs);
     QCOMPARE(proxy->watchedUnits(), 0);
 }
 
 void TestSystemdProxy::keepsNothingOfUnitsThatWereOnlyStopped()
 {
-    fake->refuse(QStringLiteral("StopUnit"), QStringLiteral("org.example.None"), QString());
+    fake->refuse(u"StopUnit"_s, u"org.example.None"_s, QString());
     for (int number = 0; number < 1000; ++number)
         stop(QString::number(number));
     QTRY_COMPARE_WITH_TIMEOUT(answers, 1000, timeoutMs);
@@ -95,7 +96,7 @@ void TestSystemdProxy::keepsNothingOfUnitsThatWereOnlyStopped()
 
 void TestSystemdProxy::keepsWatchingAStartedUnitThatIsStopped()
 {
-    proxy->startUnit(unit, QStringLiteral("replace"),
+    proxy->startUnit(unit, u"replace"_s,
                      [this](const QString &, const Core::Error &) { ++answers; });
     stop(unit);
     QTRY_COMPARE_WITH_TIMEOUT(answers, 2, timeoutMs);
@@ -109,8 +110,8 @@ void TestSystemdProxy::givesTheMainProcessOfAUnit_data()
 {
     QTest::addColumn<QVariantMap>("properties");
     QTest::addColumn<int>("pid");
-    QTest::newRow("a process") << QVariantMap{{QStringLiteral("MainPID"), 4711u}} << 4711;
-    QTest::newRow("none") << QVariantMap{{QStringLiteral("MainPID"), 0u}} << 0;
+    QTest::newRow("a process") << QVariantMap{{u"MainPID"_s, 4711u}} << 4711;
+    QTest::newRow("none") << QVariantMap{{u"MainPID"_s, 0u}} << 0;
     QTest::newRow("no answer") << QVariantMap() << -1;
 }
 
@@ -132,8 +133,7 @@ void TestSystemdProxy::subscribesAgainWhenSystemdIsAnotherProcess()
     fake.reset();
     fake = std::make_unique<FakeSystemd>(fakeBus);
     QVERIFY(replaced.size() == 1 || replaced.wait(timeoutMs));
-    QTRY_COMPARE_WITH_TIMEOUT(membersOf(fake->calls), QStringList(QStringLiteral("Subscribe")),
-                              timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(membersOf(fake->calls), QStringList(u"Subscribe"_s), timeoutMs);
     // That the name lost its owner was not reported.
     QCOMPARE(replaced.size(), 1);
 }
@@ -149,19 +149,19 @@ void TestSystemdProxy::tellsAFailedListingFromAnEmptyOne()
 {
     QFETCH(bool, fails);
     for (const char *method : {"ListUnitsByPatterns", "ListUnitFilesByPatterns"})
-        fake->refuse(QString::fromLatin1(method),
-                     fails ? QStringLiteral("org.example.No") : QString(), QString());
+        fake->refuse(QString::fromLatin1(method), fails ? u"org.example.No"_s : QString(),
+                     QString());
     QStringList heard;
-    const auto failed = [&heard] { heard.append(QStringLiteral("failed")); };
-    const auto listed = [&heard](const auto &) { heard.append(QStringLiteral("listed")); };
+    const auto failed = [&heard] { heard.append(u"failed"_s); };
+    const auto listed = [&heard](const auto &) { heard.append(u"listed"_s); };
     proxy->listUnitsByPatterns({}, {}, listed, failed);
     proxy->listUnitFilesByPatterns({}, {}, listed, failed);
-    const QString outcome = fails ? QStringLiteral("failed") : QStringLiteral("listed");
+    const QString outcome = fails ? u"failed"_s : u"listed"_s;
     QTRY_COMPARE_WITH_TIMEOUT(heard, QStringList({outcome, outcome}), timeoutMs);
     // Without a callback for failures, a failed listing gives an empty list.
     proxy->listUnitsByPatterns({}, {}, listed);
     QTRY_COMPARE_WITH_TIMEOUT(heard.size(), 3, timeoutMs);
-    QCOMPARE(heard.last(), QStringLiteral("listed"));
+    QCOMPARE(heard.last(), u"listed"_s);
 }
 
 QTEST_GUILESS_MAIN(TestSystemdProxy)

@@ -1,5 +1,6 @@
 #include "common/places.h"
 #include "plan/task_names.h"
+#include "support/literals.h"
 #include "system/Core/task_files.h"
 
 #include <QDir>
@@ -15,7 +16,7 @@
 
 namespace {
 
-const QString taskId = QStringLiteral("com.example.Notes.task_sync");
+const QString taskId = u"com.example.Notes.task_sync"_s;
 
 QByteArray typicalText()
 {
@@ -37,16 +38,15 @@ QByteArray otherText() { return "[Unit]\nDescription=Another\n"; }
 // The id of a task whose unit name has this many bytes.
 QString taskIdForUnitNameOf(int bytes)
 {
-    const auto application = bytes - Core::unitNameOf(QStringLiteral("com..task_t")).size();
+    const auto application = bytes - Core::unitNameOf(u"com..task_t"_s).size();
     return QLatin1String("com.") + QString(application, QLatin1Char('n'))
         + QLatin1String(".task_t");
 }
 
 void expectIncompleteWrite(const QString &path)
 {
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        QStringLiteral("Could not write file: \"%1\"").arg(path).toUtf8().constData());
+    QTest::ignoreMessage(QtWarningMsg,
+                         u"Could not write file: \"%1\""_s.arg(path).toUtf8().constData());
 }
 
 QStringList filesIn(const QString &besides)
@@ -113,7 +113,7 @@ void TestTaskFiles::cleanup() { m_root.reset(); }
 
 void TestTaskFiles::makeUnitDirectory() const
 {
-    QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("etc/systemd/system")));
+    QVERIFY(QDir(m_root->path()).mkpath(u"etc/systemd/system"_s));
 }
 
 void TestTaskFiles::writesTheUnitFile()
@@ -160,7 +160,7 @@ void TestTaskFiles::reportsANameThatIsTooLong()
     expectIncompleteWrite(Core::unitFilePath(places(), id));
     QVERIFY(!Core::writeUnitFile(places(), id, typicalText()));
     constexpr auto everything = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
-    QVERIFY(QDir(m_root->filePath(QStringLiteral("etc/systemd/system"))).isEmpty(everything));
+    QVERIFY(QDir(m_root->filePath(u"etc/systemd/system"_s)).isEmpty(everything));
 }
 
 void TestTaskFiles::keepsTheOldUnitWhenTheDiskIsFull()
@@ -204,10 +204,9 @@ void TestTaskFiles::keepsTheOldPairWhenThePolicyCannotBeWritten()
     fill(unitPath(), "old unit");
     // A link into a missing folder, through which nothing can be written.
     QVERIFY(QDir().mkpath(QFileInfo(policyPath()).path()));
-    QVERIFY(QFile::link(m_root->filePath(QStringLiteral("nowhere/policy")), policyPath()));
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        QStringLiteral("Could not create file: \"%1\"").arg(policyPath()).toUtf8().constData());
+    QVERIFY(QFile::link(m_root->filePath(u"nowhere/policy"_s), policyPath()));
+    QTest::ignoreMessage(QtWarningMsg,
+                         u"Could not create file: \"%1\""_s.arg(policyPath()).toUtf8().constData());
     const Core::Error error = Core::writeTaskFiles(newPlan(), places());
     QCOMPARE(error.message(), QLatin1String("Failed to write DBus policy file for ") + taskId);
     QCOMPARE(contentOf(unitPath()), QByteArray("old unit"));
@@ -227,7 +226,7 @@ void TestTaskFiles::keepsTheOldPairWhenTheUnitCannotTakeItsPlace()
     QFETCH(QByteArray, oldPolicy);
     makeUnitDirectory();
     // A device that is always full, instead of the unit.
-    QVERIFY(QFile::link(QStringLiteral("/dev/full"), unitPath()));
+    QVERIFY(QFile::link(u"/dev/full"_s, unitPath()));
     if (oldPolicy != "(cannot be read)")
         fill(policyPath(), oldPolicy);
     expectIncompleteWrite(unitPath());
@@ -241,9 +240,8 @@ void TestTaskFiles::keepsANewUnitWhosePolicyCannotBeWritten()
 {
     makeUnitDirectory();
     QVERIFY(QDir().mkpath(policyPath()));
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        QStringLiteral("Could not create file: \"%1\"").arg(policyPath()).toUtf8().constData());
+    QTest::ignoreMessage(QtWarningMsg,
+                         u"Could not create file: \"%1\""_s.arg(policyPath()).toUtf8().constData());
     QVERIFY(Core::writeTaskFiles(newPlan(), places()));
     QCOMPARE(contentOf(unitPath()), newPlan().unit());
 }
@@ -276,8 +274,8 @@ void TestTaskFiles::saysWhichFileItCouldNotRemove()
     QVERIFY(QDir().mkpath(stays));
     fill(other, "x");
     QTest::ignoreMessage(QtWarningMsg,
-                         QRegularExpression(QStringLiteral("^Could not remove file: \"%1\"")
-                                                .arg(QRegularExpression::escape(stays))));
+                         QRegularExpression(u"^Could not remove file: \"%1\""_s.arg(
+                             QRegularExpression::escape(stays))));
     const Core::TaskFilesRemoval removal =
         Core::removeTaskFiles(places(), Core::ApplicationTaskId(taskId));
     QVERIFY(!removal.isComplete && !removal.removedPolicy);

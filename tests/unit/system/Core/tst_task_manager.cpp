@@ -1,5 +1,6 @@
 #include "fakes/fake_systemd.h"
 #include "plan/policy_text.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 #include "support/temp_root.h"
 #include "system/Core/task_manager.h"
@@ -39,7 +40,7 @@ private:
     static constexpr int timeoutMs = 30000;
     static QString unit(const char *task)
     {
-        return QStringLiteral("ov_task.%1.service").arg(QString::fromLatin1(task));
+        return u"ov_task.%1.service"_s.arg(QString::fromLatin1(task));
     }
     void makeReady();
     void startAnew();
@@ -58,20 +59,19 @@ void TestTaskManager::initTestCase()
     QVERIFY(bus.start());
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
     qputenv("ORVANE_ROOTFS", root.path().toUtf8());
-    qputenv("XDG_DATA_HOME", root.path(QStringLiteral("/home/data")).toUtf8());
-    qputenv("XDG_DATA_DIRS", root.path(QStringLiteral("/usr/share")).toUtf8());
-    systemdBus = bus.connect(QStringLiteral("systemd"));
+    qputenv("XDG_DATA_HOME", root.path(u"/home/data"_s).toUtf8());
+    qputenv("XDG_DATA_DIRS", root.path(u"/usr/share"_s).toUtf8());
+    systemdBus = bus.connect(u"systemd"_s);
 }
 
 void TestTaskManager::init()
 {
     systemd = std::make_unique<FakeSystemd>(systemdBus);
-    systemd->units = {{unit("a.b.task_x"), QStringLiteral("active"), QStringLiteral("running")},
-                      {unit("a.b.task_y"), QStringLiteral("inactive"), QStringLiteral("dead")},
-                      {unit("a.bc.task_x"), QStringLiteral("active"), QStringLiteral("running")}};
-    systemd->unitFiles = {
-        {QStringLiteral("/etc/systemd/system/") + unit("a.b.task_y"), QStringLiteral("enabled")},
-        {QStringLiteral("/etc/systemd/system/") + unit("a.b.task_z"), QStringLiteral("disabled")}};
+    systemd->units = {{unit("a.b.task_x"), u"active"_s, u"running"_s},
+                      {unit("a.b.task_y"), u"inactive"_s, u"dead"_s},
+                      {unit("a.bc.task_x"), u"active"_s, u"running"_s}};
+    systemd->unitFiles = {{u"/etc/systemd/system/"_s + unit("a.b.task_y"), u"enabled"_s},
+                          {u"/etc/systemd/system/"_s + unit("a.b.task_z"), u"disabled"_s}};
     manager = std::make_unique<TaskManager>();
 }
 
@@ -95,15 +95,14 @@ void TestTaskManager::isOneForTheProcess() { QCOMPARE(TaskManager::instance(), m
 void TestTaskManager::runsReadyCallbacksInOrder()
 {
     QStringList ran;
-    systemd->hold(QStringLiteral("ListUnitFilesByPatterns"));
-    manager->runWhenReady([&ran] { ran.append(QStringLiteral("first")); });
-    manager->runWhenReady([&ran] { ran.append(QStringLiteral("second")); });
+    systemd->hold(u"ListUnitFilesByPatterns"_s);
+    manager->runWhenReady([&ran] { ran.append(u"first"_s); });
+    manager->runWhenReady([&ran] { ran.append(u"second"_s); });
     QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, timeoutMs);
     QVERIFY(ran.isEmpty());
-    systemd->release(QStringLiteral("ListUnitFilesByPatterns"));
-    QTRY_COMPARE_WITH_TIMEOUT(ran, QStringList({QStringLiteral("first"), QStringLiteral("second")}),
-                              timeoutMs);
-    manager->runWhenReady([&ran] { ran.append(QStringLiteral("at once")); });
+    systemd->release(u"ListUnitFilesByPatterns"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(ran, QStringList({u"first"_s, u"second"_s}), timeoutMs);
+    manager->runWhenReady([&ran] { ran.append(u"at once"_s); });
     QCOMPARE(ran.size(), 3);
 }
 
@@ -113,21 +112,17 @@ void TestTaskManager::knowsWhatSystemdKnows()
     QStringList seen;
     const auto tasks = manager->tasks();
     for (const Core::TaskRecord &task : tasks)
-        seen.append(QStringLiteral("%1 %2 %3 %4")
-                        .arg(task.taskId)
-                        .arg(task.state)
-                        .arg(task.enabled)
-                        .arg(task.mainPid));
-    QCOMPARE(
-        seen,
-        QStringList({QStringLiteral("a.b.task_x 2 0 -1"), QStringLiteral("a.b.task_y 1 1 -1"),
-                     QStringLiteral("a.b.task_z 0 0 -1"), QStringLiteral("a.bc.task_x 2 0 -1")}));
+        seen.append(
+            u"%1 %2 %3 %4"_s.arg(task.taskId).arg(task.state).arg(task.enabled).arg(task.mainPid));
+    QCOMPARE(seen,
+             QStringList({u"a.b.task_x 2 0 -1"_s, u"a.b.task_y 1 1 -1"_s, u"a.b.task_z 0 0 -1"_s,
+                          u"a.bc.task_x 2 0 -1"_s}));
 }
 
 void TestTaskManager::asksForTheMainProcessesOfWhatRuns()
 {
     for (const char *task : {"a.b.task_x", "a.b.task_y", "a.bc.task_x"})
-        systemd->properties.insert(unit(task), {{QStringLiteral("MainPID"), 4711u}});
+        systemd->properties.insert(unit(task), {{u"MainPID"_s, 4711u}});
     int questionsWhenReady = -1;
     manager->runWhenReady([&] { questionsWhenReady = systemd->propertyQuestions; });
     const auto pidOf = [this](int index) { return manager->tasks().at(index).mainPid; };
@@ -143,16 +138,15 @@ void TestTaskManager::announcesManyChangesOnce()
 {
     makeReady();
     QSignalSpy changed(manager.get(), &TaskManager::systemTasksChanged);
-    const QString prefix =
-        QStringLiteral("/org/freedesktop/systemd1/unit/ov_5ftask_2ea_2eb_2etask_5f");
-    systemd->emitChange(prefix + QStringLiteral("x_2eservice"), {});
-    systemd->emitChange(prefix + QStringLiteral("y_2eservice"), {});
-    systemd->emitChange(prefix + QStringLiteral("unknown_2eservice"), {});
+    const QString prefix = u"/org/freedesktop/systemd1/unit/ov_5ftask_2ea_2eb_2etask_5f"_s;
+    systemd->emitChange(prefix + u"x_2eservice"_s, {});
+    systemd->emitChange(prefix + u"y_2eservice"_s, {});
+    systemd->emitChange(prefix + u"unknown_2eservice"_s, {});
     // Two blocking calls to the bus, one after the other: when the second is answered, everything
     // that was emitted waits for the next pass of the loop.
-    const QDBusMessage question = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId"));
+    const QDBusMessage question =
+        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                       u"org.freedesktop.DBus"_s, u"GetId"_s);
     (void)systemdBus.call(question);
     (void)QDBusConnection::systemBus().call(question);
     QCOMPARE(changed.size(), 0);
@@ -164,10 +158,10 @@ void TestTaskManager::announcesManyChangesOnce()
 void TestTaskManager::stopsTheTasksOfARemovedApplicationOnly()
 {
     makeReady();
-    root.write(root.unitFile(QStringLiteral("a.b.task_x")), "x");
-    root.write(root.policyFile(QStringLiteral("a.b.task_x")), "x");
-    root.write(root.unitFile(QStringLiteral("a.bc.task_x")), "x");
-    QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.b")));
+    root.write(root.unitFile(u"a.b.task_x"_s), "x");
+    root.write(root.policyFile(u"a.b.task_x"_s), "x");
+    root.write(root.unitFile(u"a.bc.task_x"_s), "x");
+    QVERIFY(manager->cleanupUninstalledApplication(u"a.b"_s));
     QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3 + 6, timeoutMs);
     QStringList stopped;
     for (const QDBusMessage &call : qAsConst(systemd->calls)) {
@@ -175,10 +169,10 @@ void TestTaskManager::stopsTheTasksOfARemovedApplicationOnly()
             stopped.append(call.arguments().constFirst().toString());
     }
     QCOMPARE(stopped, QStringList({unit("a.b.task_x"), unit("a.b.task_y"), unit("a.b.task_z")}));
-    QVERIFY(!root.exists(root.unitFile(QStringLiteral("a.b.task_x"))));
-    QVERIFY(!root.exists(root.policyFile(QStringLiteral("a.b.task_x"))));
-    QVERIFY(root.exists(root.unitFile(QStringLiteral("a.bc.task_x"))));
-    QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a")));
+    QVERIFY(!root.exists(root.unitFile(u"a.b.task_x"_s)));
+    QVERIFY(!root.exists(root.policyFile(u"a.b.task_x"_s)));
+    QVERIFY(root.exists(root.unitFile(u"a.bc.task_x"_s)));
+    QVERIFY(manager->cleanupUninstalledApplication(u"a"_s));
     QVERIFY(manager->cleanupUninstalledApplication(QString()));
     QCOMPARE(manager->tasks().size(), 4);
 }
@@ -186,14 +180,12 @@ void TestTaskManager::stopsTheTasksOfARemovedApplicationOnly()
 void TestTaskManager::logsATaskThatCannotBeStopped()
 {
     makeReady();
-    systemd->refuse(QStringLiteral("StopUnit"),
-                    QStringLiteral("org.freedesktop.DBus.Error.AccessDenied"),
-                    QStringLiteral("no"));
+    systemd->refuse(u"StopUnit"_s, u"org.freedesktop.DBus.Error.AccessDenied"_s, u"no"_s);
     QTest::ignoreMessage(QtWarningMsg, "Failed to stop task Error(6, \"no\")");
-    QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
+    QVERIFY(manager->cleanupUninstalledApplication(u"a.bc"_s));
     QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 5, timeoutMs);
     bool answered = false;
-    manager->stop(QStringLiteral("a.bc.task_x"), [&answered](const Core::Error &error) {
+    manager->stop(u"a.bc.task_x"_s, [&answered](const Core::Error &error) {
         answered = error.code() == Core::Error::AccessDenied;
     });
     QTRY_VERIFY_WITH_TIMEOUT(answered, timeoutMs);
@@ -202,14 +194,13 @@ void TestTaskManager::logsATaskThatCannotBeStopped()
 void TestTaskManager::saysThatAFileOfARemovedApplicationStays()
 {
     makeReady();
-    const QString file = root.unitFile(QStringLiteral("a.bc.task_x"));
-    root.write(file + QStringLiteral("/in-the-way"), "x");
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        QRegularExpression(QStringLiteral("^Could not remove file: \".*a\\.bc\\.task_x")));
-    QVERIFY(!manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
+    const QString file = root.unitFile(u"a.bc.task_x"_s);
+    root.write(file + u"/in-the-way"_s, "x");
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(u"^Could not remove file: \".*a\\.bc\\.task_x"_s));
+    QVERIFY(!manager->cleanupUninstalledApplication(u"a.bc"_s));
     QVERIFY(QDir(root.path(file)).removeRecursively());
-    QVERIFY(manager->cleanupUninstalledApplication(QStringLiteral("a.bc")));
+    QVERIFY(manager->cleanupUninstalledApplication(u"a.bc"_s));
 }
 
 // A new run of the daemon, which finds the current files.
@@ -222,14 +213,14 @@ void TestTaskManager::startAnew()
 
 void TestTaskManager::removesLeftoversWhenItHasTheUnits()
 {
-    const QByteArray text = Core::policyText(QStringLiteral("a.b.C"), QStringLiteral("appuser"));
-    const QString leftover = root.policyFile(QStringLiteral("a.b.task_y"));
-    const QString running = root.policyFile(QStringLiteral("a.b.task_x"));
-    const QString unfinished = QStringLiteral("/etc/systemd/system/.orvane.aB3xYz");
+    const QByteArray text = Core::policyText(u"a.b.C"_s, u"appuser"_s);
+    const QString leftover = root.policyFile(u"a.b.task_y"_s);
+    const QString running = root.policyFile(u"a.b.task_x"_s);
+    const QString unfinished = u"/etc/systemd/system/.orvane.aB3xYz"_s;
     for (const QString &policy : {leftover, running})
         root.write(policy, text);
     root.write(unfinished, "x");
-    systemd->hold(QStringLiteral("ListUnitsByPatterns"));
+    systemd->hold(u"ListUnitsByPatterns"_s);
     startAnew();
     // There are more calls if the previous manager could still send some.
     QTRY_VERIFY_WITH_TIMEOUT(systemd->calls.size() >= 3, timeoutMs);
@@ -238,7 +229,7 @@ void TestTaskManager::removesLeftoversWhenItHasTheUnits()
     bool wereThereWhenReady = false;
     manager->runWhenReady(
         [&] { wereThereWhenReady = root.exists(leftover) && root.exists(unfinished); });
-    systemd->release(QStringLiteral("ListUnitsByPatterns"));
+    systemd->release(u"ListUnitsByPatterns"_s);
     QTRY_VERIFY_WITH_TIMEOUT(!root.exists(leftover) && !root.exists(unfinished), timeoutMs);
     // Callers of runWhenReady() do not wait for this.
     QVERIFY(wereThereWhenReady);
@@ -248,10 +239,9 @@ void TestTaskManager::removesLeftoversWhenItHasTheUnits()
 
 void TestTaskManager::keepsPoliciesAsLongAsNoListingSucceeds()
 {
-    const QString leftover = root.policyFile(QStringLiteral("a.b.task_z"));
-    root.write(leftover, Core::policyText(QStringLiteral("a.b.C"), QStringLiteral("appuser")));
-    systemd->refuse(QStringLiteral("ListUnitsByPatterns"), QStringLiteral("org.example.No"),
-                    QString());
+    const QString leftover = root.policyFile(u"a.b.task_z"_s);
+    root.write(leftover, Core::policyText(u"a.b.C"_s, u"appuser"_s));
+    systemd->refuse(u"ListUnitsByPatterns"_s, u"org.example.No"_s, QString());
     startAnew();
     makeReady();
     QCoreApplication::processEvents();
@@ -265,9 +255,9 @@ void TestTaskManager::replaceSystemd(const QString &refused)
     systemd.reset();
     systemd = std::make_unique<FakeSystemd>(systemdBus);
     if (!refused.isEmpty())
-        systemd->refuse(refused, QStringLiteral("org.example.No"), QString());
-    systemd->units = {{unit("a.b.task_y"), QStringLiteral("active"), QStringLiteral("running")}};
-    systemd->properties.insert(unit("a.b.task_y"), {{QStringLiteral("MainPID"), 4712u}});
+        systemd->refuse(refused, u"org.example.No"_s, QString());
+    systemd->units = {{unit("a.b.task_y"), u"active"_s, u"running"_s}};
+    systemd->properties.insert(unit("a.b.task_y"), {{u"MainPID"_s, 4712u}});
 }
 
 QStringList TestTaskManager::runningTasks() const
@@ -276,7 +266,7 @@ QStringList TestTaskManager::runningTasks() const
     const auto tasks = manager->tasks();
     for (const Core::TaskRecord &task : tasks) {
         if (task.state == Core::TaskRecord::Running)
-            running.append(QStringLiteral("%1 %2").arg(task.taskId).arg(task.mainPid));
+            running.append(u"%1 %2"_s.arg(task.taskId).arg(task.mainPid));
     }
     return running;
 }
@@ -286,8 +276,7 @@ void TestTaskManager::listsAgainWhenSystemdIsAnotherProcess()
     makeReady();
     replaceSystemd();
     QSignalSpy changed(manager.get(), &TaskManager::systemTasksChanged);
-    QTRY_COMPARE_WITH_TIMEOUT(runningTasks(), QStringList(QStringLiteral("a.b.task_y 4712")),
-                              timeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(runningTasks(), QStringList(u"a.b.task_y 4712"_s), timeoutMs);
     QVERIFY(!changed.isEmpty() || changed.wait(timeoutMs));
     const auto tasks = manager->tasks();
     for (const Core::TaskRecord &task : tasks)
@@ -298,7 +287,7 @@ void TestTaskManager::keepsWhatItKnowsWhenTheNewListingFails()
 {
     makeReady();
     const QStringList before = runningTasks();
-    replaceSystemd(QStringLiteral("ListUnitsByPatterns"));
+    replaceSystemd(u"ListUnitsByPatterns"_s);
     QTRY_COMPARE_WITH_TIMEOUT(systemd->calls.size(), 3, timeoutMs);
     makeReady();
     QCOMPARE(runningTasks(), before);

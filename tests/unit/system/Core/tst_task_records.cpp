@@ -1,3 +1,4 @@
+#include "support/literals.h"
 #include "system/Core/systemd_proxy.h"
 #include "system/Core/task_records.h"
 
@@ -29,23 +30,23 @@ private Q_SLOTS:
 private:
     static QString typeOf(const QString &taskId)
     {
-        return taskId == QLatin1String("a.b.task_c") ? QStringLiteral("Sync") : QString();
+        return taskId == QLatin1String("a.b.task_c") ? u"Sync"_s : QString();
     }
-    static QString unit() { return QStringLiteral("ov_task.a.b.task_c.service"); }
+    static QString unit() { return u"ov_task.a.b.task_c.service"_s; }
 };
 
 void TestTaskRecords::makesARecordOnFirstSight()
 {
     TaskRecords records(typeOf);
     const TaskRecord *record = records.findOrCreate(unit());
-    QCOMPARE(record->taskId, QStringLiteral("a.b.task_c"));
-    QCOMPARE(record->taskType, QStringLiteral("Sync"));
+    QCOMPARE(record->taskId, u"a.b.task_c"_s);
+    QCOMPARE(record->taskType, u"Sync"_s);
     QCOMPARE(record->enabled, false);
     QCOMPARE(record->state, 0);
     QCOMPARE(record->mainPid, -1);
     records.setState(unit(), TaskRecord::Running);
     QCOMPARE(records.findOrCreate(unit())->state, 2);
-    QCOMPARE(records.findOrCreate(QStringLiteral("ov_task.x.service"))->taskType, QString());
+    QCOMPARE(records.findOrCreate(u"ov_task.x.service"_s)->taskType, QString());
 }
 
 void TestTaskRecords::keepsRecordsInOrder()
@@ -53,15 +54,14 @@ void TestTaskRecords::keepsRecordsInOrder()
     TaskRecords records(typeOf);
     for (const char *name : {"ov_task.c.service", "ov_task.a.service", "ov_task.b.service"})
         records.findOrCreate(QString::fromLatin1(name));
-    QCOMPARE(records.all().keys(),
-             QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")}));
+    QCOMPARE(records.all().keys(), QStringList({u"a"_s, u"b"_s, u"c"_s}));
 }
 
 void TestTaskRecords::takesNoOtherUnits_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("timer") << QStringLiteral("ov_task.a.b.task_c.timer");
-    QTest::newRow("no suffix") << QStringLiteral("ov_task.a.b.task_c");
+    QTest::newRow("timer") << u"ov_task.a.b.task_c.timer"_s;
+    QTest::newRow("no suffix") << u"ov_task.a.b.task_c"_s;
     QTest::newRow("empty") << QString();
 }
 
@@ -98,9 +98,9 @@ void TestTaskRecords::followsTheState()
     QFETCH(int, state);
     TaskRecords records(typeOf);
     records.findOrCreate(unit());
-    QVariantMap properties{{QStringLiteral("ActiveState"), active}};
+    QVariantMap properties{{u"ActiveState"_s, active}};
     if (!sub.isEmpty())
-        properties.insert(QStringLiteral("SubState"), sub);
+        properties.insert(u"SubState"_s, sub);
     QVERIFY(records.applyProperties(unit(), properties));
     QCOMPARE(records.all().first().state, state);
 }
@@ -109,8 +109,7 @@ void TestTaskRecords::keepsTheStateWithoutAnActiveState()
 {
     TaskRecords records(typeOf);
     records.findOrCreate(unit());
-    QVERIFY(
-        records.applyProperties(unit(), {{QStringLiteral("SubState"), QStringLiteral("running")}}));
+    QVERIFY(records.applyProperties(unit(), {{u"SubState"_s, u"running"_s}}));
     QCOMPARE(records.all().first().state, 0);
     // An empty set of changes counts as a change, too.
     QVERIFY(records.applyProperties(unit(), {}));
@@ -120,9 +119,9 @@ void TestTaskRecords::followsTheProcess()
 {
     TaskRecords records(typeOf);
     records.findOrCreate(unit());
-    QVERIFY(records.applyProperties(unit(), {{QStringLiteral("MainPID"), 4711u}}));
+    QVERIFY(records.applyProperties(unit(), {{u"MainPID"_s, 4711u}}));
     QCOMPARE(records.all().first().mainPid, 4711);
-    QVERIFY(records.applyProperties(unit(), {{QStringLiteral("MainPID"), 0u}}));
+    QVERIFY(records.applyProperties(unit(), {{u"MainPID"_s, 0u}}));
     QCOMPARE(records.all().first().mainPid, 0);
 }
 
@@ -130,7 +129,7 @@ void TestTaskRecords::listsWhatRunsOfAType()
 {
     TaskRecords records([](const QString &taskId) { return taskId.left(1); });
     const auto unitOf = [](const char *id) {
-        return QStringLiteral("ov_task.%1.service").arg(QString::fromLatin1(id));
+        return u"ov_task.%1.service"_s.arg(QString::fromLatin1(id));
     };
     const auto running = [&records](const char *type) {
         QStringList ids;
@@ -143,20 +142,18 @@ void TestTaskRecords::listsWhatRunsOfAType()
         records.setState(unitOf(id), TaskRecord::Running);
     records.setState(unitOf("b4"), TaskRecord::NotRunning);
     records.findOrCreate(unitOf("b0"));
-    QCOMPARE(running("b"),
-             QStringList({QStringLiteral("b1"), QStringLiteral("b2"), QStringLiteral("b3")}));
-    QCOMPARE(running("a"), QStringList{QStringLiteral("a1")});
+    QCOMPARE(running("b"), QStringList({u"b1"_s, u"b2"_s, u"b3"_s}));
+    QCOMPARE(running("a"), QStringList{u"a1"_s});
     QCOMPARE(running("d"), QStringList());
     QCOMPARE(running(""), QStringList());
 
     records.setState(unitOf("b2"), TaskRecord::NotRunning);
     records.setState(unitOf("b2"), TaskRecord::NotRunning);
-    QVERIFY(records.applyProperties(unitOf("b3"),
-                                    {{QStringLiteral("ActiveState"), QStringLiteral("failed")},
-                                     {QStringLiteral("SubState"), QStringLiteral("failed")}}));
-    QVERIFY(records.applyProperties(unitOf("b1"), {{QStringLiteral("MainPID"), 7U}}));
-    QCOMPARE(running("b"), QStringList{QStringLiteral("b1")});
-    QCOMPARE(records.running(QStringLiteral("b")).tasks.constFirst().mainPid, 7);
+    QVERIFY(records.applyProperties(
+        unitOf("b3"), {{u"ActiveState"_s, u"failed"_s}, {u"SubState"_s, u"failed"_s}}));
+    QVERIFY(records.applyProperties(unitOf("b1"), {{u"MainPID"_s, 7U}}));
+    QCOMPARE(running("b"), QStringList{u"b1"_s});
+    QCOMPARE(records.running(u"b"_s).tasks.constFirst().mainPid, 7);
 }
 
 void TestTaskRecords::numbersTheChangesOfAList()
@@ -165,11 +162,10 @@ void TestTaskRecords::numbersTheChangesOfAList()
     const auto revision = [&records](const char *type) {
         return records.running(QString::fromLatin1(type)).revision;
     };
-    const QString a1 = QStringLiteral("ov_task.a1.service");
-    const QString b1 = QStringLiteral("ov_task.b1.service");
-    const QVariantMap runs{{QStringLiteral("ActiveState"), QStringLiteral("active")},
-                           {QStringLiteral("SubState"), QStringLiteral("running")}};
-    const QVariantMap ends{{QStringLiteral("ActiveState"), QStringLiteral("inactive")}};
+    const QString a1 = u"ov_task.a1.service"_s;
+    const QString b1 = u"ov_task.b1.service"_s;
+    const QVariantMap runs{{u"ActiveState"_s, u"active"_s}, {u"SubState"_s, u"running"_s}};
+    const QVariantMap ends{{u"ActiveState"_s, u"inactive"_s}};
     records.findOrCreate(a1);
     records.findOrCreate(b1);
     QCOMPARE(revision("a"), 0U);
@@ -180,21 +176,21 @@ void TestTaskRecords::numbersTheChangesOfAList()
 
     // A change that does not affect the list, and a change of another list.
     (void)records.applyProperties(a1, runs);
-    (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), -1}});
+    (void)records.applyProperties(a1, {{u"MainPID"_s, -1}});
     (void)records.applyProperties(b1, runs);
-    const QVector<TaskRecord> list = records.running(QStringLiteral("a")).tasks;
+    const QVector<TaskRecord> list = records.running(u"a"_s).tasks;
     QCOMPARE(revision("a"), running);
     // The list is not made again.
-    QVERIFY(list.constBegin() == records.running(QStringLiteral("a")).tasks.constBegin());
+    QVERIFY(list.constBegin() == records.running(u"a"_s).tasks.constBegin());
 
-    (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), 7U}});
+    (void)records.applyProperties(a1, {{u"MainPID"_s, 7U}});
     const quint64 withProcess = revision("a");
     QVERIFY(withProcess != running);
     (void)records.applyProperties(a1, ends);
     QVERIFY(revision("a") != withProcess);
     const quint64 ended = revision("a");
     // A task that is not running is in no list, whatever its process id.
-    (void)records.applyProperties(a1, {{QStringLiteral("MainPID"), 8U}});
+    (void)records.applyProperties(a1, {{u"MainPID"_s, 8U}});
     QCOMPARE(revision("a"), ended);
 }
 
@@ -203,26 +199,24 @@ void TestTaskRecords::looksTypesUpWhenSomebodyAsks()
     int lookUps = 0;
     TaskRecords records([&lookUps](const QString &) {
         ++lookUps;
-        return QStringLiteral("Sync");
+        return u"Sync"_s;
     });
-    records.setState(QStringLiteral("ov_task.x.service"), TaskRecord::Running);
-    records.setEnabled(QStringLiteral("ov_task.y.service"), true);
-    (void)records.applyProperties(QStringLiteral("ov_task.x.service"),
-                                  {{QStringLiteral("MainPID"), 7U}});
-    QCOMPARE(records.runningUnits(), QStringList{QStringLiteral("ov_task.x.service")});
+    records.setState(u"ov_task.x.service"_s, TaskRecord::Running);
+    records.setEnabled(u"ov_task.y.service"_s, true);
+    (void)records.applyProperties(u"ov_task.x.service"_s, {{u"MainPID"_s, 7U}});
+    QCOMPARE(records.runningUnits(), QStringList{u"ov_task.x.service"_s});
     QCOMPARE(lookUps, 0);
-    const Core::RunningTasks running = records.running(QStringLiteral("Sync"));
+    const Core::RunningTasks running = records.running(u"Sync"_s);
     QCOMPARE(running.tasks.size(), 1);
     QCOMPARE(running.tasks.constFirst().mainPid, 7);
-    QCOMPARE(records.all().value(QStringLiteral("y")).taskType, QStringLiteral("Sync"));
+    QCOMPARE(records.all().value(u"y"_s).taskType, u"Sync"_s);
     QCOMPARE(lookUps, 2);
 }
 
 void TestTaskRecords::ignoresUnitsWithoutARecord()
 {
     TaskRecords records(typeOf);
-    QVERIFY(!records.applyProperties(unit(),
-                                     {{QStringLiteral("ActiveState"), QStringLiteral("active")}}));
+    QVERIFY(!records.applyProperties(unit(), {{u"ActiveState"_s, u"active"_s}}));
     QVERIFY(records.all().isEmpty());
 }
 
@@ -246,7 +240,7 @@ void TestTaskRecords::escapesUnitNames()
     QFETCH(QString, name);
     QFETCH(QString, escaped);
     QCOMPARE(Core::SystemdProxy::unitObjectPath(name),
-             QStringLiteral("/org/freedesktop/systemd1/unit/") + escaped);
+             u"/org/freedesktop/systemd1/unit/"_s + escaped);
 }
 
 QTEST_GUILESS_MAIN(TestTaskRecords)

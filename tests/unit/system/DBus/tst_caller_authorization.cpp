@@ -1,5 +1,6 @@
 #include "system/DBus/caller_authorization.h"
 
+#include "support/literals.h"
 #include "support/lone_bus.h"
 #include "support/private_bus.h"
 
@@ -118,8 +119,7 @@ private Q_SLOTS:
 private:
     bool admits(const QStringList &groups) const
     {
-        return DBus::isCallerAuthorized(m_receiver.received, m_bus->connect(QStringLiteral("to")),
-                                        groups);
+        return DBus::isCallerAuthorized(m_receiver.received, m_bus->connect(u"to"_s), groups);
     }
     bool admitsOn(const LoneBus &bus, const QStringList &groups) const
     {
@@ -131,26 +131,25 @@ private:
     bool admitsAcrossTheChange(const Ids &connecting, const Ids &now, bool &admitted)
     {
         const Disguise disguise;
-        const QString name = QStringLiteral("disguised");
+        const QString name = u"disguised"_s;
         const bool called = Disguise::become(connecting) && callFrom(m_bus->connect(name));
         const bool changed = Disguise::become(now);
-        admitted = admits({QStringLiteral("man")});
+        admitted = admits({u"man"_s});
         QDBusConnection::disconnectFromBus(name);
         return called && changed;
     }
     bool callFrom(const QDBusConnection &from)
     {
         m_receiver.received = {};
-        from.asyncCall(QDBusMessage::createMethodCall(
-            m_bus->connect(QStringLiteral("to")).baseService(), QStringLiteral("/"),
-            QStringLiteral("org.example.Receiver"), QStringLiteral("Ping")));
+        from.asyncCall(QDBusMessage::createMethodCall(m_bus->connect(u"to"_s).baseService(), u"/"_s,
+                                                      u"org.example.Receiver"_s, u"Ping"_s));
         return QTest::qWaitFor(
             [this] { return m_receiver.received.member() == QLatin1String("Ping"); });
     }
     bool ownProcess(uid_t uid, gid_t gid) const
     {
         const QString process =
-            m_root->filePath(QStringLiteral("proc/%1").arg(QCoreApplication::applicationPid()));
+            m_root->filePath(u"proc/%1"_s.arg(QCoreApplication::applicationPid()));
         return QDir().mkpath(process)
             && ::chown(QFile::encodeName(process).constData(), uid, gid) == 0;
     }
@@ -164,22 +163,22 @@ void TestCallerAuthorization::initTestCase()
 {
     m_bus = std::make_unique<PrivateBus>();
     QVERIFY(m_bus->start());
-    QDBusConnection to = m_bus->connect(QStringLiteral("to"));
+    QDBusConnection to = m_bus->connect(u"to"_s);
     QVERIFY(to.isConnected());
-    QVERIFY(to.registerObject(QStringLiteral("/"), &m_receiver, QDBusConnection::ExportAllSlots));
+    QVERIFY(to.registerObject(u"/"_s, &m_receiver, QDBusConnection::ExportAllSlots));
 }
 
 void TestCallerAuthorization::init()
 {
     m_root = std::make_unique<QTemporaryDir>();
     qputenv("ORVANE_ROOTFS", m_root->path().toUtf8());
-    QVERIFY(callFrom(m_bus->connect(QStringLiteral("from"))));
+    QVERIFY(callFrom(m_bus->connect(u"from"_s)));
 }
 
 void TestCallerAuthorization::cleanup()
 {
     // Disconnects, because the next call needs another caller: this one may have been refused.
-    QDBusConnection::disconnectFromBus(QStringLiteral("from"));
+    QDBusConnection::disconnectFromBus(u"from"_s);
     qunsetenv("ORVANE_ROOTFS");
     qunsetenv("ORVANE_SKIP_AUTHENTICATION");
     qunsetenv("ORVANE_TASK_GROUPS");
@@ -192,9 +191,9 @@ void TestCallerAuthorization::admitsByOwnerAndGroup_data()
     QTest::addColumn<QStringList>("groups");
     QTest::addColumn<bool>("admitted");
 
-    const QString man = QStringLiteral("man");
-    const QString games = QStringLiteral("games");
-    const QString missing = QStringLiteral("no-such-group");
+    const QString man = u"man"_s;
+    const QString games = u"games"_s;
+    const QString missing = u"no-such-group"_s;
     const uint manUser = userId("man");
     QTest::newRow("root") << 0U << uint(noSuchGroup) << QStringList{man} << true;
     QTest::newRow("root without any group to be in") << 0U << 0U << QStringList() << true;
@@ -250,7 +249,7 @@ void TestCallerAuthorization::admitsRoot()
 {
     // The real process, without a root prefix.
     qunsetenv("ORVANE_ROOTFS");
-    QCOMPARE(admits({QStringLiteral("no-such-group")}), ::geteuid() == 0);
+    QCOMPARE(admits({u"no-such-group"_s}), ::geteuid() == 0);
 }
 
 void TestCallerAuthorization::wantsBothViewsToAgree_data()
@@ -327,7 +326,7 @@ void TestCallerAuthorization::asksTheUserDatabaseWhereTheBusNamesNoGroups()
     const Disguise disguise;
     QVERIFY(bus.listen());
     QVERIFY(Disguise::become({noSuchUser, groupId("man"), {}}));
-    QCOMPARE(admitsOn(bus, {QStringLiteral("man")}), admitted);
+    QCOMPARE(admitsOn(bus, {u"man"_s}), admitted);
 }
 
 void TestCallerAuthorization::refusesWithoutAUserOrAProcessFromTheBus_data()
@@ -381,14 +380,14 @@ void TestCallerAuthorization::matchesNoGroupWithoutAName()
     if (!ownProcess(noSuchUser, noSuchGroup))
         QSKIP("only root can give files away");
     qputenv("ORVANE_TASK_GROUPS", groups);
-    QVERIFY(!DBus::mayRunTasks(m_receiver.received, m_bus->connect(QStringLiteral("to"))));
+    QVERIFY(!DBus::mayRunTasks(m_receiver.received, m_bus->connect(u"to"_s)));
     QVERIFY(!admits({QString()}));
 }
 
 void TestCallerAuthorization::refusesAProcessThatIsGone()
 {
     // There is no process directory below the root.
-    QVERIFY(!admits({QStringLiteral("man")}));
+    QVERIFY(!admits({u"man"_s}));
 }
 
 void TestCallerAuthorization::refusesACallerThatVanished()
@@ -397,8 +396,8 @@ void TestCallerAuthorization::refusesACallerThatVanished()
         QSKIP("only root can give files away");
     QVERIFY(admits({}));
     const QString caller = m_receiver.received.service();
-    QDBusConnection::disconnectFromBus(QStringLiteral("from"));
-    const QDBusConnection to = m_bus->connect(QStringLiteral("to"));
+    QDBusConnection::disconnectFromBus(u"from"_s);
+    const QDBusConnection to = m_bus->connect(u"to"_s);
     QTRY_VERIFY(!to.interface()->isServiceRegistered(caller));
     QVERIFY(!admits({}));
 }
@@ -410,7 +409,7 @@ void TestCallerAuthorization::refusesWithoutABus()
 
 void TestCallerAuthorization::remembersARefusalForAMoment()
 {
-    const QStringList man{QStringLiteral("man")};
+    const QStringList man{u"man"_s};
     QVERIFY(!admits(man));
     if (!ownProcess(0, 0))
         QSKIP("only root can give files away");
@@ -420,17 +419,17 @@ void TestCallerAuthorization::remembersARefusalForAMoment()
 
 void TestCallerAuthorization::remembersARefusalOfTheseGroupsAndThisCallerAlone()
 {
-    const QStringList man{QStringLiteral("man")};
+    const QStringList man{u"man"_s};
     if (!ownProcess(noSuchUser, groupId("man")))
         QSKIP("only root can give files away");
-    QVERIFY(!admits({QStringLiteral("games")}));
+    QVERIFY(!admits({u"games"_s}));
     QVERIFY(admits(man));
     QVERIFY(ownProcess(noSuchUser, noSuchGroup));
     QVERIFY(!admits(man));
     QVERIFY(ownProcess(noSuchUser, groupId("man")));
-    QVERIFY(callFrom(m_bus->connect(QStringLiteral("another"))));
+    QVERIFY(callFrom(m_bus->connect(u"another"_s)));
     QVERIFY(admits(man));
-    QDBusConnection::disconnectFromBus(QStringLiteral("another"));
+    QDBusConnection::disconnectFromBus(u"another"_s);
 }
 
 void TestCallerAuthorization::skipsTheCheckOnlyWhenToldExactlySo_data()
@@ -450,7 +449,7 @@ void TestCallerAuthorization::skipsTheCheckOnlyWhenToldExactlySo()
     QFETCH(bool, admitted);
 
     qputenv("ORVANE_SKIP_AUTHENTICATION", value);
-    QCOMPARE(admits({QStringLiteral("man")}), admitted);
+    QCOMPARE(admits({u"man"_s}), admitted);
 }
 
 int main(int argc, char *argv[]) { runTestAndExit<TestCallerAuthorization>(argc, argv); }

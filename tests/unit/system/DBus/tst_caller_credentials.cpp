@@ -1,5 +1,6 @@
 #include "system/DBus/caller_credentials.h"
 
+#include "support/literals.h"
 #include "support/lone_bus.h"
 #include "support/private_bus.h"
 
@@ -58,9 +59,9 @@ QVector<uint> ownGroups()
 
 QVariantMap answerWith(const char *name, const QVariant &value)
 {
-    QVariantMap answer{{QStringLiteral("UnixUserID"), 7U},
-                       {QStringLiteral("UnixGroupIDs"), QVariant::fromValue(QVector<uint>{8, 9})},
-                       {QStringLiteral("ProcessID"), 10U}};
+    QVariantMap answer{{u"UnixUserID"_s, 7U},
+                       {u"UnixGroupIDs"_s, QVariant::fromValue(QVector<uint>{8, 9})},
+                       {u"ProcessID"_s, 10U}};
     answer.insert(QString::fromLatin1(name), value);
     if (!value.isValid())
         answer.remove(QString::fromLatin1(name));
@@ -71,8 +72,8 @@ QVariantMap answerWith(const char *name, const QVariant &value)
 
 void TestCallerCredentials::namesUserGroupsAndProcess()
 {
-    const QDBusConnection one = m_bus.connect(QStringLiteral("one"));
-    const QDBusConnection other = m_bus.connect(QStringLiteral("other"));
+    const QDBusConnection one = m_bus.connect(u"one"_s);
+    const QDBusConnection other = m_bus.connect(u"other"_s);
     const auto credentials = credentialsOf(one.baseService(), other);
     QVERIFY(credentials);
     QCOMPARE(credentials->uid, uint(::geteuid()));
@@ -87,8 +88,8 @@ void TestCallerCredentials::knowsNobodyWhoIsNotThere_data()
 {
     QTest::addColumn<QString>("name");
 
-    QTest::newRow("unique name") << QStringLiteral(":1.4000");
-    QTest::newRow("name") << QStringLiteral("org.example.Nobody");
+    QTest::newRow("unique name") << u":1.4000"_s;
+    QTest::newRow("name") << u"org.example.Nobody"_s;
     QTest::newRow("no name at all") << QString();
 }
 
@@ -96,23 +97,23 @@ void TestCallerCredentials::knowsNobodyWhoIsNotThere()
 {
     QFETCH(QString, name);
 
-    const QDBusConnection bus = m_bus.connect(QStringLiteral("one"));
+    const QDBusConnection bus = m_bus.connect(u"one"_s);
     QVERIFY(!credentialsOf(name, bus));
 }
 
 void TestCallerCredentials::knowsNobodyWhoHasLeft()
 {
-    const QDBusConnection bus = m_bus.connect(QStringLiteral("one"));
-    const QString name = m_bus.connect(QStringLiteral("leaving")).baseService();
+    const QDBusConnection bus = m_bus.connect(u"one"_s);
+    const QString name = m_bus.connect(u"leaving"_s).baseService();
     QVERIFY(credentialsOf(name, bus));
-    QDBusConnection::disconnectFromBus(QStringLiteral("leaving"));
+    QDBusConnection::disconnectFromBus(u"leaving"_s);
     QTRY_VERIFY(!bus.interface()->isServiceRegistered(name));
     QVERIFY(!credentialsOf(name, bus));
 }
 
 void TestCallerCredentials::knowsNobodyWithoutABus()
 {
-    QVERIFY(!credentialsOf(QStringLiteral(":1.1"), QDBusConnection(QString())));
+    QVERIFY(!credentialsOf(u":1.1"_s, QDBusConnection(QString())));
 }
 
 void TestCallerCredentials::takesWhatTheBusSays_data()
@@ -136,9 +137,8 @@ void TestCallerCredentials::takesWhatTheBusSays()
     LoneBus bus;
     bus.answer = answer;
     QVERIFY(bus.listen());
-    const auto credentials = bus.ask([](const QDBusConnection &connection) {
-        return credentialsOf(QStringLiteral(":1.1"), connection);
-    });
+    const auto credentials = bus.ask(
+        [](const QDBusConnection &connection) { return credentialsOf(u":1.1"_s, connection); });
     QVERIFY(credentials);
     QCOMPARE(credentials->uid, 7U);
     QCOMPARE(credentials->gids.has_value(), groups);
@@ -152,12 +152,12 @@ void TestCallerCredentials::takesNothingOdd_data()
     QTest::addColumn<QVariantMap>("answer");
 
     QTest::newRow("no user") << answerWith("UnixUserID", {});
-    QTest::newRow("user as text") << answerWith("UnixUserID", QStringLiteral("0"));
+    QTest::newRow("user as text") << answerWith("UnixUserID", u"0"_s);
     QTest::newRow("user with a sign") << answerWith("UnixUserID", 0);
     QTest::newRow("user in 64 bits") << answerWith("UnixUserID", qulonglong(0));
     QTest::newRow("process with a sign") << answerWith("ProcessID", 10);
     QTest::newRow("one group") << answerWith("UnixGroupIDs", 8U);
-    QTest::newRow("groups as text") << answerWith("UnixGroupIDs", QStringList{QStringLiteral("8")});
+    QTest::newRow("groups as text") << answerWith("UnixGroupIDs", QStringList{u"8"_s});
     QTest::newRow("groups of variants") << answerWith("UnixGroupIDs", QVariantList{8U});
     QTest::newRow("an error") << QVariantMap();
 }
@@ -169,9 +169,8 @@ void TestCallerCredentials::takesNothingOdd()
     LoneBus bus;
     bus.answer = answer;
     QVERIFY(bus.listen());
-    QVERIFY(!bus.ask([](const QDBusConnection &connection) {
-        return credentialsOf(QStringLiteral(":1.1"), connection);
-    }));
+    QVERIFY(!bus.ask(
+        [](const QDBusConnection &connection) { return credentialsOf(u":1.1"_s, connection); }));
 }
 
 int main(int argc, char *argv[]) { runTestAndExit<TestCallerCredentials>(argc, argv); }

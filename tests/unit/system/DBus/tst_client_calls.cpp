@@ -1,4 +1,5 @@
 #include "fakes/fake_user_service.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 #include "system/DBus/client_calls.h"
 
@@ -35,8 +36,7 @@ private:
     bool call(const QString &client, int number, const QVariant &more = 0)
     {
         QDBusMessage message = QDBusMessage::createMethodCall(
-            QStringLiteral("org.zarn.Orvane.User"), QStringLiteral("/org/zarn/Orvane/x"),
-            QStringLiteral("a.b"), QStringLiteral("C"));
+            u"org.zarn.Orvane.User"_s, u"/org/zarn/Orvane/x"_s, u"a.b"_s, u"C"_s);
         message << number << more;
         return calls->call(client, message, -1, [this](QDBusPendingCallWatcher *watcher) {
             answers.append(watcher->reply().arguments().value(0).toInt());
@@ -53,8 +53,7 @@ private:
     QVector<int> settled()
     {
         QDBusMessage last = QDBusMessage::createMethodCall(
-            QStringLiteral("org.zarn.Orvane.User"), QStringLiteral("/org/zarn/Orvane/x"),
-            QStringLiteral("a.b"), QStringLiteral("C"));
+            u"org.zarn.Orvane.User"_s, u"/org/zarn/Orvane/x"_s, u"a.b"_s, u"C"_s);
         last << -1;
         own.send(last);
         (void)QTest::qWaitFor([&] { return sent().contains(-1); }, timeoutMs);
@@ -75,18 +74,18 @@ private:
 
 namespace {
 
-QString a() { return QStringLiteral(":1.a"); }
-QString b() { return QStringLiteral(":1.b"); }
-QString c() { return QStringLiteral(":1.c"); }
-QString rootClient() { return QStringLiteral(":1.r"); }
+QString a() { return u":1.a"_s; }
+QString b() { return u":1.b"_s; }
+QString c() { return u":1.c"_s; }
+QString rootClient() { return u":1.r"_s; }
 
 } // namespace
 
 void TestClientCalls::initTestCase()
 {
     QVERIFY(bus.start());
-    userBus = bus.connect(QStringLiteral("user"));
-    own = bus.connect(QStringLiteral("own"));
+    userBus = bus.connect(u"user"_s);
+    own = bus.connect(u"own"_s);
 }
 
 void TestClientCalls::init()
@@ -141,7 +140,7 @@ void TestClientCalls::givesEachUserItsShare()
 void TestClientCalls::givesRootWhatThereIs()
 {
     for (int number = 0; number < 5; ++number) {
-        const QString client = QStringLiteral(":1.r%1").arg(number);
+        const QString client = u":1.r%1"_s.arg(number);
         users.insert(client, 0);
         QVERIFY(call(client, number));
     }
@@ -205,7 +204,7 @@ void TestClientCalls::refusesWhatIsTooMuch()
 
 void TestClientCalls::refusesAClientThatHasLeft()
 {
-    QVERIFY(!call(QStringLiteral(":1.nobody"), 0));
+    QVERIFY(!call(u":1.nobody"_s, 0));
     QCOMPARE(settled(), QVector<int>());
 }
 

@@ -1,3 +1,4 @@
+#include "support/literals.h"
 #include "support/private_bus.h"
 #include "system/DBus/clients.h"
 
@@ -51,9 +52,9 @@ void TestClients::namesTheUserOfAClient()
 void TestClients::knowsNobodyWhoHasLeft()
 {
     DBus::Clients clients(connect("own"));
-    QVERIFY(!clients.userOf(QStringLiteral(":1.99999")));
-    DBus::Clients ofNoBus(QDBusConnection(QStringLiteral("none")));
-    QVERIFY(!ofNoBus.userOf(QStringLiteral(":1.1")));
+    QVERIFY(!clients.userOf(u":1.99999"_s));
+    DBus::Clients ofNoBus(QDBusConnection(u"none"_s));
+    QVERIFY(!ofNoBus.userOf(u":1.1"_s));
 }
 
 void TestClients::reportsThatAClientLeaves()
@@ -63,10 +64,10 @@ void TestClients::reportsThatAClientLeaves()
     QDBusConnection client = connect("leaving");
     const QString name = client.baseService();
     // A name that gets another owner does not mean that a client left.
-    QVERIFY(client.registerService(QStringLiteral("org.example.Name")));
+    QVERIFY(client.registerService(u"org.example.Name"_s));
     drop(client);
     QTRY_VERIFY_WITH_TIMEOUT(left.contains({name}), timeoutMs);
-    QCOMPARE(left.count({QStringLiteral("org.example.Name")}), 1);
+    QCOMPARE(left.count({u"org.example.Name"_s}), 1);
 }
 
 void TestClients::forgetsTheUserOfAClientThatLeft()
@@ -102,7 +103,7 @@ void TestClients::asksForTheCredentialsOfAClientOnce()
 void TestClients::asksForThoseOfANameThatMayChangeHandsEachTime()
 {
     DBus::Clients clients(connect("own"));
-    const QString name = QStringLiteral("org.example.Handed");
+    const QString name = u"org.example.Handed"_s;
     QDBusConnection client = connect("first owner");
     QVERIFY(client.registerService(name));
     QVERIFY(clients.credentialsOf(name));

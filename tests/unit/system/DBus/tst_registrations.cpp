@@ -1,5 +1,6 @@
 #include "system/DBus/registrations.h"
 
+#include "support/literals.h"
 #include "support/odd_file.h"
 
 #include <QDBusConnection>
@@ -22,12 +23,9 @@ private Q_SLOTS:
     void removesWhatItCannotUse();
 
 private:
-    [[nodiscard]] QString path() const
-    {
-        return m_directory->filePath(QStringLiteral("registrations.json"));
-    }
+    [[nodiscard]] QString path() const { return m_directory->filePath(u"registrations.json"_s); }
     /// Not connected: these tests never get as far as asking the bus.
-    static QDBusConnection noBus() { return QDBusConnection(QStringLiteral("none")); }
+    static QDBusConnection noBus() { return QDBusConnection(u"none"_s); }
 
     std::unique_ptr<QTemporaryDir> m_directory;
 };
@@ -62,7 +60,7 @@ void TestRegistrations::takesNothingWithoutADirectory()
 // So that a harmful file is used only once.
 void TestRegistrations::removesWhatItCannotUse()
 {
-    QVERIFY(OddFile::make(QStringLiteral("sparse, 1.5 GB"), path(), "{}"));
+    QVERIFY(OddFile::make(u"sparse, 1.5 GB"_s, path(), "{}"));
     QVERIFY(restoreRegistrations(noBus()).isEmpty());
     QVERIFY(!QFile::exists(path()));
 }

@@ -1,4 +1,5 @@
 #include "fakes/fake_user_service.h"
+#include "support/literals.h"
 #include "support/private_bus.h"
 #include "system/DBus/session_proxy.h"
 
@@ -29,9 +30,8 @@ private:
     static constexpr int timeoutMs = 30000;
     QDBusMessage call() const
     {
-        return QDBusMessage::createMethodCall(QDBusConnection::systemBus().baseService(),
-                                              QStringLiteral("/p"), QStringLiteral("a.b"),
-                                              QStringLiteral("C"));
+        return QDBusMessage::createMethodCall(QDBusConnection::systemBus().baseService(), u"/p"_s,
+                                              u"a.b"_s, u"C"_s);
     }
 
     PrivateBus bus;
@@ -45,16 +45,16 @@ void TestSessionProxy::initTestCase()
 {
     QVERIFY(bus.start());
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
-    userBus = bus.connect(QStringLiteral("user"));
-    client = bus.connect(QStringLiteral("client"));
+    userBus = bus.connect(u"user"_s);
+    client = bus.connect(u"client"_s);
 }
 
 void TestSessionProxy::init()
 {
     user = std::make_unique<FakeUserService>(userBus);
     // Forwarded to the same path, so the fake serves that too.
-    QVERIFY(userBus.registerVirtualObject(QStringLiteral("/p"), user.get()));
-    proxy = std::make_unique<DBus::SessionProxy>(QStringLiteral("/p"));
+    QVERIFY(userBus.registerVirtualObject(u"/p"_s, user.get()));
+    proxy = std::make_unique<DBus::SessionProxy>(u"/p"_s);
     QVERIFY(QDBusConnection::systemBus().registerVirtualObject(proxy->path(), proxy.get(),
                                                                QDBusConnection::SingleNode));
 }
@@ -68,10 +68,7 @@ void TestSessionProxy::cleanup()
 void TestSessionProxy::takesMethodCallsOnly()
 {
     const QDBusConnection own = QDBusConnection::systemBus();
-    QVERIFY(!proxy->handleMessage(QDBusMessage::createSignal(QStringLiteral("/p"),
-                                                             QStringLiteral("a.b"),
-                                                             QStringLiteral("S")),
-                                  own));
+    QVERIFY(!proxy->handleMessage(QDBusMessage::createSignal(u"/p"_s, u"a.b"_s, u"S"_s), own));
     QVERIFY(!proxy->handleMessage(call().createReply(), own));
     QVERIFY(!proxy->handleMessage(QDBusMessage::createError(QDBusError::Failed, QString()), own));
     QVERIFY(proxy->isIdle());
@@ -119,23 +116,22 @@ void TestSessionProxy::reportsObjectPathsBeforeTheAnswer()
     QTRY_VERIFY_WITH_TIMEOUT(answered.isFinished(), timeoutMs);
     QVERIFY(beforeTheAnswer);
     QCOMPARE(found.size(), 2);
-    QCOMPARE(found.at(0), QVariantList({QStringLiteral("/one"), client.baseService()}));
-    QCOMPARE(found.at(1), QVariantList({QStringLiteral("/two"), client.baseService()}));
+    QCOMPARE(found.at(0), QVariantList({u"/one"_s, client.baseService()}));
+    QCOMPARE(found.at(1), QVariantList({u"/two"_s, client.baseService()}));
 }
 
 void TestSessionProxy::refusesToIntrospectAnotherPath()
 {
     QTest::ignoreMessage(QtWarningMsg, "Tried to introspect other path: \"/q\"");
-    QCOMPARE(proxy->introspect(QStringLiteral("/q")), QString());
+    QCOMPARE(proxy->introspect(u"/q"_s), QString());
 }
 
 void TestSessionProxy::saysWhyItCannotIntrospect()
 {
     user.reset();
     QTest::ignoreMessage(
-        QtWarningMsg,
-        QRegularExpression(QStringLiteral("^Proxied introspect call failed on \"/p\" .*Service")));
-    QCOMPARE(proxy->introspect(QStringLiteral("/p")), QString());
+        QtWarningMsg, QRegularExpression(u"^Proxied introspect call failed on \"/p\" .*Service"_s));
+    QCOMPARE(proxy->introspect(u"/p"_s), QString());
 }
 
 QTEST_GUILESS_MAIN(TestSessionProxy)

@@ -3,6 +3,7 @@
 #include "system/autostart/interface.h"
 #include "system/autostart/manager.h"
 
+#include "support/literals.h"
 #include "support/private_bus.h"
 
 #include <QDBusMessage>
@@ -35,8 +36,8 @@ void TestAutostartInterface::initTestCase()
     Places::setOfProcess(Places::below(m_root.path()));
     m_bus = std::make_unique<PrivateBus>();
     QVERIFY(m_bus->start());
-    QVERIFY(m_bus->connect(QStringLiteral("daemon")).isConnected());
-    QVERIFY(m_bus->connect(QStringLiteral("client")).isConnected());
+    QVERIFY(m_bus->connect(u"daemon"_s).isConnected());
+    QVERIFY(m_bus->connect(u"client"_s).isConnected());
 }
 
 void TestAutostartInterface::everyCallPulsesTheIdleState_data()
@@ -45,12 +46,11 @@ void TestAutostartInterface::everyCallPulsesTheIdleState_data()
     QTest::addColumn<QVariantList>("arguments");
     QTest::addColumn<QString>("error");
 
-    QTest::newRow("reading") << QStringLiteral("GetEnabled") << QVariantList{5} << QString();
-    QTest::newRow("reading all users") << QStringLiteral("GetEnabled") << QVariantList{-1}
-                                       << QStringLiteral("org.freedesktop.DBus.Error.NotSupported");
-    QTest::newRow("a refused switch")
-        << QStringLiteral("SetEnabled") << QVariantList{5, QStringLiteral("a.b"), true}
-        << QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
+    QTest::newRow("reading") << u"GetEnabled"_s << QVariantList{5} << QString();
+    QTest::newRow("reading all users")
+        << u"GetEnabled"_s << QVariantList{-1} << u"org.freedesktop.DBus.Error.NotSupported"_s;
+    QTest::newRow("a refused switch") << u"SetEnabled"_s << QVariantList{5, u"a.b"_s, true}
+                                      << u"org.freedesktop.DBus.Error.AccessDenied"_s;
 }
 
 void TestAutostartInterface::everyCallPulsesTheIdleState()
@@ -59,22 +59,19 @@ void TestAutostartInterface::everyCallPulsesTheIdleState()
     QFETCH(QVariantList, arguments);
     QFETCH(QString, error);
 
-    QTest::ignoreMessage(QtWarningMsg,
-                         QRegularExpression(QStringLiteral("^couldn't get available users")));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^couldn't get available users"_s));
     Autostart::Manager manager(Places::ofProcess(), Core::LoggedFindings::instance());
     Autostart::DBusInterface interface(&manager);
-    QDBusConnection daemon = m_bus->connect(QStringLiteral("daemon"));
-    QVERIFY(
-        daemon.registerObject(QStringLiteral("/am"), &interface, QDBusConnection::ExportAllSlots));
+    QDBusConnection daemon = m_bus->connect(u"daemon"_s);
+    QVERIFY(daemon.registerObject(u"/am"_s, &interface, QDBusConnection::ExportAllSlots));
     QList<bool> states;
     connect(&interface, &Autostart::DBusInterface::isIdleChanged, this,
             [&] { states.append(interface.property("isIdle").toBool()); });
 
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(daemon.baseService(), QStringLiteral("/am"),
-                                       QStringLiteral("org.zarn.am.Autostart"), method);
+    QDBusMessage call = QDBusMessage::createMethodCall(daemon.baseService(), u"/am"_s,
+                                                       u"org.zarn.am.Autostart"_s, method);
     call.setArguments(arguments);
-    const QDBusPendingCall reply = m_bus->connect(QStringLiteral("client")).asyncCall(call);
+    const QDBusPendingCall reply = m_bus->connect(u"client"_s).asyncCall(call);
     QTRY_VERIFY(reply.isFinished());
     QCOMPARE(reply.error().name(), error);
     QCOMPARE(states, QList<bool>({false, true}));

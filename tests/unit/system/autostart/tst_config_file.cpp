@@ -3,6 +3,7 @@
 #include "system/autostart/config_file.h"
 
 #include "component/immutable_path.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -60,11 +61,11 @@ private Q_SLOTS:
 
 private:
     QString path(const QString &relative = {}) const { return m_directory->filePath(relative); }
-    QString setting() const { return path(QStringLiteral("a.b/5.conf")); }
+    QString setting() const { return path(u"a.b/5.conf"_s); }
     bool isEnabled() const
     {
-        const auto settings = Autostart::readConfigFiles(path(), {QStringLiteral("*.conf")}, 5,
-                                                         Core::LoggedFindings::instance());
+        const auto settings =
+            Autostart::readConfigFiles(path(), {u"*.conf"_s}, 5, Core::LoggedFindings::instance());
         return !settings.isEmpty() && settings.constLast().enabled;
     }
     bool isEmpty() const { return Autostart::configFilesBelow(path(), {}).isEmpty(); }
@@ -79,16 +80,15 @@ void TestConfigFile::writesWhatTheSettingsReaderReads_data()
     QTest::addColumn<bool>("enabled");
     QTest::addColumn<QByteArray>("text");
 
-    QTest::newRow("one user") << QStringLiteral("a.b") << 100000 << true
+    QTest::newRow("one user") << u"a.b"_s << 100000 << true
                               << QByteArray("[a.b%7C100000]\nautostart=true\n");
-    QTest::newRow("one user, off") << QStringLiteral("com.example.Notes") << 0 << false
+    QTest::newRow("one user, off") << u"com.example.Notes"_s << 0 << false
                                    << QByteArray("[com.example.Notes%7C0]\nautostart=false\n");
-    QTest::newRow("all users") << QStringLiteral("a.b") << -1 << true
-                               << QByteArray("[a.b]\nautostart=true\n");
-    QTest::newRow("the pseudo application") << QStringLiteral("enabledMode") << 5 << true
-                                            << QByteArray("[enabledMode%7C5]\nautostart=true\n");
+    QTest::newRow("all users") << u"a.b"_s << -1 << true << QByteArray("[a.b]\nautostart=true\n");
+    QTest::newRow("the pseudo application")
+        << u"enabledMode"_s << 5 << true << QByteArray("[enabledMode%7C5]\nautostart=true\n");
     QTest::newRow("every character of an id")
-        << QStringLiteral("0a-z_9.A_Z-.x") << 2147483647 << true
+        << u"0a-z_9.A_Z-.x"_s << 2147483647 << true
         << QByteArray("[0a-z_9.A_Z-.x%7C2147483647]\nautostart=true\n");
 }
 
@@ -102,12 +102,11 @@ void TestConfigFile::writesWhatTheSettingsReaderReads()
     QVERIFY(writeRuntimeConfig(setting(), id, uid, enabled));
     QCOMPARE(read(setting()), text);
 
-    const QString reference = path(QStringLiteral("reference"));
+    const QString reference = path(u"reference"_s);
     {
         QSettings settings(reference, QSettings::IniFormat);
         settings.beginGroup(uid == -1 ? id : id + QLatin1Char('|') + QString::number(uid));
-        settings.setValue(QStringLiteral("autostart"),
-                          enabled ? QStringLiteral("true") : QStringLiteral("false"));
+        settings.setValue(u"autostart"_s, enabled ? u"true"_s : u"false"_s);
     }
     QCOMPARE(read(setting()), read(reference));
 }
@@ -117,7 +116,7 @@ void TestConfigFile::everybodyMayReadWhatItWrites()
     const mode_t before = ::umask(0077);
     const auto restore = qScopeGuard([before] { ::umask(before); });
 
-    QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
+    QVERIFY(writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
     struct stat status = {};
     QCOMPARE(::stat(QFile::encodeName(setting()).constData(), &status), 0);
     QCOMPARE(status.st_mode & 07777U, 0644U);
@@ -125,31 +124,30 @@ void TestConfigFile::everybodyMayReadWhatItWrites()
 
 void TestConfigFile::leavesNothingBesideWhatItWrites()
 {
-    QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
-    QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, false));
-    QCOMPARE(QDir(path(QStringLiteral("a.b")))
-                 .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-             QStringList{QStringLiteral("5.conf")});
+    QVERIFY(writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
+    QVERIFY(writeRuntimeConfig(setting(), u"a.b"_s, 5, false));
+    QCOMPARE(QDir(path(u"a.b"_s)).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList{u"5.conf"_s});
 }
 
 void TestConfigFile::replacesALinkInsteadOfItsTarget()
 {
-    const QString target = path(QStringLiteral("target"));
+    const QString target = path(u"target"_s);
     QVERIFY(write(target, "kept"));
-    QVERIFY(QDir(path()).mkdir(QStringLiteral("a.b")));
+    QVERIFY(QDir(path()).mkdir(u"a.b"_s));
     QVERIFY(QFile::link(target, setting()));
 
-    QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
+    QVERIFY(writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
     QVERIFY(!QFileInfo(setting()).isSymLink());
     QCOMPARE(read(target), QByteArray("kept"));
 }
 
 void TestConfigFile::replacesAPipe()
 {
-    QVERIFY(QDir(path()).mkdir(QStringLiteral("a.b")));
+    QVERIFY(QDir(path()).mkdir(u"a.b"_s));
     QCOMPARE(::mkfifo(QFile::encodeName(setting()).constData(), 0600), 0);
 
-    QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
+    QVERIFY(writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
     QCOMPARE(read(setting()), QByteArray("[a.b%7C5]\nautostart=true\n"));
 }
 
@@ -157,22 +155,21 @@ void TestConfigFile::reportsADirectoryInPlaceOfTheFile()
 {
     QVERIFY(QDir().mkpath(setting()));
 
-    const QString warning =
-        QStringLiteral("couldn't remove old runtime config: \"%1\"").arg(setting());
+    const QString warning = u"couldn't remove old runtime config: \"%1\""_s.arg(setting());
     QTest::ignoreMessage(QtWarningMsg, qPrintable(warning));
-    QVERIFY(!writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
+    QVERIFY(!writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
     QVERIFY(QFileInfo(setting()).isDir());
 }
 
 void TestConfigFile::reportsAFileInPlaceOfTheDirectory()
 {
-    QVERIFY(write(path(QStringLiteral("a.b")), "in the way"));
+    QVERIFY(write(path(u"a.b"_s), "in the way"));
 
-    const QString warning = QStringLiteral("couldn't create base directory \"%1\" for \"%2\"")
-                                .arg(path(QStringLiteral("a.b")), setting());
+    const QString warning =
+        u"couldn't create base directory \"%1\" for \"%2\""_s.arg(path(u"a.b"_s), setting());
     QTest::ignoreMessage(QtWarningMsg, qPrintable(warning));
-    QVERIFY(!writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
-    QCOMPARE(read(path(QStringLiteral("a.b"))), QByteArray("in the way"));
+    QVERIFY(!writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
+    QCOMPARE(read(path(u"a.b"_s)), QByteArray("in the way"));
 }
 
 void TestConfigFile::keepsASettingThatCannotBeRemoved()
@@ -180,34 +177,32 @@ void TestConfigFile::keepsASettingThatCannotBeRemoved()
     QVERIFY(write(setting(), "earlier"));
     MAKE_IMMUTABLE(setting());
 
-    const QString warning =
-        QStringLiteral("couldn't remove old runtime config: \"%1\"").arg(setting());
+    const QString warning = u"couldn't remove old runtime config: \"%1\""_s.arg(setting());
     QTest::ignoreMessage(QtWarningMsg, qPrintable(warning));
-    QVERIFY(!writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
+    QVERIFY(!writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
     QCOMPARE(read(setting()), QByteArray("earlier"));
 }
 
 void TestConfigFile::keepsASettingInAReadOnlyDirectory()
 {
     QVERIFY(write(setting(), "earlier"));
-    MAKE_IMMUTABLE(path(QStringLiteral("a.b")));
+    MAKE_IMMUTABLE(path(u"a.b"_s));
 
-    const QString warning =
-        QStringLiteral("couldn't remove old runtime config: \"%1\"").arg(setting());
+    const QString warning = u"couldn't remove old runtime config: \"%1\""_s.arg(setting());
     QTest::ignoreMessage(QtWarningMsg, qPrintable(warning));
-    QVERIFY(!writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
+    QVERIFY(!writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
     QCOMPARE(read(setting()), QByteArray("earlier"));
 }
 
 void TestConfigFile::reportsAReadOnlyDirectory()
 {
-    QVERIFY(QDir(path()).mkdir(QStringLiteral("a.b")));
-    MAKE_IMMUTABLE(path(QStringLiteral("a.b")));
+    QVERIFY(QDir(path()).mkdir(u"a.b"_s));
+    MAKE_IMMUTABLE(path(u"a.b"_s));
 
     const QString warning =
-        QStringLiteral("couldn't open configuration file for writing: \"%1\"").arg(setting());
+        u"couldn't open configuration file for writing: \"%1\""_s.arg(setting());
     QTest::ignoreMessage(QtWarningMsg, qPrintable(warning));
-    QVERIFY(!writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
+    QVERIFY(!writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
     QVERIFY(!QFileInfo::exists(setting()));
 }
 
@@ -221,7 +216,7 @@ bool writeOnAFullDisk(const QString &path, rlim_t room)
     ::getrlimit(RLIMIT_FSIZE, &before);
     const rlimit full{room, before.rlim_max};
     ::setrlimit(RLIMIT_FSIZE, &full);
-    const bool written = writeRuntimeConfig(path, QStringLiteral("a.b"), 5, true);
+    const bool written = writeRuntimeConfig(path, u"a.b"_s, 5, true);
     ::setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
     return written;
@@ -244,11 +239,10 @@ void TestConfigFile::keepsTheSettingWhenTheDiskIsFull()
     qInstallMessageHandler(printed);
 
     QVERIFY(!written);
-    QCOMPARE(log,
-             QStringLiteral("couldn't open configuration file for writing: \"%1\"").arg(setting()));
+    QCOMPARE(log, u"couldn't open configuration file for writing: \"%1\""_s.arg(setting()));
     QCOMPARE(read(setting()), QByteArray("earlier"));
-    QCOMPARE(QDir(path(QStringLiteral("a.b"))).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-             QStringList{QStringLiteral("5.conf")});
+    QCOMPARE(QDir(path(u"a.b"_s)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList{u"5.conf"_s});
 }
 
 void TestConfigFile::leavesNothingWhenTheDiskIsFull()
@@ -260,16 +254,15 @@ void TestConfigFile::leavesNothingWhenTheDiskIsFull()
     qInstallMessageHandler(printed);
 
     QVERIFY(!written);
-    QCOMPARE(log,
-             QStringLiteral("couldn't open configuration file for writing: \"%1\"").arg(setting()));
-    QVERIFY(QDir(path(QStringLiteral("a.b"))).isEmpty());
+    QCOMPARE(log, u"couldn't open configuration file for writing: \"%1\""_s.arg(setting()));
+    QVERIFY(QDir(path(u"a.b"_s)).isEmpty());
 }
 
 void TestConfigFile::readsAFileAgainEachTime()
 {
-    QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, true));
+    QVERIFY(writeRuntimeConfig(setting(), u"a.b"_s, 5, true));
     QVERIFY(isEnabled());
-    QVERIFY(writeRuntimeConfig(setting(), QStringLiteral("a.b"), 5, false));
+    QVERIFY(writeRuntimeConfig(setting(), u"a.b"_s, 5, false));
     QVERIFY(!isEmpty());
     QVERIFY(!isEnabled());
     QVERIFY(QFile::remove(setting()));

@@ -3,6 +3,7 @@
 #include "system/autostart/manager.h"
 
 #include "component/immutable_path.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -47,7 +48,7 @@ private:
     QString path(const QString &relative) const { return m_root->filePath(relative); }
     QString runtime(const QString &relative) const
     {
-        return path(QStringLiteral("var/lib/am/apps/") + relative);
+        return path(u"var/lib/am/apps/"_s + relative);
     }
     QStringList runtimeFiles(const QString &application) const
     {
@@ -66,7 +67,7 @@ private:
 
 namespace {
 
-const QString app = QStringLiteral("a.b");
+const QString app = u"a.b"_s;
 
 bool write(const QString &path, const QByteArray &text)
 {
@@ -97,18 +98,16 @@ void TestManager::init()
 {
     m_root = std::make_unique<QTemporaryDir>();
     QTest::ignoreMessage(
-        QtWarningMsg,
-        QRegularExpression(QStringLiteral("^couldn't get available users list: QDBusError\\(")));
+        QtWarningMsg, QRegularExpression(u"^couldn't get available users list: QDBusError\\("_s));
     m_manager =
         std::make_unique<Manager>(Places::below(m_root->path()), Core::LoggedFindings::instance());
 }
 
 void TestManager::startsWithoutAUserManagerAndKeepsEverything()
 {
-    QVERIFY(write(runtime(QStringLiteral("a.b/100002.conf")), "[a.b%7C100002]\nautostart=true\n"));
+    QVERIFY(write(runtime(u"a.b/100002.conf"_s), "[a.b%7C100002]\nautostart=true\n"));
     QTest::ignoreMessage(
-        QtWarningMsg,
-        QRegularExpression(QStringLiteral("^couldn't get available users list: QDBusError\\(")));
+        QtWarningMsg, QRegularExpression(u"^couldn't get available users list: QDBusError\\("_s));
     m_manager->cleanupRemovedUsers();
     QCOMPARE(enabled(100002), QStringList{app});
 }
@@ -116,11 +115,9 @@ void TestManager::startsWithoutAUserManagerAndKeepsEverything()
 void TestManager::writesASettingBelowTheRoot()
 {
     QVERIFY(m_manager->setEnabled(100000, app, false));
-    QCOMPARE(read(runtime(QStringLiteral("a.b/100000.conf"))),
-             QByteArray("[a.b%7C100000]\nautostart=false\n"));
+    QCOMPARE(read(runtime(u"a.b/100000.conf"_s)), QByteArray("[a.b%7C100000]\nautostart=false\n"));
     QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
-    QCOMPARE(read(runtime(QStringLiteral("a.b/all-users.conf"))),
-             QByteArray("[a.b]\nautostart=true\n"));
+    QCOMPARE(read(runtime(u"a.b/all-users.conf"_s)), QByteArray("[a.b]\nautostart=true\n"));
 }
 
 void TestManager::refusesWhatIsNoApplicationId_data()
@@ -128,14 +125,14 @@ void TestManager::refusesWhatIsNoApplicationId_data()
     QTest::addColumn<QString>("id");
 
     QTest::newRow("empty") << QString();
-    QTest::newRow("no dot") << QStringLiteral("Notes");
-    QTest::newRow("a blank") << QStringLiteral("a.b c");
-    QTest::newRow("a slash") << QStringLiteral("a.b/c");
-    QTest::newRow("up") << QStringLiteral("..");
-    QTest::newRow("further up") << QStringLiteral("../../a.b");
-    QTest::newRow("a line break") << QStringLiteral("a.b\n");
-    QTest::newRow("a separator") << QStringLiteral("a.b|5");
-    QTest::newRow("the pseudo application in other letters") << QStringLiteral("EnabledMode");
+    QTest::newRow("no dot") << u"Notes"_s;
+    QTest::newRow("a blank") << u"a.b c"_s;
+    QTest::newRow("a slash") << u"a.b/c"_s;
+    QTest::newRow("up") << u".."_s;
+    QTest::newRow("further up") << u"../../a.b"_s;
+    QTest::newRow("a line break") << u"a.b\n"_s;
+    QTest::newRow("a separator") << u"a.b|5"_s;
+    QTest::newRow("the pseudo application in other letters") << u"EnabledMode"_s;
 }
 
 void TestManager::refusesWhatIsNoApplicationId()
@@ -145,7 +142,7 @@ void TestManager::refusesWhatIsNoApplicationId()
     for (const int uid : {5, Manager::allUsers}) {
         QString quoted;
         QDebug(&quoted).nospace() << id;
-        expectWarning(QStringLiteral("Invalid application ID: ") + quoted);
+        expectWarning(u"Invalid application ID: "_s + quoted);
         QVERIFY(!m_manager->setEnabled(uid, id, true));
     }
     QVERIFY(QDir(m_root->path()).isEmpty());
@@ -153,16 +150,16 @@ void TestManager::refusesWhatIsNoApplicationId()
 
 void TestManager::takesThePseudoApplication()
 {
-    QVERIFY(m_manager->setEnabled(5, QStringLiteral("enabledMode"), true));
-    QCOMPARE(enabled(5), QStringList{QStringLiteral("enabledMode")});
+    QVERIFY(m_manager->setEnabled(5, u"enabledMode"_s, true));
+    QCOMPARE(enabled(5), QStringList{u"enabledMode"_s});
     QCOMPARE(enabled(6), QStringList());
 }
 
 void TestManager::keepsTheSettingsOfIdsThatStartWithADot()
 {
-    QVERIFY(m_manager->setEnabled(5, QStringLiteral(".a.b"), true));
-    QVERIFY(m_manager->setEnabled(Manager::allUsers, QStringLiteral(".c.d"), true));
-    QCOMPARE(enabled(5), QStringList({QStringLiteral(".a.b"), QStringLiteral(".c.d")}));
+    QVERIFY(m_manager->setEnabled(5, u".a.b"_s, true));
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, u".c.d"_s, true));
+    QCOMPARE(enabled(5), QStringList({u".a.b"_s, u".c.d"_s}));
 }
 
 void TestManager::aUsersSettingLeavesOthersAlone()
@@ -171,8 +168,7 @@ void TestManager::aUsersSettingLeavesOthersAlone()
     QVERIFY(m_manager->setEnabled(100001, app, true));
     QVERIFY(m_manager->setEnabled(100000, app, false));
     QCOMPARE(runtimeFiles(app),
-             QStringList({QStringLiteral("100000.conf"), QStringLiteral("100001.conf"),
-                          QStringLiteral("all-users.conf")}));
+             QStringList({u"100000.conf"_s, u"100001.conf"_s, u"all-users.conf"_s}));
     QCOMPARE(enabled(100000), QStringList());
     QCOMPARE(enabled(100001), QStringList{app});
     QCOMPARE(enabled(100002), QStringList{app});
@@ -183,24 +179,24 @@ void TestManager::aSettingForAllUsersReplacesEveryUsersOwn()
     QVERIFY(m_manager->setEnabled(Manager::allUsers, app, false));
     QVERIFY(m_manager->setEnabled(100000, app, false));
     QVERIFY(m_manager->setEnabled(100001, app, true));
-    QVERIFY(m_manager->setEnabled(100001, QStringLiteral("c.d"), true));
+    QVERIFY(m_manager->setEnabled(100001, u"c.d"_s, true));
 
     QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
-    QCOMPARE(runtimeFiles(app), QStringList{QStringLiteral("all-users.conf")});
+    QCOMPARE(runtimeFiles(app), QStringList{u"all-users.conf"_s});
     QCOMPARE(enabled(100000), QStringList{app});
-    QCOMPARE(enabled(100001), QStringList({app, QStringLiteral("c.d")}));
+    QCOMPARE(enabled(100001), QStringList({app, u"c.d"_s}));
 }
 
 void TestManager::aSettingForAllUsersLeavesOtherFilesAlone()
 {
-    QVERIFY(write(runtime(QStringLiteral("a.b/notes.txt")), "kept"));
-    QVERIFY(write(runtime(QStringLiteral("a.b/deeper/5.conf")), "[a.b%7C5]\nautostart=true\n"));
-    QVERIFY(write(runtime(QStringLiteral("a.b/5.CONF")), "kept"));
+    QVERIFY(write(runtime(u"a.b/notes.txt"_s), "kept"));
+    QVERIFY(write(runtime(u"a.b/deeper/5.conf"_s), "[a.b%7C5]\nautostart=true\n"));
+    QVERIFY(write(runtime(u"a.b/5.CONF"_s), "kept"));
 
     QVERIFY(m_manager->setEnabled(Manager::allUsers, app, false));
-    QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/5.CONF"))));
-    QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/notes.txt"))));
-    QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/deeper/5.conf"))));
+    QVERIFY(QFileInfo::exists(runtime(u"a.b/5.CONF"_s)));
+    QVERIFY(QFileInfo::exists(runtime(u"a.b/notes.txt"_s)));
+    QVERIFY(QFileInfo::exists(runtime(u"a.b/deeper/5.conf"_s)));
 }
 
 void TestManager::overlaysTheLayers_data()
@@ -211,8 +207,8 @@ void TestManager::overlaysTheLayers_data()
     QTest::addColumn<bool>("starts");
 
     const QString none;
-    const QString on = QStringLiteral("true");
-    const QString off = QStringLiteral("false");
+    const QString on = u"true"_s;
+    const QString off = u"false"_s;
     QTest::newRow("nothing") << none << none << none << false;
     QTest::newRow("system on") << on << none << none << true;
     QTest::newRow("system off") << off << none << none << false;
@@ -232,7 +228,7 @@ void TestManager::overlaysTheLayers()
     QFETCH(bool, starts);
 
     if (!system.isEmpty())
-        QVERIFY(write(path(QStringLiteral("etc/am/conf.d/deep/x.conf")),
+        QVERIFY(write(path(u"etc/am/conf.d/deep/x.conf"_s),
                       "[a.b]\nautostart=" + system.toLatin1() + '\n'));
     if (!allUsers.isEmpty())
         QVERIFY(m_manager->setEnabled(Manager::allUsers, app, allUsers == QLatin1String("true")));
@@ -243,10 +239,10 @@ void TestManager::overlaysTheLayers()
 
 void TestManager::aSystemSettingOfAnotherUserSaysNothing()
 {
-    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/x.conf")),
+    QVERIFY(write(path(u"etc/am/conf.d/x.conf"_s),
                   "[a.b%7C100001]\nautostart=true\n[c.d]\nautostart=true\n"
                   "[c.d%7C100001]\nautostart=false\n"));
-    QCOMPARE(enabled(100000), QStringList{QStringLiteral("c.d")});
+    QCOMPARE(enabled(100000), QStringList{u"c.d"_s});
     QCOMPARE(enabled(100001), QStringList{app});
 }
 
@@ -254,12 +250,11 @@ void TestManager::namesUsersWhoseSettingCannotBeRemoved()
 {
     QVERIFY(m_manager->setEnabled(100000, app, false));
     QVERIFY(m_manager->setEnabled(100001, app, false));
-    MAKE_IMMUTABLE(runtime(QStringLiteral("a.b/100000.conf")));
+    MAKE_IMMUTABLE(runtime(u"a.b/100000.conf"_s));
 
-    expectWarning(QStringLiteral("couldn't disable autostart of \"a.b\" for \"100000\" uid"));
+    expectWarning(u"couldn't disable autostart of \"a.b\" for \"100000\" uid"_s);
     QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
-    QCOMPARE(runtimeFiles(app),
-             QStringList({QStringLiteral("100000.conf"), QStringLiteral("all-users.conf")}));
+    QCOMPARE(runtimeFiles(app), QStringList({u"100000.conf"_s, u"all-users.conf"_s}));
 }
 
 void TestManager::namesEverySettingInAReadOnlyDirectory()
@@ -268,65 +263,64 @@ void TestManager::namesEverySettingInAReadOnlyDirectory()
     QVERIFY(m_manager->setEnabled(100000, app, false));
     MAKE_IMMUTABLE(runtime(app));
 
-    expectWarning(QStringLiteral("couldn't remove old runtime config: \"%1\"")
-                      .arg(runtime(QStringLiteral("a.b/all-users.conf"))));
-    expectWarning(QStringLiteral("couldn't disable autostart of \"a.b\" for \"100000\" uid"));
-    expectWarning(QStringLiteral("couldn't disable autostart of \"a.b\" for \"all-users\" uid"));
+    expectWarning(
+        u"couldn't remove old runtime config: \"%1\""_s.arg(runtime(u"a.b/all-users.conf"_s)));
+    expectWarning(u"couldn't disable autostart of \"a.b\" for \"100000\" uid"_s);
+    expectWarning(u"couldn't disable autostart of \"a.b\" for \"all-users\" uid"_s);
     QVERIFY(!m_manager->setEnabled(Manager::allUsers, app, false));
-    QCOMPARE(read(runtime(QStringLiteral("a.b/all-users.conf"))),
-             QByteArray("[a.b]\nautostart=true\n"));
-    QVERIFY(QFileInfo::exists(runtime(QStringLiteral("a.b/100000.conf"))));
+    QCOMPARE(read(runtime(u"a.b/all-users.conf"_s)), QByteArray("[a.b]\nautostart=true\n"));
+    QVERIFY(QFileInfo::exists(runtime(u"a.b/100000.conf"_s)));
 }
 
 void TestManager::keepsUserSettingsWhenAllUsersCannotBeWritten()
 {
     QVERIFY(m_manager->setEnabled(100000, app, false));
-    QVERIFY(QDir().mkpath(runtime(QStringLiteral("a.b/all-users.conf"))));
+    QVERIFY(QDir().mkpath(runtime(u"a.b/all-users.conf"_s)));
 
-    expectWarning(QStringLiteral("couldn't remove old runtime config: \"%1\"")
-                      .arg(runtime(QStringLiteral("a.b/all-users.conf"))));
+    expectWarning(
+        u"couldn't remove old runtime config: \"%1\""_s.arg(runtime(u"a.b/all-users.conf"_s)));
     QVERIFY(!m_manager->setEnabled(Manager::allUsers, app, true));
-    QCOMPARE(runtimeFiles(app), QStringList{QStringLiteral("100000.conf")});
+    QCOMPARE(runtimeFiles(app), QStringList{u"100000.conf"_s});
 }
 
 void TestManager::removesNoUserSettingBehindALinkOutOfTheStore()
 {
-    const QString outside = path(QStringLiteral("outside/100000.conf"));
+    const QString outside = path(u"outside/100000.conf"_s);
     QVERIFY(write(outside, "kept"));
     QVERIFY(QDir().mkpath(runtime(QString())));
-    QVERIFY(QFile::link(path(QStringLiteral("outside")), runtime(app)));
+    QVERIFY(QFile::link(path(u"outside"_s), runtime(app)));
 
-    expectWarning(QStringLiteral("couldn't disable autostart of \"a.b\" for \"100000\" uid"));
+    expectWarning(u"couldn't disable autostart of \"a.b\" for \"100000\" uid"_s);
     QVERIFY(m_manager->setEnabled(Manager::allUsers, app, true));
     QCOMPARE(read(outside), QByteArray("kept"));
 }
 
 void TestManager::forgetsAnUninstalledApplication()
 {
-    QVERIFY(write(path(QStringLiteral("etc/am/conf.d/x.conf")), "[a.b]\nautostart=true\n"));
+    QVERIFY(write(path(u"etc/am/conf.d/x.conf"_s), "[a.b]\nautostart=true\n"));
     QVERIFY(m_manager->setEnabled(5, app, false));
-    QVERIFY(m_manager->setEnabled(Manager::allUsers, QStringLiteral("c.d"), true));
+    QVERIFY(m_manager->setEnabled(Manager::allUsers, u"c.d"_s, true));
 
     QVERIFY(m_manager->cleanupUninstalledApplication(app));
     QVERIFY(!QFileInfo::exists(runtime(app)));
-    QCOMPARE(enabled(5), QStringList({app, QStringLiteral("c.d")}));
+    QCOMPARE(enabled(5), QStringList({app, u"c.d"_s}));
 }
 
 void TestManager::hasNothingToForgetOfAnUnknownApplication()
 {
-    QVERIFY(m_manager->cleanupUninstalledApplication(QStringLiteral("x.y")));
+    QVERIFY(m_manager->cleanupUninstalledApplication(u"x.y"_s));
     QVERIFY(m_manager->cleanupUninstalledApplication(QString()));
-    QVERIFY(m_manager->cleanupUninstalledApplication(QStringLiteral("..")));
+    QVERIFY(m_manager->cleanupUninstalledApplication(u".."_s));
     QVERIFY(m_root->isValid() && QFileInfo::exists(m_root->path()));
 }
 
 void TestManager::reportsAnApplicationThatCannotBeForgotten()
 {
     QVERIFY(m_manager->setEnabled(5, app, true));
-    MAKE_IMMUTABLE(runtime(QStringLiteral("a.b/5.conf")));
+    MAKE_IMMUTABLE(runtime(u"a.b/5.conf"_s));
 
-    expectWarning(QStringLiteral("couldn't remove uninstalled application directory:  \"%1\"")
-                      .arg(runtime(app)));
+    expectWarning(
+        u"couldn't remove uninstalled application directory:  \"%1\""_s.arg(runtime(app)));
     QVERIFY(!m_manager->cleanupUninstalledApplication(app));
 }
 

@@ -1,3 +1,4 @@
+#include "support/literals.h"
 #include "system/autostart/removal.h"
 
 #include <QDir>
@@ -30,7 +31,7 @@ private Q_SLOTS:
 
 private:
     QString path(const QString &relative) const { return m_directory->filePath(relative); }
-    QString root() const { return path(QStringLiteral("lib/apps")); }
+    QString root() const { return path(u"lib/apps"_s); }
 
     std::unique_ptr<QTemporaryDir> m_directory;
 };
@@ -49,23 +50,23 @@ bool touch(const QString &path)
 void TestRemoval::init()
 {
     m_directory = std::make_unique<QTemporaryDir>();
-    QVERIFY(touch(path(QStringLiteral("lib/apps/a.b/5.conf"))));
-    QVERIFY(touch(path(QStringLiteral("lib/apps/a.b/.hidden/x"))));
-    QVERIFY(touch(path(QStringLiteral("lib/apps/c.d/5.conf"))));
-    QVERIFY(touch(path(QStringLiteral("lib/outside/sub/x.."))));
-    QVERIFY(touch(path(QStringLiteral("lib/outside/5.conf"))));
+    QVERIFY(touch(path(u"lib/apps/a.b/5.conf"_s)));
+    QVERIFY(touch(path(u"lib/apps/a.b/.hidden/x"_s)));
+    QVERIFY(touch(path(u"lib/apps/c.d/5.conf"_s)));
+    QVERIFY(touch(path(u"lib/outside/sub/x.."_s)));
+    QVERIFY(touch(path(u"lib/outside/5.conf"_s)));
     const QString apps = root() + QLatin1Char('/');
-    QVERIFY(QFile::link(path(QStringLiteral("lib/outside")), apps + QStringLiteral("out")));
-    QVERIFY(QFile::link(QStringLiteral("../outside"), apps + QStringLiteral("relative")));
-    QVERIFY(QFile::link(apps + QStringLiteral("c.d"), apps + QStringLiteral("in")));
-    QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), apps + QStringLiteral("dangling")));
+    QVERIFY(QFile::link(path(u"lib/outside"_s), apps + u"out"_s));
+    QVERIFY(QFile::link(u"../outside"_s, apps + u"relative"_s));
+    QVERIFY(QFile::link(apps + u"c.d"_s, apps + u"in"_s));
+    QVERIFY(QFile::link(u"/nowhere/at/all"_s, apps + u"dangling"_s));
 }
 
 void TestRemoval::removesADirectoryWithAllThatIsInIt()
 {
-    QVERIFY(removeBelow(root(), QStringLiteral("a.b")));
-    QVERIFY(!QFileInfo::exists(path(QStringLiteral("lib/apps/a.b"))));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/apps/c.d/5.conf"))));
+    QVERIFY(removeBelow(root(), u"a.b"_s));
+    QVERIFY(!QFileInfo::exists(path(u"lib/apps/a.b"_s)));
+    QVERIFY(QFileInfo::exists(path(u"lib/apps/c.d/5.conf"_s)));
 }
 
 void TestRemoval::countsAMissingDirectoryAsRemoved_data()
@@ -73,18 +74,13 @@ void TestRemoval::countsAMissingDirectoryAsRemoved_data()
     QTest::addColumn<QString>("directory");
     QTest::addColumn<QString>("name");
 
-    QTest::newRow("no such application") << QStringLiteral("lib/apps") << QStringLiteral("x.y");
-    QTest::newRow("no such store") << QStringLiteral("lib/none") << QStringLiteral("a.b");
-    QTest::newRow("up from a store that is missing")
-        << QStringLiteral("lib/none") << QStringLiteral("..");
-    QTest::newRow("up from a missing application")
-        << QStringLiteral("lib/apps") << QStringLiteral("x.y/..");
-    QTest::newRow("up from a file")
-        << QStringLiteral("lib/apps") << QStringLiteral("a.b/5.conf/../..");
-    QTest::newRow("through a dangling link")
-        << QStringLiteral("lib/apps") << QStringLiteral("dangling/a.b");
-    QTest::newRow("up from a dangling link")
-        << QStringLiteral("lib/apps") << QStringLiteral("dangling/..");
+    QTest::newRow("no such application") << u"lib/apps"_s << u"x.y"_s;
+    QTest::newRow("no such store") << u"lib/none"_s << u"a.b"_s;
+    QTest::newRow("up from a store that is missing") << u"lib/none"_s << u".."_s;
+    QTest::newRow("up from a missing application") << u"lib/apps"_s << u"x.y/.."_s;
+    QTest::newRow("up from a file") << u"lib/apps"_s << u"a.b/5.conf/../.."_s;
+    QTest::newRow("through a dangling link") << u"lib/apps"_s << u"dangling/a.b"_s;
+    QTest::newRow("up from a dangling link") << u"lib/apps"_s << u"dangling/.."_s;
 }
 
 void TestRemoval::countsAMissingDirectoryAsRemoved()
@@ -93,18 +89,18 @@ void TestRemoval::countsAMissingDirectoryAsRemoved()
     QFETCH(QString, name);
 
     QVERIFY(removeBelow(path(directory), name));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/apps/a.b/5.conf"))));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/apps/c.d/5.conf"))));
+    QVERIFY(QFileInfo::exists(path(u"lib/apps/a.b/5.conf"_s)));
+    QVERIFY(QFileInfo::exists(path(u"lib/apps/c.d/5.conf"_s)));
 }
 
 void TestRemoval::removesALinkInsteadOfFollowingIt_data()
 {
     QTest::addColumn<QString>("name");
 
-    QTest::newRow("out of the directory") << QStringLiteral("out");
-    QTest::newRow("out of it, relative") << QStringLiteral("relative");
-    QTest::newRow("inside it") << QStringLiteral("in");
-    QTest::newRow("to nowhere") << QStringLiteral("dangling");
+    QTest::newRow("out of the directory") << u"out"_s;
+    QTest::newRow("out of it, relative") << u"relative"_s;
+    QTest::newRow("inside it") << u"in"_s;
+    QTest::newRow("to nowhere") << u"dangling"_s;
 }
 
 void TestRemoval::removesALinkInsteadOfFollowingIt()
@@ -113,32 +109,31 @@ void TestRemoval::removesALinkInsteadOfFollowingIt()
 
     QVERIFY(removeBelow(root(), name));
     QVERIFY(!QFileInfo(QDir(root()).filePath(name)).isSymLink());
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/outside/5.conf"))));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/apps/c.d/5.conf"))));
+    QVERIFY(QFileInfo::exists(path(u"lib/outside/5.conf"_s)));
+    QVERIFY(QFileInfo::exists(path(u"lib/apps/c.d/5.conf"_s)));
 }
 
 void TestRemoval::removesALinkInADirectoryInsteadOfFollowingIt()
 {
-    QVERIFY(
-        QFile::link(path(QStringLiteral("lib/outside")), path(QStringLiteral("lib/apps/a.b/l"))));
+    QVERIFY(QFile::link(path(u"lib/outside"_s), path(u"lib/apps/a.b/l"_s)));
 
-    QVERIFY(removeBelow(root(), QStringLiteral("a.b")));
-    QVERIFY(!QFileInfo::exists(path(QStringLiteral("lib/apps/a.b"))));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/outside/5.conf"))));
+    QVERIFY(removeBelow(root(), u"a.b"_s));
+    QVERIFY(!QFileInfo::exists(path(u"lib/apps/a.b"_s)));
+    QVERIFY(QFileInfo::exists(path(u"lib/outside/5.conf"_s)));
 }
 
 void TestRemoval::doesNotFollowALinkOutOfTheDirectory_data()
 {
     QTest::addColumn<QString>("name");
 
-    QTest::newRow("a directory behind it") << QStringLiteral("out/sub");
-    QTest::newRow("a name with dots behind it") << QStringLiteral("out/sub/x..");
-    QTest::newRow("a slash behind it") << QStringLiteral("out/");
-    QTest::newRow("a dot behind it") << QStringLiteral("out/.");
-    QTest::newRow("up from behind it") << QStringLiteral("out/..");
-    QTest::newRow("down and up behind it") << QStringLiteral("out/sub/..");
-    QTest::newRow("after a detour") << QStringLiteral("a.b/../relative/sub");
-    QTest::newRow("from above") << QStringLiteral("../apps/out/sub");
+    QTest::newRow("a directory behind it") << u"out/sub"_s;
+    QTest::newRow("a name with dots behind it") << u"out/sub/x.."_s;
+    QTest::newRow("a slash behind it") << u"out/"_s;
+    QTest::newRow("a dot behind it") << u"out/."_s;
+    QTest::newRow("up from behind it") << u"out/.."_s;
+    QTest::newRow("down and up behind it") << u"out/sub/.."_s;
+    QTest::newRow("after a detour") << u"a.b/../relative/sub"_s;
+    QTest::newRow("from above") << u"../apps/out/sub"_s;
 }
 
 void TestRemoval::doesNotFollowALinkOutOfTheDirectory()
@@ -146,27 +141,27 @@ void TestRemoval::doesNotFollowALinkOutOfTheDirectory()
     QFETCH(QString, name);
 
     QVERIFY(!removeBelow(root(), name));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/outside/5.conf"))));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/outside/sub/x.."))));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/apps/a.b/5.conf"))));
+    QVERIFY(QFileInfo::exists(path(u"lib/outside/5.conf"_s)));
+    QVERIFY(QFileInfo::exists(path(u"lib/outside/sub/x.."_s)));
+    QVERIFY(QFileInfo::exists(path(u"lib/apps/a.b/5.conf"_s)));
 }
 
 void TestRemoval::followsALinkThatStaysInside()
 {
-    QVERIFY(removeBelow(root(), QStringLiteral("in/")));
-    QVERIFY(!QFileInfo::exists(path(QStringLiteral("lib/apps/c.d"))));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/apps/a.b/5.conf"))));
+    QVERIFY(removeBelow(root(), u"in/"_s));
+    QVERIFY(!QFileInfo::exists(path(u"lib/apps/c.d"_s)));
+    QVERIFY(QFileInfo::exists(path(u"lib/apps/a.b/5.conf"_s)));
 }
 
 void TestRemoval::reachesTheDirectoryThroughALink()
 {
-    const QString store = path(QStringLiteral("store"));
+    const QString store = path(u"store"_s);
     QVERIFY(QFile::link(root(), store));
 
-    QVERIFY(removeBelow(store, QStringLiteral("a.b")));
-    QVERIFY(!QFileInfo::exists(path(QStringLiteral("lib/apps/a.b"))));
-    QVERIFY(!removeBelow(store, QStringLiteral("out/sub")));
-    QVERIFY(QFileInfo::exists(path(QStringLiteral("lib/outside/sub/x.."))));
+    QVERIFY(removeBelow(store, u"a.b"_s));
+    QVERIFY(!QFileInfo::exists(path(u"lib/apps/a.b"_s)));
+    QVERIFY(!removeBelow(store, u"out/sub"_s));
+    QVERIFY(QFileInfo::exists(path(u"lib/outside/sub/x.."_s)));
 }
 
 void TestRemoval::takesNamesAsTheyAre_data()
@@ -175,18 +170,13 @@ void TestRemoval::takesNamesAsTheyAre_data()
     QTest::addColumn<QString>("gone");
     QTest::addColumn<QString>("left");
 
-    QTest::newRow("none") << QString() << QStringLiteral("lib/apps")
-                          << QStringLiteral("lib/outside/5.conf");
-    QTest::newRow("a dot") << QStringLiteral(".") << QStringLiteral("lib/apps")
-                           << QStringLiteral("lib/outside/5.conf");
-    QTest::newRow("two dots") << QStringLiteral("..") << QStringLiteral("lib") << QString();
-    QTest::newRow("beside") << QStringLiteral("../outside/sub") << QStringLiteral("lib/outside/sub")
-                            << QStringLiteral("lib/outside/5.conf");
-    QTest::newRow("a leading slash") << QStringLiteral("/a.b") << QStringLiteral("lib/apps/a.b")
-                                     << QStringLiteral("lib/apps/c.d");
-    QTest::newRow("down and up") << QStringLiteral("a.b/.hidden/..")
-                                 << QStringLiteral("lib/apps/a.b")
-                                 << QStringLiteral("lib/apps/c.d");
+    QTest::newRow("none") << QString() << u"lib/apps"_s << u"lib/outside/5.conf"_s;
+    QTest::newRow("a dot") << u"."_s << u"lib/apps"_s << u"lib/outside/5.conf"_s;
+    QTest::newRow("two dots") << u".."_s << u"lib"_s << QString();
+    QTest::newRow("beside") << u"../outside/sub"_s << u"lib/outside/sub"_s
+                            << u"lib/outside/5.conf"_s;
+    QTest::newRow("a leading slash") << u"/a.b"_s << u"lib/apps/a.b"_s << u"lib/apps/c.d"_s;
+    QTest::newRow("down and up") << u"a.b/.hidden/.."_s << u"lib/apps/a.b"_s << u"lib/apps/c.d"_s;
 }
 
 void TestRemoval::takesNamesAsTheyAre()
@@ -203,12 +193,12 @@ void TestRemoval::takesNamesAsTheyAre()
 void TestRemoval::knowsWhatIsBelow()
 {
     QVERIFY(isBelow(root(), root()));
-    QVERIFY(isBelow(root(), path(QStringLiteral("lib/apps/a.b"))));
-    QVERIFY(isBelow(root(), path(QStringLiteral("lib/apps/in/5.conf"))));
-    QVERIFY(!isBelow(root(), path(QStringLiteral("lib/apps/out"))));
-    QVERIFY(!isBelow(path(QStringLiteral("lib/out")), path(QStringLiteral("lib/outside"))));
-    QVERIFY(!isBelow(root(), path(QStringLiteral("lib/apps/none"))));
-    QVERIFY(!isBelow(path(QStringLiteral("none")), path(QStringLiteral("none"))));
+    QVERIFY(isBelow(root(), path(u"lib/apps/a.b"_s)));
+    QVERIFY(isBelow(root(), path(u"lib/apps/in/5.conf"_s)));
+    QVERIFY(!isBelow(root(), path(u"lib/apps/out"_s)));
+    QVERIFY(!isBelow(path(u"lib/out"_s), path(u"lib/outside"_s)));
+    QVERIFY(!isBelow(root(), path(u"lib/apps/none"_s)));
+    QVERIFY(!isBelow(path(u"none"_s), path(u"none"_s)));
 }
 
 QTEST_GUILESS_MAIN(TestRemoval)

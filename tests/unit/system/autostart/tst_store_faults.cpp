@@ -3,6 +3,7 @@
 #include "common/Core/findings.h"
 #include "common/places.h"
 #include "support/every_fault.h"
+#include "support/literals.h"
 #include "system/autostart/manager.h"
 #include "system/autostart/removal.h"
 #include "unit/common/Core/log_lines.h"
@@ -22,7 +23,7 @@ using Autostart::Manager;
 
 namespace {
 
-const QString app = QStringLiteral("a.b");
+const QString app = u"a.b"_s;
 
 bool write(const QString &path, const QByteArray &text)
 {
@@ -68,9 +69,9 @@ public:
     }
     [[nodiscard]] QString path(const char *file) const
     {
-        return m_root.path() + QStringLiteral("/var/lib/am/apps/") + QString::fromLatin1(file);
+        return m_root.path() + u"/var/lib/am/apps/"_s + QString::fromLatin1(file);
     }
-    [[nodiscard]] QString outside() const { return m_root.filePath(QStringLiteral("outside")); }
+    [[nodiscard]] QString outside() const { return m_root.filePath(u"outside"_s); }
     [[nodiscard]] Contents contents() const { return contentsOf(m_root.path()); }
     Manager &manager() { return m_manager; }
 
@@ -155,7 +156,7 @@ bool keepsOrReplaces(const std::function<bool(const Fixture &)> &put, int which,
     const bool isReady = put(fixture);
     const Contents before = fixture.contents();
     Contents after = before;
-    after[QStringLiteral("var/lib/am/apps/a.b/5.conf")] = newOfOne;
+    after[u"var/lib/am/apps/a.b/5.conf"_s] = newOfOne;
     const Outcome outcome = setWithAFault(fixture, 5, which, error);
     const Contents now = contentsOf(fixture, outcome);
     const auto check = [&] {
@@ -182,7 +183,7 @@ void TestStoreFaults::leavesNoTraceOfAFirstSettingThatFailed()
         Fixture fixture;
         const Outcome outcome = setWithAFault(fixture, 5, which, error);
         const Contents now = contentsOf(fixture, outcome);
-        const QByteArray setting = now.value(QStringLiteral("var/lib/am/apps/a.b/5.conf"));
+        const QByteArray setting = now.value(u"var/lib/am/apps/a.b/5.conf"_s);
         const auto check = [&] {
             QVERIFY2(outcome.isWritten ? setting == newOfOne : now.isEmpty(),
                      qPrintable(outcome.failed));
@@ -212,7 +213,7 @@ void TestStoreFaults::losesNoUsersSettingWithoutTheNewOneForAll()
         const Contents before = fixture.contents();
         const Outcome outcome = setWithAFault(fixture, Manager::allUsers, which, error);
         const Contents now = fixture.contents();
-        const QByteArray setting = now.value(QStringLiteral("var/lib/am/apps/a.b/all-users.conf"));
+        const QByteArray setting = now.value(u"var/lib/am/apps/a.b/all-users.conf"_s);
         const auto check = [&] {
             QVERIFY(isReady);
             QVERIFY2(outcome.isWritten ? setting == newOfAll : now == before,
@@ -231,13 +232,11 @@ void TestStoreFaults::removesUsersSettingsOnceTheNewOneForAllIsOnTheDisk()
     QVERIFY(fixture.manager().setEnabled(Manager::allUsers, app, true));
     const QString folder = fixture.path("a.b");
     // Without temporary files.
-    const QRegularExpression ofSettings(QStringLiteral("^(?!.*/\\.orvane\\.)"));
+    const QRegularExpression ofSettings(u"^(?!.*/\\.orvane\\.)"_s);
     QCOMPARE(watched.changes().filter(ofSettings),
-             QStringList({QStringLiteral("rename ") + folder + QStringLiteral("/all-users.conf"),
-                          QStringLiteral("fsync ") + folder,
-                          QStringLiteral("unlink ") + folder + QStringLiteral("/5.conf"),
-                          QStringLiteral("unlink ") + folder + QStringLiteral("/6.conf"),
-                          QStringLiteral("fsync ") + folder}));
+             QStringList({u"rename "_s + folder + u"/all-users.conf"_s, u"fsync "_s + folder,
+                          u"unlink "_s + folder + u"/5.conf"_s,
+                          u"unlink "_s + folder + u"/6.conf"_s, u"fsync "_s + folder}));
 }
 
 void TestStoreFaults::hasNewDirectoriesOnTheDiskBeforeItAnswers()
@@ -246,14 +245,14 @@ void TestStoreFaults::hasNewDirectoriesOnTheDiskBeforeItAnswers()
     const FileFaults watched;
     QVERIFY(fixture.manager().setEnabled(5, app, true));
     const QStringList changes = watched.changes();
-    const QStringList made = changes.filter(QRegularExpression(QStringLiteral("^mkdir ")));
+    const QStringList made = changes.filter(QRegularExpression(u"^mkdir "_s));
     QCOMPARE(made.size(), 5);
     for (const QString &change : made) {
         const QString parent = QFileInfo(change.mid(6)).path();
-        QVERIFY2(changes.indexOf(QStringLiteral("fsync ") + parent) > changes.indexOf(change),
+        QVERIFY2(changes.indexOf(u"fsync "_s + parent) > changes.indexOf(change),
                  qPrintable(change));
     }
-    QCOMPARE(changes.constLast(), QStringLiteral("fsync ") + fixture.path("a.b"));
+    QCOMPARE(changes.constLast(), u"fsync "_s + fixture.path("a.b"));
 }
 
 void TestStoreFaults::saysThatAnApplicationIsForgottenOnlyWhenItIs()
@@ -262,8 +261,7 @@ void TestStoreFaults::saysThatAnApplicationIsForgottenOnlyWhenItIs()
     withEveryCallFailing([&](int which) {
         const LogLines log;
         Fixture fixture;
-        const bool isReady = putSettings(fixture)
-            && write(fixture.outside() + QStringLiteral("/x"), "kept")
+        const bool isReady = putSettings(fixture) && write(fixture.outside() + u"/x"_s, "kept")
             && QFile::link(fixture.outside(), fixture.path("link"));
         QString failed;
         bool isApplicationRemoved = false;
@@ -271,17 +269,17 @@ void TestStoreFaults::saysThatAnApplicationIsForgottenOnlyWhenItIs()
         {
             const FileFaults faults(which, error);
             isApplicationRemoved = fixture.manager().cleanupUninstalledApplication(app);
-            isLinkRemoved = fixture.manager().cleanupUninstalledApplication(QStringLiteral("link"));
+            isLinkRemoved = fixture.manager().cleanupUninstalledApplication(u"link"_s);
             failed = faults.failed();
         }
         const Contents now = fixture.contents();
         const auto check = [&] {
             QVERIFY(isReady);
-            const bool isGone = !now.contains(QStringLiteral("var/lib/am/apps/a.b"));
-            const bool isLinkGone = !now.contains(QStringLiteral("var/lib/am/apps/link"));
+            const bool isGone = !now.contains(u"var/lib/am/apps/a.b"_s);
+            const bool isLinkGone = !now.contains(u"var/lib/am/apps/link"_s);
             QVERIFY2(!isApplicationRemoved || isGone, qPrintable(failed));
             QVERIFY2(!isLinkRemoved || isLinkGone, qPrintable(failed));
-            QVERIFY2(now.contains(QStringLiteral("outside/x")), qPrintable(failed));
+            QVERIFY2(now.contains(u"outside/x"_s), qPrintable(failed));
         };
         check();
         return !failed.isEmpty();

@@ -1,5 +1,6 @@
 #include "system/teller-hooks/interface.h"
 
+#include "support/literals.h"
 #include "support/private_bus.h"
 
 #include <QDBusMessage>
@@ -34,22 +35,22 @@ void TestTellerHooksInterface::initTestCase()
 {
     m_bus = std::make_unique<PrivateBus>();
     QVERIFY(m_bus->start());
-    QVERIFY(m_bus->connect(QStringLiteral("daemon")).isConnected());
-    QVERIFY(m_bus->connect(QStringLiteral("client")).isConnected());
+    QVERIFY(m_bus->connect(u"daemon"_s).isConnected());
+    QVERIFY(m_bus->connect(u"client"_s).isConnected());
 }
 
 void TestTellerHooksInterface::cleanup()
 {
-    m_bus->connect(QStringLiteral("daemon")).unregisterObject(QStringLiteral("/hooks"));
+    m_bus->connect(u"daemon"_s).unregisterObject(u"/hooks"_s);
 }
 
 QDBusPendingReply<> TestTellerHooksInterface::onRemove(const QString &application) const
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        m_bus->connect(QStringLiteral("daemon")).baseService(), QStringLiteral("/hooks"),
-        QStringLiteral("org.zarn.Teller.Hooks"), QStringLiteral("OnRemove"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(m_bus->connect(u"daemon"_s).baseService(), u"/hooks"_s,
+                                       u"org.zarn.Teller.Hooks"_s, u"OnRemove"_s);
     call << application;
-    return m_bus->connect(QStringLiteral("client")).asyncCall(call);
+    return m_bus->connect(u"client"_s).asyncCall(call);
 }
 
 void TestTellerHooksInterface::answersAndLogsByOutcome_data()
@@ -58,8 +59,8 @@ void TestTellerHooksInterface::answersAndLogsByOutcome_data()
     QTest::addColumn<bool>("tasks");
     QTest::addColumn<QStringList>("log");
 
-    const QString first = QStringLiteral("Failed to remove application \"a.b\" from autostart");
-    const QString second = QStringLiteral("Failed to remove application \"a.b\" from task manager");
+    const QString first = u"Failed to remove application \"a.b\" from autostart"_s;
+    const QString second = u"Failed to remove application \"a.b\" from task manager"_s;
     QTest::newRow("both forget") << true << true << QStringList();
     QTest::newRow("autostart fails") << false << true << QStringList{first};
     QTest::newRow("tasks fail") << true << false << QStringList{second};
@@ -84,15 +85,15 @@ void TestTellerHooksInterface::answersAndLogsByOutcome()
 
     DBusInterface hooks([&](const QString &) { return autostart; },
                         [&](const QString &) { return tasks; });
-    QVERIFY(m_bus->connect(QStringLiteral("daemon"))
-                .registerObject(QStringLiteral("/hooks"), &hooks, QDBusConnection::ExportAllSlots));
+    QVERIFY(m_bus->connect(u"daemon"_s)
+                .registerObject(u"/hooks"_s, &hooks, QDBusConnection::ExportAllSlots));
     // Not with ignoreMessage(), because the order matters and nothing else may be logged.
     collectedLog().clear();
     const auto printed =
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
             collectedLog().append(text);
         });
-    const QDBusPendingReply<> reply = onRemove(QStringLiteral("a.b"));
+    const QDBusPendingReply<> reply = onRemove(u"a.b"_s);
     const bool answered = QTest::qWaitFor([&] { return reply.isFinished(); });
     qInstallMessageHandler(printed);
 
@@ -103,8 +104,8 @@ void TestTellerHooksInterface::answersAndLogsByOutcome()
         QCOMPARE(reply.reply().signature(), QString());
         return;
     }
-    QCOMPARE(reply.error().name(), QStringLiteral("org.freedesktop.DBus.Error.Failed"));
-    QCOMPARE(reply.error().message(), QStringLiteral("Failed to remove application a.b"));
+    QCOMPARE(reply.error().name(), u"org.freedesktop.DBus.Error.Failed"_s);
+    QCOMPARE(reply.error().message(), u"Failed to remove application a.b"_s);
 }
 
 void TestTellerHooksInterface::asksInOrderAndHandsTheNameOnAsItIs()
@@ -112,22 +113,21 @@ void TestTellerHooksInterface::asksInOrderAndHandsTheNameOnAsItIs()
     QStringList asked;
     DBusInterface hooks(
         [&](const QString &application) {
-            asked.append(QStringLiteral("autostart ") + application);
+            asked.append(u"autostart "_s + application);
             return false;
         },
         [&](const QString &application) {
-            asked.append(QStringLiteral("tasks ") + application);
+            asked.append(u"tasks "_s + application);
             return true;
         });
-    QVERIFY(m_bus->connect(QStringLiteral("daemon"))
-                .registerObject(QStringLiteral("/hooks"), &hooks, QDBusConnection::ExportAllSlots));
+    QVERIFY(m_bus->connect(u"daemon"_s)
+                .registerObject(u"/hooks"_s, &hooks, QDBusConnection::ExportAllSlots));
     QTest::ignoreMessage(QtWarningMsg, "Failed to remove application \"../%1 x\" from autostart");
 
-    const QDBusPendingReply<> reply = onRemove(QStringLiteral("../%1 x"));
+    const QDBusPendingReply<> reply = onRemove(u"../%1 x"_s);
     QTRY_VERIFY(reply.isFinished());
-    QCOMPARE(asked,
-             QStringList({QStringLiteral("autostart ../%1 x"), QStringLiteral("tasks ../%1 x")}));
-    QCOMPARE(reply.error().message(), QStringLiteral("Failed to remove application ../%1 x"));
+    QCOMPARE(asked, QStringList({u"autostart ../%1 x"_s, u"tasks ../%1 x"_s}));
+    QCOMPARE(reply.error().message(), u"Failed to remove application ../%1 x"_s);
 }
 
 void TestTellerHooksInterface::pulsesItsIdleStateBeforeTheWork()
@@ -145,7 +145,7 @@ void TestTellerHooksInterface::pulsesItsIdleStateBeforeTheWork()
     QVERIFY(hooks.isIdle());
 
     // This works without a bus, which is needed only for an error.
-    hooks.OnRemove(QStringLiteral("a.b"));
+    hooks.OnRemove(u"a.b"_s);
     QCOMPARE(states, QList<bool>({false, true}));
     QCOMPARE(pulsesBeforeWork, 2);
     QVERIFY(hooks.isIdle());
