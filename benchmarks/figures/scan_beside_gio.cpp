@@ -44,8 +44,11 @@ Measurement scanBesideGio()
                 auto root = std::make_shared<TempRoot>();
                 writeEntries(*root, size, QStringLiteral("Sync"));
                 // The probe ends at once, because its input is empty, and leaves records of what it
-                // has read.
-                (void)timeOf(QStringLiteral("registry-probe"), {QStringLiteral("follow")}, *root);
+                // has read. It runs twice, because the first run keeps no record of an entry that
+                // was written just before it was read.
+                for (int run = 0; run < 2; ++run)
+                    (void)timeOf(QStringLiteral("registry-probe"), {QStringLiteral("follow")},
+                                 *root);
                 return Sides{[root] { return timeOf(QStringLiteral("scan-gio"), {}, *root); },
                              [root] {
                                  return timeOf(QStringLiteral("registry-probe"),
