@@ -16,6 +16,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+/// The result of renaming a file into place.
+enum class RenameResult {
+    /// Nothing has been renamed. The first value, because it is also that of a new PreparedFile.
+    Failed,
+    /// The names were exchanged; the old file now has the temporary name.
+    Exchanged,
+    /// There was no old file.
+    New,
+    /// The old file is gone, because the file system cannot exchange names.
+    Replaced,
+};
+
 namespace {
 
 // Files are readable for everybody, because the bus daemon reads its policies as another user. The
@@ -150,17 +162,6 @@ bool mayBeReplaced(const QByteArray &path)
     return ::access(path.constData(), W_OK) == 0 || isNotFound(errno);
 }
 
-/// The result of renaming a file into place.
-enum class RenameResult {
-    Failed,
-    /// The names were exchanged; the old file now has the temporary name.
-    Exchanged,
-    /// There was no old file.
-    New,
-    /// The old file is gone, because the file system cannot exchange names.
-    Replaced,
-};
-
 RenameResult renameInto(const QByteArray &from, const QByteArray &to)
 {
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_EXCHANGE) == 0)
@@ -173,14 +174,21 @@ RenameResult renameInto(const QByteArray &from, const QByteArray &to)
     return reason == ENOENT ? RenameResult::New : RenameResult::Replaced;
 }
 
-// Undoes the rename after the directory could not be synced: the caller is told that the write
-// failed, so the old file has to be there.
-void undoRename(RenameResult renamed, const QByteArray &temporary, const QByteArray &target)
+bool undoRename(RenameResult renamed, const QByteArray &temporary, const QByteArray &target)
 {
-    if (renamed == RenameResult::Exchanged)
-        ::renameat2(AT_FDCWD, temporary.constData(), AT_FDCWD, target.constData(), RENAME_EXCHANGE);
-    else if (renamed == RenameResult::New)
-        ::unlink(target.constData());
+    switch (renamed) {
+    case RenameResult::Failed:
+        return true;
+    case RenameResult::Exchanged:
+        return ::renameat2(AT_FDCWD, temporary.constData(), AT_FDCWD, target.constData(),
+                           RENAME_EXCHANGE)
+            == 0;
+    case RenameResult::New:
+        return ::unlink(target.constData()) == 0;
+    case RenameResult::Replaced:
+        break;
+    }
+    return false;
 }
 
 } // namespace
@@ -235,17 +243,27 @@ FileWrite PreparedFile::commit()
         return writeInPlace(m_target, *m_inPlace);
     if (m_state != FileWrite::Written)
         return m_state;
-    const RenameResult renamed = renameInto(m_temporary, m_target);
-    if (renamed == RenameResult::Failed)
+    m_renamed = renameInto(m_temporary, m_target);
+    if (m_renamed == RenameResult::Failed)
         return FileWrite::Incomplete;
     const bool isOnDisk = m_directory->sync();
+    // The caller is told that the write failed, so the old file has to be there.
     if (!isOnDisk)
-        undoRename(renamed, m_temporary, m_target);
+        (void)undoRename(m_renamed, m_temporary, m_target);
     // After an exchange, the temporary name belongs to the old file, or to the new one if it was
     // undone; the destructor removes it.
-    if (renamed != RenameResult::Exchanged)
+    if (m_renamed == RenameResult::New || m_renamed == RenameResult::Replaced)
         m_temporary.clear();
     return isOnDisk ? FileWrite::Written : FileWrite::Incomplete;
+}
+
+bool PreparedFile::undo()
+{
+    const bool isUndone = undoRename(m_renamed, m_temporary, m_target);
+    // If the disk refuses to sync, the names are right at least until the power fails.
+    if (m_directory)
+        (void)m_directory->sync();
+    return isUndone;
 }
 
 FileWrite writeFileAtomically(const QString &path, const QByteArray &text, FileReaders readers,

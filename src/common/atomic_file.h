@@ -7,6 +7,7 @@
 #include <optional>
 
 class OpenDirectory;
+enum class RenameResult;
 
 /// The result of writing a file.
 enum class FileWrite {
@@ -47,6 +48,11 @@ public:
     [[nodiscard]] FileWrite state() const { return m_state; }
     /// Renames the file to its final name, atomically, and syncs the directory. To be called once.
     [[nodiscard]] FileWrite commit();
+    /// Undoes a successful commit() while this object exists: the old file, or no file, is there
+    /// again. Nothing has to be written for this, so that a full disk does not prevent it.
+    /// @return false when the old file is gone, because the file system cannot exchange two names,
+    /// or when it cannot be put back.
+    [[nodiscard]] bool undo();
 
 private:
     [[nodiscard]] FileWrite prepare(const QByteArray &text, FileReaders readers,
@@ -58,8 +64,10 @@ private:
     FileWrite m_state = FileWrite::Written;
     /// The text for a device or a pipe, which cannot be replaced.
     std::optional<QByteArray> m_inPlace;
-    /// Path of the temporary file; empty when there is none.
+    /// Path of the temporary file; empty when there is none. After an exchange of the names this is
+    /// the old file.
     QByteArray m_temporary;
+    RenameResult m_renamed{};
     int m_fd = -1;
 };
 

@@ -3,7 +3,6 @@
 #include "common/atomic_file.h"
 #include "common/directories.h"
 #include "common/places.h"
-#include "files/foreign_file.h"
 #include "files/read_failures.h"
 #include "plan/task_names.h"
 
@@ -64,16 +63,6 @@ Removal removeFile(const QString &path)
     return Removal::Failed;
 }
 
-// Restores the policy that a new one has replaced.
-void restorePolicy(const QString &path, const ForeignFile &old)
-{
-    if (old.state == ForeignFile::Missing)
-        removeFile(path);
-    else if (old.state == ForeignFile::Read
-             && writeFileAtomically(path, old.text) != FileWrite::Written)
-        qWarning() << "Could not restore file:" << path;
-}
-
 // Whether a file certainly does not exist.
 bool isMissing(const QString &path)
 {
@@ -89,7 +78,6 @@ Error writePair(const TaskPlan &plan, const QString &unitPath, const QString &po
         return unitFailure(plan.taskId);
     makePolicyFolder(policyPath);
     PreparedFile policy(policyPath, *plan.policy);
-    const ForeignFile oldPolicy = readForeignFile(policyPath);
     if (!isPolicyWritten(policyPath, policy.commit())) {
         return isMissing(unitPath) && !isUnitWritten(unitPath, unit.commit())
             ? unitFailure(plan.taskId)
@@ -97,7 +85,8 @@ Error writePair(const TaskPlan &plan, const QString &unitPath, const QString &po
     }
     if (isUnitWritten(unitPath, unit.commit()))
         return {};
-    restorePolicy(policyPath, oldPolicy);
+    if (!policy.undo())
+        qWarning() << "Could not restore file:" << policyPath;
     return unitFailure(plan.taskId);
 }
 

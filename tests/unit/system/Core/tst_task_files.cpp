@@ -1,4 +1,5 @@
 #include "common/places.h"
+#include "files/file_state.h"
 #include "plan/task_names.h"
 #include "support/literals.h"
 #include "system/Core/task_files.h"
@@ -52,6 +53,12 @@ void expectIncompleteWrite(const QString &path)
 QStringList filesIn(const QString &besides)
 {
     return QFileInfo(besides).dir().entryList(QDir::Files | QDir::Hidden | QDir::System);
+}
+
+// Zero when there is no such file.
+quint64 inodeOf(const QString &path)
+{
+    return FileState::of(QFile::encodeName(path).constData()).inode;
 }
 
 Core::TaskPlan newPlan()
@@ -229,11 +236,15 @@ void TestTaskFiles::keepsTheOldPairWhenTheUnitCannotTakeItsPlace()
     QVERIFY(QFile::link(u"/dev/full"_s, unitPath()));
     if (oldPolicy != "(cannot be read)")
         fill(policyPath(), oldPolicy);
+    const quint64 oldInode = inodeOf(policyPath());
     expectIncompleteWrite(unitPath());
     const Core::Error error = Core::writeTaskFiles(newPlan(), places());
     QCOMPARE(error.message(), QLatin1String("Failed to write unit file for ") + taskId);
     QVERIFY(QFileInfo(unitPath()).isSymLink());
     QCOMPARE(contentOf(policyPath()), oldPolicy);
+    // The old file itself, because a disk that refuses the unit may refuse a copy, too.
+    QCOMPARE(inodeOf(policyPath()), oldInode);
+    QCOMPARE(filesIn(policyPath()).size(), oldPolicy == "old policy" ? 1 : 0);
 }
 
 void TestTaskFiles::keepsANewUnitWhosePolicyCannotBeWritten()
