@@ -86,12 +86,11 @@ bool isFolder(DIR *folder, const dirent &entry)
         && S_ISDIR(status.st_mode);
 }
 
-// Whether stat() failed because of the file (missing, a link loop, no permission) rather than
-// because of the system.
-bool isFaultOfTheFile(int error)
-{
-    return ReadFailures::isMissing(error) || error == ELOOP || error == EACCES;
-}
+// Whether stat() failed because there is no such file, rather than because of the system.
+bool leadsNowhere(int error) { return ReadFailures::isMissing(error) || error == ELOOP; }
+
+// The same for a file that may be a link. One to what this process may not see leads nowhere, too.
+bool mayLeadNowhere(int error) { return leadsNowhere(error) || error == EACCES; }
 
 // No value when the entry is not to be listed.
 std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString &name, Links links)
@@ -101,9 +100,11 @@ std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString
     struct stat status = {};
     const int flags = links == Links::AreFollowed ? 0 : AT_SYMLINK_NOFOLLOW;
     if (::fstatat(::dirfd(folder), entry.d_name, &status, flags) != 0) {
-        if (isFaultOfTheFile(errno))
+        const int error = errno;
+        const bool link = isLink(folder, entry);
+        if (link ? mayLeadNowhere(error) : leadsNowhere(error))
             return {};
-        return ListedFile{name, FileState(), isLink(folder, entry)};
+        return ListedFile{name, FileState(), link};
     }
     if (S_ISDIR(status.st_mode))
         return {};
@@ -157,7 +158,7 @@ bool mayBeFile(const QString &path)
 {
     struct stat status = {};
     if (::stat(QFile::encodeName(path).constData(), &status) != 0)
-        return !isFaultOfTheFile(errno);
+        return !mayLeadNowhere(errno);
     return S_ISREG(status.st_mode);
 }
 

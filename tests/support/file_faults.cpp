@@ -239,6 +239,13 @@ STAT_CALL(stat64, stat64)
 STAT_CALL(lstat, stat)
 STAT_CALL(lstat64, stat64)
 
+int fstatat(int directory, const char *path, struct stat *status, int flags) noexcept
+{
+    if (fails("fstatat", path))
+        return -1;
+    return static_cast<int>(::syscall(SYS_newfstatat, directory, path, status, flags));
+}
+
 int statx(int directory, const char *path, int flags, unsigned mask, struct statx *status) noexcept
 {
     if (path[0] != '\0' && fails("statx", path))

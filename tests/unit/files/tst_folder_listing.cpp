@@ -1,4 +1,5 @@
 #include "files/folder_listing.h"
+#include "support/file_faults.h"
 #include "support/literals.h"
 
 #include <QDir>
@@ -6,6 +7,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,6 +21,8 @@ private Q_SLOTS:
     void listsWhatTheFrameworkLists();
     void givesTheStateOfALinksTarget();
     void listsEveryLinkThatIsNotFollowed();
+    void listsAFileWhoseStateCannotBeRead_data();
+    void listsAFileWhoseStateCannotBeRead();
     void listsNothingWithoutAFolder();
     void knowsEveryName();
     void givesNoNamesOfAnUnreadableFolder();
@@ -98,6 +102,34 @@ void TestFolderListing::listsEveryLinkThatIsNotFollowed()
     QCOMPARE(files.at(2).name, u"linked.desktop"_s);
     QVERIFY(files.at(0).isLink && !files.at(1).isLink && files.at(2).isLink);
     QCOMPARE(files.at(0).state.size, path("none").size());
+}
+
+void TestFolderListing::listsAFileWhoseStateCannotBeRead_data()
+{
+    QTest::addColumn<int>("error");
+    QTest::addColumn<int>("listed");
+    // The name is there, and a read that fails is tried again. But a link without permission for
+    // its target is one that leads nowhere.
+    QTest::newRow("an error of the disk") << EIO << 2;
+    QTest::newRow("no permission") << EACCES << 1;
+    QTest::newRow("removed since") << ENOENT << 0;
+}
+
+void TestFolderListing::listsAFileWhoseStateCannotBeRead()
+{
+    QFETCH(int, error);
+    QFETCH(int, listed);
+    write("file.desktop");
+    QVERIFY(QFile::link(path("file.desktop"), path("link.desktop")));
+    int found = 0;
+    // The calls are: open the folder, the state of one, the state of the other.
+    for (const int call : {1, 2}) {
+        const FileFaults faults(call, error);
+        for (const ListedFile &file : filesIn(folder->path(), u".desktop"_s))
+            found += file.state.exists ? 0 : 1;
+        QVERIFY(faults.failed().startsWith(u"fstatat "_s));
+    }
+    QCOMPARE(found, listed);
 }
 
 void TestFolderListing::listsNothingWithoutAFolder()
