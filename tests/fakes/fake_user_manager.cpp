@@ -75,7 +75,7 @@ QDBusMessage FakeUserManager::answerTo(const QDBusMessage &message) const
     if (m_mode == QLatin1String("malformed"))
         return message.createReply(QStringList{u"100000"_s});
     QList<User> users;
-    for (const QString &uid : m_uids)
+    for (const QString &uid : m_mode == QLatin1String("empty") ? QStringList() : m_uids)
         users.append({u"user"_s + uid, u"User"_s, uid.toUInt()});
     return message.createReply(QVariant::fromValue(users));
 }
