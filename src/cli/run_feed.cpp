@@ -13,7 +13,9 @@ RunFeed::RunFeed(const QDBusConnection &bus, QObject *parent)
     connect(&m_systemd, &Systemd::taskChanged, this, &RunFeed::onTaskChanged);
     connect(&m_systemd, &Systemd::disconnected, this, &RunFeed::disconnected);
     connect(&m_systemd, &Systemd::taskJobRemoved, this,
-            [this](const QString &taskId, const QString &result) {
+            [this](const QString &taskId, uint job, const QString &result) {
+                if (m_stopJobs.remove(job))
+                    return;
                 report(m_runs.jobRemoved(taskId, result));
                 Q_EMIT jobRemoved(taskId, result);
             });
@@ -45,6 +47,8 @@ void RunFeed::readListed(const QVector<ListedUnit> &units, const Systemd::Done &
         tasks.append(taskIdOfUnit(unit.name));
         paths.append(unit.path);
         m_unseen.insert(tasks.constLast());
+        if (unit.stopJob != 0)
+            m_stopJobs.insert(unit.stopJob);
     }
     if (tasks.isEmpty())
         ready({});

@@ -25,7 +25,8 @@ public:
 
 Q_SIGNALS:
     void happened(const Cli::RunEvent &event);
-    /// A job of a task's unit is over: a requested start is no longer in progress.
+    /// A job of a task's unit is over: a requested start is no longer in progress. Not emitted for
+    /// a stop that was requested before begin(): systemd cancels it when a start is requested.
     void jobRemoved(const QString &taskId, const QString &result);
     /// The connection to the bus is lost; no more signals follow.
     void disconnected();
@@ -40,6 +41,8 @@ private:
     // Units whose state has not been read yet; signals about them are older than it and are
     // ignored.
     QSet<QString> m_unseen;
+    // The jobs that were to stop a unit when the units were listed.
+    QSet<uint> m_stopJobs;
     bool m_isListed = false;
 };
 

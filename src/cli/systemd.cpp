@@ -51,11 +51,16 @@ QVector<ListedUnit> unitsIn(const QDBusMessage &reply)
     while (!array.atEnd()) {
         ListedUnit unit;
         QString skipped;
+        QString jobType;
+        uint job = 0;
         QDBusObjectPath path;
         array.beginStructure();
-        array >> unit.name >> skipped >> skipped >> unit.activeState >> skipped >> skipped >> path;
+        array >> unit.name >> skipped >> skipped >> unit.activeState >> skipped >> skipped >> path
+            >> job >> jobType;
         array.endStructure();
         unit.path = path.path();
+        if (jobType == QLatin1String("stop"))
+            unit.stopJob = job;
         units.append(unit);
     }
     array.endArray();
@@ -234,9 +239,10 @@ void Systemd::onPropertiesChanged(const QDBusMessage &message)
 
 void Systemd::onJobRemoved(const QDBusMessage &message)
 {
-    const QString taskId = taskIdOfUnit(message.arguments().value(2).toString());
+    const QVariantList arguments = message.arguments();
+    const QString taskId = taskIdOfUnit(arguments.value(2).toString());
     if (!taskId.isEmpty())
-        Q_EMIT taskJobRemoved(taskId, message.arguments().value(3).toString());
+        Q_EMIT taskJobRemoved(taskId, arguments.value(0).toUInt(), arguments.value(3).toString());
 }
 
 } // namespace Cli

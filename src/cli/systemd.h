@@ -20,6 +20,8 @@ struct ListedUnit
     QString name;
     QString path;
     QString activeState;
+    /// The id of the job that is to stop it; 0 when there is none.
+    uint stopJob = 0;
 };
 
 /// A property of a unit.
@@ -64,8 +66,9 @@ Q_SIGNALS:
     /// @param interface "Unit" or "Service"; systemd sends the service's first.
     void taskChanged(const QString &taskId, const QString &interface, const QVariantMap &changed);
     /// systemd has finished a job of a task's unit.
+    /// @param job the job's id.
     /// @param result "done", or why it did not succeed: "failed", "dependency", "canceled" ...
-    void taskJobRemoved(const QString &taskId, const QString &result);
+    void taskJobRemoved(const QString &taskId, uint job, const QString &result);
     /// The connection to the bus is lost.
     void disconnected();
 

@@ -6,6 +6,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTest>
+#include <QTimer>
 
 namespace {
 
@@ -76,6 +77,8 @@ private Q_SLOTS:
     void waitsForAnEnd();
     void waitsUntilATaskRuns();
     void waitsForNothingWhenATaskRunsAlready();
+    void doesNotTakeTheEndOfAStopForTheEndOfTheStart_data();
+    void doesNotTakeTheEndOfAStopForTheEndOfTheStart();
     void stopsATask();
     void stopsOnlyWhatIsDeclared();
 
@@ -490,6 +493,36 @@ void TestOrvanectl::waitsForNothingWhenATaskRunsAlready()
     onStart([&] { fixture->systemd->emitJobRemoved(unit(), u"done"_s); });
     const ToolOutput output = run("start com.example.Notes.task_sync --user appuser --wait");
     QVERIFY(output.out.startsWith("com.example.Notes.task_sync runs"));
+    QCOMPARE(output.status, 0);
+}
+
+void TestOrvanectl::doesNotTakeTheEndOfAStopForTheEndOfTheStart_data()
+{
+    QTest::addColumn<QString>("result");
+    QTest::newRow("cancelled by the start") << u"canceled"_s;
+    QTest::newRow("just before the start") << u"done"_s;
+}
+
+void TestOrvanectl::doesNotTakeTheEndOfAStopForTheEndOfTheStart()
+{
+    QFETCH(QString, result);
+    constexpr uint stopJob = 7;
+    runTheTask();
+    fixture->systemd->units = {{unit(), u"deactivating"_s, u"stop-sigterm"_s, stopJob, u"stop"_s}};
+    onStart([&] {
+        fixture->systemd->emitJobRemoved(unit(), result, stopJob);
+        // The earlier run takes a while to end; the daemon has answered the start by then.
+        QTimer::singleShot(300, fixture->systemd.get(), [&] {
+            QVariantMap service = serviceState("success", 0, 0);
+            service.insert(u"ExecMainPID"_s, 4712);
+            emitService(service);
+            emitUnit(unitState("active", 'b'));
+            fixture->systemd->emitJobRemoved(unit(), u"done"_s);
+        });
+    });
+    const ToolOutput output = run("start com.example.Notes.task_sync --user appuser --wait");
+    QCOMPARE(output.out + output.errors,
+             QByteArray("com.example.Notes.task_sync runs, process 4712\n"));
     QCOMPARE(output.status, 0);
 }
 

@@ -50,8 +50,8 @@ static QDBusArgument &operator<<(QDBusArgument &argument, const ListedUnit &list
     argument.beginStructure();
     argument << listed.unit.name << u"A unit"_s << u"loaded"_s << listed.unit.activeState
              << listed.unit.subState << QString()
-             << QDBusObjectPath(FakeSystemd::pathOf(listed.unit.name)) << 0u << QString()
-             << QDBusObjectPath("/");
+             << QDBusObjectPath(FakeSystemd::pathOf(listed.unit.name)) << listed.unit.job
+             << listed.unit.jobType << QDBusObjectPath("/");
     argument.endStructure();
     return argument;
 }
@@ -149,12 +149,12 @@ void FakeSystemd::emitChange(const QString &unitPath, const QVariantMap &changed
     m_bus.send(signal);
 }
 
-void FakeSystemd::emitJobRemoved(const QString &unit, const QString &result)
+void FakeSystemd::emitJobRemoved(const QString &unit, const QString &result, uint job)
 {
     QDBusMessage signal = QDBusMessage::createSignal(
         u"/org/freedesktop/systemd1"_s, u"org.freedesktop.systemd1.Manager"_s, u"JobRemoved"_s);
-    signal << 1u << QVariant::fromValue(QDBusObjectPath("/org/freedesktop/systemd1/job/1")) << unit
-           << result;
+    const QDBusObjectPath path(u"/org/freedesktop/systemd1/job/%1"_s.arg(job));
+    signal << job << QVariant::fromValue(path) << unit << result;
     m_bus.send(signal);
 }
 

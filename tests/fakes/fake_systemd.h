@@ -23,6 +23,9 @@ public:
         QString name;
         QString activeState;
         QString subState;
+        /// The queued job: its id and type; none by default.
+        uint job = 0;
+        QString jobType{};
     };
 
     /// Claims systemd's name on the connection.
@@ -52,8 +55,8 @@ public:
     /// Emits a unit's PropertiesChanged.
     void emitChange(const QString &unitPath, const QVariantMap &changed,
                     const QString &interface = u"org.freedesktop.systemd1.Unit"_s);
-    /// Emits JobRemoved for a unit.
-    void emitJobRemoved(const QString &unit, const QString &result);
+    /// Emits JobRemoved for a unit. Job 1 is the one that StartUnit and StopUnit answer with.
+    void emitJobRemoved(const QString &unit, const QString &result, uint job = 1);
     /// The object path of a unit.
     static QString pathOf(const QString &unit);
 
