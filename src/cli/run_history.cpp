@@ -201,7 +201,7 @@ void History::add(const JournalEntry &entry)
         return;
     case Message::Stopping:
         if (const int at = indexOf(entry); at >= 0 && !m_runs.at(at).isOver)
-            m_runs[at].run.wasStopped = true;
+            m_runs[at].run.result.wasStopped = true;
         return;
     case Message::Success:
         return end(inProgress(entry), entry, QStringLiteral("success"));
@@ -243,14 +243,10 @@ QString endOf(const PastRun &run)
 {
     if (run.startFailed)
         return QStringLiteral("not started: ") + run.result.toString();
-    if (!run.wasStopped)
+    if (!run.result.wasStopped)
         return run.result.toString();
-    // The sandbox exits with this status when the program ended on the signal to stop.
-    constexpr int stoppedStatus = 128 + SIGTERM;
-    const bool endedOnSignal = run.result.code == CLD_EXITED && run.result.status == stoppedStatus;
-    return run.state == PastRun::Ended || endedOnSignal
-        ? QStringLiteral("stopped")
-        : QStringLiteral("stopped, ") + run.result.toString();
+    return run.state == PastRun::Ended ? QStringLiteral("stopped")
+                                       : QStringLiteral("stopped, ") + run.result.toString();
 }
 
 } // namespace

@@ -36,8 +36,6 @@ struct PastRun
     /// Whether the program was started, and whether systemd reported that it could not be started.
     bool wasStarted = false;
     bool startFailed = false;
-    /// Whether it was stopped on request.
-    bool wasStopped = false;
     /// Whether it was the last run of a boot that is over.
     bool endedWithBoot = false;
     /// Whether one of its processes was killed because memory ran out.

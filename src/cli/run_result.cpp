@@ -9,6 +9,10 @@ namespace Cli {
 
 namespace {
 
+// The sandbox reports a signal that killed the program in the same way as a shell: with the sum of
+// this and the signal's number.
+constexpr int killed = 128;
+
 // The meanings of systemd's own exit statuses that a task can end with.
 QString meaningOf(int status)
 {
@@ -18,8 +22,6 @@ QString meaningOf(int status)
         {216, QStringLiteral("its group does not exist")},
         {217, QStringLiteral("its user does not exist")},
         {226, QStringLiteral("its file system namespace cannot be set up")}};
-    // The sandbox reports a signal that killed the program in the same way as a shell.
-    constexpr int killed = 128;
     if (status > killed && status <= killed + SIGRTMAX)
         return QStringLiteral(" (signal %1, %2)")
             .arg(status - killed)
@@ -50,17 +52,35 @@ void RunResult::update(const QVariantMap &properties)
     result = properties.value(QStringLiteral("Result"), result).toString();
     code = properties.value(QStringLiteral("ExecMainCode"), code).toInt();
     status = properties.value(QStringLiteral("ExecMainStatus"), status).toInt();
+    const auto read = [&properties](const char *name, quint64 &moment) {
+        moment = properties.value(QString::fromLatin1(name), moment).toULongLong();
+    };
+    read("ExecMainStartTimestampMonotonic", processStart);
+    read("ExecMainExitTimestampMonotonic", processEnd);
+    read("ActiveExitTimestampMonotonic", unitEnd);
+    // An earlier end belongs to another run: this one becomes active only at its end, or never.
+    wasStopped = unitEnd > processStart && unitEnd < processEnd;
+}
+
+// Whether the program ended on the signal to stop. The sandbox then exits with the status that a
+// shell has for this signal.
+bool RunResult::hasObeyed() const
+{
+    return wasStopped && result == QLatin1String("exit-code") && code == CLD_EXITED
+        && status == killed + SIGTERM;
 }
 
 bool RunResult::isFailure() const
 {
-    return !result.isEmpty() && result != QLatin1String("success");
+    return !result.isEmpty() && result != QLatin1String("success") && !hasObeyed();
 }
 
 bool RunResult::wasKilled() const { return code == CLD_KILLED || code == CLD_DUMPED; }
 
 QString RunResult::toString() const
 {
+    if (hasObeyed())
+        return QStringLiteral("stopped");
     const bool isOfProcess = result == QLatin1String("exit-code")
         || result == QLatin1String("signal") || result == QLatin1String("core-dump");
     if (!isOfProcess)

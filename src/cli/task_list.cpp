@@ -1,8 +1,10 @@
 #include "cli/task_list.h"
 
 #include "cli/declared_tasks.h"
+#include "cli/run_result.h"
 #include "cli/task_units.h"
 #include "cli/units_at_boot.h"
+#include "cli/words.h"
 #include "client/wait_for.h"
 #include "common/places.h"
 
@@ -44,6 +46,17 @@ QVector<UnitProperty> stateProperties()
     return {{"Service", "MainPID"}, {"Unit", "StateChangeTimestamp"}};
 }
 
+// What tells a stop from a failure.
+QVector<UnitProperty> endProperties()
+{
+    return {{"Service", "Result"},
+            {"Service", "ExecMainCode"},
+            {"Service", "ExecMainStatus"},
+            {"Service", "ExecMainStartTimestampMonotonic"},
+            {"Service", "ExecMainExitTimestampMonotonic"},
+            {"Unit", "ActiveExitTimestampMonotonic"}};
+}
+
 void addProperties(TaskRow &row, const QVariantMap &properties)
 {
     const int pid = properties.value(QStringLiteral("MainPID")).toInt();
@@ -70,6 +83,26 @@ void addUnits(Systemd &systemd, const QVector<ListedUnit> &units,
         addProperties(rowOf(names.at(at), rows), properties.at(at));
 }
 
+// Asked for the units that have failed only, because each property is a call.
+void markStoppedUnits(Systemd &systemd, const QVector<ListedUnit> &units, Rows &rows)
+{
+    QStringList paths;
+    QStringList names;
+    for (const ListedUnit &unit : units) {
+        if (unit.activeState != QLatin1String("failed"))
+            continue;
+        paths.append(unit.path);
+        names.append(unit.name);
+    }
+    const auto [properties] = Client::waitFor<QVector<QVariantMap>>(
+        [&](const auto &done) { systemd.properties(paths, endProperties(), done); });
+    for (int at = 0; at < names.size(); ++at) {
+        RunResult result;
+        result.update(properties.at(at));
+        rowOf(names.at(at), rows).wasStopped = !result.result.isEmpty() && !result.isFailure();
+    }
+}
+
 void markUnitsAtBoot(Rows &rows)
 {
     for (const QString &unit : unitsAtBoot(Places::ofProcess()))
@@ -84,6 +117,8 @@ bool TaskRow::isRunning() const
         && activeState != QLatin1String("failed");
 }
 
+QString TaskRow::state() const { return stateOf(wasStopped ? QString() : activeState); }
+
 Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows,
                           const QVector<UnitProperty> &wanted)
 {
@@ -97,6 +132,7 @@ Client::Outcome listTasks(Systemd &systemd, QVector<TaskRow> &rows,
     if (listed)
         return listed;
     addUnits(systemd, units, stateProperties() + wanted, byId);
+    markStoppedUnits(systemd, units, byId);
     markUnitsAtBoot(byId);
     for (TaskRow &row : byId)
         row.isLive = true;

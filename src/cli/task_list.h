@@ -17,6 +17,8 @@ struct TaskRow
     bool isDeclared = false;
     /// systemd's ActiveState; empty when systemd has not loaded its unit.
     QString activeState;
+    /// Whether systemd calls it failed only because it was stopped.
+    bool wasStopped = false;
     int pid = -1;
     bool isAtBoot = false;
     /// Whether systemd was called.
@@ -32,6 +34,8 @@ struct TaskRow
         return isLive && (!worksInSession || !activeState.isEmpty());
     }
     [[nodiscard]] bool isRunning() const;
+    /// Its state in a word; only if the state is known.
+    [[nodiscard]] QString state() const;
 };
 
 /// All tasks with their state in systemd, sorted by id. Blocks until systemd answers.

@@ -91,6 +91,7 @@ TaskRuns::Events TaskRuns::updateUnit(const QString &taskId, const QVariantMap &
         run.isOpen = true;
         events.append({RunEvent::Started, taskId, run.pid, {}});
     }
+    run.result.update(changed);
     if (run.isOpen && isOver(run, changed))
         events.append(end(taskId, run, run.result.isFailure()));
     run.inactiveSince = std::max(run.inactiveSince, inactiveSinceIn(changed));

@@ -2,6 +2,7 @@
 
 #include "cli/process_stat.h"
 #include "cli/units_at_boot.h"
+#include "cli/words.h"
 #include "client/wait_for.h"
 #include "common/places.h"
 #include "files/foreign_file.h"
@@ -63,6 +64,13 @@ void TaskStatus::addProcesses(const QVector<UnitProcess> &own)
         processorTime = sum.processorTime;
     if (memory == notKnown)
         memory = sum.memory;
+}
+
+QString TaskStatus::state() const
+{
+    const bool wasStopped =
+        activeState == QLatin1String("failed") && !result.result.isEmpty() && !result.isFailure();
+    return stateOf(wasStopped ? QString() : activeState);
 }
 
 bool TaskStatus::hasResult() const { return result.code != 0 || result.isFailure(); }

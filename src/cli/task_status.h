@@ -36,6 +36,8 @@ struct TaskStatus
     void update(const QVariantMap &properties);
     /// Sets the processes, and computes from them what systemd has no accounting for.
     void addProcesses(const QVector<UnitProcess> &own);
+    /// Its state in a word.
+    [[nodiscard]] QString state() const;
     /// Whether it has ended, so that there is a result.
     [[nodiscard]] bool hasResult() const;
 };

@@ -52,6 +52,8 @@ private Q_SLOTS:
 
     void listsTasks();
     void listsTasksAsJson();
+    void distinguishesAStopFromAFailure_data();
+    void distinguishesAStopFromAFailure();
     void listsOnlyWhatIsAskedFor_data();
     void listsOnlyWhatIsAskedFor();
     void listsTheTasksOfAnImageWithoutAskingSystemd();
@@ -170,6 +172,30 @@ void TestOrvanectl::listsTasksAsJson()
     QCOMPARE(sync.value(u"atBoot"_s).toBool(), false);
     QVERIFY(sync.value(u"since"_s).toString().startsWith(QLatin1String("2020-02-0")));
     QVERIFY(!tasks.at(0).toObject().contains(u"state"_s));
+}
+
+void TestOrvanectl::distinguishesAStopFromAFailure_data()
+{
+    QTest::addColumn<quint64>("unitEnd");
+    QTest::addColumn<QString>("state");
+    QTest::newRow("stopped before its process ended") << quint64{2} << u"stopped"_s;
+    QTest::newRow("ended by itself") << quint64{4} << u"failed"_s;
+}
+
+// In both cases systemd says that the unit has failed, and that its process ended with a status.
+void TestOrvanectl::distinguishesAStopFromAFailure()
+{
+    QFETCH(quint64, unitEnd);
+    QFETCH(QString, state);
+    fixture->systemd->units = {{unit(), u"failed"_s, u"failed"_s}};
+    QVariantMap properties = serviceState("exit-code", 1, 143);
+    properties.insert(u"ExecMainStartTimestampMonotonic"_s, quint64{1});
+    properties.insert(u"ExecMainExitTimestampMonotonic"_s, quint64{3});
+    properties.insert(u"ActiveExitTimestampMonotonic"_s, unitEnd);
+    fixture->systemd->properties.insert(unit(), properties);
+    const ToolOutput output = run("tasks --json --app com.example.Notes");
+    const QJsonArray tasks = objectIn(output.out).value(u"tasks"_s).toArray();
+    QCOMPARE(tasks.at(1).toObject().value(u"state"_s).toString(), state);
 }
 
 void TestOrvanectl::listsOnlyWhatIsAskedFor_data()

@@ -32,6 +32,7 @@ private Q_SLOTS:
     void showsATaskThatRunsAsJson();
     void takesThePeakFromSystemdWhereItTells();
     void showsHowATaskEnded();
+    void showsATaskThatWasStopped();
     void showsATaskThatNeverRan();
     void showsWhatIsNotDeclaredAnyMore();
     void knowsNoStateOfATaskOfTheSession();
@@ -162,6 +163,17 @@ void TestOrvanectlShow::showsHowATaskEnded()
     QCOMPARE(object.value(u"exitStatus"_s).toInt(), 3);
     QVERIFY(!object.contains(u"memoryBytes"_s));
     QVERIFY(show(task()).out.contains("\nLast result  exit status 3\n"));
+}
+
+void TestOrvanectlShow::showsATaskThatWasStopped()
+{
+    endTheTask();
+    fixture->systemd->properties[unit()].insert(u"ExecMainStatus"_s, 143);
+    fixture->systemd->properties[unit()].insert(u"ActiveExitTimestampMonotonic"_s, quint64{1});
+    fixture->systemd->properties[unit()].insert(u"ExecMainExitTimestampMonotonic"_s, quint64{2});
+    const QByteArray out = show(task()).out;
+    QVERIFY2(out.contains("\nState        stopped\n"), out.constData());
+    QVERIFY2(out.contains("\nLast result  stopped\n"), out.constData());
 }
 
 void TestOrvanectlShow::showsATaskThatNeverRan()

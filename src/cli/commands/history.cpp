@@ -110,7 +110,7 @@ QJsonObject objectOf(const PastRun &run)
     if (run.state == PastRun::Ended || run.state == PastRun::Failed)
         run.result.addTo(object);
     object.insert(QStringLiteral("reason"), run.toString());
-    object.insert(QStringLiteral("stopped"), run.wasStopped);
+    object.insert(QStringLiteral("stopped"), run.result.wasStopped);
     object.insert(QStringLiteral("outOfMemory"),
                   run.ranOutOfMemory || run.result.result == QLatin1String("oom-kill"));
     insertKnown(object, "cpuNanoseconds", run.processorTime);

@@ -114,7 +114,7 @@ void addLog(Lines &lines, const LogEnd &log)
 
 QString stateText(const TaskStatus &status)
 {
-    QString text = stateOf(status.activeState);
+    QString text = status.state();
     if (status.since > 0)
         text += QStringLiteral(" since ") + momentOf(status.since);
     return status.pid > 0 ? text + QStringLiteral(", process %1").arg(status.pid) : text;
@@ -196,7 +196,7 @@ void addStatus(QJsonObject &object, const Shown &shown)
 {
     const TaskStatus &status = shown.status;
     object.insert(QStringLiteral("unit"), unitNameOf(shown.id));
-    object.insert(QStringLiteral("state"), stateOf(status.activeState));
+    object.insert(QStringLiteral("state"), status.state());
     object.insert(QStringLiteral("atBoot"), status.isAtBoot);
     if (status.pid > 0)
         object.insert(QStringLiteral("pid"), status.pid);

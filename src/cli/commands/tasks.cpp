@@ -25,10 +25,7 @@ bool isAskedFor(const TaskRow &row, const Request &request)
     return !request.has(QStringLiteral("running")) || row.isRunning();
 }
 
-QString shownState(const TaskRow &row)
-{
-    return row.hasState() ? stateOf(row.activeState) : unknown();
-}
+QString shownState(const TaskRow &row) { return row.hasState() ? row.state() : unknown(); }
 
 QJsonObject objectOf(const TaskRow &row)
 {

@@ -150,8 +150,7 @@ Gate nameGate(const Question &question, const LiveFacts &facts)
 
 QString runningText(const TaskStatus &status)
 {
-    const QString text =
-        stateOf(status.activeState) + QStringLiteral(" since ") + momentOf(status.since);
+    const QString text = status.state() + QStringLiteral(" since ") + momentOf(status.since);
     return status.pid > 0 ? text + QStringLiteral(", process %1").arg(status.pid) : text;
 }
 
@@ -164,19 +163,6 @@ QString restarting(const QString &unit, const RunResult &result)
         : start;
 }
 
-// Whether the task was stopped: then the unit had stopped being active before its process ended.
-bool wasStopped(const LiveFacts &facts, const RunResult &result)
-{
-    const auto moment = [&facts](const char *name) {
-        return facts.unit.value(QString::fromLatin1(name)).toULongLong();
-    };
-    // An earlier time belongs to another run: one that becomes active only at its end, or never.
-    const quint64 left = moment("ActiveExitTimestampMonotonic");
-    return result.wasKilled()
-        || (left > moment("ExecMainStartTimestampMonotonic")
-            && left < moment("ExecMainExitTimestampMonotonic"));
-}
-
 Gate gateOfEnd(const QString &gate, const TaskStatus &status, const LiveFacts &facts,
                const QString &cure)
 {
@@ -186,7 +172,7 @@ Gate gateOfEnd(const QString &gate, const TaskStatus &status, const LiveFacts &f
             QStringLiteral("%1 at %2%3").arg(status.result.toString(), moment, wordsOf(facts.log));
         return {gate, Gate::No, evidence, QStringLiteral("The task has failed."), cure};
     }
-    if (wasStopped(facts, status.result))
+    if (status.result.wasStopped || status.result.wasKilled())
         return {gate, Gate::No, QStringLiteral("stopped at ") + moment,
                 QStringLiteral("It was stopped on request."), cure};
     return {gate, Gate::Yes,

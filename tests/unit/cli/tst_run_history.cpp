@@ -164,7 +164,7 @@ void TestRunHistory::knowsHowARunEnded_data()
         "failed 3 stopped, exit status 4");
     row("stopped, with the sandbox's status for that",
         Log().started().stopping().exited("exited", "143").failed("exit-code").stopped(),
-        "failed 3 stopped");
+        "ended 3 stopped");
     row("no working directory", Log().started().exited("exited", "200").failed("exit-code"),
         "failed 2 exit status 200 (its working directory does not exist)");
     row("start failed",

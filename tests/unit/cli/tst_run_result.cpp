@@ -14,6 +14,8 @@ private Q_SLOTS:
     void putsSystemdsResultIntoWords();
     void keepsWhatAnUpdateLeavesOut();
     void distinguishesAnExitStatusFromASignal();
+    void distinguishesAStopFromAFailure_data();
+    void distinguishesAStopFromAFailure();
 };
 
 void TestRunResult::putsSystemdsResultIntoWords_data()
@@ -64,6 +66,38 @@ void TestRunResult::distinguishesAnExitStatusFromASignal()
     RunResult({u"signal"_s, 2, 9}).addTo(killed);
     QCOMPARE(killed.value(u"signal"_s).toInt(), 9);
     QVERIFY(!killed.contains(u"exitStatus"_s));
+}
+
+void TestRunResult::distinguishesAStopFromAFailure_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("unitEnd");
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<bool>("isFailure");
+    QTest::newRow("ended on the signal to stop") << 143 << 2 << u"stopped"_s << false;
+    QTest::newRow("ended with another status when it was stopped")
+        << 1 << 2 << u"exit status 1"_s << true;
+    QTest::newRow("ended on this signal without a stop")
+        << 143 << 4 << u"exit status 143 (signal 15, Terminated)"_s << true;
+    QTest::newRow("an earlier run was stopped")
+        << 143 << 0 << u"exit status 143 (signal 15, Terminated)"_s << true;
+}
+
+void TestRunResult::distinguishesAStopFromAFailure()
+{
+    QFETCH(int, status);
+    QFETCH(int, unitEnd);
+    QFETCH(QString, words);
+    QFETCH(bool, isFailure);
+    RunResult result;
+    result.update({{u"Result"_s, u"exit-code"_s},
+                   {u"ExecMainCode"_s, 1},
+                   {u"ExecMainStatus"_s, status},
+                   {u"ExecMainStartTimestampMonotonic"_s, quint64{1}},
+                   {u"ExecMainExitTimestampMonotonic"_s, quint64{3}}});
+    result.update({{u"ActiveExitTimestampMonotonic"_s, static_cast<quint64>(unitEnd)}});
+    QCOMPARE(result.toString(), words);
+    QCOMPARE(result.isFailure(), isFailure);
 }
 
 QTEST_GUILESS_MAIN(TestRunResult)

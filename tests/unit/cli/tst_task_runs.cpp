@@ -53,6 +53,7 @@ private Q_SLOTS:
     void reportsAStartThatFailedAtOnce();
     void reportsOnceWhatIsSentTwice();
     void reportsHowARunFailed();
+    void reportsAStopAsAnEnd();
     void reportsARunThatSystemdRestarts();
     void reportsRunsFromBefore();
     void doesNotReportUnitsThatDoNotRun();
@@ -135,6 +136,22 @@ void TestTaskRuns::reportsHowARunFailed()
     const auto events = runs.updateUnit(task(), unit("failed", 'a', 5));
     QCOMPARE(kinds(events), u"failed"_s);
     QCOMPARE(events.constFirst().result.status, 3);
+}
+
+void TestTaskRuns::reportsAStopAsAnEnd()
+{
+    TaskRuns runs;
+    (void)runs.updateUnit(task(), unit("active", 'a'));
+    QVariantMap stopping = unit("deactivating", 'a');
+    stopping.insert(u"ActiveExitTimestampMonotonic"_s, quint64{3});
+    QCOMPARE(kinds(runs.updateUnit(task(), stopping)), QString());
+    QVariantMap exited = service("exit-code", 1, 143);
+    exited.insert(u"ExecMainStartTimestampMonotonic"_s, quint64{2});
+    exited.insert(u"ExecMainExitTimestampMonotonic"_s, quint64{4});
+    runs.updateService(task(), exited);
+    const auto events = runs.updateUnit(task(), unit("failed", 'a', 5));
+    QCOMPARE(kinds(events), u"ended"_s);
+    QCOMPARE(events.constFirst().result.toString(), u"stopped"_s);
 }
 
 void TestTaskRuns::reportsARunThatSystemdRestarts()
