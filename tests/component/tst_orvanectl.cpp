@@ -82,7 +82,9 @@ private Q_SLOTS:
     void doesNotTakeTheEndOfAStopForTheEndOfTheStart_data();
     void doesNotTakeTheEndOfAStopForTheEndOfTheStart();
     void stopsATask();
-    void stopsOnlyWhatIsDeclared();
+    void stopsATaskThatIsNoLongerDeclared();
+    void saysThatNoTypeIsLeftToStopBy();
+    void stopsOnlyWhatIsDeclaredOrRuns();
 
 private:
     [[nodiscard]] ToolOutput run(const char *line) const { return fixture->runTool(words(line)); }
@@ -560,7 +562,31 @@ void TestOrvanectl::stopsATask()
     QVERIFY(calls().contains(u"StopUnit"_s));
 }
 
-void TestOrvanectl::stopsOnlyWhatIsDeclared()
+void TestOrvanectl::stopsATaskThatIsNoLongerDeclared()
+{
+    const QString gone = u"ov_task.com.example.Gone.task_x.service"_s;
+    fixture->systemd->units = {{gone, u"active"_s, u"running"_s}};
+    const ToolOutput output = run("stop com.example.Gone.task_x");
+    QCOMPARE(output.errors, QByteArray());
+    QCOMPARE(output.status, 0);
+    QVERIFY(calls().contains(u"StopUnit"_s));
+    const auto stop = calls().indexOf(u"StopUnit"_s);
+    QCOMPARE(fixture->systemd->calls.at(stop).arguments().value(0).toString(), gone);
+}
+
+void TestOrvanectl::saysThatNoTypeIsLeftToStopBy()
+{
+    fixture->systemd->units = {{unit(), u"active"_s, u"running"_s}};
+    fixture->root.remove(u"/usr/share/orvane/task-types/Sync.conf"_s);
+    fixture->root.remove(u"/usr/share/applications/Notes.desktop"_s);
+    const ToolOutput output = run("stop com.example.Notes.task_sync");
+    QCOMPARE(output.status, 1);
+    QVERIFY2(output.errors.endsWith("systemctl disable --now "
+                                    "ov_task.com.example.Notes.task_sync.service\n"),
+             output.errors.constData());
+}
+
+void TestOrvanectl::stopsOnlyWhatIsDeclaredOrRuns()
 {
     const ToolOutput output = run("stop com.example.Notes.task_none");
     QCOMPARE(output.status, 1);
