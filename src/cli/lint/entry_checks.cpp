@@ -123,6 +123,28 @@ bool hasTheSameLetters(const QString &one, const QString &other)
     return left == right;
 }
 
+// The first word of a task's group that a misspelt one was probably meant to be.
+QString nearTaskWord(const QString &word)
+{
+    const QString shortOne = QStringLiteral("X-Task");
+    const QString longOne = QStringLiteral("X-Service");
+    // Of two wrong letters, only a swap is taken for a slip: [X-Test NAME] is another's group.
+    const bool isShortOne = word.compare(QLatin1String("Task"), Qt::CaseInsensitive) == 0
+        || !nearWord(word, {shortOne}, 1).isEmpty()
+        || (!nearWord(word, {shortOne}).isEmpty() && hasTheSameLetters(word, shortOne));
+    return isShortOne ? shortOne : nearWord(word, {longOne});
+}
+
+// The group that a misspelt one was probably meant to be; empty when it resembles none.
+QString nearGroup(const QString &group)
+{
+    const auto blank = group.indexOf(QLatin1Char(' '));
+    if (blank < 0)
+        return nearWord(group, sandboxGroups());
+    const QString word = nearTaskWord(group.left(blank));
+    return word.isEmpty() ? word : word + group.mid(blank);
+}
+
 /// Checks the lines of one entry.
 class TextChecks
 {
@@ -188,6 +210,9 @@ void TextChecks::enterGroup(const EntryLine &line)
     } else if (resemblesTaskGroup(group)) {
         m_findings.add(LintRules::unknownGroup, placeOf(line),
                        QStringLiteral("[%1] declares no task").arg(group));
+    } else if (const QString meant = nearGroup(group); !meant.isEmpty()) {
+        m_findings.add(LintRules::unknownGroup, placeOf(line),
+                       QStringLiteral("[%1] is ignored; did you mean [%2]?").arg(group, meant));
     }
 }
 

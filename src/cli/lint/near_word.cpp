@@ -9,8 +9,6 @@ namespace Cli {
 
 namespace {
 
-constexpr int farthest = 2;
-
 int distanceOf(const QString &from, const QString &to)
 {
     QVector<int> row(to.size() + 1);
@@ -29,7 +27,7 @@ int distanceOf(const QString &from, const QString &to)
 
 } // namespace
 
-QString nearWord(const QString &written, const QStringList &words)
+QString nearWord(const QString &written, const QStringList &words, int farthest)
 {
     QString nearest;
     int distance = farthest + 1;

@@ -31,7 +31,9 @@ QVector<LintRule> entryRules()
          "out."},
         {&unknownKey, "Correct the key's name, or begin it with X- if another program reads it."},
         {&keyTwice, "Remove all lines with this key but the last."},
-        {&unknownGroup, "Write [X-Task NAME], with one blank and a name of letters and digits."},
+        {&unknownGroup,
+         "Write [X-Task NAME], with one blank and a name of letters and digits, or "
+         "[X-Application]."},
     };
 }
 

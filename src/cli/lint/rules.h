@@ -40,7 +40,7 @@ constexpr Rule permissionUnreadable{"permission-unreadable", Finding::Error,
 constexpr Rule unknownKey{"unknown-key", Finding::Warning, "A key is unknown and is not read."};
 constexpr Rule unknownGroup{
     "unknown-group", Finding::Warning,
-    "A group's name resembles that of a task's group but does not declare a task, and is ignored."};
+    "A group's name resembles one that is read, such as that of a task, and the group is ignored."};
 constexpr Rule groupTwice{
     "group-twice", Finding::Warning,
     "A task's group occurs twice: both are read as one, and of a key in both, the last counts."};

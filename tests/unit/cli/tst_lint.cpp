@@ -182,6 +182,8 @@ private Q_SLOTS:
     void ignoresWhatOtherProgramsRead();
     void knowsMisspeltKeysOfTheMainGroup_data();
     void knowsMisspeltKeysOfTheMainGroup();
+    void knowsMisspeltGroups_data();
+    void knowsMisspeltGroups();
     void findsTheFirstLineThatIsNotUtf8_data();
     void findsTheFirstLineThatIsNotUtf8();
     void followsTheLinksOfATree();
@@ -357,6 +359,44 @@ void TestLint::knowsMisspeltKeysOfTheMainGroup()
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
     QCOMPARE(rulesIn(findings), isMisspelt ? QStringList(u"unknown-key"_s) : QStringList());
+}
+
+void TestLint::knowsMisspeltGroups_data()
+{
+    QTest::addColumn<QByteArray>("group");
+    QTest::addColumn<QString>("says");
+    const auto row = [](const char *group, const char *says) {
+        QTest::newRow(group) << QByteArray(group) << QString::fromLatin1(says);
+    };
+    row("X-Tsak doze", "[X-Tsak doze] is ignored; did you mean [X-Task doze]?");
+    row("X-Tasks doze", "[X-Tasks doze] is ignored; did you mean [X-Task doze]?");
+    row("x-taks doze", "[x-taks doze] is ignored; did you mean [X-Task doze]?");
+    row("Task doze", "[Task doze] is ignored; did you mean [X-Task doze]?");
+    row("X-Sevrice doze", "[X-Sevrice doze] is ignored; did you mean [X-Service doze]?");
+    row("X-Aplication", "[X-Aplication] is ignored; did you mean [X-Application]?");
+    row("X-Salijail", "[X-Salijail] is ignored; did you mean [X-Sailjail]?");
+    row("X-Task:doze", "[X-Task:doze] declares no task");
+    row("X-Test doze", "");
+    row("X-Tool doze", "");
+    row("X-Tsak", "");
+    row("Desktop Action doze", "");
+    row("NewWindow Shortcut Group", "");
+}
+
+void TestLint::knowsMisspeltGroups()
+{
+    QFETCH(QByteArray, group);
+    QFETCH(QString, says);
+    const TempRoot root;
+    root.write(entryPath(), entryOf('[' + group + "]\nName=A\n"));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    QString said;
+    for (const Core::Finding &finding : findings.sorted()) {
+        if (finding.rule == u"unknown-group"_s)
+            said += finding.text;
+    }
+    QCOMPARE(said, says);
 }
 
 void TestLint::findsTheFirstLineThatIsNotUtf8_data()
