@@ -73,6 +73,8 @@ private Q_SLOTS:
     void rendersNothingWhenAStartWouldBeRefused_data();
     void rendersNothingWhenAStartWouldBeRefused();
     void saysThatNobodyServesTheType();
+    void saysWhichGroupsMayRunTasks_data();
+    void saysWhichGroupsMayRunTasks();
     void saysThatThereIsNoBus_data();
     void saysThatThereIsNoBus();
     void waitsForAnEnd_data();
@@ -303,7 +305,7 @@ void TestOrvanectl::saysWhyAStartIsRefused_data()
         << words("start com.example.Notes.task_none --user user")
         << u"org.zarn.Orvane.Error.TaskNotFound"_s
         << QByteArray("no installed application declares the task "
-                      "com.example.Notes.task_none; see: orvanectl tasks");
+                      "com.example.Notes.task_none");
 }
 
 void TestOrvanectl::saysWhyAStartIsRefused()
@@ -313,7 +315,9 @@ void TestOrvanectl::saysWhyAStartIsRefused()
     QFETCH(QByteArray, complaint);
     const ToolOutput output = fixture->runTool(line + QStringList(u"--json"_s));
     QCOMPARE(output.status, 1);
-    QCOMPARE(output.errors, QByteArray("orvanectl: " + complaint + '\n'));
+    QCOMPARE(output.errors,
+             QByteArray("orvanectl: " + complaint + "; see: orvanectl why " + line.at(1).toLatin1()
+                        + '\n'));
     const QJsonObject object = objectIn(output.out);
     QCOMPARE(object.value(u"outcome"_s).toString(), u"refused"_s);
     QCOMPARE(object.value(u"error"_s).toString(), error);
@@ -450,6 +454,38 @@ void TestOrvanectl::saysThatNobodyServesTheType()
     const ToolOutput output = run("start com.example.Notes.task_alarm");
     QCOMPARE(output.status, 3);
     QVERIFY(output.errors.contains("org.zarn.Orvane.User"));
+    QVERIFY2(output.errors.contains("serve the task type OfTheUser"), output.errors.constData());
+    QVERIFY(output.errors.endsWith("; see: orvanectl why com.example.Notes.task_alarm\n"));
+}
+
+void TestOrvanectl::saysWhichGroupsMayRunTasks_data()
+{
+    QTest::addColumn<QString>("groups");
+    QTest::addColumn<QByteArray>("says");
+    QTest::newRow("one") << u"games"_s << QByteArray("; only root and members of games may");
+    QTest::newRow("two") << u"games,man"_s
+                         << QByteArray("; only root and members of games, man may");
+    QTest::newRow("none") << QString() << QByteArray("; only root may");
+}
+
+void TestOrvanectl::saysWhichGroupsMayRunTasks()
+{
+    QFETCH(QString, groups);
+    QFETCH(QByteArray, says);
+    const QString variable = u"ORVANE_TASK_GROUPS="_s + groups;
+    Fixture other;
+    other.root.serveType(u"Sync"_s);
+    other.root.writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+    other.systemd->properties.insert(u"orvane.service"_s,
+                                     {{u"Environment"_s, QStringList{variable}}});
+    // The daemon finds no process of the caller below its root, so nobody is in a group.
+    QVERIFY(other.start({variable}));
+    for (const char *line :
+         {"start com.example.Notes.task_sync --user appuser", "stop com.example.Notes.task_sync"}) {
+        const ToolOutput output = other.runTool(words(line));
+        QCOMPARE(output.status, 1);
+        QVERIFY2(output.errors.contains(says), output.errors.constData());
+    }
 }
 
 void TestOrvanectl::saysThatThereIsNoBus_data()
@@ -471,7 +507,9 @@ void TestOrvanectl::saysThatThereIsNoBus()
     QCOMPARE(output.status, 3);
     QCOMPARE(output.out, QByteArray());
     QCOMPARE(output.errors.count('\n'), 1);
-    QVERIFY2(output.errors.contains("systemctl status"), output.errors.constData());
+    const bool isStart = line.value(0) == QLatin1String("start");
+    QVERIFY2(output.errors.contains(isStart ? "orvanectl why" : "systemctl status"),
+             output.errors.constData());
 }
 
 void TestOrvanectl::waitsForAnEnd_data()
@@ -483,7 +521,8 @@ void TestOrvanectl::waitsForAnEnd_data()
     QTest::newRow("well") << serviceState("success", 1, 0) << unitState("inactive") << 0
                           << QByteArray("ran and ended: exit status 0");
     QTest::newRow("a failure") << serviceState("exit-code", 1, 3) << unitState("failed") << 1
-                               << QByteArray("failed: exit status 3; see: journalctl -u 'ov_task.");
+                               << QByteArray(
+                                      "failed: exit status 3; see: orvanectl why com.example.");
     QTest::newRow("killed") << serviceState("signal", 2, 9) << unitState("failed") << 1
                             << QByteArray("failed: killed by signal 9 (Killed)");
 }

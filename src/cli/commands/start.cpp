@@ -4,9 +4,9 @@
 #include "cli/declared_tasks.h"
 #include "cli/exit_status.h"
 #include "cli/output.h"
+#include "cli/refusal.h"
 #include "cli/start_options.h"
 #include "cli/start_wait.h"
-#include "cli/task_units.h"
 #include "client/daemon.h"
 #include "client/wait_for.h"
 #include "common/DBus/error.h"
@@ -42,7 +42,7 @@ QJsonObject objectOf(const QString &taskId, const StartOutcome &outcome)
         outcome.result.addTo(object);
     if (outcome.kind == StartOutcome::Refused) {
         object.insert(QStringLiteral("error"), outcome.refusal.errorName);
-        object.insert(QStringLiteral("reason"), outcome.refusal.toString());
+        object.insert(QStringLiteral("reason"), outcome.refusal.errorText);
     }
     return object;
 }
@@ -56,8 +56,8 @@ QString lineOf(const QString &taskId, const StartOutcome &outcome)
     case StartOutcome::Ended:
         return QStringLiteral("%1 ran and ended: %2").arg(taskId, outcome.result.toString());
     case StartOutcome::Failed:
-        return QStringLiteral("%1 failed: %2; see: journalctl -u '%3'")
-            .arg(taskId, outcome.result.toString(), unitNameOf(taskId));
+        return QStringLiteral("%1 failed: %2%3")
+            .arg(taskId, outcome.result.toString(), seeWhy(taskId));
     case StartOutcome::Accepted:
     case StartOutcome::Refused:
         break;
@@ -66,8 +66,10 @@ QString lineOf(const QString &taskId, const StartOutcome &outcome)
 }
 
 // The answer that the daemon would give.
-StartOutcome refusalOf(const QString &complaint)
+StartOutcome undeclared(const QString &taskId)
 {
+    const QString complaint =
+        QStringLiteral("no installed application declares the task %1").arg(taskId);
     const DBus::Error error(Core::Error(Core::Error::TaskNotFound, complaint));
     return {StartOutcome::Refused, {error.name(), complaint}, -1, {}};
 }
@@ -77,7 +79,8 @@ int report(const QString &taskId, const StartOutcome &outcome, Output &output)
     if (output.isJson())
         output.print(objectOf(taskId, outcome));
     if (outcome.kind == StartOutcome::Refused)
-        return Output::fail(outcome.refusal);
+        return Output::fail(outcome.refusal.isUnreachable() ? Unreachable : No,
+                            outcome.refusal.errorText + seeWhy(taskId));
     const QString line = lineOf(taskId, outcome);
     if (outcome.kind == StartOutcome::Failed)
         return Output::fail(No, line);
@@ -119,11 +122,13 @@ int run(const Request &request, Output &output)
     if (asked.status == WrongUsage)
         return Output::fail(asked.status, asked.complaint);
     if (asked.status == No)
-        return report(asked.taskId, refusalOf(asked.complaint), output);
+        return report(asked.taskId, undeclared(asked.taskId), output);
     const QString &type = asked.task.type;
-    const StartOutcome outcome = request.has(QStringLiteral("wait"))
+    StartOutcome outcome = request.has(QStringLiteral("wait"))
         ? startAndWait(type, asked.taskId, asked.request)
         : startWithoutWaiting(type, asked.taskId, asked.request);
+    if (outcome.kind == StartOutcome::Refused)
+        outcome.refusal.errorText = reasonOf(outcome.refusal, type);
     return report(asked.taskId, outcome, output);
 }
 

@@ -5,6 +5,7 @@
 #include "cli/declared_tasks.h"
 #include "cli/exit_status.h"
 #include "cli/output.h"
+#include "cli/refusal.h"
 #include "cli/task_list.h"
 #include "cli/task_units.h"
 #include "client/daemon.h"
@@ -54,6 +55,11 @@ FoundType typeFor(const QString &taskId)
     return task.taskId.isValid() ? FoundType{task.type, Done} : typeForUndeclared(taskId);
 }
 
+int failOn(const Client::Outcome &outcome, const QString &type)
+{
+    return Output::fail({outcome.errorName, reasonOf(outcome, type)});
+}
+
 int run(const Request &request, Output &output)
 {
     const QString taskId = request.arguments.value(0);
@@ -64,12 +70,12 @@ int run(const Request &request, Output &output)
     const auto [registered, session] = Client::waitFor<Client::Outcome, Client::Session>(
         [&](const auto &done) { daemon.registerInvoker(found.type, done); });
     if (registered)
-        return Output::fail(registered);
+        return failOn(registered, found.type);
     const QString path = session.path;
     const auto [stopped] = Client::waitFor<Client::Outcome>(
         [&](const auto &done) { daemon.stop(path, taskId, done); });
     if (stopped)
-        return Output::fail(stopped);
+        return failOn(stopped, found.type);
     if (output.isJson())
         output.print(QJsonObject{{QStringLiteral("task"), taskId},
                                  {QStringLiteral("outcome"), QStringLiteral("accepted")}});
