@@ -48,6 +48,7 @@ private Q_SLOTS:
     void explainsAnApplication();
     void saysInTheLastLineWhatIsShut();
     void exitsWithZeroWhenNothingIsShut();
+    void saysHowToStartATaskThatWasStopped();
     void refusesALineWithoutAnId();
 
 private:
@@ -198,6 +199,18 @@ void TestOrvanectlWhy::exitsWithZeroWhenNothingIsShut()
     const ToolOutput output = run({u"com.example.Notes"_s, u"--user"_s, u"4242"_s});
     QVERIFY2(output.out.endsWith("\nNothing prevents it from starting.\n"), output.out.constData());
     QCOMPARE(output.status, 0);
+}
+
+void TestOrvanectlWhy::saysHowToStartATaskThatWasStopped()
+{
+    const QVariantMap gone{{u"LoadState"_s, u"not-found"_s}};
+    fixture->systemd->properties.insert(unit(), gone);
+    QVERIFY(fixture->start());
+    const QJsonObject object = explained({task(), u"--user"_s, u"nobody"_s});
+    QCOMPARE(gateIn(object, "unit"),
+             u"yes not started; a start writes %1"_s.arg(
+                 fixture->root.path(fixture->root.unitFile(task()))));
+    QCOMPARE(gateIn(object, "last result"), QString());
 }
 
 void TestOrvanectlWhy::refusesALineWithoutAnId()

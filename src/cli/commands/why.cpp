@@ -20,6 +20,8 @@ QJsonObject objectOf(const QString &id, const Explanation &explanation)
         object.insert(QStringLiteral("user"), explanation.user);
     if (const Gate *shut = firstShut(explanation.gates))
         object.insert(QStringLiteral("firstShut"), shut->name);
+    else if (!explanation.start.isEmpty())
+        object.insert(QStringLiteral("start"), explanation.start);
     return object;
 }
 
@@ -33,9 +35,9 @@ int run(const Request &request, Output &output)
     } else {
         const Gate *shut = firstShut(explanation.gates);
         // A command is not wrapped, so that it can be copied.
-        const bool mayBreak = shut == nullptr || shut->cure.isEmpty();
+        const bool mayBreak = shut == nullptr ? explanation.start.isEmpty() : shut->cure.isEmpty();
         output.print(linesOf(explanation.gates, output)
-                     + wrapped(printable(verdictOn(explanation.gates)), 0,
+                     + wrapped(printable(verdictOn(explanation.gates, explanation.start)), 0,
                                mayBreak ? output.terminal().width : 0));
     }
     return firstShut(explanation.gates) == nullptr ? Done : No;
@@ -53,7 +55,10 @@ QVector<QPair<QString, QString>> fields()
                             "and if there are any, consequence and cure (a command)")},
             {QStringLiteral("firstShut"),
              QStringLiteral(
-                 "the name of the first gate whose answer is no; absent when there is none")}};
+                 "the name of the first gate whose answer is no; absent when there is none")},
+            {QStringLiteral("start"),
+             QStringLiteral("the command that starts a task which is not running, if no gate is "
+                            "shut")}};
 }
 
 QStringList description()
@@ -66,7 +71,9 @@ QStringList description()
             "answers, and how the last start went. The gates are listed in the order of a start, "
             "each with yes, no or ?, with the file and line or the message that shows this, and "
             "with a command that opens a shut gate if there is one. The last line names the first "
-            "gate that is shut. For an application, it shows setting by setting whether it starts "
+            "gate that is shut, or says that nothing prevents a start and, for a task that is not "
+            "running, how to start it. For an application, it shows setting by setting whether it "
+            "starts "
             "with a session."),
         QStringLiteral("It changes nothing, but the bus starts the daemon to answer. Only root and "
                        "members of the group systemd-journal may read the log. Without a bus, and "

@@ -15,4 +15,8 @@ namespace Cli {
 /// the name is owned, and whether the task runs.
 [[nodiscard]] QVector<Gate> unitGates(const Question &question, const LiveFacts &facts);
 
+/// The command that starts a task which is not running; empty when it runs or this is unknown. A
+/// task that has a unit is started again with everything that was requested at its last start.
+[[nodiscard]] QString startOf(const Question &question, const LiveFacts &facts);
+
 } // namespace Cli

@@ -14,6 +14,13 @@ bool isLoaded(const LiveFacts &facts)
     return textIn(facts.unit, "LoadState") == QLatin1String("loaded") && facts.hasUnitFile;
 }
 
+// Whether systemd has answered that the task has no unit: it was never started, or was stopped.
+bool hasNoUnit(const LiveFacts &facts)
+{
+    const QString state = textIn(facts.unit, "LoadState");
+    return !state.isEmpty() && (state == QLatin1String("not-found") || !facts.hasUnitFile);
+}
+
 QString starting(const Question &question)
 {
     if (question.user.isEmpty())
@@ -29,16 +36,12 @@ Gate notKnown(const QString &gate, const LiveFacts &facts)
                            : QStringLiteral("the bus cannot be reached")};
 }
 
-Gate neverStarted(const QString &gate, const Question &question)
+// Each start writes the unit, and each stop removes it.
+Gate notStarted(const QString &gate, const Question &question)
 {
-    const QString consequence = QStringLiteral("The task was never started, or it was stopped.");
-    return {
-        gate, Gate::No,
-        QStringLiteral("there is no %1").arg(Core::unitFilePath(question.places, question.id)),
-        question.user.isEmpty() ? consequence
-                + QStringLiteral(" Start it with: orvanectl start %1 --user USER").arg(question.id)
-                                : consequence,
-        starting(question)};
+    return {gate, Gate::Yes,
+            QStringLiteral("not started; a start writes %1")
+                .arg(Core::unitFilePath(question.places, question.id))};
 }
 
 Gate unitGate(const Question &question, const LiveFacts &facts)
@@ -47,8 +50,8 @@ Gate unitGate(const Question &question, const LiveFacts &facts)
     const QString state = textIn(facts.unit, "LoadState");
     if (state.isEmpty())
         return {gate, Gate::NotKnown, QStringLiteral("systemd does not report it")};
-    if (state == QLatin1String("not-found") || !facts.hasUnitFile)
-        return neverStarted(gate, question);
+    if (hasNoUnit(facts))
+        return notStarted(gate, question);
     const QString file = textIn(facts.unit, "FragmentPath");
     if (state == QLatin1String("masked")) {
         return {gate, Gate::No, QStringLiteral("%1 is masked").arg(unitNameOf(question.id)),
@@ -163,6 +166,12 @@ QString restarting(const QString &unit, const RunResult &result)
         : start;
 }
 
+bool isOver(const TaskStatus &status)
+{
+    return status.activeState == QLatin1String("inactive")
+        || status.activeState == QLatin1String("failed");
+}
+
 Gate gateOfEnd(const QString &gate, const TaskStatus &status, const LiveFacts &facts,
                const QString &cure)
 {
@@ -173,8 +182,8 @@ Gate gateOfEnd(const QString &gate, const TaskStatus &status, const LiveFacts &f
         return {gate, Gate::No, evidence, QStringLiteral("The task has failed."), cure};
     }
     if (status.result.wasStopped || status.result.wasKilled())
-        return {gate, Gate::No, QStringLiteral("stopped at ") + moment,
-                QStringLiteral("It was stopped on request."), cure};
+        return {gate, Gate::Yes,
+                QStringLiteral("stopped at %1; it is not running now").arg(moment)};
     return {gate, Gate::Yes,
             QStringLiteral("ended with %1 at %2; it is not running now")
                 .arg(status.result.toString(), moment)};
@@ -187,14 +196,11 @@ Gate resultGate(const Question &question, const LiveFacts &facts)
         return notKnown(gate, facts);
     TaskStatus status;
     status.update(facts.unit);
-    const bool isOver = status.activeState == QLatin1String("inactive")
-        || status.activeState == QLatin1String("failed");
-    if (!isOver)
+    if (!isOver(status))
         return {gate, Gate::Yes, runningText(status)};
     const QString cure = restarting(unitNameOf(question.id), status.result);
     if (!status.hasResult())
-        return {gate, Gate::No, QStringLiteral("it has not run since the system was started"),
-                QStringLiteral("It was not started."), cure};
+        return {gate, Gate::Yes, QStringLiteral("it has not run since the system was started")};
     return gateOfEnd(gate, status, facts, cure);
 }
 
@@ -202,11 +208,27 @@ Gate resultGate(const Question &question, const LiveFacts &facts)
 
 QVector<Gate> unitGates(const Question &question, const LiveFacts &facts)
 {
-    QVector<Gate> gates{unitGate(question, facts), freshGate(facts)};
+    QVector<Gate> gates{unitGate(question, facts)};
+    const bool isStarted = !hasNoUnit(facts);
+    if (isStarted)
+        gates << freshGate(facts);
     // A task has a policy only if a bus name was requested at its start.
     if (facts.policy.exists)
         gates << policyGate(question, facts) << nameGate(question, facts);
-    return gates << resultGate(question, facts);
+    return isStarted ? gates << resultGate(question, facts) : gates;
+}
+
+QString startOf(const Question &question, const LiveFacts &facts)
+{
+    TaskStatus status;
+    status.update(facts.unit);
+    if (hasNoUnit(facts)) {
+        return question.user.isEmpty()
+            ? QStringLiteral("orvanectl start %1 --user USER").arg(question.id)
+            : starting(question);
+    }
+    return isLoaded(facts) && isOver(status) ? restarting(unitNameOf(question.id), status.result)
+                                             : QString();
 }
 
 } // namespace Cli

@@ -41,14 +41,15 @@ Explanation explainTask(Question question)
         facts = gatherFacts(question);
     if (question.user.isEmpty())
         question.user = textIn(facts.unit, "User");
-    return {true, question.user, entryGates(question) + gatesOfTask(question, facts)};
+    return {true, question.user, entryGates(question) + gatesOfTask(question, facts),
+            question.isOfSession() ? QString() : startOf(question, facts)};
 }
 
 Explanation explainApplication(Question question)
 {
     if (question.user.isEmpty())
         question.user = QString::number(getuid());
-    return {false, question.user, entryGates(question) + autostartGates(question)};
+    return {false, question.user, entryGates(question) + autostartGates(question), {}};
 }
 
 } // namespace
@@ -61,7 +62,7 @@ Explanation explain(const QString &id, const QString &user, bool isLive)
     return question.isTask() ? explainTask(question) : explainApplication(question);
 }
 
-QString verdictOn(const QVector<Gate> &gates)
+QString verdictOn(const QVector<Gate> &gates, const QString &start)
 {
     if (const Gate *shut = firstShut(gates)) {
         const QString verdict = QStringLiteral("It fails at \"%1\". ").arg(shut->name);
@@ -70,10 +71,13 @@ QString verdictOn(const QVector<Gate> &gates)
     }
     const auto unknown = std::count_if(
         gates.begin(), gates.end(), [](const Gate &gate) { return gate.answer == Gate::NotKnown; });
-    return unknown == 0
+    const QString verdict = unknown == 0
         ? QStringLiteral("Nothing prevents it from starting.")
         : QStringLiteral("Nothing that is known prevents it from starting; unknown: %1.")
               .arg(unknown);
+    return start.isEmpty()
+        ? verdict
+        : verdict + QStringLiteral(" It is not running; start it with: ") + start;
 }
 
 } // namespace Cli

@@ -16,6 +16,8 @@ struct Explanation
     QString user;
     /// In the order in which a start passes them.
     QVector<Gate> gates;
+    /// The command that starts it, if it is a task that is known not to run.
+    QString start{};
 };
 
 /// Checks every gate of a task or an application. On the running system this calls the bus, systemd
@@ -28,6 +30,7 @@ struct Explanation
 
 /// The conclusion from the gates as text for people: the first that is shut and what to do about
 /// it, or that nothing prevents the start.
-[[nodiscard]] QString verdictOn(const QVector<Gate> &gates);
+/// @param start the command for a start, if it does not run.
+[[nodiscard]] QString verdictOn(const QVector<Gate> &gates, const QString &start = {});
 
 } // namespace Cli

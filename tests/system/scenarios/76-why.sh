@@ -43,13 +43,11 @@ faults() {
         daemon_has_no_policy            daemon's_bus_policy
         type_has_no_file                answer
         entry_is_in_a_home              known                   at home
-        task_was_never_started          unit                    --user appuser
         unit_is_masked                  unit                    --user appuser
         unit_has_changed                unit_in_force
         policy_is_secret                bus_policy              about $index
         policy_is_for_another           bus_policy              about $index
         task_was_killed                 last_result
-        task_was_stopped                last_result
         task_was_started_too_often      last_result
         application_is_switched_off     autostart               about com.example.Notes
         entry_has_another_file_name     launcher's_entry        about com.example.Notes
@@ -100,7 +98,6 @@ fault_entry_is_in_a_home() {
     run mkdir -p /root/.local/share/applications
     run mv $entry /root/.local/share/applications/
 }
-fault_task_was_never_started() { run orvanectl stop $task; }
 fault_unit_is_masked() { run ln -sf /dev/null "$(unit_file $task)" && run systemctl daemon-reload; }
 fault_unit_has_changed() { run bash -c "echo '# by hand' >>$(unit_file $task)"; }
 fault_policy_is_secret() { own_a_name && run chmod 600 "$(policy_file $index)"; }
@@ -109,7 +106,6 @@ fault_task_was_killed() {
     run systemctl kill --signal=KILL "$(unit_of $task)"
     wait_for 20 "the task to fail" unit_is $task failed
 }
-fault_task_was_stopped() { run systemctl stop "$(unit_of $task)"; }
 fault_task_was_started_too_often() {
     for _ in 1 2 3 4 5 6 7; do
         in_container systemctl restart "$(unit_of $task)" || break
@@ -132,6 +128,8 @@ scenario() {
     run cp -a $permissions /root/permissions
     mend
     what_works_has_no_shut_gate
+    what_was_stopped_has_no_shut_gate orvanectl stop $task
+    what_was_stopped_has_no_shut_gate systemctl stop "$(unit_of $task)"
     faults
     echo "faults: $count"
     [ "$count" -ge 15 ] || fail "only $count faults"
@@ -158,6 +156,22 @@ what_works_has_no_shut_gate() {
     expect_equal "gates that are not open" "$(jq -r '.gates[] | select(.answer != "yes").gate' <<<"$said")" ""
     why com.example.Notes || fail "an application that starts has a gate that is shut: $said"
     expect_equal "its gates that are not open" "$(jq -r '.gates[] | select(.answer != "yes").gate' <<<"$said")" ""
+}
+
+# what_was_stopped_has_no_shut_gate COMMAND...: stops the task with the command. The command that why prints
+# starts it.
+what_was_stopped_has_no_shut_gate() {
+    local start
+    run "$@"
+    wait_for 20 "the task to stop" is_stopped
+    why $task --user appuser || fail "a task that was stopped has a gate that is shut: $said"
+    start=$(jq -r .start <<<"$said")
+    echo "stopped: $start"
+    run bash -c "$start"
+    wait_for 20 "the task to run" unit_is $task active
+}
+is_stopped() {
+    [ "$(in_container orvanectl tasks --json | jq -r ".tasks[] | select(.task == \"$task\").state")" = stopped ]
 }
 
 # why ID [OPTION...]: asks with the command in the array "as", and sets "said".

@@ -109,6 +109,8 @@ private Q_SLOTS:
     void shutsTheGateOfAFact();
     void leavesAGateOpen_data();
     void leavesAGateOpen();
+    void saysHowToStartWhatDoesNotRun_data();
+    void saysHowToStartWhatDoesNotRun();
     void knowsNothingOfAUnitWithoutABus();
     void checksNoBusNameWithoutAPolicy();
     void checksNoCallerForATaskOfTheSession();
@@ -177,17 +179,8 @@ static void addDaemonRows()
 static void addUnitRows()
 {
     const char *const start = "orvanectl start com.example.Notes.task_sync --user app";
-    addRow("a task that was never started", "unit", start, [](Question &, LiveFacts &known) {
-        known.unit = {{text("LoadState"), text("not-found")}};
-    });
-    addRow("a unit whose file is gone", "unit", start,
-           [](Question &, LiveFacts &known) { known.hasUnitFile = false; });
     addRow("a unit that cannot be read", "unit", start,
            [](Question &, LiveFacts &known) { set(known.unit, "LoadState", "bad-setting"); });
-    addRow("a unit whose user is unknown", "unit", "", [](Question &asked, LiveFacts &known) {
-        asked.user.clear();
-        known.hasUnitFile = false;
-    });
     addRow("a unit that has changed", "unit in force", "systemctl daemon-reload",
            [](Question &, LiveFacts &known) { known.unit.insert(text("NeedDaemonReload"), true); });
 }
@@ -217,21 +210,6 @@ static void addResultRows()
     addRow("a task that has failed", "last result", start, [=](Question &, LiveFacts &known) {
         withoutPolicy(known);
         fail(known, "exit-code");
-    });
-    addRow("a task that was stopped", "last result", start, [=](Question &, LiveFacts &known) {
-        withoutPolicy(known);
-        end(known, CLD_KILLED, SIGTERM);
-    });
-    addRow("a task that ended itself when it was stopped", "last result", start,
-           [=](Question &, LiveFacts &known) {
-               withoutPolicy(known);
-               end(known, CLD_EXITED, 0);
-               known.unit.insert(text("ActiveExitTimestampMonotonic"), quint64{2});
-           });
-    addRow("a task that has not run yet", "last result", start, [=](Question &, LiveFacts &known) {
-        withoutPolicy(known);
-        set(known.unit, "ActiveState", "inactive");
-        known.unit.insert(text("MainPID"), 0u);
     });
     addRow("a task that was started too often", "last result",
            "systemctl reset-failed ov_task.com.example.Notes.task_sync.service && "
@@ -312,6 +290,58 @@ void TestWhyLive::leavesAGateOpen()
     const Gate found = gateNamed(gatesOf(asked, known), gate);
     QCOMPARE(found.answer, Gate::Yes);
     QCOMPARE(found.evidence, evidence);
+}
+
+void TestWhyLive::saysHowToStartWhatDoesNotRun_data()
+{
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<Change>("change");
+    const auto row = [](const char *what, const char *start, const Change &change) {
+        QTest::newRow(what) << text(start) << change;
+    };
+    const char *const start = "orvanectl start com.example.Notes.task_sync --user app";
+    const char *const again = "systemctl start ov_task.com.example.Notes.task_sync.service";
+    row("never started", start, [](Question &, LiveFacts &known) {
+        known.unit = {{text("LoadState"), text("not-found")}};
+    });
+    row("stopped, so that its unit's file is gone", start,
+        [](Question &, LiveFacts &known) { known.hasUnitFile = false; });
+    row("never started, for an unknown user",
+        "orvanectl start com.example.Notes.task_sync --user USER",
+        [](Question &asked, LiveFacts &known) {
+            asked.user.clear();
+            known.hasUnitFile = false;
+        });
+    row("killed by a stop", again,
+        [](Question &, LiveFacts &known) { end(known, CLD_KILLED, SIGTERM); });
+    row("ended itself when it was stopped", again, [](Question &, LiveFacts &known) {
+        end(known, CLD_EXITED, 0);
+        known.unit.insert(text("ActiveExitTimestampMonotonic"), quint64{2});
+    });
+    row("ended with the sandbox's status for a stop", again, [](Question &, LiveFacts &known) {
+        end(known, CLD_EXITED, 128 + SIGTERM);
+        set(known.unit, "ActiveState", "failed");
+        set(known.unit, "Result", "exit-code");
+        known.unit.insert(text("ActiveExitTimestampMonotonic"), quint64{2});
+    });
+    row("has not run yet", again, [](Question &, LiveFacts &known) {
+        set(known.unit, "ActiveState", "inactive");
+        known.unit.insert(text("MainPID"), 0u);
+    });
+    row("runs", "", [](Question &, LiveFacts &) {});
+}
+
+void TestWhyLive::saysHowToStartWhatDoesNotRun()
+{
+    QFETCH(QString, start);
+    QFETCH(Change, change);
+    Question asked = question();
+    LiveFacts known = facts();
+    known.policy = {};
+    change(asked, known);
+    for (const Gate &gate : gatesOf(asked, known))
+        QVERIFY2(gate.answer == Gate::Yes, qPrintable(gate.name + gate.evidence));
+    QCOMPARE(Cli::startOf(asked, known), start);
 }
 
 void TestWhyLive::knowsNothingOfAUnitWithoutABus()
