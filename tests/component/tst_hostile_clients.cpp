@@ -62,6 +62,8 @@ private Q_SLOTS:
     void keepsNoDescriptor_data();
     void keepsNoDescriptor();
     void boundsTheDescriptorsOfAClient();
+    void hearsAfterAMessageWithManyDescriptors_data();
+    void hearsAfterAMessageWithManyDescriptors();
     void letsNobodyNameItsObjects();
     void removesWhatNobodyHolds();
 
@@ -418,6 +420,25 @@ void TestHostileClients::boundsTheDescriptorsOfAClient()
     QVERIFY(fixture->waitUntil([&] {
         return fixture->call(controlCall({descriptor()})).type() == QDBusMessage::ReplyMessage;
     }));
+}
+
+void TestHostileClients::hearsAfterAMessageWithManyDescriptors_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::newRow("more than a program accepts by default") << 17;
+    QTest::newRow("as many as the kernel passes on") << 253;
+}
+
+void TestHostileClients::hearsAfterAMessageWithManyDescriptors()
+{
+    QFETCH(int, count);
+    // By default dbus-daemon delivers 16 descriptors with a message; dbus-broker delivers all.
+    user.reset();
+    fixture = std::make_unique<Fixture>(u"<limit name=\"max_message_unix_fds\">1000</limit>"_s);
+    QVERIFY(fixture->start());
+    const QVariantList descriptors = QVector<QVariant>(count, descriptor()).toList();
+    QCOMPARE(fixture->call(controlCall(descriptors)).errorName(), QLatin1String(limitsExceeded));
+    QVERIFY(fixture->daemon.isRunning());
 }
 
 void TestHostileClients::letsNobodyNameItsObjects()

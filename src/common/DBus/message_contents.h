@@ -14,6 +14,11 @@ constexpr qint64 largestMessage = 32 * 1024 * 1024 - 64 * 1024;
 /// take some hundredths of a second.
 constexpr int mostValues = 100000;
 
+/// Largest number of file descriptors that this daemon passes on in one message: what dbus-daemon
+/// accepts, and what the bus library accepts in a program that does not ask for more. A program
+/// that receives more loses its connection.
+constexpr int mostDescriptors = 16;
+
 /// What is checked before a message is passed on. Plain value.
 struct MessageContents
 {
@@ -32,7 +37,10 @@ struct MessageContents
     bool hasEmptySignature = false;
 
     /// Whether a limit is exceeded.
-    [[nodiscard]] bool isTooLarge() const { return size > largestMessage || values > mostValues; }
+    [[nodiscard]] bool isTooLarge() const
+    {
+        return size > largestMessage || values > mostValues || descriptors > mostDescriptors;
+    }
     /// Whether this daemon can pass the message on.
     [[nodiscard]] bool canBeSentOn() const
     {
