@@ -21,8 +21,10 @@ namespace {
 constexpr int timeoutMs = 60000;
 constexpr int mostUnanswered = 64;
 
-// Without this the bus would drop a second answer to a call.
-const char *const unaskedAnswers =
+// Without the policy the bus would drop a second answer to a call. The limit is like that of
+// dbus-broker; dbus-daemon disconnects who sends more than 16 descriptors in a message.
+const char *const busConfiguration =
+    "<limit name=\"max_message_unix_fds\">1000</limit>"
     "<policy context=\"default\"><allow send_requested_reply=\"false\" "
     "send_type=\"method_return\"/>"
     "<allow send_requested_reply=\"false\" send_type=\"error\"/>"
@@ -48,7 +50,7 @@ private:
     // in which they are called.
     Random m_random;
     Random m_randomOfPeers;
-    PrivateBus m_bus{QString::fromLatin1(unaskedAnswers)};
+    PrivateBus m_bus{QString::fromLatin1(busConfiguration)};
     TempRoot m_root;
     DeathBoundProcess m_daemon;
     std::vector<std::unique_ptr<RandomPeer>> m_peers;

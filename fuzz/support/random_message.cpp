@@ -45,6 +45,12 @@ constexpr char unit[] = "/org/freedesktop/systemd1/unit/"
 const char *const paths[] = {"/", "/org/zarn/am", "/org/zarn/Orvane/TaskInvokerSessions/Sync",
                              "/org/freedesktop/systemd1/job/5", unit};
 
+// The system passes at most 253 file descriptors with a message, and the bus library closes the
+// connection of one that has more. Together these limits are lower, because an array and a variant
+// that have begun are completed.
+constexpr int mostDescriptorsInSignature = 100;
+constexpr int mostDescriptorsInArrays = 120;
+
 template <int size>
 const char *oneOf(const char *const (&words)[size], Input &input)
 {
@@ -96,6 +102,7 @@ private:
     void appendMembers(DBusMessageIter *to, DBusSignatureIter *type, int depth);
 
     Input &m_input;
+    int m_descriptors = 0;
 };
 
 void Values::append(DBusMessageIter *to, DBusSignatureIter *type, int depth)
@@ -127,6 +134,7 @@ void Values::appendBasic(DBusMessageIter *to, int type)
         value.fd = 2;
     else
         value.u64 = m_input.number(1 + m_input.below(8));
+    m_descriptors += type == DBUS_TYPE_UNIX_FD ? 1 : 0;
     dbus_message_iter_append_basic(to, type, &value);
 }
 
@@ -154,7 +162,8 @@ void Values::appendArray(DBusMessageIter *to, DBusSignatureIter *type, int depth
     char *signature = dbus_signature_iter_get_signature(&element);
     DBusMessageIter array;
     dbus_message_iter_open_container(to, DBUS_TYPE_ARRAY, signature, &array);
-    for (int count = m_input.below(depth < 3 ? 5 : 2); count > 0; --count)
+    for (int count = m_input.below(depth < 3 ? 5 : 2);
+         count > 0 && m_descriptors < mostDescriptorsInArrays; --count)
         append(&array, &element, depth + 1);
     dbus_message_iter_close_container(to, &array);
     dbus_free(signature);
@@ -163,7 +172,10 @@ void Values::appendArray(DBusMessageIter *to, DBusSignatureIter *type, int depth
 void Values::appendVariant(DBusMessageIter *to, int depth)
 {
     QByteArray signature;
-    appendType(m_input, depth < 3 ? 2 : 0, signature);
+    if (m_descriptors < mostDescriptorsInArrays)
+        appendType(m_input, depth < 3 ? 2 : 0, signature);
+    else
+        signature = "s";
     DBusSignatureIter type;
     dbus_signature_iter_init(&type, signature.constData());
     DBusMessageIter variant;
@@ -192,8 +204,9 @@ QByteArray randomSignature(Input &input, int types)
     QByteArray signature;
     for (int count = input.below(types + 1); count > 0; --count)
         appendType(input, 4, signature);
-    return dbus_signature_validate(signature.constData(), nullptr) != FALSE ? signature
-                                                                            : QByteArray();
+    const bool isValid = dbus_signature_validate(signature.constData(), nullptr) != FALSE
+        && signature.count('h') <= mostDescriptorsInSignature;
+    return isValid ? signature : QByteArray();
 }
 
 void appendArguments(DBusMessage *message, const QByteArray &signature, Input &input)

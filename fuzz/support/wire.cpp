@@ -1,5 +1,6 @@
 #include "fuzz/support/wire.h"
 
+#include "common/DBus/receive_limits.h"
 #include "fuzz/support/application.h"
 #include "fuzz/support/property.h"
 #include "fuzz/support/random_message.h"
@@ -12,8 +13,9 @@ namespace {
 
 QString objectPath() { return QStringLiteral("/o"); }
 
-// The message that shows that the connection works.
+// The message that shows that the connection works, and the one that follows every message.
 const char *const greeting = "Greeting";
+const char *const marker = "Marker";
 
 DBusMessage *newCall(const char *method)
 {
@@ -38,6 +40,7 @@ Wire::Wire()
     QObject::connect(&m_server, &QDBusServer::newConnection, this,
                      [this](const QDBusConnection &connection) {
                          m_connection = connection;
+                         DBus::liftReceiveLimits(m_connection);
                          m_connection.registerVirtualObject(objectPath(), this);
                      });
     m_libraryEnd = dbus_connection_open_private(m_server.address().toUtf8().constData(), nullptr);
@@ -49,6 +52,8 @@ Wire::Wire()
             send(newCall(greeting));
         QCoreApplication::processEvents();
     }
+    // Wakes the event loop, because the framework tells nobody that it has closed a connection.
+    m_alarm.start(100);
 }
 
 QDBusMessage Wire::received(const QByteArray &signature, Input &input)
@@ -77,11 +82,16 @@ QDBusMessage Wire::sentAndReceived(const QVariantList &arguments)
 QDBusMessage Wire::received(DBusMessage *message)
 {
     m_received = QDBusMessage();
+    m_isMarked = false;
     send(message);
-    while (m_received.type() == QDBusMessage::InvalidMessage) {
+    // Messages arrive in order: a message that has not arrived before its marker never will.
+    send(newCall(marker));
+    while (!m_isMarked) {
         FUZZ_PROPERTY(m_connection.isConnected(), "a well-formed message keeps its connection");
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
+    FUZZ_PROPERTY(m_received.type() != QDBusMessage::InvalidMessage,
+                  "a well-formed message arrives");
     return m_received;
 }
 
@@ -95,7 +105,9 @@ void Wire::send(DBusMessage *message)
 bool Wire::handleMessage(const QDBusMessage &message, const QDBusConnection &)
 {
     m_isUp = true;
-    if (message.member() != QLatin1String(greeting))
+    if (message.member() == QLatin1String(marker))
+        m_isMarked = true;
+    else if (message.member() != QLatin1String(greeting))
         m_received = message;
     return true;
 }

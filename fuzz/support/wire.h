@@ -7,6 +7,7 @@
 #include <QDBusMessage>
 #include <QDBusServer>
 #include <QDBusVirtualObject>
+#include <QTimer>
 #include <QVariantList>
 
 struct DBusConnection;
@@ -37,5 +38,7 @@ private:
     QDBusConnection m_connection{QString()};
     DBusConnection *m_libraryEnd = nullptr;
     QDBusMessage m_received;
+    QTimer m_alarm;
     bool m_isUp = false;
+    bool m_isMarked = false;
 };
