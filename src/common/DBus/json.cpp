@@ -1,5 +1,6 @@
 // JSON in messages of the bus.
 
+#include "common/DBus/plain_value.h"
 #include "common/DBus/types.h"
 
 #include <QDBusVariant>
@@ -128,7 +129,7 @@ QString textOfKey(const QVariant &key)
     if (key.userType() == qMetaTypeId<QDBusObjectPath>()
         || key.userType() == qMetaTypeId<QDBusSignature>())
         return fromWire(key).toString();
-    return key.toString();
+    return DBus::textOf(key);
 }
 
 // Reads the content of a variant. Structured content is still marshalled; it may be a variant

@@ -1,5 +1,6 @@
 #include "system/Core/start_hints.h"
 
+#include "common/DBus/plain_value.h"
 #include "common/DBus/types.h"
 
 #include <QDBusArgument>
@@ -15,12 +16,14 @@ constexpr int startAtBoot = 2;
 // not.
 QStringList stringListOf(const QVariant &value)
 {
+    if (value.userType() == QMetaType::QVariantList)
+        return DBus::textsOf(value.toList());
     if (value.userType() != qMetaTypeId<QDBusArgument>())
         return value.toStringList();
     const auto argument = value.value<QDBusArgument>();
     if (argument.currentSignature() != QLatin1String("av"))
         return {};
-    return QVariant(qdbus_cast<QVariantList>(argument)).toStringList();
+    return DBus::textsOf(qdbus_cast<QVariantList>(argument));
 }
 
 } // namespace
@@ -36,7 +39,7 @@ UnitValue unitValueOf(const QVariant &value)
         // As a decimal number; QVariant would turn a byte into a character.
         return QString::number(value.toUInt());
     default:
-        return value.toString();
+        return DBus::textOf(value);
     }
 }
 
@@ -59,15 +62,15 @@ StartRequest startRequestOf(const QVariantMap &startParameters, const QVariantMa
         return taskSettings.value(QString::fromLatin1(name));
     };
     StartRequest request;
-    request.user = setting("User").toString();
-    request.homeless = setting("Homeless").toBool();
-    request.atBoot = setting("Autostart").toInt() == startAtBoot;
+    request.user = DBus::textOf(setting("User"));
+    request.homeless = DBus::isYes(setting("Homeless"));
+    request.atBoot = DBus::numberOf(setting("Autostart")) == startAtBoot;
     if (taskSettings.contains(QStringLiteral("DBusService")))
-        request.busName = setting("DBusService").toString();
+        request.busName = DBus::textOf(setting("DBusService"));
     request.permissions = stringListOf(setting("Permissions"));
     request.params = stringListOf(setting("Params"));
-    request.weight = setting("Weight").toInt();
-    request.cpuLimit = setting("CPULimit").toInt();
+    request.weight = DBus::numberOf(setting("Weight"));
+    request.cpuLimit = DBus::numberOf(setting("CPULimit"));
     request.unitSettings = unitValuesOf(DBus::toVariantMap(setting("CGroups")));
     request.environment = stringListOf(startParameters.value(QStringLiteral("Environment")));
     return request;

@@ -6,7 +6,8 @@
 #include <QVariantMap>
 
 // Converts a caller's maps of variants to plain values, and nothing else does. A value of an
-// unexpected type is converted as QVariant does, or ignored. Usable from any thread.
+// unexpected type is converted as common/DBus/plain_value.h says, or ignored. Usable from any
+// thread.
 
 namespace Core {
 

@@ -465,6 +465,7 @@ void TestTypes::keepsTheTextOfKeys_data()
     QTest::newRow("number") << mapWithKey(-7) << u"-7"_s;
     QTest::newRow("bool") << mapWithKey(true) << u"true"_s;
     QTest::newRow("double") << mapWithKey(2.5) << u"2.5"_s;
+    QTest::newRow("round double") << mapWithKey(100000.0) << u"100000"_s;
     QTest::newRow("large double") << mapWithKey(1e21) << u"1e+21"_s;
     QTest::newRow("int16") << mapWithKey(short(-7)) << u"-7"_s;
     QTest::newRow("largest uint64")

@@ -15,6 +15,8 @@ private Q_SLOTS:
     void convertsValues();
     void readsEveryHint();
     void asksForNothingWithoutHints();
+    void convertsListsOfValues();
+    void roundsFractions();
     void startsAtBootForTwoOnly_data();
     void startsAtBootForTwoOnly();
 };
@@ -30,6 +32,9 @@ void TestStartHints::convertsValues_data()
     QTest::newRow("byte of no character") << QVariant::fromValue(uchar(10)) << QByteArray("10");
     QTest::newRow("true") << QVariant(true) << QByteArray("true");
     QTest::newRow("false") << QVariant(false) << QByteArray("false");
+    QTest::newRow("fraction") << QVariant(0.1) << QByteArray("0.1");
+    QTest::newRow("round fraction") << QVariant(100000.0) << QByteArray("100000");
+    QTest::newRow("bytes end at a zero") << QVariant(QByteArray("a\0b", 3)) << QByteArray("a");
     QTest::newRow("quotes and backslashes stay")
         << QVariant(u"\"a\" 'b' \\c"_s) << QByteArray("\"a\" 'b' \\c");
     QTest::newRow("beyond ASCII") << QVariant(u"ü"_s) << QByteArray("\xc3\xbc");
@@ -86,6 +91,25 @@ void TestStartHints::asksForNothingWithoutHints()
     QCOMPARE(request.weight, 0);
     QCOMPARE(request.cpuLimit, 0);
     QVERIFY(request.unitSettings.isEmpty() && request.environment.isEmpty());
+}
+
+void TestStartHints::convertsListsOfValues()
+{
+    const QVariantList values{u"a"_s, 7, 100000.0, QByteArray("b\0c", 3), true};
+    const StartRequest request =
+        Core::startRequestOf({{u"Environment"_s, values}}, {{u"Params"_s, values}});
+    const QStringList texts{u"a"_s, u"7"_s, u"100000"_s, u"b"_s, u"true"_s};
+    QCOMPARE(request.environment, texts);
+    QCOMPARE(request.params, texts);
+}
+
+void TestStartHints::roundsFractions()
+{
+    const StartRequest request = Core::startRequestOf(
+        {}, {{u"Weight"_s, -2.5}, {u"CPULimit"_s, 2.5}, {u"Homeless"_s, -0.5}});
+    QCOMPARE(request.weight, -2);
+    QCOMPARE(request.cpuLimit, 3);
+    QVERIFY(!request.homeless);
 }
 
 void TestStartHints::startsAtBootForTwoOnly_data()
