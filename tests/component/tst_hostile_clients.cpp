@@ -373,7 +373,7 @@ void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()
 
 namespace {
 
-int descriptorsOf(uint process)
+auto descriptorsOf(uint process)
 {
     return QDir(u"/proc/%1/fd"_s.arg(process)).entryList(QDir::Files | QDir::System).size();
 }
@@ -399,7 +399,7 @@ void TestHostileClients::keepsNoDescriptor()
     user->answer = [](const QDBusMessage &call) { return call.createReply(); };
     QVERIFY(fixture->start());
     QCOMPARE(fixture->call(controlCall({argument})).errorName(), error);
-    const int before = descriptorsOf(fixture->daemon.processId());
+    const auto before = descriptorsOf(fixture->daemon.processId());
     for (int round = 0; round < 30; ++round)
         (void)fixture->call(controlCall({argument, argument}));
     // The bus library closes some of the descriptors in another thread.

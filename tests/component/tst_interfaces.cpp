@@ -55,7 +55,7 @@ QString plainText(const QByteArray &page)
 QString sectionOf(const QString &page, const QString &kind, const QString &member)
 {
     const QString name = kind == QLatin1String("method") ? member + QLatin1String("()") : member;
-    const int start = page.indexOf(u".SS \"The %1 %2\"\n"_s.arg(name, kind));
+    const auto start = page.indexOf(u".SS \"The %1 %2\"\n"_s.arg(name, kind));
     return start < 0 ? QString()
                      : page.mid(start, page.indexOf(QLatin1String("\n.S"), start) - start);
 }

@@ -53,7 +53,7 @@ private:
     }
     // What systemd was asked for, in order: reloads, and starts and stops with their units.
     [[nodiscard]] QStringList asked() const;
-    [[nodiscard]] int count(const QString &method) const
+    [[nodiscard]] auto count(const QString &method) const
     {
         return membersOf(fixture->systemd->calls).count(method);
     }
@@ -217,7 +217,7 @@ void TestManyStarts::startsNothingThatItsCallerHasGivenUp()
     const QVector<QDBusPendingCall> starts = startTasks(asked, 3 * Fixture::timeoutMs);
     QVERIFY(Fixture::waitUntil([&] { return starts.constLast().isFinished(); }));
     QCOMPARE(starts.constLast().error().name(), u"org.freedesktop.DBus.Error.Failed"_s);
-    const int sent = count(startUnit());
+    const auto sent = count(startUnit());
     QVERIFY2(sent < asked, qPrintable(QString::number(sent)));
     fixture->systemd->release(startUnit());
     int succeeded = 0;

@@ -30,5 +30,5 @@ public:
     bool serve(const QDBusMessage &call) override;
 
 private:
-    int m_answered = 0;
+    RecordedCalls::size_type m_answered = 0;
 };

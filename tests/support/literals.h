@@ -11,5 +11,5 @@
 /// @param size the number of characters.
 inline QString operator""_s(const char16_t *text, std::size_t size)
 {
-    return QString(reinterpret_cast<const QChar *>(text), int(size));
+    return QString(reinterpret_cast<const QChar *>(text), static_cast<QString::size_type>(size));
 }

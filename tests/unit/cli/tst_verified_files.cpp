@@ -45,7 +45,7 @@ public:
         m_root.write(u"/etc/systemd/system/"_s + name, unit);
         m_units.insert(name, unit);
     }
-    [[nodiscard]] int count() const { return m_units.size(); }
+    [[nodiscard]] int count() const { return static_cast<int>(m_units.size()); }
     // The complaints of systemd-analyze, which runs without a manager.
     [[nodiscard]] QStringList complaints() const
     {

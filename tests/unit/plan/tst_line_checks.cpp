@@ -22,7 +22,7 @@ void TestLineChecks::findsWhatSystemdRejectsAsText_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("found");
-    const auto row = [](const char *what, uint codePoint, bool found) {
+    const auto row = [](const char *what, char32_t codePoint, bool found) {
         QTest::newRow(what) << QLatin1Char('a') + QString::fromUcs4(&codePoint, 1)
                 + QLatin1Char('b')
                             << found;

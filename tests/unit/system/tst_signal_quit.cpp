@@ -86,7 +86,7 @@ void TestSignalQuit::closesWhatItOpened()
     const auto count = [&descriptors] {
         return descriptors.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
     };
-    const int before = count();
+    const auto before = count();
     {
         const SignalQuit quit;
         QVERIFY(count() > before);

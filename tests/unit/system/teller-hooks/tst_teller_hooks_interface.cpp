@@ -133,7 +133,7 @@ void TestTellerHooksInterface::asksInOrderAndHandsTheNameOnAsItIs()
 void TestTellerHooksInterface::pulsesItsIdleStateBeforeTheWork()
 {
     QList<bool> states;
-    int pulsesBeforeWork = 0;
+    QList<bool>::size_type pulsesBeforeWork = 0;
     DBusInterface hooks(
         [&](const QString &) {
             pulsesBeforeWork = states.size();
