@@ -1,8 +1,6 @@
 #include "common/logging.h"
 
 #include <QByteArray>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QString>
 #include <QtGlobal>
 
@@ -12,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <mutex>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -82,7 +81,8 @@ private:
     /// How long to wait for a slow reader, in milliseconds.
     static constexpr int timeoutMs = 500;
 
-    QMutex m_mutex;
+    // Not the framework's, whose locks the thread sanitizer does not see.
+    std::mutex m_mutex;
     const bool m_isSocket = isSocket();
     /// After a timeout, later lines do not wait until something has been read.
     bool m_isStuck = false;
@@ -120,7 +120,7 @@ bool LineSink::push(const QByteArray &text)
 
 void LineSink::write(const QByteArray &line)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> locker(m_mutex);
     QByteArray text = m_endsInsideLine ? QByteArray("\n") : QByteArray();
     if (m_lost > 0)
         text += "(log lines lost: " + QByteArray::number(m_lost) + ")\n";
