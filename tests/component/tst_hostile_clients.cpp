@@ -2,6 +2,7 @@
 
 #include "support/fixture.h"
 #include "support/literals.h"
+#include "support/sanitizer.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
@@ -180,12 +181,7 @@ void TestHostileClients::answersOthersWhileManyValuesAreSent()
         QCOMPARE(call.reply().errorName(), QLatin1String(limitsExceeded));
     }
     QCOMPARE(user->calls.size(), 0);
-#ifdef __SANITIZE_ADDRESS__
-    // The sanitizer keeps freed memory for a while, to see whether it is used again.
-    constexpr int mostThatStaysKib = 4 * 1024 * 1024;
-#else
-    constexpr int mostThatStaysKib = 32 * 1024;
-#endif
+    constexpr int mostThatStaysKib = (keepsFreedMemory ? 4 * 1024 : 32) * 1024;
     QVERIFY(fixture->waitUntil(
         [&] { return memoryOf(fixture->daemon.processId()) < before + mostThatStaysKib; }));
 }
