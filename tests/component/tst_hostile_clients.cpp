@@ -62,6 +62,9 @@ private Q_SLOTS:
     void keepsSessionsWhenTheBusThrowsItOut();
     void keepsNoDescriptor_data();
     void keepsNoDescriptor();
+    void closesDescriptorsThatItsOwnMethodsDoNotTake_data();
+    void closesDescriptorsThatItsOwnMethodsDoNotTake();
+    void answersOthersWhileStartsWithDescriptorsWait();
     void boundsTheDescriptorsOfAClient();
     void hearsAfterAMessageWithManyDescriptors_data();
     void hearsAfterAMessageWithManyDescriptors();
@@ -376,6 +379,16 @@ auto descriptorsOf(uint process)
 
 QVariant descriptor() { return QVariant::fromValue(QDBusUnixFileDescriptor(2)); }
 
+// As many as the bus lets a message have.
+QVariantList sixteenDescriptors() { return QVector<QVariant>(16, descriptor()).toList(); }
+
+QDBusMessage startWithDescriptors()
+{
+    return Fixture::startCall(
+        u"com.example.Notes.task_sync"_s,
+        {{u"User"_s, u"appuser"_s}, {u"Other"_s, QVariant(sixteenDescriptors())}});
+}
+
 } // namespace
 
 void TestHostileClients::keepsNoDescriptor_data()
@@ -403,11 +416,74 @@ void TestHostileClients::keepsNoDescriptor()
         fixture->waitUntil([&] { return descriptorsOf(fixture->daemon.processId()) <= before; }));
 }
 
+void TestHostileClients::closesDescriptorsThatItsOwnMethodsDoNotTake_data()
+{
+    QTest::addColumn<QDBusMessage>("call");
+    const auto withDescriptors = [](const QDBusMessage &call) {
+        QDBusMessage more = call;
+        more.setArguments(call.arguments() + sixteenDescriptors());
+        return more;
+    };
+    const QString settings = u"org.zarn.am.Autostart"_s;
+    const auto settingsCall = [&settings](const char *method, const QVariantList &arguments) {
+        return Fixture::methodCall(u"/org/zarn/am"_s, settings, QString::fromLatin1(method),
+                                   arguments);
+    };
+    const QString task = u"com.example.Notes.task_sync"_s;
+    QTest::newRow("RegisterInvoker") << withDescriptors(Fixture::registerCall(u"Sync"_s));
+    QTest::newRow("Start") << withDescriptors(Fixture::startCall(task, {}));
+    QTest::newRow("Start, in a hint") << startWithDescriptors();
+    QTest::newRow("Stop") << withDescriptors(Fixture::sessionCall(u"Stop"_s, {task}));
+    QTest::newRow("CloseSession") << withDescriptors(Fixture::sessionCall(u"CloseSession"_s));
+    QTest::newRow("SetEnabled") << withDescriptors(settingsCall("SetEnabled", {5, task, true}));
+    QTest::newRow("GetEnabled") << withDescriptors(settingsCall("GetEnabled", {5}));
+    QTest::newRow("a property") << withDescriptors(getCall(u"org.zarn.Orvane.TaskInvoker1"_s));
+    QTest::newRow("no such method") << withDescriptors(Fixture::sessionCall(u"Fly"_s));
+    QTest::newRow("no such object")
+        << withDescriptors(Fixture::methodCall(u"/nowhere"_s, u"a.b"_s, u"Do"_s));
+}
+
+void TestHostileClients::closesDescriptorsThatItsOwnMethodsDoNotTake()
+{
+    QFETCH(QDBusMessage, call);
+    fixture->root.writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+    QVERIFY(fixture->start({u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
+    QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
+    (void)fixture->call(call);
+    const int before = descriptorsOf(fixture->daemon.processId());
+    for (int round = 0; round < 30; ++round)
+        (void)fixture->call(call);
+    // The bus library closes some of the descriptors in another thread.
+    QVERIFY(
+        fixture->waitUntil([&] { return descriptorsOf(fixture->daemon.processId()) <= before; }));
+}
+
+void TestHostileClients::answersOthersWhileStartsWithDescriptorsWait()
+{
+    fixture->root.writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
+    QVERIFY(fixture->start({u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
+    QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
+    const int before = descriptorsOf(fixture->daemon.processId());
+    fixture->systemd->hold(u"StartUnit"_s);
+    constexpr int starts = 100;
+    QVector<QDBusPendingCall> calls;
+    for (int number = 0; number < starts; ++number)
+        calls.append(fixture->client.asyncCall(startWithDescriptors(), Fixture::timeoutMs));
+    QCOMPARE(registerSync(fixture->connect()).type(), QDBusMessage::ReplyMessage);
+    fixture->systemd->release(u"StartUnit"_s);
+    for (const QDBusPendingCall &call : qAsConst(calls)) {
+        QVERIFY(fixture->waitUntil([&] { return call.isFinished(); }));
+        QCOMPARE(call.reply().type(), QDBusMessage::ReplyMessage);
+    }
+    QVERIFY(
+        fixture->waitUntil([&] { return descriptorsOf(fixture->daemon.processId()) <= before; }));
+}
+
 void TestHostileClients::boundsTheDescriptorsOfAClient()
 {
     QVERIFY(fixture->start());
     user->hangs = true;
-    const QVariantList sixteen = QVector<QVariant>(16, descriptor()).toList();
+    const QVariantList sixteen = sixteenDescriptors();
     for (int number = 0; number < 2; ++number)
         fixture->client.asyncCall(controlCall(sixteen), Fixture::timeoutMs);
     QVERIFY(fixture->waitUntil([&] { return user->calls.size() == 2; }));

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <thread>
 
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void givesTheReasonWhenItReadsNothing();
     void passesOnTheSystemsError();
     void doesNotWaitForTheHolderOfALease();
+    void doesNotWaitWhenAPipeTakesTheName();
     void readsAFileWithoutASize();
     void stopsAtTheLimitWhileAFileGrows();
     void readsTheStart_data();
@@ -124,6 +126,32 @@ void TestForeignFile::doesNotWaitForTheHolderOfALease()
     QCOMPARE(readForeignFile(path()).state, ForeignFile::CannotOpen);
     std::signal(SIGIO, SIG_DFL);
     ::close(fd);
+}
+
+void TestForeignFile::doesNotWaitWhenAPipeTakesTheName()
+{
+    root->write(u"/f"_s, "text");
+    QVERIFY(OddFile::make(u"pipe"_s, root->path(u"/pipe"_s), {}));
+    const QByteArray name = path().toUtf8();
+    const QByteArray pipe = root->path(u"/pipe"_s).toUtf8();
+    std::atomic<bool> done{false};
+    std::thread swapper([&] {
+        while (!done) {
+            if (::renameat2(AT_FDCWD, pipe.constData(), AT_FDCWD, name.constData(), RENAME_EXCHANGE)
+                != 0)
+                return;
+        }
+    });
+    bool isWhole = true;
+    for (int i = 0; i < 100000; ++i) {
+        const ForeignFile read = readForeignFile(path());
+        isWhole = isWhole
+            && (read.state == ForeignFile::Read ? read.text == "text"
+                                                : read.state == ForeignFile::NotRegular);
+    }
+    done = true;
+    swapper.join();
+    QVERIFY(isWhole);
 }
 
 void TestForeignFile::readsAFileWithoutASize()

@@ -9,6 +9,7 @@
 #include "support/collected_findings.h"
 #include "support/every_fault.h"
 #include "support/literals.h"
+#include "support/odd_file.h"
 #include "support/root_places.h"
 #include "unit/common/Core/log_lines.h"
 
@@ -42,6 +43,8 @@ private Q_SLOTS:
     void savesNothingThatWasJustChanged();
     void savesNoEntryWithFindings();
     void ignoresDamagedFiles();
+    void ignoresOddFiles_data();
+    void ignoresOddFiles();
     void survivesGarbageWithARightChecksum();
     void ignoresTheRecordsOfAnotherProgram();
     void savesNoMoreThanItReads();
@@ -262,6 +265,24 @@ void TestSavedRecords::ignoresDamagedFiles()
     }
     put(QByteArray(100000, 'x'));
     QVERIFY(Core::loadRecords(places).isEmpty());
+    QCOMPARE(readByRun(), 2);
+}
+
+void TestSavedRecords::ignoresOddFiles_data()
+{
+    QTest::addColumn<QString>("kind");
+    const QStringList kinds = OddFile::kinds();
+    for (const QString &kind : kinds)
+        QTest::newRow(qPrintable(kind)) << kind;
+}
+
+void TestSavedRecords::ignoresOddFiles()
+{
+    QFETCH(QString, kind);
+    settle();
+    const QByteArray whole = kept();
+    QVERIFY(QFile::remove(places.recordsFile));
+    QVERIFY(OddFile::make(kind, places.recordsFile, whole));
     QCOMPARE(readByRun(), 2);
 }
 

@@ -2,6 +2,7 @@
 #include "common/places.h"
 #include "plan/policy_text.h"
 #include "support/literals.h"
+#include "support/odd_file.h"
 #include "support/root_places.h"
 #include "system/Core/leftover_files.h"
 
@@ -37,6 +38,8 @@ private Q_SLOTS:
     void keepsPoliciesOfOthers_data();
     void keepsPoliciesOfOthers();
     void keepsWhatIsNoPolicyFile();
+    void keepsAnOddFileInPlaceOfAPolicy_data();
+    void keepsAnOddFileInPlaceOfAPolicy();
     void keepsAPolicyThatIsBeingWritten();
     void removesUnfinishedFilesWhereverTheDaemonWrites_data();
     void removesUnfinishedFilesWhereverTheDaemonWrites();
@@ -144,6 +147,24 @@ void TestLeftoverFiles::keepsWhatIsNoPolicyFile()
     QVERIFY(QFile::link(m_root->path(linked), m_root->path(policy())));
     QVERIFY(!removesPolicies());
     QVERIFY(QFileInfo(m_root->path(policy())).isSymLink());
+}
+
+void TestLeftoverFiles::keepsAnOddFileInPlaceOfAPolicy_data()
+{
+    QTest::addColumn<QString>("kind");
+    const QStringList kinds = OddFile::kinds();
+    for (const QString &kind : kinds)
+        QTest::newRow(qPrintable(kind)) << kind;
+}
+
+void TestLeftoverFiles::keepsAnOddFileInPlaceOfAPolicy()
+{
+    QFETCH(QString, kind);
+    const QFileInfo place(m_root->path(policy()));
+    QVERIFY(QDir().mkpath(place.path()));
+    QVERIFY(OddFile::make(kind, place.filePath(), ownText()));
+    QVERIFY(!removesPolicies());
+    QVERIFY(place.dir().entryList(QDir::AllEntries | QDir::System).contains(place.fileName()));
 }
 
 void TestLeftoverFiles::keepsAPolicyThatIsBeingWritten()
