@@ -17,7 +17,8 @@ struct StartRequest
     bool atBoot = false;
     /// A name on the system bus that the task may own.
     std::optional<QString> busName;
-    /// Names of permission files, on top of those that the task declares.
+    /// Names of permission files, in addition to the one that every task has. What the task's entry
+    /// declares is not granted unless it is named here.
     QStringList permissions;
     /// Further arguments of the program.
     QStringList params;
