@@ -30,8 +30,8 @@ fixture_workers() { in_container pgrep -x worker || true; }
 fixture_confinement() {
     local log
     log=$(fixture_task_log "$1")
-    holds "as the user that the client asked for" contains "$log" "uid 100000,"
-    holds "and it cannot reach the system's programs" contains "$log" "/usr/bin/systemctl is out of reach"
+    holds "it runs as the user that the client has named" contains "$log" "uid 100000,"
+    holds "it cannot reach the programs of the system" contains "$log" "/usr/bin/systemctl is out of reach"
 }
 
 # Ends the client that walkthrough_steps.sh started in the background.

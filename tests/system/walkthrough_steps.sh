@@ -19,7 +19,7 @@ show() {
     fixture_run "$@" 2>&1
 }
 
-holds() { # holds WHAT CMD...: runs a check and prints whether it held
+holds() { # holds WHAT CMD...: runs a check and prints whether it passed
     local what=$1
     shift
     if "$@"; then
@@ -69,20 +69,20 @@ walk_through() {
     step_idle_exit
     rm -f "$walkthrough_watch_log" "$walkthrough_rendered"
     if [ "$walkthrough_failures" -eq 0 ]; then
-        printf '\nEverything held: %d steps.\n' "$walkthrough_step"
+        printf '\nAll checks passed, in %d steps.\n' "$walkthrough_step"
     else
-        printf '\n%d things did not hold.\n' "$walkthrough_failures"
+        printf '\n%d checks failed.\n' "$walkthrough_failures"
         return 1
     fi
 }
 
 step_examination() {
-    step "Somebody asks whether the system has what tasks need"
+    step "Does the system have what tasks need?"
     local answers
     answers=$(show orvanectl doctor || true)
     echo "$answers"
     holds "the bus and the daemon answer" contains "$answers" "yes  daemon "
-    holds "a trial of the sandbox ended well" contains "$answers" "yes  sandbox options"
+    holds "the sandbox can be started" contains "$answers" "yes  sandbox options"
 }
 
 step_declaration() {
@@ -90,39 +90,39 @@ step_declaration() {
     local entry
     entry=$(show grep -v '^#' "$(fixture_path /usr/share/applications/com.example.Notes.desktop)")
     echo "$entry"
-    holds "it declares two tasks" is "$(grep -c '^\[X-Task ' <<<"$entry")" 2
-    show_and_check "lint finds no error in it" "errors: 0" \
+    holds "the entry declares two tasks" is "$(grep -c '^\[X-Task ' <<<"$entry")" 2
+    show_and_check "lint finds no error in the entry" "errors: 0" \
         orvanectl lint "$(fixture_path /usr/share/applications/com.example.Notes.desktop)"
-    show_and_check "the daemon serves their type" "Sync  system" orvanectl types
-    show_and_check "and knows both" $walkthrough_named_task orvanectl tasks
+    show_and_check "the daemon serves the type of the tasks" "Sync  system" orvanectl types
+    show_and_check "both tasks are listed" $walkthrough_named_task orvanectl tasks
 }
 
 step_registration() {
-    step "A client registers for the task type and stays"
+    step "A client registers for the task type and stays on the bus"
     fixture_start_daemon 4000
     fixture_run orvane-watch Sync >"$walkthrough_watch_log" 2>&1 &
     walkthrough_watcher=$!
     wait_for 20 "the client to be registered" announced '^session ' || true
     cat "$walkthrough_watch_log"
-    holds "it has a session" announced "^session .*$walkthrough_session"
+    holds "the client has a session" announced "^session .*$walkthrough_session"
 }
 
 step_start() {
-    step "It starts one task, and one that owns a bus name"
+    step "Two tasks are started; the second may own a name on the bus"
     fixture_run orvanectl render $walkthrough_task --user "$(fixture_user)" --weight 100 --set MemoryMax=200M --json \
         | jq -j .unit >"$walkthrough_rendered"
-    show_and_check "it runs" "$walkthrough_task runs, process" \
+    show_and_check "the first task runs" "$walkthrough_task runs, process" \
         orvanectl start $walkthrough_task --user "$(fixture_user)" --weight 100 --set MemoryMax=200M --wait
-    show_and_check "and the other" "$walkthrough_named_task runs, process" \
+    show_and_check "the second task runs" "$walkthrough_named_task runs, process" \
         orvanectl start $walkthrough_named_task --user "$(fixture_user)" --own com.example.Notes.Index --wait
 }
 
 step_files() {
-    step "What the daemon wrote"
+    step "The files that the daemon has written"
     show cat "$(fixture_path "/etc/systemd/system/$walkthrough_unit")"
     echo
     show cat "$(fixture_path "/etc/dbus-1/system.d/$walkthrough_named_task.conf")"
-    holds "orvanectl render had shown the same" written_is_rendered
+    holds "the unit is what orvanectl render has shown before" written_is_rendered
     holds "the hint MemoryMax is in the unit" \
         contains "$(fixture_run cat "$(fixture_path "/etc/systemd/system/$walkthrough_unit")")" MemoryMax=200M
     holds "a task without a bus name has no policy" \
@@ -134,19 +134,19 @@ written_is_rendered() {
 }
 
 step_process() {
-    step "The task runs"
+    step "The first task runs in its sandbox"
     wait_for 30 "the worker to work" worker_works || true
-    show_and_check "orvanectl shows where its declaration is, and how it fares" running orvanectl show $walkthrough_task
-    holds "the worker does its work" worker_works
+    show_and_check "orvanectl shows where it is declared, and how it is doing" running orvanectl show $walkthrough_task
+    holds "its program works" worker_works
     fixture_confinement "$walkthrough_unit"
     wait_for 20 "the bus name" name_is_owned || true
-    holds "the other task owns com.example.Notes.Index" name_is_owned
+    holds "the second task owns com.example.Notes.Index" name_is_owned
 }
 
 name_is_owned() { fixture_run busctl status com.example.Notes.Index >/dev/null 2>&1; }
 
 step_announcement() {
-    step "The client was told"
+    step "The client has been told"
     wait_for 20 "the announcement" announced "ActiveTasks:.* $walkthrough_task \(process [0-9]+\)" || true
     cat "$walkthrough_watch_log"
     holds "PropertiesChanged listed the task and its process" \
@@ -154,15 +154,15 @@ step_announcement() {
 }
 
 step_stop() {
-    step "It stops them, and nothing is left"
+    step "Both tasks are stopped, and nothing is left of them"
     local task
     for task in $walkthrough_task $walkthrough_named_task; do
-        show_and_check "$task stopped" "" orvanectl stop $task
+        show_and_check "systemd has been asked to stop $task" "" orvanectl stop "$task"
         holds "its unit is gone" file_is_gone "/etc/systemd/system/ov_task.$task.service"
         holds "its policy is gone" file_is_gone "/etc/dbus-1/system.d/$task.conf"
     done
     wait_for 20 "the end to be announced" last_announced "ActiveTasks: none" || true
-    holds "the client was told that nothing runs" last_announced "ActiveTasks: none"
+    holds "the client has been told that nothing runs" last_announced "ActiveTasks: none"
     wait_for 20 "the processes to end" no_worker_runs || true
     holds "no process is left" no_worker_runs
 }
@@ -170,7 +170,7 @@ step_stop() {
 no_worker_runs() { [ -z "$(fixture_workers)" ]; }
 
 step_explanation() {
-    step "A task that does not start is explained, and mended"
+    step "orvanectl explains why a task does not start, and how to fix it"
     local cure
     show chmod a-x /usr/libexec/notes/worker
     show orvanectl why $walkthrough_task --user "$(fixture_user)" || true
@@ -179,25 +179,25 @@ step_explanation() {
         | jq -r 'first(.gates[] | select(.answer == "no")).cure')
     # shellcheck disable=SC2086 # the words of a command
     show $cure
-    show_and_check "it starts again" "$walkthrough_task runs, process" \
+    show_and_check "the task starts again" "$walkthrough_task runs, process" \
         orvanectl start $walkthrough_task --user "$(fixture_user)" --wait
-    show_and_check "why has nothing to say against it" "Nothing prevents it from starting" \
+    show_and_check "orvanectl finds no reason against a start any more" "Nothing prevents it from starting" \
         orvanectl why $walkthrough_task
-    show_and_check "and stops" "" orvanectl stop $walkthrough_task
-    show_and_check "its past is known" "stopped" orvanectl history $walkthrough_task
+    show_and_check "systemd has been asked to stop the task" "" orvanectl stop $walkthrough_task
+    show_and_check "its last runs are listed" "stopped" orvanectl history $walkthrough_task
 }
 
 step_autostart() {
-    step "The owner has the application start with the session"
-    show_and_check "it is accepted" "" orvanectl autostart enable com.example.Notes --user 100000
-    show_and_check "it is switched on for this user" "com.example.Notes starts for the user 100000" \
+    step "The application is switched on to start with the session"
+    show_and_check "the setting is written" "" orvanectl autostart enable com.example.Notes --user 100000
+    show_and_check "the application starts for this user" "com.example.Notes starts for the user 100000" \
         orvanectl autostart explain com.example.Notes --user 100000
-    show_and_check "and for nobody else" "com.example.Notes does not start for the user 100001" \
+    show_and_check "it does not start for other users" "com.example.Notes does not start for the user 100001" \
         orvanectl autostart explain com.example.Notes --user 100001
 }
 
 step_removal() {
-    step "The package is removed while its task runs"
+    step "The package of the application is removed while its task runs"
     show orvanectl start $walkthrough_task --user "$(fixture_user)" --at-boot
     wait_for 20 "the task to run" last_announced_running || true
     holds "the task runs again" last_announced_running
@@ -215,7 +215,7 @@ last_announced_running() { tail -n 1 "$walkthrough_watch_log" | grep -q "^Active
 step_log() {
     step "The daemon's own log"
     fixture_daemon_log
-    holds "each line names file, line and function" log_is_well_formed
+    holds "each line names its source file, line and function" log_is_well_formed
 }
 
 log_is_well_formed() {
@@ -223,9 +223,9 @@ log_is_well_formed() {
 }
 
 step_idle_exit() {
-    step "The client leaves, and so does the daemon"
+    step "The client leaves the bus, and the idle daemon exits"
     fixture_end_watcher "$walkthrough_watcher"
-    wait_for 30 "the daemon to leave" daemon_has_left || true
-    holds "the daemon left by itself" daemon_has_left
-    holds "with status 0" is "$(fixture_daemon_status)" 0
+    wait_for 30 "the daemon to exit" daemon_has_left || true
+    holds "the daemon has exited by itself" daemon_has_left
+    holds "its exit status is 0" is "$(fixture_daemon_status)" 0
 }
