@@ -3,13 +3,13 @@
 # changed: everything is written to an overlay in memory, which is removed with the container.
 #
 #   container_enter SCRIPT ARGUMENT...
-#                        goes on as root, in a mount namespace that goes with the script; returns at once
-#                        where that cannot be
-#   container_obstacle   why no container can be booted here; says nothing when one can
+#                        runs the script again as root, in a mount namespace of its own; returns at once where
+#                        that is not possible
+#   container_obstacle   prints why no container can be booted here; prints nothing when one can
 #   container_create     an overlay over the image, with both packages installed and the example
 #                        application in it; with the argument "clean" without the packages
 #   container_boot       boots it and waits until it is up; again after container_stop
-#   in_container CMD...  runs a command in it, as root unless it says otherwise
+#   in_container CMD...  runs a command in it, as root unless the command changes its user
 #   container_shell      opens a shell of root in it, on this terminal
 #   container_stop       powers it off; the overlay stays
 #   container_cut_power  ends it at once, as a power cut does; the overlay stays
