@@ -14,10 +14,10 @@ double rulesWithClients()
     return clients.rules();
 }
 
-double looksOfStorm()
+double scansInStorm()
 {
     const std::optional<StormCost> cost = measureStorm();
-    return cost ? cost->looks : -1;
+    return cost ? cost->scans : -1;
 }
 
 } // namespace
@@ -40,7 +40,7 @@ QVector<Count> allCounts()
          true},
         {QStringLiteral("reloads-of-50-starts"), QStringLiteral("reloads"), reloadsOfManyStarts,
          false, true},
-        {QStringLiteral("looks-of-a-storm"), QStringLiteral("looks"), looksOfStorm, false, true}};
+        {QStringLiteral("scans-in-a-storm"), QStringLiteral("scans"), scansInStorm, false, true}};
 }
 
 } // namespace Bench

@@ -37,13 +37,13 @@ public:
         if (!waitUntil([this] { return read() == before; }))
             return std::nullopt;
         const double spentBefore = m_spent;
-        m_looks = 0;
+        m_scans = 0;
         installAll();
         // The work for the last package is done when nothing more is announced.
         if (!waitUntil([this] { return read() == before + packages && isQuiet(); }))
             return std::nullopt;
         const double spent = m_spent - spentBefore;
-        return StormCost{spent / scanNow(), static_cast<double>(m_looks),
+        return StormCost{spent / scanNow(), static_cast<double>(m_scans),
                          m_firstSeen - m_firstWritten, m_lastSeen - m_lastWritten};
     }
 
@@ -75,7 +75,7 @@ private:
             const QList<QByteArray> words = m_probe.process().readLine().simplified().split(' ');
             const int known = words.value(0).toInt();
             m_spent = words.value(1).toDouble();
-            ++m_looks;
+            ++m_scans;
             m_said = now();
             if (m_known == before && known > before)
                 m_firstSeen = m_said;
@@ -107,7 +107,7 @@ private:
     Child m_probe;
     QElapsedTimer m_time;
     int m_known = 0;
-    int m_looks = 0;
+    int m_scans = 0;
     double m_spent = 0;
     double m_said = 0;
     double m_firstWritten = 0;
@@ -122,8 +122,8 @@ std::optional<StormCost> measureStorm() { return Storm().run(); }
 
 Measurement storm()
 {
-    return {{{QStringLiteral("storm-cost"), QStringLiteral("scans"), Judged::Value, 6, 3},
-             {QStringLiteral("storm-looks"), QStringLiteral("looks"), Judged::Value, 40, {}},
+    return {{{QStringLiteral("storm-cost"), QStringLiteral("full scans"), Judged::Value, 6, 3},
+             {QStringLiteral("storm-scans"), QStringLiteral("scans"), Judged::Value, 40, {}},
              {QStringLiteral("storm-first-seen"), QStringLiteral("ms"), Judged::Value, 50, {}},
              {QStringLiteral("storm-last-seen"), QStringLiteral("ms"), Judged::Value, 600, {}}},
             Place::Here,
@@ -132,7 +132,7 @@ Measurement storm()
                 return Sides{[] { return QVector<double>(); },
                              [] {
                                  const std::optional<StormCost> cost = measureStorm();
-                                 return cost ? QVector<double>{cost->scans, cost->looks,
+                                 return cost ? QVector<double>{cost->fullScans, cost->scans,
                                                                cost->firstMs, cost->lastMs}
                                              : QVector<double>();
                              }};

@@ -8,9 +8,9 @@ namespace Bench {
 struct StormCost
 {
     /// Processor time, in full scans of all entries at the end.
-    double scans;
+    double fullScans;
     /// How often the registry announced a new catalogue.
-    double looks;
+    double scans;
     /// Milliseconds from the first package to the first announcement of it; from the last to the
     /// last.
     double firstMs;

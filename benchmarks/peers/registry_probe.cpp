@@ -1,12 +1,13 @@
 // The daemon's registry of applications as a process without a bus, so that the cost of a scan is
 // the processor time of this process.
 //
-//     registry-probe scan          prints the number of applications and the nanoseconds of the
-//     scan registry-probe rescan FILE   the same, then the nanoseconds of reading again after FILE
-//     was
-//                                  written
-//     registry-probe follow        prints a line after each reading: the number of applications and
-//                                  the nanoseconds so far; until its input ends
+//     registry-probe scan
+//         prints the number of applications and the nanoseconds of the scan
+//     registry-probe rescan FILE
+//         the same, then the nanoseconds of the scan after FILE was written
+//     registry-probe follow
+//         prints a line after each scan: the number of applications and the nanoseconds so far;
+//         until its input ends
 //
 // The environment says where entries are, as for the daemon.
 

@@ -18,39 +18,39 @@ private Q_SLOTS:
 void TestScanThrottle::scansOnceForAllRequestsOfAPass()
 {
     ScanThrottle pace;
-    QSignalSpy looks(&pace, &ScanThrottle::due);
+    QSignalSpy scans(&pace, &ScanThrottle::due);
     pace.request();
     pace.request();
-    QCOMPARE(looks.size(), 0);
-    QTRY_COMPARE(looks.size(), 1);
+    QCOMPARE(scans.size(), 0);
+    QTRY_COMPARE(scans.size(), 1);
     QTest::qWait(0);
-    QCOMPARE(looks.size(), 1);
+    QCOMPARE(scans.size(), 1);
 }
 
 void TestScanThrottle::scansAtOnceAndSoonAgain()
 {
     ScanThrottle pace;
-    QSignalSpy looks(&pace, &ScanThrottle::due);
+    QSignalSpy scans(&pace, &ScanThrottle::due);
     QElapsedTimer time;
     pace.request();
-    QVERIFY(looks.wait());
+    QVERIFY(scans.wait());
     time.start();
     pace.request();
-    QVERIFY(looks.wait());
+    QVERIFY(scans.wait());
     QVERIFY(time.elapsed() >= ScanThrottle::shortGap - 1);
     time.start();
     pace.request();
-    QVERIFY(looks.wait());
+    QVERIFY(scans.wait());
     QVERIFY(time.elapsed() >= ScanThrottle::longGap - 1);
 }
 
 void TestScanThrottle::scansSeldomWhileRequestsContinue()
 {
     ScanThrottle pace;
-    QSignalSpy looks(&pace, &ScanThrottle::due);
+    QSignalSpy scans(&pace, &ScanThrottle::due);
     QElapsedTimer time;
     time.start();
-    while (looks.size() < 5) {
+    while (scans.size() < 5) {
         pace.request();
         QCoreApplication::processEvents();
     }
@@ -61,10 +61,10 @@ void TestScanThrottle::scansSeldomWhileRequestsContinue()
 void TestScanThrottle::scansAtOnceAfterAPause()
 {
     ScanThrottle pace;
-    QSignalSpy looks(&pace, &ScanThrottle::due);
+    QSignalSpy scans(&pace, &ScanThrottle::due);
     for (int look = 0; look < 3; ++look) {
         pace.request();
-        QVERIFY(looks.wait());
+        QVERIFY(scans.wait());
     }
     QElapsedTimer pause;
     pause.start();
@@ -72,7 +72,7 @@ void TestScanThrottle::scansAtOnceAfterAPause()
     QElapsedTimer time;
     time.start();
     pace.request();
-    QVERIFY(looks.wait());
+    QVERIFY(scans.wait());
     QVERIFY(time.elapsed() < ScanThrottle::longGap);
 }
 
