@@ -87,10 +87,11 @@ bool isFolder(DIR *folder, const dirent &entry)
 }
 
 // Whether stat() failed because there is no such file, rather than because of the system.
-bool leadsNowhere(int error) { return ReadFailures::isMissing(error) || error == ELOOP; }
+bool meansNoFile(int error) { return ReadFailures::isMissing(error) || error == ELOOP; }
 
-// The same for a file that may be a link. One to what this process may not see leads nowhere, too.
-bool mayLeadNowhere(int error) { return leadsNowhere(error) || error == EACCES; }
+// The same for a file that may be a link. A link counts as broken if this process may not see its
+// target.
+bool meansBrokenLink(int error) { return meansNoFile(error) || error == EACCES; }
 
 // No value when the entry is not to be listed.
 std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString &name, Links links)
@@ -102,7 +103,7 @@ std::optional<ListedFile> listed(DIR *folder, const dirent &entry, const QString
     if (::fstatat(::dirfd(folder), entry.d_name, &status, flags) != 0) {
         const int error = errno;
         const bool link = isLink(folder, entry);
-        if (link ? mayLeadNowhere(error) : leadsNowhere(error))
+        if (link ? meansBrokenLink(error) : meansNoFile(error))
             return {};
         return ListedFile{name, FileState(), link};
     }
@@ -158,7 +159,7 @@ bool mayBeFile(const QString &path)
 {
     struct stat status = {};
     if (::stat(QFile::encodeName(path).constData(), &status) != 0)
-        return !mayLeadNowhere(errno);
+        return !meansBrokenLink(errno);
     return S_ISREG(status.st_mode);
 }
 
