@@ -134,7 +134,7 @@ written_is_rendered() {
 }
 
 step_process() {
-    step "The first task runs in its sandbox"
+    step "The first task runs"
     wait_for 30 "the worker to work" worker_works || true
     show_and_check "orvanectl shows where it is declared, and how it is doing" running orvanectl show $walkthrough_task
     holds "its program works" worker_works
@@ -184,7 +184,13 @@ step_explanation() {
     show_and_check "orvanectl finds no reason against a start any more" "Nothing prevents it from starting" \
         orvanectl why $walkthrough_task
     show_and_check "systemd has been asked to stop the task" "" orvanectl stop $walkthrough_task
+    wait_for 20 "the runs to end" both_runs_ended || true
     show_and_check "its last runs are listed" "stopped" orvanectl history $walkthrough_task
+}
+
+# The journal has the end of a run a moment after systemd was asked to stop it.
+both_runs_ended() {
+    fixture_run orvanectl history $walkthrough_task --json | jq -e '[.runs[] | select(.state != "running")] | length >= 2' >/dev/null
 }
 
 step_autostart() {
