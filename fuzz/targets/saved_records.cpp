@@ -1,5 +1,5 @@
-// Kept records with any bytes after a correct header and with a correct checksum: what is read can
-// be kept, and is read again without a change. When one bit differs, nothing is read.
+// Saved records with any bytes after a correct header and with a correct checksum: what is read can
+// be saved, and is read again without a change. When one bit differs, nothing is read.
 
 #include "common/Core/saved_records.h"
 #include "common/sealed_bytes.h"
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         Core::saveRecords(places, {});
         return unsealed(Scratch::read(places.recordsFile)).value_or(QByteArray());
     }();
-    FUZZ_PROPERTY(!header.isEmpty(), "no records are kept as well");
+    FUZZ_PROPERTY(!header.isEmpty(), "an empty list can be saved");
     const QByteArray bytes(reinterpret_cast<const char *>(data), static_cast<int>(size));
     QByteArray file = sealed(header + bytes);
     scratch.write(places.recordsFile, file);
@@ -29,8 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Core::saveRecords(places, records);
     const QByteArray first = Scratch::read(places.recordsFile);
     const QVector<SavedRecord> again = Core::loadRecords(places);
-    FUZZ_PROPERTY(again.size() == records.size(), "what is kept is read");
+    FUZZ_PROPERTY(again.size() == records.size(), "what is saved is read");
     Core::saveRecords(places, again);
-    FUZZ_PROPERTY(Scratch::read(places.recordsFile) == first, "what is read is kept");
+    FUZZ_PROPERTY(Scratch::read(places.recordsFile) == first, "what is read is saved");
     return 0;
 }

@@ -1,6 +1,6 @@
-// Kept registrations of any bytes, in which "@BUS@" is replaced by the id of the bus: registrations
-// that are restored have unique names, are restored once, and are the same when they are kept
-// again.
+// Saved registrations of any bytes, in which "@BUS@" is replaced by the id of the bus:
+// registrations that are restored have unique names, are restored once, and are the same when they
+// are saved again.
 
 #include "fuzz/support/application.h"
 #include "fuzz/support/property.h"
@@ -61,15 +61,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static const QByteArray busId = busIdIn(file);
     QByteArray text(reinterpret_cast<const char *>(data), static_cast<int>(size));
     scratch.write(file, text.replace("@BUS@", busId));
-    const QVector<Registration> taken = DBus::restoreRegistrations(bus());
-    FUZZ_PROPERTY(!QFile::exists(file), "registrations are taken once");
-    for (const Registration &registration : taken)
+    const QVector<Registration> restored = DBus::restoreRegistrations(bus());
+    FUZZ_PROPERTY(!QFile::exists(file), "registrations are restored once");
+    for (const Registration &registration : restored)
         FUZZ_PROPERTY(registration.client.startsWith(QLatin1Char(':')), "a client is known");
-    FUZZ_PROPERTY(DBus::saveRegistrations(bus(), taken) == !taken.isEmpty(),
-                  "what is taken is kept");
+    FUZZ_PROPERTY(DBus::saveRegistrations(bus(), restored) == !restored.isEmpty(),
+                  "what is restored is saved");
     const QVector<Registration> again = DBus::restoreRegistrations(bus());
-    FUZZ_PROPERTY(again.size() == taken.size(), "as many are taken as are kept");
-    for (int i = 0; i < taken.size(); ++i)
-        FUZZ_PROPERTY(isSame(taken.at(i), again.at(i)), "what is kept is taken");
+    FUZZ_PROPERTY(again.size() == restored.size(), "as many are restored as are saved");
+    for (int i = 0; i < restored.size(); ++i)
+        FUZZ_PROPERTY(isSame(restored.at(i), again.at(i)), "what is saved is restored");
     return 0;
 }
