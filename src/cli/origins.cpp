@@ -45,10 +45,11 @@ public:
             add(setting, word.text, word.origin);
     }
 
+    void add(const ValueOrigin &row) { all.append(row); }
+
     QVector<ValueOrigin> all;
 
 private:
-    void add(const ValueOrigin &row) { all.append(row); }
     void addDeclared(const QString &setting, const QString &value, const QString &part)
     {
         const auto [file, line] = m_lines.of(part);
@@ -90,7 +91,17 @@ void addSettings(OriginList &list, const Core::TaskPlan &plan)
             list.add(it.key(), Core::textOf(it->value), it->origin);
     }
     const Core::PlannedSetting &install = *plan.settings.constFind(installKey());
-    list.add(installKey(), Core::textOf(install.value), install.origin);
+    const QString target = Core::textOf(install.value);
+    // Every unit has this setting, but systemd follows it only for units that are enabled.
+    if (install.origin.kind == Core::Origin::Default && !plan.atBoot)
+        list.add({installKey(),
+                  target,
+                  QStringLiteral("default"),
+                  QStringLiteral("default, without effect unless --at-boot"),
+                  {},
+                  0});
+    else
+        list.add(installKey(), target, install.origin);
 }
 
 } // namespace

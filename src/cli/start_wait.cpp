@@ -110,9 +110,11 @@ void StartWait::onJobRemoved(const QString &taskId, const QString &result)
         return;
     if (result != QLatin1String("done"))
         settle({StartOutcome::Failed, {}, -1, {result, 0, 0}});
-    else if (m_outcome.kind == StartOutcome::Running)
+    else if (m_outcome.kind == StartOutcome::Running) {
         // It was already running, so systemd had nothing to do.
+        m_outcome.ranBefore = true;
         settle(m_outcome);
+    }
 }
 
 // The result is final, although the daemon's answer may still be pending.

@@ -22,6 +22,10 @@ struct StartOutcome
     int pid = -1;
     /// How the run ended, if it did.
     RunResult result;
+    /// Whether it was already running, so that nothing was started.
+    bool ranBefore = false;
+    /// Whether it was already running and the start changed its unit, which that run does not use.
+    bool isOutdated = false;
 };
 
 /// Starts one task and waits for the result. It subscribes to events before it starts the task, so

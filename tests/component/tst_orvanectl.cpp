@@ -81,6 +81,7 @@ private Q_SLOTS:
     void waitsForAnEnd();
     void waitsUntilATaskRuns();
     void waitsForNothingWhenATaskRunsAlready();
+    void saysThatARunKeepsItsDeclaration();
     void doesNotTakeTheEndOfAStopForTheEndOfTheStart_data();
     void doesNotTakeTheEndOfAStopForTheEndOfTheStart();
     void stopsATask();
@@ -419,6 +420,9 @@ void TestOrvanectl::rendersOrigins()
     QCOMPARE(from, QStringList(u"declaration Exec 10"_s));
     const QByteArray table = run("render com.example.Notes.task_sync --user appuser --origin").out;
     QVERIFY2(table.contains("/Notes.desktop:10 (Exec)\n"), table.constData());
+    QVERIFY2(table.contains(" default, without effect unless --at-boot\n"), table.constData());
+    QVERIFY(!run("render com.example.Notes.task_sync --user appuser --origin --at-boot")
+                 .out.contains("without effect"));
 }
 
 void TestOrvanectl::rendersNothingWhenAStartWouldBeRefused_data()
@@ -561,6 +565,21 @@ void TestOrvanectl::waitsForNothingWhenATaskRunsAlready()
     const ToolOutput output = run("start com.example.Notes.task_sync --user appuser --wait");
     QVERIFY(output.out.startsWith("com.example.Notes.task_sync runs"));
     QCOMPARE(output.status, 0);
+}
+
+void TestOrvanectl::saysThatARunKeepsItsDeclaration()
+{
+    QCOMPARE(run("start com.example.Notes.task_sync --user appuser").status, 0);
+    runTheTask();
+    onStart([&] { fixture->systemd->emitJobRemoved(unit(), u"done"_s); });
+    const QByteArray same = run("start com.example.Notes.task_sync --user appuser --wait").out;
+    QCOMPARE(same, QByteArray("com.example.Notes.task_sync runs already\n"));
+    const QByteArray other =
+        run("start com.example.Notes.task_sync --user appuser --param new --wait").out;
+    QCOMPARE(other,
+             QByteArray("com.example.Notes.task_sync runs already, with its earlier declaration "
+                        "and options; for the new ones: systemctl restart "
+                        "ov_task.com.example.Notes.task_sync.service\n"));
 }
 
 void TestOrvanectl::doesNotTakeTheEndOfAStopForTheEndOfTheStart_data()

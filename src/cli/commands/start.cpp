@@ -1,15 +1,19 @@
 // orvanectl start
 
 #include "cli/commands/all.h"
+#include "cli/cures.h"
 #include "cli/declared_tasks.h"
 #include "cli/exit_status.h"
 #include "cli/output.h"
 #include "cli/refusal.h"
 #include "cli/start_options.h"
 #include "cli/start_wait.h"
+#include "cli/task_units.h"
 #include "client/daemon.h"
 #include "client/wait_for.h"
 #include "common/DBus/error.h"
+#include "common/places.h"
+#include "files/foreign_file.h"
 
 namespace Cli {
 
@@ -38,6 +42,8 @@ QJsonObject objectOf(const QString &taskId, const StartOutcome &outcome)
                        {QStringLiteral("outcome"), nameOf(outcome.kind)}};
     if (outcome.pid > 0)
         object.insert(QStringLiteral("pid"), outcome.pid);
+    if (outcome.kind == StartOutcome::Running && outcome.ranBefore)
+        object.insert(QStringLiteral("outdated"), outcome.isOutdated);
     if (outcome.kind == StartOutcome::Ended || outcome.kind == StartOutcome::Failed)
         outcome.result.addTo(object);
     if (outcome.kind == StartOutcome::Refused) {
@@ -47,12 +53,24 @@ QJsonObject objectOf(const QString &taskId, const StartOutcome &outcome)
     return object;
 }
 
+QString lineOfRunning(const QString &taskId, const StartOutcome &outcome)
+{
+    QString line = QStringLiteral("%1 runs").arg(taskId);
+    if (outcome.ranBefore)
+        line += QStringLiteral(" already");
+    if (outcome.pid > 0)
+        line += QStringLiteral(", process %1").arg(outcome.pid);
+    if (outcome.isOutdated)
+        line += QStringLiteral(", with its earlier declaration and options; for the new ones: ")
+            + systemctl("restart", unitNameOf(taskId));
+    return line;
+}
+
 QString lineOf(const QString &taskId, const StartOutcome &outcome)
 {
     switch (outcome.kind) {
     case StartOutcome::Running:
-        return outcome.pid > 0 ? QStringLiteral("%1 runs, process %2").arg(taskId).arg(outcome.pid)
-                               : QStringLiteral("%1 runs").arg(taskId);
+        return lineOfRunning(taskId, outcome);
     case StartOutcome::Ended:
         return QStringLiteral("%1 ran and ended: %2").arg(taskId, outcome.result.toString());
     case StartOutcome::Failed:
@@ -103,16 +121,23 @@ StartOutcome startWithoutWaiting(const QString &type, const QString &taskId,
     return {started ? StartOutcome::Refused : StartOutcome::Accepted, started, -1, {}};
 }
 
+QByteArray unitOf(const QString &taskId)
+{
+    return readForeignFile(Core::unitFilePath(Places::ofProcess(), taskId)).text;
+}
+
 StartOutcome startAndWait(const QString &type, const QString &taskId,
                           const Client::StartRequest &request)
 {
+    const QByteArray before = unitOf(taskId);
     StartWait wait(QDBusConnection::systemBus(), taskId);
-    const auto [outcome] = Client::waitFor<StartOutcome>([&](const auto &done) {
+    auto [outcome] = Client::waitFor<StartOutcome>([&](const auto &done) {
         if (worksInSession(type))
             wait.startInSession(type, request, done);
         else
             wait.startUnit(type, request, done);
     });
+    outcome.isOutdated = outcome.ranBefore && unitOf(taskId) != before;
     return outcome;
 }
 
@@ -150,6 +175,9 @@ QVector<QPair<QString, QString>> fields()
              QStringLiteral("\"accepted\" without --wait; with it, \"running\", \"ended\" or "
                             "\"failed\"; \"refused\" when it was not started")},
             {QStringLiteral("pid"), QStringLiteral("its main process, if known")},
+            {QStringLiteral("outdated"),
+             QStringLiteral("with --wait, for a task that was already running: whether the start "
+                            "changed its unit, which takes effect only when it runs again")},
             {QStringLiteral("result"),
              QStringLiteral("systemd's result of a run that is over: \"success\", \"exit-code\", "
                             "\"signal\" and others")},

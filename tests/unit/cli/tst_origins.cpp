@@ -117,7 +117,7 @@ void TestOrigins::givesTheOriginOfEachValue_data()
     row("MemoryMax", "64M", "--set");
     row("OOMScoreAdjust", "7", "--weight");
     row("User", "appuser", "--user");
-    row("WantedBy", "multi-user.target", "default");
+    row("WantedBy", "multi-user.target", "default, without effect unless --at-boot");
     row("policy user", "appuser", "--user");
     row("policy own", "com.example.Own", "--own");
 }
