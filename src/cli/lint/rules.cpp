@@ -64,6 +64,9 @@ QVector<LintRule> programRules()
         {&execDirectory, "Write the full path of the program."},
         {&execNotExecutable, "Make the program executable."},
         {&execScript, "Give a compiled program; to run a script, give its interpreter."},
+        {&execHidden,
+         "Install the program elsewhere, such as below /usr/libexec or /opt, unless a permission "
+         "shows it."},
         {&execQuotes, "Write arguments without blanks and quotes."},
         {&execFieldCode, "Leave the field code out."},
         {&execExpansion, "Write %% for % and $$ for $, or leave them out."},

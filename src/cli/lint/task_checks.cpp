@@ -4,6 +4,9 @@
 #include "plan/task_names.h"
 #include "plan/unit_checks.h"
 
+#include <QDir>
+#include <QRegularExpression>
+
 #include <algorithm>
 
 namespace Cli {
@@ -36,6 +39,7 @@ private:
         m_findings.add(rule, placeOf(key), text);
     }
     void checkProgram(const QString &program) const;
+    [[nodiscard]] bool isHidden(const QString &program) const;
     void checkArgument(const QString &argument) const;
     void addRefusals() const;
 
@@ -58,6 +62,18 @@ bool hasSpecifier(const QString &word)
 {
     QString rest = word;
     return rest.remove(QStringLiteral("%%")).contains(QLatin1Char('%'));
+}
+
+// The application's own folders and those that it shares with its organisation, below each of
+// these.
+QStringList foldersOf(const Core::ApplicationId &id, const QStringList &above)
+{
+    QStringList folders;
+    for (const QString &folder : above) {
+        const QString ofAll = QStringLiteral("%1/%2/").arg(folder, id.organisation().toString());
+        folders << ofAll + id.name().toString() << ofAll + QStringLiteral("common");
+    }
+    return folders;
 }
 
 // Whether systemd expands a variable in a word: for ${NAME}, and for a $ at the beginning of the
@@ -152,6 +168,9 @@ void TaskChecks::checkProgram(const QString &program) const
                 .arg(program.isEmpty() ? QStringLiteral("A blank") : program));
         return;
     }
+    if (isHidden(program))
+        add(LintRules::execHidden, execKey(),
+            QStringLiteral("%1 is hidden by the sandbox").arg(program));
     switch (m_places.program(program)) {
     case KnownPlaces::Program::Fine:
         break;
@@ -170,6 +189,33 @@ void TaskChecks::checkProgram(const QString &program) const
             QStringLiteral("%1 is not an ELF binary").arg(program));
         break;
     }
+}
+
+// The sandbox shows only some folders of these places. A task that is started homeless sees none of
+// those in a home.
+bool TaskChecks::isHidden(const QString &program) const
+{
+    static const QRegularExpression places(
+        QStringLiteral("^(/home/[^/]+|/root|/srv|/usr/share)/(?<below>.*)$"),
+        QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpressionMatch match = places.match(QDir::cleanPath(program));
+    if (!match.hasMatch())
+        return false;
+    const Core::ApplicationId &id = m_task.taskId.applicationId();
+    const QString organisation = id.organisation().toString();
+    QStringList shown;
+    if (match.captured(1) == QLatin1String("/usr/share"))
+        shown << id.toString() << QStringLiteral("common/") + organisation;
+    else
+        shown = foldersOf(id,
+                          match.captured(1) == QLatin1String("/srv")
+                              ? QStringList(QStringLiteral("shared"))
+                              : QStringList{QStringLiteral(".cache"), QStringLiteral(".config"),
+                                            QStringLiteral(".local/share")});
+    const QString below = match.captured(QStringLiteral("below"));
+    return std::none_of(shown.begin(), shown.end(), [&below](const QString &folder) {
+        return below.startsWith(folder + QLatin1Char('/'));
+    });
 }
 
 void TaskChecks::checkArgument(const QString &argument) const

@@ -119,6 +119,12 @@ Gate programGate(const Question &question, const QVector<Core::Finding> &finding
                  &execNotExecutable, &execScript});
     if (bad != nullptr)
         return shutBy(name, *bad, programCure(question, bad->rule, bad->line));
+    if (const Core::Finding *hidden = firstOf(findings, {&execHidden})) {
+        // A permission may show the program, so this is not known.
+        Gate gate = shutBy(name, *hidden);
+        gate.answer = Gate::NotKnown;
+        return gate;
+    }
     const Core::Finding *odd = firstOf(findings, {&execQuotes, &execFieldCode, &execExpansion});
     const QString &exec = question.declaration.task.exec;
     return {name, Gate::Yes,

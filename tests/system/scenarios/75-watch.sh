@@ -73,7 +73,7 @@ wait_for_some() {
     expect_match "what it takes" "$(in_container orvanectl top)" "TASK*com.example.Notes.task_sync*"
     said=$(in_container orvanectl start $app.task_t1 --user nobody-of-that-name --wait 2>&1) \
         && fail "a task of a user that is not there has started"
-    expect_match "what waiting for a task without a user says" "$said" "*failed: exit status 217 (its user*journalctl*"
+    expect_match "what waiting for a task without a user says" "$said" "*failed: exit status 217 (its user*orvanectl why $app.task_t1"
 }
 
 stop_what_runs() {

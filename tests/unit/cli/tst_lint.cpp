@@ -182,6 +182,8 @@ private Q_SLOTS:
     void ignoresWhatOtherProgramsRead();
     void knowsMisspeltKeysOfTheMainGroup_data();
     void knowsMisspeltKeysOfTheMainGroup();
+    void knowsWhichProgramsTheSandboxHides_data();
+    void knowsWhichProgramsTheSandboxHides();
     void knowsMisspeltGroups_data();
     void knowsMisspeltGroups();
     void findsTheFirstLineThatIsNotUtf8_data();
@@ -359,6 +361,33 @@ void TestLint::knowsMisspeltKeysOfTheMainGroup()
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
     QCOMPARE(rulesIn(findings), isMisspelt ? QStringList(u"unknown-key"_s) : QStringList());
+}
+
+void TestLint::knowsWhichProgramsTheSandboxHides_data()
+{
+    QTest::addColumn<bool>("isHidden");
+    for (const char *path :
+         {"/home/me/worker", "/home/me/bin/worker", "/root/worker",
+          "/home/me/.local/share/com.example/Other/worker", "/opt/../home/me/worker", "/srv/worker",
+          "/srv/shared/worker", "/usr/share/notes/worker"})
+        QTest::newRow(path) << true;
+    for (const char *path :
+         {"/opt/home/worker", "/homestead/me/worker", "/usr/libexec/worker",
+          "/home/me/.local/share/com.example/Notes/worker",
+          "/home/me/.cache/com.example/common/worker", "/srv/shared/com.example/Notes/worker",
+          "/usr/share/com.example.Notes/worker", "/usr/lib/notes/worker"})
+        QTest::newRow(path) << false;
+}
+
+void TestLint::knowsWhichProgramsTheSandboxHides()
+{
+    QFETCH(bool, isHidden);
+    const TempRoot root;
+    const QByteArray path = QTest::currentDataTag();
+    root.write(entryPath(), entryOf("[X-Task sync]\nType=Sync\nExec=" + path + '\n'));
+    Cli::Collected findings;
+    QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
+    QCOMPARE(rulesIn(findings).contains(u"exec-hidden"_s), isHidden);
 }
 
 void TestLint::knowsMisspeltGroups_data()
