@@ -173,7 +173,7 @@ public:
         };
         if (!Fixture::waitUntil(ask))
             return -1;
-        return m_text.count("string \"" + name.toLatin1() + '"');
+        return static_cast<int>(m_text.count("string \"" + name.toLatin1() + '"'));
     }
 
 private:
