@@ -26,6 +26,9 @@ void registerTypes()
     registerRecord<Orvane::TaskState>("TaskState", "QVector<TaskState>");
     registerRecord<Orvane::RunningApplication>("RunningApplication", "QVector<RunningApplication>");
     registerRecord<Orvane::RunningService>("RunningService", "QVector<RunningService>");
+    // QtDBus looks up the types of a slot's parameters by name, and Qt 6 knows this name only after
+    // the first use of the type.
+    qRegisterMetaType<QDBusObjectPath>();
     qRegisterMetaType<Orvane::ApplicationState>("ApplicationState");
     qRegisterMetaType<Orvane::ApplicationState>();
 }
