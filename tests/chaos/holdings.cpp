@@ -1,7 +1,6 @@
 #include "chaos/holdings.h"
 #include "support/literals.h"
 
-#include <QDBusArgument>
 #include <QDir>
 #include <QFile>
 #include <QTest>
@@ -24,16 +23,10 @@ Holdings holdingsOf(Scene &scene)
     const QByteArray text =
         status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray("RssAnon: 0 kB");
     const QByteArray anonymous = text.mid(text.indexOf("RssAnon:") + 8).simplified();
-    QDBusMessage question = QDBusMessage::createMethodCall(
-        u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
-        u"org.freedesktop.DBus.Debug.Stats"_s, u"GetConnectionStats"_s);
-    question << u"org.zarn.Orvane"_s;
-    const QVariantMap stats =
-        qdbus_cast<QVariantMap>(scene.fixture.call(question).arguments().value(0));
     const QStringList open =
         QDir(process + u"fd"_s).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     return {anonymous.left(anonymous.indexOf(' ')).toInt(), int(open.size()),
-            stats.value(u"MatchRules"_s, -1).toInt()};
+            scene.fixture.matchRules()};
 }
 
 Holdings settledHoldingsOf(Scene &scene)

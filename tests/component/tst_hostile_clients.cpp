@@ -349,6 +349,8 @@ void TestHostileClients::hasFailedWithoutABusThoughItIsToldToEnd()
 
 void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()
 {
+    if (PrivateBus::isBroker())
+        QSKIP("dbus-broker throws nobody out for an answer that is too large");
     const QString runtime = fixture->root.path(u"/run"_s);
     QVERIFY(QDir().mkpath(runtime));
     const QStringList environment{u"RUNTIME_DIRECTORY="_s + runtime};

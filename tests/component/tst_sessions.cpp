@@ -374,16 +374,7 @@ void TestSessions::needsNoMoreMatchRulesForMoreClients()
     fixture.root.serveType(syncType());
     QVERIFY(fixture.start());
     (void)fixture.registerInvoker(syncType());
-    const auto rules = [&fixture] {
-        QDBusMessage call = QDBusMessage::createMethodCall(
-            u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
-            u"org.freedesktop.DBus.Debug.Stats"_s, u"GetConnectionStats"_s);
-        call << u"org.zarn.Orvane"_s;
-        return qdbus_cast<QVariantMap>(fixture.call(call).arguments().value(0))
-            .value(u"MatchRules"_s, -1)
-            .toInt();
-    };
-    const int before = rules();
+    const int before = fixture.matchRules();
     if (before < 0)
         QSKIP("this bus does not tell how many rules it has");
     QVERIFY2(before > 0 && before <= 12, QByteArray::number(before).constData());
@@ -393,7 +384,7 @@ void TestSessions::needsNoMoreMatchRulesForMoreClients()
         QCOMPARE(fixture.call(Fixture::registerCall(syncType()), clients.constLast()).type(),
                  QDBusMessage::ReplyMessage);
     }
-    QCOMPARE(rules(), before);
+    QCOMPARE(fixture.matchRules(), before);
 }
 
 void TestSessions::findsWhatRunsAlready()

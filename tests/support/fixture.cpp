@@ -4,6 +4,7 @@
 #include "client/calls.h"
 #include "common/DBus/receive_limits.h"
 
+#include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QTest>
@@ -17,6 +18,36 @@ QDBusConnection newConnection(const QString &address)
         QDBusConnection::connectToBus(address, u"test-%1"_s.arg(++number));
     DBus::liftReceiveLimits(connection);
     return connection;
+}
+
+QDBusMessage statistics(const QString &method, const QVariantList &arguments)
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                       u"org.freedesktop.DBus.Debug.Stats"_s, method);
+    call.setArguments(arguments);
+    return call;
+}
+
+// In what dbus-broker says of all its clients.
+int matchRulesOf(const QString &client, const QVariantMap &statistics)
+{
+    const auto clients =
+        statistics.value(u"org.bus1.DBus.Debug.Stats.PeerAccounting"_s).value<QDBusArgument>();
+    int rules = -1;
+    clients.beginArray();
+    while (!clients.atEnd()) {
+        QString name;
+        QVariantMap credentials;
+        QMap<QString, uint> counts;
+        clients.beginStructure();
+        clients >> name >> credentials >> counts;
+        clients.endStructure();
+        if (name == client)
+            rules = static_cast<int>(counts.value(u"Matches"_s));
+    }
+    clients.endArray();
+    return rules;
 }
 
 QDBusConnection startedBus(PrivateBus &bus)
@@ -117,6 +148,17 @@ bool Fixture::daemonLogs(const QByteArray &text)
 bool Fixture::nameIsOwned(const QString &name)
 {
     return client.interface()->isServiceRegistered(name);
+}
+
+int Fixture::matchRules() const
+{
+    const QString name = u"org.zarn.Orvane"_s;
+    if (PrivateBus::isBroker())
+        return matchRulesOf(
+            client.interface()->serviceOwner(name),
+            qdbus_cast<QVariantMap>(call(statistics(u"GetStats"_s, {})).arguments().value(0)));
+    const QDBusMessage reply = call(statistics(u"GetConnectionStats"_s, {name}));
+    return qdbus_cast<QVariantMap>(reply.arguments().value(0)).value(u"MatchRules"_s, -1).toInt();
 }
 
 bool Fixture::waitUntil(const std::function<bool()> &condition)

@@ -54,6 +54,8 @@ public:
     /// Waits until the daemon's log contains a text.
     [[nodiscard]] bool daemonLogs(const QByteArray &text);
     [[nodiscard]] bool nameIsOwned(const QString &name = u"org.zarn.Orvane"_s);
+    /// How many match rules the bus keeps for the daemon; -1 when it does not tell.
+    [[nodiscard]] int matchRules() const;
     /// Waits until a condition is true, for the timeout at most.
     [[nodiscard]] static bool waitUntil(const std::function<bool()> &condition);
 

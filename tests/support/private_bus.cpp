@@ -3,7 +3,9 @@
 
 #include <QFile>
 
-#include <signal.h>
+#include <csignal>
+#include <sys/prctl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -25,31 +27,50 @@ const char configuration[] =
 </busconfig>
 )";
 
+constexpr int startTimeoutMs = 30000;
+
+// The bus ends when the test does, even when the test crashes. It has a process group of its own,
+// because dbus-broker is two processes.
+void prepareBus()
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::setpgid(0, 0);
+}
+
+// Clients of other users can reach it.
+bool openToAll(const QString &path, QFile::Permissions more)
+{
+    return QFile::setPermissions(path, QFile::permissions(path) | more);
+}
+
 } // namespace
 
 PrivateBus::PrivateBus(const QString &configuration)
     : m_configuration(configuration)
+    , m_bus(prepareBus)
 {
 }
 
 PrivateBus::~PrivateBus() { stop(); }
 
+bool PrivateBus::isBroker() { return qgetenv("ORVANE_TEST_BUS") == "broker"; }
+
 void PrivateBus::stop()
 {
-    m_daemon.kill();
-    m_daemon.waitForFinished();
+    sendSignal(SIGKILL);
+    m_bus.waitForFinished();
 }
 
 void PrivateBus::sendSignal(int number)
 {
-    ::kill(static_cast<pid_t>(m_daemon.processId()), number);
+    const auto group = static_cast<pid_t>(m_bus.processId());
+    if (group > 0)
+        ::kill(-group, number);
 }
 
 bool PrivateBus::start()
 {
-    // Clients of other users can reach the socket.
-    QFile folder(m_directory.path());
-    if (!folder.setPermissions(folder.permissions() | QFile::ExeGroup | QFile::ExeOther))
+    if (!openToAll(m_directory.path(), QFile::ExeGroup | QFile::ExeOther))
         return false;
     QFile file(m_directory.filePath(u"bus.conf"_s));
     if (!file.open(QIODevice::WriteOnly))
@@ -58,10 +79,29 @@ bool PrivateBus::start()
                    .arg(m_directory.filePath(u"socket"_s), m_directory.path(), m_configuration)
                    .toUtf8());
     file.close();
-    m_daemon.start(u"dbus-daemon"_s,
-                   {u"--nofork"_s, u"--print-address"_s, u"--config-file="_s + file.fileName()});
+    return isBroker() ? startBroker(file.fileName()) : startDaemon(file.fileName());
+}
+
+bool PrivateBus::startDaemon(const QString &configurationFile)
+{
+    m_bus.start(u"dbus-daemon"_s,
+                {u"--nofork"_s, u"--print-address"_s, u"--config-file="_s + configurationFile});
     // It prints its address once it listens.
-    return m_daemon.waitForReadyRead(30000);
+    return m_bus.waitForReadyRead(startTimeoutMs);
+}
+
+bool PrivateBus::startBroker(const QString &configurationFile)
+{
+    // It takes its socket from systemd, and starts when there is a first client.
+    const QString socket = m_directory.filePath(u"socket"_s);
+    m_bus.setProcessChannelMode(QProcess::MergedChannels);
+    m_bus.start(u"systemd-socket-activate"_s,
+                {u"--listen="_s + socket, u"--setenv=LD_PRELOAD="_s + QStringLiteral(NO_JOURNAL),
+                 u"--setenv=DBUS_SYSTEM_BUS_ADDRESS="_s + address(), u"dbus-broker-launch"_s,
+                 u"--scope=system"_s, u"--config-file="_s + configurationFile});
+    // It says so once it listens.
+    return m_bus.waitForReadyRead(startTimeoutMs)
+        && openToAll(socket, QFile::WriteGroup | QFile::WriteOther);
 }
 
 QString PrivateBus::address() const { return u"unix:path="_s + m_directory.filePath(u"socket"_s); }
