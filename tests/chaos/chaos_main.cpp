@@ -33,6 +33,7 @@ void runPart(Chaos::Campaign &campaign, const QString &name)
     time.start();
     campaign.random.seed(campaign.seed);
     parts().value(name)(campaign);
+    campaign.tally.endPart(name);
     std::fprintf(stderr, "chaos: %s, share %d of %d: %lld s\n", qPrintable(name),
                  campaign.share + 1, campaign.shares,
                  static_cast<long long>(time.elapsed() / 1000));

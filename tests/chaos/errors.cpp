@@ -71,7 +71,7 @@ private:
         const QString name =
             fault.effect.mid(6) + (fault.stays ? u" from a file call on"_s : u" at a file call"_s);
         m_campaign.tally.count(m_operation.name, name, attempt && attempt->fired, broken,
-                               u"scripts/chaos --only \"%1\" --fault %2:%3:%4%5 errors"_s
+                               u"--only \"%1\" --fault %2:%3:%4%5 errors"_s
                                    .arg(m_operation.name, fault.call, fault.effect.mid(6))
                                    .arg(fault.when)
                                    .arg(fault.stays ? u"+"_s : QString()));

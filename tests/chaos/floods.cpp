@@ -123,10 +123,7 @@ private:
         m_scene.fixture.systemd->calls.clear();
         m_userService.calls.clear();
     }
-    QString repeat() const
-    {
-        return u"scripts/chaos --seed %1 --only floods floods"_s.arg(m_campaign.seed);
-    }
+    QString repeat() const { return u"--seed %1 --only floods floods"_s.arg(m_campaign.seed); }
 
     // All at once, and somebody else is answered meanwhile.
     QStringList flood(int calls, const std::function<QDBusMessage()> &call)

@@ -33,8 +33,8 @@ public:
     {
         for (int round = 0; round < rounds; ++round) {
             for (const QString &call : lethalCalls) {
-                const int first = firstOf(call);
-                for (int when = first; when > 0 && kill(call, when);)
+                const int last = lastOf(call);
+                for (int when = firstOf(call); when > 0 && (kill(call, when) || when < last);)
                     ++when;
             }
         }
@@ -70,6 +70,17 @@ private:
         return 0;
     }
 
+    // Of any thread, when nothing was killed.
+    int lastOf(const QString &call) const
+    {
+        int last = 0;
+        for (const TracedCall &traced : m_reference.calls) {
+            if (traced.name == call)
+                last = qMax(last, traced.when);
+        }
+        return last;
+    }
+
     static QString nameOf(const QString &call)
     {
         return call.startsWith(QLatin1String("send")) ? u"SIGKILL before a message"_s
@@ -88,12 +99,11 @@ private:
             broken = neitherOldNorNew(attempt->left, m_reference.before, m_reference.after)
                 + faultsOfTheNextRun(m_scene, m_operation, m_reference);
         const bool fired = attempt && attempt->fired;
-        // The one behind the last says only that it was the last.
-        if (fired || !broken.isEmpty())
+        // Behind the last one there is nothing to kill.
+        if (fired || !broken.isEmpty() || when <= lastOf(call))
             m_campaign.tally.count(
                 m_operation.name, nameOf(call), fired, broken,
-                u"scripts/chaos --only \"%1\" --fault %2:%3 kills"_s.arg(m_operation.name, call)
-                    .arg(when));
+                u"--only \"%1\" --fault %2:%3 kills"_s.arg(m_operation.name, call).arg(when));
         return fired;
     }
 

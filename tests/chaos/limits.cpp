@@ -155,7 +155,7 @@ void tryAll(Campaign &campaign, const Operation &operation, QVector<Hardship> ha
             ? faultsOf(scene, operation, reference, *attempt, Leftovers::Go)
             : QStringList{u"it cannot begin"_s};
         campaign.tally.count(operation.name, hardship.name, true, broken,
-                             u"scripts/chaos --only \"%1\" limits"_s.arg(operation.name));
+                             u"--only \"%1\" limits"_s.arg(operation.name));
     }
 }
 

@@ -88,10 +88,9 @@ private:
         std::seed_seq seed{m_campaign.seed, uint(number)};
         std::mt19937 random(seed);
         const Result result = kind.run(m_whole, random);
-        const QString repeat =
-            u"scripts/chaos --seed %1 --only \"%2\" --fault %3 peers"_s.arg(m_campaign.seed)
-                .arg(nameOf(kind))
-                .arg(number);
+        const QString repeat = u"--seed %1 --only \"%2\" --fault %3 peers"_s.arg(m_campaign.seed)
+                                   .arg(nameOf(kind))
+                                   .arg(number);
         m_campaign.tally.count(kind.peer, kind.fault, true, result.broken, repeat);
         m_campaign.tally.count(u"calls meanwhile"_s, nameOf(kind), result.broken.isEmpty(), {},
                                repeat, result.calls);

@@ -71,7 +71,7 @@ void runPlaces(Campaign &campaign)
             scene.surround(place.wrapper);
             campaign.tally.count(all.at(number).name, place.name, true,
                                  faultsIn(scene, all.at(number), reference),
-                                 u"scripts/chaos --only \"%1\" places"_s.arg(all.at(number).name));
+                                 u"--only \"%1\" places"_s.arg(all.at(number).name));
         }
     }
 }

@@ -167,7 +167,7 @@ void runSoak(Campaign &campaign)
     const int steps = campaign.isSample ? sampleSteps : allSteps;
     const QStringList broken = Soak(campaign).run(steps);
     campaign.tally.count(u"soak"_s, u"operations by chance"_s, true, broken,
-                         u"scripts/chaos --seed %1 soak"_s.arg(campaign.seed), steps);
+                         u"--seed %1 soak"_s.arg(campaign.seed), steps);
 }
 
 } // namespace Chaos
