@@ -12,6 +12,8 @@
 namespace {
 
 // Global, because a signal handler cannot reach anything else.
+// Never closed, because the handler may still run in the bus library's thread, and would write to
+// what gets the number next.
 int s_wakeUp = -1;
 
 void onSignal(int number)
@@ -39,7 +41,10 @@ void handleWith(void (*handler)(int))
 SignalQuit::SignalQuit(QObject *parent)
     : QObject(parent)
 {
-    s_wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (s_wakeUp < 0)
+        s_wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    std::uint64_t old = 0;
+    [[maybe_unused]] const ssize_t drained = read(s_wakeUp, &old, sizeof old);
     auto *notifier = new QSocketNotifier(s_wakeUp, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, qApp, [] {
         std::uint64_t count = 0;
@@ -54,6 +59,4 @@ SignalQuit::~SignalQuit()
     // The process is ending. systemd may still send a signal because the bus name is released, and
     // this must not kill the process.
     handleWith(SIG_IGN);
-    close(s_wakeUp);
-    s_wakeUp = -1;
 }
