@@ -61,6 +61,7 @@ private Q_SLOTS:
     void logsTheRegistration();
     void servesATypeWithoutTasks();
     void sharesOneSessionAmongItsClients();
+    void keepsTheSessionOfAClientThatLeft();
     void exportsItsMethodsAndPropertiesOnly();
     void isThereAgainRightBehindAClose();
     void registersAClientThatWantsNoReply();
@@ -177,6 +178,20 @@ void TestSessions::sharesOneSessionAmongItsClients()
     QCOMPARE(closed.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(closed.signature(), QString());
     QCOMPARE(fixture.stop(syncTask()).errorName(), u"org.freedesktop.DBus.Error.UnknownObject"_s);
+}
+
+void TestSessions::keepsTheSessionOfAClientThatLeft()
+{
+    Fixture fixture;
+    fixture.root.serveType(syncType());
+    QVERIFY(fixture.start());
+    QDBusConnection leaving = fixture.connect();
+    const QString name = leaving.baseService();
+    QCOMPARE(fixture.call(Fixture::registerCall(syncType()), leaving).type(),
+             QDBusMessage::ReplyMessage);
+    Fixture::drop(leaving);
+    QVERIFY(fixture.waitUntil([&] { return !fixture.nameIsOwned(name); }));
+    QCOMPARE(fixture.stop(syncTask()).type(), QDBusMessage::ReplyMessage);
 }
 
 void TestSessions::exportsItsMethodsAndPropertiesOnly()

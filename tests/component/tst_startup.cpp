@@ -238,6 +238,10 @@ void TestStartup::leavesWithoutABus()
     fixture.launch({u"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere"_s});
     QVERIFY(fixture.waitUntil([&] { return !fixture.daemon.isRunning(); }));
     QCOMPARE(fixture.daemon.exitStatus(), 1);
+    // It tries to export nothing after the first object.
+    const QByteArray log = fixture.daemon.log();
+    QCOMPARE(log.count("Couldn't register"), 1);
+    QVERIFY(log.contains("Couldn't register autostart object\n"));
 }
 
 QTEST_GUILESS_MAIN(TestStartup)
