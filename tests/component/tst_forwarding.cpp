@@ -42,6 +42,7 @@ private Q_SLOTS:
     void passesCallsAndAnswersOn();
     void keepsArgumentsAsTheyAre();
     void passesACallWithoutAnInterfaceOnWithoutOne();
+    void passesCallsOfAClientOnThatHasLeft();
     void passesErrorsOn();
     void tellsWhenThereIsNoUserService();
     void showsTheUserServicesIntrospection();
@@ -136,6 +137,19 @@ void TestForwarding::passesACallWithoutAnInterfaceOnWithoutOne()
     const QDBusMessage reply = fixture->call(Fixture::methodCall(control(), QString(), u"Do"_s));
     QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(user->calls.constFirst().interface(), QString());
+}
+
+void TestForwarding::passesCallsOfAClientOnThatHasLeft()
+{
+    // More than may be in flight for one client.
+    constexpr int count = 20;
+    QVector<QDBusMessage> calls;
+    for (int number = 0; number < count; ++number)
+        calls.append(controlCall(u"Do"_s, {number}));
+    QVERIFY(fixture->sendAndLeave(calls));
+    QVERIFY(fixture->waitUntil([&] { return user->calls.size() == count; }));
+    for (int number = 0; number < count; ++number)
+        QCOMPARE(user->calls.at(number).arguments(), QVariantList{number});
 }
 
 void TestForwarding::passesErrorsOn()

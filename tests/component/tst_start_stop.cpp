@@ -104,6 +104,7 @@ private Q_SLOTS:
     void keepsTheOrderOfStartAndStop();
     void answersEachOfManyCallsOnce();
     void startsWithoutAReplyWanted();
+    void startsAndStopsForAClientThatHasLeft();
 
 private:
     [[nodiscard]] QStringList newCalls() const { return membersOf(fixture->systemd->calls).mid(3); }
@@ -668,6 +669,14 @@ void TestStartStop::startsWithoutAReplyWanted()
     QVERIFY(fixture->client.send(Fixture::startCall(task(), user())));
     QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
     QCOMPARE(fixture->stop(task()).type(), QDBusMessage::ReplyMessage);
+}
+
+void TestStartStop::startsAndStopsForAClientThatHasLeft()
+{
+    QVERIFY(fixture->sendAndLeave({Fixture::startCall(task(), user())}));
+    QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StartUnit")); }));
+    QVERIFY(fixture->sendAndLeave({Fixture::sessionCall(method("Stop"), {task()})}));
+    QVERIFY(fixture->waitUntil([&] { return newCalls().contains(method("StopUnit")); }));
 }
 
 QTEST_GUILESS_MAIN(TestStartStop)

@@ -9,6 +9,8 @@
 #include <QDBusPendingCallWatcher>
 #include <QTest>
 
+#include <csignal>
+
 namespace {
 
 QDBusConnection newConnection(const QString &address)
@@ -138,6 +140,21 @@ void Fixture::drop(QDBusConnection &connection)
     QDBusConnection::disconnectFromBus(connection.name());
     // The library closes the socket when the last handle is gone.
     connection = QDBusConnection(QString());
+}
+
+bool Fixture::sendAndLeave(const QVector<QDBusMessage> &calls)
+{
+    QDBusConnection leaving = connect();
+    const QString name = leaving.baseService();
+    daemon.sendSignal(SIGSTOP);
+    for (const QDBusMessage &each : calls)
+        leaving.send(each);
+    // The bus has all calls when it answers this one.
+    const bool areSent = leaving.interface()->isServiceRegistered(name);
+    drop(leaving);
+    const bool hasLeft = waitUntil([&] { return !nameIsOwned(name); });
+    daemon.sendSignal(SIGCONT);
+    return areSent && hasLeft;
 }
 
 bool Fixture::daemonLogs(const QByteArray &text)

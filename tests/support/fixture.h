@@ -51,6 +51,9 @@ public:
     [[nodiscard]] QDBusConnection connect();
     /// Closes a connection, which cannot be used any more.
     static void drop(QDBusConnection &connection);
+    /// Sends calls that want no answer from a client that has left the bus before the daemon
+    /// handles the first one.
+    [[nodiscard]] bool sendAndLeave(const QVector<QDBusMessage> &calls);
     /// Waits until the daemon's log contains a text.
     [[nodiscard]] bool daemonLogs(const QByteArray &text);
     [[nodiscard]] bool nameIsOwned(const QString &name = u"org.zarn.Orvane"_s);

@@ -13,6 +13,8 @@ namespace DBus {
 namespace {
 
 constexpr uint root = 0;
+// Stands for the users of clients that have left. No user has this id.
+constexpr uint unknownUser = 0xffffffff;
 
 } // namespace
 
@@ -36,28 +38,28 @@ ClientCalls::ClientCalls(const QDBusConnection &bus, UserLookup userOf, const Li
 
 ClientCalls::~ClientCalls() = default;
 
-ClientCalls::Refusal ClientCalls::call(const QString &client, const QDBusMessage &message,
-                                       int timeoutMs, Callback callback)
+ClientCalls::Refusal ClientCalls::call(const QString &client, const Request &request)
 {
+    // A client that wants no answer may have left before its call is handled. All of them count as
+    // one client, because the bus does not tell their users any more.
     const std::optional<uint> user = m_userOf(client);
-    if (!user)
-        return TooMuch;
-    std::shared_ptr<Client> entry = m_byName.value(client);
+    const QString name = user ? client : QString();
+    std::shared_ptr<Client> entry = m_byName.value(name);
     if (entry == nullptr)
-        entry = std::make_shared<Client>(Client{*user, {}, {}, {}});
+        entry = std::make_shared<Client>(Client{user.value_or(unknownUser), {}, {}, {}});
     // Checked first, because examining the message takes time.
     if (!hasRoom(*entry, {0, 1, 0, 0}))
         return TooMuch;
-    const MessageContents contents = contentsOf(message);
+    const MessageContents contents = contentsOf(request.message);
     if (contents.hasNestedDescriptors || contents.hasEmptySignature)
         return CannotBeSentOn;
     const Usage usage{0, 1, contents.size, contents.descriptors};
     if (contents.isTooLarge() || !hasRoom(*entry, usage))
         return TooMuch;
-    m_byName.insert(client, entry);
+    m_byName.insert(name, entry);
     if (entry->waiting.empty())
-        m_turns.push_back(client);
-    entry->waiting.push_back({message, timeoutMs, std::move(callback), usage});
+        m_turns.push_back(name);
+    entry->waiting.push_back({request, usage});
     count(*entry, usage);
     sendWaiting();
     return Taken;
@@ -118,12 +120,13 @@ void ClientCalls::sendNext(const QString &name, Client &client)
     client.waiting.pop_front();
     count(client, {1, -1, 0, 0});
     const quint64 number = ++m_lastNumber;
-    client.callbacks.insert(number, call.callback);
+    Request &request = call.request;
+    client.callbacks.insert(number, request.callback);
     auto *watcher =
-        new QDBusPendingCallWatcher(m_bus.asyncCall(call.message, call.timeoutMs), this);
+        new QDBusPendingCallWatcher(m_bus.asyncCall(request.message, request.timeoutMs), this);
     // Otherwise the bus library would keep the arguments until the answer comes, which may take a
     // day.
-    call.message.setArguments({});
+    request.message.setArguments({});
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, name, number, usage = call.usage](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();
@@ -149,12 +152,22 @@ void ClientCalls::forgetClient(const QString &client)
     const std::shared_ptr<Client> entry = m_byName.value(client);
     if (entry == nullptr)
         return;
-    const int dropped = static_cast<int>(entry->waiting.size());
-    entry->waiting.clear();
+    std::deque<Call> &waiting = entry->waiting;
+    const auto isDropped = [](const Call &call) {
+        return call.request.whenClientLeaves == DropWaiting;
+    };
+    waiting.erase(std::remove_if(waiting.begin(), waiting.end(), isDropped), waiting.end());
     // Calls that have been sent still count, because the bus counts them until they are answered.
     entry->callbacks.clear();
-    count(*entry, {0, -dropped, -entry->usage.bytes, -entry->usage.descriptors});
-    m_turns.erase(std::remove(m_turns.begin(), m_turns.end(), client), m_turns.end());
+    Usage kept{entry->usage.inFlight, 0, 0, 0};
+    for (const Call &call : waiting)
+        kept += call.usage;
+    const Usage &used = entry->usage;
+    count(*entry,
+          {0, kept.waiting - used.waiting, kept.bytes - used.bytes,
+           kept.descriptors - used.descriptors});
+    if (waiting.empty())
+        m_turns.erase(std::remove(m_turns.begin(), m_turns.end(), client), m_turns.end());
     dropIfUnused(client);
     sendWaiting();
 }

@@ -24,7 +24,8 @@ class ClientCalls : public QObject
     Q_OBJECT
 
 public:
-    /// Receives the finished call. Never runs inside call(), and not at all if the client has left.
+    /// Receives the finished call. Never runs inside call(), and not at all if the client left
+    /// while the call was in flight.
     using Callback = std::function<void(QDBusPendingCallWatcher *)>;
     /// Finds the user id of a client by its unique bus name; nothing when the client has left.
     using UserLookup = std::function<std::optional<uint>(const QString &)>;
@@ -58,22 +59,36 @@ public:
         CannotBeSentOn
     };
 
+    /// What becomes of a call that still waits when its client leaves.
+    enum WhenClientLeaves {
+        DropWaiting,
+        /// For a call that wants no answer: its client leaves without waiting for it to be sent.
+        SendNevertheless
+    };
+    struct Request
+    {
+        /// Its arguments are dropped once it has been sent.
+        QDBusMessage message;
+        /// How long to wait for the answer after sending, in milliseconds; -1 for the bus library's
+        /// default.
+        int timeoutMs;
+        Callback callback;
+        WhenClientLeaves whenClientLeaves = DropWaiting;
+    };
+
     /// @param bus the connection to send on.
     /// @param userOf finds the user of a client.
     ClientCalls(const QDBusConnection &bus, UserLookup userOf, const Limits &limits,
                 QObject *parent = nullptr);
     ~ClientCalls() override;
 
-    /// Queues a call, and sends it at once if the limits allow it. Its arguments are dropped once
-    /// it has been sent.
-    /// @param client unique bus name of the client.
-    /// @param timeoutMs how long to wait for the answer after sending, in milliseconds; -1 for the
-    /// bus library's default.
+    /// Queues a call, and sends it at once if the limits allow it.
+    /// @param client unique bus name of the client. Those that have left already share the limits
+    /// of one client.
     /// @return Taken if the call was queued; otherwise why not, and the callback never runs.
-    [[nodiscard]] Refusal call(const QString &client, const QDBusMessage &message, int timeoutMs,
-                               Callback callback);
-    /// Removes the waiting calls of a client that has left, and the callbacks of its calls that
-    /// were sent.
+    [[nodiscard]] Refusal call(const QString &client, const Request &request);
+    /// Removes those waiting calls of a client that has left that are not to be sent nevertheless,
+    /// and the callbacks of its calls that were sent.
     void forgetClient(const QString &client);
 
 private:
@@ -89,9 +104,7 @@ private:
     };
     struct Call
     {
-        QDBusMessage message;
-        int timeoutMs;
-        Callback callback;
+        Request request;
         /// What the call uses while it waits. Its bytes and descriptors also count while it is in
         /// flight.
         Usage usage;
@@ -101,7 +114,8 @@ private:
         uint user;
         Usage usage;
         std::deque<Call> waiting;
-        /// Callbacks of the calls in flight, by number; empty after the client has left.
+        /// Callbacks of the calls in flight, by number; those that were sent before the client left
+        /// are removed then.
         QHash<quint64, Callback> callbacks;
     };
 

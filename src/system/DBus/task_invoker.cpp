@@ -134,6 +134,9 @@ void TaskInvokerPrivate::finishRegistration(const QDBusConnection &connection,
                    request.createErrorReply(reply.errorName(), reply.errorMessage()));
         return;
     }
+    // A client that has left holds nothing, so nothing would ever remove its proxy.
+    if (!Clients::instance().userOf(request.service()))
+        return;
     const QString path = reply.arguments().constFirst().value<QDBusObjectPath>().path();
     if (isForeign(path) && !mayHold(request.service(), bus.objectRegisteredAt(path))) {
         sendAnswer(connection, request, tooManySessions(request));

@@ -33,12 +33,17 @@ QVector<Orvane::AvailableTask> declaredTasks(const QString &taskType)
     return declared;
 }
 
-// Half of the limit for all users, so that one user's calls leave room for the others.
-UserQuota &openCalls()
+// Reserves one of the open calls of a user: half of the limit for all users, so that one user's
+// calls leave room for the others. Clients that have left have no known user and share a smaller
+// limit, so that one user who uses both leaves room, too.
+UserQuota::Reservation openCallsOf(std::optional<uint> user)
 {
     constexpr int most = 512;
     static auto *const calls = new UserQuota(most);
-    return *calls;
+    static auto *const callsOfClientsThatLeft = new UserQuota(most / 2);
+    // No user has this id.
+    constexpr uint unknownUser = 0xffffffff;
+    return user ? calls->reserve(*user) : callsOfClientsThatLeft->reserve(unknownUser);
 }
 
 bool isSame(const Orvane::AvailableTask &one, const Orvane::AvailableTask &other)
@@ -140,8 +145,8 @@ UserQuota::Reservation TaskInvokerSession::reserveCall()
 {
     UserQuota::Reservation reservation;
     const std::optional<uint> user = Clients::instance().userOf(message().service());
-    if (user && Core::TaskManager::instance()->hasRoom())
-        reservation = openCalls().reserve(*user);
+    if (Core::TaskManager::instance()->hasRoom())
+        reservation = openCallsOf(user);
     if (reservation)
         return reservation;
     setDelayedReply(true);

@@ -55,8 +55,10 @@ bool callUserService(const QDBusConnection &connection, QDBusMessage request,
                      const QDBusMessage &call, int timeoutMs, const ClientCalls::Callback &callback)
 {
     request.setArguments({});
+    const auto whenClientLeaves =
+        request.isReplyRequired() ? ClientCalls::DropWaiting : ClientCalls::SendNevertheless;
     const ClientCalls::Refusal refusal =
-        userServiceCalls().call(request.service(), call, timeoutMs, callback);
+        userServiceCalls().call(request.service(), {call, timeoutMs, callback, whenClientLeaves});
     if (refusal == ClientCalls::Taken)
         return true;
     sendAnswer(connection, request, refusalOf(request, refusal));

@@ -25,22 +25,26 @@ private Q_SLOTS:
     void letsClientsTakeTurns();
     void refusesWhatIsTooMuch_data();
     void refusesWhatIsTooMuch();
-    void refusesAClientThatHasLeft();
     void dropsWhatWaitsForAClientThatLeaves();
+    void sendsWhatWantsNoAnswerThoughItsClientHasLeft();
+    void countsClientsThatHaveLeftAsOne();
     void keepsThePlaceOfWhatWasSentForAClientThatLeft();
     void givesTheBytesOfAClientThatLeftBack();
 
 private:
     static constexpr int timeoutMs = 30000;
 
-    bool call(const QString &client, int number, const QVariant &more = 0)
+    bool call(const QString &client, int number, const QVariant &more = 0,
+              DBus::ClientCalls::WhenClientLeaves whenClientLeaves = DBus::ClientCalls::DropWaiting)
     {
         QDBusMessage message = QDBusMessage::createMethodCall(
             u"org.zarn.Orvane.User"_s, u"/org/zarn/Orvane/x"_s, u"a.b"_s, u"C"_s);
         message << number << more;
-        return calls->call(client, message, -1, [this](QDBusPendingCallWatcher *watcher) {
+        const auto answered = [this](QDBusPendingCallWatcher *watcher) {
             answers.append(watcher->reply().arguments().value(0).toInt());
-        }) == DBus::ClientCalls::Taken;
+        };
+        return calls->call(client, {message, -1, answered, whenClientLeaves})
+            == DBus::ClientCalls::Taken;
     }
     QVector<int> sent() const
     {
@@ -202,12 +206,6 @@ void TestClientCalls::refusesWhatIsTooMuch()
     QVERIFY(call(clients.constFirst(), 100));
 }
 
-void TestClientCalls::refusesAClientThatHasLeft()
-{
-    QVERIFY(!call(u":1.nobody"_s, 0));
-    QCOMPARE(settled(), QVector<int>());
-}
-
 void TestClientCalls::dropsWhatWaitsForAClientThatLeaves()
 {
     for (int number = 0; number < 5; ++number)
@@ -217,6 +215,33 @@ void TestClientCalls::dropsWhatWaitsForAClientThatLeaves()
     user->release();
     QTRY_COMPARE_WITH_TIMEOUT(answers, QVector<int>{10}, timeoutMs);
     QCOMPARE(settled(), QVector<int>({0, 1, 10}));
+}
+
+void TestClientCalls::sendsWhatWantsNoAnswerThoughItsClientHasLeft()
+{
+    for (int number = 0; number < 6; ++number)
+        QVERIFY(call(a(), number, 0,
+                     number % 2 == 0 ? DBus::ClientCalls::SendNevertheless
+                                     : DBus::ClientCalls::DropWaiting));
+    QVERIFY(call(b(), 10));
+    calls->forgetClient(a());
+    QVERIFY(call(b(), 11));
+    user->release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 4, timeoutMs);
+    QCOMPARE(settled(), QVector<int>({0, 1, 10, 2, 11, 4}));
+    // Nothing is left of what they used.
+    for (int number = 20; number < 26; ++number)
+        QVERIFY(call(a(), number));
+}
+
+void TestClientCalls::countsClientsThatHaveLeftAsOne()
+{
+    for (int number = 0; number < 10; ++number)
+        QCOMPARE(call(u":1.left%1"_s.arg(number), number), number < 2 + 4);
+    QVERIFY(call(c(), 20));
+    QCOMPARE(settled(), QVector<int>({0, 1, 20}));
+    user->release();
+    QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 7, timeoutMs);
 }
 
 void TestClientCalls::keepsThePlaceOfWhatWasSentForAClientThatLeft()
