@@ -14,7 +14,7 @@ namespace Cli {
 
 namespace {
 
-// Who may run tasks; empty when systemd does not tell.
+// Who may run tasks; empty when systemd does not say.
 QString whoMay()
 {
     Systemd systemd(QDBusConnection::systemBus());

@@ -6,9 +6,9 @@
 
 namespace Cli {
 
-/// Why a call for a task failed: the answer, with what the answer does not name. For a caller who
-/// may not run tasks these are the groups that may, as the daemon's unit names them; for a type
-/// that the per-user service does not serve it is the type. Asks systemd when access is denied.
+/// Why a call for a task failed: the daemon's answer, and what it does not name. When the caller
+/// may not run tasks, that is the groups that may, as the daemon's unit names them, for which
+/// systemd is asked. When the per-user service does not serve the type of the task, it is the type.
 /// @param taskType the type of the task.
 [[nodiscard]] QString reasonOf(const Client::Outcome &outcome, const QString &taskType);
 

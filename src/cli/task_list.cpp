@@ -46,7 +46,7 @@ QVector<UnitProperty> stateProperties()
     return {{"Service", "MainPID"}, {"Unit", "StateChangeTimestamp"}};
 }
 
-// What tells a stop from a failure.
+// The properties that distinguish a stop from a failure.
 QVector<UnitProperty> endProperties()
 {
     return {{"Service", "Result"},

@@ -6,7 +6,9 @@
 namespace Cli {
 
 /// The word that a misspelt one was probably meant to be: the one at the smallest edit distance,
-/// ignoring case; empty when every distance is above the farthest.
+/// ignoring case.
+/// @param farthest the largest edit distance that counts as a misspelling.
+/// @return an empty text when no word is that near.
 [[nodiscard]] QString nearWord(const QString &written, const QStringList &words, int farthest = 2);
 
 } // namespace Cli
