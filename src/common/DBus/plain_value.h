@@ -4,22 +4,23 @@
 #include <QStringList>
 #include <QVariant>
 
-// Values of any type as a text, a number or yes and no. QVariant converts most types alike in Qt 5
-// and Qt 6; these functions also do so where it does not, as Qt 5 does. Usable from any thread.
+// Converts values of any type to a text, a number or a boolean. QVariant converts some types
+// differently in Qt 5 and Qt 6; with both, these functions give what QVariant gives in Qt 5. Usable
+// from any thread.
 
 namespace DBus {
 
-/// The text of a value. Qt's versions differ in which fractions have an exponent, and in whether
-/// bytes end at a zero; here they do.
-/// @return the empty text for values that have none.
+/// The text of a value. The versions of Qt differ in which fractions are written with an exponent,
+/// and in whether the text of a byte array ends at a zero byte; here it does.
+/// @return an empty text for values that have none.
 [[nodiscard]] QString textOf(const QVariant &value);
 
 /// The texts of several values, in their order.
 [[nodiscard]] QStringList textsOf(const QVariantList &values);
 
-/// The value as a whole number. A fraction is rounded, and a half is rounded up; Qt's versions
-/// differ in the negative halves.
-/// @return 0 for values that are no number.
+/// The value as an integer. A fraction is rounded, and a half is rounded up; the versions of Qt
+/// differ for negative halves.
+/// @return 0 for values that are not a number.
 [[nodiscard]] int numberOf(const QVariant &value);
 
 /// Whether a value means yes: true, a number that numberOf() does not round to 0, or a text other

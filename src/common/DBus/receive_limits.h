@@ -8,9 +8,9 @@ namespace DBus {
 /// process from reading: when received messages that are still in use reach it (63 MiB by default),
 /// the bus library stops reading until one is released, but the framework releases messages on
 /// another thread, which cannot restart the reader. Memory is limited by what the process keeps.
-/// And the bus library closes the connection when a message has more than 16 file descriptors,
-/// which dbus-broker delivers, and dbus-daemon with another configuration.
-/// Call right after connecting.
+/// The limit on file descriptors is removed as well: with it, the bus library closes the connection
+/// when a message has more than 16. dbus-broker delivers such messages, and dbus-daemon does so
+/// when it is configured to. Call right after connecting.
 void liftReceiveLimits(const QDBusConnection &bus);
 
 } // namespace DBus
