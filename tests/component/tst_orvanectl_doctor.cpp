@@ -108,7 +108,7 @@ void TestOrvanectlDoctor::saysThatTheBusIsNotThere()
     QCOMPARE(output.status, 1);
     QCOMPARE(answerIn(output, "bus"), text("no"));
     QCOMPARE(answerIn(output, "daemon"), text("unknown"));
-    QCOMPARE(answerIn(output, "user manager"), text("unknown"));
+    QCOMPARE(answerIn(output, "user sessions"), text("unknown"));
 }
 
 void TestOrvanectlDoctor::looksAtFilesAloneOfAnImage()

@@ -287,7 +287,7 @@ Command autostartCommand()
     command.arguments = {
         {QStringLiteral("ACTION"),
          Kind::Text,
-         QStringLiteral("list, enable, disable or explain"),
+         QStringLiteral("one of list, enable, disable and explain"),
          true,
          false,
          {list(), enable(), disable(), explain()}},

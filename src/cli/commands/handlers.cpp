@@ -120,8 +120,8 @@ QStringList description()
             "(x-url-handler/) and by its MIME type, in this order; a file only by its MIME type. "
             "Applications that declare the same type come in the order in which the folders of "
             "entries are read, the user's data home first, then by file name. An argument that "
-            "begins with / or . is the path of a file. The MIME types, and the type of a file, are "
-            "those of this system, even with --root.")};
+            "begins with a slash or a dot is the path of a file. The MIME types, and the type of a "
+            "file, are those of this system, even with --root.")};
 }
 
 QVector<QPair<QString, QString>> fields()

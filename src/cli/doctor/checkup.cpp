@@ -16,7 +16,7 @@ QVector<Gate> sandboxGates(const Examined &examined, const Trial &trial)
 
 QVector<Gate> sessionGates(const Examined &examined)
 {
-    return {userManagerGate(examined), sessionStartGate(examined)};
+    return {userSessionsGate(examined), sessionStartGate(examined)};
 }
 
 Gate trialGate(const Gate &sandbox, const Trial &trial)

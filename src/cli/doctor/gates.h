@@ -49,7 +49,7 @@ struct Examined
 [[nodiscard]] Gate emptyFoldersGate(const Examined &examined, const Trial &trial);
 [[nodiscard]] Gate prepareBindsGate(const Examined &examined, const Trial &trial);
 
-[[nodiscard]] Gate userManagerGate(const Examined &examined);
+[[nodiscard]] Gate userSessionsGate(const Examined &examined);
 /// Whether enabled applications start with sessions.
 [[nodiscard]] Gate sessionStartGate(const Examined &examined);
 /// Whether there is a service that knows the users.

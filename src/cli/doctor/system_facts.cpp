@@ -107,7 +107,7 @@ SystemFacts systemFacts(const QString &bindsUnit)
     facts.busProgram = busProgram();
     facts.daemonUnit = factsOf(daemonUnit());
     facts.bindsUnit = factsOf(bindsUnit);
-    facts.userManagerUnit = factsOf(QStringLiteral("user@%1.service").arg(getuid()));
+    facts.userSessionsUnit = factsOf(QStringLiteral("user@%1.service").arg(getuid()));
     facts.daemon =
         Client::outcomeOf(ask(Names::service(), Names::taskInvokerPath(),
                               QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));

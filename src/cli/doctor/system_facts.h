@@ -44,7 +44,7 @@ struct SystemFacts
     QString systemdVersion;
     UnitFacts daemonUnit;
     UnitFacts bindsUnit;
-    UnitFacts userManagerUnit;
+    UnitFacts userSessionsUnit;
 
     [[nodiscard]] bool hasService(const QString &name) const
     {

@@ -122,12 +122,12 @@ Gate prepareBindsGate(const Examined &examined, const Trial &trial)
     return gate.answer != Gate::Yes || isPrepared ? gate : gateOfRun(checked, facts);
 }
 
-Gate userManagerGate(const Examined &examined)
+Gate userSessionsGate(const Examined &examined)
 {
-    const CheckedUnit checked{QStringLiteral("user manager"), QStringLiteral("user@.service"),
+    const CheckedUnit checked{QStringLiteral("user sessions"), QStringLiteral("user@.service"),
                               QStringLiteral("users have no sessions in which anything starts"),
                               QStringLiteral("systemd")};
-    return examined.isLive() ? gateOfState(checked, examined.live->userManagerUnit, examined)
+    return examined.isLive() ? gateOfState(checked, examined.live->userSessionsUnit, examined)
                              : gateOfFile(checked, examined);
 }
 

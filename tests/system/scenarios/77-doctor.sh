@@ -141,7 +141,7 @@ break_the_sandbox() {
 
 break_sessions() {
     in_container systemctl --quiet mask user@.service
-    lacks "user manager"
+    lacks "user sessions"
     in_container systemctl --quiet --global mask orvane-launcher.service
     lacks "session start"
     in_container rm /usr/lib/systemd/user/default.target.wants/orvane-launcher.service

@@ -79,7 +79,7 @@ Cli::SystemFacts completeFacts()
     facts.daemonUnit.loadState = text("loaded");
     facts.daemonUnit.environment = QStringList{text("ORVANE_TASK_GROUPS=privileged")};
     facts.bindsUnit = {text("loaded"), text("active"), {}, {}, {}, {}};
-    facts.userManagerUnit = {text("loaded"), text("inactive"), {}, {}, {}, {}};
+    facts.userSessionsUnit = {text("loaded"), text("inactive"), {}, {}, {}, {}};
     return facts;
 }
 
@@ -224,7 +224,7 @@ void TestDoctor::findsWhatAnImageLacks_data()
     row("nothing that prepares binds",
         removing("/usr/lib/systemd/system/sailjail-prepare-binds.service"), "binds",
         "sailjail-prepare-binds.service is missing");
-    row("no user manager", masking("/etc/systemd/system/user@.service"), "user manager",
+    row("no user sessions", masking("/etc/systemd/system/user@.service"), "user sessions",
         "user@.service is masked", "systemctl --root=ROOT unmask user@.service");
     row("no launcher", removing(launcher), "session start", "orvane-launcher.service is missing");
     row("masked launcher", masking("/etc/systemd/user/orvane-launcher.service"), "session start",
@@ -433,7 +433,7 @@ void TestDoctor::knowsLittleWithoutTheBus()
     QCOMPARE(Cli::busGate(examined).evidence, text("no bus"));
     for (const Question &ask :
          QVector<Question>{Cli::policyGate, Cli::activationGate, Cli::daemonUnitGate,
-                           Cli::userListGate, Cli::userManagerGate})
+                           Cli::userListGate, Cli::userSessionsGate})
         QCOMPARE(ask(examined).answer, Gate::NotKnown);
     // Known from the unit's file.
     QCOMPARE(Cli::taskGroupsGate(examined).answer, Gate::Yes);
