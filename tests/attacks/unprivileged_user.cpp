@@ -222,7 +222,8 @@ void oversize()
     const std::string owner = ownerOfTheName(watching);
     for (int length = busLimit - 160; length > busLimit - 400; length -= 8) {
         sd_bus *const bus = connectToBus();
-        (void)outcomeOf(bus, textCall(bus, "get", std::string(length, 'x')));
+        (void)outcomeOf(bus,
+                        textCall(bus, "get", std::string(static_cast<std::size_t>(length), 'x')));
         sd_bus_close_unref(bus);
         if (ownerOfTheName(watching) != owner) {
             std::puts("the bus has closed its connection");

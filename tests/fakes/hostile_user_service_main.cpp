@@ -114,7 +114,7 @@ int onCall(sd_bus_message *call, void *, sd_bus_error *)
     if (member == "NestedDescriptor")
         return reply(call, "(h)a{sv}", STDERR_FILENO, 1, "k", "h", STDERR_FILENO);
     if (member == "Huge")
-        return reply(call, "s", std::string(numberOf(call), 'x').c_str());
+        return reply(call, "s", std::string(static_cast<std::size_t>(numberOf(call)), 'x').c_str());
     if (member == "Never")
         return 1;
     if (member == "Pid")

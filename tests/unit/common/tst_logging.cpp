@@ -104,13 +104,21 @@ QByteArrayList TestLogging::linesOfSpeech(bool toTheJournal)
 
 void TestLogging::namesFileLineAndFunction()
 {
-    const QByteArrayList lines = linesOfSpeech(false);
+    QByteArrayList lines = linesOfSpeech(false);
     QCOMPARE(lines.size(), 6);
+    // Compilers write references differently.
+    for (QByteArray &line : lines)
+        line.replace(" &)", "&)");
     const QByteArray file = "tests/unit/common/tst_logging.cpp:";
     QCOMPARE(lines.at(0),
              file + "18: void Speaker::speak(const QString&): Invalid app ID in \"a\\nb\"");
-    QCOMPARE(lines.at(1),
-             file + "19: Speaker::speak(const QString&)::<lambda(int)>: from a lambda 5");
+#ifdef Q_CC_CLANG
+    const QByteArray lambda = "auto Speaker::speak(const QString&)::(anonymous class)::"
+                              "operator()(int) const";
+#else
+    const QByteArray lambda = "Speaker::speak(const QString&)::<lambda(int)>";
+#endif
+    QCOMPARE(lines.at(1), file + "19: " + lambda + ": from a lambda 5");
     // One message is always one line.
     QCOMPARE(lines.at(2), file + "21: void Speaker::speak(const QString&): one two");
     QCOMPARE(lines.at(3), file + "22: void Speaker::speak(const QString&): three four");

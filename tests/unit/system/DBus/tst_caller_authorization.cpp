@@ -336,7 +336,7 @@ void TestCallerAuthorization::refusesWithoutAUserOrAProcessFromTheBus_data()
     QTest::addColumn<bool>("admitted");
 
     const QVariant uid(::geteuid());
-    const QVariant pid(uint(QCoreApplication::applicationPid()));
+    const QVariant pid = uint(QCoreApplication::applicationPid());
     for (const bool prefixed : {false, true}) {
         const auto row = [prefixed](const char *name) -> QTestData & {
             return QTest::addRow("%s%s", name, prefixed ? ", below a root prefix" : "");
