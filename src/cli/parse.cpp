@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <string>
@@ -180,6 +181,26 @@ bool wantsHelp(const QStringList &words)
 
 } // namespace
 
+// Splits "--name=" into the option and an empty word. The library would take the next word as the
+// value.
+static QStringList withEmptyValues(const QStringList &words, const Command &command)
+{
+    QStringList emptyValues;
+    for (const Option &option : allOptionsOf(command)) {
+        if (!option.value.isEmpty())
+            emptyValues.append(QStringLiteral("--%1=").arg(option.name));
+    }
+    QStringList split;
+    const auto end = std::find(words.cbegin(), words.cend(), QLatin1String("--"));
+    for (auto word = words.cbegin(); word != words.cend(); ++word) {
+        if (word < end && emptyValues.contains(*word))
+            split << word->chopped(1) << QString();
+        else
+            split << *word;
+    }
+    return split;
+}
+
 // The library reports errors as exceptions, which are caught here.
 static void parseCommand(const QStringList &words, Parsed &parsed)
 {
@@ -187,7 +208,7 @@ static void parseCommand(const QStringList &words, Parsed &parsed)
     parser.set_help_flag();
     const ParsedCommand command = addCommand(parser, *parsed.command);
     Values reversed;
-    for (const QString &word : words)
+    for (const QString &word : withEmptyValues(words, *parsed.command))
         reversed.insert(reversed.begin(), word.toStdString());
     try {
         parser.parse(reversed);

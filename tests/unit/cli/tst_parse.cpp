@@ -13,6 +13,7 @@ private Q_SLOTS:
     void acceptsArgumentsAndOptionsInAnyOrder();
     void takesOneWordPerUse();
     void acceptsAValueThatBeginsWithADash();
+    void takesAnEmptyValue();
     void reportsWrongUsage_data();
     void reportsWrongUsage();
     void helpsEvenIfTheRestIsWrong_data();
@@ -51,6 +52,19 @@ void TestParse::acceptsAValueThatBeginsWithADash()
     QCOMPARE(parsed.complaint, QString());
     QCOMPARE(parsed.request.values(u"param"_s), QStringList(u"-x"_s));
     QCOMPARE(parsed.request.value(u"weight"_s), u"-5"_s);
+}
+
+void TestParse::takesAnEmptyValue()
+{
+    const Parsed parsed =
+        Cli::parse(words(u"start --param= --param=-x --user= a.b.task_c --param="_s));
+    QCOMPARE(parsed.complaint, QString());
+    QCOMPARE(parsed.request.values(u"param"_s), QStringList({QString(), u"-x"_s, QString()}));
+    QCOMPARE(parsed.request.value(u"user"_s), QString());
+    QCOMPARE(parsed.request.arguments, QStringList(u"a.b.task_c"_s));
+    // What comes after "--" is no option.
+    QCOMPARE(Cli::parse(words(u"start -- --param="_s)).request.arguments,
+             QStringList(u"--param="_s));
 }
 
 void TestParse::reportsWrongUsage_data()
