@@ -168,7 +168,10 @@ void TestInterfaces::areWhatTheDaemonSays()
     const QStringList installed = interfaceIn(file.readAll(), interface, valid);
     QVERIFY(valid);
     QVERIFY(installed.size() > 1);
-    const QStringList live = interfaceIn(description(m_paths.value(interface)), interface, valid);
+    // Qt 6 has one class for both, and annotates a property with its other name.
+    const QByteArray described =
+        description(m_paths.value(interface)).replace("QList&lt;Orvane::", "QVector&lt;Orvane::");
+    const QStringList live = interfaceIn(described, interface, valid);
     QVERIFY(valid);
     QCOMPARE(installed.join(QLatin1Char('\n')), live.join(QLatin1Char('\n')));
 }
