@@ -57,6 +57,12 @@ private Q_SLOTS:
         QCOMPARE(judge(samplesOf({5, 10, 15}, {14, 21, 28})).verdict, Verdict::Noisy);
     }
 
+    void noiseOfWholeRoundsIsNoneOfTheirRatio()
+    {
+        QCOMPARE(judge(samplesOf({5, 10, 20, 40}, {9, 18, 36, 72})).verdict, Verdict::Met);
+        QCOMPARE(judge(samplesOf({5, 10, 20, 40}, {11, 22, 44, 88})).verdict, Verdict::Missed);
+    }
+
     void noiseDoesNotHideWhatIsFarFromTheBound()
     {
         QCOMPARE(judge(samplesOf({5, 10, 15}, {140, 210, 280})).verdict, Verdict::Missed);

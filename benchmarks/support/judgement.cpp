@@ -29,14 +29,23 @@ double judgedValue(const Figure &figure, double orvane, double peer)
     return figure.judged == Judged::Ratio ? orvane / peer : orvane;
 }
 
+// The values that are judged, one of each round. A ratio is that of one round, because what slows
+// the machine down for longer than a round slows down both sides.
+QVector<double> judgedValues(const Samples &samples)
+{
+    if (samples.figure.judged != Judged::Ratio)
+        return samples.orvane;
+    QVector<double> ratios;
+    for (int round = 0; round < std::min(samples.orvane.size(), samples.peer.size()); ++round)
+        ratios.append(samples.orvane[round] / samples.peer[round]);
+    return ratios;
+}
+
 // Whether runs with less noise could give values on either side of the bound.
 bool isUndecided(const Samples &samples, double bound)
 {
-    const double low =
-        judgedValue(samples.figure, quantile(samples.orvane, 0.25), quantile(samples.peer, 0.75));
-    const double high =
-        judgedValue(samples.figure, quantile(samples.orvane, 0.75), quantile(samples.peer, 0.25));
-    return low <= bound && bound < high;
+    const QVector<double> values = judgedValues(samples);
+    return quantile(values, 0.25) <= bound && bound < quantile(values, 0.75);
 }
 
 Verdict verdictOn(const Samples &samples, const Judgement &judgement)
