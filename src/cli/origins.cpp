@@ -93,15 +93,16 @@ void addSettings(OriginList &list, const Core::TaskPlan &plan)
     const Core::PlannedSetting &install = *plan.settings.constFind(installKey());
     const QString target = Core::textOf(install.value);
     // Every unit has this setting, but systemd follows it only for units that are enabled.
-    if (install.origin.kind == Core::Origin::Default && !plan.atBoot)
+    if (install.origin.kind == Core::Origin::Default && !plan.atBoot) {
         list.add({installKey(),
                   target,
                   QStringLiteral("default"),
                   QStringLiteral("default, without effect unless --at-boot"),
                   {},
                   0});
-    else
+    } else {
         list.add(installKey(), target, install.origin);
+    }
 }
 
 } // namespace

@@ -204,14 +204,15 @@ bool TaskChecks::isHidden(const QString &program) const
     const Core::ApplicationId &id = m_task.taskId.applicationId();
     const QString organisation = id.organisation().toString();
     QStringList shown;
-    if (match.captured(1) == QLatin1String("/usr/share"))
+    if (match.captured(1) == QLatin1String("/usr/share")) {
         shown << id.toString() << QStringLiteral("common/") + organisation;
-    else
+    } else {
         shown = foldersOf(id,
                           match.captured(1) == QLatin1String("/srv")
                               ? QStringList(QStringLiteral("shared"))
                               : QStringList{QStringLiteral(".cache"), QStringLiteral(".config"),
                                             QStringLiteral(".local/share")});
+    }
     const QString below = match.captured(QStringLiteral("below"));
     return std::none_of(shown.begin(), shown.end(), [&below](const QString &folder) {
         return below.startsWith(folder + QLatin1Char('/'));
