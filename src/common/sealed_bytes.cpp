@@ -36,7 +36,7 @@ QByteArray sealed(const QByteArray &bytes)
     return QByteArray(reinterpret_cast<const char *>(&sum), checksumSize) + bytes;
 }
 
-std::optional<QByteArray> unsealed(const QByteArray &bytes)
+std::optional<QByteArray> unsealed(QByteArray bytes)
 {
     if (bytes.size() < checksumSize)
         return {};
@@ -44,7 +44,7 @@ std::optional<QByteArray> unsealed(const QByteArray &bytes)
     std::memcpy(&sum, bytes.constData(), sizeof sum);
     if (sum != checksumOf(bytes.constData() + checksumSize, bytes.size() - checksumSize))
         return {};
-    return bytes.mid(checksumSize);
+    return bytes.remove(0, checksumSize);
 }
 
 void ByteWriter::number(qint64 value)

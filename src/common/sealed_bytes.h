@@ -12,7 +12,8 @@
 /// Puts a checksum in front, which unsealed() checks.
 [[nodiscard]] QByteArray sealed(const QByteArray &bytes);
 /// What sealed() was given; nothing when the bytes were changed or cut off.
-[[nodiscard]] std::optional<QByteArray> unsealed(const QByteArray &bytes);
+/// @param bytes is not copied when it is moved here.
+[[nodiscard]] std::optional<QByteArray> unsealed(QByteArray bytes);
 
 /// Appends values to a byte array.
 class ByteWriter

@@ -62,23 +62,43 @@ public:
     ForeignFile problem{ForeignFile::Read, {}, {}};
 };
 
-// At most `count` bytes.
-ForeignFile readUpTo(int fd, qint64 count)
+constexpr int largestReused = 64 << 10;
+
+// The buffer that small files are read into, one after the other: a new one for each would make
+// malloc() look through everything that the reader of the last file has freed. A new one all the
+// same while the text of the last file is in use.
+QByteArray &reusedBuffer()
 {
-    ForeignFile file{ForeignFile::Read, {}, {}};
+    thread_local QByteArray buffer;
+    if (!buffer.isDetached() || buffer.capacity() > largestReused)
+        buffer = QByteArray();
+    buffer.reserve(1);
+    // Keeps the memory, because it was reserved.
+    buffer.resize(0);
+    return buffer;
+}
+
+// At most `count` bytes.
+ForeignFile readUpTo(const Opened &opened, qint64 count)
+{
+    const qint64 size = qMin<qint64>(opened.status.st_size, count);
+    QByteArray own;
+    QByteArray &text = size > largestReused ? own : reusedBuffer();
+    // Saves the copies that a growing text needs.
+    text.reserve(static_cast<int>(size));
     char piece[16384];
-    while (file.text.size() < count) {
-        const qint64 wanted = qMin<qint64>(sizeof piece, count - file.text.size());
-        const ssize_t got = ::read(fd, piece, static_cast<size_t>(wanted));
+    while (text.size() < count) {
+        const qint64 wanted = qMin<qint64>(sizeof piece, count - text.size());
+        const ssize_t got = ::read(opened.fd, piece, static_cast<size_t>(wanted));
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
             return failed(errno);
         if (got == 0)
             break;
-        file.text.append(piece, static_cast<int>(got));
+        text.append(piece, static_cast<int>(got));
     }
-    return file;
+    return {ForeignFile::Read, text, {}};
 }
 
 ForeignFile readWhole(const QString &path, qint64 largest)
@@ -89,7 +109,7 @@ ForeignFile readWhole(const QString &path, qint64 largest)
     if (opened.status.st_size > largest)
         return tooLarge(largest);
     // One byte more than allowed, because the file may have grown since.
-    const ForeignFile file = readUpTo(opened.fd, largest + 1);
+    const ForeignFile file = readUpTo(opened, largest + 1);
     return file.text.size() > largest ? tooLarge(largest) : file;
 }
 
@@ -118,5 +138,5 @@ ForeignFile readForeignFile(const QString &path, qint64 largest)
 ForeignFile readStartOfForeignFile(const QString &path, qint64 count)
 {
     const Opened opened(QFile::encodeName(path));
-    return opened.problem.state == ForeignFile::Read ? readUpTo(opened.fd, count) : opened.problem;
+    return opened.problem.state == ForeignFile::Read ? readUpTo(opened, count) : opened.problem;
 }

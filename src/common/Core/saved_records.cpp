@@ -8,6 +8,8 @@
 
 #include <QDebug>
 
+#include <utility>
+
 namespace Core {
 
 namespace {
@@ -192,8 +194,8 @@ QVector<SavedRecord> loadRecords(const Places &places)
     const QByteArray expected = header(places);
     if (expected.isEmpty())
         return {};
-    const ForeignFile file = readForeignFile(places.recordsFile, largestFile);
-    const std::optional<QByteArray> content = unsealed(file.text);
+    ForeignFile file = readForeignFile(places.recordsFile, largestFile);
+    const std::optional<QByteArray> content = unsealed(std::move(file.text));
     if (!content || !content->startsWith(expected))
         return {};
     const QByteArray rest = QByteArray::fromRawData(content->constData() + expected.size(),

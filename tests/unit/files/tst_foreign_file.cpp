@@ -4,6 +4,7 @@
 #include "support/temp_root.h"
 
 #include <QTest>
+#include <QVector>
 
 #include <atomic>
 #include <cerrno>
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void readsARegularFile_data();
     void readsARegularFile();
     void followsALink();
+    void leavesTheTextsOfEarlierFilesAlone();
     void givesTheReasonWhenItReadsNothing_data();
     void givesTheReasonWhenItReadsNothing();
     void passesOnTheSystemsError();
@@ -68,6 +70,21 @@ void TestForeignFile::followsALink()
     root->write(u"/target"_s, "text");
     QVERIFY(QFile::link(root->path(u"/target"_s), path()));
     QCOMPARE(readForeignFile(path()).text, QByteArray("text"));
+}
+
+void TestForeignFile::leavesTheTextsOfEarlierFilesAlone()
+{
+    QVector<QByteArray> read;
+    // Small files share a buffer, one is too large for it.
+    const QVector<int> sizes{100, 50, 200, 0, 60000, 10, 100000, 20};
+    for (int i = 0; i < sizes.size(); ++i) {
+        root->write(u"/f"_s, QByteArray(sizes.at(i), static_cast<char>('a' + i)));
+        read.append(readForeignFile(path()).text);
+        // A text that nobody keeps.
+        QCOMPARE(readForeignFile(path()).text, read.constLast());
+    }
+    for (int i = 0; i < sizes.size(); ++i)
+        QCOMPARE(read.at(i), QByteArray(sizes.at(i), static_cast<char>('a' + i)));
 }
 
 void TestForeignFile::givesTheReasonWhenItReadsNothing_data()
