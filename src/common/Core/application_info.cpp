@@ -2,6 +2,7 @@
 #include "common/Core/application_info_p.h"
 
 #include "common/Core/rules.h"
+#include "common/Core/scan_shared.h"
 #include "common/Core/task_bounds.h"
 #include "common/ini_file.h"
 #include "common/key_file_lines.h"
@@ -129,15 +130,15 @@ void boundMimeTypes(QStringList &types, const QString &path, EntryFindings &find
 class EntryReader : public ApplicationInfoPrivate
 {
 public:
-    void parse(const QString &path, const Places &places, Findings &sink,
-               const PackageFolders &packages, ApplicationInfo::Extent extent);
+    void parse(const QString &path, const Places &places, Findings &sink, ScanShared &shared,
+               ApplicationInfo::Extent extent);
 
 private:
     void remarkInvalid(const MDesktopEntry &entry, EntryFindings &findings) const;
     void parseTheRest(const MDesktopEntry &entry, const Places &places,
                       const PackageFolders &packages, EntryFindings &findings);
     void parseIntents(const MDesktopEntry &entry, EntryFindings &findings);
-    void parseTasks(const MDesktopEntry &entry, EntryFindings &findings);
+    void parseTasks(const MDesktopEntry &entry, TextPool &texts, EntryFindings &findings);
     void addTask(const QString &taskName, const MDesktopEntry &entry, const QString &group,
                  EntryFindings &findings);
     void parseLaunch(const MDesktopEntry &entry);
@@ -145,7 +146,7 @@ private:
 };
 
 void EntryReader::parse(const QString &path, const Places &places, Findings &sink,
-                        const PackageFolders &packages, ApplicationInfo::Extent extent)
+                        ScanShared &shared, ApplicationInfo::Extent extent)
 {
     desktopFilePath = path;
     EntryFindings findings(desktopFilePath, places, sink);
@@ -163,9 +164,9 @@ void EntryReader::parse(const QString &path, const Places &places, Findings &sin
     }
     if (extent == ApplicationInfo::Everything)
         parseIntents(entry, findings);
-    parseTasks(entry, findings);
+    parseTasks(entry, shared.texts, findings);
     if (extent == ApplicationInfo::Everything)
-        parseTheRest(entry, places, packages, findings);
+        parseTheRest(entry, places, shared.packages, findings);
     valid = true;
 }
 
@@ -219,7 +220,7 @@ void EntryReader::parseIntents(const MDesktopEntry &entry, EntryFindings &findin
     }
 }
 
-void EntryReader::parseTasks(const MDesktopEntry &entry, EntryFindings &findings)
+void EntryReader::parseTasks(const MDesktopEntry &entry, TextPool &texts, EntryFindings &findings)
 {
     int badNames = 0;
     const QStringList groups = entry.groups();
@@ -237,6 +238,8 @@ void EntryReader::parseTasks(const MDesktopEntry &entry, EntryFindings &findings
         addTask(taskName, entry, group, findings);
     }
     boundTasksOfApplication(tasks, findings.sink);
+    for (ApplicationInfo::TaskInfo &task : tasks)
+        texts.share(task);
 }
 
 void EntryReader::addTask(const QString &taskName, const MDesktopEntry &entry, const QString &group,
@@ -295,17 +298,18 @@ ApplicationInfo::ApplicationInfo()
 }
 
 ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &places,
-                                 Findings &findings, const PackageFolders &packages, Extent extent)
+                                 Findings &findings, ScanShared &shared, Extent extent)
 {
     const auto record = QSharedPointer<EntryReader>::create();
-    record->parse(desktopFilePath, places, findings, packages, extent);
+    record->parse(desktopFilePath, places, findings, shared, extent);
     d = record;
 }
 
 ApplicationInfo::ApplicationInfo(const QString &desktopFilePath, const Places &places,
                                  Findings &findings, Extent extent)
-    : ApplicationInfo(desktopFilePath, places, findings, PackageFolders(), extent)
 {
+    ScanShared shared;
+    *this = ApplicationInfo(desktopFilePath, places, findings, shared, extent);
 }
 
 ApplicationInfo::ApplicationInfo(const QSharedPointer<const ApplicationInfoPrivate> &record)

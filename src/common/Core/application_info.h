@@ -14,8 +14,8 @@ namespace Core {
 class ApplicationInfoPrivate;
 class Findings;
 class Manifest;
-class PackageFolders;
 struct PackageStates;
+struct ScanShared;
 
 /// Everything that one installed application declares, read once from its desktop entry and its
 /// package. A handle to a shared, immutable record: copies are cheap, and the references that the
@@ -72,9 +72,10 @@ public:
     ApplicationInfo();
     /// Reads a desktop entry and the files of its package. A file that cannot be used gives an
     /// invalid record and a finding.
-    /// @param packages tells which packages exist, so that the others are not looked for.
+    /// @param shared tells which packages exist, so that the others are not looked for, and holds
+    /// the texts of the entries that were read before.
     ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings,
-                    const PackageFolders &packages, Extent extent = Everything);
+                    ScanShared &shared, Extent extent = Everything);
     /// The same, but looks for the package in any case.
     ApplicationInfo(const QString &desktopFilePath, const Places &places, Findings &findings,
                     Extent extent = Everything);

@@ -57,7 +57,7 @@ void EntryRecords::beginScan(const Places &places)
 {
     m_now = FileState::now();
     if (m_extent == ApplicationInfo::Everything)
-        m_packages = PackageFolders(places);
+        m_shared.packages = PackageFolders(places);
     ++m_scan;
 }
 
@@ -72,7 +72,7 @@ ApplicationInfo EntryRecords::record(const QString &path, const ListedFile &file
     }
     ++m_readCount;
     NotedFindings noted(findings);
-    const ApplicationInfo info(path, places, noted, m_packages, m_extent);
+    const ApplicationInfo info(path, places, noted, m_shared, m_extent);
     if (failures.any() && earlier != m_cache.end()) {
         earlier->scan = m_scan;
         return earlier->info;
@@ -111,12 +111,14 @@ bool EntryRecords::isUnchanged(const CachedRecord &cached, const FileState &stat
     if (!cached.isSettled || cached.state != state)
         return false;
     const PackageStates &before = cached.info.packageStates();
-    const PackageStates now = m_packages.statesOf(cached.info.applicationId().toString(), places);
+    const PackageStates now =
+        m_shared.packages.statesOf(cached.info.applicationId().toString(), places);
     return before.manifest == now.manifest && before.certificate == now.certificate;
 }
 
 void EntryRecords::endScan()
 {
+    m_shared = {};
     for (auto cached = m_cache.begin(); cached != m_cache.end();) {
         const bool isGone = cached->scan != m_scan;
         cached = isGone ? m_cache.erase(cached) : std::next(cached);

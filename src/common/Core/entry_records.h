@@ -1,7 +1,7 @@
 #pragma once
 
 #include "common/Core/application_info.h"
-#include "common/Core/package_folders.h"
+#include "common/Core/scan_shared.h"
 #include "files/file_state.h"
 
 #include <QHash>
@@ -75,7 +75,7 @@ private:
     const ApplicationInfo::Extent m_extent = ApplicationInfo::Everything;
     /// By path of the entry.
     QHash<QString, CachedRecord> m_cache;
-    PackageFolders m_packages;
+    ScanShared m_shared;
     /// Start of the scan, by the clock that sets file times, in nanoseconds.
     qint64 m_now = 0;
     int m_scan = 0;

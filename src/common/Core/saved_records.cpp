@@ -1,6 +1,7 @@
 #include "common/Core/saved_records.h"
 
 #include "common/Core/application_info_p.h"
+#include "common/Core/text_pool.h"
 #include "common/atomic_file.h"
 #include "common/places.h"
 #include "common/sealed_bytes.h"
@@ -71,7 +72,7 @@ void write(ByteWriter &bytes, const QMap<QString, ApplicationInfo::TaskInfo> &ta
     }
 }
 
-void readTasks(ByteReader &bytes, ApplicationInfoPrivate &record)
+void readTasks(ByteReader &bytes, TextPool &texts, ApplicationInfoPrivate &record)
 {
     const int count = bytes.count();
     for (int i = 0; i < count && bytes.isOk(); ++i) {
@@ -82,6 +83,7 @@ void readTasks(ByteReader &bytes, ApplicationInfoPrivate &record)
             *text = bytes.text();
         task.permissions = bytes.list();
         task.conditions = bytes.list();
+        texts.share(task);
         task.file = record.desktopFilePath;
         record.tasks.insert(record.tasks.constEnd(), name, task);
     }
@@ -130,7 +132,7 @@ void write(ByteWriter &bytes, const SavedRecord &record)
     bytes.text(info.certificateId());
 }
 
-SavedRecord readRecord(ByteReader &bytes)
+SavedRecord readRecord(ByteReader &bytes, TextPool &texts)
 {
     const FileState state = readState(bytes);
     const auto record = QSharedPointer<ApplicationInfoPrivate>::create();
@@ -140,7 +142,7 @@ SavedRecord readRecord(ByteReader &bytes)
     const QString organisation = bytes.text();
     record->applicationId = ApplicationId(organisation, bytes.text());
     record->intents = readIntents(bytes);
-    readTasks(bytes, *record);
+    readTasks(bytes, texts, *record);
     record->launch = readLaunch(bytes);
     record->name = bytes.text();
     record->icon = bytes.text();
@@ -201,9 +203,10 @@ QVector<SavedRecord> loadRecords(const Places &places)
     const QByteArray rest = QByteArray::fromRawData(content->constData() + expected.size(),
                                                     content->size() - expected.size());
     ByteReader bytes(rest);
+    TextPool texts;
     QVector<SavedRecord> records;
     while (bytes.isOk() && !bytes.isAtEnd())
-        records.append(readRecord(bytes));
+        records.append(readRecord(bytes, texts));
     return bytes.isOk() ? records : QVector<SavedRecord>();
 }
 

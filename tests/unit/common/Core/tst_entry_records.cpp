@@ -47,6 +47,7 @@ private Q_SLOTS:
     void readsAgainEntriesWithFindings_data();
     void readsAgainEntriesWithFindings();
     void forgetsWhatIsGone();
+    void holdsEqualTextsOfTasksOnce();
 
 private:
     [[nodiscard]] QString current() const
@@ -217,6 +218,28 @@ void TestEntryRecords::forgetsWhatIsGone()
     QCOMPARE(look().applications().size(), 9);
     QCOMPARE(std::rename(qPrintable(away), qPrintable(root->path(path))), 0);
     QCOMPARE(readByLook(), 1);
+}
+
+void TestEntryRecords::holdsEqualTextsOfTasksOnce()
+{
+    const char *const task =
+        "[X-Task sync]\nType=Sync\nPermissions=Internet;Audio\nConditions=Charging\n";
+    root->writeApplication(u"App1"_s, task);
+    root->writeApplication(u"App2"_s, task);
+    const ApplicationCatalogue catalogue = look();
+    const auto taskOf = [&](const QString &application) {
+        return catalogue.task(Core::ApplicationTaskId(application + u".task_sync"_s));
+    };
+    const auto one = taskOf(u"com.example.App1"_s);
+    const auto other = taskOf(u"com.example.App2"_s);
+    QCOMPARE(one.type, u"Sync"_s);
+    QVERIFY(one.type.isSharedWith(other.type));
+    QVERIFY(one.group.isSharedWith(other.group));
+    QCOMPARE(one.permissions, QStringList({u"Internet"_s, u"Audio"_s}));
+    QVERIFY(one.permissions.isSharedWith(other.permissions));
+    QVERIFY(one.conditions.isSharedWith(other.conditions));
+    // This one declares neither.
+    QCOMPARE(taskOf(u"com.example.App3"_s).permissions, QStringList());
 }
 
 QTEST_GUILESS_MAIN(TestEntryRecords)

@@ -38,6 +38,7 @@ private Q_SLOTS:
 
     void sparesTheNextRunFromReading();
     void savesTheWholeRecord();
+    void loadsEqualTextsOfTasksOnce();
     void readsWhatHasChanged_data();
     void readsWhatHasChanged();
     void savesNothingThatWasJustChanged();
@@ -187,6 +188,19 @@ void TestSavedRecords::savesTheWholeRecord()
     const auto notes = fromFile.application(ApplicationId(u"com.example.Notes"_s));
     QCOMPARE(notes.certificateId(), u"certified"_s);
     QCOMPARE(notes.tasks().size(), 2);
+}
+
+void TestSavedRecords::loadsEqualTextsOfTasksOnce()
+{
+    const auto typeOf = [](const ApplicationCatalogue &catalogue, const QString &task) {
+        return catalogue.task(Core::ApplicationTaskId(task)).type;
+    };
+    settle();
+    ApplicationCatalogue fromFile;
+    QCOMPARE(readByRun(&fromFile), 0);
+    const QString one = typeOf(fromFile, u"com.example.Notes.task_sync"_s);
+    QCOMPARE(one, u"Sync"_s);
+    QVERIFY(one.isSharedWith(typeOf(fromFile, u"com.example.Other.task_a"_s)));
 }
 
 void TestSavedRecords::readsWhatHasChanged_data()
