@@ -81,23 +81,25 @@ QByteArray &reusedBuffer()
 // At most `count` bytes.
 ForeignFile readUpTo(const Opened &opened, qint64 count)
 {
-    const qint64 size = qMin<qint64>(opened.status.st_size, count);
+    constexpr qint64 growth = 16384;
+    // One byte more than the size, to see the end. Some files have no size.
+    qint64 room = qMin<qint64>(opened.status.st_size + 1, count);
     QByteArray own;
-    QByteArray &text = size > largestReused ? own : reusedBuffer();
-    // Saves the copies that a growing text needs.
-    text.reserve(static_cast<int>(size));
-    char piece[16384];
-    while (text.size() < count) {
-        const qint64 wanted = qMin<qint64>(sizeof piece, count - text.size());
-        const ssize_t got = ::read(opened.fd, piece, static_cast<size_t>(wanted));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
+    QByteArray &text = room > largestReused ? own : reusedBuffer();
+    text.reserve(static_cast<int>(room));
+    qint64 used = 0;
+    while (used < count) {
+        if (used == room)
+            room = qMin(used + growth, count);
+        text.resize(static_cast<int>(room));
+        const ssize_t got = ::read(opened.fd, text.data() + used, static_cast<size_t>(room - used));
+        if (got < 0 && errno != EINTR)
             return failed(errno);
         if (got == 0)
             break;
-        text.append(piece, static_cast<int>(got));
+        used += qMax<ssize_t>(got, 0);
     }
+    text.resize(static_cast<int>(used));
     return {ForeignFile::Read, text, {}};
 }
 
