@@ -9,8 +9,6 @@
 
 #include <cstring>
 #include <optional>
-#include <string_view>
-#include <unordered_map>
 
 namespace {
 
@@ -53,17 +51,11 @@ QString takenOver(char *text)
     return result;
 }
 
-QStringList listOf(char **texts)
+QStringList takenOver(char **texts)
 {
     QStringList result;
     for (char **text = texts; text != nullptr && *text != nullptr; ++text)
         result.append(QString::fromUtf8(*text));
-    return result;
-}
-
-QStringList takenOver(char **texts)
-{
-    const QStringList result = listOf(texts);
     g_strfreev(texts);
     return result;
 }
@@ -96,60 +88,33 @@ QStringList splitRaw(const QString &text)
     return parts;
 }
 
-/// Which groups and keys a file has. The keys of each group are read once, because GLib formats and
-/// translates an error for each look-up that fails, and most keys are absent.
-class Index
+// Whether a file has a key. Asked before each look-up, because GLib formats and translates an error
+// for each one that fails, and most keys are absent. It also does so for a key of an absent group.
+bool has(GKeyFile *file, const char *group, const char *key)
 {
-public:
-    explicit Index(GKeyFile *file)
-        : m_file(file)
-        , m_groups(g_key_file_get_groups(file, nullptr))
-    {
-        for (char **group = m_groups; *group != nullptr; ++group)
-            m_keys.emplace(*group, nullptr);
-    }
-    ~Index()
-    {
-        for (const auto &group : m_keys)
-            g_strfreev(group.second);
-        g_strfreev(m_groups);
-    }
-    Q_DISABLE_COPY(Index)
+    return g_key_file_has_group(file, group) != FALSE
+        && g_key_file_has_key(file, group, key, nullptr) != FALSE;
+}
 
-    [[nodiscard]] bool has(const char *group, const char *key)
-    {
-        return hasKeyThat(group, [=](const char *other) { return std::strcmp(other, key) == 0; });
-    }
-    /// Whether the group has a translation of the key.
-    [[nodiscard]] bool hasTranslation(const char *group, const char *key)
-    {
-        return hasKeyThat(group, [key, length = std::strlen(key)](const char *other) {
-            return std::strncmp(other, key, length) == 0 && other[length] == '[';
-        });
-    }
-    [[nodiscard]] char **groups() const { return m_groups; }
+// Whether the main group has this key, and it is true.
+bool isTrue(GKeyFile *file, const char *key)
+{
+    const char *const group = G_KEY_FILE_DESKTOP_GROUP;
+    return has(file, group, key) && g_key_file_get_boolean(file, group, key, nullptr) != FALSE;
+}
 
-private:
-    template <typename Test>
-    bool hasKeyThat(const char *group, const Test &test)
-    {
-        const auto found = m_keys.find(group);
-        if (found == m_keys.end())
-            return false;
-        if (found->second == nullptr)
-            found->second = g_key_file_get_keys(m_file, group, nullptr, nullptr);
-        for (char **key = found->second; key != nullptr && *key != nullptr; ++key) {
-            if (test(*key))
-                return true;
-        }
-        return false;
+// Whether the main group has a translation of a key into a language of the process.
+bool hasTranslation(GKeyFile *file, const char *key)
+{
+    QByteArray translated;
+    for (const char *const *language = g_get_language_names(); *language != nullptr; ++language) {
+        translated = key;
+        translated.append('[').append(*language).append(']');
+        if (has(file, G_KEY_FILE_DESKTOP_GROUP, translated.constData()))
+            return true;
     }
-
-    GKeyFile *const m_file;
-    char **const m_groups;
-    /// By group name, a view into m_groups. The value is null until the group's keys are read.
-    std::unordered_map<std::string_view, char **> m_keys;
-};
+    return false;
+}
 
 } // namespace
 
@@ -158,7 +123,6 @@ class MDesktopEntryPrivate
 public:
     explicit MDesktopEntryPrivate(const QString &fileName)
         : file(loaded(fileName))
-        , index(file)
     {
     }
     ~MDesktopEntryPrivate() { g_key_file_unref(file); }
@@ -173,7 +137,6 @@ public:
     const QString &localName();
 
     GKeyFile *const file;
-    Index index;
 
 private:
     static GKeyFile *loaded(const QString &fileName);
@@ -191,9 +154,7 @@ GKeyFile *MDesktopEntryPrivate::loaded(const QString &fileName)
     if (content.state == ForeignFile::TooLarge)
         qWarning() << "Desktop entry is too large:" << fileName;
     GKeyFile *file = parsed(content.text);
-    if (g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_HIDDEN,
-                               nullptr)
-        == FALSE)
+    if (!isTrue(file, G_KEY_FILE_DESKTOP_KEY_HIDDEN))
         return file;
     // Hidden=true means "deleted" in this format, so no other key is kept.
     g_key_file_unref(file);
@@ -216,7 +177,7 @@ GKeyFile *MDesktopEntryPrivate::parsed(const QByteArray &text)
 
 QString MDesktopEntryPrivate::string(const char *group, const char *key)
 {
-    if (!index.has(group, key))
+    if (!has(file, group, key))
         return {};
     if (const std::optional<QString> text = plainText(group, key))
         return *text;
@@ -230,7 +191,7 @@ QString MDesktopEntryPrivate::string(const char *group, const char *key)
 
 QStringList MDesktopEntryPrivate::list(const char *group, const char *key)
 {
-    if (!index.has(group, key))
+    if (!has(file, group, key))
         return {};
     if (const std::optional<QString> text = plainText(group, key))
         return splitRaw(*text);
@@ -260,8 +221,7 @@ QString MDesktopEntryPrivate::rawText(const char *group, const char *key) const
 QString MDesktopEntryPrivate::localString(const char *key)
 {
     const char *const group = G_KEY_FILE_DESKTOP_GROUP;
-    // GLib keeps the translations that suit the process, and tries them in order.
-    if (index.hasTranslation(group, key))
+    if (hasTranslation(file, key))
         return takenOver(g_key_file_get_locale_string(file, group, key, nullptr, nullptr));
     return string(group, key);
 }
@@ -319,8 +279,7 @@ QStringList MDesktopEntry::mimeType() const
 bool MDesktopEntry::supportMimeParents() const
 {
     const char *const key = "X-Halcyn-Support-Mime-Parents";
-    return d->index.has(G_KEY_FILE_DESKTOP_GROUP, key)
-        && g_key_file_get_boolean(d->file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr) != FALSE;
+    return isTrue(d->file, key);
 }
 
 QString MDesktopEntry::appOrgname() const
@@ -333,7 +292,10 @@ QString MDesktopEntry::appName() const
     return d->applicationKey(QStringLiteral("ApplicationName"));
 }
 
-QStringList MDesktopEntry::groups() const { return listOf(d->index.groups()); }
+QStringList MDesktopEntry::groups() const
+{
+    return takenOver(g_key_file_get_groups(d->file, nullptr));
+}
 
 QString MDesktopEntry::value(const QString &key) const { return value(mainGroup(), key); }
 
