@@ -1,6 +1,7 @@
 #include "mdesktopentry.h"
 
 #include "files/foreign_file.h"
+#include "other_languages.h"
 
 #include <QDebug>
 #include <QVarLengthArray>
@@ -165,8 +166,9 @@ GKeyFile *MDesktopEntryPrivate::loaded(const QString &fileName)
 
 GKeyFile *MDesktopEntryPrivate::parsed(const QByteArray &text)
 {
+    const KeyFileText own = withoutOtherLanguages(text, g_get_language_names());
     GKeyFile *file = g_key_file_new();
-    if (g_key_file_load_from_data(file, text.constData(), static_cast<gsize>(text.size()),
+    if (g_key_file_load_from_data(file, own.constData(), static_cast<gsize>(own.size()),
                                   G_KEY_FILE_NONE, nullptr)
         != FALSE)
         return file;
