@@ -20,9 +20,9 @@ namespace {
 
 constexpr std::array<int, 3> sizes{1000, 5000, 10000};
 
-// Entries of about 5 KB, with all the languages of a phone and more tasks than usual. With them the
-// peer spends most of its time on parsing and not on opening files.
-constexpr EntrySize large{60, 7};
+// Entries of about 5 KB, with all the languages of a phone and two tasks. With them the peer spends
+// most of its time on parsing and not on opening files.
+constexpr EntrySize large{60, 1};
 
 class Scans
 {

@@ -8,7 +8,8 @@ QByteArray translations(const QByteArray &name, int languages)
 {
     QByteArray text;
     for (int number = 0; number < languages; ++number) {
-        const QByteArray language{char('a' + number / 26), char('a' + number % 26)};
+        const char letters[] = {char('a' + number / 26), char('a' + number % 26)};
+        const QByteArray language(letters, sizeof letters);
         text += "Name[" + language + "]=" + name + " (" + language + ")\nComment[" + language
             + "]=Keeps what belongs to " + name + ", in " + language + "\n";
     }
