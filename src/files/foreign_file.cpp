@@ -122,6 +122,7 @@ ForeignFile readOnce(const QString &path, qint64 largest)
         return readWhole(path, largest);
     if (const std::optional<ForeignFile> known = cache->recall(path, largest))
         return *known;
+    cache->forget();
     const ForeignFile file = readWhole(path, largest);
     cache->remember(path, largest, file);
     return file;

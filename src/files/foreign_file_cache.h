@@ -22,6 +22,12 @@ public:
     /// The cached result; no value when it is of another path or another limit.
     [[nodiscard]] std::optional<ForeignFile> recall(const QString &path, qint64 largest) const;
     void remember(const QString &path, qint64 largest, const ForeignFile &file);
+    /// Releases the result, so that the next file can be read into its memory.
+    void forget()
+    {
+        m_path = QString();
+        m_file = {};
+    }
 
 private:
     ForeignFileCache *const m_outer;

@@ -23,14 +23,16 @@ const QStringList &reservedNames()
 // Compares whole components: "org.freedesktops" is not at or below "org.freedesktop".
 bool isAtOrBelow(const QString &name, const QString &upper)
 {
-    return (name + QLatin1Char('.')).startsWith(upper + QLatin1Char('.'));
+    return name.startsWith(upper)
+        && (name.size() == upper.size() || name.at(upper.size()) == QLatin1Char('.'));
 }
 
 } // namespace
 
 bool hasEmptyComponent(const QString &name)
 {
-    return name.split(QLatin1Char('.')).contains(QString());
+    return name.isEmpty() || name.startsWith(QLatin1Char('.')) || name.endsWith(QLatin1Char('.'))
+        || name.contains(QLatin1String(".."));
 }
 
 bool isReservedName(const QString &name)

@@ -9,9 +9,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <set>
 #include <string_view>
-#include <utility>
+#include <tuple>
+#include <vector>
 
 namespace Cli {
 
@@ -163,7 +163,8 @@ private:
     void enterGroup(const EntryLine &line);
     void checkKey(const EntryLine &line) const;
     void checkSwitch(const EntryLine &line) const;
-    void checkRepetition(const EntryLine &line);
+    void noteKnownKey(const EntryLine &line);
+    void checkRepetitions();
     [[nodiscard]] bool resemblesTaskGroup(const QString &group) const;
     [[nodiscard]] bool isMisspelt(const EntryLine &line, const QStringList &known) const;
     [[nodiscard]] Core::FindingPlace placeOf(const EntryLine &line) const
@@ -176,8 +177,8 @@ private:
     Collected &m_findings;
     Group m_group = Group::Other;
     QSet<QString> m_taskGroups;
-    // The known keys seen so far, with their groups.
-    std::set<std::pair<std::string_view, std::string_view>> m_keys;
+    // The lines of known keys.
+    std::vector<const EntryLine *> m_known;
 };
 
 void TextChecks::run()
@@ -188,9 +189,10 @@ void TextChecks::run()
         } else if (m_group != Group::Other) {
             checkKey(line);
             checkSwitch(line);
-            checkRepetition(line);
+            noteKnownKey(line);
         }
     }
+    checkRepetitions();
 }
 
 void TextChecks::enterGroup(const EntryLine &line)
@@ -282,16 +284,28 @@ void TextChecks::checkSwitch(const EntryLine &line) const
                    QStringLiteral("%1=%2 has no effect").arg(key, textOf(line.value)));
 }
 
-// Only for known keys: the values of others change nothing.
-void TextChecks::checkRepetition(const EntryLine &line)
+// Only known keys: the values of others change nothing.
+void TextChecks::noteKnownKey(const EntryLine &line)
 {
     const QStringList &known = m_group == Group::Task ? taskKeys()
         : m_group == Group::Sandbox                   ? sandboxKeys()
                                                       : mainKeys();
-    if (isAmong(known, line.key) && !m_keys.insert({line.group, line.key}).second)
-        m_findings.add(
-            LintRules::keyTwice, placeOf(line),
-            QStringLiteral("%1 occurs twice in [%2]").arg(textOf(line.key), textOf(line.group)));
+    if (isAmong(known, line.key))
+        m_known.push_back(&line);
+}
+
+void TextChecks::checkRepetitions()
+{
+    const auto nameOf = [](const EntryLine *line) { return std::tie(line->group, line->key); };
+    std::stable_sort(m_known.begin(), m_known.end(),
+                     [&](const EntryLine *a, const EntryLine *b) { return nameOf(a) < nameOf(b); });
+    for (std::size_t at = 1; at < m_known.size(); ++at) {
+        const EntryLine &line = *m_known[at];
+        if (nameOf(m_known[at - 1]) == nameOf(&line))
+            m_findings.add(LintRules::keyTwice, placeOf(line),
+                           QStringLiteral("%1 occurs twice in [%2]")
+                               .arg(textOf(line.key), textOf(line.group)));
+    }
 }
 
 // Checks that the id, parsed again from its text, has the same parts: callers and files use its

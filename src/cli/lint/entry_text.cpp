@@ -95,6 +95,18 @@ EntryLine parsed(std::string_view line, std::string_view group, int number)
     return {group, trimmed(line.substr(0, end)), trimmed(line.substr(end + 1)), number};
 }
 
+bool isLetter(char c) { return static_cast<unsigned char>((c | 0x20) - 'a') < 26; }
+
+// Whether a text begins with a translation in its usual form: a bracket behind letters.
+// @param line ends with a zero byte, which is no letter.
+bool beginsWithTranslation(const char *line)
+{
+    const char *end = line;
+    while (isLetter(*end))
+        ++end;
+    return end > line && *end == '[';
+}
+
 } // namespace
 
 EntryText::EntryText(const QByteArray &text)
@@ -105,9 +117,13 @@ EntryText::EntryText(const QByteArray &text)
     constexpr size_t usually = 32;
     m_lines.reserve(usually);
     for (int number = 1; !rest.empty(); ++number) {
+        const char *const start = rest.data();
         const size_t end = std::min(rest.find('\n'), rest.size());
-        const EntryLine line = parsed(trimmed(rest.substr(0, end)), group, number);
         rest.remove_prefix(std::min(end + 1, rest.size()));
+        // Most of a file, so it costs as little as possible.
+        if (beginsWithTranslation(start))
+            continue;
+        const EntryLine line = parsed(trimmed({start, end}), group, number);
         if (line.number == 0)
             continue;
         group = line.group;
