@@ -169,9 +169,12 @@ void ApplicationCatalogue::Scan::chooseEntry(const ApplicationInfo &info, Chosen
 
 void ApplicationCatalogue::Scan::addAll(QVector<ApplicationInfo> &chosen)
 {
-    std::sort(chosen.begin(), chosen.end(), [](const ApplicationInfo &a, const ApplicationInfo &b) {
+    const auto isBefore = [](const ApplicationInfo &a, const ApplicationInfo &b) {
         return a.applicationId().toString() < b.applicationId().toString();
-    });
+    };
+    // Files are usually named after their applications, so the order is right already.
+    if (!std::is_sorted(chosen.cbegin(), chosen.cend(), isBefore))
+        std::sort(chosen.begin(), chosen.end(), isBefore);
     // Entries that were added from an earlier folder win. The first folder is the user's data home.
     for (const ApplicationInfo &info : qAsConst(chosen))
         add(info);
