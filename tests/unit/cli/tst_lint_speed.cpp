@@ -17,7 +17,7 @@ namespace {
 
 constexpr int entries = 5000;
 constexpr int rounds = 5;
-constexpr int attempts = 3;
+constexpr int attempts = 8;
 constexpr double largestRatio = 1.5;
 
 QString anyProgram() { return u"/usr/libexec/any"_s; }
