@@ -58,7 +58,7 @@ QJsonValue expected(const QJsonValue &value)
     return read;
 }
 
-int depthOf(const QByteArray &text) { return text.count('[') + text.count('{'); }
+QByteArray::size_type depthOf(const QByteArray &text) { return text.count('[') + text.count('{'); }
 
 } // namespace
 

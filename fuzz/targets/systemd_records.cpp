@@ -42,17 +42,22 @@ void checkListing(const char *signature, Input &input)
         FUZZ_PROPERTY(isSame(records.at(i), again.at(i)), "a record is read the same");
 }
 
+bool registerRecords()
+{
+    qDBusRegisterMetaType<SystemdProxy::Unit>();
+    qDBusRegisterMetaType<QVector<SystemdProxy::Unit>>();
+    qDBusRegisterMetaType<SystemdProxy::UnitFileStatus>();
+    qDBusRegisterMetaType<QVector<SystemdProxy::UnitFileStatus>>();
+    return true;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     (void)Scratch::instance();
-    static const int registered[] = {
-        qDBusRegisterMetaType<SystemdProxy::Unit>(),
-        qDBusRegisterMetaType<QVector<SystemdProxy::Unit>>(),
-        qDBusRegisterMetaType<SystemdProxy::UnitFileStatus>(),
-        qDBusRegisterMetaType<QVector<SystemdProxy::UnitFileStatus>>()};
-    Q_UNUSED(registered)
+    static const bool areRegistered = registerRecords();
+    Q_UNUSED(areRegistered)
     Input input(data, size);
     if (input.below(2) == 0)
         checkListing<SystemdProxy::Unit>("a(ssssssouso)", input);
