@@ -116,7 +116,7 @@ private:
     {
         FakeSystemd &systemd = *m_scene.fixture.systemd;
         const QVector<FakeSystemd::Unit> units = systemd.units;
-        systemd.units = units.mid(0, m_lies.number(units.size() + 1));
+        systemd.units = units.mid(0, m_lies.number(int(units.size()) + 1));
         for (int count = m_lies.number(300); count > 0; --count)
             systemd.units.append({anyUnit(), m_lies.value().toString(), u"odd"_s});
         systemd.serve(call);
