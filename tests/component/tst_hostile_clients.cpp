@@ -452,7 +452,7 @@ void TestHostileClients::closesDescriptorsThatItsOwnMethodsDoNotTake()
     QVERIFY(fixture->start({u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
     QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
     (void)fixture->call(call);
-    const int before = descriptorsOf(fixture->daemon.processId());
+    const auto before = descriptorsOf(fixture->daemon.processId());
     for (int round = 0; round < 30; ++round)
         (void)fixture->call(call);
     // The bus library closes some of the descriptors in another thread.
@@ -465,7 +465,7 @@ void TestHostileClients::answersOthersWhileStartsWithDescriptorsWait()
     fixture->root.writeApplication(u"Notes"_s, "[X-Task sync]\nType=Sync\nExec=/opt/worker\n");
     QVERIFY(fixture->start({u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
     QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
-    const int before = descriptorsOf(fixture->daemon.processId());
+    const auto before = descriptorsOf(fixture->daemon.processId());
     fixture->systemd->hold(u"StartUnit"_s);
     constexpr int starts = 100;
     QVector<QDBusPendingCall> calls;

@@ -222,7 +222,7 @@ void TestTypes::writesJson()
     if (text == "[[1], \"x\"]") {
         const auto list = qdbus_cast<QVariantList>(arrived);
         QCOMPARE(list.size(), 2);
-        QCOMPARE(qdbus_cast<QVariantList>(list.at(0)), QVariantList({1.0}));
+        QCOMPARE(qdbus_cast<QVariantList>(list.at(0)), QVariantList{1.0});
         QCOMPARE(list.at(1), QVariant(u"x"_s));
     }
 }
