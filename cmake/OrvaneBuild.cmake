@@ -29,6 +29,8 @@ target_compile_options(orvane-build INTERFACE
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    # For macros in the headers of Qt and systemd.
+    "$<$<CXX_COMPILER_ID:Clang>:-Wno-c99-extensions;-Wno-gnu-zero-variadic-macro-arguments>"
     $<$<BOOL:${ORVANE_WERROR}>:-Werror>)
 target_compile_definitions(orvane-build INTERFACE
     # Release builds would otherwise drop file, line and function from log lines.
@@ -72,8 +74,10 @@ if(ORVANE_SANITIZE OR ORVANE_TSAN)
     # A report needs functions and line numbers. -g1 has them and takes three quarters of the time of -g.
     string(REGEX REPLACE "-g( |$)" "-g1\\1" CMAKE_CXX_FLAGS_DEBUG "${CMAKE_CXX_FLAGS_DEBUG}")
     target_compile_options(orvane-build INTERFACE -fno-omit-frame-pointer)
-    # Sanitizer builds compile several sources as one, and the compiler mistakes them for headers.
-    target_compile_options(orvane-build INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    # Sanitizer builds compile several sources as one. GCC mistakes them for headers, and clang says that a
+    # variable shadows one of another source.
+    target_compile_options(orvane-build INTERFACE
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> $<$<CXX_COMPILER_ID:Clang>:-Wno-shadow>)
     # lld links the more than one hundred programs in a quarter of the time.
     find_program(ORVANE_LLD ld.lld)
     if(ORVANE_LLD)
