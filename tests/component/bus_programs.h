@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/death_bound_process.h"
+#include "support/function_names.h"
 #include "support/literals.h"
 #include "support/private_bus.h"
 
@@ -82,10 +83,10 @@ public:
     Q_DISABLE_COPY(Program)
 
     /// What it has written to standard error so far.
-    [[nodiscard]] const QByteArray &log()
+    [[nodiscard]] QByteArray log()
     {
         m_log += process.readAllStandardError();
-        return m_log;
+        return withFunctionNamesOfGcc(m_log);
     }
     /// Waits for its end.
     /// @return whether it ended by itself within 30 s.

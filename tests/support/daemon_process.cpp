@@ -1,4 +1,5 @@
 #include "support/daemon_process.h"
+#include "support/function_names.h"
 
 #include <signal.h>
 
@@ -38,5 +39,5 @@ int DaemonProcess::exitStatus() const
 QByteArray DaemonProcess::log()
 {
     m_log += m_process.readAll();
-    return m_log;
+    return withFunctionNamesOfGcc(m_log);
 }
