@@ -97,8 +97,9 @@ constexpr Rule execScript{"exec-script", Finding::Error,
                           "A task's program is not an ELF binary, and every start is refused."};
 constexpr Rule execHidden{
     "exec-hidden", Finding::Warning,
-    "A task's program is in a home, /srv or /usr/share, which the sandbox hides except for the "
-    "application's own folders, so that the program does not run."};
+    "A task's program or a file among its arguments is in a home, /srv or /usr/share, which the "
+    "sandbox hides except for the application's own folders, so that the program does not run or "
+    "does not find the file."};
 constexpr Rule execQuotes{"exec-quotes", Finding::Warning,
                           "Quotes and backslashes in a task's arguments do not follow the rules of "
                           "desktop entries: systemd interprets them by its own."};

@@ -226,6 +226,10 @@ void TaskChecks::checkArgument(const QString &argument) const
     if (isQuoted)
         add(LintRules::execQuotes, execKey(),
             QStringLiteral("The argument %1 has quotes or backslashes").arg(argument));
+    if (argument.startsWith(QLatin1Char('/')) && isHidden(argument)
+        && m_places.program(argument) != KnownPlaces::Program::NotThere)
+        add(LintRules::execHidden, execKey(),
+            QStringLiteral("The argument %1 is hidden by the sandbox").arg(argument));
     if (isFieldCode(argument))
         add(LintRules::execFieldCode, execKey(),
             QStringLiteral("%1 is a field code").arg(argument));

@@ -184,6 +184,7 @@ private Q_SLOTS:
     void knowsMisspeltKeysOfTheMainGroup();
     void knowsWhichProgramsTheSandboxHides_data();
     void knowsWhichProgramsTheSandboxHides();
+    void knowsWhichArgumentsTheSandboxHides();
     void knowsMisspeltGroups_data();
     void knowsMisspeltGroups();
     void findsTheFirstLineThatIsNotUtf8_data();
@@ -388,6 +389,25 @@ void TestLint::knowsWhichProgramsTheSandboxHides()
     Cli::Collected findings;
     QVERIFY(Cli::lintPath(root.path(), Places::below({}), findings));
     QCOMPARE(rulesIn(findings).contains(u"exec-hidden"_s), isHidden);
+}
+
+void TestLint::knowsWhichArgumentsTheSandboxHides()
+{
+    const TempRoot root;
+    root.write(u"/usr/share/notes/run.pl"_s, "print 1;\n");
+    root.write(u"/usr/libexec/notes/run.pl"_s, "print 1;\n");
+    const auto finds = [&root](const QByteArray &arguments) {
+        root.write(entryPath(),
+                   entryOf("[X-Task sync]\nType=Sync\nExec=/usr/bin/perl " + arguments + '\n'));
+        Cli::Collected findings;
+        Cli::lintSystem(Places::below(root.path()), findings);
+        return rulesIn(findings).contains(u"exec-hidden"_s);
+    };
+    QVERIFY(finds("/usr/share/notes/run.pl"));
+    QVERIFY(finds("-w /usr/share/notes/run.pl"));
+    QVERIFY(!finds("/usr/libexec/notes/run.pl"));
+    QVERIFY(!finds("/usr/share/notes/none.pl"));
+    QVERIFY(!finds("usr/share/notes/run.pl"));
 }
 
 void TestLint::knowsMisspeltGroups_data()
