@@ -100,6 +100,8 @@ int Output::fail(const Client::Outcome &outcome)
                     .arg(outcome.toString()));
 }
 
+void Output::warn(const QString &text) { (void)fail(Done, QStringLiteral("warning: ") + text); }
+
 // False when the pager could not be run.
 bool Output::page(const QByteArray &text) const
 {

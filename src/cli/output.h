@@ -47,6 +47,8 @@ public:
     static int fail(int status, const QString &text);
     /// The same for a failed call; the status distinguishes an unreachable service from a refusal.
     static int fail(const Client::Outcome &outcome);
+    /// Prints one line on standard error about something that was done but may have no effect.
+    static void warn(const QString &text);
 
 private:
     void write(const QByteArray &text);

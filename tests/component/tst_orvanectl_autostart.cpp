@@ -159,6 +159,10 @@ void TestOrvanectlAutostart::takesUsersOfAnImage()
 void TestOrvanectlAutostart::switchesForOneUserAndForAll()
 {
     QVERIFY(fixture->start({u"ORVANE_SKIP_AUTHENTICATION=1"_s}));
+    QCOMPARE(run("autostart enable com.example.Notes --user 4242").errors,
+             QByteArray("orvanectl: warning: there is no com.example.Notes.desktop, which the "
+                        "launcher looks for\n"));
+    fixture->root.write(u"/usr/share/applications/com.example.Notes.desktop"_s, {});
     const ToolOutput output = run("autostart enable com.example.Notes --user 4242 --json");
     QCOMPARE(output.errors, QByteArray());
     QCOMPARE(output.status, 0);

@@ -191,6 +191,13 @@ int explainOne(const Asked &asked, Output &output)
     return Done;
 }
 
+bool hasEntry(const QString &application)
+{
+    const Places places = Places::ofProcess();
+    return !places.firstFile(places.applicationFolders, application + QStringLiteral(".desktop"))
+                .isEmpty();
+}
+
 int change(const Asked &asked, Output &output)
 {
     const bool enabled = asked.action == enable();
@@ -203,6 +210,9 @@ int change(const Asked &asked, Output &output)
                                            "change autostart settings; try it as root"));
     if (outcome)
         return Output::fail(outcome);
+    if (enabled && !hasEntry(asked.application))
+        Output::warn(QStringLiteral("there is no %1.desktop, which the launcher looks for")
+                         .arg(asked.application));
     QJsonObject object{{QStringLiteral("enabled"), enabled},
                        {QStringLiteral("outcome"), QStringLiteral("accepted")}};
     asked.addTo(object);

@@ -4,6 +4,7 @@
 #include "cli/cures.h"
 #include "cli/declared_tasks.h"
 #include "cli/exit_status.h"
+#include "cli/lint/known_places.h"
 #include "cli/output.h"
 #include "cli/refusal.h"
 #include "cli/start_options.h"
@@ -141,6 +142,16 @@ StartOutcome startAndWait(const QString &type, const QString &taskId,
     return outcome;
 }
 
+// A task that is started with a permission that does not exist runs without it.
+void warnOfPermissions(const QStringList &permissions)
+{
+    const KnownPlaces places({Places::ofProcess()});
+    for (const QString &permission : permissions) {
+        if (!places.hasPermission(permission))
+            Output::warn(QStringLiteral("there is no %1.permission").arg(permission));
+    }
+}
+
 int run(const Request &request, Output &output)
 {
     const AskedStart asked = askedStart(request, QStringLiteral("start"));
@@ -149,6 +160,8 @@ int run(const Request &request, Output &output)
     if (asked.status == No)
         return report(asked.taskId, undeclared(asked.taskId), output);
     const QString &type = asked.task.type;
+    if (!worksInSession(type))
+        warnOfPermissions(asked.request.permissions);
     StartOutcome outcome = request.has(QStringLiteral("wait"))
         ? startAndWait(type, asked.taskId, asked.request)
         : startWithoutWaiting(type, asked.taskId, asked.request);
