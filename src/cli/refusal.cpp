@@ -36,6 +36,8 @@ QString reasonOf(const Client::Outcome &outcome, const QString &taskType)
 {
     if (outcome.errorName == QDBusError::errorString(QDBusError::AccessDenied))
         return outcome.toString() + whoMay();
+    if (taskType.isEmpty())
+        return QStringLiteral("the task declares no Type: %1").arg(outcome.toString());
     if (outcome.isUnreachable() && worksInSession(taskType)) {
         return QStringLiteral(
                    "the per-user service, which has to serve the task type %1, does not answer: %2")

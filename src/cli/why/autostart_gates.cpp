@@ -4,8 +4,10 @@
 #include "cli/cures.h"
 #include "cli/doctor/gates.h"
 #include "cli/no_findings.h"
+#include "cli/why/live_facts.h"
 #include "cli/words.h"
 #include "common/autostart/settings.h"
+#include "common/names.h"
 
 #include <QFileInfo>
 
@@ -57,10 +59,10 @@ Gate switchGate(const Question &question)
         return {gate, Gate::Yes, layersText(layers)};
     return {gate, Gate::No, layersText(layers),
             QStringLiteral("It does not start with the session of the user %1.").arg(*uid),
-            question.isLive ? commandOf({QStringLiteral("orvanectl"), QStringLiteral("autostart"),
-                                         QStringLiteral("enable"), question.application,
-                                         QStringLiteral("--user"), QString::number(*uid)})
-                            : QString()};
+            question.isLive && question.entry.isValid() ? commandOf(
+                {QStringLiteral("orvanectl"), QStringLiteral("autostart"), QStringLiteral("enable"),
+                 question.application, QStringLiteral("--user"), QString::number(*uid)})
+                                                        : QString()};
 }
 
 // The launcher reads the entry that is named after the id, and starts the application that it
@@ -85,6 +87,10 @@ Gate launchGate(const Question &question)
         return {gate, Gate::No, QStringLiteral("%1 is not a valid entry").arg(file), consequence};
     if (id == question.application)
         return {gate, Gate::Yes, file};
+    if (entry.appOrgname().isEmpty() || entry.appName().isEmpty())
+        return {gate, Gate::No,
+                QStringLiteral("%1 lacks OrganizationName or ApplicationName").arg(file),
+                consequence + QStringLiteral(" Add both to its group [X-Application].")};
     return {gate, Gate::No, QStringLiteral("%1 declares \"%2\"").arg(file, id), consequence};
 }
 
@@ -98,11 +104,28 @@ Gate launcherGate(const Question &question)
     return gate;
 }
 
+// The launcher asks the per-user service to start an application. It comes with the platform, and
+// may run only during a session.
+Gate starterGate()
+{
+    const QString gate = QStringLiteral("per-user service");
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected())
+        return {gate, Gate::NotKnown, QStringLiteral("there is no connection to the bus")};
+    if (isAvailable(bus, Names::userService()))
+        return {gate, Gate::Yes, Names::userService()};
+    return {gate, Gate::NotKnown,
+            QStringLiteral("%1, which starts applications, is not on the bus now; a platform with "
+                           "applications brings it")
+                .arg(Names::userService())};
+}
+
 } // namespace
 
 QVector<Gate> autostartGates(const Question &question)
 {
-    return {switchGate(question), launchGate(question), launcherGate(question)};
+    QVector<Gate> gates{switchGate(question), launchGate(question), launcherGate(question)};
+    return question.isLive ? gates << starterGate() : gates;
 }
 
 } // namespace Cli

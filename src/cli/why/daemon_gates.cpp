@@ -4,6 +4,7 @@
 #include "cli/sandbox_files.h"
 #include "cli/why/live_gates.h"
 #include "cli/why/log_words.h"
+#include "cli/why/task_gates.h"
 #include "cli/words.h"
 #include "common/names.h"
 
@@ -146,7 +147,9 @@ Gate refusedAnswer(const QString &gate, const Question &question, const LiveFact
                   .arg(question.declaration.task.type, facts.answer->toString()),
               QStringLiteral("No client can register for the task's type.")};
     const bool isUnserved = question.isOfSession() && question.declaration.type.file.isEmpty();
-    if (isUnserved && !facts.hasUserService) {
+    if (isUnserved && !nearType(question.declaration.task.type).isEmpty()) {
+        shut.consequence += QStringLiteral(" Its name is probably misspelt.");
+    } else if (isUnserved && !facts.hasUserService) {
         shut.consequence =
             QStringLiteral("No file sets who serves the type, so it is left to %1, which is "
                            "missing. This command makes the daemon serve it:")
@@ -166,7 +169,10 @@ Gate answerGate(const Question &question, const LiveFacts &facts)
     if (!facts.hasBus())
         return noBus(gate);
     if (!facts.answer)
-        return {gate, Gate::NotKnown, QStringLiteral("not asked, because there is no declaration")};
+        return {gate, Gate::NotKnown,
+                question.isDeclared()
+                    ? QStringLiteral("not asked, because the task declares no type")
+                    : QStringLiteral("not asked, because there is no declaration")};
     if (*facts.answer)
         return refusedAnswer(gate, question, facts);
     return {gate, Gate::Yes,

@@ -27,19 +27,13 @@ namespace {
 
 constexpr int logLineCount = 5;
 
-bool isAvailable(const QDBusConnection &bus, const QString &name)
-{
-    return bus.interface()->isServiceRegistered(name)
-        || bus.interface()->activatableServiceNames().value().contains(name);
-}
-
 // Registers for the task's type, as every client has to before a start.
 void askDaemon(const QDBusConnection &bus, const Question &question, LiveFacts &facts)
 {
-    if (!question.isDeclared())
+    const QString type = question.declaration.task.type;
+    if (!question.isDeclared() || type.isEmpty())
         return;
     Client::Daemon daemon(bus);
-    const QString type = question.declaration.task.type;
     const auto [outcome, session] = Client::waitFor<Client::Outcome, Client::Session>(
         [&](const auto &done) { daemon.registerInvoker(type, done); });
     facts.answer = outcome;
@@ -95,6 +89,12 @@ Caller callerAmong(const QStringList &groups)
 }
 
 } // namespace
+
+bool isAvailable(const QDBusConnection &bus, const QString &name)
+{
+    return bus.interface()->isServiceRegistered(name)
+        || bus.interface()->activatableServiceNames().value().contains(name);
+}
 
 QString textIn(const QVariantMap &properties, const char *name)
 {

@@ -5,6 +5,7 @@
 #include "cli/why/question.h"
 #include "client/outcome.h"
 
+#include <QDBusConnection>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
@@ -59,6 +60,9 @@ struct LiveFacts
 
 /// Collects the facts. The bus starts the daemon for this, as it would for a start.
 [[nodiscard]] LiveFacts gatherFacts(const Question &question);
+
+/// Whether a service runs, or the bus can start it.
+[[nodiscard]] bool isAvailable(const QDBusConnection &bus, const QString &name);
 
 /// The groups that may start tasks besides root; no value when every user may.
 /// @param daemonUnit the properties of the daemon's unit.

@@ -73,17 +73,6 @@ Gate taskGate(const Question &question, const QVector<Core::Finding> &findings)
                 .arg(placeOf(declaration.task.file, declaration.line), declaration.task.group)};
 }
 
-// A type that has a file and a similar name.
-QString nearType(const QString &type)
-{
-    QStringList served;
-    for (const TaskType &one : taskTypes()) {
-        if (!one.file.isEmpty())
-            served.append(one.name);
-    }
-    return nearWord(type, served);
-}
-
 Gate typeGate(const Question &question, const QVector<Core::Finding> &findings)
 {
     const QString name = QStringLiteral("type");
@@ -132,6 +121,16 @@ Gate programGate(const Question &question, const QVector<Core::Finding> &finding
 }
 
 } // namespace
+
+QString nearType(const QString &type)
+{
+    QStringList served;
+    for (const TaskType &one : taskTypes()) {
+        if (!one.file.isEmpty())
+            served.append(one.name);
+    }
+    return nearWord(type, served);
+}
 
 Gate undeclared(const QString &gate)
 {

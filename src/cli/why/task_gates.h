@@ -14,6 +14,9 @@ namespace Cli {
 /// The linter's findings about a task's declaration; empty when there is none.
 [[nodiscard]] QVector<Core::Finding> findingsOf(const Question &question);
 
+/// The name of a type that has a file and a similar name; empty when there is none.
+[[nodiscard]] QString nearType(const QString &type);
+
 /// The gate for a question about a declaration that does not exist.
 [[nodiscard]] Gate undeclared(const QString &gate);
 

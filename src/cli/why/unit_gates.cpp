@@ -179,7 +179,10 @@ Gate gateOfEnd(const QString &gate, const TaskStatus &status, const LiveFacts &f
     if (status.result.isFailure()) {
         const QString evidence =
             QStringLiteral("%1 at %2%3").arg(status.result.toString(), moment, wordsOf(facts.log));
-        return {gate, Gate::No, evidence, QStringLiteral("The task has failed."), cure};
+        return {
+            gate, Gate::No, evidence,
+            QStringLiteral("The task has failed. Correct what its log names, then start it again."),
+            cure};
     }
     if (status.result.wasStopped || status.result.wasKilled())
         return {gate, Gate::Yes,
@@ -200,7 +203,11 @@ Gate resultGate(const Question &question, const LiveFacts &facts)
         return {gate, Gate::Yes, runningText(status)};
     const QString cure = restarting(unitNameOf(question.id), status.result);
     if (!status.hasResult())
-        return {gate, Gate::Yes, QStringLiteral("it has not run since the system was started")};
+        return {
+            gate, Gate::Yes,
+            QStringLiteral("systemd remembers no run; \"orvanectl history %1\" lists those that "
+                           "are over")
+                .arg(question.id)};
     return gateOfEnd(gate, status, facts, cure);
 }
 

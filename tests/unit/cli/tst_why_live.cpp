@@ -114,6 +114,8 @@ private Q_SLOTS:
     void knowsNothingOfAUnitWithoutABus();
     void checksNoBusNameWithoutAPolicy();
     void checksNoCallerForATaskOfTheSession();
+    void offersNoFileForAMisspeltType();
+    void asksNobodyAboutATaskWithoutAType();
     void knowsWhichGroupsMayStart_data();
     void knowsWhichGroupsMayStart();
     void showsTheLogOfTheSandbox();
@@ -378,6 +380,35 @@ void TestWhyLive::checksNoCallerForATaskOfTheSession()
                               : text("mkdir -p /usr/share/orvane/task-types && ")));
     known.hasUserService = true;
     QCOMPARE(gateNamed(Cli::daemonGates(asked, known), text("answer")).cure, QString());
+}
+
+void TestWhyLive::offersNoFileForAMisspeltType()
+{
+    const TempRoot root;
+    root.serveType(text("Sync"));
+    Places::setOfProcess(Places::below(root.path()));
+    Question asked = question();
+    asked.declaration.task.type = text("sync");
+    asked.declaration.type = {text("sync"), true, 1, {}};
+    LiveFacts known = facts();
+    known.answer = Client::Outcome{text("x.Error"), text("no such name")};
+    const Gate answer = gateNamed(Cli::daemonGates(asked, known), text("answer"));
+    Places::setOfProcess(Places::ofEnvironment());
+    QCOMPARE(answer.answer, Gate::No);
+    QCOMPARE(answer.cure, QString());
+    QCOMPARE(answer.consequence,
+             text("No client can register for the task's type. Its name is probably misspelt."));
+}
+
+void TestWhyLive::asksNobodyAboutATaskWithoutAType()
+{
+    Question asked = question();
+    asked.declaration.task.type.clear();
+    LiveFacts known = facts();
+    known.answer.reset();
+    const Gate answer = gateNamed(Cli::daemonGates(asked, known), text("answer"));
+    QCOMPARE(answer.answer, Gate::NotKnown);
+    QCOMPARE(answer.evidence, text("not asked, because the task declares no type"));
 }
 
 void TestWhyLive::knowsWhichGroupsMayStart_data()
