@@ -168,11 +168,11 @@ Gate answerGate(const Question &question, const LiveFacts &facts)
     const QString gate = QStringLiteral("answer");
     if (!facts.hasBus())
         return noBus(gate);
-    if (!facts.answer)
-        return {gate, Gate::NotKnown,
-                question.isDeclared()
-                    ? QStringLiteral("not asked, because the task declares no type")
-                    : QStringLiteral("not asked, because there is no declaration")};
+    if (!facts.answer) {
+        const QString missing = question.isDeclared() ? QStringLiteral("the task declares no type")
+                                                      : QStringLiteral("there is no declaration");
+        return {gate, Gate::NotKnown, QStringLiteral("not asked, because ") + missing};
+    }
     if (*facts.answer)
         return refusedAnswer(gate, question, facts);
     return {gate, Gate::Yes,

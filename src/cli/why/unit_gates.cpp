@@ -202,12 +202,12 @@ Gate resultGate(const Question &question, const LiveFacts &facts)
     if (!isOver(status))
         return {gate, Gate::Yes, runningText(status)};
     const QString cure = restarting(unitNameOf(question.id), status.result);
-    if (!status.hasResult())
-        return {
-            gate, Gate::Yes,
-            QStringLiteral("systemd remembers no run; \"orvanectl history %1\" lists those that "
-                           "are over")
-                .arg(question.id)};
+    if (!status.hasResult()) {
+        const QString history =
+            commandOf({QStringLiteral("orvanectl"), QStringLiteral("history"), question.id});
+        return {gate, Gate::Yes,
+                QStringLiteral("systemd remembers no run; those that are over: ") + history};
+    }
     return gateOfEnd(gate, status, facts, cure);
 }
 
