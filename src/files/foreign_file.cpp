@@ -64,9 +64,9 @@ public:
 
 constexpr int largestReused = 64 << 10;
 
-// The buffer that small files are read into, one after the other: a new one for each would make
-// malloc() look through everything that the reader of the last file has freed. A new one all the
-// same while the text of the last file is in use.
+// The buffer that small files are read into, one after the other, because malloc() looks through
+// everything that the reader of the last file has freed before it gives out a new one. When the
+// text of the last file is still in use, the next file gets a buffer of its own.
 QByteArray &reusedBuffer()
 {
     thread_local QByteArray buffer;
