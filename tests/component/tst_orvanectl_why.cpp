@@ -48,6 +48,8 @@ private Q_SLOTS:
     void explainsAnApplication();
     void saysInTheLastLineWhatIsShut();
     void exitsWithZeroWhenNothingIsShut();
+    void offersNoSwitchForWhatIsNoApplication();
+    void namesTheMissingKeysOfTheLaunchersEntry();
     void saysHowToStartATaskThatWasStopped();
     void refusesALineWithoutAnId();
 
@@ -191,6 +193,22 @@ void TestOrvanectlWhy::saysInTheLastLineWhatIsShut()
              u"It fails at \"autostart\". Try: orvanectl autostart enable "
              "com.example.Notes --user 4242"_s);
     QCOMPARE(output.status, 1);
+}
+
+void TestOrvanectlWhy::offersNoSwitchForWhatIsNoApplication()
+{
+    const ToolOutput output = run({u"com.example.None"_s, u"--user"_s, u"4242"_s});
+    QCOMPARE(output.status, 1);
+    QVERIFY2(!output.out.contains("autostart enable"), output.out.constData());
+}
+
+void TestOrvanectlWhy::namesTheMissingKeysOfTheLaunchersEntry()
+{
+    fixture->root.write(u"/usr/share/applications/com.example.Bare.desktop"_s,
+                        "[Desktop Entry]\nType=Application\nName=Bare\nExec=/bin/true\n");
+    const ToolOutput output = run({u"com.example.Bare"_s, u"--user"_s, u"4242"_s});
+    QVERIFY2(output.out.contains("lacks OrganizationName or ApplicationName"),
+             output.out.constData());
 }
 
 void TestOrvanectlWhy::exitsWithZeroWhenNothingIsShut()
