@@ -10,7 +10,7 @@ bool isOfKey(char c) { return g_ascii_isalnum(c) || c == '-'; }
 
 bool isOfLanguage(char c) { return isOfKey(c) || c == '_' || c == '.' || c == '@'; }
 
-// GLib compares languages without regard to case. Most differ in more of the first letter.
+// GLib compares languages without regard to case. Most differ in their first letter.
 bool isOneOf(const char *const *languages, const char *language, std::size_t length)
 {
     for (; *languages != nullptr; ++languages) {

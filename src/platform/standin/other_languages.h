@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QVarLengthArray>
 
-/// The text of a key file. Most need no memory of their own here.
+/// The text of a key file. Most texts fit without an allocation.
 using KeyFileText = QVarLengthArray<char, 8192>;
 
 /// A key file without the translations into languages that nobody asks for. GLib parses each of
