@@ -60,6 +60,7 @@ private Q_SLOTS:
     void listsTypes();
     void showsWhatTasksTake();
     void startsWithEachHint();
+    void saysThatATaskHasNoType();
     void saysNothingWhenAStartIsAccepted();
     void saysWhyAStartIsRefused_data();
     void saysWhyAStartIsRefused();
@@ -265,6 +266,18 @@ void TestOrvanectl::showsWhatTasksTake()
         objectIn(run("top --json").out).value(u"tasks"_s).toArray().at(0).toObject();
     QCOMPARE(sample.value(u"memoryBytes"_s).toInt(), 12900000);
     QCOMPARE(sample.value(u"processes"_s).toInt(), 3);
+}
+
+void TestOrvanectl::saysThatATaskHasNoType()
+{
+    fixture->root.write(u"/usr/share/applications/com.example.Bare.desktop"_s,
+                        "[Desktop Entry]\nType=Application\nName=Bare\n[X-Application]\n"
+                        "OrganizationName=com.example\nApplicationName=Bare\n"
+                        "[X-Task sync]\nExec=/bin/true\n");
+    const ToolOutput output = run("start com.example.Bare.task_sync --user appuser");
+    QVERIFY2(output.errors.startsWith("orvanectl: the task declares no Type: "),
+             output.errors.constData());
+    QVERIFY(output.status != 0);
 }
 
 void TestOrvanectl::startsWithEachHint()
