@@ -3,6 +3,7 @@
 #include "support/private_bus.h"
 #include "system/Core/systemd_proxy.h"
 
+#include <QDBusConnectionInterface>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -24,6 +25,8 @@ private Q_SLOTS:
     void givesTheMainProcessOfAUnit_data();
     void givesTheMainProcessOfAUnit();
     void subscribesAgainWhenSystemdIsAnotherProcess();
+    void followsTheUnitsOfWhicheverProcessIsSystemd_data();
+    void followsTheUnitsOfWhicheverProcessIsSystemd();
     void tellsAFailedListingFromAnEmptyOne_data();
     void tellsAFailedListingFromAnEmptyOne();
 
@@ -136,6 +139,37 @@ void TestSystemdProxy::subscribesAgainWhenSystemdIsAnotherProcess()
     QTRY_COMPARE_WITH_TIMEOUT(membersOf(fake->calls), QStringList(u"Subscribe"_s), timeoutMs);
     // That the name lost its owner was not reported.
     QCOMPARE(replaced.size(), 1);
+}
+
+void TestSystemdProxy::followsTheUnitsOfWhicheverProcessIsSystemd_data()
+{
+    QTest::addColumn<bool>("hasPredecessor");
+    QTest::newRow("the first") << false;
+    QTest::newRow("the next") << true;
+}
+
+void TestSystemdProxy::followsTheUnitsOfWhicheverProcessIsSystemd()
+{
+    QFETCH(bool, hasPredecessor);
+    QSignalSpy changes(proxy.get(), &SystemdProxy::unitPropertiesChanged);
+    const QString path = FakeSystemd::pathOf(unit);
+    if (!hasPredecessor)
+        fake->giveUp(u"org.freedesktop.systemd1"_s);
+    proxy->watchUnit(unit);
+    fake->emitChange(path, {});
+    if (hasPredecessor) {
+        QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, timeoutMs);
+        fake->giveUp(u"org.freedesktop.systemd1"_s);
+    }
+    FakeSystemd next(bus.connect(u"next systemd"_s));
+    QTRY_COMPARE_WITH_TIMEOUT(membersOf(next.calls), QStringList(u"Subscribe"_s), timeoutMs);
+    changes.clear();
+    fake->emitChange(path, {});
+    // The bus has sent the signal on when it answers what comes after it.
+    QVERIFY(fakeBus.interface()->isServiceRegistered(u"org.freedesktop.systemd1"_s));
+    next.emitChange(path, {{u"ActiveState"_s, u"active"_s}});
+    QTRY_COMPARE_WITH_TIMEOUT(changes.size(), 1, timeoutMs);
+    QCOMPARE(changes.constFirst().at(1).toMap().size(), 1);
 }
 
 void TestSystemdProxy::tellsAFailedListingFromAnEmptyOne_data()
