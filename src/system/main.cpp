@@ -1,5 +1,6 @@
 // The daemon's entry point: exports its objects in a fixed order and claims its name last.
 
+#include "common/DBus/library_checks.h"
 #include "common/logging.h"
 #include "common/names.h"
 #include "common/places.h"
@@ -197,6 +198,7 @@ int Daemon::run()
 int main(int argc, char *argv[])
 {
     installLogHandler();
+    DBus::surviveFailedLibraryChecks();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orvane"));
     Places::setOfProcess(Places::ofEnvironment());

@@ -59,6 +59,7 @@ private Q_SLOTS:
     void waitsForAClientOfATypeThatNobodyCanReach();
     void endsWhenTheBusIsGone();
     void hasFailedWithoutABusThoughItIsToldToEnd();
+    void keepsSessionsWhenTheBusIsGoneAtItsFirstJob();
     void keepsSessionsWhenTheBusThrowsItOut();
     void keepsNoDescriptor_data();
     void keepsNoDescriptor();
@@ -345,6 +346,26 @@ void TestHostileClients::hasFailedWithoutABusThoughItIsToldToEnd()
     QCOMPARE(::kill(daemon, SIGCONT), 0);
     QVERIFY(fixture->waitUntil([&] { return !fixture->daemon.isRunning(); }));
     QCOMPARE(fixture->daemon.exitStatus(), 1);
+}
+
+void TestHostileClients::keepsSessionsWhenTheBusIsGoneAtItsFirstJob()
+{
+    QVERIFY(QDir().mkpath(fixture->root.path(u"/run"_s)));
+    QVERIFY(fixture->start({u"RUNTIME_DIRECTORY="_s + fixture->root.path(u"/run"_s)}));
+    QCOMPARE(registerSync(fixture->client).type(), QDBusMessage::ReplyMessage);
+    const auto daemon = static_cast<pid_t>(fixture->daemon.processId());
+    // The daemon reads the call and the end of the connection in one go.
+    QCOMPARE(::kill(daemon, SIGSTOP), 0);
+    QVERIFY(fixture->client.send(Fixture::sessionCall(u"Stop"_s, {u"a.b.task_c"_s})));
+    // The bus has sent the call on when it answers what comes after it.
+    for (int number = 0; number < 3; ++number)
+        QVERIFY(fixture->nameIsOwned());
+    fixture->bus.stop();
+    QCOMPARE(::kill(daemon, SIGCONT), 0);
+    QVERIFY(fixture->waitUntil([&] { return !fixture->daemon.isRunning(); }));
+    QCOMPARE(fixture->daemon.exitStatus(), 1);
+    QVERIFY(fixture->daemonLogs("Lost the connection to the bus"));
+    QVERIFY(fixture->root.read(u"/run/registrations.json"_s).contains("Sync"));
 }
 
 void TestHostileClients::keepsSessionsWhenTheBusThrowsItOut()

@@ -10,8 +10,8 @@ namespace DBus {
 
 UserServiceChanges::UserServiceChanges()
 {
-    // The match includes the signature, because the bus library aborts the process when it reads a
-    // value of an unexpected type.
+    // The match includes the signature, because it is undefined what the bus library gives when a
+    // value is read as another type.
     QDBusConnection::systemBus().connect(
         Names::userService(), QString(), Names::propertiesInterface(), Names::propertiesChanged(),
         QStringList(), QStringLiteral("sa{sv}as"), this, SLOT(onPropertiesChanged(QDBusMessage)));
