@@ -47,6 +47,9 @@ wait_for_an_idle_time() {
         || fail "a daemon without clients did not leave"
 }
 
+# hears_last LINE: whether this is the last line that orvane-watch has written to watch.log.
+hears_last() { [ "$(tail -n 1 "$container_dir/watch.log")" = "$1" ]; }
+
 daemon_is() { [ "$(in_container systemctl is-active orvane.service)" = "$1" ]; }
 
 invoker=/org/zarn/Orvane/TaskInvoker1

@@ -44,7 +44,8 @@ is_listed_with_process() { [ "$(active_tasks)" = "a(sia{sv}) 1 \"$1\" $2 0" ]; }
 
 upgrade_while_a_task_runs() {
     local worker daemon
-    in_container orvane-watch Sync >"$container_dir/watch.log" 2>&1 &
+    # It appends, because the file is emptied below.
+    in_container orvane-watch Sync >>"$container_dir/watch.log" 2>&1 &
     wait_for 20 "the client to be registered" grep -q ^session "$container_dir/watch.log"
     start_task $task User s appuser DBusService s $name Autostart i 2 >/dev/null
     wait_for 20 "the task to own its name" bus_name_is_owned $name
@@ -64,7 +65,7 @@ upgrade_while_a_task_runs() {
     # The client still gets announcements after the upgrade, and keeps the daemon running.
     : >"$container_dir/watch.log"
     stop_task $task >/dev/null
-    wait_for 20 "the client to hear of the end" grep -q '^ActiveTasks: none' "$container_dir/watch.log"
+    wait_for 20 "the client to hear of the end" hears_last "ActiveTasks: none"
     in_container pgrep -x orvane-watch >/dev/null || fail "the client has ended"
 }
 

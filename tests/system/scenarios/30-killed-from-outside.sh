@@ -11,10 +11,8 @@ scenario() {
     wait_for 20 "the task to be announced" grep -qE "ActiveTasks: $task \(process [0-9]+\)" \
         "$container_dir/watch.log"
     in_container systemctl kill --kill-who=main --signal=KILL "$(unit_of $task)"
-    wait_for 20 "the end to be announced" ends_with_none
+    wait_for 20 "the end to be announced" hears_last "ActiveTasks: none"
     wait_for 20 "the task not to be listed" is_not_listed $task
     # Its files stay, because nobody has stopped it.
     expect_file "$(unit_file $task)"
 }
-
-ends_with_none() { [ "$(tail -n 1 "$container_dir/watch.log")" = "ActiveTasks: none" ]; }

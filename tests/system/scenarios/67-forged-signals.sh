@@ -16,8 +16,9 @@ scenario() {
     wait_for 20 "the task to be announced with its process" \
         grep -qE "^ActiveTasks: $task \(process [0-9]+\)" "$container_dir/watch.log"
 
-    local before daemon
+    local before daemon heard
     before=$(active_tasks)
+    heard=$(what_the_client_has_heard)
     daemon=$(main_pid)
     in_container busctl monitor --json=short --match="type='signal',sender='org.zarn.Orvane'" \
         >"$container_dir/monitor.log" 2>"$container_dir/monitor.err" &
@@ -30,8 +31,12 @@ scenario() {
     wait_for_an_idle_time 1000
     bus_name_is_owned org.zarn.Orvane || fail "the daemon left its client"
     expect_equal "the daemon's process" "$(main_pid)" "$daemon"
+    expect_equal "what the client has heard" "$(what_the_client_has_heard)" "$heard"
     expect_nothing_was_passed_on
 }
+
+# The same list may be announced twice.
+what_the_client_has_heard() { uniq "$container_dir/watch.log"; }
 
 forge() {
     in_container setpriv --reuid=outsider --regid=outsider --init-groups \
@@ -46,9 +51,7 @@ client_name() {
 # The first signal of the daemon after the attack is about the next thing that really happens.
 expect_nothing_was_passed_on() {
     stop_task $task >/dev/null
-    wait_for 20 "the client to hear of the end" grep -q '^ActiveTasks: none' "$container_dir/watch.log"
+    wait_for 20 "the client to hear of the end" hears_last "ActiveTasks: none"
     wait_for 20 "the monitor to hear of it" grep -q ActiveTasks "$container_dir/monitor.log"
     ! grep -v ActiveTasks "$container_dir/monitor.log" || fail "the daemon has passed on what was forged"
-    expect_match "what the client has heard last" "$(tail -n 2 "$container_dir/watch.log" | head -n 1)" \
-        "ActiveTasks: $task (process *)"
 }
