@@ -58,7 +58,7 @@ Measurement firstCall()
 {
     return {{{QStringLiteral("first-call"), QStringLiteral("ms"), Judged::Ratio, 1.15, 1.05}},
             Place::Container,
-            15,
+            31,
             [] {
                 return Sides{[] { return timeOf(activatedBare()); },
                              [] { return timeOf(activatedOrvane()); }};

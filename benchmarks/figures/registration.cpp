@@ -44,7 +44,7 @@ Measurement registrationWithManyTasks()
 {
     return {{{QStringLiteral("register-3000"), QStringLiteral("ms"), Judged::Ratio, 1.1, 1.0}},
             Place::Here,
-            11,
+            101,
             [] {
                 auto fixture = std::make_shared<Fixture>();
                 writeEntries(fixture->root, size, QStringLiteral("Sync"));

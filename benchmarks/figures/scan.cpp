@@ -79,7 +79,7 @@ Measurement scan()
          {QStringLiteral("scan-10000"), QStringLiteral("ms"), Judged::Ratio, 1.4, 1.2},
          {QStringLiteral("scan-growth"), QStringLiteral("x"), Judged::Value, 5.5, 5.2}},
         Place::Here,
-        7,
+        15,
         [] {
             auto scans = std::make_shared<Scans>();
             return Sides{[scans] { return scans->peer(); }, [scans] { return scans->orvane(); }};

@@ -39,7 +39,7 @@ Measurement scanBesideGio()
 {
     return {{{QStringLiteral("scan-gio"), QStringLiteral("ms"), Judged::Ratio, 0.55, 0.45}},
             Place::Here,
-            9,
+            31,
             [] {
                 auto root = std::make_shared<TempRoot>();
                 writeEntries(*root, size, QStringLiteral("Sync"));

@@ -62,7 +62,7 @@ Measurement startWithUnit()
     return {
         {{QStringLiteral("start-with-unit"), QStringLiteral("ms"), Judged::Ratio, 1.3, 1.1}},
         Place::Here,
-        11,
+        61,
         [] {
             const auto without = fixtureWith(1000);
             const auto with = fixtureWith(1000, {QStringLiteral("--units"), QStringLiteral("1")});
@@ -76,7 +76,7 @@ Measurement startEmpty()
 {
     return {{{QStringLiteral("start-empty"), QStringLiteral("ms"), Judged::Ratio, 1.5, 1.2}},
             Place::Here,
-            15,
+            61,
             [] {
                 const auto fixture = fixtureWith(0);
                 return Sides{
@@ -91,7 +91,7 @@ Measurement startEmptyBesideSdBus()
 {
     return {{{QStringLiteral("start-empty-sdbus"), QStringLiteral("ms"), Judged::Ratio, {}, {}}},
             Place::Here,
-            15,
+            61,
             [] {
                 const auto fixture = fixtureWith(0);
                 return Sides{
@@ -107,7 +107,7 @@ Measurement startToRegistration()
     return {
         {{QStringLiteral("start-to-registration"), QStringLiteral("ms"), Judged::Ratio, 1.5, 1.15}},
         Place::Here,
-        31,
+        61,
         [] {
             const auto without = fixtureWith(0);
             const auto with = fixtureWith(300);

@@ -139,7 +139,7 @@ Measurement singleStart()
 {
     return {{{QStringLiteral("single-start"), QStringLiteral("ms"), Judged::Ratio, 1.15, 1.0}},
             Place::Container,
-            11,
+            31,
             [] { return sidesOf(1); }};
 }
 

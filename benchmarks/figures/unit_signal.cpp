@@ -38,7 +38,7 @@ Measurement signalWithSessions()
     return {
         {{QStringLiteral("signal-100-sessions"), QStringLiteral("ms"), Judged::Ratio, 1.5, 1.1}},
         Place::Here,
-        9,
+        31,
         [] {
             return Sides{sideOf(hundredSessions, Announcer::Relay), sideOf(hundredSessions)};
         }};
@@ -50,7 +50,7 @@ Measurement signalPerSession()
 {
     return {{{QStringLiteral("signal-100-to-1"), QStringLiteral("ms"), Judged::Ratio, {}, {}}},
             Place::Here,
-            9,
+            31,
             [] {
                 return Sides{sideOf({100, 100, 100, 1}), sideOf(hundredSessions)};
             }};
@@ -62,7 +62,7 @@ Measurement signalWithUnits()
     return {
         {{QStringLiteral("signal-10000-units"), QStringLiteral("ms"), Judged::Ratio, 1.2, 1.05}},
         Place::Here,
-        9,
+        31,
         [] {
             return Sides{sideOf({1, 10, 1, 1}), sideOf({1, 10000, 1, 1})};
         }};
