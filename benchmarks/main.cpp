@@ -80,15 +80,8 @@ void append(const QVector<double> &values, QVector<double> Samples::*side, QVect
     }
 }
 
-bool isTooNoisy(const QVector<Samples> &all)
-{
-    return std::any_of(all.begin(), all.end(), [](const Samples &samples) {
-        return judge(samples).verdict == Verdict::Noisy;
-    });
-}
-
-// Measures the sides alternately, and each of them first every other time. What is too noisy to
-// judge after all rounds is measured in more rounds; a bound that is missed is not.
+// Measures the sides alternately, and each of them first every other time. There are more rounds,
+// up to four times as many, while they could change a verdict, whether that is met or missed so far.
 QVector<Samples> measure(const Measurement &measurement)
 {
     QVector<Samples> all;
@@ -101,7 +94,8 @@ QVector<Samples> measure(const Measurement &measurement)
     time.start();
     const int mostRounds = 4 * measurement.rounds;
     const auto goesOn = [&](int round) {
-        return round < measurement.rounds || (round < mostRounds && isTooNoisy(all));
+        return round < measurement.rounds
+            || (round < mostRounds && std::any_of(all.begin(), all.end(), isUndecided));
     };
     for (int round = 0; goesOn(round); ++round) {
         const bool peerFirst = round % 2 == 0;

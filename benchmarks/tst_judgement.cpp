@@ -63,6 +63,26 @@ private Q_SLOTS:
         QCOMPARE(judge(samplesOf({5, 10, 20, 40}, {11, 22, 44, 88})).verdict, Verdict::Missed);
     }
 
+    void moreRoundsDecideWhatFewDoNot()
+    {
+        Samples samples = samplesOf({5, 10, 15, 10}, {5, 22, 45, 18});
+        QVERIFY(isUndecided(samples));
+        const QVector<double> peer = samples.peer;
+        const QVector<double> orvane{5, 19, 45, 18};
+        for (int more = 0; more < 30; ++more) {
+            samples.peer += peer;
+            samples.orvane += orvane;
+        }
+        QVERIFY(!isUndecided(samples));
+        QCOMPARE(judge(samples).verdict, Verdict::Met);
+    }
+
+    void aBoundThatIsHitExactlyIsDecided()
+    {
+        QVERIFY(!isUndecided(samplesOf({10, 10, 10}, {20, 20, 20})));
+        QVERIFY(!isUndecided(samplesOf({}, {})));
+    }
+
     void noiseDoesNotHideWhatIsFarFromTheBound()
     {
         QCOMPARE(judge(samplesOf({5, 10, 15}, {140, 210, 280})).verdict, Verdict::Missed);

@@ -41,13 +41,6 @@ QVector<double> judgedValues(const Samples &samples)
     return ratios;
 }
 
-// Whether runs with less noise could give values on either side of the bound.
-bool isUndecided(const Samples &samples, double bound)
-{
-    const QVector<double> values = judgedValues(samples);
-    return quantile(values, 0.25) <= bound && bound < quantile(values, 0.75);
-}
-
 Verdict verdictOn(const Samples &samples, const Judgement &judgement)
 {
     const Figure &figure = samples.figure;
@@ -59,7 +52,7 @@ Verdict verdictOn(const Samples &samples, const Judgement &judgement)
     const bool judgesPeer = figure.judged == Judged::Ratio;
     const bool noisy =
         judgement.orvaneSpread > tooNoisy || (judgesPeer && judgement.peerSpread > tooNoisy);
-    if (noisy && isUndecided(samples, *figure.must))
+    if (noisy && isUndecided(samples))
         return Verdict::Noisy;
     if (value > *figure.must)
         return Verdict::Missed;
@@ -77,6 +70,17 @@ double spread(const QVector<double> &values)
     const double middle = median(values);
     const double width = quantile(values, 0.75) - quantile(values, 0.25);
     return middle > 0 ? width / middle : 0;
+}
+
+bool isUndecided(const Samples &samples)
+{
+    const QVector<double> values = judgedValues(samples);
+    if (!samples.figure.must || values.isEmpty())
+        return false;
+    // In 95 of 100 runs, the median of endless rounds is between these quantiles.
+    const double margin = 1 / std::sqrt(values.size());
+    return quantile(values, std::max(0.0, 0.5 - margin)) <= *samples.figure.must
+        && *samples.figure.must < quantile(values, std::min(1.0, 0.5 + margin));
 }
 
 Judgement judge(const Samples &samples)

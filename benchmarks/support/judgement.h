@@ -33,9 +33,13 @@ struct Judgement
     Verdict verdict;
 };
 
-/// Judges medians. The verdict is Noisy when the middle half of a side's values spreads by more
-/// than a quarter of the median and the bound is between the values that the quartiles of both
-/// sides allow, because another run could give the opposite verdict.
+/// Whether the median of more rounds could be on the other side of the must: it is between the
+/// limits of what chance explains, which come closer with the number of rounds. False without a
+/// must.
+bool isUndecided(const Samples &samples);
+
+/// Judges medians. The verdict is Noisy when isUndecided(), and the middle half of a side's values
+/// spreads by more than a quarter of the median.
 Judgement judge(const Samples &samples);
 
 } // namespace Bench
