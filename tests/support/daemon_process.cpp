@@ -3,12 +3,28 @@
 
 #include <signal.h>
 
+namespace {
+
+// The daemon survives calls of the bus library with wrong arguments. All but the one that the
+// framework makes when it loses the bus would be faults of the daemon.
+void refuseMisuseOfTheBusLibrary(const QByteArray &log)
+{
+    for (const QByteArray &line : log.split('\n')) {
+        if (line.contains("were incorrect, assertion")
+            && !line.contains("arguments to dbus_pending_call_block()"))
+            qFatal("the daemon misuses the bus library: %s", line.constData());
+    }
+}
+
+} // namespace
+
 DaemonProcess::DaemonProcess() { m_process.setProcessChannelMode(QProcess::MergedChannels); }
 
 DaemonProcess::~DaemonProcess()
 {
     m_process.kill();
     m_process.waitForFinished();
+    refuseMisuseOfTheBusLibrary(log());
 }
 
 QString DaemonProcess::program()
