@@ -11,7 +11,7 @@ namespace Core {
 
 namespace {
 
-/// Passes findings on and remembers whether there were any.
+/// Passes findings on and remembers whether there were any that the daemon logs.
 class NotedFindings : public Findings
 {
 public:
@@ -21,11 +21,11 @@ public:
     }
     void report(const Finding &finding, const FindingOrigin &origin) override
     {
-        any = true;
+        anyLogged = anyLogged || origin.type != QtInfoMsg;
         m_findings.report(finding, origin);
     }
 
-    bool any = false;
+    bool anyLogged = false;
 
 private:
     Findings &m_findings;
@@ -78,7 +78,7 @@ ApplicationInfo EntryRecords::record(const QString &path, const ListedFile &file
         return earlier->info;
     }
     if (m_extent == ApplicationInfo::Everything)
-        store(path, file.state, info, !noted.any && !failures.any());
+        store(path, file.state, info, !noted.anyLogged && !failures.any());
     return info;
 }
 

@@ -16,8 +16,9 @@ namespace Core {
 class Findings;
 
 /// A cache of the records of desktop entries and packages: a scan reads only entries whose files
-/// have changed. An entry with findings is read by every scan, so that every scan reports them.
-/// When an entry cannot be read, its known record is used. Event-loop thread only.
+/// have changed. An entry with findings that the daemon logs is read by every scan, so that every
+/// scan reports them; other findings are reported only when the entry is read. When an entry cannot
+/// be read, its known record is used. Event-loop thread only.
 class EntryRecords
 {
 public:

@@ -46,6 +46,8 @@ private Q_SLOTS:
     void readsAgainWhatWasChangedBeforeItWasWatched();
     void readsAgainEntriesWithFindings_data();
     void readsAgainEntriesWithFindings();
+    void readsEntriesOnceThatTheDaemonDoesNotLog_data();
+    void readsEntriesOnceThatTheDaemonDoesNotLog();
     void forgetsWhatIsGone();
     void holdsEqualTextsOfTasksOnce();
 
@@ -185,8 +187,6 @@ void TestEntryRecords::readsAgainEntriesWithFindings_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QByteArray>("text");
-    QTest::newRow("an entry that is none")
-        << QString::fromLatin1(folder) + u"bad.desktop"_s << QByteArray("text");
     QTest::newRow("a bad task name")
         << QString::fromLatin1(folder) + u"bad.desktop"_s
         << QByteArray("[Desktop Entry]\nType=Application\nName=x\n[X-Task 1]\n");
@@ -207,6 +207,26 @@ void TestEntryRecords::readsAgainEntriesWithFindings()
     (void)look();
     // Each scan reports the same findings.
     QCOMPARE(findings.rules(), once + once);
+}
+
+void TestEntryRecords::readsEntriesOnceThatTheDaemonDoesNotLog_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=x\n";
+    QTest::newRow("an entry that is none") << QByteArray("text");
+    QTest::newRow("a hidden entry") << entry + "Hidden=true\n";
+    QTest::newRow("a task that is declared twice") << entry
+            + "[X-Application]\nOrganizationName=a.b\nApplicationName=c\n"
+              "[X-Service sync]\nType=Sync\n[X-Task sync]\nType=Sync\n";
+}
+
+void TestEntryRecords::readsEntriesOnceThatTheDaemonDoesNotLog()
+{
+    QFETCH(QByteArray, text);
+    root->write(QString::fromLatin1(folder) + u"odd.desktop"_s, text);
+    (void)look();
+    QVERIFY(!findings.all.isEmpty());
+    settle();
 }
 
 void TestEntryRecords::forgetsWhatIsGone()
