@@ -81,7 +81,8 @@ void append(const QVector<double> &values, QVector<double> Samples::*side, QVect
 }
 
 // Measures the sides alternately, and each of them first every other time. There are more rounds,
-// up to four times as many, while they could change a verdict, whether that is met or missed so far.
+// up to four times as many, while they could change a verdict, whether that is met or missed so
+// far.
 QVector<Samples> measure(const Measurement &measurement)
 {
     QVector<Samples> all;
