@@ -1,13 +1,11 @@
 // The tool orvanectl.
 
 #include "cli/tool.h"
-#include "common/DBus/library_checks.h"
 
 #include <QCoreApplication>
 
 int main(int argc, char *argv[])
 {
-    DBus::surviveFailedLibraryChecks();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(ORVANE_VERSION));
     return Cli::runTool(QCoreApplication::arguments().mid(1));

@@ -198,7 +198,6 @@ int Daemon::run()
 int main(int argc, char *argv[])
 {
     installLogHandler();
-    DBus::surviveFailedLibraryChecks();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orvane"));
     Places::setOfProcess(Places::ofEnvironment());
@@ -207,5 +206,6 @@ int main(int argc, char *argv[])
         Autostart::Launcher::launchApplications();
         return EXIT_SUCCESS;
     }
+    DBus::surviveFailedLibraryChecks();
     return Daemon().run();
 }
