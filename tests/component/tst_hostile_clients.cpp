@@ -357,7 +357,8 @@ void TestHostileClients::keepsSessionsWhenTheBusIsGoneAtItsFirstJob()
     // The daemon reads the call and the end of the connection in one go.
     QCOMPARE(::kill(daemon, SIGSTOP), 0);
     QVERIFY(fixture->client.send(Fixture::sessionCall(u"Stop"_s, {u"a.b.task_c"_s})));
-    // The bus has sent the call on when it answers what comes after it.
+    // The bus has sent the call on when it has answered these. One would not be enough, because it
+    // may write to another connection a turn later.
     for (int number = 0; number < 3; ++number)
         QVERIFY(fixture->nameIsOwned());
     fixture->bus.stop();
