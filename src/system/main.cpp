@@ -8,6 +8,7 @@
 #include "system/DBus/registrations.h"
 #include "system/DBus/session_proxy.h"
 #include "system/DBus/task_invoker.h"
+#include "system/DBus/user_service_changes.h"
 #include "system/autostart/interface.h"
 #include "system/autostart/launcher.h"
 #include "system/autostart/manager.h"
@@ -168,7 +169,8 @@ void Daemon::serve()
         QCoreApplication::exit(EXIT_FAILURE);
         return;
     }
-    // After the name was claimed, because this scans the applications.
+    // After the name was claimed, because these wait for the bus and scan the applications.
+    DBus::UserServiceChanges::instance().follow();
     taskInvoker->announceLists();
     phase = Phase::Serving;
 }

@@ -1,7 +1,9 @@
 #include "plan/policy_text.h"
+#include "support/death_bound_process.h"
 #include "support/fixture.h"
 #include "support/literals.h"
 
+#include <QDBusConnectionInterface>
 #include <QDir>
 #include <QTest>
 
@@ -25,6 +27,7 @@ private Q_SLOTS:
     void hearsSystemdAgainWhenItIsAnotherProcess();
     void looksAtNoApplicationBeforeItHasItsName_data();
     void looksAtNoApplicationBeforeItHasItsName();
+    void asksForNoOwnerBeforeItHasItsName();
     void startsWithOtherArguments_data();
     void startsWithOtherArguments();
     void leavesWithoutABus();
@@ -214,6 +217,31 @@ void TestStartup::looksAtNoApplicationBeforeItHasItsName()
     QVERIFY(claim >= 0);
     // Answers that arrive while the daemon leaves may still cause a scan.
     QVERIFY2(!log.left(claim).contains(complaint), log);
+}
+
+void TestStartup::asksForNoOwnerBeforeItHasItsName()
+{
+    Fixture fixture;
+    DeathBoundProcess monitor;
+    monitor.start(u"dbus-monitor"_s,
+                  {u"--address"_s, fixture.bus.address(), u"member='GetNameOwner'"_s,
+                   u"member='RequestName'"_s});
+    QByteArray text;
+    const auto seen = [&](const QByteArray &what) {
+        return (text += monitor.readAllStandardOutput()).contains(what);
+    };
+    // The monitor listens when it sees this.
+    QVERIFY(Fixture::waitUntil([&] {
+        (void)fixture.client.interface()->serviceOwner(u"no.such.name"_s);
+        return seen("no.such.name");
+    }));
+    QVERIFY(fixture.start());
+    const QByteArray sender =
+        "sender=" + fixture.systemd->calls.constFirst().service().toLatin1() + " ";
+    QVERIFY(Fixture::waitUntil([&] { return seen("org.zarn.Orvane.User"); }));
+    // The daemon waits for the answer to each such question.
+    const QByteArray first = text.mid(text.indexOf(sender)).left(200);
+    QVERIFY2(first.contains("member=RequestName"), text);
 }
 
 void TestStartup::startsWithOtherArguments_data()

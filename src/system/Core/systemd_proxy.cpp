@@ -40,23 +40,22 @@ auto listingAnswered(const char *signature, Callback callback, const std::functi
     };
 }
 
+QDBusMessage managerCall(const QString &method, const QVariantList &arguments = {})
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(Systemd::service(), Systemd::managerPath(),
+                                       QStringLiteral("org.freedesktop.systemd1.Manager"), method);
+    call.setArguments(arguments);
+    return call;
+}
+
 } // namespace
 
 SystemdProxyPrivate::SystemdProxyPrivate(SystemdProxy *proxy)
-    : QDBusAbstractInterface(Systemd::service(), Systemd::managerPath(),
-                             "org.freedesktop.systemd1.Manager", QDBusConnection::systemBus(),
-                             nullptr)
-    , q(proxy)
-    , calls(connection(), maxCallsInFlight)
+    : q(proxy)
+    , bus(QDBusConnection::systemBus())
+    , calls(bus, maxCallsInFlight)
 {
-}
-
-QDBusMessage SystemdProxyPrivate::managerCall(const QString &method,
-                                              const QVariantList &arguments) const
-{
-    QDBusMessage call = QDBusMessage::createMethodCall(service(), path(), interface(), method);
-    call.setArguments(arguments);
-    return call;
 }
 
 void SystemdProxyPrivate::callForJob(const QDBusMessage &message, DBus::CallQueue::Lane lane,
@@ -73,16 +72,12 @@ void SystemdProxyPrivate::callForJob(const QDBusMessage &message, DBus::CallQueu
     calls.call({message, answered, lane, terms.sendBy, terms.answerBy, terms.left});
 }
 
-void SystemdProxyPrivate::subscribe()
-{
-    connection().send(managerCall(QStringLiteral("Subscribe")));
-}
+void SystemdProxyPrivate::subscribe() { bus.send(managerCall(QStringLiteral("Subscribe"))); }
 
 void SystemdProxyPrivate::watchOwner()
 {
-    // Needs no further match rule: the framework already has the same one, to check the sender of
-    // systemd's signals.
-    auto *watcher = new QDBusServiceWatcher(service(), connection(),
+    // The framework needs the same match rule, to check the sender of systemd's signals.
+    auto *watcher = new QDBusServiceWatcher(Systemd::service(), bus,
                                             QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) {
@@ -99,9 +94,9 @@ void SystemdProxyPrivate::subscribeOnce()
     // silently drops the signals of further ones. It names the sender, so that other senders cannot
     // fake a signal.
     if (!isSubscribed)
-        connection().connect(service(), QString(), Names::propertiesInterface(),
-                             Names::propertiesChanged(), {}, QStringLiteral("sa{sv}as"), this,
-                             SLOT(onUnitPropertiesChanged(QDBusMessage)));
+        bus.connect(Systemd::service(), QString(), Names::propertiesInterface(),
+                    Names::propertiesChanged(), {}, QStringLiteral("sa{sv}as"), this,
+                    SLOT(onUnitPropertiesChanged(QDBusMessage)));
     isSubscribed = true;
 }
 
@@ -152,7 +147,7 @@ SystemdProxy::~SystemdProxy() { delete d; }
 void SystemdProxy::listUnitsByPatterns(const QStringList &states, const QStringList &patterns,
                                        UnitsCallback callback, const std::function<void()> &failed)
 {
-    d->calls.call({d->managerCall(QStringLiteral("ListUnitsByPatterns"), {states, patterns}),
+    d->calls.call({managerCall(QStringLiteral("ListUnitsByPatterns"), {states, patterns}),
                    listingAnswered<Unit>("a(ssssssouso)", std::move(callback), failed)});
 }
 
@@ -160,26 +155,25 @@ void SystemdProxy::listUnitFilesByPatterns(const QStringList &states, const QStr
                                            UnitFilesCallback callback,
                                            const std::function<void()> &failed)
 {
-    d->calls.call({d->managerCall(QStringLiteral("ListUnitFilesByPatterns"), {states, patterns}),
+    d->calls.call({managerCall(QStringLiteral("ListUnitFilesByPatterns"), {states, patterns}),
                    listingAnswered<UnitFileStatus>("a(ss)", std::move(callback), failed)});
 }
 
 void SystemdProxy::enableUnitFiles(const QStringList &files, bool runtime, bool force)
 {
     // Sent without asking for a reply, so that it does not count against the bus's limit.
-    d->connection().send(
-        d->managerCall(QStringLiteral("EnableUnitFiles"), {files, runtime, force}));
+    d->bus.send(managerCall(QStringLiteral("EnableUnitFiles"), {files, runtime, force}));
 }
 
 void SystemdProxy::disableUnitFiles(const QStringList &files, bool runtime)
 {
-    d->connection().send(d->managerCall(QStringLiteral("DisableUnitFiles"), {files, runtime}));
+    d->bus.send(managerCall(QStringLiteral("DisableUnitFiles"), {files, runtime}));
 }
 
 void SystemdProxy::reload(const std::function<void()> &answered, QDeadlineTimer answerBy)
 {
     // Urgent, so that start jobs that are requested later cannot overtake it.
-    d->calls.call({d->managerCall(QStringLiteral("Reload")),
+    d->calls.call({managerCall(QStringLiteral("Reload")),
                    [answered](const QDBusMessage &) {
                        if (answered)
                            answered();
@@ -192,8 +186,8 @@ void SystemdProxy::startUnit(const QString &name, const QString &mode, const Job
 {
     // Before the call, so that no state change is missed.
     watchUnit(name);
-    d->callForJob(d->managerCall(QStringLiteral("StartUnit"), {name, mode}),
-                  DBus::CallQueue::Normal, terms, callback);
+    d->callForJob(managerCall(QStringLiteral("StartUnit"), {name, mode}), DBus::CallQueue::Normal,
+                  terms, callback);
 }
 
 void SystemdProxy::stopUnit(const QString &name, const QString &mode, const JobCallback &callback,
@@ -201,7 +195,7 @@ void SystemdProxy::stopUnit(const QString &name, const QString &mode, const JobC
 {
     const QString objectPath = unitObjectPath(name);
     ++d->watchAt(objectPath, name).stops;
-    d->callForJob(d->managerCall(QStringLiteral("StopUnit"), {name, mode}), DBus::CallQueue::Urgent,
+    d->callForJob(managerCall(QStringLiteral("StopUnit"), {name, mode}), DBus::CallQueue::Urgent,
                   terms, [this, objectPath, callback](const QString &job, const Error &error) {
                       d->endStop(objectPath);
                       callback(job, error);

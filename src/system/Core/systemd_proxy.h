@@ -46,8 +46,9 @@ struct JobTerms
 };
 
 /// The daemon's connection to systemd: the operations of its manager, all asynchronous, and one
-/// signal for the property changes of watched units. Nothing blocks or logs. Callbacks run from the
-/// event loop, never inside the call that they belong to. Reloads and stop jobs are sent in the
+/// signal for the property changes of watched units. Nothing logs, and nothing blocks but the first
+/// watch of a unit, for which the framework asks the bus for systemd's process. Callbacks run from
+/// the event loop, never inside the call that they belong to. Reloads and stop jobs are sent in the
 /// order of the calls, and so are start jobs; reloads and stop jobs that wait are sent before start
 /// jobs. Event-loop thread only.
 class SystemdProxy : public QObject

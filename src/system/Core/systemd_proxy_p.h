@@ -3,22 +3,22 @@
 #include "common/DBus/call_queue.h"
 #include "system/Core/systemd_proxy.h"
 
-#include <QDBusAbstractInterface>
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QHash>
+#include <QObject>
 
 namespace Core {
 
-/// The D-Bus interface of systemd's manager.
-class SystemdProxyPrivate : public QDBusAbstractInterface
+/// The client of systemd's manager. Not one of the framework's interface objects, because
+/// these ask the bus for the owner of their service and wait for the answer.
+class SystemdProxyPrivate : public QObject
 {
     Q_OBJECT
 
 public:
     explicit SystemdProxyPrivate(SystemdProxy *proxy);
 
-    [[nodiscard]] QDBusMessage managerCall(const QString &method,
-                                           const QVariantList &arguments = {}) const;
     void callForJob(const QDBusMessage &message, DBus::CallQueue::Lane lane, const JobTerms &terms,
                     const SystemdProxy::JobCallback &callback);
     /// Asks systemd to send signals.
@@ -42,6 +42,7 @@ public:
     void endStop(const QString &objectPath);
 
     SystemdProxy *const q;
+    QDBusConnection bus;
     DBus::CallQueue calls;
     bool isSubscribed = false;
     /// By object path, so that the cost of a signal does not depend on the number of units.

@@ -8,7 +8,7 @@
 
 namespace DBus {
 
-UserServiceChanges::UserServiceChanges()
+void UserServiceChanges::follow()
 {
     // The match includes the signature, because it is undefined what the bus library gives when a
     // value is read as another type.

@@ -19,6 +19,9 @@ public:
     /// The instance of this process, on the system bus; made by the first call, never destroyed.
     static UserServiceChanges &instance();
 
+    /// Asks the bus for the changes. To be called once, when the daemon has its name: the framework
+    /// asks the bus for the owner of the user service's name and waits for the answer.
+    void follow();
     /// Passes the changes of the object at a path to a proxy from now on.
     /// @param proxy not owned; has to call forget() before it is destroyed.
     void deliver(const QString &path, SessionProxyPrivate *proxy);
@@ -29,7 +32,7 @@ private Q_SLOTS:
     void onPropertiesChanged(const QDBusMessage &signal);
 
 private:
-    UserServiceChanges();
+    UserServiceChanges() = default;
 
     QHash<QString, SessionProxyPrivate *> m_proxies;
 };
