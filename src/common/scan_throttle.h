@@ -14,7 +14,7 @@ class ScanThrottle : public QObject
 public:
     /// Time from the end of the first scan to the second, and between later ones, in milliseconds.
     static constexpr int shortGap = 50;
-    static constexpr int longGap = 520;
+    static constexpr int longGap = 560;
 
     explicit ScanThrottle(QObject *parent = nullptr);
     /// Requests a scan. All requests until it is due share it.
