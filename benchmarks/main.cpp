@@ -17,25 +17,19 @@
 #include "budgets/budgets.h"
 #include "figures/figures.h"
 #include "scale/scale.h"
-#include "support/judgement.h"
 #include "support/report.h"
+#include "support/rounds.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 
 namespace {
 
 using namespace Bench;
-
-// A side that takes minutes is measured fewer times.
-constexpr int longestMeasurementMs = 240 * 1000;
 
 constexpr int wrongUsage = 2;
 
@@ -70,49 +64,6 @@ bool isWanted(const Measurement &measurement, const QStringList &names)
             return true;
     }
     return false;
-}
-
-void append(const QVector<double> &values, QVector<double> Samples::*side, QVector<Samples> &all)
-{
-    for (int index = 0; index < all.size() && index < values.size(); ++index) {
-        if (!std::isnan(values[index]))
-            (all[index].*side).append(values[index]);
-    }
-}
-
-// Measures the sides alternately, and each of them first every other time. There are more rounds,
-// up to four times as many, while they could change a verdict, whether that is met or missed so
-// far.
-QVector<Samples> measure(const Measurement &measurement)
-{
-    QVector<Samples> all;
-    for (const Figure &figure : measurement.figures) {
-        std::fprintf(stderr, "%s\n", qPrintable(figure.name));
-        all.append({figure, {}, {}});
-    }
-    const Sides sides = measurement.prepare();
-    QElapsedTimer time;
-    time.start();
-    const int mostRounds = 4 * measurement.rounds;
-    const auto goesOn = [&](int round) {
-        return round < measurement.rounds
-            || (round < mostRounds && std::any_of(all.begin(), all.end(), isUndecided));
-    };
-    for (int round = 0; goesOn(round); ++round) {
-        const bool peerFirst = round % 2 == 0;
-        QVector<double> peer = peerFirst ? sides.peer() : QVector<double>();
-        const QVector<double> orvane = sides.orvane();
-        if (!peerFirst)
-            peer = sides.peer();
-        const bool warmsUp = round == 0 && measurement.rounds > 3;
-        if (!warmsUp) {
-            append(peer, &Samples::peer, all);
-            append(orvane, &Samples::orvane, all);
-        }
-        if (time.elapsed() > longestMeasurementMs && !warmsUp)
-            break;
-    }
-    return all;
 }
 
 bool writeJson(const QString &path, const QJsonArray &array)

@@ -1,9 +1,12 @@
-// How figures are judged.
+// How figures are measured in rounds and judged.
 
 #include "support/judgement.h"
 #include "support/report.h"
+#include "support/rounds.h"
 
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace Bench;
 
@@ -14,6 +17,27 @@ Samples samplesOf(const QVector<double> &peer, const QVector<double> &orvane,
 {
     return {{QStringLiteral("figure"), QStringLiteral("ms"), judged, 2.0, 1.5}, peer, orvane};
 }
+
+// A side that takes the values of the next round; after the last one these stay.
+std::function<QVector<double>()> sideWith(QVector<QVector<double>> rounds)
+{
+    return [rounds = std::move(rounds), round = 0]() mutable {
+        return rounds[std::min(round++, static_cast<int>(rounds.size()) - 1)];
+    };
+}
+
+// The first figure's samples. Each round has a value for each figure.
+Samples measured(const QVector<Figure> &figures, int rounds, const QVector<QVector<double>> &peer,
+                 const QVector<QVector<double>> &orvane)
+{
+    return measure({figures, Place::Here, rounds,
+                    [=] {
+                        return Sides{sideWith(peer), sideWith(orvane)};
+                    }})
+        .constFirst();
+}
+
+const Figure ratioOfTimes{QStringLiteral("figure"), QStringLiteral("ms"), Judged::Ratio, 2.0, 1.5};
 
 } // namespace
 
@@ -104,6 +128,20 @@ private Q_SLOTS:
         QCOMPARE(statusOf({met}), 0);
         QCOMPARE(statusOf({met, noisy}), 3);
         QCOMPARE(statusOf({noisy, missed}), 1);
+    }
+
+    void theFirstOfManyRoundsIsNotCounted()
+    {
+        const Samples samples = measured({ratioOfTimes}, 4, {{90}, {10}}, {{10}});
+        QCOMPARE(samples.peer, QVector<double>({10, 10, 10}));
+        QCOMPARE(samples.orvane, QVector<double>({10, 10, 10}));
+    }
+
+    void moreRoundsFollowWhileTheyCouldChangeTheVerdict()
+    {
+        const QVector<QVector<double>> around{{15}, {25}, {15}, {25}, {15}, {25}, {15}, {25}};
+        QCOMPARE(measured({ratioOfTimes}, 2, {{10}}, around).orvane.size(), 8);
+        QCOMPARE(measured({ratioOfTimes}, 2, {{10}}, {{15}}).orvane.size(), 2);
     }
 
     void samplesComeBackFromJson()
