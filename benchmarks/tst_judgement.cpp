@@ -76,6 +76,19 @@ private Q_SLOTS:
         QCOMPARE(judge(samplesOf({}, {1, 1}, Judged::Value)).verdict, Verdict::Stretch);
     }
 
+    void oneWrongRoundIsMissedWhereNoneMayBeWrong()
+    {
+        Samples samples = samplesOf({0, 0, 0}, {0, 0, 88}, Judged::Worst);
+        samples.figure.must = 0;
+        samples.figure.stretch.reset();
+        const Judgement judgement = judge(samples);
+        QCOMPARE(judgement.orvane, 88.0);
+        QCOMPARE(judgement.verdict, Verdict::Missed);
+        QVERIFY(!isUndecided(samples));
+        samples.orvane = {0, 0, 0};
+        QCOMPARE(judge(samples).verdict, Verdict::Met);
+    }
+
     void aNoisySideIsNotJudgedNearTheBound()
     {
         QCOMPARE(judge(samplesOf({5, 10, 15}, {14, 21, 28})).verdict, Verdict::Noisy);
@@ -137,6 +150,15 @@ private Q_SLOTS:
         QCOMPARE(samples.orvane, QVector<double>({10, 10, 10}));
     }
 
+    void theFirstOfManyRoundsCountsWhereNoneMayBeWrong()
+    {
+        const Figure errors{
+            QStringLiteral("errors"), QStringLiteral("errors"), Judged::Worst, 0, {}};
+        const Samples samples = measured({errors}, 4, {{0}}, {{88}, {0}});
+        QCOMPARE(samples.orvane, QVector<double>({88, 0, 0, 0}));
+        QCOMPARE(judge(samples).verdict, Verdict::Missed);
+    }
+
     void moreRoundsFollowWhileTheyCouldChangeTheVerdict()
     {
         const QVector<QVector<double>> around{{15}, {25}, {15}, {25}, {15}, {25}, {15}, {25}};
@@ -154,6 +176,21 @@ private Q_SLOTS:
         QCOMPARE(back[0].figure.must, samples.figure.must);
         QCOMPARE(back[0].figure.judged, Judged::Value);
         QCOMPARE(tableOf(back), tableOf({samples}));
+    }
+
+    void theKindOfAJudgementComesBackFromJson_data()
+    {
+        QTest::addColumn<int>("judged");
+        QTest::newRow("ratio") << int(Judged::Ratio);
+        QTest::newRow("value") << int(Judged::Value);
+        QTest::newRow("worst round") << int(Judged::Worst);
+    }
+
+    void theKindOfAJudgementComesBackFromJson()
+    {
+        QFETCH(int, judged);
+        const Samples samples = samplesOf({1}, {3}, Judged(judged));
+        QCOMPARE(int(fromJson(toJson({samples}))[0].figure.judged), judged);
     }
 };
 

@@ -50,7 +50,7 @@ Measurement slowReload()
 {
     return {
         {{QStringLiteral("slow-reload-last"), QStringLiteral("ms"), Judged::Ratio, {}, {}},
-         {QStringLiteral("slow-reload-errors"), QStringLiteral("errors"), Judged::Value, 0, {}}},
+         {QStringLiteral("slow-reload-errors"), QStringLiteral("errors"), Judged::Worst, 0, {}}},
         Place::Here,
         2,
         [] {

@@ -8,8 +8,15 @@
 
 namespace Bench {
 
-/// What a figure's bounds apply to: orvane's value divided by the peer's, or orvane's value itself.
-enum class Judged { Ratio, Value };
+/// What a figure's bounds apply to.
+enum class Judged {
+    /// The median of orvane's value divided by the peer's.
+    Ratio,
+    /// The median of orvane's value.
+    Value,
+    /// Orvane's largest value, also that of a round that warms up: for what must never be wrong.
+    Worst,
+};
 
 /// A number that is measured on both sides.
 struct Figure
@@ -40,7 +47,8 @@ struct Measurement
 {
     QVector<Figure> figures;
     Place place = Place::Here;
-    /// How often each side is measured. With more than three rounds the first one is not counted.
+    /// How often each side is measured. With more than three rounds the first one warms up, and
+    /// only figures that are judged by the worst round count it.
     int rounds = 7;
     /// Sets up what both sides need.
     std::function<Sides()> prepare;

@@ -24,6 +24,17 @@ double quantile(QVector<double> values, double part)
     return values[below] + (place - below) * (values[above] - values[below]);
 }
 
+double largest(const QVector<double> &values)
+{
+    return values.isEmpty() ? nothing : *std::max_element(values.begin(), values.end());
+}
+
+// What a side's column shows.
+double valueOf(const Figure &figure, const QVector<double> &values)
+{
+    return figure.judged == Judged::Worst ? largest(values) : median(values);
+}
+
 double judgedValue(const Figure &figure, double orvane, double peer)
 {
     return figure.judged == Judged::Ratio ? orvane / peer : orvane;
@@ -75,7 +86,7 @@ double spread(const QVector<double> &values)
 bool isUndecided(const Samples &samples)
 {
     const QVector<double> values = judgedValues(samples);
-    if (!samples.figure.must || values.isEmpty())
+    if (!samples.figure.must || samples.figure.judged == Judged::Worst || values.isEmpty())
         return false;
     // In 95 of 100 runs, the median of endless rounds is between these quantiles.
     const double margin = 1 / std::sqrt(values.size());
@@ -85,8 +96,10 @@ bool isUndecided(const Samples &samples)
 
 Judgement judge(const Samples &samples)
 {
-    Judgement judgement{median(samples.peer), median(samples.orvane), nothing,
-                        spread(samples.peer), spread(samples.orvane), Verdict::Open};
+    const Figure &figure = samples.figure;
+    Judgement judgement{
+        valueOf(figure, samples.peer), valueOf(figure, samples.orvane), nothing,
+        spread(samples.peer),          spread(samples.orvane),          Verdict::Open};
     judgement.ratio = judgement.orvane / judgement.peer;
     judgement.verdict = verdictOn(samples, judgement);
     return judgement;

@@ -24,7 +24,8 @@ enum class Verdict {
 
 struct Judgement
 {
-    /// Medians; NaN when there is none.
+    /// Medians, or the largest values of a figure that is judged by the worst round; NaN when there
+    /// is none.
     double peer;
     double orvane;
     double ratio;
@@ -35,11 +36,11 @@ struct Judgement
 
 /// Whether the median of more rounds could be on the other side of the must: it is between the
 /// limits of what chance explains, which come closer with the number of rounds. False without a
-/// must.
+/// must, and for a figure that is judged by the worst round, because no more rounds excuse it.
 bool isUndecided(const Samples &samples);
 
-/// Judges medians. The verdict is Noisy when isUndecided(), and the middle half of a side's values
-/// spreads by more than a quarter of the median.
+/// Judges as the figure says. The verdict is Noisy when isUndecided(), and the middle half of a
+/// side's values spreads by more than a quarter of the median.
 Judgement judge(const Samples &samples);
 
 } // namespace Bench

@@ -40,6 +40,28 @@ QString number(double value)
     return QString::number(value, 'f', digits);
 }
 
+QString wordOf(Judged judged)
+{
+    switch (judged) {
+    case Judged::Ratio:
+        return QStringLiteral("ratio");
+    case Judged::Worst:
+        return QStringLiteral("worst");
+    case Judged::Value:
+        break;
+    }
+    return QStringLiteral("value");
+}
+
+Judged judgedIn(const QJsonValue &word)
+{
+    for (const Judged judged : {Judged::Ratio, Judged::Worst}) {
+        if (word == wordOf(judged))
+            return judged;
+    }
+    return Judged::Value;
+}
+
 QString withUnit(double value, const QString &unit)
 {
     return std::isnan(value) ? QStringLiteral("-") : number(value) + QLatin1Char(' ') + unit;
@@ -128,8 +150,7 @@ QJsonObject toJson(const Samples &samples)
     const Figure &figure = samples.figure;
     return {{QStringLiteral("figure"), figure.name},
             {QStringLiteral("unit"), figure.unit},
-            {QStringLiteral("judged"),
-             figure.judged == Judged::Ratio ? QStringLiteral("ratio") : QStringLiteral("value")},
+            {QStringLiteral("judged"), wordOf(figure.judged)},
             {QStringLiteral("must"), toJson(figure.must)},
             {QStringLiteral("stretch"), toJson(figure.stretch)},
             {QStringLiteral("peer"), toJson(samples.peer)},
@@ -141,8 +162,7 @@ Samples samplesIn(const QJsonObject &object)
     Figure figure;
     figure.name = object[QStringLiteral("figure")].toString();
     figure.unit = object[QStringLiteral("unit")].toString();
-    figure.judged =
-        object[QStringLiteral("judged")] == QStringLiteral("ratio") ? Judged::Ratio : Judged::Value;
+    figure.judged = judgedIn(object[QStringLiteral("judged")]);
     figure.must = boundIn(object[QStringLiteral("must")]);
     figure.stretch = boundIn(object[QStringLiteral("stretch")]);
     return {figure, valuesIn(object[QStringLiteral("peer")]),
@@ -174,8 +194,8 @@ QJsonArray judgedToJson(const QVector<Samples> &all)
         const Judgement judgement = judge(samples);
         QJsonObject object = toJson(samples);
         // NaN is null in JSON.
-        object[QStringLiteral("peerMedian")] = judgement.peer;
-        object[QStringLiteral("orvaneMedian")] = judgement.orvane;
+        object[QStringLiteral("peerValue")] = judgement.peer;
+        object[QStringLiteral("orvaneValue")] = judgement.orvane;
         object[QStringLiteral("ratio")] = judgement.ratio;
         object[QStringLiteral("peerSpread")] = judgement.peerSpread;
         object[QStringLiteral("orvaneSpread")] = judgement.orvaneSpread;

@@ -15,10 +15,12 @@ namespace {
 // A side that takes minutes is measured fewer times.
 constexpr int longestMeasurementMs = 240 * 1000;
 
-void append(const QVector<double> &values, QVector<double> Samples::*side, QVector<Samples> &all)
+void append(const QVector<double> &values, QVector<double> Samples::*side, bool warmsUp,
+            QVector<Samples> &all)
 {
     for (int index = 0; index < all.size() && index < values.size(); ++index) {
-        if (!std::isnan(values[index]))
+        const bool counts = !warmsUp || all[index].figure.judged == Judged::Worst;
+        if (counts && !std::isnan(values[index]))
             (all[index].*side).append(values[index]);
     }
 }
@@ -47,10 +49,8 @@ QVector<Samples> measure(const Measurement &measurement)
         if (!peerFirst)
             peer = sides.peer();
         const bool warmsUp = round == 0 && measurement.rounds > 3;
-        if (!warmsUp) {
-            append(peer, &Samples::peer, all);
-            append(orvane, &Samples::orvane, all);
-        }
+        append(peer, &Samples::peer, warmsUp, all);
+        append(orvane, &Samples::orvane, warmsUp, all);
         if (time.elapsed() > longestMeasurementMs && !warmsUp)
             break;
     }
