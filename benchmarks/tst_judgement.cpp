@@ -46,12 +46,24 @@ class TestJudgement : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void mediansAreCompared()
+    void theMedianOfEachSideIsShown()
     {
         const Judgement judgement = judge(samplesOf({9, 10, 90}, {17, 18, 19}));
         QCOMPARE(judgement.peer, 10.0);
         QCOMPARE(judgement.orvane, 18.0);
-        QCOMPARE(judgement.ratio, 1.8);
+    }
+
+    // The medians of the sides are 10 and 20.5.
+    void theMedianOfTheRatiosOfTheRoundsIsJudged()
+    {
+        const Judgement judgement = judge(samplesOf({10, 10, 12}, {19.9, 20.5, 23}));
+        QCOMPARE(judgement.ratio, 1.99);
+        QCOMPARE(judgement.verdict, Verdict::Met);
+    }
+
+    void aRatioOfNothingToNothingIsNone()
+    {
+        QVERIFY(qIsNaN(judge(samplesOf({0, 10}, {0, 10}, Judged::Worst)).ratio));
     }
 
     void aVerdictIsAboutMustAndStretch_data()

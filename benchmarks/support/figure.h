@@ -10,7 +10,7 @@ namespace Bench {
 
 /// What a figure's bounds apply to.
 enum class Judged {
-    /// The median of orvane's value divided by the peer's.
+    /// The median of the ratios of the rounds, each of them orvane's value divided by the peer's.
     Ratio,
     /// The median of orvane's value.
     Value,

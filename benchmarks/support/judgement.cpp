@@ -15,7 +15,9 @@ constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
 // The quantile of the values for a part from 0 to 1.
 double quantile(QVector<double> values, double part)
 {
-    if (values.isEmpty())
+    const auto isNoNumber = [](double value) { return std::isnan(value); };
+    // Values with one that is no number, such as the ratio of 0 to 0, have no order.
+    if (values.isEmpty() || std::any_of(values.cbegin(), values.cend(), isNoNumber))
         return nothing;
     std::sort(values.begin(), values.end());
     const double place = part * (values.size() - 1);
@@ -35,32 +37,31 @@ double valueOf(const Figure &figure, const QVector<double> &values)
     return figure.judged == Judged::Worst ? largest(values) : median(values);
 }
 
-double judgedValue(const Figure &figure, double orvane, double peer)
+// The ratios of the rounds. A ratio is that of one round, because what slows the machine down for
+// longer than a round slows down both sides.
+QVector<double> ratiosOf(const Samples &samples)
 {
-    return figure.judged == Judged::Ratio ? orvane / peer : orvane;
-}
-
-// The values that are judged, one of each round. A ratio is that of one round, because what slows
-// the machine down for longer than a round slows down both sides.
-QVector<double> judgedValues(const Samples &samples)
-{
-    if (samples.figure.judged != Judged::Ratio)
-        return samples.orvane;
     QVector<double> ratios;
     for (int round = 0; round < std::min(samples.orvane.size(), samples.peer.size()); ++round)
         ratios.append(samples.orvane[round] / samples.peer[round]);
     return ratios;
 }
 
+// The values that are judged, one of each round.
+QVector<double> judgedValues(const Samples &samples)
+{
+    return samples.figure.judged == Judged::Ratio ? ratiosOf(samples) : samples.orvane;
+}
+
 Verdict verdictOn(const Samples &samples, const Judgement &judgement)
 {
     const Figure &figure = samples.figure;
-    const double value = judgedValue(figure, judgement.orvane, judgement.peer);
+    const bool judgesPeer = figure.judged == Judged::Ratio;
+    const double value = judgesPeer ? judgement.ratio : judgement.orvane;
     if (std::isnan(value))
         return Verdict::Failed;
     if (!figure.must)
         return Verdict::Open;
-    const bool judgesPeer = figure.judged == Judged::Ratio;
     const bool noisy =
         judgement.orvaneSpread > tooNoisy || (judgesPeer && judgement.peerSpread > tooNoisy);
     if (noisy && isUndecided(samples))
@@ -97,10 +98,9 @@ bool isUndecided(const Samples &samples)
 Judgement judge(const Samples &samples)
 {
     const Figure &figure = samples.figure;
-    Judgement judgement{
-        valueOf(figure, samples.peer), valueOf(figure, samples.orvane), nothing,
-        spread(samples.peer),          spread(samples.orvane),          Verdict::Open};
-    judgement.ratio = judgement.orvane / judgement.peer;
+    Judgement judgement{valueOf(figure, samples.peer), valueOf(figure, samples.orvane),
+                        median(ratiosOf(samples)),     spread(samples.peer),
+                        spread(samples.orvane),        Verdict::Open};
     judgement.verdict = verdictOn(samples, judgement);
     return judgement;
 }

@@ -28,6 +28,7 @@ struct Judgement
     /// is none.
     double peer;
     double orvane;
+    /// The median of the ratios of the rounds, so that it need not be the ratio of the medians.
     double ratio;
     double peerSpread;
     double orvaneSpread;
