@@ -4,6 +4,7 @@
 #include "support/report.h"
 #include "support/rounds.h"
 
+#include <QJsonDocument>
 #include <QtTest>
 
 #include <algorithm>
@@ -18,17 +19,23 @@ Samples samplesOf(const QVector<double> &peer, const QVector<double> &orvane,
     return {{QStringLiteral("figure"), QStringLiteral("ms"), judged, 2.0, 1.5}, peer, orvane};
 }
 
-// A side that takes the values of the next round; after the last one these stay.
-std::function<QVector<double>()> sideWith(QVector<QVector<double>> rounds)
+// For each round the values of the figures.
+using Rounds = QVector<QVector<double>>;
+
+// A side that takes the values of the next round; after the last one these stay. None without
+// rounds.
+std::function<QVector<double>()> sideWith(Rounds rounds)
 {
+    if (rounds.isEmpty())
+        return {};
     return [rounds = std::move(rounds), round = 0]() mutable {
         return rounds[std::min(round++, static_cast<int>(rounds.size()) - 1)];
     };
 }
 
-// The first figure's samples. Each round has a value for each figure.
-Samples measured(const QVector<Figure> &figures, int rounds, const QVector<QVector<double>> &peer,
-                 const QVector<QVector<double>> &orvane)
+// The first figure's samples.
+Samples measured(const QVector<Figure> &figures, int rounds, const Rounds &peer,
+                 const Rounds &orvane)
 {
     return measure({figures, Place::Here, rounds,
                     [=] {
@@ -171,9 +178,53 @@ private Q_SLOTS:
         QCOMPARE(judge(samples).verdict, Verdict::Missed);
     }
 
+    void aFailedRoundIsNamedAndNotMeasured_data()
+    {
+        QTest::addColumn<Rounds>("peer");
+        QTest::addColumn<Rounds>("orvane");
+        QTest::newRow("of the daemon") << Rounds{{10}} << Rounds{{10}, {10}, {}, {10}};
+        QTest::newRow("of the peer") << Rounds{{10}, {}, {10}} << Rounds{{10}};
+        QTest::newRow("that has no number") << Rounds{{10}} << Rounds{{10}, {10}, {qQNaN()}, {10}};
+        QTest::newRow("that warms up") << Rounds{{10}} << Rounds{{}, {10}};
+        QTest::newRow("all but one") << Rounds{{10}} << Rounds{{}, {10}, {}};
+    }
+
+    void aFailedRoundIsNamedAndNotMeasured()
+    {
+        QFETCH(Rounds, peer);
+        QFETCH(Rounds, orvane);
+        for (const Judged judged : {Judged::Ratio, Judged::Value, Judged::Worst}) {
+            Figure figure = ratioOfTimes;
+            figure.judged = judged;
+            QTest::ignoreMessage(QtWarningMsg, "figure: not measured, because a round failed");
+            const QByteArray json =
+                QJsonDocument(toJson({measured({figure}, 4, peer, orvane)})).toJson();
+            const QVector<Samples> back = fromJson(QJsonDocument::fromJson(json).array());
+            QCOMPARE(judge(back.constFirst()).verdict, Verdict::Failed);
+            QCOMPARE(statusOf(back), 1);
+        }
+    }
+
+    void aFigureThatFailsAloneLeavesTheOthers()
+    {
+        const Figure other{QStringLiteral("other"), QStringLiteral("ms"), Judged::Ratio, 2.0, 1.5};
+        QTest::ignoreMessage(QtWarningMsg, "other: not measured, because a round failed");
+        QCOMPARE(judge(measured({ratioOfTimes, other}, 2, {{10, 10}}, {{10, qQNaN()}})).verdict,
+                 Verdict::Stretch);
+    }
+
+    void aMeasurementWithoutPeerIsMeasured()
+    {
+        Figure figure = ratioOfTimes;
+        figure.judged = Judged::Value;
+        const Samples samples = measured({figure}, 2, {}, {{1}});
+        QVERIFY(samples.peer.isEmpty());
+        QCOMPARE(judge(samples).verdict, Verdict::Stretch);
+    }
+
     void moreRoundsFollowWhileTheyCouldChangeTheVerdict()
     {
-        const QVector<QVector<double>> around{{15}, {25}, {15}, {25}, {15}, {25}, {15}, {25}};
+        const Rounds around{{15}, {25}, {15}, {25}, {15}, {25}, {15}, {25}};
         QCOMPARE(measured({ratioOfTimes}, 2, {{10}}, around).orvane.size(), 8);
         QCOMPARE(measured({ratioOfTimes}, 2, {{10}}, {{15}}).orvane.size(), 2);
     }

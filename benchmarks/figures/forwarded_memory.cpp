@@ -72,7 +72,7 @@ Measurement forwardedMemory()
             Place::Here,
             5,
             [] {
-                return Sides{[] { return QVector<double>(); }, measure};
+                return Sides{nullptr, measure};
             }};
 }
 

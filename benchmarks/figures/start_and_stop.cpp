@@ -17,7 +17,7 @@ Measurement startAndStop()
             Place::Here,
             2,
             [] {
-                return Sides{[] { return QVector<double>(); },
+                return Sides{nullptr,
                              [] { return QVector<double>{instructionsOfStartAndStop() / 1e6}; }};
             }};
 }

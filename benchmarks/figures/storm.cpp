@@ -129,8 +129,7 @@ Measurement storm()
             Place::Here,
             3,
             [] {
-                return Sides{[] { return QVector<double>(); },
-                             [] {
+                return Sides{nullptr, [] {
                                  const std::optional<StormCost> cost = measureStorm();
                                  return cost ? QVector<double>{cost->fullScans, cost->scans,
                                                                cost->firstMs, cost->lastMs}

@@ -31,9 +31,10 @@ struct Figure
 };
 
 /// Both sides of a measurement. Each call measures once and returns a value for each figure, in
-/// order, or nothing when a side has no value or the measurement failed.
+/// order, or no values when the measurement failed. NaN is the value of a figure that failed alone.
 struct Sides
 {
+    /// Null when nothing is compared.
     std::function<QVector<double>()> peer;
     std::function<QVector<double>()> orvane;
 };
@@ -54,7 +55,7 @@ struct Measurement
     std::function<Sides()> prepare;
 };
 
-/// The measured values of a figure.
+/// The measured values of a figure, one of each round. NaN is the value of a round that failed.
 struct Samples
 {
     Figure figure;

@@ -12,12 +12,17 @@ namespace {
 constexpr double tooNoisy = 0.25;
 constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
 
+bool hasNan(const QVector<double> &values)
+{
+    return std::any_of(values.begin(), values.end(),
+                       [](double value) { return std::isnan(value); });
+}
+
 // The quantile of the values for a part from 0 to 1.
 double quantile(QVector<double> values, double part)
 {
-    const auto isNoNumber = [](double value) { return std::isnan(value); };
-    // Values with one that is no number, such as the ratio of 0 to 0, have no order.
-    if (values.isEmpty() || std::any_of(values.cbegin(), values.cend(), isNoNumber))
+    // With NaN, such as the ratio of 0 to 0, values have no order.
+    if (values.isEmpty() || hasNan(values))
         return nothing;
     std::sort(values.begin(), values.end());
     const double place = part * (values.size() - 1);
@@ -28,7 +33,8 @@ double quantile(QVector<double> values, double part)
 
 double largest(const QVector<double> &values)
 {
-    return values.isEmpty() ? nothing : *std::max_element(values.begin(), values.end());
+    return values.isEmpty() || hasNan(values) ? nothing
+                                              : *std::max_element(values.begin(), values.end());
 }
 
 // What a side's column shows.
@@ -58,7 +64,7 @@ Verdict verdictOn(const Samples &samples, const Judgement &judgement)
     const Figure &figure = samples.figure;
     const bool judgesPeer = figure.judged == Judged::Ratio;
     const double value = judgesPeer ? judgement.ratio : judgement.orvane;
-    if (std::isnan(value))
+    if (std::isnan(value) || hasNan(samples.peer))
         return Verdict::Failed;
     if (!figure.must)
         return Verdict::Open;

@@ -18,7 +18,7 @@ enum class Verdict {
     Noisy,
     /// The figure has no bound.
     Open,
-    /// A side has no value.
+    /// A side has no value, or a round of it failed.
     Failed,
 };
 

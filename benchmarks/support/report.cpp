@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace Bench {
 
@@ -130,8 +131,9 @@ QJsonArray toJson(const QVector<double> &values)
 QVector<double> valuesIn(const QJsonValue &array)
 {
     QVector<double> values;
+    // NaN is null in JSON.
     for (const auto &value : array.toArray())
-        values.append(value.toDouble());
+        values.append(value.toDouble(std::numeric_limits<double>::quiet_NaN()));
     return values;
 }
 
@@ -193,7 +195,6 @@ QJsonArray judgedToJson(const QVector<Samples> &all)
     for (const Samples &samples : all) {
         const Judgement judgement = judge(samples);
         QJsonObject object = toJson(samples);
-        // NaN is null in JSON.
         object[QStringLiteral("peerValue")] = judgement.peer;
         object[QStringLiteral("orvaneValue")] = judgement.orvane;
         object[QStringLiteral("ratio")] = judgement.ratio;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 
 namespace Bench {
 
@@ -15,13 +16,31 @@ namespace {
 // A side that takes minutes is measured fewer times.
 constexpr int longestMeasurementMs = 240 * 1000;
 
+constexpr double failed = std::numeric_limits<double>::quiet_NaN();
+
+// A round that fails counts even when it warms up, because a side that fails must be seen.
 void append(const QVector<double> &values, QVector<double> Samples::*side, bool warmsUp,
             QVector<Samples> &all)
 {
-    for (int index = 0; index < all.size() && index < values.size(); ++index) {
-        const bool counts = !warmsUp || all[index].figure.judged == Judged::Worst;
-        if (counts && !std::isnan(values[index]))
-            (all[index].*side).append(values[index]);
+    for (int index = 0; index < all.size(); ++index) {
+        const double value = values.value(index, failed);
+        if (!warmsUp || all[index].figure.judged == Judged::Worst || std::isnan(value))
+            (all[index].*side).append(value);
+    }
+}
+
+// Measures the peer, if there is one.
+void measurePeer(const Sides &sides, bool warmsUp, QVector<Samples> &all)
+{
+    if (sides.peer)
+        append(sides.peer(), &Samples::peer, warmsUp, all);
+}
+
+void nameFailed(const QVector<Samples> &all)
+{
+    for (const Samples &samples : all) {
+        if (judge(samples).verdict == Verdict::Failed)
+            qWarning("%s: not measured, because a round failed", qPrintable(samples.figure.name));
     }
 }
 
@@ -44,16 +63,16 @@ QVector<Samples> measure(const Measurement &measurement)
     };
     for (int round = 0; goesOn(round); ++round) {
         const bool peerFirst = round % 2 == 0;
-        QVector<double> peer = peerFirst ? sides.peer() : QVector<double>();
-        const QVector<double> orvane = sides.orvane();
-        if (!peerFirst)
-            peer = sides.peer();
         const bool warmsUp = round == 0 && measurement.rounds > 3;
-        append(peer, &Samples::peer, warmsUp, all);
-        append(orvane, &Samples::orvane, warmsUp, all);
+        if (peerFirst)
+            measurePeer(sides, warmsUp, all);
+        append(sides.orvane(), &Samples::orvane, warmsUp, all);
+        if (!peerFirst)
+            measurePeer(sides, warmsUp, all);
         if (time.elapsed() > longestMeasurementMs && !warmsUp)
             break;
     }
+    nameFailed(all);
     return all;
 }
 
