@@ -28,14 +28,14 @@ QStringList textsOf(int bytes)
     return texts;
 }
 
-void forward(const Fixture &fixture, int size)
+bool forward(const Fixture &fixture, int size)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(Names::service(), Names::controlPath(),
                                                        QStringLiteral("org.zarn.Orvane.Control1"),
                                                        QStringLiteral("Take"));
     // Many texts, as in maps of properties.
     call << textsOf(size);
-    callAndWait(fixture.client, call);
+    return callAndWait(fixture.client, call).type() == QDBusMessage::ReplyMessage;
 }
 
 double residentKb(const Fixture &fixture, const char *line)
@@ -52,10 +52,12 @@ QVector<double> measure()
     fixture.startUntilName(service, programBeside(QStringLiteral("bare-sdbus")),
                            {Names::userService()}, Names::userService());
     fixture.startDaemon();
-    forward(fixture, 16);
+    if (!forward(fixture, 16))
+        return {};
     const double before = residentKb(fixture, "VmRSS");
     resetPeakMemory(fixture.daemon.pid());
-    forward(fixture, payload);
+    if (!forward(fixture, payload))
+        return {};
     const double peak = residentKb(fixture, "VmHWM");
     // The daemon gives memory back a second after it was last woken up.
     QThread::msleep(2500);

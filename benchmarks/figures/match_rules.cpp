@@ -75,6 +75,13 @@ int Clients::rules() const
         .toInt();
 }
 
+// No value when the bus does not tell the number.
+static QVector<double> rulesOf(const Clients &clients)
+{
+    const int rules = clients.rules();
+    return rules < 0 ? QVector<double>() : QVector<double>{double(rules)};
+}
+
 Measurement matchRules()
 {
     return {{{QStringLiteral("match-rules-200"), QStringLiteral("rules"), Judged::Value, 20, 12}},
@@ -84,8 +91,8 @@ Measurement matchRules()
                 auto without = std::make_shared<Clients>();
                 auto with = std::make_shared<Clients>();
                 with->come(200);
-                return Sides{[without] { return QVector<double>{double(without->rules())}; },
-                             [with] { return QVector<double>{double(with->rules())}; }};
+                return Sides{[without] { return rulesOf(*without); },
+                             [with] { return rulesOf(*with); }};
             }};
 }
 

@@ -41,7 +41,8 @@ QVector<double> memoryOf(const Activated &service)
     const qint64 pid = mainPid(service.unit);
     const QVector<double> memory{memoryMb(pid, "Pss"), memoryMb(pid, "Private_Dirty")};
     stopActivated(service);
-    return memory;
+    // The memory of a process that has ended cannot be read.
+    return memory[0] < 0 || memory[1] < 0 ? QVector<double>() : memory;
 }
 
 } // namespace

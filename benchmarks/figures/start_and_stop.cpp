@@ -10,6 +10,16 @@
 
 namespace Bench {
 
+namespace {
+
+QVector<double> millionsOfInstructions()
+{
+    const double instructions = instructionsOfStartAndStop();
+    return instructions < 0 ? QVector<double>() : QVector<double>{instructions / 1e6};
+}
+
+} // namespace
+
 Measurement startAndStop()
 {
     return {{{QStringLiteral("start-and-stop"), QStringLiteral("M instructions"), Judged::Value,
@@ -17,8 +27,7 @@ Measurement startAndStop()
             Place::Here,
             2,
             [] {
-                return Sides{nullptr,
-                             [] { return QVector<double>{instructionsOfStartAndStop() / 1e6}; }};
+                return Sides{nullptr, millionsOfInstructions};
             }};
 }
 
