@@ -10,8 +10,7 @@ namespace {
 void refuseMisuseOfTheBusLibrary(const QByteArray &log)
 {
     for (const QByteArray &line : log.split('\n')) {
-        if (line.startsWith("dbus[")
-            && !line.contains("arguments to dbus_pending_call_block()"))
+        if (line.startsWith("dbus[") && !line.contains("arguments to dbus_pending_call_block()"))
             qFatal("the daemon misuses the bus library: %s", line.constData());
     }
 }
