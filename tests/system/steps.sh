@@ -210,17 +210,21 @@ processor_pressure_ms() {
 
 # Sets the variables longest and allowed.
 attack_once() {
-    local what=$1 ready input before
+    local what=$1 ready input output probe before
     shift
     before=$(processor_pressure_ms)
     coproc probing { in_container setpriv --reuid=nobody --clear-groups latency-probe during; }
-    read -r ready <&"${probing[0]}" || fail "the daemon did not answer before $what"
+    # Copies, because bash unsets its variables when the probe ends.
+    probe=$!
+    exec {output}<&"${probing[0]}"
+    input=${probing[1]}
+    read -r ready <&"$output" || fail "the daemon did not answer before $what"
     [ "$ready" = ready ] || fail "the probe said $ready"
     "$@"
-    input=${probing[1]}
     exec {input}>&-
-    read -r longest <&"${probing[0]}" || fail "the daemon did not answer during $what"
-    wait "$probing_PID" || true
+    read -r longest <&"$output" || fail "the daemon did not answer during $what"
+    exec {output}<&-
+    wait "$probe" || true
     allowed=$((longest_wait_during_ms + $(processor_pressure_ms) - before))
     allowed=$((allowed < longest_wait_on_a_busy_machine_ms ? allowed : longest_wait_on_a_busy_machine_ms))
 }

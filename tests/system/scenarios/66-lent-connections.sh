@@ -67,14 +67,17 @@ expect_refused() {
 }
 
 lend_a_replaced_one() {
-    local number line owner
+    local number line owner output
     coproc lending { lend_as_outsider replaced; }
-    read -r line <&"${lending[0]}"
+    # A copy, because bash unsets its variable when the program ends.
+    exec {output}<&"${lending[0]}"
+    read -r line <&"$output"
     number=${line#replace }
     in_container process-with-id "$number" sleep 60 >/dev/null &
     owner=$!
     echo >&"${lending[1]}"
-    cat <&"${lending[0]}"
+    cat <&"$output"
+    exec {output}<&-
     in_container kill "$number"
     wait "$owner" || true
 }
