@@ -51,18 +51,19 @@ expect_duration() {
 
 list_ends() {
     start good
-    wait_for 20 "the end" unit_is $app.task_good inactive
+    wait_for 20 "the end" last_is good "exit status 0"
     expect_equal "a success" "$(told good)" "ended: exit status 0"
     expect_duration good 1200000
     start bad
-    wait_for 20 "the failure" unit_is $app.task_bad failed
+    wait_for 20 "the failure" last_is bad "exit status 3"
     expect_equal "a failure" "$(told bad)" "failed: exit status 3"
     expect_duration bad 300000
     expect_equal "its status" "$(history_of bad | jq '.runs[0].exitStatus')" 3
     start long --wait >/dev/null
+    wait_for 20 "the run" last_is long running
     expect_equal "a run that goes on" "$(told long)" "running: running"
     in_container systemctl kill --signal=KILL "$(unit_of $app.task_long)"
-    wait_for 20 "the failure" unit_is $app.task_long failed
+    wait_for 20 "the signal" last_is long "killed by signal 9 (Killed)"
     expect_equal "a signal" "$(told long)" "failed: killed by signal 9 (Killed)"
     # --wait has waited for about this time.
     expect_duration long 900000
