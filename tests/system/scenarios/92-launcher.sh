@@ -36,7 +36,7 @@ scenario() {
     wait_for 20 "the link to be opened" in_container test -s /tmp/opened
     expect_equal "what xdg-open was given" "$(in_container cat /tmp/opened)" "1:$url"
     expect_equal "what the service was asked for" "$(asked_for)" "Start"$'\n'"Start com.example.Notes"
-    in_container pgrep -u appuser -f '^sleep 4711$' >/dev/null || fail "what was opened did not live on"
+    wait_for 20 "what was opened to live on" in_container pgrep -u appuser -f '^sleep 4711$' >/dev/null
 
     # Nothing is started a second time in the same session.
     as_appuser systemctl --user start default.target
@@ -64,8 +64,12 @@ launcher_is_done() {
 
 # Without the line about the user manager, which the container does not have.
 launcher_log() {
+    in_container journalctl --sync
     in_container journalctl --no-pager -o cat -t orvane _UID=100000 \
         | grep -v "couldn't get available users list:" || true
 }
 
-asked_for() { in_container journalctl -o cat -t fake-user-service --no-pager | sort; }
+asked_for() {
+    in_container journalctl --sync
+    in_container journalctl -o cat -t fake-user-service --no-pager | sort
+}
