@@ -58,6 +58,8 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QString uniqueNameOfTheDaemon() const;
+    /// An idle time of two seconds is long enough for a busy machine to notice the name and to
+    /// call in time.
     [[nodiscard]] QStringList withRuntimeDirectory(const char *idleTime = "600000") const
     {
         return {u"RUNTIME_DIRECTORY="_s + fixture->root.path(),
@@ -150,7 +152,7 @@ void TestLeaving::answersTheRegistrationThatTheUserServiceIsSlowWith()
     user.answer = [](const QDBusMessage &call) {
         return call.createErrorReply(u"org.example.Error.No"_s, QString());
     };
-    QVERIFY(fixture->start(withRuntimeDirectory("500")));
+    QVERIFY(fixture->start(withRuntimeDirectory("2000")));
     const QDBusPendingCall registration =
         fixture->client.asyncCall(Fixture::registerCall(u"UserType"_s));
     QVERIFY(Fixture::waitUntil([this] { return !fixture->nameIsOwned(); }));
@@ -262,7 +264,7 @@ void TestLeaving::takesOverOnlyWhoIsStillThere()
     fixture->daemon.sendSignal(SIGTERM);
     QVERIFY(waitForTheEnd());
     Fixture::drop(client);
-    QVERIFY(fixture->start(withRuntimeDirectory("500")));
+    QVERIFY(fixture->start(withRuntimeDirectory("2000")));
     QVERIFY(waitForTheEnd());
 }
 
@@ -295,7 +297,7 @@ void TestLeaving::takesOverNothingUnreadable()
 {
     QFETCH(QByteArray, text);
     fixture->root.write(savedFile, text);
-    QVERIFY(fixture->start(withRuntimeDirectory("500")));
+    QVERIFY(fixture->start(withRuntimeDirectory("2000")));
     QVERIFY(!fixture->root.exists(savedFile));
     QVERIFY(waitForTheEnd());
     QCOMPARE(fixture->daemon.exitStatus(), 0);
@@ -312,7 +314,7 @@ void TestLeaving::takesOverNobodyWithoutAName()
     fixture->root.write(savedFile, kept);
     // A client without a name must not be taken over, because the daemon would never hear that it
     // has left.
-    QVERIFY(fixture->start(withRuntimeDirectory("500")));
+    QVERIFY(fixture->start(withRuntimeDirectory("2000")));
     QVERIFY(waitForTheEnd());
 }
 

@@ -129,8 +129,9 @@ bool Fixture::start(const QStringList &environment)
 bool Fixture::waitForAnIdleTime(int idleMs)
 {
     Fixture other;
-    return other.start({u"ORVANE_DAEMON_TIMEOUT=%1"_s.arg(idleMs)})
-        && waitUntil([&other] { return !other.daemon.isRunning(); });
+    other.launch({u"ORVANE_DAEMON_TIMEOUT=%1"_s.arg(idleMs)});
+    return waitUntil([&other] { return !other.daemon.isRunning(); })
+        && other.daemon.exitStatus() == 0;
 }
 
 QDBusConnection Fixture::connect() { return newConnection(bus.address()); }
