@@ -331,7 +331,7 @@ void TestAutostart::survivesACallThatWantsNoReply()
 
 void TestAutostart::aCallStartsTheIdleTimeAnew()
 {
-    const QString idleMs = u"1000"_s;
+    const QString idleMs = u"3000"_s;
     m_root->environment.insert(u"ORVANE_DAEMON_TIMEOUT"_s, idleMs);
     QVERIFY(startDaemon());
     UncalledDaemon uncalled(idleMs);

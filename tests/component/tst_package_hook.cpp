@@ -243,7 +243,7 @@ void TestPackageHook::reportsAFileOfATaskThatStays()
 
 void TestPackageHook::aCallStartsTheIdleTimeAnew()
 {
-    const QString idleMs = u"1000"_s;
+    const QString idleMs = u"3000"_s;
     m_root->environment.insert(u"ORVANE_DAEMON_TIMEOUT"_s, idleMs);
     QVERIFY(startDaemon());
     UncalledDaemon uncalled(idleMs);
