@@ -93,6 +93,19 @@ void addTimes(const Journal &journal, JournalEntry &entry)
     }
 }
 
+// The journal may receive an entry late. When it was sent is known on one clock only, so the delay
+// is taken off both times.
+void takeOffTheDelay(JournalEntry &entry)
+{
+    const quint64 sent = entry.text("_SOURCE_REALTIME_TIMESTAMP").toULongLong();
+    // Otherwise the clock was set in between.
+    const bool isKnown = sent > 0 && sent < entry.moment && entry.moment - sent < entry.sinceBoot;
+    if (!isKnown)
+        return;
+    entry.sinceBoot -= entry.moment - sent;
+    entry.moment = sent;
+}
+
 JournalEntry currentEntry(const Journal &journal)
 {
     JournalEntry entry;
@@ -105,6 +118,7 @@ JournalEntry currentEntry(const Journal &journal)
         const auto equals = field.indexOf('=');
         entry.fields.insert(field.left(equals), field.mid(equals + 1));
     }
+    takeOffTheDelay(entry);
     return entry;
 }
 

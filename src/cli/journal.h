@@ -12,7 +12,7 @@ namespace Cli {
 /// An entry of the journal. A plain value.
 struct JournalEntry
 {
-    /// When it was written, in microseconds since 1970 and since its boot.
+    /// When it was sent, in microseconds since 1970 and since its boot.
     quint64 moment = 0;
     quint64 sinceBoot = 0;
     /// The id of the boot, in hexadecimal digits.
