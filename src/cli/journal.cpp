@@ -94,11 +94,11 @@ void addTimes(const Journal &journal, JournalEntry &entry)
 }
 
 // The journal may receive an entry late. When it was sent is known on one clock only, so the delay
-// is taken off both times.
+// is taken off both times. An entry without a delay stays as it is, and so does one whose delay is
+// longer than its boot, because the clock was set in between.
 void takeOffTheDelay(JournalEntry &entry)
 {
     const quint64 sent = entry.text("_SOURCE_REALTIME_TIMESTAMP").toULongLong();
-    // Otherwise the clock was set in between.
     const bool isKnown = sent > 0 && sent < entry.moment && entry.moment - sent < entry.sinceBoot;
     if (!isKnown)
         return;
